@@ -1,0 +1,20 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that building and testing need; does nothing when all are there.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+missing=()
+while read -r package; do
+  status=$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null || true)
+  [ "$status" = installed ] || missing+=("$package")
+done < scripts/packages.txt
+[ "${#missing[@]}" -gt 0 ] || exit 0
+
+echo "Installing: ${missing[*]}"
+asRoot=()
+if [ "$(id -u)" -ne 0 ]; then
+  command -v sudo >/dev/null || { echo "Installing packages needs root or sudo." >&2; exit 1; }
+  asRoot=(sudo)
+fi
+"${asRoot[@]}" apt-get update -qq
+"${asRoot[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}"
