@@ -98,8 +98,7 @@ double volumeSum(const double* q, std::ptrdiff_t nx, std::ptrdiff_t ny, const Ta
 
 }  // namespace
 
-BSplineFactors::BSplineFactors(int n)
-    : d(static_cast<std::size_t>(std::max(n, 0))), e(d.size()) {
+BSplineFactors::BSplineFactors(int n) : d(static_cast<std::size_t>(std::max(n, 0))), e(d.size()) {
   if (n <= 0) return;
   d[0] = 1.5;
   e[0] = 0.25;

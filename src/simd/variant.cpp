@@ -18,9 +18,12 @@ bool isSupported(SimdVariant variant) {
 
 std::string nameOf(SimdVariant variant) {
   switch (variant) {
-    case SimdVariant::avx2: return "avx2";
-    case SimdVariant::avx512: return "avx512";
-    default: return "baseline";
+    case SimdVariant::avx2:
+      return "avx2";
+    case SimdVariant::avx512:
+      return "avx512";
+    default:
+      return "baseline";
   }
 }
 
@@ -28,8 +31,7 @@ std::string nameOf(SimdVariant variant) {
 
 std::vector<SimdVariant> supportedVariants() {
   std::vector<SimdVariant> result;
-  for (const SimdVariant variant :
-       {SimdVariant::baseline, SimdVariant::avx2, SimdVariant::avx512})
+  for (const SimdVariant variant : {SimdVariant::baseline, SimdVariant::avx2, SimdVariant::avx512})
     if (isSupported(variant)) result.push_back(variant);
   return result;
 }

@@ -11,10 +11,10 @@ inline void load(Floats& v, const float* p) { __builtin_memcpy(&v, p, sizeof v);
 inline void store(float* p, const Floats& v) { __builtin_memcpy(p, &v, sizeof v); }
 
 struct Fit {
-  Floats a, b;          // parameters
-  Floats step[2];       // the last step
-  Ints stepped;         // whether a step was made
-  Ints active;          // whether the fit goes on
+  Floats a, b;     // parameters
+  Floats step[2];  // the last step
+  Ints stepped;    // whether a step was made
+  Ints active;     // whether the fit goes on
   Doubles best, cost;
 };
 
@@ -111,8 +111,7 @@ inline void iterate(const ColumnScratch& scratch, int ny, Fit& fit) {
   const Doubles cost = sums.squares / (count == 0.0 ? Doubles{} + 1.0 : count);
   const Longs activeWide = __builtin_convertvector(fit.active, Longs);
   // NaN counts as an improvement.
-  const Longs improves =
-      activeWide & ~((cost - fit.best) * 100.0 / fit.best > requiredImprovement);
+  const Longs improves = activeWide & ~((cost - fit.best) * 100.0 / fit.best > requiredImprovement);
   fit.cost = activeWide ? cost : fit.cost;
   fit.best = improves ? cost : fit.best;
   fit.active = __builtin_convertvector(improves, Ints);

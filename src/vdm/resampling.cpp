@@ -50,16 +50,15 @@ bool resampledFast(Volume<float>& dst, const Volume<float>& src, const Volume<fl
   const glm::ivec3 dims = src.dimensions();
   for (int i = 0; i < dst.size(); ++i)
     if (dst.data()[i] == 0 && std::signbit(dst.data()[i]))
-      dst.data()[i] = linearAlongY(
-          src, vdm, {i % dims.x, i / dims.x % dims.y, i / dims.x / dims.y}, reverse);
+      dst.data()[i] =
+          linearAlongY(src, vdm, {i % dims.x, i / dims.x % dims.y, i / dims.x / dims.y}, reverse);
   return true;
 }
 
 }  // namespace
 
 template <typename T>
-void applyVdmYLinear(Volume<T>& dst, const Volume<T>& src, const Volume<float>& vdm,
-                     bool reverse) {
+void applyVdmYLinear(Volume<T>& dst, const Volume<T>& src, const Volume<float>& vdm, bool reverse) {
   requireResamplable(dst, src, vdm, 13);
   if constexpr (std::is_same_v<T, float>)
     if (resampledFast(dst, src, vdm, reverse)) return;

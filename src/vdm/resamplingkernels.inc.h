@@ -75,8 +75,7 @@ inline void evaluate(const double* coefficients, int ny, const Floats& position,
   const Ints truncated = __builtin_convertvector(safe, Ints);
   // A comparison that holds is -1: truncation turns into rounding down.
   const Ints row = truncated + (__builtin_convertvector(truncated, Floats) > safe);
-  const Doubles t =
-      __builtin_convertvector(safe, Doubles) - __builtin_convertvector(row, Doubles);
+  const Doubles t = __builtin_convertvector(safe, Doubles) - __builtin_convertvector(row, Doubles);
   const Doubles w3 = t * sixth * t * t;
   const Doubles w0 = (t - 1.0) * (t * 0.5) + sixth - w3;
   const Doubles w2 = w3 * (-2.0) + t + w0;

@@ -52,8 +52,8 @@ class ColumnwiseFit {
     const SimdVariant variant = chosenVariant();
     for (int z = 0; z < vdm.nz(); ++z)
       fitColumns({&apSmooth.at(0, 0, z), &paSmooth.at(0, 0, z), &apDerivative.at(0, 0, z),
-                  &paDerivative.at(0, 0, z), vdm.nx(), vdm.ny(), &weight.at(0, z),
-                  &scale.at(0, z), &shift.at(0, z), &vdm.at(0, 0, z)},
+                  &paDerivative.at(0, 0, z), vdm.nx(), vdm.ny(), &weight.at(0, z), &scale.at(0, z),
+                  &shift.at(0, z), &vdm.at(0, 0, z)},
                  variant);
   }
 

@@ -162,9 +162,9 @@ inline void nccCosts(const CorrelationSums& s, const float* voxelCount, double* 
     const Floats varianceA = s.aa[v] * n - s.a[v] * s.a[v];
     const Floats varianceB = s.bb[v] * n - s.b[v] * s.b[v];
     for (int l = 0; l < laneCount; ++l)
-      costs[v * laneCount + l] =
-          -(static_cast<double>(numerator[l]) / (__builtin_sqrt(static_cast<double>(varianceB[l])) *
-                                                 __builtin_sqrt(static_cast<double>(varianceA[l]))));
+      costs[v * laneCount + l] = -(static_cast<double>(numerator[l]) /
+                                   (__builtin_sqrt(static_cast<double>(varianceB[l])) *
+                                    __builtin_sqrt(static_cast<double>(varianceA[l]))));
   }
 }
 

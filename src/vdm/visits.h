@@ -1,9 +1,8 @@
 #pragma once
 
 #include <functional>
-#include <vector>
-
 #include <glm/vec3.hpp>
+#include <vector>
 
 /// Which voxels a sweep visits, row by row in sweep order. A visit covers the window around its
 /// centre; whether a voxel is visited depends on whether an earlier visit has covered it.
