@@ -94,7 +94,7 @@ std::vector<double> gaussianHalf(double sigma) {
 
 void blurInPlane(Volume<float>& density) {
   const double fwhmToSigma = 1.0 / (2.0 * std::sqrt(2.0 * std::numbers::ln2));
-  const std::vector<double> half = gaussianHalf(cells * fwhmToSigma);
+  const std::vector<double> half = gaussianHalf(1.5 * cells * fwhmToSigma);
   std::vector<double> work;
   const int nx = density.nx(), ny = density.ny();
   for (int z = 0; z < density.nz(); ++z) {

@@ -50,7 +50,7 @@ struct HeadObject {
 /// axis so that any grid, whatever its size and shape, holds the whole head.
 ///
 /// The density carries a slow receive profile (brighter towards the coils) and a texture of 3 %,
-/// and is smoothed along x and y with a Gaussian of one voxel full width at half maximum, the
+/// and is smoothed along x and y with a Gaussian of 1.5 voxels full width at half maximum, the
 /// blur of an echo-planar readout.
 ///
 /// Errors  std::invalid_argument for a size below 1 or a voxel size that is not positive.
