@@ -30,7 +30,7 @@ bool inside(const Ellipsoid& e, glm::dvec3 p) {
 glm::dvec3 mirrored(glm::dvec3 p) { return {std::abs(p.x), p.y, p.z}; }
 
 constexpr double skullCentreY = -4.0, skullCentreZ = -6.0;
-const Ellipsoid nose{{0, 92, -44}, {10, 12, 15}};
+const Ellipsoid nose{{0, 91, -44}, {10, 10, 15}};
 
 // Depth below the skin: an ellipsoid above the level of the eyes, a long one that narrows into
 // the neck below.

@@ -1,134 +1,21 @@
 #include "phantom/field.h"
 
-#include <fftw3.h>
-
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <complex>
 #include <glm/common.hpp>
 #include <limits>
-#include <memory>
-#include <numbers>
 #include <stdexcept>
 #include <utility>
 #include <vector>
 
-#include "phantom/anatomy.h"
 #include "phantom/shim.h"
+#include "phantom/tissuefield.h"
 
 namespace {
 
 // The field is smoothed with 1.5 * 1.2^step voxels; the last step is 6.4 voxels.
 constexpr int smoothingSteps = 8;
-constexpr double larmorHzPerPpm = 123.2;  // protons at 2.89 T
-
-struct FftwFree {
-  void operator()(void* p) const { fftw_free(p); }
-};
-struct PlanDestroy {
-  void operator()(fftw_plan_s* plan) const { fftw_destroy_plan(plan); }
-};
-
-// Real 3-D transforms of one size. The array and its half spectrum (nx / 2 + 1 bins along x) are
-// kept here, the caller copies in and out.
-class Fft {
- public:
-  using Spectrum = std::vector<std::complex<double>>;
-
-  Fft(glm::ivec3 size, glm::dvec3 voxelMm) : array(size), voxel(voxelMm) {
-    binCount = static_cast<std::size_t>(array.nx() / 2 + 1) *
-               static_cast<std::size_t>(array.ny() * array.nz());
-    bins.reset(static_cast<fftw_complex*>(fftw_malloc(binCount * sizeof(fftw_complex))));
-    if (!bins) throw std::bad_alloc();
-    // ESTIMATE: a plan that was measured may differ, and with it the last bits, from run to run.
-    forward.reset(fftw_plan_dft_r2c_3d(array.nz(), array.ny(), array.nx(), array.data(),
-                                       bins.get(), FFTW_ESTIMATE));
-    backward.reset(fftw_plan_dft_c2r_3d(array.nz(), array.ny(), array.nx(), bins.get(),
-                                        array.data(), FFTW_ESTIMATE));
-    if (!forward || !backward) throw std::runtime_error("the Fourier transform cannot be planned");
-  }
-
-  Spectrum transform(const Volume<double>& volume) {
-    array.copyData(volume.data());
-    fftw_execute(forward.get());
-    Spectrum spectrum(binCount);
-    for (std::size_t i = 0; i < binCount; ++i) spectrum[i] = {bins[i][0], bins[i][1]};
-    return spectrum;
-  }
-
-  /// The array whose spectrum is spectrum(k) * gain(k), k in cycles per mm.
-  template <typename Gain>
-  const Volume<double>& filtered(const Spectrum& spectrum, Gain gain) {
-    const auto frequency = [](int i, int n, double mm) { return (2 * i > n ? i - n : i) / (n * mm); };
-    const double norm = 1.0 / array.size();
-    std::size_t i = 0;
-    for (int z = 0; z < array.nz(); ++z)
-      for (int y = 0; y < array.ny(); ++y)
-        for (int x = 0; x <= array.nx() / 2; ++x, ++i) {
-          const double g = norm * gain(glm::dvec3(x / (array.nx() * voxel.x),
-                                                  frequency(y, array.ny(), voxel.y),
-                                                  frequency(z, array.nz(), voxel.z)));
-          bins[i][0] = spectrum[i].real() * g;
-          bins[i][1] = spectrum[i].imag() * g;
-        }
-    fftw_execute(backward.get());
-    return array;
-  }
-
- private:
-  Volume<double> array;
-  glm::dvec3 voxel;
-  std::size_t binCount = 0;
-  std::unique_ptr<fftw_complex[], FftwFree> bins;
-  std::unique_ptr<fftw_plan_s, PlanDestroy> forward, backward;
-};
-
-double squared(glm::dvec3 k) { return k.x * k.x + k.y * k.y + k.z * k.z; }
-
-// The field of a susceptibility map as the tissue sees it, at any smoothness. At the surface of
-// a cavity the field jumps, and air gives no signal: only values in tissue enter the average.
-class TissueField {
- public:
-  TissueField(const Volume<double>& chi, glm::dvec3 voxelMm, const Shim& shim)
-      : fft(chi.dimensions(), voxelMm) {
-    Volume<double> field = fft.filtered(fft.transform(chi), [](glm::dvec3 k) {
-      const double square = squared(k);
-      return square > 0.0 ? larmorHzPerPpm * (1.0 / 3.0 - k.z * k.z / square) : 0.0;
-    });
-    shim.removeFrom(field);
-    Volume<double> tissue(chi.dimensions());
-    for (int i = 0; i < chi.size(); ++i) {
-      tissue.data()[i] = std::min(1.0, chi.data()[i] / Anatomy::susceptibilityPpm(Tissue::grey));
-      field.data()[i] *= tissue.data()[i];
-    }
-    weighted = fft.transform(field);
-    weight = fft.transform(tissue);
-  }
-
-  Volume<double> smoothed(double sigmaMm) {
-    // The wide, faint parts of the kernel take over where there is no tissue near, so that the
-    // field goes on smoothly through air.
-    const auto kernel = [sigmaMm](glm::dvec3 k) {
-      const double e = -2.0 * std::numbers::pi * std::numbers::pi * sigmaMm * sigmaMm * squared(k);
-      double sum = 0.0, share = 1.0, part = std::exp(e);  // widths 1, 2, 4, 8, 16
-      for (int i = 0; i < 5; ++i, share *= 0.03) {
-        sum += share * part;
-        part *= part;
-        part *= part;
-      }
-      return sum;
-    };
-    Volume<double> field = fft.filtered(weighted, kernel);
-    const Volume<double>& sum = fft.filtered(weight, kernel);
-    for (int i = 0; i < field.size(); ++i) field.data()[i] /= std::max(sum.data()[i], 1e-9);
-    return field;
-  }
-
- private:
-  Fft fft;
-  Fft::Spectrum weighted, weight;
-};
 
 // At least `least`, such that size + 2 margin has no prime factor above 7.
 int fftMargin(int size, int least) {

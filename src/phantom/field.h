@@ -35,14 +35,8 @@ class HeadField {
 };
 
 /// The field that the susceptibility of the head (tissue, bone, air) makes in a main field along
-/// z, to first order:
-///
-///   df(k) = f0 (1/3 - kz^2 / k^2) chi(k),   df(0) = 0
-///
-/// (Salomir, de Senneville & Moonen, Concepts Magn. Reson. B 19:26, 2003), computed on a grid
-/// that is continued on all sides; its constant and linear part in the brain are shimmed away.
-/// It is then averaged with a Gaussian over the tissue only, since air has no signal to show its
-/// field; beyond the tissue it is continued smoothly.
+/// z (`dipoleFieldHz`), computed on a grid that is continued on all sides. Its constant and linear
+/// part in the brain are shimmed away, and it is smoothed within the tissue (`TissueField`).
 ///
 /// It is scaled to the largest shift asked for. The width of the Gaussian follows from the
 /// gradient asked for: of the widths 1.5, 1.8, ... 6.4 voxels (factors of 1.2) one that keeps to
