@@ -60,6 +60,13 @@ OutFile::~OutFile() {
   if (!committed) unlink(temporaryName.c_str());
 }
 
+void OutFile::write(const std::string& text) {
+  std::ofstream os(temporaryName, std::ios::binary | std::ios::trunc);
+  os << text;
+  os.close();
+  if (!os) throw Error(targetName + " cannot be written: " + std::strerror(errno));
+}
+
 void OutFile::commit() {
   renameOver(temporaryName, targetName);
   committed = true;
@@ -87,15 +94,6 @@ std::vector<std::string> OutFolder::commit(const std::vector<std::string>& names
     paths.push_back(folder == "." ? name : (folder / name).string());
   }
   return paths;
-}
-
-void writeTextFile(const std::string& target, const std::string& text) {
-  OutFile out(target);
-  std::ofstream os(out.temporary(), std::ios::binary | std::ios::trunc);
-  os << text;
-  os.close();
-  if (!os) throw Error(target + " cannot be written: " + std::strerror(errno));
-  out.commit();
 }
 
 bool sameFile(const std::string& a, const std::string& b) {

@@ -20,6 +20,8 @@ class OutFile {
   const std::string& target() const { return targetName; }
   /// Name of the file to write to.
   const std::string& temporary() const { return temporaryName; }
+  /// Makes `text` the whole content.
+  void write(const std::string& text);
   /// Call it once everything is written and closed.
   void commit();
 
@@ -49,9 +51,6 @@ class OutFolder {
   std::filesystem::path folder;
   std::filesystem::path hidden;
 };
-
-/// Writes a small text file whole or not at all.
-void writeTextFile(const std::string& target, const std::string& text);
 
 /// Whether both names lead to one existing file (links and different spellings included).
 bool sameFile(const std::string& a, const std::string& b);
