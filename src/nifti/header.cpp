@@ -71,6 +71,8 @@ glm::dmat4 fromLibrary(const nifti_dmat44& m) {
   return r;
 }
 
+constexpr const char* magicTail2 = "\r\n\032\n";
+
 double mmPerUnit(int units) {
   if (units == NIFTI_UNITS_METER) return 1000;
   if (units == NIFTI_UNITS_MICRON) return 0.001;
@@ -304,7 +306,10 @@ StoredHeader parseHeader(const unsigned char* bytes, std::size_t count,
   if (size == 348 && textEquals(bytes + 344, "n+1", 4)) return parse1(bytes, swapped, fileName);
   if (size == 348 && textEquals(bytes + 344, "ni1", 4))
     throw Error(fileName + " is a two-file NIfTI (.hdr and .img), which is not supported");
-  if (size == 540 && textEquals(bytes + 4, "n+2\0\r\n\032\n", 8)) {
+  if (size == 540 && textEquals(bytes + 4, "n+2", 4)) {
+    // The tail shows line ends that were changed on the way; some writers leave it out.
+    if (!textEquals(bytes + 8, magicTail2, 4) && !textEquals(bytes + 8, "\0\0\0", 4))
+      throw Error(fileName + " is damaged: its signature was changed, as by a transfer as text");
     if (count < headerBytes2) throw Error(fileName + " is too short to be a NIfTI image");
     return parse2(bytes, swapped, fileName);
   }
@@ -327,6 +332,9 @@ std::vector<unsigned char> formatHeader(const Header& header, const std::string&
     nifti_2_header raw;
     if (nifti_convert_nim2n2hdr(image.get(), &raw) != 0)
       throw Error(fileName + " cannot be described by a NIfTI header");
+    // The library fills in neither of these for version 2.
+    raw.vox_offset = static_cast<std::int64_t>(bytes.size());
+    std::memcpy(raw.magic + 4, magicTail2, 4);
     std::memcpy(bytes.data(), &raw, sizeof(raw));
   } else {
     nifti_1_header raw;

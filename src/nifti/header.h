@@ -89,7 +89,7 @@ inline constexpr std::size_t headerBytes2 = 540;
 /// Reads the header from the first `count` bytes of a file, either byte order.
 ///
 ///   version 1: int32 348 at byte 0, "n+1\0" at byte 344
-///   version 2: int32 540 at byte 0, "n+2\0\r\n\032\n" at byte 4
+///   version 2: int32 540 at byte 0, "n+2\0" at byte 4, then "\r\n\032\n" or four zeros
 ///
 /// Errors  nifti::Error, naming `fileName`: not a NIfTI, a two-file NIfTI, a count of dimensions
 ///         outside 1 .. 7, a side below 1, more than one size beyond the fourth, a volume of
