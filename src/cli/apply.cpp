@@ -48,7 +48,7 @@ std::vector<ProjectInfo> checkedProjects(const Options& options, const MapHeader
   return projects;
 }
 
-int apply(const Options& options, const std::string& pluginFile) {
+int runApply(const Options& options, const std::string& pluginFile) {
   const MapHeader map = checkedMap(options.map);
   const std::vector<ProjectInfo> projects = checkedProjects(options, map);
   ExpectedOutputs outputs;
@@ -78,6 +78,6 @@ void addApplyCommand(CLI::App& app, Program& program) {
   command->add_flag("--rllr", options->rllr,
                     "Phase encoding runs along x, right-left (default: along y)");
   command->callback([options, &program] {
-    program.action = [options, &program] { return apply(*options, program.pluginFile); };
+    program.action = [options, &program] { return runApply(*options, program.pluginFile); };
   });
 }

@@ -11,7 +11,7 @@ constexpr const char* description =
     "A quick test before 'mirel apply'; it reads no content. Shows all findings and then exits\n"
     "with status 1.";
 
-int check(const std::vector<std::string>& files, const std::string& pluginFile) {
+int runCheck(const std::vector<std::string>& files, const std::string& pluginFile) {
   for (const std::string& file : files) refuseImpossibleName(file);
   Plugin plugin(findPlugin(pluginFile));
   return runTaskOnFiles(plugin, "check", files) ? exitSuccess : exitFailure;
@@ -24,6 +24,6 @@ void addCheckCommand(CLI::App& app, Program& program) {
   const auto files = std::make_shared<std::vector<std::string>>();
   command->add_option("FILE", *files, "Projects to check (.fmr or .dmr)")->required();
   command->callback([files, &program] {
-    program.action = [files, &program] { return check(*files, program.pluginFile); };
+    program.action = [files, &program] { return runCheck(*files, program.pluginFile); };
   });
 }

@@ -54,7 +54,7 @@ void setParameters(const Options& options, ParameterStore& parameters) {
   parameters.setInt("apply_to_input", options.apply);
 }
 
-int estimate(const Options& options, const std::string& pluginFile) {
+int runEstimate(const Options& options, const std::string& pluginFile) {
   for (const std::string& file : options.files) refuseImpossibleName(file);
   const std::vector<ProjectInfo> projects = {readProjectInfo(options.files[0]),
                                              readProjectInfo(options.files[1])};
@@ -111,6 +111,6 @@ void addEstimateCommand(CLI::App& app, Program& program) {
   command->add_flag("--apply", options->apply,
                     "Also correct all volumes of both projects, as A_undist and B_undist");
   command->callback([options, &program] {
-    program.action = [options, &program] { return estimate(*options, program.pluginFile); };
+    program.action = [options, &program] { return runEstimate(*options, program.pluginFile); };
   });
 }

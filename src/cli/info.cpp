@@ -100,7 +100,7 @@ void printText(const Json& report, const std::string& indent) {
   }
 }
 
-int info(const std::string& fileName, bool json) {
+int runInfo(const std::string& fileName, bool json) {
   if (!fileName.ends_with(".map") && !isProjectName(fileName))
     throw HostError(fileName + " is neither a project (.fmr, .dmr) nor a map (.map)");
   const Json report = fileName.ends_with(".map") ? mapReport(fileName) : projectReport(fileName);
@@ -124,6 +124,6 @@ void addInfoCommand(CLI::App& app, Program& program) {
   command->add_option("FILE", options->file, "A project (.fmr, .dmr) or a map (.map)")->required();
   command->add_flag("--json", options->json, "As JSON (lengths in mm, times in ms)");
   command->callback([options, &program] {
-    program.action = [options] { return info(options->file, options->json); };
+    program.action = [options] { return runInfo(options->file, options->json); };
   });
 }

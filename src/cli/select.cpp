@@ -27,7 +27,7 @@ std::string taskFor(const std::string& fileName) {
   return isMap ? "select_vdm" : "select_fmr_or_dmr";
 }
 
-int select(const std::string& fileName, const std::string& pluginFile) {
+int runSelect(const std::string& fileName, const std::string& pluginFile) {
   const std::string task = taskFor(fileName);
   Plugin plugin(findPlugin(pluginFile));
   HostSession& session = hostSession();
@@ -47,6 +47,6 @@ void addSelectCommand(CLI::App& app, Program& program) {
   const auto file = std::make_shared<std::string>();
   command->add_option("FILE", *file, "The file to pick")->required();
   command->callback([file, &program] {
-    program.action = [file, &program] { return select(*file, program.pluginFile); };
+    program.action = [file, &program] { return runSelect(*file, program.pluginFile); };
   });
 }
