@@ -14,7 +14,7 @@ constexpr const char* description =
     "\n"
     "Every volume of each project is resampled along the phase-encoding axis; the result is\n"
     "written beside the project, RUN_undist.fmr for RUN.fmr. Prints the names of the files\n"
-    "written. A project has the dimensions of the map.";
+    "written. A project has the dimensions of the map.\n";
 
 struct Options {
   std::string map;
@@ -74,7 +74,9 @@ void addApplyCommand(CLI::App& app, Program& program) {
   command->add_option("--vdm", options->map, "The map to apply (shifts in voxels)")
       ->type_name("A_vdm.map")
       ->required();
-  command->add_option("RUN", options->files, "Projects to correct (.fmr or .dmr)")->required();
+  command->add_option("RUN", options->files, "Projects to correct (.fmr or .dmr)")
+      ->type_name("")
+      ->required();
   command->add_flag("--rllr", options->rllr,
                     "Phase encoding runs along x, right-left (default: along y)");
   command->callback([options, &program] {

@@ -9,7 +9,7 @@ constexpr const char* description =
     "Check that files are projects by their names and can be opened.\n"
     "\n"
     "A quick test before 'mirel apply'; it reads no content. Shows all findings and then exits\n"
-    "with status 1.";
+    "with status 1.\n";
 
 int runCheck(const std::vector<std::string>& files, const std::string& pluginFile) {
   for (const std::string& file : files) refuseImpossibleName(file);
@@ -22,7 +22,9 @@ int runCheck(const std::vector<std::string>& files, const std::string& pluginFil
 void addCheckCommand(CLI::App& app, Program& program) {
   CLI::App* command = app.add_subcommand("check", description);
   const auto files = std::make_shared<std::vector<std::string>>();
-  command->add_option("FILE", *files, "Projects to check (.fmr or .dmr)")->required();
+  command->add_option("FILE", *files, "Projects to check (.fmr or .dmr)")
+      ->type_name("")
+      ->required();
   command->callback([files, &program] {
     program.action = [files, &program] { return runCheck(*files, program.pluginFile); };
   });

@@ -8,13 +8,12 @@
 namespace {
 
 constexpr const char* description =
-    "Estimate the voxel displacement maps of two projects with opposite phase-encoding\n"
-    "directions.\n"
+    "Estimate the displacement maps of two projects with opposite phase encoding.\n"
     "\n"
     "Writes A_vdm.map and B_vdm.map beside the projects: the shift of every voxel along the\n"
     "phase-encoding axis, in voxels. B's map is A's negated. Prints the names of the files\n"
     "written. Without options: the full estimate from the first volume of each project, with\n"
-    "NCC, for phase encoding along y.";
+    "NCC, for phase encoding along y.\n";
 
 struct Options {
   std::string files[2];
@@ -79,17 +78,23 @@ int runEstimate(const Options& options, const std::string& pluginFile) {
 void addEstimateCommand(CLI::App& app, Program& program) {
   CLI::App* command = app.add_subcommand("estimate", description);
   const auto options = std::make_shared<Options>();
-  command->add_option("A", options->files[0], "First project (.fmr or .dmr)")->required();
+  const CLI::Validator nonNegative = CLI::Validator(CLI::NonNegativeNumber).description("");
+  command->add_option("A", options->files[0], "First project (.fmr or .dmr)")
+      ->type_name("")
+      ->required();
   command->add_option("B", options->files[1], "Second project, of the same dimensions as A")
+      ->type_name("")
       ->required();
   command
       ->add_option("--volume0", options->volumes[0],
                    "Volume of A to use, counted from 0 (default: 0, the first)")
-      ->check(CLI::NonNegativeNumber);
+      ->type_name("N")
+      ->check(nonNegative);
   command
       ->add_option("--volume1", options->volumes[1],
                    "Volume of B to use, counted from 0 (default: 0, the first)")
-      ->check(CLI::NonNegativeNumber);
+      ->type_name("N")
+      ->check(nonNegative);
   command->add_flag("--rllr", options->rllr,
                     "Phase encoding runs along x, right-left (default: along y)");
   command->add_flag("--ic", options->intensityCorrection,

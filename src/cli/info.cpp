@@ -15,12 +15,15 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr const char* description =
-    "Tell what a project or a map contains: its header and a summary of its data.";
+    "Tell what a project or a map contains: its header and a summary of its data.\n";
 
 Json jsonOf(const DataSummary& summary) {
-  return {{"values", summary.values},     {"nonFinite", summary.nonFinite},
-          {"minimum", summary.minimum},   {"maximum", summary.maximum},
-          {"mean", summary.mean},         {"standardDeviation", summary.standardDeviation},
+  return {{"values", summary.values},
+          {"nonFinite", summary.nonFinite},
+          {"minimum", summary.minimum},
+          {"maximum", summary.maximum},
+          {"mean", summary.mean},
+          {"standardDeviation", summary.standardDeviation},
           {"rootMeanSquare", summary.rootMeanSquare}};
 }
 
@@ -121,7 +124,9 @@ void addInfoCommand(CLI::App& app, Program& program) {
     bool json = false;
   };
   const auto options = std::make_shared<Options>();
-  command->add_option("FILE", options->file, "A project (.fmr, .dmr) or a map (.map)")->required();
+  command->add_option("FILE", options->file, "A project (.fmr, .dmr) or a map (.map)")
+      ->type_name("")
+      ->required();
   command->add_flag("--json", options->json, "As JSON (lengths in mm, times in ms)");
   command->callback([options, &program] {
     program.action = [options] { return runInfo(options->file, options->json); };

@@ -11,10 +11,10 @@
 namespace {
 
 constexpr const char* description =
-    "Run the plugin's selection task as its dialog does when a file is picked.\n"
+    "Run the selection task as the dialog does when a file is picked.\n"
     "\n"
     "Prints filename, nr_of_volumes and display_volume (counted from 1) of a project (.fmr or\n"
-    ".dmr), or filename of a map (_vdm.map).";
+    ".dmr), or filename of a map (_vdm.map).\n";
 
 /// The selection task for a file of this name.
 std::string taskFor(const std::string& fileName) {
@@ -45,7 +45,7 @@ int runSelect(const std::string& fileName, const std::string& pluginFile) {
 void addSelectCommand(CLI::App& app, Program& program) {
   CLI::App* command = app.add_subcommand("select", description);
   const auto file = std::make_shared<std::string>();
-  command->add_option("FILE", *file, "The file to pick")->required();
+  command->add_option("FILE", *file, "The file to pick")->type_name("")->required();
   command->callback([file, &program] {
     program.action = [file, &program] { return runSelect(*file, program.pluginFile); };
   });

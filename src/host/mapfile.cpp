@@ -79,7 +79,7 @@ File openForReading(const std::string& fileName) {
 }
 
 std::uint64_t sizeOf(const File& file, const std::string& fileName) {
-  struct stat status{};
+  struct stat status {};
   if (fstat(fileno(file.get()), &status) != 0) refuse(fileName, std::strerror(errno));
   if (!S_ISREG(status.st_mode)) refuse(fileName, "it is not a regular file");
   return static_cast<std::uint64_t>(status.st_size);
@@ -147,7 +147,9 @@ Map readMapFile(const std::string& fileName) {
   readBytes(file, fileName, map.values.data(), bytes);
   std::uint32_t stored = 0;
   readBytes(file, fileName, &stored, sizeof stored);
-  const std::uint32_t sum = checksum(checksum(0, &prologue, sizeof prologue), map.values.data(), bytes);
-  if (sum != stored) refuse(fileName, "it is damaged (its checksum does not agree with its content)");
+  const std::uint32_t sum =
+      checksum(checksum(0, &prologue, sizeof prologue), map.values.data(), bytes);
+  if (sum != stored)
+    refuse(fileName, "it is damaged (its checksum does not agree with its content)");
   return map;
 }

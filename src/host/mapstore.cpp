@@ -74,8 +74,7 @@ void MapStore::load(const std::string& fileName) {
   slices.clear();
   Map loaded = readMapFile(fileName);
   if (!sameDimensions(loaded.header, current))
-    throw HostError("cannot load the map " + fileName + ": it is " +
-                    dimensionText(loaded.header) + ", but the current project is " +
-                    dimensionText(current));
+    throw HostError("cannot load the map " + fileName + ": it is " + dimensionText(loaded.header) +
+                    ", but the current project is " + dimensionText(current));
   hold(std::move(loaded));
 }

@@ -86,7 +86,7 @@ void refuseOverwrittenInputs(const std::vector<ProjectInfo>& projects) {
 }
 
 ExpectedOutputs::Stamp ExpectedOutputs::stampOf(const std::string& fileName) {
-  struct stat status{};
+  struct stat status {};
   if (stat(fileName.c_str(), &status) != 0) return {};
   return {true, status.st_ino, status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
 }
