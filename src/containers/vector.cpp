@@ -74,24 +74,24 @@ Vector<T> Vector<T>::operator-() const {
   return result;
 }
 
-#define MIREL_VECTOR_OPERATOR(op)                                                      \
-  template <typename T>                                                                \
-  Vector<T>& Vector<T>::operator op##=(T value) {                                      \
-    for (int i = 0; i < count; ++i) (*this)[i] = (*this)[i] op value;                  \
-    return *this;                                                                      \
-  }                                                                                    \
-  template <typename T>                                                                \
-  Vector<T>& Vector<T>::operator op##=(const Vector& other) {                          \
-    for (int i = 0; i < count; ++i) (*this)[i] = (*this)[i] op other[i];               \
-    return *this;                                                                      \
-  }                                                                                    \
-  template <typename T>                                                                \
-  Vector<T> Vector<T>::operator op(T value) const {                                    \
-    return Vector(*this).operator op##=(value);                                                 \
-  }                                                                                    \
-  template <typename T>                                                                \
-  Vector<T> Vector<T>::operator op(const Vector& other) const {                        \
-    return Vector(*this).operator op##=(other);                                                 \
+#define MIREL_VECTOR_OPERATOR(op)                                        \
+  template <typename T>                                                  \
+  Vector<T>& Vector<T>::operator op##=(T value) {                        \
+    for (int i = 0; i < count; ++i) (*this)[i] = (*this)[i] op value;    \
+    return *this;                                                        \
+  }                                                                      \
+  template <typename T>                                                  \
+  Vector<T>& Vector<T>::operator op##=(const Vector& other) {            \
+    for (int i = 0; i < count; ++i) (*this)[i] = (*this)[i] op other[i]; \
+    return *this;                                                        \
+  }                                                                      \
+  template <typename T>                                                  \
+  Vector<T> Vector<T>::operator op(T value) const {                      \
+    return Vector(*this).operator op##=(value);                          \
+  }                                                                      \
+  template <typename T>                                                  \
+  Vector<T> Vector<T>::operator op(const Vector& other) const {          \
+    return Vector(*this).operator op##=(other);                          \
   }
 
 MIREL_VECTOR_OPERATOR(+)

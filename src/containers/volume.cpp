@@ -160,30 +160,28 @@ Volume<T> Volume<T>::operator-() const {
   return result;
 }
 
-#define MIREL_VOLUME_OPERATOR(op, operation)                                   \
-  template <typename T>                                                        \
-  Volume<T> Volume<T>::operator op(T value) const {                            \
-    Volume result(dims);                                                       \
-    transformAll(result.data(), data(), size(),                                \
-                 [value](T a) { return operation(a, value); });                \
-    return result;                                                             \
-  }                                                                            \
-  template <typename T>                                                        \
-  Volume<T>& Volume<T>::operator op##=(T value) {                              \
-    transformAll(data(), data(), size(),                                       \
-                 [value](T a) { return operation(a, value); });                \
-    return *this;                                                              \
-  }                                                                            \
-  template <typename T>                                                        \
-  Volume<T> Volume<T>::operator op(const Volume& other) const {                \
-    Volume result(dims);                                                       \
-    combineAll(result.data(), data(), other.data(), size(), operation<T>);     \
-    return result;                                                             \
-  }                                                                            \
-  template <typename T>                                                        \
-  Volume<T>& Volume<T>::operator op##=(const Volume& other) {                  \
-    combineAll(data(), data(), other.data(), size(), operation<T>);            \
-    return *this;                                                              \
+#define MIREL_VOLUME_OPERATOR(op, operation)                                                   \
+  template <typename T>                                                                        \
+  Volume<T> Volume<T>::operator op(T value) const {                                            \
+    Volume result(dims);                                                                       \
+    transformAll(result.data(), data(), size(), [value](T a) { return operation(a, value); }); \
+    return result;                                                                             \
+  }                                                                                            \
+  template <typename T>                                                                        \
+  Volume<T>& Volume<T>::operator op##=(T value) {                                              \
+    transformAll(data(), data(), size(), [value](T a) { return operation(a, value); });        \
+    return *this;                                                                              \
+  }                                                                                            \
+  template <typename T>                                                                        \
+  Volume<T> Volume<T>::operator op(const Volume& other) const {                                \
+    Volume result(dims);                                                                       \
+    combineAll(result.data(), data(), other.data(), size(), operation<T>);                     \
+    return result;                                                                             \
+  }                                                                                            \
+  template <typename T>                                                                        \
+  Volume<T>& Volume<T>::operator op##=(const Volume& other) {                                  \
+    combineAll(data(), data(), other.data(), size(), operation<T>);                            \
+    return *this;                                                                              \
   }
 
 MIREL_VOLUME_OPERATOR(+, sum)
@@ -249,8 +247,7 @@ std::ostream& operator<<(std::ostream& os, const Volume<T>& v) {
   const auto writeRow = [&](int y, int z) {
     os << "\n    [";
     forShown(
-        v.nx(), [&](int x) { os << (x == 0 ? "" : " ") << v.at(x, y, z); },
-        [&] { os << " ..."; });
+        v.nx(), [&](int x) { os << (x == 0 ? "" : " ") << v.at(x, y, z); }, [&] { os << " ..."; });
     os << "]";
   };
   const auto writeSlice = [&](int z) {

@@ -59,8 +59,7 @@ class Volume {
   /// The element, or 0 outside the volume.
   T get(glm::ivec3 p) const { return get(p.x, p.y, p.z); }
   T get(int x, int y, int z) const {
-    const bool inside =
-        x >= 0 && x < dims.x && y >= 0 && y < dims.y && z >= 0 && z < dims.z;
+    const bool inside = x >= 0 && x < dims.x && y >= 0 && y < dims.y && z >= 0 && z < dims.z;
     return inside ? at(x, y, z) : T(0);
   }
   /// The element at the coordinates reflected into the volume (`mirrorIndex`); 0 when empty.
@@ -108,9 +107,7 @@ class Volume {
   Volume transposeXY() const;
 
  private:
-  std::size_t offset(int x, int y, int z) const {
-    return static_cast<std::size_t>(index(x, y, z));
-  }
+  std::size_t offset(int x, int y, int z) const { return static_cast<std::size_t>(index(x, y, z)); }
 
   glm::ivec3 dims{0, 0, 0};
   std::unique_ptr<T[]> elements;

@@ -28,7 +28,7 @@ bool InitZTAccess() {
   if (handle == nullptr) return false;
   bind(host::ztGetVersionOfCorvanaZT, handle, "ztGetVersionOfCorvanaZT");
   if (host::ztGetVersionOfCorvanaZT == nullptr) return false;
-  // Hosts differ in what they export beyond the functions in use: a missing one is not an error.
+    // Hosts differ in what they export beyond the functions in use: a missing one is not an error.
 #define MIREL_BIND(result, name, parameters) bind(host::name, handle, #name);
   MIREL_FOR_EACH_HOST_FUNCTION(MIREL_BIND)
 #undef MIREL_BIND

@@ -1,0 +1,29 @@
+#include "tasks/check.h"
+
+#include <fstream>
+#include <string>
+
+#include "files/filenames.h"
+#include "plugin/access/ztaccess.h"
+
+namespace {
+
+// The line that describes what is wrong with a file, empty if nothing is.
+std::string finding(const std::string& fileName) {
+  if (!hasExtension(fileName, "fmr") && !hasExtension(fileName, "dmr"))
+    return fileName + ": not an FMR or DMR file\n";
+  const std::ifstream file(fileName);
+  return file.good() ? "" : fileName + ": could not read file\n";
+}
+
+}  // namespace
+
+void checkFiles(std::ostream& log) {
+  std::string findings;
+  for (const std::string& fileName : split_string(get_string_parameter("files")))
+    findings += finding(fileName);
+  if (findings.empty())
+    log << "Check: OK" << std::flush;
+  else
+    host::ztMessageBox(findings.c_str());
+}
