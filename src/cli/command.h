@@ -26,3 +26,5 @@ void addCheckCommand(CLI::App& app, Program& program);
 void addSelectCommand(CLI::App& app, Program& program);
 void addInfoCommand(CLI::App& app, Program& program);
 void addConvertCommand(CLI::App& app, Program& program);
+void addPhantomCommand(CLI::App& app, Program& program);
+void addPictureCommand(CLI::App& app, Program& program);

@@ -66,6 +66,8 @@ int main(int argc, char** argv) {
   addSelectCommand(app, program);
   addInfoCommand(app, program);
   addConvertCommand(app, program);
+  addPhantomCommand(app, program);
+  addPictureCommand(app, program);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& stop) {
