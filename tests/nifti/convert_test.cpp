@@ -132,6 +132,9 @@ TEST_P(Convert, ScaledIntegersBecomeFloats) {
   roundTrip(raw);
   EXPECT_EQ(dataType(), 2);
   EXPECT_EQ(typeBack(), DataType::float32);
+  raw.slope = 2;  // whole numbers, too: a slope says that the data are not counts
+  roundTrip(raw);
+  EXPECT_EQ(dataType(), 2);
   raw.slope = 1;
   raw.inter = 0;
   roundTrip(raw);
