@@ -1,0 +1,20 @@
+// A host that exports everything but the version query.
+#include <gmock/gmock.h>
+
+#include "plugin/access/ztaccess.h"
+#include "plugin/loadedplugin.h"
+#include "plugin/testhost.h"
+
+TEST(HostWithoutVersion, IsNotBound) {
+  EXPECT_FALSE(InitZTAccess());
+  EXPECT_EQ(host::ztGetVersionOfCorvanaZT, nullptr);
+  EXPECT_EQ(host::ztLogText, nullptr);
+}
+
+TEST(HostWithoutVersion, FailsInitPluginSilently) {
+  auto plugin = createdPlugin();
+  EXPECT_FALSE(plugin->initPlugin());
+  plugin.reset();
+  // No message, and no log whose destruction would call the host.
+  EXPECT_THAT(testHost().calls, testing::IsEmpty());
+}

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <memory>
+
+/// The plugin as a host knows it: a shared library, entry points and one object with three
+/// virtual operations in this order.
+class HostSidePlugin {
+ public:
+  virtual ~HostSidePlugin() = default;
+  virtual bool execute() = 0;
+  virtual bool initPlugin() = 0;
+};
+
+/// The library that the build made, loaded at the first call and kept.
+void* pluginLibrary();
+
+/// What one of its text entry points returns.
+const char* pluginText(const char* entryPoint);
+
+/// A new plugin object from `createPlugin`, not initialised.
+std::unique_ptr<HostSidePlugin> createdPlugin();
