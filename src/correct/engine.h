@@ -1,0 +1,5 @@
+#pragma once
+
+/// Points the engine's FFT entry points at FFTW's single-precision library, the one that the host
+/// gives to the plugin: the same transforms, bit for bit. To be called once before an estimate.
+void bindEngine();
