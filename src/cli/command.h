@@ -28,3 +28,4 @@ void addInfoCommand(CLI::App& app, Program& program);
 void addConvertCommand(CLI::App& app, Program& program);
 void addPhantomCommand(CLI::App& app, Program& program);
 void addPictureCommand(CLI::App& app, Program& program);
+void addCompareCommand(CLI::App& app, Program& program);

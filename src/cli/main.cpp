@@ -68,6 +68,7 @@ int main(int argc, char** argv) {
   addConvertCommand(app, program);
   addPhantomCommand(app, program);
   addPictureCommand(app, program);
+  addCompareCommand(app, program);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& stop) {
