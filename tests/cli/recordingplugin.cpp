@@ -8,6 +8,15 @@
 
 #define PLUGIN_EXPORT __attribute__((visibility("default")))
 
+// The slots of the virtual table in the order that the interface fixes, declared without the
+// program's header: destructor, execute, initPlugin.
+class CNZTPluginInterface {
+ public:
+  virtual ~CNZTPluginInterface() = default;
+  virtual bool execute() = 0;
+  virtual bool initPlugin() = 0;
+};
+
 namespace {
 
 bool mode(const char* wanted) {
@@ -27,16 +36,7 @@ std::string text(const char* name) {
   return buffer;
 }
 
-// The slots of the virtual table in the order that the interface fixes, declared without the
-// program's header: destructor, execute, initPlugin.
-class Interface {
- public:
-  virtual ~Interface() = default;
-  virtual bool execute() = 0;
-  virtual bool initPlugin() = 0;
-};
-
-class Recorder : public Interface {
+class Recorder : public CNZTPluginInterface {
  public:
   ~Recorder() override { log("destroyed"); }
 
@@ -68,7 +68,7 @@ class Recorder : public Interface {
 extern "C" {
 PLUGIN_EXPORT void* createPlugin() {
   if (mode("no object")) return nullptr;
-  return static_cast<Interface*>(new Recorder);
+  return static_cast<CNZTPluginInterface*>(new Recorder);
 }
 PLUGIN_EXPORT const char* getPluginName() { return "recorder"; }
 PLUGIN_EXPORT const char* getPluginVersion() { return "1"; }
