@@ -65,6 +65,9 @@ int main(int argc, char** argv) {
   addCheckCommand(app, program);
   addSelectCommand(app, program);
   addInfoCommand(app, program);
+  addConvertCommand(app, program);
+  addPhantomCommand(app, program);
+  addPictureCommand(app, program);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& stop) {
