@@ -1,7 +1,9 @@
 #include "reference/vdm.h"
 
+#include <bit>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <set>
 
 #include "reference/bspline.h"
@@ -32,12 +34,18 @@ int scan(Column& v) {
   return adjustments;
 }
 
+std::vector<std::uint32_t> bits(const Column& v) {
+  std::vector<std::uint32_t> result;
+  for (const float value : v) result.push_back(std::bit_cast<std::uint32_t>(value));
+  return result;
+}
+
 // Scans until one changes nothing, or until the column is back in a state it was in before.
 int smoothColumn(Column& v) {
-  std::set<Column> seen;
+  std::set<std::vector<std::uint32_t>> seen;  // bit patterns: NaN has no order
   int total = 0;
   for (;;) {
-    if (!seen.insert(v).second) return total;
+    if (!seen.insert(bits(v)).second) return total;
     const int adjustments = scan(v);
     if (adjustments == 0) return total;
     total += adjustments;

@@ -174,27 +174,54 @@ TEST(Spline, DecaysToZeroTwoRowsBeyondTheBorders) {
   EXPECT_EQ(dst.at(2, 4, 1), 0);
 }
 
+void expectSplineAgreement(const Volume<float>& image, const Volume<float>& vdm) {
+  Volume<float> a(image.dimensions(), -1.0f), b(image.dimensions(), -2.0f);
+  for (const bool reverse : {false, true}) {
+    applyVdmYSpline(a, image, vdm, reverse);
+    reference::applyVdmYSpline(b, image, vdm, reverse);
+    EXPECT_TRUE(same(a, b)) << "reverse " << reverse;
+  }
+  a.setAll(-1);
+  applyVdmYSplineReverse(a, image, vdm);
+  EXPECT_TRUE(same(a, b));
+}
+
 TEST(Spline, AgreesWithTheReference) {
   Random random(6);
   for (const glm::ivec3 d : testSizes())
     for (const float reach : {0.7f, 3.0f, 50.0f})
-      for (const int odd : {0, 1, 2}) {
+      for (const bool odd : {false, true}) {
         SCOPED_TRACE(testing::Message() << d.x << "x" << d.y << "x" << d.z << ", shifts to "
-                                        << reach << ", odd values " << odd);
-        Volume<float> image = random.volume(d, -10, 1000), vdm = random.volume(d, -reach, reach);
-        for (int i = 0; i < vdm.size(); i += 4) vdm.data()[i] = std::round(vdm.data()[i]);
-        if (odd == 1) sprinkleOddValues(vdm, random);
-        if (odd == 2) sprinkleOddValues(image, random);
-        Volume<float> a(d, -1.0f), b(d, -2.0f);
-        for (const bool reverse : {false, true}) {
-          applyVdmYSpline(a, image, vdm, reverse);
-          reference::applyVdmYSpline(b, image, vdm, reverse);
-          EXPECT_TRUE(same(a, b)) << "reverse " << reverse;
-        }
-        a.setAll(-1);
-        applyVdmYSplineReverse(a, image, vdm);
-        EXPECT_TRUE(same(a, b));
+                                        << reach << (odd ? ", odd shifts" : ""));
+        Volume<float> vdm = random.volume(d, -reach, reach);
+        if (odd) sprinkleOddValues(vdm, random);
+        expectSplineAgreement(random.volume(d, -10, 1000), vdm);
       }
+}
+
+TEST(Spline, AgreesWithTheReferenceWhereTheValueLiesHalfWayBetweenTwoFloats) {
+  // Short columns read at whole rows beyond the border have values that are exact ties; the
+  // rounding of the solves along x and z decides them.
+  SCOPED_TRACE(
+      "the coefficients are those of the whole volume, solved along z, y and x, and all 4x4x4 taps "
+      "are summed; leaving out x and z changes the last bit");
+  Random random(7);
+  for (int trial = 0; trial < 40; ++trial) {
+    const glm::ivec3 d(17, 3, 16);
+    Volume<float> vdm = random.volume(d, -3, 3);
+    for (int i = 0; i < vdm.size(); ++i) vdm.data()[i] = std::round(vdm.data()[i]);
+    expectSplineAgreement(random.volume(d, -10, 1000), vdm);
+  }
+}
+
+TEST(Spline, AgreesWithTheReferenceInHowSamplesThatAreNotFiniteSpread) {
+  SCOPED_TRACE("the solves along z, y and x carry a NaN through the whole volume");
+  Random random(8);
+  for (const glm::ivec3 d : testSizes()) {
+    Volume<float> image = random.volume(d, -10, 1000);
+    sprinkleOddValues(image, random);
+    expectSplineAgreement(image, random.volume(d, -3, 3));
+  }
 }
 
 TEST(Spline, ChecksBeforeItWrites) {

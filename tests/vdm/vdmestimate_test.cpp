@@ -281,6 +281,29 @@ TEST_F(Estimate, AgreesWithTheReferenceOnUnevenPatterns) {
     }
 }
 
+// Adjustments that the estimate logged as needed at its first scale.
+int loggedAdjustments(const Entries& entries) {
+  std::smatch match;
+  for (const std::string& entry : entries)
+    if (std::regex_search(entry, match, std::regex("and needed (\\d+) iterations")))
+      return std::stoi(match[1]);
+  return -1;
+}
+
+TEST_F(Estimate, AgreesWithTheReferenceWhereTheMapFolds) {
+  // Hardly smoothed large trials leave many steps to repair.
+  Scales s;
+  s.add(Volume<float>(3, 3, 3, 1.0f), {-3.0f, -2.0f, 0.0f, 2.0f, 3.0f}, 0.3);
+  s.add(Volume<float>(3, 3, 3, 1.0f), {-2.0f, 0.0f, 2.0f}, 0.3);
+  const Volume<float> ap = blobs({10, 14, 6}, 13, 2.0f), pa = blobs({10, 14, 6}, 14);
+  for (const bool useSsd : {true, false}) {
+    s.useSsd = useSsd;
+    expectAgreement(ap, pa, s);
+  }
+  estimate(ap, pa, s);
+  EXPECT_GT(loggedAdjustments(log.entries()), 500);
+}
+
 TEST_F(Estimate, AgreesWithTheReferenceOnTiesAndDuplicateAmplitudes) {
   Scales s;
   s.add(Volume<float>(3, 3, 3, 1.0f), {0.5f, 0.5f, -0.5f, 0.0f, -0.5f, 0.0f}, 1.0);
