@@ -53,15 +53,11 @@ Sidecar::Sidecar(const std::string& fileName) : name(fileName) {
 
 void Sidecar::fail(const std::string& fault) const { throw Error(name + " " + fault); }
 
-std::optional<PhaseEncoding> Sidecar::phaseEncoding() const {
+std::optional<series::PhaseEncodingDirection> Sidecar::phaseEncoding() const {
   const auto field = content.find("PhaseEncodingDirection");
   if (field == content.end()) return std::nullopt;
   if (!field->is_string()) fail("has a PhaseEncodingDirection that is not a text");
-  const std::string text = field->get<std::string>();
-  const std::optional<PhaseEncoding> direction = parsePhaseEncoding(text);
-  if (!direction)
-    fail("has the PhaseEncodingDirection \"" + text + "\", which is none of i, i-, j, j-, k, k-");
-  return direction;
+  return series::parsePhaseEncoding(field->get<std::string>(), name);
 }
 
 std::optional<double> Sidecar::seconds(const char* field) const {

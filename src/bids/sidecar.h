@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "bids/phaseencoding.h"
+#include "series/phaseencoding.h"
 
 namespace bids {
 
@@ -44,7 +44,7 @@ class Sidecar {
   const nlohmann::json& json() const { return content; }
 
   /// The field PhaseEncodingDirection; nothing when it is missing.
-  std::optional<PhaseEncoding> phaseEncoding() const;
+  std::optional<series::PhaseEncodingDirection> phaseEncoding() const;
 
   /// The total readout time of an image with `lines` voxels along the phase-encoding axis, by the
   /// first of these fields that is there; nothing without any of them:

@@ -4,6 +4,8 @@
 
 #include "plugin/access/fftaccess.h"
 
+namespace correct {
+
 namespace {
 
 plugin_fftw_plan planForward(int n0, int n1, int n2, float* in, plugin_fftw_complex* out,
@@ -30,3 +32,5 @@ void bindEngine() {
   plugin_fftw_execute = execute;
   plugin_fftw_destroy_plan = destroy;
 }
+
+}  // namespace correct

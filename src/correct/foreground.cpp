@@ -5,6 +5,8 @@
 #include <cmath>
 #include <vector>
 
+namespace correct {
+
 namespace {
 
 constexpr int binCount = 2048;
@@ -77,3 +79,5 @@ double fractionAbove(const Volume<float>& image, double threshold) {
 }
 
 Volume<float> meanOf(const Volume<float>& a, const Volume<float>& b) { return (a + b) * 0.5f; }
+
+}  // namespace correct

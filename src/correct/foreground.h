@@ -2,6 +2,8 @@
 
 #include "containers/volume.h"
 
+namespace correct {
+
 /// Bringing images to the scale on which the estimators tell a head from air.
 
 /// The intensity above which the estimators take a voxel for foreground.
@@ -28,3 +30,5 @@ double fractionAbove(const Volume<float>& image, double threshold);
 
 /// The voxel-wise mean of two images of equal dimensions.
 Volume<float> meanOf(const Volume<float>& a, const Volume<float>& b);
+
+}  // namespace correct

@@ -20,6 +20,11 @@
 #include "vdm/estimatepair.h"
 #include "vdm/vdm.h"
 
+using correct::estimatorThreshold;
+using correct::fractionAbove;
+using correct::headThreshold;
+using correct::meanOf;
+
 namespace {
 
 struct Variant {
@@ -238,7 +243,7 @@ void small() {
 
 int main(int argc, char** argv) {
   try {
-    bindEngine();
+    correct::bindEngine();
     std::vector<std::string> parts;
     for (int i = 1; i < argc; ++i) {
       const std::string word = argv[i];
