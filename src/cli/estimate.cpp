@@ -27,6 +27,11 @@ struct Options {
   bool apply = false;
 };
 
+/// The parser's own check of this kind prints the largest double as the upper limit.
+std::string refuseNegative(const std::string& text) {
+  return text.starts_with("-") ? "volumes are counted from 0, but " + text + " is given" : "";
+}
+
 ExpectedOutputs expectedOutputs(const Options& options) {
   ExpectedOutputs outputs;
   for (const std::string& file : options.files) outputs.add(vdmMapName(file));
@@ -78,7 +83,6 @@ int runEstimate(const Options& options, const std::string& pluginFile) {
 void addEstimateCommand(CLI::App& app, Program& program) {
   CLI::App* command = app.add_subcommand("estimate", description);
   const auto options = std::make_shared<Options>();
-  const CLI::Validator nonNegative = CLI::Validator(CLI::NonNegativeNumber).description("");
   command->add_option("A", options->files[0], "First project (.fmr or .dmr)")
       ->type_name("")
       ->required();
@@ -89,12 +93,12 @@ void addEstimateCommand(CLI::App& app, Program& program) {
       ->add_option("--volume0", options->volumes[0],
                    "Volume of A to use, counted from 0 (default: 0, the first)")
       ->type_name("N")
-      ->check(nonNegative);
+      ->check(refuseNegative);
   command
       ->add_option("--volume1", options->volumes[1],
                    "Volume of B to use, counted from 0 (default: 0, the first)")
       ->type_name("N")
-      ->check(nonNegative);
+      ->check(refuseNegative);
   command->add_flag("--rllr", options->rllr,
                     "Phase encoding runs along x, right-left (default: along y)");
   command->add_flag("--ic", options->intensityCorrection,

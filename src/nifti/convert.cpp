@@ -63,9 +63,8 @@ Volumes readAll(Reader& image) {
   try {
     for (int t = 0; t < image.header().volumes; t++) volumes.push_back(image.readVolume(t));
   } catch (const std::bad_alloc&) {
-    throw Error(image.fileName() + " does not fit into memory: " +
-                describe(image.header().dims) + " voxels in " +
-                std::to_string(image.header().volumes) + " volumes");
+    throw Error(image.fileName() + " does not fit into memory: " + describe(image.header().dims) +
+                " voxels in " + std::to_string(image.header().volumes) + " volumes");
   }
   return volumes;
 }
@@ -77,8 +76,7 @@ ConvertOptions gradientFiles(const std::string& in, const ConvertOptions& option
   const bool bvecNamed = !options.bvecFile.empty();
   if (bvecNamed != !options.bvalFile.empty())
     throw Error("gradient directions and b-values come as two files: the " +
-                std::string(bvecNamed ? "b-values" : "directions") + " for " + in +
-                " are missing");
+                std::string(bvecNamed ? "b-values" : "directions") + " for " + in + " are missing");
   if (bvecNamed) return options;
   const ConvertOptions beside{niftiStem(in) + ".bvec", niftiStem(in) + ".bval"};
   const bool bvec = fs::exists(beside.bvecFile);
@@ -115,8 +113,8 @@ void addGradients(DMR& project, const std::string& in, const ConvertOptions& opt
 
 /// The project classes do not report a header that could not be filled, so look.
 template <typename Kind>
-void checkSaved(const std::string& headerName, const std::string& dataName,
-                std::uintmax_t wanted, const std::string& out) {
+void checkSaved(const std::string& headerName, const std::string& dataName, std::uintmax_t wanted,
+                const std::string& out) {
   std::error_code failure;
   const std::uintmax_t bytes = fs::file_size(dataName, failure);
   if (failure || bytes != wanted || !fs::exists(headerName))
@@ -144,9 +142,8 @@ ConvertReport imageToProject(const std::string& in, const std::string& out,
   Volumes volumes = readAll(image);
   const bool whole =
       isInteger(header.type) && !header.hasScaling() && fitsType(volumes, DataType::int16);
-  const NewProject description{Kind::kind,
-                               whole ? ProjectSamples::int16 : ProjectSamples::float32, stem,
-                               fs::path(in).filename().string()};
+  const NewProject description{Kind::kind, whole ? ProjectSamples::int16 : ProjectSamples::float32,
+                               stem, fs::path(in).filename().string()};
   const std::string text = newProjectHeader(header, description);
 
   ConvertReport report;
@@ -185,8 +182,8 @@ void writeGradients(const DMR& project, const std::string& out, PendingFiles& fi
   const std::size_t volumes = static_cast<std::size_t>(project.NrOfVolumes.value());
   const std::size_t rows = project.gradientDirections.size();
   if (rows != volumes || project.gradientWeights.size() != volumes) {
-    report.notes.push_back(project.fileName + " has a gradient table of " +
-                           std::to_string(rows) + " rows for " + std::to_string(volumes) +
+    report.notes.push_back(project.fileName + " has a gradient table of " + std::to_string(rows) +
+                           " rows for " + std::to_string(volumes) +
                            " volumes: no .bvec and .bval are written");
     return;
   }

@@ -22,13 +22,24 @@ bool isFinite(const glm::dvec3& v) {
 /// All numbers of a block, for comparison.
 std::array<double, 19> numbersOf(const PositionBlock& b) {
   return {double(b.coordinateSystem),
-          b.slice1Center.x, b.slice1Center.y, b.slice1Center.z,
-          b.sliceNCenter.x, b.sliceNCenter.y, b.sliceNCenter.z,
-          b.rowDir.x, b.rowDir.y, b.rowDir.z,
-          b.colDir.x, b.colDir.y, b.colDir.z,
-          double(b.nRows), double(b.nCols),
-          b.fovRows, b.fovCols,
-          b.sliceThickness, b.gapThickness};
+          b.slice1Center.x,
+          b.slice1Center.y,
+          b.slice1Center.z,
+          b.sliceNCenter.x,
+          b.sliceNCenter.y,
+          b.sliceNCenter.z,
+          b.rowDir.x,
+          b.rowDir.y,
+          b.rowDir.z,
+          b.colDir.x,
+          b.colDir.y,
+          b.colDir.z,
+          double(b.nRows),
+          double(b.nCols),
+          b.fovRows,
+          b.fovCols,
+          b.sliceThickness,
+          b.gapThickness};
 }
 
 /// The number as a header line of type float prints it.
@@ -84,8 +95,8 @@ PositionBlock toPositionBlock(const glm::dmat4& affine, glm::ivec3 dims,
 
 glm::dmat4 toAffine(const PositionBlock& b, int nSlices, const std::string& fileName) {
   const double spacing = b.sliceThickness + b.gapThickness;
-  glm::dvec3 step = nSlices > 1 ? (b.sliceNCenter - b.slice1Center) / double(nSlices - 1)
-                                : glm::dvec3(0);
+  glm::dvec3 step =
+      nSlices > 1 ? (b.sliceNCenter - b.slice1Center) / double(nSlices - 1) : glm::dvec3(0);
   const double length = glm::length(step);
   checkBlock(b, length > 0 ? length : spacing, fileName);
   const glm::dvec3 row = glm::normalize(b.rowDir);

@@ -67,16 +67,17 @@ std::vector<float> readBValues(const std::string& fileName, int volumes) {
 std::vector<glm::vec3> readDirections(const std::string& fileName, int volumes) {
   const Rows rows = readRows(fileName);
   std::vector<glm::vec3> directions;
-  const bool inColumns = rows.size() == 3 && rows[0].size() == rows[1].size() &&
-                         rows[0].size() == rows[2].size();
+  const bool inColumns =
+      rows.size() == 3 && rows[0].size() == rows[1].size() && rows[0].size() == rows[2].size();
   if (inColumns && (rows[0].size() != 3 || volumes == 3)) {
     for (std::size_t n = 0; n < rows[0].size(); n++)
       directions.emplace_back(rows[0][n], rows[1][n], rows[2][n]);
   } else {
     for (const std::vector<float>& row : rows) {
       if (row.size() != 3)
-        throw Error(fileName + " is not a table of directions: neither three lines of equal "
-                               "length nor lines of three numbers");
+        throw Error(fileName +
+                    " is not a table of directions: neither three lines of equal "
+                    "length nor lines of three numbers");
       directions.emplace_back(row[0], row[1], row[2]);
     }
   }
@@ -98,8 +99,7 @@ void printLine(std::ostream& os, const Range& range, const Get& get) {
 
 }  // namespace
 
-GradientTable readGradients(const std::string& bvecFile, const std::string& bvalFile,
-                            int volumes) {
+GradientTable readGradients(const std::string& bvecFile, const std::string& bvalFile, int volumes) {
   GradientTable table;
   table.directions = readDirections(bvecFile, volumes);
   table.bValues = readBValues(bvalFile, volumes);

@@ -101,8 +101,8 @@ void checkDimensions(const Int* dim, int bytes, const std::string& fileName) {
     if (d == 4 && size > std::numeric_limits<int>::max())
       throw Error(fileName + " has an impossible number of volumes: " + std::to_string(size));
     // Sizes of a volume stay below 2^31 each, so the products below cannot overflow.
-    if (d <= 3 && (size > std::numeric_limits<int>::max() ||
-                   voxels * size > std::numeric_limits<int>::max()))
+    if (d <= 3 &&
+        (size > std::numeric_limits<int>::max() || voxels * size > std::numeric_limits<int>::max()))
       throw Error(fileName + " has impossible dimensions: a volume of more than 2^31 - 1 voxels");
     voxels *= size;
     if (voxels > (std::int64_t{1} << 62) / bytes)
@@ -158,8 +158,12 @@ Header fromLibrary(const nifti_image& image, int version) {
       std::fmax(0, finiteOr(image.pixdim[4], 0)) * secondsPerUnit(image.time_units);
   h.qformCode = image.qform_code;
   h.sformCode = image.sform_code;
-  h.qform = {image.quatern_b,      image.quatern_c,      image.quatern_d,
-             image.qoffset_x * mm, image.qoffset_y * mm, image.qoffset_z * mm,
+  h.qform = {image.quatern_b,
+             image.quatern_c,
+             image.quatern_d,
+             image.qoffset_x * mm,
+             image.qoffset_y * mm,
+             image.qoffset_z * mm,
              image.qfac < 0 ? -1.0 : 1.0};
   if (h.sformCode > 0) {
     h.sform = fromLibrary(image.sto_xyz);
@@ -215,8 +219,8 @@ StoredHeader parse2(const unsigned char* bytes, bool swapped, const std::string&
 ImagePointer toLibrary(const Header& h, int version) {
   ImagePointer image(nifti_simple_init_nim());
   if (!image) throw std::bad_alloc();
-  const std::int64_t dim[8] = {h.volumes > 1 ? 4 : 3, h.dims.x, h.dims.y, h.dims.z,
-                               h.volumes,             1,        1,        1};
+  const std::int64_t dim[8] = {
+      h.volumes > 1 ? 4 : 3, h.dims.x, h.dims.y, h.dims.z, h.volumes, 1, 1, 1};
   const double pixdim[8] = {
       0, h.voxelSizeMm.x, h.voxelSizeMm.y, h.voxelSizeMm.z, h.repetitionTimeSeconds, 0, 0, 0};
   std::memcpy(image->dim, dim, sizeof(dim));

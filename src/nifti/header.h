@@ -92,7 +92,7 @@ inline constexpr std::size_t headerBytes2 = 540;
 ///   version 2: int32 540 at byte 0, "n+2\0" at byte 4, then "\r\n\032\n" or four zeros
 ///
 /// Errors  nifti::Error, naming `fileName`: not a NIfTI, a two-file NIfTI, a count of dimensions
-///         outside 1 .. 7, a side below 1, more than one size beyond the fourth, a volume of
+///         outside 1 .. 7, a size below 1, a size above 1 beyond the fourth, a volume of
 ///         more than 2^31 - 1 voxels, data of more than 2^62 bytes, an unsupported data type,
 ///         a data offset inside the header or not a number. Nothing is allocated by size.
 StoredHeader parseHeader(const unsigned char* bytes, std::size_t count,

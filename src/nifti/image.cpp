@@ -51,8 +51,7 @@ bool hasNiftiName(const std::string& fileName) {
 
 std::string niftiStem(const std::string& fileName) {
   for (const char* end : {".nii.gz", ".nii"})
-    if (endsWith(fileName, end))
-      return fileName.substr(0, fileName.size() - std::strlen(end));
+    if (endsWith(fileName, end)) return fileName.substr(0, fileName.size() - std::strlen(end));
   return fileName;
 }
 
@@ -80,17 +79,16 @@ void Reader::readHeader() {
 void Reader::checkSize(std::uintmax_t fileBytes) const {
   // 4 * 2^62 is the largest product that parseHeader lets through: no overflow in 128 bits.
   __extension__ using Wide = unsigned __int128;
-  const Wide wanted = static_cast<Wide>(volumeBytes(header())) *
-                          static_cast<Wide>(header().volumes) +
-                      static_cast<Wide>(stored.dataOffset);
+  const Wide wanted =
+      static_cast<Wide>(volumeBytes(header())) * static_cast<Wide>(header().volumes) +
+      static_cast<Wide>(stored.dataOffset);
   // No deflate stream grows by more than a factor of 1032.
   const Wide most = gzdirect(file.get()) != 0 ? Wide{fileBytes} : Wide{fileBytes} * 1032 + 1024;
   if (wanted > most)
     throw Error(name + " is truncated or damaged: its header claims " +
-                std::to_string(header().dims.x) + " x " + std::to_string(header().dims.y) +
-                " x " + std::to_string(header().dims.z) + " voxels in " +
-                std::to_string(header().volumes) + " volumes, more than a file of " +
-                std::to_string(fileBytes) + " bytes can hold");
+                std::to_string(header().dims.x) + " x " + std::to_string(header().dims.y) + " x " +
+                std::to_string(header().dims.z) + " voxels in " + std::to_string(header().volumes) +
+                " volumes, more than a file of " + std::to_string(fileBytes) + " bytes can hold");
 }
 
 void Reader::readBytes(unsigned char* bytes, std::size_t count, const std::string& what) {
@@ -135,8 +133,8 @@ void Reader::readVolume(int t, Volume<float>& volume) {
     throw std::out_of_range(name + " has no volume " + std::to_string(t) + " (it has " +
                             std::to_string(h.volumes) + ")");
   if (volume.dimensions() != h.dims || volume.data() == nullptr) volume = Volume<float>(h.dims);
-  const std::string what = "the data of volume " + std::to_string(t + 1) + " of " +
-                           std::to_string(h.volumes);
+  const std::string what =
+      "the data of volume " + std::to_string(t + 1) + " of " + std::to_string(h.volumes);
   const z_off_t start = static_cast<z_off_t>(stored.dataOffset) +
                         static_cast<z_off_t>(volumeBytes(h)) * static_cast<z_off_t>(t);
   if (gztell(file.get()) != start && gzseek(file.get(), start, SEEK_SET) != start)

@@ -41,10 +41,11 @@ void setVoxelSizesOnly(Header& image, const ProjectHeader& p, std::vector<std::s
   bool known = true;
   image.voxelSizeMm.x = sizeOr1(double(p.InplaneResolutionX.value()), known);
   image.voxelSizeMm.y = sizeOr1(double(p.InplaneResolutionY.value()), known);
-  image.voxelSizeMm.z = sizeOr1(double(p.SliceThickness.value()) + double(p.SliceGap.value()),
-                                known);
-  notes.push_back(p.fileName + " has no usable position block: the image has voxel sizes but no "
-                               "orientation");
+  image.voxelSizeMm.z =
+      sizeOr1(double(p.SliceThickness.value()) + double(p.SliceGap.value()), known);
+  notes.push_back(p.fileName +
+                  " has no usable position block: the image has voxel sizes but no "
+                  "orientation");
   if (!known) notes.push_back(p.fileName + " lacks a voxel size: 1 mm is written in its place");
 }
 
@@ -77,8 +78,8 @@ void setGeometry(Header& image, const ProjectHeader& p, std::vector<std::string>
 
 std::optional<PositionBlock> positionOf(const ProjectHeader& p) {
   if (!allSet({&p.Slice1CenterX, &p.Slice1CenterY, &p.Slice1CenterZ, &p.SliceNCenterX,
-               &p.SliceNCenterY, &p.SliceNCenterZ, &p.RowDirX, &p.RowDirY, &p.RowDirZ,
-               &p.ColDirX, &p.ColDirY, &p.ColDirZ}))
+               &p.SliceNCenterY, &p.SliceNCenterZ, &p.RowDirX, &p.RowDirY, &p.RowDirZ, &p.ColDirX,
+               &p.ColDirY, &p.ColDirZ}))
     return std::nullopt;
   PositionBlock b;
   b.coordinateSystem = p.CoordinateSystem.value();

@@ -15,16 +15,26 @@ namespace {
 template <typename Body>
 auto withType(DataType type, const Body& body) {
   switch (type) {
-    case DataType::uint8: return body(std::uint8_t{});
-    case DataType::int16: return body(std::int16_t{});
-    case DataType::int32: return body(std::int32_t{});
-    case DataType::float32: return body(float{});
-    case DataType::float64: return body(double{});
-    case DataType::int8: return body(std::int8_t{});
-    case DataType::uint16: return body(std::uint16_t{});
-    case DataType::uint32: return body(std::uint32_t{});
-    case DataType::int64: return body(std::int64_t{});
-    case DataType::uint64: return body(std::uint64_t{});
+    case DataType::uint8:
+      return body(std::uint8_t{});
+    case DataType::int16:
+      return body(std::int16_t{});
+    case DataType::int32:
+      return body(std::int32_t{});
+    case DataType::float32:
+      return body(float{});
+    case DataType::float64:
+      return body(double{});
+    case DataType::int8:
+      return body(std::int8_t{});
+    case DataType::uint16:
+      return body(std::uint16_t{});
+    case DataType::uint32:
+      return body(std::uint32_t{});
+    case DataType::int64:
+      return body(std::int64_t{});
+    case DataType::uint64:
+      return body(std::uint64_t{});
   }
   throw Error("data type " + std::to_string(static_cast<int>(type)) + " is not supported");
 }
@@ -104,8 +114,7 @@ bool allRepresentable(DataType type, const float* src, std::size_t count) {
 
 void swapSamples(unsigned char* bytes, std::size_t count, int size) {
   const auto width = static_cast<std::size_t>(size);
-  for (std::size_t n = 0; n < count; n++)
-    std::reverse(bytes + n * width, bytes + (n + 1) * width);
+  for (std::size_t n = 0; n < count; n++) std::reverse(bytes + n * width, bytes + (n + 1) * width);
 }
 
 }  // namespace nifti

@@ -20,8 +20,7 @@ constexpr std::uintmax_t largestSidecar = 1 << 20;
 
 Json rowsOf(const glm::dmat4& m) {
   Json rows = Json::array();
-  for (int row = 0; row < 3; row++)
-    rows.push_back({m[0][row], m[1][row], m[2][row], m[3][row]});
+  for (int row = 0; row < 3; row++) rows.push_back({m[0][row], m[1][row], m[2][row], m[3][row]});
   return rows;
 }
 
@@ -29,9 +28,8 @@ glm::dmat4 matrixFrom(const Json& rows) {
   glm::dmat4 m(1.0);
   for (int row = 0; row < 3; row++)
     for (int column = 0; column < 4; column++)
-      m[column][row] = rows.at(static_cast<std::size_t>(row))
-                           .at(static_cast<std::size_t>(column))
-                           .get<double>();
+      m[column][row] =
+          rows.at(static_cast<std::size_t>(row)).at(static_cast<std::size_t>(column)).get<double>();
   return m;
 }
 
@@ -46,8 +44,8 @@ Header headerFrom(const Json& json) {
   h.repetitionTimeSeconds = json.at("repetitionTimeSeconds").get<double>();
   const Json& q = json.at("qform");
   h.qformCode = q.at("code").get<int>();
-  h.qform = {q.at("b").get<double>(), q.at("c").get<double>(), q.at("d").get<double>(),
-             q.at("x").get<double>(), q.at("y").get<double>(), q.at("z").get<double>(),
+  h.qform = {q.at("b").get<double>(),   q.at("c").get<double>(), q.at("d").get<double>(),
+             q.at("x").get<double>(),   q.at("y").get<double>(), q.at("z").get<double>(),
              q.at("qfac").get<double>()};
   h.sformCode = json.at("sform").at("code").get<int>();
   h.sform = matrixFrom(json.at("sform").at("rows"));
@@ -73,8 +71,8 @@ std::string formatSidecar(const Header& h) {
   json["volumes"] = h.volumes;
   json["voxelSizeMm"] = {h.voxelSizeMm.x, h.voxelSizeMm.y, h.voxelSizeMm.z};
   json["repetitionTimeSeconds"] = h.repetitionTimeSeconds;
-  json["qform"] = {{"code", h.qformCode}, {"b", h.qform.b}, {"c", h.qform.c},
-                   {"d", h.qform.d},      {"x", h.qform.x}, {"y", h.qform.y},
+  json["qform"] = {{"code", h.qformCode}, {"b", h.qform.b},      {"c", h.qform.c},
+                   {"d", h.qform.d},      {"x", h.qform.x},      {"y", h.qform.y},
                    {"z", h.qform.z},      {"qfac", h.qform.qfac}};
   json["sform"] = {{"code", h.sformCode}, {"rows", rowsOf(h.sform)}};
   json["niftiVersion"] = h.version;

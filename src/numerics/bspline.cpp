@@ -9,25 +9,10 @@ namespace {
 
 constexpr double sixth = 0.16666666666666666;
 
-// Factors of the tridiagonal system; they depend on the position only, so that one table serves
-// every length up to its size.
-struct Factors {
-  std::vector<double> d, e;
-
-  explicit Factors(int n) : d(static_cast<std::size_t>(n)), e(static_cast<std::size_t>(n)) {
-    d[0] = 1.5;
-    e[0] = 0.25;
-    for (std::size_t i = 1; i < d.size(); ++i) {
-      d[i] = 1 / ((4 - e[i - 1]) * sixth);
-      e[i] = d[i] * sixth;
-    }
-  }
-};
-
 // Solves `lines` interleaved 1-D systems of n samples each. Sample i of line l sits at
 // i*stride + l: walking the lines innermost keeps memory access contiguous for y and z.
 void solve(const double* samples, double* q, int n, std::ptrdiff_t stride, std::ptrdiff_t lines,
-           const Factors& factors) {
+           const BSplineFactors& factors) {
   for (std::ptrdiff_t l = 0; l < lines; ++l) q[l] = samples[l] * factors.d[0];
   for (int i = 1; i < n; ++i) {
     const double d = factors.d[static_cast<std::size_t>(i)];
@@ -113,14 +98,24 @@ double volumeSum(const double* q, std::ptrdiff_t nx, std::ptrdiff_t ny, const Ta
 
 }  // namespace
 
+BSplineFactors::BSplineFactors(int n) : d(static_cast<std::size_t>(std::max(n, 0))), e(d.size()) {
+  if (n <= 0) return;
+  d[0] = 1.5;
+  e[0] = 0.25;
+  for (std::size_t i = 1; i < d.size(); ++i) {
+    d[i] = 1 / ((4 - e[i - 1]) * sixth);
+    e[i] = d[i] * sixth;
+  }
+}
+
 void computeBSplineCoeff1D(double* samples, int n, double* coeff) {
   if (n <= 0) return;
-  solve(samples, coeff, n, 1, 1, Factors(n));
+  solve(samples, coeff, n, 1, 1, BSplineFactors(n));
 }
 
 void computeBSplineCoeff2D(double* samples, int nx, int ny, double* coeff) {
   if (nx <= 0 || ny <= 0) return;
-  const Factors factors(std::max(nx, ny));
+  const BSplineFactors factors(std::max(nx, ny));
   solve(samples, coeff, ny, nx, nx, factors);
   for (std::ptrdiff_t y = 0; y < ny; ++y) {
     double* row = coeff + y * nx;
@@ -130,7 +125,7 @@ void computeBSplineCoeff2D(double* samples, int nx, int ny, double* coeff) {
 
 void computeBSplineCoeff3D(double* samples, int nx, int ny, int nz, double* coeff) {
   if (nx <= 0 || ny <= 0 || nz <= 0) return;
-  const Factors factors(std::max({nx, ny, nz}));
+  const BSplineFactors factors(std::max({nx, ny, nz}));
   const std::ptrdiff_t slice = static_cast<std::ptrdiff_t>(nx) * ny;
   solve(samples, coeff, nz, slice, slice, factors);
   for (int z = 0; z < nz; ++z) {

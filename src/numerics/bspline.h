@@ -1,5 +1,7 @@
 #pragma once
 
+#include <vector>
+
 /// Cubic B-spline interpolation of regularly sampled data in one, two and three dimensions
 /// (M. Unser, A. Aldroubi, M. Eden, IEEE Trans. Signal Process. 41:821, 1993), with coefficients
 /// of zero outside the grid.
@@ -8,6 +10,14 @@
 /// the shape of the samples. Positions are in samples, m of them per call; results go to arrays
 /// of length m. Nothing is thrown but std::bad_alloc. A dimension of 1 is allowed; with one of 0
 /// or less there is nothing to compute and every value is 0.
+
+/// Factors of the tridiagonal system that yields the coefficients. They depend on the position
+/// only: a table of n serves every length up to n. `n` of 0 or less gives an empty table.
+struct BSplineFactors {
+  std::vector<double> d, e;
+
+  explicit BSplineFactors(int n);
+};
 
 /// Coefficients q with samples[i] = (q[i-1] + 4 q[i] + q[i+1]) / 6 and q[-1] = q[n] = 0,
 /// separably in two and three dimensions. `samples` and `coeff` may be the same array.

@@ -112,27 +112,6 @@ Matrix<T> createGaussianKernel2D(glm::ivec2 dims, glm::dvec2 sigma, glm::ivec2 o
 }
 
 template <typename T>
-void convolve3D(Volume<T>& image, const Volume<T>& kernel, const Volume<T>& weight,
-                bool normalize) {
-  Volume<T> result(image.dimensions(), T(0));
-  for (int z = 0; z < image.nz(); ++z)
-    for (int y = 0; y < image.ny(); ++y)
-      for (int x = 0; x < image.nx(); ++x) {
-        const TapRange rx(x, kernel.nx(), image.nx()), ry(y, kernel.ny(), image.ny()),
-            rz(z, kernel.nz(), image.nz());
-        WeightedSum<T> sum;
-        for (int k = rz.begin; k < rz.end; ++k)
-          for (int j = ry.begin; j < ry.end; ++j)
-            for (int i = rx.begin; i < rx.end; ++i) {
-              const int q = image.index(i + rx.shift, j + ry.shift, k + rz.shift);
-              sum.add(image.data()[q], weight.data()[q], kernel.at(i, j, k));
-            }
-        result.at(x, y, z) = sum.result(normalize);
-      }
-  image = result;
-}
-
-template <typename T>
 void convolve2D(Matrix<T>& image, const Matrix<T>& kernel, const Matrix<T>& weight,
                 bool normalize) {
   Matrix<T> result(image.dimensions(), T(0));
@@ -182,7 +161,6 @@ Volume<T> getSimpleYDerivative(const Volume<T>& v) {
 
 template Volume<float> createGaussianKernel3D(glm::ivec3, glm::dvec3, glm::ivec3, bool);
 template Matrix<float> createGaussianKernel2D(glm::ivec2, glm::dvec2, glm::ivec2, bool);
-template void convolve3D(Volume<float>&, const Volume<float>&, const Volume<float>&, bool);
 template void convolve2D(Matrix<float>&, const Matrix<float>&, const Matrix<float>&, bool);
 template void applyGauss(Volume<float>&, glm::dvec3, glm::ivec3, bool);
 template Volume<float> getAppliedGauss(const Volume<float>&, glm::dvec3, glm::ivec3);

@@ -1,8 +1,11 @@
+#include <algorithm>
+#include <cmath>
 #include <cstddef>
+#include <type_traits>
 
-#include "numerics/bspline.h"
 #include "numerics/volumegauss.h"
 #include "plugin/access/assertion.h"
+#include "vdm/resamplingkernels.h"
 #include "vdm/vdm.h"
 
 namespace {
@@ -20,18 +23,49 @@ void requireResamplable(const Volume<T>& dst, const Volume<T>& src, const Volume
   require(&dst != &src, sourceFile, line + 2, "&dst != &src");
 }
 
+template <typename T>
+T linearAlongY(const Volume<T>& src, const Volume<float>& vdm, glm::ivec3 p, bool reverse) {
+  const float s = reverse ? -1.0f : 1.0f;
+  return src.linear(static_cast<float>(p.x), vdm[p] * s + static_cast<float>(p.y),
+                    static_cast<float>(p.z));
+}
+
+ResamplingSlice sliceOf(Volume<float>& dst, const Volume<float>& src, const Volume<float>& vdm,
+                        int z, bool reverse) {
+  return {&src.at(0, 0, z), &vdm.at(0, 0, z), src.nx(), src.ny(), reverse, &dst.at(0, 0, z)};
+}
+
+// At whole x and z the neighbours along x and z weigh 0, so that only the column counts, unless
+// such a neighbour is infinite or NaN: then false, and nothing is done. Their zeros can turn a
+// result of -0 into +0; these few are computed in full.
+bool resampledFast(Volume<float>& dst, const Volume<float>& src, const Volume<float>& vdm,
+                   bool reverse) {
+  const float* samples = src.data();
+  if (src.size() == 0 ||
+      !std::all_of(samples, samples + src.size(), [](float v) { return std::isfinite(v); }))
+    return false;
+  const SimdVariant variant = chosenVariant();
+  for (int z = 0; z < src.nz(); ++z)
+    resampleSliceLinear(sliceOf(dst, src, vdm, z, reverse), variant);
+  const glm::ivec3 dims = src.dimensions();
+  for (int i = 0; i < dst.size(); ++i)
+    if (dst.data()[i] == 0 && std::signbit(dst.data()[i]))
+      dst.data()[i] =
+          linearAlongY(src, vdm, {i % dims.x, i / dims.x % dims.y, i / dims.x / dims.y}, reverse);
+  return true;
+}
+
 }  // namespace
 
 template <typename T>
 void applyVdmYLinear(Volume<T>& dst, const Volume<T>& src, const Volume<float>& vdm, bool reverse) {
   requireResamplable(dst, src, vdm, 13);
-  const float s = reverse ? -1.0f : 1.0f;
+  if constexpr (std::is_same_v<T, float>)
+    if (resampledFast(dst, src, vdm, reverse)) return;
   for (int z = 0; z < src.nz(); ++z)
     for (int y = 0; y < src.ny(); ++y)
       for (int x = 0; x < src.nx(); ++x)
-        dst.at(x, y, z) =
-            src.linear(static_cast<float>(x), vdm.at(x, y, z) * s + static_cast<float>(y),
-                       static_cast<float>(z));
+        dst.at(x, y, z) = linearAlongY(src, vdm, {x, y, z}, reverse);
 }
 
 template <typename T>
@@ -73,22 +107,10 @@ void applyVdmPlusLocalYLinearReverseFast(Volume<float>& dst, const Volume<float>
 void applyVdmYSpline(Volume<float>& dst, const Volume<float>& src, const Volume<float>& vdm,
                      bool reverse) {
   requireResamplable(dst, src, vdm, 69);
-  const glm::ivec3 dims = src.dimensions();
-  Volume<double> samples(dims), coefficients(dims, 0.0);
-  for (int i = 0; i < src.size(); ++i) samples.data()[i] = static_cast<double>(src.data()[i]);
-  computeBSplineCoeff3D(samples.data(), dims.x, dims.y, dims.z, coefficients.data());
-  Volume<double> px(dims), py(dims), pz(dims);
-  for (int z = 0; z < dims.z; ++z)
-    for (int y = 0; y < dims.y; ++y)
-      for (int x = 0; x < dims.x; ++x) {
-        const float shift = reverse ? -vdm.at(x, y, z) : vdm.at(x, y, z);
-        px.at(x, y, z) = x;
-        py.at(x, y, z) = static_cast<double>(shift + static_cast<float>(y));
-        pz.at(x, y, z) = z;
-      }
-  evalBSpline3D(coefficients.data(), dims.x, dims.y, dims.z, px.data(), py.data(), pz.data(),
-                src.size(), samples.data());
-  for (int i = 0; i < dst.size(); ++i) dst.data()[i] = static_cast<float>(samples.data()[i]);
+  if (src.size() == 0) return;
+  const SimdVariant variant = chosenVariant();
+  for (int z = 0; z < src.nz(); ++z)
+    resampleSliceSpline(sliceOf(dst, src, vdm, z, reverse), variant);
 }
 
 void applyVdmYSplineReverse(Volume<float>& dst, const Volume<float>& src,

@@ -1,81 +1,29 @@
 #include "vdm/simplevdmestimate.h"
 
-#include <limits>
 #include <utility>
 
 #include "numerics/distance.h"
-#include "numerics/vectortransform.h"
 #include "numerics/volumegauss.h"
 #include "plugin/access/assertion.h"
+#include "vdm/columnfitkernels.h"
 #include "vdm/vdm.h"
 
 namespace {
 
 constexpr const char* sourceFile = "src/vdm/simplevdmestimate.cpp";
 constexpr int passes = 10;
-constexpr int maximumSteps = 10;
 constexpr double foregroundThreshold = 100.0;
-constexpr double requiredImprovement = -0.01;  // percent
 
-// The four columns that a fit reads: smoothed images and their y derivatives.
-struct Columns {
-  Vector<float> ap, pa, apDerivative, paDerivative;
-};
-
-// Parameters of one column: AP read at q*a + b, PA at q/a - b.
-struct ColumnModel {
-  float a, b;
-
-  Vector<float> apCoordinates(const Vector<float>& q) const {
-    return transformCoordinateVector(q, a, b);
-  }
-  Vector<float> paCoordinates(const Vector<float>& q) const {
-    return transformCoordinateVector(q, 1.0f / a, -b);
-  }
-};
-
-// The Gauss-Newton step that lessens the difference rA - rP. The derivatives hold the intensity
-// factors a and 1/a fixed.
-Vector<float> gaussNewtonStep(const Columns& columns, const ColumnModel& model,
-                              const Vector<float>& q, const Vector<float>& qa,
-                              const Vector<float>& qp, const Vector<float>& difference) {
-  const float a = model.a;
-  const Vector<float> gA = linearCenter(columns.apDerivative, qa);
-  const Vector<float> gP = linearCenter(columns.paDerivative, qp);
-  Matrix<float> jacobian(q.size(), 2);
-  for (int i = 0; i < q.size(); ++i) {
-    jacobian.at(i, 0) = ((-1.0f / (a * a)) * ((-1.0f / a) * gP[i]) + gA[i] * a) * q[i];
-    jacobian.at(i, 1) = a * gA[i] - (-1.0f / a) * gP[i];
-  }
-  const Matrix<float> transposed = jacobian.transpose();
-  return ((-invert2x2Matrix(transposed * jacobian)) * transposed) * difference;
-}
-
-// Whether `cost` lies at least 0.01 percent below `best`; NaN counts as improvement.
-bool improves(double cost, double best) {
-  return !((cost - best) * 100.0 / best > requiredImprovement);
-}
-
-ColumnModel fitColumn(const Columns& columns, const Vector<float>& q, ColumnModel model) {
-  double best = std::numeric_limits<double>::max();
-  double cost = best;
-  Vector<float> step;
-  for (int k = 0; k < maximumSteps; ++k) {
-    const Vector<float> qa = model.apCoordinates(q), qp = model.paCoordinates(q);
-    const Vector<float> rA = linearCenter(columns.ap, qa) * model.a;
-    const Vector<float> rP = linearCenter(columns.pa, qp) * (1.0f / model.a);
-    cost = ssd_norm_nonbackground(rA, rP);
-    if (!improves(cost, best)) break;
-    step = gaussNewtonStep(columns, model, q, qa, qp, rA - rP);
-    model.a += step[0];
-    model.b += step[1];
-    best = cost;
-  }
-  if (cost > best && step.size() == 2) {
-    model.a -= step[0];
-    model.b -= step[1];
-  }
-  return model;
+// Per column, 1 where the maxima of both images exceed the threshold, else 0.
+Matrix<float> foregroundColumns(const Volume<float>& ap, const Volume<float>& pa) {
+  Matrix<float> foreground(ap.nx(), ap.nz());
+  for (int z = 0; z < ap.nz(); ++z)
+    for (int x = 0; x < ap.nx(); ++x)
+      foreground.at(x, z) = getColumnFromVolume(ap, x, z).max() > foregroundThreshold &&
+                                    getColumnFromVolume(pa, x, z).max() > foregroundThreshold
+                                ? 1.0f
+                                : 0.0f;
+  return foreground;
 }
 
 // Everything that the passes share.
@@ -86,10 +34,10 @@ class ColumnwiseFit {
         paSmooth(getAppliedGauss(pa, sigma, glm::ivec3(0, 0, 0))),
         apDerivative(getAppliedGauss(ap, sigma, glm::ivec3(0, 1, 0))),
         paDerivative(getAppliedGauss(pa, sigma, glm::ivec3(0, 1, 0))),
-        q(getCoordinateVector<float>(ap.ny())),
         scale(ap.nx(), ap.nz(), 1.0f),
         shift(ap.nx(), ap.nz(), 0.0f),
-        weight(ap.nx(), ap.nz(), 1.0f),
+        // The foreground does not change between the passes, and with it the weights.
+        weight(foregroundColumns(apSmooth, paSmooth)),
         vdm(ap.dimensions(), 0.0f) {}
 
   void smoothParameters() {
@@ -100,30 +48,19 @@ class ColumnwiseFit {
   }
 
   void fitAllColumns() {
+    if (vdm.size() == 0) return;
+    const SimdVariant variant = chosenVariant();
     for (int z = 0; z < vdm.nz(); ++z)
-      for (int x = 0; x < vdm.nx(); ++x) weight.at(x, z) = fitColumnAt(x, z) ? 1.0f : 0.0f;
+      fitColumns({&apSmooth.at(0, 0, z), &paSmooth.at(0, 0, z), &apDerivative.at(0, 0, z),
+                  &paDerivative.at(0, 0, z), vdm.nx(), vdm.ny(), &weight.at(0, z), &scale.at(0, z),
+                  &shift.at(0, z), &vdm.at(0, 0, z)},
+                 variant);
   }
 
   Volume<float> result() { return std::move(vdm); }
 
  private:
-  // False for a column without foreground, whose map stays as it is.
-  bool fitColumnAt(int x, int z) {
-    Columns columns{
-        getColumnFromVolume(apSmooth, x, z), getColumnFromVolume(paSmooth, x, z), {}, {}};
-    if (!(columns.ap.max() > foregroundThreshold && columns.pa.max() > foregroundThreshold))
-      return false;
-    columns.apDerivative = getColumnFromVolume(apDerivative, x, z);
-    columns.paDerivative = getColumnFromVolume(paDerivative, x, z);
-    const ColumnModel model = fitColumn(columns, q, {scale.at(x, z), shift.at(x, z)});
-    scale.at(x, z) = model.a;
-    shift.at(x, z) = model.b;
-    putColumnInVolume((model.apCoordinates(q) - model.paCoordinates(q)) / 2.0f, vdm, x, z);
-    return true;
-  }
-
   Volume<float> apSmooth, paSmooth, apDerivative, paDerivative;
-  Vector<float> q;
   Matrix<float> scale, shift, weight;
   Volume<float> vdm;
 };

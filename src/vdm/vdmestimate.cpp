@@ -10,6 +10,7 @@
 #include "numerics/volumegauss.h"
 #include "plugin/access/assertion.h"
 #include "vdm/simplevdmestimate.h"
+#include "vdm/trialsearch.h"
 #include "vdm/vdm.h"
 
 namespace {
@@ -109,11 +110,22 @@ float bestAmplitude(ImagePair& pair, const Volume<float>& vdm, const Neighbourho
   return best;
 }
 
+bool isConstant(const Volume<float>& pattern) {
+  const float* first = pattern.data();
+  return std::all_of(first, first + pattern.size(), [&](float v) { return v == *first; });
+}
+
 // One sweep over the image. The trials resample through `vdm` as it stands at the scale's start;
 // the updates are collected in `updated`, and `weights` marks the visited voxels.
 void searchScale(ImagePair& pair, const Volume<float>& vdm, const Volume<float>& pattern,
                  const std::vector<float>& amplitudes, bool useSsd, Volume<float>& updated,
                  Volume<float>& weights) {
+  if (isConstant(pattern)) {
+    searchConstantPattern({pair.ap, pair.pa, pair.apUndistorted, pair.paUndistorted, vdm},
+                          {pattern.dimensions(), *pattern.data()}, amplitudes, useSsd,
+                          foregroundThreshold, updated, weights, chosenVariant());
+    return;
+  }
   Neighbourhood around;
   for (int z = 0; z < vdm.nz(); ++z)
     for (int y = 0; y < vdm.ny(); ++y)

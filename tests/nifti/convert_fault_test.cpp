@@ -74,6 +74,19 @@ TEST_F(ConvertFaults, PlacesThatCannotBeWritten) {
   EXPECT_THAT(folder.names(), testing::ElementsAre("a.nii", "b.stc"));
 }
 
+TEST_F(ConvertFaults, AFullDiskLeavesNothing) {
+  raw.dim = {4, 2, 3, 4, 400};
+  raw.data = samples(std::vector<std::int16_t>(9600, 7));
+  writeBytes(folder.file("a.nii"), bytesOf(raw));
+  for (const unsigned long bytes : {1UL, 1000UL, 10000UL}) {
+    const FileSizeLimit limit(bytes);
+    EXPECT_NE(message("a.nii", "b.fmr"), "nothing") << bytes;
+    EXPECT_NE(message("a.nii", "b.dmr"), "nothing") << bytes;
+  }
+  EXPECT_EQ(folder.names(), std::vector<std::string>{"a.nii"});
+  EXPECT_EQ(message("a.nii", "b.fmr"), "nothing");
+}
+
 TEST_F(ConvertFaults, AnInputIsNeverOverwritten) {
   // The data file that belongs to b.dmr is a link to the input.
   std::filesystem::create_symlink(folder.file("a.nii"), folder.file("b.dwi"));
@@ -96,8 +109,9 @@ TEST_F(ConvertFaults, ShortOrMissingProjectData) {
 }
 
 TEST_F(ConvertFaults, AProjectWithoutVoxels) {
-  writeText(folder.file("e.fmr"), "NrOfVolumes: 0\nNrOfSlices: 3\nResolutionX: 4\n"
-                                  "ResolutionY: 5\nSliceTimingTableSize: 0\n");
+  writeText(folder.file("e.fmr"),
+            "NrOfVolumes: 0\nNrOfSlices: 3\nResolutionX: 4\n"
+            "ResolutionY: 5\nSliceTimingTableSize: 0\n");
   EXPECT_THAT(message("e.fmr", "d.nii"), HasSubstr("e.fmr has no voxels"));
   writeText(folder.file("f.dmr"), "this is no project\n");
   EXPECT_THAT(message("f.dmr", "d.nii"), HasSubstr("f.dmr has no voxels"));
@@ -110,8 +124,7 @@ TEST_F(ConvertFaults, AShortGradientTableIsLeftOutAndNoted) {
   std::string text = readText(folder.file("c.dmr"));
   text.replace(text.rfind("NO"), 2, "YES\n1 0 0 700");
   writeText(folder.file("c.dmr"), text);
-  const nifti::ConvertReport report =
-      nifti::convert(folder.file("c.dmr"), folder.file("d.nii"));
+  const nifti::ConvertReport report = nifti::convert(folder.file("c.dmr"), folder.file("d.nii"));
   EXPECT_THAT(report.notes, testing::ElementsAre(HasSubstr("for 4 volumes: no .bvec")));
   EXPECT_EQ(report.written, std::vector<std::string>{folder.file("d.nii")});
 }

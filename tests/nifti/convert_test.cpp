@@ -1,3 +1,5 @@
+#include "nifti/convert.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -7,7 +9,6 @@
 
 #include "files/mydmr.h"
 #include "files/myfmr.h"
-#include "nifti/convert.h"
 #include "nifti/image.h"
 #include "nifti/niftifiles.h"
 #include "nifti/sidecar.h"
@@ -131,6 +132,9 @@ TEST_P(Convert, ScaledIntegersBecomeFloats) {
   roundTrip(raw);
   EXPECT_EQ(dataType(), 2);
   EXPECT_EQ(typeBack(), DataType::float32);
+  raw.slope = 2;  // whole numbers, too: a slope says that the data are not counts
+  roundTrip(raw);
+  EXPECT_EQ(dataType(), 2);
   raw.slope = 1;
   raw.inter = 0;
   roundTrip(raw);
@@ -305,15 +309,13 @@ TEST(ConvertGradients, BesideTheImageAndBack) {
   const std::string bval = "0 2500\n";
   writeText(folder.file("a.bvec"), bvec);
   writeText(folder.file("a.bval"), bval);
-  EXPECT_THAT(nifti::convert(folder.file("a.nii"), folder.file("b.dmr")).notes,
-              testing::IsEmpty());
+  EXPECT_THAT(nifti::convert(folder.file("a.nii"), folder.file("b.dmr")).notes, testing::IsEmpty());
   const DMR project(folder.file("b.dmr"), true);
   ASSERT_TRUE(project.GradientInformationAvailable.value());
   ASSERT_EQ(project.gradientDirections.size(), 2U);
   EXPECT_EQ(project.gradientDirections[1], glm::vec3(0.577323F, -0.577353F, 0.577375F));
   EXPECT_EQ(project.gradientWeights, (std::vector<float>{0, 2500}));
-  const nifti::ConvertReport report =
-      nifti::convert(folder.file("b.dmr"), folder.file("c.nii.gz"));
+  const nifti::ConvertReport report = nifti::convert(folder.file("b.dmr"), folder.file("c.nii.gz"));
   EXPECT_EQ(report.written.size(), 3U);
   EXPECT_EQ(readText(folder.file("c.bvec")), bvec);
   EXPECT_EQ(readText(folder.file("c.bval")), bval);
@@ -332,8 +334,7 @@ TEST(ConvertGradients, NamedFiles) {
 TEST(ConvertGradients, NoneAtAllIsNoted) {
   TempFolder folder;
   writeBytes(folder.file("a.nii"), bytesOf(image(DataType::int16, ramp<std::int16_t>(0))));
-  const nifti::ConvertReport report =
-      nifti::convert(folder.file("a.nii"), folder.file("b.dmr"));
+  const nifti::ConvertReport report = nifti::convert(folder.file("a.nii"), folder.file("b.dmr"));
   EXPECT_THAT(report.notes, Contains(HasSubstr("no gradient table")));
   const DMR project(folder.file("b.dmr"), false);
   EXPECT_TRUE(project.GradientInformationAvailable.isSet());

@@ -1,3 +1,5 @@
+#include "nifti/geometry.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -8,7 +10,6 @@
 #include <glm/gtc/matrix_transform.hpp>
 
 #include "nifti/error.h"
-#include "nifti/geometry.h"
 #include "nifti/niftifiles.h"
 
 using nifti::PositionBlock;
@@ -164,8 +165,7 @@ TEST(Geometry, UnusableBlocksAreRefused) {
               HasSubstr("without row and column directions"));
   EXPECT_THAT(message([](PositionBlock& b) { b.fovCols = 0; }, 39), HasSubstr("voxel sizes"));
   EXPECT_THAT(message([](PositionBlock& b) { b.nRows = 0; }, 39), HasSubstr("voxel sizes"));
-  EXPECT_THAT(message([](PositionBlock& b) { b.sliceThickness = 0; }, 1),
-              HasSubstr("voxel sizes"));
+  EXPECT_THAT(message([](PositionBlock& b) { b.sliceThickness = 0; }, 1), HasSubstr("voxel sizes"));
   EXPECT_THAT(message([](PositionBlock& b) { b.colDir = b.rowDir; }, 1), HasSubstr("parallel"));
   EXPECT_THAT(message([](PositionBlock& b) { b.slice1Center.x = INFINITY; }, 39),
               HasSubstr("not finite"));

@@ -1,8 +1,9 @@
+#include "nifti/gradients.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "nifti/error.h"
-#include "nifti/gradients.h"
 #include "nifti/niftifiles.h"
 
 using namespace niftifiles;
@@ -25,7 +26,8 @@ struct Gradients : testing::Test {
 }  // namespace
 
 TEST_F(Gradients, ThreeLinesOfOneNumberPerVolume) {
-  const nifti::GradientTable t = read("0 1 0 0.5\n0 0 1 0.5\n0 0 0 -0.7\n", "0 1000 1000 2500\n", 4);
+  const nifti::GradientTable t =
+      read("0 1 0 0.5\n0 0 1 0.5\n0 0 0 -0.7\n", "0 1000 1000 2500\n", 4);
   EXPECT_EQ(t.directions[3], glm::vec3(0.5F, 0.5F, -0.7F));
   EXPECT_EQ(t.directions[1], glm::vec3(1, 0, 0));
   EXPECT_EQ(t.bValues, (std::vector<float>{0, 1000, 1000, 2500}));

@@ -49,8 +49,8 @@ TEST(ImageFaults, PlainFileTruncatedAtEveryByte) {
   ASSERT_EQ(readFailure(whole, false), "nothing");
   for (std::size_t n = 0; n < whole.size(); n++) {
     const std::string text = readFailure({whole.begin(), whole.begin() + long(n)}, false);
-    ASSERT_THAT(text, AllOf(HasSubstr("bad.nii"), testing::AnyOf(HasSubstr("too short"),
-                                                                 HasSubstr("truncated"))))
+    ASSERT_THAT(text, AllOf(HasSubstr("bad.nii"),
+                            testing::AnyOf(HasSubstr("too short"), HasSubstr("truncated"))))
         << n << " bytes";
   }
 }

@@ -60,9 +60,10 @@ void checkType(DataType type) {
       for (int n = 0; n < 24; n++) {
         const double expected = static_cast<double>(values[static_cast<std::size_t>(t * 24 + n)]);
         const float limit = std::numeric_limits<float>::max();
-        const float wanted = std::fabs(expected) > double(limit)
-                                 ? std::copysign(INFINITY, static_cast<float>(expected < 0 ? -1 : 1))
-                                 : static_cast<float>(expected);
+        const float wanted =
+            std::fabs(expected) > double(limit)
+                ? std::copysign(INFINITY, static_cast<float>(expected < 0 ? -1 : 1))
+                : static_cast<float>(expected);
         ASSERT_EQ(volume.data()[n], wanted) << nifti::nameOf(type) << " volume " << t << " " << n;
       }
     }

@@ -1,6 +1,8 @@
 #include "nifti/niftifiles.h"
 
+#include <signal.h>
 #include <stdlib.h>
+#include <sys/resource.h>
 #include <zlib.h>
 
 #include <algorithm>
@@ -30,6 +32,22 @@ std::vector<std::string> TempFolder::names() const {
     result.push_back(entry.path().filename().string());
   std::sort(result.begin(), result.end());
   return result;
+}
+
+FileSizeLimit::FileSizeLimit(unsigned long bytes) {
+  signal(SIGXFSZ, SIG_IGN);  // without it the limit ends the process
+  rlimit limit{};
+  getrlimit(RLIMIT_FSIZE, &limit);
+  before = limit.rlim_cur;
+  limit.rlim_cur = bytes;
+  setrlimit(RLIMIT_FSIZE, &limit);
+}
+
+FileSizeLimit::~FileSizeLimit() {
+  rlimit limit{};
+  getrlimit(RLIMIT_FSIZE, &limit);
+  limit.rlim_cur = before;
+  setrlimit(RLIMIT_FSIZE, &limit);
 }
 
 namespace {
@@ -127,8 +145,7 @@ std::vector<unsigned char> gzipped(const std::vector<unsigned char>& bytes) {
 
 void writeBytes(const std::string& name, const std::vector<unsigned char>& bytes) {
   std::ofstream os(name, std::ios::binary);
-  os.write(reinterpret_cast<const char*>(bytes.data()),
-           static_cast<std::streamsize>(bytes.size()));
+  os.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
   if (!os.flush()) throw std::runtime_error("cannot write " + name);
 }
 

@@ -24,6 +24,18 @@ class TempFolder {
   std::filesystem::path folder;
 };
 
+/// While it lives, no file of this process grows beyond `bytes`: a disk that is full there.
+class FileSizeLimit {
+ public:
+  explicit FileSizeLimit(unsigned long bytes);
+  FileSizeLimit(const FileSizeLimit&) = delete;
+  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+  ~FileSizeLimit();
+
+ private:
+  unsigned long before;
+};
+
 struct Raw {
   int version = 1;
   bool swapped = false;
@@ -34,9 +46,9 @@ struct Raw {
   int qformCode = 0, sformCode = 1;
   double quatern[6] = {0, 0, 0, 0, 0, 0};
   double sform[3][4] = {{-2, 0, 0, 90}, {0, 2.5, 0, -126}, {0, 0, 3, -72}};
-  int units = 2 | 8;  ///< mm and seconds
-  double offset = -1;  ///< -1: right behind the header
-  std::string magic;  ///< empty: the right one
+  int units = 2 | 8;                ///< mm and seconds
+  double offset = -1;               ///< -1: right behind the header
+  std::string magic;                ///< empty: the right one
   std::vector<unsigned char> data;  ///< in the machine's byte order
   int sampleBytes = 2;
 };

@@ -41,8 +41,7 @@ void expectRoundTrip(const std::string& in, const std::string& extension) {
 
 TEST(RealData, EveryImageMakesTheRoundTrip) {
   const std::string data = dataFolder();
-  if (data.empty())
-    GTEST_SKIP() << "no folder of real images (set MIREL_TEST_DATA to try them)";
+  if (data.empty()) GTEST_SKIP() << "no folder of real images (set MIREL_TEST_DATA to try them)";
   int images = 0;
   for (const auto& entry : fs::recursive_directory_iterator(data)) {
     if (!nifti::hasNiftiName(entry.path().string())) continue;

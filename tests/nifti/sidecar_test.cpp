@@ -1,8 +1,9 @@
+#include "nifti/sidecar.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "nifti/niftifiles.h"
-#include "nifti/sidecar.h"
 
 namespace {
 

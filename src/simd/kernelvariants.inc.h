@@ -1,0 +1,46 @@
+// Compiles one kernel source for every instruction set, each in a namespace of its own:
+//
+//   #define MIREL_KERNEL_SOURCE "vdm/somekernel.inc.h"
+//   #include "simd/kernelvariants.inc.h"
+//
+// The source is written with vectors of `lanes` elements (`laneCount` floats fill a register of
+// the instruction set) and must include nothing itself: what it needs is included before, so that
+// no shared inline function is compiled for an instruction set that not every machine has.
+// MIREL_DISPATCH(variant, function) names the function of a variant. FMA stays unused: contraction
+// is off, and no kernel has a complex product, which the compiler would fuse all the same.
+
+// No include guard: one inclusion per kernel source.
+
+#if defined(__x86_64__)
+
+#pragma GCC push_options
+#pragma GCC target("avx512f,avx512bw,avx512dq,avx512vl")
+namespace avx512 {
+constexpr int laneCount = 16;
+#include MIREL_KERNEL_SOURCE
+}  // namespace avx512
+#pragma GCC pop_options
+
+#pragma GCC push_options
+#pragma GCC target("avx2")
+namespace avx2 {
+constexpr int laneCount = 8;
+#include MIREL_KERNEL_SOURCE
+}  // namespace avx2
+#pragma GCC pop_options
+
+#endif
+
+namespace baseline {
+constexpr int laneCount = 4;
+#include MIREL_KERNEL_SOURCE
+}  // namespace baseline
+
+#if defined(__x86_64__)
+#define MIREL_DISPATCH(variant, function)                  \
+  ((variant) == SimdVariant::avx512 ? avx512::function     \
+   : (variant) == SimdVariant::avx2 ? avx2::function       \
+                                    : baseline::function)
+#else
+#define MIREL_DISPATCH(variant, function) (baseline::function)
+#endif

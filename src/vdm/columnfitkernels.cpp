@@ -1,0 +1,35 @@
+#include "vdm/columnfitkernels.h"
+
+#include <cstddef>
+#include <limits>
+#include <vector>
+
+namespace {
+
+constexpr int maximumSteps = 10;
+constexpr double requiredImprovement = -0.01;  // percent
+constexpr double largestDouble = std::numeric_limits<double>::max();
+
+// Working memory of one block of columns: rows of laneCount elements.
+struct ColumnScratch {
+  float* columns[4];  // images and derivatives, zeros above and below
+  float* difference;
+  float* jacobian[2];
+};
+
+// Rows of zeros above and below a column: positions reach from row -1 to row ny + 1.
+constexpr int rowsAbove = 1, rowsBelow = 2;
+
+}  // namespace
+
+#define MIREL_KERNEL_SOURCE "vdm/columnfitkernels.inc.h"
+#include "simd/kernelvariants.inc.h"
+
+void fitColumns(const ColumnFitSlice& slice, SimdVariant variant) {
+  constexpr int widest = 16;
+  const std::size_t column = static_cast<std::size_t>(slice.ny + rowsAbove + rowsBelow) * widest;
+  std::vector<float> memory(7 * column, 0.0f);
+  const auto part = [&](std::size_t i) { return memory.data() + i * column; };
+  const ColumnScratch scratch{{part(0), part(1), part(2), part(3)}, part(4), {part(5), part(6)}};
+  MIREL_DISPATCH(variant, fitColumns)(slice, scratch);
+}

@@ -1,0 +1,177 @@
+// The column fits, one column per lane. Every lane runs the fit of its own column: the same
+// operations in the same order as for one column alone. A lane that has stopped keeps its
+// parameters while the others go on.
+
+typedef float Floats __attribute__((vector_size(laneCount * sizeof(float))));
+typedef int Ints __attribute__((vector_size(laneCount * sizeof(int))));
+typedef double Doubles __attribute__((vector_size(laneCount * sizeof(double))));
+typedef long long Longs __attribute__((vector_size(laneCount * sizeof(long long))));
+
+inline void load(Floats& v, const float* p) { __builtin_memcpy(&v, p, sizeof v); }
+inline void store(float* p, const Floats& v) { __builtin_memcpy(p, &v, sizeof v); }
+
+struct Fit {
+  Floats a, b;     // parameters
+  Floats step[2];  // the last step
+  Ints stepped;    // whether a step was made
+  Ints active;     // whether the fit goes on
+  Doubles best, cost;
+};
+
+// Sums over a column that one evaluation yields.
+struct Evaluation {
+  Doubles squares;
+  Ints count;
+  Floats m00, m01, m11;  // transpose(J) * J
+};
+
+// Values of an image and of its derivative at a position in rows; outside, 0.
+inline void sample(const float* image, const float* derivative, int ny, const Floats& position,
+                   Floats& value, Floats& slope) {
+  const Ints touches = (position >= -1.0f) & (position < static_cast<float>(ny));
+  const Floats safe = touches ? position : Floats{};
+  const Ints row0 = __builtin_convertvector(safe + 2.0f, Ints) - 2;
+  const Floats weight1 = safe - __builtin_convertvector(row0, Floats);
+  const Floats weight0 = __builtin_convertvector(row0 + 1, Floats) - safe;
+  Floats image0, image1, derivative0, derivative1;
+  for (int l = 0; l < laneCount; ++l) {
+    const int at = (row0[l] + rowsAbove) * laneCount + l;
+    image0[l] = image[at];
+    image1[l] = image[at + laneCount];
+    derivative0[l] = derivative[at];
+    derivative1[l] = derivative[at + laneCount];
+  }
+  value = touches ? weight1 * image1 + weight0 * image0 : Floats{};
+  slope = touches ? weight1 * derivative1 + weight0 * derivative0 : Floats{};
+}
+
+// Reads both columns through the model and collects the cost and the normal equations; leaves
+// the difference and the Jacobian of every row in the scratch memory.
+inline void evaluate(const ColumnScratch& scratch, int ny, const Fit& fit, Evaluation& result) {
+  const Floats a = fit.a, b = fit.b, inverse = 1.0f / a;
+  const Floats factor0 = -1.0f / (a * a), factor1 = -1.0f / a;
+  const float half = static_cast<float>(ny * 0.5);
+  Evaluation sums = {};
+  for (int i = 0; i < ny; ++i) {
+    const float q = static_cast<float>(i - ny * 0.5);
+    Floats ap, pa, gA, gP;
+    sample(scratch.columns[0], scratch.columns[2], ny, (q * a + b) + half, ap, gA);
+    sample(scratch.columns[1], scratch.columns[3], ny, (q * inverse + -b) + half, pa, gP);
+    const Floats rA = ap * a, rP = pa * inverse;
+    const Floats difference = rA - rP;
+    const Ints counted = ~((rA == 0.0f) | (rP == 0.0f));
+    const Doubles wide = __builtin_convertvector(difference, Doubles);
+    sums.squares += __builtin_convertvector(counted, Longs) ? wide * wide : Doubles{};
+    sums.count -= counted;
+    const Floats j0 = (factor0 * (factor1 * gP) + gA * a) * q;
+    const Floats j1 = a * gA - factor1 * gP;
+    store(scratch.difference + i * laneCount, difference);
+    store(scratch.jacobian[0] + i * laneCount, j0);
+    store(scratch.jacobian[1] + i * laneCount, j1);
+    sums.m00 = i == 0 ? j0 * j0 : sums.m00 + j0 * j0;
+    sums.m01 = i == 0 ? j0 * j1 : sums.m01 + j0 * j1;
+    sums.m11 = i == 0 ? j1 * j1 : sums.m11 + j1 * j1;
+  }
+  result = sums;
+}
+
+// ((-inverse(transpose(J) J)) transpose(J)) difference.
+inline void gaussNewtonStep(const ColumnScratch& scratch, int ny, const Evaluation& sums,
+                            Floats* step) {
+  const Floats determinant = sums.m00 * sums.m11 - sums.m01 * sums.m01;
+  const Floats reciprocal = 1.0f / determinant;
+  const Floats n00 = -(reciprocal * sums.m11), n01 = -(reciprocal * -sums.m01);
+  const Floats n11 = -(reciprocal * sums.m00);
+  Floats step0 = {}, step1 = {};
+  for (int i = 0; i < ny; ++i) {
+    Floats j0, j1, difference;
+    load(j0, scratch.jacobian[0] + i * laneCount);
+    load(j1, scratch.jacobian[1] + i * laneCount);
+    load(difference, scratch.difference + i * laneCount);
+    const Floats product0 = (n00 * j0 + n01 * j1) * difference;
+    const Floats product1 = (n01 * j0 + n11 * j1) * difference;
+    step0 = i == 0 ? product0 : step0 + product0;
+    step1 = i == 0 ? product1 : step1 + product1;
+  }
+  step[0] = step0;
+  step[1] = step1;
+}
+
+inline bool any(const Ints& mask) {
+  int result = 0;
+  for (int l = 0; l < laneCount; ++l) result |= mask[l];
+  return result != 0;
+}
+
+// One evaluation of all lanes that are still active, and a step where the cost improved.
+inline void iterate(const ColumnScratch& scratch, int ny, Fit& fit) {
+  Evaluation sums;
+  evaluate(scratch, ny, fit, sums);
+  const Doubles count = __builtin_convertvector(sums.count, Doubles);
+  const Doubles cost = sums.squares / (count == 0.0 ? Doubles{} + 1.0 : count);
+  const Longs activeWide = __builtin_convertvector(fit.active, Longs);
+  // NaN counts as an improvement.
+  const Longs improves = activeWide & ~((cost - fit.best) * 100.0 / fit.best > requiredImprovement);
+  fit.cost = activeWide ? cost : fit.cost;
+  fit.best = improves ? cost : fit.best;
+  fit.active = __builtin_convertvector(improves, Ints);
+  if (!any(fit.active)) return;
+  Floats step[2];
+  gaussNewtonStep(scratch, ny, sums, step);
+  fit.step[0] = fit.active ? step[0] : fit.step[0];
+  fit.step[1] = fit.active ? step[1] : fit.step[1];
+  fit.a = fit.active ? fit.a + step[0] : fit.a;
+  fit.b = fit.active ? fit.b + step[1] : fit.b;
+  fit.stepped |= fit.active;
+}
+
+inline void fitBlock(const ColumnScratch& scratch, int ny, Fit& fit) {
+  for (int k = 0; k < maximumSteps && any(fit.active); ++k) iterate(scratch, ny, fit);
+  const Ints worse = __builtin_convertvector(fit.cost > fit.best, Ints) & fit.stepped;
+  fit.a = worse ? fit.a - fit.step[0] : fit.a;
+  fit.b = worse ? fit.b - fit.step[1] : fit.b;
+}
+
+// Copies `count` neighbouring columns to rows of laneCount elements.
+inline void gatherColumns(const float* slice, int nx, int ny, int count, float* rows) {
+  for (int y = -rowsAbove; y < ny + rowsBelow; ++y)
+    for (int l = 0; l < laneCount; ++l)
+      rows[(y + rowsAbove) * laneCount + l] =
+          y >= 0 && y < ny && l < count ? slice[y * nx + l] : 0.0f;
+}
+
+inline void writeBlock(const ColumnFitSlice& slice, int x, int count, const Fit& fit) {
+  for (int l = 0; l < count; ++l) {
+    if (slice.fitted[x + l] == 0) continue;
+    slice.scale[x + l] = fit.a[l];
+    slice.shift[x + l] = fit.b[l];
+  }
+  for (int y = 0; y < slice.ny; ++y) {
+    const float q = static_cast<float>(y - slice.ny * 0.5);
+    const Floats map = ((q * fit.a + fit.b) - (q * (1.0f / fit.a) + -fit.b)) / 2.0f;
+    for (int l = 0; l < count; ++l)
+      if (slice.fitted[x + l] != 0) slice.vdm[y * slice.nx + x + l] = map[l];
+  }
+}
+
+void fitColumns(const ColumnFitSlice& slice, const ColumnScratch& scratch) {
+  for (int x = 0; x < slice.nx; x += laneCount) {
+    const int count = slice.nx - x < laneCount ? slice.nx - x : laneCount;
+    Fit fit = {};
+    fit.a += 1.0f;
+    fit.best += largestDouble;
+    for (int l = 0; l < count; ++l) {
+      if (slice.fitted[x + l] == 0) continue;
+      fit.a[l] = slice.scale[x + l];
+      fit.b[l] = slice.shift[x + l];
+      fit.active[l] = -1;
+    }
+    if (!any(fit.active)) continue;
+    gatherColumns(slice.ap + x, slice.nx, slice.ny, count, scratch.columns[0]);
+    gatherColumns(slice.pa + x, slice.nx, slice.ny, count, scratch.columns[1]);
+    gatherColumns(slice.apDerivative + x, slice.nx, slice.ny, count, scratch.columns[2]);
+    gatherColumns(slice.paDerivative + x, slice.nx, slice.ny, count, scratch.columns[3]);
+    fitBlock(scratch, slice.ny, fit);
+    writeBlock(slice, x, count, fit);
+  }
+}

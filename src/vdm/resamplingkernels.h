@@ -1,0 +1,21 @@
+#pragma once
+
+#include "simd/variant.h"
+
+/// One slice of an image to be resampled along y through a map. Slices are (nx, ny), x fastest.
+struct ResamplingSlice {
+  const float* src;
+  const float* vdm;  ///< voxels
+  int nx, ny;
+  bool reverse;
+  float* dst;
+};
+
+/// Linear interpolation between rows, samples off the grid counting as 0. For finite images the
+/// values of `Volume::linear` at whole x and z, but that a result of -0 may come for +0.
+void resampleSliceLinear(const ResamplingSlice& slice, SimdVariant variant);
+
+/// Cubic B-spline interpolation down the columns, computed in double: at whole x and z the
+/// tensor product spline is, in exact arithmetic, the spline of the column alone. What is not
+/// finite stays in its column.
+void resampleSliceSpline(const ResamplingSlice& slice, SimdVariant variant);

@@ -1,0 +1,23 @@
+#include "vdm/trialkernels.h"
+
+#include <cmath>
+
+#define MIREL_KERNEL_SOURCE "vdm/trialkernels.inc.h"
+#include "simd/kernelvariants.inc.h"
+
+void resampleTrialRow(const TrialRow& row, SimdVariant variant) {
+  MIREL_DISPATCH(variant, resampleTrialRow)(row);
+}
+
+void squareDifferences(const float* ap, const float* pa, int nx, double* squares,
+                       SimdVariant variant) {
+  MIREL_DISPATCH(variant, squareDifferences)(ap, pa, nx, squares);
+}
+
+void searchRowSsd(const SearchRow& row, const SsdRows& rows, SimdVariant variant) {
+  MIREL_DISPATCH(variant, searchRowSsd)(row, rows);
+}
+
+void searchRowNcc(const SearchRow& row, const NccRows& rows, SimdVariant variant) {
+  MIREL_DISPATCH(variant, searchRowNcc)(row, rows);
+}

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <vector>
+
+#include "vdm/trialkernels.h"
+#include "vdm/trialsearch.h"
+
+/// The values that the trials of one image voxel see, per amplitude, for AP and PA.
+struct VoxelTrials {
+  std::vector<float> ap, pa;
+};
+
+/// The trial values of the slices that the windows of one slice's centres cover: a ring over z.
+/// Rows are padded with zeros, so that the window of centre x begins at element x.
+class TrialRing {
+ public:
+  TrialRing(const SearchImages& images, const ConstantPattern& pattern,
+            const std::vector<float>& amplitudes, bool useSsd, float foregroundThreshold,
+            SimdVariant variant);
+
+  /// Computes slice z, in place of slice z - pattern.dims.z.
+  void loadSlice(int z);
+
+  int amplitudeCount() const { return static_cast<int>(shifts.size()); }
+  const double* squares(int amplitude, int y, int z) const {
+    return squareRows.data() + rowStart(amplitude, y, z);
+  }
+  const float* ap(int amplitude, int y, int z) const {
+    return apRows.data() + rowStart(amplitude, y, z);
+  }
+  const float* pa(int amplitude, int y, int z) const {
+    return paRows.data() + rowStart(amplitude, y, z);
+  }
+
+  /// Whether a visited voxel, holding the last amplitude's values, is foreground.
+  bool isForegroundOnceVisited(glm::ivec3 p) const { return foreground[byteIndex(p)] != 0; }
+
+  /// Voxels that the first visit sees differently than later ones, until `takeFirstVisit`.
+  bool rowAwaitsFirstVisit(int y, int z) const { return awaiting[slot(z) * ny + y] > 0; }
+  bool awaitsFirstVisit(glm::ivec3 p) const { return awaits[byteIndex(p)] != 0; }
+  void takeFirstVisit(glm::ivec3 p);
+
+  /// Puts the values in place that the first (or, to undo that, every later) visit of p sees.
+  void placeFirstVisitValues(glm::ivec3 p);
+  void placeLaterValues(glm::ivec3 p);
+
+ private:
+  std::size_t slot(int z) const { return static_cast<std::size_t>(z % depth); }
+  std::size_t rowStart(int amplitude, int y, int z) const {
+    return ((slot(z) * ny + static_cast<std::size_t>(y)) * shifts.size() +
+            static_cast<std::size_t>(amplitude)) *
+           stride;
+  }
+  std::size_t byteIndex(glm::ivec3 p) const {
+    return (slot(p.z) * ny + static_cast<std::size_t>(p.y)) * nx + static_cast<std::size_t>(p.x);
+  }
+  void loadRow(int y, int z);
+  void settleOutside(glm::ivec3 p);
+  void storeRow(int y, int z);
+  VoxelTrials trialsOf(glm::ivec3 p, float heldAp, float heldPa) const;
+  void place(glm::ivec3 p, const VoxelTrials& trials);
+
+  const SearchImages& images;
+  std::vector<float> shifts;  // pattern value times amplitude
+  bool useSsd;
+  float threshold;
+  SimdVariant variant;
+  std::size_t nx, ny, margin, stride;
+  int depth;
+  std::vector<double> squareRows;
+  std::vector<float> apRows, paRows;
+  std::vector<unsigned char> foreground, awaits;
+  std::vector<int> awaiting;  // per row: how many voxels await their first visit
+  std::vector<float> scratch;
+  std::vector<float*> apScratch, paScratch;
+  std::vector<unsigned char> allInside;
+};
