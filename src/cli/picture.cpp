@@ -64,8 +64,8 @@ Volume<float> projectVolume(const std::string& file, int index) {
                                            ? std::move(FMR(file, /*loadData=*/true).stcData)
                                            : std::move(DMR(file, /*loadData=*/true).dwiData);
   if (index >= static_cast<int>(volumes.size()))
-    throw HostError(file + " has " + std::to_string(volumes.size()) +
-                    " volumes; volume " + std::to_string(index) + " (counted from 0) is not there");
+    throw HostError(file + " has " + std::to_string(volumes.size()) + " volumes; volume " +
+                    std::to_string(index) + " (counted from 0) is not there");
   return std::move(volumes[static_cast<std::size_t>(index)]);
 }
 
@@ -144,10 +144,13 @@ Slice parseSlice(const std::string& text) {
   const std::size_t colon = text.find(':');
   const std::string plane = text.substr(0, colon);
   Slice slice{SlicePlane::axial, -1};
-  if (plane == "coronal" || plane == "y") slice.plane = SlicePlane::coronal;
-  else if (plane == "sagittal" || plane == "x") slice.plane = SlicePlane::sagittal;
+  if (plane == "coronal" || plane == "y")
+    slice.plane = SlicePlane::coronal;
+  else if (plane == "sagittal" || plane == "x")
+    slice.plane = SlicePlane::sagittal;
   else if (plane != "axial" && plane != "z")
-    throw HostError("--slice " + text + " is not understood; write axial:30, coronal or sagittal:5");
+    throw HostError("--slice " + text +
+                    " is not understood; write axial:30, coronal or sagittal:5");
   if (colon == std::string::npos) return slice;
   const std::string number = text.substr(colon + 1);
   if (number.empty() || number.size() > 6 ||
