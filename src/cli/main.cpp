@@ -20,10 +20,13 @@ constexpr const char* description =
 class OneSentenceFormatter : public CLI::Formatter {
  public:
   std::string make_subcommand(const CLI::App* command) const override {
-    const std::string text = command->get_description();
+    const std::string whole = command->get_description();
+    std::string sentence = whole.substr(0, whole.find("\n\n"));
+    sentence.erase(sentence.find_last_not_of('\n') + 1);
+    std::replace(sentence.begin(), sentence.end(), '\n', ' ');
     std::string line = "  " + command->get_name();
     line.resize(std::max(line.size() + 1, get_column_width()), ' ');
-    return line + text.substr(0, text.find("\n\n")) + "\n";
+    return line + sentence + "\n";
   }
 };
 
