@@ -15,9 +15,10 @@ enum ExitStatus : int {
 /// function; when it is the one that the user named, its callback leaves the work in `action`,
 /// which the program runs after the command line is parsed.
 struct Program {
-  std::string pluginFile;  ///< --plugin, empty for the plugin beside the program
-  std::function<int()>
-      action;  ///< returns an ExitStatus; a failure is an exception with a sentence
+  /// --plugin, empty for the plugin beside the program.
+  std::string pluginFile;
+  /// Returns an ExitStatus; a failure is an exception with a sentence.
+  std::function<int()> action;
 };
 
 void addEstimateCommand(CLI::App& app, Program& program);
@@ -28,3 +29,4 @@ void addInfoCommand(CLI::App& app, Program& program);
 void addConvertCommand(CLI::App& app, Program& program);
 void addPhantomCommand(CLI::App& app, Program& program);
 void addPictureCommand(CLI::App& app, Program& program);
+void addCompareCommand(CLI::App& app, Program& program);

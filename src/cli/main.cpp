@@ -20,10 +20,13 @@ constexpr const char* description =
 class OneSentenceFormatter : public CLI::Formatter {
  public:
   std::string make_subcommand(const CLI::App* command) const override {
-    const std::string text = command->get_description();
+    const std::string description = command->get_description();
+    std::string sentence = description.substr(0, description.find("\n\n"));
+    sentence.erase(sentence.find_last_not_of('\n') + 1);
+    std::replace(sentence.begin(), sentence.end(), '\n', ' ');
     std::string line = "  " + command->get_name();
     line.resize(std::max(line.size() + 1, get_column_width()), ' ');
-    return line + text.substr(0, text.find("\n\n")) + "\n";
+    return line + sentence + "\n";
   }
 };
 
@@ -68,6 +71,7 @@ int main(int argc, char** argv) {
   addConvertCommand(app, program);
   addPhantomCommand(app, program);
   addPictureCommand(app, program);
+  addCompareCommand(app, program);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& stop) {

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 
 #include "files/mydmr.h"
 #include "files/myfmr.h"
@@ -71,9 +72,10 @@ void refuseUnreadable(const std::string& fileName) {
 void warnAboutSize(float sizeMm, const std::string& key, const ProjectInfo& project,
                    std::vector<std::string>& warnings) {
   if (sizeMm > 0.0f && std::isfinite(sizeMm)) return;
-  warnings.push_back(project.fileName + ": the header gives no voxel size (" + key + " is " +
-                     std::to_string(sizeMm) +
-                     " mm); the estimate's smoothness depends on it and may be useless");
+  std::ostringstream warning;
+  warning << project.fileName << ": the header gives no voxel size (" << key << " is " << sizeMm
+          << " mm); an estimate depends on it and may be useless";
+  warnings.push_back(warning.str());
 }
 
 }  // namespace

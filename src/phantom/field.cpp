@@ -14,6 +14,8 @@
 
 namespace {
 
+// A hundredth of the brain's signal: the faint ends of the blur may leave the grid.
+constexpr float faintSignal = 10.0F;
 // The field is smoothed with 1.5 * 1.2^step voxels; the last step is 6.4 voxels.
 constexpr int smoothingSteps = 8;
 
@@ -26,6 +28,20 @@ int fftMargin(int size, int least) {
   };
   while (!isSmooth(size + 2 * least)) ++least;
   return least;
+}
+
+double meanInBrain(const Volume<double>& field, glm::ivec3 margin, const HeadObject& head) {
+  double sum = 0.0;
+  int count = 0;
+  const glm::ivec3 size = head.image.dimensions();
+  for (int z = 0; z < size.z; ++z)
+    for (int y = 0; y < size.y; ++y)
+      for (int x = 0; x < size.x; ++x)
+        if (head.brainMask.at(x, y, z)) {
+          sum += field[glm::ivec3(x, y, z) + margin];
+          ++count;
+        }
+  return count > 0 ? sum / count : 0.0;
 }
 
 struct Extremes {
@@ -46,7 +62,7 @@ Extremes measure(const Volume<double>& field, glm::ivec3 margin, const HeadObjec
         glm::ivec3 p(x, y, z);
         const double value = std::abs(field[p + margin]);
         if (head.headMask[p]) e.maxInHead = std::max(e.maxInHead, value);
-        if (head.image[p] > 0.0F && value > 0.0)
+        if (head.image[p] > faintSignal && value > 0.0)
           e.maxScale = std::min(e.maxScale, std::min(p[a], size[a] - 1 - p[a]) / value);
         if (p[a] + 1 < size[a]) {
           glm::ivec3 next = p + margin;
@@ -88,6 +104,7 @@ HeadField makeHeadField(const PhantomGrid& grid, const HeadObject& head, std::ui
     Candidate c;
     c.sigmaMm = voxel * 1.5 * std::pow(1.2, step);
     c.field = tissueField.smoothed(c.sigmaMm);
+    c.field -= meanInBrain(c.field, margin, head);  // smoothing may bring a constant back
     c.extremes = measure(c.field, margin, head, goal.axis);
     c.scale = c.extremes.maxInHead > 0.0 ? goal.maxShiftVoxels / c.extremes.maxInHead : 0.0;
     return c;

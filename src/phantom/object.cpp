@@ -28,10 +28,13 @@ void checkGrid(const PhantomGrid& grid) {
   }
 }
 
-// Canonical anatomy coordinates per millimetre of the grid.
+// Canonical anatomy coordinates per millimetre of the grid. In plane two voxels on each side are
+// left to the blur and to the shift, which matters where voxels are few.
 glm::dvec3 anatomyScale(const PhantomGrid& grid) {
   const auto& fov = Anatomy::fieldOfViewMm;
-  return glm::dvec3(fov[0], fov[1], fov[2]) / (glm::dvec3(grid.size) * grid.voxelMm);
+  glm::dvec3 voxels(grid.size);
+  for (int axis = 0; axis < 2; ++axis) voxels[axis] = std::max(voxels[axis] - 4.0, voxels[axis] / 2);
+  return glm::dvec3(fov[0], fov[1], fov[2]) / (voxels * grid.voxelMm);
 }
 
 // Smooth noise of mean 0 and amplitude near 1: random values on a lattice of `spacingMm`,

@@ -47,7 +47,8 @@ struct HeadObject {
 };
 
 /// Samples the head on a grid, fitted to the field of view: the anatomy is stretched along each
-/// axis so that any grid, whatever its size and shape, holds the whole head.
+/// axis so that any grid, whatever its size and shape, holds the whole head, with two voxels to
+/// spare on each side in plane.
 ///
 /// The density carries a slow receive profile (brighter towards the coils) and a texture of 3 %,
 /// and is smoothed along x and y with a Gaussian of 1.5 voxels full width at half maximum, the

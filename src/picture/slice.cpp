@@ -70,6 +70,15 @@ RgbImage draw(glm::ivec3 dims, const SliceView& view, ColourAt colourAt) {
   return slice.enlarged(pixels(right), pixels(up));
 }
 
+// Centred; small, and in the end cut short, where it does not fit.
+void writeLabel(RgbImage& sheet, std::string label, int left, int top, int width) {
+  const int dot = RgbImage::textWidth(label, 2) <= width ? 2 : 1;
+  const auto fitting = static_cast<std::size_t>(std::max(0, (width / dot + 1) / 6));
+  if (label.size() > fitting) label.resize(fitting);
+  sheet.write(left + (width - RgbImage::textWidth(label, dot)) / 2, top, label, {255, 255, 255},
+              dot);
+}
+
 }  // namespace
 
 Window robustWindow(const Volume<float>& volume) {
@@ -132,24 +141,28 @@ RgbImage drawDiverging(const Volume<float>& volume, const SliceView& view, float
 RgbImage sideBySide(const std::vector<Panel>& panels, int columns) {
   if (panels.empty() || columns < 1)
     throw std::invalid_argument("a picture needs at least one panel");
-  constexpr int gap = 6, dot = 2, labelHeight = 7 * dot + 6;
-  const bool labelled =
-      std::any_of(panels.begin(), panels.end(), [](const Panel& p) { return !p.label.empty(); });
-  int cellWidth = 0, cellHeight = 0;
-  for (const Panel& panel : panels) {
-    cellWidth = std::max({cellWidth, panel.image.width(), RgbImage::textWidth(panel.label, dot)});
-    cellHeight = std::max(cellHeight, panel.image.height());
+  constexpr int gap = 6, labelHeight = 7 * 2 + 6;
+  const auto across = std::min(panels.size(), static_cast<std::size_t>(columns));
+  const std::size_t down = (panels.size() + across - 1) / across;
+  std::vector<int> left(across + 1, gap), top(down + 1, gap), labelSpace(down, 0);
+  for (std::size_t i = 0; i < panels.size(); ++i) {  // first the sizes
+    const Panel& panel = panels[i];
+    left[i % across + 1] = std::max(left[i % across + 1], panel.image.width() + gap);
+    top[i / across + 1] = std::max(top[i / across + 1], panel.image.height() + gap);
+    if (!panel.label.empty()) labelSpace[i / across] = labelHeight;
   }
-  const int count = static_cast<int>(panels.size()), rows = (count + columns - 1) / columns;
-  const int across = std::min(count, columns), step = cellHeight + (labelled ? labelHeight : 0);
-  RgbImage sheet(across * (cellWidth + gap) + gap, rows * (step + gap) + gap);
-  for (int i = 0; i < count; ++i) {
-    const Panel& panel = panels[static_cast<std::size_t>(i)];
-    const int left = gap + i % columns * (cellWidth + gap), top = gap + i / columns * (step + gap);
-    const int middle = left + (cellWidth - RgbImage::textWidth(panel.label, dot)) / 2;
-    if (labelled) sheet.write(middle, top + 2, panel.label, {255, 255, 255}, dot);
-    sheet.paste(panel.image, left + (cellWidth - panel.image.width()) / 2,
-                top + (labelled ? labelHeight : 0) + (cellHeight - panel.image.height()) / 2);
+  for (std::size_t c = 1; c <= across; ++c) left[c] += left[c - 1];
+  for (std::size_t r = 1; r <= down; ++r) top[r] += top[r - 1] + labelSpace[r - 1];
+
+  RgbImage sheet(left[across], top[down]);
+  for (std::size_t i = 0; i < panels.size(); ++i) {
+    const Panel& panel = panels[i];
+    const std::size_t c = i % across, r = i / across;
+    const int width = left[c + 1] - left[c] - gap;
+    const int height = top[r + 1] - top[r] - gap - labelSpace[r];
+    writeLabel(sheet, panel.label, left[c], top[r] + 2, width);
+    sheet.paste(panel.image, left[c] + (width - panel.image.width()) / 2,
+                top[r] + labelSpace[r] + (height - panel.image.height()) / 2);
   }
   return sheet;
 }

@@ -59,5 +59,7 @@ struct Panel {
   std::string label;
 };
 
-/// Panels in rows of `columns`, each under its label, on black.
+/// Panels in rows of `columns`, each centred under its label, on black. A label that is wider than
+/// its column is written small, and cut short if it still is.
+/// Errors  std::invalid_argument without panels or columns.
 RgbImage sideBySide(const std::vector<Panel>& panels, int columns);

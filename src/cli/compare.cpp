@@ -1,0 +1,115 @@
+#include <cmath>
+#include <cstdio>
+#include <iostream>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <optional>
+
+#include "cli/command.h"
+#include "cli/inputimage.h"
+#include "host/hosterror.h"
+
+namespace {
+
+constexpr const char* description =
+    "Tell how alike two images or displacement maps of the same size are.\n"
+    "\n"
+    "Prints their correlation (1 for images that differ by scale and offset only) and the\n"
+    "root-mean-square difference in the unit of the images (voxels for displacement maps).\n";
+
+struct Options {
+  std::string a, b, mask;
+  int volumeA = 0, volumeB = 0;
+  bool json = false;
+};
+
+struct Comparison {
+  long long voxels = 0;
+  double correlation = 0, rmsDifference = 0;
+};
+
+void requireSameSize(const Volume<float>& a, const Volume<float>& b, const std::string& fileA,
+                     const std::string& fileB) {
+  if (a.dimensions() == b.dimensions()) return;
+  const auto text = [](const Volume<float>& v) {
+    return std::to_string(v.nx()) + " x " + std::to_string(v.ny()) + " x " +
+           std::to_string(v.nz());
+  };
+  throw HostError(fileA + " (" + text(a) + ") and " + fileB + " (" + text(b) +
+                  ") are not of the same size");
+}
+
+Comparison compareVolumes(const Volume<float>& a, const Volume<float>& b,
+                          const std::optional<Volume<float>>& mask) {
+  double sumA = 0, sumB = 0, squares = 0;
+  Comparison result;
+  const auto counts = [&](int i) { return !mask || mask->data()[i] != 0; };
+  for (int i = 0; i < a.size(); ++i) {
+    if (!counts(i)) continue;
+    const double va = a.data()[i], vb = b.data()[i];
+    ++result.voxels;
+    sumA += va;
+    sumB += vb;
+    squares += (va - vb) * (va - vb);
+  }
+  const double n = static_cast<double>(result.voxels);
+  double aa = 0, bb = 0, ab = 0;
+  for (int i = 0; i < a.size(); ++i) {
+    if (!counts(i)) continue;
+    const double da = a.data()[i] - sumA / n, db = b.data()[i] - sumB / n;
+    aa += da * da;
+    bb += db * db;
+    ab += da * db;
+  }
+  result.correlation = ab / std::sqrt(aa * bb);
+  result.rmsDifference = std::sqrt(squares / n);
+  return result;
+}
+
+int runCompare(const Options& options) {
+  const Volume<float> a = readInputVolume(options.a, options.volumeA);
+  const Volume<float> b = readInputVolume(options.b, options.volumeB);
+  requireSameSize(a, b, options.a, options.b);
+  std::optional<Volume<float>> mask;
+  if (!options.mask.empty()) {
+    mask = readInputVolume(options.mask, 0);
+    requireSameSize(a, *mask, options.a, options.mask);
+  }
+  const Comparison result = compareVolumes(a, b, mask);
+  if (result.voxels == 0) throw HostError(options.mask + " marks no voxel");
+  if (options.json) {
+    std::cout << nlohmann::ordered_json{{"correlation", result.correlation},
+                                        {"rootMeanSquareDifference", result.rmsDifference},
+                                        {"voxels", result.voxels}}
+                     .dump(2)
+              << "\n";
+  } else {
+    char text[128];
+    std::snprintf(text, sizeof text, "correlation %.4f, rms difference %.4g (%lld voxels)\n",
+                  result.correlation, result.rmsDifference, result.voxels);
+    std::cout << text;
+  }
+  return exitSuccess;
+}
+
+}  // namespace
+
+void addCompareCommand(CLI::App& app, Program& program) {
+  CLI::App* command = app.add_subcommand("compare", description);
+  const auto options = std::make_shared<Options>();
+  command->add_option("A", options->a, "An image (.nii, .nii.gz), a project or a map")
+      ->type_name("")
+      ->required();
+  command->add_option("B", options->b, "Another one of the same size")->type_name("")->required();
+  command->add_option("--mask", options->mask, "Compare only where this image is not 0")
+      ->type_name("FILE");
+  command
+      ->add_option("--volume-a", options->volumeA, "Volume of A, counted from 0 (default: 0)")
+      ->type_name("N");
+  command
+      ->add_option("--volume-b", options->volumeB, "Volume of B, counted from 0 (default: 0)")
+      ->type_name("N");
+  command->add_flag("--json", options->json, "As JSON");
+  command->callback(
+      [options, &program] { program.action = [options] { return runCompare(*options); }; });
+}

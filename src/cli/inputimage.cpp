@@ -1,0 +1,51 @@
+#include "cli/inputimage.h"
+
+#include <utility>
+#include <vector>
+
+#include "files/mydmr.h"
+#include "files/myfmr.h"
+#include "host/hosterror.h"
+#include "host/mapfile.h"
+#include "nifti/convert.h"
+#include "nifti/image.h"
+
+namespace {
+
+void requireVolume(const std::string& file, int index, std::size_t volumes) {
+  if (index < 0 || static_cast<std::size_t>(index) >= volumes)
+    throw HostError(file + " has " + std::to_string(volumes) + " volumes; volume " +
+                    std::to_string(index) + " (counted from 0) is not there");
+}
+
+Volume<float> niftiVolume(const std::string& file, int index) {
+  nifti::Reader reader(file);
+  requireVolume(file, index, static_cast<std::size_t>(reader.header().volumes));
+  return reader.readVolume(index);
+}
+
+Volume<float> projectVolume(const std::string& file, int index) {
+  std::vector<Volume<float>> volumes = file.ends_with(".fmr")
+                                           ? std::move(FMR(file, /*loadData=*/true).stcData)
+                                           : std::move(DMR(file, /*loadData=*/true).dwiData);
+  requireVolume(file, index, volumes.size());
+  return std::move(volumes[static_cast<std::size_t>(index)]);
+}
+
+Volume<float> mapVolume(const std::string& file) {
+  const Map map = readMapFile(file);
+  Volume<float> volume(map.header.dimX, map.header.dimY, map.header.dimZ);
+  volume.copyData(map.values.data());
+  return volume;
+}
+
+}  // namespace
+
+Volume<float> readInputVolume(const std::string& file, int index) {
+  if (nifti::hasNiftiName(file)) return niftiVolume(file, index);
+  if (nifti::hasProjectName(file)) return projectVolume(file, index);
+  if (!file.ends_with(".map"))
+    throw HostError(file + " is neither a NIfTI image nor a project (.fmr, .dmr) nor a map (.map)");
+  requireVolume(file, index, 1);
+  return mapVolume(file);
+}

@@ -1,0 +1,51 @@
+#include <gmock/gmock.h>
+
+#include "cli/program.h"
+
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+TEST(Usage, theVersionGoesToStandardOutput) {
+  const ProgramResult result = runMirel({"--version"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.out, StartsWith("mirel "));
+  EXPECT_EQ(result.err, "");
+}
+
+TEST(Usage, helpGivesUnitsAndDefaults) {
+  const ProgramResult help = runMirel({"estimate", "--help"});
+  EXPECT_EQ(help.status, 0);
+  EXPECT_THAT(help.out, HasSubstr("in voxels"));
+  EXPECT_THAT(help.out, HasSubstr("(default: 0, the first)"));
+  EXPECT_THAT(help.out, HasSubstr("normalised cross-correlation (default"));
+  for (const char* command : {"apply", "check", "select", "info"}) {
+    EXPECT_EQ(runMirel({command, "--help"}).status, 0);
+    EXPECT_THAT(runMirel({"--help"}).out, HasSubstr(std::string("\n  ") + command));
+  }
+}
+
+TEST(Usage, mistakesHaveTheirOwnStatus) {
+  const std::vector<std::vector<std::string>> mistakes = {
+      {},        {"nosuchcommand"}, {"estimate", "one.fmr"},           {"apply", "run.fmr"},
+      {"check"}, {"info"},          {"estimate", "--nosuch", "a", "b"}};
+  for (const auto& arguments : mistakes) {
+    const ProgramResult result = runMirel(arguments);
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.out, "");
+    EXPECT_NE(result.err, "");
+  }
+}
+
+// A result that is lost must not look like success.
+TEST(Usage, aFullStandardOutputIsAFailure) {
+  const TemporaryFolder folder;
+  writeFmr(folder.file("a.fmr"), {});
+  const ProgramResult result = runProgram(
+      "/bin/sh", {"-c", std::string(MIREL_PROGRAM) + " info a.fmr >/dev/full"}, folder.file(""));
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.err, HasSubstr("cannot write to standard output"));
+}
+
+}  // namespace

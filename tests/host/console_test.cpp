@@ -1,0 +1,54 @@
+#include "host/console.h"
+
+#include <gmock/gmock.h>
+
+#include <vector>
+
+namespace {
+
+using testing::ElementsAre;
+
+struct RecordedConsole : Console {
+  std::vector<std::string> lines;
+  RecordedConsole() {
+    setSink([this](const std::string& line) { lines.push_back(line); });
+  }
+};
+
+TEST(Console, eachLogCallIsALine) {
+  RecordedConsole console;
+  console.log("Estimating...");
+  console.log("two\nlines, ended\n");
+  EXPECT_THAT(console.lines, ElementsAre("Estimating...", "two\nlines, ended"));
+}
+
+TEST(Console, anEmptyLogTextWritesNothing) {
+  RecordedConsole console;
+  console.log("");
+  console.log("\n");
+  EXPECT_TRUE(console.lines.empty());
+}
+
+TEST(Console, onlyErrorBoxesCountAsErrors) {
+  RecordedConsole console;
+  console.messageBox("Error: no such file");
+  console.messageBox("run1.txt: not an FMR or DMR file\n");
+  console.messageBox("error: lower case");
+  console.warn("Error: in a warning");
+  EXPECT_EQ(console.errors(), 1);
+  EXPECT_EQ(console.findings(), 2);
+  EXPECT_EQ(console.lines.back(), "Warning: Error: in a warning");
+}
+
+TEST(Console, withoutASinkLinesGoToStandardError) {
+  Console console;
+  testing::internal::CaptureStderr();
+  testing::internal::CaptureStdout();
+  console.showBusyCursor();
+  console.log("Done.");
+  console.stopBusyCursor();
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "Done.\n");
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+}
+
+}  // namespace
