@@ -26,6 +26,7 @@ void addApplyCommand(CLI::App& app, Program& program);
 void addCheckCommand(CLI::App& app, Program& program);
 void addSelectCommand(CLI::App& app, Program& program);
 void addInfoCommand(CLI::App& app, Program& program);
+void addCorrectCommand(CLI::App& app, Program& program);
 void addConvertCommand(CLI::App& app, Program& program);
 void addPhantomCommand(CLI::App& app, Program& program);
 void addPictureCommand(CLI::App& app, Program& program);

@@ -20,8 +20,8 @@ constexpr const char* description =
 class OneSentenceFormatter : public CLI::Formatter {
  public:
   std::string make_subcommand(const CLI::App* command) const override {
-    const std::string description = command->get_description();
-    std::string sentence = description.substr(0, description.find("\n\n"));
+    const std::string text = command->get_description();
+    std::string sentence = text.substr(0, text.find("\n\n"));
     sentence.erase(sentence.find_last_not_of('\n') + 1);
     std::replace(sentence.begin(), sentence.end(), '\n', ' ');
     std::string line = "  " + command->get_name();
@@ -63,6 +63,7 @@ int main(int argc, char** argv) {
   app.get_formatter()->label("REQUIRED", "");
   app.fallthrough();
   app.require_subcommand(1);
+  addCorrectCommand(app, program);
   addEstimateCommand(app, program);
   addApplyCommand(app, program);
   addCheckCommand(app, program);

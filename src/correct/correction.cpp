@@ -1,6 +1,7 @@
 #include "correct/correction.h"
 
 #include <filesystem>
+#include <fstream>
 
 #include "bids/error.h"
 #include "bids/name.h"
@@ -92,8 +93,10 @@ void announceAll(OutputFolder& folder, const Names& names, const std::vector<Ser
 // Writes the results of the pair, each with its sidecar.
 class PairWriter {
  public:
-  PairWriter(OutputFolder& where, const CorrectionOptions& options, const CorrectionReport& report)
+  PairWriter(OutputFolder& where, const CorrectionOptions& options, const CorrectionReport& report,
+             const Progress& tell)
       : folder(where),
+        progress(tell),
         pair(report.pair),
         record(recordOf(options, report.pair, report.estimate)),
         header(report.pair.a.header) {
@@ -129,9 +132,12 @@ class PairWriter {
   void sidecar(const std::string& name, const std::string& description, const std::string& units,
                const Json& more) {
     folder.writeText(name + ".json", sidecarText(description, units, sources, record, more));
+    progress("Writing", ++written / 8.0);
   }
 
   OutputFolder& folder;
+  const Progress& progress;
+  int written = 0;
   const PairInput& pair;
   Json record;
   nifti::Header header;
@@ -172,14 +178,24 @@ void gather(std::vector<std::string>& all, const std::vector<std::string>& more)
   all.insert(all.end(), more.begin(), more.end());
 }
 
+void copyGradients(OutputFolder& folder, const std::string& name,
+                   const std::vector<std::string>& files) {
+  for (const std::string& file : files) {
+    const std::string target = name + std::filesystem::path(file).extension().string();
+    std::ifstream is(file, std::ios::binary);
+    const std::string text((std::istreambuf_iterator<char>(is)), std::istreambuf_iterator<char>());
+    if (!is) throw nifti::Error(file + " cannot be read");
+    folder.writeText(target, text);
+  }
+}
+
 void writeAll(OutputFolder& folder, const Names& names, const CorrectionOptions& options,
               const std::vector<SeriesInput>& inputs, CorrectionReport& report,
               const Progress& progress) {
-  folder.open();
   progress("Writing", 0.0);
-  PairWriter writer(folder, options, report);
+  folder.open();
+  PairWriter writer(folder, options, report, progress);
   writePair(writer, names, report);
-  progress("Writing", 1.0);
   for (std::size_t s = 0; s < inputs.size(); ++s) {
     SeriesOutcome outcome = correctOneSeries(inputs[s], report, options,
                                              folder.path(names.series[s] + imageEnd), progress);
@@ -193,10 +209,7 @@ void writeAll(OutputFolder& folder, const Names& names, const CorrectionOptions&
                      sidecarText(inputs[s].options.file + ", corrected for distortion", "",
                                  {inputs[s].options.file, options.a.file, options.b.file}, record,
                                  inputs[s].keptFields));
-    for (const std::string& gradients : inputs[s].gradientFiles)
-      std::filesystem::copy_file(
-          gradients,
-          folder.path(names.series[s] + std::filesystem::path(gradients).extension().string()));
+    copyGradients(folder, names.series[s], inputs[s].gradientFiles);
     report.series.push_back(std::move(outcome.result));
   }
   if (!folder.isThere(descriptionFile))

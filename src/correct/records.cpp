@@ -61,7 +61,8 @@ const char* verdictName(series::SignCheck::Verdict verdict) {
 
 Json recordOf(const CorrectionOptions& options, const PairInput& pair,
               const PairEstimate& estimate) {
-  Json record = {{"Inputs", Json::array({recordOf(pair.a), recordOf(pair.b)})}};
+  Json record = {{"Version", options.version},
+                 {"Inputs", Json::array({recordOf(pair.a), recordOf(pair.b)})}};
   record["Options"] = settingsRecord(options.estimate, estimate);
   const PairAgreement& agreement = estimate.agreement;
   record["PairCorrelation"] = {{"Before", agreement.before}, {"After", agreement.after}};
