@@ -23,6 +23,7 @@ struct Program {
 
 void addEstimateCommand(CLI::App& app, Program& program);
 void addApplyCommand(CLI::App& app, Program& program);
+void addFieldCommand(CLI::App& app, Program& program);
 void addCheckCommand(CLI::App& app, Program& program);
 void addSelectCommand(CLI::App& app, Program& program);
 void addInfoCommand(CLI::App& app, Program& program);

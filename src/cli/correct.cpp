@@ -3,6 +3,7 @@
 
 #include "cli/command.h"
 #include "cli/interrupt.h"
+#include "cli/numbers.h"
 #include "cli/progressbar.h"
 #include "correct/correction.h"
 #include "correct/records.h"
@@ -107,18 +108,6 @@ int runCorrect(Options options, bool volumeBGiven) {
   else
     for (const std::string& file : report.outputs) std::cout << file << "\n";
   return exitSuccess;
-}
-
-std::string refuseBelow(int least, const std::string& text) {
-  const bool digits = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
-  if (digits && std::atoi(text.c_str()) >= least) return "";
-  return text + " is not a whole number of " + std::to_string(least) + " or more";
-}
-
-std::string refuseNotPositive(const std::string& text) {
-  char* end = nullptr;
-  const double value = std::strtod(text.c_str(), &end);
-  return *end == '\0' && value > 0 && value < 1e30 ? "" : text + " is not a positive number";
 }
 
 void addImageOptions(CLI::App* command, Options& options) {

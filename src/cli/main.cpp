@@ -66,6 +66,7 @@ int main(int argc, char** argv) {
   addCorrectCommand(app, program);
   addEstimateCommand(app, program);
   addApplyCommand(app, program);
+  addFieldCommand(app, program);
   addCheckCommand(app, program);
   addSelectCommand(app, program);
   addInfoCommand(app, program);

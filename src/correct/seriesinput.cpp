@@ -27,8 +27,7 @@ void readAcquisition(SeriesInput& input, const PairInput& pair) {
   if (!options.sidecar.empty() || fs::exists(sidecarFile)) {
     sidecar.emplace(sidecarFile);
     input.sidecarFile = sidecarFile;
-    for (const char* name : keptNames)
-      if (sidecar->json().contains(name)) input.keptFields[name] = sidecar->json()[name];
+    input.keptFields = keptFieldsOf(*sidecar);
   }
   if (!options.direction.empty()) {
     input.direction = series::parsePhaseEncoding(options.direction, "--apply-pe");
@@ -64,13 +63,6 @@ void readAcquisition(SeriesInput& input, const PairInput& pair) {
   }
 }
 
-void findGradientFiles(SeriesInput& input) {
-  const std::string stem = nifti::niftiStem(input.options.file);
-  std::error_code ignored;
-  for (const char* end : {".bvec", ".bval"})
-    if (fs::is_regular_file(stem + end, ignored)) input.gradientFiles.push_back(stem + end);
-}
-
 std::string sourceOf(const SeriesInput& input) {
   if (input.directionSource == "option") return "the direction given for " + input.options.file;
   if (input.sidecarFile.empty()) return "the direction assumed for " + input.options.file;
@@ -79,13 +71,29 @@ std::string sourceOf(const SeriesInput& input) {
 
 }  // namespace
 
+nlohmann::ordered_json keptFieldsOf(const bids::Sidecar& sidecar) {
+  nlohmann::ordered_json fields = nlohmann::ordered_json::object();
+  for (const char* name : keptNames)
+    if (sidecar.json().contains(name)) fields[name] = sidecar.json()[name];
+  return fields;
+}
+
+std::vector<std::string> gradientFilesOf(const std::string& imageFile) {
+  const std::string stem = nifti::niftiStem(imageFile);
+  std::vector<std::string> files;
+  std::error_code ignored;
+  for (const char* end : {".bvec", ".bval"})
+    if (fs::is_regular_file(stem + end, ignored)) files.push_back(stem + end);
+  return files;
+}
+
 SeriesInput readSeriesInput(const ImageOptions& options, const PairInput& pair) {
   SeriesInput input;
   input.options = options;
   input.header = nifti::Reader(options.file).header();
   input.sameGrid = series::coincide(series::gridOf(input.header), series::gridOf(pair.a.header));
   readAcquisition(input, pair);
-  findGradientFiles(input);
+  input.gradientFiles = gradientFilesOf(options.file);
   if (!pair.readoutSeconds && !input.sameGrid)
     throw nifti::Error(options.file + " has another grid than " + pair.a.options.file +
                        ": its correction needs the readout times of all images, from sidecars or "

@@ -18,7 +18,8 @@ struct SeriesInput {
   std::string sidecarFile;
   bool sameGrid = false;                   ///< as the pair
   std::vector<std::string> gradientFiles;  ///< .bvec and .bval beside it, if they are there
-  nlohmann::ordered_json keptFields;       ///< of its sidecar, for the corrected one's
+  /// Of its sidecar, for the corrected one's.
+  nlohmann::ordered_json keptFields = nlohmann::ordered_json::object();
   std::vector<std::string> notes;
 };
 
@@ -26,6 +27,12 @@ struct SeriesOutcome {
   SeriesResult result;
   std::vector<std::string> notes, warnings;
 };
+
+/// The fields of an image's sidecar that stay true of the corrected image.
+nlohmann::ordered_json keptFieldsOf(const bids::Sidecar& sidecar);
+
+/// The gradient files (.bvec, .bval) that stand beside an image.
+std::vector<std::string> gradientFilesOf(const std::string& imageFile);
 
 /// Reads header and sidecar of a series. A series without sidecar and options is taken to be
 /// encoded as A is, with A's readout time; the sign check tells when that is wrong. Errors as in

@@ -38,6 +38,7 @@ FieldHz readField(const std::string& fileName) {
 void writeField(const FieldHz& field, const nifti::Header& reference, const std::string& fileName) {
   nifti::Header header = reference;
   header.volumes = 1;
+  header.intentCode = 0;
   header.repetitionTimeSeconds = 0;
   header.type = nifti::DataType::float32;
   header.slope = 1;
