@@ -1,5 +1,6 @@
 #include <memory>
 
+#include "cli/applyfield.h"
 #include "cli/command.h"
 #include "host/hosterror.h"
 #include "host/mapfile.h"
@@ -10,16 +11,21 @@
 namespace {
 
 constexpr const char* description =
-    "Correct projects with a voxel displacement map of 'mirel estimate'.\n"
+    "Correct projects with a map of 'mirel estimate', or NIfTI images with a field in Hz.\n"
     "\n"
-    "Every volume of each project is resampled along the phase-encoding axis; the result is\n"
-    "written beside the project, RUN_undist.fmr for RUN.fmr. Prints the names of the files\n"
-    "written. A project has the dimensions of the map.\n";
+    "With --vdm every volume of each project is resampled along the phase-encoding axis; the\n"
+    "result is written beside the project, RUN_undist.fmr for RUN.fmr. A project has the\n"
+    "dimensions of the map.\n"
+    "With --field every RUN is an image of the same session on any grid. The field is resampled\n"
+    "to its grid and scaled by its readout time; direction and readout time come from its BIDS\n"
+    "sidecar (.json) or from options. Written to DIR are RUN_desc-corrected_SUFFIX.nii.gz and\n"
+    "a sidecar. Prints the names of the files written.\n";
 
 struct Options {
   std::string map;
   std::vector<std::string> files;
   bool rllr = false;
+  ApplyFieldArguments field;
 };
 
 /// The map is read whole here, so that the plugin never meets one that is damaged.
@@ -71,15 +77,26 @@ int runApply(const Options& options, const std::string& pluginFile) {
 void addApplyCommand(CLI::App& app, Program& program) {
   CLI::App* command = app.add_subcommand("apply", description);
   const auto options = std::make_shared<Options>();
-  command->add_option("--vdm", options->map, "The map to apply (shifts in voxels)")
-      ->type_name("A_vdm.map")
-      ->required();
-  command->add_option("RUN", options->files, "Projects to correct (.fmr or .dmr)")
+  CLI::Option* map =
+      command
+          ->add_option("--vdm", options->map, "For projects: the map to apply (shifts in voxels)")
+          ->type_name("A_vdm.map");
+  command
+      ->add_option("RUN", options->files,
+                   "With --vdm projects (.fmr or .dmr), with --field images (.nii, .nii.gz)")
       ->type_name("")
       ->required();
-  command->add_flag("--rllr", options->rllr,
-                    "Phase encoding runs along x, right-left (default: along y)");
-  command->callback([options, &program] {
-    program.action = [options, &program] { return runApply(*options, program.pluginFile); };
+  CLI::Option* rllr =
+      command->add_flag("--rllr", options->rllr,
+                        "With --vdm: phase encoding runs along x, right-left (default: along y)");
+  CLI::Option* field = addApplyFieldOptions(command, options->field)->excludes(map);
+  rllr->needs(map);
+  command->callback([options, map, field, &program] {
+    if (map->count() == 0 && field->count() == 0)
+      throw CLI::RequiredError("--vdm (for projects) or --field (for images)");
+    program.action = [options, withField = field->count() > 0, &program] {
+      if (withField) return runApplyField(options->field, options->files);
+      return runApply(*options, program.pluginFile);
+    };
   });
 }

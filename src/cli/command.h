@@ -23,9 +23,11 @@ struct Program {
 
 void addEstimateCommand(CLI::App& app, Program& program);
 void addApplyCommand(CLI::App& app, Program& program);
+void addFieldCommand(CLI::App& app, Program& program);
 void addCheckCommand(CLI::App& app, Program& program);
 void addSelectCommand(CLI::App& app, Program& program);
 void addInfoCommand(CLI::App& app, Program& program);
+void addCorrectCommand(CLI::App& app, Program& program);
 void addConvertCommand(CLI::App& app, Program& program);
 void addPhantomCommand(CLI::App& app, Program& program);
 void addPictureCommand(CLI::App& app, Program& program);

@@ -3,19 +3,21 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/command.h"
+#include "cli/imagereport.h"
 #include "files/mydmr.h"
 #include "files/myfmr.h"
 #include "host/datasummary.h"
 #include "host/hosterror.h"
 #include "host/mapfile.h"
 #include "host/projectinfo.h"
+#include "nifti/image.h"
 
 namespace {
 
 using Json = nlohmann::ordered_json;
 
 constexpr const char* description =
-    "Tell what a project or a map contains: its header and a summary of its data.\n";
+    "Tell what an image, a project or a map contains: its header and a summary of its data.\n";
 
 Json jsonOf(const DataSummary& summary) {
   return {{"values", summary.values},
@@ -90,6 +92,11 @@ void printText(const Json& report, const std::string& indent) {
     std::cout << indent << key << ":";
     if (value.is_array() && value.front().is_string()) {
       for (const Json& line : value) std::cout << "\n" << indent << "  " << line.get<std::string>();
+    } else if (value.is_array() && value.front().is_array()) {
+      for (const Json& row : value) {
+        std::cout << "\n" << indent << " ";
+        for (const Json& item : row) std::cout << " " << item.dump();
+      }
     } else if (value.is_array()) {
       for (const Json& item : value) std::cout << " " << item.dump();
     } else if (value.is_string()) {
@@ -103,10 +110,17 @@ void printText(const Json& report, const std::string& indent) {
   }
 }
 
+Json reportOf(const std::string& fileName) {
+  if (fileName.ends_with(".map")) return mapReport(fileName);
+  if (isProjectName(fileName)) return projectReport(fileName);
+  if (nifti::hasNiftiName(fileName)) return imageReport(fileName);
+  throw HostError(
+      fileName +
+      " is neither an image (.nii, .nii.gz) nor a project (.fmr, .dmr) nor a map (.map)");
+}
+
 int runInfo(const std::string& fileName, bool json) {
-  if (!fileName.ends_with(".map") && !isProjectName(fileName))
-    throw HostError(fileName + " is neither a project (.fmr, .dmr) nor a map (.map)");
-  const Json report = fileName.ends_with(".map") ? mapReport(fileName) : projectReport(fileName);
+  const Json report = reportOf(fileName);
   if (json)
     // File names need not be UTF-8: bytes that are not become the replacement character.
     std::cout << report.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
@@ -124,7 +138,9 @@ void addInfoCommand(CLI::App& app, Program& program) {
     bool json = false;
   };
   const auto options = std::make_shared<Options>();
-  command->add_option("FILE", options->file, "A project (.fmr, .dmr) or a map (.map)")
+  command
+      ->add_option("FILE", options->file,
+                   "An image (.nii, .nii.gz), a project (.fmr, .dmr) or a map (.map)")
       ->type_name("")
       ->required();
   command->add_flag("--json", options->json, "As JSON (lengths in mm, times in ms)");

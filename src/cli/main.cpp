@@ -63,8 +63,10 @@ int main(int argc, char** argv) {
   app.get_formatter()->label("REQUIRED", "");
   app.fallthrough();
   app.require_subcommand(1);
+  addCorrectCommand(app, program);
   addEstimateCommand(app, program);
   addApplyCommand(app, program);
+  addFieldCommand(app, program);
   addCheckCommand(app, program);
   addSelectCommand(app, program);
   addInfoCommand(app, program);

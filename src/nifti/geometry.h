@@ -68,6 +68,11 @@ glm::dmat4 toAffine(const PositionBlock& block, int nSlices, const std::string& 
 /// Whether two blocks look the same in a header: every number agrees in 6 significant digits.
 bool sameInHeader(const PositionBlock& a, const PositionBlock& b);
 
+/// The patient's directions towards which i, j and k grow: "RAS" for right, anterior, superior,
+/// or L, P, I. Of an oblique grid the nearest ones, the closest fit settled first, so that each
+/// of the patient's axes is named once. A column that is zero or not finite gives "?".
+std::string orientationLetters(const glm::dmat4& affine);
+
 /// "Neurological" where x grows towards the patient's right, "Radiological" where it does not.
 std::string leftRightConvention(const glm::dmat4& affine);
 

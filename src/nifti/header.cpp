@@ -156,6 +156,7 @@ Header fromLibrary(const nifti_image& image, int version) {
   }
   h.repetitionTimeSeconds =
       std::fmax(0, finiteOr(image.pixdim[4], 0)) * secondsPerUnit(image.time_units);
+  h.intentCode = image.intent_code;
   h.qformCode = image.qform_code;
   h.sformCode = image.sform_code;
   h.qform = {image.quatern_b,
@@ -219,8 +220,15 @@ StoredHeader parse2(const unsigned char* bytes, bool swapped, const std::string&
 ImagePointer toLibrary(const Header& h, int version) {
   ImagePointer image(nifti_simple_init_nim());
   if (!image) throw std::bad_alloc();
-  const std::int64_t dim[8] = {
-      h.volumes > 1 ? 4 : 3, h.dims.x, h.dims.y, h.dims.z, h.volumes, 1, 1, 1};
+  const int scalarDims = h.volumes > 1 ? 4 : 3;
+  const std::int64_t dim[8] = {h.vectorComponents > 1 ? 5 : scalarDims,
+                               h.dims.x,
+                               h.dims.y,
+                               h.dims.z,
+                               h.volumes,
+                               h.vectorComponents,
+                               1,
+                               1};
   const double pixdim[8] = {
       0, h.voxelSizeMm.x, h.voxelSizeMm.y, h.voxelSizeMm.z, h.repetitionTimeSeconds, 0, 0, 0};
   std::memcpy(image->dim, dim, sizeof(dim));
@@ -230,6 +238,7 @@ ImagePointer toLibrary(const Header& h, int version) {
   nifti_datatype_sizes(image->datatype, &image->nbyper, &image->swapsize);
   image->scl_slope = h.slope;
   image->scl_inter = h.inter;
+  image->intent_code = h.intentCode;
   image->qform_code = h.qformCode;
   image->sform_code = h.sformCode;
   image->quatern_b = h.qform.b;

@@ -46,6 +46,11 @@ struct Header {
   int version = 1;
   glm::ivec3 dims{0, 0, 0};
   int volumes = 1;
+  /// Above 1 for an image of vectors: the fifth dimension. The components of all volumes follow
+  /// one another, each as if it were an image of its own. Only written; a Reader refuses it.
+  int vectorComponents = 1;
+  /// What the values mean, as the format numbers it (1007: vectors); 0 for nothing in particular.
+  int intentCode = 0;
   /// The header's own voxel sizes (all positive); the columns of `affine` may differ from them
   /// in a file that contradicts itself.
   glm::dvec3 voxelSizeMm{1, 1, 1};

@@ -1,9 +1,11 @@
 #include "nifti/image.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <new>
 #include <stdexcept>
 
 #include "nifti/error.h"
@@ -29,6 +31,76 @@ std::size_t voxelsOf(const Header& h) {
 std::size_t volumeBytes(const Header& h) {
   return voxelsOf(h) * static_cast<std::size_t>(bytesPerSample(h.type));
 }
+
+std::int64_t wantedVolumes(const Header& h) { return std::int64_t{h.volumes} * h.vectorComponents; }
+
+// A gzip file is a head, deflate blocks and a tail. Parts that are compressed on their own and
+// end on a byte boundary (a "sync flush") can stand one behind the other in one such stream.
+
+/// Deflate, no flags, no time, no extra, Unix.
+constexpr std::array<unsigned char, 10> gzipHead = {0x1f, 0x8b, 8, 0, 0, 0, 0, 0, 0, 3};
+
+/// An empty last block, the checksum and the size modulo 2^32, lowest byte first.
+std::array<unsigned char, 10> gzipTail(unsigned long checksum, std::size_t plainBytes) {
+  std::array<unsigned char, 10> tail = {3, 0};
+  for (std::size_t b = 0; b < 4; b++) {
+    tail[2 + b] = static_cast<unsigned char>(checksum >> (8 * b));
+    tail[6 + b] = static_cast<unsigned char>(plainBytes >> (8 * b));
+  }
+  return tail;
+}
+
+/// Fills an EncodedVolume piece by piece.
+class Encoder {
+ public:
+  Encoder(EncodedVolume& target, bool compress) : result(target), compressed(compress) {
+    result.bytes.clear();
+    result.plainBytes = 0;
+    result.checksum = crc32(0, nullptr, 0);
+    // Negative window bits: deflate blocks without a head and a tail of their own.
+    if (compressed && deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, -15, 8,
+                                   Z_DEFAULT_STRATEGY) != Z_OK)
+      throw std::bad_alloc();
+  }
+  Encoder(const Encoder&) = delete;
+  Encoder& operator=(const Encoder&) = delete;
+  ~Encoder() {
+    if (compressed) deflateEnd(&stream);
+  }
+
+  void add(const unsigned char* bytes, std::size_t count) {
+    result.plainBytes += count;
+    if (!compressed) {
+      result.bytes.insert(result.bytes.end(), bytes, bytes + count);
+      return;
+    }
+    result.checksum = crc32(result.checksum, bytes, static_cast<uInt>(count));
+    stream.next_in = const_cast<unsigned char*>(bytes);
+    stream.avail_in = static_cast<uInt>(count);
+    drain(Z_NO_FLUSH);
+  }
+
+  void finish() {
+    if (compressed) drain(Z_SYNC_FLUSH);
+  }
+
+ private:
+  void drain(int flush) {
+    do {
+      const std::size_t used = result.bytes.size();
+      result.bytes.resize(used + chunk);
+      stream.next_out = result.bytes.data() + used;
+      stream.avail_out = chunk;
+      deflate(&stream, flush);
+      result.bytes.resize(used + chunk - stream.avail_out);
+    } while (stream.avail_out == 0);
+  }
+
+  static constexpr uInt chunk = 1 << 16;
+  EncodedVolume& result;
+  bool compressed;
+  z_stream stream{};
+};
 
 /// Size of a regular file; anything else is named for what it is.
 std::uintmax_t regularFileSize(const std::string& name) {
@@ -152,51 +224,73 @@ void Reader::readVolume(int t, Volume<float>& volume) {
   if (t == h.volumes - 1 && gzdirect(file.get()) == 0) readTail();
 }
 
-Writer::Writer(const std::string& fileName, const Header& what) : out(fileName), header(what) {
+Writer::Writer(const std::string& fileName, const Header& what)
+    : out(fileName), header(what), compressed(endsWith(fileName, ".gz")) {
   if (!hasNiftiName(fileName))
     throw Error(fileName + " is no name for a NIfTI image: it ends with neither .nii nor .nii.gz");
   const std::vector<unsigned char> bytes = formatHeader(header, fileName);
-  // "T" writes plain bytes: one path for both kinds of file.
-  file = gzopen(out.temporary().c_str(), endsWith(fileName, ".gz") ? "wb" : "wbT");
-  if (file == nullptr) throw Error(fileName + " cannot be written: " + std::strerror(errno));
-  gzbuffer(file, streamBuffer);
-  writeBytes(bytes.data(), bytes.size());
+  file.reset(std::fopen(out.temporary().c_str(), "wb"));
+  if (!file) fail(errno);
+  if (compressed) append(gzipHead.data(), gzipHead.size());
+  Encoder encoder(own, compressed);
+  encoder.add(bytes.data(), bytes.size());
+  encoder.finish();
+  append(own);
 }
 
-Writer::~Writer() {
-  if (file != nullptr) gzclose_w(file);
+Writer::~Writer() = default;
+
+void Writer::fail(int systemError) {
+  file.reset();
+  throw Error(out.target() + " cannot be written: " + std::strerror(systemError));
 }
 
-void Writer::writeBytes(const unsigned char* bytes, std::size_t count) {
-  if (gzwrite(file, bytes, static_cast<unsigned>(count)) == static_cast<int>(count)) return;
-  const int cause = errno;
-  gzclose_w(file);
-  file = nullptr;
-  throw Error(out.target() + " cannot be written: " + std::strerror(cause));
+void Writer::append(const unsigned char* bytes, std::size_t count) {
+  if (std::fwrite(bytes, 1, count, file.get()) != count) fail(errno);
 }
 
-void Writer::write(const Volume<float>& volume) {
-  if (file == nullptr || written >= header.volumes || volume.dimensions() != header.dims)
+void Writer::append(const EncodedVolume& part) {
+  append(part.bytes.data(), part.bytes.size());
+  checksum = crc32_combine(checksum, part.checksum, static_cast<z_off_t>(part.plainBytes));
+  plainBytes += part.plainBytes;
+}
+
+void Writer::encode(const Volume<float>& volume, EncodedVolume& result) const {
+  if (volume.dimensions() != header.dims)
     throw std::logic_error(out.target() + ": a volume that the header does not announce");
   const std::size_t size = static_cast<std::size_t>(bytesPerSample(header.type));
-  block.resize(blockSamples * size);
+  std::vector<unsigned char> block(blockSamples * size);
+  Encoder encoder(result, compressed);
   const std::size_t voxels = voxelsOf(header);
   for (std::size_t done = 0; done < voxels;) {
     const std::size_t count = std::min(blockSamples, voxels - done);
     encodeSamples(header, volume.data() + done, count, block.data());
-    writeBytes(block.data(), count * size);
+    encoder.add(block.data(), count * size);
     done += count;
   }
+  encoder.finish();
+}
+
+void Writer::write(const EncodedVolume& volume) {
+  if (!file || written >= wantedVolumes(header) || volume.plainBytes != volumeBytes(header))
+    throw std::logic_error(out.target() + ": a volume that the header does not announce");
+  append(volume);
   written++;
 }
 
+void Writer::write(const Volume<float>& volume) {
+  encode(volume, own);
+  write(own);
+}
+
 void Writer::finish() {
-  if (file == nullptr || written != header.volumes)
+  if (!file || written != wantedVolumes(header))
     throw std::logic_error(out.target() + ": fewer volumes than the header announces");
-  const int code = gzclose_w(file);
-  const int cause = errno;
-  file = nullptr;
-  if (code != Z_OK) throw Error(out.target() + " cannot be written: " + std::strerror(cause));
+  if (compressed) {
+    const std::array<unsigned char, 10> tail = gzipTail(checksum, plainBytes);
+    append(tail.data(), tail.size());
+  }
+  if (std::fclose(file.release()) != 0) fail(errno);
   out.commit();
 }
 

@@ -2,6 +2,8 @@
 
 #include <zlib.h>
 
+#include <cstdint>
+#include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
@@ -60,6 +62,13 @@ class Reader {
   std::vector<unsigned char> block;
 };
 
+/// A volume as it stands in a file.
+struct EncodedVolume {
+  std::vector<unsigned char> bytes;  ///< compressed for a .nii.gz
+  std::size_t plainBytes = 0;        ///< before compression
+  unsigned long checksum = 0;        ///< CRC-32 of the bytes before compression
+};
+
 /// Writes an image volume by volume, compressed when the name ends with .nii.gz. The file appears
 /// under its name when `finish` has returned; without it nothing stays behind. The same header
 /// and volumes give the same bytes (no time stamp).
@@ -74,18 +83,31 @@ class Writer {
   Writer& operator=(const Writer&) = delete;
   ~Writer();
 
-  /// Appends a volume; see encodeSamples for rounding and clamping.
+  /// Appends a volume; see encodeSamples for rounding and clamping. An image of vectors takes
+  /// volumes * vectorComponents of them.
   void write(const Volume<float>& volume);
+  /// The same in two steps, with the same bytes in the file: `encode` rounds and compresses, and
+  /// may run in several threads at once; `write` appends.
+  void encode(const Volume<float>& volume, EncodedVolume& result) const;
+  void write(const EncodedVolume& volume);
   void finish();
 
  private:
-  void writeBytes(const unsigned char* bytes, std::size_t count);
+  struct Close {
+    void operator()(std::FILE* stream) const { std::fclose(stream); }
+  };
+  void append(const unsigned char* bytes, std::size_t count);
+  void append(const EncodedVolume& part);
+  [[noreturn]] void fail(int systemError);
 
   OutFile out;
   Header header;
-  gzFile file = nullptr;
-  int written = 0;
-  std::vector<unsigned char> block;
+  bool compressed;
+  std::unique_ptr<std::FILE, Close> file;
+  std::int64_t written = 0;
+  std::size_t plainBytes = 0;
+  unsigned long checksum = 0;
+  EncodedVolume own;
 };
 
 }  // namespace nifti

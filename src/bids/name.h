@@ -1,0 +1,33 @@
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace bids {
+
+/// A file name of the Brain Imaging Data Structure: entities "key-value" and a suffix, joined by
+/// "_" (sub-01_dir-AP_epi). A name of another kind has no entities and is one suffix.
+struct Name {
+  std::vector<std::pair<std::string, std::string>> entities;
+  std::string suffix;
+
+  /// Without folder and without .nii, .nii.gz.
+  static Name of(const std::string& imageFile);
+
+  bool isStructured() const { return !entities.empty(); }
+  std::string text() const;
+};
+
+/// The name of what is derived from an image: entities kept, desc-`description` last; where the
+/// image has a description of its own the new one follows it (desc-preproc becomes
+/// desc-preprocCorrected). The suffix is kept unless another is given. A name without entities
+/// stays in front: "run 1" gives "run 1_desc-corrected", with a suffix "run 1_desc-warp_xfm".
+std::string derivedName(const Name& source, const std::string& description,
+                        const std::string& suffix = {});
+
+/// The name of what two images have in common: the entities that are the same in both, but for
+/// `dir`; the first one's suffix.
+Name commonName(const Name& a, const Name& b);
+
+}  // namespace bids

@@ -1,0 +1,137 @@
+#include "cli/applyfield.h"
+
+#include <cstdio>
+#include <iostream>
+
+#include "cli/command.h"
+#include "cli/interrupt.h"
+#include "cli/numbers.h"
+#include "cli/progressbar.h"
+#include "host/hosterror.h"
+#include "host/session.h"
+#include "nifti/image.h"
+
+namespace {
+
+correct::ApplyFieldOptions jobOf(const ApplyFieldArguments& arguments,
+                                 const std::vector<std::string>& images) {
+  correct::ApplyFieldOptions job = arguments.job;
+  job.version = MIREL_VERSION;
+  if (arguments.modulate) job.modulation = series::Modulation::on;
+  if (!arguments.sidecar.empty() && images.size() > 1)
+    throw HostError("--sidecar is for one image, but " + std::to_string(images.size()) +
+                    " are given");
+  for (const std::string& file : images) {
+    if (!nifti::hasNiftiName(file))
+      throw HostError(file +
+                      " is no NIfTI image (.nii, .nii.gz): --field corrects images, --vdm "
+                      "corrects projects");
+    correct::ImageOptions image;
+    image.file = file;
+    image.direction = arguments.direction;
+    image.sidecar = arguments.sidecar;
+    image.readoutSeconds = arguments.readoutSeconds;
+    job.series.push_back(image);
+  }
+  return job;
+}
+
+const char* sentenceOf(series::SignCheck::Verdict verdict) {
+  switch (verdict) {
+    case series::SignCheck::Verdict::right:
+      return "the sign is right";
+    case series::SignCheck::Verdict::opposite:
+      return "the opposite sign agrees better";
+    case series::SignCheck::Verdict::undecided:
+      break;
+  }
+  return "no sign is clearly better";
+}
+
+void tell(const correct::ApplyFieldReport& report, bool withSigns) {
+  for (const correct::SeriesResult& run : report.series) {
+    std::fprintf(stderr, "%s: %d %s, phase encoding %s (%s), readout %.6g s (%s)%s\n",
+                 run.file.c_str(), run.volumes, run.volumes == 1 ? "volume" : "volumes",
+                 series::nameOf(run.direction).c_str(), run.directionSource.c_str(),
+                 run.readout->seconds, nameOf(run.readout->source).c_str(),
+                 run.resampledField ? ", field resampled to its grid" : "");
+    if (withSigns)
+      std::fprintf(
+          stderr, "%s: agreement with the reference %.4f, with the opposite sign %.4f: %s\n",
+          run.file.c_str(), run.signs.asGiven, run.signs.opposite, sentenceOf(run.signs.verdict));
+  }
+  for (const std::string& note : report.notes) std::cerr << "Note: " << note << "\n";
+}
+
+}  // namespace
+
+CLI::Option* addApplyFieldOptions(CLI::App* command, ApplyFieldArguments& arguments) {
+  CLI::Option* field =
+      command
+          ->add_option("--field", arguments.job.fieldFile,
+                       "For images: the field in Hz, f in true(y) = I(y + f T) for phase encoding\n"
+                       "along i, j or k and the readout time T, I(y - f T) along i-, j- or k-")
+          ->type_name("FIELD");
+  const auto withField = [field](CLI::Option* option) { return option->needs(field); };
+  CLI::Option* output =
+      command
+          ->add_option("-o,--output", arguments.job.output,
+                       "With --field: folder for the results, made if need be; for one RUN also\n"
+                       "the name of an image (.nii, .nii.gz). Older files are replaced")
+          ->type_name("DIR");
+  withField(output);
+  field->needs(output);
+  withField(command->add_option("--pe", arguments.direction,
+                                "Phase-encoding direction of every RUN: i, i-, j, j-, k or k-\n"
+                                "(default: its sidecar's)"))
+      ->type_name("DIR")
+      ->check(CLI::IsMember({"i", "i-", "j", "j-", "k", "k-"}));
+  withField(command->add_option("--readout", arguments.readoutSeconds,
+                                "Total readout time of every RUN in s (default: its sidecar's)"))
+      ->type_name("S")
+      ->check(refuseNotPositive);
+  withField(command->add_option("--sidecar", arguments.sidecar,
+                                "Sidecar of RUN (default: RUN's name with .json)"))
+      ->type_name("FILE");
+  withField(command->add_flag("--modulate", arguments.modulate,
+                              "Multiply intensities by the Jacobian, the local density change\n"
+                              "(default: off)"));
+  withField(command->add_flag("--float", arguments.job.floatOutput,
+                              "Write 32-bit floats (default: the data type of RUN, rounded)"));
+  withField(command->add_flag("--warp", arguments.job.writeWarp,
+                              "Also write the displacement field for other programs,\n"
+                              "RUN_desc-warp_xfm.nii.gz"));
+  withField(command->add_option("--reference", arguments.job.reference,
+                                "An undistorted image of the head on any grid: tell whether the\n"
+                                "opposite sign agrees better with it"))
+      ->type_name("IMAGE");
+  withField(command->add_option("--threads", arguments.job.threads,
+                                "Threads that correct volumes (default: one per core)"))
+      ->type_name("N")
+      ->check([](const std::string& text) { return refuseBelow(1, text); });
+  withField(command->add_flag("--quiet", arguments.quiet, "Say nothing but warnings and errors"));
+  return field;
+}
+
+int runApplyField(ApplyFieldArguments arguments, const std::vector<std::string>& images) {
+  const correct::ApplyFieldOptions job = jobOf(arguments, images);
+  ProgressBar bar(arguments.quiet ? ProgressBar::Output::none : ProgressBar::suitable());
+  InterruptGuard interrupts;
+  correct::ApplyFieldReport report;
+  try {
+    report = correct::applyField(job, [&](const std::string& stage, double done) {
+      if (stage == "Writing") interrupts.beginWriting();
+      interrupts.check();
+      bar.show(stage, done);
+    });
+  } catch (const Interrupted& stop) {
+    bar.clear();
+    hostSession().console.messageBox(std::string("Error: ") + stop.what());
+    return exitInterrupted;
+  }
+  bar.clear();
+  if (!arguments.quiet) tell(report, !job.reference.empty());
+  for (const std::string& warning : report.warnings) hostSession().console.warn(warning);
+  for (const std::string& file : report.outputs) std::cout << file << "\n";
+  return exitSuccess;
+}

@@ -1,0 +1,224 @@
+#include <iostream>
+#include <memory>
+
+#include "cli/command.h"
+#include "cli/interrupt.h"
+#include "cli/numbers.h"
+#include "cli/progressbar.h"
+#include "correct/correction.h"
+#include "correct/records.h"
+#include "host/session.h"
+
+namespace {
+
+constexpr const char* description =
+    "Correct NIfTI images: a pair with opposite phase encoding, and other series of the session.\n"
+    "\n"
+    "From A and B the field is estimated that distorts both; both, and every RUN, are corrected\n"
+    "with it. Phase-encoding directions and readout times come from the BIDS sidecars (.json)\n"
+    "beside the images; options override them. Written into DIR: the corrected images, their\n"
+    "mean, the displacements in voxels and in mm, the field in Hz, displacement fields for other\n"
+    "programs, each with a sidecar. All of it appears at the end, or nothing. Prints the names\n"
+    "of the files written.\n";
+
+struct Options {
+  correct::CorrectionOptions job;
+  std::vector<std::string> runs;
+  std::string runDirection;
+  double runReadout = 0;
+  int volumeB = 0;
+  int mean = 0;
+  double readoutB = 0;
+  bool ssd = false, ncc = false, fast = false, noIc = false, ic = false;
+  bool modulate = false, quiet = false, json = false;
+};
+
+void settle(Options& options, bool volumeBGiven) {
+  correct::CorrectionOptions& job = options.job;
+  job.version = MIREL_VERSION;
+  job.b.volume = volumeBGiven ? options.volumeB : job.a.volume;
+  job.a.meanOfFirst = job.b.meanOfFirst = options.mean;
+  job.b.readoutSeconds = options.readoutB > 0 ? options.readoutB : job.a.readoutSeconds;
+  job.estimate.search = {
+      .fast = options.fast, .useSsd = options.ssd, .intensityCorrection = !options.noIc};
+  if (options.modulate) job.estimate.modulation = series::Modulation::on;
+  for (const std::string& file : options.runs) {
+    correct::ImageOptions run;
+    run.file = file;
+    run.direction = options.runDirection;
+    run.readoutSeconds = options.runReadout;
+    job.series.push_back(run);
+  }
+}
+
+std::string number(const char* format, double value) {
+  char text[40];
+  std::snprintf(text, sizeof text, format, value);
+  return text;
+}
+
+std::string acquisition(const series::PhaseEncodingDirection& direction, const std::string& source,
+                        const std::optional<bids::Readout>& readout) {
+  std::string text = series::nameOf(direction) + " (" + source + ")";
+  if (readout)
+    text +=
+        ", readout " + number("%.6g", readout->seconds) + " s (" + nameOf(readout->source) + ")";
+  return text;
+}
+
+void tell(const correct::CorrectionReport& report) {
+  for (const correct::InputImage* image : {&report.pair.a, &report.pair.b})
+    std::cerr << image->title() << ": phase encoding "
+              << acquisition(image->direction, image->directionSource, image->readout) << "\n";
+  const correct::PairEstimate& estimate = report.estimate;
+  std::cerr << "Head above an intensity of " << number("%.4g", estimate.threshold)
+            << " (intensity scale " << number("%.4g", estimate.intensityScale) << ", "
+            << number("%.0f", 100 * estimate.foregroundA) << " and "
+            << number("%.0f", 100 * estimate.foregroundB) << " % of the voxels)\n";
+  std::cerr << "Correlation of the pair in the head: " << number("%.3f", estimate.agreement.before)
+            << " before, " << number("%.3f", estimate.agreement.after) << " after\n";
+  for (const correct::SeriesResult& run : report.series)
+    std::cerr << run.file << ": " << run.volumes << (run.volumes == 1 ? " volume" : " volumes")
+              << ", phase encoding " << acquisition(run.direction, run.directionSource, run.readout)
+              << (run.resampledField ? ", field resampled to its grid" : "") << "\n";
+  for (const std::string& note : report.notes) std::cerr << "Note: " << note << "\n";
+}
+
+int runCorrect(Options options, bool volumeBGiven) {
+  settle(options, volumeBGiven);
+  ProgressBar bar(options.quiet ? ProgressBar::Output::none : ProgressBar::suitable());
+  InterruptGuard interrupts;
+  correct::CorrectionReport report;
+  try {
+    report = correct::correctAll(options.job, [&](const std::string& stage, double done) {
+      if (stage == "Writing") interrupts.beginWriting();
+      interrupts.check();
+      bar.show(stage, done);
+    });
+  } catch (const Interrupted& stop) {
+    bar.clear();
+    hostSession().console.messageBox(std::string("Error: ") + stop.what());
+    return exitInterrupted;
+  }
+  bar.clear();
+  if (!options.quiet) tell(report);
+  for (const std::string& warning : report.warnings) hostSession().console.warn(warning);
+  if (options.json)
+    std::cout << correct::summaryOf(report).dump(2) << "\n";
+  else
+    for (const std::string& file : report.outputs) std::cout << file << "\n";
+  return exitSuccess;
+}
+
+void addImageOptions(CLI::App* command, Options& options) {
+  correct::CorrectionOptions& job = options.job;
+  command->add_option("A", job.a.file, "First image of the pair (.nii, .nii.gz)")
+      ->type_name("")
+      ->required();
+  command
+      ->add_option("B", job.b.file,
+                   "Second image: the same grid, the opposite phase-encoding direction; may be\n"
+                   "another volume of the same file")
+      ->type_name("")
+      ->required();
+  command->add_option("--apply", options.runs, "Series of the same session to correct, too")
+      ->type_name("RUN");
+  command
+      ->add_option("-o,--output", job.outputFolder,
+                   "Folder for the results; made if need be. Files of the same names are replaced")
+      ->type_name("DIR")
+      ->required();
+  command
+      ->add_option("--volume", job.a.volume,
+                   "Volume of A and B to use, counted from 0 (default: 0, the first)")
+      ->type_name("N")
+      ->check([](const std::string& text) { return refuseBelow(0, text); });
+  command->add_option("--volume-b", options.volumeB, "Volume of B (default: that of A)")
+      ->type_name("N")
+      ->check([](const std::string& text) { return refuseBelow(0, text); });
+  command
+      ->add_option("--mean", options.mean,
+                   "Use the mean of N volumes, from --volume on, instead of one")
+      ->type_name("N")
+      ->check([](const std::string& text) { return refuseBelow(1, text); });
+}
+
+void addAcquisitionOptions(CLI::App* command, Options& options) {
+  correct::CorrectionOptions& job = options.job;
+  const auto direction = [&](const char* name, std::string& value, const char* text) {
+    command->add_option(name, value, text)
+        ->type_name("DIR")
+        ->check(CLI::IsMember({"i", "i-", "j", "j-", "k", "k-"}));
+  };
+  const auto seconds = [&](const char* name, double& value, const char* text) {
+    command->add_option(name, value, text)->type_name("S")->check(refuseNotPositive);
+  };
+  direction("--pe-a", job.a.direction,
+            "Phase-encoding direction of A: i, i-, j, j-, k or k- (default: its sidecar's)");
+  direction("--pe-b", job.b.direction, "The same of B (default: its sidecar's)");
+  direction("--apply-pe", options.runDirection, "The same of every RUN (default: its sidecar's)");
+  seconds("--readout", job.a.readoutSeconds,
+          "Total readout time of A and B in s (default: the sidecars')");
+  seconds("--readout-b", options.readoutB, "The same of B, where it differs");
+  seconds("--apply-readout", options.runReadout, "The same of every RUN (default: its sidecar's)");
+  command->add_option("--sidecar-a", job.a.sidecar, "Sidecar of A (default: A's name with .json)")
+      ->type_name("FILE");
+  command->add_option("--sidecar-b", job.b.sidecar, "Sidecar of B (default: B's name with .json)")
+      ->type_name("FILE");
+}
+
+void addEstimateOptions(CLI::App* command, Options& options) {
+  correct::EstimateSettings& estimate = options.job.estimate;
+  command
+      ->add_option("--estimator", estimate.estimator,
+                   "Method of the estimate (default: search, the estimate of 'mirel estimate')")
+      ->type_name("NAME")
+      ->transform(CLI::CheckedTransformer(
+          std::map<std::string, correct::Estimator>{{"search", correct::Estimator::search}}));
+  CLI::Option* ssd =
+      command->add_flag("--ssd", options.ssd, "Search by the sum of squared differences");
+  command
+      ->add_flag("--ncc", options.ncc,
+                 "Search by normalised cross-correlation (default; with --ic 0.52 voxels rms\n"
+                 "from a measured field, SSD 0.87, --fast 0.63)")
+      ->excludes(ssd);
+  CLI::Option* ic =
+      command->add_flag("--ic", options.ic, "Correct intensities during the search (default)");
+  command->add_flag("--no-ic", options.noIc, "Do not correct intensities during the search")
+      ->excludes(ic);
+  command->add_flag("--fast", options.fast,
+                    "Column-wise estimate only: faster and coarser; --ssd, --ncc and --ic have no\n"
+                    "effect on it");
+  command
+      ->add_option(
+          "--intensity-scale", estimate.intensityScale,
+          "Factor on the intensities for the estimate, which takes more than 100 for head\n"
+          "(default: found from the images)")
+      ->type_name("F")
+      ->check(refuseNotPositive);
+  command->add_flag("--modulate", options.modulate,
+                    "Multiply corrected intensities by the Jacobian, the local density change\n"
+                    "(default: off)");
+}
+
+}  // namespace
+
+void addCorrectCommand(CLI::App& app, Program& program) {
+  CLI::App* command = app.add_subcommand("correct", description);
+  const auto options = std::make_shared<Options>();
+  addImageOptions(command, *options);
+  addAcquisitionOptions(command, *options);
+  addEstimateOptions(command, *options);
+  command
+      ->add_option("--threads", options->job.threads,
+                   "Threads that correct the volumes of a RUN (default: one per core)")
+      ->type_name("N")
+      ->check([](const std::string& text) { return refuseBelow(1, text); });
+  command->add_flag("--quiet", options->quiet, "Say nothing but warnings and errors");
+  command->add_flag("--json", options->json,
+                    "Print a summary as JSON instead of the names of the files written");
+  command->callback([options, command, &program] {
+    const bool volumeBGiven = command->get_option("--volume-b")->count() > 0;
+    program.action = [options, volumeBGiven] { return runCorrect(*options, volumeBGiven); };
+  });
+}

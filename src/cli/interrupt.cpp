@@ -1,0 +1,39 @@
+#include "cli/interrupt.h"
+
+#include <unistd.h>
+
+#include <csignal>
+
+namespace {
+
+constexpr int signals[] = {SIGINT, SIGTERM, SIGHUP};
+volatile std::sig_atomic_t writing = 0;
+volatile std::sig_atomic_t signalled = 0;
+
+void onSignal(int) {
+  if (writing == 0) {
+    const char text[] = "\nError: interrupted; nothing was written\n";
+    // What cannot be shown does not matter any more.
+    [[maybe_unused]] const auto count = ::write(STDERR_FILENO, text, sizeof text - 1);
+    _exit(exitInterrupted);
+  }
+  signalled = 1;
+}
+
+}  // namespace
+
+InterruptGuard::InterruptGuard() {
+  writing = 0;
+  signalled = 0;
+  for (const int number : signals) std::signal(number, onSignal);
+}
+
+InterruptGuard::~InterruptGuard() {
+  for (const int number : signals) std::signal(number, SIG_DFL);
+}
+
+void InterruptGuard::beginWriting() { writing = 1; }
+
+void InterruptGuard::check() const {
+  if (signalled != 0) throw Interrupted();
+}

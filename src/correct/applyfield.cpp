@@ -1,0 +1,238 @@
+#include "correct/applyfield.h"
+
+#include <filesystem>
+
+#include "bids/checksum.h"
+#include "bids/error.h"
+#include "bids/name.h"
+#include "correct/outputfolder.h"
+#include "correct/records.h"
+#include "correct/seriesinput.h"
+#include "nifti/error.h"
+#include "nifti/image.h"
+#include "series/field.h"
+#include "series/series.h"
+#include "series/warp.h"
+
+namespace correct {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Target {
+  std::string name;  ///< without extension, in the output folder
+  std::string imageEnd = ".nii.gz";
+  std::string warp;  ///< the same for the displacement field; empty: none
+};
+
+SeriesInput readInput(const ImageOptions& options) {
+  SeriesInput input;
+  input.options = options;
+  input.header = nifti::Reader(options.file).header();
+  const std::string beside =
+      options.sidecar.empty() ? bids::sidecarName(options.file) : options.sidecar;
+  std::optional<bids::Sidecar> sidecar;
+  if (!options.sidecar.empty() || fs::exists(beside)) {
+    sidecar.emplace(beside);
+    input.sidecarFile = beside;
+    input.keptFields = keptFieldsOf(*sidecar);
+  }
+  const auto missing = [&](const std::string& field, const std::string& option) {
+    return bids::Error((sidecar ? beside + " has no " + field
+                                : options.file + " has no sidecar " + beside + " with a " + field) +
+                       "; give it with " + option);
+  };
+  const auto stated =
+      sidecar && options.direction.empty() ? sidecar->phaseEncoding() : std::nullopt;
+  if (options.direction.empty() && !stated) throw missing("PhaseEncodingDirection", "--pe");
+  input.direction = stated ? *stated : series::parsePhaseEncoding(options.direction, "--pe");
+  input.directionSource = stated ? beside : "option";
+  if (options.readoutSeconds > 0) {
+    bids::checkReadout(options.readoutSeconds, "the readout time given for " + options.file);
+    input.readout = bids::Readout{options.readoutSeconds, bids::ReadoutSource::option};
+  } else {
+    if (sidecar) input.readout = sidecar->readout(input.header.dims[input.direction.axis]);
+    if (!input.readout) throw missing("TotalReadoutTime and no EffectiveEchoSpacing", "--readout");
+  }
+  input.gradientFiles = gradientFilesOf(options.file);
+  return input;
+}
+
+std::vector<Target> targetsOf(const ApplyFieldOptions& options, bool outputIsImage) {
+  std::vector<Target> targets;
+  for (const ImageOptions& series : options.series) {
+    const bids::Name name = bids::Name::of(series.file);
+    Target target;
+    target.name = derivedName(name, "corrected");
+    if (outputIsImage) {
+      target.name = fs::path(nifti::niftiStem(options.output)).filename().string();
+      target.imageEnd = options.output.substr(nifti::niftiStem(options.output).size());
+    }
+    if (options.writeWarp)
+      target.warp = outputIsImage ? derivedName(bids::Name::of(target.name), "warp", "xfm")
+                                  : derivedName(name, "warp", "xfm");
+    targets.push_back(target);
+  }
+  return targets;
+}
+
+std::string gradientName(const Target& target, const std::string& gradients) {
+  return target.name + fs::path(gradients).extension().string();
+}
+
+/// Everything that one run of the job has read and is about to write.
+class Job {
+ public:
+  Job(const ApplyFieldOptions& what, const Progress& how)
+      : options(what),
+        progress(how),
+        outputIsImage(nifti::hasNiftiName(what.output) && !fs::is_directory(what.output)),
+        folder(outputIsImage ? folderOf(what.output) : what.output) {
+    if (outputIsImage && options.series.size() != 1)
+      throw nifti::Error(options.output + " is the name of one image, but " +
+                         std::to_string(options.series.size()) +
+                         " series are to be corrected: name a folder");
+  }
+
+  ApplyFieldReport run() {
+    read();
+    folder.open();
+    progress("Writing", 0.0);
+    try {
+      for (std::size_t s = 0; s < inputs.size(); ++s) correctOne(inputs[s], targets[s]);
+      progress("Finishing", 1.0);
+      report.outputs = folder.commit();
+    } catch (const nifti::Error& error) {
+      throw nifti::Error(folder.plain(error.what()));
+    }
+    return std::move(report);
+  }
+
+ private:
+  static std::string folderOf(const std::string& file) {
+    const fs::path parent = fs::path(file).parent_path();
+    return parent.empty() ? "." : parent.string();
+  }
+
+  void read() {
+    field = series::readField(options.fieldFile);
+    if (field.nonFinite > 0)
+      report.warnings.push_back(options.fieldFile + " has " + std::to_string(field.nonFinite) +
+                                " voxels that are NaN or infinite; they count as 0 Hz");
+    if (!options.reference.empty()) {
+      nifti::Reader image(options.reference);
+      reference = {series::meanOfSeries(options.reference), image.header().affine(),
+                   options.reference};
+    }
+    for (const ImageOptions& series : options.series) inputs.push_back(readInput(series));
+    targets = targetsOf(options, outputIsImage);
+    announce();
+  }
+
+  void announce() {
+    std::vector<std::string> files = {options.fieldFile};
+    if (!options.reference.empty()) files.push_back(options.reference);
+    for (const SeriesInput& input : inputs) {
+      files.push_back(input.options.file);
+      if (!input.sidecarFile.empty()) files.push_back(input.sidecarFile);
+      files.insert(files.end(), input.gradientFiles.begin(), input.gradientFiles.end());
+    }
+    for (std::size_t s = 0; s < inputs.size(); ++s) {
+      const Target& target = targets[s];
+      folder.announce(target.name + target.imageEnd, files);
+      folder.announce(target.name + ".json", files);
+      for (const std::string& gradients : inputs[s].gradientFiles)
+        folder.announce(gradientName(target, gradients), files);
+      if (!target.warp.empty()) folder.announce(target.warp + ".nii.gz", files);
+    }
+  }
+
+  void correctOne(const SeriesInput& input, const Target& target) {
+    const std::string stage = "Correcting " + fs::path(input.options.file).filename().string();
+    progress(stage, 0.0);
+    const Volume<float> shift =
+        series::shiftVoxels(field, input.header, input.direction, input.readout->seconds);
+    series::SeriesOptions how;
+    how.axis = input.direction.axis;
+    how.modulation = options.modulation;
+    how.floatOutput = options.floatOutput;
+    how.threads = options.threads;
+    how.progress = [&](int done, int total) { progress(stage, static_cast<double>(done) / total); };
+    const std::string image = target.name + target.imageEnd;
+    const series::SeriesReport corrected =
+        series::correctSeries(input.options.file, shift, how, folder.path(image));
+
+    SeriesResult result;
+    result.file = input.options.file;
+    result.sidecarFile = input.sidecarFile;
+    result.output = image;
+    result.direction = input.direction;
+    result.directionSource = input.directionSource;
+    result.readout = input.readout;
+    result.volumes = corrected.volumes;
+    result.resampledField =
+        !series::coincide(series::gridOf(input.header), {field.hz.dimensions(), field.affine});
+    std::vector<std::string> warnings = corrected.warnings;
+    if (!options.reference.empty()) checkSign(input, shift, corrected.meanBefore, result, warnings);
+    writeRest(input, target, shift, result, warnings);
+    report.warnings.insert(report.warnings.end(), warnings.begin(), warnings.end());
+    report.series.push_back(std::move(result));
+  }
+
+  void checkSign(const SeriesInput& input, const Volume<float>& shift, const Volume<float>& mean,
+                 SeriesResult& result, std::vector<std::string>& warnings) const {
+    const auto corrected = [&](const Volume<float>& map) {
+      return series::correctVolume(mean, map, input.direction.axis, options.modulation);
+    };
+    result.signs =
+        series::compareSigns(corrected(shift), corrected(-shift), input.header.affine(), reference);
+    if (result.signs.verdict == series::SignCheck::Verdict::opposite)
+      warnings.push_back(
+          "CHECK THE SIGN of " +
+          (input.sidecarFile == input.directionSource ? input.sidecarFile : input.options.file) +
+          ": with " + series::nameOf(input.direction) + " the series agrees less with " +
+          options.reference + " than with " + series::nameOf(input.direction.opposite()));
+  }
+
+  void writeRest(const SeriesInput& input, const Target& target, const Volume<float>& shift,
+                 const SeriesResult& result, const std::vector<std::string>& warnings) {
+    Json series = recordOf(result);
+    if (options.reference.empty()) series.erase("SignCheck");
+    if (!warnings.empty()) series["Warnings"] = warnings;
+    const Json record = {
+        {"Version", options.version},
+        {"Field", {{"File", options.fieldFile}, {"SHA256", bids::sha256Of(options.fieldFile)}}},
+        {"Options",
+         {{"Modulation", options.modulation == series::Modulation::on},
+          {"FloatOutput", options.floatOutput}}},
+        {"Series", series}};
+    folder.writeText(
+        target.name + ".json",
+        sidecarText(input.options.file + ", corrected for distortion", "",
+                    {input.options.file, options.fieldFile}, record, input.keptFields));
+    for (const std::string& gradients : input.gradientFiles)
+      fs::copy_file(gradients, folder.path(gradientName(target, gradients)));
+    if (!target.warp.empty())
+      series::writeWarpLps(shift, input.header, input.direction.axis,
+                           folder.path(target.warp + ".nii.gz"));
+  }
+
+  const ApplyFieldOptions& options;
+  const Progress& progress;
+  bool outputIsImage;
+  OutputFolder folder;
+  series::FieldHz field;
+  series::PlacedImage reference;
+  std::vector<SeriesInput> inputs;
+  std::vector<Target> targets;
+  ApplyFieldReport report;
+};
+
+}  // namespace
+
+ApplyFieldReport applyField(const ApplyFieldOptions& options, const Progress& progress) {
+  return Job(options, progress).run();
+}
+
+}  // namespace correct

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "correct/correction.h"
+
+/// The job of `mirel apply --field`: series corrected with a field in Hz that is there already.
+namespace correct {
+
+struct ApplyFieldOptions {
+  std::string fieldFile;  ///< NIfTI, Hz
+  /// File, sidecar, direction and readout time of each; the rest does not count.
+  std::vector<ImageOptions> series;
+  /// A folder; with one series also the name of an image (.nii, .nii.gz).
+  std::string output;
+  series::Modulation modulation = series::Modulation::off;
+  bool floatOutput = false;
+  bool writeWarp = false;
+  int threads = 0;
+  /// An undistorted image of the same head for the sign check; empty: none is made.
+  std::string reference;
+  std::string version;
+};
+
+struct ApplyFieldReport {
+  std::vector<SeriesResult> series;
+  std::vector<std::string> notes, warnings, outputs;
+};
+
+/// Corrects every series through the field, which is resampled to its grid, and writes
+///
+///   RUN_desc-corrected_SUFFIX   in the data type of the series (or floats), with a sidecar that
+///                               records field, direction, readout time, checksums and options;
+///                               .bvec and .bval of the series are copied under the new name
+///   RUN_desc-warp_xfm           with writeWarp: see series::writeWarpLps
+///
+/// Direction and readout time come from the options, else from the sidecar of the series.
+/// Errors  one sentence with the file and the fault, before anything is written: see
+///         series::readField and series::correctSeries; no direction or readout time known;
+///         two outputs of one name; an output that would overwrite an input.
+ApplyFieldReport applyField(const ApplyFieldOptions& options, const Progress& progress);
+
+}  // namespace correct

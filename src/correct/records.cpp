@@ -1,0 +1,144 @@
+#include "correct/records.h"
+
+#include "bids/checksum.h"
+
+namespace correct {
+
+namespace {
+
+Json readoutRecord(const std::optional<bids::Readout>& readout) {
+  if (!readout) return nullptr;
+  return {{"Seconds", readout->seconds}, {"Source", nameOf(readout->source)}};
+}
+
+void addAcquisition(Json& record, const series::PhaseEncodingDirection& direction,
+                    const std::string& directionSource, const std::optional<bids::Readout>& readout,
+                    const std::string& sidecarFile) {
+  record["PhaseEncodingDirection"] = series::nameOf(direction);
+  record["PhaseEncodingDirectionSource"] = directionSource;
+  if (readout) record["TotalReadoutTime"] = readoutRecord(readout);
+  if (sidecarFile.empty()) return;
+  record["Sidecar"] = sidecarFile;
+  record["SidecarSHA256"] = bids::sha256Of(sidecarFile);
+}
+
+Json recordOf(const InputImage& image) {
+  Json record = {{"File", image.options.file}, {"SHA256", bids::sha256Of(image.options.file)}};
+  if (image.header.volumes > 1) record["Volume"] = image.options.volume;
+  if (image.options.meanOfFirst > 1) record["MeanOfVolumes"] = image.options.meanOfFirst;
+  addAcquisition(record, image.direction, image.directionSource, image.readout, image.sidecarFile);
+  return record;
+}
+
+Json settingsRecord(const EstimateSettings& settings, const PairEstimate& estimate) {
+  Json record = {{"Estimator", nameOf(settings.estimator)}};
+  if (settings.estimator == Estimator::search) {
+    record["Fast"] = settings.search.fast;
+    if (!settings.search.fast) {
+      record["Measure"] = settings.search.useSsd ? "SSD" : "NCC";
+      record["IntensityCorrection"] = settings.search.intensityCorrection;
+    }
+  }
+  record["IntensityScale"] = estimate.intensityScale;
+  record["ForegroundThreshold"] = estimate.threshold;
+  record["Modulation"] = settings.modulation == series::Modulation::on;
+  return record;
+}
+
+const char* verdictName(series::SignCheck::Verdict verdict) {
+  switch (verdict) {
+    case series::SignCheck::Verdict::right:
+      return "right";
+    case series::SignCheck::Verdict::opposite:
+      return "opposite";
+    case series::SignCheck::Verdict::undecided:
+      break;
+  }
+  return "undecided";
+}
+
+}  // namespace
+
+Json recordOf(const CorrectionOptions& options, const PairInput& pair,
+              const PairEstimate& estimate) {
+  Json record = {{"Version", options.version},
+                 {"Inputs", Json::array({recordOf(pair.a), recordOf(pair.b)})}};
+  record["Options"] = settingsRecord(options.estimate, estimate);
+  const PairAgreement& agreement = estimate.agreement;
+  record["PairCorrelation"] = {{"Before", agreement.before}, {"After", agreement.after}};
+  if (!estimate.warnings.empty()) record["Warnings"] = estimate.warnings;
+  return record;
+}
+
+Json recordOf(const SeriesResult& result) {
+  Json record = {{"File", result.file}, {"SHA256", bids::sha256Of(result.file)}};
+  addAcquisition(record, result.direction, result.directionSource, result.readout,
+                 result.sidecarFile);
+  record["FieldResampled"] = result.resampledField;
+  record["SignCheck"] = {{"Verdict", verdictName(result.signs.verdict)},
+                         {"AsGiven", result.signs.asGiven},
+                         {"Opposite", result.signs.opposite}};
+  return record;
+}
+
+std::string sidecarText(const std::string& description, const std::string& units,
+                        const std::vector<std::string>& sources, const Json& record,
+                        const Json& moreFields) {
+  Json json = {{"Description", description}};
+  if (!units.empty()) json["Units"] = units;
+  json.update(moreFields);
+  json["Sources"] = sources;
+  json["Mirel"] = record;
+  return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+std::string datasetDescription(const std::string& version) {
+  const Json json = {{"Name", "Images corrected for distortion"},
+                     {"BIDSVersion", "1.8.0"},
+                     {"DatasetType", "derivative"},
+                     {"GeneratedBy", {{{"Name", "Mirel"}, {"Version", version}}}}};
+  return json.dump(2) + "\n";
+}
+
+Json summaryOf(const CorrectionReport& report) {
+  const PairEstimate& estimate = report.estimate;
+  Json json;
+  for (const auto& [key, image] :
+       {std::pair{"a", &report.pair.a}, std::pair{"b", &report.pair.b}}) {
+    json[key] = {{"file", image->options.file},
+                 {"direction", series::nameOf(image->direction)},
+                 {"directionSource", image->directionSource}};
+    if (image->readout)
+      json[key]["readout"] = {{"seconds", image->readout->seconds},
+                              {"source", nameOf(image->readout->source)}};
+  }
+  json["intensityScale"] = estimate.intensityScale;
+  json["foregroundThreshold"] = estimate.threshold;
+  json["foreground"] = {estimate.foregroundA, estimate.foregroundB};
+  const PairAgreement& agreement = estimate.agreement;
+  json["pairCorrelation"] = {{"before", agreement.before},
+                             {"after", agreement.after},
+                             {"negated", agreement.negated},
+                             {"fastAlongAxis", agreement.fastAlongAxis},
+                             {"fastAcross", agreement.fastAcross}};
+  json["series"] = Json::array();
+  for (const SeriesResult& result : report.series) {
+    Json entry = {{"file", result.file},
+                  {"output", result.output},
+                  {"volumes", result.volumes},
+                  {"direction", series::nameOf(result.direction)},
+                  {"directionSource", result.directionSource},
+                  {"fieldResampled", result.resampledField},
+                  {"signCheck", verdictName(result.signs.verdict)}};
+    if (result.readout)
+      entry["readout"] = {{"seconds", result.readout->seconds},
+                          {"source", nameOf(result.readout->source)}};
+    json["series"].push_back(entry);
+  }
+  json["outputs"] = report.outputs;
+  json["notes"] = report.notes;
+  json["warnings"] = report.warnings;
+  return json;
+}
+
+}  // namespace correct

@@ -1,0 +1,156 @@
+#include "correct/seriesinput.h"
+
+#include <filesystem>
+
+#include "bids/error.h"
+#include "nifti/error.h"
+#include "nifti/image.h"
+#include "series/field.h"
+#include "series/series.h"
+
+namespace correct {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// What describes the acquisition and stays true of the corrected images.
+constexpr const char* keptNames[] = {"RepetitionTime", "EchoTime", "FlipAngle",
+                                     "SliceTiming",    "TaskName", "MagneticFieldStrength",
+                                     "Manufacturer",   "Modality"};
+
+void readAcquisition(SeriesInput& input, const PairInput& pair) {
+  const ImageOptions& options = input.options;
+  const std::string sidecarFile =
+      options.sidecar.empty() ? bids::sidecarName(options.file) : options.sidecar;
+  std::optional<bids::Sidecar> sidecar;
+  if (!options.sidecar.empty() || fs::exists(sidecarFile)) {
+    sidecar.emplace(sidecarFile);
+    input.sidecarFile = sidecarFile;
+    input.keptFields = keptFieldsOf(*sidecar);
+  }
+  if (!options.direction.empty()) {
+    input.direction = series::parsePhaseEncoding(options.direction, "--apply-pe");
+    input.directionSource = "option";
+  } else if (sidecar) {
+    const auto direction = sidecar->phaseEncoding();
+    if (!direction)
+      throw bids::Error(sidecarFile + " has no PhaseEncodingDirection; give it with --apply-pe");
+    input.direction = *direction;
+    input.directionSource = sidecarFile;
+  } else {
+    input.direction = pair.a.direction;
+    input.directionSource = "assumed";
+    input.notes.push_back(options.file +
+                          " has no sidecar: its phase encoding is taken to be that of " +
+                          pair.a.options.file + ", " + series::nameOf(input.direction));
+  }
+  if (!pair.readoutSeconds) return;
+  if (options.readoutSeconds > 0) {
+    bids::checkReadout(options.readoutSeconds, "the readout time given for " + options.file);
+    input.readout = bids::Readout{options.readoutSeconds, bids::ReadoutSource::option};
+  } else if (sidecar) {
+    input.readout = sidecar->readout(input.header.dims[input.direction.axis]);
+    if (!input.readout)
+      throw bids::Error(sidecarFile +
+                        " has neither TotalReadoutTime nor EffectiveEchoSpacing; give the total "
+                        "readout time in seconds with --apply-readout");
+  } else {
+    input.readout = pair.a.readout;
+    input.notes.push_back(options.file +
+                          " has no sidecar: its readout time is taken to be that of " +
+                          pair.a.options.file);
+  }
+}
+
+std::string sourceOf(const SeriesInput& input) {
+  if (input.directionSource == "option") return "the direction given for " + input.options.file;
+  if (input.sidecarFile.empty()) return "the direction assumed for " + input.options.file;
+  return input.sidecarFile;
+}
+
+}  // namespace
+
+nlohmann::ordered_json keptFieldsOf(const bids::Sidecar& sidecar) {
+  nlohmann::ordered_json fields = nlohmann::ordered_json::object();
+  for (const char* name : keptNames)
+    if (sidecar.json().contains(name)) fields[name] = sidecar.json()[name];
+  return fields;
+}
+
+std::vector<std::string> gradientFilesOf(const std::string& imageFile) {
+  const std::string stem = nifti::niftiStem(imageFile);
+  std::vector<std::string> files;
+  std::error_code ignored;
+  for (const char* end : {".bvec", ".bval"})
+    if (fs::is_regular_file(stem + end, ignored)) files.push_back(stem + end);
+  return files;
+}
+
+SeriesInput readSeriesInput(const ImageOptions& options, const PairInput& pair) {
+  SeriesInput input;
+  input.options = options;
+  input.header = nifti::Reader(options.file).header();
+  input.sameGrid = series::coincide(series::gridOf(input.header), series::gridOf(pair.a.header));
+  readAcquisition(input, pair);
+  input.gradientFiles = gradientFilesOf(options.file);
+  if (!pair.readoutSeconds && !input.sameGrid)
+    throw nifti::Error(options.file + " has another grid than " + pair.a.options.file +
+                       ": its correction needs the readout times of all images, from sidecars or "
+                       "options");
+  if (!pair.readoutSeconds && input.direction.axis != pair.axis())
+    throw nifti::Error(options.file + " is phase encoded along another axis than " +
+                       pair.a.options.file +
+                       ": its correction needs the readout times of all images, from sidecars or "
+                       "options");
+  return input;
+}
+
+SeriesOutcome correctOneSeries(const SeriesInput& input, const CorrectionReport& report,
+                               const CorrectionOptions& options, const std::string& output,
+                               const Progress& progress) {
+  const PairInput& pair = report.pair;
+  const std::string stage = "Correcting " + fs::path(input.options.file).filename().string();
+  progress(stage, 0.0);
+  // Without readout times all images are taken to have the same one, whatever it is.
+  const series::FieldHz field =
+      series::fieldFromShift(report.estimate.shift, series::gridOf(pair.a.header), pair.a.direction,
+                             pair.readoutSeconds.value_or(1.0), "the estimated field");
+  const double readout = pair.readoutSeconds ? input.readout->seconds : 1.0;
+  const Volume<float> shift = series::shiftVoxels(field, input.header, input.direction, readout);
+
+  series::SeriesOptions seriesOptions;
+  seriesOptions.axis = input.direction.axis;
+  seriesOptions.modulation = options.estimate.modulation;
+  seriesOptions.threads = options.threads;
+  seriesOptions.progress = [&](int done, int total) {
+    progress(stage, static_cast<double>(done) / total);
+  };
+  const series::SeriesReport corrected =
+      series::correctSeries(input.options.file, shift, seriesOptions, output);
+
+  SeriesOutcome outcome;
+  outcome.notes = input.notes;
+  outcome.warnings = corrected.warnings;
+  SeriesResult& result = outcome.result;
+  result.file = input.options.file;
+  result.sidecarFile = input.sidecarFile;
+  result.direction = input.direction;
+  result.directionSource = input.directionSource;
+  result.readout = input.readout;
+  result.volumes = corrected.volumes;
+  result.resampledField = !input.sameGrid;
+  const int axis = input.direction.axis;
+  result.signs = series::compareSigns(
+      series::correctVolume(corrected.meanBefore, shift, axis, options.estimate.modulation),
+      series::correctVolume(corrected.meanBefore, shift * -1.0f, axis, options.estimate.modulation),
+      input.header.affine(), {report.estimate.mean, pair.a.header.affine(), "the corrected pair"});
+  if (result.signs.verdict == series::SignCheck::Verdict::opposite)
+    outcome.warnings.push_back(
+        "CHECK THE SIGN in " + sourceOf(input) + ": it says " + series::nameOf(input.direction) +
+        ", but the series agrees better with the corrected pair when it is corrected as " +
+        series::nameOf(input.direction.opposite()) + "; it or the pair's directions are wrong");
+  return outcome;
+}
+
+}  // namespace correct

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "correct/correction.h"
+
+namespace correct {
+
+/// What is known about a series before it is corrected.
+struct SeriesInput {
+  ImageOptions options;
+  nifti::Header header;
+  series::PhaseEncodingDirection direction;
+  std::string directionSource;
+  std::optional<bids::Readout> readout;
+  std::string sidecarFile;
+  bool sameGrid = false;                   ///< as the pair
+  std::vector<std::string> gradientFiles;  ///< .bvec and .bval beside it, if they are there
+  /// Of its sidecar, for the corrected one's.
+  nlohmann::ordered_json keptFields = nlohmann::ordered_json::object();
+  std::vector<std::string> notes;
+};
+
+struct SeriesOutcome {
+  SeriesResult result;
+  std::vector<std::string> notes, warnings;
+};
+
+/// The fields of an image's sidecar that stay true of the corrected image.
+nlohmann::ordered_json keptFieldsOf(const bids::Sidecar& sidecar);
+
+/// The gradient files (.bvec, .bval) that stand beside an image.
+std::vector<std::string> gradientFilesOf(const std::string& imageFile);
+
+/// Reads header and sidecar of a series. A series without sidecar and options is taken to be
+/// encoded as A is, with A's readout time; the sign check tells when that is wrong. Errors as in
+/// correctAll.
+SeriesInput readSeriesInput(const ImageOptions& options, const PairInput& pair);
+
+/// Corrects a series through the field of the pair and writes it to `output`: the map is the
+/// field on the series' grid, times its readout time and the sign of its direction. Then its mean
+/// is compared with the mean of the corrected pair under both signs.
+SeriesOutcome correctOneSeries(const SeriesInput& input, const CorrectionReport& report,
+                               const CorrectionOptions& options, const std::string& output,
+                               const Progress& progress);
+
+}  // namespace correct
