@@ -1,0 +1,19 @@
+#pragma once
+
+#include <glm/vec3.hpp>
+#include <iosfwd>
+
+#include "containers/matrix.h"
+#include "containers/vector.h"
+#include "containers/volume.h"
+
+/// The column-wise displacement estimate: scale and shift per column by Gauss-Newton steps.
+namespace reference {
+
+Volume<float> simpleVDMestimate(const Volume<float>& vol_ap, const Volume<float>& vol_pa,
+                                const glm::dvec3& fitSigma, std::ostream& log);
+Vector<float> getColumnFromVolume(const Volume<float>& vol, int row, int slice);
+void putColumnInVolume(const Vector<float>& vec, Volume<float>& vol, int row, int slice);
+Matrix<float> invert2x2Matrix(const Matrix<float>& mat);
+
+}  // namespace reference
