@@ -16,7 +16,9 @@ class Random {
   explicit Random(unsigned seed) : engine(seed) {}
 
   /// Uniform in lo .. hi.
-  double uniform(double lo, double hi) { return lo + (hi - lo) * (engine() / 4294967296.0); }
+  double uniform(double lo, double hi) { 
+    return lo + (hi - lo) * (static_cast<double>(engine()) / 4294967296.0);
+  }
   float uniform(float lo, float hi) {
     return static_cast<float>(uniform(static_cast<double>(lo), static_cast<double>(hi)));
   }
