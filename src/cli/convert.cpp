@@ -1,0 +1,111 @@
+#include "nifti/convert.h"
+
+#include <filesystem>
+#include <iostream>
+#include <memory>
+
+#include "cli/command.h"
+#include "host/hosterror.h"
+#include "host/mapfile.h"
+#include "nifti/image.h"
+
+namespace {
+
+constexpr const char* description =
+    "Convert between NIfTI images and projects, or a map to NIfTI.\n"
+    "\n"
+    "The extensions say what becomes what:\n"
+    "  .nii, .nii.gz  to  .fmr (with .stc) or .dmr (with .dwi)\n"
+    "  .fmr, .dmr     to  .nii or .nii.gz\n"
+    "  .map           to  .nii or .nii.gz\n"
+    "Axes i, j, k of an image are x, y, z of a project. Integers that fit 16 bits (signed) stay\n"
+    "exact, all other data become 32-bit floats. A small NAME_geometry.json beside the project\n"
+    "keeps what its header rounds, so that the way back returns the same voxels and orientation.\n"
+    "For a .dmr, the .bvec and .bval files beside the image become the gradient table, and a\n"
+    "gradient table comes back as such files.\n";
+
+struct Options {
+  std::string in;
+  std::string out;
+  std::string reference;
+  std::string bvec;
+  std::string bval;
+};
+
+/// The project that a map belongs to by its name (run1.fmr or run1.dmr for run1_vdm.map), when
+/// there is exactly one.
+std::string projectOfMap(const std::string& mapFile) {
+  std::string found;
+  for (const char* end : {"_vdm.map", "_vdmderiv.map"}) {
+    if (!mapFile.ends_with(end)) continue;
+    const std::string stem = mapFile.substr(0, mapFile.size() - std::string(end).size());
+    for (const char* extension : {".fmr", ".dmr"}) {
+      if (!std::filesystem::exists(stem + extension)) continue;
+      if (!found.empty()) return {};
+      found = stem + extension;
+    }
+  }
+  return found;
+}
+
+nifti::ConvertReport convertMapFile(const Options& options) {
+  if (!nifti::hasNiftiName(options.out))
+    throw HostError("a map is converted to a NIfTI image; " + options.out +
+                    " ends with neither .nii nor .nii.gz");
+  const std::string reference =
+      options.reference.empty() ? projectOfMap(options.in) : options.reference;
+  if (reference.empty())
+    throw HostError(options.in +
+                    " has no orientation: name an image or project of the same grid with "
+                    "--reference");
+  const Map map = readMapFile(options.in);
+  Volume<float> volume(map.header.dimX, map.header.dimY, map.header.dimZ);
+  volume.copyData(map.values.data());
+  return nifti::convertMap(volume, options.in, reference, options.out);
+}
+
+nifti::ConvertReport convertAny(const Options& options) {
+  if (options.in.ends_with(".map")) {
+    if (!options.bvec.empty() || !options.bval.empty())
+      throw HostError("a map has no gradients: --bvec and --bval are for an image");
+    return convertMapFile(options);
+  }
+  if (!options.reference.empty())
+    throw HostError("--reference is for a map; " + options.in + " has an orientation of its own");
+  return nifti::convert(options.in, options.out, {options.bvec, options.bval});
+}
+
+int runConvert(const Options& options) {
+  const nifti::ConvertReport report = convertAny(options);
+  for (const std::string& note : report.notes) std::cerr << "Note: " << note << "\n";
+  for (const std::string& name : report.written) std::cout << name << "\n";
+  return exitSuccess;
+}
+
+}  // namespace
+
+void addConvertCommand(CLI::App& app, Program& program) {
+  CLI::App* command = app.add_subcommand("convert", description);
+  const auto options = std::make_shared<Options>();
+  command->add_option("IN", options->in, "A NIfTI image, a project or a map")
+      ->type_name("")
+      ->required();
+  command->add_option("OUT", options->out, "The file to write; an older one is replaced")
+      ->type_name("")
+      ->required();
+  command
+      ->add_option("--reference", options->reference,
+                   "For a map: the image or project whose orientation it gets\n"
+                   "(default: run1.fmr or run1.dmr beside run1_vdm.map)")
+      ->type_name("FILE");
+  command
+      ->add_option("--bvec", options->bvec,
+                   "Gradient directions of the image (default: its name with .bvec)")
+      ->type_name("FILE");
+  command
+      ->add_option("--bval", options->bval,
+                   "b-values of the image, s/mm^2 (default: its name with .bval)")
+      ->type_name("FILE");
+  command->callback(
+      [options, &program] { program.action = [options] { return runConvert(*options); }; });
+}

@@ -1,0 +1,134 @@
+#include <iostream>
+#include <memory>
+#include <nlohmann/json.hpp>
+
+#include "cli/command.h"
+#include "files/mydmr.h"
+#include "files/myfmr.h"
+#include "host/datasummary.h"
+#include "host/hosterror.h"
+#include "host/mapfile.h"
+#include "host/projectinfo.h"
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr const char* description =
+    "Tell what a project or a map contains: its header and a summary of its data.\n";
+
+Json jsonOf(const DataSummary& summary) {
+  return {{"values", summary.values},
+          {"nonFinite", summary.nonFinite},
+          {"minimum", summary.minimum},
+          {"maximum", summary.maximum},
+          {"mean", summary.mean},
+          {"standardDeviation", summary.standardDeviation},
+          {"rootMeanSquare", summary.rootMeanSquare}};
+}
+
+DataSummary summaryOf(const std::vector<Volume<float>>& volumes) {
+  DataSummaryBuilder builder;
+  for (const Volume<float>& volume : volumes)
+    builder.add(volume.data(), static_cast<std::size_t>(volume.size()));
+  return builder.summary();
+}
+
+Json projectReport(const std::string& fileName) {
+  const ProjectInfo info = readProjectInfo(fileName);
+  const bool isFmr = info.kind == ProjectInfo::Kind::fmr;
+  Json report = {{"file", fileName},
+                 {"kind", isFmr ? "fmr" : "dmr"},
+                 {"dimensions", {info.dimX, info.dimY, info.dimZ}},
+                 {"volumes", info.volumes},
+                 {"inplaneResolutionMm", {info.voxelXMm, info.voxelYMm}},
+                 {"sliceThicknessMm", info.sliceThicknessMm},
+                 {"sliceGapMm", info.sliceGapMm},
+                 {"repetitionTimeMs", info.repetitionTimeMs},
+                 {"echoTimeMs", info.echoTimeMs},
+                 {"dataFile", info.dataFileName},
+                 {"dataType", info.bytesPerSample == 4 ? "float32" : "int16"}};
+  if (!isFmr) {
+    report["displayVolume"] = info.displayVolume;
+    report["gradientDirections"] = info.gradientDirections;
+  }
+  std::vector<std::string> warnings = voxelSizeWarnings(info);
+  for (const std::string& warning : dataFileWarnings(info)) warnings.push_back(warning);
+  try {
+    report["data"] = jsonOf(summaryOf(isFmr ? FMR(fileName, /*loadData=*/true).stcData
+                                            : DMR(fileName, /*loadData=*/true).dwiData));
+  } catch (const std::exception& failure) {
+    report["data"] = nullptr;
+    warnings.push_back(failure.what());
+  }
+  report["warnings"] = warnings;
+  return report;
+}
+
+Json mapReport(const std::string& fileName) {
+  const Map map = readMapFile(fileName);
+  DataSummaryBuilder builder;
+  builder.add(map.values.data(), map.values.size());
+  return {{"file", fileName},
+          {"kind", "map"},
+          {"dimensions", {map.header.dimX, map.header.dimY, map.header.dimZ}},
+          {"mapKind", map.header.kind},
+          {"parameters", {map.header.param1, map.header.param2}},
+          {"flag", map.header.flag},
+          {"data", jsonOf(builder.summary())}};
+}
+
+/// "dimensions: 64 64 30", a line per entry; nested entries are indented.
+void printText(const Json& report, const std::string& indent) {
+  for (const auto& [key, value] : report.items()) {
+    if (value.is_object()) {
+      std::cout << indent << key << ":\n";
+      printText(value, indent + "  ");
+      continue;
+    }
+    if (value.is_array() && value.empty()) continue;
+    std::cout << indent << key << ":";
+    if (value.is_array() && value.front().is_string()) {
+      for (const Json& line : value) std::cout << "\n" << indent << "  " << line.get<std::string>();
+    } else if (value.is_array()) {
+      for (const Json& item : value) std::cout << " " << item.dump();
+    } else if (value.is_string()) {
+      std::cout << " " << value.get<std::string>();
+    } else if (value.is_null()) {
+      std::cout << " none";
+    } else {
+      std::cout << " " << value.dump();
+    }
+    std::cout << "\n";
+  }
+}
+
+int runInfo(const std::string& fileName, bool json) {
+  if (!fileName.ends_with(".map") && !isProjectName(fileName))
+    throw HostError(fileName + " is neither a project (.fmr, .dmr) nor a map (.map)");
+  const Json report = fileName.ends_with(".map") ? mapReport(fileName) : projectReport(fileName);
+  if (json)
+    // File names need not be UTF-8: bytes that are not become the replacement character.
+    std::cout << report.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
+  else
+    printText(report, "");
+  return exitSuccess;
+}
+
+}  // namespace
+
+void addInfoCommand(CLI::App& app, Program& program) {
+  CLI::App* command = app.add_subcommand("info", description);
+  struct Options {
+    std::string file;
+    bool json = false;
+  };
+  const auto options = std::make_shared<Options>();
+  command->add_option("FILE", options->file, "A project (.fmr, .dmr) or a map (.map)")
+      ->type_name("")
+      ->required();
+  command->add_flag("--json", options->json, "As JSON (lengths in mm, times in ms)");
+  command->callback([options, &program] {
+    program.action = [options] { return runInfo(options->file, options->json); };
+  });
+}

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+
+#include "host/map.h"
+
+/// Writes `map` to a `.map` file (grammar in mapfile.cpp), whole or not at all.
+///
+/// Errors   HostError naming the file: dimensions that are not positive, or a number of values
+///          that is not their product (both before anything is written); a write that fails.
+void writeMapFile(const std::string& fileName, const Map& map);
+
+/// Reads a `.map` file written by `writeMapFile`; the values come back bit for bit.
+///
+/// Errors   HostError naming the file and the fault: cannot be opened, is not a map of this
+///          program, is of another version, has impossible dimensions, is shorter or longer than
+///          its dimensions ask for (found before any memory is taken), or is damaged (checksum).
+Map readMapFile(const std::string& fileName);

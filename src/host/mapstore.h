@@ -1,0 +1,46 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/map.h"
+
+/// The maps of the host's current FMR, as far as the plugin uses them: one map at a time.
+///
+/// The current FMR is the project that the map belongs to. Its dimensions are set by the command
+/// before a task runs: those of the first project for an estimate (be it FMR or DMR), those of
+/// the map itself where a map is applied. A map has the dimensions of the current FMR.
+class MapStore {
+ public:
+  /// Makes a project of these dimensions current; the map of the one before is gone.
+  void setCurrentDimensions(int dimX, int dimY, int dimZ);
+
+  /// A new map of zeros for the current FMR, in place of the one before.
+  /// Errors   HostError when no project is current.
+  void create();
+
+  /// Fills all eight fields of `header` and returns one array per slice (x fastest), valid until
+  /// the map is replaced. Without a map: a header of zeros and null.
+  float** get(MapHeader& header);
+
+  /// Takes kind, parameters, reserved word and flag from `header`; the dimensions stay.
+  /// Errors   HostError when there is no map.
+  void setParameters(const MapHeader& header);
+
+  /// Writes the map to `fileName`. Errors: HostError when there is no map or it cannot be written.
+  void save(const std::string& fileName) const;
+
+  /// Puts the map of `fileName` in place of the one before. A failure leaves no map at all, so
+  /// that nobody takes an earlier map for this one.
+  /// Errors   HostError: a file that `readMapFile` refuses; dimensions that are not those of the
+  ///          current FMR.
+  void load(const std::string& fileName);
+
+ private:
+  void hold(Map newMap);
+
+  MapHeader current;
+  std::optional<Map> map;
+  std::vector<float*> slices;
+};

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "host/projectinfo.h"
+
+/// Names of the files that the plugin writes for the project /data/run1.fmr:
+/// /data/run1_vdm.map, /data/run1_vdmderiv.map, /data/run1_undist.fmr and its data file
+/// /data/run1_undist.stc.
+std::string vdmMapName(const std::string& project);
+std::string vdmDerivativeMapName(const std::string& project);
+std::string correctedProjectName(const std::string& project);
+std::string correctedDataName(const std::string& project);
+
+/// True when both names lead to the same file, whether or not it exists: folders are resolved
+/// ("./run1.fmr" is "run1.fmr"), and existing files are compared as the system sees them.
+bool sameFile(const std::string& a, const std::string& b);
+
+/// Errors   HostError: the two projects are one file, or their maps would get the same name
+///          (run1.fmr and run1.dmr in one folder).
+void refuseSharedMaps(const std::string& projectA, const std::string& projectB);
+
+/// Errors   HostError: `project` does not have the dimensions `wanted` (such as "64x64x30") of
+///          `reference`.
+void refuseOtherDimensions(const ProjectInfo& project, const std::string& wanted,
+                           const std::string& reference);
+
+/// Errors   HostError: a project is listed twice, or the corrected copy of one would overwrite
+///          the header or the data of one of them.
+void refuseOverwrittenInputs(const std::vector<ProjectInfo>& projects);
+
+/// The files that a task is to write, watched from before it runs: the plugin does not report
+/// every write that fails.
+class ExpectedOutputs {
+ public:
+  /// Errors   HostError: the folder of `fileName` cannot be written to, or the name is a folder.
+  void add(const std::string& fileName);
+
+  /// The expected files that were not written since they were added.
+  std::vector<std::string> missing() const;
+  std::vector<std::string> names() const;
+
+ private:
+  struct Stamp {
+    bool exists = false;
+    unsigned long long inode = 0;
+    long long seconds = 0;
+    long long nanoseconds = 0;
+
+    bool operator==(const Stamp&) const = default;
+  };
+  struct Output {
+    std::string name;
+    Stamp before;
+  };
+
+  static Stamp stampOf(const std::string& fileName);
+
+  std::vector<Output> outputs;
+};

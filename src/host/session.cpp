@@ -1,0 +1,6 @@
+#include "host/session.h"
+
+HostSession& hostSession() {
+  static HostSession session;
+  return session;
+}

@@ -1,0 +1,122 @@
+#include "nifti/gradients.h"
+
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "nifti/error.h"
+
+namespace nifti {
+
+namespace {
+
+using Rows = std::vector<std::vector<float>>;
+
+float numberFrom(const std::string& word, const std::string& fileName) {
+  std::size_t used = 0;
+  float value = 0;
+  try {
+    value = std::stof(word, &used);
+  } catch (const std::invalid_argument&) {
+    used = 0;
+  } catch (const std::out_of_range&) {
+    // Too small for a float is as good as 0; too large is refused below.
+    value = std::fabs(std::strtod(word.c_str(), nullptr)) < 1 ? 0.0F : INFINITY;
+    used = word.size();
+  }
+  if (used != word.size() || !std::isfinite(value))
+    throw Error(fileName + " holds \"" + word + "\" where a number is expected");
+  return value;
+}
+
+/// The numbers of a text file, line by line; lines without any are left out.
+Rows readRows(const std::string& fileName) {
+  std::error_code ignored;
+  if (std::filesystem::is_directory(fileName, ignored))
+    throw Error(fileName + " is a directory, not a gradient file");
+  std::ifstream is(fileName);
+  if (!is) throw Error(fileName + " cannot be opened");
+  Rows rows;
+  std::string line;
+  while (std::getline(is, line)) {
+    for (char& c : line)
+      if (c == ',' || c == '\r') c = ' ';
+    std::istringstream words(line);
+    std::vector<float> row;
+    for (std::string word; words >> word;) row.push_back(numberFrom(word, fileName));
+    if (!row.empty()) rows.push_back(row);
+  }
+  return rows;
+}
+
+std::string countText(std::size_t count, const char* what, int volumes) {
+  return " holds " + std::to_string(count) + " " + what + " for " + std::to_string(volumes) +
+         " volumes";
+}
+
+std::vector<float> readBValues(const std::string& fileName, int volumes) {
+  std::vector<float> values;
+  for (const std::vector<float>& row : readRows(fileName))
+    values.insert(values.end(), row.begin(), row.end());
+  if (values.size() != static_cast<std::size_t>(volumes))
+    throw Error(fileName + countText(values.size(), "b-values", volumes));
+  return values;
+}
+
+std::vector<glm::vec3> readDirections(const std::string& fileName, int volumes) {
+  const Rows rows = readRows(fileName);
+  std::vector<glm::vec3> directions;
+  const bool inColumns =
+      rows.size() == 3 && rows[0].size() == rows[1].size() && rows[0].size() == rows[2].size();
+  if (inColumns && (rows[0].size() != 3 || volumes == 3)) {
+    for (std::size_t n = 0; n < rows[0].size(); n++)
+      directions.emplace_back(rows[0][n], rows[1][n], rows[2][n]);
+  } else {
+    for (const std::vector<float>& row : rows) {
+      if (row.size() != 3)
+        throw Error(fileName +
+                    " is not a table of directions: neither three lines of equal "
+                    "length nor lines of three numbers");
+      directions.emplace_back(row[0], row[1], row[2]);
+    }
+  }
+  if (directions.size() != static_cast<std::size_t>(volumes))
+    throw Error(fileName + countText(directions.size(), "directions", volumes));
+  return directions;
+}
+
+/// Numbers on one line, in the stream's default 6 digits.
+template <typename Range, typename Get>
+void printLine(std::ostream& os, const Range& range, const Get& get) {
+  const char* separator = "";
+  for (const auto& item : range) {
+    os << separator << get(item);
+    separator = " ";
+  }
+  os << "\n";
+}
+
+}  // namespace
+
+GradientTable readGradients(const std::string& bvecFile, const std::string& bvalFile, int volumes) {
+  GradientTable table;
+  table.directions = readDirections(bvecFile, volumes);
+  table.bValues = readBValues(bvalFile, volumes);
+  return table;
+}
+
+std::string formatDirections(const GradientTable& table) {
+  std::ostringstream os;
+  for (int axis = 0; axis < 3; axis++)
+    printLine(os, table.directions, [axis](const glm::vec3& v) { return v[axis]; });
+  return os.str();
+}
+
+std::string formatBValues(const GradientTable& table) {
+  std::ostringstream os;
+  printLine(os, table.bValues, [](float value) { return value; });
+  return os.str();
+}
+
+}  // namespace nifti

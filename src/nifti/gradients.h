@@ -1,0 +1,31 @@
+#pragma once
+
+#include <glm/vec3.hpp>
+#include <string>
+#include <vector>
+
+/// Diffusion gradient tables as they stand beside a NIfTI image: a .bvec and a .bval text file.
+namespace nifti {
+
+/// One direction and one b-value (s/mm^2) per volume. The directions are given in the image's
+/// own axes and taken over as they stand, as are project axes.
+struct GradientTable {
+  std::vector<glm::vec3> directions;
+  std::vector<float> bValues;
+};
+
+/// Reads both files.
+///
+///   .bvec   three lines x, y, z of one number per volume (or one line of three per volume)
+///   .bval   one number per volume, on one line or several
+///
+/// Numbers are separated by blanks, tabs or commas. Errors: nifti::Error, naming the file: it
+/// cannot be opened, a word that is no finite number, another shape, or another number of
+/// volumes than `volumes`. For three volumes a 3 x 3 .bvec is read as three lines x, y, z.
+GradientTable readGradients(const std::string& bvecFile, const std::string& bvalFile, int volumes);
+
+/// The texts of the two files, in 6 significant digits, as the project files have them.
+std::string formatDirections(const GradientTable& table);
+std::string formatBValues(const GradientTable& table);
+
+}  // namespace nifti

@@ -1,0 +1,105 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <glm/mat4x4.hpp>
+#include <glm/vec3.hpp>
+#include <string>
+#include <vector>
+
+/// The NIfTI header as a value: what an image says about itself, in mm and seconds.
+namespace nifti {
+
+/// The sample types that are read and written; the numbers are those of the format. Complex,
+/// colour, one-bit and 128-bit types are refused.
+enum class DataType {
+  uint8 = 2,
+  int16 = 4,
+  int32 = 8,
+  float32 = 16,
+  float64 = 64,
+  int8 = 256,
+  uint16 = 512,
+  uint32 = 768,
+  int64 = 1024,
+  uint64 = 1280
+};
+
+/// Bytes of one sample.
+int bytesPerSample(DataType type);
+bool isInteger(DataType type);
+/// "int16", "float32", ... and back; `dataTypeNamed` throws nifti::Error for any other name.
+std::string nameOf(DataType type);
+DataType dataTypeNamed(const std::string& name);
+
+/// The quaternion form of an orientation as the format stores it. Its matrix is made with the
+/// voxel sizes of the header: R(b, c, d) * diag(dx, dy, qfac * dz), then the offset in mm.
+struct Quaternion {
+  double b = 0, c = 0, d = 0;
+  double x = 0, y = 0, z = 0;
+  double qfac = 1;
+  bool operator==(const Quaternion&) const = default;
+};
+
+struct Header {
+  /// 1 or 2. A grid with a side beyond 32767 is written as 2 whatever is asked for.
+  int version = 1;
+  glm::ivec3 dims{0, 0, 0};
+  int volumes = 1;
+  /// The header's own voxel sizes (all positive); the columns of `affine` may differ from them
+  /// in a file that contradicts itself.
+  glm::dvec3 voxelSizeMm{1, 1, 1};
+  double repetitionTimeSeconds = 0;
+  /// 0: the form is absent; 1: scanner, 2: aligned, 3 and 4: template coordinates.
+  int qformCode = 0;
+  int sformCode = 0;
+  Quaternion qform;
+  /// Column-major as in glm: sform[0] is the step along i, sform[3] the position of voxel 0.
+  glm::dmat4 sform{1.0};
+  DataType type = DataType::float32;
+  /// value = slope * sample + inter. A slope of 0 (or not a number) means that there is no
+  /// scaling and reads as 1 and 0.
+  double slope = 1;
+  double inter = 0;
+  std::string description;
+
+  bool hasScaling() const { return slope != 1 || inter != 0; }
+  /// Voxel (i, j, k) to mm, x towards right, y towards anterior, z towards superior: the sform
+  /// when its code is positive, else the qform when its code is positive, else the voxel sizes
+  /// alone with voxel 0 at the origin.
+  glm::dmat4 affine() const;
+  /// The matrix of the quaternion form, whatever its code.
+  glm::dmat4 qformMatrix() const;
+  /// Makes `matrix` the affine: sform and, where its columns are orthogonal to within 1e-4 (a
+  /// quaternion carries no shear), qform get the code; the voxel sizes are the column lengths.
+  void setAffine(const glm::dmat4& matrix, int code);
+};
+
+/// A header read from a file, and how its data are stored.
+struct StoredHeader {
+  Header header;
+  std::int64_t dataOffset = 0;
+  bool swapped = false;
+};
+
+/// Bytes that `parseHeader` wants of a version 1 and of a version 2 file.
+inline constexpr std::size_t headerBytes1 = 348;
+inline constexpr std::size_t headerBytes2 = 540;
+
+/// Reads the header from the first `count` bytes of a file, either byte order.
+///
+///   version 1: int32 348 at byte 0, "n+1\0" at byte 344
+///   version 2: int32 540 at byte 0, "n+2\0" at byte 4, then "\r\n\032\n" or four zeros
+///
+/// Errors  nifti::Error, naming `fileName`: not a NIfTI, a two-file NIfTI, a count of dimensions
+///         outside 1 .. 7, a size below 1, a size above 1 beyond the fourth, a volume of
+///         more than 2^31 - 1 voxels, data of more than 2^62 bytes, an unsupported data type,
+///         a data offset inside the header or not a number. Nothing is allocated by size.
+StoredHeader parseHeader(const unsigned char* bytes, std::size_t count,
+                         const std::string& fileName);
+
+/// The bytes in front of the data (352 or 544, the empty extension mark included), in the
+/// machine's byte order; the same for the same header. Throws nifti::Error for sizes below 1.
+std::vector<unsigned char> formatHeader(const Header& header, const std::string& fileName);
+
+}  // namespace nifti

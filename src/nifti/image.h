@@ -1,0 +1,91 @@
+#pragma once
+
+#include <zlib.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "containers/volume.h"
+#include "nifti/header.h"
+#include "nifti/outfile.h"
+
+/// Reading and writing NIfTI files (.nii, .nii.gz) one volume at a time: memory holds a volume
+/// and a block of samples, however many volumes the file has.
+namespace nifti {
+
+/// Whether the name ends with .nii or .nii.gz.
+bool hasNiftiName(const std::string& fileName);
+/// The name without .nii or .nii.gz, with its folder.
+std::string niftiStem(const std::string& fileName);
+
+/// An open image. Volumes are cheapest in ascending order: a compressed file is read from the
+/// start again to go back.
+///
+///   nifti::Reader image("run1.nii.gz");
+///   for (int t = 0; t < image.header().volumes; t++) use(image.readVolume(t));
+///
+/// Errors  nifti::Error with the file's name: no such file, a directory, not a NIfTI, impossible
+///         sizes, an unsupported type (see parseHeader), truncated data. A file that is too
+///         small for the data that its header claims (for a compressed one: could not inflate
+///         to as much) is refused by the constructor, before anything of that size is allocated.
+///         A compressed file is checked to its last byte when the last volume is read.
+class Reader {
+ public:
+  explicit Reader(const std::string& fileName);
+
+  const std::string& fileName() const { return name; }
+  const Header& header() const { return stored.header; }
+  /// Bytes of the data are in the other byte order.
+  bool isSwapped() const { return stored.swapped; }
+
+  /// Volume `t`, scaled by slope and intercept (see decodeSamples). x, y, z are i, j, k of the
+  /// file. Throws std::out_of_range for a `t` outside 0 .. volumes - 1.
+  Volume<float> readVolume(int t);
+  /// The same into `volume`, whose storage is used again when its dimensions fit.
+  void readVolume(int t, Volume<float>& volume);
+
+ private:
+  struct Close {
+    void operator()(gzFile_s* file) const { gzclose_r(file); }
+  };
+  void readHeader();
+  void checkSize(std::uintmax_t fileBytes) const;
+  void readBytes(unsigned char* bytes, std::size_t count, const std::string& what);
+  void readTail();
+
+  std::string name;
+  std::unique_ptr<gzFile_s, Close> file;
+  StoredHeader stored;
+  std::vector<unsigned char> block;
+};
+
+/// Writes an image volume by volume, compressed when the name ends with .nii.gz. The file appears
+/// under its name when `finish` has returned; without it nothing stays behind. The same header
+/// and volumes give the same bytes (no time stamp).
+///
+/// Errors  nifti::Error with the file's name: a name of another kind, a missing folder, sizes
+///         that do not fit the format, a full disk; std::logic_error for a volume of other
+///         dimensions, for too many and (in finish) for too few.
+class Writer {
+ public:
+  Writer(const std::string& fileName, const Header& header);
+  Writer(const Writer&) = delete;
+  Writer& operator=(const Writer&) = delete;
+  ~Writer();
+
+  /// Appends a volume; see encodeSamples for rounding and clamping.
+  void write(const Volume<float>& volume);
+  void finish();
+
+ private:
+  void writeBytes(const unsigned char* bytes, std::size_t count);
+
+  OutFile out;
+  Header header;
+  gzFile file = nullptr;
+  int written = 0;
+  std::vector<unsigned char> block;
+};
+
+}  // namespace nifti

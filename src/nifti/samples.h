@@ -1,0 +1,25 @@
+#pragma once
+
+#include <cstddef>
+
+#include "nifti/header.h"
+
+/// Conversion between stored samples and values.
+namespace nifti {
+
+/// dst[n] = float(slope * sample + inter), formed in double; without scaling float(sample). An
+/// integer of up to 24 bits is thus exact; 64-bit floats beyond the range of float become
+/// infinite. `bytes` holds `count` samples of `header.type` in the machine's byte order.
+void decodeSamples(const Header& header, const unsigned char* bytes, std::size_t count, float* dst);
+
+/// The reverse: sample = (value - inter) / slope, formed in double. For integer types it is
+/// rounded to the nearest (ties to even) and clamped to the type's range; NaN becomes 0.
+void encodeSamples(const Header& header, const float* src, std::size_t count, unsigned char* bytes);
+
+/// Whether every value is an integer that `type`, an integer type, holds. NaN is not.
+bool allRepresentable(DataType type, const float* src, std::size_t count);
+
+/// Reverses the byte order of `count` samples of `size` bytes in place.
+void swapSamples(unsigned char* bytes, std::size_t count, int size);
+
+}  // namespace nifti

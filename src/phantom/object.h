@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstdint>
+#include <glm/mat3x3.hpp>
+#include <glm/vec3.hpp>
+
+#include "containers/volume.h"
+
+/// Where the voxels of a phantom lie: voxel (i, j, k) has its centre at
+/// ((i, j, k) - (size - 1) / 2) * voxelMm, x to the right, y anterior, z superior.
+struct PhantomGrid {
+  glm::ivec3 size;
+  glm::dvec3 voxelMm;
+
+  /// Of a position in voxels, which need not be whole.
+  glm::dvec3 positionMm(glm::dvec3 voxel) const {
+    return (voxel - (glm::dvec3(size) - 1.0) * 0.5) * voxelMm;
+  }
+  /// The inverse of `positionMm`.
+  glm::dvec3 voxelAt(glm::dvec3 mm) const {
+    return mm / voxelMm + (glm::dvec3(size) - 1.0) * 0.5;
+  }
+};
+
+/// A rigid motion of the head: p -> R p + t about the middle of the field of view, with
+/// R = Rz Ry Rx of the three angles.
+struct RigidMotion {
+  glm::dvec3 translationMm{0.0};
+  glm::dvec3 rotationDegrees{0.0};
+
+  bool isNone() const { return *this == RigidMotion{}; }
+  bool operator==(const RigidMotion&) const = default;
+  glm::dmat3 rotation() const;
+  /// Where the tissue that is now at `p` was before the motion: R^T (p - t).
+  glm::dvec3 before(glm::dvec3 p) const;
+};
+
+/// The head sampled in cells of a third of a voxel along x and y (the axes along which an image
+/// may be distorted) and a voxel along z.
+struct HeadObject {
+  static constexpr int cellsPerVoxel = 3;
+
+  Volume<float> density;  ///< signal, (3 nx, 3 ny, nz)
+  Volume<float> image;    ///< its mean per voxel: the undistorted image, (nx, ny, nz)
+  Volume<unsigned char> headMask;   ///< 1 where at least half of a voxel is head, cavities included
+  Volume<unsigned char> brainMask;  ///< the same of brain: grey, white and the fluid in its outline
+};
+
+/// Samples the head on a grid, fitted to the field of view: the anatomy is stretched along each
+/// axis so that any grid, whatever its size and shape, holds the whole head.
+///
+/// The density carries a slow receive profile (brighter towards the coils) and a texture of 3 %,
+/// and is smoothed along x and y with a Gaussian of 1.5 voxels full width at half maximum, the
+/// blur of an echo-planar readout.
+///
+/// Errors  std::invalid_argument for a size below 1 or a voxel size that is not positive.
+HeadObject sampleHead(const PhantomGrid& grid, std::uint64_t seed, const RigidMotion& motion = {});
+
+/// Susceptibility in ppm against air on `grid`, which is continued by `margin` voxels beyond each
+/// face: element (0, 0, 0) is voxel -margin. The neck goes on in the lower margin.
+Volume<double> sampleSusceptibility(const PhantomGrid& grid, glm::ivec3 margin,
+                                    std::uint64_t seed);

@@ -1,0 +1,120 @@
+#include "phantom/phantom.h"
+
+#include <cmath>
+#include <limits>
+#include <stdexcept>
+#include <string>
+
+#include "phantom/field.h"
+#include "phantom/random.h"
+
+namespace {
+
+constexpr double defaultPeakHz = 120.0;
+// Leaves room for what the cubic interpolation of the shift overshoots between voxel centres.
+constexpr double maxShiftGradient = 0.8;
+
+constexpr std::uint64_t apStream = 1, paStream = 2, seriesStream = 16;
+
+void checkOptions(const PhantomOptions& options) {
+  if (!(options.readoutSeconds > 0.0) || !(options.readoutSeconds <= 10.0))
+    throw std::invalid_argument("the total readout time must be above 0 s and at most 10 s");
+  if (!(options.noise >= 0.0) || !(options.noise <= 10.0))
+    throw std::invalid_argument("the noise must be a fraction from 0 to 10 of the brain's mean");
+  if (options.volumes < 0)
+    throw std::invalid_argument("a series of " + std::to_string(options.volumes) +
+                                " volumes is not possible");
+  for (int axis = 0; axis < 3; ++axis)
+    if (!std::isfinite(options.paMotion.translationMm[axis]) ||
+        !std::isfinite(options.paMotion.rotationDegrees[axis]))
+      throw std::invalid_argument("the motion of the head must be finite");
+}
+
+// Of the head's density the part that is active: a smooth spot in the back on the right.
+Volume<float> activeDensity(const Volume<float>& density) {
+  Volume<float> active(density.dimensions());
+  const glm::dvec3 size(density.dimensions());
+  for (int z = 0; z < density.nz(); ++z)
+    for (int y = 0; y < density.ny(); ++y)
+      for (int x = 0; x < density.nx(); ++x) {
+        const glm::dvec3 q = (glm::dvec3(x, y, z) + 0.5) / size - glm::dvec3(0.62, 0.27, 0.62);
+        const double weight = std::exp(-(q.x * q.x + q.y * q.y + q.z * q.z) / (2 * 0.06 * 0.06));
+        active.at(x, y, z) = static_cast<float>(density.at(x, y, z) * weight);
+      }
+  return active;
+}
+
+}  // namespace
+
+Phantom makePhantom(const PhantomOptions& options) {
+  checkOptions(options);
+  const PhantomGrid grid{options.size, options.voxelMm};
+  const HeadObject head = sampleHead(grid, options.seed);
+  const FieldGoal goal{
+      options.readoutSeconds,
+      options.maxShiftVoxels.value_or(defaultPeakHz * options.readoutSeconds),
+      options.allowFolds ? std::numeric_limits<double>::infinity() : maxShiftGradient,
+      options.axis};
+  const HeadField field = makeHeadField(grid, head, options.seed, goal);
+
+  Phantom phantom;
+  phantom.options = options;
+  phantom.truth = head.image;
+  phantom.headMask = head.headMask;
+  phantom.brainMask = head.brainMask;
+  phantom.fieldSmoothingMm = field.smoothingMm();
+  phantom.fieldHz = field.hz();
+  const float readout = static_cast<float>(options.readoutSeconds);
+  phantom.shiftVoxels = phantom.fieldHz * -readout;
+  phantom.noiseSigma = options.noise * meanInMask(phantom.truth, phantom.brainMask);
+
+  constexpr int cells = HeadObject::cellsPerVoxel;
+  phantom.apSignal = distort(head.density, phantom.shiftVoxels, options.axis, cells);
+  phantom.activitySignal =
+      distort(activeDensity(head.density), phantom.shiftVoxels, options.axis, cells);
+  if (options.paMotion.isNone()) {
+    phantom.paSignal = distort(head.density, -phantom.shiftVoxels, options.axis, cells);
+  } else {
+    const HeadObject moved = sampleHead(grid, options.seed, options.paMotion);
+    phantom.paTruth = moved.image;
+    phantom.paShiftVoxels = field.hz(options.paMotion) * -readout;
+    phantom.paSignal = distort(moved.density, -phantom.paShiftVoxels, options.axis, cells);
+  }
+  phantom.ap = addRicianNoise(phantom.apSignal, phantom.noiseSigma, options.seed, apStream);
+  phantom.pa = addRicianNoise(phantom.paSignal, phantom.noiseSigma, options.seed, paStream);
+  return phantom;
+}
+
+Volume<float> Phantom::seriesVolume(int t) const {
+  if (t < 0 || t >= options.volumes)
+    throw std::out_of_range("the series has no volume " + std::to_string(t));
+  const float activity = t / 4 % 2 == 1 ? 0.02F : 0.0F;
+  const float drift = 1.0F + 0.001F * static_cast<float>(t);
+  const Volume<float> signal = (apSignal + activitySignal * activity) * drift;
+  return addRicianNoise(signal, noiseSigma, options.seed,
+                        seriesStream + static_cast<std::uint64_t>(t));
+}
+
+Volume<float> addRicianNoise(const Volume<float>& signal, double sigma, std::uint64_t seed,
+                             std::uint64_t stream) {
+  if (sigma == 0.0) return signal;
+  const RandomStream random(seed, stream);
+  Volume<float> noisy(signal.dimensions());
+  for (int i = 0; i < signal.size(); ++i) {
+    const RandomStream::Pair n = random.normalPair(static_cast<std::uint64_t>(i));
+    noisy.data()[i] =
+        static_cast<float>(std::hypot(signal.data()[i] + sigma * n.first, sigma * n.second));
+  }
+  return noisy;
+}
+
+double meanInMask(const Volume<float>& image, const Volume<unsigned char>& mask) {
+  double sum = 0.0;
+  long long count = 0;
+  for (int i = 0; i < image.size(); ++i)
+    if (mask.data()[i]) {
+      sum += image.data()[i];
+      ++count;
+    }
+  return count > 0 ? sum / static_cast<double>(count) : 0.0;
+}

@@ -1,0 +1,78 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "containers/volume.h"
+#include "phantom/distort.h"
+#include "phantom/object.h"
+
+/// What a phantom is made from. Equal options make equal phantoms.
+struct PhantomOptions {
+  glm::ivec3 size{90, 104, 60};
+  glm::dvec3 voxelMm{2.4};
+  double readoutSeconds = 0.05;  ///< total readout time (that of BIDS)
+  /// Largest |shift| in the head, in voxels; if not given 120 Hz * readoutSeconds, 6 voxels by
+  /// default. Where it would fold the image, or push signal out of it, it is smaller, unless
+  /// `allowFolds`.
+  std::optional<double> maxShiftVoxels;
+  bool allowFolds = false;
+  /// Standard deviation of the noise in the real and the imaginary part, as a fraction of the
+  /// undistorted image's mean in the brain.
+  double noise = 0.03;
+  std::uint64_t seed = 1;
+  PhaseEncodingAxis axis = PhaseEncodingAxis::y;
+  int volumes = 8;  ///< of the series
+  /// Of the head before the PA image was taken; its field moves along.
+  RigidMotion paMotion;
+};
+
+/// A head whose echo-planar images are distorted by a known field.
+///
+/// With the axes x to the right, y anterior, z superior, the AP image is phase encoded along -y
+/// ("j-") and the PA image along +y ("j"). With `PhaseEncodingAxis::x` read RL ("i-") for AP and
+/// LR ("i") for PA, and x for y in what follows.
+///
+/// With the field f in Hz and the total readout time T in s, b = -f T is the displacement in
+/// voxels of the AP image's signal, at its place in the undistorted image, and
+///
+///   true(y) = AP(y + b(y)) * (1 + b'(y)) = PA(y - b(y)) * (1 - b'(y)).
+///
+/// So b, applied forward to the AP image and reverse to the PA image, takes the distortion out
+/// of both.
+struct Phantom {
+  PhantomOptions options;
+  Volume<float> truth;         ///< the undistorted image, without noise; brain about 500 to 1600
+  Volume<float> ap, pa;        ///< the distorted pair, with noise
+  Volume<float> fieldHz;       ///< f
+  Volume<float> shiftVoxels;   ///< b
+  Volume<unsigned char> brainMask, headMask;  ///< undistorted; the head with its cavities
+  double noiseSigma = 0.0;     ///< standard deviation per part, in image units
+  double fieldSmoothingMm = 0.0;
+  /// With motion: undistorted image and shift b where the head is in the PA image. Otherwise
+  /// empty, since they are `truth` and `shiftVoxels`.
+  Volume<float> paTruth, paShiftVoxels;
+
+  /// Volume t of a series that is phase encoded as the AP image: it swings by 2 % in a region of
+  /// the cortex (four volumes of rest, four of activity, and so on), drifts by 0.1 % per volume
+  /// and has noise of its own. The same t gives the same volume.
+  /// Errors  std::out_of_range unless 0 <= t < options.volumes.
+  Volume<float> seriesVolume(int t) const;
+
+  Volume<float> apSignal;        ///< the AP image without noise
+  Volume<float> paSignal;        ///< the PA image without noise
+  Volume<float> activitySignal;  ///< the AP image of the active region
+};
+
+/// Errors  std::invalid_argument with a sentence for options that make no sense: a size below 1
+/// or too large, a voxel size, readout, noise or shift that is not a sensible number, a negative
+/// number of volumes, a motion that is not finite.
+Phantom makePhantom(const PhantomOptions& options);
+
+/// The magnitude of `signal` with normal noise of `sigma` in its real and imaginary part (Rician;
+/// in air Rayleigh, with mean sigma * sqrt(pi / 2)). `stream` tells apart images of one seed.
+Volume<float> addRicianNoise(const Volume<float>& signal, double sigma, std::uint64_t seed,
+                             std::uint64_t stream);
+
+/// Mean of `image` where `mask` is not 0; 0 if that is nowhere.
+double meanInMask(const Volume<float>& image, const Volume<unsigned char>& mask);

@@ -1,0 +1,167 @@
+#include "phantom/phantomfiles.h"
+
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+
+#include "nifti/convert.h"
+#include "nifti/error.h"
+#include "nifti/image.h"
+#include "nifti/outfile.h"
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr double repetitionTimeSeconds = 2.0;
+constexpr double echoTimeSeconds = 0.06;
+constexpr double fieldStrengthTesla = 2.89;
+
+// Writes a phantom's files into a hidden folder and keeps their names.
+class PhantomWriter {
+ public:
+  PhantomWriter(const Phantom& source, const std::string& folder)
+      : phantom(source), out(folder), alongY(source.options.axis == PhaseEncodingAxis::y) {}
+
+  std::vector<std::string> writeAll() {
+    const std::string first = alongY ? "AP" : "RL", second = alongY ? "PA" : "LR";
+    const std::string series = "task-rest_dir-" + first + "_bold";
+    Json firstSidecar = imageSidecar(/*positive=*/false);
+    Json secondSidecar = imageSidecar(/*positive=*/true);
+    if (phantom.options.volumes > 0)
+      for (Json* sidecar : {&firstSidecar, &secondSidecar})
+        (*sidecar)["IntendedFor"] = stem(series) + ".nii.gz";
+    writeProject("dir-" + first + "_epi", phantom.ap, firstSidecar);
+    writeProject("dir-" + second + "_epi", phantom.pa, secondSidecar);
+    if (phantom.options.volumes > 0) writeSeries(series);
+    writeTruth(first, second);
+    return out.commit(names);
+  }
+
+ private:
+  static std::string stem(const std::string& name) { return "sub-phantom_" + name; }
+
+  nifti::Header header(nifti::DataType type, int volumes, const std::string& description) const {
+    nifti::Header h;
+    h.dims = phantom.options.size;
+    h.volumes = volumes;
+    h.type = type;
+    h.repetitionTimeSeconds = repetitionTimeSeconds;
+    h.description = description;
+    const glm::dvec3 voxel = phantom.options.voxelMm;
+    const glm::dvec3 origin = (glm::dvec3(h.dims) - 1.0) * voxel * -0.5;
+    glm::dmat4 affine(1.0);
+    for (int axis = 0; axis < 3; ++axis) {
+      affine[axis][axis] = voxel[axis];
+      affine[3][axis] = origin[axis];
+    }
+    h.setAffine(affine, /*code=*/1);
+    return h;
+  }
+
+  Json imageSidecar(bool positive) const {
+    const int lines = alongY ? phantom.options.size.y : phantom.options.size.x;
+    Json sidecar = {{"Modality", "MR"},
+                    {"MagneticFieldStrength", fieldStrengthTesla},
+                    {"Manufacturer", "simulated"},
+                    {"PhaseEncodingDirection",
+                     std::string(alongY ? "j" : "i") + (positive ? "" : "-")},
+                    {"TotalReadoutTime", phantom.options.readoutSeconds}};
+    if (lines > 1)
+      sidecar["EffectiveEchoSpacing"] = phantom.options.readoutSeconds / (lines - 1);
+    sidecar["ReconMatrixPE"] = lines;
+    sidecar["EchoTime"] = echoTimeSeconds;
+    sidecar["RepetitionTime"] = repetitionTimeSeconds;
+    return sidecar;
+  }
+
+  void writeImage(const std::string& name, const Volume<float>& volume, nifti::DataType type,
+                  const Json& sidecar) {
+    nifti::Writer writer(out.path(stem(name) + ".nii.gz"), header(type, 1, name));
+    writer.write(volume);
+    writer.finish();
+    names.push_back(stem(name) + ".nii.gz");
+    writeSidecar(name, sidecar);
+  }
+
+  void writeSidecar(const std::string& name, const Json& sidecar) {
+    std::ofstream file(out.path(stem(name) + ".json"), std::ios::binary);
+    if (!(file << sidecar.dump(2) << "\n" << std::flush))
+      throw nifti::Error("cannot write " + stem(name) + ".json");
+    names.push_back(stem(name) + ".json");
+  }
+
+  void convertToProject(const std::string& name) {
+    const nifti::ConvertReport report = nifti::convert(out.path(stem(name) + ".nii.gz"),
+                                                       out.path(stem(name) + ".fmr"));
+    for (const std::string& file : report.written)
+      names.push_back(std::filesystem::path(file).filename().string());
+  }
+
+  void writeProject(const std::string& name, const Volume<float>& volume, const Json& sidecar) {
+    writeImage(name, volume, nifti::DataType::int16, sidecar);
+    convertToProject(name);
+  }
+
+  void writeSeries(const std::string& name) {
+    nifti::Writer writer(out.path(stem(name) + ".nii.gz"),
+                         header(nifti::DataType::int16, phantom.options.volumes, name));
+    for (int t = 0; t < phantom.options.volumes; ++t) writer.write(phantom.seriesVolume(t));
+    writer.finish();
+    names.push_back(stem(name) + ".nii.gz");
+    Json sidecar = imageSidecar(/*positive=*/false);
+    sidecar["TaskName"] = "rest";
+    writeSidecar(name, sidecar);
+    convertToProject(name);
+  }
+
+  void writeMask(const std::string& name, const Volume<unsigned char>& mask) {
+    Volume<float> values(mask.dimensions());
+    for (int i = 0; i < mask.size(); ++i) values.data()[i] = mask.data()[i];
+    writeImage(name, values, nifti::DataType::uint8, {{"Type", "ROI"}});
+  }
+
+  Json displacementSidecar(const std::string& first, const std::string& second) const {
+    const PhantomOptions& o = phantom.options;
+    const auto list = [](glm::dvec3 v) { return Json{v.x, v.y, v.z}; };
+    return {{"Description", "Displacement in voxels along " + std::string(alongY ? "y" : "x") +
+                                ": undistorted(p) = " + first + "(p + b) * (1 + b') = " + second +
+                                "(p - b) * (1 - b')"},
+            {"Units", "voxels"},
+            {"PhantomSeed", o.seed},
+            {"PhantomNoise", o.noise},
+            {"PhantomNoiseSigma", phantom.noiseSigma},
+            {"PhantomFieldSmoothingMm", phantom.fieldSmoothingMm},
+            {second + "TranslationMm", list(o.paMotion.translationMm)},
+            {second + "RotationDegrees", list(o.paMotion.rotationDegrees)}};
+  }
+
+  void writeTruth(const std::string& first, const std::string& second) {
+    using nifti::DataType;
+    const Json undistorted = {{"Description", "Image without distortion and without noise"}};
+    writeImage("desc-undistorted_epi", phantom.truth, DataType::float32, undistorted);
+    writeImage("desc-truth_displacement", phantom.shiftVoxels, DataType::float32,
+               displacementSidecar(first, second));
+    writeImage("desc-truth_fieldmap", phantom.fieldHz, DataType::float32, {{"Units", "Hz"}});
+    writeMask("desc-brain_mask", phantom.brainMask);
+    writeMask("desc-head_mask", phantom.headMask);
+    if (phantom.paTruth.size() == 0) return;
+    writeImage("desc-moved_epi", phantom.paTruth, DataType::float32, undistorted);
+    writeImage("desc-moved_displacement", phantom.paShiftVoxels, DataType::float32,
+               displacementSidecar(first, second));
+  }
+
+  const Phantom& phantom;
+  nifti::OutFolder out;
+  bool alongY;
+  std::vector<std::string> names;
+};
+
+}  // namespace
+
+std::vector<std::string> writePhantom(const Phantom& phantom, const std::string& folder) {
+  std::error_code error;
+  std::filesystem::create_directories(folder, error);
+  if (error) throw nifti::Error("cannot create the folder " + folder + ": " + error.message());
+  return PhantomWriter(phantom, folder).writeAll();
+}

@@ -1,0 +1,55 @@
+#include "picture/orient.h"
+
+#include <cmath>
+#include <glm/geometric.hpp>
+
+PatientAxes patientAxes(const glm::dmat4& affine) {
+  PatientAxes result;
+  std::array<glm::dvec3, 3> direction;
+  for (int a = 0; a < 3; ++a) {
+    const glm::dvec3 column(affine[a]);
+    const double length = glm::length(column);
+    if (!(length > 0.0) || !std::isfinite(length)) return result;
+    direction[static_cast<std::size_t>(a)] = column / length;
+  }
+  std::array<bool, 3> arrayDone{}, patientDone{};
+  for (int round = 0; round < 3; ++round) {
+    double best = -1.0;
+    std::size_t bestArray = 0, bestPatient = 0;
+    for (std::size_t a = 0; a < 3; ++a)
+      for (std::size_t p = 0; p < 3; ++p) {
+        const double cosine = std::abs(direction[a][static_cast<int>(p)]);
+        if (arrayDone[a] || patientDone[p] || cosine <= best) continue;
+        best = cosine;
+        bestArray = a;
+        bestPatient = p;
+      }
+    arrayDone[bestArray] = patientDone[bestPatient] = true;
+    result.axis[bestPatient] = static_cast<int>(bestArray);
+    result.against[bestPatient] = direction[bestArray][static_cast<int>(bestPatient)] < 0.0;
+  }
+  return result;
+}
+
+Volume<float> turned(const Volume<float>& volume, const PatientAxes& axes) {
+  const glm::ivec3 dims = volume.dimensions();
+  glm::ivec3 size;
+  for (int p = 0; p < 3; ++p) size[p] = dims[axes.axis[static_cast<std::size_t>(p)]];
+  Volume<float> result(size);
+  for (int z = 0; z < size.z; ++z)
+    for (int y = 0; y < size.y; ++y)
+      for (int x = 0; x < size.x; ++x) {
+        const glm::ivec3 to(x, y, z);
+        glm::ivec3 from;
+        for (int p = 0; p < 3; ++p) {
+          const auto i = static_cast<std::size_t>(p);
+          from[axes.axis[i]] = axes.against[i] ? size[p] - 1 - to[p] : to[p];
+        }
+        result[to] = volume[from];
+      }
+  return result;
+}
+
+glm::dvec3 turned(glm::dvec3 perArrayAxis, const PatientAxes& axes) {
+  return {perArrayAxis[axes.axis[0]], perArrayAxis[axes.axis[1]], perArrayAxis[axes.axis[2]]};
+}
