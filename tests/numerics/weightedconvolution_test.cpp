@@ -14,8 +14,7 @@ const float inf = std::numeric_limits<float>::infinity();
 const float nan = std::numeric_limits<float>::quiet_NaN();
 
 // Around the lanes of every variant, and around the four vectors that are summed at a time.
-const int rowLengths[] = {1,  2,  3,  4,  5,  7,  8,  9,  15, 16, 17,
-                          31, 32, 33, 63, 64, 65, 66, 127, 129};
+const int rowLengths[] = {1, 2, 3, 4, 5, 7, 8, 9, 15, 16, 17, 31, 32, 33, 63, 64, 65, 66, 127, 129};
 
 void expectSame(const Volume<float>& image, const Volume<float>& kernel,
                 const Volume<float>& weight) {

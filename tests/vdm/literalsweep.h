@@ -39,9 +39,9 @@ inline SweepResult literalSweep(SweepInput state, const Volume<float>& pattern,
                                               pattern, local, amplitudes[i], false);
       reference::applyVdmPlusLocalYLinearReverseFast(state.paUndistorted, state.pa, state.vdm,
                                                      voxels, pattern, local, amplitudes[i]);
-      const double cost =
-          useSsd ? reference::ssd(state.apUndistorted, state.paUndistorted, voxels)
-                 : -reference::ncc(state.apUndistorted, state.paUndistorted, voxels);
+      const double cost = useSsd
+                              ? reference::ssd(state.apUndistorted, state.paUndistorted, voxels)
+                              : -reference::ncc(state.apUndistorted, state.paUndistorted, voxels);
       if (i > 0 && !(cost < least)) continue;
       least = cost;
       best = amplitudes[i];

@@ -57,8 +57,8 @@ TEST(TrialSearch, EqualsTheLiteralSweepForEverySize) {
   Random random(21);
   for (const glm::ivec3 dims : testSizes())
     for (const int window : {1, 3, 5}) {
-      SCOPED_TRACE(testing::Message() << dims.x << "x" << dims.y << "x" << dims.z << " window "
-                                      << window);
+      SCOPED_TRACE(testing::Message()
+                   << dims.x << "x" << dims.y << "x" << dims.z << " window " << window);
       expectSame(sweepInput(dims, Brightness::half, 1.5f, random), glm::ivec3(window), 1.0f,
                  {-0.7f, 0.3f, 1.1f});
     }
@@ -116,15 +116,14 @@ TEST(TrialSearch, WholeNumberPositionsAtTheBorders) {
 TEST(TrialSearch, TheFirstVisitSeesTheStartValueWhereTheFirstAmplitudeIsOutside) {
   Random random(26);
   const std::vector<std::vector<float>> schedules = {
-      {30.0f, 0.5f},         {-30.0f, 0.5f, -0.25f}, {30.0f, -30.0f, 0.5f},
-      {0.5f, 30.0f},         {30.0f, 0.5f, 30.0f},   {4.0f, -4.0f, 0.1f},
-      {30.0f, 40.0f, 50.0f},
+      {30.0f, 0.5f},        {-30.0f, 0.5f, -0.25f}, {30.0f, -30.0f, 0.5f}, {0.5f, 30.0f},
+      {30.0f, 0.5f, 30.0f}, {4.0f, -4.0f, 0.1f},    {30.0f, 40.0f, 50.0f},
   };
   for (const std::vector<float>& amplitudes : schedules)
     for (const Brightness brightness :
          {Brightness::everywhere, Brightness::half, Brightness::sparse}) {
-      SCOPED_TRACE(testing::Message() << "first amplitudes " << amplitudes[0] << ", "
-                                      << amplitudes[1]);
+      SCOPED_TRACE(testing::Message()
+                   << "first amplitudes " << amplitudes[0] << ", " << amplitudes[1]);
       SweepInput in = sweepInput({13, 8, 5}, brightness, 1.0f, random);
       // A start state that no resampling of the images gives.
       in.apUndistorted = image({13, 8, 5}, brightness, random);
@@ -164,10 +163,10 @@ TEST(TrialSearch, TiesTakeTheEarlierAmplitude) {
   expectSame(random1, window, 1.0f, {0.3f, 0.3f, -0.2f, 0.3f, -0.2f});
   expectSame(random1, window, 0.0f, {0.3f, -0.1f, 0.7f});
   Volume<float> updated = constant.vdm, weights(dims, 0.25f);
-  searchConstantPattern({constant.ap, constant.pa, constant.apUndistorted, constant.paUndistorted,
-                         constant.vdm},
-                        {window, 1.0f}, {0.3f, -0.3f, 0.1f}, /*useSsd=*/true, 100.0f, updated,
-                        weights, chosenVariant());
+  searchConstantPattern(
+      {constant.ap, constant.pa, constant.apUndistorted, constant.paUndistorted, constant.vdm},
+      {window, 1.0f}, {0.3f, -0.3f, 0.1f}, /*useSsd=*/true, 100.0f, updated, weights,
+      chosenVariant());
   EXPECT_FLOAT_EQ(updated.at(8, 4, 2), 0.3f);
 }
 
