@@ -208,15 +208,26 @@ TEST(TrialSearch, ValuesOfVeryDifferentMagnitude) {
   }
 }
 
-// p just below a whole number: p + 1 rounds up, in a tall image past the last row.
+// p just below 64: p + 1 rounds up to 65, in an image of 65 rows past the last.
 TEST(TrialSearch, PositionsJustBelowTheLastRow) {
   Random random(34);
-  SweepInput in = sweepInput({5, 70, 1}, Brightness::everywhere, 0.5f, random);
-  for (int x = 0; x < 5; ++x)
-    for (int y = 0; y < 70; ++y)
-      in.vdm.at(x, y, 0) =
-          std::nextafter(69.0f, 0.0f) - static_cast<float>(y) + static_cast<float>(x - 2) * 1e-6f;
+  SweepInput in = sweepInput({5, 65, 3}, Brightness::everywhere, 0.5f, random);
+  for (int z = 0; z < 3; ++z)
+    for (int y = 0; y < 65; ++y)
+      for (int x = 0; x < 5; ++x)
+        in.vdm.at(x, y, z) = std::nextafter(64.0f, 0.0f) - static_cast<float>(y);
   expectSame(in, {3, 3, 3}, 1.0f, {0.0f, -1e-5f, -0.5f});
+}
+
+// Only one position of a voxel is exactly 0 or ny - 1, all others lie inside.
+TEST(TrialSearch, ASinglePositionOnTheFirstOrTheLastRow) {
+  Random random(35);
+  for (const std::vector<float>& amplitudes :
+       {std::vector<float>{-2.0f, -1.0f, 0.5f}, {1.0f, -0.5f, 2.0f}, {0.5f, 2.0f, -0.25f}}) {
+    SweepInput in = sweepInput({12, 9, 4}, Brightness::half, 1.0f, random);
+    in.vdm.setAll(0);
+    expectSame(in, {3, 3, 3}, 1.0f, amplitudes);
+  }
 }
 
 TEST(TrialSearch, AnEmptyImageHasNothingToSearch) {
