@@ -208,15 +208,26 @@ TEST(TrialSearch, ValuesOfVeryDifferentMagnitude) {
   }
 }
 
-// p just below 64: p + 1 rounds up to 65, in an image of 65 rows past the last.
-TEST(TrialSearch, PositionsJustBelowTheLastRow) {
+// p just below 64: p + 1 rounds up to 65, which is past the last row where there are 65.
+TEST(TrialSearch, PositionsJustBelowAWholeNumber) {
   Random random(34);
-  SweepInput in = sweepInput({5, 65, 3}, Brightness::everywhere, 0.5f, random);
-  for (int z = 0; z < 3; ++z)
-    for (int y = 0; y < 65; ++y)
-      for (int x = 0; x < 5; ++x)
-        in.vdm.at(x, y, z) = std::nextafter(64.0f, 0.0f) - static_cast<float>(y);
-  expectSame(in, {3, 3, 3}, 1.0f, {0.0f, -1e-5f, -0.5f});
+  for (const int ny : {65, 70}) {
+    SweepInput in = sweepInput({5, ny, 3}, Brightness::everywhere, 0.5f, random);
+    for (int z = 0; z < 3; ++z)
+      for (int y = 0; y < ny; ++y)
+        for (int x = 0; x < 5; ++x)
+          in.vdm.at(x, y, z) = std::nextafter(64.0f, 0.0f) - static_cast<float>(y);
+    expectSame(in, {3, 3, 3}, 1.0f, {0.0f, -1e-5f, -0.5f});
+  }
+}
+
+// Costs so small that anything added to them from outside the image would swamp them.
+TEST(TrialSearch, DimTrialsOfABrightStart) {
+  Random random(36);
+  SweepInput in = sweepInput({19, 8, 5}, Brightness::half, 1.0f, random);
+  in.ap = random.volume(in.ap.dimensions(), 0.0f, 1e-12f);
+  in.pa = random.volume(in.pa.dimensions(), 0.0f, 1e-12f);
+  expectSame(in, {5, 5, 5}, 1.0f, {-0.6f, 0.0f, 0.3f, 0.6f});
 }
 
 // Only one position of a voxel is exactly 0 or ny - 1, all others lie inside.
