@@ -3,34 +3,46 @@
 // order as a loop over that centre's window alone would; elements outside the image are 0, and
 // adding 0 to a sum that started at 0 changes no bit of it.
 
-constexpr int doubleLanes = laneCount / 2;
-typedef float Floats __attribute__((vector_size(laneCount * sizeof(float))));
-typedef int Ints __attribute__((vector_size(laneCount * sizeof(int))));
-typedef double Doubles __attribute__((vector_size(doubleLanes * sizeof(double))));
-
-inline void load(Floats& v, const float* p) { __builtin_memcpy(&v, p, sizeof v); }
-inline void load(Doubles& v, const double* p) { __builtin_memcpy(&v, p, sizeof v); }
-inline void store(float* p, const Floats& v) { __builtin_memcpy(p, &v, sizeof v); }
-
-// Linear interpolation down the columns of a slice at row positions strictly inside it.
-inline void sampleColumns(const float* slice, int nx, int ny, const Ints& columns,
-                          const Floats& position, Floats& value) {
-  const Ints row0 = __builtin_convertvector(position, Ints);
-  // Just below a whole number p + 1 rounds up to the next one, in tall images past the last row.
-  const Ints rounded = __builtin_convertvector(position + 1.0f, Ints);
-  const Ints row1 = rounded < ny ? rounded : Ints{} + (ny - 1);
-  const Floats fraction = position - __builtin_convertvector(row0, Floats);
-  const Ints index0 = row0 * nx + columns, index1 = row1 * nx + columns;
-  Floats value0, value1;
-  for (int l = 0; l < laneCount; ++l) {
-    value0[l] = slice[index0[l]];
-    value1[l] = slice[index1[l]];
+// The elements of rows `row0` and `row1` of a block of columns, where `inside` holds.
+inline void pickRows(const float* block, int nx, int count, const Ints& row0, const Ints& row1,
+                     const Ints& inside, Floats& value0, Floats& value1) {
+  RowRange range0, range1;
+  findRange(row0, inside, range0);
+  findRange(row1, inside, range1);
+  const RowRange range{range0.lowest, range1.highest};
+  value0 = value1 = Floats{};
+  if (!range.isNarrow()) {
+    for (int l = 0; l < count; ++l) {
+      if (inside[l] == 0) continue;
+      value0[l] = block[row0[l] * nx + l];
+      value1[l] = block[row1[l] * nx + l];
+    }
+    return;
   }
+  for (int r = range.lowest; r <= range.highest; ++r) {
+    Floats row;
+    loadSome(row, block + r * nx, count);
+    value0 = row0 == r ? row : value0;
+    value1 = row1 == r ? row : value1;
+  }
+}
+
+// Linear interpolation down a block of columns; not defined where the position is not inside.
+inline void sampleColumns(const float* block, const TrialRow& in, int count, const Floats& position,
+                          const Ints& inside, Floats& value) {
+  const Floats safe = inside ? position : Floats{};
+  const Ints row0 = __builtin_convertvector(safe, Ints);
+  // Just below a whole number p + 1 rounds up to the next one, in tall images past the last row.
+  const Ints rounded = __builtin_convertvector(safe + 1.0f, Ints);
+  const Ints row1 = rounded < in.ny ? rounded : Ints{} + (in.ny - 1);
+  const Floats fraction = safe - __builtin_convertvector(row0, Floats);
+  Floats value0, value1;
+  pickRows(block, in.nx, count, row0, row1, inside, value0, value1);
   value = fraction * value1 + (1.0f - fraction) * value0;
 }
 
-// One block of a row; `x` is its first column. Positions outside are replaced by 0.
-inline void resampleTrialBlock(const TrialRow& in, int x, const Floats& shift, const Ints& columns,
+// One block of `count` columns from x on.
+inline void resampleTrialBlock(const TrialRow& in, int x, int count, const Floats& shift,
                                Ints& inside) {
   const float y = static_cast<float>(in.y);
   const float lastRow = static_cast<float>(in.ny - 1);
@@ -41,9 +53,9 @@ inline void resampleTrialBlock(const TrialRow& in, int x, const Floats& shift, c
     const Ints paInside = (paPosition > 0.0f) & (paPosition < lastRow);
     inside &= apInside & paInside;
     Floats value;
-    sampleColumns(in.apSlice, in.nx, in.ny, columns, apInside ? apPosition : Floats{}, value);
+    sampleColumns(in.apSlice + x, in, count, apPosition, apInside, value);
     store(in.apTrials[i] + x, value);
-    sampleColumns(in.paSlice, in.nx, in.ny, columns, paInside ? paPosition : Floats{}, value);
+    sampleColumns(in.paSlice + x, in, count, paPosition, paInside, value);
     store(in.paTrials[i] + x, value);
   }
 }
@@ -51,14 +63,10 @@ inline void resampleTrialBlock(const TrialRow& in, int x, const Floats& shift, c
 void resampleTrialRow(const TrialRow& in) {
   for (int x = 0; x < in.nx; x += laneCount) {
     const int count = in.nx - x < laneCount ? in.nx - x : laneCount;
-    Floats shift = {};
-    Ints columns = {};
-    for (int l = 0; l < count; ++l) {
-      shift[l] = in.vdm[x + l];
-      columns[l] = x + l;
-    }
+    Floats shift;
+    loadSome(shift, in.vdm + x, count);
     Ints inside = ~Ints{};
-    resampleTrialBlock(in, x, shift, columns, inside);
+    resampleTrialBlock(in, x, count, shift, inside);
     for (int l = 0; l < count; ++l) in.allInside[x + l] = inside[l] != 0;
   }
 }
@@ -105,7 +113,7 @@ struct Choice {
 
 // Eight centres: one vector of doubles on the widest machines, four on the narrowest.
 constexpr int ssdBlock = 8;
-constexpr int ssdVectors = ssdBlock / doubleLanes;
+constexpr int ssdVectors = ssdBlock / halfCount;
 constexpr int ssdAmplitudes = laneCount == 4 ? 2 : 4;
 static_assert(ssdBlock <= trialBlock);
 
@@ -123,7 +131,7 @@ inline void ssdSums(const double* const* rows, const SearchRow& row, int x, doub
 #pragma GCC unroll 8
         for (int v = 0; v < ssdVectors; ++v) {
           Doubles square;
-          load(square, p[i] + dx + v * doubleLanes);
+          load(square, p[i] + dx + v * halfCount);
           sums[i][v] += square;
         }
   }
