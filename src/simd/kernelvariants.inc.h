@@ -11,6 +11,9 @@
 
 // No include guard: one inclusion per kernel source.
 
+// A call in an inner loop would put every vector register aside.
+#define MIREL_INLINE inline __attribute__((always_inline))
+
 #if defined(__x86_64__)
 
 #pragma GCC push_options

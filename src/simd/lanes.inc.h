@@ -55,7 +55,7 @@ struct RowRange {
 
 // The smallest of a vector of ints.
 template <typename Vector>
-inline int smallest(const Vector& v) {
+MIREL_INLINE int smallest(const Vector& v) {
   constexpr int count = sizeof(Vector) / sizeof(int);
   if constexpr (count == 2) {
     return v[0] < v[1] ? v[0] : v[1];
@@ -74,7 +74,7 @@ inline int smallest(const Vector& v) {
 
 // The range of the rows of those lanes for which `counts` holds.
 template <typename Vector>
-inline void findRange(const Vector& row, const Vector& counts, RowRange& range) {
+MIREL_INLINE void findRange(const Vector& row, const Vector& counts, RowRange& range) {
   constexpr int largest = 0x7fffffff;
   range.lowest = smallest<Vector>(counts ? row : Vector{} + largest);
   range.highest = -smallest<Vector>(counts ? -row : Vector{} + largest);

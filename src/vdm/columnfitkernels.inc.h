@@ -27,8 +27,8 @@ struct Samples {
 };
 
 // The rows `row0` and `row0` + 1 of a block of columns, where `touches` holds.
-inline void pickRows(const float* image, const float* derivative, const Ints& row0,
-                     const Ints& touches, Samples& result) {
+MIREL_INLINE void pickRows(const float* image, const float* derivative, const Ints& row0,
+                           const Ints& touches, Samples& result) {
   Samples s = {};
   RowRange range;
   findRange(row0, touches, range);
@@ -61,8 +61,8 @@ inline void pickRows(const float* image, const float* derivative, const Ints& ro
 }
 
 // Values of an image and of its derivative at a position in rows; outside, 0.
-inline void sample(const float* image, const float* derivative, int ny, const Floats& position,
-                   Floats& value, Floats& slope) {
+MIREL_INLINE void sample(const float* image, const float* derivative, int ny,
+                         const Floats& position, Floats& value, Floats& slope) {
   const Ints touches = (position >= -1.0f) & (position < static_cast<float>(ny));
   const Floats safe = touches ? position : Floats{};
   const Ints row0 = __builtin_convertvector(safe + 2.0f, Ints) - 2;
@@ -156,12 +156,13 @@ inline void fitBlock(const ColumnScratch& scratch, int ny, Fit& fit) {
   fit.b = worse ? fit.b - fit.step[1] : fit.b;
 }
 
-// Copies `count` neighbouring columns to rows of laneCount elements.
+// Copies `count` neighbouring columns to rows of laneCount elements, between rows of zeros.
 inline void gatherColumns(const float* slice, int nx, int ny, int count, float* rows) {
-  for (int y = -rowsAbove; y < ny + rowsBelow; ++y)
-    for (int l = 0; l < laneCount; ++l)
-      rows[(y + rowsAbove) * laneCount + l] =
-          y >= 0 && y < ny && l < count ? slice[y * nx + l] : 0.0f;
+  for (int y = -rowsAbove; y < ny + rowsBelow; ++y) {
+    Floats row = {};
+    if (y >= 0 && y < ny) loadSome(row, slice + y * nx, count);
+    store(rows + (y + rowsAbove) * laneCount, row);
+  }
 }
 
 inline void writeBlock(const ColumnFitSlice& slice, int x, int count, const Fit& fit) {

@@ -1,15 +1,15 @@
 // Resampling along y, one column per lane.
 
 // Row r of a block of `count` columns; 0 off the grid.
-inline void gridRow(const float* block, int nx, int ny, int count, int r, Floats& value) {
+MIREL_INLINE void gridRow(const float* block, int nx, int ny, int count, int r, Floats& value) {
   value = Floats{};
   if (r >= 0 && r < ny) loadSome(value, block + r * nx, count);
 }
 
 // The elements of the rows `row0` and `row0` + 1 of a block of columns, where `touches` holds; 0
 // off the grid.
-inline void pickRows(const float* block, int nx, int ny, int count, const Ints& row0,
-                     const Ints& touches, Floats& value0, Floats& value1) {
+MIREL_INLINE void pickRows(const float* block, int nx, int ny, int count, const Ints& row0,
+                           const Ints& touches, Floats& value0, Floats& value1) {
   RowRange range;
   findRange(row0, touches, range);
   value0 = value1 = Floats{};
@@ -78,8 +78,8 @@ struct Taps {
   Doubles q0, q1, q2, q3;
 };
 
-inline void pickTaps(const double* coefficients, const HalfInts& row, const HalfInts& touches,
-                     Taps& result) {
+MIREL_INLINE void pickTaps(const double* coefficients, const HalfInts& row, const HalfInts& touches,
+                           Taps& result) {
   Taps q = {};
   RowRange range;
   findRange(row, touches, range);
@@ -114,8 +114,8 @@ inline void pickTaps(const double* coefficients, const HalfInts& row, const Half
 }
 
 // The spline at one position per lane; 0 at and beyond -2 and ny + 1, and at NaN.
-inline void evaluateSpline(const double* coefficients, int ny, const HalfFloats& position,
-                           HalfFloats& value) {
+MIREL_INLINE void evaluateSpline(const double* coefficients, int ny, const HalfFloats& position,
+                                 HalfFloats& value) {
   const HalfInts touches = (position > -2.0f) & (position < static_cast<float>(ny) + 1.0f);
   const HalfFloats safe = touches ? position : HalfFloats{};
   const HalfInts truncated = __builtin_convertvector(safe, HalfInts);

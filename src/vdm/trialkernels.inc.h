@@ -4,8 +4,8 @@
 // adding 0 to a sum that started at 0 changes no bit of it.
 
 // The elements of rows `row0` and `row1` of a block of columns, where `inside` holds.
-inline void pickRows(const float* block, int nx, int count, const Ints& row0, const Ints& row1,
-                     const Ints& inside, Floats& value0, Floats& value1) {
+MIREL_INLINE void pickRows(const float* block, int nx, int count, const Ints& row0,
+                           const Ints& row1, const Ints& inside, Floats& value0, Floats& value1) {
   RowRange range0, range1;
   findRange(row0, inside, range0);
   findRange(row1, inside, range1);
@@ -28,8 +28,8 @@ inline void pickRows(const float* block, int nx, int count, const Ints& row0, co
 }
 
 // Linear interpolation down a block of columns; not defined where the position is not inside.
-inline void sampleColumns(const float* block, const TrialRow& in, int count, const Floats& position,
-                          const Ints& inside, Floats& value) {
+MIREL_INLINE void sampleColumns(const float* block, const TrialRow& in, int count,
+                                const Floats& position, const Ints& inside, Floats& value) {
   const Floats safe = inside ? position : Floats{};
   const Ints row0 = __builtin_convertvector(safe, Ints);
   // Just below a whole number p + 1 rounds up to the next one, in tall images past the last row.
