@@ -3,16 +3,25 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <cstdlib>
 
 #include "masspreserving/linesolver.h"
 
 namespace {
 
-double bendShare() {
-  static const double v = std::getenv("MP_BEND") ? std::atof(std::getenv("MP_BEND")) : 0.0;
-  return v;
-}
+// Length l of the roughness |grad b|^2 + l^2 |laplacian b|^2. Below it bending counts, which is
+// what a field in homogeneous tissue has none of; above it the gradient, so that the field levels
+// out where nothing is measured.
+constexpr double bendingLengthMm = 10.0;
+
+// Relative to the signal: what rounding and interpolation leave of a pair without any noise.
+constexpr double leastNoise = 1e-4;
+
+// Of the residuals' degrees of freedom, beside those of the field. At coarse resolutions the count
+// of voxels with signal is too small to be taken at its word.
+constexpr double leastShareLeft = 0.2;
+
+// The largest stretch that a step may reach.
+constexpr double largestStretch = 0.98;
 
 // +1 or -1, the same for equal n: an inexpensive hash (finaliser of SplitMix64).
 float signOf(std::uint64_t n) {
@@ -48,23 +57,26 @@ LevelFit::LevelFit(const MassModel<float>& massModel, glm::dvec3 shape, Volume<f
       objective(model, form(statistics.roughnessWeight)),
       gradient(model.edges(), 0.0F),
       direction(model.edges(), 0.0F) {
-  if (known.residualVariance <= 0.0) {
-    objective.value(b);
-    double count = 0.0;
-    known.residualVariance = residualVariance(count);
-  }
+  if (known.noise.variance > 0.0) return;
+  objective.value(b);
+  known.noise = fitNoise(objective.residuals(), objective.slopes(), NoiseTails::normal).noise;
+  known.noise.variance = std::max(known.noise.variance, leastNoise * leastNoise);
 }
 
 Roughness<float> LevelFit::form(double weight) const {
-  const double bend = bendShare();
-  return Roughness<float>(model.edges(), spacing, weight * (1.0 - bend), weight * bend);
+  return Roughness<float>(model.edges(), spacing, weight,
+                          weight * bendingLengthMm * bendingLengthMm);
 }
 
 void LevelFit::updateWeights() {
   model.coverage(b, objective.weight);
-  const float precision =
-      known.residualVariance > 0.0 ? static_cast<float>(1.0 / known.residualVariance) : 0.0F;
-  objective.weight *= precision;
+  objective.weight *= static_cast<float>(1.0 / known.noise.variance);
+  if (std::isfinite(known.noise.nu)) {
+    objective.value(b);
+    for (int i = 0; i < objective.weight.size(); ++i)
+      objective.weight.data()[i] *=
+          static_cast<float>(known.noise.relativeWeight(objective.residuals().data()[i]));
+  }
   objective.setRoughness(form(known.roughnessWeight));
 }
 
@@ -79,8 +91,7 @@ LevelFit::Step LevelFit::step(double tolerance, int maxSolverIterations) {
   const double descent = dot(gradient, direction);
   direction *= -1.0F;
   Step result{before, 0.0, solved.iterations};
-  double t = std::min(1.0, 0.95 * largestAllowed(b, direction, 0.98) + 0.05);
-  t = std::min(t, largestAllowed(b, direction, 0.98));
+  double t = largestAllowed(b, direction, largestStretch);
   Volume<float> candidate(b.dimensions());
   for (int trial = 0; trial < 8 && descent > 0.0; ++trial, t *= 0.5) {
     for (int i = 0; i < b.size(); ++i)
@@ -98,23 +109,6 @@ LevelFit::Step LevelFit::step(double tolerance, int maxSolverIterations) {
   return result;
 }
 
-// Mean of r^2 over voxels weighted with the squared signal, and the number of voxels that counts.
-double LevelFit::residualVariance(double& effectiveCount) const {
-  const Volume<float>&r = objective.residuals(), &s = objective.slopes();
-  double sum = 0.0, weights = 0.0, squares = 0.0;
-  for (int z = 0; z < r.nz(); ++z)
-    for (int j = 0; j < r.ny(); ++j)
-      for (int x = 0; x < r.nx(); ++x) {
-        const double signal = static_cast<double>(s.at(x, j, z)) * s.at(x, j + 1, z);
-        const double w = std::max(signal, 0.0), e = r.at(x, j, z);
-        sum += w * e * e;
-        weights += w;
-        squares += w * w;
-      }
-  effectiveCount = squares > 0.0 ? weights * weights / squares : 0.0;
-  return weights > 0.0 ? sum / weights : 0.0;
-}
-
 // Trace of (H^-1 J'WJ), with one vector of random signs (Hutchinson, Commun. Stat. 18:1059, 1989).
 double LevelFit::traceEstimate() {
   objective.linearise(b, gradient);
@@ -124,16 +118,17 @@ double LevelFit::traceEstimate() {
   const LineSolver<float> lines(objective.roughnessForm(), objective.blockDiagonal(),
                                 objective.blockNext());
   const auto product = [&](const Volume<float>& v, Volume<float>& out) { objective.product(v, out); };
-  conjugateGradients<float>(product, lines, rhs, solution, 0.02, 60);
+  conjugateGradients<float>(product, lines, rhs, solution, 0.05, 40);
   return dot(signs, solution);
 }
 
-void LevelFit::updateStatistics() {
+void LevelFit::updateStatistics(NoiseTails tails) {
   known.degreesOfFreedom = std::max(traceEstimate(), 1.0);
-  double count = 0.0;
-  const double variance = residualVariance(count);
-  const double left = std::max(0.2, 1.0 - known.degreesOfFreedom / std::max(count, 1.0));
-  known.residualVariance = variance / left;
+  const NoiseFit fit = fitNoise(objective.residuals(), objective.slopes(), tails);
+  const double left = std::max(
+      leastShareLeft, 1.0 - known.degreesOfFreedom / std::max(fit.effectiveCount, 1.0));
+  known.noise = fit.noise;
+  known.noise.variance = std::max(known.noise.variance / left, leastNoise * leastNoise);
   Volume<float> rough(b.dimensions(), 0.0F), scratch(b.dimensions(), 0.0F);
   form(1.0).apply(b, rough, scratch);
   const double roughness = dot(b, rough);

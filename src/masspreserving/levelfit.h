@@ -2,11 +2,12 @@
 
 #include "containers/volume.h"
 #include "masspreserving/massmodel.h"
+#include "masspreserving/noise.h"
 #include "masspreserving/objective.h"
 
 /// What the estimate of noise and smoothness knows (see docs/mass-preserving.md).
 struct FitStatistics {
-  double residualVariance = 0.0;  ///< of r, in squared intensity
+  ResidualNoise noise;            ///< of r, in intensities
   double roughnessWeight = 0.0;   ///< prior precision alpha of the unit roughness form
   double degreesOfFreedom = 0.0;  ///< gamma: parameters that the data determine
 };
@@ -25,8 +26,8 @@ class LevelFit {
   /// One Gauss-Newton step with a line search that keeps every |stretch| below 1.
   Step step(double tolerance, int maxSolverIterations);
 
-  /// Variance and weight from the current b. Call after `step`.
-  void updateStatistics();
+  /// Noise and weight from the current b. Call after `step`.
+  void updateStatistics(NoiseTails tails);
 
   const Volume<float>& displacement() const { return b; }
   const FitStatistics& statistics() const { return known; }
@@ -34,7 +35,6 @@ class LevelFit {
  private:
   Roughness<float> form(double weight) const;
   void updateWeights();
-  double residualVariance(double& effectiveCount) const;
   double traceEstimate();
 
   const MassModel<float>& model;

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <glm/vec3.hpp>
+#include <limits>
 
 #include "containers/volume.h"
 
@@ -22,6 +23,7 @@ struct MassPreservingProgress {
   int iteration;           ///< within the level, from 0
   double energy;           ///< in units of the noise
   double noiseSigma;       ///< per voxel of this level and image, as a fraction of the signal
+  double noiseTails;       ///< nu of Student's t; infinite: normal
   double roughnessWeight;  ///< prior precision of the field's roughness
   double degreesOfFreedom; ///< of the field that the data determine
   double largestStep;      ///< of this iteration in voxels of the level
@@ -36,6 +38,8 @@ struct MassPreservingResult {
   /// Standard deviation per voxel and image that the fit leaves, in the units of sqrt(I1 I2)
   /// (geometric mean of the two images' scales): noise and what the model does not explain.
   double noiseSigma = 0.0;
+  /// nu of the Student's t distribution whose scale that is; infinite: normal, no outliers.
+  double noiseTails = std::numeric_limits<double>::infinity();
   /// Prior precision that was chosen for the field's roughness, and the number of parameters of
   /// the field that the data determined against it.
   double roughnessWeight = 0.0;
