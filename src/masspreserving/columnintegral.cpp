@@ -4,7 +4,7 @@
 #include <cmath>
 
 template <typename Real>
-ColumnIntegral<Real>::ColumnIntegral(const Volume<float>& image, double scale)
+ColumnIntegral<Real>::ColumnIntegral(const Volume<float>& image)
     : nx(image.nx()),
       ny(image.ny()),
       nz(image.nz()),
@@ -13,7 +13,7 @@ ColumnIntegral<Real>::ColumnIntegral(const Volume<float>& image, double scale)
   if (image.size() == 0) return;
   const auto value = [&](int x, int y, int z) {
     const double v = static_cast<double>(image.at(x, std::clamp(y, 0, ny - 1), z));
-    return std::isfinite(v) ? scale * v : 0.0;
+    return std::isfinite(v) ? v : 0.0;
   };
   for (int z = 0; z < nz; ++z)
     for (int x = 0; x < nx; ++x) {

@@ -18,8 +18,8 @@
 template <typename Real>
 class ColumnIntegral {
  public:
-  /// Of `scale` times the image. Values that are not finite count as 0.
-  ColumnIntegral(const Volume<float>& image, double scale);
+  /// Values that are not finite count as 0.
+  explicit ColumnIntegral(const Volume<float>& image);
 
   glm::ivec3 dimensions() const { return {nx, ny, nz}; }
 

@@ -6,11 +6,10 @@
 #include <vector>
 
 template <typename Real>
-MassModel<Real>::MassModel(const Volume<float>& first, const Volume<float>& second,
-                           double firstScale, double secondScale)
+MassModel<Real>::MassModel(const Volume<float>& first, const Volume<float>& second)
     : size(first.dimensions()),
-      firstIntegral(first, firstScale),
-      secondIntegral(second, secondScale) {
+      firstIntegral(first),
+      secondIntegral(second) {
   if (second.dimensions() != size)
     throw std::invalid_argument("the two images of a pair have different sizes");
 }

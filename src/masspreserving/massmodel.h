@@ -17,9 +17,8 @@
 template <typename Real>
 class MassModel {
  public:
-  /// Images of equal size, each multiplied by its scale.
-  MassModel(const Volume<float>& first, const Volume<float>& second, double firstScale,
-            double secondScale);
+  /// Errors  std::invalid_argument if the images' sizes differ.
+  MassModel(const Volume<float>& first, const Volume<float>& second);
 
   glm::ivec3 voxels() const { return size; }
   glm::ivec3 edges() const { return {size.x, size.y + 1, size.z}; }

@@ -18,11 +18,10 @@ constexpr double smallestStep = 0.01;  // in voxels; steps below it end a resolu
 constexpr double solverTolerance = 0.05;
 constexpr int mostSolverIterations = 60;
 
-// Of the positive values.
-double sumOf(const Volume<float>& image) {
+double columnTotal(const Volume<float>& image, int x, int z) {
   double sum = 0.0;
-  for (int i = 0; i < image.size(); ++i)
-    if (std::isfinite(image.data()[i])) sum += std::max(0.0F, image.data()[i]);
+  for (int y = 0; y < image.ny(); ++y)
+    if (std::isfinite(image.at(x, y, z))) sum += static_cast<double>(image.at(x, y, z));
   return sum;
 }
 
@@ -50,15 +49,16 @@ double weightedMedian(std::vector<std::pair<double, double>>& values) {
   return 0.0;
 }
 
-// Log of the ratio of the corrected images: median over the voxels, weighted with the signal.
-double logRatio(const MassModel<float>& model, const Volume<float>& b) {
-  Volume<float> t1(model.voxels(), 0.0F), t2(model.voxels(), 0.0F);
-  model.correct(b, t1, t2);
+// Log of the ratio of the images' signal: distortion along y leaves a column's total as it is, so
+// the median over the columns, weighted with their signal, needs no displacement.
+double logRatio(const Volume<float>& first, const Volume<float>& second) {
   std::vector<std::pair<double, double>> ratios;
-  for (int i = 0; i < t1.size(); ++i) {
-    const double a = t1.data()[i], c = t2.data()[i];
-    if (a > 0.0 && c > 0.0) ratios.emplace_back(std::log(a / c), a * c);
-  }
+  for (int z = 0; z < first.nz(); ++z)
+    for (int x = 0; x < first.nx(); ++x) {
+      const double total1 = columnTotal(first, x, z), total2 = columnTotal(second, x, z);
+      if (total1 > 0.0 && total2 > 0.0)
+        ratios.emplace_back(std::log(total1 / total2), std::sqrt(total1) * std::sqrt(total2));
+    }
   return weightedMedian(ratios);
 }
 
@@ -67,6 +67,16 @@ double logRatio(const MassModel<float>& model, const Volume<float>& b) {
 double firstRoughnessWeight(glm::dvec3 spacingMm) {
   const double y = spacingMm.y * spacingMm.y;
   return 30.0 * y / (1.0 + 100.0 / y);
+}
+
+// Values that are not finite become 0.
+Volume<float> scaled(const Volume<float>& image, double factor) {
+  Volume<float> result(image.dimensions());
+  for (int i = 0; i < image.size(); ++i) {
+    const double v = image.data()[i];
+    result.data()[i] = static_cast<float>(std::isfinite(v) ? factor * v : 0.0);
+  }
+  return result;
 }
 
 using Images = std::pair<Volume<float>, Volume<float>>;
@@ -81,17 +91,12 @@ class Estimation {
                            const glm::dvec3& voxelMm);
 
  private:
-  MassModel<float> model(const Images& pair) const {
-    return {pair.first, pair.second, std::exp(-0.5 * logScale) / signal,
-            std::exp(0.5 * logScale) / signal};
-  }
   void fitLevel(int level, const Images& pair);
   void report(int level, int iteration, const LevelFit::Step& step, const FitStatistics& now);
 
   const MassPreservingOptions& options;
   const std::function<bool(const MassPreservingProgress&)>& progress;
   std::vector<PyramidLevel> levels;
-  double logScale = 0.0, signal = 1.0;
   Volume<float> b;
   FitStatistics statistics;
   MassPreservingResult result;
@@ -121,9 +126,8 @@ void Estimation::fitLevel(int level, const Images& pair) {
     // Twice the voxels per displacement, in the square.
     statistics.roughnessWeight /= halved.y * halved.y;
   }
-  if (options.estimateScale) logScale += logRatio(model(pair), b);
-  const MassModel<float> scaled = model(pair);
-  LevelFit fit(scaled, spacing, std::move(b), statistics);
+  const MassModel<float> model(pair.first, pair.second);
+  LevelFit fit(model, spacing, std::move(b), statistics);
   // Outliers are told apart at the finest resolution only: before, what is not yet explained is
   // not an outlier.
   const NoiseTails tails = level == 0 ? NoiseTails::student : NoiseTails::normal;
@@ -141,13 +145,16 @@ void Estimation::fitLevel(int level, const Images& pair) {
 MassPreservingResult Estimation::run(const Volume<float>& first, const Volume<float>& second,
                                      const glm::dvec3& voxelMm) {
   result.shiftVoxels = Volume<float>(first.dimensions(), 0.0F);
-  const double sum1 = sumOf(first), sum2 = sumOf(second);
-  if (!(sum1 > 0.0) || !(sum2 > 0.0)) return std::move(result);
-  if (options.estimateScale) logScale = std::log(sum1 / sum2);
-  signal = std::sqrt(reference(first)) * std::sqrt(reference(second));
+  const double signal1 = reference(first), signal2 = reference(second);
+  if (!(signal1 > 0.0) || !(signal2 > 0.0)) return std::move(result);
+  const double logScale = options.estimateScale ? logRatio(first, second) : 0.0;
+  const double signal = std::sqrt(signal1) * std::sqrt(signal2);
 
   levels = makePyramid(first.dimensions(), voxelMm, fewestVoxels);
-  std::vector<Images> images{{first, second}};
+  // Half of the scale goes to each, so that exchanging the images changes nothing but signs.
+  std::vector<Images> images;
+  images.emplace_back(scaled(first, std::exp(-0.5 * logScale) / signal),
+                      scaled(second, std::exp(0.5 * logScale) / signal));
   for (std::size_t l = 1; l < levels.size(); ++l)
     images.emplace_back(coarsen(images[l - 1].first, levels[l].halved),
                         coarsen(images[l - 1].second, levels[l].halved));
