@@ -12,7 +12,7 @@ struct MassPreservingOptions {
   /// Estimate the intensity scale between the images; otherwise they are taken as they are.
   bool estimateScale = true;
   /// Gauss-Newton steps per resolution at most.
-  int coarseIterations = 8;
+  int coarseIterations = 16;
   int finestIterations = 4;
 };
 
