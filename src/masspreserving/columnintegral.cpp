@@ -23,8 +23,8 @@ ColumnIntegral<Real>::ColumnIntegral(const Volume<float>& image)
         const double below = value(x, k - 1, z), above = value(x, k, z);
         const double fourth =
             (7.0 * (below + above) - value(x, k - 2, z) - value(x, k + 1, z)) / 12.0;
-        edgeDensity.at(x, k, z) = static_cast<Real>(
-            std::clamp(fourth, std::min(below, above), std::max(below, above)));
+        edgeDensity.at(x, k, z) =
+            static_cast<Real>(std::clamp(fourth, std::min(below, above), std::max(below, above)));
         if (k < ny) sum += above;
       }
     }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <utility>
 
 #include "masspreserving/linesolver.h"
 
@@ -85,7 +86,9 @@ LevelFit::Step LevelFit::step(double tolerance, int maxSolverIterations) {
   const double before = objective.linearise(b, gradient);
   const LineSolver<float> lines(objective.roughnessForm(), objective.blockDiagonal(),
                                 objective.blockNext());
-  const auto product = [&](const Volume<float>& v, Volume<float>& out) { objective.product(v, out); };
+  const auto product = [&](const Volume<float>& v, Volume<float>& out) {
+    objective.product(v, out);
+  };
   const SolveResult solved = conjugateGradients<float>(product, lines, gradient, direction,
                                                        tolerance, maxSolverIterations);
   const double descent = dot(gradient, direction);
@@ -100,8 +103,8 @@ LevelFit::Step LevelFit::step(double tolerance, int maxSolverIterations) {
     if (!(after <= before - 1e-4 * t * descent)) continue;
     result.energy = after;
     for (int i = 0; i < b.size(); ++i)
-      result.largestStep = std::max(
-          result.largestStep, std::abs(t * static_cast<double>(direction.data()[i])));
+      result.largestStep =
+          std::max(result.largestStep, std::abs(t * static_cast<double>(direction.data()[i])));
     std::swap(b, candidate);
     return result;
   }
@@ -117,7 +120,9 @@ double LevelFit::traceEstimate() {
   objective.dataProduct(signs, rhs);
   const LineSolver<float> lines(objective.roughnessForm(), objective.blockDiagonal(),
                                 objective.blockNext());
-  const auto product = [&](const Volume<float>& v, Volume<float>& out) { objective.product(v, out); };
+  const auto product = [&](const Volume<float>& v, Volume<float>& out) {
+    objective.product(v, out);
+  };
   conjugateGradients<float>(product, lines, rhs, solution, 0.05, 40);
   return dot(signs, solution);
 }
@@ -125,8 +130,8 @@ double LevelFit::traceEstimate() {
 void LevelFit::updateStatistics(NoiseTails tails) {
   known.degreesOfFreedom = std::max(traceEstimate(), 1.0);
   const NoiseFit fit = fitNoise(objective.residuals(), objective.slopes(), tails);
-  const double left = std::max(
-      leastShareLeft, 1.0 - known.degreesOfFreedom / std::max(fit.effectiveCount, 1.0));
+  const double left =
+      std::max(leastShareLeft, 1.0 - known.degreesOfFreedom / std::max(fit.effectiveCount, 1.0));
   known.noise = fit.noise;
   known.noise.variance = std::max(known.noise.variance / left, leastNoise * leastNoise);
   Volume<float> rough(b.dimensions(), 0.0F), scratch(b.dimensions(), 0.0F);

@@ -7,9 +7,7 @@
 
 template <typename Real>
 MassModel<Real>::MassModel(const Volume<float>& first, const Volume<float>& second)
-    : size(first.dimensions()),
-      firstIntegral(first),
-      secondIntegral(second) {
+    : size(first.dimensions()), firstIntegral(first), secondIntegral(second) {
   if (second.dimensions() != size)
     throw std::invalid_argument("the two images of a pair have different sizes");
 }

@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr int fewestVoxels = 12;  // along an axis of the coarsest resolution
+constexpr int fewestVoxels = 12;       // along an axis of the coarsest resolution
 constexpr double smallestStep = 0.01;  // in voxels; steps below it end a resolution
 constexpr double solverTolerance = 0.05;
 constexpr int mostSolverIterations = 60;
@@ -106,10 +106,9 @@ void Estimation::report(int level, int iteration, const LevelFit::Step& step,
                         const FitStatistics& now) {
   ++result.iterations;
   result.solverIterations += step.solverIterations;
-  if (progress &&
-      !progress({level, static_cast<int>(levels.size()), iteration, step.energy,
-                 std::sqrt(0.5 * now.noise.variance), now.noise.nu, now.roughnessWeight,
-                 now.degreesOfFreedom, step.largestStep, step.solverIterations}))
+  if (progress && !progress({level, static_cast<int>(levels.size()), iteration, step.energy,
+                             std::sqrt(0.5 * now.noise.variance), now.noise.nu, now.roughnessWeight,
+                             now.degreesOfFreedom, step.largestStep, step.solverIterations}))
     throw MassPreservingCancelled();
 }
 

@@ -18,15 +18,15 @@ struct MassPreservingOptions {
 
 /// State after a Gauss-Newton step.
 struct MassPreservingProgress {
-  int level;               ///< resolution, levels - 1 (coarsest) to 0 (the images' own)
+  int level;  ///< resolution, levels - 1 (coarsest) to 0 (the images' own)
   int levels;
-  int iteration;           ///< within the level, from 0
-  double energy;           ///< in units of the noise
-  double noiseSigma;       ///< per voxel of this level and image, as a fraction of the signal
-  double noiseTails;       ///< nu of Student's t; infinite: normal
-  double roughnessWeight;  ///< prior precision of the field's roughness
-  double degreesOfFreedom; ///< of the field that the data determine
-  double largestStep;      ///< of this iteration in voxels of the level
+  int iteration;            ///< within the level, from 0
+  double energy;            ///< in units of the noise
+  double noiseSigma;        ///< per voxel of this level and image, as a fraction of the signal
+  double noiseTails;        ///< nu of Student's t; infinite: normal
+  double roughnessWeight;   ///< prior precision of the field's roughness
+  double degreesOfFreedom;  ///< of the field that the data determine
+  double largestStep;       ///< of this iteration in voxels of the level
   int solverIterations;
 };
 
@@ -44,8 +44,8 @@ struct MassPreservingResult {
   /// the field that the data determined against it.
   double roughnessWeight = 0.0;
   double degreesOfFreedom = 0.0;
-  int iterations = 0;         ///< Gauss-Newton steps, all resolutions
-  int solverIterations = 0;   ///< of the linear solver in them
+  int iterations = 0;        ///< Gauss-Newton steps, all resolutions
+  int solverIterations = 0;  ///< of the linear solver in them
 };
 
 /// Estimates the displacement between an image pair whose phase encoding runs in opposite

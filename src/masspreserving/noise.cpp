@@ -42,8 +42,8 @@ double logLikelihood(const Bins& bins, double nu, double v) {
   double sum = bins.total * constant;
   for (std::size_t k = 0; k < bins.weight.size(); ++k)
     if (bins.weight[k] > 0.0)
-      sum -= 0.5 * (nu + 1.0) * bins.weight[k] *
-             std::log1p(bins.sum[k] / bins.weight[k] / (nu * v));
+      sum -=
+          0.5 * (nu + 1.0) * bins.weight[k] * std::log1p(bins.sum[k] / bins.weight[k] / (nu * v));
   return sum;
 }
 
@@ -60,7 +60,8 @@ NoiseFit fitNoise(const Volume<Real>& r, const Volume<Real>& s, NoiseTails tails
       for (int x = 0; x < r.nx(); ++x) {
         const double w = std::max(static_cast<double>(s.at(x, j, z)) * s.at(x, j + 1, z), 0.0);
         const double square = static_cast<double>(r.at(x, j, z)) * r.at(x, j, z);
-        const std::size_t bin = std::bit_cast<std::uint32_t>(static_cast<float>(square)) >> binShift;
+        const std::size_t bin =
+            std::bit_cast<std::uint32_t>(static_cast<float>(square)) >> binShift;
         bins.weight[bin] += w;
         bins.sum[bin] += w * square;
         bins.total += w;

@@ -125,7 +125,8 @@ double dot(const Volume<Real>& a, const Volume<Real>& b) {
     for (; x + 8 <= nx; x += 8)
       for (int k = 0; k < 8; ++k) sums[k] += static_cast<double>(p[x + k]) * q[x + k];
     for (; x < nx; ++x) sums[0] += static_cast<double>(p[x]) * q[x];
-    total += ((sums[0] + sums[4]) + (sums[2] + sums[6])) + ((sums[1] + sums[5]) + (sums[3] + sums[7]));
+    total +=
+        ((sums[0] + sums[4]) + (sums[2] + sums[6])) + ((sums[1] + sums[5]) + (sums[3] + sums[7]));
   }
   return total;
 }

@@ -9,8 +9,8 @@ std::vector<PyramidLevel> makePyramid(glm::ivec3 voxels, glm::dvec3 voxelMm, int
     PyramidLevel level = levels.back();
     const double shortest = std::min({level.voxelMm.x, level.voxelMm.y, level.voxelMm.z});
     for (int axis = 0; axis < 3; ++axis) {
-      const bool halve = level.voxels[axis] >= 2 * fewestVoxels &&
-                         level.voxelMm[axis] <= 1.5 * shortest;
+      const bool halve =
+          level.voxels[axis] >= 2 * fewestVoxels && level.voxelMm[axis] <= 1.5 * shortest;
       level.halved[axis] = halve ? 2 : 1;
       level.voxels[axis] = (level.voxels[axis] + level.halved[axis] - 1) / level.halved[axis];
       level.factor[axis] *= level.halved[axis];

@@ -8,9 +8,9 @@
 /// Grids of an estimate from fine to coarse.
 struct PyramidLevel {
   glm::ivec3 voxels;
-  glm::ivec3 factor;   ///< voxels of the original grid per voxel, along each axis
+  glm::ivec3 factor;  ///< voxels of the original grid per voxel, along each axis
   glm::dvec3 voxelMm;
-  glm::ivec3 halved;   ///< 2 along the axes halved with respect to the next finer level, else 1
+  glm::ivec3 halved;  ///< 2 along the axes halved with respect to the next finer level, else 1
 };
 
 /// The original grid and then coarser ones. Each halves the axes along which the voxels are not

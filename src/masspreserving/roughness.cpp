@@ -36,8 +36,7 @@ void Roughness<Real>::laplacian(const Volume<Real>& b, Volume<Real>& out) const 
 }
 
 template <typename Real>
-void Roughness<Real>::apply(const Volume<Real>& b, Volume<Real>& out,
-                            Volume<Real>& scratch) const {
+void Roughness<Real>::apply(const Volume<Real>& b, Volume<Real>& out, Volume<Real>& scratch) const {
   const int n = b.size();
   const Real g = static_cast<Real>(gradient), c = static_cast<Real>(bending);
   if (bending == 0.0) {
@@ -61,8 +60,8 @@ typename Roughness<Real>::BandRow Roughness<Real>::bandRow(int j) const {
   const double below = j > 0 ? -inverseY : 0.0, above = hasNext ? -inverseY : 0.0;
   // Diagonals of the lateral part and of its square, inside the grid.
   const double lateral = 2.0 * (inverseX + inverseZ);
-  const double lateralSquared = 6.0 * (inverseX * inverseX + inverseZ * inverseZ) +
-                                8.0 * inverseX * inverseZ;
+  const double lateralSquared =
+      6.0 * (inverseX * inverseX + inverseZ * inverseZ) + 8.0 * inverseX * inverseZ;
   BandRow row{};
   row.diagonal = gradient * (diagonal(j) + lateral) +
                  bending * (diagonal(j) * diagonal(j) + below * below + above * above +

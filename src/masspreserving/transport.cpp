@@ -85,8 +85,9 @@ Volume<Real> transportStart(const Volume<float>& first, const Volume<float>& sec
       }
       double total1 = 0.0, total2 = 0.0;
       const std::vector<double> q1 = nonNegative(p1, total1), q2 = nonNegative(p2, total2);
-      const double likeness =
-          std::max(total1, total2) > 0.0 ? std::min(total1, total2) / std::max(total1, total2) : 0.0;
+      const double likeness = std::max(total1, total2) > 0.0
+                                  ? std::min(total1, total2) / std::max(total1, total2)
+                                  : 0.0;
       const std::vector<double> b = transportColumn(p1, p2);
       const auto at = [](const std::vector<double>& profile, double edge) {
         const double k = std::clamp(edge, 0.0, static_cast<double>(profile.size()) - 0.5);

@@ -32,7 +32,8 @@ TEST(ColumnIntegral, densityIsTheDerivativeOfTheIntegral) {
   const ColumnIntegral<double> integral(testdata::noise<float>({2, 9, 1}, 5.0, 2));
   const double h = 1e-5;
   for (double p = 0.03; p < 9.0; p += 0.11) {
-    const double slope = (sample(integral, p + h).integral - sample(integral, p - h).integral) / (2 * h);
+    const double slope =
+        (sample(integral, p + h).integral - sample(integral, p - h).integral) / (2 * h);
     EXPECT_NEAR(sample(integral, p).density, slope, 1e-6) << "at " << p;
   }
 }

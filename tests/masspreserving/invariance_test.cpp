@@ -37,8 +37,10 @@ TEST(MassPreservingInvariance, scaledImagesLeaveTheMap) {
 }
 
 TEST(MassPreservingInvariance, shiftedGridShiftsTheMap) {
-  const auto still = testdata::makePair({28, 44, 20}, 2.0), moved = testdata::makePair({28, 44, 20}, 2.0, 3);
-  const Volume<float> b = estimate(still.first, still.second), c = estimate(moved.first, moved.second);
+  const auto still = testdata::makePair({28, 44, 20}, 2.0),
+             moved = testdata::makePair({28, 44, 20}, 2.0, 3);
+  const Volume<float> b = estimate(still.first, still.second),
+                      c = estimate(moved.first, moved.second);
   Volume<float> back(b.dimensions(), 0.0F);
   for (int z = 0; z < b.nz(); ++z)
     for (int y = 0; y + 3 < b.ny(); ++y)
@@ -61,7 +63,8 @@ TEST(MassPreservingInvariance, mirroredImagesMirrorTheMap) {
   };
   const Volume<float> b = estimate(pair.first, pair.second);
   for (int axis = 0; axis < 3; ++axis) {
-    Volume<float> c = mirrored(estimate(mirrored(pair.first, axis), mirrored(pair.second, axis)), axis);
+    Volume<float> c =
+        mirrored(estimate(mirrored(pair.first, axis), mirrored(pair.second, axis)), axis);
     if (axis == 1) c = -c;
     EXPECT_LT(testdata::rmsWhere(c, b, pair.first, 300.0F), 0.01) << "axis " << axis;
   }
@@ -77,8 +80,8 @@ TEST(MassPreservingInvariance, exchangedXAndZExchangeInTheMap) {
     return result;
   };
   const Volume<float> b = estimate(pair.first, pair.second);
-  const Volume<float> c = exchanged(estimate(exchanged(pair.first), exchanged(pair.second),
-                                             {voxelMm.z, voxelMm.y, voxelMm.x}));
+  const Volume<float> c = exchanged(
+      estimate(exchanged(pair.first), exchanged(pair.second), {voxelMm.z, voxelMm.y, voxelMm.x}));
   EXPECT_LT(testdata::rmsWhere(c, b, pair.first, 300.0F), 0.01);
 }
 

@@ -20,7 +20,8 @@ struct System {
         diagonal(testdata::noise<double>(n, 1.0, 1)),
         next(testdata::noise<double>(n, 0.4, 2)),
         scratch(n, 0.0) {
-    for (int i = 0; i < diagonal.size(); ++i) diagonal.data()[i] = 2.0 + std::abs(diagonal.data()[i]);
+    for (int i = 0; i < diagonal.size(); ++i)
+      diagonal.data()[i] = 2.0 + std::abs(diagonal.data()[i]);
     for (int z = 0; z < n.z; ++z)
       for (int x = 0; x < n.x; ++x) next.at(x, n.y - 1, z) = 0.0;
   }
@@ -53,7 +54,9 @@ TEST(ConjugateGradients, reachTheSolution) {
   Volume<double> rhs(system.size, 0.0), x;
   system.product(wanted, rhs);
   const LineSolver<double> lines(system.roughness, system.diagonal, system.next);
-  const auto product = [&](const Volume<double>& v, Volume<double>& out) { system.product(v, out); };
+  const auto product = [&](const Volume<double>& v, Volume<double>& out) {
+    system.product(v, out);
+  };
   const SolveResult result = conjugateGradients<double>(product, lines, rhs, x, 1e-10, 200);
   EXPECT_LE(result.relativeResidual, 1e-10);
   EXPECT_LT(result.iterations, 60);
@@ -64,7 +67,9 @@ TEST(ConjugateGradients, returnZeroForAZeroRightHandSide) {
   System system({3, 3, 3});
   Volume<double> x;
   const LineSolver<double> lines(system.roughness, system.diagonal, system.next);
-  const auto product = [&](const Volume<double>& v, Volume<double>& out) { system.product(v, out); };
+  const auto product = [&](const Volume<double>& v, Volume<double>& out) {
+    system.product(v, out);
+  };
   const SolveResult result =
       conjugateGradients<double>(product, lines, Volume<double>(system.size, 0.0), x, 1e-3, 10);
   EXPECT_EQ(result.iterations, 0);

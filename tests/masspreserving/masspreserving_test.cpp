@@ -37,6 +37,15 @@ TEST(MassPreserving, takesAnySize) {
   }
 }
 
+TEST(MassPreserving, takesAnyVoxelSize) {
+  const testdata::Pair pair = testdata::makePair({16, 26, 14}, 1.0);
+  for (const glm::dvec3 mm : {glm::dvec3(0.01), glm::dvec3(200.0), glm::dvec3(0.2, 5.0, 30.0)}) {
+    const auto result = estimateMassPreserving(pair.first, pair.second, mm);
+    EXPECT_TRUE(isFinite(result.shiftVoxels));
+    EXPECT_LT(testdata::largestStep(result.shiftVoxels), 1.0);
+  }
+}
+
 TEST(MassPreserving, ofEmptyConstantOrEqualImagesIsZero) {
   const Volume<float> zero(16, 18, 8, 0.0F), constant(16, 18, 8, 7.0F);
   const testdata::Pair pair = testdata::makePair({16, 18, 8}, 1.0);
@@ -78,8 +87,7 @@ TEST(MassPreserving, estimatesTheScaleBetweenTheImages) {
   EXPECT_NEAR(result.scale, 0.8, 0.004);
   MassPreservingOptions options;
   options.estimateScale = false;
-  EXPECT_EQ(
-      estimateMassPreserving(pair.first, pair.second, glm::dvec3(2.0), options).scale, 1.0);
+  EXPECT_EQ(estimateMassPreserving(pair.first, pair.second, glm::dvec3(2.0), options).scale, 1.0);
 }
 
 TEST(MassPreserving, refusesImagesOfDifferentSizeAndImpossibleVoxels) {
@@ -92,14 +100,14 @@ TEST(MassPreserving, refusesImagesOfDifferentSizeAndImpossibleVoxels) {
 TEST(MassPreserving, reportsEachStepAndStopsWhenTold) {
   const testdata::Pair pair = testdata::makePair({28, 36, 20}, 2.0);
   int calls = 0, lastLevel = 100;
-  const auto result = estimateMassPreserving(
-      pair.first, pair.second, glm::dvec3(2.0), {}, [&](const MassPreservingProgress& p) {
-        ++calls;
-        EXPECT_LE(p.level, lastLevel);
-        EXPECT_LT(p.level, p.levels);
-        lastLevel = p.level;
-        return true;
-      });
+  const auto result = estimateMassPreserving(pair.first, pair.second, glm::dvec3(2.0), {},
+                                             [&](const MassPreservingProgress& p) {
+                                               ++calls;
+                                               EXPECT_LE(p.level, lastLevel);
+                                               EXPECT_LT(p.level, p.levels);
+                                               lastLevel = p.level;
+                                               return true;
+                                             });
   EXPECT_EQ(calls, result.iterations);
   EXPECT_EQ(lastLevel, 0);
   EXPECT_THROW(estimateMassPreserving(pair.first, pair.second, glm::dvec3(2.0), {},

@@ -50,9 +50,9 @@ TEST(FitNoise, countsResidualsOnlyWhereThereIsSignal) {
 TEST(FitNoise, withoutSignalOrResidualsIsZero) {
   const Volume<float> none(size, 0.0F), nowhere(40, 31, 20, 0.0F);
   EXPECT_EQ(fitNoise(none, signal, NoiseTails::student).noise.variance, 0.0);
-  EXPECT_EQ(fitNoise(testdata::noise<float>(size, 1.0, 1), nowhere, NoiseTails::student)
-                .noise.variance,
-            0.0);
+  EXPECT_EQ(
+      fitNoise(testdata::noise<float>(size, 1.0, 1), nowhere, NoiseTails::student).noise.variance,
+      0.0);
 }
 
 TEST(ResidualNoise, weighsOutliersDownOnlyWithTails) {

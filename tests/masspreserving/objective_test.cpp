@@ -82,8 +82,7 @@ TEST(Objective, dataProductIsThatOfTheResidualsJacobian) {
     return (above - below) / (2 * h);
   };
   const Volume<double> ju = change(u), jv = change(v);
-  EXPECT_NEAR(dot(u, product), dot(ju, c.objective.weight * jv),
-              1e-6 * std::abs(dot(u, product)));
+  EXPECT_NEAR(dot(u, product), dot(ju, c.objective.weight * jv), 1e-6 * std::abs(dot(u, product)));
 }
 
 TEST(Objective, productAddsBarrierAndRoughnessExactly) {
@@ -98,8 +97,7 @@ TEST(Objective, productAddsBarrierAndRoughnessExactly) {
   c.objective.linearise(b + v * h, above);
   c.objective.linearise(b - v * h, below);
   for (int i = 0; i < b.size(); ++i)
-    EXPECT_NEAR(product.data()[i] - data.data()[i],
-                (above.data()[i] - below.data()[i]) / (2 * h),
+    EXPECT_NEAR(product.data()[i] - data.data()[i], (above.data()[i] - below.data()[i]) / (2 * h),
                 1e-6 * (1.0 + std::abs(product.data()[i])));
 }
 

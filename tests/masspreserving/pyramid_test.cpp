@@ -64,7 +64,8 @@ TEST(EdgesToVoxels, reproducesCubicsInside) {
 TEST(EdgesToVoxels, neverStepsFurtherThanTheEdges) {
   // Steps of -0.97, 0.97, -0.97: the cubic interpolation would overshoot.
   Volume<double> edges(1, 12, 1, 0.0);
-  for (int j = 0; j < 12; ++j) edges.at(0, j, 0) = (j / 3) % 2 == 0 ? 0.97 * (j % 3) : 0.97 * (3 - j % 3);
+  for (int j = 0; j < 12; ++j)
+    edges.at(0, j, 0) = (j / 3) % 2 == 0 ? 0.97 * (j % 3) : 0.97 * (3 - j % 3);
   const Volume<float> voxels = edgesToVoxels(edges, 0.98);
   EXPECT_LT(testdata::largestStep(voxels), 0.98);
 }

@@ -44,7 +44,8 @@ struct Pair {
 inline Pair makePair(glm::ivec3 size, double peak, int offset = 0) {
   constexpr int cells = 3;
   const auto unit = [&](double x, double y, double z) {
-    return (glm::dvec3(x, y - offset, z) - 0.5 * (glm::dvec3(size) - 1.0)) / (0.5 * glm::dvec3(size));
+    return (glm::dvec3(x, y - offset, z) - 0.5 * (glm::dvec3(size) - 1.0)) /
+           (0.5 * glm::dvec3(size));
   };
   Volume<float> density(size.x * cells, size.y * cells, size.z), shift(size);
   for (int z = 0; z < size.z; ++z) {

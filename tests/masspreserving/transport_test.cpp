@@ -10,7 +10,9 @@ namespace {
 
 std::vector<double> gaussian(int n, double centre, double sigma) {
   std::vector<double> profile;
-  const auto below = [&](double p) { return 0.5 * std::erf((p - centre) / (sigma * std::sqrt(2.0))); };
+  const auto below = [&](double p) {
+    return 0.5 * std::erf((p - centre) / (sigma * std::sqrt(2.0)));
+  };
   for (int k = 0; k < n; ++k) profile.push_back(1000.0 * (below(k + 1.0) - below(k)));
   return profile;
 }
