@@ -171,10 +171,13 @@ void addEstimateOptions(CLI::App* command, Options& options) {
   correct::EstimateSettings& estimate = options.job.estimate;
   command
       ->add_option("--estimator", estimate.estimator,
-                   "Method of the estimate (default: search, the estimate of 'mirel estimate')")
+                   "Method of the estimate (default: search, the estimate of 'mirel estimate');\n"
+                   "mass-preserving conserves signal that piles up: use it with --modulate")
       ->type_name("NAME")
       ->transform(CLI::CheckedTransformer(
-          std::map<std::string, correct::Estimator>{{"search", correct::Estimator::search}}));
+          std::map<std::string, correct::Estimator>{
+              {"search", correct::Estimator::search},
+              {"mass-preserving", correct::Estimator::massPreserving}}));
   CLI::Option* ssd =
       command->add_flag("--ssd", options.ssd, "Search by the sum of squared differences");
   command

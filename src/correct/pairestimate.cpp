@@ -6,6 +6,7 @@
 
 #include "correct/estimatelog.h"
 #include "correct/foreground.h"
+#include "masspreserving/masspreserving.h"
 #include "vdm/vdm.h"
 
 namespace correct {
@@ -78,10 +79,32 @@ void requireUsable(const Volume<float>& map) {
         "images of one head?)");
 }
 
-Volume<float> estimateIn(const Frame& frame, const EstimateOptions& options,
-                         const Progress& progress) {
+// How far the mass-preserving estimate is. Its resolutions take about eight times as long each.
+double doneAt(const MassPreservingProgress& state) {
+  const double finished = std::pow(0.125, state.level);
+  return finished * (state.iteration + 1) / (state.iteration + 2);
+}
+
+Volume<float> massPreservingMap(const Frame& frame, const Progress& progress) {
+  return estimateMassPreserving(frame.first, frame.second, frame.voxelMm, {},
+                                [&](const MassPreservingProgress& state) {
+                                  progress("Estimating", doneAt(state));
+                                  return true;
+                                })
+      .shiftVoxels;
+}
+
+Volume<float> searchMap(const Frame& frame, const EstimateOptions& options,
+                        const Progress& progress) {
   EstimateLog log(progress);
-  Volume<float> map = estimatePair(frame.first, frame.second, frame.voxelMm, options, log);
+  return estimatePair(frame.first, frame.second, frame.voxelMm, options, log);
+}
+
+Volume<float> estimateIn(const Frame& frame, const EstimateSettings& settings,
+                         const Progress& progress) {
+  Volume<float> map = settings.estimator == Estimator::massPreserving
+                          ? massPreservingMap(frame, progress)
+                          : searchMap(frame, settings, progress);
   requireUsable(map);
   return map;
 }
@@ -163,6 +186,8 @@ void chooseScale(const PairInput& pair, const EstimateSettings& settings, PairEs
 
 std::string nameOf(Estimator estimator) {
   switch (estimator) {
+    case Estimator::massPreserving:
+      return "mass-preserving";
     case Estimator::search:
       break;
   }

@@ -18,6 +18,7 @@ using Progress = std::function<void(const std::string& stage, double done)>;
 /// By what method the map is estimated.
 enum class Estimator {
   search,  ///< the estimate task's own: column-wise fit, then local search scale by scale
+  massPreserving,  ///< conserves signal that piles up or thins out (docs/mass-preserving.md)
 };
 
 std::string nameOf(Estimator estimator);

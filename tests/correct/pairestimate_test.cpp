@@ -23,6 +23,16 @@ TEST(PairEstimate, isCloseToTheTruth) {
   EXPECT_THAT(estimate.warnings, IsEmpty());
 }
 
+TEST(PairEstimate, conservingSignalIsFarCloserToTheTruth) {
+  EstimateSettings settings;
+  settings.estimator = Estimator::massPreserving;
+  settings.modulation = series::Modulation::on;
+  const PairEstimate estimate = estimatePairMap(smallPair(), settings, noProgress);
+  EXPECT_LT(rmsInBrain(estimate.shift, smallPhantom().shiftVoxels), 0.06);
+  EXPECT_GT(correlationInBrain(estimate.shift, smallPhantom().shiftVoxels), 0.99);
+  EXPECT_THAT(estimate.warnings, IsEmpty());
+}
+
 TEST(PairEstimate, isTheEnginesOwnBitForBit) {
   const PairInput pair = smallPair();
   for (const EstimateOptions& options :

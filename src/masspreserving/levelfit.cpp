@@ -1,0 +1,141 @@
+#include "masspreserving/levelfit.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <utility>
+
+#include "masspreserving/linesolver.h"
+
+namespace {
+
+// Length l of the roughness |grad b|^2 + l^2 |laplacian b|^2. Below it bending counts, which is
+// what a field in homogeneous tissue has none of; above it the gradient, so that the field levels
+// out where nothing is measured.
+constexpr double bendingLengthMm = 10.0;
+
+// Relative to the signal: what rounding and interpolation leave of a pair without any noise.
+constexpr double leastNoise = 1e-4;
+
+// Of the residuals' degrees of freedom, beside those of the field. At coarse resolutions the count
+// of voxels with signal is too small to be taken at its word.
+constexpr double leastShareLeft = 0.2;
+
+// The largest stretch that a step may reach.
+constexpr double largestStretch = 0.98;
+
+// +1 or -1, the same for equal n: an inexpensive hash (finaliser of SplitMix64).
+float signOf(std::uint64_t n) {
+  n += 0x9e3779b97f4a7c15ULL;
+  n = (n ^ (n >> 30)) * 0xbf58476d1ce4e5b9ULL;
+  n = (n ^ (n >> 27)) * 0x94d049bb133111ebULL;
+  return ((n ^ (n >> 31)) & 1U) != 0 ? 1.0F : -1.0F;
+}
+
+// The largest t <= 1 for which no stretch of b + t d exceeds `bound` in size.
+double largestAllowed(const Volume<float>& b, const Volume<float>& d, double bound) {
+  double allowed = 1.0;
+  for (int z = 0; z < b.nz(); ++z)
+    for (int j = 0; j + 1 < b.ny(); ++j)
+      for (int x = 0; x < b.nx(); ++x) {
+        const double stretch = static_cast<double>(b.at(x, j + 1, z)) - b.at(x, j, z);
+        const double change = static_cast<double>(d.at(x, j + 1, z)) - d.at(x, j, z);
+        if (std::abs(stretch + allowed * change) <= bound) continue;
+        const double room = (change > 0.0 ? bound - stretch : bound + stretch) / std::abs(change);
+        allowed = std::max(0.0, std::min(allowed, room));
+      }
+  return allowed;
+}
+
+}  // namespace
+
+LevelFit::LevelFit(const MassModel<float>& massModel, glm::dvec3 shape, Volume<float> start,
+                   FitStatistics statistics)
+    : model(massModel),
+      spacing(shape),
+      b(std::move(start)),
+      known(statistics),
+      objective(model, form(statistics.roughnessWeight)),
+      gradient(model.edges(), 0.0F),
+      direction(model.edges(), 0.0F) {
+  if (known.noise.variance > 0.0) return;
+  objective.value(b);
+  known.noise = fitNoise(objective.residuals(), objective.slopes(), NoiseTails::normal).noise;
+  known.noise.variance = std::max(known.noise.variance, leastNoise * leastNoise);
+}
+
+Roughness<float> LevelFit::form(double weight) const {
+  return Roughness<float>(model.edges(), spacing, weight,
+                          weight * bendingLengthMm * bendingLengthMm);
+}
+
+void LevelFit::updateWeights() {
+  model.coverage(b, objective.weight);
+  objective.weight *= static_cast<float>(1.0 / known.noise.variance);
+  if (std::isfinite(known.noise.nu)) {
+    objective.value(b);
+    for (int i = 0; i < objective.weight.size(); ++i)
+      objective.weight.data()[i] *=
+          static_cast<float>(known.noise.relativeWeight(objective.residuals().data()[i]));
+  }
+  objective.setRoughness(form(known.roughnessWeight));
+}
+
+LevelFit::Step LevelFit::step(double tolerance, int maxSolverIterations) {
+  updateWeights();
+  const double before = objective.linearise(b, gradient);
+  const LineSolver<float> lines(objective.roughnessForm(), objective.blockDiagonal(),
+                                objective.blockNext());
+  const auto product = [&](const Volume<float>& v, Volume<float>& out) {
+    objective.product(v, out);
+  };
+  const SolveResult solved = conjugateGradients<float>(product, lines, gradient, direction,
+                                                       tolerance, maxSolverIterations);
+  const double descent = dot(gradient, direction);
+  direction *= -1.0F;
+  Step result{before, 0.0, solved.iterations};
+  double t = largestAllowed(b, direction, largestStretch);
+  Volume<float> candidate(b.dimensions());
+  for (int trial = 0; trial < 8 && descent > 0.0; ++trial, t *= 0.5) {
+    for (int i = 0; i < b.size(); ++i)
+      candidate.data()[i] = b.data()[i] + static_cast<float>(t) * direction.data()[i];
+    const double after = objective.value(candidate);
+    if (!(after <= before - 1e-4 * t * descent)) continue;
+    result.energy = after;
+    for (int i = 0; i < b.size(); ++i)
+      result.largestStep =
+          std::max(result.largestStep, std::abs(t * static_cast<double>(direction.data()[i])));
+    std::swap(b, candidate);
+    return result;
+  }
+  objective.value(b);
+  return result;
+}
+
+// Trace of (H^-1 J'WJ), with one vector of random signs (Hutchinson, Commun. Stat. 18:1059, 1989).
+double LevelFit::traceEstimate() {
+  objective.linearise(b, gradient);
+  Volume<float> signs(b.dimensions()), rhs(b.dimensions(), 0.0F), solution;
+  for (int i = 0; i < signs.size(); ++i) signs.data()[i] = signOf(static_cast<std::uint64_t>(i));
+  objective.dataProduct(signs, rhs);
+  const LineSolver<float> lines(objective.roughnessForm(), objective.blockDiagonal(),
+                                objective.blockNext());
+  const auto product = [&](const Volume<float>& v, Volume<float>& out) {
+    objective.product(v, out);
+  };
+  conjugateGradients<float>(product, lines, rhs, solution, 0.05, 40);
+  return dot(signs, solution);
+}
+
+void LevelFit::updateStatistics(NoiseTails tails) {
+  known.degreesOfFreedom = std::max(traceEstimate(), 1.0);
+  const NoiseFit fit = fitNoise(objective.residuals(), objective.slopes(), tails);
+  const double left =
+      std::max(leastShareLeft, 1.0 - known.degreesOfFreedom / std::max(fit.effectiveCount, 1.0));
+  known.noise = fit.noise;
+  known.noise.variance = std::max(known.noise.variance / left, leastNoise * leastNoise);
+  Volume<float> rough(b.dimensions(), 0.0F), scratch(b.dimensions(), 0.0F);
+  form(1.0).apply(b, rough, scratch);
+  const double roughness = dot(b, rough);
+  if (roughness > 0.0) known.roughnessWeight = known.degreesOfFreedom / roughness;
+}

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "containers/volume.h"
+#include "masspreserving/massmodel.h"
+#include "masspreserving/noise.h"
+#include "masspreserving/objective.h"
+
+/// What the estimate of noise and smoothness knows (see docs/mass-preserving.md).
+struct FitStatistics {
+  ResidualNoise noise;            ///< of r, in intensities
+  double roughnessWeight = 0.0;   ///< prior precision alpha of the unit roughness form
+  double degreesOfFreedom = 0.0;  ///< gamma: parameters that the data determine
+};
+
+/// One resolution of the estimate: Gauss-Newton steps on b, with the residuals' variance and the
+/// strength of the smoothness estimated again after each.
+class LevelFit {
+ public:
+  LevelFit(const MassModel<float>& model, glm::dvec3 spacing, Volume<float> start,
+           FitStatistics statistics);
+
+  struct Step {
+    double energy, largestStep;
+    int solverIterations;
+  };
+  /// One Gauss-Newton step with a line search that keeps every |stretch| below 1.
+  Step step(double tolerance, int maxSolverIterations);
+
+  /// Noise and weight from the current b. Call after `step`.
+  void updateStatistics(NoiseTails tails);
+
+  const Volume<float>& displacement() const { return b; }
+  const FitStatistics& statistics() const { return known; }
+
+ private:
+  Roughness<float> form(double weight) const;
+  void updateWeights();
+  double traceEstimate();
+
+  const MassModel<float>& model;
+  glm::dvec3 spacing;
+  Volume<float> b;
+  FitStatistics known;
+  Objective<float> objective;
+  Volume<float> gradient, direction;
+};

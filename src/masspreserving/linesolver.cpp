@@ -1,0 +1,122 @@
+#include "masspreserving/linesolver.h"
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+#include "masspreserving/objective.h"
+
+template <typename Real>
+LineSolver<Real>::LineSolver(const Roughness<Real>& roughness, const Volume<Real>& blockDiagonal,
+                             const Volume<Real>& blockNext)
+    : inversePivot(blockDiagonal.dimensions(), Real(0)),
+      lower1(blockDiagonal.dimensions(), Real(0)),
+      lower2(blockDiagonal.dimensions(), Real(0)) {
+  const int nx = blockDiagonal.nx(), ny = blockDiagonal.ny(), nz = blockDiagonal.nz();
+  std::vector<typename Roughness<Real>::BandRow> bands;
+  for (int j = 0; j < ny; ++j) bands.push_back(roughness.bandRow(j));
+  // Relative to the diagonal: keeps the pivots of a column without data and lateral neighbours
+  // (whose constant part nothing determines) above rounding.
+  const double ridge = 1e-5;
+  for (int z = 0; z < nz; ++z)
+    for (int j = 0; j < ny; ++j)
+      for (int x = 0; x < nx; ++x) {
+        const std::size_t at = static_cast<std::size_t>(blockDiagonal.index(x, j, z));
+        const std::size_t below = at - static_cast<std::size_t>(nx);
+        const std::size_t twoBelow = below - static_cast<std::size_t>(nx);
+        const auto& band = bands[static_cast<std::size_t>(j)];
+        const double full = band.diagonal + static_cast<double>(blockDiagonal.data()[at]);
+        double pivot = full * (1.0 + ridge), l1 = 0.0, l2 = 0.0;
+        if (j > 0) {
+          const auto& last = bands[static_cast<std::size_t>(j - 1)];
+          const double inverse1 = inversePivot.data()[below];
+          double coupling = last.next + static_cast<double>(blockNext.data()[below]);
+          if (j > 1) {
+            const double two = bands[static_cast<std::size_t>(j - 2)].afterNext;
+            l2 = two * inversePivot.data()[twoBelow];
+            coupling -= two * lower1.data()[below];
+            pivot -= l2 * two;
+          }
+          l1 = coupling * inverse1;
+          pivot -= l1 * coupling;
+        }
+        pivot = std::max(pivot, full * ridge);
+        inversePivot.data()[at] = static_cast<Real>(pivot > 0.0 ? 1.0 / pivot : 0.0);
+        lower1.data()[at] = static_cast<Real>(l1);
+        lower2.data()[at] = static_cast<Real>(l2);
+      }
+}
+
+template <typename Real>
+void LineSolver<Real>::solve(const Volume<Real>& v, Volume<Real>& out) const {
+  const int nx = v.nx(), ny = v.ny(), nz = v.nz();
+  for (int z = 0; z < nz; ++z) {
+    for (int j = 0; j < ny; ++j) {
+      const int at = v.index(0, j, z);
+      Real* o = out.data() + at;
+      const Real* p = v.data() + at;
+      const Real* l1 = lower1.data() + at;
+      const Real* l2 = lower2.data() + at;
+      if (j == 0)
+        std::copy(p, p + nx, o);
+      else if (j == 1)
+        for (int x = 0; x < nx; ++x) o[x] = p[x] - l1[x] * o[x - nx];
+      else
+        for (int x = 0; x < nx; ++x) o[x] = p[x] - l1[x] * o[x - nx] - l2[x] * o[x - 2 * nx];
+    }
+    for (int j = ny - 1; j >= 0; --j) {
+      const int at = v.index(0, j, z);
+      Real* o = out.data() + at;
+      const Real* inverse = inversePivot.data() + at;
+      const Real* l1 = lower1.data() + at;
+      const Real* l2 = lower2.data() + at;
+      for (int x = 0; x < nx; ++x) o[x] *= inverse[x];
+      if (j + 1 < ny)
+        for (int x = 0; x < nx; ++x) o[x] -= l1[x + nx] * o[x + nx];
+      if (j + 2 < ny)
+        for (int x = 0; x < nx; ++x) o[x] -= l2[x + 2 * nx] * o[x + 2 * nx];
+    }
+  }
+}
+
+template <typename Real>
+SolveResult conjugateGradients(
+    const std::function<void(const Volume<Real>&, Volume<Real>&)>& product,
+    const LineSolver<Real>& preconditioner, const Volume<Real>& rhs, Volume<Real>& x,
+    double tolerance, int maxIterations) {
+  const int n = rhs.size();
+  x = Volume<Real>(rhs.dimensions(), Real(0));
+  Volume<Real> r = rhs, z(rhs.dimensions(), Real(0)), q(rhs.dimensions(), Real(0));
+  preconditioner.solve(r, z);
+  Volume<Real> p = z;
+  double rz = dot(r, z);
+  const double start = rz;
+  SolveResult result{0, start > 0.0 ? 1.0 : 0.0};
+  while (rz > 0.0 && result.iterations < maxIterations && result.relativeResidual > tolerance) {
+    product(p, q);
+    const double curvature = dot(p, q);
+    if (!(curvature > 0.0)) break;
+    const Real step = static_cast<Real>(rz / curvature);
+    for (int i = 0; i < n; ++i) {
+      x.data()[i] += step * p.data()[i];
+      r.data()[i] -= step * q.data()[i];
+    }
+    preconditioner.solve(r, z);
+    const double nextRz = dot(r, z);
+    const Real beta = static_cast<Real>(nextRz / rz);
+    for (int i = 0; i < n; ++i) p.data()[i] = z.data()[i] + beta * p.data()[i];
+    rz = nextRz;
+    ++result.iterations;
+    result.relativeResidual = std::sqrt(std::max(rz, 0.0) / start);
+  }
+  return result;
+}
+
+template class LineSolver<float>;
+template class LineSolver<double>;
+template SolveResult conjugateGradients(
+    const std::function<void(const Volume<float>&, Volume<float>&)>&, const LineSolver<float>&,
+    const Volume<float>&, Volume<float>&, double, int);
+template SolveResult conjugateGradients(
+    const std::function<void(const Volume<double>&, Volume<double>&)>&, const LineSolver<double>&,
+    const Volume<double>&, Volume<double>&, double, int);

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "containers/volume.h"
+#include "masspreserving/columnintegral.h"
+
+/// The difference of two images that were distorted in opposite directions, after the
+/// displacement b is taken out of both with the signal conserved.
+///
+/// b lives at the edges between the voxels along y (b_j, j = 0 .. ny, in voxels). Edge j of the
+/// undistorted grid is edge j + b_j of the first image and j - b_j of the second, so the signal of
+/// voxel j is the difference of the integrals C at its two edges, and
+///
+///   m_j = C1(j + b_j) - C2(j - b_j),   r_j = m_(j+1) - m_j   (voxels j = 0 .. ny - 1)
+///
+/// is the exact discrete form of I1(y+b)(1+b') - I2(y-b)(1-b'). With s_j = I1(j + b_j) +
+/// I2(j - b_j) the Jacobian has two entries per row: dr_j = s_(j+1) db_(j+1) - s_j db_j.
+template <typename Real>
+class MassModel {
+ public:
+  /// Errors  std::invalid_argument if the images' sizes differ.
+  MassModel(const Volume<float>& first, const Volume<float>& second);
+
+  glm::ivec3 voxels() const { return size; }
+  glm::ivec3 edges() const { return {size.x, size.y + 1, size.z}; }
+
+  /// r (voxels) and s (edges) at b (edges). Overwrites both.
+  void evaluate(const Volume<Real>& b, Volume<Real>& residual, Volume<Real>& slope) const;
+
+  /// The two corrected images (voxels).
+  void correct(const Volume<Real>& b, Volume<Real>& first, Volume<Real>& second) const;
+
+  /// 1 for voxels that both images cover, 0 for those with an edge off the grid of one of them.
+  void coverage(const Volume<Real>& b, Volume<Real>& covered) const;
+
+ private:
+  glm::ivec3 size;
+  ColumnIntegral<Real> firstIntegral, secondIntegral;
+};
+
+extern template class MassModel<float>;
+extern template class MassModel<double>;

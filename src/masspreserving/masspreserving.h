@@ -1,0 +1,78 @@
+#pragma once
+
+#include <functional>
+#include <glm/vec3.hpp>
+#include <limits>
+
+#include "containers/volume.h"
+
+/// What `estimateMassPreserving` does. The defaults are meant for every pair; nothing in them
+/// depends on the images' intensities.
+struct MassPreservingOptions {
+  /// Estimate the intensity scale between the images; otherwise they are taken as they are.
+  bool estimateScale = true;
+  /// Gauss-Newton steps per resolution at most.
+  int coarseIterations = 16;
+  int finestIterations = 4;
+};
+
+/// State after a Gauss-Newton step.
+struct MassPreservingProgress {
+  int level;  ///< resolution, levels - 1 (coarsest) to 0 (the images' own)
+  int levels;
+  int iteration;            ///< within the level, from 0
+  double energy;            ///< in units of the noise
+  double noiseSigma;        ///< per voxel of this level and image, as a fraction of the signal
+  double noiseTails;        ///< nu of Student's t; infinite: normal
+  double roughnessWeight;   ///< prior precision of the field's roughness
+  double degreesOfFreedom;  ///< of the field that the data determine
+  double largestStep;       ///< of this iteration in voxels of the level
+  int solverIterations;
+};
+
+struct MassPreservingResult {
+  /// b in voxels along y, at the voxels of the undistorted image.
+  Volume<float> shiftVoxels;
+  /// Intensity of the first image over that of the second, g in I1 = g I2 after correction.
+  double scale = 1.0;
+  /// Standard deviation per voxel and image that the fit leaves, in the units of sqrt(I1 I2)
+  /// (geometric mean of the two images' scales): noise and what the model does not explain.
+  double noiseSigma = 0.0;
+  /// nu of the Student's t distribution whose scale that is; infinite: normal, no outliers.
+  double noiseTails = std::numeric_limits<double>::infinity();
+  /// Prior precision that was chosen for the field's roughness, and the number of parameters of
+  /// the field that the data determined against it.
+  double roughnessWeight = 0.0;
+  double degreesOfFreedom = 0.0;
+  int iterations = 0;        ///< Gauss-Newton steps, all resolutions
+  int solverIterations = 0;  ///< of the linear solver in them
+};
+
+/// Estimates the displacement between an image pair whose phase encoding runs in opposite
+/// directions along y, conserving the signal:
+///
+///   first(y + b) (1 + b') = g second(y - b) (1 - b') = the undistorted image
+///
+/// So b, in voxels on the undistorted grid, is the map to be applied forward to `first` (sampled
+/// at y + b) and in reverse to `second`. The undistorted image needs the factor 1 +- b' besides.
+///
+/// Method   Residuals of exactly conserved signal per voxel, squared and weighted by their noise,
+///          plus the field's squared roughness in all three directions in mm, plus a barrier that
+///          keeps |b'| < 1; coarse to fine by Gauss-Newton with preconditioned conjugate
+///          gradients, from a column-wise optimal transport. The noise level, the strength of the
+///          smoothness and g are estimated from the images (docs/mass-preserving.md).
+/// Shapes   `first` and `second` alike (nx, ny, nz), any size; `voxelMm` the voxel's edges.
+/// Symmetry Exchanging the images negates b; multiplying either by a positive factor leaves b.
+/// Values   Those that are not finite count as 0. Empty, constant or unrelated images give a map
+///          of zeros or of small values, never NaN. |b(y+1) - b(y)| < 1 everywhere.
+/// Threads  None. The same input gives the same bits.
+/// Progress Called after each step if given; returning false ends the estimation with
+///          MassPreservingCancelled.
+/// Errors   std::invalid_argument if the sizes differ or a voxel edge is not a positive number.
+MassPreservingResult estimateMassPreserving(
+    const Volume<float>& first, const Volume<float>& second, const glm::dvec3& voxelMm,
+    const MassPreservingOptions& options = {},
+    const std::function<bool(const MassPreservingProgress&)>& progress = {});
+
+/// Thrown when the progress function returns false.
+struct MassPreservingCancelled {};

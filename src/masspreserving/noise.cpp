@@ -1,0 +1,90 @@
+#include "masspreserving/noise.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <numbers>
+#include <vector>
+
+namespace {
+
+// A weighted histogram of squared residuals.
+struct Bins {
+  std::vector<double> weight, sum;  // of the weights, of weight * r^2
+  double total = 0.0;
+};
+
+// The bin of a positive float: exponent and the four leading bits of the mantissa.
+constexpr int binShift = 19;
+
+double scaleFor(const Bins& bins, double nu, double start) {
+  double v = start;
+  for (int iteration = 0; iteration < 60; ++iteration) {
+    double sum = 0.0;
+    for (std::size_t k = 0; k < bins.weight.size(); ++k) {
+      if (bins.weight[k] <= 0.0) continue;
+      const double square = bins.sum[k] / bins.weight[k];
+      sum += bins.sum[k] * (nu + 1.0) / (nu + square / v);
+    }
+    const double next = sum / bins.total;
+    const bool settled = std::abs(next - v) <= 1e-4 * v;
+    v = next;
+    if (settled || !(v > 0.0)) break;
+  }
+  return v;
+}
+
+double logLikelihood(const Bins& bins, double nu, double v) {
+  const double constant = std::lgamma(0.5 * (nu + 1.0)) - std::lgamma(0.5 * nu) -
+                          0.5 * std::log(nu * std::numbers::pi * v);
+  double sum = bins.total * constant;
+  for (std::size_t k = 0; k < bins.weight.size(); ++k)
+    if (bins.weight[k] > 0.0)
+      sum -=
+          0.5 * (nu + 1.0) * bins.weight[k] * std::log1p(bins.sum[k] / bins.weight[k] / (nu * v));
+  return sum;
+}
+
+}  // namespace
+
+template <typename Real>
+NoiseFit fitNoise(const Volume<Real>& r, const Volume<Real>& s, NoiseTails tails) {
+  Bins bins;
+  bins.weight.assign(std::size_t{1} << (31 - binShift), 0.0);
+  bins.sum = bins.weight;
+  double all = 0.0, squares = 0.0;
+  for (int z = 0; z < r.nz(); ++z)
+    for (int j = 0; j < r.ny(); ++j)
+      for (int x = 0; x < r.nx(); ++x) {
+        const double w = std::max(static_cast<double>(s.at(x, j, z)) * s.at(x, j + 1, z), 0.0);
+        const double square = static_cast<double>(r.at(x, j, z)) * r.at(x, j, z);
+        const std::size_t bin =
+            std::bit_cast<std::uint32_t>(static_cast<float>(square)) >> binShift;
+        bins.weight[bin] += w;
+        bins.sum[bin] += w * square;
+        bins.total += w;
+        squares += w * w;
+        all += w * square;
+      }
+  NoiseFit fit;
+  if (!(bins.total > 0.0)) return fit;
+  fit.effectiveCount = bins.total * bins.total / squares;
+  fit.noise.variance = all / bins.total;
+  if (tails == NoiseTails::normal || !(fit.noise.variance > 0.0)) return fit;
+  double best = -0.5 * bins.total * (std::log(2.0 * std::numbers::pi * fit.noise.variance) + 1.0);
+  const double start = fit.noise.variance;
+  for (const double nu : std::array{3.0, 4.0, 6.0, 9.0, 15.0, 30.0}) {
+    const double v = scaleFor(bins, nu, start);
+    if (!(v > 0.0)) continue;
+    const double likelihood = logLikelihood(bins, nu, v);
+    if (likelihood <= best) continue;
+    best = likelihood;
+    fit.noise = {v, nu};
+  }
+  return fit;
+}
+
+template NoiseFit fitNoise(const Volume<float>&, const Volume<float>&, NoiseTails);
+template NoiseFit fitNoise(const Volume<double>&, const Volume<double>&, NoiseTails);

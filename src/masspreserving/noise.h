@@ -1,0 +1,38 @@
+#pragma once
+
+#include <limits>
+
+#include "containers/volume.h"
+
+/// Student's t distribution of residuals: p(r) ~ (1 + r^2 / (nu v))^(-(nu + 1) / 2) / sqrt(v).
+/// For infinite nu normal with variance v.
+struct ResidualNoise {
+  double variance = 0.0;  ///< v: scale squared
+  double nu = std::numeric_limits<double>::infinity();
+
+  /// Weight of a residual relative to the normal distribution's, (nu + 1) / (nu + r^2 / v).
+  double relativeWeight(double r) const {
+    return nu < 1e6 && variance > 0.0 ? (nu + 1.0) / (nu + r * r / variance) : 1.0;
+  }
+};
+
+/// A fit of noise and the number of residuals of equal weight that would determine it as well.
+struct NoiseFit {
+  ResidualNoise noise;
+  double effectiveCount = 0.0;
+};
+
+/// Which distributions `fitNoise` may choose.
+enum class NoiseTails { normal, student };
+
+/// Maximum likelihood fit to the residuals of voxels (nx, ny, nz), each weighted with the product
+/// of the `slopes` (nx, ny + 1, nz) at its two edges: where there is signal. With
+/// `NoiseTails::student`, nu is chosen from 3, 4, 6, 9, 15, 30 and infinity (normal); it then
+/// measures how far the residuals are from normal, so that pairs which the model explains keep
+/// all their information and outliers of others do not count.
+/// Residuals are binned by size, 16 bins per factor of two.
+template <typename Real>
+NoiseFit fitNoise(const Volume<Real>& residuals, const Volume<Real>& slopes, NoiseTails tails);
+
+extern template NoiseFit fitNoise(const Volume<float>&, const Volume<float>&, NoiseTails);
+extern template NoiseFit fitNoise(const Volume<double>&, const Volume<double>&, NoiseTails);

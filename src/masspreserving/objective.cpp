@@ -1,0 +1,137 @@
+#include "masspreserving/objective.h"
+
+#include <cmath>
+#include <limits>
+
+Barrier::Barrier(double d) {
+  const double u = d * d, gap = 1.0 - u;
+  if (!(gap > 0.0)) {
+    value = std::numeric_limits<double>::infinity();
+    first = second = 0.0;
+    return;
+  }
+  const double slope = u * (2.0 - u) / (gap * gap);  // d value / d u
+  value = u * u / gap;
+  first = 2.0 * d * slope;
+  second = 2.0 * slope + 8.0 * u / (gap * gap * gap);
+}
+
+template <typename Real>
+Objective<Real>::Objective(const MassModel<Real>& massModel, const Roughness<Real>& form)
+    : weight(massModel.voxels(), Real(1)),
+      model(massModel),
+      roughness(form),
+      residual(massModel.voxels(), Real(0)),
+      slope(massModel.edges(), Real(0)),
+      diagonal(massModel.edges(), Real(0)),
+      next(massModel.edges(), Real(0)),
+      scratch(massModel.edges(), Real(0)),
+      rough(massModel.edges(), Real(0)) {}
+
+// Residual and barrier terms; with a gradient also the blocks of the Hessian.
+template <typename Real>
+double Objective<Real>::addDataTerms(const Volume<Real>& b, Volume<Real>* gradient) {
+  const glm::ivec3 size = model.voxels();
+  const int nx = size.x;
+  double total = 0.0;
+  if (gradient != nullptr) {
+    gradient->setAll(Real(0));
+    diagonal.setAll(Real(0));
+    next.setAll(Real(0));
+  }
+  for (int z = 0; z < size.z; ++z)
+    for (int j = 0; j < size.y; ++j) {
+      const int voxel = residual.index(0, j, z), low = b.index(0, j, z), high = low + nx;
+      double rowTotal = 0.0;
+      for (int x = 0; x < nx; ++x) {
+        const double r = residual.data()[voxel + x], w = weight.data()[voxel + x];
+        const Barrier barrier(static_cast<double>(b.data()[high + x]) - b.data()[low + x]);
+        rowTotal += 0.5 * w * r * r + barrier.value;
+        if (gradient == nullptr) continue;
+        const double s0 = slope.data()[low + x], s1 = slope.data()[high + x];
+        gradient->data()[low + x] -= static_cast<Real>(w * r * s0 + barrier.first);
+        gradient->data()[high + x] += static_cast<Real>(w * r * s1 + barrier.first);
+        diagonal.data()[low + x] += static_cast<Real>(w * s0 * s0 + barrier.second);
+        diagonal.data()[high + x] += static_cast<Real>(w * s1 * s1 + barrier.second);
+        next.data()[low + x] = static_cast<Real>(-w * s0 * s1 - barrier.second);
+      }
+      total += rowTotal;
+    }
+  return total;
+}
+
+template <typename Real>
+double Objective<Real>::value(const Volume<Real>& b) {
+  model.evaluate(b, residual, slope);
+  const double data = addDataTerms(b, nullptr);
+  if (!std::isfinite(data)) return data;
+  roughness.apply(b, rough, scratch);
+  return data + 0.5 * dot(b, rough);
+}
+
+template <typename Real>
+double Objective<Real>::linearise(const Volume<Real>& b, Volume<Real>& gradient) {
+  model.evaluate(b, residual, slope);
+  const double data = addDataTerms(b, &gradient);
+  roughness.apply(b, rough, scratch);
+  gradient += rough;
+  return data + 0.5 * dot(b, rough);
+}
+
+template <typename Real>
+void Objective<Real>::product(const Volume<Real>& v, Volume<Real>& out) {
+  roughness.apply(v, out, scratch);
+  const glm::ivec3 size = v.dimensions();
+  const int nx = size.x;
+  for (int z = 0; z < size.z; ++z)
+    for (int j = 0; j < size.y; ++j) {
+      const int at = v.index(0, j, z);
+      const Real* d = diagonal.data() + at;
+      const Real* n = next.data() + at;
+      const Real* u = v.data() + at;
+      Real* o = out.data() + at;
+      for (int x = 0; x < nx; ++x) o[x] += d[x] * u[x];
+      if (j + 1 < size.y)
+        for (int x = 0; x < nx; ++x) o[x] += n[x] * u[x + nx];
+      if (j > 0)
+        for (int x = 0; x < nx; ++x) o[x] += n[x - nx] * u[x - nx];
+    }
+}
+
+template <typename Real>
+void Objective<Real>::dataProduct(const Volume<Real>& v, Volume<Real>& out) const {
+  const glm::ivec3 size = model.voxels();
+  out.setAll(Real(0));
+  for (int z = 0; z < size.z; ++z)
+    for (int j = 0; j < size.y; ++j)
+      for (int x = 0; x < size.x; ++x) {
+        const Real s0 = slope.at(x, j, z), s1 = slope.at(x, j + 1, z);
+        const Real change = weight.at(x, j, z) * (s1 * v.at(x, j + 1, z) - s0 * v.at(x, j, z));
+        out.at(x, j, z) -= s0 * change;
+        out.at(x, j + 1, z) += s1 * change;
+      }
+}
+
+template <typename Real>
+double dot(const Volume<Real>& a, const Volume<Real>& b) {
+  const int nx = a.nx();
+  double total = 0.0;
+  for (int row = 0; row < a.ny() * a.nz(); ++row) {
+    const Real* p = a.data() + row * nx;
+    const Real* q = b.data() + row * nx;
+    // Eight sums side by side: a single one cannot be vectorised without reassociation.
+    double sums[8] = {};
+    int x = 0;
+    for (; x + 8 <= nx; x += 8)
+      for (int k = 0; k < 8; ++k) sums[k] += static_cast<double>(p[x + k]) * q[x + k];
+    for (; x < nx; ++x) sums[0] += static_cast<double>(p[x]) * q[x];
+    total +=
+        ((sums[0] + sums[4]) + (sums[2] + sums[6])) + ((sums[1] + sums[5]) + (sums[3] + sums[7]));
+  }
+  return total;
+}
+
+template class Objective<float>;
+template class Objective<double>;
+template double dot(const Volume<float>&, const Volume<float>&);
+template double dot(const Volume<double>&, const Volume<double>&);

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <glm/vec3.hpp>
+#include <vector>
+
+#include "containers/volume.h"
+
+/// Grids of an estimate from fine to coarse.
+struct PyramidLevel {
+  glm::ivec3 voxels;
+  glm::ivec3 factor;  ///< voxels of the original grid per voxel, along each axis
+  glm::dvec3 voxelMm;
+  glm::ivec3 halved;  ///< 2 along the axes halved with respect to the next finer level, else 1
+};
+
+/// The original grid and then coarser ones. Each halves the axes along which the voxels are not
+/// more than 1.5 times as long as the shortest, so that they become more cubic, and which keep at
+/// least `fewestVoxels` voxels. Ends when y is not halved any more, or no axis can be.
+std::vector<PyramidLevel> makePyramid(glm::ivec3 voxels, glm::dvec3 voxelMm, int fewestVoxels);
+
+/// Means over blocks of `halved` voxels; of an odd length the last voxel counts twice.
+Volume<float> coarsen(const Volume<float>& image, glm::ivec3 halved);
+
+/// A displacement at the edges along y of a coarse grid on the edges of the next finer one with
+/// `fineVoxels` voxels: linear interpolation, constant beyond the outermost places; values are
+/// doubled where y was halved (voxels are smaller).
+template <typename Real>
+Volume<Real> prolong(const Volume<Real>& coarseEdges, glm::ivec3 fineVoxels, glm::ivec3 halved);
+
+/// Values at the centres of voxels from those at their edges along y: cubic interpolation
+/// (-1, 9, 9, -1) / 16, linear next to the ends. A column in which that would let neighbours
+/// differ by `largestStep` or more takes the means of the two edges, which differ no more than
+/// the edges do.
+template <typename Real>
+Volume<float> edgesToVoxels(const Volume<Real>& edges, double largestStep);
+
+extern template Volume<float> prolong(const Volume<float>&, glm::ivec3, glm::ivec3);
+extern template Volume<double> prolong(const Volume<double>&, glm::ivec3, glm::ivec3);
+extern template Volume<float> edgesToVoxels(const Volume<float>&, double);
+extern template Volume<float> edgesToVoxels(const Volume<double>&, double);

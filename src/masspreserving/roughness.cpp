@@ -1,0 +1,75 @@
+#include "masspreserving/roughness.h"
+
+template <typename Real>
+Roughness<Real>::Roughness(glm::ivec3 dimensions, glm::dvec3 spacing, double gradientWeight,
+                           double bendingWeight)
+    : dims(dimensions),
+      inverseX(dims.x > 1 ? 1.0 / (spacing.x * spacing.x) : 0.0),
+      inverseY(dims.y > 1 ? 1.0 / (spacing.y * spacing.y) : 0.0),
+      inverseZ(dims.z > 1 ? 1.0 / (spacing.z * spacing.z) : 0.0),
+      gradient(gradientWeight),
+      bending(bendingWeight) {}
+
+template <typename Real>
+void Roughness<Real>::laplacian(const Volume<Real>& b, Volume<Real>& out) const {
+  const int nx = dims.x, row = nx, slice = nx * dims.y;
+  const Real wx = static_cast<Real>(inverseX), wy = static_cast<Real>(inverseY),
+             wz = static_cast<Real>(inverseZ);
+  for (int z = 0; z < dims.z; ++z)
+    for (int y = 0; y < dims.y; ++y) {
+      const Real* v = b.data() + b.index(0, y, z);
+      Real* o = out.data() + out.index(0, y, z);
+      // A neighbour off the grid is replaced by the voxel itself, which adds exactly 0.
+      const Real* down = y > 0 ? v - row : v;
+      const Real* up = y + 1 < dims.y ? v + row : v;
+      const Real* before = z > 0 ? v - slice : v;
+      const Real* behind = z + 1 < dims.z ? v + slice : v;
+      for (int x = 0; x < nx; ++x)
+        o[x] = wy * ((v[x] - down[x]) + (v[x] - up[x])) +
+               wz * ((v[x] - before[x]) + (v[x] - behind[x]));
+      for (int x = 1; x + 1 < nx; ++x) o[x] += wx * ((v[x] - v[x - 1]) + (v[x] - v[x + 1]));
+      if (nx > 1) {
+        o[0] += wx * (v[0] - v[1]);
+        o[nx - 1] += wx * (v[nx - 1] - v[nx - 2]);
+      }
+    }
+}
+
+template <typename Real>
+void Roughness<Real>::apply(const Volume<Real>& b, Volume<Real>& out, Volume<Real>& scratch) const {
+  const int n = b.size();
+  const Real g = static_cast<Real>(gradient), c = static_cast<Real>(bending);
+  if (bending == 0.0) {
+    laplacian(b, out);
+    for (int i = 0; i < n; ++i) out.data()[i] *= g;
+    return;
+  }
+  laplacian(b, scratch);
+  for (int i = 0; i < n; ++i) scratch.data()[i] = g * b.data()[i] + c * scratch.data()[i];
+  laplacian(scratch, out);
+}
+
+template <typename Real>
+typename Roughness<Real>::BandRow Roughness<Real>::bandRow(int j) const {
+  const auto diagonal = [&](int k) {
+    return k < 0 || k >= dims.y
+               ? 0.0
+               : inverseY * (static_cast<double>(k > 0) + static_cast<double>(k + 1 < dims.y));
+  };
+  const bool hasNext = j + 1 < dims.y, hasAfterNext = j + 2 < dims.y;
+  const double below = j > 0 ? -inverseY : 0.0, above = hasNext ? -inverseY : 0.0;
+  // Diagonals of the lateral part and of its square, inside the grid.
+  const double lateral = 2.0 * (inverseX + inverseZ);
+  const double lateralSquared =
+      6.0 * (inverseX * inverseX + inverseZ * inverseZ) + 8.0 * inverseX * inverseZ;
+  BandRow row{};
+  row.diagonal = gradient * (diagonal(j) + lateral) +
+                 bending * (diagonal(j) * diagonal(j) + below * below + above * above +
+                            2.0 * lateral * diagonal(j) + lateralSquared);
+  row.next = above * (gradient + bending * (diagonal(j) + diagonal(j + 1) + 2.0 * lateral));
+  row.afterNext = hasAfterNext ? bending * inverseY * inverseY : 0.0;
+  return row;
+}
+
+template class Roughness<float>;
+template class Roughness<double>;

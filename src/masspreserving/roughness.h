@@ -1,0 +1,41 @@
+#pragma once
+
+#include <glm/vec3.hpp>
+
+#include "containers/volume.h"
+
+/// Roughness of a field b on a grid with a spacing h, through the grid's Laplacian
+///
+///   (L b)_i = sum over neighbours k of (b_i - b_k) / h_axis^2     (neighbours off the grid: none)
+///
+/// L is symmetric and positive semidefinite; b'L b is the sum of the squared difference quotients
+/// of all neighbours, b'L^2 b that of the squared Laplacian.
+///
+/// As a quadratic form:  b'(gradientWeight L + bendingWeight L^2) b / 2.
+template <typename Real>
+class Roughness {
+ public:
+  Roughness(glm::ivec3 dims, glm::dvec3 spacing, double gradientWeight, double bendingWeight);
+
+  glm::ivec3 dimensions() const { return dims; }
+
+  /// out = L b. `out` is another object than `b`.
+  void laplacian(const Volume<Real>& b, Volume<Real>& out) const;
+  /// out = (gradientWeight L + bendingWeight L^2) b.
+  void apply(const Volume<Real>& b, Volume<Real>& out, Volume<Real>& scratch) const;
+
+  /// Row j of the band matrix that couples the values of one column along y: entries for j, j + 1
+  /// and j + 2 (0 off the grid). The couplings along x and z contribute their diagonal.
+  struct BandRow {
+    double diagonal, next, afterNext;
+  };
+  BandRow bandRow(int j) const;
+
+ private:
+  glm::ivec3 dims;
+  double inverseX, inverseY, inverseZ;  // 1 / h^2, 0 along axes of one voxel
+  double gradient, bending;
+};
+
+extern template class Roughness<float>;
+extern template class Roughness<double>;

@@ -1,0 +1,65 @@
+#include "masspreserving/noise.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "masspreserving/testdata.h"
+
+namespace {
+
+const glm::ivec3 size(40, 30, 20);
+const Volume<float> signal(40, 31, 20, 2.0F);
+
+TEST(FitNoise, findsTheVarianceOfNormalResiduals) {
+  for (const NoiseTails tails : {NoiseTails::normal, NoiseTails::student}) {
+    const NoiseFit fit = fitNoise(testdata::noise<float>(size, 3.0, 1), signal, tails);
+    EXPECT_NEAR(fit.noise.variance, 9.0, tails == NoiseTails::normal ? 0.3 : 0.9);
+    EXPECT_GE(fit.noise.nu, 15.0);
+    EXPECT_NEAR(fit.effectiveCount, 24000.0, 1e-6);
+  }
+}
+
+TEST(FitNoise, findsTheTailsOfStudentResiduals) {
+  // A normal deviate over the root of a chi-square deviate with four degrees of freedom.
+  Volume<float> r = testdata::noise<float>(size, 2.0, 1);
+  Volume<float> squares(size, 0.0F);
+  for (std::uint64_t stream = 2; stream < 6; ++stream) {
+    const Volume<float> part = testdata::noise<float>(size, 1.0, stream);
+    squares += part * part;
+  }
+  for (int i = 0; i < r.size(); ++i) r.data()[i] /= std::sqrt(squares.data()[i] / 4.0F);
+  const NoiseFit fit = fitNoise(r, signal, NoiseTails::student);
+  EXPECT_EQ(fit.noise.nu, 4.0);
+  EXPECT_NEAR(fit.noise.variance, 4.0, 0.3);
+}
+
+TEST(FitNoise, countsResidualsOnlyWhereThereIsSignal) {
+  Volume<float> r = testdata::noise<float>(size, 1.0, 1), s = signal;
+  for (int z = 0; z < size.z; ++z)
+    for (int y = 0; y < size.y; ++y)
+      for (int x = 0; x < 20; ++x) {
+        r.at(x, y, z) = 1000.0F;
+        s.at(x, y, z) = 0.0F;
+      }
+  for (int z = 0; z < size.z; ++z)
+    for (int x = 0; x < 20; ++x) s.at(x, size.y, z) = 0.0F;
+  EXPECT_NEAR(fitNoise(r, s, NoiseTails::normal).noise.variance, 1.0, 0.05);
+}
+
+TEST(FitNoise, withoutSignalOrResidualsIsZero) {
+  const Volume<float> none(size, 0.0F), nowhere(40, 31, 20, 0.0F);
+  EXPECT_EQ(fitNoise(none, signal, NoiseTails::student).noise.variance, 0.0);
+  EXPECT_EQ(
+      fitNoise(testdata::noise<float>(size, 1.0, 1), nowhere, NoiseTails::student).noise.variance,
+      0.0);
+}
+
+TEST(ResidualNoise, weighsOutliersDownOnlyWithTails) {
+  const ResidualNoise normal{4.0}, student{4.0, 3.0};
+  EXPECT_EQ(normal.relativeWeight(100.0), 1.0);
+  EXPECT_DOUBLE_EQ(student.relativeWeight(2.0), 1.0);
+  EXPECT_LT(student.relativeWeight(20.0), 0.05);
+}
+
+}  // namespace
