@@ -104,7 +104,7 @@ Volume<float> estimateIn(const Frame& frame, const EstimateSettings& settings,
                          const Progress& progress) {
   Volume<float> map = settings.estimator == Estimator::massPreserving
                           ? massPreservingMap(frame, progress)
-                          : searchMap(frame, settings, progress);
+                          : searchMap(frame, settings.search, progress);
   requireUsable(map);
   return map;
 }
@@ -203,7 +203,7 @@ PairEstimate estimatePairMap(const PairInput& pair, const EstimateSettings& sett
   const int axis = pair.axis();
   const Frame frame(pair, axis);
   const Volume<float> map = estimateIn(frame.scaled(static_cast<float>(estimate.intensityScale)),
-                                       settings.search, progress);
+                                       settings, progress);
   progress("Estimating", 1.0);
   estimate.shift = series::exchangedWithY(map, axis);
   estimate.correctedA =
