@@ -166,6 +166,20 @@ TEST_F(CorrectCommand, withoutSidecarsItWorksInVoxels) {
                     Contains("one_desc-corrected.nii.gz"), Not(Contains(HasSubstr("fieldmap")))));
 }
 
+TEST_F(CorrectCommand, withoutSidecarsASeriesIsTakenToBeEncodedAsTheFirstImage) {
+  std::filesystem::copy(ap(), file("one.nii.gz"));
+  std::filesystem::copy(pa(), file("two.nii.gz"));
+  std::filesystem::copy(input("sub-phantom_task-rest_dir-AP_bold.nii.gz"), file("run.nii.gz"));
+  const ProgramResult right = runMirel({"correct", file("one.nii.gz"), file("two.nii.gz"),
+                                        "--apply", file("run.nii.gz"), "-o", out()});
+  ASSERT_EQ(right.status, 0) << right.err;
+  EXPECT_THAT(right.err, AllOf(HasSubstr("run.nii.gz has no sidecar"), Not(HasSubstr("Warning"))));
+  // The other way round the assumption is wrong, and the sign check says so.
+  const ProgramResult wrong = runMirel({"correct", file("two.nii.gz"), file("one.nii.gz"),
+                                        "--apply", file("run.nii.gz"), "-o", out()});
+  EXPECT_THAT(wrong.err, AllOf(HasSubstr("CHECK THE SIGN"), HasSubstr("run.nii.gz")));
+}
+
 TEST_F(CorrectCommand, quietSaysNothingAndJsonIsAllOfStandardOutput) {
   EXPECT_EQ(correct({"--quiet"}).err, "");
   const ProgramResult result = correct({"--json", "--quiet"}, "other");
