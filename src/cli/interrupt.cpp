@@ -25,11 +25,14 @@ void onSignal(int) {
 InterruptGuard::InterruptGuard() {
   writing = 0;
   signalled = 0;
-  for (const int number : signals) std::signal(number, onSignal);
+  // A signal that the caller has the program ignore (nohup) stays ignored.
+  for (const int number : signals)
+    if (std::signal(number, onSignal) == SIG_IGN) std::signal(number, SIG_IGN);
 }
 
 InterruptGuard::~InterruptGuard() {
-  for (const int number : signals) std::signal(number, SIG_DFL);
+  for (const int number : signals)
+    if (std::signal(number, SIG_DFL) == SIG_IGN) std::signal(number, SIG_IGN);
 }
 
 void InterruptGuard::beginWriting() { writing = 1; }

@@ -20,8 +20,8 @@ constexpr const char* description =
 class OneSentenceFormatter : public CLI::Formatter {
  public:
   std::string make_subcommand(const CLI::App* command) const override {
-    const std::string text = command->get_description();
-    std::string sentence = text.substr(0, text.find("\n\n"));
+    const std::string whole = command->get_description();
+    std::string sentence = whole.substr(0, whole.find("\n\n"));
     sentence.erase(sentence.find_last_not_of('\n') + 1);
     std::replace(sentence.begin(), sentence.end(), '\n', ' ');
     std::string line = "  " + command->get_name();

@@ -5,10 +5,8 @@
 #include <optional>
 
 #include "cli/command.h"
-#include "files/mydmr.h"
-#include "files/myfmr.h"
+#include "cli/inputimage.h"
 #include "host/hosterror.h"
-#include "host/mapfile.h"
 #include "nifti/convert.h"
 #include "nifti/geometry.h"
 #include "nifti/image.h"
@@ -59,35 +57,13 @@ std::string plainName(const std::string& file) {
                                    : std::filesystem::path(name).stem().string();
 }
 
-Volume<float> projectVolume(const std::string& file, int index) {
-  std::vector<Volume<float>> volumes = file.ends_with(".fmr")
-                                           ? std::move(FMR(file, /*loadData=*/true).stcData)
-                                           : std::move(DMR(file, /*loadData=*/true).dwiData);
-  if (index >= static_cast<int>(volumes.size()))
-    throw HostError(file + " has " + std::to_string(volumes.size()) +
-                    " volumes; volume " + std::to_string(index) + " (counted from 0) is not there");
-  return std::move(volumes[static_cast<std::size_t>(index)]);
-}
-
 // An image or a project, and the geometry that a map on the same grid may share.
 Input readImage(const std::string& file, int index, std::optional<Geometry>& geometry) {
   Input input;
-  Volume<float> volume;
-  nifti::Header header;
-  if (nifti::hasNiftiName(file)) {
-    nifti::Reader reader(file);
-    header = reader.header();
-    if (index >= header.volumes)
-      throw HostError(file + " has " + std::to_string(header.volumes) + " volumes; volume " +
-                      std::to_string(index) + " (counted from 0) is not there");
-    volume = reader.readVolume(index);
-  } else if (nifti::hasProjectName(file)) {
-    std::vector<std::string> notes;
-    header = nifti::referenceHeader(file, notes);
-    volume = projectVolume(file, index);
-  } else {
-    throw HostError(file + " is neither a NIfTI image nor a project (.fmr, .dmr) nor a map (.map)");
-  }
+  const Volume<float> volume = readInputVolume(file, index);
+  std::vector<std::string> notes;
+  const nifti::Header header = nifti::hasNiftiName(file) ? nifti::Reader(file).header()
+                                                         : nifti::referenceHeader(file, notes);
   const Geometry own{volume.dimensions(), patientAxes(header.affine()),
                      nifti::columnLengths(header.affine())};
   if (!geometry) geometry = own;
@@ -98,12 +74,10 @@ Input readImage(const std::string& file, int index, std::optional<Geometry>& geo
 }
 
 Input readMap(const std::string& file, const std::optional<Geometry>& geometry) {
-  const Map map = readMapFile(file);
   Input input;
-  Volume<float> volume(map.header.dimX, map.header.dimY, map.header.dimZ);
-  volume.copyData(map.values.data());
+  const Volume<float> volume = readInputVolume(file, 0);
   const bool shared = geometry && geometry->dims == volume.dimensions();
-  input.volume = shared ? turned(volume, geometry->axes) : std::move(volume);
+  input.volume = shared ? turned(volume, geometry->axes) : volume;
   if (shared) input.voxelMm = turned(geometry->voxelMm, geometry->axes);
   return input;
 }
@@ -144,10 +118,13 @@ Slice parseSlice(const std::string& text) {
   const std::size_t colon = text.find(':');
   const std::string plane = text.substr(0, colon);
   Slice slice{SlicePlane::axial, -1};
-  if (plane == "coronal" || plane == "y") slice.plane = SlicePlane::coronal;
-  else if (plane == "sagittal" || plane == "x") slice.plane = SlicePlane::sagittal;
+  if (plane == "coronal" || plane == "y")
+    slice.plane = SlicePlane::coronal;
+  else if (plane == "sagittal" || plane == "x")
+    slice.plane = SlicePlane::sagittal;
   else if (plane != "axial" && plane != "z")
-    throw HostError("--slice " + text + " is not understood; write axial:30, coronal or sagittal:5");
+    throw HostError("--slice " + text +
+                    " is not understood; write axial:30, coronal or sagittal:5");
   if (colon == std::string::npos) return slice;
   const std::string number = text.substr(colon + 1);
   if (number.empty() || number.size() > 6 ||

@@ -209,10 +209,9 @@ template <typename T>
 T Volume<T>::mean() const {
   T total = 0;
   for (int i = 0; i < size(); ++i) total = static_cast<T>(total + data()[i]);
-  if constexpr (std::is_floating_point_v<T>)
-    return size() == 0 ? std::numeric_limits<T>::quiet_NaN() : total / static_cast<T>(size());
-  else
-    return size() == 0 ? T(0) : static_cast<T>(total / size());
+  const T count = static_cast<T>(size());
+  if (count == 0) return std::numeric_limits<T>::quiet_NaN();  // 0 for the integers
+  return static_cast<T>(total / count);
 }
 
 template <typename T>

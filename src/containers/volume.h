@@ -100,8 +100,8 @@ class Volume {
   /// First extreme of a linear scan; 0 for an empty volume.
   T min() const;
   T max() const;
-  /// Sum divided by the element count, both in T (so an 8-bit sum wraps before the division).
-  /// For an empty volume NaN, or 0 where T has no NaN.
+  /// Sum divided by the element count, both in T (so an 8-bit sum, and an 8-bit count, wrap before
+  /// the division). For a count of 0 NaN, or 0 where T has no NaN.
   T mean() const;
   /// The element at (y, x, z) of the result is this volume's element at (x, y, z).
   Volume transposeXY() const;

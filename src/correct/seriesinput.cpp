@@ -149,7 +149,7 @@ SeriesOutcome correctOneSeries(const SeriesInput& input, const CorrectionReport&
     outcome.warnings.push_back(
         "CHECK THE SIGN in " + sourceOf(input) + ": it says " + series::nameOf(input.direction) +
         ", but the series agrees better with the corrected pair when it is corrected as " +
-        series::nameOf(input.direction.opposite()));
+        series::nameOf(input.direction.opposite()) + "; it or the pair's directions are wrong");
   return outcome;
 }
 

@@ -105,8 +105,8 @@ bool inDeepGrey(glm::dvec3 p) {
 double sheetDistance(glm::dvec3 p, double periodMm) {
   const double a = 2.0 * std::numbers::pi / periodMm;
   const glm::dvec3 q = p * a;
-  const double g = std::sin(q.x) * std::cos(q.y) + std::sin(q.y) * std::cos(q.z) +
-                   std::sin(q.z) * std::cos(q.x);
+  const double g =
+      std::sin(q.x) * std::cos(q.y) + std::sin(q.y) * std::cos(q.z) + std::sin(q.z) * std::cos(q.x);
   return std::abs(g) / (1.4 * a);
 }
 
@@ -121,8 +121,7 @@ Anatomy::Anatomy(std::uint64_t seed) {
 Tissue Anatomy::coarseTissueAt(glm::dvec3 p) const {
   const double belowSkin = depthBelowSkin(p);
   if (belowSkin <= 0.0) return Tissue::outside;
-  const double inBrain =
-      std::max({depthInCerebrum(p), depthInCerebellum(p), depthInBrainStem(p)});
+  const double inBrain = std::max({depthInCerebrum(p), depthInCerebellum(p), depthInBrainStem(p)});
   if (inBrain > 0.0) return Tissue::white;
   if (inBrain > -2.6) return Tissue::csf;
   if (inCavity(p)) return Tissue::cavity;
@@ -175,15 +174,24 @@ Tissue Anatomy::brainTissue(glm::dvec3 p, double depthMm) const {
 float Anatomy::signal(Tissue tissue) {
   switch (tissue) {
     case Tissue::outside:
-    case Tissue::cavity: return 0.0F;
-    case Tissue::scalp: return 330.0F;
-    case Tissue::bone: return 40.0F;
-    case Tissue::softTissue: return 260.0F;
-    case Tissue::fat: return 110.0F;
-    case Tissue::eye: return 1500.0F;
-    case Tissue::csf: return 1480.0F;
-    case Tissue::grey: return 1000.0F;
-    case Tissue::white: return 740.0F;
+    case Tissue::cavity:
+      return 0.0F;
+    case Tissue::scalp:
+      return 330.0F;
+    case Tissue::bone:
+      return 40.0F;
+    case Tissue::softTissue:
+      return 260.0F;
+    case Tissue::fat:
+      return 110.0F;
+    case Tissue::eye:
+      return 1500.0F;
+    case Tissue::csf:
+      return 1480.0F;
+    case Tissue::grey:
+      return 1000.0F;
+    case Tissue::white:
+      return 740.0F;
   }
   return 0.0F;
 }
@@ -191,9 +199,13 @@ float Anatomy::signal(Tissue tissue) {
 double Anatomy::susceptibilityPpm(Tissue tissue) {
   switch (tissue) {
     case Tissue::outside:
-    case Tissue::cavity: return 0.0;
-    case Tissue::bone: return -10.4;
-    case Tissue::fat: return -8.6;
-    default: return -9.4;
+    case Tissue::cavity:
+      return 0.0;
+    case Tissue::bone:
+      return -10.4;
+    case Tissue::fat:
+      return -8.6;
+    default:
+      return -9.4;
   }
 }

@@ -12,7 +12,7 @@ enum class Tissue : std::uint8_t {
   softTissue,  ///< muscle and what else fills face and neck
   fat,         ///< of the orbits, dark under fat suppression
   eye,
-  csf,    ///< around the brain, in sulci and ventricles
+  csf,  ///< around the brain, in sulci and ventricles
   grey,
   white,
 };

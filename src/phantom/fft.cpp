@@ -4,15 +4,15 @@
 #include <stdexcept>
 
 Fft::Fft(glm::ivec3 size, glm::dvec3 voxelMm) : array(size), voxel(voxelMm) {
-  binCount = static_cast<std::size_t>(array.nx() / 2 + 1) *
-             static_cast<std::size_t>(array.ny()) * static_cast<std::size_t>(array.nz());
+  binCount = static_cast<std::size_t>(array.nx() / 2 + 1) * static_cast<std::size_t>(array.ny()) *
+             static_cast<std::size_t>(array.nz());
   bins.reset(static_cast<fftw_complex*>(fftw_malloc(binCount * sizeof(fftw_complex))));
   if (!bins) throw std::bad_alloc();
   // ESTIMATE: a plan that was measured may differ, and with it the last bits, from run to run.
   forward.reset(fftw_plan_dft_r2c_3d(array.nz(), array.ny(), array.nx(), array.data(), bins.get(),
                                      FFTW_ESTIMATE));
-  backward.reset(fftw_plan_dft_c2r_3d(array.nz(), array.ny(), array.nx(), bins.get(),
-                                      array.data(), FFTW_ESTIMATE));
+  backward.reset(fftw_plan_dft_c2r_3d(array.nz(), array.ny(), array.nx(), bins.get(), array.data(),
+                                      FFTW_ESTIMATE));
   if (!forward || !backward) throw std::runtime_error("a Fourier transform cannot be planned");
 }
 

@@ -122,8 +122,7 @@ HeadField makeHeadField(const PhantomGrid& grid, const HeadObject& head, std::ui
   }
   if (bounded) {
     if (chosen.extremes.maxGradient > 0.0)
-      chosen.scale =
-          std::min(chosen.scale, goal.maxShiftGradient / chosen.extremes.maxGradient);
+      chosen.scale = std::min(chosen.scale, goal.maxShiftGradient / chosen.extremes.maxGradient);
     chosen.scale = std::min(chosen.scale, chosen.extremes.maxScale);
   }
   chosen.field *= chosen.scale / goal.readoutSeconds;

@@ -41,7 +41,8 @@ class HeadField {
 /// It is scaled to the largest shift asked for. The width of the Gaussian follows from the
 /// gradient asked for: of the widths 1.5, 1.8, ... 6.4 voxels (factors of 1.2) one that keeps to
 /// it while the next smaller does not. If none does (small grids), the scale gives way. It also
-/// does where signal (of more than a hundredth of the brain's) would leave the grid. An unbounded gradient takes the smallest width.
+/// does where signal (of more than a hundredth of the brain's) would leave the grid. An unbounded
+/// gradient takes the smallest width.
 ///
 /// A head without any field (a grid of one voxel, say) stays without.
 ///

@@ -33,7 +33,8 @@ void checkGrid(const PhantomGrid& grid) {
 glm::dvec3 anatomyScale(const PhantomGrid& grid) {
   const auto& fov = Anatomy::fieldOfViewMm;
   glm::dvec3 voxels(grid.size);
-  for (int axis = 0; axis < 2; ++axis) voxels[axis] = std::max(voxels[axis] - 4.0, voxels[axis] / 2);
+  for (int axis = 0; axis < 2; ++axis)
+    voxels[axis] = std::max(voxels[axis] - 4.0, voxels[axis] / 2);
   return glm::dvec3(fov[0], fov[1], fov[2]) / (voxels * grid.voxelMm);
 }
 
@@ -78,7 +79,8 @@ void convolveLine(float* line, int n, std::ptrdiff_t stride, const std::vector<d
   for (int i = 0; i < n; ++i) {
     const double* centre = work.data() + i + r;
     double sum = half[0] * centre[0];
-    for (int k = 1; k <= r; ++k) sum += half[static_cast<std::size_t>(k)] * (centre[k] + centre[-k]);
+    for (int k = 1; k <= r; ++k)
+      sum += half[static_cast<std::size_t>(k)] * (centre[k] + centre[-k]);
     line[i * stride] = static_cast<float>(sum);
   }
 }
@@ -200,8 +202,7 @@ Volume<double> sampleSusceptibility(const PhantomGrid& grid, glm::ivec3 margin,
         for (int corner = 0; corner < 8; ++corner) {
           const glm::dvec3 offset((corner & 1) - 0.5, (corner >> 1 & 1) - 0.5, (corner >> 2) - 0.5);
           const glm::dvec3 voxel = glm::dvec3(glm::ivec3(x, y, z) - margin) + 0.5 * offset;
-          sum += Anatomy::susceptibilityPpm(
-              anatomy.coarseTissueAt(scale * grid.positionMm(voxel)));
+          sum += Anatomy::susceptibilityPpm(anatomy.coarseTissueAt(scale * grid.positionMm(voxel)));
         }
         chi.at(x, y, z) = sum / 8.0;
       }

@@ -17,9 +17,7 @@ struct PhantomGrid {
     return (voxel - (glm::dvec3(size) - 1.0) * 0.5) * voxelMm;
   }
   /// The inverse of `positionMm`.
-  glm::dvec3 voxelAt(glm::dvec3 mm) const {
-    return mm / voxelMm + (glm::dvec3(size) - 1.0) * 0.5;
-  }
+  glm::dvec3 voxelAt(glm::dvec3 mm) const { return mm / voxelMm + (glm::dvec3(size) - 1.0) * 0.5; }
 };
 
 /// A rigid motion of the head: p -> R p + t about the middle of the field of view, with
@@ -40,8 +38,8 @@ struct RigidMotion {
 struct HeadObject {
   static constexpr int cellsPerVoxel = 3;
 
-  Volume<float> density;  ///< signal, (3 nx, 3 ny, nz)
-  Volume<float> image;    ///< its mean per voxel: the undistorted image, (nx, ny, nz)
+  Volume<float> density;            ///< signal, (3 nx, 3 ny, nz)
+  Volume<float> image;              ///< its mean per voxel: the undistorted image, (nx, ny, nz)
   Volume<unsigned char> headMask;   ///< 1 where at least half of a voxel is head, cavities included
   Volume<unsigned char> brainMask;  ///< the same of brain: grey, white and the fluid in its outline
 };
@@ -59,5 +57,4 @@ HeadObject sampleHead(const PhantomGrid& grid, std::uint64_t seed, const RigidMo
 
 /// Susceptibility in ppm against air on `grid`, which is continued by `margin` voxels beyond each
 /// face: element (0, 0, 0) is voxel -margin. The neck goes on in the lower margin.
-Volume<double> sampleSusceptibility(const PhantomGrid& grid, glm::ivec3 margin,
-                                    std::uint64_t seed);
+Volume<double> sampleSusceptibility(const PhantomGrid& grid, glm::ivec3 margin, std::uint64_t seed);

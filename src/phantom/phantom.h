@@ -42,12 +42,12 @@ struct PhantomOptions {
 /// of both.
 struct Phantom {
   PhantomOptions options;
-  Volume<float> truth;         ///< the undistorted image, without noise; brain about 500 to 1600
-  Volume<float> ap, pa;        ///< the distorted pair, with noise
-  Volume<float> fieldHz;       ///< f
-  Volume<float> shiftVoxels;   ///< b
+  Volume<float> truth;        ///< the undistorted image, without noise; brain about 500 to 1600
+  Volume<float> ap, pa;       ///< the distorted pair, with noise
+  Volume<float> fieldHz;      ///< f
+  Volume<float> shiftVoxels;  ///< b
   Volume<unsigned char> brainMask, headMask;  ///< undistorted; the head with its cavities
-  double noiseSigma = 0.0;     ///< standard deviation per part, in image units
+  double noiseSigma = 0.0;                    ///< standard deviation per part, in image units
   double fieldSmoothingMm = 0.0;
   /// With motion: undistorted image and shift b where the head is in the PA image. Otherwise
   /// empty, since they are `truth` and `shiftVoxels`.

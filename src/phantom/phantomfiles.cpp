@@ -61,14 +61,13 @@ class PhantomWriter {
 
   Json imageSidecar(bool positive) const {
     const int lines = alongY ? phantom.options.size.y : phantom.options.size.x;
-    Json sidecar = {{"Modality", "MR"},
-                    {"MagneticFieldStrength", fieldStrengthTesla},
-                    {"Manufacturer", "simulated"},
-                    {"PhaseEncodingDirection",
-                     std::string(alongY ? "j" : "i") + (positive ? "" : "-")},
-                    {"TotalReadoutTime", phantom.options.readoutSeconds}};
-    if (lines > 1)
-      sidecar["EffectiveEchoSpacing"] = phantom.options.readoutSeconds / (lines - 1);
+    Json sidecar = {
+        {"Modality", "MR"},
+        {"MagneticFieldStrength", fieldStrengthTesla},
+        {"Manufacturer", "simulated"},
+        {"PhaseEncodingDirection", std::string(alongY ? "j" : "i") + (positive ? "" : "-")},
+        {"TotalReadoutTime", phantom.options.readoutSeconds}};
+    if (lines > 1) sidecar["EffectiveEchoSpacing"] = phantom.options.readoutSeconds / (lines - 1);
     sidecar["ReconMatrixPE"] = lines;
     sidecar["EchoTime"] = echoTimeSeconds;
     sidecar["RepetitionTime"] = repetitionTimeSeconds;
@@ -92,8 +91,8 @@ class PhantomWriter {
   }
 
   void convertToProject(const std::string& name) {
-    const nifti::ConvertReport report = nifti::convert(out.path(stem(name) + ".nii.gz"),
-                                                       out.path(stem(name) + ".fmr"));
+    const nifti::ConvertReport report =
+        nifti::convert(out.path(stem(name) + ".nii.gz"), out.path(stem(name) + ".fmr"));
     for (const std::string& file : report.written)
       names.push_back(std::filesystem::path(file).filename().string());
   }

@@ -28,8 +28,7 @@ TissueField::TissueField(const Volume<double>& chiPpm, glm::dvec3 voxelMm, const
   shim.removeFrom(field);
   Volume<double> tissue(chiPpm.dimensions());
   for (int i = 0; i < chiPpm.size(); ++i) {
-    tissue.data()[i] =
-        std::min(1.0, chiPpm.data()[i] / Anatomy::susceptibilityPpm(Tissue::grey));
+    tissue.data()[i] = std::min(1.0, chiPpm.data()[i] / Anatomy::susceptibilityPpm(Tissue::grey));
     field.data()[i] *= tissue.data()[i];
   }
   weighted = fft.transform(field);

@@ -51,7 +51,8 @@ bool encode(Encoder& encoder) {
 void writePng(const std::string& fileName, const RgbImage& image) {
   if (image.width() == 0) throw std::invalid_argument("an empty picture cannot be written");
   Encoder encoder{image, {}};
-  if (!encode(encoder)) throw std::runtime_error("the picture " + fileName + " could not be encoded");
+  if (!encode(encoder))
+    throw std::runtime_error("the picture " + fileName + " could not be encoded");
 
   const std::string temporary = fileName + ".part" + std::to_string(getpid());
   const auto fail = [&](const char* what, int code) {

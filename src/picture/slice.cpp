@@ -13,9 +13,12 @@ struct Axes {
 
 Axes axesOf(SlicePlane plane) {
   switch (plane) {
-    case SlicePlane::axial: return {0, 1, 2};
-    case SlicePlane::coronal: return {0, 2, 1};
-    case SlicePlane::sagittal: return {1, 2, 0};
+    case SlicePlane::axial:
+      return {0, 1, 2};
+    case SlicePlane::coronal:
+      return {0, 2, 1};
+    case SlicePlane::sagittal:
+      return {1, 2, 0};
   }
   return {0, 1, 2};
 }
@@ -48,8 +51,8 @@ template <typename ColourAt>
 RgbImage draw(glm::ivec3 dims, const SliceView& view, ColourAt colourAt) {
   const Axes axes = axesOf(view.plane);
   if (view.index < 0 || view.index >= dims[axes.through])
-    throw std::out_of_range("there is no slice " + std::to_string(view.index) + ": the volume has " +
-                            std::to_string(dims[axes.through]));
+    throw std::out_of_range("there is no slice " + std::to_string(view.index) +
+                            ": the volume has " + std::to_string(dims[axes.through]));
   const float right = view.voxelMm[axes.right], up = view.voxelMm[axes.up];
   if (!(right > 0.0F) || !(up > 0.0F) || !std::isfinite(right / up) || view.pixelsPerVoxel < 1)
     throw std::invalid_argument("voxels must have positive sizes to be drawn");

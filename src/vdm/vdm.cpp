@@ -61,7 +61,8 @@ int smoothColumn(float* column, int ny, int stride) {
   for (unsigned scan = 1;; ++scan) {
     const int adjustments = scanColumn(column, ny, stride);
     total += adjustments;
-    if (adjustments == 0 || columnEquals(column, stride, earlier)) return total;
+    if (adjustments == 0) return total;
+    if (!earlier.empty() && columnEquals(column, stride, earlier)) return total;
     if ((scan & (scan - 1)) != 0) continue;
     earlier.resize(static_cast<std::size_t>(ny));
     for (int y = 0; y < ny; ++y) earlier[static_cast<std::size_t>(y)] = column[y * stride];

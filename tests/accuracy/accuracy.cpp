@@ -1,7 +1,7 @@
 // Prints the tables of docs/accuracy.md: each variant of the estimate against a field that was
 // measured on its own, against itself along another axis, and against a simulated truth.
 //
-//   MIREL_TEST_DATA=folder mirel_accuracy [brain|sphere|phantom|small ...] [--scale F]
+//   MIREL_TEST_DATA=folder mirel_accuracy [brain|series|sphere|phantom|small ...] [--scale F]
 
 #include <algorithm>
 #include <chrono>
@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "accuracy/measure.h"
+#include "accuracy/series.h"
 #include "correct/engine.h"
 #include "correct/foreground.h"
 #include "nifti/geometry.h"
@@ -252,10 +253,12 @@ int main(int argc, char** argv) {
       else
         parts.push_back(word);
     }
-    if (parts.empty()) parts = {"brain", "sphere", "phantom", "small"};
+    if (parts.empty()) parts = {"brain", "series", "sphere", "phantom", "small"};
     for (const std::string& part : parts) {
       if (part == "brain")
         brain();
+      else if (part == "series")
+        printSeriesAccuracy(dataFolder() + "/siemens_prisma_dwi_bold_fmap");
       else if (part == "sphere")
         sphere();
       else if (part == "phantom")

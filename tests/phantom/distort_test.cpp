@@ -102,8 +102,8 @@ TEST(Distort, AlongXIsTheTransposeOfAlongY) {
   const Volume<float> density = randomVolume({9, 15, 2}, 5, 1000.0F);
   const Volume<float> shift = randomVolume({3, 5, 2}, 6, 1.5F);
   const Volume<float> along = distort(density, shift, PhaseEncodingAxis::x, 3);
-  const Volume<float> transposed = distort(density.transposeXY(), shift.transposeXY(),
-                                           PhaseEncodingAxis::y, 3);
+  const Volume<float> transposed =
+      distort(density.transposeXY(), shift.transposeXY(), PhaseEncodingAxis::y, 3);
   EXPECT_TRUE(along == transposed.transposeXY());
 }
 

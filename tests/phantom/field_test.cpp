@@ -164,7 +164,8 @@ TEST_F(HeadFieldTest, GoesWithTheHeadWhenItMoves) {
   for (int z = 0; z < 18; ++z)
     for (int y = 0; y < 36; ++y)
       for (int x = 1; x < 30; ++x)
-        EXPECT_NEAR(moved.at(x, y, z), still.at(x - 1, y, z + 2), 1e-3F) << x << " " << y << " " << z;
+        EXPECT_NEAR(moved.at(x, y, z), still.at(x - 1, y, z + 2), 1e-3F)
+            << x << " " << y << " " << z;
 }
 
 TEST_F(HeadFieldTest, RefusesGoalsThatMakeNoSense) {

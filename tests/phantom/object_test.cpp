@@ -62,8 +62,8 @@ TEST(PhantomGrid, PositionsAndVoxelsAreInverse) {
 }
 
 TEST(SampleHead, HoldsTheWholeHeadOnAnyGrid) {
-  for (const glm::ivec3 size : {glm::ivec3(8, 8, 4), glm::ivec3(17, 23, 9), glm::ivec3(40, 12, 5),
-                                glm::ivec3(9, 31, 22)}) {
+  for (const glm::ivec3 size :
+       {glm::ivec3(8, 8, 4), glm::ivec3(17, 23, 9), glm::ivec3(40, 12, 5), glm::ivec3(9, 31, 22)}) {
     const HeadObject head = sampleHead({size, {3.0, 2.0, 5.5}}, 1);
     ASSERT_EQ(head.image.dimensions(), size);
     ASSERT_EQ(head.density.dimensions(), glm::ivec3(3 * size.x, 3 * size.y, size.z));

@@ -51,8 +51,8 @@ TEST(Phantom, ShiftIsMinusFieldTimesReadoutForTheImageAgainstTheAxis) {
       sampleHead({phantom.options.size, phantom.options.voxelMm}, phantom.options.seed);
   EXPECT_TRUE(phantom.apSignal == distort(head.density, phantom.fieldHz * -0.05F,
                                           PhaseEncodingAxis::y, HeadObject::cellsPerVoxel));
-  EXPECT_TRUE(phantom.paSignal == distort(head.density, -phantom.shiftVoxels,
-                                          PhaseEncodingAxis::y, HeadObject::cellsPerVoxel));
+  EXPECT_TRUE(phantom.paSignal == distort(head.density, -phantom.shiftVoxels, PhaseEncodingAxis::y,
+                                          HeadObject::cellsPerVoxel));
 }
 
 TEST(Phantom, ShiftGrowsWithTheReadoutAndTheFieldStays) {
@@ -135,8 +135,8 @@ TEST(Phantom, DoesNotFoldUnlessAsked) {
     for (int z = 0; z < p.truth.nz(); ++z)
       for (int y = 1; y < p.truth.ny(); ++y)
         for (int x = 0; x < p.truth.nx(); ++x)
-          step = std::max(step,
-                          std::abs(p.shiftVoxels.at(x, y, z) - p.shiftVoxels.at(x, y - 1, z)));
+          step =
+              std::max(step, std::abs(p.shiftVoxels.at(x, y, z) - p.shiftVoxels.at(x, y - 1, z)));
     return step;
   };
   EXPECT_LT(steepest(makePhantom(options)), 0.81F);
@@ -161,9 +161,8 @@ TEST(Phantom, AlongXHasTheSameHeadAndAShiftAlongX) {
 }
 
 TEST(Phantom, WorksOnOddTinyAndFlatGrids) {
-  for (const glm::ivec3 size :
-       {glm::ivec3(8, 8, 4), glm::ivec3(9, 15, 5), glm::ivec3(31, 10, 7), glm::ivec3(1, 1, 1),
-        glm::ivec3(2, 1, 3), glm::ivec3(16, 16, 1)})
+  for (const glm::ivec3 size : {glm::ivec3(8, 8, 4), glm::ivec3(9, 15, 5), glm::ivec3(31, 10, 7),
+                                glm::ivec3(1, 1, 1), glm::ivec3(2, 1, 3), glm::ivec3(16, 16, 1)})
     for (const PhaseEncodingAxis axis : {PhaseEncodingAxis::x, PhaseEncodingAxis::y}) {
       PhantomOptions options;
       options.size = size;

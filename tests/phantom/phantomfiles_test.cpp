@@ -62,8 +62,7 @@ TEST_F(PhantomFilesTest, ImagesComeBackRoundedToIntegers) {
   writePhantom(phantom, folder.file("out"));
   const auto expectRounded = [](const Volume<float>& read, const Volume<float>& made) {
     ASSERT_EQ(read.dimensions(), made.dimensions());
-    for (int i = 0; i < made.size(); ++i)
-      EXPECT_EQ(read.data()[i], std::nearbyint(made.data()[i]));
+    for (int i = 0; i < made.size(); ++i) EXPECT_EQ(read.data()[i], std::nearbyint(made.data()[i]));
   };
   expectRounded(read(file("dir-AP_epi.nii.gz")), phantom.ap);
   expectRounded(read(file("dir-PA_epi.nii.gz")), phantom.pa);

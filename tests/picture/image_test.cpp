@@ -25,7 +25,9 @@ TEST(RgbImage, PasteLeavesOutWhatFallsOutside) {
   image.paste(RgbImage(2, 2, blue), 3, -1);
   for (int y = 0; y < 3; ++y)
     for (int x = 0; x < 4; ++x)
-      EXPECT_EQ(image.at(x, y), x == 3 && y == 0 ? blue : x < 2 && y >= 1 ? red : black)
+      EXPECT_EQ(image.at(x, y), x == 3 && y == 0  ? blue
+                                : x < 2 && y >= 1 ? red
+                                                  : black)
           << x << " " << y;
 }
 

@@ -36,8 +36,9 @@ RgbImage sampleImage() {
   RgbImage image(37, 23);
   for (int y = 0; y < 23; ++y)
     for (int x = 0; x < 37; ++x)
-      image.set(x, y, {static_cast<std::uint8_t>(7 * x), static_cast<std::uint8_t>(11 * y),
-                       static_cast<std::uint8_t>(x * y)});
+      image.set(x, y,
+                {static_cast<std::uint8_t>(7 * x), static_cast<std::uint8_t>(11 * y),
+                 static_cast<std::uint8_t>(x * y)});
   return image;
 }
 

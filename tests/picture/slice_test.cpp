@@ -20,8 +20,8 @@ Volume<float> numbered() {
 }
 
 Colour greyOf(float value, Window window) {
-  const auto g = static_cast<std::uint8_t>(
-      255.0F * (value - window.low) / (window.high - window.low) + 0.5F);
+  const auto g =
+      static_cast<std::uint8_t>(255.0F * (value - window.low) / (window.high - window.low) + 0.5F);
   return {g, g, g};
 }
 

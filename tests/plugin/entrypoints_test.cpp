@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include <ostream>
 #include <string>
 
 #include "plugin/loadedplugin.h"
@@ -43,6 +44,10 @@ struct VersionCase {
   int major, minor, revision;
   bool accepted;
 };
+
+std::ostream& operator<<(std::ostream& os, const VersionCase& c) {
+  return os << c.major << "." << c.minor << "." << c.revision;
+}
 
 class HostVersion : public testing::TestWithParam<VersionCase> {};
 

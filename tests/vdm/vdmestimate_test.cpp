@@ -4,8 +4,8 @@
 
 #include <cmath>
 #include <limits>
-#include <regex>
 #include <stdexcept>
+#include <string>
 
 #include "numerics/distance.h"
 #include "numerics/volumegauss.h"
@@ -27,6 +27,7 @@ constexpr float nan = std::numeric_limits<float>::quiet_NaN();
 constexpr float inf = std::numeric_limits<float>::infinity();
 const glm::dvec3 voxelSize(2.0, 2.0, 2.5);
 const glm::dvec3 fitSigma(1.0, 1.5, 1.0);
+const char* const toRepair = " iterations to improve inverse consistency";
 
 struct Scales {
   std::vector<Volume<float>> patterns;
@@ -56,11 +57,30 @@ Volume<float> unevenPattern(glm::ivec3 d) {
   return random.volume(d, 0.2f, 1.0f);
 }
 
+bool startsWith(const std::string& text, const std::string& start) {
+  return text.compare(0, start.size(), start) == 0;
+}
+
 // The time taken is the only entry that differs from run to run.
 Entries withoutTime(Entries entries) {
-  for (std::string& entry : entries)
-    entry = std::regex_replace(entry, std::regex("^(\nTime taken: )[-+.0-9e]+$"), "$1...");
+  const std::string start = "\nTime taken: ";
+  for (std::string& entry : entries) {
+    if (!startsWith(entry, start)) continue;
+    std::size_t parsed = 0;
+    const std::string seconds = entry.substr(start.size());
+    if (std::stod(seconds, &parsed) >= 0 && parsed == seconds.size()) entry = start + "...";
+  }
   return entries;
+}
+
+// The number between `before` and `after`, which together are the whole entry; -1 if they are not.
+double numberBetween(const std::string& entry, const std::string& before,
+                     const std::string& after) {
+  if (!startsWith(entry, before) || entry.size() <= before.size() + after.size()) return -1;
+  const std::string rest = entry.substr(before.size());
+  std::size_t parsed = 0;
+  const double number = std::stod(rest, &parsed);
+  return rest.substr(parsed) == after ? number : -1;
 }
 
 class Estimate : public testing::Test {
@@ -173,14 +193,11 @@ TEST_F(Estimate, LogsTwoEntriesPerScale) {
   const Entries& e = log.entries();
   ASSERT_EQ(e.size(), 11u);
   EXPECT_EQ(e[3], "\nStarting local optimizations");
-  EXPECT_TRUE(std::regex_match(
-      e[4], std::regex("Smoothed \\(2\\) and needed \\d+ iterations to improve inverse "
-                       "consistency")))
-      << e[4];
-  EXPECT_TRUE(std::regex_match(e[5], std::regex("Finished iteration with NCC: -?[0-9.e-]+")))
-      << e[5];
-  EXPECT_EQ(e[6].rfind("Smoothed (0.75) and needed ", 0), 0u) << "the x component, as a double";
-  EXPECT_EQ(e[8].rfind("Other distance measure SSD: ", 0), 0u);
+  EXPECT_GE(numberBetween(e[4], "Smoothed (2) and needed ", toRepair), 0) << e[4];
+  EXPECT_GT(numberBetween(e[5], "Finished iteration with NCC: ", ""), 0) << e[5];
+  EXPECT_GE(numberBetween(e[6], "Smoothed (0.75) and needed ", toRepair), 0)
+      << "the x component, as a double: " << e[6];
+  EXPECT_GT(numberBetween(e[8], "Other distance measure SSD: ", ""), 0) << e[8];
 }
 
 TEST_F(Estimate, EndsWithWhetherTheMapPassesTheConsistencyCheck) {
@@ -281,15 +298,6 @@ TEST_F(Estimate, AgreesWithTheReferenceOnUnevenPatterns) {
     }
 }
 
-// Adjustments that the estimate logged as needed at its first scale.
-int loggedAdjustments(const Entries& entries) {
-  std::smatch match;
-  for (const std::string& entry : entries)
-    if (std::regex_search(entry, match, std::regex("and needed (\\d+) iterations")))
-      return std::stoi(match[1]);
-  return -1;
-}
-
 TEST_F(Estimate, AgreesWithTheReferenceWhereTheMapFolds) {
   // Hardly smoothed large trials leave many steps to repair.
   Scales s;
@@ -301,7 +309,7 @@ TEST_F(Estimate, AgreesWithTheReferenceWhereTheMapFolds) {
     expectAgreement(ap, pa, s);
   }
   estimate(ap, pa, s);
-  EXPECT_GT(loggedAdjustments(log.entries()), 500);
+  EXPECT_GT(numberBetween(log.entries().at(4), "Smoothed (0.3) and needed ", toRepair), 500);
 }
 
 TEST_F(Estimate, AgreesWithTheReferenceOnTiesAndDuplicateAmplitudes) {

@@ -1,0 +1,90 @@
+#include "bids/sidecar.h"
+
+#include <gmock/gmock.h>
+
+#include "nifti/niftifiles.h"
+
+using namespace niftifiles;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+namespace {
+
+struct SidecarFile : testing::Test {
+  TempFolder folder;
+  const std::string name = folder.file("run.json");
+
+  bids::Sidecar read(const std::string& text) const {
+    writeText(name, text);
+    return bids::Sidecar(name);
+  }
+  std::string readoutFailure(const std::string& text) const {
+    return failure([&] { static_cast<void>(read(text).readout(65)); });
+  }
+};
+
+}  // namespace
+
+TEST_F(SidecarFile, standsBesideTheImage) {
+  EXPECT_EQ(bids::sidecarName("a/run 1.nii.gz"), "a/run 1.json");
+  EXPECT_EQ(bids::sidecarName("run.nii"), "run.json");
+}
+
+TEST_F(SidecarFile, phaseEncodingDirection) {
+  for (const char* text : {"i", "i-", "j", "j-", "k", "k-"}) {
+    const auto direction =
+        read(R"({"PhaseEncodingDirection": ")" + std::string(text) + "\"}").phaseEncoding();
+    ASSERT_TRUE(direction) << text;
+    EXPECT_EQ(series::nameOf(*direction), text);
+  }
+  EXPECT_FALSE(read(R"({"EchoTime": 1})").phaseEncoding());
+}
+
+TEST_F(SidecarFile, readoutTimesInTheOrderOfTheirTrust) {
+  const auto readout =
+      read(R"({"TotalReadoutTime": 0.05, "EffectiveEchoSpacing": 0.001})").readout(65);
+  EXPECT_EQ(readout->seconds, 0.05);
+  EXPECT_EQ(readout->source, bids::ReadoutSource::totalReadoutTime);
+  const auto spacing =
+      read(R"({"EffectiveEchoSpacing": 0.001, "EstimatedTotalReadoutTime": 0.9})").readout(65);
+  EXPECT_DOUBLE_EQ(spacing->seconds, 0.064);
+  EXPECT_EQ(spacing->source, bids::ReadoutSource::effectiveEchoSpacing);
+  const auto estimated =
+      read(R"({"EstimatedTotalReadoutTime": 0.03, "EstimatedEffectiveEchoSpacing": 0.001})")
+          .readout(65);
+  EXPECT_EQ(estimated->seconds, 0.03);
+  EXPECT_EQ(estimated->source, bids::ReadoutSource::estimated);
+  EXPECT_DOUBLE_EQ(read(R"({"EstimatedEffectiveEchoSpacing": 0.001})").readout(65)->seconds, 0.064);
+  EXPECT_FALSE(read("{}").readout(65));
+}
+
+TEST_F(SidecarFile, aReadoutThatIsNoTimeIsRefused) {
+  for (const char* value : {"\"0.05\"", "null", "-0.05", "0", "[0.05]"})
+    EXPECT_THAT(readoutFailure("{\"TotalReadoutTime\": " + std::string(value) + "}"),
+                AllOf(StartsWith(name), HasSubstr("TotalReadoutTime")))
+        << value;
+  EXPECT_THAT(readoutFailure(R"({"TotalReadoutTime": 47.57})"),
+              AllOf(HasSubstr(name), HasSubstr("47.57 s"), HasSubstr("milliseconds")));
+  EXPECT_THAT(readoutFailure(R"({"EffectiveEchoSpacing": 0.00000001})"), HasSubstr(name));
+}
+
+TEST_F(SidecarFile, faultsAreOneSentenceWithTheName) {
+  const auto fault = [&](const std::string& text) { return failure([&] { read(text); }); };
+  // NaN is not JSON.
+  for (const char* text : {"", "{", "nonsense", R"({"TotalReadoutTime": NaN})", "{} {}"})
+    EXPECT_EQ(fault(text), name + " is not valid JSON") << text;
+  for (const char* text : {"[]", "3", "\"j\"", "null"})
+    EXPECT_EQ(fault(text), name + " is JSON, but not an object with named fields");
+  EXPECT_THAT(failure([&] { bids::Sidecar(folder.file("none.json")); }),
+              StartsWith(folder.file("none.json") + " cannot be opened"));
+  EXPECT_THAT(failure([&] { bids::Sidecar(folder.file("")); }), HasSubstr("is a directory"));
+  for (const char* value : {"\"y\"", "\"j--\"", "\"\"", "1", "null", "\"J\""})
+    EXPECT_THAT(
+        failure([&] {
+          static_cast<void>(
+              read("{\"PhaseEncodingDirection\": " + std::string(value) + "}").phaseEncoding());
+        }),
+        StartsWith(name))
+        << value;
+}

@@ -1,0 +1,200 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+#include "cli/correctpair.h"
+#include "nifti/image.h"
+#include "nifti/niftifiles.h"
+
+// What "mirel correct" does with bad input: one sentence, status 1 and no output.
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+class CorrectFaults : public CorrectPair {
+ protected:
+  void SetUp() override {
+    fs::copy(ap(), bad);
+    fs::copy(input("sub-phantom_dir-AP_epi.json"), file("bad.json"));
+  }
+  void write(const std::string& text) const { std::ofstream(bad, std::ios::binary) << text; }
+  void writeSidecar(const std::string& text) const { std::ofstream(file("bad.json")) << text; }
+
+  /// Corrects with `bad` for A; the sentence.
+  std::string fault(const std::vector<std::string>& options = {}) const {
+    std::vector<std::string> words = {"correct", bad, pa(), "--quiet", "-o", out()};
+    words.insert(words.end(), options.begin(), options.end());
+    return sentenceOf(runMirel(words));
+  }
+  std::string sentenceOf(const ProgramResult& result) const {
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.out, "");
+    EXPECT_THAT(result.err, StartsWith("Error: "));
+    EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
+    EXPECT_FALSE(fs::exists(out())) << "an output was left";
+    return result.err;
+  }
+
+  const std::string bad = file("bad.nii.gz");
+};
+
+TEST_F(CorrectFaults, aTruncatedGzip) {
+  const std::string whole = textOf(bad);
+  write(whole.substr(0, whole.size() / 2));
+  EXPECT_THAT(fault(), AllOf(HasSubstr("bad.nii.gz"), HasSubstr("truncated")));
+}
+
+TEST_F(CorrectFaults, impossibleDimensions) {
+  niftifiles::Raw raw;
+  raw.dim = {3, 32000, 32000, 32000};
+  niftifiles::writeBytes(bad, niftifiles::gzipped(niftifiles::bytesOf(raw)));
+  EXPECT_THAT(fault(), HasSubstr("bad.nii.gz"));
+}
+
+TEST_F(CorrectFaults, noNiftiAtAllADirectoryAndNothing) {
+  write("no image");
+  EXPECT_THAT(fault(), HasSubstr("bad.nii.gz"));
+  fs::remove(bad);
+  EXPECT_THAT(fault(), HasSubstr("bad.nii.gz"));
+  fs::create_directory(bad);
+  EXPECT_THAT(fault(), HasSubstr("bad.nii.gz"));
+}
+
+TEST_F(CorrectFaults, voxelsThatAreNotNumbers) {
+  nifti::Header header = nifti::Reader(ap()).header();
+  header.type = nifti::DataType::float32;
+  Volume<float> image = imageIn(ap());
+  image.data()[5] = std::nanf("");
+  nifti::Writer writer(bad, header);
+  writer.write(image);
+  writer.finish();
+  EXPECT_THAT(fault(), AllOf(HasSubstr("bad.nii.gz"), HasSubstr("NaN")));
+}
+
+TEST_F(CorrectFaults, anImageOfOneSlice) {
+  niftifiles::Raw raw;
+  raw.dim = {3, 40, 48, 1};
+  raw.data = niftifiles::samples(std::vector<std::int16_t>(40 * 48, 7));
+  niftifiles::writeBytes(bad, niftifiles::gzipped(niftifiles::bytesOf(raw)));
+  EXPECT_THAT(fault(), HasSubstr("40 x 48 x 1"));
+}
+
+TEST_F(CorrectFaults, anotherGrid) {
+  ASSERT_EQ(runMirel({"phantom", file("other"), "--size", "24", "28", "20", "--voxel", "8",
+                      "--volumes", "0"})
+                .status,
+            0);
+  fs::copy(file("other/sub-phantom_dir-AP_epi.nii.gz"), bad, fs::copy_options::overwrite_existing);
+  EXPECT_THAT(fault(), AllOf(HasSubstr("24 x 28 x 20"), HasSubstr("40 x 48 x 28")));
+}
+
+TEST_F(CorrectFaults, sidecarsThatAreNotJsonOrLackFields) {
+  writeSidecar("{\"PhaseEncodingDirection\": \"j-\",");
+  EXPECT_THAT(fault(), HasSubstr("bad.json is not valid JSON"));
+  writeSidecar("{}");
+  EXPECT_THAT(fault(), HasSubstr("bad.json has no PhaseEncodingDirection"));
+  writeSidecar("{\"PhaseEncodingDirection\": \"j-\"}");
+  EXPECT_THAT(fault(), HasSubstr("bad.json has neither TotalReadoutTime nor"));
+  writeSidecar("{\"PhaseEncodingDirection\": \"j\", \"TotalReadoutTime\": 0.04}");
+  EXPECT_THAT(fault(), AllOf(HasSubstr("opposite"), HasSubstr("bad.json")));
+}
+
+TEST_F(CorrectFaults, aSeriesThatCannotBeCorrected) {
+  const std::string series = file("run.nii.gz");
+  fs::copy(input("sub-phantom_task-rest_dir-AP_bold.nii.gz"), series);
+  std::ofstream(file("run.json")) << "{}";
+  EXPECT_THAT(fault({"--apply", series}), HasSubstr("run.json has no PhaseEncodingDirection"));
+  fs::remove(file("run.json"));
+  const std::string whole = textOf(series);
+  std::ofstream(series, std::ios::binary) << whole.substr(0, whole.size() * 9 / 10);
+  EXPECT_THAT(fault({"--apply", series}), AllOf(HasSubstr("run.nii.gz"), HasSubstr("truncated")));
+}
+
+TEST_F(CorrectFaults, anOutputFolderThatCannotBeMade) {
+  std::ofstream(file("plain")) << "x";
+  EXPECT_THAT(sentenceOf(correct({"--quiet"}, "plain")), HasSubstr("is a file, not a folder"));
+  EXPECT_THAT(sentenceOf(correct({"--quiet"}, "plain/sub")), HasSubstr("cannot be made"));
+}
+
+TEST_F(CorrectFaults, anOutputThatWouldOverwriteAnInput) {
+  // A series that stands where the corrected A is to go.
+  const std::string inTheWay = file("sub-phantom_dir-AP_desc-corrected_epi.nii.gz");
+  fs::copy(ap(), inTheWay);
+  const std::string before = textOf(inTheWay);
+  const ProgramResult result = correct({"--quiet", "--apply", inTheWay}, ".");
+  EXPECT_THAT(sentenceOf(result), HasSubstr("would overwrite an input"));
+  EXPECT_EQ(textOf(inTheWay), before);
+}
+
+TEST_F(CorrectFaults, aFullDisk) {
+  const niftifiles::FileSizeLimit limit(20000);
+  EXPECT_THAT(fault(), AllOf(HasSubstr(out() + "/"), HasSubstr("cannot be written")));
+}
+
+TEST_F(CorrectFaults, optionsThatMakeNoSense) {
+  for (const std::vector<std::string>& options : {std::vector<std::string>{"--volume", "-1"},
+                                                  {"--pe-a", "y"},
+                                                  {"--readout", "0"},
+                                                  {"--readout", "x"},
+                                                  {"--threads", "0"},
+                                                  {"--estimator", "none"},
+                                                  {"--ssd", "--ncc"},
+                                                  {"--ic", "--no-ic"},
+                                                  {"--mean", "0"},
+                                                  {"--intensity-scale", "-1"}}) {
+    const ProgramResult result = correct(options);
+    EXPECT_EQ(result.status, 2) << options[0];
+    EXPECT_FALSE(fs::exists(out()));
+  }
+  EXPECT_EQ(runMirel({"correct", ap(), pa()}).status, 2) << "no output folder";
+  EXPECT_THAT(sentenceOf(correct({"--quiet", "--volume", "7"})), HasSubstr("is no volume 7"));
+}
+
+// Ctrl-C while the results are being written.
+TEST_F(CorrectFaults, anInterruptLeavesNothing) {
+  // A series that takes long enough to be interrupted.
+  const std::string longSeries = file("long.nii.gz");
+  {
+    nifti::Header header = nifti::Reader(ap()).header();
+    header.volumes = 400;
+    nifti::Writer writer(longSeries, header);
+    const Volume<float> volume = imageIn(ap());
+    for (int t = 0; t < header.volumes; ++t) writer.write(volume);
+    writer.finish();
+  }
+  const std::vector<std::string> words = {MIREL_PROGRAM, "correct", ap(),      pa(), "--apply",
+                                          longSeries,    "--fast",  "--quiet", "-o", out()};
+  std::vector<char*> argv;
+  for (const std::string& word : words) argv.push_back(const_cast<char*>(word.c_str()));
+  argv.push_back(nullptr);
+  const pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    const int null = open("/dev/null", O_WRONLY);
+    dup2(null, STDERR_FILENO);
+    execv(MIREL_PROGRAM, argv.data());
+    _exit(127);
+  }
+  for (int tries = 0; tries < 6000 && !fs::exists(out()); ++tries)
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  ASSERT_TRUE(fs::exists(out())) << "it never began to write";
+  kill(child, SIGINT);
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  ASSERT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(WEXITSTATUS(status), 130);
+  EXPECT_FALSE(fs::exists(out()));
+}
+
+}  // namespace

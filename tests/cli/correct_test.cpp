@@ -1,0 +1,212 @@
+#include <gmock/gmock.h>
+
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+
+#include "cli/correctpair.h"
+#include "host/mapfile.h"
+
+// "mirel correct" as a user runs it: what it writes and what it says.
+
+namespace {
+
+using testing::AllOf;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+class CorrectCommand : public CorrectPair {};
+
+nlohmann::json jsonOf(const std::string& file) {
+  return nlohmann::json::parse(std::ifstream(file));
+}
+
+TEST_F(CorrectCommand, writesAllOfItAndNamesTheFiles) {
+  const ProgramResult result = correct({});
+  ASSERT_EQ(result.status, 0) << result.err;
+  const std::vector<std::string> expected = {"dataset_description.json",
+                                             "sub-phantom_desc-correctedMean_epi.json",
+                                             "sub-phantom_desc-correctedMean_epi.nii.gz",
+                                             "sub-phantom_desc-estimated_fieldmap.json",
+                                             "sub-phantom_desc-estimated_fieldmap.nii.gz",
+                                             "sub-phantom_desc-mm_displacement.json",
+                                             "sub-phantom_desc-mm_displacement.nii.gz",
+                                             "sub-phantom_desc-voxels_displacement.json",
+                                             "sub-phantom_desc-voxels_displacement.nii.gz",
+                                             "sub-phantom_dir-AP_desc-corrected_epi.json",
+                                             "sub-phantom_dir-AP_desc-corrected_epi.nii.gz",
+                                             "sub-phantom_dir-AP_desc-warp_xfm.json",
+                                             "sub-phantom_dir-AP_desc-warp_xfm.nii.gz",
+                                             "sub-phantom_dir-PA_desc-corrected_epi.json",
+                                             "sub-phantom_dir-PA_desc-corrected_epi.nii.gz",
+                                             "sub-phantom_dir-PA_desc-warp_xfm.json",
+                                             "sub-phantom_dir-PA_desc-warp_xfm.nii.gz"};
+  EXPECT_EQ(namesInOut(), expected);
+  for (const std::string& name : expected)
+    EXPECT_THAT(result.out, HasSubstr(out() + "/" + name + "\n"));
+  EXPECT_THAT(result.err, AllOf(HasSubstr("phase encoding j- ("), HasSubstr("TotalReadoutTime"),
+                                HasSubstr("intensity scale"), HasSubstr("before, "),
+                                Not(HasSubstr("Warning"))));
+}
+
+TEST_F(CorrectCommand, sidecarsRecordInputsOptionsVersionAndChecksums) {
+  ASSERT_EQ(correct({"--ssd", "--modulate"}).status, 0);
+  const nlohmann::json field = jsonOf(out("sub-phantom_desc-estimated_fieldmap.json"));
+  EXPECT_EQ(field["Units"], "Hz");
+  const nlohmann::json record = field["Mirel"];
+  EXPECT_EQ(record["Version"], MIREL_VERSION);
+  EXPECT_EQ(record["Inputs"][0]["File"], ap());
+  EXPECT_EQ(record["Inputs"][0]["PhaseEncodingDirection"], "j-");
+  EXPECT_EQ(record["Inputs"][1]["TotalReadoutTime"]["Source"], "TotalReadoutTime");
+  EXPECT_EQ(record["Inputs"][1]["SHA256"].get<std::string>().size(), 64U);
+  EXPECT_NE(record["Inputs"][0]["SHA256"], record["Inputs"][1]["SHA256"]);
+  EXPECT_EQ(record["Options"]["Measure"], "SSD");
+  EXPECT_EQ(record["Options"]["Modulation"], true);
+  EXPECT_EQ(jsonOf(out("sub-phantom_desc-voxels_displacement.json"))["Units"], "voxels");
+  EXPECT_EQ(jsonOf(out("dataset_description.json"))["DatasetType"], "derivative");
+}
+
+TEST_F(CorrectCommand, theFieldHasTheSignAndSizeOfTheTrueOne) {
+  ASSERT_EQ(correct({}).status, 0);
+  const Volume<float> found = imageIn(out("sub-phantom_desc-estimated_fieldmap.nii.gz"));
+  const Volume<float> truth = imageIn(input("sub-phantom_desc-truth_fieldmap.nii.gz"));
+  EXPECT_GT(correlationInBrain(found, truth), 0.75);
+  EXPECT_LT(rmsInBrain(found, truth), 0.8 * rmsInBrain(truth, truth * 0.0f));
+  const Volume<float> voxels = imageIn(out("sub-phantom_desc-voxels_displacement.nii.gz"));
+  const Volume<float> mm = imageIn(out("sub-phantom_desc-mm_displacement.nii.gz"));
+  for (int i = 0; i < voxels.size(); i += 997) {
+    EXPECT_FLOAT_EQ(mm.data()[i], voxels.data()[i] * 4.5f);
+    EXPECT_NEAR(found.data()[i], -voxels.data()[i] / 0.04f, 1e-3f);  // A is "j-"
+  }
+}
+
+TEST_F(CorrectCommand, theMapIsThatOfTheEstimateTaskBitForBit) {
+  const struct {
+    std::vector<std::string> correct, estimate;
+  } variants[] = {{{}, {"--ic"}}, {{"--ssd", "--no-ic"}, {"--ssd"}}, {{"--fast"}, {"--fast"}}};
+  ASSERT_EQ(runMirel({"convert", ap(), file("a.fmr")}).status, 0);
+  ASSERT_EQ(runMirel({"convert", pa(), file("b.fmr")}).status, 0);
+  for (const auto& variant : variants) {
+    std::vector<std::string> words = {"estimate", file("a.fmr"), file("b.fmr")};
+    words.insert(words.end(), variant.estimate.begin(), variant.estimate.end());
+    ASSERT_EQ(runMirel(words).status, 0);
+    const Map stored = readMapFile(file("a_vdm.map"));
+    words = variant.correct;
+    words.insert(words.end(), {"--intensity-scale", "1"});
+    ASSERT_EQ(correct(words).status, 0);
+    const Volume<float> map = imageIn(out("sub-phantom_desc-voxels_displacement.nii.gz"));
+    ASSERT_EQ(stored.values.size(), static_cast<std::size_t>(map.size()));
+    EXPECT_TRUE(std::equal(stored.values.begin(), stored.values.end(), map.data()));
+  }
+}
+
+TEST_F(CorrectCommand, theMapIsThatOfTheEstimateTaskAlongXToo) {
+  ASSERT_EQ(runMirel({"convert", ap(), file("a.dmr")}).status, 0);
+  ASSERT_EQ(runMirel({"convert", pa(), file("b.dmr")}).status, 0);
+  ASSERT_EQ(runMirel({"estimate", file("a.dmr"), file("b.dmr"), "--rllr", "--ic"}).status, 0);
+  ASSERT_EQ(correct({"--pe-a", "i", "--pe-b", "i-", "--intensity-scale", "1"}).status, 0);
+  // The host stores the map of such a pair with x and y exchanged back.
+  const Map stored = readMapFile(file("a_vdm.map"));
+  const Volume<float> map = imageIn(out("sub-phantom_desc-voxels_displacement.nii.gz"));
+  ASSERT_EQ(stored.header.dimX, map.nx());
+  EXPECT_TRUE(std::equal(stored.values.begin(), stored.values.end(), map.data()));
+}
+
+TEST_F(CorrectCommand, appliesToSeriesOfEitherPolarity) {
+  const std::string bold = input("sub-phantom_task-rest_dir-AP_bold.nii.gz");
+  const ProgramResult result = correct({"--apply", bold, pa(), "--threads", "2"}, "series");
+  EXPECT_EQ(result.status, 1) << "PA would be written twice";
+  EXPECT_THAT(result.err, HasSubstr("two results would have the name"));
+  std::filesystem::copy(pa(), file("sub-phantom_acq-copy_dir-PA_epi.nii.gz"));
+  std::filesystem::copy(input("sub-phantom_dir-PA_epi.json"),
+                        file("sub-phantom_acq-copy_dir-PA_epi.json"));
+  const ProgramResult both =
+      correct({"--apply", bold, file("sub-phantom_acq-copy_dir-PA_epi.nii.gz"), "--json"});
+  ASSERT_EQ(both.status, 0) << both.err;
+  const nlohmann::json summary = nlohmann::json::parse(both.out);
+  EXPECT_EQ(summary["series"][0]["volumes"], 3);
+  EXPECT_EQ(summary["series"][0]["signCheck"], "right");
+  EXPECT_EQ(summary["series"][1]["direction"], "j");
+  EXPECT_EQ(summary["warnings"].size(), 0U);
+  // The copy of B is corrected as B is, but for the rounding to its own integers.
+  const Volume<float> asPair = imageIn(out("sub-phantom_dir-PA_desc-corrected_epi.nii.gz"));
+  const Volume<float> asSeries =
+      imageIn(out("sub-phantom_acq-copy_dir-PA_desc-corrected_epi.nii.gz"));
+  for (int i = 0; i < asPair.size(); ++i)
+    ASSERT_NEAR(asSeries.data()[i], asPair.data()[i], 0.51f) << i;
+}
+
+TEST_F(CorrectCommand, aSeriesWithTheWrongSignIsSaidLoudly) {
+  const ProgramResult result = correct(
+      {"--apply", input("sub-phantom_task-rest_dir-AP_bold.nii.gz"), "--apply-pe", "j", "--quiet"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.err, AllOf(HasSubstr("Warning: CHECK THE SIGN"), HasSubstr("bold.nii.gz"),
+                                HasSubstr("corrected as j-")));
+}
+
+TEST_F(CorrectCommand, aWrongAxisIsSaidLoudly) {
+  const ProgramResult result = correct({"--pe-a", "i-", "--pe-b", "i", "--quiet"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.err, AllOf(HasSubstr("Warning: CHECK THE AXIS"), HasSubstr("along j")));
+}
+
+TEST_F(CorrectCommand, withoutSidecarsItWorksInVoxels) {
+  std::filesystem::copy(ap(), file("one.nii.gz"));
+  std::filesystem::copy(pa(), file("two.nii.gz"));
+  const ProgramResult result =
+      runMirel({"correct", file("one.nii.gz"), file("two.nii.gz"), "-o", out()});
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_THAT(result.err, HasSubstr("Note: there is neither a sidecar"));
+  EXPECT_THAT(namesInOut(),
+              AllOf(Contains("desc-voxels_displacement.nii.gz"),
+                    Contains("one_desc-corrected.nii.gz"), Not(Contains(HasSubstr("fieldmap")))));
+}
+
+TEST_F(CorrectCommand, withoutSidecarsASeriesIsTakenToBeEncodedAsTheFirstImage) {
+  std::filesystem::copy(ap(), file("one.nii.gz"));
+  std::filesystem::copy(pa(), file("two.nii.gz"));
+  std::filesystem::copy(input("sub-phantom_task-rest_dir-AP_bold.nii.gz"), file("run.nii.gz"));
+  const ProgramResult right = runMirel({"correct", file("one.nii.gz"), file("two.nii.gz"),
+                                        "--apply", file("run.nii.gz"), "-o", out()});
+  ASSERT_EQ(right.status, 0) << right.err;
+  EXPECT_THAT(right.err, AllOf(HasSubstr("run.nii.gz has no sidecar"), Not(HasSubstr("Warning"))));
+  // The other way round the assumption is wrong, and the sign check says so.
+  const ProgramResult wrong = runMirel({"correct", file("two.nii.gz"), file("one.nii.gz"),
+                                        "--apply", file("run.nii.gz"), "-o", out()});
+  EXPECT_THAT(wrong.err, AllOf(HasSubstr("CHECK THE SIGN"), HasSubstr("run.nii.gz")));
+}
+
+TEST_F(CorrectCommand, quietSaysNothingAndJsonIsAllOfStandardOutput) {
+  EXPECT_EQ(correct({"--quiet"}).err, "");
+  const ProgramResult result = correct({"--json", "--quiet"}, "other");
+  const nlohmann::json summary = nlohmann::json::parse(result.out);
+  EXPECT_EQ(summary["a"]["direction"], "j-");
+  EXPECT_EQ(summary["outputs"].size(), 17U);
+  EXPECT_GT(summary["pairCorrelation"]["after"], summary["pairCorrelation"]["before"]);
+}
+
+TEST_F(CorrectCommand, aDescriptionOfTheDatasetThatIsThereIsKept) {
+  std::filesystem::create_directory(out());
+  std::ofstream(out("dataset_description.json")) << "{\"Name\": \"mine\"}";
+  ASSERT_EQ(correct({"--fast"}).status, 0);
+  EXPECT_EQ(jsonOf(out("dataset_description.json"))["Name"], "mine");
+}
+
+TEST_F(CorrectCommand, twoVolumesOfOneFile) {
+  writeJoined(file("both.nii.gz"));
+  const ProgramResult result =
+      runMirel({"correct", file("both.nii.gz"), file("both.nii.gz"), "--volume-b", "1", "--pe-a",
+                "j-", "--pe-b", "j", "--readout", "0.04", "-o", out()});
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_THAT(namesInOut(), AllOf(Contains("both_desc-correctedVolume0.nii.gz"),
+                                  Contains("both_desc-correctedVolume1.nii.gz")));
+  ASSERT_EQ(correct({}, "plain").status, 0);
+  EXPECT_TRUE(imageIn(out("desc-voxels_displacement.nii.gz")) ==
+              imageIn(file("plain/sub-phantom_desc-voxels_displacement.nii.gz")));
+}
+
+}  // namespace

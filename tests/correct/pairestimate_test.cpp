@@ -1,0 +1,99 @@
+#include "correct/pairestimate.h"
+
+#include <gmock/gmock.h>
+
+#include <sstream>
+
+#include "correct/engine.h"
+#include "correct/smallpair.h"
+
+using namespace correct;
+using testing::Each;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+TEST(PairEstimate, isCloseToTheTruth) {
+  const PairEstimate estimate = estimatePairMap(smallPair(), {}, noProgress);
+  // The coarse head leaves 0.35 voxels; finer ones do better (docs/accuracy.md).
+  EXPECT_LT(rmsInBrain(estimate.shift, smallPhantom().shiftVoxels), 0.4);
+  EXPECT_GT(correlationInBrain(estimate.shift, smallPhantom().shiftVoxels), 0.75);
+  EXPECT_GT(estimate.agreement.after, estimate.agreement.before + 0.1);
+  EXPECT_GT(estimate.agreement.before, estimate.agreement.negated);
+  EXPECT_THAT(estimate.warnings, IsEmpty());
+}
+
+TEST(PairEstimate, isTheEnginesOwnBitForBit) {
+  const PairInput pair = smallPair();
+  for (const EstimateOptions& options :
+       {EstimateOptions{}, EstimateOptions{.useSsd = true, .intensityCorrection = true},
+        EstimateOptions{.fast = true}}) {
+    EstimateSettings settings;
+    settings.search = options;
+    settings.intensityScale = 1;
+    std::ostringstream log;
+    const Volume<float> expected =
+        estimatePair(pair.a.image, pair.b.image, glm::dvec3(4.5), options, log);
+    EXPECT_TRUE(estimatePairMap(pair, settings, noProgress).shift == expected);
+  }
+}
+
+TEST(PairEstimate, defaultsToTheVariantThatMeasuresBest) {
+  const EstimateSettings settings;
+  EXPECT_FALSE(settings.search.useSsd);
+  EXPECT_TRUE(settings.search.intensityCorrection);
+  EXPECT_FALSE(settings.search.fast);
+}
+
+TEST(PairEstimate, doesNotDependOnTheIntensityUnit) {
+  const Volume<float> expected = estimatePairMap(smallPair(), {}, noProgress).shift;
+  PairInput pair = smallPair();
+  pair.a.image *= 256.0f;
+  pair.b.image *= 256.0f;
+  EXPECT_TRUE(estimatePairMap(pair, {}, noProgress).shift == expected);
+  pair = smallPair();
+  pair.a.image *= 0.001f;
+  pair.b.image *= 0.001f;
+  EXPECT_LT(rmsInBrain(estimatePairMap(pair, {}, noProgress).shift, expected), 0.02);
+}
+
+TEST(PairEstimate, warnsOfAWrongAxis) {
+  PairInput pair = smallPair();
+  pair.a.direction = {0, -1};
+  pair.b.direction = {0, 1};
+  pair.a.directionSource = pair.a.sidecarFile = "a.json";
+  pair.b.directionSource = pair.b.sidecarFile = "b.json";
+  EXPECT_THAT(estimatePairMap(pair, {}, noProgress).warnings,
+              testing::Contains(testing::AllOf(HasSubstr("CHECK THE AXIS in a.json and b.json"),
+                                               HasSubstr("i- and i,"), HasSubstr("along j"))));
+}
+
+TEST(PairEstimate, warnsWhereEverythingOrNothingIsHead) {
+  EstimateSettings settings;
+  settings.search.fast = true;
+  settings.intensityScale = 100;
+  EXPECT_THAT(estimatePairMap(smallPair(), settings, noProgress).warnings,
+              testing::Contains(testing::AllOf(HasSubstr("a.nii"), HasSubstr("everything"))));
+  settings.intensityScale = 0.001;
+  EXPECT_THAT(estimatePairMap(smallPair(), settings, noProgress).warnings,
+              testing::Contains(testing::AllOf(HasSubstr("b.nii"), HasSubstr("nothing"))));
+}
+
+TEST(PairEstimate, progressGrowsAndMayEndTheWork) {
+  double last = 0;
+  std::string stage;
+  int calls = 0;
+  estimatePairMap(smallPair(), {}, [&](const std::string& name, double done) {
+    if (name != stage) last = 0;
+    stage = name;
+    EXPECT_GE(done, last);
+    EXPECT_LE(done, 1.0);
+    last = done;
+    ++calls;
+  });
+  EXPECT_GE(calls, 8);
+  const auto stop = [](const std::string&, double done) {
+    if (done > 0.5) throw std::length_error("stop");
+  };
+  EXPECT_THROW(estimatePairMap(smallPair(), {}, stop), std::length_error);
+}
