@@ -14,6 +14,7 @@ case "${1:-}" in
   test)  scripts/setup.sh; build release; ctest --preset release ;;
   dev)   scripts/setup.sh; build dev; ctest --preset dev ;;
   asan)  scripts/setup.sh; build asan; ctest --preset asan ;;
+  bench) scripts/setup.sh libbenchmark-dev; build release; scripts/bench.sh build/release ;;
   demo)  scripts/setup.sh; build release; scripts/demo.sh build/release ;;
   *) sed -n '2s/^# //p' "$0" >&2; exit 2 ;;
 esac

@@ -1,13 +1,14 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that building and testing need; does nothing when all are there.
+# Installs the Debian packages that building and testing need, and those named as arguments; does
+# nothing when all are there.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 missing=()
-while read -r package; do
+for package in $(cat scripts/packages.txt) "$@"; do
   status=$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null || true)
   [ "$status" = installed ] || missing+=("$package")
-done < scripts/packages.txt
+done
 [ "${#missing[@]}" -gt 0 ] || exit 0
 
 echo "Installing: ${missing[*]}"

@@ -3,13 +3,16 @@
 //   #define MIREL_KERNEL_SOURCE "vdm/somekernel.inc.h"
 //   #include "simd/kernelvariants.inc.h"
 //
-// The source is written with vectors of `lanes` elements (`laneCount` floats fill a register of
-// the instruction set) and must include nothing itself: what it needs is included before, so that
+// The source is written with vectors of `laneCount` elements (so many floats fill a register of
+// the instruction set; see lanes.inc.h) and must include nothing itself: what it needs is included before, so that
 // no shared inline function is compiled for an instruction set that not every machine has.
 // MIREL_DISPATCH(variant, function) names the function of a variant. FMA stays unused: contraction
 // is off, and no kernel has a complex product, which the compiler would fuse all the same.
 
 // No include guard: one inclusion per kernel source.
+
+// A call in an inner loop would put every vector register aside.
+#define MIREL_INLINE inline __attribute__((always_inline))
 
 #if defined(__x86_64__)
 
@@ -17,6 +20,7 @@
 #pragma GCC target("avx512f,avx512bw,avx512dq,avx512vl")
 namespace avx512 {
 constexpr int laneCount = 16;
+#include "simd/lanes.inc.h"
 #include MIREL_KERNEL_SOURCE
 }  // namespace avx512
 #pragma GCC pop_options
@@ -25,6 +29,7 @@ constexpr int laneCount = 16;
 #pragma GCC target("avx2")
 namespace avx2 {
 constexpr int laneCount = 8;
+#include "simd/lanes.inc.h"
 #include MIREL_KERNEL_SOURCE
 }  // namespace avx2
 #pragma GCC pop_options
@@ -33,6 +38,7 @@ constexpr int laneCount = 8;
 
 namespace baseline {
 constexpr int laneCount = 4;
+#include "simd/lanes.inc.h"
 #include MIREL_KERNEL_SOURCE
 }  // namespace baseline
 

@@ -2,47 +2,76 @@
 // operations in the same order as for one column alone. A lane that has stopped keeps its
 // parameters while the others go on.
 
-typedef float Floats __attribute__((vector_size(laneCount * sizeof(float))));
-typedef int Ints __attribute__((vector_size(laneCount * sizeof(int))));
-typedef double Doubles __attribute__((vector_size(laneCount * sizeof(double))));
-typedef long long Longs __attribute__((vector_size(laneCount * sizeof(long long))));
-
-inline void load(Floats& v, const float* p) { __builtin_memcpy(&v, p, sizeof v); }
-inline void store(float* p, const Floats& v) { __builtin_memcpy(p, &v, sizeof v); }
+// One double or one comparison of doubles per lane: two registers.
+typedef double WideDoubles __attribute__((vector_size(laneCount * sizeof(double))));
+typedef long long WideLongs __attribute__((vector_size(laneCount * sizeof(long long))));
 
 struct Fit {
   Floats a, b;     // parameters
   Floats step[2];  // the last step
   Ints stepped;    // whether a step was made
   Ints active;     // whether the fit goes on
-  Doubles best, cost;
+  WideDoubles best, cost;
 };
 
 // Sums over a column that one evaluation yields.
 struct Evaluation {
-  Doubles squares;
+  WideDoubles squares;
   Ints count;
   Floats m00, m01, m11;  // transpose(J) * J
 };
 
+// An image and its derivative at the two rows around a position.
+struct Samples {
+  Floats image0, image1, derivative0, derivative1;
+};
+
+// The rows `row0` and `row0` + 1 of a block of columns, where `touches` holds.
+MIREL_INLINE void pickRows(const float* image, const float* derivative, const Ints& row0,
+                           const Ints& touches, Samples& result) {
+  Samples s = {};
+  RowRange range;
+  findRange(row0, touches, range);
+  if (range.isNarrow()) {
+    Floats image0, image1, derivative0, derivative1;
+    load(image0, image + (range.lowest + rowsAbove) * laneCount);
+    load(derivative0, derivative + (range.lowest + rowsAbove) * laneCount);
+    for (int r = range.lowest; r <= range.highest; ++r) {
+      load(image1, image + (r + 1 + rowsAbove) * laneCount);
+      load(derivative1, derivative + (r + 1 + rowsAbove) * laneCount);
+      const Ints here = row0 == r;
+      s.image0 = here ? image0 : s.image0;
+      s.image1 = here ? image1 : s.image1;
+      s.derivative0 = here ? derivative0 : s.derivative0;
+      s.derivative1 = here ? derivative1 : s.derivative1;
+      image0 = image1;
+      derivative0 = derivative1;
+    }
+  } else {
+    for (int l = 0; l < laneCount; ++l) {
+      if (touches[l] == 0) continue;
+      const int at = (row0[l] + rowsAbove) * laneCount + l;
+      s.image0[l] = image[at];
+      s.image1[l] = image[at + laneCount];
+      s.derivative0[l] = derivative[at];
+      s.derivative1[l] = derivative[at + laneCount];
+    }
+  }
+  result = s;
+}
+
 // Values of an image and of its derivative at a position in rows; outside, 0.
-inline void sample(const float* image, const float* derivative, int ny, const Floats& position,
-                   Floats& value, Floats& slope) {
+MIREL_INLINE void sample(const float* image, const float* derivative, int ny,
+                         const Floats& position, Floats& value, Floats& slope) {
   const Ints touches = (position >= -1.0f) & (position < static_cast<float>(ny));
   const Floats safe = touches ? position : Floats{};
   const Ints row0 = __builtin_convertvector(safe + 2.0f, Ints) - 2;
   const Floats weight1 = safe - __builtin_convertvector(row0, Floats);
   const Floats weight0 = __builtin_convertvector(row0 + 1, Floats) - safe;
-  Floats image0, image1, derivative0, derivative1;
-  for (int l = 0; l < laneCount; ++l) {
-    const int at = (row0[l] + rowsAbove) * laneCount + l;
-    image0[l] = image[at];
-    image1[l] = image[at + laneCount];
-    derivative0[l] = derivative[at];
-    derivative1[l] = derivative[at + laneCount];
-  }
-  value = touches ? weight1 * image1 + weight0 * image0 : Floats{};
-  slope = touches ? weight1 * derivative1 + weight0 * derivative0 : Floats{};
+  Samples s;
+  pickRows(image, derivative, row0, touches, s);
+  value = touches ? weight1 * s.image1 + weight0 * s.image0 : Floats{};
+  slope = touches ? weight1 * s.derivative1 + weight0 * s.derivative0 : Floats{};
 }
 
 // Reads both columns through the model and collects the cost and the normal equations; leaves
@@ -60,8 +89,8 @@ inline void evaluate(const ColumnScratch& scratch, int ny, const Fit& fit, Evalu
     const Floats rA = ap * a, rP = pa * inverse;
     const Floats difference = rA - rP;
     const Ints counted = ~((rA == 0.0f) | (rP == 0.0f));
-    const Doubles wide = __builtin_convertvector(difference, Doubles);
-    sums.squares += __builtin_convertvector(counted, Longs) ? wide * wide : Doubles{};
+    const WideDoubles wide = __builtin_convertvector(counted ? difference : Floats{}, WideDoubles);
+    sums.squares += wide * wide;
     sums.count -= counted;
     const Floats j0 = (factor0 * (factor1 * gP) + gA * a) * q;
     const Floats j1 = a * gA - factor1 * gP;
@@ -97,21 +126,16 @@ inline void gaussNewtonStep(const ColumnScratch& scratch, int ny, const Evaluati
   step[1] = step1;
 }
 
-inline bool any(const Ints& mask) {
-  int result = 0;
-  for (int l = 0; l < laneCount; ++l) result |= mask[l];
-  return result != 0;
-}
-
 // One evaluation of all lanes that are still active, and a step where the cost improved.
 inline void iterate(const ColumnScratch& scratch, int ny, Fit& fit) {
   Evaluation sums;
   evaluate(scratch, ny, fit, sums);
-  const Doubles count = __builtin_convertvector(sums.count, Doubles);
-  const Doubles cost = sums.squares / (count == 0.0 ? Doubles{} + 1.0 : count);
-  const Longs activeWide = __builtin_convertvector(fit.active, Longs);
+  const WideDoubles count = __builtin_convertvector(sums.count, WideDoubles);
+  const WideDoubles cost = sums.squares / (count == 0.0 ? WideDoubles{} + 1.0 : count);
+  const WideLongs activeWide = __builtin_convertvector(fit.active, WideLongs);
   // NaN counts as an improvement.
-  const Longs improves = activeWide & ~((cost - fit.best) * 100.0 / fit.best > requiredImprovement);
+  const WideLongs improves =
+      activeWide & ~((cost - fit.best) * 100.0 / fit.best > requiredImprovement);
   fit.cost = activeWide ? cost : fit.cost;
   fit.best = improves ? cost : fit.best;
   fit.active = __builtin_convertvector(improves, Ints);
@@ -132,12 +156,13 @@ inline void fitBlock(const ColumnScratch& scratch, int ny, Fit& fit) {
   fit.b = worse ? fit.b - fit.step[1] : fit.b;
 }
 
-// Copies `count` neighbouring columns to rows of laneCount elements.
+// Copies `count` neighbouring columns to rows of laneCount elements, between rows of zeros.
 inline void gatherColumns(const float* slice, int nx, int ny, int count, float* rows) {
-  for (int y = -rowsAbove; y < ny + rowsBelow; ++y)
-    for (int l = 0; l < laneCount; ++l)
-      rows[(y + rowsAbove) * laneCount + l] =
-          y >= 0 && y < ny && l < count ? slice[y * nx + l] : 0.0f;
+  for (int y = -rowsAbove; y < ny + rowsBelow; ++y) {
+    Floats row = {};
+    if (y >= 0 && y < ny) loadSome(row, slice + y * nx, count);
+    store(rows + (y + rowsAbove) * laneCount, row);
+  }
 }
 
 inline void writeBlock(const ColumnFitSlice& slice, int x, int count, const Fit& fit) {

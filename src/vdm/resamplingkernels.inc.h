@@ -1,28 +1,34 @@
 // Resampling along y, one column per lane.
 
-typedef float Floats __attribute__((vector_size(laneCount * sizeof(float))));
-typedef int Ints __attribute__((vector_size(laneCount * sizeof(int))));
-typedef double Doubles __attribute__((vector_size(laneCount * sizeof(double))));
-
-inline void load(Floats& v, const float* p) { __builtin_memcpy(&v, p, sizeof v); }
-inline void load(Doubles& v, const double* p) { __builtin_memcpy(&v, p, sizeof v); }
-inline void store(double* p, const Doubles& v) { __builtin_memcpy(p, &v, sizeof v); }
-
-// `count` neighbouring elements; lanes beyond repeat the first.
-inline void loadSome(Floats& v, const float* p, int count) {
-  if (count == laneCount) return load(v, p);
-  for (int l = 0; l < laneCount; ++l) v[l] = p[l < count ? l : 0];
+// Row r of a block of `count` columns; 0 off the grid.
+MIREL_INLINE void gridRow(const float* block, int nx, int ny, int count, int r, Floats& value) {
+  value = Floats{};
+  if (r >= 0 && r < ny) loadSome(value, block + r * nx, count);
 }
 
-inline void storeSome(float* p, const Floats& v, int count) {
-  __builtin_memcpy(p, &v, static_cast<unsigned long>(count) * sizeof(float));
-}
-
-// Elements of the rows `row` of a block of columns starting at `slice`; 0 off the grid.
-inline void pick(const float* slice, int nx, int ny, int count, const Ints& row, Floats& value) {
-  for (int l = 0; l < laneCount; ++l) {
-    const bool inside = l < count && row[l] >= 0 && row[l] < ny;
-    value[l] = inside ? slice[row[l] * nx + l] : 0.0f;
+// The elements of the rows `row0` and `row0` + 1 of a block of columns, where `touches` holds; 0
+// off the grid.
+MIREL_INLINE void pickRows(const float* block, int nx, int ny, int count, const Ints& row0,
+                           const Ints& touches, Floats& value0, Floats& value1) {
+  RowRange range;
+  findRange(row0, touches, range);
+  value0 = value1 = Floats{};
+  if (range.isNarrow()) {
+    Floats above, below;
+    gridRow(block, nx, ny, count, range.lowest, above);
+    for (int r = range.lowest; r <= range.highest; ++r) {
+      gridRow(block, nx, ny, count, r + 1, below);
+      value0 = row0 == r ? above : value0;
+      value1 = row0 == r ? below : value1;
+      above = below;
+    }
+    return;
+  }
+  for (int l = 0; l < count; ++l) {
+    if (touches[l] == 0) continue;
+    const int r = row0[l];
+    if (r >= 0) value0[l] = block[r * nx + l];
+    if (r + 1 < ny) value1[l] = block[(r + 1) * nx + l];
   }
 }
 
@@ -40,67 +46,101 @@ void resampleSliceLinear(const ResamplingSlice& in) {
       const Floats weight1 = safe - __builtin_convertvector(row0, Floats);
       const Floats weight0 = 1.0f - weight1;
       Floats value0, value1;
-      pick(in.src + x, in.nx, in.ny, count, row0, value0);
-      pick(in.src + x, in.nx, in.ny, count, row0 + 1, value1);
+      pickRows(in.src + x, in.nx, in.ny, count, row0, touches, value0, value1);
       const Floats value = touches ? value0 * weight0 + value1 * weight1 : Floats{};
       storeSome(in.dst + y * in.nx + x, value, count);
     }
 }
 
-// The spline coefficients of a block of columns.
+// The spline is computed in double: its blocks are a register of doubles wide.
 inline void computeCoefficients(const ResamplingSlice& in, const SplineScratch& scratch, int x,
                                 int count) {
-  double* q = scratch.coefficients + rowsAbove * laneCount;
+  double* q = scratch.coefficients + rowsAbove * halfCount;
   Doubles previous = {};
   for (int y = 0; y < in.ny; ++y) {
-    Floats samples;
+    HalfFloats samples;
     loadSome(samples, in.src + y * in.nx + x, count);
     const Doubles f = __builtin_convertvector(samples, Doubles);
     previous = y == 0 ? f * scratch.d[0] : (previous * (-sixth) + f) * scratch.d[y];
-    store(q + y * laneCount, previous);
+    store(q + y * halfCount, previous);
   }
   for (int y = in.ny - 2; y >= 0; --y) {
     Doubles row;
-    load(row, q + y * laneCount);
+    load(row, q + y * halfCount);
     previous = row - scratch.e[y] * previous;
-    store(q + y * laneCount, previous);
+    store(q + y * halfCount, previous);
   }
-  for (int r = 0; r < rowsBelow * laneCount; ++r) q[in.ny * laneCount + r] = 0.0;
+  for (int r = 0; r < rowsBelow * halfCount; ++r) q[in.ny * halfCount + r] = 0.0;
+}
+
+// The coefficients of the rows `row` - 1 .. `row` + 2.
+struct Taps {
+  Doubles q0, q1, q2, q3;
+};
+
+MIREL_INLINE void pickTaps(const double* coefficients, const HalfInts& row, const HalfInts& touches,
+                           Taps& result) {
+  Taps q = {};
+  RowRange range;
+  findRange(row, touches, range);
+  if (range.isNarrow()) {
+    const double* tap = coefficients + (range.lowest - 1 + rowsAbove) * halfCount;
+    Taps at;
+    load(at.q0, tap);
+    load(at.q1, tap + halfCount);
+    load(at.q2, tap + 2 * halfCount);
+    for (int r = range.lowest; r <= range.highest; ++r, tap += halfCount) {
+      load(at.q3, tap + 3 * halfCount);
+      const Longs here = __builtin_convertvector(row == r, Longs);
+      q.q0 = here ? at.q0 : q.q0;
+      q.q1 = here ? at.q1 : q.q1;
+      q.q2 = here ? at.q2 : q.q2;
+      q.q3 = here ? at.q3 : q.q3;
+      at.q0 = at.q1;
+      at.q1 = at.q2;
+      at.q2 = at.q3;
+    }
+  } else {
+    for (int l = 0; l < halfCount; ++l) {
+      if (touches[l] == 0) continue;
+      const double* tap = coefficients + (row[l] - 1 + rowsAbove) * halfCount + l;
+      q.q0[l] = tap[0];
+      q.q1[l] = tap[halfCount];
+      q.q2[l] = tap[2 * halfCount];
+      q.q3[l] = tap[3 * halfCount];
+    }
+  }
+  result = q;
 }
 
 // The spline at one position per lane; 0 at and beyond -2 and ny + 1, and at NaN.
-inline void evaluate(const double* coefficients, int ny, const Floats& position, Floats& value) {
-  const Ints touches = (position > -2.0f) & (position < static_cast<float>(ny) + 1.0f);
-  const Floats safe = touches ? position : Floats{};
-  const Ints truncated = __builtin_convertvector(safe, Ints);
+MIREL_INLINE void evaluateSpline(const double* coefficients, int ny, const HalfFloats& position,
+                                 HalfFloats& value) {
+  const HalfInts touches = (position > -2.0f) & (position < static_cast<float>(ny) + 1.0f);
+  const HalfFloats safe = touches ? position : HalfFloats{};
+  const HalfInts truncated = __builtin_convertvector(safe, HalfInts);
   // A comparison that holds is -1: truncation turns into rounding down.
-  const Ints row = truncated + (__builtin_convertvector(truncated, Floats) > safe);
+  const HalfInts row = truncated + (__builtin_convertvector(truncated, HalfFloats) > safe);
   const Doubles t = __builtin_convertvector(safe, Doubles) - __builtin_convertvector(row, Doubles);
   const Doubles w3 = t * sixth * t * t;
   const Doubles w0 = (t - 1.0) * (t * 0.5) + sixth - w3;
   const Doubles w2 = w3 * (-2.0) + t + w0;
   const Doubles w1 = 1.0 - w3 - w2 - w0;
-  Doubles q0, q1, q2, q3;
-  for (int l = 0; l < laneCount; ++l) {
-    const double* tap = coefficients + (row[l] - 1 + rowsAbove) * laneCount + l;
-    q0[l] = tap[0];
-    q1[l] = tap[laneCount];
-    q2[l] = tap[2 * laneCount];
-    q3[l] = tap[3 * laneCount];
-  }
-  const Doubles sum = w0 * q0 + (w1 * q1 + (w2 * q2 + w3 * q3));
-  value = touches ? __builtin_convertvector(sum, Floats) : Floats{};
+  Taps q;
+  pickTaps(coefficients, row, touches, q);
+  const Doubles sum = w0 * q.q0 + (w1 * q.q1 + (w2 * q.q2 + w3 * q.q3));
+  value = touches ? __builtin_convertvector(sum, HalfFloats) : HalfFloats{};
 }
 
 void resampleSliceSpline(const ResamplingSlice& in, const SplineScratch& scratch) {
-  for (int x = 0; x < in.nx; x += laneCount) {
-    const int count = in.nx - x < laneCount ? in.nx - x : laneCount;
+  for (int x = 0; x < in.nx; x += halfCount) {
+    const int count = in.nx - x < halfCount ? in.nx - x : halfCount;
     computeCoefficients(in, scratch, x, count);
     for (int y = 0; y < in.ny; ++y) {
-      Floats shift, value;
+      HalfFloats shift, value;
       loadSome(shift, in.vdm + y * in.nx + x, count);
-      evaluate(scratch.coefficients, in.ny, (in.reverse ? -shift : shift) + static_cast<float>(y),
-               value);
+      evaluateSpline(scratch.coefficients, in.ny,
+                     (in.reverse ? -shift : shift) + static_cast<float>(y), value);
       storeSome(in.dst + y * in.nx + x, value, count);
     }
   }

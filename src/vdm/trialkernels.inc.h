@@ -3,34 +3,46 @@
 // order as a loop over that centre's window alone would; elements outside the image are 0, and
 // adding 0 to a sum that started at 0 changes no bit of it.
 
-constexpr int doubleLanes = laneCount / 2;
-typedef float Floats __attribute__((vector_size(laneCount * sizeof(float))));
-typedef int Ints __attribute__((vector_size(laneCount * sizeof(int))));
-typedef double Doubles __attribute__((vector_size(doubleLanes * sizeof(double))));
-
-inline void load(Floats& v, const float* p) { __builtin_memcpy(&v, p, sizeof v); }
-inline void load(Doubles& v, const double* p) { __builtin_memcpy(&v, p, sizeof v); }
-inline void store(float* p, const Floats& v) { __builtin_memcpy(p, &v, sizeof v); }
-
-// Linear interpolation down the columns of a slice at row positions strictly inside it.
-inline void sampleColumns(const float* slice, int nx, int ny, const Ints& columns,
-                          const Floats& position, Floats& value) {
-  const Ints row0 = __builtin_convertvector(position, Ints);
-  // Just below a whole number p + 1 rounds up to the next one, in tall images past the last row.
-  const Ints rounded = __builtin_convertvector(position + 1.0f, Ints);
-  const Ints row1 = rounded < ny ? rounded : Ints{} + (ny - 1);
-  const Floats fraction = position - __builtin_convertvector(row0, Floats);
-  const Ints index0 = row0 * nx + columns, index1 = row1 * nx + columns;
-  Floats value0, value1;
-  for (int l = 0; l < laneCount; ++l) {
-    value0[l] = slice[index0[l]];
-    value1[l] = slice[index1[l]];
+// The elements of rows `row0` and `row1` of a block of columns, where `inside` holds.
+MIREL_INLINE void pickRows(const float* block, int nx, int count, const Ints& row0,
+                           const Ints& row1, const Ints& inside, Floats& value0, Floats& value1) {
+  RowRange range0, range1;
+  findRange(row0, inside, range0);
+  findRange(row1, inside, range1);
+  const RowRange range{range0.lowest, range1.highest};
+  value0 = value1 = Floats{};
+  if (!range.isNarrow()) {
+    for (int l = 0; l < count; ++l) {
+      if (inside[l] == 0) continue;
+      value0[l] = block[row0[l] * nx + l];
+      value1[l] = block[row1[l] * nx + l];
+    }
+    return;
   }
+  for (int r = range.lowest; r <= range.highest; ++r) {
+    Floats row;
+    loadSome(row, block + r * nx, count);
+    value0 = row0 == r ? row : value0;
+    value1 = row1 == r ? row : value1;
+  }
+}
+
+// Linear interpolation down a block of columns; not defined where the position is not inside.
+MIREL_INLINE void sampleColumns(const float* block, const TrialRow& in, int count,
+                                const Floats& position, const Ints& inside, Floats& value) {
+  const Floats safe = inside ? position : Floats{};
+  const Ints row0 = __builtin_convertvector(safe, Ints);
+  // Just below a whole number p + 1 rounds up to the next one, in tall images past the last row.
+  const Ints rounded = __builtin_convertvector(safe + 1.0f, Ints);
+  const Ints row1 = rounded < in.ny ? rounded : Ints{} + (in.ny - 1);
+  const Floats fraction = safe - __builtin_convertvector(row0, Floats);
+  Floats value0, value1;
+  pickRows(block, in.nx, count, row0, row1, inside, value0, value1);
   value = fraction * value1 + (1.0f - fraction) * value0;
 }
 
-// One block of a row; `x` is its first column. Positions outside are replaced by 0.
-inline void resampleTrialBlock(const TrialRow& in, int x, const Floats& shift, const Ints& columns,
+// One block of `count` columns from x on.
+inline void resampleTrialBlock(const TrialRow& in, int x, int count, const Floats& shift,
                                Ints& inside) {
   const float y = static_cast<float>(in.y);
   const float lastRow = static_cast<float>(in.ny - 1);
@@ -41,9 +53,9 @@ inline void resampleTrialBlock(const TrialRow& in, int x, const Floats& shift, c
     const Ints paInside = (paPosition > 0.0f) & (paPosition < lastRow);
     inside &= apInside & paInside;
     Floats value;
-    sampleColumns(in.apSlice, in.nx, in.ny, columns, apInside ? apPosition : Floats{}, value);
+    sampleColumns(in.apSlice + x, in, count, apPosition, apInside, value);
     store(in.apTrials[i] + x, value);
-    sampleColumns(in.paSlice, in.nx, in.ny, columns, paInside ? paPosition : Floats{}, value);
+    sampleColumns(in.paSlice + x, in, count, paPosition, paInside, value);
     store(in.paTrials[i] + x, value);
   }
 }
@@ -51,14 +63,10 @@ inline void resampleTrialBlock(const TrialRow& in, int x, const Floats& shift, c
 void resampleTrialRow(const TrialRow& in) {
   for (int x = 0; x < in.nx; x += laneCount) {
     const int count = in.nx - x < laneCount ? in.nx - x : laneCount;
-    Floats shift = {};
-    Ints columns = {};
-    for (int l = 0; l < count; ++l) {
-      shift[l] = in.vdm[x + l];
-      columns[l] = x + l;
-    }
+    Floats shift;
+    loadSome(shift, in.vdm + x, count);
     Ints inside = ~Ints{};
-    resampleTrialBlock(in, x, shift, columns, inside);
+    resampleTrialBlock(in, x, count, shift, inside);
     for (int l = 0; l < count; ++l) in.allInside[x + l] = inside[l] != 0;
   }
 }
@@ -70,116 +78,159 @@ void squareDifferences(const float* ap, const float* pa, int nx, double* squares
   }
 }
 
-inline bool anyVisited(const SearchRow& row, int x, int block) {
+// Centres are searched in blocks of a few neighbours, so that blocks without a visited centre are
+// skipped; several amplitudes go side by side: while one sum waits for its addition, the others
+// keep the adder busy.
+template <int block>
+inline bool anyVisited(const SearchRow& row, int x) {
   const int end = x + block < row.nx ? x + block : row.nx;
   for (; x < end; ++x)
     if (row.visited[x]) return true;
   return false;
 }
 
-inline void writeBest(const SearchRow& row, int x, int block, const int* best) {
-  const int end = x + block < row.nx ? x + block : row.nx;
-  for (int l = 0; x + l < end; ++l)
-    if (row.visited[x + l]) row.best[x + l] = best[l];
-}
+// The first amplitude of least cost, lane by lane.
+template <int block>
+struct Choice {
+  double least[block];
+  int best[block];
 
-// Eight vectors of sums keep the adders busy while each single sum waits for its own.
-constexpr int ssdVectors = laneCount == 16 ? 4 : 8;
-constexpr int ssdBlock = ssdVectors * doubleLanes;
+  // Keeps the earlier amplitude unless the new cost is strictly smaller.
+  void offer(int amplitude, const double* costs) {
+    for (int l = 0; l < block; ++l)
+      if (amplitude == 0 || costs[l] < least[l]) {
+        least[l] = costs[l];
+        best[l] = amplitude;
+      }
+  }
+
+  void write(const SearchRow& row, int x) const {
+    const int end = x + block < row.nx ? x + block : row.nx;
+    for (int l = 0; x + l < end; ++l)
+      if (row.visited[x + l]) row.best[x + l] = best[l];
+  }
+};
+
+// Eight centres: one vector of doubles on the widest machines, four on the narrowest.
+constexpr int ssdBlock = 8;
+constexpr int ssdVectors = ssdBlock / halfCount;
+constexpr int ssdAmplitudes = laneCount == 4 ? 2 : 4;
 static_assert(ssdBlock <= trialBlock);
 
-inline void ssdCosts(const double* const* rows, int rowCount, int taps, int x, double* costs) {
-  Doubles sums[ssdVectors] = {};
-  for (int r = 0; r < rowCount; ++r) {
-    const double* p = rows[r] + x;
-    for (int dx = 0; dx < taps; ++dx)
-      for (int v = 0; v < ssdVectors; ++v) {
-        Doubles square;
-        load(square, p + dx + v * doubleLanes);
-        sums[v] += square;
-      }
+// The sums of `count` amplitudes, of which `rows` holds rowCount rows each.
+template <int count>
+inline void ssdSums(const double* const* rows, const SearchRow& row, int x, double* costs) {
+  Doubles sums[count][ssdVectors] = {};
+  for (int r = 0; r < row.rowCount; ++r) {
+    const double* p[count];
+#pragma GCC unroll 8
+    for (int i = 0; i < count; ++i) p[i] = rows[i * row.rowCount + r] + x;
+    for (int dx = 0; dx < row.taps; ++dx)
+#pragma GCC unroll 8
+      for (int i = 0; i < count; ++i)
+#pragma GCC unroll 8
+        for (int v = 0; v < ssdVectors; ++v) {
+          Doubles square;
+          load(square, p[i] + dx + v * halfCount);
+          sums[i][v] += square;
+        }
   }
   __builtin_memcpy(costs, sums, sizeof sums);
 }
 
-// Keeps, lane by lane, the earlier amplitude unless the new cost is strictly smaller.
-inline void keepLeast(int amplitude, int lanes, const double* costs, double* least, int* best) {
-  for (int l = 0; l < lanes; ++l)
-    if (amplitude == 0 || costs[l] < least[l]) {
-      least[l] = costs[l];
-      best[l] = amplitude;
-    }
+// `count` amplitudes from `first` on, or as many as are left.
+template <int count>
+inline void offerSsd(const SearchRow& row, const SsdRows& rows, int x, int first,
+                     Choice<ssdBlock>& choice) {
+  if constexpr (count > 0) {
+    if (row.amplitudeCount - first < count) return offerSsd<count - 1>(row, rows, x, first, choice);
+    double costs[count * ssdBlock];
+    ssdSums<count>(rows.squares + first * row.rowCount, row, x, costs);
+    for (int i = 0; i < count; ++i) choice.offer(first + i, costs + i * ssdBlock);
+  }
 }
 
 void searchRowSsd(const SearchRow& row, const SsdRows& rows) {
   for (int x = 0; x < row.nx; x += ssdBlock) {
-    if (!anyVisited(row, x, ssdBlock)) continue;
-    double costs[ssdBlock], least[ssdBlock];
-    int best[ssdBlock];
-    for (int i = 0; i < row.amplitudeCount; ++i) {
-      ssdCosts(rows.squares + i * row.rowCount, row.rowCount, row.taps, x, costs);
-      keepLeast(i, ssdBlock, costs, least, best);
-    }
-    writeBest(row, x, ssdBlock, best);
+    if (!anyVisited<ssdBlock>(row, x)) continue;
+    Choice<ssdBlock> choice;
+    for (int first = 0; first < row.amplitudeCount; first += ssdAmplitudes)
+      offerSsd<ssdAmplitudes>(row, rows, x, first, choice);
+    choice.write(row, x);
   }
 }
 
-constexpr int nccVectors = 2;
-constexpr int nccBlock = nccVectors * laneCount;
-static_assert(nccBlock <= trialBlock);
+// One vector of centres: five sums each keep the adders busy with two amplitudes.
+constexpr int nccAmplitudes = laneCount == 16 ? 2 : 1;
+static_assert(laneCount <= trialBlock);
 
 // The five sums of every lane's window.
 struct CorrelationSums {
-  Floats a[nccVectors], aa[nccVectors], b[nccVectors], bb[nccVectors], ab[nccVectors];
+  Floats a, aa, b, bb, ab;
 };
 
-inline void nccSums(const float* const* apRows, const float* const* paRows, int rowCount, int taps,
-                    int x, CorrelationSums& result) {
-  CorrelationSums s = {};
-  for (int r = 0; r < rowCount; ++r) {
-    const float* pa = apRows[r] + x;
-    const float* pb = paRows[r] + x;
-    for (int dx = 0; dx < taps; ++dx)
-      for (int v = 0; v < nccVectors; ++v) {
+template <int count>
+inline void nccSums(const NccRows& rows, const SearchRow& row, int first, int x,
+                    CorrelationSums* result) {
+  CorrelationSums s[count] = {};
+  for (int r = 0; r < row.rowCount; ++r) {
+    const float *pa[count], *pb[count];
+#pragma GCC unroll 8
+    for (int i = 0; i < count; ++i) {
+      pa[i] = rows.ap[(first + i) * row.rowCount + r] + x;
+      pb[i] = rows.pa[(first + i) * row.rowCount + r] + x;
+    }
+    for (int dx = 0; dx < row.taps; ++dx)
+#pragma GCC unroll 8
+      for (int i = 0; i < count; ++i) {
         Floats a, b;
-        load(a, pa + dx + v * laneCount);
-        load(b, pb + dx + v * laneCount);
-        s.a[v] += a;
-        s.aa[v] += a * a;
-        s.b[v] += b;
-        s.bb[v] += b * b;
-        s.ab[v] += a * b;
+        load(a, pa[i] + dx);
+        load(b, pb[i] + dx);
+        s[i].a += a;
+        s[i].aa += a * a;
+        s[i].b += b;
+        s[i].bb += b * b;
+        s[i].ab += a * b;
       }
   }
-  result = s;
+  for (int i = 0; i < count; ++i) result[i] = s[i];
 }
 
 inline void nccCosts(const CorrelationSums& s, const float* voxelCount, double* costs) {
-  for (int v = 0; v < nccVectors; ++v) {
-    Floats n;
-    load(n, voxelCount + v * laneCount);
-    const Floats numerator = s.ab[v] * n - s.b[v] * s.a[v];
-    const Floats varianceA = s.aa[v] * n - s.a[v] * s.a[v];
-    const Floats varianceB = s.bb[v] * n - s.b[v] * s.b[v];
-    for (int l = 0; l < laneCount; ++l)
-      costs[v * laneCount + l] = -(static_cast<double>(numerator[l]) /
-                                   (__builtin_sqrt(static_cast<double>(varianceB[l])) *
-                                    __builtin_sqrt(static_cast<double>(varianceA[l]))));
+  Floats n;
+  load(n, voxelCount);
+  float numerator[laneCount], varianceA[laneCount], varianceB[laneCount];
+  store(numerator, s.ab * n - s.b * s.a);
+  store(varianceA, s.aa * n - s.a * s.a);
+  store(varianceB, s.bb * n - s.b * s.b);
+  for (int l = 0; l < laneCount; ++l) {
+    const double rootA = __builtin_sqrt(static_cast<double>(varianceA[l]));
+    const double rootB = __builtin_sqrt(static_cast<double>(varianceB[l]));
+    costs[l] = -(static_cast<double>(numerator[l]) / (rootB * rootA));
+  }
+}
+
+template <int count>
+inline void offerNcc(const SearchRow& row, const NccRows& rows, int x, int first,
+                     Choice<laneCount>& choice) {
+  if constexpr (count > 0) {
+    if (row.amplitudeCount - first < count) return offerNcc<count - 1>(row, rows, x, first, choice);
+    CorrelationSums sums[count];
+    nccSums<count>(rows, row, first, x, sums);
+    for (int i = 0; i < count; ++i) {
+      double costs[laneCount];
+      nccCosts(sums[i], rows.voxelCount + x, costs);
+      choice.offer(first + i, costs);
+    }
   }
 }
 
 void searchRowNcc(const SearchRow& row, const NccRows& rows) {
-  for (int x = 0; x < row.nx; x += nccBlock) {
-    if (!anyVisited(row, x, nccBlock)) continue;
-    double costs[nccBlock], least[nccBlock];
-    int best[nccBlock];
-    for (int i = 0; i < row.amplitudeCount; ++i) {
-      CorrelationSums sums;
-      nccSums(rows.ap + i * row.rowCount, rows.pa + i * row.rowCount, row.rowCount, row.taps, x,
-              sums);
-      nccCosts(sums, rows.voxelCount + x, costs);
-      keepLeast(i, nccBlock, costs, least, best);
-    }
-    writeBest(row, x, nccBlock, best);
+  for (int x = 0; x < row.nx; x += laneCount) {
+    if (!anyVisited<laneCount>(row, x)) continue;
+    Choice<laneCount> choice;
+    for (int first = 0; first < row.amplitudeCount; first += nccAmplitudes)
+      offerNcc<nccAmplitudes>(row, rows, x, first, choice);
+    choice.write(row, x);
   }
 }

@@ -12,14 +12,6 @@ namespace reference {
 
 namespace {
 
-struct ColumnPair {
-  Vector<float> apS, paS, apD, paD, q;
-};
-
-struct Fit {
-  float a, b;
-};
-
 float largest(const Vector<float>& v) {
   if (v.size() == 0) return 0;
   float result = v[0];
@@ -37,6 +29,8 @@ Matrix<float> jacobian(const Vector<float>& gA, const Vector<float>& gP, const V
   }
   return J;
 }
+
+}  // namespace
 
 Fit fitColumn(const ColumnPair& c, Fit start) {
   Vector<float> p(2);
@@ -63,8 +57,6 @@ Fit fitColumn(const ColumnPair& c, Fit start) {
   if (cost > best && step.size() == 2) p -= step;
   return {p[0], p[1]};
 }
-
-}  // namespace
 
 Vector<float> getColumnFromVolume(const Volume<float>& vol, int row, int slice) {
   Vector<float> column(vol.ny());

@@ -16,4 +16,17 @@ Vector<float> getColumnFromVolume(const Volume<float>& vol, int row, int slice);
 void putColumnInVolume(const Vector<float>& vec, Volume<float>& vol, int row, int slice);
 Matrix<float> invert2x2Matrix(const Matrix<float>& mat);
 
+/// The smoothed columns, their derivatives and the centred row coordinates.
+struct ColumnPair {
+  Vector<float> apS, paS, apD, paD, q;
+};
+
+/// Scale and shift.
+struct Fit {
+  float a, b;
+};
+
+/// The fit of one column.
+Fit fitColumn(const ColumnPair& c, Fit start);
+
 }  // namespace reference

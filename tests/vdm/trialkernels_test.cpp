@@ -1,0 +1,163 @@
+#include "vdm/trialkernels.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+#include "simd/eachvariant.h"
+#include "support/random_volume.h"
+
+namespace {
+
+constexpr int taps = 5, rowCount = 6, amplitudeCount = 9;
+
+// Windows side by side: padded rows of values, per amplitude.
+template <typename T>
+struct Rows {
+  std::size_t stride;
+  std::vector<T> values;
+  std::vector<const T*> pointers;
+
+  explicit Rows(int nx)
+      : stride(static_cast<std::size_t>(nx + taps + trialBlock)),
+        values(stride * rowCount * amplitudeCount, T(0)) {
+    for (std::size_t r = 0; r < rowCount * amplitudeCount; ++r)
+      pointers.push_back(values.data() + r * stride);
+  }
+  Rows(const Rows&) = delete;
+  Rows& operator=(const Rows&) = delete;
+  T& at(int amplitude, int row, int x) {
+    return values[static_cast<std::size_t>(amplitude * rowCount + row) * stride +
+                  static_cast<std::size_t>(x)];
+  }
+};
+
+// The order of a window's values, another one for every amplitude.
+std::vector<int> permutation(Random& random) {
+  std::vector<int> order(taps * rowCount);
+  for (int i = 0; i < taps * rowCount; ++i) order[static_cast<std::size_t>(i)] = i;
+  for (int i = taps * rowCount - 1; i > 0; --i)
+    std::swap(order[static_cast<std::size_t>(i)],
+              order[static_cast<std::size_t>(random.below(i + 1))]);
+  return order;
+}
+
+// The first amplitude of least cost per centre, window by window.
+template <typename Cost>
+std::vector<int> plainSearch(int nx, Cost cost) {
+  std::vector<int> best;
+  for (int x = 0; x < nx; ++x) {
+    int choice = 0;
+    for (int i = 1; i < amplitudeCount; ++i)
+      if (cost(i, x) < cost(choice, x)) choice = i;
+    best.push_back(choice);
+  }
+  return best;
+}
+
+template <typename Search>
+void expectChoices(int nx, const std::vector<int>& wanted, Search search) {
+  const std::vector<unsigned char> visited(static_cast<std::size_t>(nx), 1);
+  for (const SimdVariant variant : supportedVariants()) {
+    SCOPED_TRACE(nameOf(variant));
+    std::vector<int> best(static_cast<std::size_t>(nx), -1);
+    search({nx, taps, rowCount, amplitudeCount, visited.data(), best.data()}, variant);
+    EXPECT_EQ(best, wanted);
+  }
+}
+
+// All amplitudes have the same squares in another order: equal sums but for their rounding. A
+// sum in any other order than row by row, x ascending, chooses otherwise somewhere.
+TEST(TrialKernels, SsdChoicesFollowTheRoundingOfTheStatedOrder) {
+  Random random(101);
+  for (const int nx : {1, 7, 8, 16, 17, 33, 65}) {
+    SCOPED_TRACE(nx);
+    Rows<double> squares(nx);
+    const auto magnitudes = [&] { return std::pow(2.0, random.uniform(0.0, 56.0)); };
+    std::vector<std::vector<int>> orders;
+    for (int i = 0; i < amplitudeCount; ++i) orders.push_back(permutation(random));
+    // Windows at multiples of `taps` hold permutations; those between mix two.
+    for (int start = 0; start < nx + taps; start += taps) {
+      std::vector<double> values(taps * rowCount);
+      std::generate(values.begin(), values.end(), magnitudes);
+      for (int i = 0; i < amplitudeCount; ++i)
+        for (int r = 0; r < rowCount; ++r)
+          for (int dx = 0; dx < taps; ++dx)
+            squares.at(i, r, start + dx) = values[static_cast<std::size_t>(
+                orders[static_cast<std::size_t>(i)][static_cast<std::size_t>(r * taps + dx)])];
+    }
+    const auto cost = [&](int i, int x) {
+      double sum = 0;
+      for (int r = 0; r < rowCount; ++r)
+        for (int dx = 0; dx < taps; ++dx) sum += squares.at(i, r, x + dx);
+      return sum;
+    };
+    expectChoices(nx, plainSearch(nx, cost), [&](const SearchRow& row, SimdVariant variant) {
+      searchRowSsd(row, {squares.pointers.data()}, variant);
+    });
+  }
+}
+
+// The same for the five single-precision sums of the correlation.
+TEST(TrialKernels, NccChoicesFollowTheRoundingOfTheStatedOrder) {
+  Random random(102);
+  for (const int nx : {1, 7, 8, 16, 17, 33, 65}) {
+    SCOPED_TRACE(nx);
+    Rows<float> ap(nx), pa(nx);
+    const std::vector<float> counts(static_cast<std::size_t>(nx + trialBlock),
+                                    static_cast<float>(taps * rowCount));
+    for (int start = 0; start < nx + taps; start += taps) {
+      std::vector<float> a, b;
+      for (int k = 0; k < taps * rowCount; ++k) {
+        a.push_back(random.uniform(1.0f, 900.0f));
+        b.push_back(a.back() * random.uniform(0.8f, 1.2f));
+      }
+      for (int i = 0; i < amplitudeCount; ++i) {
+        const std::vector<int> order = permutation(random);
+        for (int r = 0; r < rowCount; ++r)
+          for (int dx = 0; dx < taps; ++dx) {
+            const std::size_t k =
+                static_cast<std::size_t>(order[static_cast<std::size_t>(r * taps + dx)]);
+            ap.at(i, r, start + dx) = a[k];
+            pa.at(i, r, start + dx) = b[k];
+          }
+      }
+    }
+    const auto cost = [&](int i, int x) {
+      float sa = 0, saa = 0, sb = 0, sbb = 0, sab = 0;
+      for (int r = 0; r < rowCount; ++r)
+        for (int dx = 0; dx < taps; ++dx) {
+          const float a = ap.at(i, r, x + dx), b = pa.at(i, r, x + dx);
+          sa += a;
+          saa += a * a;
+          sb += b;
+          sbb += b * b;
+          sab += a * b;
+        }
+      const float n = static_cast<float>(taps * rowCount);
+      const float numerator = sab * n - sb * sa, va = saa * n - sa * sa, vb = sbb * n - sb * sb;
+      return -(static_cast<double>(numerator) /
+               (std::sqrt(static_cast<double>(vb)) * std::sqrt(static_cast<double>(va))));
+    };
+    expectChoices(nx, plainSearch(nx, cost), [&](const SearchRow& row, SimdVariant variant) {
+      searchRowNcc(row, {ap.pointers.data(), pa.pointers.data(), counts.data()}, variant);
+    });
+  }
+}
+
+TEST(TrialKernels, CentresThatAreNotVisitedAreLeftAlone) {
+  Rows<double> squares(40);
+  std::vector<unsigned char> visited(40, 0);
+  visited[33] = 1;
+  for (const SimdVariant variant : supportedVariants()) {
+    std::vector<int> best(40, -1), wanted(40, -1);
+    wanted[33] = 0;
+    searchRowSsd({40, taps, rowCount, amplitudeCount, visited.data(), best.data()},
+                 {squares.pointers.data()}, variant);
+    EXPECT_EQ(best, wanted) << nameOf(variant);
+  }
+}
+
+}  // namespace
