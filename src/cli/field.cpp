@@ -95,7 +95,7 @@ void fieldToMap(const Options& options, const nifti::Header& header) {
   const series::FieldHz field = series::readField(options.fieldFile);
   if (field.nonFinite > 0)
     hostSession().console.warn(options.fieldFile + " has " + std::to_string(field.nonFinite) +
-                               " voxels that are NaN or infinite; they count as 0 Hz");
+                               " NaN or infinite voxel(s), which count as 0 Hz");
   const Acquisition acquisition = acquisitionOf(options, header);
   const Volume<float> shift =
       series::shiftVoxels(field, header, acquisition.direction, acquisition.readoutSeconds);

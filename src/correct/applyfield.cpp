@@ -119,7 +119,7 @@ class Job {
     field = series::readField(options.fieldFile);
     if (field.nonFinite > 0)
       report.warnings.push_back(options.fieldFile + " has " + std::to_string(field.nonFinite) +
-                                " voxels that are NaN or infinite; they count as 0 Hz");
+                                " NaN or infinite voxel(s), which count as 0 Hz");
     if (!options.reference.empty()) {
       nifti::Reader image(options.reference);
       reference = {series::meanOfSeries(options.reference), image.header().affine(),

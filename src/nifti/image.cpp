@@ -50,6 +50,10 @@ std::array<unsigned char, 10> gzipTail(unsigned long checksum, std::size_t plain
   return tail;
 }
 
+/// Of a diffusion series level 4 takes a quarter of the time of level 6, the library's default, for
+/// files that are 3 % larger (32-bit floats: less than half, 4 %).
+constexpr int compressionLevel = 4;
+
 /// Fills an EncodedVolume piece by piece.
 class Encoder {
  public:
@@ -58,8 +62,8 @@ class Encoder {
     result.plainBytes = 0;
     result.checksum = crc32(0, nullptr, 0);
     // Negative window bits: deflate blocks without a head and a tail of their own.
-    if (compressed && deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, -15, 8,
-                                   Z_DEFAULT_STRATEGY) != Z_OK)
+    if (compressed &&
+        deflateInit2(&stream, compressionLevel, Z_DEFLATED, -15, 8, Z_DEFAULT_STRATEGY) != Z_OK)
       throw std::bad_alloc();
   }
   Encoder(const Encoder&) = delete;

@@ -187,3 +187,26 @@ TEST(Geometry, LeftRightConvention) {
   EXPECT_EQ(nifti::leftRightConvention(glm::dmat4(1.0)), "Neurological");
   EXPECT_EQ(nifti::leftRightConvention(glm::dmat4(-1.0)), "Radiological");
 }
+
+TEST(Geometry, OrientationLetters) {
+  EXPECT_EQ(nifti::orientationLetters(glm::dmat4(1.0)), "RAS");
+  EXPECT_EQ(nifti::orientationLetters(glm::dmat4(-1.0)), "LPI");
+  glm::dmat4 sagittal(0.0);
+  sagittal[0].y = -2;
+  sagittal[1].z = 3;
+  sagittal[2].x = 1;
+  EXPECT_EQ(nifti::orientationLetters(sagittal), "PSR");
+  // 50 degrees about x: j has more of superior than of anterior; k takes what is left.
+  glm::dmat4 oblique(1.0);
+  oblique[1] = {0, 0.643, 0.766, 0};
+  oblique[2] = {0, -0.766, 0.643, 0};
+  EXPECT_EQ(nifti::orientationLetters(oblique), "RSP");
+  // A sheared grid whose i and j are both nearest to x: the closer fit has it.
+  glm::dmat4 sheared(1.0);
+  sheared[0] = {0.8, 0.6, 0, 0};
+  sheared[1] = {0.9, 0.1, 0, 0};
+  EXPECT_EQ(nifti::orientationLetters(sheared), "ARS");
+  glm::dmat4 broken(1.0);
+  broken[1] = {0, 0, 0, 0};
+  EXPECT_EQ(nifti::orientationLetters(broken), "R?S");
+}

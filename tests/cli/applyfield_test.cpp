@@ -1,0 +1,195 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+
+#include "cli/program.h"
+#include "series/field.h"
+#include "series/series.h"
+#include "series/seriesfiles.h"
+
+// "mirel apply --field" as a user runs it.
+
+namespace {
+
+using namespace seriesfiles;
+using niftifiles::TempFolder;
+using niftifiles::writeText;
+using nlohmann::json;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+constexpr glm::ivec3 dims{10, 12, 7};
+
+class ApplyField : public testing::Test {
+ protected:
+  void SetUp() override {
+    header.type = nifti::DataType::int16;
+    writeImage(run, header, [](int t) { return smoothImage(dims, t); });
+    const series::Grid fieldGrid{{9, 8, 7}, affineOf({4, 5, 5}, -5, {-34, -44, -5})};
+    const Volume<float> hz = sampled(fieldGrid, [](glm::dvec3 mm) { return 20 + 1.5 * mm.x; });
+    series::writeField({hz, fieldGrid.affine, "f"}, headerOf(fieldGrid.dims, fieldGrid.affine),
+                       field);
+    sidecar("j-", 0.05);
+  }
+
+  void sidecar(const std::string& direction, double readout) const {
+    writeText(folder.file("sub-1_bold.json"), json({{"PhaseEncodingDirection", direction},
+                                                    {"TotalReadoutTime", readout},
+                                                    {"EchoTime", 0.03}})
+                                                  .dump());
+  }
+
+  ProgramResult apply(const std::vector<std::string>& more, const std::string& image = {}) const {
+    std::vector<std::string> arguments = {"apply", "--field", field, image.empty() ? run : image};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return runMirel(arguments);
+  }
+
+  Volume<float> expected(int t, series::PhaseEncodingDirection direction, double readout,
+                         series::Modulation modulation = series::Modulation::off) const {
+    nifti::Reader image(run);
+    return series::correctVolume(
+        image.readVolume(t),
+        series::shiftVoxels(series::readField(field), image.header(), direction, readout),
+        direction.axis, modulation);
+  }
+
+  TempFolder folder;
+  const std::string run = folder.file("sub-1_bold.nii.gz");
+  const std::string field = folder.file("field.nii.gz");
+  const std::string out = folder.file("out");
+  const std::string corrected = out + "/sub-1_desc-corrected_bold.nii.gz";
+  nifti::Header header = headerOf(dims, affineOf({3, 3, 4}, 10, {-30, -40, 5}), 3);
+};
+
+TEST_F(ApplyField, correctsByTheSidecar) {
+  const ProgramResult result = apply({"-o", out});
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(result.out, corrected + "\n" + out + "/sub-1_desc-corrected_bold.json\n");
+  EXPECT_THAT(result.err,
+              HasSubstr("3 volumes, phase encoding j- (" + folder.file("sub-1_bold.json") +
+                        "), readout 0.05 s (TotalReadoutTime)"));
+  nifti::Reader image(corrected);
+  EXPECT_EQ(image.header().type, nifti::DataType::int16);
+  EXPECT_EQ(image.header().volumes, 3);
+  EXPECT_EQ(image.header().affine(), nifti::Reader(run).header().affine());
+  EXPECT_LE(largestDifference(image.readVolume(2), expected(2, {1, -1}, 0.05)), 0.5);
+  EXPECT_GT(largestDifference(image.readVolume(2), expected(2, {1, 1}, 0.05)), 50);
+}
+
+TEST_F(ApplyField, recordsWhatItDid) {
+  ASSERT_EQ(apply({"-o", out, "--modulate"}).status, 0);
+  const json record = json::parse(niftifiles::readText(out + "/sub-1_desc-corrected_bold.json"));
+  EXPECT_EQ(record["EchoTime"], 0.03);
+  EXPECT_EQ(record["Sources"], json({run, field}));
+  EXPECT_EQ(record["Mirel"]["Field"]["SHA256"].get<std::string>().size(), 64u);
+  EXPECT_EQ(record["Mirel"]["Options"]["Modulation"], true);
+  EXPECT_EQ(record["Mirel"]["Series"]["PhaseEncodingDirection"], "j-");
+  EXPECT_EQ(record["Mirel"]["Series"]["TotalReadoutTime"]["Source"], "TotalReadoutTime");
+  EXPECT_FALSE(record["Mirel"]["Series"].contains("SignCheck"));
+}
+
+TEST_F(ApplyField, optionsComeBeforeTheSidecar) {
+  ASSERT_EQ(apply({"-o", out, "--pe", "k", "--readout", "0.03", "--float", "--modulate",
+                   "--threads", "2"})
+                .status,
+            0);
+  nifti::Reader image(corrected);
+  EXPECT_EQ(image.header().type, nifti::DataType::float32);
+  EXPECT_TRUE(image.readVolume(1) == expected(1, {2, 1}, 0.03, series::Modulation::on));
+}
+
+TEST_F(ApplyField, withoutASidecarOptionsAreEnough) {
+  std::filesystem::remove(folder.file("sub-1_bold.json"));
+  const ProgramResult missing = apply({"-o", out});
+  EXPECT_EQ(missing.status, 1);
+  EXPECT_THAT(missing.err, HasSubstr("PhaseEncodingDirection; give it with --pe"));
+  EXPECT_THAT(apply({"-o", out, "--pe", "i-"}).err, HasSubstr("give it with --readout"));
+  EXPECT_FALSE(std::filesystem::exists(out));
+  EXPECT_EQ(apply({"-o", out, "--pe", "i-", "--readout", "0.04", "--quiet"}).status, 0);
+  EXPECT_LE(largestDifference(nifti::Reader(corrected).readVolume(0), expected(0, {0, -1}, 0.04)),
+            0.5);
+}
+
+TEST_F(ApplyField, oneRunMayNameItsOutput) {
+  const std::string image = folder.file("clean.nii");
+  const ProgramResult result = apply({"-o", image, "--warp", "--quiet"});
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(result.err, "");
+  EXPECT_TRUE(std::filesystem::exists(image));
+  EXPECT_TRUE(std::filesystem::exists(folder.file("clean.json")));
+  EXPECT_TRUE(std::filesystem::exists(folder.file("clean_desc-warp_xfm.nii.gz")));
+  const ProgramResult two =
+      apply({folder.file("field.nii.gz"), "-o", image, "--pe", "j", "--readout", "0.05"});
+  EXPECT_EQ(two.status, 1);
+  EXPECT_THAT(two.err, HasSubstr("is the name of one image, but 2 series"));
+}
+
+TEST_F(ApplyField, gradientFilesGoAlong) {
+  writeText(folder.file("sub-1_bold.bval"), "0 700 700\n");
+  ASSERT_EQ(apply({"-o", out}).status, 0);
+  EXPECT_EQ(niftifiles::readText(out + "/sub-1_desc-corrected_bold.bval"), "0 700 700\n");
+}
+
+TEST_F(ApplyField, aWrongSignIsToldLoudlyAndNamesTheSidecar) {
+  // The reference is what the right direction yields.
+  ASSERT_EQ(apply({"-o", folder.file("truth.nii"), "--float"}).status, 0);
+  sidecar("j", 0.05);
+  const ProgramResult wrong = apply({"-o", out, "--reference", folder.file("truth.nii")});
+  EXPECT_EQ(wrong.status, 0);
+  EXPECT_THAT(wrong.err, HasSubstr("Warning: CHECK THE SIGN of " + folder.file("sub-1_bold.json")));
+  sidecar("j-", 0.05);
+  const ProgramResult right = apply({"-o", out, "--reference", folder.file("truth.nii")});
+  EXPECT_THAT(right.err, HasSubstr("the sign is right"));
+  EXPECT_THAT(right.err, testing::Not(HasSubstr("CHECK")));
+}
+
+TEST_F(ApplyField, nothingIsSkippedSilently) {
+  Volume<float> hz(dims, 10.0f);
+  hz.at(0, 0, 0) = NAN;
+  writeImage(field, headerOf(dims, header.affine()), [&](int) { return hz; });
+  const ProgramResult result = apply({"-o", out});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.err, HasSubstr("Warning: " + field +
+                                    " has 1 NaN or infinite voxel(s), which count as 0 Hz"));
+}
+
+TEST_F(ApplyField, faultsAreOneSentenceAndLeaveNothing) {
+  writeText(folder.file("run.fmr"), "");
+  writeText(folder.file("text.json"), "no json");
+  writeText(folder.file("short.nii.gz"),
+            niftifiles::readText(run).substr(0, niftifiles::readText(run).size() / 2));
+  const auto before = folder.names();
+  const auto refused = [&](const ProgramResult& result, const std::string& text) {
+    EXPECT_EQ(result.status, 1) << text;
+    EXPECT_THAT(result.err, HasSubstr(text));
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(folder.names(), before) << text;
+  };
+  refused(apply({"-o", out}, folder.file("run.fmr")), "--vdm corrects projects");
+  refused(apply({"-o", out}, folder.file("none.nii")), "none.nii does not exist");
+  refused(apply({"-o", out, "--sidecar", folder.file("text.json")}), "is not valid JSON");
+  refused(apply({"-o", run}), "overwrite");
+  refused(apply({"-o", out, "--readout", "50"}), "is it in milliseconds?");
+  refused(apply({"-o", out, "--pe", "j", "--readout", "0.05"}, folder.file("short.nii.gz")),
+          "short.nii.gz is truncated");
+  refused(runMirel({"apply", "--field", run, run, "-o", out}), "a field in Hz has one");
+  refused(runMirel({"apply", "--field", folder.file(""), run, "-o", out}), "is a directory");
+  refused(apply({"-o", folder.file("text.json") + "/out"}), "text.json");
+}
+
+TEST_F(ApplyField, usageMistakesHaveTheirOwnStatus) {
+  for (const std::vector<std::string>& more : {std::vector<std::string>{},
+                                               {"-o", out, "--pe", "AP"},
+                                               {"-o", out, "--readout", "-1"},
+                                               {"-o", out, "--threads", "0"},
+                                               {"-o", out, "--vdm", "a.map"},
+                                               {"-o", out, "--rllr"}})
+    EXPECT_EQ(apply(more).status, 2);
+  EXPECT_EQ(runMirel({"apply", "--vdm", "a.map", "run.fmr", "--modulate"}).status, 2);
+}
+
+}  // namespace
