@@ -58,8 +58,7 @@ TEST(InvertVdm, OfAFoldedColumnTakesTheSearchAsItFalls) {
   // the same; row 2 as well; row 3: 3 < 5, then past m[1], i = 2.
   const Volume<float> inv = invertVDM(column({3, -1, 3, -1}));
   for (int t = 0; t < 4; ++t) {
-    const float expected = static_cast<float>(
-        ((5.0 - t) * 1 + (t - 0.0) * 2) / (5.0 - 0.0) - t);
+    const float expected = static_cast<float>(((5.0 - t) * 1 + (t - 0.0) * 2) / (5.0 - 0.0) - t);
     EXPECT_NEAR(inv.at(0, t, 0), expected, 1e-6) << t;
   }
 }

@@ -56,7 +56,11 @@ TEST(LocalResampling, LeavesVoxelsAtExactlyTheFirstOrLastRowUntouched) {
 
 TEST(LocalResampling, LeavesVoxelsThatLandOutsideUntouched) {
   Column c(8);
-  const float odd[] = {-3.5f, 9.0f, 1e30f, -1e30f, std::numeric_limits<float>::quiet_NaN(),
+  const float odd[] = {-3.5f,
+                       9.0f,
+                       1e30f,
+                       -1e30f,
+                       std::numeric_limits<float>::quiet_NaN(),
                        std::numeric_limits<float>::infinity()};
   for (const float shift : odd) EXPECT_EQ(c.resampled(3, shift), -1) << shift;
 }
@@ -103,9 +107,7 @@ TEST(LocalResampling, ChecksBeforeItWrites) {
   const Volume<float> vdm(2, 3, 4, 0.0f), otherVdm(2, 4, 3, 0.0f);
   const Voxels voxels{{1, 1, 1}}, local{{0, 0, 0}};
   EXPECT_TRUE(failsAssertion(
-      [&] {
-        applyVdmPlusLocalYLinearFast(other, src, otherVdm, voxels, pattern, local, 1, false);
-      },
+      [&] { applyVdmPlusLocalYLinearFast(other, src, otherVdm, voxels, pattern, local, 1, false); },
       "assertion failure (src/vdm/vdm.cpp:40): dst.dimensions() == src.dimensions()"));
   EXPECT_TRUE(failsAssertion(
       [&] { applyVdmPlusLocalYLinearReverseFast(dst, src, otherVdm, voxels, pattern, local, 1); },
@@ -137,12 +139,10 @@ TEST(LocalResampling, AgreesWithTheReference) {
         const float factor = random.uniform(-2.0f, 2.0f);
         Volume<float> a(d, -1.0f), b(d, -1.0f);
         applyVdmPlusLocalYLinearFast(a, src, vdm, voxels, pattern, local, factor, false);
-        reference::applyVdmPlusLocalYLinearFast(b, src, vdm, voxels, pattern, local, factor,
-                                                false);
+        reference::applyVdmPlusLocalYLinearFast(b, src, vdm, voxels, pattern, local, factor, false);
         EXPECT_TRUE(same(a, b));
         applyVdmPlusLocalYLinearReverseFast(a, src, vdm, voxels, pattern, local, factor);
-        reference::applyVdmPlusLocalYLinearReverseFast(b, src, vdm, voxels, pattern, local,
-                                                       factor);
+        reference::applyVdmPlusLocalYLinearReverseFast(b, src, vdm, voxels, pattern, local, factor);
         EXPECT_TRUE(same(a, b)) << "reverse";
         Volume<float> c(d, -1.0f), e(d, -1.0f);
         applyVdmPlusLocalYLinearFast(c, src, vdm, voxels, pattern, local, factor, true);

@@ -118,10 +118,10 @@ TEST(Columns, OnlyTheUpperBoundsAreChecked) {
 }
 
 TEST_F(SimpleEstimate, DifferentDimensionsFail) {
-  EXPECT_TRUE(failsAssertion(
-      [&] { estimate(Volume<float>(2, 3, 4, 1.0f), Volume<float>(3, 2, 4, 1.0f)); },
-      "assertion failure (src/vdm/simplevdmestimate.cpp:65): "
-      "vol_ap.dimensions() == vol_pa.dimensions()"));
+  EXPECT_TRUE(
+      failsAssertion([&] { estimate(Volume<float>(2, 3, 4, 1.0f), Volume<float>(3, 2, 4, 1.0f)); },
+                     "assertion failure (src/vdm/simplevdmestimate.cpp:65): "
+                     "vol_ap.dimensions() == vol_pa.dimensions()"));
   EXPECT_TRUE(log.entries().empty());
 }
 
@@ -198,9 +198,9 @@ TEST_F(SimpleEstimate, LogsBothMeasuresOnePerFlush) {
 }
 
 TEST_F(SimpleEstimate, AgreesWithTheReference) {
-  for (const glm::ivec3 d : {glm::ivec3(12, 14, 9), glm::ivec3(9, 13, 5), glm::ivec3(3, 31, 4),
-                             glm::ivec3(1, 12, 1), glm::ivec3(7, 2, 3), glm::ivec3(2, 1, 2),
-                             glm::ivec3(5, 3, 16), glm::ivec3(8, 16, 8)})
+  for (const glm::ivec3 d :
+       {glm::ivec3(12, 14, 9), glm::ivec3(9, 13, 5), glm::ivec3(3, 31, 4), glm::ivec3(1, 12, 1),
+        glm::ivec3(7, 2, 3), glm::ivec3(2, 1, 2), glm::ivec3(5, 3, 16), glm::ivec3(8, 16, 8)})
     for (unsigned seed = 0; seed < 3; ++seed) {
       SCOPED_TRACE(testing::Message() << d.x << "x" << d.y << "x" << d.z << ", seed " << seed);
       expectAgreement(blobs(d, seed, 1.0f), blobs(d, seed, -1.3f));

@@ -207,6 +207,22 @@ TEST(SplineResampling, ValuesThatCancelKeepTheOrderOfAdditions) {
   expectColumnSplines(image, vdm);
 }
 
+// A ramp read where it crosses 0: what is left is the rounding of the weights.
+TEST(SplineResampling, ARampReadAtItsZeroKeepsTheRoundingOfTheWeights) {
+  Random random(85);
+  const glm::ivec3 dims(40, 80, 2);
+  Volume<float> image(dims), vdm(dims);
+  for (int z = 0; z < dims.z; ++z)
+    for (int x = 0; x < dims.x; ++x) {
+      const float zero = 40.0f + static_cast<float>(random.below(1024)) / 1024.0f;
+      for (int y = 0; y < dims.y; ++y) {
+        image.at(x, y, z) = static_cast<float>(y) - zero;
+        vdm.at(x, y, z) = zero - static_cast<float>(y);
+      }
+    }
+  expectColumnSplines(image, vdm);
+}
+
 TEST(SplineResampling, DisplacementsThatAreNotFiniteGiveZero) {
   Random random(80);
   const glm::ivec3 dims(19, 8, 2);

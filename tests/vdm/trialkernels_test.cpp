@@ -68,6 +68,26 @@ void expectChoices(int nx, const std::vector<int>& wanted, Search search) {
   }
 }
 
+// The negated correlation of amplitude i's window at x: five sums in single precision.
+auto correlationCost(Rows<float>& ap, Rows<float>& pa) {
+  return [&](int i, int x) {
+    float sa = 0, saa = 0, sb = 0, sbb = 0, sab = 0;
+    for (int r = 0; r < rowCount; ++r)
+      for (int dx = 0; dx < taps; ++dx) {
+        const float a = ap.at(i, r, x + dx), b = pa.at(i, r, x + dx);
+        sa += a;
+        saa += a * a;
+        sb += b;
+        sbb += b * b;
+        sab += a * b;
+      }
+    const float n = static_cast<float>(taps * rowCount);
+    const float numerator = sab * n - sb * sa, va = saa * n - sa * sa, vb = sbb * n - sb * sb;
+    return -(static_cast<double>(numerator) /
+             (std::sqrt(static_cast<double>(vb)) * std::sqrt(static_cast<double>(va))));
+  };
+}
+
 // All amplitudes have the same squares in another order: equal sums but for their rounding. A
 // sum in any other order than row by row, x ascending, chooses otherwise somewhere.
 TEST(TrialKernels, SsdChoicesFollowTheRoundingOfTheStatedOrder) {
@@ -125,26 +145,33 @@ TEST(TrialKernels, NccChoicesFollowTheRoundingOfTheStatedOrder) {
           }
       }
     }
-    const auto cost = [&](int i, int x) {
-      float sa = 0, saa = 0, sb = 0, sbb = 0, sab = 0;
-      for (int r = 0; r < rowCount; ++r)
-        for (int dx = 0; dx < taps; ++dx) {
-          const float a = ap.at(i, r, x + dx), b = pa.at(i, r, x + dx);
-          sa += a;
-          saa += a * a;
-          sb += b;
-          sbb += b * b;
-          sab += a * b;
-        }
-      const float n = static_cast<float>(taps * rowCount);
-      const float numerator = sab * n - sb * sa, va = saa * n - sa * sa, vb = sbb * n - sb * sb;
-      return -(static_cast<double>(numerator) /
-               (std::sqrt(static_cast<double>(vb)) * std::sqrt(static_cast<double>(va))));
-    };
-    expectChoices(nx, plainSearch(nx, cost), [&](const SearchRow& row, SimdVariant variant) {
-      searchRowNcc(row, {ap.pointers.data(), pa.pointers.data(), counts.data()}, variant);
-    });
+    expectChoices(
+        nx, plainSearch(nx, correlationCost(ap, pa)),
+        [&](const SearchRow& row, SimdVariant variant) {
+          searchRowNcc(row, {ap.pointers.data(), pa.pointers.data(), counts.data()}, variant);
+        });
   }
+}
+
+// Multiples of the same small whole numbers correlate equally but for the rounding of roots,
+// product and division.
+TEST(TrialKernels, NccChoicesFollowTheRoundingOfRootsAndDivision) {
+  Random random(103);
+  constexpr int nx = 65;
+  Rows<float> ap(nx), pa(nx);
+  const std::vector<float> counts(nx + trialBlock, static_cast<float>(taps * rowCount));
+  for (int r = 0; r < rowCount; ++r)
+    for (int x = 0; x < nx + taps; ++x) {
+      const float a = static_cast<float>(random.below(5)), b = static_cast<float>(random.below(5));
+      for (int i = 0; i < amplitudeCount; ++i) {
+        ap.at(i, r, x) = a * static_cast<float>(i + 1);
+        pa.at(i, r, x) = b * static_cast<float>((3 * i) % 7 + 1);
+      }
+    }
+  expectChoices(
+      nx, plainSearch(nx, correlationCost(ap, pa)), [&](const SearchRow& row, SimdVariant variant) {
+        searchRowNcc(row, {ap.pointers.data(), pa.pointers.data(), counts.data()}, variant);
+      });
 }
 
 TEST(TrialKernels, CentresThatAreNotVisitedAreLeftAlone) {

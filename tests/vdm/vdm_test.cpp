@@ -5,7 +5,6 @@
 
 #include <cmath>
 #include <limits>
-#include <limits>
 
 #include "numerics/volumegauss.h"
 #include "reference/vdm.h"

@@ -240,8 +240,7 @@ TEST_F(Estimate, EqualCostsSelectTheEarliestAmplitude) {
     Scales s;
     s.add(Volume<float>(3, 3, 3, 1.0f), {first, 0.0f, -first}, 1.0);
     const Volume<float> vdm = estimate(image, image, s);
-    for (int i = 0; i < vdm.size(); ++i)
-      EXPECT_NEAR(vdm.data()[i], start.data()[i] + first, 0.01f);
+    for (int i = 0; i < vdm.size(); ++i) EXPECT_NEAR(vdm.data()[i], start.data()[i] + first, 0.01f);
   }
 }
 
@@ -264,8 +263,8 @@ TEST_F(Estimate, AgreesWithTheReference) {
   for (const bool useSsd : {true, false})
     for (const bool useIc : {false, true})
       for (unsigned seed = 0; seed < 2; ++seed) {
-        SCOPED_TRACE(testing::Message() << (useSsd ? "SSD" : "NCC") << (useIc ? ", IC" : "")
-                                        << ", seed " << seed);
+        SCOPED_TRACE(testing::Message()
+                     << (useSsd ? "SSD" : "NCC") << (useIc ? ", IC" : "") << ", seed " << seed);
         const Scales s = twoScales(useSsd, useIc);
         expectAgreement(blobs({12, 14, 9}, seed, 1.2f), blobs({12, 14, 9}, seed, -0.8f), s);
         expectAgreement(blobs({12, 14, 9}, seed), blobs({12, 14, 9}, seed + 50), s);
@@ -350,8 +349,7 @@ TEST_F(Estimate, AgreesWithTheReferenceOnNanAndInfinities) {
   for (const float odd : {nan, inf, -inf}) {
     ap.at(4, 5, 3) = odd;
     for (const bool useSsd : {true, false})
-      for (const bool useIc : {false, true})
-        expectAgreement(ap, pa, twoScales(useSsd, useIc));
+      for (const bool useIc : {false, true}) expectAgreement(ap, pa, twoScales(useSsd, useIc));
   }
 }
 
@@ -362,7 +360,7 @@ TEST_F(Estimate, AgreesWithTheReferenceOnForegroundAtTheBorders) {
       for (int x = 0; x < 9; ++x)
         if (x == 0 || y == 0 || z == 6 || y == 10)
           ap.at(x, y, z) = 400.0f + 30.0f * static_cast<float>(x + 2 * y + 3 * z),
-          pa.at(x, y, z) = 450.0f + 25.0f * static_cast<float>(x + 2 * y + 3 * z);
+                      pa.at(x, y, z) = 450.0f + 25.0f * static_cast<float>(x + 2 * y + 3 * z);
   for (const bool useSsd : {true, false}) expectAgreement(ap, pa, twoScales(useSsd, false));
 }
 
