@@ -23,7 +23,7 @@ class Dispatch : public testing::Test {
     return plugin->execute();
   }
 
-  std::unique_ptr<HostSidePlugin> plugin = createdPlugin();
+  std::unique_ptr<CNZTPluginInterface> plugin = createdPlugin();
 };
 
 }  // namespace

@@ -24,6 +24,6 @@ Function* symbol(const char* name) {
 
 const char* pluginText(const char* entryPoint) { return symbol<const char*()>(entryPoint)(); }
 
-std::unique_ptr<HostSidePlugin> createdPlugin() {
-  return std::unique_ptr<HostSidePlugin>(symbol<HostSidePlugin*()>("createPlugin")());
+std::unique_ptr<CNZTPluginInterface> createdPlugin() {
+  return std::unique_ptr<CNZTPluginInterface>(symbol<CNZTPluginInterface*()>("createPlugin")());
 }

@@ -3,10 +3,11 @@
 #include <memory>
 
 /// The plugin as a host knows it: a shared library, entry points and one object with three
-/// virtual operations in this order.
-class HostSidePlugin {
+/// virtual operations in this order. The name is the interface's own, so that the object is of
+/// this type for checkers of types too.
+class CNZTPluginInterface {
  public:
-  virtual ~HostSidePlugin() = default;
+  virtual ~CNZTPluginInterface() = default;
   virtual bool execute() = 0;
   virtual bool initPlugin() = 0;
 };
@@ -18,4 +19,4 @@ void* pluginLibrary();
 const char* pluginText(const char* entryPoint);
 
 /// A new plugin object from `createPlugin`, not initialised.
-std::unique_ptr<HostSidePlugin> createdPlugin();
+std::unique_ptr<CNZTPluginInterface> createdPlugin();

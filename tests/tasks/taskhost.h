@@ -26,5 +26,5 @@ class TaskTest : public testing::Test {
   std::string file(const std::string& name) const { return folder.file(name); }
 
   TemporaryFolder folder;
-  std::unique_ptr<HostSidePlugin> plugin = createdPlugin();
+  std::unique_ptr<CNZTPluginInterface> plugin = createdPlugin();
 };
