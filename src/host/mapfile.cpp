@@ -12,7 +12,8 @@
 #include <memory>
 
 #include "host/hosterror.h"
-#include "host/wholefile.h"
+#include "nifti/error.h"
+#include "nifti/outfile.h"
 
 // A map file, all numbers little-endian, without padding:
 //
@@ -130,11 +131,15 @@ void writeMapFile(const std::string& fileName, const Map& map) {
   std::uint32_t sum = checksum(0, &prologue, sizeof prologue);
   sum = checksum(sum, map.values.data(), bytes);
 
-  WholeFile file(fileName);
-  file.write(&prologue, sizeof prologue);
-  file.write(map.values.data(), bytes);
-  file.write(&sum, sizeof sum);
-  file.commit();
+  try {
+    nifti::OutFile file(fileName);
+    file.write(&prologue, sizeof prologue);
+    file.write(map.values.data(), bytes);
+    file.write(&sum, sizeof sum);
+    file.commit();
+  } catch (const nifti::Error& failure) {
+    throw HostError(failure.what());
+  }
 }
 
 Map readMapFile(const std::string& fileName) {

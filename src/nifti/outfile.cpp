@@ -6,7 +6,6 @@
 #include <atomic>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
 
 #include "nifti/error.h"
 
@@ -16,10 +15,11 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// Unique in this process and, by its id, among processes that write to the same folder.
-std::string hiddenName(const std::string& name) {
+/// Unique in this process and, by its id, among processes that write to the same folder. Short: the
+/// final name with something before and behind could exceed the longest file name.
+std::string hiddenName() {
   static std::atomic<unsigned> counter{0};
-  return "." + name + "." + std::to_string(getpid()) + "." + std::to_string(counter++) + ".part";
+  return ".mirel-" + std::to_string(getpid()) + "-" + std::to_string(counter++) + ".part";
 }
 
 fs::path folderOf(const fs::path& file) {
@@ -46,39 +46,62 @@ void renameOver(const fs::path& from, const fs::path& to) {
 
 OutFile::OutFile(const std::string& target) : targetName(target) {
   checkTarget(target);
-  const fs::path path(target);
-  temporaryName = (path.parent_path() / hiddenName(path.filename().string())).string();
-  const int fd = open(temporaryName.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666);
-  if (fd < 0) {
-    committed = true;
-    throw Error(target + " cannot be written: " + std::strerror(errno));
+  const fs::path folder = fs::path(target).parent_path();
+  // Names that a process of the same id has left behind are passed over.
+  for (int attempt = 0; descriptor < 0; ++attempt) {
+    temporaryName = (folder / hiddenName()).string();
+    descriptor = open(temporaryName.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666);
+    if (descriptor < 0 && (errno != EEXIST || attempt == 1000)) fail(errno);
   }
-  close(fd);
 }
 
 OutFile::~OutFile() {
-  if (!committed) unlink(temporaryName.c_str());
+  if (descriptor < 0) return;
+  close(descriptor);
+  unlink(temporaryName.c_str());
 }
 
-void OutFile::write(const std::string& text) {
-  std::ofstream os(temporaryName, std::ios::binary | std::ios::trunc);
-  os << text;
-  os.close();
-  if (!os) throw Error(targetName + " cannot be written: " + std::strerror(errno));
+void OutFile::fail(int systemError) const {
+  throw Error(targetName + " cannot be written: " + std::strerror(systemError));
+}
+
+void OutFile::write(const void* bytes, std::size_t count) {
+  const char* position = static_cast<const char*>(bytes);
+  while (count > 0) {
+    const ssize_t written = ::write(descriptor, position, count);
+    if (written < 0 && errno == EINTR) continue;
+    if (written < 0) fail(errno);
+    position += written;
+    count -= static_cast<std::size_t>(written);
+  }
 }
 
 void OutFile::commit() {
+  // A disk may notice that it is full only now.
+  if (fsync(descriptor) != 0) fail(errno);
   renameOver(temporaryName, targetName);
-  committed = true;
+  close(descriptor);
+  descriptor = -1;
+  // The new name itself reaches the disk with its folder; where folders cannot be synchronised
+  // the file is still whole.
+  const int folder = open(folderOf(targetName).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (folder < 0) return;
+  fsync(folder);
+  close(folder);
 }
 
 OutFolder::OutFolder(const fs::path& where) : folder(where.empty() ? fs::path(".") : where) {
-  hidden = folder / hiddenName("mirel");
   std::error_code failure;
   if (!fs::is_directory(folder, failure))
     throw Error("the folder " + folder.string() + " does not exist");
-  if (!fs::create_directory(hidden, failure))
-    throw Error("the folder " + folder.string() + " cannot be written to: " + failure.message());
+  for (int attempt = 0; attempt < 1000; ++attempt) {
+    hidden = folder / hiddenName();
+    if (fs::create_directory(hidden, failure)) return;
+    if (failure)
+      throw Error("the folder " + folder.string() + " cannot be written to: " + failure.message());
+  }
+  throw Error("the folder " + folder.string() + " is full of " + hidden.filename().string() +
+              " and the like, which an earlier run left: remove them");
 }
 
 OutFolder::~OutFolder() {

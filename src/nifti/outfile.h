@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -7,8 +8,9 @@
 namespace nifti {
 
 /// A file that appears whole or not at all: it is written under a hidden name in the target's
-/// own folder, and `commit` renames it over the target. Without `commit` the destructor removes
-/// what was written. Throws nifti::Error when the folder does not take the file.
+/// own folder, and `commit` brings it to the disk and renames it over the target. Without `commit`
+/// the destructor removes what was written. Throws nifti::Error, naming the target and the system's
+/// reason, when the folder does not take the file.
 class OutFile {
  public:
   /// Creates the temporary file. `target` must not be a directory.
@@ -20,15 +22,18 @@ class OutFile {
   const std::string& target() const { return targetName; }
   /// Name of the file to write to.
   const std::string& temporary() const { return temporaryName; }
-  /// Makes `text` the whole content.
-  void write(const std::string& text);
-  /// Call it once everything is written and closed.
+  /// Appends.
+  void write(const void* bytes, std::size_t count);
+  void write(const std::string& text) { write(text.data(), text.size()); }
+  /// Call it once everything is written and, by whoever opened `temporary` on his own, closed.
   void commit();
 
  private:
+  [[noreturn]] void fail(int systemError) const;
+
   std::string targetName;
   std::string temporaryName;
-  bool committed = false;
+  int descriptor = -1;
 };
 
 /// The same for several files that belong together: they are written into a hidden folder

@@ -117,7 +117,8 @@ TEST_F(Exports, aMapThatCannotBeSavedIsReported) {
   hostSession().maps.setCurrentDimensions(2, 2, 1);
   ztCreateMAPForCurrentFMR();
   ztSaveMAPsOfCurrentFMR(folder.file("none/a_vdm.map").c_str());
-  EXPECT_THAT(lines, ElementsAre(HasSubstr("Error: cannot write " + folder.file("none/"))));
+  EXPECT_THAT(lines,
+              ElementsAre(HasSubstr("Error: the folder of " + folder.file("none/a_vdm.map"))));
 }
 
 // 3x2x4 values, x (of size 4 here, the last dimension of the transform) fastest.

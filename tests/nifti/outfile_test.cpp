@@ -1,14 +1,15 @@
-#include "host/wholefile.h"
+#include "nifti/outfile.h"
 
 #include <gmock/gmock.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 
-#include "host/hosterror.h"
+#include "nifti/error.h"
 #include "support/projectfiles.h"
 
 namespace {
@@ -19,10 +20,10 @@ int filesIn(const std::string& folder) {
   return count;
 }
 
-TEST(WholeFile, appearsAtCommitAndNotBefore) {
+TEST(OutFile, appearsAtCommitAndNotBefore) {
   const TemporaryFolder folder;
   const std::string name = folder.file("result");
-  WholeFile file(name);
+  nifti::OutFile file(name);
   file.write("abc", 3);
   EXPECT_FALSE(fileExists(name));
   file.commit();
@@ -30,44 +31,40 @@ TEST(WholeFile, appearsAtCommitAndNotBefore) {
   EXPECT_EQ(filesIn(folder.file("")), 1);
 }
 
-TEST(WholeFile, withoutCommitTheFolderStaysAsItWas) {
+TEST(OutFile, withoutCommitTheFolderStaysAsItWas) {
   const TemporaryFolder folder;
   const std::string name = folder.file("result");
   std::ofstream(name) << "earlier";
   {
-    WholeFile file(name);
+    nifti::OutFile file(name);
     file.write("abc", 3);
   }
   EXPECT_EQ(textOf(name), "earlier");
   EXPECT_EQ(filesIn(folder.file("")), 1);
 }
 
-TEST(WholeFile, missingFolderIsRefusedByName) {
+TEST(OutFile, missingFolderIsRefusedByName) {
   const TemporaryFolder folder;
   const std::string name = folder.file("none/result");
   try {
-    WholeFile file(name);
+    nifti::OutFile file(name);
     FAIL();
-  } catch (const HostError& failure) {
+  } catch (const nifti::Error& failure) {
     EXPECT_THAT(failure.what(), testing::HasSubstr(name));
   }
 }
 
-TEST(WholeFile, aNameThatIsAFolderIsRefusedAndNothingIsLeftBehind) {
+TEST(OutFile, aNameThatIsAFolderIsRefusedAndNothingIsLeftBehind) {
   const TemporaryFolder folder;
   std::filesystem::create_directory(folder.file("taken"));
-  {
-    WholeFile file(folder.file("taken"));
-    file.write("abc", 3);
-    EXPECT_THROW(file.commit(), HostError);
-  }
+  EXPECT_THROW(nifti::OutFile(folder.file("taken")), nifti::Error);
   EXPECT_EQ(filesIn(folder.file("")), 1);
 }
 
-TEST(WholeFile, takesTheLongestFileName) {
+TEST(OutFile, takesTheLongestFileName) {
   const TemporaryFolder folder;
   const std::string name = folder.file(std::string(255, 'n'));
-  WholeFile file(name);
+  nifti::OutFile file(name);
   file.commit();
   EXPECT_TRUE(fileExists(name));
 }
@@ -80,20 +77,47 @@ TEST(WholeFile, takesTheLongestFileName) {
   setrlimit(RLIMIT_FSIZE, &limit);
   const std::string bytes(5000, 'x');
   try {
-    WholeFile file(name);
+    nifti::OutFile file(name);
     file.write(bytes.data(), bytes.size());
     file.commit();
-  } catch (const HostError&) {
+  } catch (const nifti::Error&) {
     std::_Exit(fileExists(name) ? 2 : 0);
   }
   std::_Exit(1);
 }
 
 // A full disk, as far as a test can have one.
-TEST(WholeFile, aFailingWriteIsReportedAndLeavesNothing) {
+TEST(OutFile, aFailingWriteIsReportedAndLeavesNothing) {
   const TemporaryFolder folder;
   EXPECT_EXIT(writeBeyondTheLimit(folder.file("big")), testing::ExitedWithCode(0), "");
   EXPECT_EQ(filesIn(folder.file("")), 0);
+}
+
+// Process numbers come again: what a killed run left behind is in nobody's way.
+TEST(OutFile, leftoversOfAnEarlierProcessAreNoObstacle) {
+  const TemporaryFolder folder;
+  const auto leftover = [&](int number) {
+    return folder.file(".mirel-" + std::to_string(getpid()) + "-" + std::to_string(number) +
+                       ".part");
+  };
+  for (int number = 0; number < 500; ++number)
+    if (number % 2 == 0)
+      std::ofstream(leftover(number)) << "x";
+    else
+      std::filesystem::create_directory(leftover(number));
+  {
+    nifti::OutFile file(folder.file("a"));
+    file.write("text");
+    file.commit();
+    nifti::OutFolder several(folder.file(""));
+    nifti::OutFile inside(several.path("b"));
+    inside.write("text");
+    inside.commit();
+    several.commit({"b"});
+  }
+  EXPECT_EQ(textOf(folder.file("a")), "text");
+  EXPECT_EQ(textOf(folder.file("b")), "text");
+  EXPECT_EQ(filesIn(folder.file("")), 502) << "nothing of an earlier process is touched";
 }
 
 }  // namespace
