@@ -31,7 +31,7 @@ Json sidecarReport(const std::string& fileName, glm::ivec3 dims) {
 Json dataReport(nifti::Reader& image) {
   DataSummaryBuilder builder;
   Volume<float> volume;
-  for (int t = 0; t < image.header().volumes; ++t) {
+  for (int t = 0; t < image.storedVolumes(); ++t) {
     image.readVolume(t, volume);
     builder.add(volume.data(), static_cast<std::size_t>(volume.size()));
   }
@@ -49,6 +49,7 @@ Json headerReport(const nifti::Header& h) {
   return {{"niftiVersion", h.version},
           {"dimensions", {h.dims.x, h.dims.y, h.dims.z}},
           {"volumes", h.volumes},
+          {"vectorComponents", h.vectorComponents},
           {"voxelSizeMm", {h.voxelSizeMm.x, h.voxelSizeMm.y, h.voxelSizeMm.z}},
           {"repetitionTimeMs", h.repetitionTimeSeconds * 1000},
           {"orientation", nifti::orientationLetters(h.affine())},
@@ -65,7 +66,7 @@ Json headerReport(const nifti::Header& h) {
 }  // namespace
 
 Json imageReport(const std::string& fileName) {
-  nifti::Reader image(fileName);
+  nifti::Reader image(fileName, nifti::Contents::vectorsToo);
   Json report = {{"file", fileName}, {"kind", "nifti"}};
   report.update(headerReport(image.header()));
   std::vector<std::string> warnings;

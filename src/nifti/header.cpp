@@ -96,9 +96,9 @@ void checkDimensions(const Int* dim, int bytes, const std::string& fileName) {
     const auto size = static_cast<std::int64_t>(dim[d]);
     const std::string what = "dimension " + std::to_string(d) + " of size " + std::to_string(size);
     if (size < 1) throw Error(fileName + " is damaged: it claims a " + what);
-    if (d > 4 && size > 1)
+    if ((d > 5 && size > 1) || (d == 5 && size > 1 && dim[4] > 1))
       throw Error(fileName + " has a " + what + "; only 3-D and 4-D images are supported");
-    if (d == 4 && size > std::numeric_limits<int>::max())
+    if (d >= 4 && size > std::numeric_limits<int>::max())
       throw Error(fileName + " has an impossible number of volumes: " + std::to_string(size));
     // Sizes of a volume stay below 2^31 each, so the products below cannot overflow.
     if (d <= 3 &&
@@ -149,6 +149,7 @@ Header fromLibrary(const nifti_image& image, int version) {
   const auto side = [&](int d) { return d <= image.dim[0] ? static_cast<int>(image.dim[d]) : 1; };
   h.dims = {side(1), side(2), side(3)};
   h.volumes = side(4);
+  h.vectorComponents = side(5);
   const double sizes[3] = {image.dx, image.dy, image.dz};
   for (int d = 0; d < 3; d++) {
     const double size = std::fabs(finiteOr(sizes[d], 1));

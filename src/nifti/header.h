@@ -47,7 +47,8 @@ struct Header {
   glm::ivec3 dims{0, 0, 0};
   int volumes = 1;
   /// Above 1 for an image of vectors: the fifth dimension. The components of all volumes follow
-  /// one another, each as if it were an image of its own. Only written; a Reader refuses it.
+  /// one another, each as if it were an image of its own. A Reader takes such an image only when
+  /// it is asked to.
   int vectorComponents = 1;
   /// What the values mean, as the format numbers it (1007: vectors); 0 for nothing in particular.
   int intentCode = 0;
@@ -97,7 +98,8 @@ inline constexpr std::size_t headerBytes2 = 540;
 ///   version 2: int32 540 at byte 0, "n+2\0" at byte 4, then "\r\n\032\n" or four zeros
 ///
 /// Errors  nifti::Error, naming `fileName`: not a NIfTI, a two-file NIfTI, a count of dimensions
-///         outside 1 .. 7, a size below 1, a size above 1 beyond the fourth, a volume of
+///         outside 1 .. 7, a size below 1, a size above 1 beyond the fifth, more than one volume
+///         of vectors, a volume of
 ///         more than 2^31 - 1 voxels, data of more than 2^62 bytes, an unsupported data type,
 ///         a data offset inside the header or not a number. Nothing is allocated by size.
 StoredHeader parseHeader(const unsigned char* bytes, std::size_t count,

@@ -131,14 +131,19 @@ std::string niftiStem(const std::string& fileName) {
   return fileName;
 }
 
-Reader::Reader(const std::string& fileName) : name(fileName) {
+Reader::Reader(const std::string& fileName, Contents contents) : name(fileName) {
   const std::uintmax_t fileBytes = regularFileSize(name);
   file.reset(gzopen(name.c_str(), "rb"));
   if (!file) throw Error(name + " cannot be opened: " + std::strerror(errno));
   gzbuffer(file.get(), streamBuffer);
   readHeader();
+  if (header().vectorComponents > 1 && contents == Contents::scalars)
+    throw Error(name + " has a dimension 5 of size " + std::to_string(header().vectorComponents) +
+                "; only 3-D and 4-D images are supported");
   checkSize(fileBytes);
 }
+
+int Reader::storedVolumes() const { return header().volumes * header().vectorComponents; }
 
 void Reader::readHeader() {
   unsigned char bytes[headerBytes2];
@@ -156,14 +161,14 @@ void Reader::checkSize(std::uintmax_t fileBytes) const {
   // 4 * 2^62 is the largest product that parseHeader lets through: no overflow in 128 bits.
   __extension__ using Wide = unsigned __int128;
   const Wide wanted =
-      static_cast<Wide>(volumeBytes(header())) * static_cast<Wide>(header().volumes) +
+      static_cast<Wide>(volumeBytes(header())) * static_cast<Wide>(storedVolumes()) +
       static_cast<Wide>(stored.dataOffset);
   // No deflate stream grows by more than a factor of 1032.
   const Wide most = gzdirect(file.get()) != 0 ? Wide{fileBytes} : Wide{fileBytes} * 1032 + 1024;
   if (wanted > most)
     throw Error(name + " is truncated or damaged: its header claims " +
                 std::to_string(header().dims.x) + " x " + std::to_string(header().dims.y) + " x " +
-                std::to_string(header().dims.z) + " voxels in " + std::to_string(header().volumes) +
+                std::to_string(header().dims.z) + " voxels in " + std::to_string(storedVolumes()) +
                 " volumes, more than a file of " + std::to_string(fileBytes) + " bytes can hold");
 }
 
@@ -205,12 +210,13 @@ Volume<float> Reader::readVolume(int t) {
 
 void Reader::readVolume(int t, Volume<float>& volume) {
   const Header& h = header();
-  if (t < 0 || t >= h.volumes)
+  const int volumes = storedVolumes();
+  if (t < 0 || t >= volumes)
     throw std::out_of_range(name + " has no volume " + std::to_string(t) + " (it has " +
-                            std::to_string(h.volumes) + ")");
+                            std::to_string(volumes) + ")");
   if (volume.dimensions() != h.dims || volume.data() == nullptr) volume = Volume<float>(h.dims);
   const std::string what =
-      "the data of volume " + std::to_string(t + 1) + " of " + std::to_string(h.volumes);
+      "the data of volume " + std::to_string(t + 1) + " of " + std::to_string(volumes);
   const z_off_t start = static_cast<z_off_t>(stored.dataOffset) +
                         static_cast<z_off_t>(volumeBytes(h)) * static_cast<z_off_t>(t);
   if (gztell(file.get()) != start && gzseek(file.get(), start, SEEK_SET) != start)
@@ -225,7 +231,7 @@ void Reader::readVolume(int t, Volume<float>& volume) {
     decodeSamples(h, block.data(), count, volume.data() + done);
     done += count;
   }
-  if (t == h.volumes - 1 && gzdirect(file.get()) == 0) readTail();
+  if (t == volumes - 1 && gzdirect(file.get()) == 0) readTail();
 }
 
 Writer::Writer(const std::string& fileName, const Header& what)

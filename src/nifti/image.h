@@ -21,6 +21,9 @@ bool hasNiftiName(const std::string& fileName);
 /// The name without .nii or .nii.gz, with its folder.
 std::string niftiStem(const std::string& fileName);
 
+/// What a Reader takes: images of numbers only, or 5-D images of vectors, too.
+enum class Contents { scalars, vectorsToo };
+
 /// An open image. Volumes are cheapest in ascending order: a compressed file is read from the
 /// start again to go back.
 ///
@@ -28,21 +31,24 @@ std::string niftiStem(const std::string& fileName);
 ///   for (int t = 0; t < image.header().volumes; t++) use(image.readVolume(t));
 ///
 /// Errors  nifti::Error with the file's name: no such file, a directory, not a NIfTI, impossible
-///         sizes, an unsupported type (see parseHeader), truncated data. A file that is too
-///         small for the data that its header claims (for a compressed one: could not inflate
-///         to as much) is refused by the constructor, before anything of that size is allocated.
-///         A compressed file is checked to its last byte when the last volume is read.
+///         sizes, vectors where they are not wanted, an unsupported type (see parseHeader),
+///         truncated data. A file that is too small for the data that its header claims (for a
+///         compressed one: could not inflate to as much) is refused by the constructor, before
+///         anything of that size is allocated. A compressed file is checked to its last byte when
+///         the last volume is read.
 class Reader {
  public:
-  explicit Reader(const std::string& fileName);
+  explicit Reader(const std::string& fileName, Contents contents = Contents::scalars);
 
   const std::string& fileName() const { return name; }
   const Header& header() const { return stored.header; }
   /// Bytes of the data are in the other byte order.
   bool isSwapped() const { return stored.swapped; }
 
+  /// How many volumes the file holds; those of an image of vectors are its components.
+  int storedVolumes() const;
   /// Volume `t`, scaled by slope and intercept (see decodeSamples). x, y, z are i, j, k of the
-  /// file. Throws std::out_of_range for a `t` outside 0 .. volumes - 1.
+  /// file. Throws std::out_of_range for a `t` outside 0 .. storedVolumes() - 1.
   Volume<float> readVolume(int t);
   /// The same into `volume`, whose storage is used again when its dimensions fit.
   void readVolume(int t, Volume<float>& volume);

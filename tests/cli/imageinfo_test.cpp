@@ -5,6 +5,7 @@
 
 #include "cli/program.h"
 #include "series/seriesfiles.h"
+#include "series/warp.h"
 
 // "mirel info" on NIfTI images.
 
@@ -58,6 +59,29 @@ TEST_F(ImageInfo, tellsItAsText) {
   EXPECT_THAT(result.out, HasSubstr("dimensions: 4 5 3\nvolumes: 2\n"));
   EXPECT_THAT(result.out, HasSubstr("orientation: LAS\naffine:\n  -"));
   EXPECT_THAT(result.out, HasSubstr("sidecar: none\n"));
+}
+
+TEST_F(ImageInfo, tellsAboutADisplacementFieldOfThreeComponents) {
+  const std::string warp = folder.file("warp.nii.gz");
+  Volume<float> shift(dims, 0.0f);
+  shift.at(1, 2, 1) = 2.0f;
+  const nifti::Header grid = headerOf(dims, affineOf({3, 3, 4}));
+  series::writeWarpLps(shift, grid, 1, warp);
+  const ProgramResult result = runMirel({"info", "--json", warp});
+  ASSERT_EQ(result.status, 0) << result.err;
+  const json report = json::parse(result.out);
+  EXPECT_EQ(report["dimensions"], json({4, 5, 3}));
+  EXPECT_EQ(report["volumes"], 1);
+  EXPECT_EQ(report["vectorComponents"], 3);
+  EXPECT_EQ(report["intentCode"], 1007);
+  EXPECT_EQ(report["data"]["values"], 180);
+  EXPECT_NEAR(report["data"]["minimum"], -6, 1e-5) << "two voxels of 3 mm, towards anterior";
+  EXPECT_EQ(report["warnings"], json::array());
+  // Cut off within the last component.
+  const std::string plain = folder.file("warp.nii");
+  series::writeWarpLps(shift, grid, 1, plain);
+  std::filesystem::resize_file(plain, std::filesystem::file_size(plain) - 4);
+  EXPECT_THAT(runMirel({"info", plain}).err, HasSubstr("warp.nii is truncated"));
 }
 
 TEST_F(ImageInfo, aBadSidecarAndTruncatedDataAreWarnings) {

@@ -127,12 +127,37 @@ TEST(ImageFaults, CraftedDimensions) {
   EXPECT_NE(headerFailure(raw), "nothing");
   raw.dim = {5, 2, 3, 4, 1, 3};
   EXPECT_THAT(headerFailure(raw), HasSubstr("only 3-D and 4-D"));
+  raw.dim = {5, 2, 3, 4, 2, 3};
+  EXPECT_THAT(headerFailure(raw), HasSubstr("only 3-D and 4-D"));
+  raw.dim = {6, 2, 3, 4, 1, 1, 2};
+  EXPECT_THAT(headerFailure(raw), HasSubstr("a dimension 6 of size 2"));
   raw.dim = {4, 2, 3, 4, 4};
   EXPECT_THAT(headerFailure(raw), HasSubstr("2 x 3 x 4 voxels in 4 volumes"));
   raw.dim = {3, 32767, 32767, 32767};
   EXPECT_THAT(headerFailure(raw), HasSubstr("more than 2^31 - 1 voxels"));
   raw.dim = {4, 1000, 1000, 1000, 32767};
   EXPECT_THAT(headerFailure(raw), HasSubstr("1000 x 1000 x 1000"));
+}
+
+TEST(ImageFaults, AnImageOfVectorsIsReadWhenAskedFor) {
+  Raw raw = goodImage();
+  raw.dim = {5, 2, 3, 4, 1, 3};
+  TempFolder folder;
+  writeBytes(folder.file("v.nii"), bytesOf(raw));
+  nifti::Reader image(folder.file("v.nii"), nifti::Contents::vectorsToo);
+  EXPECT_EQ(image.header().volumes, 1);
+  EXPECT_EQ(image.header().vectorComponents, 3);
+  ASSERT_EQ(image.storedVolumes(), 3);
+  raw.dim = {4, 2, 3, 4, 3};
+  writeBytes(folder.file("s.nii"), bytesOf(raw));
+  nifti::Reader scalars(folder.file("s.nii"));
+  EXPECT_EQ(scalars.storedVolumes(), 3);
+  for (int t = 0; t < 3; t++) EXPECT_TRUE(image.readVolume(t) == scalars.readVolume(t));
+  EXPECT_THROW(image.readVolume(3), std::out_of_range);
+  raw.dim = {5, 2, 3, 4, 1, 4};
+  writeBytes(folder.file("v.nii"), bytesOf(raw));
+  EXPECT_THAT(failure([&] { nifti::Reader(folder.file("v.nii"), nifti::Contents::vectorsToo); }),
+              HasSubstr("voxels in 4 volumes, more than a file of"));
 }
 
 TEST(ImageFaults, CraftedDimensionsOfVersion2DoNotOverflow) {
