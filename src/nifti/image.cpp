@@ -60,6 +60,7 @@ class Encoder {
   Encoder(EncodedVolume& target, bool compress) : result(target), compressed(compress) {
     result.bytes.clear();
     result.plainBytes = 0;
+    result.clamped = 0;
     result.checksum = crc32(0, nullptr, 0);
     // Negative window bits: deflate blocks without a head and a tail of their own.
     if (compressed &&
@@ -274,7 +275,7 @@ void Writer::encode(const Volume<float>& volume, EncodedVolume& result) const {
   const std::size_t voxels = voxelsOf(header);
   for (std::size_t done = 0; done < voxels;) {
     const std::size_t count = std::min(blockSamples, voxels - done);
-    encodeSamples(header, volume.data() + done, count, block.data());
+    result.clamped += encodeSamples(header, volume.data() + done, count, block.data());
     encoder.add(block.data(), count * size);
     done += count;
   }

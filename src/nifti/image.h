@@ -73,6 +73,7 @@ struct EncodedVolume {
   std::vector<unsigned char> bytes;  ///< compressed for a .nii.gz
   std::size_t plainBytes = 0;        ///< before compression
   unsigned long checksum = 0;        ///< CRC-32 of the bytes before compression
+  std::size_t clamped = 0;           ///< see encodeSamples
 };
 
 /// Writes an image volume by volume, compressed when the name ends with .nii.gz. The file appears

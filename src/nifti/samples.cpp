@@ -88,17 +88,21 @@ void decodeSamples(const Header& header, const unsigned char* bytes, std::size_t
   });
 }
 
-void encodeSamples(const Header& header, const float* src, std::size_t count,
-                   unsigned char* bytes) {
+std::size_t encodeSamples(const Header& header, const float* src, std::size_t count,
+                          unsigned char* bytes) {
   const bool scaled = header.hasScaling();
-  withType(header.type, [&](auto kind) {
+  return withType(header.type, [&](auto kind) {
     using T = decltype(kind);
+    std::size_t clamped = 0;
     for (std::size_t n = 0; n < count; n++) {
       double value = static_cast<double>(src[n]);
       if (scaled) value = (value - header.inter) / header.slope;
       const T sample = toSample<T>(value);
+      if constexpr (std::numeric_limits<T>::is_integer)
+        clamped += value >= static_cast<double>(std::numeric_limits<T>::max()) + 0.5;
       std::memcpy(bytes + n * sizeof(T), &sample, sizeof(T));
     }
+    return clamped;
   });
 }
 

@@ -13,8 +13,10 @@ namespace nifti {
 void decodeSamples(const Header& header, const unsigned char* bytes, std::size_t count, float* dst);
 
 /// The reverse: sample = (value - inter) / slope, formed in double. For integer types it is
-/// rounded to the nearest (ties to even) and clamped to the type's range; NaN becomes 0.
-void encodeSamples(const Header& header, const float* src, std::size_t count, unsigned char* bytes);
+/// rounded to the nearest (ties to even) and clamped to the type's range; NaN becomes 0. Returns
+/// how many samples of an integer type were clamped to its upper end.
+std::size_t encodeSamples(const Header& header, const float* src, std::size_t count,
+                          unsigned char* bytes);
 
 /// Whether every value is an integer that `type`, an integer type, holds. NaN is not.
 bool allRepresentable(DataType type, const float* src, std::size_t count);

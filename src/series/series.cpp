@@ -102,6 +102,7 @@ class Work {
   void report(SeriesReport& result) const {
     result.volumes = volumes;
     result.nonFinite = nonFinite;
+    result.clamped = clamped;
     result.meanBefore = before.value();
     result.meanAfter = after.value();
   }
@@ -143,6 +144,7 @@ class Work {
     turn.wait(lock, [&] { return failure || written == t; });
     if (failure) return false;
     nonFinite += buffers.nonFinite;
+    clamped += static_cast<std::int64_t>(buffers.encoded.clamped);
     before.add(buffers.in);
     after.add(buffers.out);
     writer.write(buffers.encoded);
@@ -165,6 +167,7 @@ class Work {
   std::condition_variable turn;
   int written = 0;
   std::int64_t nonFinite = 0;
+  std::int64_t clamped = 0;
   Mean before, after;
   std::exception_ptr failure;
 };
@@ -178,6 +181,14 @@ std::string nonFiniteSentence(const std::string& in, std::int64_t count) {
   return in + " has " + std::to_string(count) +
          (count == 1 ? " value that is NaN or infinite; it counts as 0"
                      : " values that are NaN or infinite; they count as 0");
+}
+
+std::string clampedSentence(const std::string& in, std::int64_t count, nifti::DataType type) {
+  return std::to_string(count) + (count == 1 ? " voxel" : " voxels") + " of " + in +
+         (count == 1 ? ", corrected, exceeds" : ", corrected, exceed") +
+         " the largest value that " + nameOf(type) +
+         " holds; that value is written (32-bit floats would hold " +
+         (count == 1 ? "it)" : "them)");
 }
 
 }  // namespace
@@ -204,6 +215,8 @@ SeriesReport correctSeries(const std::string& in, const Volume<float>& shift,
       throw nifti::Error(in + " holds no image: every value is NaN or infinite");
     report.warnings.push_back(nonFiniteSentence(in, report.nonFinite));
   }
+  if (report.clamped > 0)
+    report.warnings.push_back(clampedSentence(in, report.clamped, report.header.type));
   writer.finish();
   return report;
 }

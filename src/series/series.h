@@ -33,6 +33,8 @@ struct SeriesReport {
   std::int64_t nonFinite = 0;
   /// Voxels where the map folds; with modulation they are 0.
   std::int64_t folded = 0;
+  /// Voxels whose corrected value is beyond the largest that the data type holds.
+  std::int64_t clamped = 0;
   /// Averages over the volumes before and after the correction (the latter before rounding),
   /// added up in double in the order of the volumes.
   Volume<float> meanBefore;

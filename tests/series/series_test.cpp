@@ -13,6 +13,7 @@ using namespace seriesfiles;
 using niftifiles::failure;
 using niftifiles::readBytes;
 using niftifiles::TempFolder;
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
@@ -193,6 +194,30 @@ TEST_F(Series, NonFiniteVoxelsCountAsZeroWithAWarning) {
   nifti::Reader out(folder.file("out.nii.gz"));
   EXPECT_TRUE(out.readVolume(1) == correctVolume(replaced, shift, 1, Modulation::off));
   EXPECT_TRUE(out.readVolume(2) == correctVolume(smoothImage(dims, 2), shift, 1, Modulation::off));
+}
+
+TEST_F(Series, ValuesBeyondTheTypeAreCountedWithAWarning) {
+  header.type = nifti::DataType::uint8;
+  header.volumes = 2;
+  writeImage(folder.file("in.nii"), header, [](int t) {
+    return filled(dims, [=](int, int y, int) { return y == 6 && t == 1 ? 255 : 200; });
+  });
+  shift = Volume<float>(dims, 0.0f);
+  EXPECT_THAT(correct(folder.file("in.nii")).warnings, ElementsAre());
+  // Every voxel of a column that comes closer together grows by the Jacobian.
+  shift = filled(dims, [](int, int y, int) { return 0.5 * y - 2; });
+  SeriesOptions options;
+  options.modulation = Modulation::on;
+  const SeriesReport report = correct(folder.file("in.nii"), options);
+  EXPECT_GT(report.clamped, 0);
+  EXPECT_THAT(report.warnings,
+              ElementsAre(AllOf(HasSubstr(std::to_string(report.clamped) + " voxels of "),
+                                HasSubstr("in.nii"), HasSubstr("uint8"))));
+  options.floatOutput = true;
+  const Volume<float> exact = (correct(folder.file("in.nii"), options),
+                               nifti::Reader(folder.file("out.nii.gz")).readVolume(0));
+  EXPECT_GT(exact.max(), 255.5f);
+  EXPECT_THAT(correct(folder.file("in.nii"), options).warnings, ElementsAre());
 }
 
 TEST_F(Series, BadInputsAreOneSentenceAndNoFile) {
