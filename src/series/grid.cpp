@@ -103,6 +103,21 @@ bool coincide(const Grid& a, const Grid& b) {
   return true;
 }
 
+Volume<float> coverage(const Grid& target, const Grid& source, const std::string& name) {
+  const glm::dmat4 m = voxelToVoxel(target.affine, source.affine, name);
+  const auto within = [](double v, int n) { return v > -0.5 && v < n - 0.5; };
+  Volume<float> covered(target.dims);
+  for (int z = 0; z < target.dims.z; ++z)
+    for (int y = 0; y < target.dims.y; ++y)
+      for (int x = 0; x < target.dims.x; ++x) {
+        const glm::dvec3 p = mapped(m, x, y, z);
+        const bool on =
+            within(p.x, source.dims.x) && within(p.y, source.dims.y) && within(p.z, source.dims.z);
+        covered.at(x, y, z) = on ? 1.0f : 0.0f;
+      }
+  return covered;
+}
+
 Volume<float> resampleTo(const Grid& target, const Volume<float>& source, const glm::dmat4& affine,
                          const std::string& name, Interpolation interpolation) {
   const glm::dmat4 m = voxelToVoxel(target.affine, affine, name);

@@ -26,6 +26,11 @@ glm::dmat4 voxelToVoxel(const glm::dmat4& from, const glm::dmat4& to, const std:
 /// the other's: two files of one acquisition whose headers were rounded differently.
 bool coincide(const Grid& a, const Grid& b);
 
+/// 1 at the voxels of `target` whose centres lie on the grid `source` (less than half a voxel
+/// beyond its outermost centres), 0 elsewhere. Throws nifti::Error, naming `name` (the image that
+/// `source` belongs to), for a singular affine.
+Volume<float> coverage(const Grid& target, const Grid& source, const std::string& name);
+
 /// linear: trilinear. cubic: tensor product of cubic B-splines with coefficients of zero outside
 /// (smoother, but it overshoots at edges).
 enum class Interpolation { linear, cubic };

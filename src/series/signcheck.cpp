@@ -66,27 +66,16 @@ Mask spread(const Mask& mask, glm::ivec3 dims, int axis) {
   return result;
 }
 
-/// Voxels whose centres lie on the reference's grid.
-bool onGrid(const glm::dmat4& m, glm::ivec3 dims, int x, int y, int z) {
-  const glm::dvec3 p(m * glm::dvec4(x, y, z, 1));
-  const auto within = [](double v, int n) { return v > -0.5 && v < n - 0.5; };
-  return within(p.x, dims.x) && within(p.y, dims.y) && within(p.z, dims.z);
-}
-
-std::vector<int> comparedVoxels(const Volume<float>& reference, const glm::dmat4& toReference,
-                                glm::ivec3 referenceDims) {
+/// Of `reference`, which was resampled; `covered` tells where there was something to take.
+std::vector<int> comparedVoxels(const Volume<float>& reference, const Volume<float>& covered) {
   const float threshold = otsuThreshold(reference);
   const glm::ivec3 dims = reference.dimensions();
   Mask mask(static_cast<std::size_t>(reference.size()));
   for (std::size_t n = 0; n < mask.size(); ++n) mask[n] = reference.data()[n] > threshold;
   for (int axis = 0; axis < 3; ++axis) mask = spread(mask, dims, axis);
   std::vector<int> voxels;
-  int at = 0;
-  for (int z = 0; z < dims.z; ++z)
-    for (int y = 0; y < dims.y; ++y)
-      for (int x = 0; x < dims.x; ++x, ++at)
-        if (mask[static_cast<std::size_t>(at)] != 0 && onGrid(toReference, referenceDims, x, y, z))
-          voxels.push_back(at);
+  for (int at = 0; at < reference.size(); ++at)
+    if (mask[static_cast<std::size_t>(at)] != 0 && covered.data()[at] != 0.0f) voxels.push_back(at);
   return voxels;
 }
 
@@ -156,10 +145,11 @@ SignCheck compareSigns(const Volume<float>& asGiven, const Volume<float>& opposi
                        const glm::dmat4& affine, const PlacedImage& reference) {
   if (asGiven.dimensions() != opposite.dimensions())
     throw std::logic_error("two images of one series have different dimensions");
-  const Volume<float> there = resampleTo({asGiven.dimensions(), affine}, reference.values,
-                                         reference.affine, reference.name, Interpolation::linear);
+  const Grid grid{asGiven.dimensions(), affine};
+  const Volume<float> there =
+      resampleTo(grid, reference.values, reference.affine, reference.name, Interpolation::linear);
   const std::vector<int> voxels = comparedVoxels(
-      there, voxelToVoxel(affine, reference.affine, reference.name), reference.values.dimensions());
+      there, coverage(grid, {reference.values.dimensions(), reference.affine}, reference.name));
   SignCheck check;
   check.voxels = static_cast<std::int64_t>(voxels.size());
   if (check.voxels < fewestVoxels) return check;

@@ -103,3 +103,17 @@ TEST(Grid, SingularAndNonFiniteOrientationsAreRefused) {
                     [&] { resampleTo(source, values, affine, "f.nii", Interpolation::linear); }),
                 testing::StartsWith("f.nii has an orientation matrix that is "));
 }
+
+TEST(Grid, CoverageIsWhatLiesWithinHalfAVoxelOfTheOther) {
+  const Grid small{{4, 3, 2}, affineOf({2, 2, 2}, 0, {10, 20, 30})};
+  // Half the voxel size: two voxels of it in each of the small grid's, and one beyond.
+  const Grid fine{{10, 8, 6}, affineOf({1, 1, 1}, 0, {8.5, 18.5, 28.5})};
+  const Volume<float> covered = coverage(fine, small, "f");
+  for (int z = 0; z < 6; ++z)
+    for (int y = 0; y < 8; ++y)
+      for (int x = 0; x < 10; ++x) {
+        const bool on = x >= 1 && x < 9 && y >= 1 && y < 7 && z >= 1 && z < 5;
+        ASSERT_EQ(covered.at(x, y, z), on ? 1.0f : 0.0f) << x << " " << y << " " << z;
+      }
+  EXPECT_EQ(coverage(oblique, oblique, "f").min(), 1.0f);
+}
