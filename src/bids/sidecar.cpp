@@ -16,6 +16,8 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::uintmax_t largestSidecar = 16U << 20U;
+// Lines that were interpolated, or counted with the last gap, make a few percent.
+constexpr double largestContradiction = 0.1;
 
 std::string textOfNumber(double value) {
   char text[40];
@@ -71,6 +73,16 @@ std::optional<double> Sidecar::seconds(const char* field) const {
   return value;
 }
 
+std::string Sidecar::contradictionOf(double totalReadoutTime, int lines) const {
+  const auto spacing = content.find("EffectiveEchoSpacing");
+  if (spacing == content.end() || !spacing->is_number()) return {};
+  const double bySpacing = spacing->get<double>() * (lines - 1.0);
+  if (std::abs(bySpacing - totalReadoutTime) <= largestContradiction * totalReadoutTime) return {};
+  return name + " contradicts itself: its TotalReadoutTime is " + textOfNumber(totalReadoutTime) +
+         " s, but its EffectiveEchoSpacing times (lines - 1) is " + textOfNumber(bySpacing) +
+         " s; the former is taken";
+}
+
 std::optional<Readout> Sidecar::readout(int lines) const {
   const struct {
     const char* field;
@@ -87,7 +99,10 @@ std::optional<Readout> Sidecar::readout(int lines) const {
       const double time = *value * candidate.factor;
       checkReadout(time,
                    "the total readout time by " + std::string(candidate.field) + " in " + name);
-      return Readout{time, candidate.source};
+      Readout result{time, candidate.source};
+      if (candidate.source == ReadoutSource::totalReadoutTime)
+        result.contradiction = contradictionOf(time, lines);
+      return result;
     }
   return std::nullopt;
 }

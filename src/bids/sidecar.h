@@ -25,6 +25,8 @@ std::string nameOf(ReadoutSource source);
 struct Readout {
   double seconds = 0;
   ReadoutSource source = ReadoutSource::option;
+  /// A sentence when another field of the sidecar says something else; empty otherwise.
+  std::string contradiction = {};
 };
 
 /// Readout times outside this range are refused: they are not in seconds.
@@ -54,6 +56,9 @@ class Sidecar {
   ///   EstimatedTotalReadoutTime
   ///   EstimatedEffectiveEchoSpacing * (lines - 1)
   ///
+  /// When TotalReadoutTime and EffectiveEchoSpacing are both there and differ by more than a tenth,
+  /// `contradiction` says so.
+  ///
   /// Source  Brain Imaging Data Structure, MRI fields for spatial encoding: EffectiveEchoSpacing
   ///         is the readout time divided by the lines of the reconstructed image less one, with
   ///         parallel imaging and partial Fourier accounted for.
@@ -61,6 +66,7 @@ class Sidecar {
 
  private:
   std::optional<double> seconds(const char* field) const;
+  std::string contradictionOf(double totalReadoutTime, int lines) const;
   [[noreturn]] void fail(const std::string& fault) const;
 
   std::string name;

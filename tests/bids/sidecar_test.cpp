@@ -41,6 +41,20 @@ TEST_F(SidecarFile, phaseEncodingDirection) {
   EXPECT_FALSE(read(R"({"EchoTime": 1})").phaseEncoding());
 }
 
+TEST_F(SidecarFile, aReadoutTimeAndASpacingThatContradictEachOther) {
+  const auto contradiction = [&](const std::string& text) {
+    return read(text).readout(65)->contradiction;
+  };
+  EXPECT_EQ(contradiction(R"({"TotalReadoutTime": 0.064, "EffectiveEchoSpacing": 0.001})"), "");
+  EXPECT_EQ(contradiction(R"({"TotalReadoutTime": 0.065, "EffectiveEchoSpacing": 0.001})"), "")
+      << "the last gap counted";
+  EXPECT_THAT(
+      contradiction(R"({"TotalReadoutTime": 0.05, "EffectiveEchoSpacing": 0.001})"),
+      AllOf(StartsWith(name + " contradicts itself"), HasSubstr("0.05 s"), HasSubstr("0.064 s")));
+  EXPECT_EQ(contradiction(R"({"TotalReadoutTime": 0.05, "EffectiveEchoSpacing": null})"), "");
+  EXPECT_EQ(contradiction(R"({"EffectiveEchoSpacing": 0.001})"), "");
+}
+
 TEST_F(SidecarFile, readoutTimesInTheOrderOfTheirTrust) {
   const auto readout =
       read(R"({"TotalReadoutTime": 0.05, "EffectiveEchoSpacing": 0.001})").readout(65);
