@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <memory>
 
 #include "cli/applyfield.h"
@@ -7,19 +8,22 @@
 #include "host/outputs.h"
 #include "host/session.h"
 #include "host/task.h"
+#include "nifti/image.h"
 
 namespace {
 
 constexpr const char* description =
-    "Correct projects with a map of 'mirel estimate', or NIfTI images with a field in Hz.\n"
+    "Correct projects or NIfTI images with a map of 'mirel estimate', or images with a field in\n"
+    "Hz.\n"
     "\n"
-    "With --vdm every volume of each project is resampled along the phase-encoding axis; the\n"
-    "result is written beside the project, RUN_undist.fmr for RUN.fmr. A project has the\n"
-    "dimensions of the map.\n"
+    "With --vdm every volume of each RUN, which has the dimensions of the map, is resampled along\n"
+    "the phase-encoding axis. A project's result is written beside it, RUN_undist.fmr for "
+    "RUN.fmr.\n"
     "With --field every RUN is an image of the same session on any grid. The field is resampled\n"
     "to its grid and scaled by its readout time; direction and readout time come from its BIDS\n"
-    "sidecar (.json) or from options. Written to DIR are RUN_desc-corrected_SUFFIX.nii.gz and\n"
-    "a sidecar. Prints the names of the files written.\n";
+    "sidecar (.json) or from options. Images are written to DIR as "
+    "RUN_desc-corrected_SUFFIX.nii.gz\n"
+    "with a sidecar. Prints the names of the files written.\n";
 
 struct Options {
   std::string map;
@@ -72,6 +76,28 @@ int runApply(const Options& options, const std::string& pluginFile) {
   return reportOutputs(outputs) ? exitSuccess : exitFailure;
 }
 
+/// The map of a pair of projects, for images on their grid.
+correct::GivenMap givenMap(const Options& options) {
+  const Map map = readMapFile(options.map);
+  correct::GivenMap given;
+  given.file = options.map;
+  given.shift = Volume<float>(map.header.dimX, map.header.dimY, map.header.dimZ);
+  given.shift.copyData(map.values.data());
+  given.axis = options.rllr ? 0 : 1;
+  return given;
+}
+
+bool areImages(const std::vector<std::string>& files) {
+  return std::any_of(files.begin(), files.end(), nifti::hasNiftiName);
+}
+
+void checkUsage(const ImageCommandOptions& line, bool withImages) {
+  if (withImages && line.output->count() == 0) throw CLI::RequiredError("--output (for images)");
+  if (withImages) return;
+  for (const CLI::Option* option : line.forImages)
+    if (option->count() > 0) throw CLI::RequiresError(option->get_name(), "images (.nii, .nii.gz)");
+}
+
 }  // namespace
 
 void addApplyCommand(CLI::App& app, Program& program) {
@@ -79,24 +105,30 @@ void addApplyCommand(CLI::App& app, Program& program) {
   const auto options = std::make_shared<Options>();
   CLI::Option* map =
       command
-          ->add_option("--vdm", options->map, "For projects: the map to apply (shifts in voxels)")
+          ->add_option("--vdm", options->map,
+                       "The map to apply (shifts in voxels), for projects and images of its grid")
           ->type_name("A_vdm.map");
   command
       ->add_option("RUN", options->files,
-                   "With --vdm projects (.fmr or .dmr), with --field images (.nii, .nii.gz)")
+                   "Images (.nii, .nii.gz), or with --vdm projects (.fmr or .dmr)")
       ->type_name("")
       ->required();
   CLI::Option* rllr =
       command->add_flag("--rllr", options->rllr,
                         "With --vdm: phase encoding runs along x, right-left (default: along y)");
-  CLI::Option* field = addApplyFieldOptions(command, options->field)->excludes(map);
+  const ImageCommandOptions line = addApplyFieldOptions(command, options->field);
+  line.field->excludes(map);
   rllr->needs(map);
-  command->callback([options, map, field, &program] {
-    if (map->count() == 0 && field->count() == 0)
-      throw CLI::RequiredError("--vdm (for projects) or --field (for images)");
-    program.action = [options, withField = field->count() > 0, &program] {
-      if (withField) return runApplyField(options->field, options->files);
-      return runApply(*options, program.pluginFile);
+  command->callback([options, map, line, &program] {
+    const bool withField = line.field->count() > 0;
+    if (map->count() == 0 && !withField)
+      throw CLI::RequiredError("--vdm (for projects and images) or --field (for images)");
+    const bool withImages = withField || areImages(options->files);
+    checkUsage(line, withImages);
+    program.action = [options, withField, withImages, &program] {
+      if (!withImages) return runApply(*options, program.pluginFile);
+      if (!withField) options->field.job.map = givenMap(*options);
+      return runApplyField(options->field, options->files);
     };
   });
 }

@@ -23,9 +23,10 @@ correct::ApplyFieldOptions jobOf(const ApplyFieldArguments& arguments,
                     " are given");
   for (const std::string& file : images) {
     if (!nifti::hasNiftiName(file))
-      throw HostError(file +
-                      " is no NIfTI image (.nii, .nii.gz): --field corrects images, --vdm "
-                      "corrects projects");
+      throw HostError(file + " is no NIfTI image (.nii, .nii.gz): " +
+                      (arguments.job.map
+                           ? "--vdm corrects images or projects, not both at a time"
+                           : "--field corrects images, --vdm corrects projects, too"));
     correct::ImageOptions image;
     image.file = file;
     image.direction = arguments.direction;
@@ -50,11 +51,16 @@ const char* sentenceOf(series::SignCheck::Verdict verdict) {
 
 void tell(const correct::ApplyFieldReport& report, bool withSigns) {
   for (const correct::SeriesResult& run : report.series) {
-    std::fprintf(stderr, "%s: %d %s, phase encoding %s (%s), readout %.6g s (%s)%s\n",
-                 run.file.c_str(), run.volumes, run.volumes == 1 ? "volume" : "volumes",
-                 series::nameOf(run.direction).c_str(), run.directionSource.c_str(),
-                 run.readout->seconds, nameOf(run.readout->source).c_str(),
-                 run.resampledField ? ", field resampled to its grid" : "");
+    std::fprintf(stderr, "%s: %d %s, ", run.file.c_str(), run.volumes,
+                 run.volumes == 1 ? "volume" : "volumes");
+    if (run.readout)
+      std::fprintf(stderr, "phase encoding %s (%s), readout %.6g s (%s)%s\n",
+                   series::nameOf(run.direction).c_str(), run.directionSource.c_str(),
+                   run.readout->seconds, nameOf(run.readout->source).c_str(),
+                   run.resampledField ? ", field resampled to its grid" : "");
+    else
+      std::fprintf(stderr, "displaced along %s by %s\n", series::nameOf(run.direction).c_str(),
+                   run.directionSource.c_str());
     if (withSigns)
       std::fprintf(
           stderr, "%s: agreement with the reference %.4f, with the opposite sign %.4f: %s\n",
@@ -65,52 +71,60 @@ void tell(const correct::ApplyFieldReport& report, bool withSigns) {
 
 }  // namespace
 
-CLI::Option* addApplyFieldOptions(CLI::App* command, ApplyFieldArguments& arguments) {
+ImageCommandOptions addApplyFieldOptions(CLI::App* command, ApplyFieldArguments& arguments) {
   CLI::Option* field =
       command
           ->add_option("--field", arguments.job.fieldFile,
                        "For images: the field in Hz, f in true(y) = I(y + f T) for phase encoding\n"
                        "along i, j or k and the readout time T, I(y - f T) along i-, j- or k-")
           ->type_name("FIELD");
-  const auto withField = [field](CLI::Option* option) { return option->needs(field); };
-  CLI::Option* output =
-      command
-          ->add_option("-o,--output", arguments.job.output,
-                       "With --field: folder for the results, made if need be; for one RUN also\n"
-                       "the name of an image (.nii, .nii.gz). Older files are replaced")
+  ImageCommandOptions options{field, nullptr, {}};
+  const auto forImages = [&options](CLI::Option* option) {
+    options.forImages.push_back(option);
+    return option;
+  };
+  options.output =
+      forImages(command->add_option(
+                    "-o,--output", arguments.job.output,
+                    "For images: folder for the results, made if need be; for one RUN also the\n"
+                    "name of an image (.nii, .nii.gz). Older files are replaced"))
           ->type_name("DIR");
-  withField(output);
-  field->needs(output);
-  withField(command->add_option("--pe", arguments.direction,
-                                "Phase-encoding direction of every RUN: i, i-, j, j-, k or k-\n"
-                                "(default: its sidecar's)"))
+  command
+      ->add_option("--pe", arguments.direction,
+                   "With --field: phase-encoding direction of every RUN: i, i-, j, j-, k or k-\n"
+                   "(default: its sidecar's)")
+      ->needs(field)
       ->type_name("DIR")
       ->check(CLI::IsMember({"i", "i-", "j", "j-", "k", "k-"}));
-  withField(command->add_option("--readout", arguments.readoutSeconds,
-                                "Total readout time of every RUN in s (default: its sidecar's)"))
+  command
+      ->add_option("--readout", arguments.readoutSeconds,
+                   "With --field: total readout time of every RUN in s (default: its sidecar's)")
+      ->needs(field)
       ->type_name("S")
       ->check(refuseNotPositive);
-  withField(command->add_option("--sidecar", arguments.sidecar,
-                                "Sidecar of RUN (default: RUN's name with .json)"))
+  command
+      ->add_option("--sidecar", arguments.sidecar,
+                   "With --field: sidecar of RUN (default: RUN's name with .json)")
+      ->needs(field)
       ->type_name("FILE");
-  withField(command->add_flag("--modulate", arguments.modulate,
+  forImages(command->add_flag("--modulate", arguments.modulate,
                               "Multiply intensities by the Jacobian, the local density change\n"
                               "(default: off)"));
-  withField(command->add_flag("--float", arguments.job.floatOutput,
+  forImages(command->add_flag("--float", arguments.job.floatOutput,
                               "Write 32-bit floats (default: the data type of RUN, rounded)"));
-  withField(command->add_flag("--warp", arguments.job.writeWarp,
+  forImages(command->add_flag("--warp", arguments.job.writeWarp,
                               "Also write the displacement field for other programs,\n"
                               "RUN_desc-warp_xfm.nii.gz"));
-  withField(command->add_option("--reference", arguments.job.reference,
+  forImages(command->add_option("--reference", arguments.job.reference,
                                 "An undistorted image of the head on any grid: tell whether the\n"
                                 "opposite sign agrees better with it"))
       ->type_name("IMAGE");
-  withField(command->add_option("--threads", arguments.job.threads,
+  forImages(command->add_option("--threads", arguments.job.threads,
                                 "Threads that correct volumes (default: one per core)"))
       ->type_name("N")
       ->check([](const std::string& text) { return refuseBelow(1, text); });
-  withField(command->add_flag("--quiet", arguments.quiet, "Say nothing but warnings and errors"));
-  return field;
+  forImages(command->add_flag("--quiet", arguments.quiet, "Say nothing but warnings and errors"));
+  return options;
 }
 
 int runApplyField(ApplyFieldArguments arguments, const std::vector<std::string>& images) {

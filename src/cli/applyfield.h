@@ -6,7 +6,7 @@
 
 #include "correct/applyfield.h"
 
-/// What `mirel apply --field` is given on the command line.
+/// What `mirel apply` is given on the command line for images.
 struct ApplyFieldArguments {
   correct::ApplyFieldOptions job;
   std::string direction, sidecar;
@@ -14,8 +14,14 @@ struct ApplyFieldArguments {
   bool modulate = false, quiet = false;
 };
 
-/// Adds --field and the options that go with it; returns --field.
-CLI::Option* addApplyFieldOptions(CLI::App* command, ApplyFieldArguments& arguments);
+struct ImageCommandOptions {
+  CLI::Option* field;
+  CLI::Option* output;
+  std::vector<CLI::Option*> forImages;  ///< those that projects do not have, --output among them
+};
+
+/// Adds --field and the options that go with images.
+ImageCommandOptions addApplyFieldOptions(CLI::App* command, ApplyFieldArguments& arguments);
 
 /// Corrects the images; an exit status.
 int runApplyField(ApplyFieldArguments arguments, const std::vector<std::string>& images);

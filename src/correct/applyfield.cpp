@@ -1,5 +1,7 @@
 #include "correct/applyfield.h"
 
+#include <algorithm>
+#include <cmath>
 #include <filesystem>
 
 #include "bids/checksum.h"
@@ -20,24 +22,19 @@ namespace {
 
 namespace fs = std::filesystem;
 
+std::string textOf(glm::ivec3 dims) {
+  return std::to_string(dims.x) + " x " + std::to_string(dims.y) + " x " + std::to_string(dims.z);
+}
+
 struct Target {
   std::string name;  ///< without extension, in the output folder
   std::string imageEnd = ".nii.gz";
   std::string warp;  ///< the same for the displacement field; empty: none
 };
 
-SeriesInput readInput(const ImageOptions& options) {
-  SeriesInput input;
-  input.options = options;
-  input.header = nifti::Reader(options.file).header();
-  const std::string beside =
-      options.sidecar.empty() ? bids::sidecarName(options.file) : options.sidecar;
-  std::optional<bids::Sidecar> sidecar;
-  if (!options.sidecar.empty() || fs::exists(beside)) {
-    sidecar.emplace(beside);
-    input.sidecarFile = beside;
-    input.keptFields = keptFieldsOf(*sidecar);
-  }
+void readAcquisition(SeriesInput& input, const std::optional<bids::Sidecar>& sidecar,
+                     const std::string& beside) {
+  const ImageOptions& options = input.options;
   const auto missing = [&](const std::string& field, const std::string& option) {
     return bids::Error((sidecar ? beside + " has no " + field
                                 : options.file + " has no sidecar " + beside + " with a " + field) +
@@ -54,7 +51,37 @@ SeriesInput readInput(const ImageOptions& options) {
   } else {
     if (sidecar) input.readout = sidecar->readout(input.header.dims[input.direction.axis]);
     if (!input.readout) throw missing("TotalReadoutTime and no EffectiveEchoSpacing", "--readout");
+    if (!input.readout->contradiction.empty())
+      input.warnings.push_back(input.readout->contradiction);
   }
+}
+
+void takeMap(SeriesInput& input, const GivenMap& map) {
+  const glm::ivec3 dims = map.shift.dimensions(), own = input.header.dims;
+  if (dims != own)
+    throw nifti::Error(map.file + " is a map of " + textOf(dims) + " voxels, but " +
+                       input.options.file + " has " + textOf(own) +
+                       ": a field in Hz ('mirel field --from-map') fits images of any grid");
+  input.direction = {map.axis, 1};
+  input.directionSource = map.file;
+}
+
+SeriesInput readInput(const ImageOptions& options, const std::optional<GivenMap>& map) {
+  SeriesInput input;
+  input.options = options;
+  input.header = nifti::Reader(options.file).header();
+  const std::string beside =
+      options.sidecar.empty() ? bids::sidecarName(options.file) : options.sidecar;
+  std::optional<bids::Sidecar> sidecar;
+  if (!options.sidecar.empty() || fs::exists(beside)) {
+    sidecar.emplace(beside);
+    input.sidecarFile = beside;
+    input.keptFields = keptFieldsOf(*sidecar);
+  }
+  if (map)
+    takeMap(input, *map);
+  else
+    readAcquisition(input, sidecar, beside);
   input.gradientFiles = gradientFilesOf(options.file);
   return input;
 }
@@ -97,8 +124,8 @@ class Job {
 
   ApplyFieldReport run() {
     read();
-    folder.open();
     progress("Writing", 0.0);
+    folder.open();
     try {
       for (std::size_t s = 0; s < inputs.size(); ++s) correctOne(inputs[s], targets[s]);
       progress("Finishing", 1.0);
@@ -116,7 +143,11 @@ class Job {
   }
 
   void read() {
-    field = series::readField(options.fieldFile);
+    if (!options.map)
+      field = series::readField(options.fieldFile);
+    else if (const Volume<float>& map = options.map->shift; !std::all_of(
+                 map.data(), map.data() + map.size(), [](float v) { return std::isfinite(v); }))
+      throw nifti::Error(options.map->file + " has voxels that are NaN or infinite");
     if (field.nonFinite > 0)
       report.warnings.push_back(options.fieldFile + " has " + std::to_string(field.nonFinite) +
                                 " NaN or infinite voxel(s), which count as 0 Hz");
@@ -125,13 +156,19 @@ class Job {
       reference = {series::meanOfSeries(options.reference), image.header().affine(),
                    options.reference};
     }
-    for (const ImageOptions& series : options.series) inputs.push_back(readInput(series));
+    for (const ImageOptions& series : options.series) {
+      inputs.push_back(readInput(series, options.map));
+      SeriesInput& input = inputs.back();
+      input.sameGrid = options.map || series::coincide(series::gridOf(input.header), fieldGrid());
+      if (!input.sameGrid)
+        requireCommonPlace(input.header, series.file, fieldGrid(), options.fieldFile);
+    }
     targets = targetsOf(options, outputIsImage);
     announce();
   }
 
   void announce() {
-    std::vector<std::string> files = {options.fieldFile};
+    std::vector<std::string> files = {sourceFile()};
     if (!options.reference.empty()) files.push_back(options.reference);
     for (const SeriesInput& input : inputs) {
       files.push_back(input.options.file);
@@ -152,7 +189,9 @@ class Job {
     const std::string stage = "Correcting " + fs::path(input.options.file).filename().string();
     progress(stage, 0.0);
     const Volume<float> shift =
-        series::shiftVoxels(field, input.header, input.direction, input.readout->seconds);
+        options.map
+            ? options.map->shift
+            : series::shiftVoxels(field, input.header, input.direction, input.readout->seconds);
     series::SeriesOptions how;
     how.axis = input.direction.axis;
     how.modulation = options.modulation;
@@ -171,9 +210,14 @@ class Job {
     result.directionSource = input.directionSource;
     result.readout = input.readout;
     result.volumes = corrected.volumes;
-    result.resampledField =
-        !series::coincide(series::gridOf(input.header), {field.hz.dimensions(), field.affine});
-    std::vector<std::string> warnings = corrected.warnings;
+    result.resampledField = !input.sameGrid;
+    std::vector<std::string> warnings = input.warnings;
+    warnings.insert(warnings.end(), corrected.warnings.begin(), corrected.warnings.end());
+    if (result.resampledField)
+      if (const std::string doubt = headOffField(corrected.meanBefore, input.header, result.file,
+                                                 fieldGrid(), options.fieldFile);
+          !doubt.empty())
+        warnings.push_back(doubt);
     if (!options.reference.empty()) checkSign(input, shift, corrected.meanBefore, result, warnings);
     writeRest(input, target, shift, result, warnings);
     report.warnings.insert(report.warnings.end(), warnings.begin(), warnings.end());
@@ -187,7 +231,11 @@ class Job {
     };
     result.signs =
         series::compareSigns(corrected(shift), corrected(-shift), input.header.affine(), reference);
-    if (result.signs.verdict == series::SignCheck::Verdict::opposite)
+    if (result.signs.verdict != series::SignCheck::Verdict::opposite) return;
+    if (options.map)
+      warnings.push_back("CHECK THE SIGN of " + options.map->file + ": with it " + result.file +
+                         " agrees less with " + options.reference + " than with its negative");
+    else
       warnings.push_back(
           "CHECK THE SIGN of " +
           (input.sidecarFile == input.directionSource ? input.sidecarFile : input.options.file) +
@@ -200,23 +248,34 @@ class Job {
     Json series = recordOf(result);
     if (options.reference.empty()) series.erase("SignCheck");
     if (!warnings.empty()) series["Warnings"] = warnings;
-    const Json record = {
-        {"Version", options.version},
-        {"Field", {{"File", options.fieldFile}, {"SHA256", bids::sha256Of(options.fieldFile)}}},
-        {"Options",
-         {{"Modulation", options.modulation == series::Modulation::on},
-          {"FloatOutput", options.floatOutput}}},
-        {"Series", series}};
-    folder.writeText(
-        target.name + ".json",
-        sidecarText(input.options.file + ", corrected for distortion", "",
-                    {input.options.file, options.fieldFile}, record, input.keptFields));
+    if (options.map) {
+      // A map says nothing about the polarity, only along which axis it shifts.
+      series.erase("PhaseEncodingDirection");
+      series.erase("PhaseEncodingDirectionSource");
+      series.erase("FieldResampled");
+      series["DisplacementAxis"] = series::nameOf(input.direction);
+    }
+    const Json record = {{"Version", options.version},
+                         {options.map ? "Map" : "Field",
+                          {{"File", sourceFile()}, {"SHA256", bids::sha256Of(sourceFile())}}},
+                         {"Options",
+                          {{"Modulation", options.modulation == series::Modulation::on},
+                           {"FloatOutput", options.floatOutput}}},
+                         {"Series", series}};
+    folder.writeText(target.name + ".json",
+                     sidecarText(input.options.file + ", corrected for distortion", "",
+                                 {input.options.file, sourceFile()}, record, input.keptFields));
     for (const std::string& gradients : input.gradientFiles)
       fs::copy_file(gradients, folder.path(gradientName(target, gradients)));
     if (!target.warp.empty())
       series::writeWarpLps(shift, input.header, input.direction.axis,
                            folder.path(target.warp + ".nii.gz"));
   }
+
+  const std::string& sourceFile() const {
+    return options.map ? options.map->file : options.fieldFile;
+  }
+  series::Grid fieldGrid() const { return {field.hz.dimensions(), field.affine}; }
 
   const ApplyFieldOptions& options;
   const Progress& progress;

@@ -1,16 +1,27 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "correct/correction.h"
 
-/// The job of `mirel apply --field`: series corrected with a field in Hz that is there already.
+/// The job of `mirel apply` on images: series corrected with a field in Hz, or a displacement map,
+/// that is there already.
 namespace correct {
 
+/// A displacement map for the grid of the series.
+struct GivenMap {
+  std::string file;
+  Volume<float> shift;  ///< voxels along `axis`, applied forward
+  int axis = 1;         ///< 0, 1, 2
+};
+
 struct ApplyFieldOptions {
-  std::string fieldFile;  ///< NIfTI, Hz
-  /// File, sidecar, direction and readout time of each; the rest does not count.
+  std::string fieldFile;        ///< NIfTI, Hz
+  std::optional<GivenMap> map;  ///< in place of the field
+  /// File, sidecar, direction and readout time of each; the rest does not count. With a map
+  /// direction and readout time do not count either.
   std::vector<ImageOptions> series;
   /// A folder; with one series also the name of an image (.nii, .nii.gz).
   std::string output;
@@ -35,10 +46,12 @@ struct ApplyFieldReport {
 ///                               .bvec and .bval of the series are copied under the new name
 ///   RUN_desc-warp_xfm           with writeWarp: see series::writeWarpLps
 ///
-/// Direction and readout time come from the options, else from the sidecar of the series.
+/// Direction and readout time come from the options, else from the sidecar of the series. A map is
+/// applied as it stands: true(y) = I(y + shift(y)).
 /// Errors  one sentence with the file and the fault, before anything is written: see
-///         series::readField and series::correctSeries; no direction or readout time known;
-///         two outputs of one name; an output that would overwrite an input.
+///         series::readField and series::correctSeries; no direction or readout time known; a
+///         series that lies elsewhere than the field, or of other dimensions than the map; two
+///         outputs of one name; an output that would overwrite an input.
 ApplyFieldReport applyField(const ApplyFieldOptions& options, const Progress& progress);
 
 }  // namespace correct

@@ -18,8 +18,9 @@ struct CorrectionOptions {
   /// `volume` and `meanOfFirst` do not count.
   std::vector<ImageOptions> series;
   std::string outputFolder;
-  int threads = 0;      ///< for the series; 0: as many as there are cores
-  std::string version;  ///< of the program, for the records
+  bool floatOutput = false;  ///< of the series: 32-bit floats instead of their own data types
+  int threads = 0;           ///< for the series; 0: as many as there are cores
+  std::string version;       ///< of the program, for the records
 };
 
 /// What was found and done about one series.

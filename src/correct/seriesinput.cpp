@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "bids/error.h"
+#include "correct/foreground.h"
 #include "nifti/error.h"
 #include "nifti/image.h"
 #include "series/field.h"
@@ -13,6 +14,8 @@ namespace correct {
 namespace {
 
 namespace fs = std::filesystem;
+
+constexpr double largestPartOff = 0.01;
 
 // What describes the acquisition and stays true of the corrected images.
 constexpr const char* keptNames[] = {"RepetitionTime", "EchoTime", "FlipAngle",
@@ -61,6 +64,17 @@ void readAcquisition(SeriesInput& input, const PairInput& pair) {
                           " has no sidecar: its readout time is taken to be that of " +
                           pair.a.options.file);
   }
+  if (!input.readout->contradiction.empty()) input.warnings.push_back(input.readout->contradiction);
+}
+
+bool hasOrientation(const nifti::Header& header) {
+  return header.sformCode > 0 || header.qformCode > 0;
+}
+
+std::string percentText(double fraction) {
+  char text[40];
+  std::snprintf(text, sizeof text, "%.0f %%", 100 * fraction);
+  return text;
 }
 
 std::string sourceOf(const SeriesInput& input) {
@@ -87,6 +101,31 @@ std::vector<std::string> gradientFilesOf(const std::string& imageFile) {
   return files;
 }
 
+void requireCommonPlace(const nifti::Header& header, const std::string& file,
+                        const series::Grid& fieldGrid, const std::string& fieldName) {
+  const series::Grid grid = series::gridOf(header);
+  series::voxelToVoxel(fieldGrid.affine, grid.affine, file);
+  if (series::coverage(grid, fieldGrid, fieldName).max() == 0.0f)
+    throw nifti::Error(file + " and " + fieldName +
+                       " have no place in common by their orientations: are they of one session?");
+}
+
+std::string headOffField(const Volume<float>& mean, const nifti::Header& header,
+                         const std::string& file, const series::Grid& fieldGrid,
+                         const std::string& fieldName) {
+  const Volume<float> covered = series::coverage(series::gridOf(header), fieldGrid, fieldName);
+  const double threshold = headThreshold(mean);
+  double head = 0, off = 0;
+  for (int n = 0; n < mean.size(); ++n) {
+    if (!(static_cast<double>(mean.data()[n]) > threshold)) continue;
+    head += 1;
+    off += covered.data()[n] == 0.0f;
+  }
+  if (!(off > largestPartOff * head)) return {};
+  return percentText(off / head) + " of the head in " + file + " lies off the grid of " +
+         fieldName + ": there the field at the nearest border is taken";
+}
+
 SeriesInput readSeriesInput(const ImageOptions& options, const PairInput& pair) {
   SeriesInput input;
   input.options = options;
@@ -103,6 +142,13 @@ SeriesInput readSeriesInput(const ImageOptions& options, const PairInput& pair) 
                        pair.a.options.file +
                        ": its correction needs the readout times of all images, from sidecars or "
                        "options");
+  if (input.sameGrid) return input;
+  requireCommonPlace(input.header, options.file, series::gridOf(pair.a.header),
+                     pair.a.options.file);
+  if (!hasOrientation(input.header) || !hasOrientation(pair.a.header))
+    input.warnings.push_back((hasOrientation(input.header) ? pair.a.options : options).file +
+                             " has no orientation: how the grids of " + options.file + " and " +
+                             pair.a.options.file + " lie to each other is a guess");
   return input;
 }
 
@@ -122,6 +168,7 @@ SeriesOutcome correctOneSeries(const SeriesInput& input, const CorrectionReport&
   series::SeriesOptions seriesOptions;
   seriesOptions.axis = input.direction.axis;
   seriesOptions.modulation = options.estimate.modulation;
+  seriesOptions.floatOutput = options.floatOutput;
   seriesOptions.threads = options.threads;
   seriesOptions.progress = [&](int done, int total) {
     progress(stage, static_cast<double>(done) / total);
@@ -131,7 +178,15 @@ SeriesOutcome correctOneSeries(const SeriesInput& input, const CorrectionReport&
 
   SeriesOutcome outcome;
   outcome.notes = input.notes;
-  outcome.warnings = corrected.warnings;
+  outcome.warnings = input.warnings;
+  outcome.warnings.insert(outcome.warnings.end(), corrected.warnings.begin(),
+                          corrected.warnings.end());
+  if (!input.sameGrid)
+    if (const std::string doubt =
+            headOffField(corrected.meanBefore, input.header, input.options.file,
+                         series::gridOf(pair.a.header), pair.a.options.file);
+        !doubt.empty())
+      outcome.warnings.push_back(doubt);
   SeriesResult& result = outcome.result;
   result.file = input.options.file;
   result.sidecarFile = input.sidecarFile;
@@ -150,6 +205,10 @@ SeriesOutcome correctOneSeries(const SeriesInput& input, const CorrectionReport&
         "CHECK THE SIGN in " + sourceOf(input) + ": it says " + series::nameOf(input.direction) +
         ", but the series agrees better with the corrected pair when it is corrected as " +
         series::nameOf(input.direction.opposite()) + "; it or the pair's directions are wrong");
+  if (result.signs.verdict == series::SignCheck::Verdict::undecided)
+    outcome.notes.push_back("the sign of " + input.options.file +
+                            " could not be checked: corrected one way or the other, it agrees "
+                            "about as well with the corrected pair");
   return outcome;
 }
 

@@ -20,7 +20,7 @@ struct SeriesInput {
   std::vector<std::string> gradientFiles;  ///< .bvec and .bval beside it, if they are there
   /// Of its sidecar, for the corrected one's.
   nlohmann::ordered_json keptFields = nlohmann::ordered_json::object();
-  std::vector<std::string> notes;
+  std::vector<std::string> notes, warnings;
 };
 
 struct SeriesOutcome {
@@ -33,6 +33,17 @@ nlohmann::ordered_json keptFieldsOf(const bids::Sidecar& sidecar);
 
 /// The gradient files (.bvec, .bval) that stand beside an image.
 std::vector<std::string> gradientFilesOf(const std::string& imageFile);
+
+/// Throws nifti::Error when the orientation of a series (in `file`) is no orientation, or when no
+/// voxel of it lies on the grid of the field, which belongs to `fieldName`.
+void requireCommonPlace(const nifti::Header& header, const std::string& file,
+                        const series::Grid& fieldGrid, const std::string& fieldName);
+
+/// A sentence when more than a hundredth of the head in `mean`, the mean of a series, lies off the
+/// grid of the field; empty otherwise.
+std::string headOffField(const Volume<float>& mean, const nifti::Header& header,
+                         const std::string& file, const series::Grid& fieldGrid,
+                         const std::string& fieldName);
 
 /// Reads header and sidecar of a series. A series without sidecar and options is taken to be
 /// encoded as A is, with A's readout time; the sign check tells when that is wrong. Errors as in

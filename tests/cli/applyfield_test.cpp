@@ -28,7 +28,7 @@ class ApplyField : public testing::Test {
   void SetUp() override {
     header.type = nifti::DataType::int16;
     writeImage(run, header, [](int t) { return smoothImage(dims, t); });
-    const series::Grid fieldGrid{{9, 8, 7}, affineOf({4, 5, 5}, -5, {-34, -44, -5})};
+    const series::Grid fieldGrid{{14, 14, 12}, affineOf({4, 5, 5}, -5, {-45, -60, -20})};
     const Volume<float> hz = sampled(fieldGrid, [](glm::dvec3 mm) { return 20 + 1.5 * mm.x; });
     series::writeField({hz, fieldGrid.affine, "f"}, headerOf(fieldGrid.dims, fieldGrid.affine),
                        field);
@@ -147,6 +147,17 @@ TEST_F(ApplyField, aWrongSignIsToldLoudlyAndNamesTheSidecar) {
   EXPECT_THAT(right.err, testing::Not(HasSubstr("CHECK")));
 }
 
+TEST_F(ApplyField, aHeadThatSticksOutOfTheFieldIsDoubted) {
+  const series::Grid part{{14, 14, 3}, affineOf({4, 5, 5}, -5, {-45, -60, 10})};
+  series::writeField({Volume<float>(part.dims, 5.0f), part.affine, "f"},
+                     headerOf(part.dims, part.affine), field);
+  const ProgramResult result = apply({"-o", out, "--quiet"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.err,
+              testing::AllOf(StartsWith("Warning: "), HasSubstr(" % of the head in " + run +
+                                                                " lies off the grid of " + field)));
+}
+
 TEST_F(ApplyField, nothingIsSkippedSilently) {
   Volume<float> hz(dims, 10.0f);
   hz.at(0, 0, 0) = NAN;
@@ -173,6 +184,13 @@ TEST_F(ApplyField, faultsAreOneSentenceAndLeaveNothing) {
   refused(apply({"-o", out}, folder.file("none.nii")), "none.nii does not exist");
   refused(apply({"-o", out, "--sidecar", folder.file("text.json")}), "is not valid JSON");
   refused(apply({"-o", run}), "overwrite");
+  const series::Grid far{{3, 3, 3}, affineOf({4, 4, 4}, 0, {500, 0, 0})};
+  const std::string elsewhere = out + ".nii";
+  series::writeField({Volume<float>(far.dims, 5.0f), far.affine, "f"},
+                     headerOf(far.dims, far.affine), elsewhere);
+  const ProgramResult lost = runMirel({"apply", "--field", elsewhere, run, "-o", out});
+  std::filesystem::remove(elsewhere);
+  refused(lost, "have no place in common");
   refused(apply({"-o", out, "--readout", "50"}), "is it in milliseconds?");
   refused(apply({"-o", out, "--pe", "j", "--readout", "0.05"}, folder.file("short.nii.gz")),
           "short.nii.gz is truncated");
