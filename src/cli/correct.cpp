@@ -26,21 +26,26 @@ struct Options {
   std::vector<std::string> runs;
   std::string runDirection;
   double runReadout = 0;
-  int volumeB = 0;
+  int volumeB = -1;  // below 0: that of A
   int mean = 0;
+  int meanB = 0;  // 0: as for A
+  std::string estimator;
   double readoutB = 0;
   bool ssd = false, ncc = false, fast = false, noIc = false, ic = false;
   bool modulate = false, quiet = false, json = false;
 };
 
-void settle(Options& options, bool volumeBGiven) {
+void settle(Options& options) {
   correct::CorrectionOptions& job = options.job;
   job.version = MIREL_VERSION;
-  job.b.volume = volumeBGiven ? options.volumeB : job.a.volume;
-  job.a.meanOfFirst = job.b.meanOfFirst = options.mean;
+  job.b.volume = options.volumeB >= 0 ? options.volumeB : job.a.volume;
+  job.a.meanOfFirst = options.mean;
+  job.b.meanOfFirst = options.meanB > 0 ? options.meanB : options.mean;
   job.b.readoutSeconds = options.readoutB > 0 ? options.readoutB : job.a.readoutSeconds;
   job.estimate.search = {
       .fast = options.fast, .useSsd = options.ssd, .intensityCorrection = !options.noIc};
+  if (options.estimator == nameOf(correct::Estimator::massPreserving))
+    job.estimate.estimator = correct::Estimator::massPreserving;
   if (options.modulate) job.estimate.modulation = series::Modulation::on;
   for (const std::string& file : options.runs) {
     correct::ImageOptions run;
@@ -84,8 +89,8 @@ void tell(const correct::CorrectionReport& report) {
   for (const std::string& note : report.notes) std::cerr << "Note: " << note << "\n";
 }
 
-int runCorrect(Options options, bool volumeBGiven) {
-  settle(options, volumeBGiven);
+int runCorrect(Options options) {
+  settle(options);
   ProgressBar bar(options.quiet ? ProgressBar::Output::none : ProgressBar::suitable());
   InterruptGuard interrupts;
   correct::CorrectionReport report;
@@ -141,6 +146,9 @@ void addImageOptions(CLI::App* command, Options& options) {
                    "Use the mean of N volumes, from --volume on, instead of one")
       ->type_name("N")
       ->check([](const std::string& text) { return refuseBelow(1, text); });
+  command->add_option("--mean-b", options.meanB, "The same of B (default: as for A)")
+      ->type_name("N")
+      ->check([](const std::string& text) { return refuseBelow(1, text); });
 }
 
 void addAcquisitionOptions(CLI::App* command, Options& options) {
@@ -170,14 +178,11 @@ void addAcquisitionOptions(CLI::App* command, Options& options) {
 void addEstimateOptions(CLI::App* command, Options& options) {
   correct::EstimateSettings& estimate = options.job.estimate;
   command
-      ->add_option("--estimator", estimate.estimator,
+      ->add_option("--estimator", options.estimator,
                    "Method of the estimate (default: search, the estimate of 'mirel estimate');\n"
                    "mass-preserving conserves signal that piles up: use it with --modulate")
       ->type_name("NAME")
-      ->transform(CLI::CheckedTransformer(
-          std::map<std::string, correct::Estimator>{
-              {"search", correct::Estimator::search},
-              {"mass-preserving", correct::Estimator::massPreserving}}));
+      ->check(CLI::IsMember({"search", "mass-preserving"}));
   CLI::Option* ssd =
       command->add_flag("--ssd", options.ssd, "Search by the sum of squared differences");
   command
@@ -217,11 +222,12 @@ void addCorrectCommand(CLI::App& app, Program& program) {
                    "Threads that correct the volumes of a RUN (default: one per core)")
       ->type_name("N")
       ->check([](const std::string& text) { return refuseBelow(1, text); });
+  command->add_flag("--float", options->job.floatOutput,
+                    "Write every RUN as 32-bit floats (default: its own data type and scaling,\n"
+                    "rounded)");
   command->add_flag("--quiet", options->quiet, "Say nothing but warnings and errors");
   command->add_flag("--json", options->json,
                     "Print a summary as JSON instead of the names of the files written");
-  command->callback([options, command, &program] {
-    const bool volumeBGiven = command->get_option("--volume-b")->count() > 0;
-    program.action = [options, volumeBGiven] { return runCorrect(*options, volumeBGiven); };
-  });
+  command->callback(
+      [options, &program] { program.action = [options] { return runCorrect(*options); }; });
 }

@@ -30,6 +30,17 @@ class OneSentenceFormatter : public CLI::Formatter {
   }
 };
 
+/// An argument that is missing may have gone to an option that takes every word after it.
+std::string hintFor(const CLI::App& app) {
+  for (const CLI::App* command : app.get_subcommands())
+    for (const CLI::Option* option : command->get_options())
+      if (!option->get_positional() && option->count() > 1 &&
+          option->get_items_expected_max() >= CLI::detail::expected_max_vector_size)
+        return "(" + option->get_name() +
+               " takes every name that follows it: put the others in front)\n";
+  return {};
+}
+
 /// A result that did not reach standard output is a failure like any other.
 void refuseLostOutput() {
   if (!std::cout.flush()) throw HostError("cannot write to standard output");
@@ -76,6 +87,10 @@ int main(int argc, char** argv) {
   addCompareCommand(app, program);
   try {
     app.parse(argc, argv);
+  } catch (const CLI::RequiredError& stop) {
+    app.exit(stop);
+    std::cerr << hintFor(app);
+    return exitUsage;
   } catch (const CLI::ParseError& stop) {
     return app.exit(stop) == 0 ? exitSuccess : exitUsage;
   }

@@ -203,6 +203,7 @@ void writeAll(OutputFolder& folder, const Names& names, const CorrectionOptions&
     gather(report.notes, outcome.notes);
     gather(report.warnings, outcome.warnings);
     Json record = writer.pairRecord();
+    record["Options"]["FloatOutput"] = options.floatOutput;
     record["Series"] = recordOf(outcome.result);
     if (!outcome.warnings.empty()) record["Series"]["Warnings"] = outcome.warnings;
     folder.writeText(names.series[s] + ".json",

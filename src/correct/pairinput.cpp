@@ -130,6 +130,11 @@ void checkSameGrid(const InputImage& a, const InputImage& b) {
                        " voxels apart): both images of a pair have the same grid");
 }
 
+void addOnce(std::vector<std::string>& sentences, const std::string& sentence) {
+  if (std::find(sentences.begin(), sentences.end(), sentence) == sentences.end())
+    sentences.push_back(sentence);
+}
+
 std::string directionText(const InputImage& image) {
   return series::nameOf(image.direction) + " (" + image.directionSource + ")";
 }
@@ -143,7 +148,7 @@ void settleDirections(PairInput& pair, bool knownA, bool knownB) {
     a.directionSource = b.directionSource = "assumed";
     pair.notes.push_back(
         "there is neither a sidecar nor an option that tells the phase-encoding directions of " +
-        a.options.file + " and " + b.options.file +
+        a.title() + " and " + b.title() +
         ": the axis is taken to be j (the second one), and results are in voxels and mm, not Hz");
   } else if (!knownA || !knownB) {
     InputImage& unknown = knownA ? b : a;
@@ -175,9 +180,8 @@ void settleReadout(PairInput& pair) {
     return;
   }
   if (a.directionSource == "assumed")
-    throw bids::Error("a readout time is given, but the phase-encoding directions of " +
-                      a.options.file + " and " + b.options.file +
-                      " are not known; give them with --pe-a and --pe-b");
+    throw bids::Error("a readout time is given, but the phase-encoding directions of " + a.title() +
+                      " and " + b.title() + " are not known; give them with --pe-a and --pe-b");
   if (!a.readout || !b.readout) {
     (a.readout ? b : a).readout = (a.readout ? a : b).readout;
     pair.notes.push_back((a.sidecarFile.empty() ? a : b).options.file +
@@ -223,6 +227,9 @@ PairInput readPair(const ImageOptions& a, const ImageOptions& b) {
   const bool knownB = readAcquisition(pair.b, "b");
   settleDirections(pair, knownA, knownB);
   settleReadout(pair);
+  for (const InputImage* image : {&pair.a, &pair.b})
+    if (image->readout && !image->readout->contradiction.empty())
+      addOnce(pair.warnings, image->readout->contradiction);
   return pair;
 }
 

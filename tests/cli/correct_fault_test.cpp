@@ -127,6 +127,56 @@ TEST_F(CorrectFaults, anOutputFolderThatCannotBeMade) {
   EXPECT_THAT(sentenceOf(correct({"--quiet"}, "plain/sub")), HasSubstr("cannot be made"));
 }
 
+// Folders of the system's process table take no files, not even the superuser's.
+TEST_F(CorrectFaults, anOutputFolderThatTakesNoFiles) {
+  for (const std::string place : {"/proc/self", "/proc/self/sub"}) {
+    const ProgramResult result = runMirel({"correct", ap(), pa(), "--quiet", "-o", place});
+    EXPECT_THAT(sentenceOf(result), AllOf(HasSubstr("the output folder " + place),
+                                          HasSubstr("no permission to write")));
+  }
+}
+
+TEST_F(CorrectFaults, anOutputFolderOfSomebodyElse) {
+  if (geteuid() == 0) GTEST_SKIP() << "the superuser may write to every folder";
+  fs::create_directory(file("theirs"));
+  fs::permissions(file("theirs"), fs::perms::owner_read | fs::perms::owner_exec);
+  EXPECT_THAT(sentenceOf(correct({"--quiet"}, "theirs")), HasSubstr("no permission to write"));
+  EXPECT_THAT(sentenceOf(correct({"--quiet"}, "theirs/sub")), HasSubstr("no permission to write"));
+  fs::permissions(file("theirs"), fs::perms::owner_all);
+}
+
+TEST_F(CorrectFaults, aSeriesThatLiesElsewhere) {
+  const std::string series = file("run.nii.gz");
+  nifti::Reader bold(input("sub-phantom_task-rest_dir-AP_bold.nii.gz"));
+  const auto placed = [&](const glm::dmat4& affine) {
+    nifti::Header header = bold.header();
+    header.volumes = 1;
+    header.sform = affine;
+    header.sformCode = 1;
+    header.qformCode = 0;
+    nifti::Writer writer(series, header);
+    writer.write(bold.readVolume(0));
+    writer.finish();
+  };
+  glm::dmat4 affine = bold.header().affine();
+  affine[3].x += 5000;
+  placed(affine);
+  EXPECT_THAT(fault({"--apply", series}),
+              AllOf(HasSubstr("run.nii.gz"), HasSubstr("have no place in common")));
+  affine = bold.header().affine();
+  affine[2] = affine[1];
+  placed(affine);
+  EXPECT_THAT(fault({"--apply", series}),
+              HasSubstr("run.nii.gz has an orientation matrix that is singular"));
+}
+
+TEST_F(CorrectFaults, imagesThatTheSeriesTookForItself) {
+  const ProgramResult result = runMirel({"correct", "--apply", ap(), ap(), pa(), "-o", out()});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_THAT(result.err, AllOf(HasSubstr("A is required"),
+                                HasSubstr("--apply takes every name that follows it")));
+}
+
 TEST_F(CorrectFaults, anOutputThatWouldOverwriteAnInput) {
   // A series that stands where the corrected A is to go.
   const std::string inTheWay = file("sub-phantom_dir-AP_desc-corrected_epi.nii.gz");

@@ -7,6 +7,7 @@
 
 #include "cli/correctpair.h"
 #include "host/mapfile.h"
+#include "nifti/image.h"
 
 // "mirel correct" as a user runs it: what it writes and what it says.
 
@@ -178,6 +179,89 @@ TEST_F(CorrectCommand, withoutSidecarsASeriesIsTakenToBeEncodedAsTheFirstImage) 
   const ProgramResult wrong = runMirel({"correct", file("two.nii.gz"), file("one.nii.gz"),
                                         "--apply", file("run.nii.gz"), "-o", out()});
   EXPECT_THAT(wrong.err, AllOf(HasSubstr("CHECK THE SIGN"), HasSubstr("run.nii.gz")));
+}
+
+TEST_F(CorrectCommand, aSeriesWithoutOrientationOrPartlyElsewhereIsDoubted) {
+  const std::string series = file("run.nii.gz");
+  nifti::Reader bold(input("sub-phantom_task-rest_dir-AP_bold.nii.gz"));
+  nifti::Header header = bold.header();
+  header.volumes = 1;
+  header.qformCode = 0;
+  header.sform[3].y += 80;
+  const auto messages = [&] {
+    nifti::Writer writer(series, header);
+    writer.write(bold.readVolume(0));
+    writer.finish();
+    const ProgramResult result =
+        correct({"--fast", "--quiet", "--apply", series, "--apply-pe", "j-"});
+    EXPECT_EQ(result.status, 0);
+    return result.err;
+  };
+  EXPECT_THAT(messages(), AllOf(HasSubstr("Warning: "), HasSubstr(" % of the head in " + series +
+                                                                  " lies off the grid of ")));
+  header.sformCode = 0;
+  EXPECT_THAT(messages(), HasSubstr("Warning: " + series + " has no orientation"));
+}
+
+TEST_F(CorrectCommand, aSignThatCannotBeToldIsSaid) {
+  const std::string series = file("run.nii.gz");
+  nifti::Reader bold(input("sub-phantom_task-rest_dir-AP_bold.nii.gz"));
+  nifti::Header header = bold.header();
+  header.volumes = 1;
+  nifti::Writer writer(series, header);
+  Volume<float> nearlyEmpty(header.dims, 0.0f);
+  nearlyEmpty.at(20, 24, 14) = 500;
+  writer.write(nearlyEmpty);
+  writer.finish();
+  EXPECT_THAT(correct({"--fast", "--apply", series}).err,
+              HasSubstr("Note: the sign of " + series + " could not be checked"));
+}
+
+TEST_F(CorrectCommand, aSidecarThatContradictsItselfIsDoubted) {
+  std::filesystem::copy(ap(), file("a.nii.gz"));
+  std::ofstream(file("a.json")) << R"({"PhaseEncodingDirection": "j-", "TotalReadoutTime": 0.04,
+                                       "EffectiveEchoSpacing": 0.0004})";
+  const ProgramResult result =
+      runMirel({"correct", file("a.nii.gz"), pa(), "--fast", "--quiet", "-o", out()});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.err, HasSubstr("Warning: " + file("a.json") +
+                                    " contradicts itself: its TotalReadoutTime is 0.04 s, but"));
+}
+
+TEST_F(CorrectCommand, seriesAsFloatsWhenAskedTo) {
+  const std::string bold = input("sub-phantom_task-rest_dir-AP_bold.nii.gz");
+  ASSERT_EQ(correct({"--apply", bold, "--float"}).status, 0);
+  const std::string corrected = out("sub-phantom_task-rest_dir-AP_desc-corrected_bold.nii.gz");
+  EXPECT_EQ(nifti::Reader(corrected).header().type, nifti::DataType::float32);
+  const nlohmann::json record =
+      jsonOf(out("sub-phantom_task-rest_dir-AP_desc-corrected_bold.json"));
+  EXPECT_EQ(record["Mirel"]["Options"]["FloatOutput"], true);
+  ASSERT_EQ(correct({"--apply", bold}, "own").status, 0);
+  nifti::Reader own(file("own/sub-phantom_task-rest_dir-AP_desc-corrected_bold.nii.gz"));
+  EXPECT_EQ(own.header().type, nifti::Reader(bold).header().type);
+  const Volume<float> rounded = own.readVolume(0), exact = imageIn(corrected);
+  for (int i = 0; i < exact.size(); ++i) ASSERT_NEAR(rounded.data()[i], exact.data()[i], 0.5f);
+}
+
+TEST_F(CorrectCommand, theNumberOfThreadsDoesNotShow) {
+  const std::string bold = input("sub-phantom_task-rest_dir-AP_bold.nii.gz");
+  for (const char* threads : {"1", "2", "5"})
+    ASSERT_EQ(correct({"--fast", "--apply", bold, "--threads", threads}, threads).status, 0);
+  const std::string name = "/sub-phantom_task-rest_dir-AP_desc-corrected_bold.nii.gz";
+  EXPECT_EQ(textOf(file("1" + name)), textOf(file("2" + name)));
+  EXPECT_EQ(textOf(file("1" + name)), textOf(file("5" + name)));
+}
+
+TEST_F(CorrectCommand, theMeanOfOneAndASingleVolumeOfTheOther) {
+  const std::string bold = input("sub-phantom_task-rest_dir-AP_bold.nii.gz");
+  const ProgramResult result =
+      runMirel({"correct", bold, pa(), "--mean", "3", "--mean-b", "1", "-o", out()});
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_THAT(namesInOut(),
+              Contains("sub-phantom_task-rest_dir-AP_desc-correctedMeanOf3_bold.nii.gz"));
+  EXPECT_EQ(jsonOf(out(
+                "sub-phantom_desc-estimated_fieldmap.json"))["Mirel"]["Inputs"][0]["MeanOfVolumes"],
+            3);
 }
 
 TEST_F(CorrectCommand, quietSaysNothingAndJsonIsAllOfStandardOutput) {
