@@ -7,7 +7,8 @@
 
 #include "cli/program.h"
 
-// The commands of docs/first-hour.md do what the text says.
+// The commands of docs/first-hour.md, and after them those of docs/from-other-tools.md, do what the
+// texts say.
 
 namespace {
 
@@ -23,23 +24,36 @@ std::vector<std::string> commandsOf(const std::string& document) {
   return commands;
 }
 
+ProgramResult runLine(const std::string& command, const std::string& folder) {
+  EXPECT_THAT(command, testing::ContainsRegex("^(mirel|mkdir|cp) "));
+  const std::string programs = std::filesystem::path(MIREL_PROGRAM).parent_path().string();
+  ProgramResult result =
+      runProgram("/bin/sh", {"-c", "PATH='" + programs + "':$PATH; " + command}, folder);
+  EXPECT_EQ(result.status, 0) << command << "\n" << result.err;
+  return result;
+}
+
 }  // namespace
 
 TEST(FirstHour, everyCommandWorksInTheOrderOfTheText) {
   const TemporaryFolder folder;
   const std::vector<std::string> commands = commandsOf(MIREL_FIRST_HOUR);
   ASSERT_GE(commands.size(), 7U);
-  const std::string programs = std::filesystem::path(MIREL_PROGRAM).parent_path().string();
-  std::string messages;
-  for (const std::string& command : commands) {
-    ASSERT_TRUE(command.starts_with("mirel ")) << command;
-    const ProgramResult result =
-        runProgram("/bin/sh", {"-c", "PATH='" + programs + "':$PATH; " + command}, folder.file(""));
-    EXPECT_EQ(result.status, 0) << command << "\n" << result.err;
-    messages = result.err;
-  }
-  EXPECT_THAT(messages, testing::StartsWith("Warning: CHECK THE SIGN"));
+  ProgramResult last;
+  for (const std::string& command : commands) last = runLine(command, folder.file(""));
+  EXPECT_THAT(last.err, testing::StartsWith("Warning: CHECK THE SIGN"));
   EXPECT_TRUE(fileExists(folder.file("pair.png")));
   EXPECT_TRUE(
       fileExists(folder.file("out/sub-phantom_task-rest_dir-AP_desc-corrected_bold.nii.gz")));
+
+  const std::vector<std::string> further = commandsOf(MIREL_FROM_OTHER_TOOLS);
+  ASSERT_GE(further.size(), 12U);
+  for (const std::string& command : further) {
+    last = runLine(command, folder.file(""));
+    EXPECT_THAT(last.err, testing::Not(testing::HasSubstr("Warning"))) << command;
+    if (command.find("--reference out/") != std::string::npos) {
+      EXPECT_THAT(last.err, testing::HasSubstr("the sign is right"));
+    }
+  }
+  EXPECT_THAT(last.out, testing::HasSubstr("correlation 1.0000"));
 }
