@@ -3,6 +3,7 @@
 
 #include "cli/applyfield.h"
 #include "cli/command.h"
+#include "cli/inputimage.h"
 #include "host/hosterror.h"
 #include "host/mapfile.h"
 #include "host/outputs.h"
@@ -76,13 +77,11 @@ int runApply(const Options& options, const std::string& pluginFile) {
   return reportOutputs(outputs) ? exitSuccess : exitFailure;
 }
 
-/// The map of a pair of projects, for images on their grid.
+/// For images, which the plugin does not know.
 correct::GivenMap givenMap(const Options& options) {
-  const Map map = readMapFile(options.map);
   correct::GivenMap given;
   given.file = options.map;
-  given.shift = Volume<float>(map.header.dimX, map.header.dimY, map.header.dimZ);
-  given.shift.copyData(map.values.data());
+  given.shift = readDisplacement(options.map);
   given.axis = options.rllr ? 0 : 1;
   return given;
 }
@@ -106,7 +105,8 @@ void addApplyCommand(CLI::App& app, Program& program) {
   CLI::Option* map =
       command
           ->add_option("--vdm", options->map,
-                       "The map to apply (shifts in voxels), for projects and images of its grid")
+                       "The map to apply (shifts in voxels), for projects and images of its grid;\n"
+                       "for images it may be a NIfTI image, too")
           ->type_name("A_vdm.map");
   command
       ->add_option("RUN", options->files,

@@ -1,13 +1,12 @@
 #include "series/field.h"
 
-#include <algorithm>
-#include <cmath>
 #include <filesystem>
 #include <iostream>
 #include <memory>
 
 #include "bids/sidecar.h"
 #include "cli/command.h"
+#include "cli/inputimage.h"
 #include "cli/numbers.h"
 #include "host/hosterror.h"
 #include "host/mapfile.h"
@@ -75,14 +74,10 @@ void mapToField(const Options& options, const nifti::Header& header) {
   if (!nifti::hasNiftiName(options.output))
     throw HostError("a field is written as a NIfTI image; " + options.output +
                     " ends with neither .nii nor .nii.gz");
-  const Map map = readMapFile(options.mapFile);
-  Volume<float> shift(map.header.dimX, map.header.dimY, map.header.dimZ);
-  shift.copyData(map.values.data());
+  const Volume<float> shift = readDisplacement(options.mapFile);
   if (shift.dimensions() != header.dims)
     throw HostError(options.mapFile + " has " + describe(shift.dimensions()) + " voxels, but " +
                     options.reference + " has " + describe(header.dims));
-  if (!std::all_of(map.values.begin(), map.values.end(), [](float v) { return std::isfinite(v); }))
-    throw HostError(options.mapFile + " has voxels that are NaN or infinite");
   const Acquisition acquisition = acquisitionOf(options, header);
   series::writeField(series::fieldFromShift(shift, series::gridOf(header), acquisition.direction,
                                             acquisition.readoutSeconds, options.mapFile),
@@ -127,7 +122,9 @@ void addFieldCommand(CLI::App& app, Program& program) {
   CLI::App* command = app.add_subcommand("field", description);
   const auto options = std::make_shared<Options>();
   CLI::Option* fromMap =
-      command->add_option("--from-map", options->mapFile, "The map to turn into a field")
+      command
+          ->add_option("--from-map", options->mapFile,
+                       "The map to turn into a field: a .map, or a NIfTI image (shifts in voxels)")
           ->type_name("A_vdm.map");
   CLI::Option* toMap = command
                            ->add_option("--to-map", options->fieldFile,

@@ -1,7 +1,5 @@
 #include "correct/applyfield.h"
 
-#include <algorithm>
-#include <cmath>
 #include <filesystem>
 
 #include "bids/checksum.h"
@@ -143,11 +141,7 @@ class Job {
   }
 
   void read() {
-    if (!options.map)
-      field = series::readField(options.fieldFile);
-    else if (const Volume<float>& map = options.map->shift; !std::all_of(
-                 map.data(), map.data() + map.size(), [](float v) { return std::isfinite(v); }))
-      throw nifti::Error(options.map->file + " has voxels that are NaN or infinite");
+    if (!options.map) field = series::readField(options.fieldFile);
     if (field.nonFinite > 0)
       report.warnings.push_back(options.fieldFile + " has " + std::to_string(field.nonFinite) +
                                 " NaN or infinite voxel(s), which count as 0 Hz");

@@ -13,7 +13,7 @@ namespace correct {
 /// A displacement map for the grid of the series.
 struct GivenMap {
   std::string file;
-  Volume<float> shift;  ///< voxels along `axis`, applied forward
+  Volume<float> shift;  ///< voxels along `axis`, applied forward; finite
   int axis = 1;         ///< 0, 1, 2
 };
 

@@ -82,6 +82,21 @@ TEST_F(ApplyMap, takesTheOptionsForImages) {
   EXPECT_FALSE(record["Mirel"]["Series"].contains("PhaseEncodingDirection"));
 }
 
+TEST_F(ApplyMap, theMapMayBeAnImage) {
+  ASSERT_EQ(apply({run, "-o", folder.file("a.nii")}).status, 0);
+  const std::string image = folder.file("d.nii.gz");
+  nifti::Header one = header;
+  one.volumes = 1;
+  writeImage(image, one, [](int) { return smoothShift(dims); });
+  ASSERT_EQ(
+      runMirel({"apply", "--vdm", image, run, "-o", folder.file("b.nii"), "--threads", "2"}).status,
+      0);
+  EXPECT_EQ(niftifiles::readText(folder.file("a.nii")), niftifiles::readText(folder.file("b.nii")));
+  const ProgramResult series = runMirel({"apply", "--vdm", run, run, "-o", folder.file("c.nii")});
+  EXPECT_EQ(series.status, 1);
+  EXPECT_THAT(series.err, HasSubstr("a displacement map has one"));
+}
+
 TEST_F(ApplyMap, aMapOfTheWrongSignIsSaidLoudly) {
   ASSERT_EQ(apply({run, "-o", folder.file("truth.nii")}).status, 0);
   Map map = readMapFile(vdm);

@@ -53,6 +53,18 @@ TEST_F(FieldCommand, aMapBecomesHz) {
   EXPECT_EQ(nifti::Reader(field).header().type, nifti::DataType::float32);
 }
 
+TEST_F(FieldCommand, aMapThatIsAnImageDoes) {
+  ASSERT_EQ(toField({"--pe", "j-", "--readout", "0.05"}).status, 0);
+  const std::string expected = niftifiles::readText(field);
+  const std::string image = folder.file("d.nii");
+  writeImage(image, headerOf(dims, affine), [](int) { return smoothShift(dims); });
+  ASSERT_EQ(runMirel({"field", "--from-map", image, "--reference", reference, "--pe", "j-",
+                      "--readout", "0.05", "-o", field})
+                .status,
+            0);
+  EXPECT_EQ(niftifiles::readText(field), expected);
+}
+
 TEST_F(FieldCommand, andBack) {
   ASSERT_EQ(toField({"--pe", "j-", "--readout", "0.05"}).status, 0);
   const std::string back = folder.file("b_vdm.map");
@@ -100,6 +112,7 @@ TEST_F(FieldCommand, otherDimensionsAndNaNAreRefused) {
   map.values[3] = NAN;
   writeMapFile(mapFile, map);
   EXPECT_THAT(toField({"--pe", "j", "--readout", "0.05"}).err, HasSubstr("NaN"));
+  map.values[3] = 0;
   map.header.dimX = 4;
   map.values.resize(96);
   writeMapFile(mapFile, map);
