@@ -112,20 +112,25 @@ void brain() {
   const Placed magnitude = readPlaced(folder + "/fmap/sub-01_magnitude1.nii.gz");
   const Mask brainMask = eroded(maskAbove(resampledTo(pair.first, inside), 0.5), 1);
   const Mask head = maskAbove(resampledTo(pair.first, magnitude), headThreshold(magnitude.image));
+  Mask headWithField = head;
+  for (int i = 0; i < head.size(); ++i) headWithField.data()[i] &= measured.data()[i] != 0.0f;
   const float readout = static_cast<float>(pair.readoutSeconds);
-  std::printf("brain: %d voxels in the brain, %d in the head; ", count(brainMask), count(head));
+  std::printf("brain: %d voxels in the brain, %d in the head, %d of them with a measured field; ",
+              count(brainMask), count(head), count(headWithField));
   printScale(pair);
   std::printf(
       "| variant | pair in the head | with modulation | in the brain | rms Hz | rms voxels |"
-      " r with the measured field | s |\n|---|---|---|---|---|---|---|---|\n");
+      " r with the measured field | rms Hz in the head | rms voxels | s |\n"
+      "|---|---|---|---|---|---|---|---|---|---|\n");
   const auto print = [&](const char* name, const Volume<float>& vdm, double seconds) {
     const Volume<float> hz = vdm * (-1.0f / readout);
     const double rms = rmsDifference(hz, measured, brainMask);
-    std::printf("| %s | %.3f | %.3f | %.3f | %.2f | %.3f | %.3f | %.1f |\n", name,
+    const double inHead = rmsDifference(hz, measured, headWithField);
+    std::printf("| %s | %.3f | %.3f | %.3f | %.2f | %.3f | %.3f | %.2f | %.3f | %.1f |\n", name,
                 correctedCorrelation(pair, vdm, false, head),
                 correctedCorrelation(pair, vdm, true, head),
                 correctedCorrelation(pair, vdm, true, brainMask), rms, rms * readout,
-                correlation(hz, measured, brainMask), seconds);
+                correlation(hz, measured, brainMask), inHead, inHead * readout, seconds);
     std::fflush(stdout);
   };
   print("uncorrected", Volume<float>(measured.dimensions(), 0.0f), 0);
