@@ -109,7 +109,10 @@ int runCorrect(Options options) {
   if (!options.quiet) tell(report);
   for (const std::string& warning : report.warnings) hostSession().console.warn(warning);
   if (options.json)
-    std::cout << correct::summaryOf(report).dump(2) << "\n";
+    // File names need not be UTF-8.
+    std::cout << correct::summaryOf(report).dump(2, ' ', false,
+                                                 correct::Json::error_handler_t::replace)
+              << "\n";
   else
     for (const std::string& file : report.outputs) std::cout << file << "\n";
   return exitSuccess;

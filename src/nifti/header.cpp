@@ -157,6 +157,13 @@ Header fromLibrary(const nifti_image& image, int version) {
   }
   h.repetitionTimeSeconds =
       std::fmax(0, finiteOr(image.pixdim[4], 0)) * secondsPerUnit(image.time_units);
+  h.slices = {image.freq_dim,
+              image.phase_dim,
+              image.slice_dim,
+              image.slice_code,
+              image.slice_start,
+              image.slice_end,
+              std::fmax(0, finiteOr(image.slice_duration, 0)) * secondsPerUnit(image.time_units)};
   h.intentCode = image.intent_code;
   h.qformCode = image.qform_code;
   h.sformCode = image.sform_code;
@@ -240,6 +247,13 @@ ImagePointer toLibrary(const Header& h, int version) {
   image->scl_slope = h.slope;
   image->scl_inter = h.inter;
   image->intent_code = h.intentCode;
+  image->freq_dim = h.slices.frequencyAxis;
+  image->phase_dim = h.slices.phaseAxis;
+  image->slice_dim = h.slices.sliceAxis;
+  image->slice_code = h.slices.code;
+  image->slice_start = h.slices.first;
+  image->slice_end = h.slices.last;
+  image->slice_duration = h.slices.durationSeconds;
   image->qform_code = h.qformCode;
   image->sform_code = h.sformCode;
   image->quatern_b = h.qform.b;

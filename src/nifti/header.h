@@ -41,6 +41,17 @@ struct Quaternion {
   bool operator==(const Quaternion&) const = default;
 };
 
+/// How the format itself describes the acquisition of slices; carried from image to image as it is.
+struct SliceOrder {
+  /// Frequency, phase and slice axis: 1, 2, 3, or 0 where it is not said.
+  int frequencyAxis = 0, phaseAxis = 0, sliceAxis = 0;
+  /// 1 sequential up, 2 down, 3 alternating up, ...; 0 where it is not said.
+  int code = 0;
+  std::int64_t first = 0, last = 0;
+  double durationSeconds = 0;
+  bool operator==(const SliceOrder&) const = default;
+};
+
 struct Header {
   /// 1 or 2. A grid with a side beyond 32767 is written as 2 whatever is asked for.
   int version = 1;
@@ -56,6 +67,7 @@ struct Header {
   /// in a file that contradicts itself.
   glm::dvec3 voxelSizeMm{1, 1, 1};
   double repetitionTimeSeconds = 0;
+  SliceOrder slices;
   /// 0: the form is absent; 1: scanner, 2: aligned, 3 and 4: template coordinates.
   int qformCode = 0;
   int sformCode = 0;

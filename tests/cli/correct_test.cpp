@@ -273,6 +273,33 @@ TEST_F(CorrectCommand, quietSaysNothingAndJsonIsAllOfStandardOutput) {
   EXPECT_GT(summary["pairCorrelation"]["after"], summary["pairCorrelation"]["before"]);
 }
 
+TEST_F(CorrectCommand, namesThatAreNotUtf8AreNoObstacle) {
+  const std::string name = file("sub-\xe4_epi.nii.gz");
+  std::filesystem::copy(ap(), name);
+  const ProgramResult result = runMirel({"correct", name, pa(), "--pe-a", "j-", "--readout", "0.04",
+                                         "--fast", "--json", "--quiet", "-o", out()});
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(nlohmann::json::parse(result.out)["a"]["direction"], "j-");
+  EXPECT_EQ(jsonOf(out("sub-\xe4_desc-corrected_epi.json"))["Mirel"]["Inputs"].size(), 2U);
+}
+
+TEST_F(CorrectCommand, theSlicesOfASeriesStayAsTheyAreDescribed) {
+  const std::string series = file("run.nii.gz");
+  nifti::Reader bold(input("sub-phantom_task-rest_dir-AP_bold.nii.gz"));
+  nifti::Header header = bold.header();
+  header.volumes = 1;
+  header.slices = {1, 2, 3, 3, 0, header.dims.z - 1, 0.07};
+  nifti::Writer writer(series, header);
+  writer.write(bold.readVolume(0));
+  writer.finish();
+  ASSERT_EQ(correct({"--fast", "--apply", series, "--apply-pe", "j-"}).status, 0);
+  const nifti::SliceOrder kept = nifti::Reader(out("run_desc-corrected.nii.gz")).header().slices;
+  EXPECT_EQ(kept.code, 3);
+  EXPECT_EQ(kept.sliceAxis, 3);
+  EXPECT_EQ(kept.last, header.dims.z - 1);
+  EXPECT_NEAR(kept.durationSeconds, 0.07, 1e-6);
+}
+
 TEST_F(CorrectCommand, aDescriptionOfTheDatasetThatIsThereIsKept) {
   std::filesystem::create_directory(out());
   std::ofstream(out("dataset_description.json")) << "{\"Name\": \"mine\"}";

@@ -70,6 +70,17 @@ TEST(ImageWrite, ComesBackInEveryTypeVersionAndCompression) {
       }
 }
 
+TEST(ImageWrite, SliceOrderComesBack) {
+  for (const int version : {1, 2}) {
+    TempFolder folder;
+    nifti::Header header = smallHeader(DataType::int16);
+    header.version = version;
+    header.slices = {1, 2, 3, 5, 0, 1, 0.75};
+    writeRamps(folder.file("a.nii"), header);
+    EXPECT_EQ(nifti::Reader(folder.file("a.nii")).header().slices, header.slices);
+  }
+}
+
 TEST(ImageWrite, ScaledSamplesComeBack) {
   TempFolder folder;
   nifti::Header header = smallHeader(DataType::int16);
