@@ -231,6 +231,12 @@ void addCorrectCommand(CLI::App& app, Program& program) {
   command->add_flag("--quiet", options->quiet, "Say nothing but warnings and errors");
   command->add_flag("--json", options->json,
                     "Print a summary as JSON instead of the names of the files written");
-  command->callback(
-      [options, &program] { program.action = [options] { return runCorrect(*options); }; });
+  command->callback([options, &program] {
+    const bool searchOptions =
+        options->ssd || options->ncc || options->ic || options->noIc || options->fast;
+    if (options->estimator == nameOf(correct::Estimator::massPreserving) && searchOptions)
+      throw CLI::ExcludesError("--estimator mass-preserving",
+                               "--ssd, --ncc, --ic, --no-ic and --fast, which are of the search");
+    program.action = [options] { return runCorrect(*options); };
+  });
 }

@@ -183,6 +183,11 @@ std::string nonFiniteSentence(const std::string& in, std::int64_t count) {
                      : " values that are NaN or infinite; they count as 0");
 }
 
+std::string foldedSentence(const std::string& in, std::int64_t count) {
+  return "the map folds at " + std::to_string(count) + (count == 1 ? " voxel" : " voxels") +
+         " of each volume of " + in + ": no signal belongs there, and 0 is written";
+}
+
 std::string clampedSentence(const std::string& in, std::int64_t count, nifti::DataType type) {
   return std::to_string(count) + (count == 1 ? " voxel" : " voxels") + " of " + in +
          (count == 1 ? ", corrected, exceeds" : ", corrected, exceed") +
@@ -215,6 +220,8 @@ SeriesReport correctSeries(const std::string& in, const Volume<float>& shift,
       throw nifti::Error(in + " holds no image: every value is NaN or infinite");
     report.warnings.push_back(nonFiniteSentence(in, report.nonFinite));
   }
+  if (report.folded > 0 && options.modulation == Modulation::on)
+    report.warnings.push_back(foldedSentence(in, report.folded));
   if (report.clamped > 0)
     report.warnings.push_back(clampedSentence(in, report.clamped, report.header.type));
   writer.finish();

@@ -200,6 +200,7 @@ TEST_F(CorrectFaults, optionsThatMakeNoSense) {
                                                   {"--threads", "0"},
                                                   {"--estimator", "none"},
                                                   {"--ssd", "--ncc"},
+                                                  {"--estimator", "mass-preserving", "--fast"},
                                                   {"--ic", "--no-ic"},
                                                   {"--mean", "0"},
                                                   {"--intensity-scale", "-1"}}) {

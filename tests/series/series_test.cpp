@@ -220,6 +220,19 @@ TEST_F(Series, ValuesBeyondTheTypeAreCountedWithAWarning) {
   EXPECT_THAT(correct(folder.file("in.nii"), options).warnings, ElementsAre());
 }
 
+TEST_F(Series, FoldsAreSaidWhereTheyShow) {
+  shift = Volume<float>(dims, 0.0f);
+  shift.at(4, 6, 3) = 4;
+  const std::string in = write("in.nii");
+  EXPECT_THAT(correct(in).warnings, ElementsAre());
+  SeriesOptions options;
+  options.modulation = Modulation::on;
+  const SeriesReport report = correct(in, options);
+  EXPECT_EQ(report.folded, 1);
+  EXPECT_THAT(report.warnings, ElementsAre(HasSubstr("folds at 1 voxel of each volume of " + in)));
+  EXPECT_EQ(nifti::Reader(folder.file("out.nii.gz")).readVolume(2).at(4, 7, 3), 0.0f);
+}
+
 TEST_F(Series, BadInputsAreOneSentenceAndNoFile) {
   const std::string in = write("in.nii.gz");
   writeImage(folder.file("nan.nii"), header, [](int) { return Volume<float>(dims, NAN); });
