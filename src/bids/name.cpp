@@ -31,7 +31,10 @@ std::string capitalised(std::string word) {
 }  // namespace
 
 Name Name::of(const std::string& imageFile) {
-  const std::string stem = std::filesystem::path(nifti::niftiStem(imageFile)).filename().string();
+  return ofStem(std::filesystem::path(nifti::niftiStem(imageFile)).filename().string());
+}
+
+Name Name::ofStem(const std::string& stem) {
   std::vector<std::string> parts = partsOf(stem);
   Name name;
   name.suffix = stem;

@@ -14,6 +14,8 @@ struct Name {
 
   /// Without folder and without .nii, .nii.gz.
   static Name of(const std::string& imageFile);
+  /// Of a name that has neither folder nor extension.
+  static Name ofStem(const std::string& stem);
 
   bool isStructured() const { return !entities.empty(); }
   std::string text() const;

@@ -25,6 +25,20 @@ std::string textOfNumber(double value) {
   return text;
 }
 
+nlohmann::json readObject(const std::string& name) {
+  const auto fail = [&](const std::string& fault) { throw Error(name + " " + fault); };
+  std::error_code failure;
+  if (fs::is_directory(name, failure)) fail("is a directory, not a JSON file");
+  std::ifstream is(name, std::ios::binary);
+  if (!is) fail(std::string("cannot be opened: ") + std::strerror(errno));
+  if (fs::file_size(name, failure) > largestSidecar || failure)
+    fail("is no sidecar: it is larger than 16 MB, or no ordinary file");
+  nlohmann::json object = nlohmann::json::parse(is, nullptr, /*allow_exceptions=*/false);
+  if (object.is_discarded()) fail("is not valid JSON");
+  if (!object.is_object()) fail("is JSON, but not an object with named fields");
+  return object;
+}
+
 }  // namespace
 
 std::string nameOf(ReadoutSource source) {
@@ -41,35 +55,46 @@ std::string nameOf(ReadoutSource source) {
   return "option";
 }
 
-Sidecar::Sidecar(const std::string& fileName) : name(fileName) {
-  std::error_code failure;
-  if (fs::is_directory(name, failure)) fail("is a directory, not a JSON file");
-  std::ifstream is(name, std::ios::binary);
-  if (!is) fail(std::string("cannot be opened: ") + std::strerror(errno));
-  if (fs::file_size(name, failure) > largestSidecar || failure)
-    fail("is no sidecar: it is larger than 16 MB, or no ordinary file");
-  content = nlohmann::json::parse(is, nullptr, /*allow_exceptions=*/false);
-  if (content.is_discarded()) fail("is not valid JSON");
-  if (!content.is_object()) fail("is JSON, but not an object with named fields");
+std::string sourceText(const Readout& readout) {
+  return nameOf(readout.source) + (readout.file.empty() ? "" : " in " + readout.file);
 }
 
-void Sidecar::fail(const std::string& fault) const { throw Error(name + " " + fault); }
+Sidecar::Sidecar(const std::string& fileName) : Sidecar(std::vector<std::string>{fileName}) {}
+
+Sidecar::Sidecar(const std::vector<std::string>& fileNames) : names(fileNames) {
+  for (const std::string& name : names) {
+    const nlohmann::json object = readObject(name);
+    content.update(object);
+    for (const auto& field : object.items()) origins[field.key()] = name;
+  }
+}
+
+std::string Sidecar::title() const {
+  std::string farther;
+  for (std::size_t n = names.size() - 1; n-- > 0;)
+    farther += (farther.empty() ? "" : ", ") + names[n];
+  return names.back() + (farther.empty() ? "" : " (with " + farther + ")");
+}
+
+void Sidecar::fail(const std::string& field, const std::string& fault) const {
+  throw Error(fileOf(field) + " has a field " + field + " " + fault);
+}
 
 std::optional<series::PhaseEncodingDirection> Sidecar::phaseEncoding() const {
-  const auto field = content.find("PhaseEncodingDirection");
+  const char* name = "PhaseEncodingDirection";
+  const auto field = content.find(name);
   if (field == content.end()) return std::nullopt;
-  if (!field->is_string()) fail("has a PhaseEncodingDirection that is not a text");
-  return series::parsePhaseEncoding(field->get<std::string>(), name);
+  if (!field->is_string()) fail(name, "that is not a text");
+  return series::parsePhaseEncoding(field->get<std::string>(), fileOf(name));
 }
 
 std::optional<double> Sidecar::seconds(const char* field) const {
   const auto found = content.find(field);
   if (found == content.end()) return std::nullopt;
-  if (!found->is_number()) fail(std::string("has a ") + field + " that is not a number");
+  if (!found->is_number()) fail(field, "that is not a number");
   const double value = found->get<double>();
   if (!std::isfinite(value) || value <= 0)
-    fail(std::string("has a ") + field + " of " + textOfNumber(value) +
-         ", which is not a positive time");
+    fail(field, "of " + textOfNumber(value) + ", which is not a positive time");
   return value;
 }
 
@@ -78,9 +103,12 @@ std::string Sidecar::contradictionOf(double totalReadoutTime, int lines) const {
   if (spacing == content.end() || !spacing->is_number()) return {};
   const double bySpacing = spacing->get<double>() * (lines - 1.0);
   if (std::abs(bySpacing - totalReadoutTime) <= largestContradiction * totalReadoutTime) return {};
-  return name + " contradicts itself: its TotalReadoutTime is " + textOfNumber(totalReadoutTime) +
-         " s, but its EffectiveEchoSpacing times (lines - 1) is " + textOfNumber(bySpacing) +
-         " s; the former is taken";
+  const std::string& one = fileOf("TotalReadoutTime");
+  const std::string& other = fileOf("EffectiveEchoSpacing");
+  return (one == other ? one + " contradicts itself" : one + " contradicts " + other) +
+         ": its TotalReadoutTime is " + textOfNumber(totalReadoutTime) + " s, but " +
+         (one == other ? "its" : "the latter's") + " EffectiveEchoSpacing times (lines - 1) is " +
+         textOfNumber(bySpacing) + " s; the TotalReadoutTime is taken";
 }
 
 std::optional<Readout> Sidecar::readout(int lines) const {
@@ -97,9 +125,9 @@ std::optional<Readout> Sidecar::readout(int lines) const {
   for (const auto& candidate : candidates)
     if (const std::optional<double> value = seconds(candidate.field)) {
       const double time = *value * candidate.factor;
-      checkReadout(time,
-                   "the total readout time by " + std::string(candidate.field) + " in " + name);
-      Readout result{time, candidate.source};
+      checkReadout(time, "the total readout time by " + std::string(candidate.field) + " in " +
+                             fileOf(candidate.field));
+      Readout result{time, candidate.source, fileOf(candidate.field)};
       if (candidate.source == ReadoutSource::totalReadoutTime)
         result.contradiction = contradictionOf(time, lines);
       return result;

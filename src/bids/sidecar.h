@@ -1,8 +1,10 @@
 #pragma once
 
+#include <map>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "series/phaseencoding.h"
 
@@ -25,28 +27,44 @@ std::string nameOf(ReadoutSource source);
 struct Readout {
   double seconds = 0;
   ReadoutSource source = ReadoutSource::option;
-  /// A sentence when another field of the sidecar says something else; empty otherwise.
+  /// The sidecar that has the field; empty for an option.
+  std::string file = {};
+  /// A sentence when another field says something else; empty otherwise.
   std::string contradiction = {};
 };
+
+/// For messages: "TotalReadoutTime in sub-01_epi.json"; nameOf(source) without a file.
+std::string sourceText(const Readout& readout);
 
 /// Readout times outside this range are refused: they are not in seconds.
 inline constexpr double shortestReadout = 0.0005;
 inline constexpr double longestReadout = 1.0;
 
-/// The JSON file that describes an image.
+/// What the JSON files that describe an image say: one file, or several of which a nearer one
+/// overrides the farther ones field by field (inheritance.h finds them).
 ///
-/// Errors  bids::Error, naming the file: it is a directory, cannot be read or is larger than
+/// Errors  bids::Error, naming the file that the value is from: it is a directory, cannot be read
+/// or is larger than
 ///         16 MB; it is not JSON, or no JSON object; a field that is asked for has a wrong type
 ///         or an impossible value.
 class Sidecar {
  public:
   explicit Sidecar(const std::string& fileName);
 
-  const std::string& fileName() const { return name; }
+  /// Of several files, the farthest first; at least one.
+  explicit Sidecar(const std::vector<std::string>& fileNames);
+
+  const std::vector<std::string>& fileNames() const { return names; }
+  /// The file that a field is from; throws std::out_of_range when no file has it.
+  const std::string& fileOf(const std::string& field) const { return origins.at(field); }
+  /// What messages about a missing field call it: "near.json", "near.json (with far.json)".
+  std::string title() const;
   const nlohmann::json& json() const { return content; }
 
   /// The field PhaseEncodingDirection; nothing when it is missing.
   std::optional<series::PhaseEncodingDirection> phaseEncoding() const;
+  /// The file that has it.
+  const std::string& phaseEncodingFile() const { return fileOf("PhaseEncodingDirection"); }
 
   /// The total readout time of an image with `lines` voxels along the phase-encoding axis, by the
   /// first of these fields that is there; nothing without any of them:
@@ -57,7 +75,7 @@ class Sidecar {
   ///   EstimatedEffectiveEchoSpacing * (lines - 1)
   ///
   /// When TotalReadoutTime and EffectiveEchoSpacing are both there and differ by more than a tenth,
-  /// `contradiction` says so.
+  /// `contradiction` says so, whether they are from one file or from two.
   ///
   /// Source  Brain Imaging Data Structure, MRI fields for spatial encoding: EffectiveEchoSpacing
   ///         is the readout time divided by the lines of the reconstructed image less one, with
@@ -67,13 +85,14 @@ class Sidecar {
  private:
   std::optional<double> seconds(const char* field) const;
   std::string contradictionOf(double totalReadoutTime, int lines) const;
-  [[noreturn]] void fail(const std::string& fault) const;
+  [[noreturn]] void fail(const std::string& field, const std::string& fault) const;
 
-  std::string name;
-  nlohmann::json content;
+  std::vector<std::string> names;
+  nlohmann::json content = nlohmann::json::object();
+  std::map<std::string, std::string> origins;
 };
 
-/// The name of the sidecar that belongs to an image: run1.json for run1.nii.gz.
+/// The name of an image's own sidecar: run1.json for run1.nii.gz.
 std::string sidecarName(const std::string& imageFile);
 
 /// Throws bids::Error, calling the time `what`, unless it is a number between `shortestReadout`

@@ -1,0 +1,85 @@
+#include "bids/inheritance.h"
+
+#include <algorithm>
+#include <filesystem>
+
+#include "bids/error.h"
+#include "bids/name.h"
+
+namespace bids {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr const char* descriptionFile = "dataset_description.json";
+
+bool isDatasetRoot(const fs::path& folder) {
+  std::error_code ignored;
+  return fs::exists(folder / descriptionFile, ignored);
+}
+
+/// From the dataset's root down to `own`, which is absolute; `own` alone outside datasets.
+std::vector<fs::path> foldersDownTo(const fs::path& own) {
+  std::vector<fs::path> folders = {own};
+  while (!isDatasetRoot(folders.back())) {
+    const fs::path above = folders.back().parent_path();
+    if (above == folders.back()) return {own};
+    folders.push_back(above);
+  }
+  std::reverse(folders.begin(), folders.end());
+  return folders;
+}
+
+bool applies(const fs::path& file, const Name& image) {
+  if (file.extension() != ".json") return false;
+  const Name name = Name::ofStem(file.stem().string());
+  return name.suffix == image.suffix &&
+         std::all_of(name.entities.begin(), name.entities.end(), [&](const auto& entity) {
+           return std::find(image.entities.begin(), image.entities.end(), entity) !=
+                  image.entities.end();
+         });
+}
+
+/// Links that lead nowhere count, too: reading them fails and says so.
+std::vector<fs::path> applicableIn(const fs::path& folder, const Name& image) {
+  std::error_code failure;
+  fs::directory_iterator entries(folder, failure);
+  if (failure)
+    throw Error(folder.string() + " cannot be searched for sidecars: " + failure.message());
+  std::vector<fs::path> files;
+  for (const fs::directory_entry& entry : entries)
+    if (applies(entry.path(), image)) files.push_back(entry.path());
+  std::sort(files.begin(), files.end());
+  return files;
+}
+
+}  // namespace
+
+std::vector<std::string> applicableSidecars(const std::string& imageFile) {
+  const fs::path image(imageFile);
+  const auto shown = [&](const fs::path& file) {
+    return (image.is_absolute() ? file : file.lexically_proximate(fs::current_path())).string();
+  };
+  const Name name = Name::of(imageFile);
+  std::vector<std::string> sidecars;
+  // By the letters of its path: data sets are full of links to files that are kept elsewhere.
+  for (const fs::path& folder :
+       foldersDownTo(fs::absolute(image).lexically_normal().parent_path())) {
+    const std::vector<fs::path> files = applicableIn(folder, name);
+    if (files.size() > 1)
+      throw Error(shown(files[0]) + " and " + shown(files[1]) + " both describe " + imageFile +
+                  ": of the sidecars in one folder only one may apply to an image");
+    for (const fs::path& file : files) sidecars.push_back(shown(file));
+  }
+  return sidecars;
+}
+
+std::optional<Sidecar> findSidecar(const std::string& imageFile, const std::string& given) {
+  if (!given.empty()) return Sidecar(given);
+  const std::vector<std::string> files = applicableSidecars(imageFile);
+  if (files.empty()) return std::nullopt;
+  return Sidecar(files);
+}
+
+}  // namespace bids

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "bids/sidecar.h"
+
+/// Which sidecars describe an image: one may stand higher up in a dataset and describe many.
+namespace bids {
+
+/// The sidecars that apply to an image, the farthest first. They are looked for in every folder
+/// from the dataset's root down to the image's own; the root is the nearest folder, the image's
+/// own or one above it, with a dataset_description.json. Without one only the image's own folder
+/// counts. A .json file applies when its name has the image's suffix and every entity in its name
+/// has the same value in the image's name:
+///
+///   /task-rest_bold.json, /bold.json, /sub-01/sub-01_bold.json
+///
+/// apply to /sub-01/func/sub-01_task-rest_bold.nii.gz, though the first two not together: at most
+/// one file of a folder may apply. Names are relative to the working folder when the image's is.
+///
+/// Errors  bids::Error: two files of one folder apply (it names both); a folder cannot be listed.
+/// Source  Brain Imaging Data Structure 1.8, "The Inheritance Principle".
+std::vector<std::string> applicableSidecars(const std::string& imageFile);
+
+/// The sidecar `given` alone; with an empty name those that apply to the image (above), or nothing
+/// when none does. Errors: those of applicableSidecars and of Sidecar.
+std::optional<Sidecar> findSidecar(const std::string& imageFile, const std::string& given = {});
+
+}  // namespace bids
