@@ -56,7 +56,7 @@ void tell(const correct::ApplyFieldReport& report, bool withSigns) {
     if (run.readout)
       std::fprintf(stderr, "phase encoding %s (%s), readout %.6g s (%s)%s\n",
                    series::nameOf(run.direction).c_str(), run.directionSource.c_str(),
-                   run.readout->seconds, nameOf(run.readout->source).c_str(),
+                   run.readout->seconds, sourceText(*run.readout).c_str(),
                    run.resampledField ? ", field resampled to its grid" : "");
     else
       std::fprintf(stderr, "displaced along %s by %s\n", series::nameOf(run.direction).c_str(),
@@ -104,7 +104,8 @@ ImageCommandOptions addApplyFieldOptions(CLI::App* command, ApplyFieldArguments&
       ->check(refuseNotPositive);
   command
       ->add_option("--sidecar", arguments.sidecar,
-                   "With --field: sidecar of RUN (default: RUN's name with .json)")
+                   "With --field: the only sidecar of RUN (default: those that apply to it by the\n"
+                   "BIDS inheritance principle, like RUN's name with .json)")
       ->needs(field)
       ->type_name("FILE");
   forImages(command->add_flag("--modulate", arguments.modulate,

@@ -66,8 +66,7 @@ std::string acquisition(const series::PhaseEncodingDirection& direction, const s
                         const std::optional<bids::Readout>& readout) {
   std::string text = series::nameOf(direction) + " (" + source + ")";
   if (readout)
-    text +=
-        ", readout " + number("%.6g", readout->seconds) + " s (" + nameOf(readout->source) + ")";
+    text += ", readout " + number("%.6g", readout->seconds) + " s (" + sourceText(*readout) + ")";
   return text;
 }
 
@@ -172,9 +171,13 @@ void addAcquisitionOptions(CLI::App* command, Options& options) {
           "Total readout time of A and B in s (default: the sidecars')");
   seconds("--readout-b", options.readoutB, "The same of B, where it differs");
   seconds("--apply-readout", options.runReadout, "The same of every RUN (default: its sidecar's)");
-  command->add_option("--sidecar-a", job.a.sidecar, "Sidecar of A (default: A's name with .json)")
+  command
+      ->add_option("--sidecar-a", job.a.sidecar,
+                   "The only sidecar of A (default: those that apply, like A's name with .json)")
       ->type_name("FILE");
-  command->add_option("--sidecar-b", job.b.sidecar, "Sidecar of B (default: B's name with .json)")
+  command
+      ->add_option("--sidecar-b", job.b.sidecar,
+                   "The only sidecar of B (default: those that apply, like B's name with .json)")
       ->type_name("FILE");
 }
 

@@ -1,10 +1,9 @@
 #include "series/field.h"
 
-#include <filesystem>
 #include <iostream>
 #include <memory>
 
-#include "bids/sidecar.h"
+#include "bids/inheritance.h"
 #include "cli/command.h"
 #include "cli/inputimage.h"
 #include "cli/numbers.h"
@@ -35,13 +34,12 @@ struct Acquisition {
   double readoutSeconds = 0;
 };
 
-/// Options first, then the sidecar of the reference.
+/// Options first, then the sidecars of the reference.
 Acquisition acquisitionOf(const Options& options, const nifti::Header& header) {
   std::optional<bids::Sidecar> sidecar;
-  const std::string beside = bids::sidecarName(options.reference);
   const bool wanted = options.direction.empty() || !(options.readoutSeconds > 0);
-  if (wanted && nifti::hasNiftiName(options.reference) && std::filesystem::exists(beside))
-    sidecar.emplace(beside);
+  if (wanted && nifti::hasNiftiName(options.reference))
+    sidecar = bids::findSidecar(options.reference);
   Acquisition result;
   if (!options.direction.empty()) {
     result.direction = series::parsePhaseEncoding(options.direction, "--pe");

@@ -1,8 +1,7 @@
 #include "cli/imagereport.h"
 
-#include <filesystem>
-
-#include "bids/sidecar.h"
+#include "bids/inheritance.h"
+#include "correct/records.h"
 #include "host/datasummary.h"
 #include "nifti/geometry.h"
 #include "nifti/image.h"
@@ -17,14 +16,17 @@ Json jsonOf(const glm::dmat4& m) {
   return rows;
 }
 
-Json sidecarReport(const std::string& fileName, glm::ivec3 dims) {
-  const bids::Sidecar sidecar(fileName);
-  Json report = {{"file", fileName}};
+Json sidecarReport(const bids::Sidecar& sidecar, glm::ivec3 dims) {
+  Json report = {{"file", correct::oneOrList(sidecar.fileNames())}};
   const auto direction = sidecar.phaseEncoding();
   report["phaseEncodingDirection"] = direction ? Json(series::nameOf(*direction)) : Json();
+  if (direction) report["phaseEncodingDirectionFile"] = sidecar.phaseEncodingFile();
   const auto readout = sidecar.readout(dims[direction ? direction->axis : 1]);
   report["totalReadoutTimeMs"] = readout ? Json(readout->seconds * 1000) : Json();
-  if (readout) report["totalReadoutTimeSource"] = nameOf(readout->source);
+  if (readout) {
+    report["totalReadoutTimeSource"] = nameOf(readout->source);
+    report["totalReadoutTimeFile"] = readout->file;
+  }
   return report;
 }
 
@@ -72,11 +74,10 @@ Json imageReport(const std::string& fileName) {
   std::vector<std::string> warnings;
   if (image.header().sformCode <= 0 && image.header().qformCode <= 0)
     warnings.push_back(fileName + " has no orientation: its axes are taken as they are stored");
-  const std::string beside = bids::sidecarName(fileName);
   report["sidecar"] = nullptr;
   try {
-    if (std::filesystem::exists(beside))
-      report["sidecar"] = sidecarReport(beside, image.header().dims);
+    if (const auto sidecar = bids::findSidecar(fileName))
+      report["sidecar"] = sidecarReport(*sidecar, image.header().dims);
   } catch (const std::exception& failure) {
     warnings.push_back(failure.what());
   }

@@ -4,6 +4,7 @@
 
 #include "bids/checksum.h"
 #include "bids/error.h"
+#include "bids/inheritance.h"
 #include "bids/name.h"
 #include "correct/outputfolder.h"
 #include "correct/records.h"
@@ -30,19 +31,19 @@ struct Target {
   std::string warp;  ///< the same for the displacement field; empty: none
 };
 
-void readAcquisition(SeriesInput& input, const std::optional<bids::Sidecar>& sidecar,
-                     const std::string& beside) {
+void readAcquisition(SeriesInput& input, const std::optional<bids::Sidecar>& sidecar) {
   const ImageOptions& options = input.options;
   const auto missing = [&](const std::string& field, const std::string& option) {
-    return bids::Error((sidecar ? beside + " has no " + field
-                                : options.file + " has no sidecar " + beside + " with a " + field) +
+    return bids::Error((sidecar ? sidecar->title() + " has no " + field
+                                : options.file + " has no sidecar " +
+                                      bids::sidecarName(options.file) + " with a " + field) +
                        "; give it with " + option);
   };
   const auto stated =
       sidecar && options.direction.empty() ? sidecar->phaseEncoding() : std::nullopt;
   if (options.direction.empty() && !stated) throw missing("PhaseEncodingDirection", "--pe");
   input.direction = stated ? *stated : series::parsePhaseEncoding(options.direction, "--pe");
-  input.directionSource = stated ? beside : "option";
+  input.directionSource = stated ? sidecar->phaseEncodingFile() : "option";
   if (options.readoutSeconds > 0) {
     bids::checkReadout(options.readoutSeconds, "the readout time given for " + options.file);
     input.readout = bids::Readout{options.readoutSeconds, bids::ReadoutSource::option};
@@ -68,18 +69,11 @@ SeriesInput readInput(const ImageOptions& options, const std::optional<GivenMap>
   SeriesInput input;
   input.options = options;
   input.header = nifti::Reader(options.file).header();
-  const std::string beside =
-      options.sidecar.empty() ? bids::sidecarName(options.file) : options.sidecar;
-  std::optional<bids::Sidecar> sidecar;
-  if (!options.sidecar.empty() || fs::exists(beside)) {
-    sidecar.emplace(beside);
-    input.sidecarFile = beside;
-    input.keptFields = keptFieldsOf(*sidecar);
-  }
+  const std::optional<bids::Sidecar> sidecar = readSidecars(input);
   if (map)
     takeMap(input, *map);
   else
-    readAcquisition(input, sidecar, beside);
+    readAcquisition(input, sidecar);
   input.gradientFiles = gradientFilesOf(options.file);
   return input;
 }
@@ -166,7 +160,7 @@ class Job {
     if (!options.reference.empty()) files.push_back(options.reference);
     for (const SeriesInput& input : inputs) {
       files.push_back(input.options.file);
-      if (!input.sidecarFile.empty()) files.push_back(input.sidecarFile);
+      files.insert(files.end(), input.sidecarFiles.begin(), input.sidecarFiles.end());
       files.insert(files.end(), input.gradientFiles.begin(), input.gradientFiles.end());
     }
     for (std::size_t s = 0; s < inputs.size(); ++s) {
@@ -198,7 +192,7 @@ class Job {
 
     SeriesResult result;
     result.file = input.options.file;
-    result.sidecarFile = input.sidecarFile;
+    result.sidecarFiles = input.sidecarFiles;
     result.output = image;
     result.direction = input.direction;
     result.directionSource = input.directionSource;
@@ -232,7 +226,7 @@ class Job {
     else
       warnings.push_back(
           "CHECK THE SIGN of " +
-          (input.sidecarFile == input.directionSource ? input.sidecarFile : input.options.file) +
+          (input.directionSource == "option" ? input.options.file : input.directionSource) +
           ": with " + series::nameOf(input.direction) + " the series agrees less with " +
           options.reference + " than with " + series::nameOf(input.direction.opposite()));
   }

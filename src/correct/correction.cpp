@@ -59,15 +59,19 @@ Names namesOf(const PairInput& pair, const std::vector<SeriesInput>& inputs) {
   return names;
 }
 
+void gather(std::vector<std::string>& all, const std::vector<std::string>& more) {
+  all.insert(all.end(), more.begin(), more.end());
+}
+
 std::vector<std::string> inputFiles(const PairInput& pair, const std::vector<SeriesInput>& inputs) {
-  std::vector<std::string> files = {pair.a.options.file, pair.b.options.file, pair.a.sidecarFile,
-                                    pair.b.sidecarFile};
+  std::vector<std::string> files = {pair.a.options.file, pair.b.options.file};
+  gather(files, pair.a.sidecarFiles);
+  gather(files, pair.b.sidecarFiles);
   for (const SeriesInput& input : inputs) {
     files.push_back(input.options.file);
-    files.push_back(input.sidecarFile);
-    files.insert(files.end(), input.gradientFiles.begin(), input.gradientFiles.end());
+    gather(files, input.sidecarFiles);
+    gather(files, input.gradientFiles);
   }
-  std::erase(files, std::string());
   return files;
 }
 
@@ -172,10 +176,6 @@ void writePair(PairWriter& writer, const Names& names, const CorrectionReport& r
   }
   writer.warp(names.warpA, estimate.shift, pair.a.title());
   writer.warp(names.warpB, estimate.shift * -1.0f, pair.b.title());
-}
-
-void gather(std::vector<std::string>& all, const std::vector<std::string>& more) {
-  all.insert(all.end(), more.begin(), more.end());
 }
 
 void copyGradients(OutputFolder& folder, const std::string& name,

@@ -25,7 +25,8 @@ struct CorrectionOptions {
 
 /// What was found and done about one series.
 struct SeriesResult {
-  std::string file, sidecarFile, output;
+  std::string file, output;
+  std::vector<std::string> sidecarFiles;  ///< the farthest first
   series::PhaseEncodingDirection direction;
   std::string directionSource;
   std::optional<bids::Readout> readout;

@@ -127,9 +127,9 @@ double fastAgreement(const PairInput& pair, int axis, const PairEstimate& estima
 
 std::string sidecarsOf(const PairInput& pair) {
   const auto source = [](const InputImage& image) {
-    return image.sidecarFile.empty() || image.directionSource == "option"
+    return image.sidecarFiles.empty() || image.directionSource == "option"
                ? "the direction given for " + image.options.file
-               : image.sidecarFile;
+               : image.directionSource;
   };
   return source(pair.a) + " and " + source(pair.b);
 }

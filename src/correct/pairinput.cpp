@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
-#include <filesystem>
 
 #include "bids/error.h"
+#include "bids/inheritance.h"
 #include "nifti/error.h"
 #include "nifti/geometry.h"
 #include "nifti/image.h"
@@ -65,17 +65,14 @@ void checkImage(const Volume<float>& image, const std::string& title) {
                        text(static_cast<double>(image.min())));
 }
 
-// Fills in direction and readout of one image from options and sidecar, as far as they tell.
+// Fills in direction and readout of one image from options and sidecars, as far as they tell.
 bool readAcquisition(InputImage& image, const char* which) {
   const ImageOptions& options = image.options;
   const bool allGiven = !options.direction.empty() && options.readoutSeconds > 0;
-  const std::string sidecarFile =
-      options.sidecar.empty() ? bids::sidecarName(options.file) : options.sidecar;
   std::optional<bids::Sidecar> sidecar;
-  if (!options.sidecar.empty() || (!allGiven && std::filesystem::exists(sidecarFile))) {
-    sidecar.emplace(sidecarFile);
-    image.sidecarFile = sidecarFile;
-  }
+  if (!options.sidecar.empty() || !allGiven)
+    sidecar = bids::findSidecar(options.file, options.sidecar);
+  if (sidecar) image.sidecarFiles = sidecar->fileNames();
   const std::string letter = which;
   if (!options.direction.empty()) {
     image.direction = series::parsePhaseEncoding(options.direction, "--pe-" + letter);
@@ -83,10 +80,10 @@ bool readAcquisition(InputImage& image, const char* which) {
   } else if (sidecar) {
     const auto direction = sidecar->phaseEncoding();
     if (!direction)
-      throw bids::Error(sidecarFile + " has no PhaseEncodingDirection; give it with --pe-" +
+      throw bids::Error(sidecar->title() + " has no PhaseEncodingDirection; give it with --pe-" +
                         letter);
     image.direction = *direction;
-    image.directionSource = sidecarFile;
+    image.directionSource = sidecar->phaseEncodingFile();
   }
   if (options.readoutSeconds > 0) {
     bids::checkReadout(options.readoutSeconds, "the readout time given for " + options.file);
@@ -94,7 +91,7 @@ bool readAcquisition(InputImage& image, const char* which) {
   } else if (sidecar) {
     image.readout = sidecar->readout(image.header.dims[image.direction.axis]);
     if (!image.readout)
-      throw bids::Error(sidecarFile +
+      throw bids::Error(sidecar->title() +
                         " has neither TotalReadoutTime nor EffectiveEchoSpacing; give the total "
                         "readout time in seconds with --readout");
   }
@@ -183,8 +180,9 @@ void settleReadout(PairInput& pair) {
     throw bids::Error("a readout time is given, but the phase-encoding directions of " + a.title() +
                       " and " + b.title() + " are not known; give them with --pe-a and --pe-b");
   if (!a.readout || !b.readout) {
-    (a.readout ? b : a).readout = (a.readout ? a : b).readout;
-    pair.notes.push_back((a.sidecarFile.empty() ? a : b).options.file +
+    InputImage& unknown = a.readout ? b : a;
+    unknown.readout = (a.readout ? a : b).readout;
+    pair.notes.push_back(unknown.options.file +
                          " has no readout time of its own: that of the other image is taken");
   }
   const double first = a.readout->seconds, second = b.readout->seconds;
@@ -201,9 +199,9 @@ void settleReadout(PairInput& pair) {
   pair.readoutSeconds = first == second ? first : 0.5 * (first + second);
   for (const InputImage* image : {&a, &b})
     if (image->readout->source == bids::ReadoutSource::estimated)
-      pair.notes.push_back("the readout time in " + image->sidecarFile +
-                           " is an estimate of the program that converted the images: the field "
-                           "in Hz is as good as that");
+      addOnce(pair.notes, "the readout time in " + image->readout->file +
+                              " is an estimate of the program that converted the images: the "
+                              "field in Hz is as good as that");
 }
 
 }  // namespace

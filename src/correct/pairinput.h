@@ -16,7 +16,7 @@ struct ImageOptions {
   std::string file;
   int volume = 0;             ///< counted from 0
   int meanOfFirst = 0;        ///< above 0: the mean of so many volumes, from `volume` on
-  std::string sidecar;        ///< empty: beside the image, if it is there
+  std::string sidecar;        ///< read alone; empty: those that apply (bids::applicableSidecars)
   std::string direction;      ///< "j-" and so on; empty: from the sidecar
   double readoutSeconds = 0;  ///< 0: from the sidecar
 };
@@ -31,8 +31,8 @@ struct InputImage {
   /// "assumed".
   std::string directionSource;
   std::optional<bids::Readout> readout;
-  /// The sidecar that was read; empty when none was.
-  std::string sidecarFile;
+  /// The sidecars that were read, the farthest first; empty when none was.
+  std::vector<std::string> sidecarFiles;
 
   /// What messages call it: the file, with the volume if it has several.
   std::string title() const;
@@ -51,15 +51,15 @@ struct PairInput {
 
 /// Reads both images and what is to be known about them, and checks that they are a pair.
 ///
-///   direction   the option, else the sidecar's PhaseEncodingDirection. Where one image has
+///   direction   the option, else the sidecars' PhaseEncodingDirection. Where one image has
 ///               neither option nor sidecar it is the opposite of the other's; where both have
 ///               none, the axis j is assumed, without readout times.
-///   readout     the option, else the sidecar (bids::Sidecar::readout); an image without either
+///   readout     the option, else the sidecars (bids::Sidecar::readout); an image without either
 ///               has the other one's.
 ///
 /// Errors  one sentence that names the file and the fault (nifti::Error, bids::Error): those of
 ///         the readers; a volume that is not there; fewer than 4 voxels along an axis; voxels
-///         that are not finite; a constant image; a sidecar without the fields; two times the
+///         that are not finite; a constant image; sidecars without the fields; two times the
 ///         same image; other dimensions or another place (by more than a twentieth of a voxel);
 ///         the same direction or another axis; readout times that differ by more than 1 %
 ///         (a warning if both were given as options: then their mean counts).

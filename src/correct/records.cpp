@@ -8,25 +8,33 @@ namespace {
 
 Json readoutRecord(const std::optional<bids::Readout>& readout) {
   if (!readout) return nullptr;
-  return {{"Seconds", readout->seconds}, {"Source", nameOf(readout->source)}};
+  Json record = {{"Seconds", readout->seconds}, {"Source", nameOf(readout->source)}};
+  if (!readout->file.empty()) record["File"] = readout->file;
+  return record;
+}
+
+void addSidecars(Json& record, const std::vector<std::string>& files) {
+  if (files.empty()) return;
+  std::vector<std::string> sums;
+  for (const std::string& file : files) sums.push_back(bids::sha256Of(file));
+  record["Sidecar"] = oneOrList(files);
+  record["SidecarSHA256"] = oneOrList(sums);
 }
 
 void addAcquisition(Json& record, const series::PhaseEncodingDirection& direction,
                     const std::string& directionSource, const std::optional<bids::Readout>& readout,
-                    const std::string& sidecarFile) {
+                    const std::vector<std::string>& sidecarFiles) {
   record["PhaseEncodingDirection"] = series::nameOf(direction);
   record["PhaseEncodingDirectionSource"] = directionSource;
   if (readout) record["TotalReadoutTime"] = readoutRecord(readout);
-  if (sidecarFile.empty()) return;
-  record["Sidecar"] = sidecarFile;
-  record["SidecarSHA256"] = bids::sha256Of(sidecarFile);
+  addSidecars(record, sidecarFiles);
 }
 
 Json recordOf(const InputImage& image) {
   Json record = {{"File", image.options.file}, {"SHA256", bids::sha256Of(image.options.file)}};
   if (image.header.volumes > 1) record["Volume"] = image.options.volume;
   if (image.options.meanOfFirst > 1) record["MeanOfVolumes"] = image.options.meanOfFirst;
-  addAcquisition(record, image.direction, image.directionSource, image.readout, image.sidecarFile);
+  addAcquisition(record, image.direction, image.directionSource, image.readout, image.sidecarFiles);
   return record;
 }
 
@@ -57,7 +65,17 @@ const char* verdictName(series::SignCheck::Verdict verdict) {
   return "undecided";
 }
 
+Json readoutSummary(const bids::Readout& readout) {
+  Json summary = {{"seconds", readout.seconds}, {"source", nameOf(readout.source)}};
+  if (!readout.file.empty()) summary["file"] = readout.file;
+  return summary;
+}
+
 }  // namespace
+
+Json oneOrList(const std::vector<std::string>& names) {
+  return names.size() == 1 ? Json(names.front()) : Json(names);
+}
 
 Json recordOf(const CorrectionOptions& options, const PairInput& pair,
               const PairEstimate& estimate) {
@@ -73,7 +91,7 @@ Json recordOf(const CorrectionOptions& options, const PairInput& pair,
 Json recordOf(const SeriesResult& result) {
   Json record = {{"File", result.file}, {"SHA256", bids::sha256Of(result.file)}};
   addAcquisition(record, result.direction, result.directionSource, result.readout,
-                 result.sidecarFile);
+                 result.sidecarFiles);
   record["FieldResampled"] = result.resampledField;
   record["SignCheck"] = {{"Verdict", verdictName(result.signs.verdict)},
                          {"AsGiven", result.signs.asGiven},
@@ -108,9 +126,7 @@ Json summaryOf(const CorrectionReport& report) {
     json[key] = {{"file", image->options.file},
                  {"direction", series::nameOf(image->direction)},
                  {"directionSource", image->directionSource}};
-    if (image->readout)
-      json[key]["readout"] = {{"seconds", image->readout->seconds},
-                              {"source", nameOf(image->readout->source)}};
+    if (image->readout) json[key]["readout"] = readoutSummary(*image->readout);
   }
   json["intensityScale"] = estimate.intensityScale;
   json["foregroundThreshold"] = estimate.threshold;
@@ -130,9 +146,7 @@ Json summaryOf(const CorrectionReport& report) {
                   {"directionSource", result.directionSource},
                   {"fieldResampled", result.resampledField},
                   {"signCheck", verdictName(result.signs.verdict)}};
-    if (result.readout)
-      entry["readout"] = {{"seconds", result.readout->seconds},
-                          {"source", nameOf(result.readout->source)}};
+    if (result.readout) entry["readout"] = readoutSummary(*result.readout);
     json["series"].push_back(entry);
   }
   json["outputs"] = report.outputs;

@@ -10,6 +10,9 @@ namespace correct {
 
 using Json = nlohmann::ordered_json;
 
+/// A name by itself, several as a list.
+Json oneOrList(const std::vector<std::string>& names);
+
 /// What every output's sidecar says about where it comes from: the program and its version, the
 /// inputs with their SHA-256 checksums and acquisition, and the options of the estimate.
 Json recordOf(const CorrectionOptions& options, const PairInput& pair,

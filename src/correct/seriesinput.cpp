@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "bids/error.h"
+#include "bids/inheritance.h"
 #include "correct/foreground.h"
 #include "nifti/error.h"
 #include "nifti/image.h"
@@ -24,23 +25,17 @@ constexpr const char* keptNames[] = {"RepetitionTime", "EchoTime", "FlipAngle",
 
 void readAcquisition(SeriesInput& input, const PairInput& pair) {
   const ImageOptions& options = input.options;
-  const std::string sidecarFile =
-      options.sidecar.empty() ? bids::sidecarName(options.file) : options.sidecar;
-  std::optional<bids::Sidecar> sidecar;
-  if (!options.sidecar.empty() || fs::exists(sidecarFile)) {
-    sidecar.emplace(sidecarFile);
-    input.sidecarFile = sidecarFile;
-    input.keptFields = keptFieldsOf(*sidecar);
-  }
+  const std::optional<bids::Sidecar> sidecar = readSidecars(input);
   if (!options.direction.empty()) {
     input.direction = series::parsePhaseEncoding(options.direction, "--apply-pe");
     input.directionSource = "option";
   } else if (sidecar) {
     const auto direction = sidecar->phaseEncoding();
     if (!direction)
-      throw bids::Error(sidecarFile + " has no PhaseEncodingDirection; give it with --apply-pe");
+      throw bids::Error(sidecar->title() +
+                        " has no PhaseEncodingDirection; give it with --apply-pe");
     input.direction = *direction;
-    input.directionSource = sidecarFile;
+    input.directionSource = sidecar->phaseEncodingFile();
   } else {
     input.direction = pair.a.direction;
     input.directionSource = "assumed";
@@ -55,7 +50,7 @@ void readAcquisition(SeriesInput& input, const PairInput& pair) {
   } else if (sidecar) {
     input.readout = sidecar->readout(input.header.dims[input.direction.axis]);
     if (!input.readout)
-      throw bids::Error(sidecarFile +
+      throw bids::Error(sidecar->title() +
                         " has neither TotalReadoutTime nor EffectiveEchoSpacing; give the total "
                         "readout time in seconds with --apply-readout");
   } else {
@@ -79,17 +74,20 @@ std::string percentText(double fraction) {
 
 std::string sourceOf(const SeriesInput& input) {
   if (input.directionSource == "option") return "the direction given for " + input.options.file;
-  if (input.sidecarFile.empty()) return "the direction assumed for " + input.options.file;
-  return input.sidecarFile;
+  if (input.sidecarFiles.empty()) return "the direction assumed for " + input.options.file;
+  return input.directionSource;
 }
 
 }  // namespace
 
-nlohmann::ordered_json keptFieldsOf(const bids::Sidecar& sidecar) {
-  nlohmann::ordered_json fields = nlohmann::ordered_json::object();
+std::optional<bids::Sidecar> readSidecars(SeriesInput& input) {
+  std::optional<bids::Sidecar> sidecar =
+      bids::findSidecar(input.options.file, input.options.sidecar);
+  if (!sidecar) return sidecar;
+  input.sidecarFiles = sidecar->fileNames();
   for (const char* name : keptNames)
-    if (sidecar.json().contains(name)) fields[name] = sidecar.json()[name];
-  return fields;
+    if (sidecar->json().contains(name)) input.keptFields[name] = sidecar->json()[name];
+  return sidecar;
 }
 
 std::vector<std::string> gradientFilesOf(const std::string& imageFile) {
@@ -189,7 +187,7 @@ SeriesOutcome correctOneSeries(const SeriesInput& input, const CorrectionReport&
       outcome.warnings.push_back(doubt);
   SeriesResult& result = outcome.result;
   result.file = input.options.file;
-  result.sidecarFile = input.sidecarFile;
+  result.sidecarFiles = input.sidecarFiles;
   result.direction = input.direction;
   result.directionSource = input.directionSource;
   result.readout = input.readout;

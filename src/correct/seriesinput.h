@@ -15,10 +15,10 @@ struct SeriesInput {
   series::PhaseEncodingDirection direction;
   std::string directionSource;
   std::optional<bids::Readout> readout;
-  std::string sidecarFile;
+  std::vector<std::string> sidecarFiles;   ///< the farthest first
   bool sameGrid = false;                   ///< as the pair
   std::vector<std::string> gradientFiles;  ///< .bvec and .bval beside it, if they are there
-  /// Of its sidecar, for the corrected one's.
+  /// Of its sidecars, for the corrected one's.
   nlohmann::ordered_json keptFields = nlohmann::ordered_json::object();
   std::vector<std::string> notes, warnings;
 };
@@ -28,8 +28,9 @@ struct SeriesOutcome {
   std::vector<std::string> notes, warnings;
 };
 
-/// The fields of an image's sidecar that stay true of the corrected image.
-nlohmann::ordered_json keptFieldsOf(const bids::Sidecar& sidecar);
+/// Reads the sidecars of the image (bids::findSidecar) and takes down their names and the fields
+/// that stay true of the corrected image; nothing when there are none.
+std::optional<bids::Sidecar> readSidecars(SeriesInput& input);
 
 /// The gradient files (.bvec, .bval) that stand beside an image.
 std::vector<std::string> gradientFilesOf(const std::string& imageFile);
@@ -45,7 +46,7 @@ std::string headOffField(const Volume<float>& mean, const nifti::Header& header,
                          const std::string& file, const series::Grid& fieldGrid,
                          const std::string& fieldName);
 
-/// Reads header and sidecar of a series. A series without sidecar and options is taken to be
+/// Reads header and sidecars of a series. A series without sidecar and options is taken to be
 /// encoded as A is, with A's readout time; the sign check tells when that is wrong. Errors as in
 /// correctAll.
 SeriesInput readSeriesInput(const ImageOptions& options, const PairInput& pair);

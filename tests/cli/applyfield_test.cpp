@@ -69,9 +69,10 @@ TEST_F(ApplyField, correctsByTheSidecar) {
   const ProgramResult result = apply({"-o", out});
   ASSERT_EQ(result.status, 0) << result.err;
   EXPECT_EQ(result.out, corrected + "\n" + out + "/sub-1_desc-corrected_bold.json\n");
-  EXPECT_THAT(result.err,
-              HasSubstr("3 volumes, phase encoding j- (" + folder.file("sub-1_bold.json") +
-                        "), readout 0.05 s (TotalReadoutTime)"));
+  EXPECT_THAT(
+      result.err,
+      HasSubstr("3 volumes, phase encoding j- (" + folder.file("sub-1_bold.json") +
+                "), readout 0.05 s (TotalReadoutTime in " + folder.file("sub-1_bold.json") + ")"));
   nifti::Reader image(corrected);
   EXPECT_EQ(image.header().type, nifti::DataType::int16);
   EXPECT_EQ(image.header().volumes, 3);
@@ -100,6 +101,27 @@ TEST_F(ApplyField, optionsComeBeforeTheSidecar) {
   nifti::Reader image(corrected);
   EXPECT_EQ(image.header().type, nifti::DataType::float32);
   EXPECT_TRUE(image.readVolume(1) == expected(1, {2, 1}, 0.03, series::Modulation::on));
+}
+
+TEST_F(ApplyField, sidecarsHigherUpInTheDatasetCountToo) {
+  const std::string above = folder.file("bold.json"), own = folder.file("sub-1/sub-1_bold.json");
+  writeText(folder.file("dataset_description.json"), "{}");
+  writeText(above, R"({"PhaseEncodingDirection": "j", "TotalReadoutTime": 0.05})");
+  std::filesystem::create_directory(folder.file("sub-1"));
+  for (const char* name : {"sub-1_bold.nii.gz", "sub-1_bold.json"})
+    std::filesystem::rename(folder.file(name), folder.file("sub-1/" + std::string(name)));
+  writeText(own, R"({"PhaseEncodingDirection": "j-", "TaskName": "rest"})");
+  const ProgramResult result = apply({"-o", out}, folder.file("sub-1/sub-1_bold.nii.gz"));
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_THAT(result.err, HasSubstr("phase encoding j- (" + own +
+                                    "), readout 0.05 s (TotalReadoutTime in " + above + ")"));
+  const json record = json::parse(niftifiles::readText(out + "/sub-1_desc-corrected_bold.json"));
+  EXPECT_EQ(record["TaskName"], "rest");
+  const json& series = record["Mirel"]["Series"];
+  EXPECT_EQ(series["Sidecar"], json({above, own}));
+  EXPECT_EQ(series["SidecarSHA256"].size(), 2u);
+  EXPECT_EQ(series["PhaseEncodingDirectionSource"], own);
+  EXPECT_EQ(series["TotalReadoutTime"]["File"], above);
 }
 
 TEST_F(ApplyField, withoutASidecarOptionsAreEnough) {

@@ -110,6 +110,15 @@ TEST_F(CorrectFaults, sidecarsThatAreNotJsonOrLackFields) {
   EXPECT_THAT(fault(), AllOf(HasSubstr("opposite"), HasSubstr("bad.json")));
 }
 
+TEST_F(CorrectFaults, twoSidecarsInOneFolderThatApply) {
+  const std::string image = file("sub-1_epi.nii.gz");
+  fs::copy(bad, image);
+  for (const char* name : {"sub-1_epi.json", "epi.json"}) fs::copy(file("bad.json"), file(name));
+  EXPECT_THAT(sentenceOf(runMirel({"correct", image, pa(), "--quiet", "-o", out()})),
+              AllOf(HasSubstr(file("epi.json") + " and " + file("sub-1_epi.json")),
+                    HasSubstr("both describe " + image)));
+}
+
 TEST_F(CorrectFaults, aSeriesThatCannotBeCorrected) {
   const std::string series = file("run.nii.gz");
   fs::copy(input("sub-phantom_task-rest_dir-AP_bold.nii.gz"), series);

@@ -155,6 +155,40 @@ TEST_F(CorrectCommand, aWrongAxisIsSaidLoudly) {
   EXPECT_THAT(result.err, AllOf(HasSubstr("Warning: CHECK THE AXIS"), HasSubstr("along j")));
 }
 
+TEST_F(CorrectCommand, sidecarsHigherUpInTheDatasetCountToo) {
+  const auto write = [&](const std::string& name, const char* text) {
+    std::ofstream(file(name)) << text;
+    return file(name);
+  };
+  std::filesystem::create_directory(file("sub-1"));
+  write("dataset_description.json", "{}");
+  const std::string epi = write("epi.json", R"({"TotalReadoutTime": 0.04})");
+  const std::string one = write("sub-1/dir-AP_epi.json", R"({"PhaseEncodingDirection": "j-"})");
+  const std::string other = write("sub-1/dir-PA_epi.json", R"({"PhaseEncodingDirection": "j"})");
+  // The wrong sign, to be told of by the name of the file that says so.
+  const std::string bold =
+      write("bold.json", R"({"PhaseEncodingDirection": "j", "TotalReadoutTime": 0.04})");
+  write("sub-1/sub-1_bold.json", R"({"TaskName": "rest"})");
+  const std::string a = file("sub-1/sub-1_dir-AP_epi.nii.gz");
+  const std::string b = file("sub-1/sub-1_dir-PA_epi.nii.gz");
+  const std::string run = file("sub-1/sub-1_bold.nii.gz");
+  std::filesystem::copy(ap(), a);
+  std::filesystem::copy(pa(), b);
+  std::filesystem::copy(input("sub-phantom_task-rest_dir-AP_bold.nii.gz"), run);
+  const ProgramResult result =
+      runMirel({"correct", a, b, "--apply", run, "--fast", "--json", "-o", out()});
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_THAT(result.err,
+              AllOf(HasSubstr(a + ": phase encoding j- (" + one + "), readout 0.04 s (Total"),
+                    HasSubstr("TotalReadoutTime in " + epi + ")"),
+                    HasSubstr("CHECK THE SIGN in " + bold + ": it says j")));
+  EXPECT_EQ(nlohmann::json::parse(result.out)["a"]["readout"]["file"], epi);
+  const nlohmann::json record = jsonOf(out("sub-1_desc-corrected_bold.json"));
+  EXPECT_EQ(record["TaskName"], "rest");
+  EXPECT_EQ(record["Mirel"]["Inputs"][1]["Sidecar"], nlohmann::json({epi, other}));
+  EXPECT_EQ(record["Mirel"]["Series"]["PhaseEncodingDirectionSource"], bold);
+}
+
 TEST_F(CorrectCommand, withoutSidecarsItWorksInVoxels) {
   std::filesystem::copy(ap(), file("one.nii.gz"));
   std::filesystem::copy(pa(), file("two.nii.gz"));

@@ -87,6 +87,19 @@ TEST_F(FieldCommand, theSidecarOfTheReferenceIsUsed) {
   EXPECT_NEAR(series::readField(field).hz.at(2, 3, 1), smoothShift(dims).at(2, 3, 1) / 0.05f, 1e-4);
 }
 
+TEST_F(FieldCommand, sidecarsHigherUpInTheDatasetCountToo) {
+  niftifiles::writeText(folder.file("dataset_description.json"), "{}");
+  niftifiles::writeText(folder.file("epi.json"),
+                        R"({"PhaseEncodingDirection": "j", "TotalReadoutTime": 0.05})");
+  std::filesystem::create_directory(folder.file("sub-1"));
+  const std::string image = folder.file("sub-1/sub-1_epi.nii");
+  std::filesystem::rename(reference, image);
+  const ProgramResult result =
+      runMirel({"field", "--from-map", mapFile, "--reference", image, "-o", field});
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_NEAR(series::readField(field).hz.at(2, 3, 1), smoothShift(dims).at(2, 3, 1) / 0.05f, 1e-4);
+}
+
 TEST_F(FieldCommand, faultsAreOneSentenceAndLeaveNothing) {
   const auto before = folder.names();
   const auto refused = [&](const ProgramResult& result, const std::string& text) {

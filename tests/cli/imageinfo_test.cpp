@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <nlohmann/json.hpp>
 
 #include "cli/program.h"
@@ -51,6 +52,22 @@ TEST_F(ImageInfo, tellsAllInJson) {
   EXPECT_EQ(report["data"]["values"], 120);
   EXPECT_EQ(report["data"]["mean"], 20.0);
   EXPECT_EQ(report["warnings"], json::array());
+}
+
+TEST_F(ImageInfo, tellsOfSidecarsHigherUpInTheDataset) {
+  const std::string above = folder.file("epi.json"), own = folder.file("sub-1/sub-1_epi.json");
+  niftifiles::writeText(folder.file("dataset_description.json"), "{}");
+  niftifiles::writeText(above, R"({"TotalReadoutTime": 0.04})");
+  std::filesystem::create_directory(folder.file("sub-1"));
+  std::filesystem::rename(image, folder.file("sub-1/sub-1_epi.nii.gz"));
+  niftifiles::writeText(own, R"({"PhaseEncodingDirection": "j-"})");
+  const ProgramResult result = runMirel({"info", "--json", folder.file("sub-1/sub-1_epi.nii.gz")});
+  ASSERT_EQ(result.status, 0) << result.err;
+  const json sidecar = json::parse(result.out)["sidecar"];
+  EXPECT_EQ(sidecar["file"], json({above, own}));
+  EXPECT_EQ(sidecar["phaseEncodingDirectionFile"], own);
+  EXPECT_EQ(sidecar["totalReadoutTimeMs"], 40.0);
+  EXPECT_EQ(sidecar["totalReadoutTimeFile"], above);
 }
 
 TEST_F(ImageInfo, tellsItAsText) {

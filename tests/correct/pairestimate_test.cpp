@@ -71,8 +71,8 @@ TEST(PairEstimate, warnsOfAWrongAxis) {
   PairInput pair = smallPair();
   pair.a.direction = {0, -1};
   pair.b.direction = {0, 1};
-  pair.a.directionSource = pair.a.sidecarFile = "a.json";
-  pair.b.directionSource = pair.b.sidecarFile = "b.json";
+  pair.a.sidecarFiles = {"epi.json", pair.a.directionSource = "a.json"};
+  pair.b.sidecarFiles = {pair.b.directionSource = "b.json", "sub-1_epi.json"};
   EXPECT_THAT(estimatePairMap(pair, {}, noProgress).warnings,
               testing::Contains(testing::AllOf(HasSubstr("CHECK THE AXIS in a.json and b.json"),
                                                HasSubstr("i- and i,"), HasSubstr("along j"))));

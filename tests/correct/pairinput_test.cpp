@@ -86,7 +86,7 @@ TEST_F(PairFiles, optionsOverrideSidecars) {
   EXPECT_EQ(pair.axis(), 0);
   EXPECT_EQ(pair.a.directionSource, "option");
   EXPECT_EQ(pair.readoutSeconds, 0.03);
-  EXPECT_TRUE(pair.a.sidecarFile.empty());
+  EXPECT_THAT(pair.a.sidecarFiles, IsEmpty());
 }
 
 TEST_F(PairFiles, aNamedSidecarIsTaken) {
@@ -96,6 +96,31 @@ TEST_F(PairFiles, aNamedSidecarIsTaken) {
   EXPECT_EQ(series::nameOf(readPair(a, b).a.direction), "j");
   a.sidecar = folder.file("none.json");
   EXPECT_THAT(fault(), HasSubstr("none.json cannot be opened"));
+}
+
+TEST_F(PairFiles, sidecarsHigherUpInTheDatasetCountToo) {
+  const std::string root = folder.file("epi.json");
+  sidecar("dataset_description", "{}");
+  sidecar("epi", R"({"EstimatedTotalReadoutTime": 0.03})");
+  for (auto [image, direction] : {std::pair{&a, "j-"}, std::pair{&b, "j"}}) {
+    const std::string name = std::string("sub-1/sub-1_dir-") + (image == &a ? "AP" : "PA") + "_epi";
+    std::filesystem::create_directories(folder.file("sub-1"));
+    std::filesystem::rename(image->file, folder.file(name + ".nii"));
+    image->file = folder.file(name + ".nii");
+    sidecar(name, std::string(R"({"PhaseEncodingDirection": ")") + direction + "\"}");
+  }
+  const std::string own = folder.file("sub-1/sub-1_dir-PA_epi.json");
+  const PairInput pair = readPair(a, b);
+  EXPECT_EQ(pair.readoutSeconds, 0.03);
+  EXPECT_EQ(pair.b.directionSource, own);
+  EXPECT_THAT(pair.b.sidecarFiles, ElementsAre(root, own));
+  EXPECT_THAT(pair.notes,
+              ElementsAre(HasSubstr("the readout time in " + root + " is an estimate")));
+  sidecar("epi", "{}");
+  EXPECT_THAT(fault(), HasSubstr("(with " + root + ") has neither TotalReadoutTime"));
+  // A sidecar that is named is used alone.
+  a.sidecar = own;
+  EXPECT_THAT(fault(), testing::StartsWith(own + " has neither"));
 }
 
 TEST_F(PairFiles, withoutSidecarsItIsVoxelsAndANoteSaysSo) {
