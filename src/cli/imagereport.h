@@ -3,7 +3,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-/// What `mirel info` tells about a NIfTI image: grid, orientation, storage, what its sidecar says
+/// What `mirel info` tells about a NIfTI image: grid, orientation, storage, what its sidecars say
 /// about phase encoding, and a summary of its data. Lengths in mm, times in ms.
 ///
 /// Errors   those of nifti::Reader; a sidecar that cannot be used is a warning in the report, as
