@@ -167,9 +167,10 @@ TEST_F(Dataset, faultsNameTheFileThatTheValueIsFrom) {
   const std::string middle = put("sub-01/bold.json", R"({"TotalReadoutTime": 50})");
   const std::string own = put("sub-01/func/sub-01_bold.json", R"({"EffectiveEchoSpacing": "1"})");
   const auto sidecar = bids::findSidecar(image);
+  ASSERT_TRUE(sidecar);
   EXPECT_EQ(sidecar->title(), own + " (with " + middle + ", " + root + ")");
   const auto readoutFault = [&] {
-    return failure([&] { static_cast<void>(bids::findSidecar(image)->readout(65)); });
+    return failure([&] { static_cast<void>(bids::findSidecar(image).value().readout(65)); });
   };
   EXPECT_THAT(failure([&] { static_cast<void>(sidecar->phaseEncoding()); }), StartsWith(root));
   EXPECT_THAT(readoutFault(), HasSubstr("TotalReadoutTime in " + middle + " is 50 s"));
@@ -183,7 +184,7 @@ TEST_F(Dataset, faultsNameTheFileThatTheValueIsFrom) {
 TEST_F(Dataset, aContradictionBetweenTwoFilesNamesBoth) {
   const std::string root = put("bold.json", R"({"TotalReadoutTime": 0.05})");
   const std::string own = put("sub-01/func/sub-01_bold.json", R"({"EffectiveEchoSpacing": 0.001})");
-  EXPECT_EQ(bids::findSidecar(image)->readout(65)->contradiction,
+  EXPECT_EQ(bids::findSidecar(image).value().readout(65)->contradiction,
             root + " contradicts " + own +
                 ": its TotalReadoutTime is 0.05 s, but the latter's EffectiveEchoSpacing times "
                 "(lines - 1) is 0.064 s; the TotalReadoutTime is taken");
