@@ -4,30 +4,30 @@
 
 namespace {
 
-// What one image's voxel shows at each trial: linear interpolation where the position lies
-// strictly between the first and the last row, else what it held before.
-std::vector<float> columnTrials(const Volume<float>& image, glm::ivec3 p, float displacement,
-                                const std::vector<float>& shifts, float sign, float held) {
+// The trials of one image's voxel, linear interpolation where the position lies strictly between
+// the first and the last row.
+void tryColumn(const Volume<float>& image, glm::ivec3 p, float displacement,
+               const std::vector<float>& shifts, float sign, float start, VoxelTrials& trials) {
   const int ny = image.ny();
-  std::vector<float> values;
-  for (const float shift : shifts) {
-    const float position = static_cast<float>(p.y) + (shift + displacement) * sign;
+  trials.start = start;
+  trials.held = shifts.size();
+  float value = start;
+  for (std::size_t i = 0; i < shifts.size(); ++i) {
+    const float position = static_cast<float>(p.y) + (shifts[i] + displacement) * sign;
     if (position > 0 && position < static_cast<float>(ny - 1)) {
       const int row0 = static_cast<int>(position);
       const int row1 = std::min(static_cast<int>(position + 1.0f), ny - 1);
       const float fraction = position - static_cast<float>(row0);
-      held = fraction * image.at(p.x, row1, p.z) + (1 - fraction) * image.at(p.x, row0, p.z);
+      value = fraction * image.at(p.x, row1, p.z) + (1 - fraction) * image.at(p.x, row0, p.z);
+      trials.held = std::min(trials.held, i);
     }
-    values.push_back(held);
+    trials.values[i] = value;
   }
-  return values;
-}
-
-bool sameTrials(const std::vector<float>& a, const std::vector<float>& b) {
-  return std::equal(a.begin(), a.end(), b.begin());
 }
 
 }  // namespace
+
+void VoxelTrials::setFound(float value) { std::fill_n(values.begin(), held, value); }
 
 TrialRing::TrialRing(const SearchImages& searched, const ConstantPattern& pattern,
                      const std::vector<float>& amplitudes, bool ssdCost, float foregroundThreshold,
@@ -58,6 +58,8 @@ TrialRing::TrialRing(const SearchImages& searched, const ConstantPattern& patter
     apScratch.push_back(scratch.data() + 2 * i * (nx + trialBlock));
     paScratch.push_back(apScratch.back() + nx + trialBlock);
   }
+  apVoxel.values.resize(shifts.size());
+  paVoxel.values.resize(shifts.size());
 }
 
 void TrialRing::loadSlice(int z) {
@@ -84,13 +86,14 @@ void TrialRing::loadRow(int y, int z) {
 // A voxel with positions outside: what later visits see, and whether the first sees something
 // else.
 void TrialRing::settleOutside(glm::ivec3 p) {
-  const VoxelTrials first = trialsOf(p, images.apUndistorted[p], images.paUndistorted[p]);
-  const VoxelTrials later = trialsOf(p, first.ap.back(), first.pa.back());
+  tryVoxel(p);
+  apVoxel.setFound(apVoxel.last());
+  paVoxel.setFound(paVoxel.last());
   for (std::size_t i = 0; i < shifts.size(); ++i) {
-    apScratch[i][p.x] = later.ap[i];
-    paScratch[i][p.x] = later.pa[i];
+    apScratch[i][p.x] = apVoxel.values[i];
+    paScratch[i][p.x] = paVoxel.values[i];
   }
-  if (sameTrials(first.ap, later.ap) && sameTrials(first.pa, later.pa)) return;
+  if (!apVoxel.firstVisitDiffers() && !paVoxel.firstVisitDiffers()) return;
   awaits[byteIndex(p)] = 1;
   ++awaiting[slot(p.z) * ny + static_cast<std::size_t>(p.y)];
 }
@@ -109,9 +112,11 @@ void TrialRing::storeRow(int y, int z) {
   }
 }
 
-VoxelTrials TrialRing::trialsOf(glm::ivec3 p, float heldAp, float heldPa) const {
-  return {columnTrials(images.ap, p, images.vdm[p], shifts, 1.0f, heldAp),
-          columnTrials(images.pa, p, images.vdm[p], shifts, -1.0f, heldPa)};
+// As the first visit sees it.
+void TrialRing::tryVoxel(glm::ivec3 p) {
+  const float displacement = images.vdm[p];
+  tryColumn(images.ap, p, displacement, shifts, 1.0f, images.apUndistorted[p], apVoxel);
+  tryColumn(images.pa, p, displacement, shifts, -1.0f, images.paUndistorted[p], paVoxel);
 }
 
 void TrialRing::takeFirstVisit(glm::ivec3 p) {
@@ -120,19 +125,22 @@ void TrialRing::takeFirstVisit(glm::ivec3 p) {
 }
 
 void TrialRing::placeFirstVisitValues(glm::ivec3 p) {
-  place(p, trialsOf(p, images.apUndistorted[p], images.paUndistorted[p]));
+  tryVoxel(p);
+  place(p);
 }
 
 void TrialRing::placeLaterValues(glm::ivec3 p) {
-  const VoxelTrials first = trialsOf(p, images.apUndistorted[p], images.paUndistorted[p]);
-  place(p, trialsOf(p, first.ap.back(), first.pa.back()));
+  tryVoxel(p);
+  apVoxel.setFound(apVoxel.last());
+  paVoxel.setFound(paVoxel.last());
+  place(p);
 }
 
-void TrialRing::place(glm::ivec3 p, const VoxelTrials& trials) {
+void TrialRing::place(glm::ivec3 p) {
   for (int i = 0; i < amplitudeCount(); ++i) {
     const std::size_t element = rowStart(i, p.y, p.z) + margin + static_cast<std::size_t>(p.x);
-    const float* ap = &trials.ap[static_cast<std::size_t>(i)];
-    const float* pa = &trials.pa[static_cast<std::size_t>(i)];
+    const float* ap = &apVoxel.values[static_cast<std::size_t>(i)];
+    const float* pa = &paVoxel.values[static_cast<std::size_t>(i)];
     if (useSsd) {
       squareDifferences(ap, pa, 1, squareRows.data() + element, variant);
     } else {

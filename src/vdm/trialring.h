@@ -5,9 +5,17 @@
 #include "vdm/trialkernels.h"
 #include "vdm/trialsearch.h"
 
-/// The values that the trials of one image voxel see, per amplitude, for AP and PA.
+/// What the trials of one image voxel see, per amplitude. Where the position of a trial is not
+/// strictly inside the image the voxel keeps what it held.
 struct VoxelTrials {
-  std::vector<float> ap, pa;
+  std::vector<float> values;
+  std::size_t held = 0;  ///< so many first trials see what was there before the visit
+  float start = 0;       ///< what the first visit finds
+
+  /// What the voxel holds after a visit, and later visits find.
+  float last() const { return held == values.size() ? start : values.back(); }
+  bool firstVisitDiffers() const { return held > 0 && !(start == last()); }
+  void setFound(float value);
 };
 
 /// The trial values of the slices that the windows of one slice's centres cover: a ring over z.
@@ -32,8 +40,10 @@ class TrialRing {
     return paRows.data() + rowStart(amplitude, y, z);
   }
 
-  /// Whether a visited voxel, holding the last amplitude's values, is foreground.
-  bool isForegroundOnceVisited(glm::ivec3 p) const { return foreground[byteIndex(p)] != 0; }
+  /// Per x, whether a visited voxel, holding the last amplitude's values, is foreground.
+  const unsigned char* foregroundOnceVisited(int y, int z) const {
+    return foreground.data() + byteIndex({0, y, z});
+  }
 
   /// Voxels that the first visit sees differently than later ones, until `takeFirstVisit`.
   bool rowAwaitsFirstVisit(int y, int z) const { return awaiting[slot(z) * ny + y] > 0; }
@@ -57,8 +67,8 @@ class TrialRing {
   void loadRow(int y, int z);
   void settleOutside(glm::ivec3 p);
   void storeRow(int y, int z);
-  VoxelTrials trialsOf(glm::ivec3 p, float heldAp, float heldPa) const;
-  void place(glm::ivec3 p, const VoxelTrials& trials);
+  void tryVoxel(glm::ivec3 p);
+  void place(glm::ivec3 p);
 
   const SearchImages& images;
   std::vector<float> shifts;  // pattern value times amplitude
@@ -74,4 +84,5 @@ class TrialRing {
   std::vector<float> scratch;
   std::vector<float*> apScratch, paScratch;
   std::vector<unsigned char> allInside;
+  VoxelTrials apVoxel, paVoxel;  // of the voxel tried last
 };

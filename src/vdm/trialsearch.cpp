@@ -30,6 +30,8 @@ class ConstantPatternSearch {
         ring(searched, pattern, tried, ssdCost, threshold, simdVariant),
         visits(dims, pattern.dims),
         best(static_cast<std::size_t>(dims.x), 0),
+        foregroundAtStart(best.size()),
+        oneCentre(best.size(), 0),
         voxelCount(static_cast<std::size_t>(dims.x) + trialBlock, 1.0f) {}
 
   void run(Volume<float>& updated, Volume<float>& weights) {
@@ -52,28 +54,26 @@ class ConstantPatternSearch {
 
  private:
   const std::vector<unsigned char>& visitRow(int y, int z) {
-    return visits.visitRow(y, z, [&](int x, bool covered) {
-      const glm::ivec3 p(x, y, z);
-      if (covered) return ring.isForegroundOnceVisited(p);
-      return images.apUndistorted[p] > foregroundThreshold ||
-             images.paUndistorted[p] > foregroundThreshold;
-    });
+    const float* apStart = &images.apUndistorted.at(0, y, z);
+    const float* paStart = &images.paUndistorted.at(0, y, z);
+    for (std::size_t x = 0; x < foregroundAtStart.size(); ++x)
+      foregroundAtStart[x] = apStart[x] > foregroundThreshold || paStart[x] > foregroundThreshold;
+    return visits.visitRow(y, z, foregroundAtStart.data(), ring.foregroundOnceVisited(y, z));
   }
 
   void searchRow(int y, int z, const std::vector<unsigned char>& visited) {
     collectRows(y, z);
     searchCentres(visited.data());
     if (!windowAwaitsFirstVisit(y, z)) return;
-    std::vector<unsigned char> one(visited.size(), 0);
     for (int x = 0; x < dims.x; ++x) {
       if (!visited[static_cast<std::size_t>(x)]) continue;
-      const std::vector<glm::ivec3> voxels = takeFirstVisits({x, y, z});
-      if (voxels.empty()) continue;
-      for (const glm::ivec3& p : voxels) ring.placeFirstVisitValues(p);
-      one[static_cast<std::size_t>(x)] = 1;
-      searchCentres(one.data());
-      one[static_cast<std::size_t>(x)] = 0;
-      for (const glm::ivec3& p : voxels) ring.placeLaterValues(p);
+      takeFirstVisits({x, y, z});
+      if (firstVisits.empty()) continue;
+      for (const glm::ivec3& p : firstVisits) ring.placeFirstVisitValues(p);
+      oneCentre[static_cast<std::size_t>(x)] = 1;
+      searchCentres(oneCentre.data());
+      oneCentre[static_cast<std::size_t>(x)] = 0;
+      for (const glm::ivec3& p : firstVisits) ring.placeLaterValues(p);
     }
   }
 
@@ -117,20 +117,19 @@ class ConstantPatternSearch {
     return false;
   }
 
-  // The voxels of a centre's window that this visit is the first to cover, and that show it
-  // other values than later visits.
-  std::vector<glm::ivec3> takeFirstVisits(glm::ivec3 centre) {
+  // Collects the voxels of a centre's window that this visit is the first to cover, and that show
+  // it other values than later visits.
+  void takeFirstVisits(glm::ivec3 centre) {
     const Range rz(centre.z, half.z, dims.z), ry(centre.y, half.y, dims.y),
         rx(centre.x, half.x, dims.x);
-    std::vector<glm::ivec3> voxels;
+    firstVisits.clear();
     for (int z = rz.first; z <= rz.last; ++z)
       for (int y = ry.first; y <= ry.last; ++y) {
         if (!ring.rowAwaitsFirstVisit(y, z)) continue;
         for (int x = rx.first; x <= rx.last; ++x)
-          if (ring.awaitsFirstVisit({x, y, z})) voxels.emplace_back(x, y, z);
+          if (ring.awaitsFirstVisit({x, y, z})) firstVisits.emplace_back(x, y, z);
       }
-    for (const glm::ivec3& p : voxels) ring.takeFirstVisit(p);
-    return voxels;
+    for (const glm::ivec3& p : firstVisits) ring.takeFirstVisit(p);
   }
 
   const SearchImages& images;
@@ -142,6 +141,8 @@ class ConstantPatternSearch {
   TrialRing ring;
   Visits visits;
   std::vector<int> best;
+  std::vector<unsigned char> foregroundAtStart, oneCentre;
+  std::vector<glm::ivec3> firstVisits;
   std::vector<float> voxelCount;
   int rowCount = 0;
   std::vector<const double*> squares;

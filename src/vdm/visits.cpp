@@ -24,8 +24,9 @@ Visits::Visits(glm::ivec3 imageDims, glm::ivec3 windowDims)
   for (Bytes& bytes : coveredRows) bytes.assign(static_cast<std::size_t>(nx), 0);
 }
 
-const std::vector<unsigned char>& Visits::visitRow(
-    int y, int z, const std::function<bool(int, bool)>& isForeground) {
+const std::vector<unsigned char>& Visits::visitRow(int y, int z,
+                                                   const unsigned char* foregroundAtStart,
+                                                   const unsigned char* foregroundOnceVisited) {
   if (z != currentSlice) startSlice(z);
   covered.assign(static_cast<std::size_t>(nx), 0);
   for (const Bytes& slice : coveredSlices)
@@ -35,9 +36,9 @@ const std::vector<unsigned char>& Visits::visitRow(
   visited.assign(static_cast<std::size_t>(nx), 0);
   int lastVisit = std::numeric_limits<int>::min() / 2;
   for (int x = 0; x < nx; ++x) {
-    const std::size_t i = static_cast<std::size_t>(x);
-    if (!isForeground(x, covered[i] != 0 || x - lastVisit <= half.x)) continue;
-    visited[i] = 1;
+    const bool isCovered = covered[static_cast<std::size_t>(x)] || x - lastVisit <= half.x;
+    if (!(isCovered ? foregroundOnceVisited : foregroundAtStart)[x]) continue;
+    visited[static_cast<std::size_t>(x)] = 1;
     lastVisit = x;
   }
   finishRow(y);

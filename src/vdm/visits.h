@@ -1,6 +1,5 @@
 #pragma once
 
-#include <functional>
 #include <glm/vec3.hpp>
 #include <vector>
 
@@ -10,11 +9,11 @@ class Visits {
  public:
   Visits(glm::ivec3 imageDims, glm::ivec3 windowDims);
 
-  /// Visits row y of slice z (rows in ascending order of z, then y).
-  /// @param isForeground  (x, covered): whether the voxel is foreground as it then stands
+  /// Visits row y of slice z (rows in ascending order of z, then y): per x, whether the voxel is
+  /// foreground decides, as it is while no visit has covered it and as it is afterwards.
   /// @return per x, 1 where the voxel is visited
-  const std::vector<unsigned char>& visitRow(int y, int z,
-                                             const std::function<bool(int, bool)>& isForeground);
+  const std::vector<unsigned char>& visitRow(int y, int z, const unsigned char* foregroundAtStart,
+                                             const unsigned char* foregroundOnceVisited);
 
  private:
   void startSlice(int z);
