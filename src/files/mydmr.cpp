@@ -98,9 +98,10 @@ void DMR::Save() {
   writeHeader([this](std::ostream& os) { PrintTo(os); });
   if (dwiData.empty()) return;
   writeData(dataFileName(".dwi"), "Failed opening for writing: ", [this](std::ostream& os) {
-    const SampleFormat format = sampleFormat();
+    SampleWriter samples(os, sampleFormat());
     for (const Volume<float>& volume : dwiData)
-      writeSamples(os, format, volume.data(), std::size_t(volume.size()));
+      samples.write(volume.data(), std::size_t(volume.size()));
+    samples.finish();
   });
 }
 

@@ -78,11 +78,12 @@ void FMR::Save() {
   writeHeader([this](std::ostream& os) { PrintTo(os); });
   if (stcData.empty()) return;
   writeData(dataFileName(".stc"), "Failed opening STC for writing: ", [this](std::ostream& os) {
-    const SampleFormat format = sampleFormat();
+    SampleWriter samples(os, sampleFormat());
     const auto sliceSize = std::size_t(ResolutionX.value()) * std::size_t(ResolutionY.value());
     for (std::size_t z = 0; z < std::size_t(NrOfSlices.value()); ++z)
       for (const Volume<float>& volume : stcData)
-        writeSamples(os, format, volume.data() + z * sliceSize, sliceSize);
+        samples.write(volume.data() + z * sliceSize, sliceSize);
+    samples.finish();
   });
 }
 

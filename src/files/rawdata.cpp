@@ -4,6 +4,7 @@
 #include <array>
 #include <bit>
 #include <cmath>
+#include <cstring>
 #include <istream>
 #include <ostream>
 
@@ -14,6 +15,8 @@ namespace {
 
 // Samples converted at a time: 32 KiB of int16, which stays in the first-level cache.
 constexpr std::size_t blockSamples = 16384;
+// Bytes written at a time, a multiple of every sample's size.
+constexpr std::size_t blockBytes = std::size_t{1} << 18;
 // A loop of fixed length is vectorised at -O2, one of unknown length is not.
 constexpr std::size_t lane = 64;
 
@@ -64,19 +67,30 @@ void readSamples(std::istream& is, SampleFormat format, float* dst, std::size_t 
   std::fill(dst + got, dst + n, 0.0F);
 }
 
-void writeSamples(std::ostream& os, SampleFormat format, const float* src, std::size_t n) {
-  if (format == SampleFormat::float32) {
-    os.write(reinterpret_cast<const char*>(src), static_cast<std::streamsize>(sizeof(float) * n));
+SampleWriter::SampleWriter(std::ostream& stream, SampleFormat sampleFormat)
+    : os(stream), format(sampleFormat), block(std::make_unique_for_overwrite<char[]>(blockBytes)) {}
+
+void SampleWriter::write(const float* src, std::size_t n) {
+  const std::size_t size = bytesPerSample(format);
+  if (format == SampleFormat::float32 && used == 0 && n * size >= blockBytes) {
+    os.write(reinterpret_cast<const char*>(src), static_cast<std::streamsize>(n * size));
     return;
   }
-  std::array<std::int16_t, blockSamples> block;
   for (std::size_t done = 0; done < n && os.good();) {
-    const std::size_t count = std::min(blockSamples, n - done);
-    wrapToInt16(src + done, block.data(), count);
-    os.write(reinterpret_cast<const char*>(block.data()),
-             static_cast<std::streamsize>(sizeof(std::int16_t) * count));
+    const std::size_t count = std::min((blockBytes - used) / size, n - done);
+    if (format == SampleFormat::float32)
+      std::memcpy(block.get() + used, src + done, count * size);
+    else
+      wrapToInt16(src + done, reinterpret_cast<std::int16_t*>(block.get() + used), count);
+    used += count * size;
     done += count;
+    if (used == blockBytes) finish();
   }
+}
+
+void SampleWriter::finish() {
+  os.write(block.get(), static_cast<std::streamsize>(used));
+  used = 0;
 }
 
 void wrapToInt16(const float* src, std::int16_t* dst, std::size_t n) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstring>
@@ -52,6 +53,16 @@ std::vector<float> readOneByOne(std::istream& is, SampleFormat format, std::size
     if (format == SampleFormat::float32) std::memcpy(&v, bytes, sizeof v);
   }
   return dst;
+}
+
+/// The bytes of all samples, handed over `step` at a time.
+std::string written(SampleFormat format, const std::vector<float>& src, std::size_t step) {
+  std::ostringstream os;
+  SampleWriter samples(os, format);
+  for (std::size_t i = 0; i < src.size(); i += step)
+    samples.write(src.data() + i, std::min(step, src.size() - i));
+  samples.finish();
+  return os.str();
 }
 
 std::vector<std::uint32_t> bitsOf(const std::vector<float>& values) {
@@ -106,9 +117,7 @@ TEST(Samples, SignedLittleEndianIntegers) {
 
 TEST(Samples, FloatsKeepTheirBits) {
   const std::vector<float> src{1.5F, -0.0F, nan, inf, 1e-40F, std::bit_cast<float>(0xFF800123U)};
-  std::ostringstream os;
-  writeSamples(os, SampleFormat::float32, src.data(), src.size());
-  std::istringstream is(os.str());
+  std::istringstream is(written(SampleFormat::float32, src, src.size()));
   std::vector<float> dst(src.size());
   readSamples(is, SampleFormat::float32, dst.data(), dst.size());
   EXPECT_EQ(bitsOf(dst), bitsOf(src));
@@ -119,9 +128,7 @@ TEST(Samples, BlocksAgreeWithOneByOneForEveryLengthOfAShortFile) {
   std::vector<float> src(n);
   for (std::size_t i = 0; i < n; ++i) src[i] = static_cast<float>(i % 4001) - 2000.0F;
   for (const SampleFormat format : formats) {
-    std::ostringstream os;
-    writeSamples(os, format, src.data(), n);
-    const std::string whole = os.str();
+    const std::string whole = written(format, src, n);
     ASSERT_EQ(whole.size(), n * bytesPerSample(format));
     std::vector<std::size_t> lengths{0, 1, 2, 3, 4, 5, 127, 128, 129, whole.size() / 2 + 1};
     for (std::size_t d = 0; d < 9; ++d) lengths.push_back(whole.size() - d);
@@ -133,6 +140,41 @@ TEST(Samples, BlocksAgreeWithOneByOneForEveryLengthOfAShortFile) {
       EXPECT_EQ(dst, readOneByOne(single, format, n)) << length << " bytes";
       EXPECT_EQ(blocks.good(), length == whole.size());
     }
+  }
+}
+
+/// The bytes of one sample, by the definition.
+std::string bytesOf(SampleFormat format, float value) {
+  const std::uint32_t bits = format == SampleFormat::float32 ? std::bit_cast<std::uint32_t>(value)
+                                                             : low16OfTruncated(value);
+  std::string bytes;
+  for (std::size_t i = 0; i < bytesPerSample(format); ++i)
+    bytes += static_cast<char>(bits >> (8 * i) & 0xFF);
+  return bytes;
+}
+
+TEST(Samples, WrittenInPiecesOfAnySizeAreTheSamplesInOrder) {
+  const std::size_t n = 3 * 131072 + 5;  // several blocks of 256 KiB of either format
+  std::vector<float> src(n);
+  for (std::size_t i = 0; i < n; ++i) src[i] = static_cast<float>(i % 70001) - 35000.25F;
+  for (const SampleFormat format : formats) {
+    std::string wanted;
+    for (const float value : src) wanted += bytesOf(format, value);
+    for (const std::size_t step : {1ul, 7ul, 10816ul, 65535ul, 65536ul, 65537ul, 131072ul, n})
+      EXPECT_TRUE(written(format, src, step) == wanted) << "pieces of " << step;
+  }
+}
+
+TEST(Samples, AFailedStreamTakesNoMoreSamples) {
+  for (const SampleFormat format : formats) {
+    std::ostringstream os;
+    os.setstate(std::ios::badbit);
+    SampleWriter samples(os, format);
+    const std::vector<float> src(200000, 1.0F);
+    samples.write(src.data(), src.size());
+    samples.finish();
+    EXPECT_TRUE(os.bad());
+    EXPECT_EQ(os.str(), "");
   }
 }
 
@@ -151,9 +193,7 @@ TEST(Samples, NoSamplesAreNoBytes) {
     std::istringstream is("ab");
     readSamples(is, format, nullptr, 0);
     EXPECT_TRUE(is.good());
-    std::ostringstream os;
-    writeSamples(os, format, nullptr, 0);
-    EXPECT_EQ(os.str(), "");
+    EXPECT_EQ(written(format, {}, 1), "");
   }
 }
 
