@@ -52,7 +52,8 @@ void resampleSliceLinear(const ResamplingSlice& in) {
     }
 }
 
-// The spline is computed in double: its blocks are a register of doubles wide.
+// The spline is computed in double: its blocks are a register of doubles wide. The rows above and
+// below the column are never written: they stay 0.
 inline void computeCoefficients(const ResamplingSlice& in, const SplineScratch& scratch, int x,
                                 int count) {
   double* q = scratch.coefficients + rowsAbove * halfCount;
@@ -70,7 +71,6 @@ inline void computeCoefficients(const ResamplingSlice& in, const SplineScratch& 
     previous = row - scratch.e[y] * previous;
     store(q + y * halfCount, previous);
   }
-  for (int r = 0; r < rowsBelow * halfCount; ++r) q[in.ny * halfCount + r] = 0.0;
 }
 
 // The coefficients of the rows `row` - 1 .. `row` + 2.

@@ -100,6 +100,13 @@ TEST(WeightedConvolution, AllZeroWeightsGiveAllZeros) {
   });
 }
 
+TEST(WeightedConvolution, AllZeroWeightsGiveAllZerosWhateverTheKernelHolds) {
+  Random random(16);
+  Volume<float> kernel(3, 3, 3, 0.5f);
+  kernel.at(1, 1, 2) = inf;
+  expectSame(random.volume({9, 5, 6}, -3, 3), kernel, Volume<float>(9, 5, 6, 0.0f));
+}
+
 TEST(WeightedConvolution, TheKernelIsAppliedAsStored) {
   Volume<float> kernel(3, 3, 3, 0.0f);
   kernel.at(2, 1, 0) = 1;  // the neighbour at x + 1, z - 1

@@ -157,6 +157,57 @@ TEST(ColumnFits, ColumnsThatAreNotFittedKeepEverything) {
   expectSame(slice);
 }
 
+// Where both columns are the same a step is 0, of either sign, and what a fit starts from stays:
+// a zero of either sign, and shifts so small that halving rounds them.
+TEST(ColumnFits, IdenticalColumnsKeepTheSmallestShifts) {
+  Random random(58);
+  const float smallest = std::numeric_limits<float>::denorm_min();
+  for (const int ny : {2, 3, 4, 6, 11})
+    for (const float shift : {0.0f, -0.0f, smallest, -smallest, 3 * smallest}) {
+      SCOPED_TRACE(testing::Message() << ny << " rows, shift " << shift);
+      Slice slice(33, ny, random);
+      slice.pa = slice.ap;
+      slice.scale.assign(33, 1.0f);
+      slice.shift.assign(33, shift);
+      expectSame(slice);
+    }
+}
+
+// Positions of exactly -1 and ny, which weigh the border row by 0: 0 times infinity is not 0.
+TEST(ColumnFits, WholeShiftsReadInfinitiesOfTheBorderRows) {
+  Random random(59);
+  const float inf = std::numeric_limits<float>::infinity();
+  for (const int ny : {8, 9})
+    for (const float shift : {-2.0f, -1.0f, 1.0f, 2.0f})
+      for (const float odd : {inf, -inf, std::nanf("")})
+        for (const int row : {0, ny - 1})
+          for (const bool inDerivative : {false, true}) {
+            SCOPED_TRACE(testing::Message() << ny << " rows, shift " << shift << ", row " << row);
+            Slice slice(18, ny, random);
+            slice.scale.assign(18, 1.0f);
+            slice.shift.assign(18, shift);
+            Volume<float>& image = inDerivative ? slice.paDerivative : slice.ap;
+            for (int x = 0; x < 18; x += 3) image.at(x, row, 0) = odd;
+            expectSame(slice);
+          }
+}
+
+// Just below ny a position plus 2 rounds up: the rows around it then lie past the last one.
+TEST(ColumnFits, PositionsJustBelowTheRowCount) {
+  Random random(60);
+  for (const int ny : {31, 62, 63, 127}) {
+    const float top = static_cast<float>(ny);
+    for (const float position : {std::nextafter(top, 0.0f), top, std::nextafter(top, 2 * top)})
+      for (const float sign : {1.0f, -1.0f}) {
+        SCOPED_TRACE(testing::Message() << ny << " rows, sign " << sign);
+        Slice slice(33, ny, random);
+        slice.scale.assign(33, 1.0f);
+        slice.shift.assign(33, sign * (position - static_cast<float>(ny - 1)));
+        expectSame(slice);
+      }
+  }
+}
+
 // The whole estimate, with its log.
 void expectSameEstimate(const Volume<float>& ap, const Volume<float>& pa, glm::dvec3 sigma) {
   bindFftw();

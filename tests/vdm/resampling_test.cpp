@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <limits>
+
 #include "reference/vdm.h"
 #include "simd/eachvariant.h"
 #include "support/compare.h"
@@ -65,6 +67,21 @@ TEST(LinearResampling, OddImageValuesAndDisplacements) {
     if (round % 3) sprinkleOddValues(vdm, random);
     expectSameLinear(image, vdm);
   }
+}
+
+// A single sample that is not finite, wherever it lies, brings its neighbours along x and z in.
+TEST(LinearResampling, ASingleInfinityInAnyCorner) {
+  Random random(86);
+  const glm::ivec3 dims(18, 6, 3);
+  const Volume<float> image = random.volume(dims, -500, 900), vdm = random.volume(dims, -2, 2);
+  for (const int x : {0, dims.x - 1})
+    for (const int y : {0, dims.y - 1})
+      for (const int z : {0, dims.z - 1}) {
+        SCOPED_TRACE(testing::Message() << x << " " << y << " " << z);
+        Volume<float> hurt = image;
+        hurt.at(x, y, z) = std::numeric_limits<float>::infinity();
+        expectSameLinear(hurt, vdm);
+      }
 }
 
 TEST(LinearResampling, DoubleImages) {

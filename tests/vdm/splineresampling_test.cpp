@@ -238,6 +238,24 @@ TEST(SplineResampling, DisplacementsThatAreNotFiniteGiveZero) {
   }
 }
 
+// At -2 and ny + 1 nothing is read any more, not even with weight 0.
+TEST(SplineResampling, NothingIsReadAtAndBeyondTheOutermostPositions) {
+  Random random(87);
+  const glm::ivec3 dims(33, 7, 2);
+  Volume<float> image = random.volume(dims, 100, 900), vdm(dims);
+  for (int i = 0; i < image.size(); i += 5)
+    image.data()[i] = i % 2 ? std::nanf("") : std::numeric_limits<float>::infinity();
+  for (const float target : {-3.0f, -2.0f, 8.0f, 9.0f}) {
+    for (int z = 0; z < dims.z; ++z)
+      for (int y = 0; y < dims.y; ++y)
+        for (int x = 0; x < dims.x; ++x) vdm.at(x, y, z) = target - static_cast<float>(y);
+    expectColumnSplines(image, vdm);
+    Volume<float> resampled(dims);
+    applyVdmYSpline(resampled, image, vdm, /*reverse=*/false);
+    EXPECT_TRUE(compare::same(resampled, Volume<float>(dims, 0.0f))) << target;
+  }
+}
+
 TEST(SplineResampling, WhatIsNotFiniteStaysInItsColumn) {
   Random random(81);
   const glm::ivec3 dims(35, 9, 3);

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <vector>
 
+#include "containers/volume.h"
 #include "simd/eachvariant.h"
 #include "support/random_volume.h"
 
@@ -185,6 +186,72 @@ TEST(TrialKernels, CentresThatAreNotVisitedAreLeftAlone) {
                  {squares.pointers.data()}, variant);
     EXPECT_EQ(best, wanted) << nameOf(variant);
   }
+}
+
+// Both columns of a trial, by the definition; false where the position is not strictly inside.
+bool plainTrial(const Volume<float>& image, int x, float position, float& value) {
+  const int last = image.ny() - 1;
+  if (!(position > 0 && position < static_cast<float>(last))) return false;
+  const int row0 = static_cast<int>(position);
+  const int row1 = std::min(static_cast<int>(position + 1.0f), last);
+  const float fraction = position - static_cast<float>(row0);
+  value = fraction * image.at(x, row1, 0) + (1 - fraction) * image.at(x, row0, 0);
+  return true;
+}
+
+struct TrialRows {
+  std::vector<float> values;
+  std::vector<float*> rows;
+
+  explicit TrialRows(int nx)
+      : values(amplitudeCount * static_cast<std::size_t>(nx + trialBlock), -1.0f) {
+    for (std::size_t i = 0; i < amplitudeCount; ++i)
+      rows.push_back(values.data() + i * static_cast<std::size_t>(nx + trialBlock));
+  }
+};
+
+// The slice is read at its own row's positions; lanes differ little or, with a large `reach`, much.
+void expectSameTrials(int nx, int ny, float reach, Random& random) {
+  const Volume<float> ap = random.volume({nx, ny, 1}, 0, 900);
+  const Volume<float> pa = random.volume({nx, ny, 1}, 0, 900);
+  const Volume<float> vdm = random.volume({nx, 1, 1}, -reach, reach);
+  const int y = random.below(ny);
+  std::vector<float> amplitudes;
+  for (int i = 0; i < amplitudeCount; ++i) amplitudes.push_back(random.uniform(-2.0f, 2.0f));
+  for (const SimdVariant variant : supportedVariants()) {
+    SCOPED_TRACE(nameOf(variant));
+    TrialRows apTrials(nx), paTrials(nx);
+    std::vector<unsigned char> allInside(static_cast<std::size_t>(nx), 77);
+    resampleTrialRow({ap.data(), pa.data(), vdm.data(), y, nx, ny, amplitudes.data(),
+                      amplitudeCount, apTrials.rows.data(), paTrials.rows.data(), allInside.data()},
+                     variant);
+    for (int x = 0; x < nx; ++x) {
+      bool inside = true;
+      for (std::size_t i = 0; i < amplitudeCount; ++i) {
+        const float moved = amplitudes[i] + vdm.at(x, 0, 0), row = static_cast<float>(y);
+        float value = 0;
+        if (plainTrial(ap, x, row + moved, value))
+          EXPECT_EQ(apTrials.rows[i][x], value);
+        else
+          inside = false;
+        if (plainTrial(pa, x, row - moved, value))
+          EXPECT_EQ(paTrials.rows[i][x], value);
+        else
+          inside = false;
+      }
+      EXPECT_EQ(allInside[static_cast<std::size_t>(x)], inside) << x;
+    }
+  }
+}
+
+TEST(TrialKernels, ResampledRowsFollowTheDefinition) {
+  Random random(104);
+  for (const int nx : {1, 2, 3, 4, 5, 7, 8, 9, 15, 16, 17, 31, 32, 33, 65})
+    for (const int ny : {2, 3, 12, 40})
+      for (const float reach : {0.3f, 6.0f, 30.0f}) {
+        SCOPED_TRACE(testing::Message() << nx << " of " << ny << " rows, reach " << reach);
+        for (int round = 0; round < 4; ++round) expectSameTrials(nx, ny, reach, random);
+      }
 }
 
 }  // namespace

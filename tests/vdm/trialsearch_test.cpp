@@ -143,6 +143,20 @@ TEST(TrialSearch, TheForegroundTestSeesTheLastTrialOnlyWhereAVisitCovered) {
   }
 }
 
+// Foreground is brighter than 100; at whole positions a trial shows the samples themselves.
+TEST(TrialSearch, AVisitThatLeavesExactlyTheThresholdLeavesBackground) {
+  Random random(37);
+  const float samples[] = {10.0f, 100.0f, std::nextafter(100.0f, 200.0f), 300.0f};
+  for (int round = 0; round < 8; ++round) {
+    SweepInput in = sweepInput({20, 9, 6}, Brightness::sparse, 0.0f, random);
+    for (Volume<float>* image : {&in.ap, &in.pa, &in.apUndistorted, &in.paUndistorted})
+      for (int i = 0; i < image->size(); ++i)
+        image->data()[i] = samples[random.below(round % 2 ? 4 : 2)];
+    for (int i = 0; i < 6; ++i) in.apUndistorted.data()[random.below(in.ap.size())] = 500.0f;
+    expectSame(in, {3, 3, 3}, 1.0f, {0.5f, 0.0f});
+  }
+}
+
 TEST(TrialSearch, PatternsOfOtherConstants) {
   Random random(28);
   for (const float value : {0.5f, 0.0f, -0.0f, -1.0f, 1e30f, inf, nan}) {
