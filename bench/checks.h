@@ -41,3 +41,9 @@ inline void countVoxels(benchmark::State& state, glm::ivec3 dims) {
                                                   benchmark::Counter::kIsIterationInvariantRate,
                                                   benchmark::Counter::kIs1000);
 }
+
+/// What one iteration cannot do without, in the unit of the machine's limit that the table holds
+/// it against.
+inline void countNeeded(benchmark::State& state, double amount) {
+  state.counters["needed"] = benchmark::Counter(amount);
+}

@@ -95,7 +95,7 @@ void writeDwi(benchmark::State& state, int dataType) {
 
 }  // namespace
 
-#define MIREL_FILES(function)                                                       \
+#define MIREL_FILES(function)                                           \
   BENCHMARK_CAPTURE(function, int16, 1)->Unit(benchmark::kMillisecond); \
   BENCHMARK_CAPTURE(function, float32, 2)->Unit(benchmark::kMillisecond)
 MIREL_FILES(copyBlocks);

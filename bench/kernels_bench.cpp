@@ -1,6 +1,7 @@
 // Single kernels, engine and plain reference at half the task's size along every axis.
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <sstream>
 
 #include "checks.h"
@@ -46,16 +47,41 @@ void sweepReference(benchmark::State& state, bool useSsd) {
   countVoxels(state, kernelSize());
 }
 
+// The voxels of `dims` that a window of 2 * half + 1 per axis covers, summed over all centres for
+// which `counts` holds.
+template <typename Counts>
+double windowVoxels(glm::ivec3 dims, int half, Counts counts) {
+  const auto covered = [half](int p, int n) {
+    return std::min(n - 1, p + half) - std::max(0, p - half) + 1;
+  };
+  double sum = 0;
+  for (int z = 0; z < dims.z; ++z)
+    for (int y = 0; y < dims.y; ++y)
+      for (int x = 0; x < dims.x; ++x)
+        if (counts(glm::ivec3(x, y, z)))
+          sum += covered(x, dims.x) * covered(y, dims.y) * covered(z, dims.z);
+  return sum;
+}
+
+// Per voxel of a trial's window: an addition, or five additions and three products.
+double sweepNeeds(const Volume<float>& weights, bool useSsd) {
+  return windowVoxels(weights.dimensions(), 2, [&](glm::ivec3 p) { return weights[p] == 1; }) *
+         static_cast<double>(sweepAmplitudes().size()) * (useSsd ? 1 : 8);
+}
+
 void sweepEngine(benchmark::State& state, bool useSsd) {
   const SweepInput in = sweepInput();
+  Volume<float> weights;
   for (auto _ : state) {
-    Volume<float> updated = in.vdm, weights(kernelSize(), 0.25f);
+    Volume<float> updated = in.vdm;
+    weights = Volume<float>(kernelSize(), 0.25f);
     searchConstantPattern({in.ap, in.pa, in.apUndistorted, in.paUndistorted, in.vdm},
                           {{5, 5, 5}, 1.0f}, sweepAmplitudes(), useSsd, 100.0f, updated, weights,
                           chosenVariant());
     checkSame(state, sweepKey(useSsd), updated);
   }
   countVoxels(state, kernelSize());
+  countNeeded(state, sweepNeeds(weights, useSsd));
 }
 
 template <typename Convolve>
@@ -72,6 +98,8 @@ void convolution(benchmark::State& state, Convolve convolve) {
     checkSame(state, "convolution", vdm);
   }
   countVoxels(state, kernelSize());
+  // Per tap two products and two additions.
+  countNeeded(state, 4 * windowVoxels(kernelSize(), 4, [](glm::ivec3) { return true; }));
 }
 
 void convolutionReference(benchmark::State& state) {
@@ -96,6 +124,7 @@ void resampling(benchmark::State& state, const char* key, Resample resample) {
   }
   checkClose(state, key, result);
   countVoxels(state, kernelSize());
+  countNeeded(state, 3.0 * static_cast<double>(result.sizeInBytes()));
 }
 
 using V = Volume<float>;
@@ -129,6 +158,7 @@ void intensities(benchmark::State& state, Correct correct) {
   checkSame(state, "intensities ap", ap);
   checkSame(state, "intensities pa", pa);
   countVoxels(state, kernelSize());
+  countNeeded(state, 5.0 * static_cast<double>(ap.sizeInBytes()));
 }
 
 void intensitiesReference(benchmark::State& state) {
@@ -146,23 +176,36 @@ struct FitInput {
         paDerivative(getSimpleYDerivative(pa)) {}
 };
 
+reference::Fit fitPlainly(const FitInput& in, const Vector<float>& q, int x, int z) {
+  return reference::fitColumn(
+      {reference::getColumnFromVolume(in.ap, x, z), reference::getColumnFromVolume(in.pa, x, z),
+       reference::getColumnFromVolume(in.apDerivative, x, z),
+       reference::getColumnFromVolume(in.paDerivative, x, z), q},
+      {1.0f, 0.0f});
+}
+
 void columnFitsReference(benchmark::State& state) {
   const FitInput in;
   const Vector<float> q = reference::getCoordinateVector<float>(in.ap.ny());
   for (auto _ : state) {
     Volume<float> scales(in.ap.nx(), 1, in.ap.nz());
     for (int z = 0; z < in.ap.nz(); ++z)
-      for (int x = 0; x < in.ap.nx(); ++x)
-        scales.at(x, 0, z) =
-            reference::fitColumn({reference::getColumnFromVolume(in.ap, x, z),
-                                  reference::getColumnFromVolume(in.pa, x, z),
-                                  reference::getColumnFromVolume(in.apDerivative, x, z),
-                                  reference::getColumnFromVolume(in.paDerivative, x, z), q},
-                                 {1.0f, 0.0f})
-                .a;
+      for (int x = 0; x < in.ap.nx(); ++x) scales.at(x, 0, z) = fitPlainly(in, q, x, z).a;
     checkSame(state, "column fits", scales);
   }
   countVoxels(state, kernelSize());
+}
+
+// Additions and products: 21 per row for a cost, 29 more for a step.
+double fitNeeds(const FitInput& in) {
+  const Vector<float> q = reference::getCoordinateVector<float>(in.ap.ny());
+  double sum = 0;
+  for (int z = 0; z < in.ap.nz(); ++z)
+    for (int x = 0; x < in.ap.nx(); ++x) {
+      const int steps = fitPlainly(in, q, x, z).steps;
+      sum += in.ap.ny() * (21 * std::min(steps + 1, 10) + 29 * steps);
+    }
+  return sum;
 }
 
 void columnFitsEngine(benchmark::State& state) {
@@ -183,6 +226,7 @@ void columnFitsEngine(benchmark::State& state) {
     checkSame(state, "column fits", scales);
   }
   countVoxels(state, kernelSize());
+  countNeeded(state, fitNeeds(in));
 }
 
 // The serial single-precision sums that the logged correlation is defined by.

@@ -1,5 +1,7 @@
 #include <benchmark/benchmark.h>
 
+#include <iostream>
+
 #include "head.h"
 #include "support/fftw_binding.h"
 #include "table.h"
@@ -11,9 +13,12 @@ int main(int argc, char** argv) {
   const HeadPair& head = headOf(taskSize());
   int foreground = 0;
   for (int i = 0; i < head.ap.size(); ++i) foreground += head.ap.data()[i] > 100;
-  std::printf("Tasks at %dx%dx%d, %.0f %% foreground; kernels at half of it along every axis.\n",
+  std::printf("Tasks at %dx%dx%d, %.0f %% foreground; kernels at half of it along every axis.\n\n",
               head.ap.nx(), head.ap.ny(), head.ap.nz(), 100.0 * foreground / head.ap.size());
   TableReporter reporter;
+  // What is measured as it goes; standard output is left to the tables.
+  reporter.SetOutputStream(&std::cerr);
+  reporter.SetErrorStream(&std::cerr);
   benchmark::RunSpecifiedBenchmarks(&reporter);
   benchmark::Shutdown();
   return reporter.failed() ? 1 : 0;

@@ -38,7 +38,7 @@ bool peakIsWithin(const char* work, double most, const std::function<void()>& ru
     run();
     const double kiBPerVolume = static_cast<double>(headOf(taskSize()).ap.sizeInBytes()) / 1024;
     const double peak = static_cast<double>(statusKiB("VmHWM") - before) / kiBPerVolume;
-    std::printf("| peak memory, %s | %.1f float volumes | at most %g |\n", work, peak, most);
+    std::printf("| %s | %.1f float volumes | %g |\n", work, peak, most);
     std::fflush(stdout);
     _exit(peak <= most ? 0 : 1);
   }

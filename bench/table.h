@@ -21,6 +21,12 @@ class TableReporter : public benchmark::ConsoleReporter {
                   double atLeast) const;
   void printCopy(const std::string& work, const std::string& name, const std::string& format) const;
 
+  void printLimit(const std::string& work, const std::string& name, const std::string& unit,
+                  const std::string& machine) const;
+  void printLimits() const;
+  void printWithoutTransforms() const;
+
+  std::map<std::string, double> needed;   // per iteration
   std::map<std::string, double> seconds;  // of processor time per iteration
   std::map<std::string, double> aroundTransforms;
   bool anyFailed = false;

@@ -8,12 +8,12 @@
 /// What the trials of one image voxel see, per amplitude. Where the position of a trial is not
 /// strictly inside the image the voxel keeps what it held.
 struct VoxelTrials {
-  std::vector<float> values;
-  std::size_t held = 0;  ///< so many first trials see what was there before the visit
-  float start = 0;       ///< what the first visit finds
+  std::vector<float> values;  ///< as the first visit sees them
+  std::size_t held = 0;       ///< so many first trials see what was there before the visit
+  float start = 0;            ///< what the first visit finds
 
   /// What the voxel holds after a visit, and later visits find.
-  float last() const { return held == values.size() ? start : values.back(); }
+  float last() const { return values.back(); }
   bool firstVisitDiffers() const { return held > 0 && !(start == last()); }
   void setFound(float value);
 };

@@ -39,7 +39,8 @@ Fit fitColumn(const ColumnPair& c, Fit start) {
   Vector<float> step;
   double best = std::numeric_limits<double>::max();
   double cost = best;
-  for (int k = 0; k < 10; ++k) {
+  int steps = 0;
+  for (; steps < 10; ++steps) {
     const float a = p[0], b = p[1];
     const Vector<float> qa = transformCoordinateVector(c.q, a, b);
     const Vector<float> qp = transformCoordinateVector(c.q, 1 / a, -b);
@@ -55,7 +56,7 @@ Fit fitColumn(const ColumnPair& c, Fit start) {
     best = cost;
   }
   if (cost > best && step.size() == 2) p -= step;
-  return {p[0], p[1]};
+  return {p[0], p[1], steps};
 }
 
 Vector<float> getColumnFromVolume(const Volume<float>& vol, int row, int slice) {

@@ -21,9 +21,10 @@ struct ColumnPair {
   Vector<float> apS, paS, apD, paD, q;
 };
 
-/// Scale and shift.
+/// Scale and shift, and how many steps led there.
 struct Fit {
   float a, b;
+  int steps = 0;
 };
 
 /// The fit of one column.
