@@ -162,6 +162,16 @@ TEST(Samples, WrittenInPiecesOfAnySizeAreTheSamplesInOrder) {
     for (const float value : src) wanted += bytesOf(format, value);
     for (const std::size_t step : {1ul, 7ul, 10816ul, 65535ul, 65536ul, 65537ul, 131072ul, n})
       EXPECT_TRUE(written(format, src, step) == wanted) << "pieces of " << step;
+    std::ostringstream os;
+    SampleWriter samples(os, format);
+    std::size_t done = 0;
+    for (std::size_t piece = 3; done < n; piece = piece * 7 % 140000 + 1) {
+      const std::size_t count = std::min(piece, n - done);
+      samples.write(src.data() + done, count);
+      done += count;
+    }
+    samples.finish();
+    EXPECT_TRUE(os.str() == wanted) << "pieces of mixed sizes";
   }
 }
 
