@@ -8,7 +8,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 once=${1:-build/release}/bin/mirel_once
 export MIREL_BENCH_SIZE=${MIREL_BENCH_SIZE:-48x48x24}
-command -v valgrind >/dev/null || { echo "valgrind is missing." >&2; exit 1; }
+command -v valgrind >/dev/null || { echo "valgrind is missing: install the package of that name." >&2; exit 1; }
 [ -x "$once" ] || { echo "$once is missing: scripts/dev.sh bench builds it." >&2; exit 1; }
 
 count() { # engine|reference NAME
