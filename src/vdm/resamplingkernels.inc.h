@@ -52,25 +52,39 @@ void resampleSliceLinear(const ResamplingSlice& in) {
     }
 }
 
-// The spline is computed in double: its blocks are a register of doubles wide. The rows above and
+// The spline is computed in double, a block of two registers of columns at a time: each row waits
+// for the one before, and two chains of such rows take hardly longer than one. The rows above and
 // below the column are never written: they stay 0.
+constexpr int splineBlock = 2 * halfCount;
+
+// How many of a block's `count` columns lie in register v.
+inline int columnsOf(int count, int v) {
+  const int left = count - v * halfCount;
+  return left < 0 ? 0 : left < halfCount ? left : halfCount;
+}
+
 inline void computeCoefficients(const ResamplingSlice& in, const SplineScratch& scratch, int x,
                                 int count) {
-  double* q = scratch.coefficients + rowsAbove * halfCount;
-  Doubles previous = {};
-  for (int y = 0; y < in.ny; ++y) {
-    HalfFloats samples;
-    loadSome(samples, in.src + y * in.nx + x, count);
-    const Doubles f = __builtin_convertvector(samples, Doubles);
-    previous = y == 0 ? f * scratch.d[0] : (previous * (-sixth) + f) * scratch.d[y];
-    store(q + y * halfCount, previous);
-  }
-  for (int y = in.ny - 2; y >= 0; --y) {
-    Doubles row;
-    load(row, q + y * halfCount);
-    previous = row - scratch.e[y] * previous;
-    store(q + y * halfCount, previous);
-  }
+  double* q = scratch.coefficients + rowsAbove * splineBlock;
+  Doubles previous[2] = {};
+  for (int y = 0; y < in.ny; ++y)
+#pragma GCC unroll 2
+    for (int v = 0; v < 2; ++v) {
+      HalfFloats samples = {};
+      if (columnsOf(count, v) > 0)
+        loadSome(samples, in.src + y * in.nx + x + v * halfCount, columnsOf(count, v));
+      const Doubles f = __builtin_convertvector(samples, Doubles);
+      previous[v] = y == 0 ? f * scratch.d[0] : (previous[v] * (-sixth) + f) * scratch.d[y];
+      store(q + y * splineBlock + v * halfCount, previous[v]);
+    }
+  for (int y = in.ny - 2; y >= 0; --y)
+#pragma GCC unroll 2
+    for (int v = 0; v < 2; ++v) {
+      Doubles row;
+      load(row, q + y * splineBlock + v * halfCount);
+      previous[v] = row - scratch.e[y] * previous[v];
+      store(q + y * splineBlock + v * halfCount, previous[v]);
+    }
 }
 
 // The coefficients of the rows `row` - 1 .. `row` + 2.
@@ -84,13 +98,13 @@ MIREL_INLINE void pickTaps(const double* coefficients, const HalfInts& row, cons
   RowRange range;
   findRange(row, touches, range);
   if (range.isNarrow()) {
-    const double* tap = coefficients + (range.lowest - 1 + rowsAbove) * halfCount;
+    const double* tap = coefficients + (range.lowest - 1 + rowsAbove) * splineBlock;
     Taps at;
     load(at.q0, tap);
-    load(at.q1, tap + halfCount);
-    load(at.q2, tap + 2 * halfCount);
-    for (int r = range.lowest; r <= range.highest; ++r, tap += halfCount) {
-      load(at.q3, tap + 3 * halfCount);
+    load(at.q1, tap + splineBlock);
+    load(at.q2, tap + 2 * splineBlock);
+    for (int r = range.lowest; r <= range.highest; ++r, tap += splineBlock) {
+      load(at.q3, tap + 3 * splineBlock);
       const Longs here = __builtin_convertvector(row == r, Longs);
       q.q0 = here ? at.q0 : q.q0;
       q.q1 = here ? at.q1 : q.q1;
@@ -103,11 +117,11 @@ MIREL_INLINE void pickTaps(const double* coefficients, const HalfInts& row, cons
   } else {
     for (int l = 0; l < halfCount; ++l) {
       if (touches[l] == 0) continue;
-      const double* tap = coefficients + (row[l] - 1 + rowsAbove) * halfCount + l;
+      const double* tap = coefficients + (row[l] - 1 + rowsAbove) * splineBlock + l;
       q.q0[l] = tap[0];
-      q.q1[l] = tap[halfCount];
-      q.q2[l] = tap[2 * halfCount];
-      q.q3[l] = tap[3 * halfCount];
+      q.q1[l] = tap[splineBlock];
+      q.q2[l] = tap[2 * splineBlock];
+      q.q3[l] = tap[3 * splineBlock];
     }
   }
   result = q;
@@ -133,15 +147,18 @@ MIREL_INLINE void evaluateSpline(const double* coefficients, int ny, const HalfF
 }
 
 void resampleSliceSpline(const ResamplingSlice& in, const SplineScratch& scratch) {
-  for (int x = 0; x < in.nx; x += halfCount) {
-    const int count = in.nx - x < halfCount ? in.nx - x : halfCount;
+  for (int x = 0; x < in.nx; x += splineBlock) {
+    const int count = in.nx - x < splineBlock ? in.nx - x : splineBlock;
     computeCoefficients(in, scratch, x, count);
-    for (int y = 0; y < in.ny; ++y) {
-      HalfFloats shift, value;
-      loadSome(shift, in.vdm + y * in.nx + x, count);
-      evaluateSpline(scratch.coefficients, in.ny,
-                     (in.reverse ? -shift : shift) + static_cast<float>(y), value);
-      storeSome(in.dst + y * in.nx + x, value, count);
+    for (int v = 0; v < 2 && columnsOf(count, v) > 0; ++v) {
+      const int columns = columnsOf(count, v), start = x + v * halfCount;
+      for (int y = 0; y < in.ny; ++y) {
+        HalfFloats shift, value;
+        loadSome(shift, in.vdm + y * in.nx + start, columns);
+        evaluateSpline(scratch.coefficients + v * halfCount, in.ny,
+                       (in.reverse ? -shift : shift) + static_cast<float>(y), value);
+        storeSome(in.dst + y * in.nx + start, value, columns);
+      }
     }
   }
 }
