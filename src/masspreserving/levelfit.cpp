@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <glm/geometric.hpp>
 #include <utility>
 
 #include "masspreserving/linesolver.h"
@@ -69,6 +70,10 @@ Roughness<float> LevelFit::form(double weight) const {
                           weight * bendingLengthMm * bendingLengthMm);
 }
 
+LineSolver<float> LevelFit::lineSolver() const {
+  return {objective.roughnessForm(), objective.blockDiagonal(), objective.blockNext()};
+}
+
 void LevelFit::updateWeights() {
   model.coverage(b, objective.weight);
   objective.weight *= static_cast<float>(1.0 / known.noise.variance);
@@ -84,8 +89,7 @@ void LevelFit::updateWeights() {
 LevelFit::Step LevelFit::step(double tolerance, int maxSolverIterations) {
   updateWeights();
   const double before = objective.linearise(b, gradient);
-  const LineSolver<float> lines(objective.roughnessForm(), objective.blockDiagonal(),
-                                objective.blockNext());
+  const LineSolver<float> lines = lineSolver();
   const auto product = [&](const Volume<float>& v, Volume<float>& out) {
     objective.product(v, out);
   };
@@ -112,14 +116,34 @@ LevelFit::Step LevelFit::step(double tolerance, int maxSolverIterations) {
   return result;
 }
 
+MotionStep LevelFit::motionStep(const HalfWayPair& pair, const RigidMotion& motion,
+                                const GridPlace& place, MotionResponse& response, double tolerance,
+                                int maxSolverIterations) {
+  updateWeights();
+  objective.linearise(b, gradient);
+  MotionStep step =
+      ::motionStep(objective, lineSolver(), gradient, motionDerivatives(pair, b, place), motion,
+                   response, tolerance, maxSolverIterations);
+  const double radius = glm::length(place.firstMm);
+  const double largest = std::max(glm::length(translationOf(step.change)),
+                                  radius * glm::length(rotationOf(step.change)));
+  const double voxel = std::min({spacing.x, spacing.y, spacing.z});
+  double part = largest > voxel ? voxel / largest : 1.0;
+  step.shift *= static_cast<float>(part);
+  const double allowed = largestAllowed(b, step.shift, largestStretch);
+  step.shift *= static_cast<float>(allowed);
+  step.change *= part * allowed;
+  b += step.shift;
+  return step;
+}
+
 // Trace of (H^-1 J'WJ), with one vector of random signs (Hutchinson, Commun. Stat. 18:1059, 1989).
 double LevelFit::traceEstimate() {
   objective.linearise(b, gradient);
   Volume<float> signs(b.dimensions()), rhs(b.dimensions(), 0.0F), solution;
   for (int i = 0; i < signs.size(); ++i) signs.data()[i] = signOf(static_cast<std::uint64_t>(i));
   objective.dataProduct(signs, rhs);
-  const LineSolver<float> lines(objective.roughnessForm(), objective.blockDiagonal(),
-                                objective.blockNext());
+  const LineSolver<float> lines = lineSolver();
   const auto product = [&](const Volume<float>& v, Volume<float>& out) {
     objective.product(v, out);
   };

@@ -2,6 +2,7 @@
 
 #include "containers/volume.h"
 #include "masspreserving/massmodel.h"
+#include "masspreserving/motionstep.h"
 #include "masspreserving/noise.h"
 #include "masspreserving/objective.h"
 
@@ -26,6 +27,12 @@ class LevelFit {
   /// One Gauss-Newton step with a line search that keeps every |stretch| below 1.
   Step step(double tolerance, int maxSolverIterations);
 
+  /// A step of the motion, `pair` being the model's images at `motion`. b goes along; the model's
+  /// images are then to be replaced. No parameter moves the grid's farthest corner
+  /// by more than about a voxel.
+  MotionStep motionStep(const HalfWayPair& pair, const RigidMotion& motion, const GridPlace& place,
+                        MotionResponse& response, double tolerance, int maxSolverIterations);
+
   /// Noise and weight from the current b. Call after `step`.
   void updateStatistics(NoiseTails tails);
 
@@ -33,6 +40,7 @@ class LevelFit {
   const FitStatistics& statistics() const { return known; }
 
  private:
+  LineSolver<float> lineSolver() const;
   Roughness<float> form(double weight) const;
   void updateWeights();
   double traceEstimate();

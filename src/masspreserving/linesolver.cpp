@@ -79,19 +79,23 @@ void LineSolver<Real>::solve(const Volume<Real>& v, Volume<Real>& out) const {
   }
 }
 
+namespace {
+
+// From x with the residual r = rhs - H x; the tolerance is relative to the norm sqrt(reference).
 template <typename Real>
-SolveResult conjugateGradients(
-    const std::function<void(const Volume<Real>&, Volume<Real>&)>& product,
-    const LineSolver<Real>& preconditioner, const Volume<Real>& rhs, Volume<Real>& x,
-    double tolerance, int maxIterations) {
-  const int n = rhs.size();
-  x = Volume<Real>(rhs.dimensions(), Real(0));
-  Volume<Real> r = rhs, z(rhs.dimensions(), Real(0)), q(rhs.dimensions(), Real(0));
+SolveResult iterate(const std::function<void(const Volume<Real>&, Volume<Real>&)>& product,
+                    const LineSolver<Real>& preconditioner, Volume<Real>& r, Volume<Real>& x,
+                    double reference, double tolerance, int maxIterations) {
+  const int n = r.size();
+  Volume<Real> z(r.dimensions(), Real(0)), q(r.dimensions(), Real(0));
   preconditioner.solve(r, z);
   Volume<Real> p = z;
   double rz = dot(r, z);
-  const double start = rz;
-  SolveResult result{0, start > 0.0 ? 1.0 : 0.0};
+  if (reference < 0.0) reference = rz;
+  const auto relative = [reference](double square) {
+    return reference > 0.0 ? std::sqrt(std::max(square, 0.0) / reference) : 0.0;
+  };
+  SolveResult result{0, relative(rz)};
   while (rz > 0.0 && result.iterations < maxIterations && result.relativeResidual > tolerance) {
     product(p, q);
     const double curvature = dot(p, q);
@@ -107,9 +111,33 @@ SolveResult conjugateGradients(
     for (int i = 0; i < n; ++i) p.data()[i] = z.data()[i] + beta * p.data()[i];
     rz = nextRz;
     ++result.iterations;
-    result.relativeResidual = std::sqrt(std::max(rz, 0.0) / start);
+    result.relativeResidual = relative(rz);
   }
   return result;
+}
+
+}  // namespace
+
+template <typename Real>
+SolveResult conjugateGradients(
+    const std::function<void(const Volume<Real>&, Volume<Real>&)>& product,
+    const LineSolver<Real>& preconditioner, const Volume<Real>& rhs, Volume<Real>& x,
+    double tolerance, int maxIterations) {
+  x = Volume<Real>(rhs.dimensions(), Real(0));
+  Volume<Real> r = rhs;
+  return iterate(product, preconditioner, r, x, -1.0, tolerance, maxIterations);
+}
+
+template <typename Real>
+SolveResult improveSolution(const std::function<void(const Volume<Real>&, Volume<Real>&)>& product,
+                            const LineSolver<Real>& preconditioner, const Volume<Real>& rhs,
+                            Volume<Real>& x, double tolerance, int maxIterations) {
+  Volume<Real> r(rhs.dimensions(), Real(0));
+  preconditioner.solve(rhs, r);
+  const double reference = dot(rhs, r);
+  product(x, r);
+  for (int i = 0; i < r.size(); ++i) r.data()[i] = rhs.data()[i] - r.data()[i];
+  return iterate(product, preconditioner, r, x, reference, tolerance, maxIterations);
 }
 
 template class LineSolver<float>;
@@ -118,5 +146,11 @@ template SolveResult conjugateGradients(
     const std::function<void(const Volume<float>&, Volume<float>&)>&, const LineSolver<float>&,
     const Volume<float>&, Volume<float>&, double, int);
 template SolveResult conjugateGradients(
+    const std::function<void(const Volume<double>&, Volume<double>&)>&, const LineSolver<double>&,
+    const Volume<double>&, Volume<double>&, double, int);
+template SolveResult improveSolution(
+    const std::function<void(const Volume<float>&, Volume<float>&)>&, const LineSolver<float>&,
+    const Volume<float>&, Volume<float>&, double, int);
+template SolveResult improveSolution(
     const std::function<void(const Volume<double>&, Volume<double>&)>&, const LineSolver<double>&,
     const Volume<double>&, Volume<double>&, double, int);

@@ -36,5 +36,11 @@ SolveResult conjugateGradients(
     const LineSolver<Real>& preconditioner, const Volume<Real>& rhs, Volume<Real>& x,
     double tolerance, int maxIterations);
 
+/// The same from the x that is given, with the tolerance relative to rhs as well.
+template <typename Real>
+SolveResult improveSolution(const std::function<void(const Volume<Real>&, Volume<Real>&)>& product,
+                            const LineSolver<Real>& preconditioner, const Volume<Real>& rhs,
+                            Volume<Real>& x, double tolerance, int maxIterations);
+
 extern template class LineSolver<float>;
 extern template class LineSolver<double>;

@@ -34,37 +34,65 @@ void MassModel<Real>::evaluate(const Volume<Real>& b, Volume<Real>& residual,
 }
 
 template <typename Real>
-void MassModel<Real>::correct(const Volume<Real>& b, Volume<Real>& first,
-                              Volume<Real>& second) const {
+void correctAlong(const ColumnIntegral<Real>& image, const Volume<Real>& b, Real sign,
+                  Volume<Real>& out) {
+  const glm::ivec3 size = image.dimensions();
   const std::size_t nx = static_cast<std::size_t>(size.x);
   std::vector<Real> last(nx), next(nx), density(nx);
-  const auto one = [&](const ColumnIntegral<Real>& integral, Real sign, Volume<Real>& out) {
-    for (int z = 0; z < size.z; ++z)
-      for (int j = 0; j <= size.y; ++j) {
-        integral.sampleRow(j, z, b.data() + b.index(0, j, z), sign, next.data(), density.data());
-        if (j > 0)
-          for (std::size_t x = 0; x < nx; ++x)
-            out.data()[static_cast<std::size_t>(out.index(0, j - 1, z)) + x] = next[x] - last[x];
-        std::swap(last, next);
-      }
-  };
-  one(firstIntegral, Real(1), first);
-  one(secondIntegral, Real(-1), second);
+  for (int z = 0; z < size.z; ++z)
+    for (int j = 0; j <= size.y; ++j) {
+      image.sampleRow(j, z, b.data() + b.index(0, j, z), sign, next.data(), density.data());
+      if (j > 0)
+        for (std::size_t x = 0; x < nx; ++x)
+          out.data()[static_cast<std::size_t>(out.index(0, j - 1, z)) + x] = next[x] - last[x];
+      std::swap(last, next);
+    }
+}
+
+template <typename Real>
+void MassModel<Real>::correct(const Volume<Real>& b, Volume<Real>& first,
+                              Volume<Real>& second) const {
+  correctAlong(firstIntegral, b, Real(1), first);
+  correctAlong(secondIntegral, b, Real(-1), second);
+}
+
+template <typename Real>
+void MassModel<Real>::replace(const Volume<float>& first, Volume<unsigned char> firstKnown,
+                              const Volume<float>& second, Volume<unsigned char> secondKnown) {
+  if (first.dimensions() != size || firstKnown.dimensions() != size ||
+      second.dimensions() != size || secondKnown.dimensions() != size)
+    throw std::invalid_argument("the two images of a pair have different sizes");
+  firstIntegral = ColumnIntegral<Real>(first);
+  secondIntegral = ColumnIntegral<Real>(second);
+  firstMask = std::move(firstKnown);
+  secondMask = std::move(secondKnown);
 }
 
 template <typename Real>
 void MassModel<Real>::coverage(const Volume<Real>& b, Volume<Real>& covered) const {
   const Real top = static_cast<Real>(size.y);
-  const auto inside = [&](int j, Real shift) {
-    const Real up = static_cast<Real>(j) + shift, down = static_cast<Real>(j) - shift;
-    return std::min(up, down) >= Real(0) && std::max(up, down) <= top;
+  // Whether an image is known from one edge coordinate to another.
+  const auto known = [&](const Volume<unsigned char>& mask, int x, int z, Real from, Real to) {
+    if (!(from >= Real(0) && to <= top)) return false;
+    if (mask.size() == 0) return true;
+    const int low = std::min(static_cast<int>(from), size.y - 1);
+    const int high = std::min(static_cast<int>(to), size.y - 1);
+    return mask.at(x, low, z) != 0 && mask.at(x, high, z) != 0;
   };
   for (int z = 0; z < size.z; ++z)
     for (int j = 0; j < size.y; ++j)
-      for (int x = 0; x < size.x; ++x)
-        covered.at(x, j, z) =
-            inside(j, b.at(x, j, z)) && inside(j + 1, b.at(x, j + 1, z)) ? Real(1) : Real(0);
+      for (int x = 0; x < size.x; ++x) {
+        const Real low = b.at(x, j, z), high = b.at(x, j + 1, z);
+        const Real lower = static_cast<Real>(j), upper = static_cast<Real>(j + 1);
+        const bool both = known(firstMask, x, z, lower + low, upper + high) &&
+                          known(secondMask, x, z, lower - low, upper - high);
+        covered.at(x, j, z) = both ? Real(1) : Real(0);
+      }
 }
 
 template class MassModel<float>;
 template class MassModel<double>;
+template void correctAlong(const ColumnIntegral<float>&, const Volume<float>&, float,
+                           Volume<float>&);
+template void correctAlong(const ColumnIntegral<double>&, const Volume<double>&, double,
+                           Volume<double>&);

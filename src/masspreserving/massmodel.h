@@ -20,6 +20,11 @@ class MassModel {
   /// Errors  std::invalid_argument if the images' sizes differ.
   MassModel(const Volume<float>& first, const Volume<float>& second);
 
+  /// Takes other images. A mask is 0 where its image's values are not known.
+  /// Errors  std::invalid_argument if a size differs from that of the images before.
+  void replace(const Volume<float>& first, Volume<unsigned char> firstKnown,
+               const Volume<float>& second, Volume<unsigned char> secondKnown);
+
   glm::ivec3 voxels() const { return size; }
   glm::ivec3 edges() const { return {size.x, size.y + 1, size.z}; }
 
@@ -29,13 +34,25 @@ class MassModel {
   /// The two corrected images (voxels).
   void correct(const Volume<Real>& b, Volume<Real>& first, Volume<Real>& second) const;
 
-  /// 1 for voxels that both images cover, 0 for those with an edge off the grid of one of them.
+  /// 1 for voxels that both images cover, 0 for those with an edge off the grid of one of them, or
+  /// in a voxel whose value is not known.
   void coverage(const Volume<Real>& b, Volume<Real>& covered) const;
 
  private:
   glm::ivec3 size;
   ColumnIntegral<Real> firstIntegral, secondIntegral;
+  Volume<unsigned char> firstMask, secondMask;  // empty: everything is known
 };
+
+/// An image through the displacement `sign` b (edges), its signal conserved: voxels of the
+/// undistorted grid. `out` has the image's size.
+template <typename Real>
+void correctAlong(const ColumnIntegral<Real>& image, const Volume<Real>& b, Real sign,
+                  Volume<Real>& out);
 
 extern template class MassModel<float>;
 extern template class MassModel<double>;
+extern template void correctAlong(const ColumnIntegral<float>&, const Volume<float>&, float,
+                                  Volume<float>&);
+extern template void correctAlong(const ColumnIntegral<double>&, const Volume<double>&, double,
+                                  Volume<double>&);

@@ -2,10 +2,13 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 #include <vector>
 
+#include "masspreserving/headmotion.h"
+#include "masspreserving/intensityscale.h"
 #include "masspreserving/levelfit.h"
 #include "masspreserving/massmodel.h"
 #include "masspreserving/pyramid.h"
@@ -13,70 +16,20 @@
 
 namespace {
 
-constexpr int fewestVoxels = 12;       // along an axis of the coarsest resolution
-constexpr double smallestStep = 0.01;  // in voxels; steps below it end a resolution
+constexpr int fewestVoxels = 12;         // along an axis of the coarsest resolution
+constexpr double smallestStep = 0.01;    // in voxels; steps below it end a resolution
+constexpr double smallestMotion = 0.05;  // of the grid's farthest corner, in voxels
+constexpr double largestStretch = 0.98;  // between voxels of the result
 constexpr double solverTolerance = 0.05;
 constexpr int mostSolverIterations = 60;
-
-double columnTotal(const Volume<float>& image, int x, int z) {
-  double sum = 0.0;
-  for (int y = 0; y < image.ny(); ++y)
-    if (std::isfinite(image.at(x, y, z))) sum += static_cast<double>(image.at(x, y, z));
-  return sum;
-}
-
-// Mean intensity weighted with the intensity.
-double reference(const Volume<float>& image) {
-  double sum = 0.0, squares = 0.0;
-  for (int i = 0; i < image.size(); ++i) {
-    const double v = image.data()[i];
-    if (!std::isfinite(v)) continue;
-    sum += std::abs(v);
-    squares += v * v;
-  }
-  return sum > 0.0 ? squares / sum : 0.0;
-}
-
-double weightedMedian(std::vector<std::pair<double, double>>& values) {
-  double total = 0.0;
-  for (const auto& v : values) total += v.second;
-  std::sort(values.begin(), values.end());
-  double below = 0.0;
-  for (const auto& v : values) {
-    below += v.second;
-    if (below >= 0.5 * total) return v.first;
-  }
-  return 0.0;
-}
-
-// Log of the ratio of the images' signal: distortion along y leaves a column's total as it is, so
-// the median over the columns, weighted with their signal, needs no displacement.
-double logRatio(const Volume<float>& first, const Volume<float>& second) {
-  std::vector<std::pair<double, double>> ratios;
-  for (int z = 0; z < first.nz(); ++z)
-    for (int x = 0; x < first.nx(); ++x) {
-      const double total1 = columnTotal(first, x, z), total2 = columnTotal(second, x, z);
-      if (total1 > 0.0 && total2 > 0.0)
-        ratios.emplace_back(std::log(total1 / total2), std::sqrt(total1) * std::sqrt(total2));
-    }
-  return weightedMedian(ratios);
-}
+// At the finest resolution the response to motion is taken from the next coarser one and improved.
+constexpr int mostFinestMotionIterations = 3;
 
 // The prior precision of the roughness before anything is known: gradients of a tenth of a voxel
 // per voxel are ordinary.
 double firstRoughnessWeight(glm::dvec3 spacingMm) {
   const double y = spacingMm.y * spacingMm.y;
   return 30.0 * y / (1.0 + 100.0 / y);
-}
-
-// Values that are not finite become 0.
-Volume<float> scaled(const Volume<float>& image, double factor) {
-  Volume<float> result(image.dimensions());
-  for (int i = 0; i < image.size(); ++i) {
-    const double v = image.data()[i];
-    result.data()[i] = static_cast<float>(std::isfinite(v) ? factor * v : 0.0);
-  }
-  return result;
 }
 
 using Images = std::pair<Volume<float>, Volume<float>>;
@@ -91,13 +44,28 @@ class Estimation {
                            const glm::dvec3& voxelMm);
 
  private:
-  void fitLevel(int level, const Images& pair);
+  enum class Head { still, moving };
+  void makeImages(const Volume<float>& first, const Volume<float>& second);
+  void fitCoarse(Head mode);
+  void fitLevel(int level, Head mode);
+  void startLevel(int level, Head mode);
+  bool headMoved();
+  Volume<float> seenByFirst(const Volume<float>& halfWay) const;
   void report(int level, int iteration, const LevelFit::Step& step, const FitStatistics& now);
+
+  const PyramidLevel& gridOf(int level) const { return levels[static_cast<std::size_t>(level)]; }
+  const Images& imagesOf(int level) const { return images[static_cast<std::size_t>(level)]; }
+  GridPlace placeOfLevel(int level) const {
+    return placeOf(levels.front().voxels, levels.front().voxelMm, gridOf(level).factor);
+  }
+  bool isCoarsest(int level) const { return level + 1 == static_cast<int>(levels.size()); }
 
   const MassPreservingOptions& options;
   const std::function<bool(const MassPreservingProgress&)>& progress;
   std::vector<PyramidLevel> levels;
+  std::vector<Images> images;
   Volume<float> b;
+  HeadMotion head;
   FitStatistics statistics;
   MassPreservingResult result;
 };
@@ -112,55 +80,120 @@ void Estimation::report(int level, int iteration, const LevelFit::Step& step,
     throw MassPreservingCancelled();
 }
 
-void Estimation::fitLevel(int level, const Images& pair) {
-  const bool coarsest = level + 1 == static_cast<int>(levels.size());
-  const glm::dvec3 spacing = levels[static_cast<std::size_t>(level)].voxelMm;
-  if (coarsest) {
-    b = transportStart<float>(pair.first, pair.second, spacing / spacing.y);
+// What a resolution starts from: the transport, or what the next coarser one found.
+void Estimation::startLevel(int level, Head mode) {
+  const glm::ivec3 voxels = gridOf(level).voxels;
+  if (isCoarsest(level)) {
+    const glm::dvec3 spacing = gridOf(level).voxelMm;
+    b = transportStart<float>(imagesOf(level).first, imagesOf(level).second, spacing / spacing.y);
+    statistics = {};
     statistics.roughnessWeight = firstRoughnessWeight(spacing);
-  } else {
-    const glm::ivec3 halved = levels[static_cast<std::size_t>(level + 1)].halved;
-    b = prolong(b, pair.first.dimensions(), halved);
-    statistics.noise = {};
-    // Twice the voxels per displacement, in the square.
-    statistics.roughnessWeight /= halved.y * halved.y;
+    head = {};
+    if (mode == Head::moving) head.response.fill(Volume<float>(b.dimensions(), 0.0F));
+    return;
   }
-  const MassModel<float> model(pair.first, pair.second);
-  LevelFit fit(model, spacing, std::move(b), statistics);
+  const glm::ivec3 halved = gridOf(level + 1).halved;
+  b = prolong(b, voxels, halved);
+  statistics.noise = {};
+  // Twice the voxels per displacement, in the square.
+  statistics.roughnessWeight /= halved.y * halved.y;
+  if (mode == Head::moving)
+    for (Volume<float>& z : head.response) z = prolong(z, voxels, halved);
+}
+
+void Estimation::fitLevel(int level, Head mode) {
+  startLevel(level, mode);
+  const Images& pair = imagesOf(level);
+  const bool finest = level == 0;
+  MassModel<float> model(pair.first, pair.second);
+  std::optional<MovingPair> moving;
+  if (mode == Head::moving) {
+    moving.emplace(model, pair.first, pair.second, placeOfLevel(level));
+    moving->hold(head.motion, b);
+  }
+  LevelFit fit(model, gridOf(level).voxelMm, std::move(b), statistics);
   // Outliers are told apart at the finest resolution only: before, what is not yet explained is
   // not an outlier.
-  const NoiseTails tails = level == 0 ? NoiseTails::student : NoiseTails::normal;
-  const int iterations = level == 0 ? options.finestIterations : options.coarseIterations;
+  const NoiseTails tails = finest ? NoiseTails::student : NoiseTails::normal;
+  const int iterations = finest ? options.finestIterations : options.coarseIterations;
   for (int i = 0; i < iterations; ++i) {
+    const bool last = finest && i + 1 == iterations;
     const LevelFit::Step step = fit.step(solverTolerance, mostSolverIterations);
-    if (level > 0 || i + 1 < iterations) fit.updateStatistics(tails);
+    bool settled = step.largestStep < smallestStep;
+    if (moving && !last) {
+      const MovingPair::Step moved = moving->step(
+          fit, head, solverTolerance, finest ? mostFinestMotionIterations : mostSolverIterations);
+      result.solverIterations += moved.solverIterations;
+      settled = settled && moved.largestVoxels < smallestMotion;
+    }
+    if (!last) fit.updateStatistics(tails);
     report(level, i, step, fit.statistics());
-    if (step.largestStep < smallestStep) break;
+    if (settled) break;
   }
   b = fit.displacement();
   statistics = fit.statistics();
 }
 
-MassPreservingResult Estimation::run(const Volume<float>& first, const Volume<float>& second,
-                                     const glm::dvec3& voxelMm) {
-  result.shiftVoxels = Volume<float>(first.dimensions(), 0.0F);
-  const double signal1 = reference(first), signal2 = reference(second);
-  if (!(signal1 > 0.0) || !(signal2 > 0.0)) return std::move(result);
-  const double logScale = options.estimateScale ? logRatio(first, second) : 0.0;
-  const double signal = std::sqrt(signal1) * std::sqrt(signal2);
+void Estimation::fitCoarse(Head mode) {
+  for (int level = static_cast<int>(levels.size()) - 1; level > 0; --level) fitLevel(level, mode);
+}
 
-  levels = makePyramid(first.dimensions(), voxelMm, fewestVoxels);
-  // Half of the scale goes to each, so that exchanging the images changes nothing but signs.
-  std::vector<Images> images;
-  images.emplace_back(scaled(first, std::exp(-0.5 * logScale) / signal),
-                      scaled(second, std::exp(0.5 * logScale) / signal));
+// The map where the head was in the first image, from that half way.
+Volume<float> Estimation::seenByFirst(const Volume<float>& halfWay) const {
+  Volume<float> map = MovedImage(halfWay, placeOfLevel(0)).through(head.motion.half());
+  limitStretch(map, static_cast<float>(largestStretch));
+  return map;
+}
+
+// Whether the head moved. If so, what of its motion runs along y is settled.
+bool Estimation::headMoved() {
+  const Images& pair = imagesOf(1);
+  const GridPlace place = placeOfLevel(1);
+  const MotionEvidence evidence(pair.first, pair.second, b, head, place);
+  result.motionMm = evidence.displacementMm;
+  result.motionChiSquare = evidence.chiSquare;
+  const glm::dvec3 mm = levels.front().voxelMm;
+  if (!evidence.isMotion(std::min({mm.x, mm.y, mm.z}))) return false;
+  if (evidence.isLarge()) {
+    b -= static_cast<float>(evidence.meanShift);
+    head.motion.translationMm.y = -2.0 * evidence.meanShift * place.voxelMm.y;
+  }
+  return true;
+}
+
+void Estimation::makeImages(const Volume<float>& first, const Volume<float>& second) {
+  images.emplace_back(first, second);
   for (std::size_t l = 1; l < levels.size(); ++l)
     images.emplace_back(coarsen(images[l - 1].first, levels[l].halved),
                         coarsen(images[l - 1].second, levels[l].halved));
-  for (int level = static_cast<int>(levels.size()) - 1; level >= 0; --level)
-    fitLevel(level, images[static_cast<std::size_t>(level)]);
+}
 
-  result.shiftVoxels = edgesToVoxels(b, 0.98);
+MassPreservingResult Estimation::run(const Volume<float>& first, const Volume<float>& second,
+                                     const glm::dvec3& voxelMm) {
+  result.shiftVoxels = Volume<float>(first.dimensions(), 0.0F);
+  const double signal1 = signalLevel(first), signal2 = signalLevel(second);
+  if (!(signal1 > 0.0) || !(signal2 > 0.0)) return std::move(result);
+  const double logScale = options.estimateScale ? logSignalRatio(first, second) : 0.0;
+  const double signal = std::sqrt(signal1) * std::sqrt(signal2);
+  levels = makePyramid(first.dimensions(), voxelMm, fewestVoxels);
+  // Half of the scale goes to each, so that exchanging the images changes nothing but signs.
+  makeImages(scaledImage(first, std::exp(-0.5 * logScale) / signal),
+             scaledImage(second, std::exp(0.5 * logScale) / signal));
+
+  bool moved = false;
+  if (options.estimateMotion && levels.size() > 1) {
+    fitCoarse(Head::moving);
+    moved = headMoved();
+  }
+  if (!moved) {
+    head = {};
+    fitCoarse(Head::still);
+  }
+  fitLevel(0, moved ? Head::moving : Head::still);
+
+  result.shiftVoxels = edgesToVoxels(b, largestStretch);
+  if (moved) result.shiftVoxels = seenByFirst(result.shiftVoxels);
+  result.motion = head.motion;
   result.scale = std::exp(logScale);
   result.noiseSigma = std::sqrt(0.5 * statistics.noise.variance) * signal;
   result.noiseTails = statistics.noise.nu;

@@ -5,14 +5,17 @@
 #include <limits>
 
 #include "containers/volume.h"
+#include "numerics/rigidmotion.h"
 
 /// What `estimateMassPreserving` does. The defaults are meant for every pair; nothing in them
 /// depends on the images' intensities.
 struct MassPreservingOptions {
   /// Estimate the intensity scale between the images; otherwise they are taken as they are.
   bool estimateScale = true;
+  /// Estimate the head's motion between the images; otherwise there is none.
+  bool estimateMotion = true;
   /// Gauss-Newton steps per resolution at most.
-  int coarseIterations = 16;
+  int coarseIterations = 6;
   int finestIterations = 4;
 };
 
@@ -35,6 +38,14 @@ struct MassPreservingResult {
   Volume<float> shiftVoxels;
   /// Intensity of the first image over that of the second, g in I1 = g I2 after correction.
   double scale = 1.0;
+  /// The head's motion from the first to the second image, in mm along the axes of the grid and
+  /// about its middle; none if it was not estimated or is not significant. What of it runs along y
+  /// is a convention (docs/mass-preserving.md).
+  RigidMotion motion;
+  /// Root mean square of the displacement, in the signal, that the estimated motion makes without
+  /// its translation along y; and what it explains: chi^2 of its five parameters. Also of a motion
+  /// that was dismissed.
+  double motionMm = 0.0, motionChiSquare = 0.0;
   /// Standard deviation per voxel and image that the fit leaves, in the units of sqrt(I1 I2)
   /// (geometric mean of the two images' scales): noise and what the model does not explain.
   double noiseSigma = 0.0;

@@ -113,6 +113,19 @@ void Objective<Real>::dataProduct(const Volume<Real>& v, Volume<Real>& out) cons
 }
 
 template <typename Real>
+void Objective<Real>::gradientOf(const Volume<Real>& v, Volume<Real>& out) const {
+  const glm::ivec3 size = model.voxels();
+  out.setAll(Real(0));
+  for (int z = 0; z < size.z; ++z)
+    for (int j = 0; j < size.y; ++j)
+      for (int x = 0; x < size.x; ++x) {
+        const Real weighted = weight.at(x, j, z) * v.at(x, j, z);
+        out.at(x, j, z) -= slope.at(x, j, z) * weighted;
+        out.at(x, j + 1, z) += slope.at(x, j + 1, z) * weighted;
+      }
+}
+
+template <typename Real>
 double dot(const Volume<Real>& a, const Volume<Real>& b) {
   const int nx = a.nx();
   double total = 0.0;

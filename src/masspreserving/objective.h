@@ -36,6 +36,8 @@ class Objective {
   void product(const Volume<Real>& v, Volume<Real>& out);
   /// The part of `product` that comes from the residuals alone.
   void dataProduct(const Volume<Real>& v, Volume<Real>& out) const;
+  /// out = J' W v: how a change v of the residuals (voxels) changes the gradient (edges).
+  void gradientOf(const Volume<Real>& v, Volume<Real>& out) const;
 
   void setRoughness(const Roughness<Real>& form) { roughness = form; }
   const Roughness<Real>& roughnessForm() const { return roughness; }

@@ -23,20 +23,35 @@ std::vector<PyramidLevel> makePyramid(glm::ivec3 voxels, glm::dvec3 voxelMm, int
   }
 }
 
-Volume<float> coarsen(const Volume<float>& image, glm::ivec3 halved) {
-  const glm::ivec3 size = (image.dimensions() + halved - 1) / halved;
-  const float share = 1.0F / static_cast<float>(halved.x * halved.y * halved.z);
-  Volume<float> coarse(size, 0.0F);
-  for (int z = 0; z < size.z * halved.z; ++z)
-    for (int y = 0; y < size.y * halved.y; ++y) {
-      const int sourceY = std::min(y, image.ny() - 1), sourceZ = std::min(z, image.nz() - 1);
-      const float* source = image.data() + image.index(0, sourceY, sourceZ);
-      float* target = coarse.data() + coarse.index(0, y / halved.y, z / halved.z);
-      for (int x = 0; x < size.x * halved.x; ++x) {
-        const float v = source[std::min(x, image.nx() - 1)];
-        target[x / halved.x] += std::isfinite(v) ? share * v : 0.0F;
+namespace {
+
+// `coarsen` along one axis.
+Volume<float> coarsenAlong(int axis, const Volume<float>& image) {
+  glm::ivec3 size = image.dimensions();
+  const int length = size[axis];
+  size[axis] = (length + 1) / 2;
+  Volume<float> coarse(size);
+  for (int z = 0; z < size.z; ++z)
+    for (int y = 0; y < size.y; ++y)
+      for (int x = 0; x < size.x; ++x) {
+        glm::ivec3 place(x, y, z);
+        const int start = 2 * place[axis] - 1;
+        const auto value = [&](int k) {
+          place[axis] = std::clamp(start + k, 0, length - 1);
+          const float v = image[place];
+          return std::isfinite(v) ? v : 0.0F;
+        };
+        coarse.at(x, y, z) = 0.125F * (value(0) + value(3)) + 0.375F * (value(1) + value(2));
       }
-    }
+  return coarse;
+}
+
+}  // namespace
+
+Volume<float> coarsen(const Volume<float>& image, glm::ivec3 halved) {
+  Volume<float> coarse = image;
+  for (int axis = 0; axis < 3; ++axis)
+    if (halved[axis] == 2) coarse = coarsenAlong(axis, coarse);
   return coarse;
 }
 
@@ -104,6 +119,16 @@ Volume<float> edgesToVoxels(const Volume<Real>& edges, double largestStep) {
         voxels.at(x, j, z) = static_cast<float>(0.5 * (edge(j) + edge(j + 1)));
     }
   return voxels;
+}
+
+void limitStretch(Volume<float>& voxels, float largestStep) {
+  for (int z = 0; z < voxels.nz(); ++z)
+    for (int y = 1; y < voxels.ny(); ++y)
+      for (int x = 0; x < voxels.nx(); ++x) {
+        const float before = voxels.at(x, y - 1, z);
+        voxels.at(x, y, z) =
+            std::clamp(voxels.at(x, y, z), before - largestStep, before + largestStep);
+      }
 }
 
 template Volume<float> prolong(const Volume<float>&, glm::ivec3, glm::ivec3);

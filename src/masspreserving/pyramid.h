@@ -18,7 +18,9 @@ struct PyramidLevel {
 /// least `fewestVoxels` voxels. Ends when y is not halved any more, or no axis can be.
 std::vector<PyramidLevel> makePyramid(glm::ivec3 voxels, glm::dvec3 voxelMm, int fewestVoxels);
 
-/// Means over blocks of `halved` voxels; of an odd length the last voxel counts twice.
+/// Halves the axes with `halved` 2 by the weights (1, 3, 3, 1) / 8, which suppress what the coarse
+/// grid cannot hold; beyond the ends the rows are continued constantly. Values that are not finite
+/// count as 0.
 Volume<float> coarsen(const Volume<float>& image, glm::ivec3 halved);
 
 /// A displacement at the edges along y of a coarse grid on the edges of the next finer one with
@@ -33,6 +35,10 @@ Volume<Real> prolong(const Volume<Real>& coarseEdges, glm::ivec3 fineVoxels, glm
 /// the edges do.
 template <typename Real>
 Volume<float> edgesToVoxels(const Volume<Real>& edges, double largestStep);
+
+/// Takes the values of each column along y so near to the one before that they differ by at most
+/// `largestStep`.
+void limitStretch(Volume<float>& voxels, float largestStep);
 
 extern template Volume<float> prolong(const Volume<float>&, glm::ivec3, glm::ivec3);
 extern template Volume<double> prolong(const Volume<double>&, glm::ivec3, glm::ivec3);

@@ -127,20 +127,6 @@ bool countsAsBrain(Tissue tissue) { return Anatomy::isBrain(tissue) || tissue ==
 
 }  // namespace
 
-glm::dmat3 RigidMotion::rotation() const {
-  const glm::dvec3 a = rotationDegrees * (std::numbers::pi / 180.0);
-  const double cx = std::cos(a.x), sx = std::sin(a.x), cy = std::cos(a.y), sy = std::sin(a.y),
-               cz = std::cos(a.z), sz = std::sin(a.z);
-  const glm::dmat3 rx(1, 0, 0, 0, cx, sx, 0, -sx, cx);
-  const glm::dmat3 ry(cy, 0, -sy, 0, 1, 0, sy, 0, cy);
-  const glm::dmat3 rz(cz, sz, 0, -sz, cz, 0, 0, 0, 1);
-  return rz * ry * rx;
-}
-
-glm::dvec3 RigidMotion::before(glm::dvec3 p) const {
-  return glm::transpose(rotation()) * (p - translationMm);
-}
-
 HeadObject sampleHead(const PhantomGrid& grid, std::uint64_t seed, const RigidMotion& motion) {
   checkGrid(grid);
   const Anatomy anatomy(seed);

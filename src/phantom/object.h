@@ -1,10 +1,10 @@
 #pragma once
 
 #include <cstdint>
-#include <glm/mat3x3.hpp>
 #include <glm/vec3.hpp>
 
 #include "containers/volume.h"
+#include "numerics/rigidmotion.h"
 
 /// Where the voxels of a phantom lie: voxel (i, j, k) has its centre at
 /// ((i, j, k) - (size - 1) / 2) * voxelMm, x to the right, y anterior, z superior.
@@ -18,19 +18,6 @@ struct PhantomGrid {
   }
   /// The inverse of `positionMm`.
   glm::dvec3 voxelAt(glm::dvec3 mm) const { return mm / voxelMm + (glm::dvec3(size) - 1.0) * 0.5; }
-};
-
-/// A rigid motion of the head: p -> R p + t about the middle of the field of view, with
-/// R = Rz Ry Rx of the three angles.
-struct RigidMotion {
-  glm::dvec3 translationMm{0.0};
-  glm::dvec3 rotationDegrees{0.0};
-
-  bool isNone() const { return *this == RigidMotion{}; }
-  bool operator==(const RigidMotion&) const = default;
-  glm::dmat3 rotation() const;
-  /// Where the tissue that is now at `p` was before the motion: R^T (p - t).
-  glm::dvec3 before(glm::dvec3 p) const;
 };
 
 /// The head sampled in cells of a third of a voxel along x and y (the axes along which an image

@@ -1,0 +1,72 @@
+#include "masspreserving/headmotion.h"
+
+#include <algorithm>
+#include <cmath>
+#include <glm/geometric.hpp>
+
+namespace {
+
+constexpr double smallestShareOfVoxel = 1.0 / 20.0;
+// Five parameters, and smoothing by (1, 3, 3, 1) / 8 along three axes multiplies chi^2 by four.
+constexpr double significantChiSquare = 4.0 * 50.0;
+constexpr double largeMotionMm = 1.5;
+
+}  // namespace
+
+MovingPair::MovingPair(MassModel<float>& ofImages, const Volume<float>& one,
+                       const Volume<float>& other, const GridPlace& where)
+    : model(ofImages), place(where), first(one, where), second(other, where) {}
+
+HalfWayPair MovingPair::hold(const RigidMotion& motion, const Volume<float>& b) {
+  HalfWayPair pair(first, second, motion, b);
+  model.replace(pair.first, pair.firstKnown, pair.second, pair.secondKnown);
+  return pair;
+}
+
+MovingPair::Step MovingPair::step(LevelFit& fit, HeadMotion& head, double tolerance,
+                                  int maxSolverIterations) {
+  const HalfWayPair now = hold(head.motion, fit.displacement());
+  const MotionStep step =
+      fit.motionStep(now, head.motion, place, head.response, tolerance, maxSolverIterations);
+  const glm::dvec3 translation = translationOf(step.change), rotation = rotationOf(step.change);
+  head.motion = head.motion.followedBy(translation, rotation);
+  head.precision = step.precision;
+  hold(head.motion, fit.displacement());
+  const glm::dvec3 mm = place.voxelMm;
+  const double largestMm =
+      std::max(glm::length(translation), glm::length(place.firstMm) * glm::length(rotation));
+  return {largestMm / std::min({mm.x, mm.y, mm.z}), step.solverIterations};
+}
+
+MotionEvidence::MotionEvidence(const Volume<float>& first, const Volume<float>& second,
+                               const Volume<float>& b, const HeadMotion& head,
+                               const GridPlace& place) {
+  double total = 0.0, shifts = 0.0, squares = 0.0;
+  const glm::dmat3 rotation = head.motion.rotation();
+  for (int z = 0; z < first.nz(); ++z)
+    for (int y = 0; y < first.ny(); ++y)
+      for (int x = 0; x < first.nx(); ++x) {
+        const double signal = 0.5 * (static_cast<double>(first.at(x, y, z)) +
+                                     static_cast<double>(second.at(x, y, z)));
+        const double weight = signal * signal;
+        const glm::dvec3 p = place.positionMm({x, y, z});
+        const glm::dvec3 moved = rotation * p + head.motion.translationMm - p;
+        const double shift =
+            0.5 * (static_cast<double>(b.at(x, y, z)) + static_cast<double>(b.at(x, y + 1, z)));
+        total += weight;
+        shifts += weight * shift;
+        squares += weight * glm::dot(moved, moved);
+      }
+  const MotionVector p = parametersOf(head.motion);
+  chiSquare = p.dot(head.precision * p);
+  if (!(total > 0.0)) return;
+  displacementMm = std::sqrt(squares / total);
+  meanShift = shifts / total;
+}
+
+bool MotionEvidence::isMotion(double shortestEdgeMm) const {
+  return displacementMm >= smallestShareOfVoxel * shortestEdgeMm &&
+         chiSquare >= significantChiSquare;
+}
+
+bool MotionEvidence::isLarge() const { return displacementMm >= largeMotionMm; }

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "containers/volume.h"
+#include "masspreserving/levelfit.h"
+#include "masspreserving/massmodel.h"
+#include "masspreserving/motionstep.h"
+#include "masspreserving/movedimage.h"
+
+/// The head's motion from the first to the second image, as far as it is known.
+struct HeadMotion {
+  RigidMotion motion;
+  MotionMatrix precision = MotionMatrix::Zero();  ///< at the last step
+  MotionResponse response;                        ///< of b, at the last step
+};
+
+/// The images of a model when the head moved between them.
+class MovingPair {
+ public:
+  MovingPair(MassModel<float>& model, const Volume<float>& first, const Volume<float>& second,
+             const GridPlace& place);
+
+  /// Gives the model the pair half way of `motion`, with the displacement b (edges).
+  HalfWayPair hold(const RigidMotion& motion, const Volume<float>& b);
+
+  struct Step {
+    double largestVoxels;  ///< that the farthest corner of the grid moved by
+    int solverIterations;
+  };
+  /// A step of the motion, with the fit's displacement going along.
+  Step step(LevelFit& fit, HeadMotion& head, double tolerance, int maxSolverIterations);
+
+ private:
+  MassModel<float>& model;
+  GridPlace place;
+  MovedImage first, second;
+};
+
+/// What speaks for a motion that was estimated.
+struct MotionEvidence {
+  /// Root mean square of its displacement, without the translation along y, weighted with the
+  /// squared signal.
+  double displacementMm = 0.0;
+  /// Of its parameters, by the precision of the last step. Larger than it would be with independent
+  /// noise, as images of coarse resolutions are smoothed.
+  double chiSquare = 0.0;
+  /// Mean of the displacement b in voxels, weighted in the same way.
+  double meanShift = 0.0;
+
+  /// `b` and the images are those of the resolution at `place`.
+  MotionEvidence(const Volume<float>& first, const Volume<float>& second, const Volume<float>& b,
+                 const HeadMotion& head, const GridPlace& place);
+
+  /// Whether there was motion that is worth the interpolation that it takes to undo it: by a
+  /// twentieth of a voxel's shortest edge or more, and not by chance.
+  bool isMotion(double shortestEdgeMm) const;
+
+  /// Whether the head moved so far that it probably did so along y as well. Only the sum of half
+  /// that translation and of the mean of b can be told from images. A head that hardly moved is
+  /// taken not to have moved along y; of one that moved farther than scanners set their centre
+  /// frequency wrong, the mean of b is taken for 0 (docs/mass-preserving.md).
+  bool isLarge() const;
+};

@@ -1,0 +1,142 @@
+#include "masspreserving/motionstep.h"
+
+#include <Eigen/Cholesky>
+#include <algorithm>
+#include <glm/geometric.hpp>
+#include <numbers>
+
+#include "masspreserving/massmodel.h"
+
+namespace {
+
+// Difference quotients of an image along one axis, per mm; one-sided at the borders.
+Volume<float> derivative(const Volume<float>& image, int axis, double voxelMm) {
+  Volume<float> result(image.dimensions());
+  const int last = image.dimensions()[axis] - 1;
+  for (int z = 0; z < image.nz(); ++z)
+    for (int y = 0; y < image.ny(); ++y)
+      for (int x = 0; x < image.nx(); ++x) {
+        glm::ivec3 low(x, y, z), high(x, y, z);
+        low[axis] = std::max(low[axis] - 1, 0);
+        high[axis] = std::min(high[axis] + 1, last);
+        const int steps = high[axis] - low[axis];
+        result.at(x, y, z) =
+            steps > 0 ? static_cast<float>((static_cast<double>(image[high]) - image[low]) /
+                                           (steps * voxelMm))
+                      : 0.0F;
+      }
+  return result;
+}
+
+constexpr double degree = std::numbers::pi / 180.0;
+
+MotionVector priorPrecision() {
+  const double translation = 1.0 / (10.0 * 10.0), rotation = 1.0 / (10.0 * degree * 10.0 * degree);
+  return {translation, translation, rotation, rotation, rotation};
+}
+
+// Slopes of the corrected image along the scanner's axes, per mm.
+class Slopes {
+ public:
+  Slopes(const Volume<float>& image, const Volume<float>& b, float sign, const GridPlace& place) {
+    for (int axis = 0; axis < 3; ++axis) {
+      const ColumnIntegral<float> integral(derivative(image, axis, place.voxelMm[axis]));
+      along[axis] = Volume<float>(image.dimensions());
+      correctAlong(integral, b, sign, along[axis]);
+    }
+  }
+  glm::dvec3 at(int i) const {
+    return {along[0].data()[i], along[1].data()[i], along[2].data()[i]};
+  }
+
+ private:
+  Volume<float> along[3];
+};
+
+double weightedDot(const Volume<float>& weight, const Volume<float>& a, const Volume<float>& b) {
+  return dot(weight * a, b);
+}
+
+}  // namespace
+
+glm::dvec3 translationOf(const MotionVector& p) { return {p[0], 0.0, p[1]}; }
+glm::dvec3 rotationOf(const MotionVector& p) { return {p[2], p[3], p[4]}; }
+
+MotionVector parametersOf(const RigidMotion& motion) {
+  const glm::dvec3 angles = motion.rotationDegrees * degree;
+  return {motion.translationMm.x, motion.translationMm.z, angles.x, angles.y, angles.z};
+}
+
+HalfWayPair::HalfWayPair(MovedImage& firstMoved, MovedImage& secondMoved, const RigidMotion& motion,
+                         const Volume<float>& b)
+    : toFirst(motion.half().inverse()), toSecond(motion.half()) {
+  MovedImage::Unmoved one = firstMoved.unmoved(toFirst, b, 1.0);
+  MovedImage::Unmoved other = secondMoved.unmoved(toSecond, b, -1.0);
+  first = std::move(one.image);
+  firstKnown = std::move(one.covered);
+  second = std::move(other.image);
+  secondKnown = std::move(other.covered);
+}
+
+std::array<Volume<float>, motionParameters> motionDerivatives(const HalfWayPair& pair,
+                                                              const Volume<float>& b,
+                                                              const GridPlace& place) {
+  const Slopes first(pair.first, b, 1.0F, place), second(pair.second, b, -1.0F, place);
+  const glm::dmat3 r1 = pair.toFirst.rotation(), r2 = pair.toSecond.rotation();
+  std::array<Volume<float>, motionParameters> result;
+  result.fill(Volume<float>(pair.first.dimensions()));
+  for (int z = 0; z < pair.first.nz(); ++z)
+    for (int y = 0; y < pair.first.ny(); ++y)
+      for (int x = 0; x < pair.first.nx(); ++x) {
+        const int i = pair.first.index(x, y, z);
+        const glm::dvec3 p = place.positionMm({x, y, z}), g1 = first.at(i), g2 = second.at(i);
+        // Half of the change goes to each image. g . (w x p) = w . (p x g).
+        const glm::dvec3 shifted = -0.5 * (g1 + g2);
+        const glm::dvec3 turned = -0.5 * (glm::cross(r1 * p, g1) + glm::cross(r2 * p, g2));
+        const std::array<double, motionParameters> change{shifted.x, shifted.z, turned.x, turned.y,
+                                                          turned.z};
+        for (std::size_t k = 0; k < change.size(); ++k)
+          result[k].data()[i] = static_cast<float>(change[k]);
+      }
+  return result;
+}
+
+MotionStep motionStep(Objective<float>& objective, const LineSolver<float>& lines,
+                      const Volume<float>& gradient,
+                      const std::array<Volume<float>, motionParameters>& derivatives,
+                      const RigidMotion& motion, MotionResponse& response, double tolerance,
+                      int maxSolverIterations) {
+  const auto product = [&](const Volume<float>& v, Volume<float>& out) {
+    objective.product(v, out);
+  };
+  std::array<Volume<float>, motionParameters> coupling, left;
+  MotionStep step;
+  MotionVector rhs;
+  for (std::size_t p = 0; p < motionParameters; ++p) {
+    coupling[p] = left[p] = Volume<float>(gradient.dimensions());
+    objective.gradientOf(derivatives[p], coupling[p]);
+    step.solverIterations += improveSolution<float>(product, lines, coupling[p], response[p],
+                                                    tolerance, maxSolverIterations)
+                                 .iterations;
+    objective.product(response[p], left[p]);
+    left[p] = coupling[p] - left[p];
+    rhs[static_cast<int>(p)] =
+        weightedDot(objective.weight, derivatives[p], objective.residuals()) -
+        dot(response[p], gradient);
+  }
+  // The curvature with b following `response`, which need not be exact.
+  for (std::size_t p = 0; p < motionParameters; ++p)
+    for (std::size_t q = 0; q < motionParameters; ++q)
+      step.precision(static_cast<int>(p), static_cast<int>(q)) =
+          weightedDot(objective.weight, derivatives[p], derivatives[q]) -
+          dot(coupling[p], response[q]) - dot(response[p], left[q]);
+  const MotionVector prior = priorPrecision();
+  step.precision.diagonal() += prior;
+  rhs += prior.cwiseProduct(parametersOf(motion));
+  step.change = -step.precision.ldlt().solve(rhs);
+  if (!step.change.allFinite()) step.change.setZero();
+  step.shift = Volume<float>(gradient.dimensions(), 0.0F);
+  for (std::size_t p = 0; p < motionParameters; ++p)
+    step.shift -= response[p] * static_cast<float>(step.change[static_cast<int>(p)]);
+  return step;
+}
