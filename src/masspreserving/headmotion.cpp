@@ -7,8 +7,8 @@
 namespace {
 
 constexpr double smallestShareOfVoxel = 1.0 / 20.0;
-// Five parameters, and smoothing by (1, 3, 3, 1) / 8 along three axes multiplies chi^2 by four.
-constexpr double significantChiSquare = 4.0 * 50.0;
+constexpr double significantChiSquare = 50.0;  // of five parameters
+constexpr double leastVarianceRatio = 1.25;
 constexpr double largeMotionMm = 1.5;
 
 }  // namespace
@@ -30,7 +30,7 @@ MovingPair::Step MovingPair::step(LevelFit& fit, HeadMotion& head, double tolera
       fit.motionStep(now, head.motion, place, head.response, tolerance, maxSolverIterations);
   const glm::dvec3 translation = translationOf(step.change), rotation = rotationOf(step.change);
   head.motion = head.motion.followedBy(translation, rotation);
-  head.precision = step.precision;
+  head.chiSquare = chiSquareOf(parametersOf(head.motion), step);
   hold(head.motion, fit.displacement());
   const glm::dvec3 mm = place.voxelMm;
   const double largestMm =
@@ -57,8 +57,7 @@ MotionEvidence::MotionEvidence(const Volume<float>& first, const Volume<float>& 
         shifts += weight * shift;
         squares += weight * glm::dot(moved, moved);
       }
-  const MotionVector p = parametersOf(head.motion);
-  chiSquare = p.dot(head.precision * p);
+  chiSquare = head.chiSquare;
   if (!(total > 0.0)) return;
   displacementMm = std::sqrt(squares / total);
   meanShift = shifts / total;
@@ -66,7 +65,7 @@ MotionEvidence::MotionEvidence(const Volume<float>& first, const Volume<float>& 
 
 bool MotionEvidence::isMotion(double shortestEdgeMm) const {
   return displacementMm >= smallestShareOfVoxel * shortestEdgeMm &&
-         chiSquare >= significantChiSquare;
+         chiSquare >= significantChiSquare && varianceRatio >= leastVarianceRatio;
 }
 
 bool MotionEvidence::isLarge() const { return displacementMm >= largeMotionMm; }

@@ -9,8 +9,8 @@
 /// The head's motion from the first to the second image, as far as it is known.
 struct HeadMotion {
   RigidMotion motion;
-  MotionMatrix precision = MotionMatrix::Zero();  ///< at the last step
-  MotionResponse response;                        ///< of b, at the last step
+  double chiSquare = 0.0;   ///< of its parameters, by the last step
+  MotionResponse response;  ///< of b, at the last step
 };
 
 /// The images of a model when the head moved between them.
@@ -40,9 +40,9 @@ struct MotionEvidence {
   /// Root mean square of its displacement, without the translation along y, weighted with the
   /// squared signal.
   double displacementMm = 0.0;
-  /// Of its parameters, by the precision of the last step. Larger than it would be with independent
-  /// noise, as images of coarse resolutions are smoothed.
-  double chiSquare = 0.0;
+  double chiSquare = 0.0;  ///< of its parameters (`chiSquareOf`)
+  /// The residuals' variance without motion over that with it.
+  double varianceRatio = 1.0;
   /// Mean of the displacement b in voxels, weighted in the same way.
   double meanShift = 0.0;
 
@@ -51,7 +51,9 @@ struct MotionEvidence {
                  const HeadMotion& head, const GridPlace& place);
 
   /// Whether there was motion that is worth the interpolation that it takes to undo it: by a
-  /// twentieth of a voxel's shortest edge or more, and not by chance.
+  /// twentieth of a voxel's shortest edge or more, not by chance, and with a good part of what the
+  /// images differ by explained. Ghosts, say, can make a small rotation of a sphere significant, which
+  /// then explains next to nothing of them.
   bool isMotion(double shortestEdgeMm) const;
 
   /// Whether the head moved so far that it probably did so along y as well. Only the sum of half

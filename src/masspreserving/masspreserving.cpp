@@ -145,15 +145,26 @@ Volume<float> Estimation::seenByFirst(const Volume<float>& halfWay) const {
   return map;
 }
 
-// Whether the head moved. If so, what of its motion runs along y is settled.
+// Fits the coarse resolutions again with a moving head, and keeps that if the head moved. What of its
+// motion runs along y is then settled.
 bool Estimation::headMoved() {
+  Volume<float> stillB = std::move(b);
+  const FitStatistics still = statistics;
+  fitCoarse(Head::moving);
   const Images& pair = imagesOf(1);
   const GridPlace place = placeOfLevel(1);
-  const MotionEvidence evidence(pair.first, pair.second, b, head, place);
+  MotionEvidence evidence(pair.first, pair.second, b, head, place);
+  evidence.varianceRatio = still.noise.variance / statistics.noise.variance;
   result.motionMm = evidence.displacementMm;
   result.motionChiSquare = evidence.chiSquare;
+  result.motionVarianceRatio = evidence.varianceRatio;
   const glm::dvec3 mm = levels.front().voxelMm;
-  if (!evidence.isMotion(std::min({mm.x, mm.y, mm.z}))) return false;
+  if (!evidence.isMotion(std::min({mm.x, mm.y, mm.z}))) {
+    b = std::move(stillB);
+    statistics = still;
+    head = {};
+    return false;
+  }
   if (evidence.isLarge()) {
     b -= static_cast<float>(evidence.meanShift);
     head.motion.translationMm.y = -2.0 * evidence.meanShift * place.voxelMm.y;
@@ -180,15 +191,8 @@ MassPreservingResult Estimation::run(const Volume<float>& first, const Volume<fl
   makeImages(scaledImage(first, std::exp(-0.5 * logScale) / signal),
              scaledImage(second, std::exp(0.5 * logScale) / signal));
 
-  bool moved = false;
-  if (options.estimateMotion && levels.size() > 1) {
-    fitCoarse(Head::moving);
-    moved = headMoved();
-  }
-  if (!moved) {
-    head = {};
-    fitCoarse(Head::still);
-  }
+  fitCoarse(Head::still);
+  const bool moved = options.estimateMotion && levels.size() > 1 && headMoved();
   fitLevel(0, moved ? Head::moving : Head::still);
 
   result.shiftVoxels = edgesToVoxels(b, largestStretch);

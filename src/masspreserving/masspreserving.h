@@ -43,9 +43,10 @@ struct MassPreservingResult {
   /// is a convention (docs/mass-preserving.md).
   RigidMotion motion;
   /// Root mean square of the displacement, in the signal, that the estimated motion makes without
-  /// its translation along y; and what it explains: chi^2 of its five parameters. Also of a motion
-  /// that was dismissed.
-  double motionMm = 0.0, motionChiSquare = 0.0;
+  /// its translation along y; and what speaks for it: chi^2 of its five parameters, and the residuals'
+  /// variance at half the resolution without it over that with it. Also of a motion that was
+  /// dismissed.
+  double motionMm = 0.0, motionChiSquare = 0.0, motionVarianceRatio = 1.0;
   /// Standard deviation per voxel and image that the fit leaves, in the units of sqrt(I1 I2)
   /// (geometric mean of the two images' scales): noise and what the model does not explain.
   double noiseSigma = 0.0;

@@ -35,6 +35,37 @@ MotionVector priorPrecision() {
   return {translation, translation, rotation, rotation, rotation};
 }
 
+constexpr int blocksPerAxis = 4;
+
+// Scatter of w r (D - J Z), summed over each block: the contributions to the gradient along the path
+// on which b follows the motion.
+MotionMatrix blockScatter(const Objective<float>& objective,
+                          const std::array<Volume<float>, motionParameters>& derivatives,
+                          const MotionResponse& response) {
+  const Volume<float>& r = objective.residuals();
+  const Volume<float>& s = objective.slopes();
+  const glm::ivec3 size = r.dimensions();
+  MotionMatrix scatter = MotionMatrix::Zero();
+  const auto bound = [](int block, int n) { return block * n / blocksPerAxis; };
+  for (int block = 0; block < blocksPerAxis * blocksPerAxis * blocksPerAxis; ++block) {
+    const glm::ivec3 at(block % blocksPerAxis, block / blocksPerAxis % blocksPerAxis,
+                        block / (blocksPerAxis * blocksPerAxis));
+    MotionVector sum = MotionVector::Zero();
+    for (int z = bound(at.z, size.z); z < bound(at.z + 1, size.z); ++z)
+      for (int y = bound(at.y, size.y); y < bound(at.y + 1, size.y); ++y)
+        for (int x = bound(at.x, size.x); x < bound(at.x + 1, size.x); ++x) {
+          const double weighted = static_cast<double>(objective.weight.at(x, y, z)) * r.at(x, y, z);
+          const double low = s.at(x, y, z), high = s.at(x, y + 1, z);
+          for (std::size_t p = 0; p < motionParameters; ++p)
+            sum[static_cast<int>(p)] +=
+                weighted * (static_cast<double>(derivatives[p].at(x, y, z)) -
+                            high * response[p].at(x, y + 1, z) + low * response[p].at(x, y, z));
+        }
+    scatter += sum * sum.transpose();
+  }
+  return scatter;
+}
+
 // Slopes of the corrected image along the scanner's axes, per mm.
 class Slopes {
  public:
@@ -130,6 +161,7 @@ MotionStep motionStep(Objective<float>& objective, const LineSolver<float>& line
       step.precision(static_cast<int>(p), static_cast<int>(q)) =
           weightedDot(objective.weight, derivatives[p], derivatives[q]) -
           dot(coupling[p], response[q]) - dot(response[p], left[q]);
+  step.scatter = blockScatter(objective, derivatives, response);
   const MotionVector prior = priorPrecision();
   step.precision.diagonal() += prior;
   rhs += prior.cwiseProduct(parametersOf(motion));
@@ -139,4 +171,10 @@ MotionStep motionStep(Objective<float>& objective, const LineSolver<float>& line
   for (std::size_t p = 0; p < motionParameters; ++p)
     step.shift -= response[p] * static_cast<float>(step.change[static_cast<int>(p)]);
   return step;
+}
+
+double chiSquareOf(const MotionVector& parameters, const MotionStep& step) {
+  const MotionVector information = step.precision * parameters;
+  const MotionMatrix both = step.scatter + step.precision;
+  return information.dot(both.ldlt().solve(information));
 }

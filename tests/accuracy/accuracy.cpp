@@ -1,7 +1,8 @@
 // Prints the tables of docs/accuracy.md: each variant of the estimate against a field that was
 // measured on its own, against itself along another axis, and against a simulated truth.
 //
-//   MIREL_TEST_DATA=folder mirel_accuracy [brain|series|sphere|phantom|small ...] [--scale F]
+//   MIREL_TEST_DATA=folder mirel_accuracy [brain|series|sphere|phantom|simulated|small ...]
+//   [--scale F]
 
 #include <algorithm>
 #include <chrono>
@@ -14,8 +15,10 @@
 
 #include "accuracy/measure.h"
 #include "accuracy/series.h"
+#include "accuracy/simulated.h"
 #include "correct/engine.h"
 #include "correct/foreground.h"
+#include "masspreserving/masspreserving.h"
 #include "nifti/geometry.h"
 #include "phantom/phantom.h"
 #include "vdm/estimatepair.h"
@@ -31,6 +34,7 @@ namespace {
 struct Variant {
   const char* name;
   EstimateOptions options;
+  bool massPreserving = false;
 };
 
 const std::vector<Variant> variants = {
@@ -39,6 +43,7 @@ const std::vector<Variant> variants = {
     {"SSD, intensity correction", {.useSsd = true, .intensityCorrection = true}},
     {"NCC", {}},
     {"NCC, intensity correction", {.intensityCorrection = true}},
+    {"mass-preserving", {}, true},
 };
 
 /// Phase encoding along y, `first` phase encoded towards negative y.
@@ -75,17 +80,31 @@ double scaleOf(const Pair& pair) {
   return estimatorThreshold / headThreshold(meanOf(pair.first.image, pair.second.image));
 }
 
+Volume<float> massPreservingMap(const Pair& pair) {
+  const MassPreservingResult result =
+      estimateMassPreserving(pair.first.image, pair.second.image, pair.voxelMm);
+  const glm::dvec3 t = result.motion.translationMm, r = result.motion.rotationDegrees;
+  std::fprintf(stderr,
+               "mass-preserving: motion %.3f %.3f %.3f mm, %.3f %.3f %.3f degrees (%.3f mm, chi^2 "
+               "%.0f, variance ratio %.3f); scale %.4f\n",
+               t.x, t.y, t.z, r.x, r.y, r.z, result.motionMm, result.motionChiSquare,
+               result.motionVarianceRatio, result.scale);
+  return result.shiftVoxels;
+}
+
 struct Estimated {
   Volume<float> vdm;
   double seconds;
 };
 
-Estimated estimate(const Pair& pair, const EstimateOptions& options) {
+Estimated estimate(const Pair& pair, const Variant& variant) {
   const float scale = static_cast<float>(scaleOf(pair));
   std::ostringstream log;
   const auto start = std::chrono::steady_clock::now();
-  Volume<float> vdm =
-      estimatePair(pair.first.image * scale, pair.second.image * scale, pair.voxelMm, options, log);
+  Volume<float> vdm = variant.massPreserving
+                          ? massPreservingMap(pair)
+                          : estimatePair(pair.first.image * scale, pair.second.image * scale,
+                                         pair.voxelMm, variant.options, log);
   return {std::move(vdm),
           std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count()};
 }
@@ -136,7 +155,7 @@ void brain() {
   print("uncorrected", Volume<float>(measured.dimensions(), 0.0f), 0);
   print("measured field", measured * -readout, 0);
   for (const Variant& variant : variants) {
-    const Estimated result = estimate(pair, variant.options);
+    const Estimated result = estimate(pair, variant);
     print(variant.name, result.vdm, result.seconds);
   }
 }
@@ -167,8 +186,8 @@ void sphere() {
   const Volume<float> zero(base.first.image.dimensions(), 0.0f);
   const Volume<float> zeroAcross(across.first.image.dimensions(), 0.0f);
   for (const Variant& variant : variants) {
-    const Volume<float> vdm = estimate(base, variant.options).vdm;
-    const Volume<float> vdmAcross = estimate(across, variant.options).vdm;
+    const Volume<float> vdm = estimate(base, variant).vdm;
+    const Volume<float> vdmAcross = estimate(across, variant).vdm;
     // Corrected images of both pairs say where the sphere is; its rim is left out.
     const auto insideOf = [](const Pair& pair, const Volume<float>& map) {
       const Volume<float> mean = meanOf(applyVdm(map, pair.first.image, false, false),
@@ -219,8 +238,40 @@ void phantom() {
   print("uncorrected", Volume<float>(made.ap.dimensions(), 0.0f), 0);
   print("truth", made.shiftVoxels, 0);
   for (const Variant& variant : variants) {
-    const Estimated result = estimate(pair, variant.options);
+    const Estimated result = estimate(pair, variant);
     print(variant.name, result.vdm, result.seconds);
+  }
+}
+
+// Truth that looks like a measured field.
+void simulated() {
+  const std::string folder = dataFolder() + "/siemens_prisma_dwi_bold_fmap";
+  const Placed field = readPlaced(folder + "/derived/sub-01_fieldmap_Hz.nii.gz");
+  const Placed magnitude = readPlaced(folder + "/fmap/sub-01_magnitude1.nii.gz");
+  const Placed inside = readPlaced(folder + "/derived/sub-01_approx_brainmask.nii.gz");
+  const Mask brain = maskAbove(resampledTo(magnitude, inside), 0.5), inner = eroded(brain, 1);
+  std::printf("simulated from a measured magnitude and field\n");
+  std::printf(
+      "| variant | seed | smoothing, voxels | rms voxels in the brain | eroded once | s |\n"
+      "|---|---|---|---|---|---|\n");
+  for (std::uint64_t seed = 1; seed <= 3; ++seed) {
+    const SimulatedPair made = simulatePair(magnitude.image, resampledTo(magnitude, field),
+                                            headThreshold(magnitude.image), 6.0, brain, seed);
+    const Pair pair{{made.first, magnitude.affine},
+                    {made.second, magnitude.affine},
+                    1.0,
+                    nifti::columnLengths(magnitude.affine)};
+    const auto print = [&](const char* name, const Volume<float>& vdm, double seconds) {
+      std::printf("| %s | %d | %.2f | %.3f | %.3f | %.1f |\n", name, static_cast<int>(seed),
+                  made.smoothingVoxels, rmsDifference(vdm, made.shiftVoxels, brain),
+                  rmsDifference(vdm, made.shiftVoxels, inner), seconds);
+      std::fflush(stdout);
+    };
+    print("uncorrected", Volume<float>(made.first.dimensions(), 0.0f), 0);
+    for (const Variant& variant : variants) {
+      const Estimated result = estimate(pair, variant);
+      print(variant.name, result.vdm, result.seconds);
+    }
   }
 }
 
@@ -237,7 +288,7 @@ void small() {
   std::printf("| uncorrected | %.3f | %.3f | |\n", correctedCorrelation(pair, zero, false, head),
               correctedCorrelation(pair, zero, true, head));
   for (const Variant& variant : variants) {
-    const Estimated result = estimate(pair, variant.options);
+    const Estimated result = estimate(pair, variant);
     std::printf("| %s | %.3f | %.3f | %.1f |\n", variant.name,
                 correctedCorrelation(pair, result.vdm, false, head),
                 correctedCorrelation(pair, result.vdm, true, head), result.seconds);
@@ -258,7 +309,7 @@ int main(int argc, char** argv) {
       else
         parts.push_back(word);
     }
-    if (parts.empty()) parts = {"brain", "series", "sphere", "phantom", "small"};
+    if (parts.empty()) parts = {"brain", "series", "sphere", "phantom", "simulated", "small"};
     for (const std::string& part : parts) {
       if (part == "brain")
         brain();
@@ -268,6 +319,8 @@ int main(int argc, char** argv) {
         sphere();
       else if (part == "phantom")
         phantom();
+      else if (part == "simulated")
+        simulated();
       else if (part == "small")
         small();
       else
