@@ -31,9 +31,13 @@ struct Options {
   int meanB = 0;  // 0: as for A
   std::string estimator;
   double readoutB = 0;
-  bool ssd = false, ncc = false, fast = false, noIc = false, ic = false;
+  bool ssd = false, ncc = false, fast = false, noIc = false, ic = false, noMotion = false;
   bool modulate = false, quiet = false, json = false;
 };
+
+bool hasSearchOptions(const Options& options) {
+  return options.ssd || options.ncc || options.ic || options.noIc || options.fast;
+}
 
 void settle(Options& options) {
   correct::CorrectionOptions& job = options.job;
@@ -44,8 +48,9 @@ void settle(Options& options) {
   job.b.readoutSeconds = options.readoutB > 0 ? options.readoutB : job.a.readoutSeconds;
   job.estimate.search = {
       .fast = options.fast, .useSsd = options.ssd, .intensityCorrection = !options.noIc};
-  if (options.estimator == nameOf(correct::Estimator::massPreserving))
-    job.estimate.estimator = correct::Estimator::massPreserving;
+  if (options.estimator == nameOf(correct::Estimator::search) || hasSearchOptions(options))
+    job.estimate.estimator = correct::Estimator::search;
+  job.estimate.motion = !options.noMotion;
   if (options.modulate) job.estimate.modulation = series::Modulation::on;
   for (const std::string& file : options.runs) {
     correct::ImageOptions run;
@@ -70,6 +75,16 @@ std::string acquisition(const series::PhaseEncodingDirection& direction, const s
   return text;
 }
 
+std::string three(const glm::dvec3& v) {
+  return number("%.2f", v.x) + ", " + number("%.2f", v.y) + ", " + number("%.2f", v.z);
+}
+
+std::string motionText(const std::optional<RigidMotion>& motion) {
+  if (!motion) return "Head motion between the images: none found";
+  return "Head motion between the images: " + three(motion->translationMm) + " mm along and " +
+         three(motion->rotationDegrees) + " degrees about i, j, k";
+}
+
 void tell(const correct::CorrectionReport& report) {
   for (const correct::InputImage* image : {&report.pair.a, &report.pair.b})
     std::cerr << image->title() << ": phase encoding "
@@ -79,6 +94,10 @@ void tell(const correct::CorrectionReport& report) {
             << " (intensity scale " << number("%.4g", estimate.intensityScale) << ", "
             << number("%.0f", 100 * estimate.foregroundA) << " and "
             << number("%.0f", 100 * estimate.foregroundB) << " % of the voxels)\n";
+  if (estimate.estimator == correct::Estimator::massPreserving)
+    std::cerr << "Intensity of the first image over that of the second: "
+              << number("%.4g", estimate.intensityRatio) << "\n"
+              << motionText(estimate.motion) << "\n";
   std::cerr << "Correlation of the pair in the head: " << number("%.3f", estimate.agreement.before)
             << " before, " << number("%.3f", estimate.agreement.after) << " after\n";
   for (const correct::SeriesResult& run : report.series)
@@ -184,20 +203,24 @@ void addAcquisitionOptions(CLI::App* command, Options& options) {
 void addEstimateOptions(CLI::App* command, Options& options) {
   correct::EstimateSettings& estimate = options.job.estimate;
   command
-      ->add_option("--estimator", options.estimator,
-                   "Method of the estimate (default: search, the estimate of 'mirel estimate');\n"
-                   "mass-preserving conserves signal that piles up: use it with --modulate")
+      ->add_option(
+          "--estimator", options.estimator,
+          "mass-preserving (default): models the signal that piles up or thins out, and the\n"
+          "head's motion; 0.28 voxels rms from a measured field. search: the method of\n"
+          "'mirel estimate', which its options below imply; 0.52 voxels")
       ->type_name("NAME")
       ->check(CLI::IsMember({"search", "mass-preserving"}));
+  command->add_flag("--no-motion", options.noMotion,
+                    "Take the head not to have moved between A and B");
   CLI::Option* ssd =
       command->add_flag("--ssd", options.ssd, "Search by the sum of squared differences");
   command
       ->add_flag("--ncc", options.ncc,
-                 "Search by normalised cross-correlation (default; with --ic 0.52 voxels rms\n"
-                 "from a measured field, SSD 0.87, --fast 0.63)")
+                 "Search by normalised cross-correlation (the search's default; with --ic 0.52\n"
+                 "voxels rms from a measured field, SSD 0.87, --fast 0.63)")
       ->excludes(ssd);
   CLI::Option* ic =
-      command->add_flag("--ic", options.ic, "Correct intensities during the search (default)");
+      command->add_flag("--ic", options.ic, "Correct intensities during the search (its default)");
   command->add_flag("--no-ic", options.noIc, "Do not correct intensities during the search")
       ->excludes(ic);
   command->add_flag("--fast", options.fast,
@@ -235,11 +258,12 @@ void addCorrectCommand(CLI::App& app, Program& program) {
   command->add_flag("--json", options->json,
                     "Print a summary as JSON instead of the names of the files written");
   command->callback([options, &program] {
-    const bool searchOptions =
-        options->ssd || options->ncc || options->ic || options->noIc || options->fast;
-    if (options->estimator == nameOf(correct::Estimator::massPreserving) && searchOptions)
+    const bool search = hasSearchOptions(*options);
+    if (options->estimator == nameOf(correct::Estimator::massPreserving) && search)
       throw CLI::ExcludesError("--estimator mass-preserving",
                                "--ssd, --ncc, --ic, --no-ic and --fast, which are of the search");
+    if (options->noMotion && (search || options->estimator == nameOf(correct::Estimator::search)))
+      throw CLI::ExcludesError("--no-motion", "the search, which knows no motion");
     program.action = [options] { return runCorrect(*options); };
   });
 }

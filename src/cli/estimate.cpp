@@ -1,9 +1,16 @@
+#include "tasks/estimate.h"
+
 #include <memory>
 
 #include "cli/command.h"
+#include "correct/engine.h"
+#include "host/hosterror.h"
 #include "host/outputs.h"
 #include "host/session.h"
 #include "host/task.h"
+#include "masspreserving/masspreserving.h"
+#include "plugin/access/cnztlog.h"
+#include "plugin/access/ztaccess.h"
 
 namespace {
 
@@ -13,7 +20,8 @@ constexpr const char* description =
     "Writes A_vdm.map and B_vdm.map beside the projects: the shift of every voxel along the\n"
     "phase-encoding axis, in voxels. B's map is A's negated. Prints the names of the files\n"
     "written. Without options: the full estimate from the first volume of each project, with\n"
-    "NCC, for phase encoding along y.\n";
+    "NCC, for phase encoding along y. --estimator mass-preserving takes the method of\n"
+    "'mirel correct' instead of the plugin's.\n";
 
 struct Options {
   std::string files[2];
@@ -25,6 +33,10 @@ struct Options {
   bool fast = false;
   bool saveDerivative = false;
   bool apply = false;
+  std::string estimator;
+  bool noMotion = false;
+
+  bool isMassPreserving() const { return estimator == "mass-preserving"; }
 };
 
 /// The parser's own check of this kind prints the largest double as the upper limit.
@@ -58,6 +70,43 @@ void setParameters(const Options& options, ParameterStore& parameters) {
   parameters.setInt("apply_to_input", options.apply);
 }
 
+void tellMotion(const RigidMotion& motion, bool rllr, std::ostream& log) {
+  if (motion.isNone()) {
+    log << "No motion of the head between the images." << std::flush;
+    return;
+  }
+  const RigidMotion found = rllr ? motion.withExchanged(0, 1) : motion;
+  const glm::dvec3 t = found.translationMm, r = found.rotationDegrees;
+  char text[200];
+  std::snprintf(text, sizeof text,
+                "Motion of the head between the images: %.2f, %.2f, %.2f mm along and %.2f, %.2f, "
+                "%.2f degrees about x, y, z.",
+                t.x, t.y, t.z, r.x, r.y, r.z);
+  log << text << std::flush;
+}
+
+// The estimate task with the program's own method, on the same maps and projects.
+bool runMassPreserving(const Options& options) {
+  if (!InitZTAccess()) throw HostError("the program does not export its functions");
+  correct::bindEngine();
+  CNZTLog log(host::ztLogText);
+  const PairEstimator estimator = [&](const Volume<float>& first, const Volume<float>& second,
+                                      const glm::dvec3& voxelMm, std::ostream& text) {
+    MassPreservingOptions wanted;
+    wanted.estimateMotion = !options.noMotion;
+    MassPreservingResult found = estimateMassPreserving(first, second, voxelMm, wanted);
+    if (!options.noMotion) tellMotion(found.motion, options.rllr, text);
+    return std::move(found.shiftVoxels);
+  };
+  try {
+    estimateFiles(log, estimator);
+  } catch (const std::exception& failure) {
+    hostSession().console.messageBox(std::string("Error: ") + failure.what());
+    return false;
+  }
+  return true;
+}
+
 int runEstimate(const Options& options, const std::string& pluginFile) {
   for (const std::string& file : options.files) refuseImpossibleName(file);
   const std::vector<ProjectInfo> projects = {readProjectInfo(options.files[0]),
@@ -71,10 +120,14 @@ int runEstimate(const Options& options, const std::string& pluginFile) {
   for (const ProjectInfo& project : projects)
     for (const std::string& warning : dataFileWarnings(project)) session.console.warn(warning);
 
-  Plugin plugin(findPlugin(pluginFile));
   setParameters(options, session.parameters);
   session.maps.setCurrentDimensions(projects[0].dimX, projects[0].dimY, projects[0].dimZ);
-  if (!runTask(plugin, "estimate")) return exitFailure;
+  if (options.isMassPreserving()) {
+    if (!runMassPreserving(options)) return exitFailure;
+  } else {
+    Plugin plugin(findPlugin(pluginFile));
+    if (!runTask(plugin, "estimate")) return exitFailure;
+  }
   return reportOutputs(outputs) ? exitSuccess : exitFailure;
 }
 
@@ -101,6 +154,18 @@ void addEstimateCommand(CLI::App& app, Program& program) {
       ->check(refuseNegative);
   command->add_flag("--rllr", options->rllr,
                     "Phase encoding runs along x, right-left (default: along y)");
+  CLI::Option* estimator =
+      command
+          ->add_option(
+              "--estimator", options->estimator,
+              "Method of the estimate: search (default), the plugin's, or mass-preserving,\n"
+              "which models the signal that piles up or thins out, and the head's motion")
+          ->type_name("NAME")
+          ->check(CLI::IsMember({"search", "mass-preserving"}));
+  command
+      ->add_flag("--no-motion", options->noMotion,
+                 "Take the head not to have moved (mass-preserving estimate)")
+      ->needs(estimator);
   command->add_flag("--ic", options->intensityCorrection,
                     "Correct the intensities of both images during the full estimate\n"
                     "(default: off)");
@@ -120,6 +185,13 @@ void addEstimateCommand(CLI::App& app, Program& program) {
   command->add_flag("--apply", options->apply,
                     "Also correct all volumes of both projects, as A_undist and B_undist");
   command->callback([options, &program] {
+    const bool search =
+        options->intensityCorrection || options->ssd || options->ncc || options->fast;
+    if (options->isMassPreserving() && search)
+      throw CLI::ExcludesError("--estimator mass-preserving",
+                               "--ic, --ssd, --ncc and --fast, which are of the search");
+    if (options->noMotion && !options->isMassPreserving())
+      throw CLI::ExcludesError("--no-motion", "the search, which knows no motion");
     program.action = [options, &program] { return runEstimate(*options, program.pluginFile); };
   });
 }

@@ -237,6 +237,11 @@ CorrectionReport correctAll(const CorrectionOptions& options, const Progress& pr
   progress("Reading", 1.0);
   report.estimate = estimatePairMap(report.pair, options.estimate, progress);
   gather(report.warnings, report.estimate.warnings);
+  if (report.estimate.motion)
+    report.notes.push_back(
+        "the map, the field and the warps hold the distortion with the head where it was in " +
+        report.pair.a.title() + "; to correct " + report.pair.b.title() +
+        " its motion was undone as well");
   try {
     writeAll(folder, names, options, inputs, report, progress);
   } catch (const nifti::Error& error) {

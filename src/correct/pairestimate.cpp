@@ -85,13 +85,14 @@ double doneAt(const MassPreservingProgress& state) {
   return finished * (state.iteration + 1) / (state.iteration + 2);
 }
 
-Volume<float> massPreservingMap(const Frame& frame, const Progress& progress) {
-  return estimateMassPreserving(frame.first, frame.second, frame.voxelMm, {},
+MassPreservingResult massPreserving(const Frame& frame, bool motion, const Progress& progress) {
+  MassPreservingOptions options;
+  options.estimateMotion = motion;
+  return estimateMassPreserving(frame.first, frame.second, frame.voxelMm, options,
                                 [&](const MassPreservingProgress& state) {
                                   progress("Estimating", doneAt(state));
                                   return true;
-                                })
-      .shiftVoxels;
+                                });
 }
 
 Volume<float> searchMap(const Frame& frame, const EstimateOptions& options,
@@ -100,13 +101,23 @@ Volume<float> searchMap(const Frame& frame, const EstimateOptions& options,
   return estimatePair(frame.first, frame.second, frame.voxelMm, options, log);
 }
 
-Volume<float> estimateIn(const Frame& frame, const EstimateSettings& settings,
-                         const Progress& progress) {
-  Volume<float> map = settings.estimator == Estimator::massPreserving
-                          ? massPreservingMap(frame, progress)
-                          : searchMap(frame, settings.search, progress);
-  requireUsable(map);
-  return map;
+// The map of the frame, whose second image is then that of an unmoved head.
+Volume<float> estimateIn(Frame& frame, int axis, const EstimateSettings& settings,
+                         PairEstimate& estimate, const Progress& progress) {
+  if (settings.estimator == Estimator::search) {
+    Volume<float> map = searchMap(frame.scaled(static_cast<float>(estimate.intensityScale)),
+                                  settings.search, progress);
+    requireUsable(map);
+    return map;
+  }
+  MassPreservingResult found = massPreserving(frame, settings.motion, progress);
+  requireUsable(found.shiftVoxels);
+  estimate.intensityRatio = found.scale;
+  if (!found.motion.isNone()) {
+    estimate.motion = found.motion.withExchanged(axis, 1);
+    frame.second = secondUnmoved(frame.second, frame.voxelMm, found.motion, found.shiftVoxels);
+  }
+  return std::move(found.shiftVoxels);
 }
 
 // The other in-plane axis, by which the stated one is judged; for phase encoding across the
@@ -197,19 +208,19 @@ std::string nameOf(Estimator estimator) {
 PairEstimate estimatePairMap(const PairInput& pair, const EstimateSettings& settings,
                              const Progress& progress) {
   PairEstimate estimate;
+  estimate.estimator = settings.estimator;
   chooseScale(pair, settings, estimate);
   doubtForeground(pair, estimate);
   progress("Estimating", 0.0);
   const int axis = pair.axis();
-  const Frame frame(pair, axis);
-  const Volume<float> map = estimateIn(frame.scaled(static_cast<float>(estimate.intensityScale)),
-                                       settings, progress);
+  Frame frame(pair, axis);
+  const Volume<float> map = estimateIn(frame, axis, settings, estimate, progress);
   progress("Estimating", 1.0);
   estimate.shift = series::exchangedWithY(map, axis);
   estimate.correctedA =
       series::correctVolume(pair.a.image, estimate.shift, axis, settings.modulation);
-  estimate.correctedB =
-      series::correctVolume(pair.b.image, estimate.shift * -1.0f, axis, settings.modulation);
+  estimate.correctedB = series::correctVolume(series::exchangedWithY(frame.second, axis),
+                                              estimate.shift * -1.0f, axis, settings.modulation);
   estimate.mean = meanOf(estimate.correctedA, estimate.correctedB);
 
   progress("Checking", 0.0);

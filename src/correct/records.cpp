@@ -38,6 +38,13 @@ Json recordOf(const InputImage& image) {
   return record;
 }
 
+// The head's motion from A to B along and about i, j, k; null: none was found.
+Json motionRecord(const PairEstimate& estimate) {
+  if (!estimate.motion) return nullptr;
+  const glm::dvec3 t = estimate.motion->translationMm, r = estimate.motion->rotationDegrees;
+  return {{"TranslationMm", {t.x, t.y, t.z}}, {"RotationDegrees", {r.x, r.y, r.z}}};
+}
+
 Json settingsRecord(const EstimateSettings& settings, const PairEstimate& estimate) {
   Json record = {{"Estimator", nameOf(settings.estimator)}};
   if (settings.estimator == Estimator::search) {
@@ -46,6 +53,11 @@ Json settingsRecord(const EstimateSettings& settings, const PairEstimate& estima
       record["Measure"] = settings.search.useSsd ? "SSD" : "NCC";
       record["IntensityCorrection"] = settings.search.intensityCorrection;
     }
+  }
+  if (settings.estimator == Estimator::massPreserving) {
+    record["EstimateMotion"] = settings.motion;
+    record["IntensityRatio"] = estimate.intensityRatio;
+    record["HeadMotion"] = motionRecord(estimate);
   }
   record["IntensityScale"] = estimate.intensityScale;
   record["ForegroundThreshold"] = estimate.threshold;
@@ -130,6 +142,8 @@ Json summaryOf(const CorrectionReport& report) {
   }
   json["intensityScale"] = estimate.intensityScale;
   json["foregroundThreshold"] = estimate.threshold;
+  json["intensityRatio"] = estimate.intensityRatio;
+  json["headMotion"] = motionRecord(estimate);
   json["foreground"] = {estimate.foregroundA, estimate.foregroundB};
   const PairAgreement& agreement = estimate.agreement;
   json["pairCorrelation"] = {{"before", agreement.before},

@@ -52,8 +52,8 @@ struct MotionEvidence {
 
   /// Whether there was motion that is worth the interpolation that it takes to undo it: by a
   /// twentieth of a voxel's shortest edge or more, not by chance, and with a good part of what the
-  /// images differ by explained. Ghosts, say, can make a small rotation of a sphere significant, which
-  /// then explains next to nothing of them.
+  /// images differ by explained. Ghosts, say, can make a small rotation of a sphere significant,
+  /// which then explains next to nothing of them.
   bool isMotion(double shortestEdgeMm) const;
 
   /// Whether the head moved so far that it probably did so along y as well. Only the sum of half

@@ -11,6 +11,7 @@
 #include "masspreserving/intensityscale.h"
 #include "masspreserving/levelfit.h"
 #include "masspreserving/massmodel.h"
+#include "masspreserving/movedimage.h"
 #include "masspreserving/pyramid.h"
 #include "masspreserving/transport.h"
 
@@ -145,8 +146,8 @@ Volume<float> Estimation::seenByFirst(const Volume<float>& halfWay) const {
   return map;
 }
 
-// Fits the coarse resolutions again with a moving head, and keeps that if the head moved. What of its
-// motion runs along y is then settled.
+// Fits the coarse resolutions again with a moving head, and keeps that if the head moved. What of
+// its motion runs along y is then settled.
 bool Estimation::headMoved() {
   Volume<float> stillB = std::move(b);
   const FitStatistics still = statistics;
@@ -219,4 +220,13 @@ MassPreservingResult estimateMassPreserving(
       throw std::invalid_argument("a voxel edge is not a positive number");
   if (first.size() == 0) return {};
   return Estimation(options, progress).run(first, second, voxelMm);
+}
+
+Volume<float> secondUnmoved(const Volume<float>& second, const glm::dvec3& voxelMm,
+                            const RigidMotion& motion, const Volume<float>& shiftVoxels) {
+  if (second.dimensions() != shiftVoxels.dimensions())
+    throw std::invalid_argument("image and map have different sizes");
+  if (motion.isNone() || second.size() == 0) return second;
+  const GridPlace place = placeOf(second.dimensions(), voxelMm, glm::ivec3(1));
+  return MovedImage(second, place).unmoved(motion, voxelsToEdges(shiftVoxels), -1.0).image;
 }

@@ -43,9 +43,9 @@ struct MassPreservingResult {
   /// is a convention (docs/mass-preserving.md).
   RigidMotion motion;
   /// Root mean square of the displacement, in the signal, that the estimated motion makes without
-  /// its translation along y; and what speaks for it: chi^2 of its five parameters, and the residuals'
-  /// variance at half the resolution without it over that with it. Also of a motion that was
-  /// dismissed.
+  /// its translation along y; and what speaks for it: chi^2 of its five parameters, and the
+  /// residuals' variance at half the resolution without it over that with it. Also of a motion that
+  /// was dismissed.
   double motionMm = 0.0, motionChiSquare = 0.0, motionVarianceRatio = 1.0;
   /// Standard deviation per voxel and image that the fit leaves, in the units of sqrt(I1 I2)
   /// (geometric mean of the two images' scales): noise and what the model does not explain.
@@ -85,6 +85,15 @@ MassPreservingResult estimateMassPreserving(
     const Volume<float>& first, const Volume<float>& second, const glm::dvec3& voxelMm,
     const MassPreservingOptions& options = {},
     const std::function<bool(const MassPreservingProgress&)>& progress = {});
+
+/// The second image as it would be had the head been where it was in the first: to be corrected
+/// with the negated map like one without motion. Cubic spline interpolation; 0 where the image did
+/// not reach. Without motion the image itself.
+///
+/// `shiftVoxels` is the result's map, `motion` its motion, `second` and `voxelMm` as for the
+/// estimate. Errors   std::invalid_argument if the sizes differ.
+Volume<float> secondUnmoved(const Volume<float>& second, const glm::dvec3& voxelMm,
+                            const RigidMotion& motion, const Volume<float>& shiftVoxels);
 
 /// Thrown when the progress function returns false.
 struct MassPreservingCancelled {};

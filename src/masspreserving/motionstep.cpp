@@ -37,8 +37,8 @@ MotionVector priorPrecision() {
 
 constexpr int blocksPerAxis = 4;
 
-// Scatter of w r (D - J Z), summed over each block: the contributions to the gradient along the path
-// on which b follows the motion.
+// Scatter of w r (D - J Z), summed over each block: the contributions to the gradient along the
+// path on which b follows the motion.
 MotionMatrix blockScatter(const Objective<float>& objective,
                           const std::array<Volume<float>, motionParameters>& derivatives,
                           const MotionResponse& response) {

@@ -24,17 +24,18 @@ MotionVector parametersOf(const RigidMotion& motion);
 struct MotionStep {
   MotionVector change;     ///< to be made after the motion so far
   MotionMatrix precision;  ///< Hessian of the motion with the displacement following it
-  /// Scatter of the gradient's contributions from the 4 x 4 x 4 blocks of the volume. With residuals
-  /// that are independent noise it is about `precision`; where they have structure, larger.
+  /// Scatter of the gradient's contributions from the 4 x 4 x 4 blocks of the volume. With
+  /// residuals that are independent noise it is about `precision`; where they have structure,
+  /// larger.
   MotionMatrix scatter;
-  Volume<float> shift;     ///< the change of b that belongs to it
+  Volume<float> shift;  ///< the change of b that belongs to it
   int solverIterations = 0;
 };
 
-/// chi^2 of motion parameters whose covariance is that of clustered data, P^-1 (S + P) P^-1 with the
-/// precision P and the scatter S of a step (P. Huber, 5th Berkeley Symp. 1:221, 1967; K.-Y. Liang &
-/// S. Zeger, Biometrika 73:13, 1986): what images differ by besides noise is alike within a block, and
-/// counts as one observation rather than many.
+/// chi^2 of motion parameters whose covariance is that of clustered data, P^-1 (S + P) P^-1 with
+/// the precision P and the scatter S of a step (P. Huber, 5th Berkeley Symp. 1:221, 1967; K.-Y.
+/// Liang & S. Zeger, Biometrika 73:13, 1986): what images differ by besides noise is alike within a
+/// block, and counts as one observation rather than many.
 double chiSquareOf(const MotionVector& parameters, const MotionStep& step);
 
 /// A pair as it would be had the head stayed half way between its two places: the first image taken

@@ -121,6 +121,17 @@ Volume<float> edgesToVoxels(const Volume<Real>& edges, double largestStep) {
   return voxels;
 }
 
+Volume<float> voxelsToEdges(const Volume<float>& voxels) {
+  const int last = voxels.ny() - 1;
+  Volume<float> edges(voxels.nx(), voxels.ny() + 1, voxels.nz());
+  for (int z = 0; z < edges.nz(); ++z)
+    for (int j = 0; j < edges.ny(); ++j)
+      for (int x = 0; x < edges.nx(); ++x)
+        edges.at(x, j, z) =
+            0.5F * (voxels.at(x, std::max(j - 1, 0), z) + voxels.at(x, std::min(j, last), z));
+  return edges;
+}
+
 void limitStretch(Volume<float>& voxels, float largestStep) {
   for (int z = 0; z < voxels.nz(); ++z)
     for (int y = 1; y < voxels.ny(); ++y)

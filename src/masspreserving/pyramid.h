@@ -36,6 +36,10 @@ Volume<Real> prolong(const Volume<Real>& coarseEdges, glm::ivec3 fineVoxels, glm
 template <typename Real>
 Volume<float> edgesToVoxels(const Volume<Real>& edges, double largestStep);
 
+/// Values at the edges along y from those at the voxels: means of neighbours, constant at the ends.
+/// Neighbours differ by no more than the voxels' do.
+Volume<float> voxelsToEdges(const Volume<float>& voxels);
+
 /// Takes the values of each column along y so near to the one before that they differ by at most
 /// `largestStep`.
 void limitStretch(Volume<float>& voxels, float largestStep);

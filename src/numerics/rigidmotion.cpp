@@ -5,6 +5,7 @@
 #include <glm/geometric.hpp>
 #include <glm/matrix.hpp>
 #include <numbers>
+#include <utility>
 
 namespace {
 
@@ -52,6 +53,15 @@ glm::dvec3 RigidMotion::before(glm::dvec3 p) const {
 
 RigidMotion RigidMotion::followedBy(glm::dvec3 translation, glm::dvec3 radians) const {
   return {translationMm + translation, anglesOf(rotationBy(radians) * rotation())};
+}
+
+RigidMotion RigidMotion::withExchanged(int axis, int other) const {
+  glm::dvec3 translation = translationMm;
+  std::swap(translation[axis], translation[other]);
+  glm::dmat3 r = rotation();
+  std::swap(r[axis], r[other]);
+  for (int column = 0; column < 3; ++column) std::swap(r[column][axis], r[column][other]);
+  return {translation, anglesOf(r)};
 }
 
 RigidMotion RigidMotion::inverse() const {

@@ -19,6 +19,8 @@ struct RigidMotion {
   /// This motion and then a small one: a rotation by the vector `radians` (its axis, and its length
   /// as the angle) of R p alone, and a translation.
   RigidMotion followedBy(glm::dvec3 translation, glm::dvec3 radians) const;
+  /// The same motion in coordinates with two axes (0 .. 2) exchanged.
+  RigidMotion withExchanged(int axis, int other) const;
   /// The motion that leads back.
   RigidMotion inverse() const;
   /// The motion that, made twice, is this one; of rotations by less than half a turn.

@@ -85,18 +85,26 @@ class Project {
 };
 
 Volume<float> estimateProjects(const Project& project0, const Project& project1,
-                               const Parameters& p, std::ostream& log) {
+                               const Parameters& p, const PairEstimator& estimator,
+                               std::ostream& log) {
   const Volume<float>& chosen0 = project0.volume(p.volumeIndex[0]);
   const Volume<float>& chosen1 = project1.volume(p.volumeIndex[1]);
   glm::dvec3 voxelSize = project0.voxelSize();
   if (p.rllr) std::swap(voxelSize.x, voxelSize.y);
   log << "Estimating voxel displacement maps..." << std::flush;
+  if (!p.rllr) return estimator(chosen0, chosen1, voxelSize, log);
+  return estimator(chosen0.transposeXY(), chosen1.transposeXY(), voxelSize, log);
+}
+
+// The method of the dialog parameters.
+PairEstimator searchOf(const Parameters& p) {
   EstimateOptions options;
   options.fast = p.fast;
   options.useSsd = p.useSsd;
   options.intensityCorrection = p.useIc;
-  if (!p.rllr) return estimatePair(chosen0, chosen1, voxelSize, options, log);
-  return estimatePair(chosen0.transposeXY(), chosen1.transposeXY(), voxelSize, options, log);
+  return
+      [options](const Volume<float>& first, const Volume<float>& second, const glm::dvec3& voxelMm,
+                std::ostream& log) { return estimatePair(first, second, voxelMm, options, log); };
 }
 
 void saveMaps(const Volume<float>& vdm, const Volume<float>& negated, const Parameters& p) {
@@ -108,14 +116,11 @@ void saveMaps(const Volume<float>& vdm, const Volume<float>& negated, const Para
   saveMap(derivative * -1.0f, p.rllr, 0.1f, 1.0f, vdmderiv_filename(p.files[1]));
 }
 
-}  // namespace
-
-void estimateFiles(std::ostream& log) {
-  const Parameters p = readParameters();
+void estimateWith(const Parameters& p, const PairEstimator& estimator, std::ostream& log) {
   Project project0(p.files[0]);
   Project project1(p.files[1]);
   requireSameDimensions(project0.dimensions(), project1.dimensions());
-  const Volume<float> vdm = estimateProjects(project0, project1, p, log);
+  const Volume<float> vdm = estimateProjects(project0, project1, p, estimator, log);
   const Volume<float> negated = vdm * -1.0f;
   log << "Saving voxel displacement maps to .map files..." << std::flush;
   saveMaps(vdm, negated, p);
@@ -125,4 +130,15 @@ void estimateFiles(std::ostream& log) {
     project1.correct(negated, p.rllr);
   }
   log << "Done." << std::flush;
+}
+
+}  // namespace
+
+void estimateFiles(std::ostream& log) {
+  const Parameters p = readParameters();
+  estimateWith(p, searchOf(p), log);
+}
+
+void estimateFiles(std::ostream& log, const PairEstimator& estimator) {
+  estimateWith(readParameters(), estimator, log);
 }
