@@ -147,7 +147,7 @@ double LevelFit::traceEstimate() {
   const auto product = [&](const Volume<float>& v, Volume<float>& out) {
     objective.product(v, out);
   };
-  conjugateGradients<float>(product, lines, rhs, solution, 0.05, 40);
+  conjugateGradients<float>(product, lines, rhs, solution, 0.2, 40);
   return dot(signs, solution);
 }
 

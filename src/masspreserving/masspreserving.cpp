@@ -21,10 +21,13 @@ constexpr int fewestVoxels = 12;         // along an axis of the coarsest resolu
 constexpr double smallestStep = 0.01;    // in voxels; steps below it end a resolution
 constexpr double smallestMotion = 0.05;  // of the grid's farthest corner, in voxels
 constexpr double largestStretch = 0.98;  // between voxels of the result
-constexpr double solverTolerance = 0.05;
+constexpr double solverTolerance = 0.2;
 constexpr int mostSolverIterations = 60;
+// The motion needs fewer steps than the displacement, and its steps cost more.
+constexpr int mostMovingIterations = 6;
 // At the finest resolution the response to motion is taken from the next coarser one and improved.
 constexpr int mostFinestMotionIterations = 3;
+constexpr int mostFinestMotionSteps = 3;
 
 // The prior precision of the roughness before anything is known: gradients of a tenth of a voxel
 // per voxel are ordinary.
@@ -113,21 +116,23 @@ void Estimation::fitLevel(int level, Head mode) {
     moving->hold(head.motion, b);
   }
   LevelFit fit(model, gridOf(level).voxelMm, std::move(b), statistics);
-  // Outliers are told apart at the finest resolution only: before, what is not yet explained is
-  // not an outlier.
-  const NoiseTails tails = finest ? NoiseTails::student : NoiseTails::normal;
-  const int iterations = finest ? options.finestIterations : options.coarseIterations;
+  const int coarse =
+      moving ? std::min(options.coarseIterations, mostMovingIterations) : options.coarseIterations;
+  const int iterations = finest ? options.finestIterations : coarse;
   for (int i = 0; i < iterations; ++i) {
     const bool last = finest && i + 1 == iterations;
     const LevelFit::Step step = fit.step(solverTolerance, mostSolverIterations);
     bool settled = step.largestStep < smallestStep;
-    if (moving && !last) {
+    if (moving && !(finest && i >= mostFinestMotionSteps)) {
       const MovingPair::Step moved = moving->step(
           fit, head, solverTolerance, finest ? mostFinestMotionIterations : mostSolverIterations);
       result.solverIterations += moved.solverIterations;
       settled = settled && moved.largestVoxels < smallestMotion;
     }
-    if (!last) fit.updateStatistics(tails);
+    // Outliers are told apart in the second half of the finest resolution only: before, what is not
+    // yet explained is not an outlier.
+    const bool student = finest && i >= iterations / 2;
+    if (!last) fit.updateStatistics(student ? NoiseTails::student : NoiseTails::normal);
     report(level, i, step, fit.statistics());
     if (settled) break;
   }

@@ -15,8 +15,8 @@ struct MassPreservingOptions {
   /// Estimate the head's motion between the images; otherwise there is none.
   bool estimateMotion = true;
   /// Gauss-Newton steps per resolution at most.
-  int coarseIterations = 6;
-  int finestIterations = 4;
+  int coarseIterations = 10;
+  int finestIterations = 8;
 };
 
 /// State after a Gauss-Newton step.
