@@ -88,7 +88,10 @@ TEST_F(CorrectCommand, theFieldHasTheSignAndSizeOfTheTrueOne) {
 TEST_F(CorrectCommand, theMapIsThatOfTheEstimateTaskBitForBit) {
   const struct {
     std::vector<std::string> correct, estimate;
-  } variants[] = {{{}, {"--ic"}}, {{"--ssd", "--no-ic"}, {"--ssd"}}, {{"--fast"}, {"--fast"}}};
+  } variants[] = {{{"--estimator", "search"}, {"--ic"}},
+                  {{"--ssd", "--no-ic"}, {"--ssd"}},
+                  {{"--fast"}, {"--fast"}},
+                  {{}, {"--estimator", "mass-preserving"}}};
   ASSERT_EQ(runMirel({"convert", ap(), file("a.fmr")}).status, 0);
   ASSERT_EQ(runMirel({"convert", pa(), file("b.fmr")}).status, 0);
   for (const auto& variant : variants) {
@@ -108,13 +111,20 @@ TEST_F(CorrectCommand, theMapIsThatOfTheEstimateTaskBitForBit) {
 TEST_F(CorrectCommand, theMapIsThatOfTheEstimateTaskAlongXToo) {
   ASSERT_EQ(runMirel({"convert", ap(), file("a.dmr")}).status, 0);
   ASSERT_EQ(runMirel({"convert", pa(), file("b.dmr")}).status, 0);
-  ASSERT_EQ(runMirel({"estimate", file("a.dmr"), file("b.dmr"), "--rllr", "--ic"}).status, 0);
-  ASSERT_EQ(correct({"--pe-a", "i", "--pe-b", "i-", "--intensity-scale", "1"}).status, 0);
-  // The host stores the map of such a pair with x and y exchanged back.
-  const Map stored = readMapFile(file("a_vdm.map"));
-  const Volume<float> map = imageIn(out("sub-phantom_desc-voxels_displacement.nii.gz"));
-  ASSERT_EQ(stored.header.dimX, map.nx());
-  EXPECT_TRUE(std::equal(stored.values.begin(), stored.values.end(), map.data()));
+  for (const std::vector<std::string>& method :
+       {std::vector<std::string>{"--ic"}, {"--estimator", "mass-preserving"}}) {
+    std::vector<std::string> words = {"estimate", file("a.dmr"), file("b.dmr"), "--rllr"};
+    words.insert(words.end(), method.begin(), method.end());
+    ASSERT_EQ(runMirel(words).status, 0);
+    words = {"--pe-a", "i", "--pe-b", "i-", "--intensity-scale", "1"};
+    words.insert(words.end(), method.begin(), method.end());
+    ASSERT_EQ(correct(words).status, 0);
+    // The host stores the map of such a pair with x and y exchanged back.
+    const Map stored = readMapFile(file("a_vdm.map"));
+    const Volume<float> map = imageIn(out("sub-phantom_desc-voxels_displacement.nii.gz"));
+    ASSERT_EQ(stored.header.dimX, map.nx());
+    EXPECT_TRUE(std::equal(stored.values.begin(), stored.values.end(), map.data()));
+  }
 }
 
 TEST_F(CorrectCommand, appliesToSeriesOfEitherPolarity) {

@@ -6,6 +6,7 @@
 
 #include "correct/engine.h"
 #include "correct/smallpair.h"
+#include "masspreserving/masspreserving.h"
 
 using namespace correct;
 using testing::Each;
@@ -13,8 +14,10 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-TEST(PairEstimate, isCloseToTheTruth) {
-  const PairEstimate estimate = estimatePairMap(smallPair(), {}, noProgress);
+TEST(PairEstimate, bySearchIsCloseToTheTruth) {
+  EstimateSettings settings;
+  settings.estimator = Estimator::search;
+  const PairEstimate estimate = estimatePairMap(smallPair(), settings, noProgress);
   // The coarse head leaves 0.35 voxels; finer ones do better (docs/accuracy.md).
   EXPECT_LT(rmsInBrain(estimate.shift, smallPhantom().shiftVoxels), 0.4);
   EXPECT_GT(correlationInBrain(estimate.shift, smallPhantom().shiftVoxels), 0.75);
@@ -25,7 +28,6 @@ TEST(PairEstimate, isCloseToTheTruth) {
 
 TEST(PairEstimate, conservingSignalIsFarCloserToTheTruth) {
   EstimateSettings settings;
-  settings.estimator = Estimator::massPreserving;
   settings.modulation = series::Modulation::on;
   const PairEstimate estimate = estimatePairMap(smallPair(), settings, noProgress);
   EXPECT_LT(rmsInBrain(estimate.shift, smallPhantom().shiftVoxels), 0.06);
@@ -39,6 +41,7 @@ TEST(PairEstimate, isTheEnginesOwnBitForBit) {
        {EstimateOptions{}, EstimateOptions{.useSsd = true, .intensityCorrection = true},
         EstimateOptions{.fast = true}}) {
     EstimateSettings settings;
+    settings.estimator = Estimator::search;
     settings.search = options;
     settings.intensityScale = 1;
     std::ostringstream log;
@@ -48,8 +51,21 @@ TEST(PairEstimate, isTheEnginesOwnBitForBit) {
   }
 }
 
+TEST(PairEstimate, byDefaultIsTheMassPreservingOneBitForBit) {
+  const PairInput pair = smallPair();
+  const PairEstimate estimate = estimatePairMap(pair, {}, noProgress);
+  const MassPreservingResult expected =
+      estimateMassPreserving(pair.a.image, pair.b.image, glm::dvec3(4.5));
+  EXPECT_TRUE(estimate.shift == expected.shiftVoxels);
+  EXPECT_EQ(estimate.estimator, Estimator::massPreserving);
+  EXPECT_EQ(estimate.intensityRatio, expected.scale);
+  EXPECT_FALSE(estimate.motion.has_value());
+}
+
 TEST(PairEstimate, defaultsToTheVariantThatMeasuresBest) {
   const EstimateSettings settings;
+  EXPECT_EQ(settings.estimator, Estimator::massPreserving);
+  EXPECT_TRUE(settings.motion);
   EXPECT_FALSE(settings.search.useSsd);
   EXPECT_TRUE(settings.search.intensityCorrection);
   EXPECT_FALSE(settings.search.fast);
@@ -90,20 +106,24 @@ TEST(PairEstimate, warnsWhereEverythingOrNothingIsHead) {
 }
 
 TEST(PairEstimate, progressGrowsAndMayEndTheWork) {
-  double last = 0;
-  std::string stage;
-  int calls = 0;
-  estimatePairMap(smallPair(), {}, [&](const std::string& name, double done) {
-    if (name != stage) last = 0;
-    stage = name;
-    EXPECT_GE(done, last);
-    EXPECT_LE(done, 1.0);
-    last = done;
-    ++calls;
-  });
-  EXPECT_GE(calls, 8);
-  const auto stop = [](const std::string&, double done) {
-    if (done > 0.5) throw std::length_error("stop");
-  };
-  EXPECT_THROW(estimatePairMap(smallPair(), {}, stop), std::length_error);
+  for (const Estimator estimator : {Estimator::search, Estimator::massPreserving}) {
+    EstimateSettings settings;
+    settings.estimator = estimator;
+    double last = 0;
+    std::string stage;
+    int calls = 0;
+    estimatePairMap(smallPair(), settings, [&](const std::string& name, double done) {
+      if (name != stage) last = 0;
+      stage = name;
+      EXPECT_GE(done, last) << nameOf(estimator);
+      EXPECT_LE(done, 1.0);
+      last = done;
+      ++calls;
+    });
+    EXPECT_GE(calls, 8);
+    const auto stop = [](const std::string&, double done) {
+      if (done > 0.5) throw std::length_error("stop");
+    };
+    EXPECT_THROW(estimatePairMap(smallPair(), settings, stop), std::length_error);
+  }
 }
