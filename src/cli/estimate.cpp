@@ -154,18 +154,15 @@ void addEstimateCommand(CLI::App& app, Program& program) {
       ->check(refuseNegative);
   command->add_flag("--rllr", options->rllr,
                     "Phase encoding runs along x, right-left (default: along y)");
-  CLI::Option* estimator =
-      command
-          ->add_option(
-              "--estimator", options->estimator,
-              "Method of the estimate: search (default), the plugin's, or mass-preserving,\n"
-              "which models the signal that piles up or thins out, and the head's motion")
-          ->type_name("NAME")
-          ->check(CLI::IsMember({"search", "mass-preserving"}));
   command
-      ->add_flag("--no-motion", options->noMotion,
-                 "Take the head not to have moved (mass-preserving estimate)")
-      ->needs(estimator);
+      ->add_option(
+          "--estimator", options->estimator,
+          "Method of the estimate: search (default), the plugin's, or mass-preserving,\n"
+          "which models the signal that piles up or thins out, and the head's motion")
+      ->type_name("NAME")
+      ->check(CLI::IsMember({"search", "mass-preserving"}));
+  command->add_flag("--no-motion", options->noMotion,
+                    "Take the head not to have moved (mass-preserving estimate)");
   command->add_flag("--ic", options->intensityCorrection,
                     "Correct the intensities of both images during the full estimate\n"
                     "(default: off)");
