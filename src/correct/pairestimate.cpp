@@ -88,9 +88,12 @@ double doneAt(const MassPreservingProgress& state) {
 MassPreservingResult massPreserving(const Frame& frame, bool motion, const Progress& progress) {
   MassPreservingOptions options;
   options.estimateMotion = motion;
+  // The coarse resolutions come a second time when motion is looked for.
+  double done = 0.0;
   return estimateMassPreserving(frame.first, frame.second, frame.voxelMm, options,
                                 [&](const MassPreservingProgress& state) {
-                                  progress("Estimating", doneAt(state));
+                                  done = std::max(done, doneAt(state));
+                                  progress("Estimating", done);
                                   return true;
                                 });
 }
