@@ -1,6 +1,5 @@
 #include "numerics/rigidmotion.h"
 
-#include <algorithm>
 #include <cmath>
 #include <glm/geometric.hpp>
 #include <glm/matrix.hpp>
@@ -22,9 +21,11 @@ glm::dmat3 rotationBy(glm::dvec3 v) {
 
 // The angles in degrees of R = Rz Ry Rx; r[column][row].
 glm::dvec3 anglesOf(const glm::dmat3& r) {
-  return glm::dvec3(std::atan2(r[1][2], r[2][2]), -std::asin(std::clamp(r[0][2], -1.0, 1.0)),
-                    std::atan2(r[0][1], r[0][0])) /
-         degree;
+  const double cosine = std::hypot(r[0][0], r[0][1]);
+  const double y = std::atan2(-r[0][2], cosine);
+  // About x and z it then turns in the same way, and rounding would choose the two angles.
+  if (cosine < 1e-7) return glm::dvec3(std::atan2(-r[2][1], r[1][1]), y, 0.0) / degree;
+  return glm::dvec3(std::atan2(r[1][2], r[2][2]), y, std::atan2(r[0][1], r[0][0])) / degree;
 }
 
 // The inverse of `rotationBy`, for angles below half a turn.

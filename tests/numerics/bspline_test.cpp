@@ -42,8 +42,21 @@ double valueAt(Doubles q, double x) {
 // Positions in, at and far beyond a grid of n samples.
 Doubles positions(Random& random, int n, int m) {
   Doubles p = random.doubles(m, -4, n + 4);
-  const double special[] = {-2, -1, 0, 1, n - 1.0, double(n), n + 1.0, -0.0, nan, inf, -inf,
-                            1e300, -1e300, 5e9, std::nextafter(-2.0, 0.0),
+  const double special[] = {-2,
+                            -1,
+                            0,
+                            1,
+                            n - 1.0,
+                            double(n),
+                            n + 1.0,
+                            -0.0,
+                            nan,
+                            inf,
+                            -inf,
+                            1e300,
+                            -1e300,
+                            5e9,
+                            std::nextafter(-2.0, 0.0),
                             std::nextafter(n + 1.0, 0.0)};
   for (const double s : special) p[static_cast<std::size_t>(random.below(m))] = s;
   return p;
@@ -258,15 +271,14 @@ TEST_P(BSplineAgainstReference, Evaluation) {
     evalBSplineAndGrad3D(q.data(), d.x, d.y, d.z, x.data(), y.data(), z.data(), m, a.value.data(),
                          a.gradX.data(), a.gradY.data(), a.gradZ.data());
     reference::evalBSplineAndGrad3D(q.data(), d.x, d.y, d.z, x.data(), y.data(), z.data(), m,
-                                    b.value.data(), b.gradX.data(), b.gradY.data(),
-                                    b.gradZ.data());
+                                    b.value.data(), b.gradX.data(), b.gradY.data(), b.gradZ.data());
     expectSame(a, b);
     Doubles values(ms, -7.0);
     evalBSpline3D(q.data(), d.x, d.y, d.z, x.data(), y.data(), z.data(), m, values.data());
     EXPECT_TRUE(same(values, b.value)) << "3-D value alone";
 
-    evalBSplineAndGrad2D(q.data(), d.x, d.y, x.data(), y.data(), m, c.value.data(),
-                         c.gradX.data(), c.gradY.data());
+    evalBSplineAndGrad2D(q.data(), d.x, d.y, x.data(), y.data(), m, c.value.data(), c.gradX.data(),
+                         c.gradY.data());
     reference::evalBSplineAndGrad2D(q.data(), d.x, d.y, x.data(), y.data(), m, e.value.data(),
                                     e.gradX.data(), e.gradY.data());
     expectSame(c, e);

@@ -63,8 +63,8 @@ TEST(Distance, CorrelationSumsAreKeptInSinglePrecision) {
   b.at(1, 0, 0) = 2.0f;
   const float saa = 16777216.0f, sa = 4098.0f, sb = 4.0f, sbb = 6.0f, sab = 4099.0f;
   const float num = sab * 3.0f - sb * sa, va = saa * 3.0f - sa * sa, vb = sbb * 3.0f - sb * sb;
-  const double expected = static_cast<double>(num) / (std::sqrt(static_cast<double>(vb)) *
-                                                      std::sqrt(static_cast<double>(va)));
+  const double expected = static_cast<double>(num) /
+                          (std::sqrt(static_cast<double>(vb)) * std::sqrt(static_cast<double>(va)));
   EXPECT_EQ(ncc(a, b), expected);
   EXPECT_EQ(ncc(a, b, Voxels{{0, 0, 0}, {1, 0, 0}, {2, 0, 0}}), expected);
 }

@@ -231,8 +231,8 @@ TEST_F(Fft, SmoothingAgreesWithTheReference) {
       SCOPED_TRACE(testing::Message() << d.x << "x" << d.y << "x" << d.z << ", order " << order.y);
       const glm::dvec3 sigma(random.uniform(0.5, 3.0), random.uniform(0.5, 3.0), 1.0);
       Volume<float> a = random.volume(d, 0, 1000), b = a;
-      EXPECT_TRUE(same(getAppliedGauss(a, sigma, order),
-                       reference::getAppliedGauss(a, sigma, order)));
+      EXPECT_TRUE(
+          same(getAppliedGauss(a, sigma, order), reference::getAppliedGauss(a, sigma, order)));
       sprinkleOddValues(a, random);
       b = a;
       applyGauss(a, sigma, order, false);

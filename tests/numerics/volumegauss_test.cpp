@@ -92,13 +92,11 @@ TEST(GaussianKernel, OfOddSizeWrappedHasItsCentreAtZeroAndIsSymmetric) {
   for (int z = 0; z < d.z; ++z)
     for (int y = 0; y < d.y; ++y)
       for (int x = 0; x < d.x; ++x)
-        EXPECT_EQ(kernel.at(x, y, z),
-                  kernel.at((d.x - x) % d.x, (d.y - y) % d.y, (d.z - z) % d.z));
+        EXPECT_EQ(kernel.at(x, y, z), kernel.at((d.x - x) % d.x, (d.y - y) % d.y, (d.z - z) % d.z));
 }
 
 TEST(GaussianKernel, OfEvenSizeWrappedHasItsCentreAtZero) {
-  const auto kernel =
-      createGaussianKernel3D<float>({8, 6, 4}, {1.0, 1.0, 1.0}, {0, 0, 0}, true);
+  const auto kernel = createGaussianKernel3D<float>({8, 6, 4}, {1.0, 1.0, 1.0}, {0, 0, 0}, true);
   EXPECT_EQ(kernel.max(), kernel.at(0, 0, 0));
 }
 

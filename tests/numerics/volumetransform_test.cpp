@@ -102,15 +102,15 @@ TYPED_TEST(AffineOf, ScalingStretchesByTheRatioOfCounts) {
 TYPED_TEST(AffineOf, TheSameVolumeAsSourceAndDestinationFails) {
   Volume<TypeParam> v(2, 2, 2, TypeParam(1));
   const glm::mat4 m(2.0f);
-  EXPECT_TRUE(failsAssertion(
-      [&] { affineLinear(v, v, m); },
-      "assertion failure (src/numerics/volumetransform.cpp:14): &dst != &src"));
-  EXPECT_TRUE(failsAssertion(
-      [&] { affineCenterLinear(v, v, m); },
-      "assertion failure (src/numerics/volumetransform.cpp:26): &dst != &src"));
-  EXPECT_TRUE(failsAssertion(
-      [&] { scaleVolumeLinear(v, v); },
-      "assertion failure (src/numerics/volumetransform.cpp:37): &dst != &src"));
+  EXPECT_TRUE(
+      failsAssertion([&] { affineLinear(v, v, m); },
+                     "assertion failure (src/numerics/volumetransform.cpp:14): &dst != &src"));
+  EXPECT_TRUE(
+      failsAssertion([&] { affineCenterLinear(v, v, m); },
+                     "assertion failure (src/numerics/volumetransform.cpp:26): &dst != &src"));
+  EXPECT_TRUE(
+      failsAssertion([&] { scaleVolumeLinear(v, v); },
+                     "assertion failure (src/numerics/volumetransform.cpp:37): &dst != &src"));
   EXPECT_EQ(v, Volume<TypeParam>(2, 2, 2, TypeParam(1)));
 }
 

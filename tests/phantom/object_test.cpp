@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <glm/geometric.hpp>
 #include <limits>
 #include <stdexcept>
 
@@ -35,23 +34,6 @@ TEST(Anatomy, ChangesItsFoldsOnlyWithTheSeed) {
         differences += one.tissueAt(p) != two.tissueAt(p);
       }
   EXPECT_GT(differences, 1000);
-}
-
-TEST(RigidMotion, IsARotationAboutTheMiddleAndAShift) {
-  RigidMotion motion;
-  EXPECT_TRUE(motion.isNone());
-  motion.rotationDegrees = {0, 0, 90};
-  motion.translationMm = {1, 2, 3};
-  EXPECT_FALSE(motion.isNone());
-  // x turns to y.
-  const glm::dvec3 now = motion.rotation() * glm::dvec3(5, 0, 0) + motion.translationMm;
-  EXPECT_NEAR(glm::distance(now, glm::dvec3(1, 7, 3)), 0.0, 1e-12);
-  EXPECT_NEAR(glm::distance(motion.before(now), glm::dvec3(5, 0, 0)), 0.0, 1e-12);
-  // First about x, then y, then z.
-  motion.rotationDegrees = {90, 90, 0};
-  motion.translationMm = glm::dvec3(0);
-  const glm::dvec3 turned = motion.rotation() * glm::dvec3(0, 1, 0);  // y -> z -> x
-  EXPECT_NEAR(glm::distance(turned, glm::dvec3(1, 0, 0)), 0.0, 1e-12);
 }
 
 TEST(PhantomGrid, PositionsAndVoxelsAreInverse) {
