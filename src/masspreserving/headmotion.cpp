@@ -43,6 +43,8 @@ MotionEvidence::MotionEvidence(const Volume<float>& first, const Volume<float>& 
                                const GridPlace& place) {
   double total = 0.0, shifts = 0.0, squares = 0.0;
   const glm::dmat3 rotation = head.motion.rotation();
+  glm::dvec3 translation = head.motion.translationMm;
+  translation.y = 0.0;
   for (int z = 0; z < first.nz(); ++z)
     for (int y = 0; y < first.ny(); ++y)
       for (int x = 0; x < first.nx(); ++x) {
@@ -50,7 +52,7 @@ MotionEvidence::MotionEvidence(const Volume<float>& first, const Volume<float>& 
                                      static_cast<double>(second.at(x, y, z)));
         const double weight = signal * signal;
         const glm::dvec3 p = place.positionMm({x, y, z});
-        const glm::dvec3 moved = rotation * p + head.motion.translationMm - p;
+        const glm::dvec3 moved = rotation * p + translation - p;
         const double shift =
             0.5 * (static_cast<double>(b.at(x, y, z)) + static_cast<double>(b.at(x, y + 1, z)));
         total += weight;

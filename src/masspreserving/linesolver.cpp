@@ -135,6 +135,10 @@ SolveResult improveSolution(const std::function<void(const Volume<Real>&, Volume
   Volume<Real> r(rhs.dimensions(), Real(0));
   preconditioner.solve(rhs, r);
   const double reference = dot(rhs, r);
+  if (!(reference > 0.0)) {
+    x.setAll(Real(0));
+    return {0, 0.0};
+  }
   product(x, r);
   for (int i = 0; i < r.size(); ++i) r.data()[i] = rhs.data()[i] - r.data()[i];
   return iterate(product, preconditioner, r, x, reference, tolerance, maxIterations);

@@ -36,7 +36,8 @@ SolveResult conjugateGradients(
     const LineSolver<Real>& preconditioner, const Volume<Real>& rhs, Volume<Real>& x,
     double tolerance, int maxIterations);
 
-/// The same from the x that is given, with the tolerance relative to rhs as well.
+/// The same from the x that is given, with the tolerance relative to rhs as well; x = 0 for a rhs
+/// of 0.
 template <typename Real>
 SolveResult improveSolution(const std::function<void(const Volume<Real>&, Volume<Real>&)>& product,
                             const LineSolver<Real>& preconditioner, const Volume<Real>& rhs,
