@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <functional>
 
 #include "masspreserving/objective.h"
 #include "masspreserving/testdata.h"
@@ -73,6 +74,81 @@ TEST(ConjugateGradients, returnZeroForAZeroRightHandSide) {
   const SolveResult result =
       conjugateGradients<double>(product, lines, Volume<double>(system.size, 0.0), x, 1e-3, 10);
   EXPECT_EQ(result.iterations, 0);
+  EXPECT_EQ(x, Volume<double>(system.size, 0.0));
+}
+
+struct Solvable : System {
+  Volume<double> wanted, rhs;
+  LineSolver<double> lines;
+  std::function<void(const Volume<double>&, Volume<double>&)> hessian =
+      [this](const Volume<double>& v, Volume<double>& out) { product(v, out); };
+
+  Solvable()
+      : System({6, 9, 5}),
+        wanted(testdata::noise<double>(size, 1.0, 3)),
+        rhs(size, 0.0),
+        lines(roughness, diagonal, next) {
+    product(wanted, rhs);
+  }
+};
+
+TEST(ImproveSolution, reachesTheSolutionFromAnywhere) {
+  Solvable system;
+  for (const double sigma : {0.0, 0.1, 100.0}) {
+    Volume<double> x = testdata::noise<double>(system.size, sigma, 4);
+    const SolveResult result =
+        improveSolution<double>(system.hessian, system.lines, system.rhs, x, 1e-10, 200);
+    EXPECT_LE(result.relativeResidual, 1e-10);
+    for (int i = 0; i < x.size(); ++i) EXPECT_NEAR(x.data()[i], system.wanted.data()[i], 1e-7);
+  }
+}
+
+TEST(ImproveSolution, fromZeroIsConjugateGradients) {
+  Solvable system;
+  Volume<double> x(system.size, 0.0), y;
+  const SolveResult one =
+      improveSolution<double>(system.hessian, system.lines, system.rhs, x, 1e-4, 200);
+  const SolveResult other =
+      conjugateGradients<double>(system.hessian, system.lines, system.rhs, y, 1e-4, 200);
+  EXPECT_EQ(x, y);
+  EXPECT_EQ(one.iterations, other.iterations);
+  EXPECT_EQ(one.relativeResidual, other.relativeResidual);
+}
+
+TEST(ImproveSolution, needsLessFromNearBy) {
+  Solvable system;
+  Volume<double> zero(system.size, 0.0);
+  Volume<double> near = system.wanted + testdata::noise<double>(system.size, 0.01, 4);
+  const int fromZero =
+      improveSolution<double>(system.hessian, system.lines, system.rhs, zero, 1e-4, 200).iterations;
+  const int fromNear =
+      improveSolution<double>(system.hessian, system.lines, system.rhs, near, 1e-4, 200).iterations;
+  EXPECT_LT(fromNear, fromZero);
+  Volume<double> solution = system.wanted;
+  EXPECT_EQ(improveSolution<double>(system.hessian, system.lines, system.rhs, solution, 1e-4, 200)
+                .iterations,
+            0);
+  EXPECT_EQ(solution, system.wanted);
+}
+
+TEST(ImproveSolution, makesNoMoreStepsThanItMay) {
+  Solvable system;
+  Volume<double> x(system.size, 0.0), kept = testdata::noise<double>(system.size, 1.0, 4);
+  const SolveResult result =
+      improveSolution<double>(system.hessian, system.lines, system.rhs, x, 1e-12, 2);
+  EXPECT_EQ(result.iterations, 2);
+  EXPECT_GT(result.relativeResidual, 1e-12);
+  Volume<double> same = kept;
+  improveSolution<double>(system.hessian, system.lines, system.rhs, same, 1e-12, 0);
+  EXPECT_EQ(same, kept);
+}
+
+TEST(ImproveSolution, isZeroForAZeroRightHandSide) {
+  Solvable system;
+  Volume<double> x = testdata::noise<double>(system.size, 1.0, 4);
+  const SolveResult result = improveSolution<double>(system.hessian, system.lines,
+                                                     Volume<double>(system.size, 0.0), x, 1e-3, 60);
+  EXPECT_EQ(result.relativeResidual, 0.0);
   EXPECT_EQ(x, Volume<double>(system.size, 0.0));
 }
 

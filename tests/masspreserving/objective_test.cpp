@@ -119,23 +119,32 @@ TEST(Objective, isInfiniteWhereAColumnFolds) {
   EXPECT_EQ(c.objective.value(b), std::numeric_limits<double>::infinity());
 }
 
-TEST(MassModel, residualIsTheDifferenceOfTheCorrectedImages) {
+TEST(Objective, gradientOfIsTheTransposedJacobian) {
   Case c;
-  const Volume<double> b = field(0.2, 11);
-  Volume<double> r(voxels, 0.0), s(edges, 0.0), first(voxels, 0.0), second(voxels, 0.0);
-  c.model.evaluate(b, r, s);
-  c.model.correct(b, first, second);
-  for (int i = 0; i < r.size(); ++i)
-    EXPECT_NEAR(r.data()[i], first.data()[i] - second.data()[i], 1e-12);
+  const Volume<double> b = field(0.15, 4), u = field(1.0, 5);
+  const Volume<double> v = testdata::noise<double>(voxels, 1.0, 6);
+  Volume<double> gradient(edges, 0.0), change(edges, 7.0), slope(edges, 0.0);
+  c.objective.linearise(b, gradient);
+  c.objective.gradientOf(v, change);
+  // u' J' W v with J u by central differences of the residuals.
+  const double h = 1e-6;
+  Volume<double> above(voxels, 0.0), below(voxels, 0.0);
+  c.model.evaluate(b + u * h, above, slope);
+  c.model.evaluate(b - u * h, below, slope);
+  EXPECT_NEAR(dot(u, change), dot(c.objective.weight * v, (above - below) / (2 * h)),
+              1e-6 * std::abs(dot(u, change)));
 }
 
-TEST(MassModel, coversVoxelsWithBothEdgesOnBothGrids) {
-  const MassModel<double> model(image(1), image(2));
-  Volume<double> b(edges, 0.0), covered(voxels, 0.0);
-  b.setAll(1.5);
-  model.coverage(b, covered);
-  for (int y = 0; y < voxels.y; ++y)
-    EXPECT_EQ(covered.at(2, y, 1), y >= 2 && y < voxels.y - 2 ? 1.0 : 0.0) << y;
+TEST(Objective, gradientOfTheResidualsIsTheDataGradient) {
+  MassModel<double> model(image(1), image(2));
+  Objective<double> objective(model, Roughness<double>(edges, {1.0, 2.0, 1.5}, 0.0, 0.0));
+  objective.weight = weights();
+  const Volume<double> b(edges, 0.3);  // no stretch: no barrier either
+  Volume<double> gradient(edges, 0.0), change(edges, 0.0);
+  objective.linearise(b, gradient);
+  objective.gradientOf(objective.residuals(), change);
+  for (int i = 0; i < b.size(); ++i)
+    EXPECT_NEAR(change.data()[i], gradient.data()[i], 1e-12 * (1.0 + std::abs(change.data()[i])));
 }
 
 }  // namespace
