@@ -85,6 +85,13 @@ void tellMotion(const RigidMotion& motion, bool rllr, std::ostream& log) {
   log << text << std::flush;
 }
 
+// The search has a use even so.
+void refuseMissingVoxelSize(const ProjectInfo& project) {
+  if (!voxelSizeWarnings(project).empty())
+    throw HostError(project.fileName +
+                    ": the header gives no voxel size, which the mass-preserving estimate needs");
+}
+
 // The estimate task with the program's own method, on the same maps and projects.
 bool runMassPreserving(const Options& options) {
   if (!InitZTAccess()) throw HostError("the program does not export its functions");
@@ -114,6 +121,7 @@ int runEstimate(const Options& options, const std::string& pluginFile) {
   refuseSharedMaps(options.files[0], options.files[1]);
   if (options.apply) refuseOverwrittenInputs(projects);
   refuseOtherDimensions(projects[1], projects[0].dimensionText(), projects[0].fileName);
+  if (options.isMassPreserving()) refuseMissingVoxelSize(projects[0]);
   const ExpectedOutputs outputs = expectedOutputs(options);
   HostSession& session = hostSession();
   for (const std::string& warning : voxelSizeWarnings(projects[0])) session.console.warn(warning);
@@ -155,10 +163,9 @@ void addEstimateCommand(CLI::App& app, Program& program) {
   command->add_flag("--rllr", options->rllr,
                     "Phase encoding runs along x, right-left (default: along y)");
   command
-      ->add_option(
-          "--estimator", options->estimator,
-          "Method of the estimate: search (default), the plugin's, or mass-preserving,\n"
-          "which models the signal that piles up or thins out, and the head's motion")
+      ->add_option("--estimator", options->estimator,
+                   "Method of the estimate: search (default), the plugin's, or mass-preserving,\n"
+                   "which models the signal that piles up or thins out, and the head's motion")
       ->type_name("NAME")
       ->check(CLI::IsMember({"search", "mass-preserving"}));
   command->add_flag("--no-motion", options->noMotion,
