@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <functional>
 #include <glm/geometric.hpp>
 #include <limits>
 
@@ -52,16 +51,21 @@ const Phantom& stillHead() {
   return head;
 }
 
-class LargeMotion : public testing::TestWithParam<RigidMotion> {};
+const RigidMotion largeMotions[] = {{{2.0, 2.0, 2.0}, {2.0, 2.0, 2.0}},
+                                    {{2.0, 1.0, -2.0}, {1.0, -2.0, 2.0}},
+                                    {{1.0, -2.0, -1.0}, {-2.0, 1.0, -1.0}}};
+
+class LargeMotion : public testing::TestWithParam<int> {};
 
 // Of the field twice the error without motion is reached with every seed; finer images come
 // nearer to it.
 TEST_P(LargeMotion, isFoundAndTakenOutOfTheField) {
-  const Phantom head = headOf(GetParam());
+  const RigidMotion motion = largeMotions[GetParam()];
+  const Phantom head = headOf(motion);
   const MassPreservingResult found = estimate(head);
-  expectNear(found.motion, GetParam(), 0.2, 0.2);
+  expectNear(found.motion, motion, 0.2, 0.2);
   // By convention: as far as the field has no mean in the head.
-  EXPECT_NEAR(found.motion.translationMm.y, GetParam().translationMm.y, 0.4);
+  EXPECT_NEAR(found.motion.translationMm.y, motion.translationMm.y, 0.4);
   const double still = rmsInBrain(stillHead(), estimate(stillHead()).shiftVoxels);
   const double rms = rmsInBrain(head, found.shiftVoxels);
   EXPECT_LT(rms, 2.2 * still);
@@ -72,10 +76,7 @@ TEST_P(LargeMotion, isFoundAndTakenOutOfTheField) {
   EXPECT_GT(found.motionVarianceRatio, 4.0);
 }
 
-INSTANTIATE_TEST_SUITE_P(Heads, LargeMotion,
-                         testing::Values(RigidMotion{{2.0, 2.0, 2.0}, {2.0, 2.0, 2.0}},
-                                         RigidMotion{{2.0, 1.0, -2.0}, {1.0, -2.0, 2.0}},
-                                         RigidMotion{{1.0, -2.0, -1.0}, {-2.0, 1.0, -1.0}}));
+INSTANTIATE_TEST_SUITE_P(Heads, LargeMotion, testing::Values(0, 1, 2));
 
 TEST(SmallMotion, isFoundAndTakenNotToRunAlongY) {
   const RigidMotion motion{{0.3, 0.0, -0.3}, {0.0, 0.0, 0.0}};
