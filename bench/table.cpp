@@ -1,6 +1,7 @@
 #include "table.h"
 
 #include <cstdio>
+#include <utility>
 
 namespace {
 
@@ -74,6 +75,16 @@ void TableReporter::printLimit(const std::string& work, const std::string& name,
               needed.at(name) / 1e6, unit.c_str(), rate, limit, 100 * rate / limit);
 }
 
+void TableReporter::printMassPreserving() const {
+  for (const auto& [work, name] :
+       {std::pair{"mass-preserving estimate, motion not searched", "no_motion"},
+        std::pair{"the same with the search for motion", "motion_searched"},
+        std::pair{"the same of a head that moved", "motion_found"}}) {
+    const std::string benchmark = std::string("massPreserving/") + name;
+    if (has(benchmark)) std::printf("| %s | - | - | %.4g | - |\n", work, seconds.at(benchmark));
+  }
+}
+
 void TableReporter::printLimits() const {
   std::printf("\n| kernel | cannot do without | reached, 1e9/s | machine, 1e9/s | share |\n");
   std::printf("|---|---|---|---|---|\n");
@@ -106,6 +117,7 @@ void TableReporter::Finalize() {
   printWithoutTransforms();
   printRatio("spline application of a volume", "applyEngine", "applyReference", 30);
   printRatio("the same, phase encoding along x", "applyEngineTransposed", "applyReference", 0);
+  printMassPreserving();
   if (has("smoothingEngine"))
     std::printf(
         "| Gaussian smoothing | %.0f %% around the transforms | below 30 %% | %.4g | %.4g |\n",

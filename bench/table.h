@@ -23,6 +23,7 @@ class TableReporter : public benchmark::ConsoleReporter {
 
   void printLimit(const std::string& work, const std::string& name, const std::string& unit,
                   const std::string& machine) const;
+  void printMassPreserving() const;
   void printLimits() const;
   void printWithoutTransforms() const;
 

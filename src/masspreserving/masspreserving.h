@@ -74,7 +74,12 @@ struct MassPreservingResult {
 ///          gradients, from a column-wise optimal transport. The noise level, the strength of the
 ///          smoothness and g are estimated from the images (docs/mass-preserving.md).
 /// Shapes   `first` and `second` alike (nx, ny, nz), any size; `voxelMm` the voxel's edges.
-/// Symmetry Exchanging the images negates b; multiplying either by a positive factor leaves b.
+/// Motion   Rigid motion of the head between the images is estimated as well, where it is
+/// significant.
+///          b is then that of the head's place in `first`: `second` is to be sampled at T y - b
+///          with the result's motion T (`secondUnmoved`).
+/// Symmetry Exchanging the images negates b (where the head moved: up to the moves between its two
+///          places); multiplying either by a positive factor leaves b.
 /// Values   Those that are not finite count as 0. Empty, constant or unrelated images give a map
 ///          of zeros or of small values, never NaN. |b(y+1) - b(y)| < 1 everywhere.
 /// Threads  None. The same input gives the same bits.
