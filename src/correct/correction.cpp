@@ -121,8 +121,9 @@ class PairWriter {
     sidecar(name, description, units, more);
   }
 
-  void warp(const std::string& name, const Volume<float>& shift, const std::string& source) {
-    series::writeWarpLps(shift, header, pair.axis(), folder.path(name + imageEnd));
+  void warp(const std::string& name, const Volume<float>& shift, const std::string& source,
+            const RigidMotion& motion) {
+    series::writeWarpLps(shift, header, pair.axis(), folder.path(name + imageEnd), motion);
     sidecar(name,
             "Displacement field that takes the distortion out of " + source +
                 ": the vector at a voxel, in mm with x to the left, y to the back and z upwards, "
@@ -174,8 +175,9 @@ void writePair(PairWriter& writer, const Names& names, const CorrectionReport& r
                      "-, y in voxels",
                  "Hz");
   }
-  writer.warp(names.warpA, estimate.shift, pair.a.title());
-  writer.warp(names.warpB, estimate.shift * -1.0f, pair.b.title());
+  writer.warp(names.warpA, estimate.shift, pair.a.title(), {});
+  writer.warp(names.warpB, estimate.shift * -1.0f, pair.b.title(),
+              estimate.motion.value_or(RigidMotion{}));
 }
 
 void copyGradients(OutputFolder& folder, const std::string& name,
@@ -239,9 +241,9 @@ CorrectionReport correctAll(const CorrectionOptions& options, const Progress& pr
   gather(report.warnings, report.estimate.warnings);
   if (report.estimate.motion)
     report.notes.push_back(
-        "the map, the field and the warps hold the distortion with the head where it was in " +
-        report.pair.a.title() + "; to correct " + report.pair.b.title() +
-        " its motion was undone as well");
+        "the map and the field hold the distortion with the head where it was in " +
+        report.pair.a.title() + "; of " + report.pair.b.title() +
+        " its motion was undone as well, and its warp does the same");
   try {
     writeAll(folder, names, options, inputs, report, progress);
   } catch (const nifti::Error& error) {

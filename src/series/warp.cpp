@@ -1,6 +1,7 @@
 #include "series/warp.h"
 
 #include "nifti/error.h"
+#include "nifti/geometry.h"
 #include "nifti/image.h"
 
 namespace series {
@@ -9,10 +10,29 @@ namespace {
 
 constexpr int vectorIntent = 1007;
 
+// What a motion does to a voxel, in voxels along i, j, k.
+class Movement {
+ public:
+  Movement(const RigidMotion& motion, glm::ivec3 dims, glm::dvec3 voxelMm)
+      : rotation(motion.rotation()),
+        translation(motion.translationMm),
+        middle(0.5 * (glm::dvec3(dims) - 1.0)),
+        edges(voxelMm) {}
+
+  glm::dvec3 at(glm::ivec3 voxel) const {
+    const glm::dvec3 mm = (glm::dvec3(voxel) - middle) * edges;
+    return (rotation * mm + translation - mm) / edges;
+  }
+
+ private:
+  glm::dmat3 rotation;
+  glm::dvec3 translation, middle, edges;
+};
+
 }  // namespace
 
 void writeWarpLps(const Volume<float>& shift, const nifti::Header& reference, int axis,
-                  const std::string& fileName) {
+                  const std::string& fileName, const RigidMotion& motion) {
   if (shift.dimensions() != reference.dims)
     throw nifti::Error(fileName +
                        " cannot be written: the map has other dimensions than the "
@@ -25,15 +45,23 @@ void writeWarpLps(const Volume<float>& shift, const nifti::Header& reference, in
   header.type = nifti::DataType::float32;
   header.slope = 1;
   header.inter = 0;
-  const glm::dvec3 step(reference.affine()[axis]);
-  const glm::dvec3 lpsStep(-step.x, -step.y, step.z);
+  const glm::dmat3 steps(reference.affine());  // mm per voxel
+  const Movement movement(motion, shift.dimensions(), nifti::columnLengths(reference.affine()));
   nifti::Writer writer(fileName, header);
   Volume<float> component(shift.dimensions());
   for (int c = 0; c < 3; ++c) {
-    for (int n = 0; n < shift.size(); ++n)
-      // + 0.0 turns a -0 of an axis without movement into 0.
-      component.data()[n] =
-          static_cast<float>(lpsStep[c] * static_cast<double>(shift.data()[n]) + 0.0);
+    const double sign = c < 2 ? -1.0 : 1.0;  // of LPS against RAS
+    int n = 0;
+    for (int z = 0; z < shift.nz(); ++z)
+      for (int y = 0; y < shift.ny(); ++y)
+        for (int x = 0; x < shift.nx(); ++x, ++n) {
+          glm::dvec3 voxels = movement.at({x, y, z});
+          voxels[axis] += static_cast<double>(shift.data()[n]);
+          const double mm =
+              steps[0][c] * voxels.x + steps[1][c] * voxels.y + steps[2][c] * voxels.z;
+          // + 0.0 turns a -0 of an axis without movement into 0.
+          component.data()[n] = static_cast<float>(sign * mm + 0.0);
+        }
     writer.write(component);
   }
   writer.finish();

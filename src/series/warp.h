@@ -3,6 +3,7 @@
 #include <string>
 
 #include "nifti/header.h"
+#include "numerics/rigidmotion.h"
 #include "series/grid.h"
 
 namespace series {
@@ -17,8 +18,11 @@ namespace series {
 ///
 /// With a the column `axis` of the affine (mm per voxel, in NIfTI's RAS axes) it is
 /// (-a.x, -a.y, a.z) * shift. Only the geometry is carried over, no modulation.
+/// `motion`, in mm along i, j, k and about the middle of the grid, is that of a head that was
+/// elsewhere in the distorted image: its displacement of the voxel is added.
+///
 /// Whole or not at all. Throws nifti::Error: other dimensions, or a file that cannot be written.
 void writeWarpLps(const Volume<float>& shift, const nifti::Header& reference, int axis,
-                  const std::string& fileName);
+                  const std::string& fileName, const RigidMotion& motion = {});
 
 }  // namespace series

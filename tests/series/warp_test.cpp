@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <glm/geometric.hpp>
 
 #include "series/correct.h"
 #include "series/seriesfiles.h"
@@ -110,4 +111,28 @@ TEST(Warp, OtherDimensionsAreRefused) {
               }),
               testing::HasSubstr("w.nii cannot be written"));
   EXPECT_TRUE(folder.names().empty());
+}
+
+/// From a voxel to where the motion and the shift take it, by the affine alone.
+TEST(Warp, AMotionOfTheHeadIsAdded) {
+  TempFolder folder;
+  RigidMotion motion;
+  motion.translationMm = {1.5, -0.7, 2.0};
+  motion.rotationDegrees = {3.0, -2.0, 4.0};
+  const Volume<float> shift = smoothShift(dims);
+  writeWarpLps(shift, headerOf(dims, affine, 1), 1, folder.file("w.nii"), motion);
+  const WarpFile file(folder.file("w.nii"));
+  const glm::dvec3 edges(glm::length(glm::dvec3(affine[0])), glm::length(glm::dvec3(affine[1])),
+                         glm::length(glm::dvec3(affine[2])));
+  const glm::dvec3 middle = 0.5 * (glm::dvec3(dims) - 1.0);
+  for (const glm::ivec3 voxel : {glm::ivec3(0), glm::ivec3(5, 8, 4), glm::ivec3(2, 7, 1)}) {
+    glm::dvec3 there = motion.after((glm::dvec3(voxel) - middle) * edges) / edges + middle;
+    there.y += static_cast<double>(shift[voxel]);
+    const glm::dvec4 from = affine * glm::dvec4(glm::dvec3(voxel), 1.0);
+    const glm::dvec4 to = affine * glm::dvec4(there, 1.0);
+    const int n = shift.index(voxel);
+    EXPECT_NEAR(file.vector(0, n, shift.size()), -(to.x - from.x), 1e-4);
+    EXPECT_NEAR(file.vector(1, n, shift.size()), -(to.y - from.y), 1e-4);
+    EXPECT_NEAR(file.vector(2, n, shift.size()), to.z - from.z, 1e-4);
+  }
 }
