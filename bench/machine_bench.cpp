@@ -1,6 +1,7 @@
 // The limits of this machine that the kernels are held against.
 #include <benchmark/benchmark.h>
 
+#include <utility>
 #include <vector>
 
 #include "checks.h"
@@ -21,8 +22,10 @@ void machineAdditions(benchmark::State& state) {
 void machineArithmetic(benchmark::State& state) {
   constexpr int rounds = 100000;
   float result = 0;
-  for (auto _ : state)
-    benchmark::DoNotOptimize(result = multiplyAndAdd(0.5f, rounds, chosenVariant()));
+  for (auto _ : state) {
+    result = multiplyAndAdd(0.5f, rounds, chosenVariant());
+    benchmark::DoNotOptimize(std::as_const(result));
+  }
   if (!(result > 0)) state.SkipWithError("a wrong result");
   countNeeded(state, 2.0 * 12 * floatLanes(chosenVariant()) * rounds);
 }
