@@ -206,7 +206,7 @@ void addEstimateOptions(CLI::App* command, Options& options) {
       ->add_option(
           "--estimator", options.estimator,
           "mass-preserving (default): models the signal that piles up or thins out, and the\n"
-          "head's motion; 0.28 voxels rms from a measured field. search: the method of\n"
+          "head's motion; 0.24 voxels rms from a measured field. search: the method of\n"
           "'mirel estimate', which its options below imply; 0.52 voxels")
       ->type_name("NAME")
       ->check(CLI::IsMember({"search", "mass-preserving"}));
@@ -229,7 +229,7 @@ void addEstimateOptions(CLI::App* command, Options& options) {
   command
       ->add_option(
           "--intensity-scale", estimate.intensityScale,
-          "Factor on the intensities for the estimate, which takes more than 100 for head\n"
+          "Factor on the intensities for the search, which takes more than 100 for head\n"
           "(default: found from the images)")
       ->type_name("F")
       ->check(refuseNotPositive);
