@@ -12,10 +12,7 @@ namespace {
 const glm::ivec3 voxels(4, 9, 3);
 const glm::ivec3 edges(4, 10, 3);
 
-Volume<float> image(std::uint64_t stream) {
-  Volume<float> result = testdata::noise<float>(voxels, 0.3, stream);
-  return result += 1.5F;
-}
+Volume<float> image(std::uint64_t stream) { return testdata::noisyImage(voxels, stream); }
 
 Volume<double> field(double sigma, std::uint64_t stream) {
   return testdata::noise<double>(edges, sigma, stream);

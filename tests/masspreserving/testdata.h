@@ -21,6 +21,12 @@ Volume<Real> noise(glm::ivec3 size, double sigma, std::uint64_t stream) {
   return volume;
 }
 
+/// Noise about 1.5, positive nearly everywhere: an image for the parts of the model.
+inline Volume<float> noisyImage(glm::ivec3 size, std::uint64_t stream) {
+  Volume<float> image = noise<float>(size, 0.3, stream);
+  return image += 1.5F;
+}
+
 /// A smooth, bright ellipsoid with structure inside, 0 well within the borders.
 inline double ellipsoid(glm::dvec3 unit) {
   const double radius = std::sqrt(glm::dot(unit, unit)) / 0.7;
