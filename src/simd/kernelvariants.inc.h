@@ -4,10 +4,11 @@
 //   #include "simd/kernelvariants.inc.h"
 //
 // The source is written with vectors of `laneCount` elements (so many floats fill a register of
-// the instruction set; see lanes.inc.h) and must include nothing itself: what it needs is included before, so that
-// no shared inline function is compiled for an instruction set that not every machine has.
-// MIREL_DISPATCH(variant, function) names the function of a variant. FMA stays unused: contraction
-// is off, and no kernel has a complex product, which the compiler would fuse all the same.
+// the instruction set; see lanes.inc.h) and must include nothing itself: what it needs is included
+// before, so that no shared inline function is compiled for an instruction set that not every
+// machine has. MIREL_DISPATCH(variant, function) names the function of a variant. FMA stays unused:
+// contraction is off, and no kernel has a complex product, which the compiler would fuse all the
+// same.
 
 // No include guard: one inclusion per kernel source.
 
@@ -15,12 +16,19 @@
 #define MIREL_INLINE inline __attribute__((always_inline))
 
 #if defined(__x86_64__)
+#include <immintrin.h>
+#endif
+
+// Each of these headers needs those before it.
+// clang-format off
+#if defined(__x86_64__)
 
 #pragma GCC push_options
 #pragma GCC target("avx512f,avx512bw,avx512dq,avx512vl")
 namespace avx512 {
 constexpr int laneCount = 16;
 #include "simd/lanes.inc.h"
+#include "simd/avx512.inc.h"
 #include MIREL_KERNEL_SOURCE
 }  // namespace avx512
 #pragma GCC pop_options
@@ -30,6 +38,7 @@ constexpr int laneCount = 16;
 namespace avx2 {
 constexpr int laneCount = 8;
 #include "simd/lanes.inc.h"
+#include "simd/avx2.inc.h"
 #include MIREL_KERNEL_SOURCE
 }  // namespace avx2
 #pragma GCC pop_options
@@ -39,13 +48,15 @@ constexpr int laneCount = 8;
 namespace baseline {
 constexpr int laneCount = 4;
 #include "simd/lanes.inc.h"
+#include "simd/baseline.inc.h"
 #include MIREL_KERNEL_SOURCE
 }  // namespace baseline
+// clang-format on
 
 #if defined(__x86_64__)
-#define MIREL_DISPATCH(variant, function)                  \
-  ((variant) == SimdVariant::avx512 ? avx512::function     \
-   : (variant) == SimdVariant::avx2 ? avx2::function       \
+#define MIREL_DISPATCH(variant, function)              \
+  ((variant) == SimdVariant::avx512 ? avx512::function \
+   : (variant) == SimdVariant::avx2 ? avx2::function   \
                                     : baseline::function)
 #else
 #define MIREL_DISPATCH(variant, function) (baseline::function)

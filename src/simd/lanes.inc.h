@@ -24,24 +24,16 @@ inline void store(T* p, const Vector& v) {
 
 // `count` neighbouring elements; lanes beyond repeat the first.
 template <typename Vector, typename T>
-inline void loadSome(Vector& v, const T* p, int count) {
+MIREL_INLINE void loadSome(Vector& v, const T* p, int count) {
   constexpr int lanes = sizeof(Vector) / sizeof(T);
   if (count == lanes) return load(v, p);
   for (int l = 0; l < lanes; ++l) v[l] = p[l < count ? l : 0];
 }
 
 template <typename Vector, typename T>
-inline void storeSome(T* p, const Vector& v, int count) {
+MIREL_INLINE void storeSome(T* p, const Vector& v, int count) {
   if (count == static_cast<int>(sizeof(Vector) / sizeof(T))) return store(p, v);
   __builtin_memcpy(p, &v, static_cast<unsigned long>(count) * sizeof(T));
-}
-
-inline bool any(const Ints& mask) {
-  long long pairs[laneCount / 2], result = 0;
-  __builtin_memcpy(pairs, &mask, sizeof pairs);
-#pragma GCC unroll 8
-  for (int i = 0; i < laneCount / 2; ++i) result |= pairs[i];
-  return result != 0;
 }
 
 // Lanes that are neighbours along x read at positions that differ little along y, so that a few

@@ -12,14 +12,18 @@ namespace {
 
 constexpr const char* sourceFile = "src/vdm/vdm.cpp";
 
-// Three checks in this order, at consecutive line codes.
+constexpr int splineLine = 69;
+
+// The first two of three checks, at consecutive line codes.
+void requireDimensions(glm::ivec3 dst, glm::ivec3 src, glm::ivec3 vdm, int line) {
+  require(dst == src, sourceFile, line, "dst.dimensions() == src.dimensions()");
+  require(vdm == src, sourceFile, line + 1, "vdm.dimensions() == src.dimensions()");
+}
+
 template <typename T>
 void requireResamplable(const Volume<T>& dst, const Volume<T>& src, const Volume<float>& vdm,
                         int line) {
-  require(dst.dimensions() == src.dimensions(), sourceFile, line,
-          "dst.dimensions() == src.dimensions()");
-  require(vdm.dimensions() == src.dimensions(), sourceFile, line + 1,
-          "vdm.dimensions() == src.dimensions()");
+  requireDimensions(dst.dimensions(), src.dimensions(), vdm.dimensions(), line);
   require(&dst != &src, sourceFile, line + 2, "&dst != &src");
 }
 
@@ -53,6 +57,37 @@ bool resampledFast(Volume<float>& dst, const Volume<float>& src, const Volume<fl
       dst.data()[i] =
           linearAlongY(src, vdm, {i % dims.x, i / dims.x % dims.y, i / dims.x / dims.y}, reverse);
   return true;
+}
+
+glm::ivec3 transposed(glm::ivec3 dims) { return {dims.y, dims.x, dims.z}; }
+
+// dst (ny, nx) is the transposed src (nx, ny).
+void transposeSlice(const float* src, int nx, int ny, float* dst) {
+  for (int x = 0; x < nx; ++x)
+    for (int y = 0; y < ny; ++y) dst[x * ny + y] = src[y * nx + x];
+}
+
+// For phase encoding along x, whose map lies in the transposed image: slice by slice, so that the
+// transposed slices stay in the cache.
+Volume<float> appliedAlongX(const Volume<float>& vdm, const Volume<float>& volume,
+                            bool intensityCorrection) {
+  requireDimensions(vdm.dimensions(), transposed(volume.dimensions()), vdm.dimensions(),
+                    splineLine);
+  Volume<float> result(transposed(vdm.dimensions()));
+  if (result.size() == 0) return result;
+  Volume<float> slice(vdm.nx(), vdm.ny(), 1), resampled(slice.dimensions());
+  Volume<float> jacobian;
+  if (intensityCorrection) jacobian = getSimpleYDerivative(vdm) + 1.0f;
+  SplineResampling spline(vdm.ny(), chosenVariant());
+  for (int z = 0; z < vdm.nz(); ++z) {
+    transposeSlice(&volume.at(0, 0, z), volume.nx(), volume.ny(), slice.data());
+    spline.resampleSlice(
+        {slice.data(), &vdm.at(0, 0, z), vdm.nx(), vdm.ny(), /*reverse=*/false, resampled.data()});
+    if (intensityCorrection)
+      for (int i = 0; i < slice.size(); ++i) resampled.data()[i] *= (&jacobian.at(0, 0, z))[i];
+    transposeSlice(resampled.data(), vdm.nx(), vdm.ny(), &result.at(0, 0, z));
+  }
+  return result;
 }
 
 }  // namespace
@@ -106,11 +141,10 @@ void applyVdmPlusLocalYLinearReverseFast(Volume<float>& dst, const Volume<float>
 
 void applyVdmYSpline(Volume<float>& dst, const Volume<float>& src, const Volume<float>& vdm,
                      bool reverse) {
-  requireResamplable(dst, src, vdm, 69);
+  requireResamplable(dst, src, vdm, splineLine);
   if (src.size() == 0) return;
-  const SimdVariant variant = chosenVariant();
-  for (int z = 0; z < src.nz(); ++z)
-    resampleSliceSpline(sliceOf(dst, src, vdm, z, reverse), variant);
+  SplineResampling spline(src.ny(), chosenVariant());
+  for (int z = 0; z < src.nz(); ++z) spline.resampleSlice(sliceOf(dst, src, vdm, z, reverse));
 }
 
 void applyVdmYSplineReverse(Volume<float>& dst, const Volume<float>& src,
@@ -120,10 +154,11 @@ void applyVdmYSplineReverse(Volume<float>& dst, const Volume<float>& src,
 
 Volume<float> applyVdm(const Volume<float>& vdm, const Volume<float>& volume, bool rllr,
                        bool intensityCorrection) {
+  if (rllr) return appliedAlongX(vdm, volume, intensityCorrection);
   Volume<float> result(vdm.dimensions());
-  applyVdmYSpline(result, rllr ? volume.transposeXY() : volume, vdm, /*reverse=*/false);
+  applyVdmYSpline(result, volume, vdm, /*reverse=*/false);
   if (intensityCorrection) result *= getSimpleYDerivative(vdm) + 1.0f;
-  return rllr ? result.transposeXY() : result;
+  return result;
 }
 
 template void applyVdmYLinear(Volume<float>&, const Volume<float>&, const Volume<float>&, bool);

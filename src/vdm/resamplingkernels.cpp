@@ -1,24 +1,28 @@
 #include "vdm/resamplingkernels.h"
 
 #include <cstddef>
-#include <vector>
-
-#include "numerics/bspline.h"
 
 namespace {
 
 constexpr double sixth = 0.16666666666666666;
 
 // Rows of zeros above and below a column of coefficients: the taps of a position between -2 and
-// ny + 1 reach from row -3 to row ny + 2.
-constexpr int rowsAbove = 3, rowsBelow = 3;
+// ny + 1 reach from row -3 to row ny + 2, and those of a neighbouring row one further.
+constexpr int rowsAbove = 4, rowsBelow = 4;
 
-// Working memory for the coefficients of one block of columns, and the factors of the
-// tridiagonal system that yields them.
-struct SplineScratch {
-  double* coefficients;
+// Columns whose coefficients are computed side by side, at most.
+constexpr int splineColumns = 32;
+
+// The factors of the tridiagonal system that yields the coefficients, per row.
+struct SplineFactors {
   const double* d;
   const double* e;
+};
+
+// Rows of coefficients for one block of columns, rows of zeros around them.
+struct SplineMemory {
+  double* coefficients;
+  SplineFactors factors;
 };
 
 }  // namespace
@@ -30,11 +34,12 @@ void resampleSliceLinear(const ResamplingSlice& slice, SimdVariant variant) {
   MIREL_DISPATCH(variant, resampleSliceLinear)(slice);
 }
 
-void resampleSliceSpline(const ResamplingSlice& slice, SimdVariant variant) {
-  constexpr int widest = 16;
-  const BSplineFactors factors(slice.ny);
-  std::vector<double> coefficients(
-      static_cast<std::size_t>(slice.ny + rowsAbove + rowsBelow) * widest, 0.0);
+SplineResampling::SplineResampling(int ny, SimdVariant simdVariant)
+    : variant(simdVariant),
+      factors(ny),
+      coefficients(static_cast<std::size_t>(ny + rowsAbove + rowsBelow) * splineColumns, 0.0) {}
+
+void SplineResampling::resampleSlice(const ResamplingSlice& slice) {
   MIREL_DISPATCH(variant, resampleSliceSpline)
-  (slice, {coefficients.data(), factors.d.data(), factors.e.data()});
+  (slice, {coefficients.data(), {factors.d.data(), factors.e.data()}});
 }

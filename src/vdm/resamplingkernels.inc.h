@@ -52,39 +52,46 @@ void resampleSliceLinear(const ResamplingSlice& in) {
     }
 }
 
-// The spline is computed in double, a block of two registers of columns at a time: each row waits
-// for the one before, and two chains of such rows take hardly longer than one. The rows above and
-// below the column are never written: they stay 0.
-constexpr int splineBlock = 2 * halfCount;
+// The spline, computed in double. What is exploited, none of which changes an operation:
+// - The rows of a column's coefficients wait for one another, so that several registers of columns
+//   go side by side.
+// - Where a slice's columns do not fill their last register, that register starts earlier and
+//   computes some columns a second time: the same values, with no lanes left over.
+// - Neighbouring columns mostly read rows within one of the middle column's. These rows are loaded
+//   whole, and every lane picks its own by comparison; no branch depends on how many there are.
+constexpr int mostRegisters = 4;
+constexpr int rowLength = mostRegisters * halfCount;  // of coefficients
+static_assert(rowLength <= splineColumns);
 
-// How many of a block's `count` columns lie in register v.
-inline int columnsOf(int count, int v) {
-  const int left = count - v * halfCount;
-  return left < 0 ? 0 : left < halfCount ? left : halfCount;
-}
-
-inline void computeCoefficients(const ResamplingSlice& in, const SplineScratch& scratch, int x,
-                                int count) {
-  double* q = scratch.coefficients + rowsAbove * splineBlock;
-  Doubles previous[2] = {};
-  for (int y = 0; y < in.ny; ++y)
-#pragma GCC unroll 2
-    for (int v = 0; v < 2; ++v) {
-      HalfFloats samples = {};
-      if (columnsOf(count, v) > 0)
-        loadSome(samples, in.src + y * in.nx + x + v * halfCount, columnsOf(count, v));
-      const Doubles f = __builtin_convertvector(samples, Doubles);
-      previous[v] = y == 0 ? f * scratch.d[0] : (previous[v] * (-sixth) + f) * scratch.d[y];
-      store(q + y * splineBlock + v * halfCount, previous[v]);
+// The coefficients of the columns of `registers` registers, of which each starts at a column of
+// its own.
+template <int registers, int count>
+inline void computeCoefficients(const ResamplingSlice& in, const SplineFactors& factors,
+                                const int* starts, double* coefficients) {
+  const float* src = in.src;
+  double* q = coefficients;
+  Doubles previous[registers] = {};
+  for (int y = 0; y < in.ny; ++y, src += in.nx, q += rowLength)
+#pragma GCC unroll 4
+    for (int v = 0; v < registers; ++v) {
+      HalfFloats samples;
+      Doubles f;
+      loadSome(samples, src + starts[v], count);
+      widen(f, samples);
+      previous[v] = y == 0 ? f * factors.d[0] : (previous[v] * (-sixth) + f) * factors.d[y];
+      store(q + v * halfCount, previous[v]);
     }
-  for (int y = in.ny - 2; y >= 0; --y)
-#pragma GCC unroll 2
-    for (int v = 0; v < 2; ++v) {
+  q -= rowLength;
+  for (int y = in.ny - 2; y >= 0; --y) {
+    q -= rowLength;
+#pragma GCC unroll 4
+    for (int v = 0; v < registers; ++v) {
       Doubles row;
-      load(row, q + y * splineBlock + v * halfCount);
-      previous[v] = row - scratch.e[y] * previous[v];
-      store(q + y * splineBlock + v * halfCount, previous[v]);
+      load(row, q + v * halfCount);
+      previous[v] = row - factors.e[y] * previous[v];
+      store(q + v * halfCount, previous[v]);
     }
+  }
 }
 
 // The coefficients of the rows `row` - 1 .. `row` + 2.
@@ -92,73 +99,102 @@ struct Taps {
   Doubles q0, q1, q2, q3;
 };
 
-MIREL_INLINE void pickTaps(const double* coefficients, const HalfInts& row, const HalfInts& touches,
-                           Taps& result) {
-  Taps q = {};
-  RowRange range;
-  findRange(row, touches, range);
-  if (range.isNarrow()) {
-    const double* tap = coefficients + (range.lowest - 1 + rowsAbove) * splineBlock;
-    Taps at;
-    load(at.q0, tap);
-    load(at.q1, tap + splineBlock);
-    load(at.q2, tap + 2 * splineBlock);
-    for (int r = range.lowest; r <= range.highest; ++r, tap += splineBlock) {
-      load(at.q3, tap + 3 * splineBlock);
-      const Longs here = __builtin_convertvector(row == r, Longs);
-      q.q0 = here ? at.q0 : q.q0;
-      q.q1 = here ? at.q1 : q.q1;
-      q.q2 = here ? at.q2 : q.q2;
-      q.q3 = here ? at.q3 : q.q3;
-      at.q0 = at.q1;
-      at.q1 = at.q2;
-      at.q2 = at.q3;
-    }
-  } else {
-    for (int l = 0; l < halfCount; ++l) {
-      if (touches[l] == 0) continue;
-      const double* tap = coefficients + (row[l] - 1 + rowsAbove) * splineBlock + l;
-      q.q0[l] = tap[0];
-      q.q1[l] = tap[splineBlock];
-      q.q2[l] = tap[2 * splineBlock];
-      q.q3[l] = tap[3 * splineBlock];
-    }
+// Every lane by itself.
+inline void pickTapsLaneByLane(const double* coefficients, const Doubles& row, Taps& q) {
+  for (int l = 0; l < halfCount; ++l) {
+    const double* tap = coefficients + (static_cast<int>(row[l]) - 1) * rowLength + l;
+    q.q0[l] = tap[0];
+    q.q1[l] = tap[rowLength];
+    q.q2[l] = tap[2 * rowLength];
+    q.q3[l] = tap[3 * rowLength];
   }
-  result = q;
+}
+
+// Lanes whose rows differ from `base` by `offset`, -1, 0 or 1.
+MIREL_INLINE void pickTapsNear(const double* coefficients, int base, const Doubles& offset,
+                               Taps& q) {
+  const double* tap = coefficients + (base - 2) * rowLength;
+  Doubles at[6];
+#pragma GCC unroll 6
+  for (int k = 0; k < 6; ++k) load(at[k], tap + k * rowLength);
+  const Longs before = offset < 0.0;
+  const Longs after = offset > 0.0;
+  q.q0 = before ? at[0] : after ? at[2] : at[1];
+  q.q1 = before ? at[1] : after ? at[3] : at[2];
+  q.q2 = before ? at[2] : after ? at[4] : at[3];
+  q.q3 = before ? at[3] : after ? at[5] : at[4];
 }
 
 // The spline at one position per lane; 0 at and beyond -2 and ny + 1, and at NaN.
-MIREL_INLINE void evaluateSpline(const double* coefficients, int ny, const HalfFloats& position,
+MIREL_INLINE void evaluateSpline(const double* coefficients, float end, const HalfFloats& position,
                                  HalfFloats& value) {
-  const HalfInts touches = (position > -2.0f) & (position < static_cast<float>(ny) + 1.0f);
+  const HalfInts touches = (position > -2.0f) & (position < end);
   const HalfFloats safe = touches ? position : HalfFloats{};
-  const HalfInts truncated = __builtin_convertvector(safe, HalfInts);
-  // A comparison that holds is -1: truncation turns into rounding down.
-  const HalfInts row = truncated + (__builtin_convertvector(truncated, HalfFloats) > safe);
-  const Doubles t = __builtin_convertvector(safe, Doubles) - __builtin_convertvector(row, Doubles);
+  Doubles exact, row;
+  widen(exact, safe);
+  roundDown(row, exact);
+  const Doubles t = exact - row;
   const Doubles w3 = t * sixth * t * t;
   const Doubles w0 = (t - 1.0) * (t * 0.5) + sixth - w3;
   const Doubles w2 = w3 * (-2.0) + t + w0;
   const Doubles w1 = 1.0 - w3 - w2 - w0;
+  const double base = row[halfCount / 2];
+  const Doubles offset = row - base;
   Taps q;
-  pickTaps(coefficients, row, touches, q);
+  if (anyAbove(offset * offset, Doubles{} + 1.0))
+    pickTapsLaneByLane(coefficients, row, q);
+  else
+    pickTapsNear(coefficients, static_cast<int>(base), offset, q);
   const Doubles sum = w0 * q.q0 + (w1 * q.q1 + (w2 * q.q2 + w3 * q.q3));
   value = touches ? __builtin_convertvector(sum, HalfFloats) : HalfFloats{};
 }
 
-void resampleSliceSpline(const ResamplingSlice& in, const SplineScratch& scratch) {
-  for (int x = 0; x < in.nx; x += splineBlock) {
-    const int count = in.nx - x < splineBlock ? in.nx - x : splineBlock;
-    computeCoefficients(in, scratch, x, count);
-    for (int v = 0; v < 2 && columnsOf(count, v) > 0; ++v) {
-      const int columns = columnsOf(count, v), start = x + v * halfCount;
-      for (int y = 0; y < in.ny; ++y) {
-        HalfFloats shift, value;
-        loadSome(shift, in.vdm + y * in.nx + start, columns);
-        evaluateSpline(scratch.coefficients + v * halfCount, in.ny,
-                       (in.reverse ? -shift : shift) + static_cast<float>(y), value);
-        storeSome(in.dst + y * in.nx + start, value, columns);
-      }
+// The columns of `registers` registers.
+template <int registers, int count>
+void resampleColumns(const ResamplingSlice& slice, const SplineMemory& memory,
+                     const int* startsOfRegisters) {
+  // Copies, which no store can change as far as the compiler knows.
+  const ResamplingSlice in = slice;
+  const SplineFactors factors = memory.factors;
+  int starts[registers];
+  for (int v = 0; v < registers; ++v) starts[v] = startsOfRegisters[v];
+  double* const coefficients = memory.coefficients + rowsAbove * rowLength;
+  computeCoefficients<registers, count>(in, factors, starts, coefficients);
+  const float end = static_cast<float>(in.ny) + 1.0f;
+  const float* vdm = in.vdm;
+  float* dst = in.dst;
+  for (int y = 0; y < in.ny; ++y, vdm += in.nx, dst += in.nx)
+    for (int v = 0; v < registers; ++v) {
+      HalfFloats shift, value;
+      loadSome(shift, vdm + starts[v], count);
+      evaluateSpline(coefficients + v * halfCount, end,
+                     (in.reverse ? -shift : shift) + static_cast<float>(y), value);
+      storeSome(dst + starts[v], value, count);
     }
+}
+
+// A slice with fewer columns than a register has lanes.
+template <int count>
+void resampleNarrowSlice(const ResamplingSlice& in, const SplineMemory& memory) {
+  const int start = 0;
+  if (in.nx == count) return resampleColumns<1, count>(in, memory, &start);
+  if constexpr (count > 1) resampleNarrowSlice<count - 1>(in, memory);
+}
+
+void resampleSliceSpline(const ResamplingSlice& in, const SplineMemory& memory) {
+  if (in.nx < halfCount) return resampleNarrowSlice<halfCount>(in, memory);
+  const int registers = (in.nx + halfCount - 1) / halfCount;
+  int rounds = (registers + mostRegisters - 1) / mostRegisters;  // as equal as they can be
+  for (int first = 0, now; first < registers; first += now, --rounds) {
+    now = (registers - first + rounds - 1) / rounds;
+    int starts[mostRegisters];
+    for (int v = 0; v < now; ++v) {
+      const int start = (first + v) * halfCount, last = in.nx - halfCount;
+      starts[v] = start < last ? start : last;
+    }
+    if (now == 4) resampleColumns<4, halfCount>(in, memory, starts);
+    if (now == 3) resampleColumns<3, halfCount>(in, memory, starts);
+    if (now == 2) resampleColumns<2, halfCount>(in, memory, starts);
+    if (now == 1) resampleColumns<1, halfCount>(in, memory, starts);
   }
 }

@@ -181,6 +181,37 @@ TEST(SplineResampling, EqualsTheColumnSplinesToTheBit) {
   }
 }
 
+// Columns that are neighbours mostly read rows that are neighbours: from a map that is level to
+// one so steep that every column reads rows of its own, rising and falling.
+TEST(SplineResampling, MapsOfEverySteepness) {
+  Random random(88);
+  const glm::ivec3 dims(45, 40, 2);
+  const Volume<float> image = random.volume(dims, -500, 900);
+  for (const float slope : {0.0f, 0.05f, 0.12f, 0.2f, 0.26f, 0.34f, 0.5f, 1.0f, 2.0f}) {
+    SCOPED_TRACE(slope);
+    for (const float sign : {1.0f, -1.0f}) {
+      Volume<float> vdm = random.volume(dims, -0.2f, 0.2f);
+      for (int i = 0; i < vdm.size(); ++i)
+        vdm.data()[i] += sign * slope * static_cast<float>(i % dims.x - dims.x / 2);
+      expectColumnSplines(image, vdm);
+    }
+  }
+}
+
+// All columns at once where the spline fades out, and where it has ended.
+TEST(SplineResampling, NeighboursThatReadAroundTheEnds) {
+  Random random(89);
+  const glm::ivec3 dims(37, 7, 2);
+  const Volume<float> image = random.volume(dims, 100, 900);
+  for (const float target : {-3.0f, -2.5f, -2.0f, -1.0f, 0.0f, 6.0f, 7.0f, 7.5f, 8.0f, 9.0f}) {
+    SCOPED_TRACE(target);
+    Volume<float> vdm = random.volume(dims, -1.2f, 1.2f);
+    for (int i = 0; i < vdm.size(); ++i)
+      vdm.data()[i] += target - static_cast<float>(i / dims.x % dims.y);
+    expectColumnSplines(image, vdm);
+  }
+}
+
 TEST(SplineResampling, WholeNumberDisplacementsAndPositionsAroundTheEnds) {
   Random random(79);
   const glm::ivec3 dims(33, 7, 2);

@@ -298,6 +298,9 @@ TEST(ApplyVdm, TransposesForRightLeftEncodingButNotTheMap) {
   EXPECT_TRUE(failsAssertion(
       [&] { applyVdm(vdm, image, false, false); },
       "assertion failure (src/vdm/vdm.cpp:69): dst.dimensions() == src.dimensions()"));
+  EXPECT_TRUE(failsAssertion(
+      [&] { applyVdm(image, image, true, false); },
+      "assertion failure (src/vdm/vdm.cpp:69): dst.dimensions() == src.dimensions()"));
 }
 
 TEST(ApplyVdm, IsForwardSplineResampling) {
