@@ -29,6 +29,7 @@ namespace avx512 {
 constexpr int laneCount = 16;
 #include "simd/lanes.inc.h"
 #include "simd/avx512.inc.h"
+#include "simd/rows.inc.h"
 #include MIREL_KERNEL_SOURCE
 }  // namespace avx512
 #pragma GCC pop_options
@@ -39,6 +40,7 @@ namespace avx2 {
 constexpr int laneCount = 8;
 #include "simd/lanes.inc.h"
 #include "simd/avx2.inc.h"
+#include "simd/rows.inc.h"
 #include MIREL_KERNEL_SOURCE
 }  // namespace avx2
 #pragma GCC pop_options
@@ -49,6 +51,7 @@ namespace baseline {
 constexpr int laneCount = 4;
 #include "simd/lanes.inc.h"
 #include "simd/baseline.inc.h"
+#include "simd/rows.inc.h"
 #include MIREL_KERNEL_SOURCE
 }  // namespace baseline
 // clang-format on

@@ -17,8 +17,8 @@ struct ColumnScratch {
   float* jacobian[2];
 };
 
-// Rows of zeros above and below a column: positions reach from row -1 to row ny + 1.
-constexpr int rowsAbove = 1, rowsBelow = 2;
+// Rows of zeros above and below a column: lanes read the rows -1 .. ny + 1, and one further.
+constexpr int rowsAbove = 2, rowsBelow = 3;
 
 }  // namespace
 

@@ -26,19 +26,19 @@ struct Samples {
   Floats image0, image1, derivative0, derivative1;
 };
 
-// The rows `row0` and `row0` + 1 of a block of columns, where `touches` holds.
-MIREL_INLINE void pickRows(const float* image, const float* derivative, const Ints& row0,
-                           const Ints& touches, Samples& result) {
+// The rows `row0` and `row0` + 1 of a block of columns, for lanes that read up to some rows apart.
+inline void pickDistantRows(const float* image, const float* derivative, const Ints& row0,
+                            Samples& result) {
   Samples s = {};
   RowRange range;
-  findRange(row0, touches, range);
+  findRange(row0, ~Ints{}, range);
   if (range.isNarrow()) {
     Floats image0, image1, derivative0, derivative1;
-    load(image0, image + (range.lowest + rowsAbove) * laneCount);
-    load(derivative0, derivative + (range.lowest + rowsAbove) * laneCount);
+    load(image0, image + range.lowest * laneCount);
+    load(derivative0, derivative + range.lowest * laneCount);
     for (int r = range.lowest; r <= range.highest; ++r) {
-      load(image1, image + (r + 1 + rowsAbove) * laneCount);
-      load(derivative1, derivative + (r + 1 + rowsAbove) * laneCount);
+      load(image1, image + (r + 1) * laneCount);
+      load(derivative1, derivative + (r + 1) * laneCount);
       const Ints here = row0 == r;
       s.image0 = here ? image0 : s.image0;
       s.image1 = here ? image1 : s.image1;
@@ -49,8 +49,7 @@ MIREL_INLINE void pickRows(const float* image, const float* derivative, const In
     }
   } else {
     for (int l = 0; l < laneCount; ++l) {
-      if (touches[l] == 0) continue;
-      const int at = (row0[l] + rowsAbove) * laneCount + l;
+      const int at = row0[l] * laneCount + l;
       s.image0[l] = image[at];
       s.image1[l] = image[at + laneCount];
       s.derivative0[l] = derivative[at];
@@ -60,32 +59,73 @@ MIREL_INLINE void pickRows(const float* image, const float* derivative, const In
   result = s;
 }
 
+// The elements of the rows `row0` and `row0` + 1 around which `near` lies.
+MIREL_INLINE void pickNearRows(const float* column, const NearRows& near, Floats& value0,
+                               Floats& value1) {
+  const float* row = column + (near.base - 1) * laneCount;
+  Floats at[4];
+#pragma GCC unroll 4
+  for (int k = 0; k < 4; ++k) load(at[k], row + k * laneCount);
+  pickNear(near, at[0], at[1], at[2], value0);
+  pickNear(near, at[1], at[2], at[3], value1);
+}
+
+MIREL_INLINE void pickRows(const float* image, const float* derivative, const Ints& row0, int base,
+                           Samples& s) {
+  NearRows near;
+  if (findNearRows(row0, base, near)) {
+    pickNearRows(image, near, s.image0, s.image1);
+    pickNearRows(derivative, near, s.derivative0, s.derivative1);
+  } else {
+    pickDistantRows(image, derivative, row0, s);
+  }
+}
+
+MIREL_INLINE int clampedRow(float position, int ny) {
+  const float notBefore = position > -1.0f ? position : -1.0f;
+  const float safe = notBefore < static_cast<float>(ny) ? notBefore : static_cast<float>(ny);
+  return static_cast<int>(safe + 2.0f) - 2;
+}
+
 // Values of an image and of its derivative at a position in rows; outside, 0.
 MIREL_INLINE void sample(const float* image, const float* derivative, int ny,
-                         const Floats& position, Floats& value, Floats& slope) {
-  const Ints touches = (position >= -1.0f) & (position < static_cast<float>(ny));
-  const Floats safe = touches ? position : Floats{};
+                         const Floats& position, float middle, Floats& value, Floats& slope) {
+  const Floats first = Floats{} - 1.0f, end = Floats{} + static_cast<float>(ny);
+  const Ints touches = (position >= first) & (position < end);
+  // Lanes outside, and at NaN, read the zeros next to the column.
+  const Floats notBefore = position > first ? position : first;
+  const Floats safe = notBefore < end ? notBefore : end;
   const Ints row0 = __builtin_convertvector(safe + 2.0f, Ints) - 2;
   const Floats weight1 = safe - __builtin_convertvector(row0, Floats);
   const Floats weight0 = __builtin_convertvector(row0 + 1, Floats) - safe;
   Samples s;
-  pickRows(image, derivative, row0, touches, s);
+  pickRows(image, derivative, row0, clampedRow(middle, ny), s);
   value = touches ? weight1 * s.image1 + weight0 * s.image0 : Floats{};
   slope = touches ? weight1 * s.derivative1 + weight0 * s.derivative0 : Floats{};
 }
 
+inline const float* row0Of(const float* rows) { return rows + rowsAbove * laneCount; }
+
 // Reads both columns through the model and collects the cost and the normal equations; leaves
-// the difference and the Jacobian of every row in the scratch memory.
+// the difference and the Jacobian of every row in the scratch scratch.
 inline void evaluate(const ColumnScratch& scratch, int ny, const Fit& fit, Evaluation& result) {
   const Floats a = fit.a, b = fit.b, inverse = 1.0f / a;
   const Floats factor0 = -1.0f / (a * a), factor1 = -1.0f / a;
   const float half = static_cast<float>(ny * 0.5);
+  const float middleA = a[laneCount / 2], middleB = b[laneCount / 2];
+  const float middleInverse = inverse[laneCount / 2];
+  // Copies, which no store can change as far as the compiler knows.
+  const float* const columns[4] = {row0Of(scratch.columns[0]), row0Of(scratch.columns[1]),
+                                   row0Of(scratch.columns[2]), row0Of(scratch.columns[3])};
+  float* const differences = scratch.difference;
+  float* const jacobian[2] = {scratch.jacobian[0], scratch.jacobian[1]};
   Evaluation sums = {};
   for (int i = 0; i < ny; ++i) {
     const float q = static_cast<float>(i - ny * 0.5);
     Floats ap, pa, gA, gP;
-    sample(scratch.columns[0], scratch.columns[2], ny, (q * a + b) + half, ap, gA);
-    sample(scratch.columns[1], scratch.columns[3], ny, (q * inverse + -b) + half, pa, gP);
+    sample(columns[0], columns[2], ny, (q * a + b) + half, (q * middleA + middleB) + half, ap, gA);
+    sample(columns[1], columns[3], ny, (q * inverse + -b) + half,
+           (q * middleInverse - middleB) + half, pa, gP);
     const Floats rA = ap * a, rP = pa * inverse;
     const Floats difference = rA - rP;
     const Ints counted = ~((rA == 0.0f) | (rP == 0.0f));
@@ -94,9 +134,9 @@ inline void evaluate(const ColumnScratch& scratch, int ny, const Fit& fit, Evalu
     sums.count -= counted;
     const Floats j0 = (factor0 * (factor1 * gP) + gA * a) * q;
     const Floats j1 = a * gA - factor1 * gP;
-    store(scratch.difference + i * laneCount, difference);
-    store(scratch.jacobian[0] + i * laneCount, j0);
-    store(scratch.jacobian[1] + i * laneCount, j1);
+    store(differences + i * laneCount, difference);
+    store(jacobian[0] + i * laneCount, j0);
+    store(jacobian[1] + i * laneCount, j1);
     sums.m00 = i == 0 ? j0 * j0 : sums.m00 + j0 * j0;
     sums.m01 = i == 0 ? j0 * j1 : sums.m01 + j0 * j1;
     sums.m11 = i == 0 ? j1 * j1 : sums.m11 + j1 * j1;
