@@ -26,6 +26,7 @@ template <typename Vector, typename T>
 MIREL_INLINE void loadSome(Vector& v, const T* p, int count) {
   constexpr int lanes = sizeof(Vector) / sizeof(T);
   if (count == lanes) return load(v, p);
+  v = Vector{};
   for (int l = 0; l < lanes; ++l) v[l] = p[l < count ? l : 0];
 }
 

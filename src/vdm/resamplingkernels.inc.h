@@ -63,11 +63,11 @@ constexpr int mostRegisters = 4;
 constexpr int rowLength = mostRegisters * halfCount;  // of coefficients
 static_assert(rowLength <= splineColumns);
 
-// The coefficients of the columns of `registers` registers, of which each starts at a column of
-// its own.
-template <int registers, int count>
-inline void computeCoefficients(const ResamplingSlice& in, const SplineFactors& factors,
-                                const int* starts, double* coefficients) {
+// The coefficients of the columns of `registers` registers, `count` in each, of which each starts
+// at a column of its own.
+template <int registers>
+MIREL_INLINE void computeCoefficients(const ResamplingSlice& in, const SplineFactors& factors,
+                                      const int* starts, int count, double* coefficients) {
   const float* src = in.src;
   double* q = coefficients;
   Doubles previous[registers] = {};
@@ -149,17 +149,18 @@ MIREL_INLINE void evaluateSpline(const double* coefficients, float end, const Ha
   value = touches ? __builtin_convertvector(sum, HalfFloats) : HalfFloats{};
 }
 
-// The columns of `registers` registers.
-template <int registers, int count>
+// The columns of `registers` registers; a narrow slice has fewer of them than one has lanes.
+template <int registers, bool isNarrow = false>
 void resampleColumns(const ResamplingSlice& slice, const SplineMemory& memory,
                      const int* startsOfRegisters) {
   // Copies, which no store can change as far as the compiler knows.
   const ResamplingSlice in = slice;
   const SplineFactors factors = memory.factors;
+  const int count = isNarrow ? in.nx : halfCount;
   int starts[registers];
   for (int v = 0; v < registers; ++v) starts[v] = startsOfRegisters[v];
   double* const coefficients = memory.coefficients + rowsAbove * rowLength;
-  computeCoefficients<registers, count>(in, factors, starts, coefficients);
+  computeCoefficients<registers>(in, factors, starts, count, coefficients);
   const float end = static_cast<float>(in.ny) + 1.0f;
   const float* vdm = in.vdm;
   float* dst = in.dst;
@@ -173,16 +174,9 @@ void resampleColumns(const ResamplingSlice& slice, const SplineMemory& memory,
     }
 }
 
-// A slice with fewer columns than a register has lanes.
-template <int count>
-void resampleNarrowSlice(const ResamplingSlice& in, const SplineMemory& memory) {
-  const int start = 0;
-  if (in.nx == count) return resampleColumns<1, count>(in, memory, &start);
-  if constexpr (count > 1) resampleNarrowSlice<count - 1>(in, memory);
-}
-
 void resampleSliceSpline(const ResamplingSlice& in, const SplineMemory& memory) {
-  if (in.nx < halfCount) return resampleNarrowSlice<halfCount>(in, memory);
+  const int firstColumn = 0;
+  if (in.nx < halfCount) return resampleColumns<1, true>(in, memory, &firstColumn);
   const int registers = (in.nx + halfCount - 1) / halfCount;
   int rounds = (registers + mostRegisters - 1) / mostRegisters;  // as equal as they can be
   for (int first = 0, now; first < registers; first += now, --rounds) {
@@ -192,9 +186,9 @@ void resampleSliceSpline(const ResamplingSlice& in, const SplineMemory& memory) 
       const int start = (first + v) * halfCount, last = in.nx - halfCount;
       starts[v] = start < last ? start : last;
     }
-    if (now == 4) resampleColumns<4, halfCount>(in, memory, starts);
-    if (now == 3) resampleColumns<3, halfCount>(in, memory, starts);
-    if (now == 2) resampleColumns<2, halfCount>(in, memory, starts);
-    if (now == 1) resampleColumns<1, halfCount>(in, memory, starts);
+    if (now == 4) resampleColumns<4>(in, memory, starts);
+    if (now == 3) resampleColumns<3>(in, memory, starts);
+    if (now == 2) resampleColumns<2>(in, memory, starts);
+    if (now == 1) resampleColumns<1>(in, memory, starts);
   }
 }

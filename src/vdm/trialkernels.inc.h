@@ -4,8 +4,8 @@
 // adding 0 to a sum that started at 0 changes no bit of it.
 
 // The elements of rows `row0` and `row1` of a block of columns, where `inside` holds.
-MIREL_INLINE void pickRows(const float* block, int nx, int count, const Ints& row0,
-                           const Ints& row1, const Ints& inside, Floats& value0, Floats& value1) {
+inline void pickDistantRows(const float* block, int nx, int count, const Ints& row0,
+                            const Ints& row1, const Ints& inside, Floats& value0, Floats& value1) {
   RowRange range0, range1;
   findRange(row0, inside, range0);
   findRange(row1, inside, range1);
@@ -27,48 +27,70 @@ MIREL_INLINE void pickRows(const float* block, int nx, int count, const Ints& ro
   }
 }
 
-// Linear interpolation down a block of columns; not defined where the position is not inside.
+MIREL_INLINE int clampedTo(int row, int last) { return row < 0 ? 0 : row < last ? row : last; }
+
+// Linear interpolation down a block of columns, of which the middle one is read at the position
+// `middle`; not defined where the position is not inside.
 MIREL_INLINE void sampleColumns(const float* block, const TrialRow& in, int count,
-                                const Floats& position, const Ints& inside, Floats& value) {
-  const Floats safe = inside ? position : Floats{};
+                                const Floats& position, const Ints& inside, float middle,
+                                Floats& value) {
+  const int last = in.ny - 1;
+  const int base =
+      middle > 0.0f && middle < static_cast<float>(last) ? static_cast<int>(middle) : 0;
+  const Floats safe = inside ? position : Floats{} + static_cast<float>(base);
   const Ints row0 = __builtin_convertvector(safe, Ints);
   // Just below a whole number p + 1 rounds up to the next one, in tall images past the last row.
   const Ints rounded = __builtin_convertvector(safe + 1.0f, Ints);
-  const Ints row1 = rounded < in.ny ? rounded : Ints{} + (in.ny - 1);
+  const Ints row1 = rounded < in.ny ? rounded : Ints{} + last;
   const Floats fraction = safe - __builtin_convertvector(row0, Floats);
   Floats value0, value1;
-  pickRows(block, in.nx, count, row0, row1, inside, value0, value1);
+  NearRows near0, near1;
+  if (findNearRows(row0, base, near0) & findNearRows(row1, base + 1, near1)) {
+    Floats at[4];
+#pragma GCC unroll 4
+    for (int k = 0; k < 4; ++k)
+      loadSome(at[k], block + clampedTo(base - 1 + k, last) * in.nx, count);
+    pickNear(near0, at[0], at[1], at[2], value0);
+    pickNear(near1, at[1], at[2], at[3], value1);
+  } else {
+    pickDistantRows(block, in.nx, count, row0, row1, inside, value0, value1);
+  }
   value = fraction * value1 + (1.0f - fraction) * value0;
 }
 
-// One block of `count` columns from x on.
-inline void resampleTrialBlock(const TrialRow& in, int x, int count, const Floats& shift,
-                               Ints& inside) {
+// One block of columns from x on; a narrow row has fewer of them than a register has lanes.
+template <bool isNarrow>
+inline void resampleTrialBlock(const TrialRow& row, int x) {
+  const TrialRow in = row;  // a copy, which no store can change as far as the compiler knows
+  const int count = isNarrow ? in.nx : laneCount;
+  Floats shift;
+  loadSome(shift, in.vdm + x, count);
+  const float middleShift = in.vdm[x + count / 2];
   const float y = static_cast<float>(in.y);
   const float lastRow = static_cast<float>(in.ny - 1);
+  Ints allInside = ~Ints{};
   for (int i = 0; i < in.amplitudeCount; ++i) {
     const Floats moved = in.amplitudes[i] + shift;
+    const float middle = in.amplitudes[i] + middleShift;
     const Floats apPosition = y + moved, paPosition = y + moved * -1.0f;
     const Ints apInside = (apPosition > 0.0f) & (apPosition < lastRow);
     const Ints paInside = (paPosition > 0.0f) & (paPosition < lastRow);
-    inside &= apInside & paInside;
+    allInside &= apInside & paInside;
     Floats value;
-    sampleColumns(in.apSlice + x, in, count, apPosition, apInside, value);
-    store(in.apTrials[i] + x, value);
-    sampleColumns(in.paSlice + x, in, count, paPosition, paInside, value);
-    store(in.paTrials[i] + x, value);
+    sampleColumns(in.apSlice + x, in, count, apPosition, apInside, y + middle, value);
+    storeSome(in.apTrials[i] + x, value, count);
+    sampleColumns(in.paSlice + x, in, count, paPosition, paInside, y - middle, value);
+    storeSome(in.paTrials[i] + x, value, count);
   }
+  for (int l = 0; l < count; ++l) in.allInside[x + l] = allInside[l] != 0;
 }
 
+// The last block overlaps the one before it where the row's columns do not fill it: some columns
+// are computed twice, with the same result.
 void resampleTrialRow(const TrialRow& in) {
-  for (int x = 0; x < in.nx; x += laneCount) {
-    const int count = in.nx - x < laneCount ? in.nx - x : laneCount;
-    Floats shift;
-    loadSome(shift, in.vdm + x, count);
-    Ints inside = ~Ints{};
-    resampleTrialBlock(in, x, count, shift, inside);
-    for (int l = 0; l < count; ++l) in.allInside[x + l] = inside[l] != 0;
-  }
+  if (in.nx < laneCount) return resampleTrialBlock<true>(in, 0);
+  for (int x = 0; x < in.nx; x += laneCount)
+    resampleTrialBlock<false>(in, x < in.nx - laneCount ? x : in.nx - laneCount);
 }
 
 void squareDifferences(const float* ap, const float* pa, int nx, double* squares) {
