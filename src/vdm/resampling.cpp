@@ -39,23 +39,24 @@ ResamplingSlice sliceOf(Volume<float>& dst, const Volume<float>& src, const Volu
   return {&src.at(0, 0, z), &vdm.at(0, 0, z), src.nx(), src.ny(), reverse, &dst.at(0, 0, z)};
 }
 
+void resampleNegativeZeros(Volume<float>& dst, const Volume<float>& src, const Volume<float>& vdm,
+                           int z, bool reverse) {
+  for (int y = 0; y < dst.ny(); ++y)
+    for (int x = 0; x < dst.nx(); ++x)
+      if (dst.at(x, y, z) == 0 && std::signbit(dst.at(x, y, z)))
+        dst.at(x, y, z) = linearAlongY(src, vdm, {x, y, z}, reverse);
+}
+
 // At whole x and z the neighbours along x and z weigh 0, so that only the column counts, unless
 // such a neighbour is infinite or NaN: then false, and nothing is done. Their zeros can turn a
 // result of -0 into +0; these few are computed in full.
 bool resampledFast(Volume<float>& dst, const Volume<float>& src, const Volume<float>& vdm,
                    bool reverse) {
-  const float* samples = src.data();
-  if (src.size() == 0 ||
-      !std::all_of(samples, samples + src.size(), [](float v) { return std::isfinite(v); }))
-    return false;
   const SimdVariant variant = chosenVariant();
+  if (src.size() == 0 || !allFinite(src.data(), src.size(), variant)) return false;
   for (int z = 0; z < src.nz(); ++z)
-    resampleSliceLinear(sliceOf(dst, src, vdm, z, reverse), variant);
-  const glm::ivec3 dims = src.dimensions();
-  for (int i = 0; i < dst.size(); ++i)
-    if (dst.data()[i] == 0 && std::signbit(dst.data()[i]))
-      dst.data()[i] =
-          linearAlongY(src, vdm, {i % dims.x, i / dims.x % dims.y, i / dims.x / dims.y}, reverse);
+    if (resampleSliceLinear(sliceOf(dst, src, vdm, z, reverse), variant))
+      resampleNegativeZeros(dst, src, vdm, z, reverse);
   return true;
 }
 

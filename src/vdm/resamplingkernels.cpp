@@ -30,8 +30,12 @@ struct SplineMemory {
 #define MIREL_KERNEL_SOURCE "vdm/resamplingkernels.inc.h"
 #include "simd/kernelvariants.inc.h"
 
-void resampleSliceLinear(const ResamplingSlice& slice, SimdVariant variant) {
-  MIREL_DISPATCH(variant, resampleSliceLinear)(slice);
+bool resampleSliceLinear(const ResamplingSlice& slice, SimdVariant variant) {
+  return MIREL_DISPATCH(variant, resampleSliceLinear)(slice);
+}
+
+bool allFinite(const float* values, int count, SimdVariant variant) {
+  return MIREL_DISPATCH(variant, allFinite)(values, count);
 }
 
 SplineResampling::SplineResampling(int ny, SimdVariant simdVariant)

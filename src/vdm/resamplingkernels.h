@@ -15,7 +15,11 @@ struct ResamplingSlice {
 
 /// Linear interpolation between rows, samples off the grid counting as 0. For finite images the
 /// values of `Volume::linear` at whole x and z, but that a result of -0 may come for +0.
-void resampleSliceLinear(const ResamplingSlice& slice, SimdVariant variant);
+/// @return whether a result is -0
+bool resampleSliceLinear(const ResamplingSlice& slice, SimdVariant variant);
+
+/// Whether none of `count` values is infinite or NaN.
+bool allFinite(const float* values, int count, SimdVariant variant);
 
 /// Cubic B-spline interpolation down the columns of slices, computed in double: at whole x and z
 /// the tensor product spline is, in exact arithmetic, the spline of the column alone. What is not

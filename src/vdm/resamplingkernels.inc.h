@@ -8,22 +8,9 @@ MIREL_INLINE void gridRow(const float* block, int nx, int ny, int count, int r, 
 
 // The elements of the rows `row0` and `row0` + 1 of a block of columns, where `touches` holds; 0
 // off the grid.
-MIREL_INLINE void pickRows(const float* block, int nx, int ny, int count, const Ints& row0,
-                           const Ints& touches, Floats& value0, Floats& value1) {
-  RowRange range;
-  findRange(row0, touches, range);
+inline void pickDistantRows(const float* block, int nx, int ny, int count, const Ints& row0,
+                            const Ints& touches, Floats& value0, Floats& value1) {
   value0 = value1 = Floats{};
-  if (range.isNarrow()) {
-    Floats above, below;
-    gridRow(block, nx, ny, count, range.lowest, above);
-    for (int r = range.lowest; r <= range.highest; ++r) {
-      gridRow(block, nx, ny, count, r + 1, below);
-      value0 = row0 == r ? above : value0;
-      value1 = row0 == r ? below : value1;
-      above = below;
-    }
-    return;
-  }
   for (int l = 0; l < count; ++l) {
     if (touches[l] == 0) continue;
     const int r = row0[l];
@@ -32,24 +19,75 @@ MIREL_INLINE void pickRows(const float* block, int nx, int ny, int count, const 
   }
 }
 
-void resampleSliceLinear(const ResamplingSlice& in) {
+// Linear interpolation down a block of columns; 0 off the grid.
+MIREL_INLINE void sampleColumns(const float* block, int nx, int ny, int count,
+                                const Floats& position, Floats& value) {
+  const Ints touches = (position >= -1.0f) & (position < static_cast<float>(ny));
+  const float middle = position[laneCount / 2];
+  const float base = middle >= -1.0f && middle < static_cast<float>(ny) ? middle : 0.0f;
+  const Floats safe = touches ? position : Floats{} + base;
+  const Ints row0 = __builtin_convertvector(safe + 2.0f, Ints) - 2;
+  const Floats weight1 = safe - __builtin_convertvector(row0, Floats);
+  const Floats weight0 = 1.0f - weight1;
+  Floats value0, value1;
+  NearRows near;
+  if (findNearRows(row0, static_cast<int>(base + 2.0f) - 2, near)) {
+    Floats at[4];
+#pragma GCC unroll 4
+    for (int k = 0; k < 4; ++k) gridRow(block, nx, ny, count, near.base - 1 + k, at[k]);
+    pickNear(near, at[0], at[1], at[2], value0);
+    pickNear(near, at[1], at[2], at[3], value1);
+  } else {
+    pickDistantRows(block, nx, ny, count, row0, touches, value0, value1);
+  }
+  value = touches ? value0 * weight0 + value1 * weight1 : Floats{};
+}
+
+// Lanes that hold -0, whose bits are those of the smallest int.
+MIREL_INLINE bool hasNegativeZero(const Floats& value) {
+  const Ints negativeZeros = (Ints)value == -0x7fffffff - 1;
+  return any(negativeZeros);
+}
+
+// A block of columns from x on; a narrow slice has fewer of them than a register has lanes.
+template <bool isNarrow>
+bool resampleBlockLinear(const ResamplingSlice& slice, int x) {
+  const ResamplingSlice in = slice;  // a copy, which no store can change
+  const int count = isNarrow ? in.nx : laneCount;
   const float sign = in.reverse ? -1.0f : 1.0f;
-  for (int y = 0; y < in.ny; ++y)
-    for (int x = 0; x < in.nx; x += laneCount) {
-      const int count = in.nx - x < laneCount ? in.nx - x : laneCount;
-      Floats shift;
-      loadSome(shift, in.vdm + y * in.nx + x, count);
-      const Floats position = shift * sign + static_cast<float>(y);
-      const Ints touches = (position >= -1.0f) & (position < static_cast<float>(in.ny));
-      const Floats safe = touches ? position : Floats{};
-      const Ints row0 = __builtin_convertvector(safe + 2.0f, Ints) - 2;
-      const Floats weight1 = safe - __builtin_convertvector(row0, Floats);
-      const Floats weight0 = 1.0f - weight1;
-      Floats value0, value1;
-      pickRows(in.src + x, in.nx, in.ny, count, row0, touches, value0, value1);
-      const Floats value = touches ? value0 * weight0 + value1 * weight1 : Floats{};
-      storeSome(in.dst + y * in.nx + x, value, count);
-    }
+  bool negativeZero = false;
+  for (int y = 0; y < in.ny; ++y) {
+    Floats shift, value;
+    loadSome(shift, in.vdm + y * in.nx + x, count);
+    sampleColumns(in.src + x, in.nx, in.ny, count, shift * sign + static_cast<float>(y), value);
+    storeSome(in.dst + y * in.nx + x, value, count);
+    negativeZero |= hasNegativeZero(value);
+  }
+  return negativeZero;
+}
+
+// The last block overlaps the one before it where the columns do not fill it.
+bool resampleSliceLinear(const ResamplingSlice& in) {
+  if (in.nx < laneCount) return resampleBlockLinear<true>(in, 0);
+  bool negativeZero = false;
+  for (int x = 0; x < in.nx; x += laneCount)
+    negativeZero |= resampleBlockLinear<false>(in, x < in.nx - laneCount ? x : in.nx - laneCount);
+  return negativeZero;
+}
+
+bool allFinite(const float* values, int count) {
+  Floats differences = {};
+  int i = 0;
+  for (; i + laneCount <= count; i += laneCount) {
+    Floats v;
+    load(v, values + i);
+    differences += v - v;  // 0, or NaN that stays
+  }
+  const Ints notZero = differences != 0.0f;
+  if (any(notZero)) return false;
+  for (; i < count; ++i)
+    if (values[i] - values[i] != 0.0f) return false;
+  return true;
 }
 
 // The spline, computed in double. What is exploited, none of which changes an operation:
