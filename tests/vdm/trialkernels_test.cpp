@@ -210,14 +210,11 @@ struct TrialRows {
   }
 };
 
-// The slice is read at its own row's positions; lanes differ little or, with a large `reach`, much.
-void expectSameTrials(int nx, int ny, float reach, Random& random) {
+void expectSameTrials(const Volume<float>& vdm, int y, int ny, const std::vector<float>& amplitudes,
+                      Random& random) {
+  const int nx = vdm.nx();
   const Volume<float> ap = random.volume({nx, ny, 1}, 0, 900);
   const Volume<float> pa = random.volume({nx, ny, 1}, 0, 900);
-  const Volume<float> vdm = random.volume({nx, 1, 1}, -reach, reach);
-  const int y = random.below(ny);
-  std::vector<float> amplitudes;
-  for (int i = 0; i < amplitudeCount; ++i) amplitudes.push_back(random.uniform(-2.0f, 2.0f));
   for (const SimdVariant variant : supportedVariants()) {
     SCOPED_TRACE(nameOf(variant));
     TrialRows apTrials(nx), paTrials(nx);
@@ -244,14 +241,36 @@ void expectSameTrials(int nx, int ny, float reach, Random& random) {
   }
 }
 
+// Lanes differ little or, with a large `reach`, much.
 TEST(TrialKernels, ResampledRowsFollowTheDefinition) {
   Random random(104);
   for (const int nx : {1, 2, 3, 4, 5, 7, 8, 9, 15, 16, 17, 31, 32, 33, 65})
     for (const int ny : {2, 3, 12, 40})
       for (const float reach : {0.3f, 6.0f, 30.0f}) {
         SCOPED_TRACE(testing::Message() << nx << " of " << ny << " rows, reach " << reach);
-        for (int round = 0; round < 4; ++round) expectSameTrials(nx, ny, reach, random);
+        for (int round = 0; round < 4; ++round) {
+          std::vector<float> amplitudes;
+          for (int i = 0; i < amplitudeCount; ++i)
+            amplitudes.push_back(random.uniform(-2.0f, 2.0f));
+          const Volume<float> vdm = random.volume({nx, 1, 1}, -reach, reach);
+          expectSameTrials(vdm, random.below(ny), ny, amplitudes, random);
+        }
       }
+}
+
+// Just below a whole number the row after the next one is read.
+TEST(TrialKernels, PositionsJustBelowAWholeNumberAmongOthers) {
+  Random random(105);
+  for (int round = 0; round < 40; ++round) {
+    const int y = 1 + round % 9;
+    Volume<float> vdm(37, 1, 1);
+    for (int x = 0; x < vdm.nx(); ++x) {
+      const float whole = static_cast<float>(y + random.below(3) - 1);
+      const float position = random.below(2) ? whole - 0.5f : std::nextafter(whole, -9.0f);
+      vdm.at(x, 0, 0) = position - static_cast<float>(y);
+    }
+    expectSameTrials(vdm, y, 12, std::vector<float>(amplitudeCount, 0.0f), random);
+  }
 }
 
 }  // namespace
