@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <utility>
 
 #include "numerics/volumegauss.h"
 
@@ -25,6 +26,42 @@ int upperBound(const float* values, int n, float t) {
     }
   }
   return first;
+}
+
+// False where a value is NaN.
+bool ascends(const std::vector<float>& values) {
+  bool result = true;
+  for (std::size_t i = 1; i < values.size(); ++i) result &= values[i] >= values[i - 1];
+  return result;
+}
+
+// Where between the rows i - 1 and i, 0 < i < ny, the column is mapped to row t, relative to t.
+float inverseAt(const std::vector<float>& mapped, std::size_t i, float t) {
+  const float above = mapped[i], below = mapped[i - 1];
+  return (((above - t) * static_cast<float>(i - 1) + (t - below) * static_cast<float>(i)) /
+          (above - below)) -
+         t;
+}
+
+// The rows of a column of the inverse, `stride` apart; rows that no pair encloses stay.
+void invertBySearch(const std::vector<float>& mapped, float* column, int stride) {
+  const int ny = static_cast<int>(mapped.size());
+  for (int row = 0; row < ny; ++row) {
+    const float t = static_cast<float>(row);
+    const int i = upperBound(mapped.data(), ny, t);
+    if (i > 0 && i < ny) column[row * stride] = inverseAt(mapped, static_cast<std::size_t>(i), t);
+  }
+}
+
+// The same for values that ascend, where the first greater one moves on with the row.
+void invertAscending(const std::vector<float>& mapped, float* column, int stride) {
+  const std::size_t ny = mapped.size();
+  std::size_t i = 0;
+  for (std::size_t row = 0; row < ny; ++row) {
+    const float t = static_cast<float>(row);
+    while (i < ny && !(t < mapped[i])) ++i;
+    if (i > 0 && i < ny) column[static_cast<int>(row) * stride] = inverseAt(mapped, i, t);
+  }
 }
 
 // One scan of a column, whose values are `stride` apart; returns the adjustments made.
@@ -73,23 +110,16 @@ int smoothColumn(float* column, int ny, int stride) {
 
 Volume<float> invertVDM(const Volume<float>& vdm) {
   Volume<float> inverse(vdm.dimensions(), 0.0f);
-  const int ny = vdm.ny();
-  std::vector<float> mapped(static_cast<std::size_t>(ny));
+  std::vector<float> mapped(static_cast<std::size_t>(vdm.ny()));
   for (int z = 0; z < vdm.nz(); ++z)
     for (int x = 0; x < vdm.nx(); ++x) {
-      for (int y = 0; y < ny; ++y)
+      for (int y = 0; y < vdm.ny(); ++y)
         mapped[static_cast<std::size_t>(y)] = static_cast<float>(y) + vdm.at(x, y, z);
-      for (int row = 0; row < ny; ++row) {
-        const float t = static_cast<float>(row);
-        const int i = upperBound(mapped.data(), ny, t);
-        if (i < 1 || i > ny - 1) continue;
-        const float above = mapped[static_cast<std::size_t>(i)];
-        const float below = mapped[static_cast<std::size_t>(i - 1)];
-        inverse.at(x, row, z) =
-            (((above - t) * static_cast<float>(i - 1) + (t - below) * static_cast<float>(i)) /
-             (above - below)) -
-            t;
-      }
+      float* column = &inverse.at(x, 0, z);
+      if (ascends(mapped))
+        invertAscending(mapped, column, vdm.nx());
+      else
+        invertBySearch(mapped, column, vdm.nx());
     }
   return inverse;
 }
@@ -122,11 +152,16 @@ int indexLowestAbsoluteValue(const std::vector<float>& values) {
 
 void correctIntensities(Volume<float>& apOut, Volume<float>& paOut, const Volume<float>& apIn,
                         const Volume<float>& paIn, const Volume<float>& vdm) {
-  const Volume<float> derivative = getSimpleYDerivative(invertVDM(vdm));
-  Volume<float> weight(apIn.dimensions());
-  applyVdmYLinear(weight, (-derivative) + 1.0f, vdm, /*reverse=*/false);
-  apOut = apIn * weight;
-  weight.resize(paIn.dimensions());
-  applyVdmYLinearReverse(weight, derivative + 1.0f, vdm);
-  paOut = paIn * weight;
+  Volume<float> derivative = getSimpleYDerivative(invertVDM(vdm));
+  Volume<float> density = -derivative;
+  density += 1.0f;
+  Volume<float> apWeight(apIn.dimensions());
+  applyVdmYLinear(apWeight, density, vdm, /*reverse=*/false);
+  apWeight *= apIn;
+  derivative += 1.0f;
+  Volume<float> paWeight(paIn.dimensions());
+  applyVdmYLinearReverse(paWeight, derivative, vdm);
+  paWeight *= paIn;
+  apOut = std::move(apWeight);
+  paOut = std::move(paWeight);
 }
