@@ -18,36 +18,52 @@ struct TapRange {
         shift(p - kernelSize / 2) {}
 };
 
-// Image times weight, and weight, in rows that are padded with zeros by the kernel's reach: the
-// taps of output x begin at element x of a row.
-class PaddedRows {
+// Image times weight, and weight, with gaps of zeros between rows and planes that are as wide as
+// the kernel reaches: what follows a row precedes the next, so that each gap serves two.
+class SpreadVolumes {
  public:
-  PaddedRows(const Volume<float>& image, const Volume<float>& weight, int taps)
-      : ny(static_cast<std::size_t>(image.ny())),
-        stride(static_cast<std::size_t>(image.nx() + taps + convolutionBlock)),
-        weighted(stride * ny * static_cast<std::size_t>(image.nz()), 0.0f),
+  SpreadVolumes(const Volume<float>& image, const Volume<float>& weight, glm::ivec3 reach)
+      : rowStride(image.nx() + reach.x),
+        planeStride((image.ny() + reach.y) * rowStride),
+        firstVoxel(static_cast<std::size_t>(reach.y * rowStride + reach.x)),
+        weighted(
+            2 * firstVoxel + static_cast<std::size_t>(image.nz() * planeStride) + convolutionBlock,
+            0.0f),
         weights(weighted.size(), 0.0f) {
     for (int z = 0; z < image.nz(); ++z)
       for (int y = 0; y < image.ny(); ++y) {
-        const std::size_t start = rowStart(y, z) + static_cast<std::size_t>(taps / 2);
-        for (int x = 0; x < image.nx(); ++x) {
-          const float w = weight.at(x, y, z);
-          if (w == 0) continue;
-          weighted[start + static_cast<std::size_t>(x)] = image.at(x, y, z) * w;
-          weights[start + static_cast<std::size_t>(x)] = w;
-        }
+        const std::size_t start =
+            firstVoxel + static_cast<std::size_t>(z * planeStride + y * rowStride);
+        spreadRow(image.nx(), &image.at(0, y, z), &weight.at(0, y, z), &weighted[start],
+                  &weights[start]);
       }
   }
 
-  const float* weightedRow(int y, int z) const { return weighted.data() + rowStart(y, z); }
-  const float* weightRow(int y, int z) const { return weights.data() + rowStart(y, z); }
-
- private:
-  std::size_t rowStart(int y, int z) const {
-    return (static_cast<std::size_t>(z) * ny + static_cast<std::size_t>(y)) * stride;
+  SpreadConvolution convolution(const Volume<float>& kernel, bool normalize,
+                                Volume<float>& out) const {
+    return {weighted.data() + firstVoxel,
+            weights.data() + firstVoxel,
+            kernel.data(),
+            {kernel.nx(), kernel.ny(), kernel.nz()},
+            {out.nx(), out.ny(), out.nz()},
+            rowStride,
+            planeStride,
+            normalize,
+            out.data()};
   }
 
-  std::size_t ny, stride;
+ private:
+  static void spreadRow(int nx, const float* image, const float* weight, float* weightedOut,
+                        float* weightOut) {
+    for (int x = 0; x < nx; ++x) {
+      const bool counts = weight[x] != 0;
+      weightedOut[x] = counts ? image[x] * weight[x] : 0.0f;
+      weightOut[x] = counts ? weight[x] : 0.0f;
+    }
+  }
+
+  std::ptrdiff_t rowStride, planeStride;
+  std::size_t firstVoxel;
   std::vector<float> weighted, weights;
 };
 
@@ -56,29 +72,11 @@ bool isFinite(const Volume<float>& volume) {
                      [](float v) { return std::isfinite(v); });
 }
 
-Volume<float> convolvedByRows(const Volume<float>& image, const Volume<float>& kernel,
-                              const Volume<float>& weight, bool normalize) {
+Volume<float> convolvedByLanes(const Volume<float>& image, const Volume<float>& kernel,
+                               const Volume<float>& weight, bool normalize) {
   Volume<float> result(image.dimensions());
-  if (result.size() == 0) return result;
-  const PaddedRows rows(image, weight, kernel.nx());
-  const SimdVariant variant = chosenVariant();
-  std::vector<const float*> weighted, weights, taps;
-  for (int z = 0; z < image.nz(); ++z)
-    for (int y = 0; y < image.ny(); ++y) {
-      const TapRange rz(z, kernel.nz(), image.nz()), ry(y, kernel.ny(), image.ny());
-      weighted.clear();
-      weights.clear();
-      taps.clear();
-      for (int k = rz.begin; k < rz.end; ++k)
-        for (int j = ry.begin; j < ry.end; ++j) {
-          weighted.push_back(rows.weightedRow(j + ry.shift, k + rz.shift));
-          weights.push_back(rows.weightRow(j + ry.shift, k + rz.shift));
-          taps.push_back(&kernel.at(0, j, k));
-        }
-      convolveRow({weighted.data(), weights.data(), taps.data(), static_cast<int>(taps.size()),
-                   kernel.nx(), image.nx(), normalize, &result.at(0, y, z)},
-                  variant);
-    }
+  const SpreadVolumes volumes(image, weight, kernel.dimensions() / 2);
+  convolveSpread(volumes.convolution(kernel, normalize, result), chosenVariant());
   return result;
 }
 
@@ -114,8 +112,9 @@ Volume<float> convolvedByVoxels(const Volume<float>& image, const Volume<float>&
 template <typename T>
 void convolve3D(Volume<T>& image, const Volume<T>& kernel, const Volume<T>& weight,
                 bool normalize) {
-  image = isFinite(kernel) ? convolvedByRows(image, kernel, weight, normalize)
-                           : convolvedByVoxels(image, kernel, weight, normalize);
+  const bool canSpread = image.size() > 0 && kernel.size() > 0 && isFinite(kernel);
+  image = canSpread ? convolvedByLanes(image, kernel, weight, normalize)
+                    : convolvedByVoxels(image, kernel, weight, normalize);
 }
 
 template void convolve3D(Volume<float>&, const Volume<float>&, const Volume<float>&, bool);

@@ -13,8 +13,10 @@ namespace {
 const float inf = std::numeric_limits<float>::infinity();
 const float nan = std::numeric_limits<float>::quiet_NaN();
 
-// Around the lanes of every variant, and around the four vectors that are summed at a time.
-const int rowLengths[] = {1, 2, 3, 4, 5, 7, 8, 9, 15, 16, 17, 31, 32, 33, 63, 64, 65, 66, 127, 129};
+// Around the lanes of every variant, and around the vectors that are summed at a time. Some of
+// these rows are summed one by one, others as planes.
+const int rowLengths[] = {1,  2,  3,  4,  5,  7,  8,  9,  11, 12, 13, 15,  16,
+                          17, 31, 32, 33, 47, 48, 49, 63, 64, 65, 66, 127, 129};
 
 void expectSame(const Volume<float>& image, const Volume<float>& kernel,
                 const Volume<float>& weight) {
@@ -57,6 +59,44 @@ TEST(WeightedConvolution, EqualsThePlainLoopForEveryRowLength) {
     const glm::ivec3 dims(nx, 3, 5);
     expectSame(random.volume(dims, -3, 3), kernel, weights(dims, random));
   }
+}
+
+// Planes are summed a few at a time, and an image plane may count for some of these only.
+TEST(WeightedConvolution, EqualsThePlainLoopForEveryNumberOfPlanes) {
+  Random random(17);
+  for (const int taps : {1, 2, 3, 5, 9, 12})
+    for (int nz = 1; nz <= 11; ++nz) {
+      SCOPED_TRACE(testing::Message() << nz << " planes, " << taps << " taps");
+      const glm::ivec3 dims(9, 7, nz);
+      expectSame(random.volume(dims, -3, 3), random.volume({3, 3, taps}, -1, 1),
+                 weights(dims, random));
+    }
+}
+
+TEST(WeightedConvolution, EqualsThePlainLoopForEveryNumberOfRows) {
+  Random random(18);
+  for (const int taps : {1, 2, 3, 4, 9, 12})
+    for (const int ny : {1, 2, 3, 4, 5, 9, 13})
+      for (const int nx : {3, 13, 32, 51}) {
+        SCOPED_TRACE(testing::Message() << ny << " rows of " << nx << ", " << taps << " taps");
+        const glm::ivec3 dims(nx, ny, 5);
+        expectSame(random.volume(dims, -3, 3), random.volume({5, taps, 3}, -1, 1),
+                   weights(dims, random));
+      }
+}
+
+// What is in reach of a voxel makes it NaN, and nothing else does.
+TEST(WeightedConvolution, OneOddVoxelReachesItsNeighboursOnly) {
+  for (const glm::ivec3 dims : {glm::ivec3(13, 5, 10), glm::ivec3(32, 3, 7)})
+    for (const float odd : {nan, inf})
+      for (int z = 0; z < dims.z; ++z)
+        for (const int x : {0, dims.x - 1}) {
+          SCOPED_TRACE(testing::Message() << odd << " at " << x << ", " << z);
+          Volume<float> image(dims, 1.0f);
+          image.at(x, z % dims.y, z) = odd;
+          expectSame(image, Volume<float>(3, 3, 5, -0.25f), Volume<float>(dims, 1.0f));
+          expectSame(image, Volume<float>(3, 3, 3, 0.0f), Volume<float>(dims, 1.0f));
+        }
 }
 
 TEST(WeightedConvolution, OddImageAndWeightValuesSpreadAsInThePlainLoop) {
@@ -119,6 +159,12 @@ TEST(WeightedConvolution, TheKernelIsAppliedAsStored) {
     convolve3D(got, kernel, Volume<float>(40, 3, 3, 1.0f), /*normalize=*/false);
     EXPECT_TRUE(compare::same(got, wanted));
   });
+}
+
+TEST(WeightedConvolution, AKernelWithoutTapsGivesAllZeros) {
+  Random random(19);
+  for (const glm::ivec3 taps : {glm::ivec3(0, 0, 0), glm::ivec3(3, 3, 0), glm::ivec3(0, 3, 3)})
+    expectSame(random.volume({9, 5, 6}, -3, 3), Volume<float>(taps), weights({9, 5, 6}, random));
 }
 
 TEST(WeightedConvolution, EmptyVolumesStayEmpty) {
