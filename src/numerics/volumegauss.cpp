@@ -67,6 +67,14 @@ struct WeightedSum {
   T result(bool normalize) const { return normalize && normalizer > 0 ? sum / normalizer : sum; }
 };
 
+// Smooths a grown volume and cuts it back to `dims`.
+template <typename T>
+void convolveGrown(Volume<T>& v, glm::ivec3 dims, glm::dvec3 sigma, glm::ivec3 order) {
+  Volume<T> kernel = createGaussianKernel3D<T>(v.dimensions(), sigma, order, /*wrap=*/true);
+  fftwConvolve3D(v, kernel);
+  v.resize(dims);
+}
+
 }  // namespace
 
 std::vector<double> createGauss1D(int n, double sigma, int order) {
@@ -134,16 +142,14 @@ template <typename T>
 void applyGauss(Volume<T>& v, glm::dvec3 sigma, glm::ivec3 order, bool) {
   const glm::ivec3 dims = v.dimensions();
   growVolumeReplicateBoundary(v, fftMargin);
-  Volume<T> kernel = createGaussianKernel3D<T>(v.dimensions(), sigma, order, true);
-  fftwConvolve3D(v, kernel);
-  v.resize(dims);
+  convolveGrown(v, dims, sigma, order);
 }
 
 template <typename T>
 Volume<T> getAppliedGauss(const Volume<T>& v, glm::dvec3 sigma, glm::ivec3 order) {
-  Volume<T> copy = v;
-  applyGauss(copy, sigma, order, true);
-  return copy;
+  Volume<T> result = replicatedBoundary(v, fftMargin);
+  convolveGrown(result, v.dimensions(), sigma, order);
+  return result;
 }
 
 template <typename T>

@@ -41,15 +41,20 @@ int clampIndex(int u, int n) { return u < 0 ? 0 : u >= n ? n - 1 : u; }
 
 int reflectIndex(int u, int n) { return u < 0 ? -u - 1 : u >= n ? 2 * n - 1 - u : u; }
 
-// The grown volume whose voxel p' is v at source(u, n) per axis, u = p' - g.
+// The grown volume whose voxel p' is v at source(u, n) per axis, u = p' - g. Inside, source(u, n)
+// is u.
 template <typename T, typename Source>
 Volume<T> grown(const Volume<T>& v, glm::ivec3 g, Source source) {
   if (v.size() == 0) return Volume<T>(v.dimensions() + 2 * g, T(0));
   Volume<T> result(v.dimensions() + 2 * g);
+  const int begin = std::max(0, g.x), end = std::min(result.nx(), g.x + v.nx());
   for (int z = 0; z < result.nz(); ++z)
     for (int y = 0; y < result.ny(); ++y) {
       const T* row = &v.at(0, source(y - g.y, v.ny()), source(z - g.z, v.nz()));
-      for (int x = 0; x < result.nx(); ++x) result.at(x, y, z) = row[source(x - g.x, v.nx())];
+      T* out = result.data() + result.index(0, y, z);
+      for (int x = 0; x < begin; ++x) out[x] = row[source(x - g.x, v.nx())];
+      std::copy(row + (begin - g.x), row + (end - g.x), out + begin);
+      for (int x = end; x < result.nx(); ++x) out[x] = row[source(x - g.x, v.nx())];
     }
   return result;
 }
@@ -82,7 +87,12 @@ void growVolumeMirror(Volume<T>& v, glm::ivec3 g) {
 
 template <typename T>
 void growVolumeReplicateBoundary(Volume<T>& v, glm::ivec3 g) {
-  v = grown(v, g, clampIndex);
+  v = replicatedBoundary(v, g);
+}
+
+template <typename T>
+Volume<T> replicatedBoundary(const Volume<T>& v, glm::ivec3 g) {
+  return grown(v, g, clampIndex);
 }
 
 template void affineLinear(Volume<float>&, const Volume<float>&, glm::mat4);
@@ -93,3 +103,4 @@ template void scaleVolumeLinear(Volume<float>&, const Volume<float>&);
 template void scaleVolumeLinear(Volume<double>&, const Volume<double>&);
 template void growVolumeMirror(Volume<float>&, glm::ivec3);
 template void growVolumeReplicateBoundary(Volume<float>&, glm::ivec3);
+template Volume<float> replicatedBoundary(const Volume<float>&, glm::ivec3);

@@ -32,3 +32,6 @@ void growVolumeMirror(Volume<T>& v, glm::ivec3 g);
 /// axis has length 0 there is no edge, and the new voxels are 0.
 template <typename T>
 void growVolumeReplicateBoundary(Volume<T>& v, glm::ivec3 g);
+/// A copy of `v` grown by `growVolumeReplicateBoundary`.
+template <typename T>
+Volume<T> replicatedBoundary(const Volume<T>& v, glm::ivec3 g);

@@ -186,9 +186,11 @@ TEST(Grow, AgreesWithTheReference) {
     Volume<float> a = randomVolume<float>(d, random);
     sprinkleOddValues(a, random);
     Volume<float> b = a, c = a, e = a;
+    const Volume<float> copy = replicatedBoundary(a, g);
     growVolumeReplicateBoundary(a, g);
     reference::growVolumeReplicateBoundary(b, g);
     EXPECT_TRUE(same(a, b));
+    EXPECT_TRUE(same(copy, b));
     growVolumeMirror(c, g);
     reference::growVolumeMirror(e, g);
     EXPECT_TRUE(same(c, e));
