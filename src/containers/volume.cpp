@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <glm/common.hpp>
+#include <glm/vector_relational.hpp>
 #include <limits>
 #include <ostream>
 #include <type_traits>
@@ -130,7 +131,9 @@ void Volume<T>::resize(glm::ivec3 d) {
     dims = d;
     return;
   }
-  Volume resized(d, T(0));
+  Volume resized(d);
+  const bool isCropped = elements && glm::all(glm::lessThanEqual(d, dims));
+  if (!isCropped) resized.setAll(T(0));
   if (elements) copyCentred(resized, *this);
   *this = std::move(resized);
 }

@@ -38,8 +38,8 @@ Spectrum allocateSpectrum(const SpectrumSizes& sizes) {
   Spectrum buffer(static_cast<plugin_fftw_complex*>(
       plugin_fftw_malloc(sizes.buffer * sizeof(plugin_fftw_complex))));
   if (!buffer) throw std::bad_alloc();
-  // The products may run past the spectrum: what they read there is defined.
-  std::fill(&buffer[0][0] + 2 * sizes.spectrum, &buffer[0][0] + 2 * sizes.buffer, 0.0f);
+  // The products may run past the spectrum: what they read there is defined. Nothing reads more.
+  std::fill(&buffer[0][0] + 2 * sizes.spectrum, &buffer[0][0] + 2 * sizes.products, 0.0f);
   return buffer;
 }
 
