@@ -1,5 +1,6 @@
 #include "vdm/simplevdmestimate.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "numerics/distance.h"
@@ -14,15 +15,29 @@ constexpr const char* sourceFile = "src/vdm/simplevdmestimate.cpp";
 constexpr int passes = 10;
 constexpr double foregroundThreshold = 100.0;
 
+// The maxima of a volume's columns as `Vector::max` has them, found row by row.
+Matrix<float> columnMaxima(const Volume<float>& v) {
+  Matrix<float> maxima(v.nx(), v.nz(), 0.0f);
+  if (v.size() == 0) return maxima;
+  for (int z = 0; z < v.nz(); ++z) {
+    float* largest = &maxima.at(0, z);
+    std::copy_n(&v.at(0, 0, z), v.nx(), largest);
+    for (int y = 1; y < v.ny(); ++y) {
+      const float* row = &v.at(0, y, z);
+      for (int x = 0; x < v.nx(); ++x) largest[x] = largest[x] < row[x] ? row[x] : largest[x];
+    }
+  }
+  return maxima;
+}
+
 // Per column, 1 where the maxima of both images exceed the threshold, else 0.
 Matrix<float> foregroundColumns(const Volume<float>& ap, const Volume<float>& pa) {
-  Matrix<float> foreground(ap.nx(), ap.nz());
-  for (int z = 0; z < ap.nz(); ++z)
-    for (int x = 0; x < ap.nx(); ++x)
-      foreground.at(x, z) = getColumnFromVolume(ap, x, z).max() > foregroundThreshold &&
-                                    getColumnFromVolume(pa, x, z).max() > foregroundThreshold
-                                ? 1.0f
-                                : 0.0f;
+  Matrix<float> foreground = columnMaxima(ap);
+  const Matrix<float> other = columnMaxima(pa);
+  for (int i = 0; i < foreground.size(); ++i)
+    foreground.data()[i] =
+        foreground.data()[i] > foregroundThreshold && other.data()[i] > foregroundThreshold ? 1.0f
+                                                                                            : 0.0f;
   return foreground;
 }
 
