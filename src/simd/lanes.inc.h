@@ -35,3 +35,27 @@ MIREL_INLINE void storeSome(T* p, const Vector& v, int count) {
   if (count == static_cast<int>(sizeof(Vector) / sizeof(T))) return store(p, v);
   __builtin_memcpy(p, &v, static_cast<unsigned long>(count) * sizeof(T));
 }
+
+// Lane i of vector j becomes lane j of vector i: blocks of 1, 2, 4 .. lanes swap places.
+template <int block>
+MIREL_INLINE void swapBlocks(Doubles (&rows)[halfCount]) {
+  Longs low, high;
+  for (int l = 0; l < halfCount; ++l) {
+    const bool second = (l / block) % 2 == 1;
+    low[l] = second ? halfCount + l - block : l;
+    high[l] = second ? halfCount + l : l + block;
+  }
+#pragma GCC unroll 8
+  for (int i = 0; i < halfCount; ++i)
+    if ((i / block) % 2 == 0) {
+      const Doubles a = rows[i], b = rows[i + block];
+      rows[i] = __builtin_shuffle(a, b, low);
+      rows[i + block] = __builtin_shuffle(a, b, high);
+    }
+}
+
+MIREL_INLINE void transpose(Doubles (&rows)[halfCount]) {
+  swapBlocks<1>(rows);
+  if constexpr (halfCount > 2) swapBlocks<2>(rows);
+  if constexpr (halfCount > 4) swapBlocks<4>(rows);
+}

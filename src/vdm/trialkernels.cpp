@@ -9,9 +9,8 @@ void resampleTrialRow(const TrialRow& row, SimdVariant variant) {
   MIREL_DISPATCH(variant, resampleTrialRow)(row);
 }
 
-void squareDifferences(const float* ap, const float* pa, int nx, double* squares,
-                       SimdVariant variant) {
-  MIREL_DISPATCH(variant, squareDifferences)(ap, pa, nx, squares);
+void squareDifferences(const TrialPairs& trials, double* squares, SimdVariant variant) {
+  MIREL_DISPATCH(variant, squareDifferences)(trials, squares);
 }
 
 void searchRowSsd(const SearchRow& row, const SsdRows& rows, SimdVariant variant) {

@@ -30,7 +30,25 @@ struct SearchRow {
   int* best;                     ///< out, per visited centre: the first amplitude of least cost
 };
 
-/// Rows of squared differences: squares[amplitude * rowCount + row].
+/// Centres that are searched for the least sum of squares at a time: rows of squares need as many
+/// spare elements.
+constexpr int ssdBlock = 8;
+
+/// The squares of all amplitudes at one element of a row stand side by side, in whole blocks.
+constexpr int amplitudeBlock = 8;
+constexpr int paddedAmplitudes(int count) {
+  return (count + amplitudeBlock - 1) / amplitudeBlock * amplitudeBlock;
+}
+
+/// One row of the two images, resampled at every amplitude: padded rows of nx values.
+struct TrialPairs {
+  const float* const* ap;
+  const float* const* pa;
+  int amplitudeCount, nx;
+};
+
+/// Rows of squared differences: squares[row][x * paddedAmplitudes + amplitude]. What stands beyond
+/// the last amplitude is not looked at.
 struct SsdRows {
   const double* const* squares;
 };
@@ -46,9 +64,8 @@ struct NccRows {
 /// not inside.
 void resampleTrialRow(const TrialRow& row, SimdVariant variant);
 
-/// squares[x] = double(ap[x] - pa[x])^2.
-void squareDifferences(const float* ap, const float* pa, int nx, double* squares,
-                       SimdVariant variant);
+/// squares[x * paddedAmplitudes + i] = double(ap[i][x] - pa[i][x])^2, for the nx elements.
+void squareDifferences(const TrialPairs& trials, double* squares, SimdVariant variant);
 
 /// Least cost by the sum of squared differences: each sum in double, row by row, x ascending.
 void searchRowSsd(const SearchRow& row, const SsdRows& rows, SimdVariant variant);

@@ -1,7 +1,8 @@
-// Kernels of the trial search. What is exploited: centres that are neighbours along x add up
-// their windows side by side, one centre per lane. Every lane adds the same values in the same
-// order as a loop over that centre's window alone would; elements outside the image are 0, and
-// adding 0 to a sum that started at 0 changes no bit of it.
+// Kernels of the trial search. What is exploited: windows are added up side by side, one per lane,
+// of all amplitudes at one centre (sum of squared differences) or of centres that are neighbours
+// along x (correlation). Every lane adds the same values in the same order as a loop over that
+// window alone would; elements outside the image are 0, and adding 0 to a sum that started at 0
+// changes no bit of it.
 
 // The elements of rows `row0` and `row1` of a block of columns, where `inside` holds.
 inline void pickDistantRows(const float* block, int nx, int count, const Ints& row0,
@@ -93,91 +94,146 @@ void resampleTrialRow(const TrialRow& in) {
     resampleTrialBlock<false>(in, x < in.nx - laneCount ? x : in.nx - laneCount);
 }
 
-void squareDifferences(const float* ap, const float* pa, int nx, double* squares) {
-  for (int x = 0; x < nx; ++x) {
-    const double difference = ap[x] - pa[x];
-    squares[x] = difference * difference;
+// The squares of `halfCount` voxels from x on, for one vector of amplitudes, per voxel. Lanes
+// beyond the last amplitude repeat it.
+MIREL_INLINE void squareBlock(const TrialPairs& in, int x, int first,
+                              Doubles (&squares)[halfCount]) {
+  const int last = in.amplitudeCount - 1;
+#pragma GCC unroll 8
+  for (int i = 0; i < halfCount; ++i) {
+    const int amplitude = first + i < last ? first + i : last;
+    HalfFloats ap, pa;
+    load(ap, in.ap[amplitude] + x);
+    load(pa, in.pa[amplitude] + x);
+    const Doubles difference = __builtin_convertvector(ap - pa, Doubles);
+    squares[i] = difference * difference;
+  }
+  transpose(squares);
+}
+
+void squareDifferences(const TrialPairs& in, double* squares) {
+  const int stride = paddedAmplitudes(in.amplitudeCount);
+  for (int x = 0; x < in.nx; x += halfCount) {
+    const int count = in.nx - x < halfCount ? in.nx - x : halfCount;
+    for (int first = 0; first < in.amplitudeCount; first += halfCount) {
+      Doubles block[halfCount];
+      squareBlock(in, x, first, block);
+      double* const p = squares + x * stride + first;
+      if (count < halfCount) {
+        for (int l = 0; l < count; ++l) store(p + l * stride, block[l]);
+        continue;
+      }
+#pragma GCC unroll 8
+      for (int l = 0; l < halfCount; ++l) store(p + l * stride, block[l]);
+    }
   }
 }
 
-// Centres are searched in blocks of a few neighbours, so that blocks without a visited centre are
-// skipped; several amplitudes go side by side: while one sum waits for its addition, the others
-// keep the adder busy.
-template <int block>
-inline bool anyVisited(const SearchRow& row, int x) {
-  const int end = x + block < row.nx ? x + block : row.nx;
-  for (; x < end; ++x)
-    if (row.visited[x]) return true;
-  return false;
+// Centres are searched in blocks of a few neighbours. A block starts at a visited centre, so that
+// few blocks hold many centres that are not.
+inline int nextVisited(const SearchRow& row, int x) {
+  while (x < row.nx && !row.visited[x]) ++x;
+  return x;
 }
 
 // The first amplitude of least cost, lane by lane.
 template <int block>
 struct Choice {
-  double least[block];
-  int best[block];
+  static constexpr int vectors = block / halfCount;
+  Doubles least[vectors] = {};
+  Longs best[vectors] = {};
 
   // Keeps the earlier amplitude unless the new cost is strictly smaller.
-  void offer(int amplitude, const double* costs) {
-    for (int l = 0; l < block; ++l)
-      if (amplitude == 0 || costs[l] < least[l]) {
-        least[l] = costs[l];
-        best[l] = amplitude;
-      }
+  MIREL_INLINE void offer(int amplitude, const Doubles* costs) {
+    const Longs first = Longs{} - (amplitude == 0);
+#pragma GCC unroll 8
+    for (int v = 0; v < vectors; ++v) {
+      const Longs smaller = costs[v] < least[v];
+      const Longs take = smaller | first;
+      least[v] = take ? costs[v] : least[v];
+      best[v] = take ? Longs{} + amplitude : best[v];
+    }
   }
 
   void write(const SearchRow& row, int x) const {
     const int end = x + block < row.nx ? x + block : row.nx;
     for (int l = 0; x + l < end; ++l)
-      if (row.visited[x + l]) row.best[x + l] = best[l];
+      if (row.visited[x + l])
+        row.best[x + l] = static_cast<int>(best[l / halfCount][l % halfCount]);
   }
 };
 
-// Eight centres: one vector of doubles on the widest machines, four on the narrowest.
-constexpr int ssdBlock = 8;
+// Squares are read by whole vectors of amplitudes: no lane is spent on a centre that is not
+// visited, no vector crosses a cache line, and neighbouring centres share what is loaded. While
+// one centre's sum waits for its addition, the other seven keep the adders busy.
 constexpr int ssdVectors = ssdBlock / halfCount;
-constexpr int ssdAmplitudes = laneCount == 4 ? 2 : 4;
-static_assert(ssdBlock <= trialBlock);
 
-// The sums of `count` amplitudes, of which `rows` holds rowCount rows each.
-template <int count>
-inline void ssdSums(const double* const* rows, const SearchRow& row, int x, double* costs) {
-  Doubles sums[count][ssdVectors] = {};
-  for (int r = 0; r < row.rowCount; ++r) {
-    const double* p[count];
-#pragma GCC unroll 8
-    for (int i = 0; i < count; ++i) p[i] = rows[i * row.rowCount + r] + x;
-    for (int dx = 0; dx < row.taps; ++dx)
-#pragma GCC unroll 8
-      for (int i = 0; i < count; ++i)
-#pragma GCC unroll 8
-        for (int v = 0; v < ssdVectors; ++v) {
-          Doubles square;
-          load(square, p[i] + dx + v * halfCount);
-          sums[i][v] += square;
-        }
+// Adds one row to the sums of a block of centres; `p` is the first element of the first window.
+template <int taps>
+MIREL_INLINE void addSquares(const double* p, int stride, Doubles (&sums)[ssdBlock]) {
+#pragma GCC unroll 32
+  for (int x = 0; x < ssdBlock + taps - 1; ++x) {
+    Doubles square;
+    load(square, p + x * stride);
+#pragma GCC unroll 32
+    for (int c = 0; c < ssdBlock; ++c)
+      if (c <= x && x < c + taps) sums[c] += square;
   }
-  __builtin_memcpy(costs, sums, sizeof sums);
 }
 
-// `count` amplitudes from `first` on, or as many as are left.
-template <int count>
+// The same for windows of any width.
+MIREL_INLINE void addSquares(const double* p, int stride, int taps, Doubles (&sums)[ssdBlock]) {
+  for (int dx = 0; dx < taps; ++dx)
+#pragma GCC unroll 32
+    for (int c = 0; c < ssdBlock; ++c) {
+      Doubles square;
+      load(square, p + (dx + c) * stride);
+      sums[c] += square;
+    }
+}
+
+// The sums of a block of centres for the vector of amplitudes `start` doubles into the rows.
+template <int taps>
+inline void ssdSums(const SearchRow& row, const double* const* squares, int start,
+                    Doubles* result) {
+  const int stride = paddedAmplitudes(row.amplitudeCount);
+  Doubles sums[ssdBlock] = {};
+  for (int r = 0; r < row.rowCount; ++r) {
+    if constexpr (taps > 0)
+      addSquares<taps>(squares[r] + start, stride, sums);
+    else
+      addSquares(squares[r] + start, stride, row.taps, sums);
+  }
+  __builtin_memcpy(result, sums, sizeof sums);
+}
+
+// The amplitudes from `first` on: their costs are turned so that centres are lanes.
 inline void offerSsd(const SearchRow& row, const SsdRows& rows, int x, int first,
                      Choice<ssdBlock>& choice) {
-  if constexpr (count > 0) {
-    if (row.amplitudeCount - first < count) return offerSsd<count - 1>(row, rows, x, first, choice);
-    double costs[count * ssdBlock];
-    ssdSums<count>(rows.squares + first * row.rowCount, row, x, costs);
-    for (int i = 0; i < count; ++i) choice.offer(first + i, costs + i * ssdBlock);
+  const int start = x * paddedAmplitudes(row.amplitudeCount) + first;
+  Doubles sums[ssdVectors][halfCount];
+  if (row.taps == 5)
+    ssdSums<5>(row, rows.squares, start, sums[0]);
+  else if (row.taps == 7)
+    ssdSums<7>(row, rows.squares, start, sums[0]);
+  else
+    ssdSums<0>(row, rows.squares, start, sums[0]);
+  Doubles costs[halfCount][ssdVectors];
+#pragma GCC unroll 8
+  for (int v = 0; v < ssdVectors; ++v) {
+    transpose(sums[v]);
+#pragma GCC unroll 8
+    for (int i = 0; i < halfCount; ++i) costs[i][v] = sums[v][i];
   }
+  for (int i = 0; i < halfCount && first + i < row.amplitudeCount; ++i)
+    choice.offer(first + i, costs[i]);
 }
 
 void searchRowSsd(const SearchRow& row, const SsdRows& rows) {
-  for (int x = 0; x < row.nx; x += ssdBlock) {
-    if (!anyVisited<ssdBlock>(row, x)) continue;
+  for (int x = nextVisited(row, 0); x < row.nx; x = nextVisited(row, x + ssdBlock)) {
     Choice<ssdBlock> choice;
-    for (int first = 0; first < row.amplitudeCount; first += ssdAmplitudes)
-      offerSsd<ssdAmplitudes>(row, rows, x, first, choice);
+    for (int first = 0; first < row.amplitudeCount; first += halfCount)
+      offerSsd(row, rows, x, first, choice);
     choice.write(row, x);
   }
 }
@@ -218,17 +274,19 @@ inline void nccSums(const NccRows& rows, const SearchRow& row, int first, int x,
   for (int i = 0; i < count; ++i) result[i] = s[i];
 }
 
-inline void nccCosts(const CorrelationSums& s, const float* voxelCount, double* costs) {
+inline void nccCosts(const CorrelationSums& s, const float* voxelCount, Doubles* costs) {
   Floats n;
   load(n, voxelCount);
-  float numerator[laneCount], varianceA[laneCount], varianceB[laneCount];
-  store(numerator, s.ab * n - s.b * s.a);
-  store(varianceA, s.aa * n - s.a * s.a);
-  store(varianceB, s.bb * n - s.b * s.b);
-  for (int l = 0; l < laneCount; ++l) {
-    const double rootA = __builtin_sqrt(static_cast<double>(varianceA[l]));
-    const double rootB = __builtin_sqrt(static_cast<double>(varianceB[l]));
-    costs[l] = -(static_cast<double>(numerator[l]) / (rootB * rootA));
+  const Floats parts[] = {s.ab * n - s.b * s.a, s.aa * n - s.a * s.a, s.bb * n - s.b * s.b};
+  HalfFloats halves[3][2];
+  __builtin_memcpy(halves, parts, sizeof parts);
+  for (int h = 0; h < 2; ++h) {
+    const Doubles numerator = __builtin_convertvector(halves[0][h], Doubles);
+    Doubles rootA = __builtin_convertvector(halves[1][h], Doubles);
+    Doubles rootB = __builtin_convertvector(halves[2][h], Doubles);
+    for (int l = 0; l < halfCount; ++l) rootA[l] = __builtin_sqrt(rootA[l]);
+    for (int l = 0; l < halfCount; ++l) rootB[l] = __builtin_sqrt(rootB[l]);
+    costs[h] = -(numerator / (rootB * rootA));
   }
 }
 
@@ -240,7 +298,7 @@ inline void offerNcc(const SearchRow& row, const NccRows& rows, int x, int first
     CorrelationSums sums[count];
     nccSums<count>(rows, row, first, x, sums);
     for (int i = 0; i < count; ++i) {
-      double costs[laneCount];
+      Doubles costs[2];
       nccCosts(sums[i], rows.voxelCount + x, costs);
       choice.offer(first + i, costs);
     }
@@ -248,8 +306,7 @@ inline void offerNcc(const SearchRow& row, const NccRows& rows, int x, int first
 }
 
 void searchRowNcc(const SearchRow& row, const NccRows& rows) {
-  for (int x = 0; x < row.nx; x += laneCount) {
-    if (!anyVisited<laneCount>(row, x)) continue;
+  for (int x = nextVisited(row, 0); x < row.nx; x = nextVisited(row, x + laneCount)) {
     Choice<laneCount> choice;
     for (int first = 0; first < row.amplitudeCount; first += nccAmplitudes)
       offerNcc<nccAmplitudes>(row, rows, x, first, choice);

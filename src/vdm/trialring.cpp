@@ -39,12 +39,13 @@ TrialRing::TrialRing(const SearchImages& searched, const ConstantPattern& patter
       nx(static_cast<std::size_t>(images.vdm.nx())),
       ny(static_cast<std::size_t>(images.vdm.ny())),
       margin(static_cast<std::size_t>(pattern.dims.x / 2)),
-      stride(nx + 2 * margin + trialBlock),
+      stride(nx + 2 * margin + (ssdCost ? ssdBlock : trialBlock)),
+      blocks((amplitudes.size() + amplitudeBlock - 1) / amplitudeBlock),
       depth(pattern.dims.z) {
   for (const float amplitude : amplitudes) shifts.push_back(pattern.value * amplitude);
   const std::size_t rows = static_cast<std::size_t>(depth) * ny;
   if (useSsd) {
-    squareRows.assign(rows * shifts.size() * stride, 0.0);
+    squareRows.assign(rows * stride * blocks, Squares());
   } else {
     apRows.assign(rows * shifts.size() * stride, 0.0f);
     paRows.assign(rows * shifts.size() * stride, 0.0f);
@@ -99,16 +100,15 @@ void TrialRing::settleOutside(glm::ivec3 p) {
 }
 
 void TrialRing::storeRow(int y, int z) {
+  if (useSsd) {
+    squareDifferences({apScratch.data(), paScratch.data(), amplitudeCount(), static_cast<int>(nx)},
+                      squareRows[squareIndex(margin, y, z)].amplitudes, variant);
+    return;
+  }
   for (int i = 0; i < amplitudeCount(); ++i) {
-    const float* ap = apScratch[static_cast<std::size_t>(i)];
-    const float* pa = paScratch[static_cast<std::size_t>(i)];
     const std::size_t start = rowStart(i, y, z) + margin;
-    if (useSsd) {
-      squareDifferences(ap, pa, static_cast<int>(nx), squareRows.data() + start, variant);
-    } else {
-      std::copy_n(ap, nx, apRows.data() + start);
-      std::copy_n(pa, nx, paRows.data() + start);
-    }
+    std::copy_n(apScratch[static_cast<std::size_t>(i)], nx, apRows.data() + start);
+    std::copy_n(paScratch[static_cast<std::size_t>(i)], nx, paRows.data() + start);
   }
 }
 
@@ -137,15 +137,18 @@ void TrialRing::placeLaterValues(glm::ivec3 p) {
 }
 
 void TrialRing::place(glm::ivec3 p) {
-  for (int i = 0; i < amplitudeCount(); ++i) {
-    const std::size_t element = rowStart(i, p.y, p.z) + margin + static_cast<std::size_t>(p.x);
-    const float* ap = &apVoxel.values[static_cast<std::size_t>(i)];
-    const float* pa = &paVoxel.values[static_cast<std::size_t>(i)];
-    if (useSsd) {
-      squareDifferences(ap, pa, 1, squareRows.data() + element, variant);
-    } else {
-      apRows[element] = *ap;
-      paRows[element] = *pa;
+  const std::size_t x = margin + static_cast<std::size_t>(p.x);
+  if (useSsd) {
+    double* squares = squareRows[squareIndex(x, p.y, p.z)].amplitudes;
+    for (std::size_t i = 0; i < shifts.size(); ++i) {
+      const double difference = apVoxel.values[i] - paVoxel.values[i];
+      squares[i] = difference * difference;
     }
+    return;
+  }
+  for (std::size_t i = 0; i < shifts.size(); ++i) {
+    const std::size_t element = rowStart(static_cast<int>(i), p.y, p.z) + x;
+    apRows[element] = apVoxel.values[i];
+    paRows[element] = paVoxel.values[i];
   }
 }

@@ -30,9 +30,7 @@ class TrialRing {
   void loadSlice(int z);
 
   int amplitudeCount() const { return static_cast<int>(shifts.size()); }
-  const double* squares(int amplitude, int y, int z) const {
-    return squareRows.data() + rowStart(amplitude, y, z);
-  }
+  const double* squares(int y, int z) const { return squareRows[squareIndex(0, y, z)].amplitudes; }
   const float* ap(int amplitude, int y, int z) const {
     return apRows.data() + rowStart(amplitude, y, z);
   }
@@ -55,11 +53,19 @@ class TrialRing {
   void placeLaterValues(glm::ivec3 p);
 
  private:
+  // Of a few amplitudes at one element of a row; no vector of them crosses a cache line.
+  struct alignas(64) Squares {
+    double amplitudes[amplitudeBlock];
+  };
+
   std::size_t slot(int z) const { return static_cast<std::size_t>(z % depth); }
   std::size_t rowStart(int amplitude, int y, int z) const {
     return ((slot(z) * ny + static_cast<std::size_t>(y)) * shifts.size() +
             static_cast<std::size_t>(amplitude)) *
            stride;
+  }
+  std::size_t squareIndex(std::size_t element, int y, int z) const {
+    return ((slot(z) * ny + static_cast<std::size_t>(y)) * stride + element) * blocks;
   }
   std::size_t byteIndex(glm::ivec3 p) const {
     return (slot(p.z) * ny + static_cast<std::size_t>(p.y)) * nx + static_cast<std::size_t>(p.x);
@@ -75,9 +81,9 @@ class TrialRing {
   bool useSsd;
   float threshold;
   SimdVariant variant;
-  std::size_t nx, ny, margin, stride;
+  std::size_t nx, ny, margin, stride, blocks;
   int depth;
-  std::vector<double> squareRows;
+  std::vector<Squares> squareRows;
   std::vector<float> apRows, paRows;
   std::vector<unsigned char> foreground, awaits;
   std::vector<int> awaiting;  // per row: how many voxels await their first visit

@@ -84,17 +84,19 @@ class ConstantPatternSearch {
     squares.clear();
     ap.clear();
     pa.clear();
-    for (int i = 0; i < ring.amplitudeCount(); ++i)
+    const auto forEachRow = [&](auto collect) {
       for (int slice = rz.first; slice <= rz.last; ++slice)
-        for (int row = ry.first; row <= ry.last; ++row) {
-          if (useSsd) {
-            squares.push_back(ring.squares(i, row, slice));
-          } else {
-            ap.push_back(ring.ap(i, row, slice));
-            pa.push_back(ring.pa(i, row, slice));
-          }
-        }
-    if (useSsd) return;
+        for (int row = ry.first; row <= ry.last; ++row) collect(row, slice);
+    };
+    if (useSsd) {
+      forEachRow([&](int row, int slice) { squares.push_back(ring.squares(row, slice)); });
+      return;
+    }
+    for (int i = 0; i < ring.amplitudeCount(); ++i)
+      forEachRow([&](int row, int slice) {
+        ap.push_back(ring.ap(i, row, slice));
+        pa.push_back(ring.pa(i, row, slice));
+      });
     for (int x = 0; x < dims.x; ++x)
       voxelCount[static_cast<std::size_t>(x)] =
           static_cast<float>(Range(x, half.x, dims.x).count() * rowCount);

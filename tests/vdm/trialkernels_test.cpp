@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <vector>
 
 #include "containers/volume.h"
@@ -35,11 +36,39 @@ struct Rows {
   }
 };
 
+// Rows of squares: `count` amplitudes side by side. Those that pad them would win if looked at.
+struct SquareRows {
+  int count;
+  std::size_t elements;
+  std::vector<double> values;
+  std::vector<const double*> pointers;
+
+  SquareRows(int nx, int width, int amplitudes)
+      : count(amplitudes),
+        elements(static_cast<std::size_t>(nx + width + ssdBlock)),
+        values(elements * rowCount * static_cast<std::size_t>(paddedAmplitudes(count)), 0.0) {
+    for (int r = 0; r < rowCount; ++r) pointers.push_back(&at(0, r, 0));
+  }
+  SquareRows(const SquareRows&) = delete;
+  SquareRows& operator=(const SquareRows&) = delete;
+  double& at(int amplitude, int row, int x) {
+    return values[(static_cast<std::size_t>(row) * elements + static_cast<std::size_t>(x)) *
+                      static_cast<std::size_t>(paddedAmplitudes(count)) +
+                  static_cast<std::size_t>(amplitude)];
+  }
+  double cost(int amplitude, int x, int width) {
+    double sum = 0;
+    for (int r = 0; r < rowCount; ++r)
+      for (int dx = 0; dx < width; ++dx) sum += at(amplitude, r, x + dx);
+    return sum;
+  }
+};
+
 // The order of a window's values, another one for every amplitude.
-std::vector<int> permutation(Random& random) {
-  std::vector<int> order(taps * rowCount);
-  for (int i = 0; i < taps * rowCount; ++i) order[static_cast<std::size_t>(i)] = i;
-  for (int i = taps * rowCount - 1; i > 0; --i)
+std::vector<int> permutation(Random& random, int count = taps * rowCount) {
+  std::vector<int> order(static_cast<std::size_t>(count));
+  for (int i = 0; i < count; ++i) order[static_cast<std::size_t>(i)] = i;
+  for (int i = count - 1; i > 0; --i)
     std::swap(order[static_cast<std::size_t>(i)],
               order[static_cast<std::size_t>(random.below(i + 1))]);
   return order;
@@ -47,11 +76,11 @@ std::vector<int> permutation(Random& random) {
 
 // The first amplitude of least cost per centre, window by window.
 template <typename Cost>
-std::vector<int> plainSearch(int nx, Cost cost) {
+std::vector<int> plainSearch(int nx, Cost cost, int count = amplitudeCount) {
   std::vector<int> best;
   for (int x = 0; x < nx; ++x) {
     int choice = 0;
-    for (int i = 1; i < amplitudeCount; ++i)
+    for (int i = 1; i < count; ++i)
       if (cost(i, x) < cost(choice, x)) choice = i;
     best.push_back(choice);
   }
@@ -89,36 +118,92 @@ auto correlationCost(Rows<float>& ap, Rows<float>& pa) {
   };
 }
 
+void expectSsdChoices(SquareRows& squares, int nx, int width) {
+  const std::vector<int> wanted = plainSearch(
+      nx, [&](int i, int x) { return squares.cost(i, x, width); }, squares.count);
+  const std::vector<unsigned char> visited(static_cast<std::size_t>(nx), 1);
+  for (const SimdVariant variant : supportedVariants()) {
+    SCOPED_TRACE(nameOf(variant));
+    std::vector<int> best(static_cast<std::size_t>(nx), -1);
+    searchRowSsd({nx, width, rowCount, squares.count, visited.data(), best.data()},
+                 {squares.pointers.data()}, variant);
+    EXPECT_EQ(best, wanted);
+  }
+}
+
 // All amplitudes have the same squares in another order: equal sums but for their rounding. A
 // sum in any other order than row by row, x ascending, chooses otherwise somewhere.
+void expectTheStatedOrder(int nx, int width, int count, Random& random) {
+  SquareRows squares(nx, width, count);
+  const int window = width * rowCount;
+  std::vector<std::vector<int>> orders;
+  for (int i = 0; i < count; ++i) orders.push_back(permutation(random, window));
+  // Windows at multiples of `width` hold permutations; those between mix two.
+  for (int start = 0; start < nx + width; start += width) {
+    std::vector<double> values(static_cast<std::size_t>(window));
+    for (double& value : values) value = std::pow(2.0, random.uniform(0.0, 56.0));
+    for (int i = 0; i < count; ++i)
+      for (int k = 0; k < window && start + k % width < nx + width; ++k)
+        squares.at(i, k / width, start + k % width) = values[static_cast<std::size_t>(
+            orders[static_cast<std::size_t>(i)][static_cast<std::size_t>(k)])];
+  }
+  expectSsdChoices(squares, nx, width);
+}
+
 TEST(TrialKernels, SsdChoicesFollowTheRoundingOfTheStatedOrder) {
   Random random(101);
-  for (const int nx : {1, 7, 8, 16, 17, 33, 65}) {
-    SCOPED_TRACE(nx);
-    Rows<double> squares(nx);
-    const auto magnitudes = [&] { return std::pow(2.0, random.uniform(0.0, 56.0)); };
-    std::vector<std::vector<int>> orders;
-    for (int i = 0; i < amplitudeCount; ++i) orders.push_back(permutation(random));
-    // Windows at multiples of `taps` hold permutations; those between mix two.
-    for (int start = 0; start < nx + taps; start += taps) {
-      std::vector<double> values(taps * rowCount);
-      std::generate(values.begin(), values.end(), magnitudes);
-      for (int i = 0; i < amplitudeCount; ++i)
+  for (const int nx : {1, 7, 8, 16, 17, 33, 65})
+    for (const int width : {1, 3, 5, 7, 9, 21})
+      for (const int count : {1, 2, 3, 4, 5, 7, 8, 9, 11, 16, 17}) {
+        SCOPED_TRACE(testing::Message() << nx << " centres, width " << width << ", " << count);
+        expectTheStatedOrder(nx, width, count, random);
+      }
+}
+
+// Few different values: costs are equal, infinite or not a number at many amplitudes.
+TEST(TrialKernels, SsdChoicesAmongOddAndEqualCosts) {
+  Random random(105);
+  const double odd[] = {0.0, 1.0, 1e308, std::numeric_limits<double>::infinity(),
+                        std::numeric_limits<double>::quiet_NaN()};
+  for (int round = 0; round < 200; ++round) {
+    const int nx = 1 + random.below(40), width = 5 + 2 * random.below(2),
+              count = 1 + random.below(12), kinds = 1 + random.below(5);
+    SCOPED_TRACE(testing::Message() << "round " << round);
+    SquareRows squares(nx, width, count);
+    for (int x = 0; x < nx + width; ++x)
+      for (int i = 0; i < count; ++i)
         for (int r = 0; r < rowCount; ++r)
-          for (int dx = 0; dx < taps; ++dx)
-            squares.at(i, r, start + dx) = values[static_cast<std::size_t>(
-                orders[static_cast<std::size_t>(i)][static_cast<std::size_t>(r * taps + dx)])];
-    }
-    const auto cost = [&](int i, int x) {
-      double sum = 0;
-      for (int r = 0; r < rowCount; ++r)
-        for (int dx = 0; dx < taps; ++dx) sum += squares.at(i, r, x + dx);
-      return sum;
-    };
-    expectChoices(nx, plainSearch(nx, cost), [&](const SearchRow& row, SimdVariant variant) {
-      searchRowSsd(row, {squares.pointers.data()}, variant);
-    });
+          squares.at(i, r, x) = random.below(8) ? 1.0 : odd[random.below(kinds)];
+    expectSsdChoices(squares, nx, width);
   }
+}
+
+TEST(TrialKernels, SquaresStandAmplitudeByAmplitude) {
+  Random random(106);
+  for (const int nx : {1, 2, 3, 4, 5, 7, 8, 9, 15, 16, 17, 33})
+    for (const int count : {1, 2, 3, 4, 5, 7, 8, 9, 11, 17}) {
+      SCOPED_TRACE(testing::Message() << nx << " elements, " << count << " amplitudes");
+      const Volume<float> ap = random.volume({nx + trialBlock, count, 1}, -9, 9),
+                          pa = random.volume({nx + trialBlock, count, 1}, -9, 9);
+      std::vector<const float*> apRows, paRows;
+      for (int i = 0; i < count; ++i) {
+        apRows.push_back(&ap.at(0, i, 0));
+        paRows.push_back(&pa.at(0, i, 0));
+      }
+      const int padded = paddedAmplitudes(count);
+      for (const SimdVariant variant : supportedVariants()) {
+        SCOPED_TRACE(nameOf(variant));
+        std::vector<double> squares(static_cast<std::size_t>((nx + 1) * padded), -1.0);
+        squareDifferences({apRows.data(), paRows.data(), count, nx}, squares.data(), variant);
+        for (int x = 0; x < nx; ++x)
+          for (int i = 0; i < count; ++i) {
+            const double difference = ap.at(x, i, 0) - pa.at(x, i, 0);
+            EXPECT_EQ(squares[static_cast<std::size_t>(x * padded + i)], difference * difference);
+          }
+        for (int i = 0; i < padded; ++i)
+          EXPECT_EQ(squares[static_cast<std::size_t>(nx * padded + i)], -1.0) << "beyond the row";
+      }
+    }
 }
 
 // The same for the five single-precision sums of the correlation.
@@ -175,16 +260,49 @@ TEST(TrialKernels, NccChoicesFollowTheRoundingOfRootsAndDivision) {
       });
 }
 
+// Centres visited anywhere in and across blocks; the others keep their choice.
+template <typename Search>
+void expectOnlyVisited(const std::vector<int>& choices, Random& random, Search search) {
+  const int nx = static_cast<int>(choices.size());
+  for (int round = 0; round < 40; ++round) {
+    std::vector<unsigned char> visited(choices.size());
+    const int rarity = 1 + random.below(12);
+    for (unsigned char& v : visited) v = random.below(rarity) == 0;
+    std::vector<int> wanted(choices.size(), -1);
+    for (std::size_t x = 0; x < wanted.size(); ++x)
+      if (visited[x]) wanted[x] = choices[x];
+    for (const SimdVariant variant : supportedVariants()) {
+      std::vector<int> best(choices.size(), -1);
+      search({nx, taps, rowCount, amplitudeCount, visited.data(), best.data()}, variant);
+      EXPECT_EQ(best, wanted) << nameOf(variant) << ", round " << round;
+    }
+  }
+}
+
 TEST(TrialKernels, CentresThatAreNotVisitedAreLeftAlone) {
-  Rows<double> squares(40);
-  std::vector<unsigned char> visited(40, 0);
-  visited[33] = 1;
-  for (const SimdVariant variant : supportedVariants()) {
-    std::vector<int> best(40, -1), wanted(40, -1);
-    wanted[33] = 0;
-    searchRowSsd({40, taps, rowCount, amplitudeCount, visited.data(), best.data()},
-                 {squares.pointers.data()}, variant);
-    EXPECT_EQ(best, wanted) << nameOf(variant);
+  Random random(107);
+  for (const int nx : {1, 9, 40, 67}) {
+    SCOPED_TRACE(nx);
+    SquareRows squares(nx, taps, amplitudeCount);
+    Rows<float> ap(nx), pa(nx);
+    for (int x = 0; x < nx + taps; ++x)
+      for (int r = 0; r < rowCount; ++r)
+        for (int i = 0; i < amplitudeCount; ++i) {
+          ap.at(i, r, x) = random.uniform(1.0f, 900.0f);
+          pa.at(i, r, x) = random.uniform(1.0f, 900.0f);
+          squares.at(i, r, x) = random.uniform(0.0f, 9.0f);
+        }
+    expectOnlyVisited(plainSearch(nx, [&](int i, int x) { return squares.cost(i, x, taps); }),
+                      random, [&](const SearchRow& row, SimdVariant variant) {
+                        searchRowSsd(row, {squares.pointers.data()}, variant);
+                      });
+    const std::vector<float> counts(static_cast<std::size_t>(nx + trialBlock),
+                                    static_cast<float>(taps * rowCount));
+    expectOnlyVisited(
+        plainSearch(nx, correlationCost(ap, pa)), random,
+        [&](const SearchRow& row, SimdVariant variant) {
+          searchRowNcc(row, {ap.pointers.data(), pa.pointers.data(), counts.data()}, variant);
+        });
   }
 }
 

@@ -71,6 +71,8 @@ TEST(TrialSearch, EqualsTheLiteralSweepForEveryRowLength) {
       SCOPED_TRACE(testing::Message() << "rows of " << nx);
       expectSame(sweepInput({nx, 7, 3}, brightness, 1.0f, random), {5, 3, 3}, 1.0f,
                  {-0.6f, 0.0f, 0.6f});
+      expectSame(sweepInput({nx, 7, 3}, brightness, 1.0f, random), {7, 3, 3}, 1.0f,
+                 {-1.0f, -0.8f, -0.6f, -0.4f, -0.2f, 0.0f, 0.2f, 0.4f, 0.6f, 0.8f, 1.0f});
     }
 }
 
