@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+
 #include "simd/variant.h"
 
 /// The loops of the trial search, for one image row at a time (see trialsearch.h).
@@ -53,10 +55,12 @@ struct SsdRows {
   const double* const* squares;
 };
 
-/// Rows of the two resampled images, and the number of voxels of each centre's window.
+/// Rows of the two resampled images at the first amplitude, those of the next amplitude `stride`
+/// elements further each, and the number of voxels of each centre's window.
 struct NccRows {
   const float* const* ap;
   const float* const* pa;
+  std::size_t stride;
   const float* voxelCount;
 };
 

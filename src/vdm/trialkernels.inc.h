@@ -255,8 +255,9 @@ inline void nccSums(const NccRows& rows, const SearchRow& row, int first, int x,
     const float *pa[count], *pb[count];
 #pragma GCC unroll 8
     for (int i = 0; i < count; ++i) {
-      pa[i] = rows.ap[(first + i) * row.rowCount + r] + x;
-      pb[i] = rows.pa[(first + i) * row.rowCount + r] + x;
+      const std::size_t start = static_cast<std::size_t>(first + i) * rows.stride;
+      pa[i] = rows.ap[r] + start + x;
+      pb[i] = rows.pa[r] + start + x;
     }
     for (int dx = 0; dx < row.taps; ++dx)
 #pragma GCC unroll 8

@@ -31,12 +31,10 @@ class TrialRing {
 
   int amplitudeCount() const { return static_cast<int>(shifts.size()); }
   const double* squares(int y, int z) const { return squareRows[squareIndex(0, y, z)].amplitudes; }
-  const float* ap(int amplitude, int y, int z) const {
-    return apRows.data() + rowStart(amplitude, y, z);
-  }
-  const float* pa(int amplitude, int y, int z) const {
-    return paRows.data() + rowStart(amplitude, y, z);
-  }
+  /// At the first amplitude; the next one's row is `rowStride` elements further.
+  const float* ap(int y, int z) const { return apRows.data() + rowStart(0, y, z); }
+  const float* pa(int y, int z) const { return paRows.data() + rowStart(0, y, z); }
+  std::size_t rowStride() const { return stride; }
 
   /// Per x, whether a visited voxel, holding the last amplitude's values, is foreground.
   const unsigned char* foregroundOnceVisited(int y, int z) const {

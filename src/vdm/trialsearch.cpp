@@ -84,19 +84,16 @@ class ConstantPatternSearch {
     squares.clear();
     ap.clear();
     pa.clear();
-    const auto forEachRow = [&](auto collect) {
-      for (int slice = rz.first; slice <= rz.last; ++slice)
-        for (int row = ry.first; row <= ry.last; ++row) collect(row, slice);
-    };
-    if (useSsd) {
-      forEachRow([&](int row, int slice) { squares.push_back(ring.squares(row, slice)); });
-      return;
-    }
-    for (int i = 0; i < ring.amplitudeCount(); ++i)
-      forEachRow([&](int row, int slice) {
-        ap.push_back(ring.ap(i, row, slice));
-        pa.push_back(ring.pa(i, row, slice));
-      });
+    for (int slice = rz.first; slice <= rz.last; ++slice)
+      for (int row = ry.first; row <= ry.last; ++row) {
+        if (useSsd) {
+          squares.push_back(ring.squares(row, slice));
+        } else {
+          ap.push_back(ring.ap(row, slice));
+          pa.push_back(ring.pa(row, slice));
+        }
+      }
+    if (useSsd) return;
     for (int x = 0; x < dims.x; ++x)
       voxelCount[static_cast<std::size_t>(x)] =
           static_cast<float>(Range(x, half.x, dims.x).count() * rowCount);
@@ -108,7 +105,7 @@ class ConstantPatternSearch {
     if (useSsd)
       searchRowSsd(row, {squares.data()}, variant);
     else
-      searchRowNcc(row, {ap.data(), pa.data(), voxelCount.data()}, variant);
+      searchRowNcc(row, {ap.data(), pa.data(), ring.rowStride(), voxelCount.data()}, variant);
   }
 
   bool windowAwaitsFirstVisit(int y, int z) const {

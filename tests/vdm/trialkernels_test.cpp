@@ -16,22 +16,21 @@ namespace {
 constexpr int taps = 5, rowCount = 6, amplitudeCount = 9;
 
 // Windows side by side: padded rows of values, per amplitude.
-template <typename T>
 struct Rows {
   std::size_t stride;
-  std::vector<T> values;
-  std::vector<const T*> pointers;
+  std::vector<float> values;
+  std::vector<const float*> pointers;  // at the first amplitude
 
   explicit Rows(int nx)
       : stride(static_cast<std::size_t>(nx + taps + trialBlock)),
-        values(stride * rowCount * amplitudeCount, T(0)) {
-    for (std::size_t r = 0; r < rowCount * amplitudeCount; ++r)
-      pointers.push_back(values.data() + r * stride);
+        values(stride * rowCount * amplitudeCount, 0.0f) {
+    for (std::size_t r = 0; r < rowCount; ++r)
+      pointers.push_back(values.data() + r * amplitudeCount * stride);
   }
   Rows(const Rows&) = delete;
   Rows& operator=(const Rows&) = delete;
-  T& at(int amplitude, int row, int x) {
-    return values[static_cast<std::size_t>(amplitude * rowCount + row) * stride +
+  float& at(int amplitude, int row, int x) {
+    return values[static_cast<std::size_t>(row * amplitudeCount + amplitude) * stride +
                   static_cast<std::size_t>(x)];
   }
 };
@@ -99,7 +98,7 @@ void expectChoices(int nx, const std::vector<int>& wanted, Search search) {
 }
 
 // The negated correlation of amplitude i's window at x: five sums in single precision.
-auto correlationCost(Rows<float>& ap, Rows<float>& pa) {
+auto correlationCost(Rows& ap, Rows& pa) {
   return [&](int i, int x) {
     float sa = 0, saa = 0, sb = 0, sbb = 0, sab = 0;
     for (int r = 0; r < rowCount; ++r)
@@ -211,7 +210,7 @@ TEST(TrialKernels, NccChoicesFollowTheRoundingOfTheStatedOrder) {
   Random random(102);
   for (const int nx : {1, 7, 8, 16, 17, 33, 65}) {
     SCOPED_TRACE(nx);
-    Rows<float> ap(nx), pa(nx);
+    Rows ap(nx), pa(nx);
     const std::vector<float> counts(static_cast<std::size_t>(nx + trialBlock),
                                     static_cast<float>(taps * rowCount));
     for (int start = 0; start < nx + taps; start += taps) {
@@ -231,11 +230,12 @@ TEST(TrialKernels, NccChoicesFollowTheRoundingOfTheStatedOrder) {
           }
       }
     }
-    expectChoices(
-        nx, plainSearch(nx, correlationCost(ap, pa)),
-        [&](const SearchRow& row, SimdVariant variant) {
-          searchRowNcc(row, {ap.pointers.data(), pa.pointers.data(), counts.data()}, variant);
-        });
+    expectChoices(nx, plainSearch(nx, correlationCost(ap, pa)),
+                  [&](const SearchRow& row, SimdVariant variant) {
+                    searchRowNcc(row,
+                                 {ap.pointers.data(), pa.pointers.data(), ap.stride, counts.data()},
+                                 variant);
+                  });
   }
 }
 
@@ -244,7 +244,7 @@ TEST(TrialKernels, NccChoicesFollowTheRoundingOfTheStatedOrder) {
 TEST(TrialKernels, NccChoicesFollowTheRoundingOfRootsAndDivision) {
   Random random(103);
   constexpr int nx = 65;
-  Rows<float> ap(nx), pa(nx);
+  Rows ap(nx), pa(nx);
   const std::vector<float> counts(nx + trialBlock, static_cast<float>(taps * rowCount));
   for (int r = 0; r < rowCount; ++r)
     for (int x = 0; x < nx + taps; ++x) {
@@ -256,7 +256,8 @@ TEST(TrialKernels, NccChoicesFollowTheRoundingOfRootsAndDivision) {
     }
   expectChoices(
       nx, plainSearch(nx, correlationCost(ap, pa)), [&](const SearchRow& row, SimdVariant variant) {
-        searchRowNcc(row, {ap.pointers.data(), pa.pointers.data(), counts.data()}, variant);
+        searchRowNcc(row, {ap.pointers.data(), pa.pointers.data(), ap.stride, counts.data()},
+                     variant);
       });
 }
 
@@ -284,7 +285,7 @@ TEST(TrialKernels, CentresThatAreNotVisitedAreLeftAlone) {
   for (const int nx : {1, 9, 40, 67}) {
     SCOPED_TRACE(nx);
     SquareRows squares(nx, taps, amplitudeCount);
-    Rows<float> ap(nx), pa(nx);
+    Rows ap(nx), pa(nx);
     for (int x = 0; x < nx + taps; ++x)
       for (int r = 0; r < rowCount; ++r)
         for (int i = 0; i < amplitudeCount; ++i) {
@@ -298,11 +299,12 @@ TEST(TrialKernels, CentresThatAreNotVisitedAreLeftAlone) {
                       });
     const std::vector<float> counts(static_cast<std::size_t>(nx + trialBlock),
                                     static_cast<float>(taps * rowCount));
-    expectOnlyVisited(
-        plainSearch(nx, correlationCost(ap, pa)), random,
-        [&](const SearchRow& row, SimdVariant variant) {
-          searchRowNcc(row, {ap.pointers.data(), pa.pointers.data(), counts.data()}, variant);
-        });
+    expectOnlyVisited(plainSearch(nx, correlationCost(ap, pa)), random,
+                      [&](const SearchRow& row, SimdVariant variant) {
+                        searchRowNcc(
+                            row, {ap.pointers.data(), pa.pointers.data(), ap.stride, counts.data()},
+                            variant);
+                      });
   }
 }
 
