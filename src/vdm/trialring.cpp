@@ -39,13 +39,16 @@ TrialRing::TrialRing(const SearchImages& searched, const ConstantPattern& patter
       nx(static_cast<std::size_t>(images.vdm.nx())),
       ny(static_cast<std::size_t>(images.vdm.ny())),
       margin(static_cast<std::size_t>(pattern.dims.x / 2)),
-      stride(nx + 2 * margin + (ssdCost ? ssdBlock : trialBlock)),
+      stride(nx + 2 * margin + trialBlock),
+      squareStride(nx + 2 * margin + ssdBlock),
       blocks((amplitudes.size() + amplitudeBlock - 1) / amplitudeBlock),
       depth(pattern.dims.z) {
   for (const float amplitude : amplitudes) shifts.push_back(pattern.value * amplitude);
   const std::size_t rows = static_cast<std::size_t>(depth) * ny;
   if (useSsd) {
-    squareRows.assign(rows * stride * blocks, Squares());
+    squareRows.assign(rows * squareStride * blocks, Squares());
+    apRows.assign(shifts.size() * stride, 0.0f);
+    paRows.assign(shifts.size() * stride, 0.0f);
   } else {
     apRows.assign(rows * shifts.size() * stride, 0.0f);
     paRows.assign(rows * shifts.size() * stride, 0.0f);
@@ -54,11 +57,8 @@ TrialRing::TrialRing(const SearchImages& searched, const ConstantPattern& patter
   awaits.assign(rows * nx, 0);
   awaiting.assign(rows, 0);
   allInside.assign(nx, 0);
-  scratch.assign(2 * shifts.size() * (nx + trialBlock), 0.0f);
-  for (std::size_t i = 0; i < shifts.size(); ++i) {
-    apScratch.push_back(scratch.data() + 2 * i * (nx + trialBlock));
-    paScratch.push_back(apScratch.back() + nx + trialBlock);
-  }
+  apTrials.resize(shifts.size());
+  paTrials.resize(shifts.size());
   apVoxel.values.resize(shifts.size());
   paVoxel.values.resize(shifts.size());
 }
@@ -69,19 +69,20 @@ void TrialRing::loadSlice(int z) {
 
 void TrialRing::loadRow(int y, int z) {
   const std::size_t row = slot(z) * ny + static_cast<std::size_t>(y);
+  openRow(y, z);
   awaiting[row] = 0;
   std::fill_n(awaits.data() + row * nx, nx, static_cast<unsigned char>(0));
   resampleTrialRow({&images.ap.at(0, 0, z), &images.pa.at(0, 0, z), &images.vdm.at(0, y, z), y,
                     images.vdm.nx(), images.vdm.ny(), shifts.data(), amplitudeCount(),
-                    apScratch.data(), paScratch.data(), allInside.data()},
+                    apTrials.data(), paTrials.data(), allInside.data()},
                    variant);
   for (int x = 0; x < images.vdm.nx(); ++x)
     if (!allInside[static_cast<std::size_t>(x)]) settleOutside({x, y, z});
-  const float* lastAp = apScratch.back();
-  const float* lastPa = paScratch.back();
+  const float* lastAp = apTrials.back();
+  const float* lastPa = paTrials.back();
   for (std::size_t x = 0; x < nx; ++x)
     foreground[row * nx + x] = lastAp[x] > threshold || lastPa[x] > threshold;
-  storeRow(y, z);
+  closeRow(y, z);
 }
 
 // A voxel with positions outside: what later visits see, and whether the first sees something
@@ -91,25 +92,32 @@ void TrialRing::settleOutside(glm::ivec3 p) {
   apVoxel.setFound(apVoxel.last());
   paVoxel.setFound(paVoxel.last());
   for (std::size_t i = 0; i < shifts.size(); ++i) {
-    apScratch[i][p.x] = apVoxel.values[i];
-    paScratch[i][p.x] = paVoxel.values[i];
+    apTrials[i][p.x] = apVoxel.values[i];
+    paTrials[i][p.x] = paVoxel.values[i];
   }
   if (!apVoxel.firstVisitDiffers() && !paVoxel.firstVisitDiffers()) return;
   awaits[byteIndex(p)] = 1;
   ++awaiting[slot(p.z) * ny + static_cast<std::size_t>(p.y)];
 }
 
-void TrialRing::storeRow(int y, int z) {
+// Trials of which only the squares are kept take the place of those before.
+void TrialRing::openRow(int y, int z) {
+  for (int i = 0; i < amplitudeCount(); ++i) {
+    const std::size_t start = rowStart(i, useSsd ? 0 : y, useSsd ? 0 : z) + margin;
+    apTrials[static_cast<std::size_t>(i)] = apRows.data() + start;
+    paTrials[static_cast<std::size_t>(i)] = paRows.data() + start;
+  }
+}
+
+void TrialRing::closeRow(int y, int z) {
   if (useSsd) {
-    squareDifferences({apScratch.data(), paScratch.data(), amplitudeCount(), static_cast<int>(nx)},
+    squareDifferences({apTrials.data(), paTrials.data(), amplitudeCount(), static_cast<int>(nx)},
                       squareRows[squareIndex(margin, y, z)].amplitudes, variant);
     return;
   }
-  for (int i = 0; i < amplitudeCount(); ++i) {
-    const std::size_t start = rowStart(i, y, z) + margin;
-    std::copy_n(apScratch[static_cast<std::size_t>(i)], nx, apRows.data() + start);
-    std::copy_n(paScratch[static_cast<std::size_t>(i)], nx, paRows.data() + start);
-  }
+  // Whole vectors were written.
+  for (float* trials : apTrials) std::fill_n(trials + nx, trialBlock, 0.0f);
+  for (float* trials : paTrials) std::fill_n(trials + nx, trialBlock, 0.0f);
 }
 
 // As the first visit sees it.

@@ -63,14 +63,15 @@ class TrialRing {
            stride;
   }
   std::size_t squareIndex(std::size_t element, int y, int z) const {
-    return ((slot(z) * ny + static_cast<std::size_t>(y)) * stride + element) * blocks;
+    return ((slot(z) * ny + static_cast<std::size_t>(y)) * squareStride + element) * blocks;
   }
   std::size_t byteIndex(glm::ivec3 p) const {
     return (slot(p.z) * ny + static_cast<std::size_t>(p.y)) * nx + static_cast<std::size_t>(p.x);
   }
   void loadRow(int y, int z);
   void settleOutside(glm::ivec3 p);
-  void storeRow(int y, int z);
+  void openRow(int y, int z);
+  void closeRow(int y, int z);
   void tryVoxel(glm::ivec3 p);
   void place(glm::ivec3 p);
 
@@ -79,14 +80,13 @@ class TrialRing {
   bool useSsd;
   float threshold;
   SimdVariant variant;
-  std::size_t nx, ny, margin, stride, blocks;
+  std::size_t nx, ny, margin, stride, squareStride, blocks;
   int depth;
   std::vector<Squares> squareRows;
   std::vector<float> apRows, paRows;
   std::vector<unsigned char> foreground, awaits;
-  std::vector<int> awaiting;  // per row: how many voxels await their first visit
-  std::vector<float> scratch;
-  std::vector<float*> apScratch, paScratch;
+  std::vector<int> awaiting;               // per row: how many voxels await their first visit
+  std::vector<float*> apTrials, paTrials;  // of the row that is being loaded
   std::vector<unsigned char> allInside;
   VoxelTrials apVoxel, paVoxel;  // of the voxel tried last
 };
