@@ -56,6 +56,7 @@ TrialRing::TrialRing(const SearchImages& searched, const ConstantPattern& patter
   foreground.assign(rows * nx, 0);
   awaits.assign(rows * nx, 0);
   awaiting.assign(rows, 0);
+  sliceHeld.assign(rows, -1);
   allInside.assign(nx, 0);
   apTrials.resize(shifts.size());
   paTrials.resize(shifts.size());
@@ -63,12 +64,14 @@ TrialRing::TrialRing(const SearchImages& searched, const ConstantPattern& patter
   paVoxel.values.resize(shifts.size());
 }
 
-void TrialRing::loadSlice(int z) {
-  for (int y = 0; y < images.vdm.ny(); ++y) loadRow(y, z);
+void TrialRing::require(int y, int z) {
+  if (holds(y, z)) return;
+  loadRow(y, z);
+  sliceHeld[rowIndex(y, z)] = z;
 }
 
 void TrialRing::loadRow(int y, int z) {
-  const std::size_t row = slot(z) * ny + static_cast<std::size_t>(y);
+  const std::size_t row = rowIndex(y, z);
   openRow(y, z);
   awaiting[row] = 0;
   std::fill_n(awaits.data() + row * nx, nx, static_cast<unsigned char>(0));
@@ -97,7 +100,7 @@ void TrialRing::settleOutside(glm::ivec3 p) {
   }
   if (!apVoxel.firstVisitDiffers() && !paVoxel.firstVisitDiffers()) return;
   awaits[byteIndex(p)] = 1;
-  ++awaiting[slot(p.z) * ny + static_cast<std::size_t>(p.y)];
+  ++awaiting[rowIndex(p.y, p.z)];
 }
 
 // Trials of which only the squares are kept take the place of those before.
@@ -129,7 +132,7 @@ void TrialRing::tryVoxel(glm::ivec3 p) {
 
 void TrialRing::takeFirstVisit(glm::ivec3 p) {
   awaits[byteIndex(p)] = 0;
-  --awaiting[slot(p.z) * ny + static_cast<std::size_t>(p.y)];
+  --awaiting[rowIndex(p.y, p.z)];
 }
 
 void TrialRing::placeFirstVisitValues(glm::ivec3 p) {

@@ -26,8 +26,9 @@ class TrialRing {
             const std::vector<float>& amplitudes, bool useSsd, float foregroundThreshold,
             SimdVariant variant);
 
-  /// Computes slice z, in place of slice z - pattern.dims.z.
-  void loadSlice(int z);
+  /// Computes a row that is not there yet, in place of that of slice z - pattern.dims.z.
+  void require(int y, int z);
+  bool holds(int y, int z) const { return sliceHeld[rowIndex(y, z)] == z; }
 
   int amplitudeCount() const { return static_cast<int>(shifts.size()); }
   const double* squares(int y, int z) const { return squareRows[squareIndex(0, y, z)].amplitudes; }
@@ -42,7 +43,7 @@ class TrialRing {
   }
 
   /// Voxels that the first visit sees differently than later ones, until `takeFirstVisit`.
-  bool rowAwaitsFirstVisit(int y, int z) const { return awaiting[slot(z) * ny + y] > 0; }
+  bool rowAwaitsFirstVisit(int y, int z) const { return awaiting[rowIndex(y, z)] > 0; }
   bool awaitsFirstVisit(glm::ivec3 p) const { return awaits[byteIndex(p)] != 0; }
   void takeFirstVisit(glm::ivec3 p);
 
@@ -56,17 +57,17 @@ class TrialRing {
     double amplitudes[amplitudeBlock];
   };
 
-  std::size_t slot(int z) const { return static_cast<std::size_t>(z % depth); }
+  std::size_t rowIndex(int y, int z) const {
+    return static_cast<std::size_t>(z % depth) * ny + static_cast<std::size_t>(y);
+  }
   std::size_t rowStart(int amplitude, int y, int z) const {
-    return ((slot(z) * ny + static_cast<std::size_t>(y)) * shifts.size() +
-            static_cast<std::size_t>(amplitude)) *
-           stride;
+    return (rowIndex(y, z) * shifts.size() + static_cast<std::size_t>(amplitude)) * stride;
   }
   std::size_t squareIndex(std::size_t element, int y, int z) const {
-    return ((slot(z) * ny + static_cast<std::size_t>(y)) * squareStride + element) * blocks;
+    return (rowIndex(y, z) * squareStride + element) * blocks;
   }
   std::size_t byteIndex(glm::ivec3 p) const {
-    return (slot(p.z) * ny + static_cast<std::size_t>(p.y)) * nx + static_cast<std::size_t>(p.x);
+    return rowIndex(p.y, p.z) * nx + static_cast<std::size_t>(p.x);
   }
   void loadRow(int y, int z);
   void settleOutside(glm::ivec3 p);
@@ -85,6 +86,7 @@ class TrialRing {
   std::vector<Squares> squareRows;
   std::vector<float> apRows, paRows;
   std::vector<unsigned char> foreground, awaits;
+  std::vector<int> sliceHeld;              // per row: the slice it is of, or -1
   std::vector<int> awaiting;               // per row: how many voxels await their first visit
   std::vector<float*> apTrials, paTrials;  // of the row that is being loaded
   std::vector<unsigned char> allInside;

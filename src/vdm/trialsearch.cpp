@@ -35,9 +35,7 @@ class ConstantPatternSearch {
         voxelCount(static_cast<std::size_t>(dims.x) + trialBlock, 1.0f) {}
 
   void run(Volume<float>& updated, Volume<float>& weights) {
-    for (int z = 0; z < std::min(half.z, dims.z); ++z) ring.loadSlice(z);
-    for (int z = 0; z < dims.z; ++z) {
-      if (z + half.z < dims.z) ring.loadSlice(z + half.z);
+    for (int z = 0; z < dims.z; ++z)
       for (int y = 0; y < dims.y; ++y) {
         const std::vector<unsigned char> visited = visitRow(y, z);
         if (std::find(visited.begin(), visited.end(), 1) == visited.end()) continue;
@@ -49,16 +47,23 @@ class ConstantPatternSearch {
           weights.at(x, y, z) = 1.0f;
         }
       }
-    }
   }
 
  private:
+  // Trials of a row are computed once a window covers it or a visit may begin in it. Before, none
+  // of its voxels is covered, and what they would show once visited does not matter.
   const std::vector<unsigned char>& visitRow(int y, int z) {
     const float* apStart = &images.apUndistorted.at(0, y, z);
     const float* paStart = &images.paUndistorted.at(0, y, z);
-    for (std::size_t x = 0; x < foregroundAtStart.size(); ++x)
+    unsigned char any = 0;
+    for (std::size_t x = 0; x < foregroundAtStart.size(); ++x) {
       foregroundAtStart[x] = apStart[x] > foregroundThreshold || paStart[x] > foregroundThreshold;
-    return visits.visitRow(y, z, foregroundAtStart.data(), ring.foregroundOnceVisited(y, z));
+      any |= foregroundAtStart[x];
+    }
+    if (any) ring.require(y, z);
+    return visits.visitRow(
+        y, z, foregroundAtStart.data(),
+        ring.holds(y, z) ? ring.foregroundOnceVisited(y, z) : foregroundAtStart.data());
   }
 
   void searchRow(int y, int z, const std::vector<unsigned char>& visited) {
@@ -86,6 +91,7 @@ class ConstantPatternSearch {
     pa.clear();
     for (int slice = rz.first; slice <= rz.last; ++slice)
       for (int row = ry.first; row <= ry.last; ++row) {
+        ring.require(row, slice);
         if (useSsd) {
           squares.push_back(ring.squares(row, slice));
         } else {

@@ -24,7 +24,7 @@ struct ConstantPattern {
 /// same costs, same choices, bit for bit, as trying every amplitude at every centre.
 ///
 /// With a constant pattern the trial position of a voxel does not depend on the centre that tries
-/// it, so every amplitude's resampled pair is computed once, slice by slice, and a trial's cost is
+/// it, so every amplitude's resampled pair is computed once, row by row, and a trial's cost is
 /// a sum over a window of it. Two things depend on the order of visits, and both follow from which
 /// centres are visited, which in turn does not depend on any cost:
 /// - where a trial position is not strictly inside the image the voxel keeps what it held: the
