@@ -145,6 +145,23 @@ TEST(TrialSearch, TheForegroundTestSeesTheLastTrialOnlyWhereAVisitCovered) {
   }
 }
 
+// Rows far from any foreground are never tried; dim ones that trials brighten are, once covered.
+TEST(TrialSearch, IslandsOfForegroundFarApart) {
+  Random random(38);
+  const glm::ivec3 dims(13, 40, 22);
+  for (int round = 0; round < 6; ++round) {
+    SCOPED_TRACE(testing::Message() << "round " << round);
+    SweepInput in = sweepInput(dims, Brightness::everywhere, 1.5f, random);
+    in.apUndistorted = in.paUndistorted = Volume<float>(dims, 50.0f);
+    for (int island = 0; island < 1 + round; ++island)
+      in.apUndistorted.at(random.below(dims.x), random.below(dims.y), random.below(dims.z)) = 101;
+    for (int i = 0; i < in.ap.size(); ++i)
+      if (random.below(4)) in.ap.data()[i] = in.pa.data()[i] = 10.0f;
+    expectSame(in, {3, 3, 3}, 1.0f, {40.0f, -0.6f, 0.2f});
+    expectSame(in, {5, 5, 1}, 1.0f, {0.7f, -0.6f});
+  }
+}
+
 // Foreground is brighter than 100; at whole positions a trial shows the samples themselves.
 TEST(TrialSearch, AVisitThatLeavesExactlyTheThresholdLeavesBackground) {
   Random random(37);
