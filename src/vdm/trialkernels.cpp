@@ -13,6 +13,11 @@ void squareDifferences(const TrialPairs& trials, double* squares, SimdVariant va
   MIREL_DISPATCH(variant, squareDifferences)(trials, squares);
 }
 
+void markForeground(const float* ap, const float* pa, float threshold, int nx,
+                    unsigned char* foreground, SimdVariant variant) {
+  MIREL_DISPATCH(variant, markForeground)(ap, pa, threshold, nx, foreground);
+}
+
 void searchRowSsd(const SearchRow& row, const SsdRows& rows, SimdVariant variant) {
   MIREL_DISPATCH(variant, searchRowSsd)(row, rows);
 }

@@ -71,6 +71,10 @@ void resampleTrialRow(const TrialRow& row, SimdVariant variant);
 /// squares[x * paddedAmplitudes + i] = double(ap[i][x] - pa[i][x])^2, for the nx elements.
 void squareDifferences(const TrialPairs& trials, double* squares, SimdVariant variant);
 
+/// foreground[x] = 1 where ap[x] or pa[x] is above the threshold, else 0.
+void markForeground(const float* ap, const float* pa, float threshold, int nx,
+                    unsigned char* foreground, SimdVariant variant);
+
 /// Least cost by the sum of squared differences: each sum in double, row by row, x ascending.
 void searchRowSsd(const SearchRow& row, const SsdRows& rows, SimdVariant variant);
 

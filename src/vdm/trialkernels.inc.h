@@ -129,6 +129,20 @@ void squareDifferences(const TrialPairs& in, double* squares) {
   }
 }
 
+void markForeground(const float* ap, const float* pa, float threshold, int nx,
+                    unsigned char* foreground) {
+  typedef unsigned char Bytes __attribute__((vector_size(laneCount)));
+  int x = 0;
+  for (; x + laneCount <= nx; x += laneCount) {
+    Floats a, b;
+    load(a, ap + x);
+    load(b, pa + x);
+    const Ints isBright = (a > threshold) | (b > threshold);
+    store(foreground + x, __builtin_convertvector(isBright & 1, Bytes));
+  }
+  for (; x < nx; ++x) foreground[x] = ap[x] > threshold || pa[x] > threshold;
+}
+
 // Centres are searched in blocks of a few neighbours. A block starts at a visited centre, so that
 // few blocks hold many centres that are not.
 inline int nextVisited(const SearchRow& row, int x) {

@@ -81,10 +81,8 @@ void TrialRing::loadRow(int y, int z) {
                    variant);
   for (int x = 0; x < images.vdm.nx(); ++x)
     if (!allInside[static_cast<std::size_t>(x)]) settleOutside({x, y, z});
-  const float* lastAp = apTrials.back();
-  const float* lastPa = paTrials.back();
-  for (std::size_t x = 0; x < nx; ++x)
-    foreground[row * nx + x] = lastAp[x] > threshold || lastPa[x] > threshold;
+  markForeground(apTrials.back(), paTrials.back(), threshold, images.vdm.nx(),
+                 foreground.data() + row * nx, variant);
   closeRow(y, z);
 }
 

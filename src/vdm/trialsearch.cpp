@@ -1,6 +1,7 @@
 #include "vdm/trialsearch.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "vdm/trialkernels.h"
 #include "vdm/trialring.h"
@@ -14,6 +15,10 @@ struct Range {
   Range(int p, int half, int n) : first(std::max(0, p - half)), last(std::min(n - 1, p + half)) {}
   int count() const { return last - first + 1; }
 };
+
+bool anyOf(const std::vector<unsigned char>& marks) {
+  return std::memchr(marks.data(), 1, marks.size()) != nullptr;
+}
 
 class ConstantPatternSearch {
  public:
@@ -38,7 +43,7 @@ class ConstantPatternSearch {
     for (int z = 0; z < dims.z; ++z)
       for (int y = 0; y < dims.y; ++y) {
         const std::vector<unsigned char> visited = visitRow(y, z);
-        if (std::find(visited.begin(), visited.end(), 1) == visited.end()) continue;
+        if (!anyOf(visited)) continue;
         searchRow(y, z, visited);
         for (int x = 0; x < dims.x; ++x) {
           if (!visited[static_cast<std::size_t>(x)]) continue;
@@ -53,14 +58,9 @@ class ConstantPatternSearch {
   // Trials of a row are computed once a window covers it or a visit may begin in it. Before, none
   // of its voxels is covered, and what they would show once visited does not matter.
   const std::vector<unsigned char>& visitRow(int y, int z) {
-    const float* apStart = &images.apUndistorted.at(0, y, z);
-    const float* paStart = &images.paUndistorted.at(0, y, z);
-    unsigned char any = 0;
-    for (std::size_t x = 0; x < foregroundAtStart.size(); ++x) {
-      foregroundAtStart[x] = apStart[x] > foregroundThreshold || paStart[x] > foregroundThreshold;
-      any |= foregroundAtStart[x];
-    }
-    if (any) ring.require(y, z);
+    markForeground(&images.apUndistorted.at(0, y, z), &images.paUndistorted.at(0, y, z),
+                   foregroundThreshold, dims.x, foregroundAtStart.data(), variant);
+    if (anyOf(foregroundAtStart)) ring.require(y, z);
     return visits.visitRow(
         y, z, foregroundAtStart.data(),
         ring.holds(y, z) ? ring.foregroundOnceVisited(y, z) : foregroundAtStart.data());

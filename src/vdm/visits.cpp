@@ -1,14 +1,25 @@
 #include "vdm/visits.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <limits>
 
 namespace {
 
 using Bytes = std::vector<unsigned char>;
 
+// Eight at a time, which the compiler does not make of bytes that might overlap.
 void mergeInto(unsigned char* into, const unsigned char* from, std::size_t count) {
-  for (std::size_t i = 0; i < count; ++i) into[i] |= from[i];
+  std::size_t i = 0;
+  for (; i + 8 <= count; i += 8) {
+    std::uint64_t a, b;
+    std::memcpy(&a, into + i, 8);
+    std::memcpy(&b, from + i, 8);
+    a |= b;
+    std::memcpy(into + i, &a, 8);
+  }
+  for (; i < count; ++i) into[i] |= from[i];
 }
 
 }  // namespace

@@ -261,6 +261,26 @@ TEST(TrialKernels, NccChoicesFollowTheRoundingOfRootsAndDivision) {
       });
 }
 
+TEST(TrialKernels, ForegroundIsAboveTheThresholdInEitherImage) {
+  Random random(108);
+  const float samples[] = {-100.0f, 100.0f, std::nextafter(100.0f, 200.0f), 1e30f,
+                           std::numeric_limits<float>::quiet_NaN()};
+  for (int nx = 1; nx < 70; ++nx) {
+    std::vector<float> ap, pa;
+    for (int x = 0; x < nx; ++x) {
+      ap.push_back(samples[random.below(5)]);
+      pa.push_back(samples[random.below(5)]);
+    }
+    for (const SimdVariant variant : supportedVariants()) {
+      std::vector<unsigned char> marks(static_cast<std::size_t>(nx) + 1, 7);
+      markForeground(ap.data(), pa.data(), 100.0f, nx, marks.data(), variant);
+      for (std::size_t x = 0; x < ap.size(); ++x)
+        EXPECT_EQ(marks[x], ap[x] > 100.0f || pa[x] > 100.0f ? 1 : 0) << nameOf(variant);
+      EXPECT_EQ(marks.back(), 7) << "beyond the row";
+    }
+  }
+}
+
 // Centres visited anywhere in and across blocks; the others keep their choice.
 template <typename Search>
 void expectOnlyVisited(const std::vector<int>& choices, Random& random, Search search) {
