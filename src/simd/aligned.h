@@ -21,4 +21,5 @@ struct RegisterAligned {
   bool operator==(const RegisterAligned&) const { return true; }
 };
 
+using AlignedFloats = std::vector<float, RegisterAligned<float>>;
 using AlignedDoubles = std::vector<double, RegisterAligned<double>>;

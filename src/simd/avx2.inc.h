@@ -3,6 +3,13 @@
 // Whether a comparison holds in any lane.
 MIREL_INLINE bool any(const Ints& mask) { return _mm256_movemask_ps((__m256)mask) != 0; }
 
+// Whether all lanes are -1, 0 or 1.
+MIREL_INLINE bool areWithinOne(const Ints& v) {
+  const __m256i magnitude = _mm256_abs_epi32((__m256i)v);  // the smallest int stays negative
+  const __m256i isFar = _mm256_cmpgt_epi32(magnitude, (__m256i)(Ints{} + 1));
+  return _mm256_movemask_ps((__m256)_mm256_or_si256(isFar, magnitude)) == 0;
+}
+
 // Whether a is above b in any lane.
 MIREL_INLINE bool anyAbove(const Doubles& a, const Doubles& b) {
   return _mm256_movemask_pd(_mm256_cmp_pd((__m256d)a, (__m256d)b, _CMP_GT_OQ)) != 0;

@@ -3,6 +3,11 @@
 // Whether a comparison holds in any lane.
 MIREL_INLINE bool any(const Ints& mask) { return _mm512_movepi32_mask((__m512i)mask) != 0; }
 
+// Whether all lanes are -1, 0 or 1.
+MIREL_INLINE bool areWithinOne(const Ints& v) {
+  return _mm512_cmpgt_epu32_mask((__m512i)(v + 1), (__m512i)(Ints{} + 2)) == 0;
+}
+
 // Whether a is above b in any lane.
 MIREL_INLINE bool anyAbove(const Doubles& a, const Doubles& b) {
   return _mm512_cmp_pd_mask((__m512d)a, (__m512d)b, _CMP_GT_OQ) != 0;

@@ -9,6 +9,12 @@ MIREL_INLINE bool any(const Mask& mask) {
   return (pairs[0] | pairs[1]) != 0;
 }
 
+// Whether all lanes are -1, 0 or 1.
+MIREL_INLINE bool areWithinOne(const Ints& v) {
+  const Ints isFar = (v < -1) | (v > 1);
+  return !any(isFar);
+}
+
 // Whether a is above b in any lane.
 MIREL_INLINE bool anyAbove(const Doubles& a, const Doubles& b) {
   const Longs above = a > b;

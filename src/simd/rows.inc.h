@@ -42,8 +42,7 @@ MIREL_INLINE bool findNearRows(const Ints& row, int base, NearRows& result) {
   const Ints offset = row - base;
   result.before = offset < 0;
   result.after = offset > 0;
-  const Ints isFar = (offset < -1) | (offset > 1);
-  return !any(isFar);
+  return areWithinOne(offset);
 }
 
 // Every lane's element of its own row, of three rows around `near.base`.

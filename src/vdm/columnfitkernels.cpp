@@ -2,7 +2,8 @@
 
 #include <cstddef>
 #include <limits>
-#include <vector>
+
+#include "simd/aligned.h"
 
 namespace {
 
@@ -28,7 +29,7 @@ constexpr int rowsAbove = 2, rowsBelow = 3;
 void fitColumns(const ColumnFitSlice& slice, SimdVariant variant) {
   constexpr int widest = 16;
   const std::size_t column = static_cast<std::size_t>(slice.ny + rowsAbove + rowsBelow) * widest;
-  std::vector<float> memory(7 * column, 0.0f);
+  AlignedFloats memory(7 * column, 0.0f);
   const auto part = [&](std::size_t i) { return memory.data() + i * column; };
   const ColumnScratch scratch{{part(0), part(1), part(2), part(3)}, part(4), {part(5), part(6)}};
   MIREL_DISPATCH(variant, fitColumns)(slice, scratch);

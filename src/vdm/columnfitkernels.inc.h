@@ -220,7 +220,11 @@ inline void writeBlock(const ColumnFitSlice& slice, int x, int count, const Fit&
 }
 
 void fitColumns(const ColumnFitSlice& slice, const ColumnScratch& scratch) {
-  for (int x = 0; x < slice.nx; x += laneCount) {
+  for (int x = 0; x < slice.nx;) {
+    if (slice.fitted[x] == 0) {  // a block begins with a column to be fitted
+      ++x;
+      continue;
+    }
     const int count = slice.nx - x < laneCount ? slice.nx - x : laneCount;
     Fit fit = {};
     fit.a += 1.0f;
@@ -231,12 +235,12 @@ void fitColumns(const ColumnFitSlice& slice, const ColumnScratch& scratch) {
       fit.b[l] = slice.shift[x + l];
       fit.active[l] = -1;
     }
-    if (!any(fit.active)) continue;
     gatherColumns(slice.ap + x, slice.nx, slice.ny, count, scratch.columns[0]);
     gatherColumns(slice.pa + x, slice.nx, slice.ny, count, scratch.columns[1]);
     gatherColumns(slice.apDerivative + x, slice.nx, slice.ny, count, scratch.columns[2]);
     gatherColumns(slice.paDerivative + x, slice.nx, slice.ny, count, scratch.columns[3]);
     fitBlock(scratch, slice.ny, fit);
     writeBlock(slice, x, count, fit);
+    x += count;
   }
 }
