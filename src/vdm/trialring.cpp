@@ -41,12 +41,13 @@ TrialRing::TrialRing(const SearchImages& searched, const ConstantPattern& patter
       margin(static_cast<std::size_t>(pattern.dims.x / 2)),
       stride(nx + 2 * margin + trialBlock),
       squareStride(nx + 2 * margin + ssdBlock),
-      blocks((amplitudes.size() + amplitudeBlock - 1) / amplitudeBlock),
+      squaresPerElement(
+          static_cast<std::size_t>(paddedAmplitudes(static_cast<int>(amplitudes.size())))),
       depth(pattern.dims.z) {
   for (const float amplitude : amplitudes) shifts.push_back(pattern.value * amplitude);
   const std::size_t rows = static_cast<std::size_t>(depth) * ny;
   if (useSsd) {
-    squareRows.assign(rows * squareStride * blocks, Squares());
+    squareRows.assign(rows * squareStride * squaresPerElement, 0.0);
     apRows.assign(shifts.size() * stride, 0.0f);
     paRows.assign(shifts.size() * stride, 0.0f);
   } else {
@@ -113,7 +114,7 @@ void TrialRing::openRow(int y, int z) {
 void TrialRing::closeRow(int y, int z) {
   if (useSsd) {
     squareDifferences({apTrials.data(), paTrials.data(), amplitudeCount(), static_cast<int>(nx)},
-                      squareRows[squareIndex(margin, y, z)].amplitudes, variant);
+                      squareRows.data() + squareIndex(margin, y, z), variant);
     return;
   }
   // Whole vectors were written.
@@ -148,7 +149,7 @@ void TrialRing::placeLaterValues(glm::ivec3 p) {
 void TrialRing::place(glm::ivec3 p) {
   const std::size_t x = margin + static_cast<std::size_t>(p.x);
   if (useSsd) {
-    double* squares = squareRows[squareIndex(x, p.y, p.z)].amplitudes;
+    double* squares = squareRows.data() + squareIndex(x, p.y, p.z);
     for (std::size_t i = 0; i < shifts.size(); ++i) {
       const double difference = apVoxel.values[i] - paVoxel.values[i];
       squares[i] = difference * difference;

@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "simd/aligned.h"
 #include "vdm/trialkernels.h"
 #include "vdm/trialsearch.h"
 
@@ -31,7 +32,7 @@ class TrialRing {
   bool holds(int y, int z) const { return sliceHeld[rowIndex(y, z)] == z; }
 
   int amplitudeCount() const { return static_cast<int>(shifts.size()); }
-  const double* squares(int y, int z) const { return squareRows[squareIndex(0, y, z)].amplitudes; }
+  const double* squares(int y, int z) const { return squareRows.data() + squareIndex(0, y, z); }
   /// At the first amplitude; the next one's row is `rowStride` elements further.
   const float* ap(int y, int z) const { return apRows.data() + rowStart(0, y, z); }
   const float* pa(int y, int z) const { return paRows.data() + rowStart(0, y, z); }
@@ -52,11 +53,6 @@ class TrialRing {
   void placeLaterValues(glm::ivec3 p);
 
  private:
-  // Of a few amplitudes at one element of a row; no vector of them crosses a cache line.
-  struct alignas(64) Squares {
-    double amplitudes[amplitudeBlock];
-  };
-
   std::size_t rowIndex(int y, int z) const {
     return static_cast<std::size_t>(z % depth) * ny + static_cast<std::size_t>(y);
   }
@@ -64,7 +60,7 @@ class TrialRing {
     return (rowIndex(y, z) * shifts.size() + static_cast<std::size_t>(amplitude)) * stride;
   }
   std::size_t squareIndex(std::size_t element, int y, int z) const {
-    return (rowIndex(y, z) * squareStride + element) * blocks;
+    return (rowIndex(y, z) * squareStride + element) * squaresPerElement;
   }
   std::size_t byteIndex(glm::ivec3 p) const {
     return rowIndex(p.y, p.z) * nx + static_cast<std::size_t>(p.x);
@@ -81,9 +77,9 @@ class TrialRing {
   bool useSsd;
   float threshold;
   SimdVariant variant;
-  std::size_t nx, ny, margin, stride, squareStride, blocks;
+  std::size_t nx, ny, margin, stride, squareStride, squaresPerElement;
   int depth;
-  std::vector<Squares> squareRows;
+  AlignedDoubles squareRows;  // no vector of amplitudes crosses a cache line
   std::vector<float> apRows, paRows;
   std::vector<unsigned char> foreground, awaits;
   std::vector<int> sliceHeld;              // per row: the slice it is of, or -1
