@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <limits>
+#include <vector>
 
 #include "simd/aligned.h"
 
@@ -16,6 +17,7 @@ struct ColumnScratch {
   float* columns[4];  // images and derivatives, zeros above and below
   float* difference;
   float* jacobian[2];
+  const float* coordinate;  // of each row, from the middle
 };
 
 // Rows of zeros above and below a column: lanes read the rows -1 .. ny + 1, and one further.
@@ -31,6 +33,9 @@ void fitColumns(const ColumnFitSlice& slice, SimdVariant variant) {
   const std::size_t column = static_cast<std::size_t>(slice.ny + rowsAbove + rowsBelow) * widest;
   AlignedFloats memory(7 * column, 0.0f);
   const auto part = [&](std::size_t i) { return memory.data() + i * column; };
-  const ColumnScratch scratch{{part(0), part(1), part(2), part(3)}, part(4), {part(5), part(6)}};
+  std::vector<float> coordinate;
+  for (int y = 0; y < slice.ny; ++y) coordinate.push_back(static_cast<float>(y - slice.ny * 0.5));
+  const ColumnScratch scratch{
+      {part(0), part(1), part(2), part(3)}, part(4), {part(5), part(6)}, coordinate.data()};
   MIREL_DISPATCH(variant, fitColumns)(slice, scratch);
 }

@@ -27,8 +27,8 @@ struct Samples {
 };
 
 // The rows `row0` and `row0` + 1 of a block of columns, for lanes that read up to some rows apart.
-inline void pickDistantRows(const float* image, const float* derivative, const Ints& row0,
-                            Samples& result) {
+__attribute__((noinline)) void pickDistantRows(const float* image, const float* derivative,
+                                               const Ints& row0, Samples& result) {
   Samples s = {};
   RowRange range;
   findRange(row0, ~Ints{}, range);
@@ -70,26 +70,36 @@ MIREL_INLINE void pickNearRows(const float* column, const NearRows& near, Floats
   pickNear(near, at[1], at[2], at[3], value1);
 }
 
-MIREL_INLINE void pickRows(const float* image, const float* derivative, const Ints& row0, int base,
-                           Samples& s) {
-  NearRows near;
-  if (findNearRows(row0, base, near)) {
-    pickNearRows(image, near, s.image0, s.image1);
-    pickNearRows(derivative, near, s.derivative0, s.derivative1);
-  } else {
-    pickDistantRows(image, derivative, row0, s);
+// The row that the middle lane reads, row by row of the model q * scale + shift: a guess, in whole
+// numbers so that it takes nothing from the vector units.
+class MiddleRow {
+ public:
+  MiddleRow(float scale, float shift, int rows)
+      : position(fixed(static_cast<double>(shift) + (1.0 - scale) * rows * 0.5)),
+        step(fixed(scale)),
+        ny(rows) {}
+
+  int next() {
+    const long long row = static_cast<long long>(position) >> fractionBits;
+    position += step;
+    return row < -1 ? -1 : row < ny ? static_cast<int>(row) : ny;
   }
-}
 
-MIREL_INLINE int clampedRow(float position, int ny) {
-  const float notBefore = position > -1.0f ? position : -1.0f;
-  const float safe = notBefore < static_cast<float>(ny) ? notBefore : static_cast<float>(ny);
-  return static_cast<int>(safe + 2.0f) - 2;
-}
+ private:
+  static constexpr int fractionBits = 32;
+  static unsigned long long fixed(double v) {
+    const bool isOrdinary = v > -1e6 && v < 1e6;
+    return isOrdinary ? static_cast<unsigned long long>(static_cast<long long>(v * 0x1p32)) : 0;
+  }
 
-// Values of an image and of its derivative at a position in rows; outside, 0.
+  unsigned long long position, step;
+  int ny;
+};
+
+// Values of an image and of its derivative at a position in rows, which is about `base` for most
+// lanes; outside, 0.
 MIREL_INLINE void sample(const float* image, const float* derivative, int ny,
-                         const Floats& position, float middle, Floats& value, Floats& slope) {
+                         const Floats& position, int base, Floats& value, Floats& slope) {
   const Floats first = Floats{} - 1.0f, end = Floats{} + static_cast<float>(ny);
   const Ints touches = (position >= first) & (position < end);
   // Lanes outside, and at NaN, read the zeros next to the column.
@@ -97,41 +107,61 @@ MIREL_INLINE void sample(const float* image, const float* derivative, int ny,
   const Floats safe = notBefore < end ? notBefore : end;
   const Ints row0 = __builtin_convertvector(safe + 2.0f, Ints) - 2;
   const Floats weight1 = safe - __builtin_convertvector(row0, Floats);
-  const Floats weight0 = __builtin_convertvector(row0 + 1, Floats) - safe;
+  // The same as (row0 + 1) - safe: weight1 is exact, but before row 0, where this weighs zeros.
+  const Floats weight0 = 1.0f - weight1;
   Samples s;
-  pickRows(image, derivative, row0, clampedRow(middle, ny), s);
+  NearRows near;
+  if (findNearRows(row0, base, near)) {
+    pickNearRows(image, near, s.image0, s.image1);
+    pickNearRows(derivative, near, s.derivative0, s.derivative1);
+  } else {
+    Samples distant;  // in memory, which `s` need not touch
+    pickDistantRows(image, derivative, row0, distant);
+    s = distant;
+  }
   value = touches ? weight1 * s.image1 + weight0 * s.image0 : Floats{};
   slope = touches ? weight1 * s.derivative1 + weight0 * s.derivative0 : Floats{};
+}
+
+MIREL_INLINE void widenHalves(const Floats& v, Doubles& low, Doubles& high) {
+  HalfFloats halves[2];
+  __builtin_memcpy(halves, &v, sizeof v);
+  widen(low, halves[0]);
+  widen(high, halves[1]);
 }
 
 inline const float* row0Of(const float* rows) { return rows + rowsAbove * laneCount; }
 
 // Reads both columns through the model and collects the cost and the normal equations; leaves
-// the difference and the Jacobian of every row in the scratch scratch.
+// the difference and the Jacobian of every row in the scratch memory.
 inline void evaluate(const ColumnScratch& scratch, int ny, const Fit& fit, Evaluation& result) {
   const Floats a = fit.a, b = fit.b, inverse = 1.0f / a;
   const Floats factor0 = -1.0f / (a * a), factor1 = -1.0f / a;
   const float half = static_cast<float>(ny * 0.5);
-  const float middleA = a[laneCount / 2], middleB = b[laneCount / 2];
-  const float middleInverse = inverse[laneCount / 2];
+  constexpr int middle = laneCount / 2;
+  MiddleRow apRow(a[middle], b[middle], ny), paRow(inverse[middle], -b[middle], ny);
   // Copies, which no store can change as far as the compiler knows.
   const float* const columns[4] = {row0Of(scratch.columns[0]), row0Of(scratch.columns[1]),
                                    row0Of(scratch.columns[2]), row0Of(scratch.columns[3])};
   float* const differences = scratch.difference;
   float* const jacobian[2] = {scratch.jacobian[0], scratch.jacobian[1]};
+  const float* const coordinate = scratch.coordinate;
   Evaluation sums = {};
+  Doubles squares[2] = {};
+  Ints zeros = {};
   for (int i = 0; i < ny; ++i) {
-    const float q = static_cast<float>(i - ny * 0.5);
+    const float q = coordinate[i];
     Floats ap, pa, gA, gP;
-    sample(columns[0], columns[2], ny, (q * a + b) + half, (q * middleA + middleB) + half, ap, gA);
-    sample(columns[1], columns[3], ny, (q * inverse + -b) + half,
-           (q * middleInverse - middleB) + half, pa, gP);
+    sample(columns[0], columns[2], ny, (q * a + b) + half, apRow.next(), ap, gA);
+    sample(columns[1], columns[3], ny, (q * inverse + -b) + half, paRow.next(), pa, gP);
     const Floats rA = ap * a, rP = pa * inverse;
     const Floats difference = rA - rP;
-    const Ints counted = ~((rA == 0.0f) | (rP == 0.0f));
-    const WideDoubles wide = __builtin_convertvector(counted ? difference : Floats{}, WideDoubles);
-    sums.squares += wide * wide;
-    sums.count -= counted;
+    const Ints isZero = (rA == 0.0f) | (rP == 0.0f);
+    Doubles low, high;
+    widenHalves(isZero ? Floats{} : difference, low, high);
+    squares[0] += low * low;
+    squares[1] += high * high;
+    zeros -= isZero;
     const Floats j0 = (factor0 * (factor1 * gP) + gA * a) * q;
     const Floats j1 = a * gA - factor1 * gP;
     store(differences + i * laneCount, difference);
@@ -141,6 +171,8 @@ inline void evaluate(const ColumnScratch& scratch, int ny, const Fit& fit, Evalu
     sums.m01 = i == 0 ? j0 * j1 : sums.m01 + j0 * j1;
     sums.m11 = i == 0 ? j1 * j1 : sums.m11 + j1 * j1;
   }
+  __builtin_memcpy(&sums.squares, squares, sizeof squares);
+  sums.count = ny - zeros;
   result = sums;
 }
 
@@ -205,17 +237,26 @@ inline void gatherColumns(const float* slice, int nx, int ny, int count, float* 
   }
 }
 
-inline void writeBlock(const ColumnFitSlice& slice, int x, int count, const Fit& fit) {
+inline void writeBlock(const ColumnFitSlice& slice, const ColumnScratch& scratch, int x, int count,
+                       const Fit& fit) {
+  bool allFitted = true;
   for (int l = 0; l < count; ++l) {
+    allFitted &= slice.fitted[x + l] != 0;
     if (slice.fitted[x + l] == 0) continue;
     slice.scale[x + l] = fit.a[l];
     slice.shift[x + l] = fit.b[l];
   }
+  const Floats a = fit.a, b = fit.b, inverse = 1.0f / a;
   for (int y = 0; y < slice.ny; ++y) {
-    const float q = static_cast<float>(y - slice.ny * 0.5);
-    const Floats map = ((q * fit.a + fit.b) - (q * (1.0f / fit.a) + -fit.b)) / 2.0f;
+    const float q = scratch.coordinate[y];
+    const Floats map = ((q * a + b) - (q * inverse + -b)) / 2.0f;
+    float* const row = slice.vdm + y * slice.nx + x;
+    if (allFitted) {
+      storeSome(row, map, count);
+      continue;
+    }
     for (int l = 0; l < count; ++l)
-      if (slice.fitted[x + l] != 0) slice.vdm[y * slice.nx + x + l] = map[l];
+      if (slice.fitted[x + l] != 0) row[l] = map[l];
   }
 }
 
@@ -240,7 +281,7 @@ void fitColumns(const ColumnFitSlice& slice, const ColumnScratch& scratch) {
     gatherColumns(slice.apDerivative + x, slice.nx, slice.ny, count, scratch.columns[2]);
     gatherColumns(slice.paDerivative + x, slice.nx, slice.ny, count, scratch.columns[3]);
     fitBlock(scratch, slice.ny, fit);
-    writeBlock(slice, x, count, fit);
+    writeBlock(slice, scratch, x, count, fit);
     x += count;
   }
 }
