@@ -110,6 +110,7 @@ int smoothColumn(float* column, int ny, int stride) {
 
 Volume<float> invertVDM(const Volume<float>& vdm) {
   Volume<float> inverse(vdm.dimensions(), 0.0f);
+  if (vdm.size() == 0) return inverse;
   std::vector<float> mapped(static_cast<std::size_t>(vdm.ny()));
   for (int z = 0; z < vdm.nz(); ++z)
     for (int x = 0; x < vdm.nx(); ++x) {

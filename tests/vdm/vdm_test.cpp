@@ -338,6 +338,7 @@ TEST(Vdm, OfNoVoxelsIsNoWork) {
     EXPECT_EQ(nrOfErrorsInVDM(vdm), 0);
     EXPECT_EQ(smoothErrors(vdm), 0);
     EXPECT_EQ(applyVdm(vdm, src, false, true).dimensions(), d);
+    EXPECT_EQ(applyVdm(vdm.transposeXY(), src, true, true).dimensions(), d);
     EXPECT_EQ(out1.dimensions(), d);
   }
 }
