@@ -1,4 +1,7 @@
-// Resampling along y, one column per lane.
+// Resampling along y, one column per lane. Linear interpolation exploits that, at whole x and z,
+// the neighbours along x and z weigh 0: their products are 0 and change no bit of a sum but the
+// sign of a zero, which the caller is told of. Rows are picked around the middle lane's
+// (simd/rows.inc.h): which way an element is loaded does not change it.
 
 // Row r of a block of `count` columns; 0 off the grid.
 MIREL_INLINE void gridRow(const float* block, int nx, int ny, int count, int r, Floats& value) {
