@@ -6,17 +6,12 @@
 #include <limits>
 
 #include "masspreserving/testdata.h"
+#include "support/column.h"
 
 namespace {
 
 constexpr float notANumber = std::numeric_limits<float>::quiet_NaN();
 constexpr float infinite = std::numeric_limits<float>::infinity();
-
-Volume<float> column(std::initializer_list<float> values) {
-  Volume<float> image(1, static_cast<int>(values.size()), 1);
-  image.copyData(values.begin());
-  return image;
-}
 
 TEST(SignalLevel, isTheMeanWeightedWithTheIntensity) {
   EXPECT_DOUBLE_EQ(signalLevel(column({0, 0, 3, 0})), 3.0);

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "reference/vdm.h"
+#include "support/column.h"
 #include "support/compare.h"
 #include "support/random_volume.h"
 #include "vdm/vdm.h"
@@ -15,12 +16,6 @@ using compare::same;
 
 constexpr float inf = std::numeric_limits<float>::infinity();
 constexpr float nan = std::numeric_limits<float>::quiet_NaN();
-
-Volume<float> column(std::initializer_list<float> values) {
-  Volume<float> v(1, static_cast<int>(values.size()), 1);
-  v.copyData(values.begin());
-  return v;
-}
 
 TEST(InvertVdm, OfAZeroMapIsZero) {
   EXPECT_EQ(invertVDM(Volume<float>(3, 5, 2, 0.0f)), Volume<float>(3, 5, 2, 0.0f));
