@@ -6,10 +6,11 @@
 #include <filesystem>
 #include <fstream>
 
-#include "bids/error.h"
+#include "base/error.h"
+#include "nifti/filename.h"
 #include "nifti/image.h"
 
-namespace bids {
+namespace mirel::bids {
 
 namespace fs = std::filesystem;
 
@@ -80,12 +81,12 @@ void Sidecar::fail(const std::string& field, const std::string& fault) const {
   throw Error(fileOf(field) + " has a field " + field + " " + fault);
 }
 
-std::optional<series::PhaseEncodingDirection> Sidecar::phaseEncoding() const {
+std::optional<PhaseEncodingDirection> Sidecar::phaseEncoding() const {
   const char* name = "PhaseEncodingDirection";
   const auto field = content.find(name);
   if (field == content.end()) return std::nullopt;
   if (!field->is_string()) fail(name, "that is not a text");
-  return series::parsePhaseEncoding(field->get<std::string>(), fileOf(name));
+  return parsePhaseEncoding(field->get<std::string>(), fileOf(name));
 }
 
 std::optional<double> Sidecar::seconds(const char* field) const {
@@ -146,4 +147,4 @@ void checkReadout(double seconds, const std::string& what) {
               " s; is it in milliseconds?)");
 }
 
-}  // namespace bids
+}  // namespace mirel::bids

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "series/phaseencoding.h"
+#include "bids/phaseencoding.h"
 
-namespace bids {
+namespace mirel::bids {
 
 /// Where a total readout time comes from.
 enum class ReadoutSource {
@@ -43,7 +43,7 @@ inline constexpr double longestReadout = 1.0;
 /// What the JSON files that describe an image say: one file, or several of which a nearer one
 /// overrides the farther ones field by field (inheritance.h finds them).
 ///
-/// Errors  bids::Error, naming the file that the value is from: it is a directory, cannot be read
+/// Errors  Error, naming the file that the value is from: it is a directory, cannot be read
 /// or is larger than
 ///         16 MB; it is not JSON, or no JSON object; a field that is asked for has a wrong type
 ///         or an impossible value.
@@ -62,7 +62,7 @@ class Sidecar {
   const nlohmann::json& json() const { return content; }
 
   /// The field PhaseEncodingDirection; nothing when it is missing.
-  std::optional<series::PhaseEncodingDirection> phaseEncoding() const;
+  std::optional<PhaseEncodingDirection> phaseEncoding() const;
   /// The file that has it.
   const std::string& phaseEncodingFile() const { return fileOf("PhaseEncodingDirection"); }
 
@@ -95,8 +95,8 @@ class Sidecar {
 /// The name of an image's own sidecar: run1.json for run1.nii.gz.
 std::string sidecarName(const std::string& imageFile);
 
-/// Throws bids::Error, calling the time `what`, unless it is a number between `shortestReadout`
+/// Throws Error, calling the time `what`, unless it is a number between `shortestReadout`
 /// and `longestReadout`.
 void checkReadout(double seconds, const std::string& what);
 
-}  // namespace bids
+}  // namespace mirel::bids

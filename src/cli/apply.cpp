@@ -1,15 +1,18 @@
 #include <algorithm>
 #include <memory>
 
+#include "base/error.h"
 #include "cli/applyfield.h"
 #include "cli/command.h"
 #include "cli/inputimage.h"
-#include "host/hosterror.h"
-#include "host/mapfile.h"
+#include "files/mapfile.h"
 #include "host/outputs.h"
 #include "host/session.h"
 #include "host/task.h"
+#include "nifti/filename.h"
 #include "nifti/image.h"
+
+namespace mirel {
 
 namespace {
 
@@ -52,9 +55,9 @@ std::vector<ProjectInfo> checkedProjects(const Options& options, const MapHeader
   }
   // The plugin compares a project's x and y with those of the transposed map.
   if (options.rllr && map.dimX != map.dimY)
-    throw HostError(options.map + " is " + shape.dimensionText() +
-                    ": --rllr needs slices with as many columns as rows; correct such projects "
-                    "with 'mirel estimate --rllr --apply'");
+    throw Error(options.map + " is " + shape.dimensionText() +
+                ": --rllr needs slices with as many columns as rows; correct such projects "
+                "with 'mirel estimate --rllr --apply'");
   refuseOverwrittenInputs(projects);
   return projects;
 }
@@ -78,8 +81,8 @@ int runApply(const Options& options, const std::string& pluginFile) {
 }
 
 /// For images, which the plugin does not know.
-correct::GivenMap givenMap(const Options& options) {
-  correct::GivenMap given;
+GivenMap givenMap(const Options& options) {
+  GivenMap given;
   given.file = options.map;
   given.shift = readDisplacement(options.map);
   given.axis = options.rllr ? 0 : 1;
@@ -132,3 +135,5 @@ void addApplyCommand(CLI::App& app, Program& program) {
     };
   });
 }
+
+}  // namespace mirel

@@ -3,31 +3,32 @@
 #include <cstdio>
 #include <iostream>
 
+#include "base/error.h"
 #include "cli/command.h"
 #include "cli/interrupt.h"
 #include "cli/numbers.h"
 #include "cli/progressbar.h"
-#include "host/hosterror.h"
 #include "host/session.h"
+#include "nifti/filename.h"
 #include "nifti/image.h"
+
+namespace mirel {
 
 namespace {
 
-correct::ApplyFieldOptions jobOf(const ApplyFieldArguments& arguments,
-                                 const std::vector<std::string>& images) {
-  correct::ApplyFieldOptions job = arguments.job;
+ApplyFieldOptions jobOf(const ApplyFieldArguments& arguments,
+                        const std::vector<std::string>& images) {
+  ApplyFieldOptions job = arguments.job;
   job.version = MIREL_VERSION;
-  if (arguments.modulate) job.modulation = series::Modulation::on;
+  if (arguments.modulate) job.modulation = Modulation::on;
   if (!arguments.sidecar.empty() && images.size() > 1)
-    throw HostError("--sidecar is for one image, but " + std::to_string(images.size()) +
-                    " are given");
+    throw Error("--sidecar is for one image, but " + std::to_string(images.size()) + " are given");
   for (const std::string& file : images) {
     if (!nifti::hasNiftiName(file))
-      throw HostError(file + " is no NIfTI image (.nii, .nii.gz): " +
-                      (arguments.job.map
-                           ? "--vdm corrects images or projects, not both at a time"
-                           : "--field corrects images, --vdm corrects projects, too"));
-    correct::ImageOptions image;
+      throw Error(file + " is no NIfTI image (.nii, .nii.gz): " +
+                  (arguments.job.map ? "--vdm corrects images or projects, not both at a time"
+                                     : "--field corrects images, --vdm corrects projects, too"));
+    ImageOptions image;
     image.file = file;
     image.direction = arguments.direction;
     image.sidecar = arguments.sidecar;
@@ -37,29 +38,29 @@ correct::ApplyFieldOptions jobOf(const ApplyFieldArguments& arguments,
   return job;
 }
 
-const char* sentenceOf(series::SignCheck::Verdict verdict) {
+const char* sentenceOf(SignCheck::Verdict verdict) {
   switch (verdict) {
-    case series::SignCheck::Verdict::right:
+    case SignCheck::Verdict::right:
       return "the sign is right";
-    case series::SignCheck::Verdict::opposite:
+    case SignCheck::Verdict::opposite:
       return "the opposite sign agrees better";
-    case series::SignCheck::Verdict::undecided:
+    case SignCheck::Verdict::undecided:
       break;
   }
   return "no sign is clearly better";
 }
 
-void tell(const correct::ApplyFieldReport& report, bool withSigns) {
-  for (const correct::SeriesResult& run : report.series) {
+void tell(const ApplyFieldReport& report, bool withSigns) {
+  for (const SeriesResult& run : report.series) {
     std::fprintf(stderr, "%s: %d %s, ", run.file.c_str(), run.volumes,
                  run.volumes == 1 ? "volume" : "volumes");
     if (run.readout)
       std::fprintf(stderr, "phase encoding %s (%s), readout %.6g s (%s)%s\n",
-                   series::nameOf(run.direction).c_str(), run.directionSource.c_str(),
-                   run.readout->seconds, sourceText(*run.readout).c_str(),
+                   nameOf(run.direction).c_str(), run.directionSource.c_str(), run.readout->seconds,
+                   sourceText(*run.readout).c_str(),
                    run.resampledField ? ", field resampled to its grid" : "");
     else
-      std::fprintf(stderr, "displaced along %s by %s\n", series::nameOf(run.direction).c_str(),
+      std::fprintf(stderr, "displaced along %s by %s\n", nameOf(run.direction).c_str(),
                    run.directionSource.c_str());
     if (withSigns)
       std::fprintf(
@@ -129,12 +130,12 @@ ImageCommandOptions addApplyFieldOptions(CLI::App* command, ApplyFieldArguments&
 }
 
 int runApplyField(ApplyFieldArguments arguments, const std::vector<std::string>& images) {
-  const correct::ApplyFieldOptions job = jobOf(arguments, images);
+  const ApplyFieldOptions job = jobOf(arguments, images);
   ProgressBar bar(arguments.quiet ? ProgressBar::Output::none : ProgressBar::suitable());
   InterruptGuard interrupts;
-  correct::ApplyFieldReport report;
+  ApplyFieldReport report;
   try {
-    report = correct::applyField(job, [&](const std::string& stage, double done) {
+    report = applyField(job, [&](const std::string& stage, double done) {
       if (stage == "Writing") interrupts.beginWriting();
       interrupts.check();
       bar.show(stage, done);
@@ -150,3 +151,5 @@ int runApplyField(ApplyFieldArguments arguments, const std::vector<std::string>&
   for (const std::string& file : report.outputs) std::cout << file << "\n";
   return exitSuccess;
 }
+
+}  // namespace mirel

@@ -4,11 +4,13 @@
 #include <string>
 #include <vector>
 
-#include "correct/applyfield.h"
+#include "jobs/applyfield.h"
+
+namespace mirel {
 
 /// What `mirel apply` is given on the command line for images.
 struct ApplyFieldArguments {
-  correct::ApplyFieldOptions job;
+  ApplyFieldOptions job;
   std::string direction, sidecar;
   double readoutSeconds = 0;
   bool modulate = false, quiet = false;
@@ -25,3 +27,5 @@ ImageCommandOptions addApplyFieldOptions(CLI::App* command, ApplyFieldArguments&
 
 /// Corrects the images; an exit status.
 int runApplyField(ApplyFieldArguments arguments, const std::vector<std::string>& images);
+
+}  // namespace mirel

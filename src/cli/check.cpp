@@ -3,6 +3,8 @@
 #include "cli/command.h"
 #include "host/task.h"
 
+namespace mirel {
+
 namespace {
 
 constexpr const char* description =
@@ -29,3 +31,5 @@ void addCheckCommand(CLI::App& app, Program& program) {
     program.action = [files, &program] { return runCheck(*files, program.pluginFile); };
   });
 }
+
+}  // namespace mirel

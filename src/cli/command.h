@@ -4,6 +4,8 @@
 #include <functional>
 #include <string>
 
+namespace mirel {
+
 /// Exit statuses of the program.
 enum ExitStatus : int {
   exitSuccess = 0,
@@ -32,3 +34,5 @@ void addConvertCommand(CLI::App& app, Program& program);
 void addPhantomCommand(CLI::App& app, Program& program);
 void addPictureCommand(CLI::App& app, Program& program);
 void addCompareCommand(CLI::App& app, Program& program);
+
+}  // namespace mirel

@@ -5,9 +5,11 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
+#include "base/error.h"
 #include "cli/command.h"
 #include "cli/inputimage.h"
-#include "host/hosterror.h"
+
+namespace mirel {
 
 namespace {
 
@@ -32,11 +34,10 @@ void requireSameSize(const Volume<float>& a, const Volume<float>& b, const std::
                      const std::string& fileB) {
   if (a.dimensions() == b.dimensions()) return;
   const auto text = [](const Volume<float>& v) {
-    return std::to_string(v.nx()) + " x " + std::to_string(v.ny()) + " x " +
-           std::to_string(v.nz());
+    return std::to_string(v.nx()) + " x " + std::to_string(v.ny()) + " x " + std::to_string(v.nz());
   };
-  throw HostError(fileA + " (" + text(a) + ") and " + fileB + " (" + text(b) +
-                  ") are not of the same size");
+  throw Error(fileA + " (" + text(a) + ") and " + fileB + " (" + text(b) +
+              ") are not of the same size");
 }
 
 Comparison compareVolumes(const Volume<float>& a, const Volume<float>& b,
@@ -76,7 +77,7 @@ int runCompare(const Options& options) {
     requireSameSize(a, *mask, options.a, options.mask);
   }
   const Comparison result = compareVolumes(a, b, mask);
-  if (result.voxels == 0) throw HostError(options.mask + " marks no voxel");
+  if (result.voxels == 0) throw Error(options.mask + " marks no voxel");
   if (options.json) {
     std::cout << nlohmann::ordered_json{{"correlation", result.correlation},
                                         {"rootMeanSquareDifference", result.rmsDifference},
@@ -103,13 +104,13 @@ void addCompareCommand(CLI::App& app, Program& program) {
   command->add_option("B", options->b, "Another one of the same size")->type_name("")->required();
   command->add_option("--mask", options->mask, "Compare only where this image is not 0")
       ->type_name("FILE");
-  command
-      ->add_option("--volume-a", options->volumeA, "Volume of A, counted from 0 (default: 0)")
+  command->add_option("--volume-a", options->volumeA, "Volume of A, counted from 0 (default: 0)")
       ->type_name("N");
-  command
-      ->add_option("--volume-b", options->volumeB, "Volume of B, counted from 0 (default: 0)")
+  command->add_option("--volume-b", options->volumeB, "Volume of B, counted from 0 (default: 0)")
       ->type_name("N");
   command->add_flag("--json", options->json, "As JSON");
   command->callback(
       [options, &program] { program.action = [options] { return runCompare(*options); }; });
 }
+
+}  // namespace mirel

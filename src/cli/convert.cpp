@@ -1,13 +1,16 @@
-#include "nifti/convert.h"
+#include "convert/convert.h"
 
 #include <filesystem>
 #include <iostream>
 #include <memory>
 
+#include "base/error.h"
 #include "cli/command.h"
-#include "host/hosterror.h"
-#include "host/mapfile.h"
+#include "files/mapfile.h"
+#include "nifti/filename.h"
 #include "nifti/image.h"
+
+namespace mirel {
 
 namespace {
 
@@ -48,35 +51,35 @@ std::string projectOfMap(const std::string& mapFile) {
   return found;
 }
 
-nifti::ConvertReport convertMapFile(const Options& options) {
+convert::ConvertReport convertMapFile(const Options& options) {
   if (!nifti::hasNiftiName(options.out))
-    throw HostError("a map is converted to a NIfTI image; " + options.out +
-                    " ends with neither .nii nor .nii.gz");
+    throw Error("a map is converted to a NIfTI image; " + options.out +
+                " ends with neither .nii nor .nii.gz");
   const std::string reference =
       options.reference.empty() ? projectOfMap(options.in) : options.reference;
   if (reference.empty())
-    throw HostError(options.in +
-                    " has no orientation: name an image or project of the same grid with "
-                    "--reference");
+    throw Error(options.in +
+                " has no orientation: name an image or project of the same grid with "
+                "--reference");
   const Map map = readMapFile(options.in);
   Volume<float> volume(map.header.dimX, map.header.dimY, map.header.dimZ);
   volume.copyData(map.values.data());
-  return nifti::convertMap(volume, options.in, reference, options.out);
+  return convert::convertMap(volume, options.in, reference, options.out);
 }
 
-nifti::ConvertReport convertAny(const Options& options) {
+convert::ConvertReport convertAny(const Options& options) {
   if (options.in.ends_with(".map")) {
     if (!options.bvec.empty() || !options.bval.empty())
-      throw HostError("a map has no gradients: --bvec and --bval are for an image");
+      throw Error("a map has no gradients: --bvec and --bval are for an image");
     return convertMapFile(options);
   }
   if (!options.reference.empty())
-    throw HostError("--reference is for a map; " + options.in + " has an orientation of its own");
-  return nifti::convert(options.in, options.out, {options.bvec, options.bval});
+    throw Error("--reference is for a map; " + options.in + " has an orientation of its own");
+  return convert::convert(options.in, options.out, {options.bvec, options.bval});
 }
 
 int runConvert(const Options& options) {
-  const nifti::ConvertReport report = convertAny(options);
+  const convert::ConvertReport report = convertAny(options);
   for (const std::string& note : report.notes) std::cerr << "Note: " << note << "\n";
   for (const std::string& name : report.written) std::cout << name << "\n";
   return exitSuccess;
@@ -109,3 +112,5 @@ void addConvertCommand(CLI::App& app, Program& program) {
   command->callback(
       [options, &program] { program.action = [options] { return runConvert(*options); }; });
 }
+
+}  // namespace mirel

@@ -5,9 +5,11 @@
 #include "cli/interrupt.h"
 #include "cli/numbers.h"
 #include "cli/progressbar.h"
-#include "correct/correction.h"
-#include "correct/records.h"
 #include "host/session.h"
+#include "jobs/correctpair.h"
+#include "jobs/records.h"
+
+namespace mirel {
 
 namespace {
 
@@ -22,7 +24,7 @@ constexpr const char* description =
     "of the files written.\n";
 
 struct Options {
-  correct::CorrectionOptions job;
+  CorrectionOptions job;
   std::vector<std::string> runs;
   std::string runDirection;
   double runReadout = 0;
@@ -40,7 +42,7 @@ bool hasSearchOptions(const Options& options) {
 }
 
 void settle(Options& options) {
-  correct::CorrectionOptions& job = options.job;
+  CorrectionOptions& job = options.job;
   job.version = MIREL_VERSION;
   job.b.volume = options.volumeB >= 0 ? options.volumeB : job.a.volume;
   job.a.meanOfFirst = options.mean;
@@ -48,12 +50,12 @@ void settle(Options& options) {
   job.b.readoutSeconds = options.readoutB > 0 ? options.readoutB : job.a.readoutSeconds;
   job.estimate.search = {
       .fast = options.fast, .useSsd = options.ssd, .intensityCorrection = !options.noIc};
-  if (options.estimator == nameOf(correct::Estimator::search) || hasSearchOptions(options))
-    job.estimate.estimator = correct::Estimator::search;
+  if (options.estimator == nameOf(Estimator::search) || hasSearchOptions(options))
+    job.estimate.estimator = Estimator::search;
   job.estimate.motion = !options.noMotion;
-  if (options.modulate) job.estimate.modulation = series::Modulation::on;
+  if (options.modulate) job.estimate.modulation = Modulation::on;
   for (const std::string& file : options.runs) {
-    correct::ImageOptions run;
+    ImageOptions run;
     run.file = file;
     run.direction = options.runDirection;
     run.readoutSeconds = options.runReadout;
@@ -67,9 +69,9 @@ std::string number(const char* format, double value) {
   return text;
 }
 
-std::string acquisition(const series::PhaseEncodingDirection& direction, const std::string& source,
+std::string acquisition(const bids::PhaseEncodingDirection& direction, const std::string& source,
                         const std::optional<bids::Readout>& readout) {
-  std::string text = series::nameOf(direction) + " (" + source + ")";
+  std::string text = nameOf(direction) + " (" + source + ")";
   if (readout)
     text += ", readout " + number("%.6g", readout->seconds) + " s (" + sourceText(*readout) + ")";
   return text;
@@ -85,22 +87,22 @@ std::string motionText(const std::optional<RigidMotion>& motion) {
          three(motion->rotationDegrees) + " degrees about i, j, k";
 }
 
-void tell(const correct::CorrectionReport& report) {
-  for (const correct::InputImage* image : {&report.pair.a, &report.pair.b})
+void tell(const CorrectionReport& report) {
+  for (const InputImage* image : {&report.pair.a, &report.pair.b})
     std::cerr << image->title() << ": phase encoding "
               << acquisition(image->direction, image->directionSource, image->readout) << "\n";
-  const correct::PairEstimate& estimate = report.estimate;
+  const PairEstimate& estimate = report.estimate;
   std::cerr << "Head above an intensity of " << number("%.4g", estimate.threshold)
             << " (intensity scale " << number("%.4g", estimate.intensityScale) << ", "
             << number("%.0f", 100 * estimate.foregroundA) << " and "
             << number("%.0f", 100 * estimate.foregroundB) << " % of the voxels)\n";
-  if (estimate.estimator == correct::Estimator::massPreserving)
+  if (estimate.estimator == Estimator::massPreserving)
     std::cerr << "Intensity of the first image over that of the second: "
               << number("%.4g", estimate.intensityRatio) << "\n"
               << motionText(estimate.motion) << "\n";
   std::cerr << "Correlation of the pair in the head: " << number("%.3f", estimate.agreement.before)
             << " before, " << number("%.3f", estimate.agreement.after) << " after\n";
-  for (const correct::SeriesResult& run : report.series)
+  for (const SeriesResult& run : report.series)
     std::cerr << run.file << ": " << run.volumes << (run.volumes == 1 ? " volume" : " volumes")
               << ", phase encoding " << acquisition(run.direction, run.directionSource, run.readout)
               << (run.resampledField ? ", field resampled to its grid" : "") << "\n";
@@ -111,9 +113,9 @@ int runCorrect(Options options) {
   settle(options);
   ProgressBar bar(options.quiet ? ProgressBar::Output::none : ProgressBar::suitable());
   InterruptGuard interrupts;
-  correct::CorrectionReport report;
+  CorrectionReport report;
   try {
-    report = correct::correctAll(options.job, [&](const std::string& stage, double done) {
+    report = correctAll(options.job, [&](const std::string& stage, double done) {
       if (stage == "Writing") interrupts.beginWriting();
       interrupts.check();
       bar.show(stage, done);
@@ -128,16 +130,14 @@ int runCorrect(Options options) {
   for (const std::string& warning : report.warnings) hostSession().console.warn(warning);
   if (options.json)
     // File names need not be UTF-8.
-    std::cout << correct::summaryOf(report).dump(2, ' ', false,
-                                                 correct::Json::error_handler_t::replace)
-              << "\n";
+    std::cout << summaryOf(report).dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
   else
     for (const std::string& file : report.outputs) std::cout << file << "\n";
   return exitSuccess;
 }
 
 void addImageOptions(CLI::App* command, Options& options) {
-  correct::CorrectionOptions& job = options.job;
+  CorrectionOptions& job = options.job;
   command->add_option("A", job.a.file, "First image of the pair (.nii, .nii.gz)")
       ->type_name("")
       ->required();
@@ -173,7 +173,7 @@ void addImageOptions(CLI::App* command, Options& options) {
 }
 
 void addAcquisitionOptions(CLI::App* command, Options& options) {
-  correct::CorrectionOptions& job = options.job;
+  CorrectionOptions& job = options.job;
   const auto direction = [&](const char* name, std::string& value, const char* text) {
     command->add_option(name, value, text)
         ->type_name("DIR")
@@ -201,7 +201,7 @@ void addAcquisitionOptions(CLI::App* command, Options& options) {
 }
 
 void addEstimateOptions(CLI::App* command, Options& options) {
-  correct::EstimateSettings& estimate = options.job.estimate;
+  EstimateSettings& estimate = options.job.estimate;
   command
       ->add_option(
           "--estimator", options.estimator,
@@ -227,10 +227,9 @@ void addEstimateOptions(CLI::App* command, Options& options) {
                     "Column-wise estimate only: faster and coarser; --ssd, --ncc and --ic have no\n"
                     "effect on it");
   command
-      ->add_option(
-          "--intensity-scale", estimate.intensityScale,
-          "Factor on the intensities for the search, which takes more than 100 for head\n"
-          "(default: found from the images)")
+      ->add_option("--intensity-scale", estimate.intensityScale,
+                   "Factor on the intensities for the search, which takes more than 100 for head\n"
+                   "(default: found from the images)")
       ->type_name("F")
       ->check(refuseNotPositive);
   command->add_flag("--modulate", options.modulate,
@@ -259,11 +258,13 @@ void addCorrectCommand(CLI::App& app, Program& program) {
                     "Print a summary as JSON instead of the names of the files written");
   command->callback([options, &program] {
     const bool search = hasSearchOptions(*options);
-    if (options->estimator == nameOf(correct::Estimator::massPreserving) && search)
+    if (options->estimator == nameOf(Estimator::massPreserving) && search)
       throw CLI::ExcludesError("--estimator mass-preserving",
                                "--ssd, --ncc, --ic, --no-ic and --fast, which are of the search");
-    if (options->noMotion && (search || options->estimator == nameOf(correct::Estimator::search)))
+    if (options->noMotion && (search || options->estimator == nameOf(Estimator::search)))
       throw CLI::ExcludesError("--no-motion", "the search, which knows no motion");
     program.action = [options] { return runCorrect(*options); };
   });
 }
+
+}  // namespace mirel

@@ -2,15 +2,17 @@
 
 #include <memory>
 
+#include "base/error.h"
 #include "cli/command.h"
-#include "correct/engine.h"
-#include "host/hosterror.h"
 #include "host/outputs.h"
 #include "host/session.h"
 #include "host/task.h"
+#include "hostapi/cnztlog.h"
+#include "hostapi/ztaccess.h"
 #include "masspreserving/masspreserving.h"
-#include "plugin/access/cnztlog.h"
-#include "plugin/access/ztaccess.h"
+#include "numerics/fft/fftw.h"
+
+namespace mirel {
 
 namespace {
 
@@ -88,14 +90,14 @@ void tellMotion(const RigidMotion& motion, bool rllr, std::ostream& log) {
 // The search has a use even so.
 void refuseMissingVoxelSize(const ProjectInfo& project) {
   if (!voxelSizeWarnings(project).empty())
-    throw HostError(project.fileName +
-                    ": the header gives no voxel size, which the mass-preserving estimate needs");
+    throw Error(project.fileName +
+                ": the header gives no voxel size, which the mass-preserving estimate needs");
 }
 
 // The estimate task with the program's own method, on the same maps and projects.
 bool runMassPreserving(const Options& options) {
-  if (!InitZTAccess()) throw HostError("the program does not export its functions");
-  correct::bindEngine();
+  if (!InitZTAccess()) throw Error("the program does not export its functions");
+  bindEngine();
   CNZTLog log(host::ztLogText);
   const PairEstimator estimator = [&](const Volume<float>& first, const Volume<float>& second,
                                       const glm::dvec3& voxelMm, std::ostream& text) {
@@ -199,3 +201,5 @@ void addEstimateCommand(CLI::App& app, Program& program) {
     program.action = [options, &program] { return runEstimate(*options, program.pluginFile); };
   });
 }
+
+}  // namespace mirel

@@ -1,18 +1,21 @@
-#include "series/field.h"
-
 #include <iostream>
 #include <memory>
 
+#include "base/error.h"
+#include "base/outputfile.h"
+#include "base/samefile.h"
 #include "bids/inheritance.h"
 #include "cli/command.h"
 #include "cli/inputimage.h"
 #include "cli/numbers.h"
-#include "host/hosterror.h"
-#include "host/mapfile.h"
+#include "convert/convert.h"
+#include "field/fieldhz.h"
+#include "files/mapfile.h"
 #include "host/session.h"
-#include "nifti/convert.h"
+#include "nifti/filename.h"
 #include "nifti/image.h"
-#include "nifti/outfile.h"
+
+namespace mirel {
 
 namespace {
 
@@ -30,7 +33,7 @@ struct Options {
 };
 
 struct Acquisition {
-  series::PhaseEncodingDirection direction;
+  bids::PhaseEncodingDirection direction;
   double readoutSeconds = 0;
 };
 
@@ -42,12 +45,12 @@ Acquisition acquisitionOf(const Options& options, const nifti::Header& header) {
     sidecar = bids::findSidecar(options.reference);
   Acquisition result;
   if (!options.direction.empty()) {
-    result.direction = series::parsePhaseEncoding(options.direction, "--pe");
+    result.direction = bids::parsePhaseEncoding(options.direction, "--pe");
   } else {
     const auto stated = sidecar ? sidecar->phaseEncoding() : std::nullopt;
     if (!stated)
-      throw HostError("the phase-encoding direction of " + options.reference +
-                      " is not known; give it with --pe");
+      throw Error("the phase-encoding direction of " + options.reference +
+                  " is not known; give it with --pe");
     result.direction = *stated;
   }
   result.readoutSeconds = options.readoutSeconds;
@@ -57,8 +60,8 @@ Acquisition acquisitionOf(const Options& options, const nifti::Header& header) {
     const auto stated =
         sidecar ? sidecar->readout(header.dims[result.direction.axis]) : std::nullopt;
     if (!stated)
-      throw HostError("the readout time of " + options.reference +
-                      " is not known; give it with --readout");
+      throw Error("the readout time of " + options.reference +
+                  " is not known; give it with --readout");
     result.readoutSeconds = stated->seconds;
   }
   return result;
@@ -70,28 +73,28 @@ std::string describe(glm::ivec3 dims) {
 
 void mapToField(const Options& options, const nifti::Header& header) {
   if (!nifti::hasNiftiName(options.output))
-    throw HostError("a field is written as a NIfTI image; " + options.output +
-                    " ends with neither .nii nor .nii.gz");
+    throw Error("a field is written as a NIfTI image; " + options.output +
+                " ends with neither .nii nor .nii.gz");
   const Volume<float> shift = readDisplacement(options.mapFile);
   if (shift.dimensions() != header.dims)
-    throw HostError(options.mapFile + " has " + describe(shift.dimensions()) + " voxels, but " +
-                    options.reference + " has " + describe(header.dims));
+    throw Error(options.mapFile + " has " + describe(shift.dimensions()) + " voxels, but " +
+                options.reference + " has " + describe(header.dims));
   const Acquisition acquisition = acquisitionOf(options, header);
-  series::writeField(series::fieldFromShift(shift, series::gridOf(header), acquisition.direction,
-                                            acquisition.readoutSeconds, options.mapFile),
-                     header, options.output);
+  writeField(fieldFromShift(shift, gridOf(header), acquisition.direction,
+                            acquisition.readoutSeconds, options.mapFile),
+             header, options.output);
 }
 
 void fieldToMap(const Options& options, const nifti::Header& header) {
   if (!options.output.ends_with(".map"))
-    throw HostError("a map is written as a .map file, which " + options.output + " is not");
-  const series::FieldHz field = series::readField(options.fieldFile);
+    throw Error("a map is written as a .map file, which " + options.output + " is not");
+  const FieldHz field = readField(options.fieldFile);
   if (field.nonFinite > 0)
     hostSession().console.warn(options.fieldFile + " has " + std::to_string(field.nonFinite) +
                                " NaN or infinite voxel(s), which count as 0 Hz");
   const Acquisition acquisition = acquisitionOf(options, header);
   const Volume<float> shift =
-      series::shiftVoxels(field, header, acquisition.direction, acquisition.readoutSeconds);
+      shiftVoxels(field, header, acquisition.direction, acquisition.readoutSeconds);
   // As the estimate's own maps: kind 1, shown from 1 to 5 voxels.
   Map map;
   map.header = {header.dims.x, header.dims.y, header.dims.z, 1, 1.0f, 5.0f, 0, 0};
@@ -101,10 +104,9 @@ void fieldToMap(const Options& options, const nifti::Header& header) {
 
 int runField(const Options& options) {
   const std::string& in = options.mapFile.empty() ? options.fieldFile : options.mapFile;
-  for (const std::string& input : {in, options.reference})
-    nifti::refuseOverwrite(options.output, input);
+  for (const std::string& input : {in, options.reference}) refuseOverwrite(options.output, input);
   std::vector<std::string> notes;
-  const nifti::Header header = nifti::referenceHeader(options.reference, notes);
+  const nifti::Header header = convert::referenceHeader(options.reference, notes);
   for (const std::string& note : notes) std::cerr << "Note: " << note << "\n";
   if (options.mapFile.empty())
     fieldToMap(options, header);
@@ -155,3 +157,5 @@ void addFieldCommand(CLI::App& app, Program& program) {
     program.action = [options] { return runField(*options); };
   });
 }
+
+}  // namespace mirel

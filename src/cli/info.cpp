@@ -2,15 +2,18 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include "base/error.h"
 #include "cli/command.h"
 #include "cli/imagereport.h"
+#include "files/mapfile.h"
 #include "files/mydmr.h"
 #include "files/myfmr.h"
-#include "host/datasummary.h"
-#include "host/hosterror.h"
-#include "host/mapfile.h"
-#include "host/projectinfo.h"
+#include "files/projectinfo.h"
+#include "nifti/filename.h"
 #include "nifti/image.h"
+#include "numerics/datasummary.h"
+
+namespace mirel {
 
 namespace {
 
@@ -114,9 +117,8 @@ Json reportOf(const std::string& fileName) {
   if (fileName.ends_with(".map")) return mapReport(fileName);
   if (isProjectName(fileName)) return projectReport(fileName);
   if (nifti::hasNiftiName(fileName)) return imageReport(fileName);
-  throw HostError(
-      fileName +
-      " is neither an image (.nii, .nii.gz) nor a project (.fmr, .dmr) nor a map (.map)");
+  throw Error(fileName +
+              " is neither an image (.nii, .nii.gz) nor a project (.fmr, .dmr) nor a map (.map)");
 }
 
 int runInfo(const std::string& fileName, bool json) {
@@ -148,3 +150,5 @@ void addInfoCommand(CLI::App& app, Program& program) {
     program.action = [options] { return runInfo(options->file, options->json); };
   });
 }
+
+}  // namespace mirel

@@ -4,6 +4,8 @@
 
 #include <csignal>
 
+namespace mirel {
+
 namespace {
 
 constexpr int signals[] = {SIGINT, SIGTERM, SIGHUP};
@@ -40,3 +42,5 @@ void InterruptGuard::beginWriting() { writing = 1; }
 void InterruptGuard::check() const {
   if (signalled != 0) throw Interrupted();
 }
+
+}  // namespace mirel

@@ -2,6 +2,8 @@
 
 #include <stdexcept>
 
+namespace mirel {
+
 /// Ending a job by Ctrl-C (or a request to terminate) without leaving anything behind.
 class Interrupted : public std::runtime_error {
  public:
@@ -25,3 +27,5 @@ class InterruptGuard {
   /// Throws Interrupted after a signal.
   void check() const;
 };
+
+}  // namespace mirel

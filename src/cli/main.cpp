@@ -3,9 +3,11 @@
 #include <iostream>
 #include <string>
 
+#include "base/error.h"
 #include "cli/command.h"
-#include "host/hosterror.h"
 #include "host/session.h"
+
+using namespace mirel;
 
 namespace {
 
@@ -43,7 +45,7 @@ std::string hintFor(const CLI::App& app) {
 
 /// A result that did not reach standard output is a failure like any other.
 void refuseLostOutput() {
-  if (!std::cout.flush()) throw HostError("cannot write to standard output");
+  if (!std::cout.flush()) throw Error("cannot write to standard output");
 }
 
 int run(const Program& program) {

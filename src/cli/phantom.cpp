@@ -5,9 +5,11 @@
 #include <iostream>
 #include <memory>
 
+#include "base/error.h"
 #include "cli/command.h"
-#include "host/hosterror.h"
 #include "phantom/phantomfiles.h"
+
+namespace mirel {
 
 namespace {
 
@@ -45,7 +47,7 @@ int runPhantom(Options options, bool maxShiftGiven) {
   PhantomOptions& phantomOptions = options.phantom;
   if (!options.size.empty())
     phantomOptions.size = {options.size[0], options.size[1], options.size[2]};
-  if (options.voxelMm.size() == 2) throw HostError("--voxel takes one size or three");
+  if (options.voxelMm.size() == 2) throw Error("--voxel takes one size or three");
   if (options.voxelMm.size() == 1) phantomOptions.voxelMm = glm::dvec3(options.voxelMm[0]);
   if (options.voxelMm.size() == 3)
     phantomOptions.voxelMm = {options.voxelMm[0], options.voxelMm[1], options.voxelMm[2]};
@@ -133,3 +135,5 @@ void addPhantomCommand(CLI::App& app, Program& program) {
     };
   });
 }
+
+}  // namespace mirel

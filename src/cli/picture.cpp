@@ -4,15 +4,19 @@
 #include <memory>
 #include <optional>
 
+#include "base/error.h"
+#include "base/outputfile.h"
+#include "base/samefile.h"
 #include "cli/command.h"
 #include "cli/inputimage.h"
-#include "host/hosterror.h"
-#include "nifti/convert.h"
-#include "nifti/geometry.h"
+#include "convert/convert.h"
+#include "nifti/filename.h"
 #include "nifti/image.h"
-#include "nifti/outfile.h"
+#include "nifti/orientation.h"
 #include "picture/orient.h"
 #include "picture/slice.h"
+
+namespace mirel {
 
 namespace {
 
@@ -63,7 +67,7 @@ Input readImage(const std::string& file, int index, std::optional<Geometry>& geo
   const Volume<float> volume = readInputVolume(file, index);
   std::vector<std::string> notes;
   const nifti::Header header = nifti::hasNiftiName(file) ? nifti::Reader(file).header()
-                                                         : nifti::referenceHeader(file, notes);
+                                                         : convert::referenceHeader(file, notes);
   const Geometry own{volume.dimensions(), patientAxes(header.affine()),
                      nifti::columnLengths(header.affine())};
   if (!geometry) geometry = own;
@@ -91,18 +95,18 @@ std::vector<Input> readInputs(const Options& options) {
       maps.push_back(file);
       continue;
     }
-    nifti::refuseOverwrite(options.out, file);
+    refuseOverwrite(options.out, file);
     inputs.push_back(readImage(file, options.volume, geometry));
     names.push_back(file);
   }
   for (const std::string& file : maps) {
-    nifti::refuseOverwrite(options.out, file);
+    refuseOverwrite(options.out, file);
     inputs.push_back(file.ends_with(".map") ? readMap(file, geometry)
                                             : readImage(file, 0, geometry));
     inputs.back().isMap = true;
     names.push_back(file);
   }
-  if (inputs.empty()) throw HostError("name at least one image or map to draw");
+  if (inputs.empty()) throw Error("name at least one image or map to draw");
   for (std::size_t i = 0; i < inputs.size(); ++i)
     inputs[i].label = i < options.labels.size() ? options.labels[i] : plainName(names[i]);
   return inputs;
@@ -123,13 +127,12 @@ Slice parseSlice(const std::string& text) {
   else if (plane == "sagittal" || plane == "x")
     slice.plane = SlicePlane::sagittal;
   else if (plane != "axial" && plane != "z")
-    throw HostError("--slice " + text +
-                    " is not understood; write axial:30, coronal or sagittal:5");
+    throw Error("--slice " + text + " is not understood; write axial:30, coronal or sagittal:5");
   if (colon == std::string::npos) return slice;
   const std::string number = text.substr(colon + 1);
   if (number.empty() || number.size() > 6 ||
       number.find_first_not_of("0123456789") != std::string::npos)
-    throw HostError("--slice " + text + ": " + number + " is not the number of a slice");
+    throw Error("--slice " + text + ": " + number + " is not the number of a slice");
   slice.index = std::stoi(number);
   return slice;
 }
@@ -149,7 +152,7 @@ float mapLimit(const std::vector<Input>& inputs, double wanted) {
 
 int runPicture(const Options& options) {
   if (!options.out.ends_with(".png"))
-    throw HostError("the picture is a PNG file; " + options.out + " does not end with .png");
+    throw Error("the picture is a PNG file; " + options.out + " does not end with .png");
   std::vector<Slice> slices;
   for (const std::string& text : options.slices) slices.push_back(parseSlice(text));
   if (slices.empty())
@@ -159,7 +162,7 @@ int runPicture(const Options& options) {
   if (options.commonWindow)
     for (Input& input : inputs) input.window = inputs.front().window;
   if (options.overlay && (inputs.size() < 2 || inputs[0].isMap || inputs[1].isMap))
-    throw HostError("--overlay needs two images to lay over one another");
+    throw Error("--overlay needs two images to lay over one another");
   const float limit = mapLimit(inputs, options.limit);
   std::vector<Panel> panels;
   for (std::size_t row = 0; row < slices.size(); ++row) {
@@ -236,3 +239,5 @@ void addPictureCommand(CLI::App& app, Program& program) {
   command->callback(
       [options, &program] { program.action = [options] { return runPicture(*options); }; });
 }
+
+}  // namespace mirel

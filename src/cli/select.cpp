@@ -2,11 +2,13 @@
 #include <iostream>
 #include <memory>
 
+#include "base/error.h"
 #include "cli/command.h"
-#include "host/hosterror.h"
-#include "host/projectinfo.h"
+#include "files/projectinfo.h"
 #include "host/session.h"
 #include "host/task.h"
+
+namespace mirel {
 
 namespace {
 
@@ -21,9 +23,9 @@ std::string taskFor(const std::string& fileName) {
   refuseImpossibleName(fileName);
   const bool isMap = fileName.ends_with("_vdm.map");
   if (!isMap && !isProjectName(fileName))
-    throw HostError(fileName + " is neither a project (.fmr, .dmr) nor a map (_vdm.map)");
+    throw Error(fileName + " is neither a project (.fmr, .dmr) nor a map (_vdm.map)");
   std::error_code error;
-  if (!std::filesystem::exists(fileName, error)) throw HostError("there is no file " + fileName);
+  if (!std::filesystem::exists(fileName, error)) throw Error("there is no file " + fileName);
   return isMap ? "select_vdm" : "select_fmr_or_dmr";
 }
 
@@ -50,3 +52,5 @@ void addSelectCommand(CLI::App& app, Program& program) {
     program.action = [file, &program] { return runSelect(*file, program.pluginFile); };
   });
 }
+
+}  // namespace mirel

@@ -8,6 +8,8 @@
 #include <type_traits>
 #include <utility>
 
+namespace mirel {
+
 namespace {
 
 // dst[i] = operation(a[i]); the integer instantiations narrow back from int.
@@ -269,3 +271,5 @@ MIREL_INSTANTIATE(double)
 MIREL_INSTANTIATE(unsigned char)
 MIREL_INSTANTIATE(unsigned short)
 #undef MIREL_INSTANTIATE
+
+}  // namespace mirel

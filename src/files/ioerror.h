@@ -3,6 +3,8 @@
 #include <stdexcept>
 #include <string>
 
+namespace mirel {
+
 /// The failures of project files. `what()` is the message as given: a fixed prefix and the file's
 /// name, or a sentence that names the file and the numbers that are wrong.
 class IOError : public std::runtime_error {
@@ -27,3 +29,5 @@ class WriteFileError : public IOError {
  public:
   explicit WriteFileError(const std::string& message) : IOError(message) {}
 };
+
+}  // namespace mirel

@@ -5,6 +5,8 @@
 #include <type_traits>
 #include <utility>
 
+namespace mirel {
+
 /// One line of a project header:
 ///
 ///   line  = key ":" { " " | tab } value "\n"
@@ -82,3 +84,5 @@ void readYesNo(Line<bool>& line, std::istream& is, const std::string& label);
 
 /// As `Line::printLineIfAllSet`, with the value written as YES or NO.
 void printYesNoIfAllSet(const Line<bool>& line, std::ostream& os, int n);
+
+}  // namespace mirel

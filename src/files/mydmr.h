@@ -8,6 +8,8 @@
 #include "containers/volume.h"
 #include "files/projectheader.h"
 
+namespace mirel {
+
 /// A diffusion run project: a text header (".dmr", `ProjectHeader`), which may end in a gradient
 /// table, and one data file (".dwi") beside it, named after the header's Prefix. The data file
 /// holds samples only (`SampleFormat`), volume by volume:
@@ -68,3 +70,5 @@ class DMR : public ProjectHeader {
   void readGradientTable(std::istream& is);
   void printGradientTable(std::ostream& os) const;
 };
+
+}  // namespace mirel

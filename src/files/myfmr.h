@@ -7,6 +7,8 @@
 #include "containers/volume.h"
 #include "files/projectheader.h"
 
+namespace mirel {
+
 /// A functional run project: a text header (".fmr", `ProjectHeader`) and one data file (".stc")
 /// beside it, named after the header's Prefix. The data file holds samples only (`SampleFormat`),
 /// slice by slice, each slice of every volume in turn:
@@ -57,3 +59,5 @@ class FMR : public ProjectHeader {
   void readHeader();
   void readSliceTimingTable(std::istream& is);
 };
+
+}  // namespace mirel

@@ -11,6 +11,8 @@
 #include "files/line.h"
 #include "files/rawdata.h"
 
+namespace mirel {
+
 /// What functional and diffusion projects have in common: the header lines, the position block,
 /// and the care that is taken with sizes, volumes and files. A header is text:
 ///
@@ -110,3 +112,5 @@ class ProjectHeader {
  private:
   std::string describeSizes() const;
 };
+
+}  // namespace mirel

@@ -15,6 +15,8 @@
 #include "masspreserving/pyramid.h"
 #include "masspreserving/transport.h"
 
+namespace mirel {
+
 namespace {
 
 constexpr int fewestVoxels = 12;         // along an axis of the coarsest resolution
@@ -235,3 +237,5 @@ Volume<float> secondUnmoved(const Volume<float>& second, const glm::dvec3& voxel
   const GridPlace place = placeOf(second.dimensions(), voxelMm, glm::ivec3(1));
   return MovedImage(second, place).unmoved(motion, voxelsToEdges(shiftVoxels), -1.0).image;
 }
+
+}  // namespace mirel

@@ -7,6 +7,8 @@
 #include "containers/volume.h"
 #include "numerics/rigidmotion.h"
 
+namespace mirel {
+
 /// What `estimateMassPreserving` does. The defaults are meant for every pair; nothing in them
 /// depends on the images' intensities.
 struct MassPreservingOptions {
@@ -102,3 +104,5 @@ Volume<float> secondUnmoved(const Volume<float>& second, const glm::dvec3& voxel
 
 /// Thrown when the progress function returns false.
 struct MassPreservingCancelled {};
+
+}  // namespace mirel

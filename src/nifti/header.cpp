@@ -9,9 +9,9 @@
 #include <limits>
 #include <memory>
 
-#include "nifti/error.h"
+#include "base/error.h"
 
-namespace nifti {
+namespace mirel::nifti {
 
 namespace {
 
@@ -373,4 +373,4 @@ std::vector<unsigned char> formatHeader(const Header& header, const std::string&
   return bytes;
 }
 
-}  // namespace nifti
+}  // namespace mirel::nifti

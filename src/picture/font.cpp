@@ -2,6 +2,8 @@
 
 #include <string_view>
 
+namespace mirel {
+
 namespace {
 
 constexpr std::string_view characters = " 0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ.,:;-+=/%()_!?<>*'#";
@@ -50,3 +52,5 @@ std::array<std::uint8_t, 7> glyphRows(char character) {
     for (std::size_t i = 0; i < rows.size(); ++i) rows[i] = glyphs[found][i];
   return rows;
 }
+
+}  // namespace mirel

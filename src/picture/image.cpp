@@ -4,6 +4,8 @@
 
 #include "picture/font.h"
 
+namespace mirel {
+
 RgbImage::RgbImage(int width, int height, Colour fill) : columns(width), rows(height) {
   if (width < 1 || height < 1 || width > 20000 || height > 20000)
     throw std::invalid_argument("a picture of " + std::to_string(width) + " x " +
@@ -39,3 +41,5 @@ void RgbImage::write(int x, int y, std::string_view text, Colour colour, int dot
           block(x + (static_cast<int>(i) * 6 + u) * dot, y + v * dot);
   }
 }
+
+}  // namespace mirel

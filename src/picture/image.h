@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+namespace mirel {
+
 /// A red, green and blue value, 0 to 255 each.
 using Colour = std::array<std::uint8_t, 3>;
 
@@ -54,3 +56,5 @@ class RgbImage {
 /// Errors  std::invalid_argument for an empty picture; std::runtime_error with the file's name
 ///         and the fault if it cannot be written.
 void writePng(const std::string& fileName, const RgbImage& image);
+
+}  // namespace mirel

@@ -10,6 +10,8 @@
 
 #include "picture/image.h"
 
+namespace mirel {
+
 namespace {
 
 // The PNG stream in memory, so that the file is written in one go and libpng's jumps never cross
@@ -71,3 +73,5 @@ void writePng(const std::string& fileName, const RgbImage& image) {
   std::filesystem::rename(temporary, fileName, error);
   if (error) fail("write", error.value());
 }
+
+}  // namespace mirel

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <stdexcept>
 
+namespace mirel {
+
 namespace {
 
 // Axis of the array that runs to the right, upwards and through the slices.
@@ -169,3 +171,5 @@ RgbImage sideBySide(const std::vector<Panel>& panels, int columns) {
   }
   return sheet;
 }
+
+}  // namespace mirel

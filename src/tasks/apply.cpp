@@ -5,10 +5,12 @@
 #include "files/filenames.h"
 #include "files/mydmr.h"
 #include "files/myfmr.h"
-#include "plugin/access/ztaccess.h"
+#include "hostapi/ztaccess.h"
 #include "tasks/correct.h"
 #include "tasks/datasets.h"
 #include "vdm/vdmmap.h"
+
+namespace mirel {
 
 namespace {
 
@@ -39,3 +41,5 @@ void applyToFiles(std::ostream& log) {
   for (const std::string& fileName : files) correctFile(vdm, fileName, rllr);
   log << "Done." << std::flush;
 }
+
+}  // namespace mirel

@@ -4,7 +4,9 @@
 #include <string>
 
 #include "files/filenames.h"
-#include "plugin/access/ztaccess.h"
+#include "hostapi/ztaccess.h"
+
+namespace mirel {
 
 namespace {
 
@@ -27,3 +29,5 @@ void checkFiles(std::ostream& log) {
   else
     host::ztMessageBox(findings.c_str());
 }
+
+}  // namespace mirel

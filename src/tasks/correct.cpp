@@ -5,6 +5,8 @@
 #include "files/filenames.h"
 #include "vdm/vdm.h"
 
+namespace mirel {
+
 namespace {
 
 template <typename Project>
@@ -36,3 +38,5 @@ void correct_dmr(const Volume<float>& vdm, const std::string& fileName, DMR& dmr
 void detach_amr(FMR& fmr) { detach(fmr); }
 
 void detach_amr(DMR& dmr) { detach(dmr); }
+
+}  // namespace mirel

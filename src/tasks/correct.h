@@ -6,6 +6,8 @@
 #include "files/mydmr.h"
 #include "files/myfmr.h"
 
+namespace mirel {
+
 /// Corrects all volumes of `fmr` in place through `vdm` (`applyVdm`, forward, without intensity
 /// modulation; `transposed` for phase encoding along x) and saves the project, detached from its
 /// anatomical reference image, with "_undist" added to its name.
@@ -19,3 +21,5 @@ void correct_dmr(const Volume<float>& vdm, const std::string& fileName, DMR& dmr
 /// "LoadAMRFile:" where the header has these lines.
 void detach_amr(FMR& fmr);
 void detach_amr(DMR& dmr);
+
+}  // namespace mirel

@@ -5,6 +5,8 @@
 
 #include "containers/volume.h"
 
+namespace mirel {
+
 /// The volume whose dimensions stand for a project's: its first one.
 /// @throws std::runtime_error when the project has no volumes.
 const Volume<float>& firstVolume(const std::vector<Volume<float>>& volumes,
@@ -12,3 +14,5 @@ const Volume<float>& firstVolume(const std::vector<Volume<float>>& volumes,
 
 /// @throws std::runtime_error "All datasets must have the same dimensions!" unless a equals b.
 void requireSameDimensions(glm::ivec3 a, glm::ivec3 b);
+
+}  // namespace mirel

@@ -9,12 +9,14 @@
 #include "files/filenames.h"
 #include "files/mydmr.h"
 #include "files/myfmr.h"
+#include "hostapi/ztaccess.h"
 #include "numerics/volumegauss.h"
-#include "plugin/access/ztaccess.h"
 #include "tasks/correct.h"
 #include "tasks/datasets.h"
 #include "vdm/estimatepair.h"
 #include "vdm/vdmmap.h"
+
+namespace mirel {
 
 namespace {
 
@@ -142,3 +144,5 @@ void estimateFiles(std::ostream& log) {
 void estimateFiles(std::ostream& log, const PairEstimator& estimator) {
   estimateWith(readParameters(), estimator, log);
 }
+
+}  // namespace mirel

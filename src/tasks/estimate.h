@@ -6,6 +6,8 @@
 
 #include "containers/volume.h"
 
+namespace mirel {
+
 /// Estimates the map of a pair whose phase encoding runs along y: shift in voxels, forward for the
 /// first image. `voxelMm` are the voxels' edges.
 using PairEstimator =
@@ -23,3 +25,5 @@ void estimateFiles(std::ostream& log);
 /// The same by another method than that of the dialog parameters "fast_algorithm", "use_ssd" and
 /// "use_ic".
 void estimateFiles(std::ostream& log, const PairEstimator& estimator);
+
+}  // namespace mirel

@@ -5,7 +5,9 @@
 #include "files/filenames.h"
 #include "files/mydmr.h"
 #include "files/myfmr.h"
-#include "plugin/access/ztaccess.h"
+#include "hostapi/ztaccess.h"
+
+namespace mirel {
 
 namespace {
 
@@ -36,3 +38,5 @@ void selectProject() {
 void selectVdm() {
   set_string_parameter("filename", openFileName("Please select an VDM.", "*_vdm.map"));
 }
+
+}  // namespace mirel

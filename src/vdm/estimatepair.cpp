@@ -6,6 +6,8 @@
 #include "vdm/simplevdmestimate.h"
 #include "vdm/vdmestimate.h"
 
+namespace mirel {
+
 namespace {
 
 const glm::dvec3 fastSigma(1.5, 1.5, 1.5);  // voxels
@@ -44,3 +46,5 @@ Volume<float> estimatePair(const Volume<float>& first, const Volume<float>& seco
   return estimate_vdm(first, second, voxelSize, fitSigma, options.useSsd, schedule.patterns,
                       schedule.amplitudes, schedule.sigmas, options.intensityCorrection, log);
 }
+
+}  // namespace mirel

@@ -6,6 +6,8 @@
 
 #include "containers/volume.h"
 
+namespace mirel {
+
 /// How a pair is estimated.
 struct EstimateOptions {
   bool fast = false;                 ///< the column-wise estimate alone, smoothed
@@ -32,3 +34,5 @@ LevelSchedule makeLevelSchedule(const glm::dvec3& voxelSize);
 Volume<float> estimatePair(const Volume<float>& first, const Volume<float>& second,
                            const glm::dvec3& voxelSize, const EstimateOptions& options,
                            std::ostream& log);
+
+}  // namespace mirel

@@ -3,10 +3,12 @@
 #include <cstddef>
 #include <type_traits>
 
+#include "base/assertion.h"
 #include "numerics/volumegauss.h"
-#include "plugin/access/assertion.h"
 #include "vdm/resamplingkernels.h"
 #include "vdm/vdm.h"
+
+namespace mirel {
 
 namespace {
 
@@ -166,3 +168,5 @@ template void applyVdmYLinear(Volume<float>&, const Volume<float>&, const Volume
 template void applyVdmYLinear(Volume<double>&, const Volume<double>&, const Volume<float>&, bool);
 template void applyVdmYLinearReverse(Volume<float>&, const Volume<float>&, const Volume<float>&);
 template void applyVdmYLinearReverse(Volume<double>&, const Volume<double>&, const Volume<float>&);
+
+}  // namespace mirel

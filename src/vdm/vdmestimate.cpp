@@ -6,12 +6,14 @@
 #include <stdexcept>
 #include <string>
 
+#include "base/assertion.h"
 #include "numerics/distance.h"
 #include "numerics/volumegauss.h"
-#include "plugin/access/assertion.h"
 #include "vdm/simplevdmestimate.h"
 #include "vdm/trialsearch.h"
 #include "vdm/vdm.h"
+
+namespace mirel {
 
 namespace {
 
@@ -179,3 +181,5 @@ Volume<float> estimate_vdm(const Volume<float>& vol_ap, const Volume<float>& vol
       << (nrOfErrorsInVDM(vdm) == 0 ? "PASSED" : "some inconsistencies found") << std::flush;
   return vdm;
 }
+
+}  // namespace mirel

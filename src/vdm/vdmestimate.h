@@ -6,6 +6,8 @@
 
 #include "containers/volume.h"
 
+namespace mirel {
+
 /// The iterative estimate of a voxel displacement map from an AP and a PA image: the column-wise
 /// estimate, smoothed, then refined scale by scale by a local exhaustive search.
 ///
@@ -30,3 +32,5 @@ Volume<float> estimate_vdm(const Volume<float>& vol_ap, const Volume<float>& vol
                            const std::vector<Volume<float>>& patterns,
                            const std::vector<std::vector<float>>& amplitudes,
                            const std::vector<glm::dvec3>& sigmas, bool use_ic, std::ostream& log);
+
+}  // namespace mirel

@@ -4,9 +4,11 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "base/assertion.h"
 #include "files/filenames.h"
-#include "plugin/access/assertion.h"
-#include "plugin/access/ztaccess.h"
+#include "hostapi/ztaccess.h"
+
+namespace mirel {
 
 namespace {
 
@@ -76,3 +78,5 @@ std::string vdm_filename(const std::string& projectFileName) {
 std::string vdmderiv_filename(const std::string& projectFileName) {
   return addToFileName(replaceExtension(projectFileName, "map"), "_vdmderiv");
 }
+
+}  // namespace mirel

@@ -4,6 +4,8 @@
 
 #include "containers/volume.h"
 
+namespace mirel {
+
 /// Voxel displacement maps as ".map" files of the host. The host keeps the map of its current
 /// FMR and writes and reads the files; these functions hand volumes over and take them back.
 
@@ -25,3 +27,5 @@ std::string vdm_filename(const std::string& projectFileName);
 
 /// The same for the map's derivative: "/data/run1_vdmderiv.map".
 std::string vdmderiv_filename(const std::string& projectFileName);
+
+}  // namespace mirel

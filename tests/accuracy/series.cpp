@@ -7,10 +7,12 @@
 #include <stdexcept>
 
 #include "accuracy/measure.h"
-#include "correct/correction.h"
+#include "field/fieldhz.h"
+#include "field/series.h"
+#include "jobs/correctpair.h"
 #include "nifti/image.h"
-#include "series/field.h"
-#include "series/series.h"
+
+namespace mirel {
 
 namespace {
 
@@ -19,26 +21,25 @@ namespace fs = std::filesystem;
 struct Run {
   const char* name;
   std::string file, result;
-  series::PhaseEncodingDirection direction;
+  bids::PhaseEncodingDirection direction;
   double readoutSeconds;
 };
 
 class Measurement {
  public:
   explicit Measurement(const std::string& folder)
-      : measured(series::readField(folder + "/derived/sub-01_fieldmap_Hz.nii.gz")),
+      : measured(readField(folder + "/derived/sub-01_fieldmap_Hz.nii.gz")),
         inside(readPlaced(folder + "/derived/sub-01_approx_brainmask.nii.gz")) {}
 
   // How the mean of the first `count` volumes (0: all) agrees with the mean corrected by the
   // measured field: as it is, and as it was corrected.
   void print(const Run& run, int count, const char* what) const {
     const nifti::Header header = nifti::Reader(run.file).header();
-    const Volume<float> before = series::meanOfSeries(run.file, count);
-    const Volume<float> after = series::meanOfSeries(run.result, count);
-    const Volume<float> shift =
-        series::shiftVoxels(measured, header, run.direction, run.readoutSeconds);
+    const Volume<float> before = meanOfSeries(run.file, count);
+    const Volume<float> after = meanOfSeries(run.result, count);
+    const Volume<float> shift = shiftVoxels(measured, header, run.direction, run.readoutSeconds);
     const Volume<float> expected =
-        series::correctVolume(before, shift, run.direction.axis, series::Modulation::off);
+        correctVolume(before, shift, run.direction.axis, Modulation::off);
     const Mask brain = eroded(maskAbove(resampledTo({before, header.affine()}, inside), 0.5), 1);
     std::printf("| %s, %s | %d | %.3f | %.3f |\n", run.name, what, header.volumes,
                 correlation(before, expected, brain), correlation(after, expected, brain));
@@ -61,7 +62,7 @@ class Measurement {
   }
 
  private:
-  series::FieldHz measured;
+  FieldHz measured;
   Placed inside;
 };
 
@@ -85,7 +86,7 @@ class Scratch {
 
 void printSeriesAccuracy(const std::string& folder) {
   const Scratch scratch;
-  correct::CorrectionOptions options;
+  CorrectionOptions options;
   options.a.file = folder + "/dwi/sub-01_dir-AP_b0.nii.gz";
   options.b.file = folder + "/dwi/sub-01_dir-PA_b0.nii.gz";
   options.outputFolder = scratch.path;
@@ -97,8 +98,7 @@ void printSeriesAccuracy(const std::string& folder) {
     options.series.back().file = file;
   }
   const auto start = std::chrono::steady_clock::now();
-  const correct::CorrectionReport report =
-      correct::correctAll(options, [](const std::string&, double) {});
+  const CorrectionReport report = correctAll(options, [](const std::string&, double) {});
   std::printf("series: the whole job took %.1f s\n",
               std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
   const char* names[] = {"diffusion AP", "diffusion PA", "BOLD"};
@@ -106,7 +106,7 @@ void printSeriesAccuracy(const std::string& folder) {
   std::printf("| series | volumes | as it came | corrected |\n|---|---|---|---|\n");
   std::vector<Run> runs;
   for (std::size_t s = 0; s < report.series.size(); ++s) {
-    const correct::SeriesResult& result = report.series[s];
+    const SeriesResult& result = report.series[s];
     runs.push_back({names[s], result.file, scratch.path + "/" + result.output, result.direction,
                     result.readout->seconds});
     if (s < 2) measurement.print(runs[s], 1, "b=0");
@@ -114,3 +114,5 @@ void printSeriesAccuracy(const std::string& folder) {
   }
   measurement.printPairs(runs[0], runs[1]);
 }
+
+}  // namespace mirel

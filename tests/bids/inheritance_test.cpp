@@ -4,7 +4,9 @@
 
 #include <filesystem>
 
-#include "nifti/niftifiles.h"
+#include "support/niftifiles.h"
+
+namespace mirel {
 
 using namespace niftifiles;
 using testing::AllOf;
@@ -151,7 +153,7 @@ TEST_F(Dataset, nearerFilesOverrideFieldByField) {
                               R"({"PhaseEncodingDirection": "j-", "SliceTiming": [2]})");
   const auto sidecar = bids::findSidecar(image);
   ASSERT_TRUE(sidecar);
-  EXPECT_EQ(series::nameOf(*sidecar->phaseEncoding()), "j-");
+  EXPECT_EQ(nameOf(*sidecar->phaseEncoding()), "j-");
   EXPECT_EQ(sidecar->phaseEncodingFile(), own);
   const auto readout = sidecar->readout(65);
   EXPECT_EQ(readout->seconds, 0.05);
@@ -189,3 +191,5 @@ TEST_F(Dataset, aContradictionBetweenTwoFilesNamesBoth) {
                 ": its TotalReadoutTime is 0.05 s, but the latter's EffectiveEchoSpacing times "
                 "(lines - 1) is 0.064 s; the TotalReadoutTime is taken");
 }
+
+}  // namespace mirel

@@ -4,9 +4,11 @@
 #include <fstream>
 
 #include "cli/program.h"
+#include "files/mapfile.h"
 #include "files/mydmr.h"
 #include "files/myfmr.h"
-#include "host/mapfile.h"
+
+namespace mirel {
 
 namespace {
 
@@ -154,3 +156,5 @@ TEST_F(ApplyCommand, aCopyThatCannotBeWrittenIsReported) {
 }
 
 }  // namespace
+
+}  // namespace mirel

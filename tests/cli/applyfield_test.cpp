@@ -5,9 +5,11 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/program.h"
-#include "series/field.h"
-#include "series/series.h"
-#include "series/seriesfiles.h"
+#include "field/fieldhz.h"
+#include "field/series.h"
+#include "field/seriesfiles.h"
+
+namespace mirel {
 
 // "mirel apply --field" as a user runs it.
 
@@ -28,10 +30,9 @@ class ApplyField : public testing::Test {
   void SetUp() override {
     header.type = nifti::DataType::int16;
     writeImage(run, header, [](int t) { return smoothImage(dims, t); });
-    const series::Grid fieldGrid{{14, 14, 12}, affineOf({4, 5, 5}, -5, {-45, -60, -20})};
+    const Grid fieldGrid{{14, 14, 12}, affineOf({4, 5, 5}, -5, {-45, -60, -20})};
     const Volume<float> hz = sampled(fieldGrid, [](glm::dvec3 mm) { return 20 + 1.5 * mm.x; });
-    series::writeField({hz, fieldGrid.affine, "f"}, headerOf(fieldGrid.dims, fieldGrid.affine),
-                       field);
+    writeField({hz, fieldGrid.affine, "f"}, headerOf(fieldGrid.dims, fieldGrid.affine), field);
     sidecar("j-", 0.05);
   }
 
@@ -48,13 +49,12 @@ class ApplyField : public testing::Test {
     return runMirel(arguments);
   }
 
-  Volume<float> expected(int t, series::PhaseEncodingDirection direction, double readout,
-                         series::Modulation modulation = series::Modulation::off) const {
+  Volume<float> expected(int t, bids::PhaseEncodingDirection direction, double readout,
+                         Modulation modulation = Modulation::off) const {
     nifti::Reader image(run);
-    return series::correctVolume(
-        image.readVolume(t),
-        series::shiftVoxels(series::readField(field), image.header(), direction, readout),
-        direction.axis, modulation);
+    return correctVolume(image.readVolume(t),
+                         shiftVoxels(readField(field), image.header(), direction, readout),
+                         direction.axis, modulation);
   }
 
   TempFolder folder;
@@ -100,7 +100,7 @@ TEST_F(ApplyField, optionsComeBeforeTheSidecar) {
             0);
   nifti::Reader image(corrected);
   EXPECT_EQ(image.header().type, nifti::DataType::float32);
-  EXPECT_TRUE(image.readVolume(1) == expected(1, {2, 1}, 0.03, series::Modulation::on));
+  EXPECT_TRUE(image.readVolume(1) == expected(1, {2, 1}, 0.03, Modulation::on));
 }
 
 TEST_F(ApplyField, sidecarsHigherUpInTheDatasetCountToo) {
@@ -170,9 +170,9 @@ TEST_F(ApplyField, aWrongSignIsToldLoudlyAndNamesTheSidecar) {
 }
 
 TEST_F(ApplyField, aHeadThatSticksOutOfTheFieldIsDoubted) {
-  const series::Grid part{{14, 14, 3}, affineOf({4, 5, 5}, -5, {-45, -60, 10})};
-  series::writeField({Volume<float>(part.dims, 5.0f), part.affine, "f"},
-                     headerOf(part.dims, part.affine), field);
+  const Grid part{{14, 14, 3}, affineOf({4, 5, 5}, -5, {-45, -60, 10})};
+  writeField({Volume<float>(part.dims, 5.0f), part.affine, "f"}, headerOf(part.dims, part.affine),
+             field);
   const ProgramResult result = apply({"-o", out, "--quiet"});
   EXPECT_EQ(result.status, 0);
   EXPECT_THAT(result.err,
@@ -206,10 +206,10 @@ TEST_F(ApplyField, faultsAreOneSentenceAndLeaveNothing) {
   refused(apply({"-o", out}, folder.file("none.nii")), "none.nii does not exist");
   refused(apply({"-o", out, "--sidecar", folder.file("text.json")}), "is not valid JSON");
   refused(apply({"-o", run}), "overwrite");
-  const series::Grid far{{3, 3, 3}, affineOf({4, 4, 4}, 0, {500, 0, 0})};
+  const Grid far{{3, 3, 3}, affineOf({4, 4, 4}, 0, {500, 0, 0})};
   const std::string elsewhere = out + ".nii";
-  series::writeField({Volume<float>(far.dims, 5.0f), far.affine, "f"},
-                     headerOf(far.dims, far.affine), elsewhere);
+  writeField({Volume<float>(far.dims, 5.0f), far.affine, "f"}, headerOf(far.dims, far.affine),
+             elsewhere);
   const ProgramResult lost = runMirel({"apply", "--field", elsewhere, run, "-o", out});
   std::filesystem::remove(elsewhere);
   refused(lost, "have no place in common");
@@ -233,3 +233,5 @@ TEST_F(ApplyField, usageMistakesHaveTheirOwnStatus) {
 }
 
 }  // namespace
+
+}  // namespace mirel

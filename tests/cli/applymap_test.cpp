@@ -5,10 +5,12 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/program.h"
+#include "field/corrector.h"
+#include "field/seriesfiles.h"
+#include "files/mapfile.h"
 #include "files/myfmr.h"
-#include "host/mapfile.h"
-#include "series/correct.h"
-#include "series/seriesfiles.h"
+
+namespace mirel {
 
 // "mirel apply --vdm" on NIfTI images.
 
@@ -71,9 +73,8 @@ TEST_F(ApplyMap, takesTheOptionsForImages) {
       apply({run, "-o", out, "--modulate", "--warp", "--threads", "2", "--reference", run});
   ASSERT_EQ(result.status, 0) << result.err;
   EXPECT_THAT(result.err, HasSubstr("3 volumes, displaced along j by " + vdm));
-  EXPECT_TRUE(
-      nifti::Reader(corrected).readVolume(1) ==
-      series::correctVolume(smoothImage(dims, 1), smoothShift(dims), 1, series::Modulation::on));
+  EXPECT_TRUE(nifti::Reader(corrected).readVolume(1) ==
+              correctVolume(smoothImage(dims, 1), smoothShift(dims), 1, Modulation::on));
   EXPECT_TRUE(std::filesystem::exists(out + "/sub-1_desc-warp_xfm.nii.gz"));
   const json record = json::parse(niftifiles::readText(out + "/sub-1_desc-corrected_bold.json"));
   EXPECT_EQ(record["Sources"], json({run, vdm}));
@@ -147,3 +148,5 @@ TEST_F(ApplyMap, usageMistakesHaveTheirOwnStatus) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -4,6 +4,8 @@
 
 #include "cli/program.h"
 
+namespace mirel {
+
 namespace {
 
 using testing::HasSubstr;
@@ -49,3 +51,5 @@ TEST(CheckCommand, impossibleNamesAreRefused) {
 }
 
 }  // namespace
+
+}  // namespace mirel

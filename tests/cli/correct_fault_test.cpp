@@ -11,7 +11,9 @@
 
 #include "cli/correctpair.h"
 #include "nifti/image.h"
-#include "nifti/niftifiles.h"
+#include "support/niftifiles.h"
+
+namespace mirel {
 
 // What "mirel correct" does with bad input: one sentence, status 1 and no output.
 
@@ -258,3 +260,5 @@ TEST_F(CorrectFaults, anInterruptLeavesNothing) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -6,8 +6,10 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/correctpair.h"
-#include "host/mapfile.h"
+#include "files/mapfile.h"
 #include "nifti/image.h"
+
+namespace mirel {
 
 // "mirel correct" as a user runs it: what it writes and what it says.
 
@@ -365,3 +367,5 @@ TEST_F(CorrectCommand, twoVolumesOfOneFile) {
 }
 
 }  // namespace
+
+}  // namespace mirel

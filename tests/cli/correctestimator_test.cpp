@@ -6,6 +6,8 @@
 
 #include "cli/correctpair.h"
 
+namespace mirel {
+
 // By which method "mirel correct" estimates, and what it says of the head's motion.
 
 namespace {
@@ -180,3 +182,5 @@ TEST_F(CorrectMovedHead, theAxesAreThoseOfTheImageWhenXIsEncoded) {
 }
 
 }  // namespace
+
+}  // namespace mirel

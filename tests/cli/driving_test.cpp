@@ -2,7 +2,9 @@
 #include <gmock/gmock.h>
 
 #include "cli/program.h"
-#include "host/mapfile.h"
+#include "files/mapfile.h"
+
+namespace mirel {
 
 namespace {
 
@@ -100,3 +102,5 @@ TEST(Driving, aPluginThatRefusesIsNotExecuted) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -5,9 +5,11 @@
 #include <fstream>
 
 #include "cli/program.h"
+#include "files/mapfile.h"
 #include "files/mydmr.h"
 #include "files/myfmr.h"
-#include "host/mapfile.h"
+
+namespace mirel {
 
 namespace {
 
@@ -209,3 +211,5 @@ TEST_F(EstimateCommand, inputsStayAsTheyAre) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -6,11 +6,13 @@
 #include <utility>
 
 #include "cli/program.h"
+#include "files/mapfile.h"
 #include "files/myfmr.h"
-#include "host/mapfile.h"
 #include "masspreserving/masspreserving.h"
 #include "numerics/volumegauss.h"
 #include "vdm/vdm.h"
+
+namespace mirel {
 
 // "mirel estimate --estimator mass-preserving" on projects.
 
@@ -198,3 +200,5 @@ TEST_F(EstimateMassPreserving, theSearchIsTheDefault) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -4,9 +4,11 @@
 #include <filesystem>
 
 #include "cli/program.h"
-#include "host/mapfile.h"
-#include "series/field.h"
-#include "series/seriesfiles.h"
+#include "field/fieldhz.h"
+#include "field/seriesfiles.h"
+#include "files/mapfile.h"
+
+namespace mirel {
 
 // "mirel field" as a user runs it.
 
@@ -47,7 +49,7 @@ TEST_F(FieldCommand, aMapBecomesHz) {
   const ProgramResult result = toField({"--pe", "j-", "--readout", "0.05"});
   ASSERT_EQ(result.status, 0) << result.err;
   EXPECT_EQ(result.out, field + "\n");
-  const series::FieldHz written = series::readField(field);
+  const FieldHz written = readField(field);
   EXPECT_NEAR(written.hz.at(2, 3, 1), smoothShift(dims).at(2, 3, 1) / -0.05f, 1e-4);
   EXPECT_EQ(written.affine, nifti::Reader(reference).header().affine());
   EXPECT_EQ(nifti::Reader(field).header().type, nifti::DataType::float32);
@@ -84,7 +86,7 @@ TEST_F(FieldCommand, theSidecarOfTheReferenceIsUsed) {
                         R"({"PhaseEncodingDirection": "j", "EffectiveEchoSpacing": 0.01})");
   ASSERT_EQ(toField({}).status, 0);
   // Six lines: five spacings.
-  EXPECT_NEAR(series::readField(field).hz.at(2, 3, 1), smoothShift(dims).at(2, 3, 1) / 0.05f, 1e-4);
+  EXPECT_NEAR(readField(field).hz.at(2, 3, 1), smoothShift(dims).at(2, 3, 1) / 0.05f, 1e-4);
 }
 
 TEST_F(FieldCommand, sidecarsHigherUpInTheDatasetCountToo) {
@@ -97,7 +99,7 @@ TEST_F(FieldCommand, sidecarsHigherUpInTheDatasetCountToo) {
   const ProgramResult result =
       runMirel({"field", "--from-map", mapFile, "--reference", image, "-o", field});
   ASSERT_EQ(result.status, 0) << result.err;
-  EXPECT_NEAR(series::readField(field).hz.at(2, 3, 1), smoothShift(dims).at(2, 3, 1) / 0.05f, 1e-4);
+  EXPECT_NEAR(readField(field).hz.at(2, 3, 1), smoothShift(dims).at(2, 3, 1) / 0.05f, 1e-4);
 }
 
 TEST_F(FieldCommand, faultsAreOneSentenceAndLeaveNothing) {
@@ -143,3 +145,5 @@ TEST_F(FieldCommand, oneOfBothWaysIsNamed) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -7,6 +7,8 @@
 
 #include "cli/program.h"
 
+namespace mirel {
+
 // The commands of docs/first-hour.md, and after them those of docs/from-other-tools.md, do what the
 // texts say.
 
@@ -57,3 +59,5 @@ TEST(FirstHour, everyCommandWorksInTheOrderOfTheText) {
   }
   EXPECT_THAT(last.out, testing::HasSubstr("correlation 1.0000"));
 }
+
+}  // namespace mirel

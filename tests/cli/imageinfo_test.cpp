@@ -5,8 +5,10 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/program.h"
-#include "series/seriesfiles.h"
-#include "series/warp.h"
+#include "field/seriesfiles.h"
+#include "field/warp.h"
+
+namespace mirel {
 
 // "mirel info" on NIfTI images.
 
@@ -83,7 +85,7 @@ TEST_F(ImageInfo, tellsAboutADisplacementFieldOfThreeComponents) {
   Volume<float> shift(dims, 0.0f);
   shift.at(1, 2, 1) = 2.0f;
   const nifti::Header grid = headerOf(dims, affineOf({3, 3, 4}));
-  series::writeWarpLps(shift, grid, 1, warp);
+  writeWarpLps(shift, grid, 1, warp);
   const ProgramResult result = runMirel({"info", "--json", warp});
   ASSERT_EQ(result.status, 0) << result.err;
   const json report = json::parse(result.out);
@@ -96,7 +98,7 @@ TEST_F(ImageInfo, tellsAboutADisplacementFieldOfThreeComponents) {
   EXPECT_EQ(report["warnings"], json::array());
   // Cut off within the last component.
   const std::string plain = folder.file("warp.nii");
-  series::writeWarpLps(shift, grid, 1, plain);
+  writeWarpLps(shift, grid, 1, plain);
   std::filesystem::resize_file(plain, std::filesystem::file_size(plain) - 4);
   EXPECT_THAT(runMirel({"info", plain}).err, HasSubstr("warp.nii is truncated"));
 }
@@ -125,3 +127,5 @@ TEST_F(ImageInfo, whatIsNoImageIsRefused) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -4,7 +4,9 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/program.h"
-#include "host/mapfile.h"
+#include "files/mapfile.h"
+
+namespace mirel {
 
 namespace {
 
@@ -87,3 +89,5 @@ TEST(InfoCommand, needsNoPlugin) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -6,6 +6,8 @@
 
 #include "cli/program.h"
 
+namespace mirel {
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -69,3 +71,5 @@ TEST_F(FindingThePlugin, filesThatAreNoPluginAreRefusedByName) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+namespace mirel {
+
 TEST(ProgressBar, theLineTellsStagePercentageAndTimeLeft) {
   EXPECT_EQ(ProgressBar::line("Estimating", 0.25, 10, 80),
             "[######------------------]  25 %  0:30 left  Estimating");
@@ -39,3 +41,5 @@ TEST(ProgressBar, onATerminalTheLineIsRedrawnAndWiped) {
   EXPECT_THAT(drawn, testing::EndsWith("\r\033[K"));
   EXPECT_EQ(drawn.find('\n'), std::string::npos);
 }
+
+}  // namespace mirel

@@ -4,6 +4,8 @@
 
 #include "cli/program.h"
 
+namespace mirel {
+
 namespace {
 
 using testing::HasSubstr;
@@ -57,3 +59,5 @@ TEST(SelectCommand, aProjectThatCannotBeReadFails) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -11,6 +11,8 @@
 
 #include "cli/program.h"
 
+namespace mirel {
+
 namespace {
 
 std::string outputOf(const std::string& command) {
@@ -41,3 +43,5 @@ TEST(Symbols, theProgramExportsExactlyTheHostFunctionsOfItsOwnCode) {
 }
 
 }  // namespace
+
+}  // namespace mirel

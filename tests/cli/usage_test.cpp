@@ -2,6 +2,8 @@
 
 #include "cli/program.h"
 
+namespace mirel {
+
 namespace {
 
 using testing::HasSubstr;
@@ -49,3 +51,5 @@ TEST(Usage, aFullStandardOutputIsAFailure) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -4,6 +4,8 @@
 
 #include "files/tempdir.h"
 
+namespace mirel {
+
 namespace {
 
 class TextFile : public testing::Test {
@@ -206,3 +208,5 @@ TEST_F(TextFile, WhatIsWrittenIsReadBack) {
 }
 
 }  // namespace
+
+}  // namespace mirel

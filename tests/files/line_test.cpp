@@ -7,6 +7,8 @@
 #include <sstream>
 #include <type_traits>
 
+namespace mirel {
+
 namespace {
 
 /// A line whose label and value are `text`, read as a project reads it.
@@ -290,3 +292,5 @@ TEST(YesNo, AnUnsetLineWritesNothing) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -8,6 +8,8 @@
 #include "files/projects.h"
 #include "files/tempdir.h"
 
+namespace mirel {
+
 namespace {
 
 using projects::replaced;
@@ -263,3 +265,5 @@ TEST_F(Dmr, DataCutAnywhereLoadWithZerosAtTheEnd) {
 }
 
 }  // namespace
+
+}  // namespace mirel

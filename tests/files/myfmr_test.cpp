@@ -8,6 +8,8 @@
 #include "files/projects.h"
 #include "files/tempdir.h"
 
+namespace mirel {
+
 namespace {
 
 using projects::replaced;
@@ -185,3 +187,5 @@ TEST_F(Fmr, DataCutAnywhereLoadWithZerosAtTheEnd) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -9,6 +9,8 @@
 #include "files/ioerror.h"
 #include "files/projectkinds.h"
 
+namespace mirel {
+
 namespace {
 
 using projects::replaced;
@@ -277,3 +279,5 @@ TYPED_TEST(ProjectFilesOf, ARoundTripOfALargeProjectIsExact) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -11,6 +11,8 @@
 #include "files/projects.h"
 #include "files/tempdir.h"
 
+namespace mirel {
+
 /// What the two kinds of project have in common is tested on both: ProjectOf<Functional> and
 /// ProjectOf<Diffusion>.
 struct Functional {
@@ -61,3 +63,5 @@ using Kinds = testing::Types<Functional, Diffusion>;
 /// Every line that both kinds know, and one that neither does.
 inline const std::string commonHeader = "\n" + projects::mainBeginning + projects::mainEnd +
                                         projects::position + projects::trailer + "Ignored: 0\n";
+
+}  // namespace mirel

@@ -9,6 +9,8 @@
 #include <stdexcept>
 #include <string>
 
+namespace mirel {
+
 /// A directory of one test's own, removed with all that is in it.
 class TempDir {
  public:
@@ -57,3 +59,5 @@ std::string messageOf(Action action) {
   ADD_FAILURE() << "no exception";
   return "";
 }
+
+}  // namespace mirel

@@ -4,6 +4,8 @@
 
 #include <vector>
 
+namespace mirel {
+
 namespace {
 
 using testing::ElementsAre;
@@ -52,3 +54,5 @@ TEST(Console, withoutASinkLinesGoToStandardError) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -9,6 +9,8 @@
 #include "host/session.h"
 #include "support/projectfiles.h"
 
+namespace mirel {
+
 namespace {
 
 using testing::ElementsAre;
@@ -146,3 +148,5 @@ TEST_F(Exports, theTransformThereAndBackMultipliesByTheNumberOfValues) {
 }
 
 }  // namespace
+
+}  // namespace mirel

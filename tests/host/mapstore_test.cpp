@@ -5,9 +5,11 @@
 #include <cstring>
 #include <fstream>
 
-#include "host/hosterror.h"
-#include "host/mapfile.h"
+#include "base/error.h"
+#include "files/mapfile.h"
 #include "support/projectfiles.h"
+
+namespace mirel {
 
 namespace {
 
@@ -28,13 +30,13 @@ TEST(MapStore, createsAMapOfZerosWithTheCurrentDimensions) {
 
 TEST(MapStore, withoutAProjectThereIsNoMap) {
   MapStore store;
-  EXPECT_THROW(store.create(), HostError);
+  EXPECT_THROW(store.create(), Error);
   MapHeader header;
   header.dimX = 99;
   EXPECT_EQ(store.get(header), nullptr);
   EXPECT_EQ(header.dimX, 0);
-  EXPECT_THROW(store.setParameters(header), HostError);
-  EXPECT_THROW(store.save("nothing.map"), HostError);
+  EXPECT_THROW(store.setParameters(header), Error);
+  EXPECT_THROW(store.save("nothing.map"), Error);
 }
 
 TEST(MapStore, creatingAgainClearsTheMapBefore) {
@@ -104,7 +106,7 @@ TEST(MapStore, aFailedLoadLeavesNoMap) {
   MapStore store;
   store.setCurrentDimensions(2, 2, 1);
   store.create();
-  EXPECT_THROW(store.load(name), HostError);
+  EXPECT_THROW(store.load(name), Error);
   MapHeader header;
   EXPECT_EQ(store.get(header), nullptr);
 }
@@ -117,7 +119,7 @@ TEST(MapStore, aMapOfOtherDimensionsIsNotLoaded) {
   store.create();
   store.save(name);
   store.setCurrentDimensions(3, 2, 1);
-  EXPECT_THROW(store.load(name), HostError);
+  EXPECT_THROW(store.load(name), Error);
   MapHeader header;
   EXPECT_EQ(store.get(header), nullptr);
 }
@@ -132,3 +134,5 @@ TEST(MapStore, anotherProjectTakesTheMapAway) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -5,9 +5,12 @@
 #include <filesystem>
 #include <fstream>
 
+#include "base/error.h"
+#include "base/samefile.h"
 #include "files/filenames.h"
-#include "host/hosterror.h"
 #include "support/projectfiles.h"
+
+namespace mirel {
 
 namespace {
 
@@ -26,7 +29,7 @@ template <typename Action>
 std::string refusal(Action action) {
   try {
     action();
-  } catch (const HostError& failure) {
+  } catch (const Error& failure) {
     return failure.what();
   }
   return "";
@@ -110,9 +113,11 @@ TEST(ExpectedOutputs, refuseImpossiblePlaces) {
   const TemporaryFolder folder;
   std::filesystem::create_directory(folder.file("taken"));
   ExpectedOutputs outputs;
-  EXPECT_THROW(outputs.add(folder.file("none/file")), HostError);
-  EXPECT_THROW(outputs.add(folder.file("taken")), HostError);
+  EXPECT_THROW(outputs.add(folder.file("none/file")), Error);
+  EXPECT_THROW(outputs.add(folder.file("taken")), Error);
   EXPECT_THAT(outputs.names(), IsEmpty());
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -4,7 +4,9 @@
 
 #include <vector>
 
-#include "host/hosterror.h"
+#include "base/error.h"
+
+namespace mirel {
 
 namespace {
 
@@ -23,7 +25,7 @@ TEST(ParameterStore, keepsTextsAndIntegersByName) {
 TEST(ParameterStore, aTextOf511BytesIsTheLongest) {
   ParameterStore store;
   store.setText("files", std::string(511, 'a'));
-  EXPECT_THROW(store.setText("files", std::string(512, 'b')), HostError);
+  EXPECT_THROW(store.setText("files", std::string(512, 'b')), Error);
   EXPECT_EQ(store.text("files"), std::string(511, 'a'));
 }
 
@@ -38,3 +40,5 @@ TEST(TextBuffer, never512BytesOfTextAreWritten) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -10,6 +10,8 @@
 #include <string>
 #include <thread>
 
+namespace mirel {
+
 namespace {
 
 using namespace std::chrono_literals;
@@ -112,3 +114,5 @@ TEST(SpinnerOnAPipe, writesNothing) {
 }
 
 }  // namespace
+
+}  // namespace mirel

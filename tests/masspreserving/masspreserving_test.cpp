@@ -8,6 +8,8 @@
 
 #include "masspreserving/testdata.h"
 
+namespace mirel {
+
 namespace {
 
 bool isFinite(const Volume<float>& volume) {
@@ -116,3 +118,5 @@ TEST(MassPreserving, reportsEachStepAndStopsWhenTold) {
 }
 
 }  // namespace
+
+}  // namespace mirel

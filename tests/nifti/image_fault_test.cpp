@@ -1,9 +1,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "nifti/error.h"
+#include "base/error.h"
 #include "nifti/image.h"
-#include "nifti/niftifiles.h"
+#include "support/niftifiles.h"
+
+namespace mirel {
 
 using namespace niftifiles;
 using testing::AllOf;
@@ -90,7 +92,7 @@ TEST(ImageFaults, CompressedFileWithAFlippedByteIsNeverReadAsAnother) {
     try {
       // A flip can be without effect: zeros copied from another place are zeros.
       ASSERT_TRUE(nifti::Reader(name).readVolume(2) == right) << "byte " << n;
-    } catch (const nifti::Error&) {
+    } catch (const Error&) {
       refused++;
     }
   }
@@ -232,3 +234,5 @@ TEST(ImageFaults, TheLibraryIsSilent) {
   readFailure(bytesOf(raw), false);
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
+
+}  // namespace mirel

@@ -5,7 +5,9 @@
 #include <numeric>
 
 #include "nifti/image.h"
-#include "nifti/niftifiles.h"
+#include "support/niftifiles.h"
+
+namespace mirel {
 
 using namespace niftifiles;
 using nifti::DataType;
@@ -232,3 +234,5 @@ TEST(ImageRead, BadVoxelSizesReadAsOne) {
   raw.data = samples(valuesOf<std::int16_t>(24));
   EXPECT_EQ(nifti::Reader(write(folder, raw, false)).header().voxelSizeMm, glm::dvec3(1, 1, 4));
 }
+
+}  // namespace mirel

@@ -3,10 +3,12 @@
 
 #include <cmath>
 
-#include "nifti/error.h"
+#include "base/error.h"
 #include "nifti/image.h"
-#include "nifti/niftifiles.h"
 #include "nifti/samples.h"
+#include "support/niftifiles.h"
+
+namespace mirel {
 
 using namespace niftifiles;
 using nifti::DataType;
@@ -199,3 +201,5 @@ TEST(ImageWrite, AFullDiskIsReportedAndLeavesNothing) {
     EXPECT_THAT(folder.names(), testing::IsEmpty());
   }
 }
+
+}  // namespace mirel

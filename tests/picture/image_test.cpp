@@ -7,6 +7,8 @@
 
 #include "picture/font.h"
 
+namespace mirel {
+
 namespace {
 
 constexpr Colour red{255, 0, 0}, blue{0, 0, 255}, black{0, 0, 0};
@@ -77,3 +79,5 @@ TEST(Font, LettersAndDigitsDifferAndSmallLettersAreCapitals) {
 }
 
 }  // namespace
+
+}  // namespace mirel

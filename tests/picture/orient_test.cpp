@@ -4,6 +4,8 @@
 
 #include <limits>
 
+namespace mirel {
+
 namespace {
 
 glm::dmat4 columns(glm::dvec3 i, glm::dvec3 j, glm::dvec3 k) {
@@ -53,3 +55,5 @@ TEST(Turned, PutsVoxelsAndSizesWhereTheAxesSay) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -8,6 +8,8 @@
 
 #include "picture/image.h"
 
+namespace mirel {
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -89,3 +91,5 @@ TEST_F(PngTest, NamesAFileThatCannotBeWritten) {
 }
 
 }  // namespace
+
+}  // namespace mirel

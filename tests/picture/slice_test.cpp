@@ -5,6 +5,8 @@
 #include <limits>
 #include <stdexcept>
 
+namespace mirel {
+
 namespace {
 
 constexpr float nan = std::numeric_limits<float>::quiet_NaN();
@@ -159,3 +161,5 @@ TEST(SideBySide, LabelsStayAboveTheirPanel) {
 }
 
 }  // namespace
+
+}  // namespace mirel

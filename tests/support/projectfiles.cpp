@@ -7,6 +7,8 @@
 #include <sstream>
 #include <stdexcept>
 
+namespace mirel {
+
 namespace fs = std::filesystem;
 
 TemporaryFolder::TemporaryFolder() {
@@ -77,3 +79,5 @@ std::string textOf(const std::string& fileName) {
 }
 
 bool fileExists(const std::string& fileName) { return fs::exists(fileName); }
+
+}  // namespace mirel

@@ -5,6 +5,8 @@
 
 #include "containers/volume.h"
 
+namespace mirel {
+
 /// A folder that exists for one test and goes with it.
 class TemporaryFolder {
  public:
@@ -40,3 +42,5 @@ void writeDmr(const std::string& fileName, const ProjectSketch& sketch);
 
 std::string textOf(const std::string& fileName);
 bool fileExists(const std::string& fileName);
+
+}  // namespace mirel

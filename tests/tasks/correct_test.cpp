@@ -4,6 +4,8 @@
 
 #include "support/projectfiles.h"
 
+namespace mirel {
+
 namespace {
 
 const char* withReference = "LoadAMRFile: \"anatomy.amr\"\nShowAMRFile: 1\n";
@@ -67,3 +69,5 @@ TEST(CorrectFmr, WithRllrTakesAMapOfTheTransposedDimensions) {
   EXPECT_EQ(copy.stcData[0].dimensions(), glm::ivec3(6, 8, 4));
   EXPECT_THROW(correct_fmr(Volume<float>(6, 8, 4, 0.0f), fmr, true), std::logic_error);
 }
+
+}  // namespace mirel

@@ -9,6 +9,8 @@
 #include "vdm/vdm.h"
 #include "vdm/vdmmap.h"
 
+namespace mirel {
+
 using testing::ElementsAre;
 
 namespace {
@@ -278,3 +280,5 @@ TEST(MapNames, CutAtTheLastDotOfTheWholeName) {
   EXPECT_EQ(vdm_filename("run1"), "run1_vdm.map");
   EXPECT_EQ(vdm_filename("/data.old/run1"), "/data_vdm.map");
 }
+
+}  // namespace mirel

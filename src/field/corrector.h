@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstdint>
+
+#include "containers/volume.h"
+
+/// Correction of single volumes along any axis. The engine resamples along y; for phase encoding
+/// along i or k that axis is exchanged with j on the way in and on the way out.
+namespace mirel {
+
+/// Exchanges `axis` (0, 1, 2) with axis 1: for 1 a copy. Its own inverse.
+Volume<float> exchangedWithY(const Volume<float>& volume, int axis);
+/// The same into `result`, whose storage is used again when the element count fits.
+void exchangeWithY(const Volume<float>& volume, int axis, Volume<float>& result);
+
+/// 1 + d shift/dy: half the difference of both neighbours, at the first and last row the whole
+/// difference to the only one; 1 where there is one row. Negative values (the map folds there:
+/// no image corresponds to it) count as 0.
+///
+/// The shift runs along y. @param folded  the number of voxels that were negative.
+Volume<float> jacobianAlongY(const Volume<float>& shift, std::int64_t* folded = nullptr);
+
+/// Whether intensities are multiplied by the Jacobian.
+enum class Modulation { off, on };
+
+/// What all volumes of a series have in common: the map and, with modulation, its Jacobian,
+/// with the phase-encoding axis as y. Workers share one object.
+class Corrector {
+ public:
+  /// `shift` has the image's dimensions; voxels along `axis`, applied forward.
+  Corrector(const Volume<float>& shift, int axis, Modulation modulation);
+
+  /// Memory of one worker, used again from volume to volume.
+  struct Scratch {
+    Volume<float> in, out;
+  };
+
+  /// result(y) = image(y + shift(y)) [* Jacobian(y)], by the engine's cubic spline along the
+  /// axis: values decay to 0 within two voxels beyond the borders. Voxels of `image` that are not
+  /// finite must have been replaced. Throws std::logic_error for other dimensions.
+  void correct(const Volume<float>& image, Volume<float>& result, Scratch& scratch) const;
+
+  std::int64_t foldedVoxels() const { return folded; }
+
+ private:
+  int axis;
+  Volume<float> shift;
+  Volume<float> jacobian;
+  std::int64_t folded = 0;
+};
+
+/// One volume, the same bits as a series of it.
+Volume<float> correctVolume(const Volume<float>& image, const Volume<float>& shift, int axis,
+                            Modulation modulation);
+
+}  // namespace mirel

@@ -1,0 +1,245 @@
+#include "pair/pairestimate.h"
+
+#include <algorithm>
+#include <cmath>
+#include <stdexcept>
+
+#include "masspreserving/masspreserving.h"
+#include "pair/estimatelog.h"
+#include "pair/foreground.h"
+#include "vdm/vdm.h"
+
+namespace mirel {
+
+namespace {
+
+constexpr double nearlyNothing = 0.01, nearlyEverything = 0.9;
+/// Correlations that differ by less say nothing.
+constexpr double decisive = 0.01;
+
+std::string text(const char* format, double value) {
+  char buffer[40];
+  std::snprintf(buffer, sizeof buffer, format, value);
+  return buffer;
+}
+
+// Both images with the phase-encoding axis as y.
+struct Frame {
+  Volume<float> first, second;
+  glm::dvec3 voxelMm;
+
+  Frame(const PairInput& pair, int axis)
+      : first(exchangedWithY(pair.a.image, axis)),
+        second(exchangedWithY(pair.b.image, axis)),
+        voxelMm(projectVoxelSize(pair.a.header)) {
+    std::swap(voxelMm[axis], voxelMm[1]);
+  }
+  Frame scaled(float factor) const {
+    Frame result = *this;
+    result.first *= factor;
+    result.second *= factor;
+    return result;
+  }
+};
+
+double correlation(const Volume<float>& a, const Volume<float>& b, const Volume<float>& mask) {
+  double n = 0, sa = 0, sb = 0, saa = 0, sbb = 0, sab = 0;
+  for (int i = 0; i < mask.size(); ++i) {
+    if (mask.data()[i] == 0.0f) continue;
+    const double p = static_cast<double>(a.data()[i]), q = static_cast<double>(b.data()[i]);
+    n += 1;
+    sa += p;
+    sb += q;
+    saa += p * p;
+    sbb += q * q;
+    sab += p * q;
+  }
+  const double variance = (n * saa - sa * sa) * (n * sbb - sb * sb);
+  return variance > 0 ? (n * sab - sa * sb) / std::sqrt(variance) : 0;
+}
+
+Volume<float> headMask(const Volume<float>& mean, double threshold) {
+  Volume<float> mask(mean.dimensions());
+  std::transform(mean.data(), mean.data() + mean.size(), mask.data(),
+                 [threshold](float v) { return static_cast<double>(v) > threshold ? 1.0f : 0.0f; });
+  return mask;
+}
+
+double agreementThrough(const Frame& frame, const Volume<float>& map, const Volume<float>& mask) {
+  return correlation(applyVdm(map, frame.first, false, true),
+                     applyVdm(map * -1.0f, frame.second, false, true), mask);
+}
+
+void requireUsable(const Volume<float>& map) {
+  const bool finite =
+      std::all_of(map.data(), map.data() + map.size(), [](float v) { return std::isfinite(v); });
+  if (!finite)
+    throw std::runtime_error(
+        "the estimate failed: the map of displacements is not finite everywhere (are these two "
+        "images of one head?)");
+}
+
+// How far the mass-preserving estimate is. Its resolutions take about eight times as long each.
+double doneAt(const MassPreservingProgress& state) {
+  const double finished = std::pow(0.125, state.level);
+  return finished * (state.iteration + 1) / (state.iteration + 2);
+}
+
+MassPreservingResult massPreserving(const Frame& frame, bool motion, const Progress& progress) {
+  MassPreservingOptions options;
+  options.estimateMotion = motion;
+  // The coarse resolutions come a second time when motion is looked for.
+  double done = 0.0;
+  return estimateMassPreserving(frame.first, frame.second, frame.voxelMm, options,
+                                [&](const MassPreservingProgress& state) {
+                                  done = std::max(done, doneAt(state));
+                                  progress("Estimating", done);
+                                  return true;
+                                });
+}
+
+Volume<float> searchMap(const Frame& frame, const EstimateOptions& options,
+                        const Progress& progress) {
+  EstimateLog log(progress);
+  return estimatePair(frame.first, frame.second, frame.voxelMm, options, log);
+}
+
+// The map of the frame, whose second image is then that of an unmoved head.
+Volume<float> estimateIn(Frame& frame, int axis, const EstimateSettings& settings,
+                         PairEstimate& estimate, const Progress& progress) {
+  if (settings.estimator == Estimator::search) {
+    Volume<float> map = searchMap(frame.scaled(static_cast<float>(estimate.intensityScale)),
+                                  settings.search, progress);
+    requireUsable(map);
+    return map;
+  }
+  MassPreservingResult found = massPreserving(frame, settings.motion, progress);
+  requireUsable(found.shiftVoxels);
+  estimate.intensityRatio = found.scale;
+  if (!found.motion.isNone()) {
+    estimate.motion = found.motion.withExchanged(axis, 1);
+    frame.second = secondUnmoved(frame.second, frame.voxelMm, found.motion, found.shiftVoxels);
+  }
+  return std::move(found.shiftVoxels);
+}
+
+// The other in-plane axis, by which the stated one is judged; for phase encoding across the
+// slices it is j.
+int otherAxisOf(int axis) { return axis == 1 ? 0 : 1; }
+
+// A column-wise estimate along `axis` and how well the images agree then.
+double fastAgreement(const PairInput& pair, int axis, const PairEstimate& estimate,
+                     const Volume<float>& mask) {
+  const Frame frame = Frame(pair, axis).scaled(static_cast<float>(estimate.intensityScale));
+  std::ostringstream log;
+  const Volume<float> map =
+      estimatePair(frame.first, frame.second, frame.voxelMm, {.fast = true}, log);
+  const bool finite =
+      std::all_of(map.data(), map.data() + map.size(), [](float v) { return std::isfinite(v); });
+  return finite ? agreementThrough(frame, map, exchangedWithY(mask, axis)) : -1;
+}
+
+std::string sidecarsOf(const PairInput& pair) {
+  const auto source = [](const InputImage& image) {
+    return image.sidecarFiles.empty() || image.directionSource == "option"
+               ? "the direction given for " + image.options.file
+               : image.directionSource;
+  };
+  return source(pair.a) + " and " + source(pair.b);
+}
+
+void doubtForeground(const PairInput& pair, PairEstimate& estimate) {
+  const auto doubt = [&](const InputImage& image, double fraction) {
+    if (fraction > nearlyNothing && fraction < nearlyEverything) return;
+    estimate.warnings.push_back(
+        text("%.3g", 100 * fraction) + " % of the voxels of " + image.title() +
+        " exceed the intensity " + text("%.4g", estimate.threshold) +
+        ", which is to separate head from air: nearly " +
+        (fraction < 0.5 ? "nothing" : "everything") + " counts as head (see --intensity-scale)");
+  };
+  doubt(pair.a, estimate.foregroundA);
+  doubt(pair.b, estimate.foregroundB);
+}
+
+void doubtAgreement(const PairInput& pair, PairEstimate& estimate) {
+  const PairAgreement& found = estimate.agreement;
+  if (found.negated > found.after + decisive)
+    estimate.warnings.push_back(
+        "the opposite of the estimated map makes the images agree better (" +
+        text("%.3f", found.negated) + ") than the map itself (" + text("%.3f", found.after) +
+        "): do not trust this result");
+  else if (found.after < found.before)
+    estimate.warnings.push_back("the corrected images agree less (" + text("%.3f", found.after) +
+                                ") than the images as they came (" + text("%.3f", found.before) +
+                                "): do not trust this result");
+  if (found.fastAcross > found.fastAlongAxis + decisive)
+    estimate.warnings.push_back("CHECK THE AXIS in " + sidecarsOf(pair) + ": they say " +
+                                nameOf(pair.a.direction) + " and " + nameOf(pair.b.direction) +
+                                ", but the images differ as if phase encoding ran along " +
+                                bids::nameOf({found.otherAxis, 1}) +
+                                " (correlation of the pair after a quick estimate " +
+                                text("%.3f", found.fastAlongAxis) + " along the stated axis, " +
+                                text("%.3f", found.fastAcross) + " along the other)");
+}
+
+void chooseScale(const PairInput& pair, const EstimateSettings& settings, PairEstimate& estimate) {
+  const double threshold = headThreshold(meanOf(pair.a.image, pair.b.image));
+  estimate.intensityScale = settings.intensityScale;
+  if (settings.intensityScale <= 0) {
+    if (threshold <= 0)
+      throw std::runtime_error("head and air cannot be told apart in " + pair.a.title() + " and " +
+                               pair.b.title() + "; give a factor with --intensity-scale");
+    estimate.intensityScale = estimatorThreshold / threshold;
+  }
+  estimate.threshold = estimatorThreshold / estimate.intensityScale;
+  estimate.foregroundA = fractionAbove(pair.a.image, estimate.threshold);
+  estimate.foregroundB = fractionAbove(pair.b.image, estimate.threshold);
+}
+
+}  // namespace
+
+std::string nameOf(Estimator estimator) {
+  switch (estimator) {
+    case Estimator::massPreserving:
+      return "mass-preserving";
+    case Estimator::search:
+      break;
+  }
+  return "search";
+}
+
+PairEstimate estimatePairMap(const PairInput& pair, const EstimateSettings& settings,
+                             const Progress& progress) {
+  PairEstimate estimate;
+  estimate.estimator = settings.estimator;
+  chooseScale(pair, settings, estimate);
+  doubtForeground(pair, estimate);
+  progress("Estimating", 0.0);
+  const int axis = pair.axis();
+  Frame frame(pair, axis);
+  const Volume<float> map = estimateIn(frame, axis, settings, estimate, progress);
+  progress("Estimating", 1.0);
+  estimate.shift = exchangedWithY(map, axis);
+  estimate.correctedA = correctVolume(pair.a.image, estimate.shift, axis, settings.modulation);
+  estimate.correctedB = correctVolume(exchangedWithY(frame.second, axis), estimate.shift * -1.0f,
+                                      axis, settings.modulation);
+  estimate.mean = meanOf(estimate.correctedA, estimate.correctedB);
+
+  progress("Checking", 0.0);
+  const Volume<float> before = meanOf(pair.a.image, pair.b.image);
+  const Volume<float> head = headMask(before, std::max(headThreshold(before), 0.0));
+  const Volume<float> headInFrame = exchangedWithY(head, axis);
+  PairAgreement& agreement = estimate.agreement;
+  agreement.before = correlation(pair.a.image, pair.b.image, head);
+  agreement.after = agreementThrough(frame, map, headInFrame);
+  agreement.negated = agreementThrough(frame, map * -1.0f, headInFrame);
+  agreement.otherAxis = otherAxisOf(axis);
+  agreement.fastAlongAxis = fastAgreement(pair, axis, estimate, head);
+  progress("Checking", 0.5);
+  agreement.fastAcross = fastAgreement(pair, agreement.otherAxis, estimate, head);
+  progress("Checking", 1.0);
+  doubtAgreement(pair, estimate);
+  return estimate;
+}
+
+}  // namespace mirel

@@ -1,0 +1,127 @@
+#include "base/outputfile.h"
+
+#include <gmock/gmock.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include "base/error.h"
+#include "support/projectfiles.h"
+
+namespace mirel {
+
+namespace {
+
+int filesIn(const std::string& folder) {
+  int count = 0;
+  for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(folder)) ++count;
+  return count;
+}
+
+TEST(OutFile, appearsAtCommitAndNotBefore) {
+  const TemporaryFolder folder;
+  const std::string name = folder.file("result");
+  OutFile file(name);
+  file.write("abc", 3);
+  EXPECT_FALSE(fileExists(name));
+  file.commit();
+  EXPECT_EQ(textOf(name), "abc");
+  EXPECT_EQ(filesIn(folder.file("")), 1);
+}
+
+TEST(OutFile, withoutCommitTheFolderStaysAsItWas) {
+  const TemporaryFolder folder;
+  const std::string name = folder.file("result");
+  std::ofstream(name) << "earlier";
+  {
+    OutFile file(name);
+    file.write("abc", 3);
+  }
+  EXPECT_EQ(textOf(name), "earlier");
+  EXPECT_EQ(filesIn(folder.file("")), 1);
+}
+
+TEST(OutFile, missingFolderIsRefusedByName) {
+  const TemporaryFolder folder;
+  const std::string name = folder.file("none/result");
+  try {
+    OutFile file(name);
+    FAIL();
+  } catch (const Error& failure) {
+    EXPECT_THAT(failure.what(), testing::HasSubstr(name));
+  }
+}
+
+TEST(OutFile, aNameThatIsAFolderIsRefusedAndNothingIsLeftBehind) {
+  const TemporaryFolder folder;
+  std::filesystem::create_directory(folder.file("taken"));
+  EXPECT_THROW(OutFile(folder.file("taken")), Error);
+  EXPECT_EQ(filesIn(folder.file("")), 1);
+}
+
+TEST(OutFile, takesTheLongestFileName) {
+  const TemporaryFolder folder;
+  const std::string name = folder.file(std::string(255, 'n'));
+  OutFile file(name);
+  file.commit();
+  EXPECT_TRUE(fileExists(name));
+}
+
+/// Writes 5000 bytes where the system allows 1000, in a process of its own, and ends it: status 0
+/// when the failure was thrown and no file appeared.
+[[noreturn]] void writeBeyondTheLimit(const std::string& name) {
+  std::signal(SIGXFSZ, SIG_IGN);
+  const rlimit limit = {1000, 1000};
+  setrlimit(RLIMIT_FSIZE, &limit);
+  const std::string bytes(5000, 'x');
+  try {
+    OutFile file(name);
+    file.write(bytes.data(), bytes.size());
+    file.commit();
+  } catch (const Error&) {
+    std::_Exit(fileExists(name) ? 2 : 0);
+  }
+  std::_Exit(1);
+}
+
+// A full disk, as far as a test can have one.
+TEST(OutFile, aFailingWriteIsReportedAndLeavesNothing) {
+  const TemporaryFolder folder;
+  EXPECT_EXIT(writeBeyondTheLimit(folder.file("big")), testing::ExitedWithCode(0), "");
+  EXPECT_EQ(filesIn(folder.file("")), 0);
+}
+
+// Process numbers come again: what a killed run left behind is in nobody's way.
+TEST(OutFile, leftoversOfAnEarlierProcessAreNoObstacle) {
+  const TemporaryFolder folder;
+  const auto leftover = [&](int number) {
+    return folder.file(".mirel-" + std::to_string(getpid()) + "-" + std::to_string(number) +
+                       ".part");
+  };
+  for (int number = 0; number < 500; ++number)
+    if (number % 2 == 0)
+      std::ofstream(leftover(number)) << "x";
+    else
+      std::filesystem::create_directory(leftover(number));
+  {
+    OutFile file(folder.file("a"));
+    file.write("text");
+    file.commit();
+    OutFolder several(folder.file(""));
+    OutFile inside(several.path("b"));
+    inside.write("text");
+    inside.commit();
+    several.commit({"b"});
+  }
+  EXPECT_EQ(textOf(folder.file("a")), "text");
+  EXPECT_EQ(textOf(folder.file("b")), "text");
+  EXPECT_EQ(filesIn(folder.file("")), 502) << "nothing of an earlier process is touched";
+}
+
+}  // namespace
+
+}  // namespace mirel
