@@ -3,8 +3,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <fstream>
 
 #include "base/error.h"
+#include "base/progress.h"
 #include "base/samefile.h"
 
 namespace mirel {
@@ -63,6 +65,18 @@ bool OutputFolder::isThere(const std::string& name) const {
   return fs::exists(folder / name, ignored);
 }
 
+std::vector<std::string> OutputFolder::write(const std::function<void()>& work) {
+  open();
+  try {
+    work();
+    return commit();
+  } catch (const Cancelled&) {
+    throw;
+  } catch (const Error& error) {
+    throw Error(plain(error.what()), error.advice());
+  }
+}
+
 void OutputFolder::open() {
   std::error_code failure;
   fs::path path;
@@ -84,12 +98,21 @@ void OutputFolder::writeText(const std::string& name, const std::string& text) {
   file.commit();
 }
 
+void OutputFolder::copy(const std::string& file, const std::string& name) {
+  std::ifstream is(file, std::ios::binary);
+  const std::string content((std::istreambuf_iterator<char>(is)), std::istreambuf_iterator<char>());
+  if (!is) throw Error(file, "cannot be read");
+  writeText(name, content);
+}
+
+// Only now do the files have their names.
 std::vector<std::string> OutputFolder::commit() {
   const std::vector<std::string> paths = files->commit(names);
   committed = true;
   return paths;
 }
 
+// The message without the hidden folder in its file names.
 std::string OutputFolder::plain(const std::string& message) const {
   if (!files) return message;
   const std::string hidden = fs::path(files->path("x")).parent_path().string();

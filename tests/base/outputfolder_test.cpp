@@ -4,6 +4,8 @@
 
 #include <filesystem>
 
+#include "base/error.h"
+#include "base/progress.h"
 #include "support/niftifiles.h"
 
 namespace mirel {
@@ -20,22 +22,26 @@ TEST(OutputFolder, filesAppearAtTheEndInFoldersThatAreMade) {
     OutputFolder output(deep);
     output.announce("x.json", {});
     EXPECT_THAT(folder.names(), IsEmpty()) << "nothing is made before it is opened";
-    output.open();
-    output.writeText("x.json", "{}\n");
-    EXPECT_FALSE(std::filesystem::exists(deep + "/x.json"));
-    EXPECT_THAT(output.commit(), ElementsAre(deep + "/x.json"));
+    const std::vector<std::string> written = output.write([&] {
+      output.writeText("x.json", "{}\n");
+      EXPECT_FALSE(std::filesystem::exists(deep + "/x.json"));
+    });
+    EXPECT_THAT(written, ElementsAre(deep + "/x.json"));
   }
   EXPECT_EQ(readText(deep + "/x.json"), "{}\n");
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(deep), {}), 1);
 }
 
-TEST(OutputFolder, withoutCommitNothingStays) {
+TEST(OutputFolder, ofWorkThatFailsNothingStays) {
   TempFolder folder;
   {
     OutputFolder output(folder.file("a/b/"));
     output.announce("x", {});
-    output.open();
-    output.writeText("x", "text");
+    EXPECT_THROW(output.write([&] {
+      output.writeText("x", "text");
+      throw Cancelled();
+    }),
+                 Cancelled);
   }
   EXPECT_THAT(folder.names(), IsEmpty());
 }
@@ -46,8 +52,11 @@ TEST(OutputFolder, aFolderThatWasThereStaysAndKeepsItsFiles) {
   {
     OutputFolder output(folder.file(""));
     output.announce("old", {});
-    output.open();
-    output.writeText("old", "new");
+    EXPECT_THROW(output.write([&] {
+      output.writeText("old", "new");
+      throw std::runtime_error("no more");
+    }),
+                 std::runtime_error);
   }
   EXPECT_THAT(folder.names(), ElementsAre("old"));
   EXPECT_EQ(readText(folder.file("old")), "old");
@@ -79,9 +88,27 @@ TEST(OutputFolder, messagesNameTheFinalPlace) {
   TempFolder folder;
   OutputFolder output(folder.file("out"));
   output.announce("x", {});
-  output.open();
-  EXPECT_EQ(output.plain(output.path("x") + " cannot be written"),
-            folder.file("out") + "/x cannot be written");
+  const Advice advice{Advice::Kind::giveReadout, Advice::Of::series};
+  try {
+    output.write([&] { throw Error(output.path("x"), "cannot be written", advice); });
+    FAIL() << "no failure";
+  } catch (const Error& error) {
+    EXPECT_EQ(error.what(), folder.file("out") + "/x cannot be written");
+    EXPECT_EQ(error.advice(), advice);
+  }
+}
+
+TEST(OutputFolder, copiesFilesAndNamesTheOneItCannotRead) {
+  TempFolder folder;
+  writeText(folder.file("a.bval"), "0 1000\n");
+  OutputFolder output(folder.file("out"));
+  output.announce("b.bval", {});
+  output.write([&] { output.copy(folder.file("a.bval"), "b.bval"); });
+  EXPECT_EQ(readText(folder.file("out/b.bval")), "0 1000\n");
+  OutputFolder other(folder.file("other"));
+  other.announce("b.bval", {});
+  EXPECT_EQ(failure([&] { other.write([&] { other.copy(folder.file("none"), "b.bval"); }); }),
+            folder.file("none") + " cannot be read");
 }
 
 }  // namespace mirel
