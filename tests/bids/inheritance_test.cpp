@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <filesystem>
+#include <nlohmann/json.hpp>
 
 #include "support/niftifiles.h"
 
