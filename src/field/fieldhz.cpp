@@ -22,7 +22,7 @@ FieldHz readField(const std::string& fileName) {
   if (header.volumes != 1)
     throw Error(fileName + " has " + std::to_string(header.volumes) +
                 " volumes: a field in Hz has one");
-  FieldHz field{image.readVolume(0), header.affine(), fileName, 0};
+  FieldHz field{image.readVolume(0), header.affine(), fileName, 0, hasOrientation(header)};
   voxelToVoxel(field.affine, field.affine, fileName);
   float* hz = field.hz.data();
   for (int n = 0; n < field.hz.size(); ++n)

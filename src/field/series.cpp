@@ -151,7 +151,7 @@ class Work {
     writer.write(buffers.encoded);
     ++written;
     turn.notify_all();
-    if (options.progress) options.progress(written, volumes);
+    if (options.done) options.done(static_cast<double>(written) / volumes);
     return true;
   }
 

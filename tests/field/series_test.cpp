@@ -158,13 +158,10 @@ TEST_F(Series, MeansBeforeAndAfter) {
 TEST_F(Series, ProgressIsInOrder) {
   header.volumes = 9;
   const std::string in = write("in.nii");
-  std::vector<int> seen;
+  std::vector<long> seen;
   SeriesOptions options;
   options.threads = 3;
-  options.progress = [&](int done, int total) {
-    EXPECT_EQ(total, 9);
-    seen.push_back(done);
-  };
+  options.done = [&](double done) { seen.push_back(std::lround(9 * done)); };
   correct(in, options);
   EXPECT_THAT(seen, ElementsAre(1, 2, 3, 4, 5, 6, 7, 8, 9));
 }
@@ -173,10 +170,10 @@ TEST_F(Series, AnEndFromOutsideLeavesNothing) {
   const std::string in = write("in.nii");
   SeriesOptions options;
   options.threads = 2;
-  options.progress = [](int done, int) {
-    if (done == 2) throw std::runtime_error("interrupted");
+  options.done = [volumes = header.volumes](double done) {
+    if (done * volumes > 1.5) throw Cancelled();
   };
-  EXPECT_EQ(failure([&] { correct(in, options); }), "interrupted");
+  EXPECT_THROW(correct(in, options), Cancelled);
   EXPECT_THAT(folder.names(), ElementsAre("in.nii"));
 }
 
