@@ -11,8 +11,7 @@ namespace mirel {
 /// What `mirel apply` is given on the command line for images.
 struct ApplyFieldArguments {
   ApplyFieldOptions job;
-  std::string direction, sidecar;
-  double readoutSeconds = 0;
+  bids::GivenAcquisition given;
   bool modulate = false, quiet = false;
 };
 
@@ -26,6 +25,6 @@ struct ImageCommandOptions {
 ImageCommandOptions addApplyFieldOptions(CLI::App* command, ApplyFieldArguments& arguments);
 
 /// Corrects the images; an exit status.
-int runApplyField(ApplyFieldArguments arguments, const std::vector<std::string>& images);
+int runApplyField(const ApplyFieldArguments& arguments, const std::vector<std::string>& images);
 
 }  // namespace mirel

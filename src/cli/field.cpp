@@ -4,10 +4,10 @@
 #include "base/error.h"
 #include "base/outputfile.h"
 #include "base/samefile.h"
-#include "bids/inheritance.h"
+#include "bids/acquisition.h"
 #include "cli/command.h"
+#include "cli/directionoption.h"
 #include "cli/inputimage.h"
-#include "cli/numbers.h"
 #include "convert/convert.h"
 #include "field/fieldhz.h"
 #include "files/mapfile.h"
@@ -28,43 +28,29 @@ constexpr const char* description =
     "(.json) of the reference, or from options. Prints the name of the file written.\n";
 
 struct Options {
-  std::string mapFile, fieldFile, reference, direction, output;
-  double readoutSeconds = 0;
+  std::string mapFile, fieldFile, reference, output;
+  bids::GivenAcquisition given;
 };
 
-struct Acquisition {
-  bids::PhaseEncodingDirection direction;
-  double readoutSeconds = 0;
-};
-
-/// Options first, then the sidecars of the reference.
-Acquisition acquisitionOf(const Options& options, const nifti::Header& header) {
-  std::optional<bids::Sidecar> sidecar;
-  const bool wanted = options.direction.empty() || !(options.readoutSeconds > 0);
-  if (wanted && nifti::hasNiftiName(options.reference))
-    sidecar = bids::findSidecar(options.reference);
-  Acquisition result;
-  if (!options.direction.empty()) {
-    result.direction = bids::parsePhaseEncoding(options.direction, "--pe");
+/// Direction and readout time of the reference: options first, then its sidecars. A project has
+/// none.
+bids::Acquisition acquisitionOf(const Options& options, const nifti::Header& header) {
+  bids::Acquisition acquisition;
+  if (nifti::hasNiftiName(options.reference)) {
+    acquisition = bids::resolveAcquisition(options.reference, header.dims, options.given,
+                                           bids::SidecarUse::whereNeeded);
   } else {
-    const auto stated = sidecar ? sidecar->phaseEncoding() : std::nullopt;
-    if (!stated)
-      throw Error("the phase-encoding direction of " + options.reference +
-                  " is not known; give it with --pe");
-    result.direction = *stated;
+    acquisition = bids::givenAcquisition(options.reference, options.given);
+    if (!acquisition.direction)
+      throw Error("the phase-encoding direction of " + options.reference + " is not known",
+                  {Advice::Kind::giveDirection});
+    if (!acquisition.readout)
+      throw Error("the readout time of " + options.reference + " is not known",
+                  {Advice::Kind::giveReadout});
   }
-  result.readoutSeconds = options.readoutSeconds;
-  if (result.readoutSeconds > 0) {
-    bids::checkReadout(result.readoutSeconds, "--readout");
-  } else {
-    const auto stated =
-        sidecar ? sidecar->readout(header.dims[result.direction.axis]) : std::nullopt;
-    if (!stated)
-      throw Error("the readout time of " + options.reference +
-                  " is not known; give it with --readout");
-    result.readoutSeconds = stated->seconds;
-  }
-  return result;
+  bids::requireDirection(acquisition, options.reference);
+  bids::requireReadout(acquisition, options.reference);
+  return acquisition;
 }
 
 std::string describe(glm::ivec3 dims) {
@@ -79,9 +65,9 @@ void mapToField(const Options& options, const nifti::Header& header) {
   if (shift.dimensions() != header.dims)
     throw Error(options.mapFile + " has " + describe(shift.dimensions()) + " voxels, but " +
                 options.reference + " has " + describe(header.dims));
-  const Acquisition acquisition = acquisitionOf(options, header);
-  writeField(fieldFromShift(shift, gridOf(header), acquisition.direction,
-                            acquisition.readoutSeconds, options.mapFile),
+  const bids::Acquisition acquisition = acquisitionOf(options, header);
+  writeField(fieldFromShift(shift, gridOf(header), acquisition.direction->value,
+                            acquisition.readout->seconds, options.mapFile),
              header, options.output);
 }
 
@@ -92,9 +78,9 @@ void fieldToMap(const Options& options, const nifti::Header& header) {
   if (field.nonFinite > 0)
     hostSession().console.warn(options.fieldFile + " has " + std::to_string(field.nonFinite) +
                                " NaN or infinite voxel(s), which count as 0 Hz");
-  const Acquisition acquisition = acquisitionOf(options, header);
+  const bids::Acquisition acquisition = acquisitionOf(options, header);
   const Volume<float> shift =
-      shiftVoxels(field, header, acquisition.direction, acquisition.readoutSeconds);
+      shiftVoxels(field, header, acquisition.direction->value, acquisition.readout->seconds);
   // As the estimate's own maps: kind 1, shown from 1 to 5 voxels.
   Map map;
   map.header = {header.dims.x, header.dims.y, header.dims.z, 1, 1.0f, 5.0f, 0, 0};
@@ -136,16 +122,11 @@ void addFieldCommand(CLI::App& app, Program& program) {
                    "The image (or project) that the map belongs to")
       ->type_name("A")
       ->required();
-  command
-      ->add_option("--pe", options->direction,
-                   "Its phase-encoding direction: i, i-, j, j-, k or k- (default: its sidecar's)")
-      ->type_name("DIR")
-      ->check(CLI::IsMember({"i", "i-", "j", "j-", "k", "k-"}));
-  command
-      ->add_option("--readout", options->readoutSeconds,
-                   "Its total readout time in s (default: its sidecar's)")
-      ->type_name("S")
-      ->check(refuseNotPositive);
+  addDirectionOption(
+      command, "--pe", options->given.direction,
+      "Its phase-encoding direction: i, i-, j, j-, k or k- (default: its sidecar's)");
+  addReadoutOption(command, "--readout", options->given.readoutSeconds,
+                   "Its total readout time in s (default: its sidecar's)");
   command
       ->add_option("-o,--output", options->output,
                    "The field (.nii, .nii.gz) or map (.map) to write; an older one is replaced")

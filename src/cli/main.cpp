@@ -4,6 +4,7 @@
 #include <string>
 
 #include "base/error.h"
+#include "cli/advice.h"
 #include "cli/command.h"
 #include "host/session.h"
 
@@ -54,7 +55,7 @@ int run(const Program& program) {
     refuseLostOutput();
     return status;
   } catch (const std::exception& failure) {
-    hostSession().console.messageBox(std::string("Error: ") + failure.what());
+    hostSession().console.messageBox("Error: " + sentenceOf(failure));
   } catch (...) {
     hostSession().console.messageBox("Error: the plugin failed without saying why");
   }

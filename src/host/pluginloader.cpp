@@ -46,8 +46,8 @@ std::filesystem::path findPlugin(const std::string& chosen) {
     if (std::filesystem::is_regular_file(place, error)) return place;
     searched += (searched.empty() ? "" : ", ") + place.parent_path().string();
   }
-  throw Error(std::string("cannot find the plugin ") + pluginFileName + " in " + searched +
-              "; name it with --plugin FILE");
+  throw Error(std::string("cannot find the plugin ") + pluginFileName + " in " + searched,
+              {Advice::Kind::givePlugin});
 }
 
 void Plugin::CloseLibrary::operator()(void* handle) const { dlclose(handle); }

@@ -8,7 +8,7 @@
 
 #include "base/error.h"
 
-namespace mirel::bids {
+namespace mirel {
 
 std::string sha256Of(const std::string& fileName) {
   std::ifstream is(fileName, std::ios::binary);
@@ -31,4 +31,4 @@ std::string sha256Of(const std::string& fileName) {
   return text;
 }
 
-}  // namespace mirel::bids
+}  // namespace mirel

@@ -2,10 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <stdexcept>
+#include <sstream>
 
 #include "masspreserving/masspreserving.h"
-#include "pair/estimatelog.h"
 #include "pair/foreground.h"
 #include "vdm/vdm.h"
 
@@ -74,7 +73,7 @@ void requireUsable(const Volume<float>& map) {
   const bool finite =
       std::all_of(map.data(), map.data() + map.size(), [](float v) { return std::isfinite(v); });
   if (!finite)
-    throw std::runtime_error(
+    throw Error(
         "the estimate failed: the map of displacements is not finite everywhere (are these two "
         "images of one head?)");
 }
@@ -85,7 +84,7 @@ double doneAt(const MassPreservingProgress& state) {
   return finished * (state.iteration + 1) / (state.iteration + 2);
 }
 
-MassPreservingResult massPreserving(const Frame& frame, bool motion, const Progress& progress) {
+MassPreservingResult massPreserving(const Frame& frame, bool motion, Progress& progress) {
   MassPreservingOptions options;
   options.estimateMotion = motion;
   // The coarse resolutions come a second time when motion is looked for.
@@ -93,20 +92,19 @@ MassPreservingResult massPreserving(const Frame& frame, bool motion, const Progr
   return estimateMassPreserving(frame.first, frame.second, frame.voxelMm, options,
                                 [&](const MassPreservingProgress& state) {
                                   done = std::max(done, doneAt(state));
-                                  progress("Estimating", done);
-                                  return true;
+                                  progress.at(Stage::estimating, done);
                                 });
 }
 
-Volume<float> searchMap(const Frame& frame, const EstimateOptions& options,
-                        const Progress& progress) {
-  EstimateLog log(progress);
-  return estimatePair(frame.first, frame.second, frame.voxelMm, options, log);
+Volume<float> searchMap(const Frame& frame, const EstimateOptions& options, Progress& progress) {
+  std::ostringstream log;
+  return estimatePair(frame.first, frame.second, frame.voxelMm, options, log,
+                      [&](double done) { progress.at(Stage::estimating, done); });
 }
 
 // The map of the frame, whose second image is then that of an unmoved head.
 Volume<float> estimateIn(Frame& frame, int axis, const EstimateSettings& settings,
-                         PairEstimate& estimate, const Progress& progress) {
+                         PairEstimate& estimate, Progress& progress) {
   if (settings.estimator == Estimator::search) {
     Volume<float> map = searchMap(frame.scaled(static_cast<float>(estimate.intensityScale)),
                                   settings.search, progress);
@@ -141,9 +139,10 @@ double fastAgreement(const PairInput& pair, int axis, const PairEstimate& estima
 
 std::string sidecarsOf(const PairInput& pair) {
   const auto source = [](const InputImage& image) {
-    return image.sidecarFiles.empty() || image.directionSource == "option"
-               ? "the direction given for " + image.options.file
-               : image.directionSource;
+    const bids::StatedDirection& direction = *image.acquisition.direction;
+    return direction.source == bids::StatedDirection::Source::sidecar
+               ? direction.file
+               : "the direction given for " + image.options.file;
   };
   return source(pair.a) + " and " + source(pair.b);
 }
@@ -151,11 +150,12 @@ std::string sidecarsOf(const PairInput& pair) {
 void doubtForeground(const PairInput& pair, PairEstimate& estimate) {
   const auto doubt = [&](const InputImage& image, double fraction) {
     if (fraction > nearlyNothing && fraction < nearlyEverything) return;
-    estimate.warnings.push_back(
+    estimate.warnings.emplace_back(
         text("%.3g", 100 * fraction) + " % of the voxels of " + image.title() +
-        " exceed the intensity " + text("%.4g", estimate.threshold) +
-        ", which is to separate head from air: nearly " +
-        (fraction < 0.5 ? "nothing" : "everything") + " counts as head (see --intensity-scale)");
+            " exceed the intensity " + text("%.4g", estimate.threshold) +
+            ", which is to separate head from air: nearly " +
+            (fraction < 0.5 ? "nothing" : "everything") + " counts as head",
+        Advice{Advice::Kind::seeIntensityScale});
   };
   doubt(pair.a, estimate.foregroundA);
   doubt(pair.b, estimate.foregroundB);
@@ -174,7 +174,7 @@ void doubtAgreement(const PairInput& pair, PairEstimate& estimate) {
                                 "): do not trust this result");
   if (found.fastAcross > found.fastAlongAxis + decisive)
     estimate.warnings.push_back("CHECK THE AXIS in " + sidecarsOf(pair) + ": they say " +
-                                nameOf(pair.a.direction) + " and " + nameOf(pair.b.direction) +
+                                nameOf(pair.a.direction()) + " and " + nameOf(pair.b.direction()) +
                                 ", but the images differ as if phase encoding ran along " +
                                 bids::nameOf({found.otherAxis, 1}) +
                                 " (correlation of the pair after a quick estimate " +
@@ -187,8 +187,9 @@ void chooseScale(const PairInput& pair, const EstimateSettings& settings, PairEs
   estimate.intensityScale = settings.intensityScale;
   if (settings.intensityScale <= 0) {
     if (threshold <= 0)
-      throw std::runtime_error("head and air cannot be told apart in " + pair.a.title() + " and " +
-                               pair.b.title() + "; give a factor with --intensity-scale");
+      throw Error(
+          "head and air cannot be told apart in " + pair.a.title() + " and " + pair.b.title(),
+          {Advice::Kind::giveIntensityScale});
     estimate.intensityScale = estimatorThreshold / threshold;
   }
   estimate.threshold = estimatorThreshold / estimate.intensityScale;
@@ -209,23 +210,23 @@ std::string nameOf(Estimator estimator) {
 }
 
 PairEstimate estimatePairMap(const PairInput& pair, const EstimateSettings& settings,
-                             const Progress& progress) {
+                             Progress& progress) {
   PairEstimate estimate;
   estimate.estimator = settings.estimator;
   chooseScale(pair, settings, estimate);
   doubtForeground(pair, estimate);
-  progress("Estimating", 0.0);
+  progress.at(Stage::estimating, 0.0);
   const int axis = pair.axis();
   Frame frame(pair, axis);
   const Volume<float> map = estimateIn(frame, axis, settings, estimate, progress);
-  progress("Estimating", 1.0);
+  progress.at(Stage::estimating, 1.0);
   estimate.shift = exchangedWithY(map, axis);
   estimate.correctedA = correctVolume(pair.a.image, estimate.shift, axis, settings.modulation);
   estimate.correctedB = correctVolume(exchangedWithY(frame.second, axis), estimate.shift * -1.0f,
                                       axis, settings.modulation);
   estimate.mean = meanOf(estimate.correctedA, estimate.correctedB);
 
-  progress("Checking", 0.0);
+  progress.at(Stage::checking, 0.0);
   const Volume<float> before = meanOf(pair.a.image, pair.b.image);
   const Volume<float> head = headMask(before, std::max(headThreshold(before), 0.0));
   const Volume<float> headInFrame = exchangedWithY(head, axis);
@@ -235,9 +236,9 @@ PairEstimate estimatePairMap(const PairInput& pair, const EstimateSettings& sett
   agreement.negated = agreementThrough(frame, map * -1.0f, headInFrame);
   agreement.otherAxis = otherAxisOf(axis);
   agreement.fastAlongAxis = fastAgreement(pair, axis, estimate, head);
-  progress("Checking", 0.5);
+  progress.at(Stage::checking, 0.5);
   agreement.fastAcross = fastAgreement(pair, agreement.otherAxis, estimate, head);
-  progress("Checking", 1.0);
+  progress.at(Stage::checking, 1.0);
   doubtAgreement(pair, estimate);
   return estimate;
 }

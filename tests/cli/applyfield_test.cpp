@@ -129,7 +129,7 @@ TEST_F(ApplyField, withoutASidecarOptionsAreEnough) {
   const ProgramResult missing = apply({"-o", out});
   EXPECT_EQ(missing.status, 1);
   EXPECT_THAT(missing.err, HasSubstr("PhaseEncodingDirection; give it with --pe"));
-  EXPECT_THAT(apply({"-o", out, "--pe", "i-"}).err, HasSubstr("give it with --readout"));
+  EXPECT_THAT(apply({"-o", out, "--pe", "i-"}).err, HasSubstr("in seconds with --readout"));
   EXPECT_FALSE(std::filesystem::exists(out));
   EXPECT_EQ(apply({"-o", out, "--pe", "i-", "--readout", "0.04", "--quiet"}).status, 0);
   EXPECT_LE(largestDifference(nifti::Reader(corrected).readVolume(0), expected(0, {0, -1}, 0.04)),
@@ -162,7 +162,7 @@ TEST_F(ApplyField, aWrongSignIsToldLoudlyAndNamesTheSidecar) {
   sidecar("j", 0.05);
   const ProgramResult wrong = apply({"-o", out, "--reference", folder.file("truth.nii")});
   EXPECT_EQ(wrong.status, 0);
-  EXPECT_THAT(wrong.err, HasSubstr("Warning: CHECK THE SIGN of " + folder.file("sub-1_bold.json")));
+  EXPECT_THAT(wrong.err, HasSubstr("Warning: CHECK THE SIGN in " + folder.file("sub-1_bold.json")));
   sidecar("j-", 0.05);
   const ProgramResult right = apply({"-o", out, "--reference", folder.file("truth.nii")});
   EXPECT_THAT(right.err, HasSubstr("the sign is right"));

@@ -110,7 +110,7 @@ TEST_F(FieldCommand, faultsAreOneSentenceAndLeaveNothing) {
     EXPECT_EQ(folder.names(), before);
   };
   refused(toField({}), "give it with --pe");
-  refused(toField({"--pe", "j"}), "give it with --readout");
+  refused(toField({"--pe", "j"}), "in seconds with --readout");
   refused(toField({"--pe", "j", "--readout", "50"}), "milliseconds");
   refused(runMirel({"field", "--from-map", mapFile, "--reference", reference, "--pe", "j",
                     "--readout", "0.05", "-o", folder.file("f.txt")}),
