@@ -103,21 +103,10 @@ double normalisedMutualInformation(const std::vector<int>& a, const std::vector<
   return together > 0 ? (entropy(left, total) + entropy(right, total)) / together : 1;
 }
 
-double correlation(const Volume<float>& a, const Volume<float>& b, const std::vector<int>& voxels) {
-  const double count = static_cast<double>(voxels.size());
-  double meanA = 0, meanB = 0, aa = 0, bb = 0, ab = 0;
-  for (const int n : voxels) {
-    meanA += static_cast<double>(a.data()[n]) / count;
-    meanB += static_cast<double>(b.data()[n]) / count;
-  }
-  for (const int n : voxels) {
-    const double da = static_cast<double>(a.data()[n]) - meanA;
-    const double db = static_cast<double>(b.data()[n]) - meanB;
-    aa += da * da;
-    bb += db * db;
-    ab += da * db;
-  }
-  return aa > 0 && bb > 0 ? ab / std::sqrt(aa * bb) : 0;
+// 0 where it is not defined.
+double agreement(const Volume<float>& a, const Volume<float>& b, const std::vector<int>& voxels) {
+  const double r = correlation(a, b, voxels);
+  return std::isnan(r) ? 0 : r;
 }
 
 }  // namespace
@@ -137,8 +126,8 @@ SignCheck compareSigns(const Volume<float>& asGiven, const Volume<float>& opposi
   const std::vector<int> referenceBins = binned(there, voxels);
   check.asGiven = normalisedMutualInformation(binned(asGiven, voxels), referenceBins);
   check.opposite = normalisedMutualInformation(binned(opposite, voxels), referenceBins);
-  check.correlationAsGiven = correlation(asGiven, there, voxels);
-  check.correlationOpposite = correlation(opposite, there, voxels);
+  check.correlationAsGiven = agreement(asGiven, there, voxels);
+  check.correlationOpposite = agreement(opposite, there, voxels);
   const double difference = check.asGiven - check.opposite;
   if (difference > decisiveDifference) check.verdict = SignCheck::Verdict::right;
   if (difference < -decisiveDifference) check.verdict = SignCheck::Verdict::opposite;

@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "masspreserving/masspreserving.h"
+#include "numerics/statistics.h"
 #include "pair/estimatelog.h"
 #include "pair/foreground.h"
 #include "vdm/vdm.h"
@@ -42,20 +43,10 @@ struct Frame {
   }
 };
 
-double correlation(const Volume<float>& a, const Volume<float>& b, const Volume<float>& mask) {
-  double n = 0, sa = 0, sb = 0, saa = 0, sbb = 0, sab = 0;
-  for (int i = 0; i < mask.size(); ++i) {
-    if (mask.data()[i] == 0.0f) continue;
-    const double p = static_cast<double>(a.data()[i]), q = static_cast<double>(b.data()[i]);
-    n += 1;
-    sa += p;
-    sb += q;
-    saa += p * p;
-    sbb += q * q;
-    sab += p * q;
-  }
-  const double variance = (n * saa - sa * sa) * (n * sbb - sb * sb);
-  return variance > 0 ? (n * sab - sa * sb) / std::sqrt(variance) : 0;
+// Correlation in the mask; 0 where it is not defined.
+double agreementOf(const Volume<float>& a, const Volume<float>& b, const Volume<float>& mask) {
+  const double r = correlation(a, b, mask);
+  return std::isnan(r) ? 0 : r;
 }
 
 Volume<float> headMask(const Volume<float>& mean, double threshold) {
@@ -66,7 +57,7 @@ Volume<float> headMask(const Volume<float>& mean, double threshold) {
 }
 
 double agreementThrough(const Frame& frame, const Volume<float>& map, const Volume<float>& mask) {
-  return correlation(applyVdm(map, frame.first, false, true),
+  return agreementOf(applyVdm(map, frame.first, false, true),
                      applyVdm(map * -1.0f, frame.second, false, true), mask);
 }
 
@@ -230,7 +221,7 @@ PairEstimate estimatePairMap(const PairInput& pair, const EstimateSettings& sett
   const Volume<float> head = headMask(before, std::max(headThreshold(before), 0.0));
   const Volume<float> headInFrame = exchangedWithY(head, axis);
   PairAgreement& agreement = estimate.agreement;
-  agreement.before = correlation(pair.a.image, pair.b.image, head);
+  agreement.before = agreementOf(pair.a.image, pair.b.image, head);
   agreement.after = agreementThrough(frame, map, headInFrame);
   agreement.negated = agreementThrough(frame, map * -1.0f, headInFrame);
   agreement.otherAxis = otherAxisOf(axis);
