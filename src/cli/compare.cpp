@@ -8,6 +8,7 @@
 #include "base/error.h"
 #include "cli/command.h"
 #include "cli/inputimage.h"
+#include "numerics/statistics.h"
 
 namespace mirel {
 
@@ -42,28 +43,16 @@ void requireSameSize(const Volume<float>& a, const Volume<float>& b, const std::
 
 Comparison compareVolumes(const Volume<float>& a, const Volume<float>& b,
                           const std::optional<Volume<float>>& mask) {
-  double sumA = 0, sumB = 0, squares = 0;
   Comparison result;
-  const auto counts = [&](int i) { return !mask || mask->data()[i] != 0; };
+  double squares = 0;
   for (int i = 0; i < a.size(); ++i) {
-    if (!counts(i)) continue;
-    const double va = a.data()[i], vb = b.data()[i];
+    if (mask && mask->data()[i] == 0) continue;
+    const double difference = static_cast<double>(a.data()[i]) - static_cast<double>(b.data()[i]);
     ++result.voxels;
-    sumA += va;
-    sumB += vb;
-    squares += (va - vb) * (va - vb);
+    squares += difference * difference;
   }
-  const double n = static_cast<double>(result.voxels);
-  double aa = 0, bb = 0, ab = 0;
-  for (int i = 0; i < a.size(); ++i) {
-    if (!counts(i)) continue;
-    const double da = a.data()[i] - sumA / n, db = b.data()[i] - sumB / n;
-    aa += da * da;
-    bb += db * db;
-    ab += da * db;
-  }
-  result.correlation = ab / std::sqrt(aa * bb);
-  result.rmsDifference = std::sqrt(squares / n);
+  result.correlation = mask ? correlation(a, b, *mask) : correlation(a, b);
+  result.rmsDifference = std::sqrt(squares / static_cast<double>(result.voxels));
   return result;
 }
 

@@ -21,27 +21,6 @@ void prepare(Volume<float>& volume, glm::ivec3 dims) {
 
 }  // namespace
 
-void exchangeWithY(const Volume<float>& volume, int axis, Volume<float>& result) {
-  prepare(result, exchangedDims(volume.dimensions(), axis));
-  if (axis == 1) {
-    result.copyData(volume.data());
-    return;
-  }
-  for (int z = 0; z < volume.nz(); ++z)
-    for (int y = 0; y < volume.ny(); ++y)
-      if (axis == 2)
-        // Whole rows keep their order.
-        std::copy_n(&volume.at(0, y, z), volume.nx(), &result.at(0, z, y));
-      else
-        for (int x = 0; x < volume.nx(); ++x) result.at(y, x, z) = volume.at(x, y, z);
-}
-
-Volume<float> exchangedWithY(const Volume<float>& volume, int axis) {
-  Volume<float> result;
-  exchangeWithY(volume, axis, result);
-  return result;
-}
-
 Volume<float> jacobianAlongY(const Volume<float>& shift, std::int64_t* folded) {
   Volume<float> jacobian(shift.dimensions());
   std::int64_t negative = 0;
@@ -61,19 +40,19 @@ Volume<float> jacobianAlongY(const Volume<float>& shift, std::int64_t* folded) {
 }
 
 Corrector::Corrector(const Volume<float>& map, int alongAxis, Modulation modulation)
-    : axis(alongAxis), shift(exchangedWithY(map, alongAxis)) {
-  Volume<float> density = jacobianAlongY(shift, &folded);
+    : axis(alongAxis), shift(map, alongAxis) {
+  Volume<float> density = jacobianAlongY(*shift, &folded);
   if (modulation == Modulation::on) jacobian = std::move(density);
 }
 
 void Corrector::correct(const Volume<float>& image, Volume<float>& result, Scratch& scratch) const {
-  if (exchangedDims(image.dimensions(), axis) != shift.dimensions())
+  if (exchangedDims(image.dimensions(), axis) != shift->dimensions())
     throw std::logic_error("the image and its map have different dimensions");
   const bool alongY = axis == 1;
   if (!alongY) exchangeWithY(image, axis, scratch.in);
   Volume<float>& corrected = alongY ? result : scratch.out;
-  prepare(corrected, shift.dimensions());
-  applyVdmYSpline(corrected, alongY ? image : scratch.in, shift, /*reverse=*/false);
+  prepare(corrected, shift->dimensions());
+  applyVdmYSpline(corrected, alongY ? image : scratch.in, *shift, /*reverse=*/false);
   if (jacobian.size() > 0) corrected *= jacobian;
   if (!alongY) exchangeWithY(corrected, axis, result);
 }

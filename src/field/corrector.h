@@ -2,16 +2,11 @@
 
 #include <cstdint>
 
+#include "containers/exchange.h"
 #include "containers/volume.h"
 
-/// Correction of single volumes along any axis. The engine resamples along y; for phase encoding
-/// along i or k that axis is exchanged with j on the way in and on the way out.
+/// Correction of single volumes along any axis.
 namespace mirel {
-
-/// Exchanges `axis` (0, 1, 2) with axis 1: for 1 a copy. Its own inverse.
-Volume<float> exchangedWithY(const Volume<float>& volume, int axis);
-/// The same into `result`, whose storage is used again when the element count fits.
-void exchangeWithY(const Volume<float>& volume, int axis, Volume<float>& result);
 
 /// 1 + d shift/dy: half the difference of both neighbours, at the first and last row the whole
 /// difference to the only one; 1 where there is one row. Negative values (the map folds there:
@@ -27,8 +22,10 @@ enum class Modulation { off, on };
 /// with the phase-encoding axis as y. Workers share one object.
 class Corrector {
  public:
-  /// `shift` has the image's dimensions; voxels along `axis`, applied forward.
+  /// `shift` has the image's dimensions; voxels along `axis`, applied forward. It outlives the
+  /// object.
   Corrector(const Volume<float>& shift, int axis, Modulation modulation);
+  Corrector(Volume<float>&&, int, Modulation) = delete;
 
   /// Memory of one worker, used again from volume to volume.
   struct Scratch {
@@ -44,7 +41,7 @@ class Corrector {
 
  private:
   int axis;
-  Volume<float> shift;
+  AlongY<float> shift;
   Volume<float> jacobian;
   std::int64_t folded = 0;
 };

@@ -6,6 +6,8 @@
 #include <stdexcept>
 #include <vector>
 
+#include "numerics/statistics.h"
+
 namespace mirel {
 
 namespace {
@@ -17,7 +19,7 @@ constexpr double decisiveDifference = 0.002;
 
 using Mask = std::vector<unsigned char>;
 
-/// Otsu's threshold (1979, IEEE Trans. SMC 9:62) over 256 bins of the whole range.
+/// Otsu's threshold over 256 bins of the whole range.
 float otsuThreshold(const Volume<float>& image) {
   constexpr int bins = 256;
   const float low = image.min(), high = image.max();
@@ -26,25 +28,7 @@ float otsuThreshold(const Volume<float>& image) {
   const float scale = (bins - 1) / (high - low);
   for (int n = 0; n < image.size(); ++n)
     ++counts[static_cast<std::size_t>((image.data()[n] - low) * scale)];
-  double total = 0, moment = 0;
-  for (std::size_t b = 0; b < bins; ++b) {
-    total += counts[b];
-    moment += static_cast<double>(b) * counts[b];
-  }
-  double below = 0, belowMoment = 0, best = -1;
-  std::size_t bestBin = 0;
-  for (std::size_t b = 0; b + 1 < bins; ++b) {
-    below += counts[b];
-    belowMoment += static_cast<double>(b) * counts[b];
-    if (below == 0 || below == total) continue;
-    const double gap = belowMoment / below - (moment - belowMoment) / (total - below);
-    const double between = below * (total - below) * gap * gap;
-    if (between > best) {
-      best = between;
-      bestBin = b;
-    }
-  }
-  return low + static_cast<float>(bestBin + 1) / scale;
+  return low + static_cast<float>(otsuBorder(counts).first + 1) / scale;
 }
 
 /// Spreads the set voxels by `marginVoxels` along one axis.
@@ -84,12 +68,9 @@ std::vector<int> binned(const Volume<float>& image, const std::vector<int>& voxe
   std::vector<float> values;
   values.reserve(voxels.size());
   for (const int n : voxels) values.push_back(image.data()[n]);
-  std::vector<float> sorted = values;
+  std::vector<float> sorted = values;  // as far as asked for
   const auto percentile = [&](std::size_t percent) {
-    const std::size_t rank = (sorted.size() - 1) * percent / 100;
-    const auto at = sorted.begin() + static_cast<std::ptrdiff_t>(rank);
-    std::nth_element(sorted.begin(), at, sorted.end());
-    return *at;
+    return valueOfRank(sorted, (sorted.size() - 1) * percent / 100);
   };
   const float low = percentile(1), high = percentile(99);
   const float scale = high > low ? binCount / (high - low) : 0.0f;
@@ -122,21 +103,10 @@ double normalisedMutualInformation(const std::vector<int>& a, const std::vector<
   return together > 0 ? (entropy(left, total) + entropy(right, total)) / together : 1;
 }
 
-double correlation(const Volume<float>& a, const Volume<float>& b, const std::vector<int>& voxels) {
-  const double count = static_cast<double>(voxels.size());
-  double meanA = 0, meanB = 0, aa = 0, bb = 0, ab = 0;
-  for (const int n : voxels) {
-    meanA += static_cast<double>(a.data()[n]) / count;
-    meanB += static_cast<double>(b.data()[n]) / count;
-  }
-  for (const int n : voxels) {
-    const double da = static_cast<double>(a.data()[n]) - meanA;
-    const double db = static_cast<double>(b.data()[n]) - meanB;
-    aa += da * da;
-    bb += db * db;
-    ab += da * db;
-  }
-  return aa > 0 && bb > 0 ? ab / std::sqrt(aa * bb) : 0;
+// 0 where it is not defined.
+double agreement(const Volume<float>& a, const Volume<float>& b, const std::vector<int>& voxels) {
+  const double r = correlation(a, b, voxels);
+  return std::isnan(r) ? 0 : r;
 }
 
 }  // namespace
@@ -156,8 +126,8 @@ SignCheck compareSigns(const Volume<float>& asGiven, const Volume<float>& opposi
   const std::vector<int> referenceBins = binned(there, voxels);
   check.asGiven = normalisedMutualInformation(binned(asGiven, voxels), referenceBins);
   check.opposite = normalisedMutualInformation(binned(opposite, voxels), referenceBins);
-  check.correlationAsGiven = correlation(asGiven, there, voxels);
-  check.correlationOpposite = correlation(opposite, there, voxels);
+  check.correlationAsGiven = agreement(asGiven, there, voxels);
+  check.correlationOpposite = agreement(opposite, there, voxels);
   const double difference = check.asGiven - check.opposite;
   if (difference > decisiveDifference) check.verdict = SignCheck::Verdict::right;
   if (difference < -decisiveDifference) check.verdict = SignCheck::Verdict::opposite;

@@ -4,9 +4,10 @@
 #include <cmath>
 #include <sstream>
 
+#include "containers/exchange.h"
 #include "masspreserving/masspreserving.h"
+#include "numerics/statistics.h"
 #include "pair/foreground.h"
-#include "vdm/vdm.h"
 
 namespace mirel {
 
@@ -22,39 +23,23 @@ std::string text(const char* format, double value) {
   return buffer;
 }
 
-// Both images with the phase-encoding axis as y.
+// Both images with the phase-encoding axis as y. The pair outlives it.
 struct Frame {
-  Volume<float> first, second;
+  AlongY<float> first, second;
   glm::dvec3 voxelMm;
 
   Frame(const PairInput& pair, int axis)
-      : first(exchangedWithY(pair.a.image, axis)),
-        second(exchangedWithY(pair.b.image, axis)),
+      : first(pair.a.image, axis),
+        second(pair.b.image, axis),
         voxelMm(projectVoxelSize(pair.a.header)) {
     std::swap(voxelMm[axis], voxelMm[1]);
   }
-  Frame scaled(float factor) const {
-    Frame result = *this;
-    result.first *= factor;
-    result.second *= factor;
-    return result;
-  }
 };
 
-double correlation(const Volume<float>& a, const Volume<float>& b, const Volume<float>& mask) {
-  double n = 0, sa = 0, sb = 0, saa = 0, sbb = 0, sab = 0;
-  for (int i = 0; i < mask.size(); ++i) {
-    if (mask.data()[i] == 0.0f) continue;
-    const double p = static_cast<double>(a.data()[i]), q = static_cast<double>(b.data()[i]);
-    n += 1;
-    sa += p;
-    sb += q;
-    saa += p * p;
-    sbb += q * q;
-    sab += p * q;
-  }
-  const double variance = (n * saa - sa * sa) * (n * sbb - sb * sb);
-  return variance > 0 ? (n * sab - sa * sb) / std::sqrt(variance) : 0;
+// Correlation in the mask; 0 where it is not defined.
+double agreementOf(const Volume<float>& a, const Volume<float>& b, const Volume<float>& mask) {
+  const double r = correlation(a, b, mask);
+  return std::isnan(r) ? 0 : r;
 }
 
 Volume<float> headMask(const Volume<float>& mean, double threshold) {
@@ -64,15 +49,19 @@ Volume<float> headMask(const Volume<float>& mean, double threshold) {
   return mask;
 }
 
-double agreementThrough(const Frame& frame, const Volume<float>& map, const Volume<float>& mask) {
-  return correlation(applyVdm(map, frame.first, false, true),
-                     applyVdm(map * -1.0f, frame.second, false, true), mask);
+// Of images corrected as those that are written with modulation.
+double agreementThrough(const Volume<float>& shift, int axis, const Volume<float>& first,
+                        const Volume<float>& second, const Volume<float>& mask) {
+  return agreementOf(correctVolume(first, shift, axis, Modulation::on),
+                     correctVolume(second, shift * -1.0f, axis, Modulation::on), mask);
+}
+
+bool isFinite(const Volume<float>& map) {
+  return std::all_of(map.data(), map.data() + map.size(), [](float v) { return std::isfinite(v); });
 }
 
 void requireUsable(const Volume<float>& map) {
-  const bool finite =
-      std::all_of(map.data(), map.data() + map.size(), [](float v) { return std::isfinite(v); });
-  if (!finite)
+  if (!isFinite(map))
     throw Error(
         "the estimate failed: the map of displacements is not finite everywhere (are these two "
         "images of one head?)");
@@ -89,36 +78,48 @@ MassPreservingResult massPreserving(const Frame& frame, bool motion, Progress& p
   options.estimateMotion = motion;
   // The coarse resolutions come a second time when motion is looked for.
   double done = 0.0;
-  return estimateMassPreserving(frame.first, frame.second, frame.voxelMm, options,
+  return estimateMassPreserving(*frame.first, *frame.second, frame.voxelMm, options,
                                 [&](const MassPreservingProgress& state) {
                                   done = std::max(done, doneAt(state));
                                   progress.at(Stage::estimating, done);
                                 });
 }
 
-Volume<float> searchMap(const Frame& frame, const EstimateOptions& options, Progress& progress) {
+Volume<float> searchMap(const Frame& frame, double intensityScale, const EstimateOptions& options,
+                        const ReportDone& done = {}) {
+  const float scale = static_cast<float>(intensityScale);
   std::ostringstream log;
-  return estimatePair(frame.first, frame.second, frame.voxelMm, options, log,
-                      [&](double done) { progress.at(Stage::estimating, done); });
+  return estimatePair(*frame.first * scale, *frame.second * scale, frame.voxelMm, options, log,
+                      done);
 }
 
-// The map of the frame, whose second image is then that of an unmoved head.
-Volume<float> estimateIn(Frame& frame, int axis, const EstimateSettings& settings,
-                         PairEstimate& estimate, Progress& progress) {
+// A map along `axis`, and the second image of the head where it is in the first, if it moved.
+struct Found {
+  Volume<float> shift;
+  std::optional<Volume<float>> unmovedSecond;
+};
+
+Found estimateMap(const PairInput& pair, const EstimateSettings& settings, PairEstimate& estimate,
+                  Progress& progress) {
+  const int axis = pair.axis();
+  const Frame frame(pair, axis);
   if (settings.estimator == Estimator::search) {
-    Volume<float> map = searchMap(frame.scaled(static_cast<float>(estimate.intensityScale)),
-                                  settings.search, progress);
+    Volume<float> map = searchMap(frame, estimate.intensityScale, settings.search,
+                                  [&](double done) { progress.at(Stage::estimating, done); });
     requireUsable(map);
-    return map;
+    return {exchangedWithY(std::move(map), axis), {}};
   }
-  MassPreservingResult found = massPreserving(frame, settings.motion, progress);
-  requireUsable(found.shiftVoxels);
-  estimate.intensityRatio = found.scale;
-  if (!found.motion.isNone()) {
-    estimate.motion = found.motion.withExchanged(axis, 1);
-    frame.second = secondUnmoved(frame.second, frame.voxelMm, found.motion, found.shiftVoxels);
+  MassPreservingResult result = massPreserving(frame, settings.motion, progress);
+  requireUsable(result.shiftVoxels);
+  estimate.intensityRatio = result.scale;
+  Found found;
+  if (!result.motion.isNone()) {
+    estimate.motion = result.motion.withExchanged(axis, 1);
+    found.unmovedSecond = exchangedWithY(
+        secondUnmoved(*frame.second, frame.voxelMm, result.motion, result.shiftVoxels), axis);
   }
-  return std::move(found.shiftVoxels);
+  found.shift = exchangedWithY(std::move(result.shiftVoxels), axis);
+  return found;
 }
 
 // The other in-plane axis, by which the stated one is judged; for phase encoding across the
@@ -128,13 +129,10 @@ int otherAxisOf(int axis) { return axis == 1 ? 0 : 1; }
 // A column-wise estimate along `axis` and how well the images agree then.
 double fastAgreement(const PairInput& pair, int axis, const PairEstimate& estimate,
                      const Volume<float>& mask) {
-  const Frame frame = Frame(pair, axis).scaled(static_cast<float>(estimate.intensityScale));
-  std::ostringstream log;
-  const Volume<float> map =
-      estimatePair(frame.first, frame.second, frame.voxelMm, {.fast = true}, log);
-  const bool finite =
-      std::all_of(map.data(), map.data() + map.size(), [](float v) { return std::isfinite(v); });
-  return finite ? agreementThrough(frame, map, exchangedWithY(mask, axis)) : -1;
+  Volume<float> map = searchMap(Frame(pair, axis), estimate.intensityScale, {.fast = true});
+  if (!isFinite(map)) return -1;
+  return agreementThrough(exchangedWithY(std::move(map), axis), axis, pair.a.image, pair.b.image,
+                          mask);
 }
 
 std::string sidecarsOf(const PairInput& pair) {
@@ -182,8 +180,9 @@ void doubtAgreement(const PairInput& pair, PairEstimate& estimate) {
                                 text("%.3f", found.fastAcross) + " along the other)");
 }
 
-void chooseScale(const PairInput& pair, const EstimateSettings& settings, PairEstimate& estimate) {
-  const double threshold = headThreshold(meanOf(pair.a.image, pair.b.image));
+// `threshold` is that of the pair's mean; 0 when it has none.
+void chooseScale(const PairInput& pair, const EstimateSettings& settings, double threshold,
+                 PairEstimate& estimate) {
   estimate.intensityScale = settings.intensityScale;
   if (settings.intensityScale <= 0) {
     if (threshold <= 0)
@@ -213,27 +212,28 @@ PairEstimate estimatePairMap(const PairInput& pair, const EstimateSettings& sett
                              Progress& progress) {
   PairEstimate estimate;
   estimate.estimator = settings.estimator;
-  chooseScale(pair, settings, estimate);
+  const Volume<float> before = meanOf(pair.a.image, pair.b.image);
+  const double threshold = headThreshold(before);
+  chooseScale(pair, settings, threshold, estimate);
   doubtForeground(pair, estimate);
   progress.at(Stage::estimating, 0.0);
   const int axis = pair.axis();
-  Frame frame(pair, axis);
-  const Volume<float> map = estimateIn(frame, axis, settings, estimate, progress);
+  Found found = estimateMap(pair, settings, estimate, progress);
   progress.at(Stage::estimating, 1.0);
-  estimate.shift = exchangedWithY(map, axis);
-  estimate.correctedA = correctVolume(pair.a.image, estimate.shift, axis, settings.modulation);
-  estimate.correctedB = correctVolume(exchangedWithY(frame.second, axis), estimate.shift * -1.0f,
-                                      axis, settings.modulation);
+  const Volume<float>& first = pair.a.image;
+  const Volume<float>& second = found.unmovedSecond ? *found.unmovedSecond : pair.b.image;
+  estimate.shift = std::move(found.shift);
+  const Volume<float> opposite = estimate.shift * -1.0f;
+  estimate.correctedA = correctVolume(first, estimate.shift, axis, settings.modulation);
+  estimate.correctedB = correctVolume(second, opposite, axis, settings.modulation);
   estimate.mean = meanOf(estimate.correctedA, estimate.correctedB);
 
   progress.at(Stage::checking, 0.0);
-  const Volume<float> before = meanOf(pair.a.image, pair.b.image);
-  const Volume<float> head = headMask(before, std::max(headThreshold(before), 0.0));
-  const Volume<float> headInFrame = exchangedWithY(head, axis);
+  const Volume<float> head = headMask(before, threshold);
   PairAgreement& agreement = estimate.agreement;
-  agreement.before = correlation(pair.a.image, pair.b.image, head);
-  agreement.after = agreementThrough(frame, map, headInFrame);
-  agreement.negated = agreementThrough(frame, map * -1.0f, headInFrame);
+  agreement.before = agreementOf(first, pair.b.image, head);
+  agreement.after = agreementThrough(estimate.shift, axis, first, second, head);
+  agreement.negated = agreementThrough(opposite, axis, first, second, head);
   agreement.otherAxis = otherAxisOf(axis);
   agreement.fastAlongAxis = fastAgreement(pair, axis, estimate, head);
   progress.at(Stage::checking, 0.5);

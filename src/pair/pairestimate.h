@@ -34,8 +34,8 @@ struct EstimateSettings {
 };
 
 /// How well the two images of the pair agree in the head: correlation coefficients of the images
-/// as they are, and corrected with modulation by the map, by its negative, and by column-wise
-/// estimates along the stated axis and along another one.
+/// as they are, and corrected with modulation (correctVolume) by the map, by its negative, and by
+/// column-wise estimates along the stated axis and along another one.
 struct PairAgreement {
   double before = 0, after = 0, negated = 0;
   double fastAlongAxis = 0, fastAcross = 0;

@@ -4,6 +4,7 @@
 #include <type_traits>
 
 #include "base/assertion.h"
+#include "containers/exchange.h"
 #include "numerics/volumegauss.h"
 #include "vdm/resamplingkernels.h"
 #include "vdm/vdm.h"
@@ -63,12 +64,6 @@ bool resampledFast(Volume<float>& dst, const Volume<float>& src, const Volume<fl
 }
 
 glm::ivec3 transposed(glm::ivec3 dims) { return {dims.y, dims.x, dims.z}; }
-
-// dst (ny, nx) is the transposed src (nx, ny).
-void transposeSlice(const float* src, int nx, int ny, float* dst) {
-  for (int x = 0; x < nx; ++x)
-    for (int y = 0; y < ny; ++y) dst[x * ny + y] = src[y * nx + x];
-}
 
 // For phase encoding along x, whose map lies in the transposed image: slice by slice, so that the
 // transposed slices stay in the cache.
