@@ -102,12 +102,7 @@ class PairWriter {
         progress(tell),
         pair(report.pair),
         record(recordOf(options, report.pair, report.estimate)),
-        header(report.pair.a.header) {
-    header.volumes = 1;
-    header.repetitionTimeSeconds = 0;
-    header.type = nifti::DataType::float32;
-    header.slope = 1;
-    header.inter = 0;
+        header(nifti::floatMapLike(report.pair.a.header)) {
     header.description = "Mirel " + options.version;
     sources = {pair.a.options.file, pair.b.options.file};
   }
