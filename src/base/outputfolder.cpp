@@ -79,9 +79,7 @@ void OutputFolder::open() {
 std::string OutputFolder::path(const std::string& name) const { return files->path(name); }
 
 void OutputFolder::writeText(const std::string& name, const std::string& text) {
-  OutFile file(path(name));
-  file.write(text);
-  file.commit();
+  files->write(name, text);
 }
 
 std::vector<std::string> OutputFolder::commit() {
@@ -91,12 +89,7 @@ std::vector<std::string> OutputFolder::commit() {
 }
 
 std::string OutputFolder::plain(const std::string& message) const {
-  if (!files) return message;
-  const std::string hidden = fs::path(files->path("x")).parent_path().string();
-  std::string result = message;
-  for (std::size_t at; (at = result.find(hidden)) != std::string::npos;)
-    result.replace(at, hidden.size(), folder.string());
-  return result;
+  return files ? files->plain(message) : message;
 }
 
 }  // namespace mirel
