@@ -48,9 +48,9 @@ std::string refuseNegative(const std::string& text) {
 
 ExpectedOutputs expectedOutputs(const Options& options) {
   ExpectedOutputs outputs;
-  for (const std::string& file : options.files) outputs.add(vdmMapName(file));
+  for (const std::string& file : options.files) outputs.add(vdm_filename(file));
   if (options.saveDerivative)
-    for (const std::string& file : options.files) outputs.add(vdmDerivativeMapName(file));
+    for (const std::string& file : options.files) outputs.add(vdmderiv_filename(file));
   if (!options.apply) return outputs;
   for (const std::string& file : options.files) {
     outputs.add(correctedProjectName(file));
