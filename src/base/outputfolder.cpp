@@ -93,9 +93,7 @@ void OutputFolder::open() {
 std::string OutputFolder::path(const std::string& name) const { return files->path(name); }
 
 void OutputFolder::writeText(const std::string& name, const std::string& text) {
-  OutFile file(path(name));
-  file.write(text);
-  file.commit();
+  files->write(name, text);
 }
 
 void OutputFolder::copy(const std::string& file, const std::string& name) {
@@ -114,12 +112,7 @@ std::vector<std::string> OutputFolder::commit() {
 
 // The message without the hidden folder in its file names.
 std::string OutputFolder::plain(const std::string& message) const {
-  if (!files) return message;
-  const std::string hidden = fs::path(files->path("x")).parent_path().string();
-  std::string result = message;
-  for (std::size_t at; (at = result.find(hidden)) != std::string::npos;)
-    result.replace(at, hidden.size(), folder.string());
-  return result;
+  return files ? files->plain(message) : message;
 }
 
 }  // namespace mirel

@@ -6,8 +6,7 @@
 #include "cli/command.h"
 #include "cli/imagereport.h"
 #include "files/mapfile.h"
-#include "files/mydmr.h"
-#include "files/myfmr.h"
+#include "files/project.h"
 #include "files/projectinfo.h"
 #include "nifti/filename.h"
 #include "nifti/image.h"
@@ -41,9 +40,8 @@ DataSummary summaryOf(const std::vector<Volume<float>>& volumes) {
 
 Json projectReport(const std::string& fileName) {
   const ProjectInfo info = readProjectInfo(fileName);
-  const bool isFmr = info.kind == ProjectInfo::Kind::fmr;
   Json report = {{"file", fileName},
-                 {"kind", isFmr ? "fmr" : "dmr"},
+                 {"kind", nameOf(info.kind)},
                  {"dimensions", {info.dimX, info.dimY, info.dimZ}},
                  {"volumes", info.volumes},
                  {"inplaneResolutionMm", {info.voxelXMm, info.voxelYMm}},
@@ -53,15 +51,14 @@ Json projectReport(const std::string& fileName) {
                  {"echoTimeMs", info.echoTimeMs},
                  {"dataFile", info.dataFileName},
                  {"dataType", info.bytesPerSample == 4 ? "float32" : "int16"}};
-  if (!isFmr) {
+  if (info.kind == ProjectKind::dmr) {
     report["displayVolume"] = info.displayVolume;
     report["gradientDirections"] = info.gradientDirections;
   }
   std::vector<std::string> warnings = voxelSizeWarnings(info);
   for (const std::string& warning : dataFileWarnings(info)) warnings.push_back(warning);
   try {
-    report["data"] = jsonOf(summaryOf(isFmr ? FMR(fileName, /*loadData=*/true).stcData
-                                            : DMR(fileName, /*loadData=*/true).dwiData));
+    report["data"] = jsonOf(summaryOf(Project(fileName, ProjectContent::withData).volumes()));
   } catch (const std::exception& failure) {
     report["data"] = nullptr;
     warnings.push_back(failure.what());

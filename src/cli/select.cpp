@@ -21,7 +21,7 @@ constexpr const char* description =
 /// The selection task for a file of this name.
 std::string taskFor(const std::string& fileName) {
   refuseImpossibleName(fileName);
-  const bool isMap = fileName.ends_with("_vdm.map");
+  const bool isMap = isVdmName(fileName);
   if (!isMap && !isProjectName(fileName))
     throw Error(fileName + " is neither a project (.fmr, .dmr) nor a map (_vdm.map)");
   std::error_code error;

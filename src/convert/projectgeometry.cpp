@@ -102,6 +102,11 @@ std::optional<PositionBlock> positionOf(const ProjectHeader& p) {
   return b;
 }
 
+nifti::DataType sampleTypeOf(const ProjectHeader& p) {
+  return p.sampleFormat() == SampleFormat::float32 ? nifti::DataType::float32
+                                                   : nifti::DataType::int16;
+}
+
 nifti::Header imageHeaderOf(const ProjectHeader& p, std::vector<std::string>& notes) {
   nifti::Header image;
   image.dims = {p.ResolutionX.value(), p.ResolutionY.value(), p.NrOfSlices.value()};
@@ -111,8 +116,7 @@ nifti::Header imageHeaderOf(const ProjectHeader& p, std::vector<std::string>& no
                 " x " + std::to_string(image.dims.y) + " x " + std::to_string(image.dims.z) +
                 " in " + std::to_string(image.volumes) + " volumes");
   image.repetitionTimeSeconds = std::fmax(0, p.TR.value() / 1000.0);
-  const bool floats = p.DataType.isSet() && p.DataType.value() == 2;
-  image.type = floats ? nifti::DataType::float32 : nifti::DataType::int16;
+  image.type = sampleTypeOf(p);
   setGeometry(image, p, notes);
   return image;
 }

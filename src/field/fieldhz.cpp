@@ -36,13 +36,8 @@ FieldHz readField(const std::string& fileName) {
 }
 
 void writeField(const FieldHz& field, const nifti::Header& reference, const std::string& fileName) {
-  nifti::Header header = reference;
-  header.volumes = 1;
+  nifti::Header header = nifti::floatMapLike(reference);
   header.intentCode = 0;
-  header.repetitionTimeSeconds = 0;
-  header.type = nifti::DataType::float32;
-  header.slope = 1;
-  header.inter = 0;
   nifti::Writer writer(fileName, header);
   writer.write(field.hz);
   writer.finish();

@@ -28,12 +28,11 @@ std::string warpDescription(const InputImage& image) {
 class PairWriter {
  public:
   PairWriter(const PairInput& what, const RunRecord& run, OutputFolder& where, Progress& tell)
-      : pair(what), folder(where), progress(tell), origin(originOf(run)), header(what.a.header) {
-    header.volumes = 1;
-    header.repetitionTimeSeconds = 0;
-    header.type = nifti::DataType::float32;
-    header.slope = 1;
-    header.inter = 0;
+      : pair(what),
+        folder(where),
+        progress(tell),
+        origin(originOf(run)),
+        header(nifti::floatMapLike(what.a.header)) {
     header.description = "Mirel " + run.version;
     progress.at(Stage::writing, 0.0);
   }

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -13,6 +14,23 @@
 #include "support/projectfiles.h"
 
 namespace mirel {
+
+namespace {
+
+/// Names of the files that were brought to the disk.
+std::vector<std::string>& synchronised() {
+  static std::vector<std::string> names;
+  return names;
+}
+
+}  // namespace
+
+/// Takes the place of the system's function in this program.
+extern "C" int fsync(int descriptor) {
+  const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
+  synchronised().push_back(std::filesystem::read_symlink(link).string());
+  return static_cast<int>(syscall(SYS_fsync, descriptor));
+}
 
 namespace {
 
@@ -93,6 +111,49 @@ TEST(OutFile, aFailingWriteIsReportedAndLeavesNothing) {
   const TemporaryFolder folder;
   EXPECT_EXIT(writeBeyondTheLimit(folder.file("big")), testing::ExitedWithCode(0), "");
   EXPECT_EQ(filesIn(folder.file("")), 0);
+}
+
+TEST(OutFolder, bringsEveryFileToTheDiskBeforeAnyGetsItsName) {
+  const TemporaryFolder folder;
+  OutFolder several(folder.file(""));
+  several.write("a", "text");
+  std::ofstream(several.path("b")) << "written by other means";
+  synchronised().clear();
+  EXPECT_EQ(several.commit({"b", "a"}),
+            (std::vector<std::string>{folder.file("b"), folder.file("a")}));
+  const std::vector<std::string> names = synchronised();
+  ASSERT_EQ(names.size(), 3u);
+  EXPECT_EQ(names[0], several.path("b"));
+  EXPECT_EQ(names[1], several.path("a"));
+  EXPECT_EQ(names[2] + "/", folder.file("")) << "the names come last";
+  EXPECT_EQ(textOf(folder.file("a")), "text");
+  EXPECT_EQ(textOf(folder.file("b")), "written by other means");
+}
+
+TEST(OutFolder, aFileThatIsMissingLeavesAllTheOthersUnmoved) {
+  const TemporaryFolder folder;
+  OutFolder several(folder.file(""));
+  several.write("a", "text");
+  try {
+    several.commit({"a", "b"});
+    FAIL();
+  } catch (const Error& failure) {
+    EXPECT_THAT(failure.what(), testing::HasSubstr(folder.file("b") + " cannot be written"));
+  }
+  EXPECT_FALSE(fileExists(folder.file("a")));
+}
+
+TEST(OutFolder, messagesNameTheFolderThatTheUserKnows) {
+  const TemporaryFolder folder;
+  OutFolder several(folder.file("."));
+  EXPECT_EQ(several.plain(several.path("a") + " is full"), folder.file("./a is full"));
+  std::filesystem::create_directory(several.path("taken"));
+  try {
+    several.write("taken", "text");
+    FAIL();
+  } catch (const Error& failure) {
+    EXPECT_THAT(failure.what(), testing::StartsWith(folder.file("./taken")));
+  }
 }
 
 // Process numbers come again: what a killed run left behind is in nobody's way.

@@ -82,6 +82,19 @@ TEST_F(MapFile, comesBackBitForBit) {
 }
 
 // The grammar read literally. The checksum was computed bit by bit from CRC-32's polynomial.
+TEST(Map, isMadeOfAVolumeAndBack) {
+  Volume<float> volume(3, 4, 2);
+  for (int i = 0; i < volume.size(); ++i) volume.data()[i] = static_cast<float>(i);
+  const Map map = mapOf(volume);
+  EXPECT_EQ(map.header.dimX, 3);
+  EXPECT_EQ(map.header.dimY, 4);
+  EXPECT_EQ(map.header.dimZ, 2);
+  EXPECT_EQ(map.header.kind, 0);
+  EXPECT_EQ(map.header.reserved, 0u);
+  EXPECT_EQ(map.values[(1 * 4 + 2) * 3 + 1], volume.at(1, 2, 1));
+  EXPECT_EQ(volumeOf(map), volume);
+}
+
 TEST_F(MapFile, hasTheDocumentedBytes) {
   Map map;
   map.header.dimX = map.header.dimY = 1;

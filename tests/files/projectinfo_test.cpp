@@ -35,7 +35,7 @@ TEST_F(ProjectInfoTest, readsTheHeaderOfAnFmr) {
   sketch.moreLines = "TR: 2000\nTE: 30\n";
   writeFmr(folder.file("run1.fmr"), sketch);
   const ProjectInfo info = readProjectInfo(folder.file("run1.fmr"));
-  EXPECT_EQ(info.kind, ProjectInfo::Kind::fmr);
+  EXPECT_EQ(info.kind, ProjectKind::fmr);
   EXPECT_EQ(info.dimensionText(), "6x8x4");
   EXPECT_EQ(info.volumes, 2);
   EXPECT_EQ(info.voxelXMm, 2.0f);
@@ -56,7 +56,7 @@ TEST_F(ProjectInfoTest, readsTheHeaderOfADmr) {
   sketch.displayVolume = 1;
   writeDmr(folder.file("dwi.dmr"), sketch);
   const ProjectInfo info = readProjectInfo(folder.file("dwi.dmr"));
-  EXPECT_EQ(info.kind, ProjectInfo::Kind::dmr);
+  EXPECT_EQ(info.kind, ProjectKind::dmr);
   EXPECT_EQ(info.displayVolume, 1);
   EXPECT_EQ(info.bytesPerSample, 2);
   EXPECT_EQ(info.gradientDirections, 0);

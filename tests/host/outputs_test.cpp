@@ -7,7 +7,6 @@
 
 #include "base/error.h"
 #include "base/samefile.h"
-#include "files/filenames.h"
 #include "support/projectfiles.h"
 
 namespace mirel {
@@ -33,19 +32,6 @@ std::string refusal(Action action) {
     return failure.what();
   }
   return "";
-}
-
-// What the plugin derives from the same name with the project library's own functions.
-TEST(OutputNames, areThoseOfThePlugin) {
-  for (const std::string name : {"run1.fmr", "/data/run.1.dmr", "a.b/c.fmr"}) {
-    EXPECT_EQ(vdmMapName(name), addToFileName(replaceExtension(name, "map"), "_vdm"));
-    EXPECT_EQ(vdmDerivativeMapName(name),
-              addToFileName(replaceExtension(name, "map"), "_vdmderiv"));
-    EXPECT_EQ(correctedProjectName(name), addToFileName(name, "_undist"));
-  }
-  EXPECT_EQ(vdmMapName("/data/run1.fmr"), "/data/run1_vdm.map");
-  EXPECT_EQ(correctedDataName("run1.fmr"), "run1_undist.stc");
-  EXPECT_EQ(correctedDataName("run1.dmr"), "run1_undist.dwi");
 }
 
 TEST(SameFile, resolvesFoldersAndLinks) {
