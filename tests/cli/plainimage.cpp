@@ -121,9 +121,10 @@ PlainImage PlainImage::withExchanged(int one, int other) const {
   return result;
 }
 
-PlainImage PlainImage::firstVolumes(int count) const {
+PlainImage PlainImage::onlyVolume(int t) const {
   PlainImage result = *this;
-  result.put(48, static_cast<short>(count));
-  result.data.resize(static_cast<std::size_t>(voxels() * count * bytesPerSample()));
+  result.put(48, short{1});
+  const std::ptrdiff_t bytes = std::ptrdiff_t{voxels()} * bytesPerSample();
+  result.data.assign(data.begin() + t * bytes, data.begin() + (t + 1) * bytes);
   return result;
 }

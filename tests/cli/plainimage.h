@@ -29,8 +29,8 @@ class PlainImage {
   /// The same image in space with two of its axes exchanged.
   PlainImage withExchanged(int one, int other) const;
 
-  /// Only the first `count` volumes.
-  PlainImage firstVolumes(int count) const;
+  /// Volume t alone, counted from 0.
+  PlainImage onlyVolume(int t) const;
 
  private:
   short shortAt(int offset) const;
