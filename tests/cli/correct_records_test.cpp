@@ -121,13 +121,21 @@ double partAbove(double threshold, const std::string& image) {
 
 TEST_F(Records, TheForegroundIsThatOfTheImages) {
   for (const char axis : {'i', 'j', 'k'}) {
-    const ProgramResult result = correct(axis, {"--fast", "--json"}, "out");
+    // A darker first image, of which visibly less is foreground.
+    PlainImage darker(ap(axis));
+    darker.setSlope(0.4f);
+    const std::string a = file(std::string("sub-phantom_acq-dark") + axis + "_epi.nii.gz");
+    darker.write(a);
+    const std::string direction = std::string(1, axis) + "-";
+    const ProgramResult result = runMirel(
+        {"correct", a, pa(axis), "--pe-a", direction, "--fast", "--json", "-o", file("out")});
+    ASSERT_EQ(result.status, 0) << result.err;
     const json summary = json::parse(result.out);
     const double threshold = summary["foregroundThreshold"], scale = summary["intensityScale"];
     EXPECT_NEAR(threshold * scale, 100, 1e-9);
     EXPECT_THAT(summary["foreground"],
-                ElementsAre(partAbove(threshold, ap(axis)), partAbove(threshold, pa(axis))));
-    EXPECT_NE(summary["foreground"][0], summary["foreground"][1]);
+                ElementsAre(partAbove(threshold, a), partAbove(threshold, pa(axis))));
+    ASSERT_LT(summary["foreground"][0], 0.9 * summary["foreground"][1].get<double>());
     char text[120];
     std::snprintf(text, sizeof text,
                   "Head above an intensity of %.4g (intensity scale %.4g, %.0f and %.0f %% of the",

@@ -23,6 +23,9 @@ class PlainImage {
   /// With the orientation matrix, whose axes are those of space in some order.
   void setSize(int axis, float mm);
 
+  /// The factor of all samples.
+  void setSlope(float slope) { put(112, slope); }
+
   /// All samples, x fastest, scaled.
   std::vector<float> values() const;
 
