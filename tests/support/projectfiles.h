@@ -4,21 +4,7 @@
 #include <string>
 
 #include "containers/volume.h"
-
-/// A folder that exists for one test and goes with it.
-class TemporaryFolder {
- public:
-  TemporaryFolder();
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-  ~TemporaryFolder();
-
-  /// The full path of a file in the folder.
-  std::string file(const std::string& name) const { return path + "/" + name; }
-
- private:
-  std::string path;
-};
+#include "support/temporaryfolder.h"
 
 /// What a project for tests is made of. Sample (x, y, z) of volume t is voxel(x, y, z, t).
 struct ProjectSketch {
