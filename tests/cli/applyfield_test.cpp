@@ -14,7 +14,6 @@
 namespace {
 
 using namespace seriesfiles;
-using niftifiles::TempFolder;
 using niftifiles::writeText;
 using nlohmann::json;
 using testing::ElementsAre;
@@ -57,7 +56,7 @@ class ApplyField : public testing::Test {
         direction.axis, modulation);
   }
 
-  TempFolder folder;
+  TemporaryFolder folder;
   const std::string run = folder.file("sub-1_bold.nii.gz");
   const std::string field = folder.file("field.nii.gz");
   const std::string out = folder.file("out");

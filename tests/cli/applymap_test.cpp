@@ -15,7 +15,6 @@
 namespace {
 
 using namespace seriesfiles;
-using niftifiles::TempFolder;
 using nlohmann::json;
 using testing::HasSubstr;
 
@@ -38,7 +37,7 @@ class ApplyMap : public testing::Test {
     return runMirel(arguments);
   }
 
-  TempFolder folder;
+  TemporaryFolder folder;
   const std::string vdm = folder.file("a_vdm.map");
   const std::string run = folder.file("sub-1_bold.nii.gz");
   const std::string out = folder.file("out");

@@ -13,7 +13,6 @@
 namespace {
 
 using namespace seriesfiles;
-using niftifiles::TempFolder;
 using testing::HasSubstr;
 
 constexpr glm::ivec3 dims{5, 6, 4};
@@ -35,7 +34,7 @@ class FieldCommand : public testing::Test {
     return runMirel(arguments);
   }
 
-  TempFolder folder;
+  TemporaryFolder folder;
   const std::string mapFile = folder.file("a_vdm.map");
   const std::string reference = folder.file("a.nii");
   const std::string field = folder.file("f.nii.gz");

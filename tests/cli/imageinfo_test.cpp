@@ -13,7 +13,6 @@
 namespace {
 
 using namespace seriesfiles;
-using niftifiles::TempFolder;
 using nlohmann::json;
 using testing::HasSubstr;
 
@@ -27,7 +26,7 @@ class ImageInfo : public testing::Test {
     header.slope = 0.5;
     writeImage(image, header, [](int t) { return Volume<float>(dims, 10.0f + 20.0f * float(t)); });
   }
-  TempFolder folder;
+  TemporaryFolder folder;
   const std::string image = folder.file("run.nii.gz");
 };
 
