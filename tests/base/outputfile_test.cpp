@@ -40,7 +40,7 @@ int filesIn(const std::string& folder) {
   return count;
 }
 
-TEST(OutFile, appearsAtCommitAndNotBefore) {
+TEST(OutFile, AppearsAtCommitAndNotBefore) {
   const TemporaryFolder folder;
   const std::string name = folder.file("result");
   OutFile file(name);
@@ -51,7 +51,7 @@ TEST(OutFile, appearsAtCommitAndNotBefore) {
   EXPECT_EQ(filesIn(folder.file("")), 1);
 }
 
-TEST(OutFile, withoutCommitTheFolderStaysAsItWas) {
+TEST(OutFile, WithoutCommitTheFolderStaysAsItWas) {
   const TemporaryFolder folder;
   const std::string name = folder.file("result");
   std::ofstream(name) << "earlier";
@@ -63,7 +63,7 @@ TEST(OutFile, withoutCommitTheFolderStaysAsItWas) {
   EXPECT_EQ(filesIn(folder.file("")), 1);
 }
 
-TEST(OutFile, missingFolderIsRefusedByName) {
+TEST(OutFile, MissingFolderIsRefusedByName) {
   const TemporaryFolder folder;
   const std::string name = folder.file("none/result");
   try {
@@ -74,14 +74,14 @@ TEST(OutFile, missingFolderIsRefusedByName) {
   }
 }
 
-TEST(OutFile, aNameThatIsAFolderIsRefusedAndNothingIsLeftBehind) {
+TEST(OutFile, ANameThatIsAFolderIsRefusedAndNothingIsLeftBehind) {
   const TemporaryFolder folder;
   std::filesystem::create_directory(folder.file("taken"));
   EXPECT_THROW(OutFile(folder.file("taken")), Error);
   EXPECT_EQ(filesIn(folder.file("")), 1);
 }
 
-TEST(OutFile, takesTheLongestFileName) {
+TEST(OutFile, TakesTheLongestFileName) {
   const TemporaryFolder folder;
   const std::string name = folder.file(std::string(255, 'n'));
   OutFile file(name);
@@ -107,7 +107,7 @@ TEST(OutFile, takesTheLongestFileName) {
 }
 
 // A full disk, as far as a test can have one.
-TEST(OutFile, aFailingWriteIsReportedAndLeavesNothing) {
+TEST(OutFile, AFailingWriteIsReportedAndLeavesNothing) {
   const TemporaryFolder folder;
   EXPECT_EXIT(writeBeyondTheLimit(folder.file("big")), testing::ExitedWithCode(0), "");
   EXPECT_EQ(filesIn(folder.file("")), 0);
@@ -157,7 +157,7 @@ TEST(OutFolder, messagesNameTheFolderThatTheUserKnows) {
 }
 
 // Process numbers come again: what a killed run left behind is in nobody's way.
-TEST(OutFile, leftoversOfAnEarlierProcessAreNoObstacle) {
+TEST(OutFile, LeftoversOfAnEarlierProcessAreNoObstacle) {
   const TemporaryFolder folder;
   const auto leftover = [&](int number) {
     return folder.file(".mirel-" + std::to_string(getpid()) + "-" + std::to_string(number) +

@@ -16,7 +16,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 TEST(OutputFolder, filesAppearAtTheEndInFoldersThatAreMade) {
-  TempFolder folder;
+  TemporaryFolder folder;
   const std::string deep = folder.file("a/b");
   {
     OutputFolder output(deep);
@@ -33,7 +33,7 @@ TEST(OutputFolder, filesAppearAtTheEndInFoldersThatAreMade) {
 }
 
 TEST(OutputFolder, ofWorkThatFailsNothingStays) {
-  TempFolder folder;
+  TemporaryFolder folder;
   {
     OutputFolder output(folder.file("a/b/"));
     output.announce("x", {});
@@ -47,7 +47,7 @@ TEST(OutputFolder, ofWorkThatFailsNothingStays) {
 }
 
 TEST(OutputFolder, aFolderThatWasThereStaysAndKeepsItsFiles) {
-  TempFolder folder;
+  TemporaryFolder folder;
   writeText(folder.file("old"), "old");
   {
     OutputFolder output(folder.file(""));
@@ -63,7 +63,7 @@ TEST(OutputFolder, aFolderThatWasThereStaysAndKeepsItsFiles) {
 }
 
 TEST(OutputFolder, refusesInputsDoublesAndFolders) {
-  TempFolder folder;
+  TemporaryFolder folder;
   writeText(folder.file("in.nii"), "in");
   std::filesystem::create_directory(folder.file("sub"));
   OutputFolder output(folder.file("sub/.."));
@@ -75,7 +75,7 @@ TEST(OutputFolder, refusesInputsDoublesAndFolders) {
 }
 
 TEST(OutputFolder, impossiblePlacesAreRefusedBeforeAnyWork) {
-  TempFolder folder;
+  TemporaryFolder folder;
   writeText(folder.file("file"), "");
   EXPECT_THAT(failure([&] { OutputFolder output(folder.file("file")); }),
               HasSubstr("is a file, not a folder"));
@@ -85,7 +85,7 @@ TEST(OutputFolder, impossiblePlacesAreRefusedBeforeAnyWork) {
 }
 
 TEST(OutputFolder, messagesNameTheFinalPlace) {
-  TempFolder folder;
+  TemporaryFolder folder;
   OutputFolder output(folder.file("out"));
   output.announce("x", {});
   const Advice advice{Advice::Kind::giveReadout, Advice::Of::series};
@@ -99,7 +99,7 @@ TEST(OutputFolder, messagesNameTheFinalPlace) {
 }
 
 TEST(OutputFolder, copiesFilesAndNamesTheOneItCannotRead) {
-  TempFolder folder;
+  TemporaryFolder folder;
   writeText(folder.file("a.bval"), "0 1000\n");
   OutputFolder output(folder.file("out"));
   output.announce("b.bval", {});

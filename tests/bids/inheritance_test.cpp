@@ -22,7 +22,7 @@ namespace {
 
 /// A dataset in ds, and what stands above it.
 struct Dataset : testing::Test {
-  TempFolder folder;
+  TemporaryFolder folder;
   const std::string image = file("sub-01/func/sub-01_task-rest_run-1_bold.nii.gz");
 
   void SetUp() override {

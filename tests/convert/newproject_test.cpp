@@ -47,7 +47,7 @@ nifti::Header obliqueImage(unsigned seed) {
 
 struct NewProjects : testing::TestWithParam<ProjectKind> {
   convert::NewProject description{GetParam(), SampleFormat::float32, "a b", "in put.nii.gz"};
-  TempFolder folder;
+  TemporaryFolder folder;
   std::string name = folder.file("a b." + nameOf(GetParam()));
 };
 

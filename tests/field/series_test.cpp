@@ -13,7 +13,6 @@ namespace mirel {
 using namespace seriesfiles;
 using niftifiles::failure;
 using niftifiles::readBytes;
-using niftifiles::TempFolder;
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -23,7 +22,7 @@ namespace {
 constexpr glm::ivec3 dims{10, 12, 7};
 
 struct Series : testing::Test {
-  TempFolder folder;
+  TemporaryFolder folder;
   nifti::Header header = headerOf(dims, affineOf({3, 3, 4}, 10, {-30, -40, 5}), 5);
   Volume<float> shift = smoothShift(dims);
 
@@ -283,7 +282,7 @@ TEST(SeriesMemory, DoesNotGrowWithTheVolumes) {
 #ifdef __SANITIZE_ADDRESS__
   GTEST_SKIP() << "freed memory stays in quarantine";
 #endif
-  TempFolder folder;
+  TemporaryFolder folder;
   constexpr glm::ivec3 large{40, 40, 40};
   const auto run = [&](int volumes) {
     nifti::Header header = headerOf(large, affineOf({3, 3, 3}), volumes);

@@ -34,7 +34,7 @@ std::string refusal(Action action) {
   return "";
 }
 
-TEST(SameFile, resolvesFoldersAndLinks) {
+TEST(SameFile, ResolvesFoldersAndLinks) {
   const TemporaryFolder folder;
   std::ofstream(folder.file("a.fmr")) << "a";
   std::filesystem::create_directory(folder.file("sub"));
@@ -46,7 +46,7 @@ TEST(SameFile, resolvesFoldersAndLinks) {
   EXPECT_FALSE(sameFile(folder.file("new.map"), folder.file("sub/new.map")));
 }
 
-TEST(SharedMaps, areRefused) {
+TEST(SharedMaps, AreRefused) {
   const TemporaryFolder folder;
   const std::string fmr = folder.file("run1.fmr");
   EXPECT_THAT(refusal([&] { refuseSharedMaps(fmr, folder.file("run1.dmr")); }),
@@ -57,7 +57,7 @@ TEST(SharedMaps, areRefused) {
   EXPECT_EQ(refusal([&] { refuseSharedMaps(fmr, "elsewhere/run1.dmr"); }), "");
 }
 
-TEST(OverwrittenInputs, areRefused) {
+TEST(OverwrittenInputs, AreRefused) {
   const auto refuse = [](const std::vector<ProjectInfo>& projects) {
     return refusal([&projects] { refuseOverwrittenInputs(projects); });
   };
@@ -71,7 +71,7 @@ TEST(OverwrittenInputs, areRefused) {
               HasSubstr("listed twice"));
 }
 
-TEST(OtherDimensions, areRefusedWithBothNames) {
+TEST(OtherDimensions, AreRefusedWithBothNames) {
   ProjectInfo info = project("a.fmr", "a.stc");
   info.dimX = 6;
   info.dimY = 8;
@@ -81,7 +81,7 @@ TEST(OtherDimensions, areRefusedWithBothNames) {
             "a.fmr is 6x8x4 voxels, but b.fmr is 8x6x4: they must have the same dimensions");
 }
 
-TEST(ExpectedOutputs, tellWhichFilesWereNotWritten) {
+TEST(ExpectedOutputs, TellWhichFilesWereNotWritten) {
   const TemporaryFolder folder;
   std::ofstream(folder.file("stale")) << "earlier";
   std::ofstream(folder.file("rewritten")) << "earlier";
@@ -95,7 +95,7 @@ TEST(ExpectedOutputs, tellWhichFilesWereNotWritten) {
   EXPECT_THAT(outputs.missing(), ElementsAre(folder.file("stale"), folder.file("absent")));
 }
 
-TEST(ExpectedOutputs, refuseImpossiblePlaces) {
+TEST(ExpectedOutputs, RefuseImpossiblePlaces) {
   const TemporaryFolder folder;
   std::filesystem::create_directory(folder.file("taken"));
   ExpectedOutputs outputs;

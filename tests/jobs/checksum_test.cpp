@@ -10,7 +10,7 @@ using namespace niftifiles;
 
 // Expected values: FIPS 180-2, appendix B.
 TEST(Checksum, isSha256OfTheBytes) {
-  TempFolder folder;
+  TemporaryFolder folder;
   writeText(folder.file("abc"), "abc");
   EXPECT_EQ(sha256Of(folder.file("abc")),
             "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
@@ -23,7 +23,7 @@ TEST(Checksum, isSha256OfTheBytes) {
 }
 
 TEST(Checksum, missingFileAndFolderAreNamed) {
-  TempFolder folder;
+  TemporaryFolder folder;
   EXPECT_THAT(failure([&] { sha256Of(folder.file("none")); }),
               testing::HasSubstr(folder.file("none")));
   EXPECT_THAT(failure([&] { sha256Of(folder.file("")); }), testing::HasSubstr("cannot be"));

@@ -21,7 +21,7 @@ using testing::IsEmpty;
 namespace {
 
 struct PairFiles : testing::Test {
-  TempFolder folder;
+  TemporaryFolder folder;
   ImageOptions a, b;
   nifti::Header header;
 
