@@ -29,15 +29,15 @@ ApplyFieldOptions jobOf(const ApplyFieldArguments& arguments,
 
 }  // namespace
 
-ImageCommandOptions addApplyFieldOptions(CLI::App* command, ApplyFieldArguments& arguments) {
-  CLI::Option* field =
+ImageCommandOptions addApplyFieldOptions(Command* command, ApplyFieldArguments& arguments) {
+  Option* field =
       command
           ->add_option("--field", arguments.job.fieldFile,
                        "For images: the field in Hz, f in true(y) = I(y + f T) for phase encoding\n"
                        "along i, j or k and the readout time T, I(y - f T) along i-, j- or k-")
           ->type_name("FIELD");
   ImageCommandOptions options{field, nullptr, {}};
-  const auto forImages = [&options](CLI::Option* option) {
+  const auto forImages = [&options](Option* option) {
     options.forImages.push_back(option);
     return option;
   };

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <string>
 #include <vector>
 
+#include "cli/commandline.h"
 #include "jobs/applyfield.h"
 
 namespace mirel {
@@ -16,13 +16,13 @@ struct ApplyFieldArguments {
 };
 
 struct ImageCommandOptions {
-  CLI::Option* field;
-  CLI::Option* output;
-  std::vector<CLI::Option*> forImages;  ///< those that projects do not have, --output among them
+  Option* field;
+  Option* output;
+  std::vector<Option*> forImages;  ///< those that projects do not have, --output among them
 };
 
 /// Adds --field and the options that go with images.
-ImageCommandOptions addApplyFieldOptions(CLI::App* command, ApplyFieldArguments& arguments);
+ImageCommandOptions addApplyFieldOptions(Command* command, ApplyFieldArguments& arguments);
 
 /// Corrects the images; an exit status.
 int runApplyField(const ApplyFieldArguments& arguments, const std::vector<std::string>& images);

@@ -84,8 +84,8 @@ int runCompare(const Options& options) {
 
 }  // namespace
 
-void addCompareCommand(CLI::App& app, Program& program) {
-  CLI::App* command = app.add_subcommand("compare", description);
+void addCompareCommand(Command& app, Program& program) {
+  Command* command = app.add_subcommand("compare", description);
   const auto options = std::make_shared<Options>();
   command->add_option("A", options->a, "An image (.nii, .nii.gz), a project or a map")
       ->type_name("")

@@ -82,8 +82,8 @@ int runConvert(const Options& options) {
 
 }  // namespace
 
-void addConvertCommand(CLI::App& app, Program& program) {
-  CLI::App* command = app.add_subcommand("convert", description);
+void addConvertCommand(Command& app, Program& program) {
+  Command* command = app.add_subcommand("convert", description);
   const auto options = std::make_shared<Options>();
   command->add_option("IN", options->in, "A NIfTI image, a project or a map")
       ->type_name("")

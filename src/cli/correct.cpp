@@ -58,7 +58,7 @@ int runCorrect(Options options) {
                 [&](Progress& progress) { return correctPair(options.job, progress); });
 }
 
-void addImageOptions(CLI::App* command, Options& options) {
+void addImageOptions(Command* command, Options& options) {
   CorrectPairOptions& job = options.job;
   command->add_option("A", job.a.file, "First image of the pair (.nii, .nii.gz)")
       ->type_name("")
@@ -94,7 +94,7 @@ void addImageOptions(CLI::App* command, Options& options) {
       ->check([](const std::string& text) { return refuseBelow(1, text); });
 }
 
-void addAcquisitionOptions(CLI::App* command, Options& options) {
+void addAcquisitionOptions(Command* command, Options& options) {
   bids::GivenAcquisition& a = options.job.a.given;
   bids::GivenAcquisition& b = options.job.b.given;
   addDirectionOption(
@@ -118,7 +118,7 @@ void addAcquisitionOptions(CLI::App* command, Options& options) {
       ->type_name("FILE");
 }
 
-void addEstimateOptions(CLI::App* command, Options& options) {
+void addEstimateOptions(Command* command, Options& options) {
   EstimateSettings& estimate = options.job.estimate;
   command
       ->add_option(
@@ -127,17 +127,16 @@ void addEstimateOptions(CLI::App* command, Options& options) {
           "head's motion; 0.24 voxels rms from a measured field. search: the method of\n"
           "'mirel estimate', which its options below imply; 0.52 voxels")
       ->type_name("NAME")
-      ->check(CLI::IsMember({"search", "mass-preserving"}));
+      ->one_of({"search", "mass-preserving"});
   command->add_flag("--no-motion", options.noMotion,
                     "Take the head not to have moved between A and B");
-  CLI::Option* ssd =
-      command->add_flag("--ssd", options.ssd, "Search by the sum of squared differences");
+  Option* ssd = command->add_flag("--ssd", options.ssd, "Search by the sum of squared differences");
   command
       ->add_flag("--ncc", options.ncc,
                  "Search by normalised cross-correlation (the search's default; with --ic 0.52\n"
                  "voxels rms from a measured field, SSD 0.87, --fast 0.63)")
       ->excludes(ssd);
-  CLI::Option* ic =
+  Option* ic =
       command->add_flag("--ic", options.ic, "Correct intensities during the search (its default)");
   command->add_flag("--no-ic", options.noIc, "Do not correct intensities during the search")
       ->excludes(ic);
@@ -157,8 +156,8 @@ void addEstimateOptions(CLI::App* command, Options& options) {
 
 }  // namespace
 
-void addCorrectCommand(CLI::App& app, Program& program) {
-  CLI::App* command = app.add_subcommand("correct", description);
+void addCorrectCommand(Command& app, Program& program) {
+  Command* command = app.add_subcommand("correct", description);
   const auto options = std::make_shared<Options>();
   addImageOptions(command, *options);
   addAcquisitionOptions(command, *options);
@@ -177,10 +176,10 @@ void addCorrectCommand(CLI::App& app, Program& program) {
   command->callback([options, &program] {
     const bool search = hasSearchOptions(*options);
     if (options->estimator == nameOf(Estimator::massPreserving) && search)
-      throw CLI::ExcludesError("--estimator mass-preserving",
-                               "--ssd, --ncc, --ic, --no-ic and --fast, which are of the search");
+      refuseTogether("--estimator mass-preserving",
+                     "--ssd, --ncc, --ic, --no-ic and --fast, which are of the search");
     if (options->noMotion && (search || options->estimator == nameOf(Estimator::search)))
-      throw CLI::ExcludesError("--no-motion", "the search, which knows no motion");
+      refuseTogether("--no-motion", "the search, which knows no motion");
     program.action = [options] { return runCorrect(*options); };
   });
 }

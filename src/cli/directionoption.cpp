@@ -4,22 +4,22 @@
 
 namespace mirel {
 
-CLI::Option* addDirectionOption(CLI::App* command, const std::string& name,
-                                std::optional<bids::PhaseEncodingDirection>& value,
-                                const std::string& text) {
+Option* addDirectionOption(Command* command, const std::string& name,
+                           std::optional<bids::PhaseEncodingDirection>& value,
+                           const std::string& text) {
   return command
-      ->add_option_function<std::string>(
+      ->add_option_function(
           name,
           [&value, name](const std::string& word) { value = bids::parsePhaseEncoding(word, name); },
           text)
       ->type_name("DIR")
-      ->check(CLI::IsMember({"i", "i-", "j", "j-", "k", "k-"}));
+      ->one_of({"i", "i-", "j", "j-", "k", "k-"});
 }
 
-CLI::Option* addReadoutOption(CLI::App* command, const std::string& name,
-                              std::optional<double>& value, const std::string& text) {
+Option* addReadoutOption(Command* command, const std::string& name, std::optional<double>& value,
+                         const std::string& text) {
   return command
-      ->add_option_function<double>(
+      ->add_option_function(
           name, [&value](double seconds) { value = seconds; }, text)
       ->type_name("S")
       ->check(refuseNotPositive);

@@ -108,8 +108,8 @@ int runEstimate(const Options& options, const std::string& pluginFile) {
 
 }  // namespace
 
-void addEstimateCommand(CLI::App& app, Program& program) {
-  CLI::App* command = app.add_subcommand("estimate", description);
+void addEstimateCommand(Command& app, Program& program) {
+  Command* command = app.add_subcommand("estimate", description);
   const auto options = std::make_shared<Options>();
   command->add_option("A", options->pair.files[0], "First project (.fmr or .dmr)")
       ->type_name("")
@@ -134,14 +134,14 @@ void addEstimateCommand(CLI::App& app, Program& program) {
                    "Method of the estimate: search (default), the plugin's, or mass-preserving,\n"
                    "which models the signal that piles up or thins out, and the head's motion")
       ->type_name("NAME")
-      ->check(CLI::IsMember({"search", "mass-preserving"}));
+      ->one_of({"search", "mass-preserving"});
   command->add_flag("--no-motion", options->noMotion,
                     "Take the head not to have moved (mass-preserving estimate)");
   command->add_flag("--ic", options->intensityCorrection,
                     "Correct the intensities of both images during the full estimate\n"
                     "(default: off)");
-  CLI::Option* ssd = command->add_flag(
-      "--ssd", options->ssd, "Full estimate by the sum of squared differences instead of NCC");
+  Option* ssd = command->add_flag("--ssd", options->ssd,
+                                  "Full estimate by the sum of squared differences instead of NCC");
   command
       ->add_flag("--ncc", options->ncc,
                  "Full estimate by normalised cross-correlation (default; in measurements on\n"
@@ -159,10 +159,10 @@ void addEstimateCommand(CLI::App& app, Program& program) {
     const bool search =
         options->intensityCorrection || options->ssd || options->ncc || options->fast;
     if (options->isMassPreserving() && search)
-      throw CLI::ExcludesError("--estimator mass-preserving",
-                               "--ic, --ssd, --ncc and --fast, which are of the search");
+      refuseTogether("--estimator mass-preserving",
+                     "--ic, --ssd, --ncc and --fast, which are of the search");
     if (options->noMotion && !options->isMassPreserving())
-      throw CLI::ExcludesError("--no-motion", "the search, which knows no motion");
+      refuseTogether("--no-motion", "the search, which knows no motion");
     program.action = [options, &program] { return runEstimate(*options, program.pluginFile); };
   });
 }

@@ -104,19 +104,19 @@ int runField(const Options& options) {
 
 }  // namespace
 
-void addFieldCommand(CLI::App& app, Program& program) {
-  CLI::App* command = app.add_subcommand("field", description);
+void addFieldCommand(Command& app, Program& program) {
+  Command* command = app.add_subcommand("field", description);
   const auto options = std::make_shared<Options>();
-  CLI::Option* fromMap =
+  Option* fromMap =
       command
           ->add_option("--from-map", options->mapFile,
                        "The map to turn into a field: a .map, or a NIfTI image (shifts in voxels)")
           ->type_name("A_vdm.map");
-  CLI::Option* toMap = command
-                           ->add_option("--to-map", options->fieldFile,
-                                        "The field to turn into a map on the reference's grid")
-                           ->type_name("FIELD")
-                           ->excludes(fromMap);
+  Option* toMap = command
+                      ->add_option("--to-map", options->fieldFile,
+                                   "The field to turn into a map on the reference's grid")
+                      ->type_name("FIELD")
+                      ->excludes(fromMap);
   command
       ->add_option("--reference", options->reference,
                    "The image (or project) that the map belongs to")
@@ -133,8 +133,7 @@ void addFieldCommand(CLI::App& app, Program& program) {
       ->type_name("FILE")
       ->required();
   command->callback([options, fromMap, toMap, &program] {
-    if (fromMap->count() == 0 && toMap->count() == 0)
-      throw CLI::RequiredError("--from-map or --to-map");
+    if (fromMap->count() == 0 && toMap->count() == 0) refuseMissing("--from-map or --to-map");
     program.action = [options] { return runField(*options); };
   });
 }

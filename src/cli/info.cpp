@@ -130,8 +130,8 @@ int runInfo(const std::string& fileName, bool json) {
 
 }  // namespace
 
-void addInfoCommand(CLI::App& app, Program& program) {
-  CLI::App* command = app.add_subcommand("info", description);
+void addInfoCommand(Command& app, Program& program) {
+  Command* command = app.add_subcommand("info", description);
   struct Options {
     std::string file;
     bool json = false;

@@ -44,8 +44,8 @@ int runSelect(const std::string& fileName, const std::string& pluginFile) {
 
 }  // namespace
 
-void addSelectCommand(CLI::App& app, Program& program) {
-  CLI::App* command = app.add_subcommand("select", description);
+void addSelectCommand(Command& app, Program& program) {
+  Command* command = app.add_subcommand("select", description);
   const auto file = std::make_shared<std::string>();
   command->add_option("FILE", *file, "The file to pick")->type_name("")->required();
   command->callback([file, &program] {
