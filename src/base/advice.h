@@ -1,7 +1,6 @@
 #pragma once
 
 #include <string>
-#include <utility>
 
 namespace mirel {
 
@@ -32,7 +31,7 @@ struct Remark {
   std::string text;
   Advice advice = {};
 
-  Remark(std::string sentence, Advice what = {}) : text(std::move(sentence)), advice(what) {}
+  Remark(std::string sentence, Advice what = {});
   bool operator==(const Remark&) const = default;
 };
 
