@@ -2,7 +2,6 @@
 
 #include <stdexcept>
 #include <string>
-#include <utility>
 
 #include "base/advice.h"
 
@@ -14,18 +13,12 @@ namespace mirel {
 class Error : public std::runtime_error {
  public:
   /// A fault of no single file, or of one that stands within the sentence.
-  explicit Error(const std::string& sentence, Advice what = {})
-      : std::runtime_error(sentence), advised(what) {}
+  explicit Error(const std::string& sentence, Advice what = {});
   /// "FILE FAULT".
-  Error(const std::string& fileName, const std::string& fault, Advice what = {})
-      : std::runtime_error(fileName + " " + fault), atFault(fileName), advised(what) {}
+  Error(const std::string& fileName, const std::string& fault, Advice what = {});
   /// The same about a field of the file, such as "TotalReadoutTime".
   static Error ofField(const std::string& fileName, const std::string& fieldName,
-                       const std::string& fault, Advice what = {}) {
-    Error error(fileName, fault, what);
-    error.fieldAtFault = fieldName;
-    return error;
-  }
+                       const std::string& fault, Advice what = {});
 
   /// Empty where the fault is of no single file.
   const std::string& file() const { return atFault; }

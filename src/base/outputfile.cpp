@@ -31,7 +31,7 @@ fs::path folderOf(const fs::path& file) {
 void checkTarget(const fs::path& target) {
   std::error_code ignored;
   if (target.filename().empty() || fs::is_directory(target, ignored))
-    throw Error(target.string() + " is a directory, not a file to write to");
+    throw Error(target.string(), "is a directory, not a file to write to");
   if (!fs::is_directory(folderOf(target), ignored))
     throw Error("the folder of " + target.string() + " does not exist");
 }
@@ -39,7 +39,7 @@ void checkTarget(const fs::path& target) {
 void renameOver(const fs::path& from, const fs::path& to) {
   std::error_code failure;
   fs::rename(from, to, failure);
-  if (failure) throw Error(to.string() + " cannot be written: " + failure.message());
+  if (failure) throw Error(to.string(), "cannot be written: " + failure.message());
 }
 
 /// A disk may notice that it is full only now.
@@ -48,7 +48,8 @@ void bringToDisk(const fs::path& file, const fs::path& target) {
   const bool good = descriptor >= 0 && fsync(descriptor) == 0;
   const int systemError = errno;
   if (descriptor >= 0) close(descriptor);
-  if (!good) throw Error(target.string() + " cannot be written: " + std::strerror(systemError));
+  if (!good)
+    throw Error(target.string(), std::string("cannot be written: ") + std::strerror(systemError));
 }
 
 /// New names reach the disk with their folder; where folders cannot be synchronised the files are
@@ -80,7 +81,7 @@ OutFile::~OutFile() {
 }
 
 void OutFile::fail(int systemError) const {
-  throw Error(targetName + " cannot be written: " + std::strerror(systemError));
+  throw Error(targetName, std::string("cannot be written: ") + std::strerror(systemError));
 }
 
 void OutFile::write(const void* bytes, std::size_t count) {

@@ -30,7 +30,7 @@ OutputFolder::OutputFolder(const std::string& where) : folder(where) {
   std::error_code ignored;
   if (where.empty()) throw Error("the output folder has an empty name");
   if (fs::exists(folder, ignored) && !fs::is_directory(folder, ignored))
-    throw Error(where + " is a file, not a folder to write to");
+    throw Error(where, "is a file, not a folder to write to");
   const fs::path parent = existingParent(folder);
   if (!fs::is_directory(parent, ignored))
     throw Error("the output folder " + where + " cannot be made: " + parent.string() +
@@ -55,7 +55,7 @@ void OutputFolder::announce(const std::string& name, const std::vector<std::stri
                 ": name every image once, or correct them in separate folders");
   std::error_code ignored;
   if (fs::is_directory(target, ignored))
-    throw Error(target + " is a directory, not a file to write to");
+    throw Error(target, "is a directory, not a file to write to");
   for (const std::string& input : inputs) refuseOverwrite(target, input);
   names.push_back(name);
 }

@@ -55,9 +55,10 @@ std::vector<ProjectInfo> checkedProjects(const Options& options, const MapHeader
   }
   // The plugin compares a project's x and y with those of the transposed map.
   if (options.rllr && map.dimX != map.dimY)
-    throw Error(options.map + " is " + shape.dimensionText() +
-                ": --rllr needs slices with as many columns as rows; correct such projects "
-                "with 'mirel estimate --rllr --apply'");
+    throw Error(options.map,
+                "is " + shape.dimensionText() +
+                    ": --rllr needs slices with as many columns as rows; correct such projects "
+                    "with 'mirel estimate --rllr --apply'");
   refuseOverwrittenInputs(projects);
   return projects;
 }

@@ -19,9 +19,10 @@ ApplyFieldOptions jobOf(const ApplyFieldArguments& arguments,
     throw Error("--sidecar is for one image, but " + std::to_string(images.size()) + " are given");
   for (const std::string& file : images) {
     if (!nifti::hasNiftiName(file))
-      throw Error(file + " is no NIfTI image (.nii, .nii.gz): " +
-                  (arguments.job.map ? "--vdm corrects images or projects, not both at a time"
-                                     : "--field corrects images, --vdm corrects projects, too"));
+      throw Error(
+          file, std::string("is no NIfTI image (.nii, .nii.gz): ") +
+                    (arguments.job.map ? "--vdm corrects images or projects, not both at a time"
+                                       : "--field corrects images, --vdm corrects projects, too"));
     job.series.push_back({file, arguments.given});
   }
   return job;

@@ -37,8 +37,8 @@ void requireSameSize(const Volume<float>& a, const Volume<float>& b, const std::
   const auto text = [](const Volume<float>& v) {
     return std::to_string(v.nx()) + " x " + std::to_string(v.ny()) + " x " + std::to_string(v.nz());
   };
-  throw Error(fileA + " (" + text(a) + ") and " + fileB + " (" + text(b) +
-              ") are not of the same size");
+  throw Error(fileA,
+              "(" + text(a) + ") and " + fileB + " (" + text(b) + ") are not of the same size");
 }
 
 Comparison compareVolumes(const Volume<float>& a, const Volume<float>& b,
@@ -66,7 +66,7 @@ int runCompare(const Options& options) {
     requireSameSize(a, *mask, options.a, options.mask);
   }
   const Comparison result = compareVolumes(a, b, mask);
-  if (result.voxels == 0) throw Error(options.mask + " marks no voxel");
+  if (result.voxels == 0) throw Error(options.mask, "marks no voxel");
   if (options.json) {
     std::cout << nlohmann::ordered_json{{"correlation", result.correlation},
                                         {"rootMeanSquareDifference", result.rmsDifference},

@@ -55,8 +55,8 @@ convert::ConvertReport convertMapFile(const Options& options) {
   const std::string reference =
       options.reference.empty() ? projectOfMap(options.in) : options.reference;
   if (reference.empty())
-    throw Error(options.in +
-                " has no orientation: name an image or project of the same grid with "
+    throw Error(options.in,
+                "has no orientation: name an image or project of the same grid with "
                 "--reference");
   const Volume<float> volume = volumeOf(readMapFile(options.in));
   return convert::convertMap(volume, options.in, reference, options.out);

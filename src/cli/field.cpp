@@ -63,8 +63,8 @@ void mapToField(const Options& options, const nifti::Header& header) {
                 " ends with neither .nii nor .nii.gz");
   const Volume<float> shift = readDisplacement(options.mapFile);
   if (shift.dimensions() != header.dims)
-    throw Error(options.mapFile + " has " + describe(shift.dimensions()) + " voxels, but " +
-                options.reference + " has " + describe(header.dims));
+    throw Error(options.mapFile, "has " + describe(shift.dimensions()) + " voxels, but " +
+                                     options.reference + " has " + describe(header.dims));
   const bids::Acquisition acquisition = acquisitionOf(options, header);
   writeField(fieldFromShift(shift, gridOf(header), acquisition.direction->value,
                             acquisition.readout->seconds, options.mapFile),

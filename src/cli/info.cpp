@@ -114,8 +114,8 @@ Json reportOf(const std::string& fileName) {
   if (fileName.ends_with(".map")) return mapReport(fileName);
   if (isProjectName(fileName)) return projectReport(fileName);
   if (nifti::hasNiftiName(fileName)) return imageReport(fileName);
-  throw Error(fileName +
-              " is neither an image (.nii, .nii.gz) nor a project (.fmr, .dmr) nor a map (.map)");
+  throw Error(fileName,
+              "is neither an image (.nii, .nii.gz) nor a project (.fmr, .dmr) nor a map (.map)");
 }
 
 int runInfo(const std::string& fileName, bool json) {

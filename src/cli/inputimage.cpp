@@ -17,8 +17,8 @@ namespace {
 
 void requireVolume(const std::string& file, int index, std::size_t volumes) {
   if (index < 0 || static_cast<std::size_t>(index) >= volumes)
-    throw Error(file + " has " + std::to_string(volumes) + " volumes; volume " +
-                std::to_string(index) + " (counted from 0) is not there");
+    throw Error(file, "has " + std::to_string(volumes) + " volumes; volume " +
+                          std::to_string(index) + " (counted from 0) is not there");
 }
 
 Volume<float> niftiVolume(const std::string& file, int index) {
@@ -40,7 +40,7 @@ Volume<float> readInputVolume(const std::string& file, int index) {
   if (nifti::hasNiftiName(file)) return niftiVolume(file, index);
   if (isProjectName(file)) return projectVolume(file, index);
   if (!file.ends_with(".map"))
-    throw Error(file + " is neither a NIfTI image nor a project (.fmr, .dmr) nor a map (.map)");
+    throw Error(file, "is neither a NIfTI image nor a project (.fmr, .dmr) nor a map (.map)");
   requireVolume(file, index, 1);
   return volumeOf(readMapFile(file));
 }
@@ -50,15 +50,15 @@ Volume<float> readDisplacement(const std::string& file) {
   if (nifti::hasNiftiName(file)) {
     nifti::Reader reader(file);
     if (reader.header().volumes != 1)
-      throw Error(file + " has " + std::to_string(reader.header().volumes) +
-                  " volumes: a displacement map has one");
+      throw Error(file, "has " + std::to_string(reader.header().volumes) +
+                            " volumes: a displacement map has one");
     shift = reader.readVolume(0);
   } else {
     shift = volumeOf(readMapFile(file));
   }
   if (!std::all_of(shift.data(), shift.data() + shift.size(),
                    [](float v) { return std::isfinite(v); }))
-    throw Error(file + " has voxels that are NaN or infinite");
+    throw Error(file, "has voxels that are NaN or infinite");
   return shift;
 }
 

@@ -23,7 +23,7 @@ std::string taskFor(const std::string& fileName) {
   refuseImpossibleName(fileName);
   const bool isMap = isVdmName(fileName);
   if (!isMap && !isProjectName(fileName))
-    throw Error(fileName + " is neither a project (.fmr, .dmr) nor a map (_vdm.map)");
+    throw Error(fileName, "is neither a project (.fmr, .dmr) nor a map (_vdm.map)");
   std::error_code error;
   if (!std::filesystem::exists(fileName, error)) throw Error("there is no file " + fileName);
   return isMap ? "select_vdm" : "select_fmr_or_dmr";

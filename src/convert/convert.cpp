@@ -48,8 +48,9 @@ Volumes readAll(nifti::Reader& image) {
   try {
     for (int t = 0; t < image.header().volumes; t++) volumes.push_back(image.readVolume(t));
   } catch (const std::bad_alloc&) {
-    throw Error(image.fileName() + " does not fit into memory: " + describe(image.header().dims) +
-                " voxels in " + std::to_string(image.header().volumes) + " volumes");
+    throw Error(image.fileName(), "does not fit into memory: " + describe(image.header().dims) +
+                                      " voxels in " + std::to_string(image.header().volumes) +
+                                      " volumes");
   }
   return volumes;
 }
@@ -103,12 +104,12 @@ bool hasBytes(const std::string& fileName, std::uintmax_t wanted) {
 /// The project classes do not report a header that could not be created, so look.
 void checkSaved(const Project& project, std::uintmax_t dataBytesWanted, const std::string& out) {
   if (!hasBytes(project.dataFileName(), dataBytesWanted))
-    throw Error(out + " cannot be written: its data did not reach the disk");
+    throw Error(out, "cannot be written: its data did not reach the disk");
   std::ostringstream text;
   text.imbue(std::locale::classic());
   project.printTo(text);
   if (!hasBytes(project.header().fileName, text.str().size()))
-    throw Error(out + " cannot be written: its header did not reach the disk");
+    throw Error(out, "cannot be written: its header did not reach the disk");
 }
 
 ConvertReport imageToProject(const std::string& in, const std::string& out, ProjectKind kind,
@@ -117,7 +118,7 @@ ConvertReport imageToProject(const std::string& in, const std::string& out, Proj
   const nifti::Header& header = image.header();
   const fs::path target(out);
   const std::string stem = target.stem().string();
-  if (stem.empty()) throw Error(out + " is no name for a project");
+  if (stem.empty()) throw Error(out, "is no name for a project");
   const std::string headerName = target.filename().string();
   const std::string dataName = stem + dataExtensionOf(kind);
   const std::string sidecar = fs::path(geometryFileName(headerName)).string();
@@ -178,8 +179,8 @@ std::string checkedDataFile(const Project& project, const nifti::Header& image) 
   if (failure) throw Error(name + ", the data of " + header + ", cannot be read");
   const std::uintmax_t wanted = dataBytes(image, project.header().sampleFormat());
   if (bytes < wanted)
-    throw Error(name + " is truncated: it has " + std::to_string(bytes) + " of the " +
-                std::to_string(wanted) + " bytes that " + header + " announces");
+    throw Error(name, "is truncated: it has " + std::to_string(bytes) + " of the " +
+                          std::to_string(wanted) + " bytes that " + header + " announces");
   return name;
 }
 
@@ -230,7 +231,7 @@ nifti::Header referenceHeader(const std::string& imageOrProject, std::vector<std
   if (nifti::hasNiftiName(imageOrProject)) return nifti::Reader(imageOrProject).header();
   if (isProjectName(imageOrProject))
     return imageHeaderOf(Project(imageOrProject, ProjectContent::headerOnly).header(), notes);
-  throw Error(imageOrProject + " is no reference: it is neither a NIfTI image nor a project");
+  throw Error(imageOrProject, "is no reference: it is neither a NIfTI image nor a project");
 }
 
 ConvertReport convertMap(const Volume<float>& map, const std::string& mapFile,
@@ -238,8 +239,8 @@ ConvertReport convertMap(const Volume<float>& map, const std::string& mapFile,
   ConvertReport report;
   nifti::Header header = nifti::floatMapLike(referenceHeader(reference, report.notes));
   if (header.dims != map.dimensions())
-    throw Error(mapFile + " has " + describe(map.dimensions()) + " voxels, but " + reference +
-                " has " + describe(header.dims));
+    throw Error(mapFile, "has " + describe(map.dimensions()) + " voxels, but " + reference +
+                             " has " + describe(header.dims));
   for (const std::string& input : {mapFile, reference}) refuseOverwrite(out, input);
   header.description = "map " + fs::path(mapFile).filename().string();
   nifti::Writer image(out, header);

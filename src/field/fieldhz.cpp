@@ -20,8 +20,8 @@ FieldHz readField(const std::string& fileName) {
   nifti::Reader image(fileName);
   const nifti::Header& header = image.header();
   if (header.volumes != 1)
-    throw Error(fileName + " has " + std::to_string(header.volumes) +
-                " volumes: a field in Hz has one");
+    throw Error(fileName,
+                "has " + std::to_string(header.volumes) + " volumes: a field in Hz has one");
   FieldHz field{image.readVolume(0), header.affine(), fileName, 0, hasOrientation(header)};
   voxelToVoxel(field.affine, field.affine, fileName);
   float* hz = field.hz.data();
@@ -31,7 +31,7 @@ FieldHz readField(const std::string& fileName) {
       ++field.nonFinite;
     }
   if (field.nonFinite == field.hz.size())
-    throw Error(fileName + " is no field: every voxel is NaN or infinite");
+    throw Error(fileName, "is no field: every voxel is NaN or infinite");
   return field;
 }
 

@@ -34,8 +34,8 @@ class Movement {
 void writeWarpLps(const Volume<float>& shift, const nifti::Header& reference, int axis,
                   const std::string& fileName, const RigidMotion& motion) {
   if (shift.dimensions() != reference.dims)
-    throw Error(fileName +
-                " cannot be written: the map has other dimensions than the "
+    throw Error(fileName,
+                "cannot be written: the map has other dimensions than the "
                 "image whose orientation the warp gets");
   nifti::Header header = nifti::floatMapLike(reference);
   header.vectorComponents = 3;

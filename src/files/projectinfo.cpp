@@ -39,11 +39,11 @@ ProjectInfo readHeader(const std::string& fileName) {
 
 void refuseUnreadable(const std::string& fileName) {
   if (!isProjectName(fileName))
-    throw Error(fileName + " is not an FMR or DMR project (its name must end in .fmr or .dmr)");
+    throw Error(fileName, "is not an FMR or DMR project (its name must end in .fmr or .dmr)");
   std::error_code error;
   if (!std::filesystem::exists(fileName, error)) throw Error("there is no file " + fileName);
   if (std::filesystem::is_directory(fileName, error))
-    throw Error(fileName + " is a folder, not a project");
+    throw Error(fileName, "is a folder, not a project");
   if (!std::ifstream(fileName)) throw Error("cannot read the file " + fileName);
 }
 

@@ -38,8 +38,8 @@ void refuseSharedMaps(const std::string& projectA, const std::string& projectB) 
 void refuseOtherDimensions(const ProjectInfo& project, const std::string& wanted,
                            const std::string& reference) {
   if (project.dimensionText() != wanted)
-    throw Error(project.fileName + " is " + project.dimensionText() + " voxels, but " + reference +
-                " is " + wanted + ": they must have the same dimensions");
+    throw Error(project.fileName, "is " + project.dimensionText() + " voxels, but " + reference +
+                                      " is " + wanted + ": they must have the same dimensions");
 }
 
 void refuseOverwrittenInputs(const std::vector<ProjectInfo>& projects) {

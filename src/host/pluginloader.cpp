@@ -28,7 +28,8 @@ template <typename Function>
 Function entryPoint(void* library, const std::filesystem::path& file, const char* name) {
   void* address = dlsym(library, name);
   if (address == nullptr)
-    throw Error(file.string() + " is not the Mirel plugin: it has no entry point " + name);
+    throw Error(file.string(),
+                std::string("is not the Mirel plugin: it has no entry point ") + name);
   return reinterpret_cast<Function>(address);
 }
 

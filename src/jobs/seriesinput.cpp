@@ -61,8 +61,9 @@ void checkPlace(SeriesInput& input, const Grid& fieldGrid, const std::string& fi
   const Grid grid = gridOf(input.header);
   voxelToVoxel(fieldGrid.affine, grid.affine, input.file);
   if (coverage(grid, fieldGrid, fieldName).max() == 0.0f)
-    throw Error(input.file + " and " + fieldName +
-                " have no place in common by their orientations: are they of one session?");
+    throw Error(input.file,
+                "and " + fieldName +
+                    " have no place in common by their orientations: are they of one session?");
   const bool oriented = hasOrientation(input.header);
   if (oriented && fieldIsOriented) return;
   input.warnings.push_back((oriented ? fieldName : input.file) +
@@ -72,8 +73,9 @@ void checkPlace(SeriesInput& input, const Grid& fieldGrid, const std::string& fi
 
 void takeMap(SeriesInput& input, const SeriesFile& options, const Distortion& map) {
   if (!map.isOn(gridOf(input.header)))
-    throw Error(map.name() + " is a map of " + textOf(map.dims()) + " voxels, but " + input.file +
-                    " has " + textOf(input.header.dims),
+    throw Error(map.name(),
+                "is a map of " + textOf(map.dims()) + " voxels, but " + input.file + " has " +
+                    textOf(input.header.dims),
                 {Advice::Kind::makeField});
   input.acquisition.sidecar = bids::findSidecar(input.file, options.given.sidecar);
   input.acquisition.direction =

@@ -33,11 +33,12 @@ Volume<float> readImage(nifti::Reader& reader, const ImageOptions& options) {
   const int volumes = reader.header().volumes;
   const int count = std::max(options.meanOfFirst, 1);
   if (options.volume < 0 || options.volume > volumes - count)
-    throw Error(options.file + " has " + std::to_string(volumes) +
-                (volumes == 1 ? " volume" : " volumes") + ", counted from 0: there " +
-                (count == 1 ? "is no volume " + std::to_string(options.volume)
-                            : "are no " + std::to_string(count) + " volumes from volume " +
-                                  std::to_string(options.volume) + " on"));
+    throw Error(options.file,
+                "has " + std::to_string(volumes) + (volumes == 1 ? " volume" : " volumes") +
+                    ", counted from 0: there " +
+                    (count == 1 ? "is no volume " + std::to_string(options.volume)
+                                : "are no " + std::to_string(count) + " volumes from volume " +
+                                      std::to_string(options.volume) + " on"));
   if (count == 1) return reader.readVolume(options.volume);
   Volume<double> sum(reader.header().dims, 0.0);
   Volume<float> volume;
@@ -52,15 +53,15 @@ Volume<float> readImage(nifti::Reader& reader, const ImageOptions& options) {
 void checkImage(const Volume<float>& image, const std::string& title) {
   const glm::ivec3 n = image.dimensions();
   if (std::min({n.x, n.y, n.z}) < fewestVoxels)
-    throw Error(title + " has " + text(n) + " voxels: a distortion can be estimated from " +
-                std::to_string(fewestVoxels) + " voxels along each axis or more");
+    throw Error(title, "has " + text(n) + " voxels: a distortion can be estimated from " +
+                           std::to_string(fewestVoxels) + " voxels along each axis or more");
   const auto bad = std::count_if(image.data(), image.data() + image.size(),
                                  [](float v) { return !std::isfinite(v); });
   if (bad > 0)
-    throw Error(title + " has " + std::to_string(bad) +
-                " voxels that are not finite numbers (NaN or infinite)");
+    throw Error(title, "has " + std::to_string(bad) +
+                           " voxels that are not finite numbers (NaN or infinite)");
   if (image.min() == image.max())
-    throw Error(title + " is constant: every voxel is " + text(static_cast<double>(image.min())));
+    throw Error(title, "is constant: every voxel is " + text(static_cast<double>(image.min())));
 }
 
 // Direction and readout of one image, as far as options and sidecars tell. A sidecar without them
@@ -87,8 +88,9 @@ InputImage readInput(const ImageOptions& options) {
 void checkSameGrid(const InputImage& a, const InputImage& b) {
   const glm::ivec3 n = a.header.dims;
   if (n != b.header.dims)
-    throw Error(a.options.file + " has " + text(n) + " voxels and " + b.options.file + " " +
-                text(b.header.dims) + ": both images of a pair have the same grid");
+    throw Error(a.options.file, "has " + text(n) + " voxels and " + b.options.file + " " +
+                                    text(b.header.dims) +
+                                    ": both images of a pair have the same grid");
   const glm::dmat4 toA = voxelToVoxel(b.header.affine(), a.header.affine(), a.options.file);
   double farthest = 0;
   for (int corner = 0; corner < 8; ++corner) {

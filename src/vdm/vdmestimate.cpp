@@ -177,7 +177,9 @@ Volume<float> estimate_vdm(const Volume<float>& vol_ap, const Volume<float>& vol
     pair.resample(vdm);
     log << "Finished iteration with " << measureName(use_ssd) << ": " << pair.measure(use_ssd)
         << std::flush;
-    if (done) done(columnFitShare + searchShare * static_cast<double>(s + 1) / static_cast<double>(patterns.size()));
+    if (done)
+      done(columnFitShare +
+           searchShare * static_cast<double>(s + 1) / static_cast<double>(patterns.size()));
   }
   log << "Other distance measure " << measureName(!use_ssd) << ": " << pair.measure(!use_ssd)
       << std::flush;
