@@ -90,6 +90,40 @@ TEST_F(Records, AnAppliedFieldKeepsSidecarFieldsAndGradientFilesToo) {
   }
 }
 
+// By the system's own tool.
+std::string checksumOf(const std::string& fileName) {
+  return runProgram("/usr/bin/sha256sum", {fileName}, "/").out.substr(0, 64);
+}
+
+void expectChecksums(const json& record, const std::string& image, const std::string& sidecar) {
+  EXPECT_EQ(record["File"], image);
+  EXPECT_EQ(record["SHA256"], checksumOf(image));
+  EXPECT_EQ(record["Sidecar"], sidecar);
+  EXPECT_EQ(record["SidecarSHA256"], checksumOf(sidecar));
+}
+
+TEST_F(Records, EveryInputIsNamedWithItsChecksum) {
+  const auto sidecarOf = [](const std::string& image) {
+    return image.substr(0, image.size() - std::string(".nii.gz").size()) + ".json";
+  };
+  const std::string field = input('j', "desc-truth_fieldmap.nii.gz");
+  const std::string name = "sub-phantom_task-rest_dir-AP_desc-corrected_bold.json";
+  correct('j', {"--ssd", "--no-ic", "--float", "--apply", bold('j')}, "out");
+  const json record = jsonOf(file("out/" + name))["Mirel"];
+  expectChecksums(record["Inputs"][0], ap('j'), sidecarOf(ap('j')));
+  expectChecksums(record["Inputs"][1], pa('j'), sidecarOf(pa('j')));
+  expectChecksums(record["Series"], bold('j'), sidecarOf(bold('j')));
+  EXPECT_EQ(record["Options"]["Estimator"], "search");
+  EXPECT_EQ(record["Options"]["Measure"], "SSD");
+  EXPECT_EQ(record["Options"]["IntensityCorrection"], false);
+  EXPECT_EQ(record["Options"]["Modulation"], false);
+  EXPECT_EQ(record["Options"]["FloatOutput"], true);
+  ASSERT_EQ(runMirel({"apply", "--field", field, bold('j'), "-o", file("applied")}).status, 0);
+  const json applied = jsonOf(file("applied/" + name))["Mirel"];
+  expectChecksums(applied["Series"], bold('j'), sidecarOf(bold('j')));
+  EXPECT_EQ(applied["Field"], json({{"File", field}, {"SHA256", checksumOf(field)}}));
+}
+
 TEST_F(Records, EverySidecarHasTheAgreementOfThePair) {
   const ProgramResult result = correct('j', {"--json", "--apply", bold('j')}, "out");
   const json summary = json::parse(result.out), told = summary["pairCorrelation"];
