@@ -113,7 +113,7 @@ TEST(OutFile, AFailingWriteIsReportedAndLeavesNothing) {
   EXPECT_EQ(filesIn(folder.file("")), 0);
 }
 
-TEST(OutFolder, bringsEveryFileToTheDiskBeforeAnyGetsItsName) {
+TEST(OutFolder, BringsEveryFileToTheDiskBeforeAnyGetsItsName) {
   const TemporaryFolder folder;
   OutFolder several(folder.file(""));
   several.write("a", "text");
@@ -130,7 +130,7 @@ TEST(OutFolder, bringsEveryFileToTheDiskBeforeAnyGetsItsName) {
   EXPECT_EQ(textOf(folder.file("b")), "written by other means");
 }
 
-TEST(OutFolder, aFileThatIsMissingLeavesAllTheOthersUnmoved) {
+TEST(OutFolder, AFileThatIsMissingLeavesAllTheOthersUnmoved) {
   const TemporaryFolder folder;
   OutFolder several(folder.file(""));
   several.write("a", "text");
@@ -143,7 +143,7 @@ TEST(OutFolder, aFileThatIsMissingLeavesAllTheOthersUnmoved) {
   EXPECT_FALSE(fileExists(folder.file("a")));
 }
 
-TEST(OutFolder, messagesNameTheFolderThatTheUserKnows) {
+TEST(OutFolder, MessagesNameTheFolderThatTheUserKnows) {
   const TemporaryFolder folder;
   OutFolder several(folder.file("."));
   EXPECT_EQ(several.plain(several.path("a") + " is full"), folder.file("./a is full"));

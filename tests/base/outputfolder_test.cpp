@@ -15,7 +15,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-TEST(OutputFolder, filesAppearAtTheEndInFoldersThatAreMade) {
+TEST(OutputFolder, FilesAppearAtTheEndInFoldersThatAreMade) {
   TemporaryFolder folder;
   const std::string deep = folder.file("a/b");
   {
@@ -32,7 +32,7 @@ TEST(OutputFolder, filesAppearAtTheEndInFoldersThatAreMade) {
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(deep), {}), 1);
 }
 
-TEST(OutputFolder, ofWorkThatFailsNothingStays) {
+TEST(OutputFolder, OfWorkThatFailsNothingStays) {
   TemporaryFolder folder;
   {
     OutputFolder output(folder.file("a/b/"));
@@ -46,7 +46,7 @@ TEST(OutputFolder, ofWorkThatFailsNothingStays) {
   EXPECT_THAT(folder.names(), IsEmpty());
 }
 
-TEST(OutputFolder, aFolderThatWasThereStaysAndKeepsItsFiles) {
+TEST(OutputFolder, AFolderThatWasThereStaysAndKeepsItsFiles) {
   TemporaryFolder folder;
   writeText(folder.file("old"), "old");
   {
@@ -62,7 +62,7 @@ TEST(OutputFolder, aFolderThatWasThereStaysAndKeepsItsFiles) {
   EXPECT_EQ(readText(folder.file("old")), "old");
 }
 
-TEST(OutputFolder, refusesInputsDoublesAndFolders) {
+TEST(OutputFolder, RefusesInputsDoublesAndFolders) {
   TemporaryFolder folder;
   writeText(folder.file("in.nii"), "in");
   std::filesystem::create_directory(folder.file("sub"));
@@ -74,7 +74,7 @@ TEST(OutputFolder, refusesInputsDoublesAndFolders) {
   EXPECT_THAT(failure([&] { output.announce("x", {}); }), HasSubstr("two results"));
 }
 
-TEST(OutputFolder, impossiblePlacesAreRefusedBeforeAnyWork) {
+TEST(OutputFolder, ImpossiblePlacesAreRefusedBeforeAnyWork) {
   TemporaryFolder folder;
   writeText(folder.file("file"), "");
   EXPECT_THAT(failure([&] { OutputFolder output(folder.file("file")); }),
@@ -84,7 +84,7 @@ TEST(OutputFolder, impossiblePlacesAreRefusedBeforeAnyWork) {
   EXPECT_THAT(failure([&] { OutputFolder output(""); }), HasSubstr("empty name"));
 }
 
-TEST(OutputFolder, messagesNameTheFinalPlace) {
+TEST(OutputFolder, MessagesNameTheFinalPlace) {
   TemporaryFolder folder;
   OutputFolder output(folder.file("out"));
   output.announce("x", {});
@@ -98,7 +98,7 @@ TEST(OutputFolder, messagesNameTheFinalPlace) {
   }
 }
 
-TEST(OutputFolder, copiesFilesAndNamesTheOneItCannotRead) {
+TEST(OutputFolder, CopiesFilesAndNamesTheOneItCannotRead) {
   TemporaryFolder folder;
   writeText(folder.file("a.bval"), "0 1000\n");
   OutputFolder output(folder.file("out"));

@@ -90,8 +90,7 @@ TEST_F(AcquisitionOfAnImage, WhatIsMissingIsSaidWithTheFileAndAdvice) {
   EXPECT_EQ(faultOf([&] { requireDirection(resolved(), image); }).what(),
             sidecar + " has no PhaseEncodingDirection");
   const Error readout = faultOf([&] { requireReadout(resolved(), image, Advice::Of::series); });
-  EXPECT_EQ(readout.what(),
-            sidecar + " has neither TotalReadoutTime nor EffectiveEchoSpacing");
+  EXPECT_EQ(readout.what(), sidecar + " has neither TotalReadoutTime nor EffectiveEchoSpacing");
   EXPECT_EQ(readout.advice(), (Advice{Advice::Kind::giveReadout, Advice::Of::series}));
 }
 

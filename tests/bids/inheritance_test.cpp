@@ -50,7 +50,7 @@ struct WorkingFolder {
 
 }  // namespace
 
-TEST_F(Dataset, sidecarsApplyFromTheRootDownToTheImage) {
+TEST_F(Dataset, SidecarsApplyFromTheRootDownToTheImage) {
   const std::string root = put("task-rest_bold.json");
   const std::string subject = put("sub-01/sub-01_bold.json");
   const std::string own = put("sub-01/func/sub-01_task-rest_run-1_bold.json");
@@ -63,13 +63,13 @@ TEST_F(Dataset, sidecarsApplyFromTheRootDownToTheImage) {
   EXPECT_FALSE(bids::findSidecar(image));
 }
 
-TEST_F(Dataset, entitiesMayStandInAnyOrderAndMayBeMissing) {
+TEST_F(Dataset, EntitiesMayStandInAnyOrderAndMayBeMissing) {
   const std::string suffixAlone = put("bold.json");
   const std::string exchanged = put("sub-01/func/run-1_sub-01_bold.json");
   EXPECT_THAT(bids::applicableSidecars(image), ElementsAre(suffixAlone, exchanged));
 }
 
-TEST_F(Dataset, whatDoesNotApplyIsLeftAlone) {
+TEST_F(Dataset, WhatDoesNotApplyIsLeftAlone) {
   for (const char* name :
        {"epi.json", "task-rest_sbref.json", "task-move_bold.json", "run-01_bold.json",
         "acq-fast_bold.json", "task-rest.json", "task-rest_.json", "bold", "bold.txt", "bold.json~",
@@ -82,7 +82,7 @@ TEST_F(Dataset, whatDoesNotApplyIsLeftAlone) {
   EXPECT_THAT(bids::applicableSidecars(image), IsEmpty());
 }
 
-TEST_F(Dataset, theNearestDescriptionIsTheRoot) {
+TEST_F(Dataset, TheNearestDescriptionIsTheRoot) {
   put("bold.json");
   writeText(folder.file("dataset_description.json"), "{}");
   writeText(folder.file("task-rest_bold.json"), "{}");
@@ -93,28 +93,28 @@ TEST_F(Dataset, theNearestDescriptionIsTheRoot) {
   EXPECT_THAT(bids::applicableSidecars(image), IsEmpty());
 }
 
-TEST_F(Dataset, outsideADatasetOnlyTheImagesFolderCounts) {
+TEST_F(Dataset, OutsideADatasetOnlyTheImagesFolderCounts) {
   fs::remove(file("dataset_description.json"));
   put("bold.json");
   const std::string own = put("sub-01/func/sub-01_bold.json");
   EXPECT_THAT(bids::applicableSidecars(image), ElementsAre(own));
 }
 
-TEST_F(Dataset, anImageWithoutEntitiesHasTheSidecarsOfItsName) {
+TEST_F(Dataset, AnImageWithoutEntitiesHasTheSidecarsOfItsName) {
   put("epi.json");
   const std::string root = put("run 1_b0.json"), own = put("sub-01/run 1_b0.json");
   put("sub-01/b0.json");
   EXPECT_THAT(bids::applicableSidecars(file("sub-01/run 1_b0.nii")), ElementsAre(root, own));
 }
 
-TEST_F(Dataset, twoInOneFolderAreRefusedByName) {
+TEST_F(Dataset, TwoInOneFolderAreRefusedByName) {
   const std::string one = put("bold.json"), other = put("task-rest_bold.json");
   EXPECT_THAT(fault(), AllOf(StartsWith(one + " and " + other + " both describe " + image),
                              HasSubstr("one")));
   EXPECT_EQ(bids::findSidecar(image, other)->fileNames(), std::vector<std::string>{other});
 }
 
-TEST_F(Dataset, relativeImagesHaveRelativeSidecars) {
+TEST_F(Dataset, RelativeImagesHaveRelativeSidecars) {
   put("bold.json");
   put("sub-01/func/sub-01_bold.json");
   const fs::path name = fs::path(image).filename();
@@ -130,7 +130,7 @@ TEST_F(Dataset, relativeImagesHaveRelativeSidecars) {
               ElementsAre("../../bold.json", "sub-01_bold.json"));
 }
 
-TEST_F(Dataset, linkedImagesBelongWhereTheLinkIs) {
+TEST_F(Dataset, LinkedImagesBelongWhereTheLinkIs) {
   fs::create_directories(folder.file("store"));
   writeText(folder.file("store/bold.json"), "not read");
   writeText(folder.file("store/key.nii.gz"), "");
@@ -142,12 +142,12 @@ TEST_F(Dataset, linkedImagesBelongWhereTheLinkIs) {
   EXPECT_THAT(fault(), StartsWith(file("sub-01/bold.json") + " cannot be opened"));
 }
 
-TEST_F(Dataset, aFolderThatCannotBeListedIsNamed) {
+TEST_F(Dataset, AFolderThatCannotBeListedIsNamed) {
   EXPECT_THAT(failure([&] { bids::applicableSidecars(file("none/bold.nii")); }),
               StartsWith(file("none") + " cannot be searched for sidecars"));
 }
 
-TEST_F(Dataset, nearerFilesOverrideFieldByField) {
+TEST_F(Dataset, NearerFilesOverrideFieldByField) {
   const std::string root = put("bold.json", R"({"PhaseEncodingDirection": "j",
       "TotalReadoutTime": 0.05, "SliceTiming": [0, 1], "EchoTime": 0.03})");
   const std::string own = put("sub-01/func/sub-01_bold.json",
@@ -165,7 +165,7 @@ TEST_F(Dataset, nearerFilesOverrideFieldByField) {
   EXPECT_EQ(sidecar->title(), own + " (with " + root + ")");
 }
 
-TEST_F(Dataset, faultsNameTheFileThatTheValueIsFrom) {
+TEST_F(Dataset, FaultsNameTheFileThatTheValueIsFrom) {
   const std::string root = put("bold.json", R"({"PhaseEncodingDirection": "y"})");
   const std::string middle = put("sub-01/bold.json", R"({"TotalReadoutTime": 50})");
   const std::string own = put("sub-01/func/sub-01_bold.json", R"({"EffectiveEchoSpacing": "1"})");
@@ -184,7 +184,7 @@ TEST_F(Dataset, faultsNameTheFileThatTheValueIsFrom) {
   EXPECT_THAT(fault(), StartsWith(root + " is JSON, but not an object"));
 }
 
-TEST_F(Dataset, aContradictionBetweenTwoFilesNamesBoth) {
+TEST_F(Dataset, AContradictionBetweenTwoFilesNamesBoth) {
   const std::string root = put("bold.json", R"({"TotalReadoutTime": 0.05})");
   const std::string own = put("sub-01/func/sub-01_bold.json", R"({"EffectiveEchoSpacing": 0.001})");
   EXPECT_EQ(bids::findSidecar(image).value().readout(65)->contradiction,

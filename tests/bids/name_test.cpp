@@ -6,7 +6,7 @@ namespace mirel {
 
 using bids::Name;
 
-TEST(BidsName, entitiesAndSuffixAreTakenApart) {
+TEST(BidsName, EntitiesAndSuffixAreTakenApart) {
   const Name name = Name::of("data/sub-01/sub-01_dir-AP_epi.nii.gz");
   ASSERT_EQ(name.entities.size(), 2U);
   EXPECT_EQ(name.entities[1], (std::pair<std::string, std::string>("dir", "AP")));
@@ -14,18 +14,18 @@ TEST(BidsName, entitiesAndSuffixAreTakenApart) {
   EXPECT_EQ(name.text(), "sub-01_dir-AP_epi");
 }
 
-TEST(BidsName, derivedNamesKeepEntitiesAndSuffix) {
+TEST(BidsName, DerivedNamesKeepEntitiesAndSuffix) {
   const Name name = Name::of("sub-01_dir-AP_epi.nii");
   EXPECT_EQ(derivedName(name, "corrected"), "sub-01_dir-AP_desc-corrected_epi");
   EXPECT_EQ(derivedName(name, "warp", "xfm"), "sub-01_dir-AP_desc-warp_xfm");
 }
 
-TEST(BidsName, aDescriptionIsContinuedNotDoubled) {
+TEST(BidsName, ADescriptionIsContinuedNotDoubled) {
   EXPECT_EQ(derivedName(Name::of("sub-01_desc-preproc_bold.nii.gz"), "corrected"),
             "sub-01_desc-preprocCorrected_bold");
 }
 
-TEST(BidsName, otherNamesStayInFront) {
+TEST(BidsName, OtherNamesStayInFront) {
   for (const char* file : {"run 1.nii.gz", "a/run 1.nii"})
     EXPECT_EQ(derivedName(Name::of(file), "corrected"), "run 1_desc-corrected");
   // No suffix, a part without a key, no value, no key.
@@ -36,7 +36,7 @@ TEST(BidsName, otherNamesStayInFront) {
   }
 }
 
-TEST(BidsName, commonNameHasWhatBothShareButForTheDirection) {
+TEST(BidsName, CommonNameHasWhatBothShareButForTheDirection) {
   const Name a = Name::of("sub-01_ses-2_dir-AP_run-1_epi.nii.gz");
   EXPECT_EQ(commonName(a, Name::of("sub-01_ses-2_dir-PA_run-2_epi.nii.gz")).text(),
             "sub-01_ses-2_epi");

@@ -28,12 +28,12 @@ struct SidecarFile : testing::Test {
 
 }  // namespace
 
-TEST_F(SidecarFile, standsBesideTheImage) {
+TEST_F(SidecarFile, StandsBesideTheImage) {
   EXPECT_EQ(bids::sidecarName("a/run 1.nii.gz"), "a/run 1.json");
   EXPECT_EQ(bids::sidecarName("run.nii"), "run.json");
 }
 
-TEST_F(SidecarFile, phaseEncodingDirection) {
+TEST_F(SidecarFile, PhaseEncodingDirection) {
   for (const char* text : {"i", "i-", "j", "j-", "k", "k-"}) {
     const auto direction =
         read(R"({"PhaseEncodingDirection": ")" + std::string(text) + "\"}").phaseEncoding();
@@ -43,7 +43,7 @@ TEST_F(SidecarFile, phaseEncodingDirection) {
   EXPECT_FALSE(read(R"({"EchoTime": 1})").phaseEncoding());
 }
 
-TEST_F(SidecarFile, aReadoutTimeAndASpacingThatContradictEachOther) {
+TEST_F(SidecarFile, AReadoutTimeAndASpacingThatContradictEachOther) {
   const auto contradiction = [&](const std::string& text) {
     return read(text).readout(65)->contradiction;
   };
@@ -57,7 +57,7 @@ TEST_F(SidecarFile, aReadoutTimeAndASpacingThatContradictEachOther) {
   EXPECT_EQ(contradiction(R"({"EffectiveEchoSpacing": 0.001})"), "");
 }
 
-TEST_F(SidecarFile, readoutTimesInTheOrderOfTheirTrust) {
+TEST_F(SidecarFile, ReadoutTimesInTheOrderOfTheirTrust) {
   const auto readout =
       read(R"({"TotalReadoutTime": 0.05, "EffectiveEchoSpacing": 0.001})").readout(65);
   EXPECT_EQ(readout->seconds, 0.05);
@@ -75,7 +75,7 @@ TEST_F(SidecarFile, readoutTimesInTheOrderOfTheirTrust) {
   EXPECT_FALSE(read("{}").readout(65));
 }
 
-TEST_F(SidecarFile, aReadoutThatIsNoTimeIsRefused) {
+TEST_F(SidecarFile, AReadoutThatIsNoTimeIsRefused) {
   for (const char* value : {"\"0.05\"", "null", "-0.05", "0", "[0.05]"})
     EXPECT_THAT(readoutFailure("{\"TotalReadoutTime\": " + std::string(value) + "}"),
                 AllOf(StartsWith(name), HasSubstr("TotalReadoutTime")))
@@ -85,7 +85,7 @@ TEST_F(SidecarFile, aReadoutThatIsNoTimeIsRefused) {
   EXPECT_THAT(readoutFailure(R"({"EffectiveEchoSpacing": 0.00000001})"), HasSubstr(name));
 }
 
-TEST_F(SidecarFile, faultsAreOneSentenceWithTheName) {
+TEST_F(SidecarFile, FaultsAreOneSentenceWithTheName) {
   const auto fault = [&](const std::string& text) { return failure([&] { read(text); }); };
   // NaN is not JSON.
   for (const char* text : {"", "{", "nonsense", R"({"TotalReadoutTime": NaN})", "{} {}"})

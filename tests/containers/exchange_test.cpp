@@ -16,7 +16,7 @@ Volume<T> counting(int nx, int ny, int nz) {
   return v;
 }
 
-TYPED_TEST(ExchangeOf, putsTheAxisInThePlaceOfY) {
+TYPED_TEST(ExchangeOf, PutsTheAxisInThePlaceOfY) {
   const Volume<TypeParam> image = counting<TypeParam>(5, 7, 3);
   const Volume<TypeParam> withX = exchangedWithY(image, 0), withZ = exchangedWithY(image, 2);
   ASSERT_EQ(withX.dimensions(), glm::ivec3(7, 5, 3));
@@ -30,13 +30,13 @@ TYPED_TEST(ExchangeOf, putsTheAxisInThePlaceOfY) {
   EXPECT_TRUE(exchangedWithY(image, 1) == image);
 }
 
-TYPED_TEST(ExchangeOf, isItsOwnInverse) {
+TYPED_TEST(ExchangeOf, IsItsOwnInverse) {
   const Volume<TypeParam> image = counting<TypeParam>(4, 3, 6);
   for (int axis = 0; axis < 3; ++axis)
     EXPECT_TRUE(exchangedWithY(exchangedWithY(image, axis), axis) == image) << axis;
 }
 
-TEST(Exchange, handsOnWhatLiesAlongYAlready) {
+TEST(Exchange, HandsOnWhatLiesAlongYAlready) {
   Volume<float> image = counting<float>(4, 3, 2);
   const Volume<float> expected = image;
   const float* storage = image.data();
@@ -46,7 +46,7 @@ TEST(Exchange, handsOnWhatLiesAlongYAlready) {
   EXPECT_TRUE(exchangedWithY(Volume<float>(expected), 2) == exchangedWithY(expected, 2));
 }
 
-TEST(Exchange, usesStorageOfTheRightShapeAgain) {
+TEST(Exchange, UsesStorageOfTheRightShapeAgain) {
   const Volume<float> image = counting<float>(4, 3, 2);
   for (int axis = 0; axis < 3; ++axis) {
     Volume<float> result = exchangedWithY(image, axis);
@@ -58,7 +58,7 @@ TEST(Exchange, usesStorageOfTheRightShapeAgain) {
   }
 }
 
-TEST(Exchange, ofNothingIsNothing) {
+TEST(Exchange, OfNothingIsNothing) {
   for (int axis = 0; axis < 3; ++axis) {
     glm::ivec3 dims(4, 0, 3);
     const Volume<float> result = exchangedWithY(Volume<float>(dims), axis);
@@ -68,7 +68,7 @@ TEST(Exchange, ofNothingIsNothing) {
   }
 }
 
-TEST(AlongY, isTheVolumeItselfAlongYAndACopyElsewhere) {
+TEST(AlongY, IsTheVolumeItselfAlongYAndACopyElsewhere) {
   const Volume<float> image = counting<float>(4, 3, 2);
   const AlongY<float> y(image, 1);
   EXPECT_EQ(&*y, &image);
@@ -79,7 +79,7 @@ TEST(AlongY, isTheVolumeItselfAlongYAndACopyElsewhere) {
   }
 }
 
-TEST(AlongY, mayBeCopiedAndMoved) {
+TEST(AlongY, MayBeCopiedAndMoved) {
   const Volume<float> image = counting<float>(4, 3, 2);
   for (int axis = 0; axis < 3; ++axis) {
     AlongY<float> view(image, axis);

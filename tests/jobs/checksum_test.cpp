@@ -9,7 +9,7 @@ namespace mirel {
 using namespace niftifiles;
 
 // Expected values: FIPS 180-2, appendix B.
-TEST(Checksum, isSha256OfTheBytes) {
+TEST(Checksum, IsSha256OfTheBytes) {
   TemporaryFolder folder;
   writeText(folder.file("abc"), "abc");
   EXPECT_EQ(sha256Of(folder.file("abc")),
@@ -22,7 +22,7 @@ TEST(Checksum, isSha256OfTheBytes) {
             "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
 }
 
-TEST(Checksum, missingFileAndFolderAreNamed) {
+TEST(Checksum, MissingFileAndFolderAreNamed) {
   TemporaryFolder folder;
   EXPECT_THAT(failure([&] { sha256Of(folder.file("none")); }),
               testing::HasSubstr(folder.file("none")));

@@ -66,7 +66,7 @@ Volume<float> fieldOnTheFirstGrid(const PairInput& pair, const Grid& grid) {
 // The sweep order of the search and the centre of the column fit follow the storage, so that the
 // fields differ slightly: the worst here was 0.02 voxels rms. A wrong sign or axis gives more
 // than 0.6.
-TEST(Orientation, all48PermutationsAndFlipsGiveTheSameField) {
+TEST(Orientation, All48PermutationsAndFlipsGiveTheSameField) {
   const PairInput pair = smallPair();
   const Grid grid = gridOf(pair.a.header);
   const Volume<float> expected = fieldOnTheFirstGrid(pair, grid);

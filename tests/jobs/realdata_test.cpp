@@ -13,7 +13,7 @@
 namespace mirel {
 
 // The estimated field in Hz against one that was measured on its own (docs/accuracy.md).
-TEST(RealData, theFieldHasSignAndSizeOfTheMeasuredOne) {
+TEST(RealData, TheFieldHasSignAndSizeOfTheMeasuredOne) {
   if (niftifiles::dataFolder().empty()) GTEST_SKIP() << "no real images (MIREL_TEST_DATA)";
   const std::string folder = niftifiles::dataFolder() + "/siemens_prisma_dwi_bold_fmap";
   bindEngine();

@@ -46,7 +46,7 @@ glm::dvec3 exchanged(glm::dvec3 p, int axis, int other) {
   return p;
 }
 
-TEST(RigidMotion, isARotationAboutTheMiddleAndAShift) {
+TEST(RigidMotion, IsARotationAboutTheMiddleAndAShift) {
   RigidMotion motion;
   EXPECT_TRUE(motion.isNone());
   motion.rotationDegrees = {0, 0, 90};
@@ -63,14 +63,14 @@ TEST(RigidMotion, isARotationAboutTheMiddleAndAShift) {
   EXPECT_NEAR(glm::distance(turned, glm::dvec3(1, 0, 0)), 0.0, 1e-12);
 }
 
-TEST(RigidMotion, beforeIsTheWayBack) {
+TEST(RigidMotion, BeforeIsTheWayBack) {
   for (const RigidMotion& motion : motions())
     EXPECT_LT(
         farthest([&](glm::dvec3 p) { return motion.before(motion.after(p)); }, std::identity()),
         1e-12);
 }
 
-TEST(RigidMotion, inverseLeadsBack) {
+TEST(RigidMotion, InverseLeadsBack) {
   for (const RigidMotion& motion : motions()) {
     const RigidMotion back = motion.inverse();
     EXPECT_LT(farthest([&](glm::dvec3 p) { return back.after(motion.after(p)); }, std::identity()),
@@ -82,7 +82,7 @@ TEST(RigidMotion, inverseLeadsBack) {
   }
 }
 
-TEST(RigidMotion, anglesSurviveTheMatrix) {
+TEST(RigidMotion, AnglesSurviveTheMatrix) {
   for (const RigidMotion& motion : motions()) {
     if (std::abs(motion.rotationDegrees.y) == 90.0) continue;  // x and z are then one angle
     const RigidMotion same = motion.followedBy(glm::dvec3(0.0), glm::dvec3(0.0));
@@ -91,7 +91,7 @@ TEST(RigidMotion, anglesSurviveTheMatrix) {
   }
 }
 
-TEST(RigidMotion, anotherOneFollows) {
+TEST(RigidMotion, AnotherOneFollows) {
   const glm::dvec3 shift(0.5, -0.25, 2.0);
   for (const RigidMotion& motion : motions())
     for (int axis = 0; axis < 3; ++axis) {
@@ -110,7 +110,7 @@ TEST(RigidMotion, anotherOneFollows) {
 }
 
 // Where the second angle is a right one, the first and the third turn about the same axis.
-TEST(RigidMotion, followsUpToRightAnglesAndBeyond) {
+TEST(RigidMotion, FollowsUpToRightAnglesAndBeyond) {
   for (const double first : {0.0, 10.0, 33.3, -120.0})
     for (const double step : {30.0, 45.0, -18.0, -90.0}) {
       const RigidMotion start{{1.0, 2.0, 3.0}, {first, 0.0, 0.0}};
@@ -130,7 +130,7 @@ TEST(RigidMotion, followsUpToRightAnglesAndBeyond) {
     }
 }
 
-TEST(RigidMotion, aVectorTurnsAboutItself) {
+TEST(RigidMotion, AVectorTurnsAboutItself) {
   const glm::dvec3 axis = glm::normalize(glm::dvec3(1.0, -2.0, 3.0));
   const RigidMotion turn = RigidMotion().followedBy(glm::dvec3(0.0), 0.9 * axis);
   EXPECT_LT(glm::distance(turn.after(10.0 * axis), 10.0 * axis), 1e-12);
@@ -140,7 +140,7 @@ TEST(RigidMotion, aVectorTurnsAboutItself) {
   EXPECT_LT(glm::distance(turn.after(across), expected), 1e-12);
 }
 
-TEST(RigidMotion, halfMadeTwiceIsTheWhole) {
+TEST(RigidMotion, HalfMadeTwiceIsTheWhole) {
   for (const RigidMotion& motion : motions()) {
     const RigidMotion half = motion.half();
     EXPECT_LT(farthest([&](glm::dvec3 p) { return half.after(half.after(p)); },
@@ -152,14 +152,14 @@ TEST(RigidMotion, halfMadeTwiceIsTheWhole) {
   EXPECT_TRUE(RigidMotion().inverse().isNone());
 }
 
-TEST(RigidMotion, halfTurnsTheShorterWay) {
+TEST(RigidMotion, HalfTurnsTheShorterWay) {
   const RigidMotion half = RigidMotion{glm::dvec3(0.0), {0.0, 0.0, 178.0}}.half();
   EXPECT_NEAR(half.rotationDegrees.z, 89.0, 1e-9);
   EXPECT_NEAR((RigidMotion{glm::dvec3(0.0), {0.0, 0.0, -170.0}}.half().rotationDegrees.z), -85.0,
               1e-9);
 }
 
-TEST(RigidMotion, withExchangedIsTheSameMappingInOtherCoordinates) {
+TEST(RigidMotion, WithExchangedIsTheSameMappingInOtherCoordinates) {
   for (const RigidMotion& motion : motions())
     for (int axis = 0; axis < 3; ++axis)
       for (int other = 0; other < 3; ++other) {

@@ -10,7 +10,7 @@
 
 namespace mirel {
 
-TEST(Quantile, isTheSortedValueOfTheNearestRank) {
+TEST(Quantile, IsTheSortedValueOfTheNearestRank) {
   Random random(1);
   for (const int n : {1, 2, 3, 10, 101, 1000}) {
     const Volume<float> volume = random.volume({n, 1, 1}, -5, 5);
@@ -24,7 +24,7 @@ TEST(Quantile, isTheSortedValueOfTheNearestRank) {
   }
 }
 
-TEST(Quantile, roundsHalfARankUp) {
+TEST(Quantile, RoundsHalfARankUp) {
   std::vector<float> values = {4, 1, 3, 2};
   EXPECT_EQ(quantile(values, 0.5), 3.0f);
   EXPECT_EQ(quantile(values, 0.49), 2.0f);
@@ -47,7 +47,7 @@ double withinClasses(const std::vector<double>& histogram, int border) {
   return sum;
 }
 
-TEST(OtsuBorder, leavesTheLeastVarianceWithinTheClasses) {
+TEST(OtsuBorder, LeavesTheLeastVarianceWithinTheClasses) {
   Random random(1);
   for (const int bins : {2, 3, 17, 256}) {
     const Volume<float> counts = random.volume({bins, 1, 1}, 0, 100);
@@ -60,14 +60,14 @@ TEST(OtsuBorder, leavesTheLeastVarianceWithinTheClasses) {
   }
 }
 
-TEST(OtsuBorder, tellsBothEndsOfAGap) {
+TEST(OtsuBorder, TellsBothEndsOfAGap) {
   const std::array<double, 9> histogram = {0, 5, 3, 0, 0, 0, 2, 6, 0};
   const ClassBorder border = otsuBorder(histogram);
   EXPECT_EQ(border.first, 2);
   EXPECT_EQ(border.last, 5);
 }
 
-TEST(OtsuBorder, isZeroWhereThereIsOneClass) {
+TEST(OtsuBorder, IsZeroWhereThereIsOneClass) {
   for (const std::vector<double>& histogram :
        {std::vector<double>{}, {7}, {0, 0, 7}, {0, 0, 0}, {7, 0}}) {
     EXPECT_EQ(otsuBorder(histogram).first, 0);
@@ -75,7 +75,7 @@ TEST(OtsuBorder, isZeroWhereThereIsOneClass) {
   }
 }
 
-TEST(Correlation, isTheDefinition) {
+TEST(Correlation, IsTheDefinition) {
   const std::array<float, 4> a = {1, 2, 3, 4}, b = {2, 1, 4, 3};
   Volume<float> va(4, 1, 1), vb(4, 1, 1);
   va.copyData(a.data());
@@ -85,7 +85,7 @@ TEST(Correlation, isTheDefinition) {
   EXPECT_DOUBLE_EQ(correlation(va, va * 3.0f + 7.0f), 1.0);
 }
 
-TEST(Correlation, takesOnlyTheVoxelsItIsTold) {
+TEST(Correlation, TakesOnlyTheVoxelsItIsTold) {
   Random random(1);
   const glm::ivec3 dims(5, 4, 3);
   Volume<float> a = random.volume(dims, 0, 9), b = random.volume(dims, 0, 9);
@@ -105,7 +105,7 @@ TEST(Correlation, takesOnlyTheVoxelsItIsTold) {
   EXPECT_TRUE(std::isnan(correlation(a, b)));
 }
 
-TEST(Correlation, keepsItsDigitsFarFromZero) {
+TEST(Correlation, KeepsItsDigitsFarFromZero) {
   Random random(1);
   Volume<float> a = random.volume({20, 10, 5}, 0, 16), b = random.volume({20, 10, 5}, 0, 16);
   for (Volume<float>* v : {&a, &b})  // sixteenths, which the offset below leaves exact
@@ -114,7 +114,7 @@ TEST(Correlation, keepsItsDigitsFarFromZero) {
   EXPECT_NEAR(correlation(a + 524288.0f, b + 524288.0f), near, 1e-12);
 }
 
-TEST(Correlation, isUndefinedForConstantsAndForNothing) {
+TEST(Correlation, IsUndefinedForConstantsAndForNothing) {
   Random random(1);
   const Volume<float> a = random.volume({4, 3, 2}, 0, 1), constant({4, 3, 2}, 2.0f);
   EXPECT_TRUE(std::isnan(correlation(a, constant)));

@@ -27,14 +27,14 @@ std::pair<double, double> foundIn(const Volume<float>& image, const Volume<unsig
 
 }  // namespace
 
-TEST(HeadThreshold, separatesBrainFromAirInASimulatedHead) {
+TEST(HeadThreshold, SeparatesBrainFromAirInASimulatedHead) {
   const Phantom& phantom = smallPhantom();
   const double threshold = headThreshold(phantom.truth);
   EXPECT_GT(foundIn(phantom.truth, phantom.brainMask, threshold).first, 0.97);
   EXPECT_LT(foundIn(phantom.truth, phantom.headMask, threshold).second, 0.05);
 }
 
-TEST(HeadThreshold, followsTheScaleOfTheImage) {
+TEST(HeadThreshold, FollowsTheScaleOfTheImage) {
   const Volume<float>& image = smallPhantom().ap;
   const double threshold = headThreshold(image);
   for (const double scale : {0.001, 0.02, 0.5, 3.7, 60.0, 1000.0}) {
@@ -45,13 +45,13 @@ TEST(HeadThreshold, followsTheScaleOfTheImage) {
   EXPECT_EQ(headThreshold(image * 4.0f), 4 * threshold);
 }
 
-TEST(HeadThreshold, theMiddleOfAGapIsTaken) {
+TEST(HeadThreshold, TheMiddleOfAGapIsTaken) {
   Volume<float> image(10, 10, 10, 0.0f);
   for (int i = 0; i < 300; ++i) image.data()[i] = 400.0f;
   EXPECT_NEAR(headThreshold(image), 100, 0.5);  // the square of half the root
 }
 
-TEST(HeadThreshold, aSmallObjectAndBrightVoxelsDoNotMislead) {
+TEST(HeadThreshold, ASmallObjectAndBrightVoxelsDoNotMislead) {
   Volume<float> image(20, 20, 20, 4.0f);
   for (int i = 0; i < 80; ++i) image.data()[i] = 900.0f;  // 1 %
   EXPECT_GT(headThreshold(image), 4);
@@ -61,7 +61,7 @@ TEST(HeadThreshold, aSmallObjectAndBrightVoxelsDoNotMislead) {
   EXPECT_LT(headThreshold(image), 500);
 }
 
-TEST(HeadThreshold, nothingToSeparateIsZero) {
+TEST(HeadThreshold, NothingToSeparateIsZero) {
   EXPECT_EQ(headThreshold(Volume<float>(4, 4, 4, 7.0f)), 0);
   EXPECT_EQ(headThreshold(Volume<float>(4, 4, 4, -7.0f)), 0);
   EXPECT_EQ(headThreshold(Volume<float>()), 0);
@@ -69,7 +69,7 @@ TEST(HeadThreshold, nothingToSeparateIsZero) {
   EXPECT_EQ(headThreshold(Volume<float>(4, 4, 4, nan)), 0);
 }
 
-TEST(HeadThreshold, voxelsThatAreNotFiniteAreLeftOut) {
+TEST(HeadThreshold, VoxelsThatAreNotFiniteAreLeftOut) {
   Volume<float> image = smallPhantom().ap;
   const double threshold = headThreshold(image);
   image.data()[0] = std::numeric_limits<float>::quiet_NaN();
@@ -77,7 +77,7 @@ TEST(HeadThreshold, voxelsThatAreNotFiniteAreLeftOut) {
   EXPECT_NEAR(headThreshold(image), threshold, threshold / 100);
 }
 
-TEST(HeadThreshold, liesBetweenAirAndHeadInRealImages) {
+TEST(HeadThreshold, LiesBetweenAirAndHeadInRealImages) {
   const std::string folder = niftifiles::dataFolder();
   if (folder.empty()) GTEST_SKIP() << "no real images (MIREL_TEST_DATA)";
   const struct {
@@ -101,7 +101,7 @@ TEST(HeadThreshold, liesBetweenAirAndHeadInRealImages) {
   }
 }
 
-TEST(FractionAbove, countsWhatExceeds) {
+TEST(FractionAbove, CountsWhatExceeds) {
   Volume<float> image(2, 2, 1, 1.0f);
   image.data()[2] = 3.0f;
   EXPECT_EQ(fractionAbove(image, 1.0), 0.25);

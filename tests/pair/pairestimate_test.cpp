@@ -16,7 +16,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-TEST(PairEstimate, bySearchIsCloseToTheTruth) {
+TEST(PairEstimate, BySearchIsCloseToTheTruth) {
   EstimateSettings settings;
   settings.estimator = Estimator::search;
   const PairEstimate estimate = estimatePairMap(smallPair(), settings, noProgress);
@@ -28,7 +28,7 @@ TEST(PairEstimate, bySearchIsCloseToTheTruth) {
   EXPECT_THAT(estimate.warnings, IsEmpty());
 }
 
-TEST(PairEstimate, conservingSignalIsFarCloserToTheTruth) {
+TEST(PairEstimate, ConservingSignalIsFarCloserToTheTruth) {
   EstimateSettings settings;
   settings.modulation = Modulation::on;
   const PairEstimate estimate = estimatePairMap(smallPair(), settings, noProgress);
@@ -37,7 +37,7 @@ TEST(PairEstimate, conservingSignalIsFarCloserToTheTruth) {
   EXPECT_THAT(estimate.warnings, IsEmpty());
 }
 
-TEST(PairEstimate, isTheEnginesOwnBitForBit) {
+TEST(PairEstimate, IsTheEnginesOwnBitForBit) {
   const PairInput pair = smallPair();
   for (const EstimateOptions& options :
        {EstimateOptions{}, EstimateOptions{.useSsd = true, .intensityCorrection = true},
@@ -53,7 +53,7 @@ TEST(PairEstimate, isTheEnginesOwnBitForBit) {
   }
 }
 
-TEST(PairEstimate, byDefaultIsTheMassPreservingOneBitForBit) {
+TEST(PairEstimate, ByDefaultIsTheMassPreservingOneBitForBit) {
   const PairInput pair = smallPair();
   const PairEstimate estimate = estimatePairMap(pair, {}, noProgress);
   const MassPreservingResult expected =
@@ -64,7 +64,7 @@ TEST(PairEstimate, byDefaultIsTheMassPreservingOneBitForBit) {
   EXPECT_FALSE(estimate.motion.has_value());
 }
 
-TEST(PairEstimate, defaultsToTheVariantThatMeasuresBest) {
+TEST(PairEstimate, DefaultsToTheVariantThatMeasuresBest) {
   const EstimateSettings settings;
   EXPECT_EQ(settings.estimator, Estimator::massPreserving);
   EXPECT_TRUE(settings.motion);
@@ -73,7 +73,7 @@ TEST(PairEstimate, defaultsToTheVariantThatMeasuresBest) {
   EXPECT_FALSE(settings.search.fast);
 }
 
-TEST(PairEstimate, doesNotDependOnTheIntensityUnit) {
+TEST(PairEstimate, DoesNotDependOnTheIntensityUnit) {
   const Volume<float> expected = estimatePairMap(smallPair(), {}, noProgress).shift;
   PairInput pair = smallPair();
   pair.a.image *= 256.0f;
@@ -85,7 +85,7 @@ TEST(PairEstimate, doesNotDependOnTheIntensityUnit) {
   EXPECT_LT(rmsInBrain(estimatePairMap(pair, {}, noProgress).shift, expected), 0.02);
 }
 
-TEST(PairEstimate, warnsOfAWrongAxis) {
+TEST(PairEstimate, WarnsOfAWrongAxis) {
   PairInput pair = smallPair();
   using bids::StatedDirection;
   pair.a.acquisition.direction = {{0, -1}, StatedDirection::Source::sidecar, "a.json"};
@@ -95,7 +95,7 @@ TEST(PairEstimate, warnsOfAWrongAxis) {
                                                HasSubstr("i- and i,"), HasSubstr("along j"))));
 }
 
-TEST(PairEstimate, warnsWhereEverythingOrNothingIsHead) {
+TEST(PairEstimate, WarnsWhereEverythingOrNothingIsHead) {
   EstimateSettings settings;
   settings.search.fast = true;
   settings.intensityScale = 100;
@@ -127,7 +127,7 @@ struct Listener : Progress {
 
 }  // namespace
 
-TEST(PairEstimate, progressGrowsAndMayEndTheWork) {
+TEST(PairEstimate, ProgressGrowsAndMayEndTheWork) {
   for (const Estimator estimator : {Estimator::search, Estimator::massPreserving}) {
     SCOPED_TRACE(nameOf(estimator));
     EstimateSettings settings;

@@ -69,7 +69,7 @@ struct PairFiles : testing::Test {
 
 }  // namespace
 
-TEST_F(PairFiles, directionsAndReadoutComeFromTheSidecars) {
+TEST_F(PairFiles, DirectionsAndReadoutComeFromTheSidecars) {
   const PairInput pair = readPair(a, b);
   EXPECT_EQ(nameOf(pair.a.direction()), "j-");
   EXPECT_EQ(nameOf(pair.b.direction()), "j");
@@ -81,13 +81,13 @@ TEST_F(PairFiles, directionsAndReadoutComeFromTheSidecars) {
   EXPECT_THAT(textsOf(pair.warnings), IsEmpty());
 }
 
-TEST_F(PairFiles, echoSpacingCountsTheLinesOfThePhaseEncodingAxis) {
+TEST_F(PairFiles, EchoSpacingCountsTheLinesOfThePhaseEncodingAxis) {
   sidecar("a", R"({"PhaseEncodingDirection": "i-", "EffectiveEchoSpacing": 0.001})");
   sidecar("b", R"({"PhaseEncodingDirection": "i", "TotalReadoutTime": 0.005})");
   EXPECT_EQ(readPair(a, b).a.acquisition.readout->seconds, 0.005);
 }
 
-TEST_F(PairFiles, optionsOverrideSidecars) {
+TEST_F(PairFiles, OptionsOverrideSidecars) {
   sidecar("a", "not JSON, and not looked at");
   a.given.direction = bids::parsePhaseEncoding("i", "test");
   a.given.readoutSeconds = 0.03;
@@ -100,7 +100,7 @@ TEST_F(PairFiles, optionsOverrideSidecars) {
   EXPECT_THAT(pair.a.acquisition.sidecarFiles(), IsEmpty());
 }
 
-TEST_F(PairFiles, aNamedSidecarIsTaken) {
+TEST_F(PairFiles, ANamedSidecarIsTaken) {
   sidecar("other", R"({"PhaseEncodingDirection": "j", "TotalReadoutTime": 0.02})");
   sidecar("b", R"({"PhaseEncodingDirection": "j-", "TotalReadoutTime": 0.02})");
   a.given.sidecar = folder.file("other.json");
@@ -109,7 +109,7 @@ TEST_F(PairFiles, aNamedSidecarIsTaken) {
   EXPECT_THAT(fault(), HasSubstr("none.json cannot be opened"));
 }
 
-TEST_F(PairFiles, sidecarsHigherUpInTheDatasetCountToo) {
+TEST_F(PairFiles, SidecarsHigherUpInTheDatasetCountToo) {
   const std::string root = folder.file("epi.json");
   sidecar("dataset_description", "{}");
   sidecar("epi", R"({"EstimatedTotalReadoutTime": 0.03})");
@@ -134,7 +134,7 @@ TEST_F(PairFiles, sidecarsHigherUpInTheDatasetCountToo) {
   EXPECT_THAT(fault(), testing::StartsWith(own + " has neither"));
 }
 
-TEST_F(PairFiles, withoutSidecarsItIsVoxelsAndANoteSaysSo) {
+TEST_F(PairFiles, WithoutSidecarsItIsVoxelsAndANoteSaysSo) {
   std::filesystem::remove(folder.file("a.json"));
   std::filesystem::remove(folder.file("b.json"));
   const PairInput pair = readPair(a, b);
@@ -146,7 +146,7 @@ TEST_F(PairFiles, withoutSidecarsItIsVoxelsAndANoteSaysSo) {
   EXPECT_EQ(advice(), (Advice{Advice::Kind::giveDirection, Advice::Of::both}));
 }
 
-TEST_F(PairFiles, oneSidecarSpeaksForBothAndNotesSaySo) {
+TEST_F(PairFiles, OneSidecarSpeaksForBothAndNotesSaySo) {
   std::filesystem::remove(folder.file("a.json"));
   const PairInput pair = readPair(a, b);
   EXPECT_EQ(nameOf(pair.a.direction()), "j-");
@@ -154,14 +154,14 @@ TEST_F(PairFiles, oneSidecarSpeaksForBothAndNotesSaySo) {
   EXPECT_THAT(textsOf(pair.notes), ElementsAre(HasSubstr("opposite"), HasSubstr("readout time")));
 }
 
-TEST_F(PairFiles, anEstimatedReadoutIsNoted) {
+TEST_F(PairFiles, AnEstimatedReadoutIsNoted) {
   sidecar("a", R"({"PhaseEncodingDirection": "j-", "EstimatedTotalReadoutTime": 0.05})");
   const PairInput pair = readPair(a, b);
   EXPECT_EQ(pair.a.acquisition.readout->source, bids::ReadoutSource::estimated);
   EXPECT_THAT(textsOf(pair.notes), ElementsAre(HasSubstr(folder.file("a.json"))));
 }
 
-TEST_F(PairFiles, pairsThatAreNoneAreRefusedWithWhatWasFound) {
+TEST_F(PairFiles, PairsThatAreNoneAreRefusedWithWhatWasFound) {
   sidecar("b", R"({"PhaseEncodingDirection": "j-", "TotalReadoutTime": 0.05})");
   EXPECT_THAT(fault(), AllOf(HasSubstr("opposite"), HasSubstr("a.json"), HasSubstr("b.json"),
                              HasSubstr("j-")));
@@ -179,7 +179,7 @@ TEST_F(PairFiles, pairsThatAreNoneAreRefusedWithWhatWasFound) {
   EXPECT_EQ(advice(), (Advice{Advice::Kind::giveReadout, Advice::Of::second}));
 }
 
-TEST_F(PairFiles, readoutTimesThatWereBothGivenMayDiffer) {
+TEST_F(PairFiles, ReadoutTimesThatWereBothGivenMayDiffer) {
   a.given.readoutSeconds = 0.04;
   b.given.readoutSeconds = 0.06;
   const PairInput pair = readPair(a, b);
@@ -189,7 +189,7 @@ TEST_F(PairFiles, readoutTimesThatWereBothGivenMayDiffer) {
   EXPECT_THAT(fault(), HasSubstr("milliseconds"));
 }
 
-TEST_F(PairFiles, imagesThatCannotBeUsedAreRefused) {
+TEST_F(PairFiles, ImagesThatCannotBeUsedAreRefused) {
   Volume<float> image = ramp();
   image.at(1, 2, 3) = std::numeric_limits<float>::quiet_NaN();
   image.at(2, 2, 3) = std::numeric_limits<float>::infinity();
@@ -203,7 +203,7 @@ TEST_F(PairFiles, imagesThatCannotBeUsedAreRefused) {
   EXPECT_THAT(fault(), AllOf(HasSubstr("b.nii"), HasSubstr("6 x 7 x 1")));
 }
 
-TEST_F(PairFiles, otherGridsAreRefused) {
+TEST_F(PairFiles, OtherGridsAreRefused) {
   Volume<float> larger(7, 7, 5, 0.0f);
   larger.data()[3] = 1;
   write(b.file, larger);
@@ -219,7 +219,7 @@ TEST_F(PairFiles, otherGridsAreRefused) {
   EXPECT_EQ(fault(), "nothing");
 }
 
-TEST_F(PairFiles, volumesOfOneFileAndMeans) {
+TEST_F(PairFiles, VolumesOfOneFileAndMeans) {
   write(a.file, ramp(), 4);
   b = a;
   b.volume = 2;
@@ -242,7 +242,7 @@ TEST_F(PairFiles, volumesOfOneFileAndMeans) {
   EXPECT_THAT(fault(), HasSubstr("both images of the pair are volume 0"));
 }
 
-TEST(ProjectVoxelSize, isInSinglePrecisionAsProjectsHaveIt) {
+TEST(ProjectVoxelSize, IsInSinglePrecisionAsProjectsHaveIt) {
   nifti::Header header;
   glm::dmat4 affine(1.0);
   affine[0] = {0, 2.4, 0, 0};
