@@ -56,6 +56,22 @@ void judge(const SeriesInput& input, const Reference& reference, SeriesRecord& r
         nameOf(direction.value.opposite()) + "; it or " + reference.otherwiseWrong + " wrong");
 }
 
+SeriesRecord recordOf(const SeriesInput& input, const std::string& output,
+                      const SeriesReport& corrected, const Distortion& distortion) {
+  SeriesRecord record;
+  record.file = input.file;
+  record.output = output;
+  record.acquisition = input.acquisition;
+  record.volumes = corrected.volumes;
+  record.resampledField = !input.onGridOfField;
+  record.warnings = input.warnings;
+  for (const std::string& warning : corrected.warnings) record.warnings.push_back(warning);
+  if (!record.resampledField) return record;
+  const std::string doubt = headOffField(corrected.meanBefore, input, distortion.field());
+  if (!doubt.empty()) record.warnings.push_back(doubt);
+  return record;
+}
+
 }  // namespace
 
 SeriesNames SeriesNames::inFolder(const SeriesInput& input, bool withWarp) {
@@ -113,33 +129,12 @@ void SeriesCorrection::run(const Distortion& distortion, const std::optional<Ref
 void SeriesCorrection::correctOne(const Planned& one, const Context& context) {
   const SeriesInput& input = one.input;
   const bids::PhaseEncodingDirection direction = input.acquisition.direction->value;
-  const std::string subject = fs::path(input.file).filename().string();
-  context.progress.at(Stage::correcting, 0.0, subject);
   const auto& readout = input.acquisition.readout;
   const Volume<float> shift = context.distortion.shiftFor(
       gridOf(input.header), direction, readout ? std::optional(readout->seconds) : std::nullopt);
-  SeriesOptions how;
-  how.axis = direction.axis;
-  how.modulation = settings.modulation;
-  how.floatOutput = settings.floatOutput;
-  how.threads = settings.threads;
-  how.done = [&](double done) { context.progress.at(Stage::correcting, done, subject); };
-  const SeriesReport corrected =
-      correctSeries(input.file, shift, how, folder.path(one.names.image));
+  const SeriesReport corrected = resample(one, shift, context);
 
-  SeriesRecord record;
-  record.file = input.file;
-  record.output = one.names.image;
-  record.acquisition = input.acquisition;
-  record.volumes = corrected.volumes;
-  record.resampledField = !input.onGridOfField;
-  record.warnings = input.warnings;
-  for (const std::string& warning : corrected.warnings) record.warnings.push_back(warning);
-  if (record.resampledField)
-    if (const std::string doubt =
-            headOffField(corrected.meanBefore, input, context.distortion.field());
-        !doubt.empty())
-      record.warnings.push_back(doubt);
+  SeriesRecord record = recordOf(input, one.names.image, corrected, context.distortion);
   std::vector<Remark>& notes = context.run.notes;
   notes.insert(notes.end(), input.notes.begin(), input.notes.end());
   if (context.reference) {
@@ -156,6 +151,19 @@ void SeriesCorrection::correctOne(const Planned& one, const Context& context) {
   std::vector<Remark>& warnings = context.run.warnings;
   warnings.insert(warnings.end(), record.warnings.begin(), record.warnings.end());
   context.run.series.push_back(std::move(record));
+}
+
+SeriesReport SeriesCorrection::resample(const Planned& one, const Volume<float>& shift,
+                                        const Context& context) {
+  const std::string subject = fs::path(one.input.file).filename().string();
+  context.progress.at(Stage::correcting, 0.0, subject);
+  SeriesOptions how;
+  how.axis = one.input.acquisition.direction->value.axis;
+  how.modulation = settings.modulation;
+  how.floatOutput = settings.floatOutput;
+  how.threads = settings.threads;
+  how.done = [&](double done) { context.progress.at(Stage::correcting, done, subject); };
+  return correctSeries(one.input.file, shift, how, folder.path(one.names.image));
 }
 
 void SeriesCorrection::writeRest(const Planned& one, const SeriesRecord& record,

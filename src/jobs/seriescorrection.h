@@ -7,6 +7,7 @@
 #include "base/outputfolder.h"
 #include "base/progress.h"
 #include "field/distortion.h"
+#include "field/series.h"
 #include "field/signcheck.h"
 #include "jobs/recordjson.h"
 #include "jobs/runrecord.h"
@@ -68,8 +69,9 @@ class SeriesCorrection {
   };
   struct Context;
 
-  void correctOne(const Planned& planned, const Context& context);
-  void writeRest(const Planned& planned, const SeriesRecord& record, const Context& context);
+  void correctOne(const Planned& one, const Context& context);
+  SeriesReport resample(const Planned& one, const Volume<float>& shift, const Context& context);
+  void writeRest(const Planned& one, const SeriesRecord& record, const Context& context);
 
   SeriesSettings settings;
   OutputFolder& folder;

@@ -67,7 +67,8 @@ struct PairEstimate : PairFindings {
 /// Estimates the map of a pair and corrects both images.
 ///
 /// By the search the map is that of the estimate task for the projects that A and B become, bit for
-/// bit, when the intensity scale is 1; with a phase-encoding axis other than y that axis and y are
+/// bit, when the intensity scale is 1 and the voxel sizes need no more than the six digits that a
+/// project's header has; with a phase-encoding axis other than y that axis and y are
 /// exchanged before and after. B is corrected by the negated map.
 ///
 /// Warnings  name the sidecars: images that agree better uncorrected, or with the opposite map;

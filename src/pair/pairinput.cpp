@@ -225,7 +225,7 @@ glm::dvec3 projectVoxelSize(const nifti::Header& header) {
   const glm::dvec3 size = nifti::columnLengths(header.affine());
   glm::dvec3 result;
   for (int axis = 0; axis < 3; ++axis) {
-    // By way of the nine digits of a project's header.
+    // By way of nine digits, as projects are made (convert/newproject.cpp).
     char digits[40];
     std::snprintf(digits, sizeof digits, "%.9g", size[axis]);
     result[axis] = static_cast<double>(std::strtof(digits, nullptr));

@@ -64,7 +64,8 @@ struct PairInput {
 PairInput readPair(const ImageOptions& a, const ImageOptions& b);
 
 /// The voxel sizes along the image's axes as a project made from the image tells them to the
-/// estimate task: the affine's column lengths in single precision.
+/// estimate task: the affine's column lengths in single precision. A header on the disk has six
+/// digits of them, which this does not follow.
 glm::dvec3 projectVoxelSize(const nifti::Header& header);
 
 }  // namespace mirel
