@@ -2,10 +2,19 @@
 include(GoogleTest)
 find_package(GTest REQUIRED)
 
+if(MIREL_PCH)
+  mirel_precompiled_headers(mirel_tests_precompiled
+    HEADERS ${MIREL_PRECOMPILED} <gmock/gmock.h> <gtest/gtest.h> USES glm::glm GTest::gmock)
+  # Test programs are executables: their code is compiled with other options than a library's.
+  set_target_properties(mirel_tests_precompiled PROPERTIES POSITION_INDEPENDENT_CODE OFF)
+  target_compile_options(mirel_tests_precompiled PRIVATE -fPIE)
+endif()
+
 function(mirel_test name)
   cmake_parse_arguments(arg "" "" "SOURCES;USES" ${ARGN})
   add_executable(${name} ${arg_SOURCES})
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/tests)
   target_link_libraries(${name} PRIVATE ${arg_USES} GTest::gmock_main)
+  mirel_use_precompiled(${name} mirel_tests_precompiled)
   gtest_discover_tests(${name} PROPERTIES TIMEOUT 900 DISCOVERY_TIMEOUT 60)
 endfunction()

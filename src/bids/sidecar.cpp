@@ -5,7 +5,6 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <nlohmann/json.hpp>
 
 #include "base/error.h"
 #include "nifti/filename.h"
@@ -27,7 +26,7 @@ std::string textOfNumber(double value) {
   return text;
 }
 
-nlohmann::json readObject(const std::string& name) {
+Json readObject(const std::string& name) {
   const auto fail = [&](const std::string& fault) { throw Error(name, fault); };
   std::error_code failure;
   if (fs::is_directory(name, failure)) fail("is a directory, not a JSON file");
@@ -35,10 +34,11 @@ nlohmann::json readObject(const std::string& name) {
   if (!is) fail(std::string("cannot be opened: ") + std::strerror(errno));
   if (fs::file_size(name, failure) > largestSidecar || failure)
     fail("is no sidecar: it is larger than 16 MB, or no ordinary file");
-  nlohmann::json object = nlohmann::json::parse(is, nullptr, /*allow_exceptions=*/false);
-  if (object.is_discarded()) fail("is not valid JSON");
-  if (!object.is_object()) fail("is JSON, but not an object with named fields");
-  return object;
+  const std::string text((std::istreambuf_iterator<char>(is)), std::istreambuf_iterator<char>());
+  std::optional<Json> value = Json::parse(text);
+  if (!value) fail("is not valid JSON");
+  if (!value->is_object()) fail("is JSON, but not an object with named fields");
+  return *std::move(value);
 }
 
 }  // namespace
@@ -64,13 +64,13 @@ std::string sourceText(const Readout& readout) {
 Sidecar::Sidecar(const std::string& fileName) : Sidecar(std::vector<std::string>{fileName}) {}
 
 Sidecar::Sidecar(const std::vector<std::string>& fileNames) : names(fileNames) {
-  nlohmann::json all = nlohmann::json::object();
+  Json all = Json::object();
   for (const std::string& name : names) {
-    const nlohmann::json object = readObject(name);
+    const Json object = readObject(name);
     all.update(object);
-    for (const auto& field : object.items()) origins[field.key()] = name;
+    for (const auto& [field, value] : object.items()) origins[field] = name;
   }
-  content = std::make_shared<const nlohmann::json>(std::move(all));
+  content = std::make_shared<const Json>(std::move(all));
 }
 
 std::string Sidecar::title() const {
@@ -86,26 +86,26 @@ void Sidecar::fail(const std::string& field, const std::string& fault) const {
 
 std::optional<PhaseEncodingDirection> Sidecar::phaseEncoding() const {
   const char* name = "PhaseEncodingDirection";
-  const auto field = content->find(name);
-  if (field == content->end()) return std::nullopt;
+  const Json* field = content->find(name);
+  if (field == nullptr) return std::nullopt;
   if (!field->is_string()) fail(name, "that is not a text");
-  return parsePhaseEncoding(field->get<std::string>(), fileOf(name));
+  return parsePhaseEncoding(field->string(), fileOf(name));
 }
 
 std::optional<double> Sidecar::seconds(const char* field) const {
-  const auto found = content->find(field);
-  if (found == content->end()) return std::nullopt;
+  const Json* found = content->find(field);
+  if (found == nullptr) return std::nullopt;
   if (!found->is_number()) fail(field, "that is not a number");
-  const double value = found->get<double>();
+  const double value = found->number();
   if (!std::isfinite(value) || value <= 0)
     fail(field, "of " + textOfNumber(value) + ", which is not a positive time");
   return value;
 }
 
 std::string Sidecar::contradictionOf(double totalReadoutTime, int lines) const {
-  const auto spacing = content->find("EffectiveEchoSpacing");
-  if (spacing == content->end() || !spacing->is_number()) return {};
-  const double bySpacing = spacing->get<double>() * (lines - 1.0);
+  const Json* spacing = content->find("EffectiveEchoSpacing");
+  if (spacing == nullptr || !spacing->is_number()) return {};
+  const double bySpacing = spacing->number() * (lines - 1.0);
   if (std::abs(bySpacing - totalReadoutTime) <= largestContradiction * totalReadoutTime) return {};
   const std::string& one = fileOf("TotalReadoutTime");
   const std::string& other = fileOf("EffectiveEchoSpacing");

@@ -2,11 +2,11 @@
 
 #include <map>
 #include <memory>
-#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "base/json.h"
 #include "bids/phaseencoding.h"
 
 namespace mirel::bids {
@@ -60,7 +60,7 @@ class Sidecar {
   const std::string& fileOf(const std::string& field) const { return origins.at(field); }
   /// What messages about a missing field call it: "near.json", "near.json (with far.json)".
   std::string title() const;
-  const nlohmann::json& json() const { return *content; }
+  const Json& json() const { return *content; }
 
   /// The field PhaseEncodingDirection; nothing when it is missing.
   std::optional<PhaseEncodingDirection> phaseEncoding() const;
@@ -89,7 +89,7 @@ class Sidecar {
   [[noreturn]] void fail(const std::string& field, const std::string& fault) const;
 
   std::vector<std::string> names;
-  std::shared_ptr<const nlohmann::json> content;
+  std::shared_ptr<const Json> content;
   std::map<std::string, std::string> origins;
 };
 

@@ -2,10 +2,10 @@
 #include <cstdio>
 #include <iostream>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <optional>
 
 #include "base/error.h"
+#include "base/json.h"
 #include "cli/command.h"
 #include "cli/inputimage.h"
 #include "numerics/statistics.h"
@@ -68,9 +68,9 @@ int runCompare(const Options& options) {
   const Comparison result = compareVolumes(a, b, mask);
   if (result.voxels == 0) throw Error(options.mask, "marks no voxel");
   if (options.json) {
-    std::cout << nlohmann::ordered_json{{"correlation", result.correlation},
-                                        {"rootMeanSquareDifference", result.rmsDifference},
-                                        {"voxels", result.voxels}}
+    std::cout << Json{{"correlation", result.correlation},
+                      {"rootMeanSquareDifference", result.rmsDifference},
+                      {"voxels", result.voxels}}
                      .dump(2)
               << "\n";
   } else {

@@ -10,8 +10,6 @@ namespace mirel {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 Json jsonOf(const glm::dmat4& m) {
   Json rows = Json::array();
   for (int row = 0; row < 3; ++row) rows.push_back({m[0][row], m[1][row], m[2][row], m[3][row]});

@@ -1,7 +1,8 @@
 #pragma once
 
-#include <nlohmann/json.hpp>
 #include <string>
+
+#include "base/json.h"
 
 namespace mirel {
 
@@ -10,6 +11,6 @@ namespace mirel {
 ///
 /// Errors   those of nifti::Reader; a sidecar that cannot be used is a warning in the report, as
 ///          are data that cannot be read.
-nlohmann::ordered_json imageReport(const std::string& fileName);
+Json imageReport(const std::string& fileName);
 
 }  // namespace mirel

@@ -1,8 +1,8 @@
 #include <iostream>
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include "base/error.h"
+#include "base/json.h"
 #include "cli/command.h"
 #include "cli/imagereport.h"
 #include "files/mapfile.h"
@@ -15,8 +15,6 @@
 namespace mirel {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 constexpr const char* description =
     "Tell what an image, a project or a map contains: its header and a summary of its data.\n";
@@ -88,19 +86,19 @@ void printText(const Json& report, const std::string& indent) {
       printText(value, indent + "  ");
       continue;
     }
-    if (value.is_array() && value.empty()) continue;
+    if (value.is_array() && value.list().empty()) continue;
     std::cout << indent << key << ":";
-    if (value.is_array() && value.front().is_string()) {
-      for (const Json& line : value) std::cout << "\n" << indent << "  " << line.get<std::string>();
-    } else if (value.is_array() && value.front().is_array()) {
-      for (const Json& row : value) {
+    if (value.is_array() && value.list().front().is_string()) {
+      for (const Json& line : value.list()) std::cout << "\n" << indent << "  " << line.string();
+    } else if (value.is_array() && value.list().front().is_array()) {
+      for (const Json& row : value.list()) {
         std::cout << "\n" << indent << " ";
-        for (const Json& item : row) std::cout << " " << item.dump();
+        for (const Json& item : row.list()) std::cout << " " << item.dump();
       }
     } else if (value.is_array()) {
-      for (const Json& item : value) std::cout << " " << item.dump();
+      for (const Json& item : value.list()) std::cout << " " << item.dump();
     } else if (value.is_string()) {
-      std::cout << " " << value.get<std::string>();
+      std::cout << " " << value.string();
     } else if (value.is_null()) {
       std::cout << " none";
     } else {
@@ -122,7 +120,7 @@ int runInfo(const std::string& fileName, bool json) {
   const Json report = reportOf(fileName);
   if (json)
     // File names need not be UTF-8: bytes that are not become the replacement character.
-    std::cout << report.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
+    std::cout << report.dump(2, Json::NotUtf8::replaced) << "\n";
   else
     printText(report, "");
   return exitSuccess;

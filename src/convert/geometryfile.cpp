@@ -3,15 +3,14 @@
 #include <cmath>
 #include <filesystem>
 #include <fstream>
-#include <nlohmann/json.hpp>
 
 #include "base/error.h"
+#include "base/json.h"
 
 namespace mirel::convert {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
 namespace fs = std::filesystem;
 
 constexpr const char* kind = "mirel geometry 1";
@@ -29,7 +28,7 @@ glm::dmat4 matrixFrom(const Json& rows) {
   for (int row = 0; row < 3; row++)
     for (int column = 0; column < 4; column++)
       m[column][row] =
-          rows.at(static_cast<std::size_t>(row)).at(static_cast<std::size_t>(column)).get<double>();
+          rows.at(static_cast<std::size_t>(row)).at(static_cast<std::size_t>(column)).number();
   return m;
 }
 
@@ -37,23 +36,22 @@ nifti::Header headerFrom(const Json& json) {
   nifti::Header h;
   for (int d = 0; d < 3; d++) {
     const auto n = static_cast<std::size_t>(d);
-    h.dims[d] = json.at("dimensions").at(n).get<int>();
-    h.voxelSizeMm[d] = json.at("voxelSizeMm").at(n).get<double>();
+    h.dims[d] = json.at("dimensions").at(n).integer();
+    h.voxelSizeMm[d] = json.at("voxelSizeMm").at(n).number();
   }
-  h.volumes = json.at("volumes").get<int>();
-  h.repetitionTimeSeconds = json.at("repetitionTimeSeconds").get<double>();
+  h.volumes = json.at("volumes").integer();
+  h.repetitionTimeSeconds = json.at("repetitionTimeSeconds").number();
   const Json& q = json.at("qform");
-  h.qformCode = q.at("code").get<int>();
-  h.qform = {q.at("b").get<double>(),   q.at("c").get<double>(), q.at("d").get<double>(),
-             q.at("x").get<double>(),   q.at("y").get<double>(), q.at("z").get<double>(),
-             q.at("qfac").get<double>()};
-  h.sformCode = json.at("sform").at("code").get<int>();
+  h.qformCode = q.at("code").integer();
+  h.qform = {q.at("b").number(), q.at("c").number(), q.at("d").number(),   q.at("x").number(),
+             q.at("y").number(), q.at("z").number(), q.at("qfac").number()};
+  h.sformCode = json.at("sform").at("code").integer();
   h.sform = matrixFrom(json.at("sform").at("rows"));
-  h.version = json.at("niftiVersion").get<int>();
-  h.type = nifti::dataTypeNamed(json.at("dataType").get<std::string>());
-  h.slope = json.at("slope").get<double>();
-  h.inter = json.at("intercept").get<double>();
-  h.description = json.at("description").get<std::string>();
+  h.version = json.at("niftiVersion").integer();
+  h.type = nifti::dataTypeNamed(json.at("dataType").string());
+  h.slope = json.at("slope").number();
+  h.inter = json.at("intercept").number();
+  h.description = json.at("description").string();
   return h;
 }
 
@@ -80,17 +78,17 @@ std::string formatGeometry(const nifti::Header& h) {
   json["slope"] = h.slope;
   json["intercept"] = h.inter;
   json["description"] = h.description;
-  return json.dump(2, ' ', false, Json::error_handler_t::ignore) + "\n";
+  return json.dump(2, Json::NotUtf8::dropped) + "\n";
 }
 
 std::optional<nifti::Header> parseGeometry(const std::string& text) {
   try {
-    const Json json = Json::parse(text);
-    if (!json.is_object() || json.value("kind", std::string()) != kind) return std::nullopt;
-    const nifti::Header header = headerFrom(json);
+    const std::optional<Json> json = Json::parse(text);
+    if (!json || !json->is_object() || json->at("kind").string() != kind) return std::nullopt;
+    const nifti::Header header = headerFrom(*json);
     if (!isUsable(header)) return std::nullopt;
     return header;
-  } catch (const Json::exception&) {
+  } catch (const Json::Fault&) {
     return std::nullopt;
   } catch (const Error&) {
     return std::nullopt;

@@ -1,7 +1,5 @@
 #include "jobs/pairoutputs.h"
 
-#include <nlohmann/json.hpp>
-
 #include "bids/name.h"
 #include "field/warp.h"
 #include "jobs/recordjson.h"

@@ -1,7 +1,5 @@
 #include "jobs/recordjson.h"
 
-#include <nlohmann/json.hpp>
-
 #include "jobs/checksum.h"
 
 namespace mirel {
@@ -187,7 +185,7 @@ std::string sidecarText(const std::string& description, const std::string& units
   json.update(moreFields);
   json["Sources"] = sources;
   json["Mirel"] = origin;
-  return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+  return json.dump(2, Json::NotUtf8::replaced) + "\n";
 }
 
 std::string datasetDescription(const std::string& version) {
@@ -206,7 +204,7 @@ std::string summaryText(const RunRecord& run) {
   json["outputs"] = run.outputs;
   json["notes"] = textsOf(run.notes);
   json["warnings"] = textsOf(run.warnings);
-  return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+  return json.dump(2, Json::NotUtf8::replaced) + "\n";
 }
 
 }  // namespace mirel

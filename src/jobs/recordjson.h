@@ -1,15 +1,13 @@
 #pragma once
 
-#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <vector>
 
+#include "base/json.h"
 #include "jobs/runrecord.h"
 
 /// A run's record as JSON: what stands in the sidecars of its outputs, and the summary of the run.
 namespace mirel {
-
-using Json = nlohmann::ordered_json;
 
 /// A name by itself, several as a list.
 Json oneOrList(const std::vector<std::string>& names);

@@ -1,7 +1,6 @@
 #include "jobs/seriescorrection.h"
 
 #include <filesystem>
-#include <nlohmann/json.hpp>
 
 #include "bids/name.h"
 #include "field/series.h"

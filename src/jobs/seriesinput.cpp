@@ -1,7 +1,6 @@
 #include "jobs/seriesinput.h"
 
 #include <filesystem>
-#include <nlohmann/json.hpp>
 
 #include "base/error.h"
 #include "bids/inheritance.h"
@@ -157,12 +156,11 @@ std::vector<std::string> filesOf(const SeriesInput& input) {
   return files;
 }
 
-nlohmann::ordered_json keptFieldsOf(const SeriesInput& input) {
-  nlohmann::ordered_json kept = nlohmann::ordered_json::object();
+Json keptFieldsOf(const SeriesInput& input) {
+  Json kept = Json::object();
   if (!input.acquisition.sidecar) return kept;
-  const nlohmann::json& fields = input.acquisition.sidecar->json();
   for (const char* name : keptNames)
-    if (fields.contains(name)) kept[name] = fields[name];
+    if (const Json* field = input.acquisition.sidecar->json().find(name)) kept[name] = *field;
   return kept;
 }
 

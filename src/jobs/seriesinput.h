@@ -1,9 +1,9 @@
 #pragma once
 
-#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <vector>
 
+#include "base/json.h"
 #include "field/distortion.h"
 #include "pair/pairinput.h"
 
@@ -43,7 +43,7 @@ SeriesInput readSeriesOf(const PairInput& pair, const SeriesFile& options);
 std::vector<std::string> filesOf(const SeriesInput& input);
 
 /// What describes the acquisition in the sidecars of a series and stays true when it is corrected.
-nlohmann::ordered_json keptFieldsOf(const SeriesInput& input);
+Json keptFieldsOf(const SeriesInput& input);
 
 /// A sentence when more than a hundredth of the head in `mean`, the mean of a series, lies off the
 /// grid of the field; empty otherwise.

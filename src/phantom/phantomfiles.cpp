@@ -1,9 +1,9 @@
 #include "phantom/phantomfiles.h"
 
 #include <filesystem>
-#include <nlohmann/json.hpp>
 
 #include "base/error.h"
+#include "base/json.h"
 #include "base/outputfile.h"
 #include "convert/convert.h"
 #include "nifti/image.h"
@@ -11,8 +11,6 @@
 namespace mirel {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 constexpr double repetitionTimeSeconds = 2.0;
 constexpr double echoTimeSeconds = 0.06;
