@@ -1,6 +1,7 @@
 #include <iostream>
 #include <memory>
 
+#include "base/numbertext.h"
 #include "cli/command.h"
 #include "cli/interrupt.h"
 #include "cli/numbers.h"
@@ -63,22 +64,15 @@ void settle(Options& options) {
   }
 }
 
-std::string number(const char* format, double value) {
-  char text[40];
-  std::snprintf(text, sizeof text, format, value);
-  return text;
-}
-
 std::string acquisition(const bids::PhaseEncodingDirection& direction, const std::string& source,
                         const std::optional<bids::Readout>& readout) {
-  std::string text = nameOf(direction) + " (" + source + ")";
-  if (readout)
-    text += ", readout " + number("%.6g", readout->seconds) + " s (" + sourceText(*readout) + ")";
-  return text;
+  std::string told = nameOf(direction) + " (" + source + ")";
+  if (readout) told += ", readout " + text(readout->seconds) + " s (" + sourceText(*readout) + ")";
+  return told;
 }
 
 std::string three(const glm::dvec3& v) {
-  return number("%.2f", v.x) + ", " + number("%.2f", v.y) + ", " + number("%.2f", v.z);
+  return text("%.2f", v.x) + ", " + text("%.2f", v.y) + ", " + text("%.2f", v.z);
 }
 
 std::string motionText(const std::optional<RigidMotion>& motion) {
@@ -92,16 +86,16 @@ void tell(const CorrectionReport& report) {
     std::cerr << image->title() << ": phase encoding "
               << acquisition(image->direction, image->directionSource, image->readout) << "\n";
   const PairEstimate& estimate = report.estimate;
-  std::cerr << "Head above an intensity of " << number("%.4g", estimate.threshold)
-            << " (intensity scale " << number("%.4g", estimate.intensityScale) << ", "
-            << number("%.0f", 100 * estimate.foregroundA) << " and "
-            << number("%.0f", 100 * estimate.foregroundB) << " % of the voxels)\n";
+  std::cerr << "Head above an intensity of " << text("%.4g", estimate.threshold)
+            << " (intensity scale " << text("%.4g", estimate.intensityScale) << ", "
+            << text("%.0f", 100 * estimate.foregroundA) << " and "
+            << text("%.0f", 100 * estimate.foregroundB) << " % of the voxels)\n";
   if (estimate.estimator == Estimator::massPreserving)
     std::cerr << "Intensity of the first image over that of the second: "
-              << number("%.4g", estimate.intensityRatio) << "\n"
+              << text("%.4g", estimate.intensityRatio) << "\n"
               << motionText(estimate.motion) << "\n";
-  std::cerr << "Correlation of the pair in the head: " << number("%.3f", estimate.agreement.before)
-            << " before, " << number("%.3f", estimate.agreement.after) << " after\n";
+  std::cerr << "Correlation of the pair in the head: " << text("%.3f", estimate.agreement.before)
+            << " before, " << text("%.3f", estimate.agreement.after) << " after\n";
   for (const SeriesResult& run : report.series)
     std::cerr << run.file << ": " << run.volumes << (run.volumes == 1 ? " volume" : " volumes")
               << ", phase encoding " << acquisition(run.direction, run.directionSource, run.readout)

@@ -4,6 +4,7 @@
 #include <memory>
 #include <new>
 
+#include "base/dimensions.h"
 #include "base/error.h"
 #include "base/outputfile.h"
 #include "base/samefile.h"
@@ -44,10 +45,6 @@ struct Diffusion {
   static void load(DMR& p) { p.LoadDWI(); }
 };
 
-std::string describe(glm::ivec3 dims) {
-  return std::to_string(dims.x) + " x " + std::to_string(dims.y) + " x " + std::to_string(dims.z);
-}
-
 bool fitsType(const Volumes& volumes, nifti::DataType type) {
   for (const Volume<float>& volume : volumes)
     if (!nifti::allRepresentable(type, volume.data(), static_cast<std::size_t>(volume.size())))
@@ -65,7 +62,7 @@ Volumes readAll(nifti::Reader& image) {
   try {
     for (int t = 0; t < image.header().volumes; t++) volumes.push_back(image.readVolume(t));
   } catch (const std::bad_alloc&) {
-    throw Error(image.fileName() + " does not fit into memory: " + describe(image.header().dims) +
+    throw Error(image.fileName() + " does not fit into memory: " + text(image.header().dims) +
                 " voxels in " + std::to_string(image.header().volumes) + " volumes");
   }
   return volumes;
@@ -275,8 +272,8 @@ ConvertReport convertMap(const Volume<float>& map, const std::string& mapFile,
   ConvertReport report;
   nifti::Header header = referenceHeader(reference, report.notes);
   if (header.dims != map.dimensions())
-    throw Error(mapFile + " has " + describe(map.dimensions()) + " voxels, but " + reference +
-                " has " + describe(header.dims));
+    throw Error(mapFile + " has " + text(map.dimensions()) + " voxels, but " + reference + " has " +
+                text(header.dims));
   for (const std::string& input : {mapFile, reference}) refuseOverwrite(out, input);
   header.volumes = 1;
   header.repetitionTimeSeconds = 0;

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "base/dimensions.h"
 #include "base/error.h"
 #include "base/outputfolder.h"
 #include "bids/inheritance.h"
@@ -20,10 +21,6 @@ namespace mirel {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string textOf(glm::ivec3 dims) {
-  return std::to_string(dims.x) + " x " + std::to_string(dims.y) + " x " + std::to_string(dims.z);
-}
 
 struct Target {
   std::string name;  ///< without extension, in the output folder
@@ -58,8 +55,8 @@ void readAcquisition(SeriesInput& input, const std::optional<bids::Sidecar>& sid
 void takeMap(SeriesInput& input, const GivenMap& map) {
   const glm::ivec3 dims = map.shift.dimensions(), own = input.header.dims;
   if (dims != own)
-    throw Error(map.file + " is a map of " + textOf(dims) + " voxels, but " + input.options.file +
-                " has " + textOf(own) +
+    throw Error(map.file + " is a map of " + text(dims) + " voxels, but " + input.options.file +
+                " has " + text(own) +
                 ": a field in Hz ('mirel field --from-map') fits images of any grid");
   input.direction = {map.axis, 1};
   input.directionSource = map.file;

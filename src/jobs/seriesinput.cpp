@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "base/error.h"
+#include "base/numbertext.h"
 #include "bids/inheritance.h"
 #include "field/fieldhz.h"
 #include "field/series.h"
@@ -65,12 +66,6 @@ bool hasOrientation(const nifti::Header& header) {
   return header.sformCode > 0 || header.qformCode > 0;
 }
 
-std::string percentText(double fraction) {
-  char text[40];
-  std::snprintf(text, sizeof text, "%.0f %%", 100 * fraction);
-  return text;
-}
-
 std::string sourceOf(const SeriesInput& input) {
   if (input.directionSource == "option") return "the direction given for " + input.options.file;
   if (input.sidecarFiles.empty()) return "the direction assumed for " + input.options.file;
@@ -119,8 +114,8 @@ std::string headOffField(const Volume<float>& mean, const nifti::Header& header,
     off += covered.data()[n] == 0.0f;
   }
   if (!(off > largestPartOff * head)) return {};
-  return percentText(off / head) + " of the head in " + file + " lies off the grid of " +
-         fieldName + ": there the field at the nearest border is taken";
+  return text("%.0f %%", 100 * (off / head)) + " of the head in " + file +
+         " lies off the grid of " + fieldName + ": there the field at the nearest border is taken";
 }
 
 SeriesInput readSeriesInput(const ImageOptions& options, const PairInput& pair) {
