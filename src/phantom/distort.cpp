@@ -2,9 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <glm/common.hpp>
 #include <stdexcept>
 #include <vector>
+
+#include "numerics/difference.h"
 
 namespace mirel {
 
@@ -92,19 +93,7 @@ Volume<float> distort(const Volume<float>& density, const Volume<float>& shiftVo
 }
 
 Volume<float> shiftDerivative(const Volume<float>& shiftVoxels, PhaseEncodingAxis axis) {
-  const glm::ivec3 size = shiftVoxels.dimensions();
-  const glm::ivec3 step = axis == PhaseEncodingAxis::y ? glm::ivec3(0, 1, 0) : glm::ivec3(1, 0, 0);
-  Volume<float> derivative(size, 0.0F);
-  for (int z = 0; z < size.z; ++z)
-    for (int y = 0; y < size.y; ++y)
-      for (int x = 0; x < size.x; ++x) {
-        const glm::ivec3 p(x, y, z);
-        const glm::ivec3 before = glm::max(p - step, 0), after = glm::min(p + step, size - 1);
-        const int distance = after.x - before.x + after.y - before.y;
-        if (distance > 0)
-          derivative[p] = (shiftVoxels[after] - shiftVoxels[before]) / static_cast<float>(distance);
-      }
-  return derivative;
+  return slopeAlong(shiftVoxels, axis == PhaseEncodingAxis::y ? 1 : 0);
 }
 
 }  // namespace mirel
