@@ -6,22 +6,20 @@
 #include <vector>
 
 #include "numerics/difference.h"
+#include "numerics/interpolation.h"
 
 namespace mirel {
 
 namespace {
 
-// Cubic convolution (Keys 1981, a = -1/2) of one line at `position`, clamped at the ends.
+// Cubic convolution of one line at `position`, clamped at the ends.
 double cubicAt(const std::vector<double>& line, double position) {
   const int n = static_cast<int>(line.size());
   const double base = std::floor(position), t = position - base;
   const auto at = [&](int i) {
     return line[static_cast<std::size_t>(std::clamp(static_cast<int>(base) + i, 0, n - 1))];
   };
-  const double p0 = at(-1), p1 = at(0), p2 = at(1), p3 = at(2);
-  return p1 + 0.5 * t *
-                  (p2 - p0 +
-                   t * (2.0 * p0 - 5.0 * p1 + 4.0 * p2 - p3 + t * (3.0 * (p1 - p2) + p3 - p0)));
+  return cubicConvolution(at(-1), at(0), at(1), at(2), t);
 }
 
 // Adds `mass` spread evenly over [from, to] to the voxels, voxel i covering [i - 1/2, i + 1/2].
