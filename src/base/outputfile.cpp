@@ -31,7 +31,7 @@ fs::path folderOf(const fs::path& file) {
 void checkTarget(const fs::path& target) {
   std::error_code ignored;
   if (target.filename().empty() || fs::is_directory(target, ignored))
-    throw Error(target.string() + " is a directory, not a file to write to");
+    throw Error(target.string(), "is a directory, not a file to write to");
   if (!fs::is_directory(folderOf(target), ignored))
     throw Error("the folder of " + target.string() + " does not exist");
 }
@@ -39,7 +39,26 @@ void checkTarget(const fs::path& target) {
 void renameOver(const fs::path& from, const fs::path& to) {
   std::error_code failure;
   fs::rename(from, to, failure);
-  if (failure) throw Error(to.string() + " cannot be written: " + failure.message());
+  if (failure) throw Error(to.string(), "cannot be written: " + failure.message());
+}
+
+/// A disk may notice that it is full only now.
+void bringToDisk(const fs::path& file, const fs::path& target) {
+  const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC);
+  const bool good = descriptor >= 0 && fsync(descriptor) == 0;
+  const int systemError = errno;
+  if (descriptor >= 0) close(descriptor);
+  if (!good)
+    throw Error(target.string(), std::string("cannot be written: ") + std::strerror(systemError));
+}
+
+/// New names reach the disk with their folder; where folders cannot be synchronised the files are
+/// still whole.
+void bringNamesToDisk(const fs::path& folder) {
+  const int descriptor = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (descriptor < 0) return;
+  fsync(descriptor);
+  close(descriptor);
 }
 
 }  // namespace
@@ -62,7 +81,7 @@ OutFile::~OutFile() {
 }
 
 void OutFile::fail(int systemError) const {
-  throw Error(targetName + " cannot be written: " + std::strerror(systemError));
+  throw Error(targetName, std::string("cannot be written: ") + std::strerror(systemError));
 }
 
 void OutFile::write(const void* bytes, std::size_t count) {
@@ -82,12 +101,7 @@ void OutFile::commit() {
   renameOver(temporaryName, targetName);
   close(descriptor);
   descriptor = -1;
-  // The new name itself reaches the disk with its folder; where folders cannot be synchronised
-  // the file is still whole.
-  const int folder = open(folderOf(targetName).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (folder < 0) return;
-  fsync(folder);
-  close(folder);
+  bringNamesToDisk(folderOf(targetName));
 }
 
 OutFolder::OutFolder(const fs::path& where) : folder(where.empty() ? fs::path(".") : where) {
@@ -109,13 +123,32 @@ OutFolder::~OutFolder() {
   fs::remove_all(hidden, ignored);
 }
 
+void OutFolder::write(const std::string& name, const std::string& text) const {
+  try {
+    OutFile file(path(name));
+    file.write(text);
+    file.commit();
+  } catch (const Error& failure) {
+    throw Error(plain(failure.what()));
+  }
+}
+
+std::string OutFolder::plain(const std::string& message) const {
+  std::string result = message;
+  for (std::size_t at; (at = result.find(hidden.string())) != std::string::npos;)
+    result.replace(at, hidden.string().size(), folder.string());
+  return result;
+}
+
 std::vector<std::string> OutFolder::commit(const std::vector<std::string>& names) {
   for (const std::string& name : names) checkTarget(folder / name);
+  for (const std::string& name : names) bringToDisk(hidden / name, folder / name);
   std::vector<std::string> paths;
   for (const std::string& name : names) {
     renameOver(hidden / name, folder / name);
     paths.push_back(folder == "." ? name : (folder / name).string());
   }
+  bringNamesToDisk(folder);
   return paths;
 }
 

@@ -36,8 +36,9 @@ class OutFile {
   int descriptor = -1;
 };
 
-/// The same for several files that belong together: they are written into a hidden folder
-/// beside the targets and renamed one after the other. The folder goes with the object.
+/// The same for several files that belong together: they are written, by whatever means, into a
+/// hidden folder beside the targets, brought to the disk and renamed one after the other. The
+/// folder goes with the object.
 class OutFolder {
  public:
   /// Creates the hidden folder inside `folder`.
@@ -48,9 +49,14 @@ class OutFolder {
 
   /// Where the file that will be called `name` is to be written.
   std::string path(const std::string& name) const { return (hidden / name).string(); }
-  /// Moves the named files to their place, in this order, replacing what is there. Returns
-  /// their final paths.
+  /// Writes a small file whole to `path(name)`.
+  void write(const std::string& name, const std::string& text) const;
+  /// Brings the named files to the disk, then moves them to their place, in this order, replacing
+  /// what is there. Returns their final paths.
   std::vector<std::string> commit(const std::vector<std::string>& names);
+
+  /// The message with the final folder in the place of the hidden one.
+  std::string plain(const std::string& message) const;
 
  private:
   std::filesystem::path folder;

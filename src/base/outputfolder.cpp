@@ -3,8 +3,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <fstream>
 
 #include "base/error.h"
+#include "base/progress.h"
 #include "base/samefile.h"
 
 namespace mirel {
@@ -28,7 +30,7 @@ OutputFolder::OutputFolder(const std::string& where) : folder(where) {
   std::error_code ignored;
   if (where.empty()) throw Error("the output folder has an empty name");
   if (fs::exists(folder, ignored) && !fs::is_directory(folder, ignored))
-    throw Error(where + " is a file, not a folder to write to");
+    throw Error(where, "is a file, not a folder to write to");
   const fs::path parent = existingParent(folder);
   if (!fs::is_directory(parent, ignored))
     throw Error("the output folder " + where + " cannot be made: " + parent.string() +
@@ -53,7 +55,7 @@ void OutputFolder::announce(const std::string& name, const std::vector<std::stri
                 ": name every image once, or correct them in separate folders");
   std::error_code ignored;
   if (fs::is_directory(target, ignored))
-    throw Error(target + " is a directory, not a file to write to");
+    throw Error(target, "is a directory, not a file to write to");
   for (const std::string& input : inputs) refuseOverwrite(target, input);
   names.push_back(name);
 }
@@ -61,6 +63,18 @@ void OutputFolder::announce(const std::string& name, const std::vector<std::stri
 bool OutputFolder::isThere(const std::string& name) const {
   std::error_code ignored;
   return fs::exists(folder / name, ignored);
+}
+
+std::vector<std::string> OutputFolder::write(const std::function<void()>& work) {
+  open();
+  try {
+    work();
+    return commit();
+  } catch (const Cancelled&) {
+    throw;
+  } catch (const Error& error) {
+    throw Error(plain(error.what()), error.advice());
+  }
 }
 
 void OutputFolder::open() {
@@ -79,24 +93,26 @@ void OutputFolder::open() {
 std::string OutputFolder::path(const std::string& name) const { return files->path(name); }
 
 void OutputFolder::writeText(const std::string& name, const std::string& text) {
-  OutFile file(path(name));
-  file.write(text);
-  file.commit();
+  files->write(name, text);
 }
 
+void OutputFolder::copy(const std::string& file, const std::string& name) {
+  std::ifstream is(file, std::ios::binary);
+  const std::string content((std::istreambuf_iterator<char>(is)), std::istreambuf_iterator<char>());
+  if (!is) throw Error(file, "cannot be read");
+  writeText(name, content);
+}
+
+// Only now do the files have their names.
 std::vector<std::string> OutputFolder::commit() {
   const std::vector<std::string> paths = files->commit(names);
   committed = true;
   return paths;
 }
 
+// The message without the hidden folder in its file names.
 std::string OutputFolder::plain(const std::string& message) const {
-  if (!files) return message;
-  const std::string hidden = fs::path(files->path("x")).parent_path().string();
-  std::string result = message;
-  for (std::size_t at; (at = result.find(hidden)) != std::string::npos;)
-    result.replace(at, hidden.size(), folder.string());
-  return result;
+  return files ? files->plain(message) : message;
 }
 
 }  // namespace mirel

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -26,19 +27,22 @@ class OutputFolder {
   void announce(const std::string& name, const std::vector<std::string>& inputs);
   bool isThere(const std::string& name) const;
 
-  /// Makes the folders. To be called before `path`.
-  void open();
+  /// Makes the folders, runs `work`, which writes the announced files, and moves these to their
+  /// places; returns their paths. Without all of them nothing stays. A failure of `work` that is an
+  /// Error names the files as they would have been called.
+  std::vector<std::string> write(const std::function<void()>& work);
   /// Where the announced file is to be written.
   std::string path(const std::string& name) const;
   /// Writes a small file whole.
   void writeText(const std::string& name, const std::string& text);
-  /// Moves the announced files to their places and returns their paths.
-  std::vector<std::string> commit();
-
-  /// The message without the hidden folder in its file names.
-  std::string plain(const std::string& message) const;
+  /// Copies a file byte by byte. Errors: Error, naming it, when it cannot be read.
+  void copy(const std::string& file, const std::string& name);
 
  private:
+  void open();
+  std::vector<std::string> commit();
+  std::string plain(const std::string& message) const;
+
   std::filesystem::path folder;
   std::vector<std::string> names;
   std::vector<std::filesystem::path> made;

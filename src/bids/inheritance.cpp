@@ -46,7 +46,7 @@ std::vector<fs::path> applicableIn(const fs::path& folder, const Name& image) {
   std::error_code failure;
   fs::directory_iterator entries(folder, failure);
   if (failure)
-    throw Error(folder.string() + " cannot be searched for sidecars: " + failure.message());
+    throw Error(folder.string(), "cannot be searched for sidecars: " + failure.message());
   std::vector<fs::path> files;
   for (const fs::directory_entry& entry : entries)
     if (applies(entry.path(), image)) files.push_back(entry.path());

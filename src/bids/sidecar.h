@@ -1,7 +1,8 @@
 #pragma once
 
 #include <map>
-#include <nlohmann/json.hpp>
+#include <memory>
+#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
 #include <vector>
@@ -59,7 +60,7 @@ class Sidecar {
   const std::string& fileOf(const std::string& field) const { return origins.at(field); }
   /// What messages about a missing field call it: "near.json", "near.json (with far.json)".
   std::string title() const;
-  const nlohmann::json& json() const { return content; }
+  const nlohmann::json& json() const { return *content; }
 
   /// The field PhaseEncodingDirection; nothing when it is missing.
   std::optional<PhaseEncodingDirection> phaseEncoding() const;
@@ -88,7 +89,7 @@ class Sidecar {
   [[noreturn]] void fail(const std::string& field, const std::string& fault) const;
 
   std::vector<std::string> names;
-  nlohmann::json content = nlohmann::json::object();
+  std::shared_ptr<const nlohmann::json> content;
   std::map<std::string, std::string> origins;
 };
 

@@ -35,8 +35,8 @@ struct Comparison {
 void requireSameSize(const Volume<float>& a, const Volume<float>& b, const std::string& fileA,
                      const std::string& fileB) {
   if (a.dimensions() == b.dimensions()) return;
-  throw Error(fileA + " (" + text(a.dimensions()) + ") and " + fileB + " (" + text(b.dimensions()) +
-              ") are not of the same size");
+  throw Error(fileA, "(" + text(a.dimensions()) + ") and " + fileB + " (" + text(b.dimensions()) +
+                         ") are not of the same size");
 }
 
 Comparison compareVolumes(const Volume<float>& a, const Volume<float>& b,
@@ -64,7 +64,7 @@ int runCompare(const Options& options) {
     requireSameSize(a, *mask, options.a, options.mask);
   }
   const Comparison result = compareVolumes(a, b, mask);
-  if (result.voxels == 0) throw Error(options.mask + " marks no voxel");
+  if (result.voxels == 0) throw Error(options.mask, "marks no voxel");
   if (options.json) {
     std::cout << nlohmann::ordered_json{{"correlation", result.correlation},
                                         {"rootMeanSquareDifference", result.rmsDifference},
@@ -82,8 +82,8 @@ int runCompare(const Options& options) {
 
 }  // namespace
 
-void addCompareCommand(CLI::App& app, Program& program) {
-  CLI::App* command = app.add_subcommand("compare", description);
+void addCompareCommand(Command& app, Program& program) {
+  Command* command = app.add_subcommand("compare", description);
   const auto options = std::make_shared<Options>();
   command->add_option("A", options->a, "An image (.nii, .nii.gz), a project or a map")
       ->type_name("")

@@ -7,6 +7,7 @@
 #include "base/error.h"
 #include "cli/command.h"
 #include "files/mapfile.h"
+#include "files/projectnames.h"
 #include "nifti/filename.h"
 #include "nifti/image.h"
 
@@ -39,14 +40,10 @@ struct Options {
 /// there is exactly one.
 std::string projectOfMap(const std::string& mapFile) {
   std::string found;
-  for (const char* end : {"_vdm.map", "_vdmderiv.map"}) {
-    if (!mapFile.ends_with(end)) continue;
-    const std::string stem = mapFile.substr(0, mapFile.size() - std::string(end).size());
-    for (const char* extension : {".fmr", ".dmr"}) {
-      if (!std::filesystem::exists(stem + extension)) continue;
-      if (!found.empty()) return {};
-      found = stem + extension;
-    }
+  for (const std::string& project : possibleProjectsOf(mapFile)) {
+    if (!std::filesystem::exists(project)) continue;
+    if (!found.empty()) return {};
+    found = project;
   }
   return found;
 }
@@ -58,12 +55,10 @@ convert::ConvertReport convertMapFile(const Options& options) {
   const std::string reference =
       options.reference.empty() ? projectOfMap(options.in) : options.reference;
   if (reference.empty())
-    throw Error(options.in +
-                " has no orientation: name an image or project of the same grid with "
+    throw Error(options.in,
+                "has no orientation: name an image or project of the same grid with "
                 "--reference");
-  const Map map = readMapFile(options.in);
-  Volume<float> volume(map.header.dimX, map.header.dimY, map.header.dimZ);
-  volume.copyData(map.values.data());
+  const Volume<float> volume = volumeOf(readMapFile(options.in));
   return convert::convertMap(volume, options.in, reference, options.out);
 }
 
@@ -87,8 +82,8 @@ int runConvert(const Options& options) {
 
 }  // namespace
 
-void addConvertCommand(CLI::App& app, Program& program) {
-  CLI::App* command = app.add_subcommand("convert", description);
+void addConvertCommand(Command& app, Program& program) {
+  Command* command = app.add_subcommand("convert", description);
   const auto options = std::make_shared<Options>();
   command->add_option("IN", options->in, "A NIfTI image, a project or a map")
       ->type_name("")

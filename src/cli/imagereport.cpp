@@ -1,7 +1,7 @@
 #include "cli/imagereport.h"
 
 #include "bids/inheritance.h"
-#include "jobs/records.h"
+#include "jobs/recordjson.h"
 #include "nifti/image.h"
 #include "nifti/orientation.h"
 #include "numerics/datasummary.h"

@@ -187,7 +187,7 @@ int runPicture(const Options& options) {
   return exitSuccess;
 }
 
-void addLooks(CLI::App* command, Options& options) {
+void addLooks(Command* command, Options& options) {
   command
       ->add_option("--slice", options.slices,
                    "A slice: axial:30 (or z:30), coronal:50, sagittal:45, counted from 0 in\n"
@@ -203,11 +203,11 @@ void addLooks(CLI::App* command, Options& options) {
       ->take_all();
   command->add_option("--volume", options.volume, "Volume of a series, counted from 0")
       ->type_name("N")
-      ->check(CLI::NonNegativeNumber)
+      ->not_negative()
       ->capture_default_str();
   command->add_option("--pixels", options.pixels, "Pixels along the shorter side of a voxel")
       ->type_name("N")
-      ->check(CLI::Range(1, 16))
+      ->in_range(1, 16)
       ->capture_default_str();
   command->add_flag("--common-window", options.commonWindow,
                     "Draw every image with the grey values of the first (default: each from the\n"
@@ -216,13 +216,13 @@ void addLooks(CLI::App* command, Options& options) {
       ->add_option("--limit", options.limit,
                    "End of the colour scale of maps, in their unit (default: 99th percentile)")
       ->type_name("V")
-      ->check(CLI::PositiveNumber);
+      ->positive();
 }
 
 }  // namespace
 
-void addPictureCommand(CLI::App& app, Program& program) {
-  CLI::App* command = app.add_subcommand("picture", description);
+void addPictureCommand(Command& app, Program& program) {
+  Command* command = app.add_subcommand("picture", description);
   const auto options = std::make_shared<Options>();
   command
       ->add_option("IN", options->images,

@@ -21,9 +21,9 @@ constexpr const char* description =
 /// The selection task for a file of this name.
 std::string taskFor(const std::string& fileName) {
   refuseImpossibleName(fileName);
-  const bool isMap = fileName.ends_with("_vdm.map");
+  const bool isMap = isVdmName(fileName);
   if (!isMap && !isProjectName(fileName))
-    throw Error(fileName + " is neither a project (.fmr, .dmr) nor a map (_vdm.map)");
+    throw Error(fileName, "is neither a project (.fmr, .dmr) nor a map (_vdm.map)");
   std::error_code error;
   if (!std::filesystem::exists(fileName, error)) throw Error("there is no file " + fileName);
   return isMap ? "select_vdm" : "select_fmr_or_dmr";
@@ -44,8 +44,8 @@ int runSelect(const std::string& fileName, const std::string& pluginFile) {
 
 }  // namespace
 
-void addSelectCommand(CLI::App& app, Program& program) {
-  CLI::App* command = app.add_subcommand("select", description);
+void addSelectCommand(Command& app, Program& program) {
+  Command* command = app.add_subcommand("select", description);
   const auto file = std::make_shared<std::string>();
   command->add_option("FILE", *file, "The file to pick")->type_name("")->required();
   command->callback([file, &program] {

@@ -43,9 +43,6 @@ struct ConvertReport {
 ConvertReport convert(const std::string& in, const std::string& out,
                       const ConvertOptions& options = {});
 
-/// Whether the name ends with .fmr or .dmr.
-bool hasProjectName(const std::string& fileName);
-
 /// The header of an image, or that of the image which a project would become.
 nifti::Header referenceHeader(const std::string& imageOrProject, std::vector<std::string>& notes);
 

@@ -53,11 +53,11 @@ std::string printed(double value) {
 void checkBlock(const PositionBlock& b, double spacing, const std::string& fileName) {
   for (const double number : numbersOf(b))
     if (!std::isfinite(number))
-      throw Error(fileName + " has a position block with a number that is not finite");
+      throw Error(fileName, "has a position block with a number that is not finite");
   if (!(glm::length(b.rowDir) > 0) || !(glm::length(b.colDir) > 0))
-    throw Error(fileName + " has a position block without row and column directions");
+    throw Error(fileName, "has a position block without row and column directions");
   if (b.nCols < 1 || b.nRows < 1 || !(b.fovCols > 0) || !(b.fovRows > 0) || !(spacing > 0))
-    throw Error(fileName + " has a position block without voxel sizes");
+    throw Error(fileName, "has a position block without voxel sizes");
 }
 
 }  // namespace
@@ -66,11 +66,11 @@ PositionBlock toPositionBlock(const glm::dmat4& affine, glm::ivec3 dims,
                               const std::string& fileName) {
   for (int column = 0; column < 4; column++)
     if (!isFinite(glm::dvec3(affine[column])))
-      throw Error(fileName + " has an orientation matrix with a number that is not finite");
+      throw Error(fileName, "has an orientation matrix with a number that is not finite");
   const glm::dvec3 size = nifti::columnLengths(affine);
   const double volume = size.x * size.y * size.z;
   if (!(std::fabs(glm::determinant(glm::dmat3(affine))) > 1e-9 * volume))
-    throw Error(fileName + " has an orientation matrix that is singular");
+    throw Error(fileName, "has an orientation matrix that is singular");
 
   const glm::dvec3 middle((dims.x - 1) / 2.0, (dims.y - 1) / 2.0, 0);
   const auto position = [&](double z) {
@@ -100,7 +100,7 @@ glm::dmat4 toAffine(const PositionBlock& b, int nSlices, const std::string& file
   if (!(length > 0)) {
     const glm::dvec3 normal = glm::cross(row, column);
     if (!(glm::length(normal) > 1e-9))
-      throw Error(fileName + " has a position block whose rows and columns are parallel");
+      throw Error(fileName, "has a position block whose rows and columns are parallel");
     step = glm::normalize(normal) * spacing;
   } else if (std::fabs(length - spacing) < 1e-4 * length) {
     step *= spacing / length;

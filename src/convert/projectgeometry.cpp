@@ -103,16 +103,20 @@ std::optional<PositionBlock> positionOf(const ProjectHeader& p) {
   return b;
 }
 
+nifti::DataType sampleTypeOf(const ProjectHeader& p) {
+  return p.sampleFormat() == SampleFormat::float32 ? nifti::DataType::float32
+                                                   : nifti::DataType::int16;
+}
+
 nifti::Header imageHeaderOf(const ProjectHeader& p, std::vector<std::string>& notes) {
   nifti::Header image;
   image.dims = {p.ResolutionX.value(), p.ResolutionY.value(), p.NrOfSlices.value()};
   image.volumes = p.NrOfVolumes.value();
   if (image.dims.x < 1 || image.dims.y < 1 || image.dims.z < 1 || image.volumes < 1)
-    throw Error(p.fileName + " has no voxels: its header says " + text(image.dims) + " in " +
-                std::to_string(image.volumes) + " volumes");
+    throw Error(p.fileName, "has no voxels: its header says " + text(image.dims) + " in " +
+                                std::to_string(image.volumes) + " volumes");
   image.repetitionTimeSeconds = std::fmax(0, p.TR.value() / 1000.0);
-  const bool floats = p.DataType.isSet() && p.DataType.value() == 2;
-  image.type = floats ? nifti::DataType::float32 : nifti::DataType::int16;
+  image.type = sampleTypeOf(p);
   setGeometry(image, p, notes);
   return image;
 }

@@ -17,6 +17,9 @@ namespace mirel::convert {
 /// or direction line is missing.
 std::optional<PositionBlock> positionOf(const ProjectHeader& project);
 
+/// The data type of a project's samples: int16 or float32.
+nifti::DataType sampleTypeOf(const ProjectHeader& project);
+
 /// The image header of a project: dimensions, volumes, repetition time and geometry. The
 /// geometry is the sidecar's when one fits (sidecar.h), else the position block's with code 1
 /// (scanner) in both forms, else the voxel sizes alone with code 0; what was made do with is

@@ -20,9 +20,9 @@ FieldHz readField(const std::string& fileName) {
   nifti::Reader image(fileName);
   const nifti::Header& header = image.header();
   if (header.volumes != 1)
-    throw Error(fileName + " has " + std::to_string(header.volumes) +
-                " volumes: a field in Hz has one");
-  FieldHz field{image.readVolume(0), header.affine(), fileName, 0};
+    throw Error(fileName,
+                "has " + std::to_string(header.volumes) + " volumes: a field in Hz has one");
+  FieldHz field{image.readVolume(0), header.affine(), fileName, 0, hasOrientation(header)};
   voxelToVoxel(field.affine, field.affine, fileName);
   float* hz = field.hz.data();
   for (int n = 0; n < field.hz.size(); ++n)
@@ -31,18 +31,13 @@ FieldHz readField(const std::string& fileName) {
       ++field.nonFinite;
     }
   if (field.nonFinite == field.hz.size())
-    throw Error(fileName + " is no field: every voxel is NaN or infinite");
+    throw Error(fileName, "is no field: every voxel is NaN or infinite");
   return field;
 }
 
 void writeField(const FieldHz& field, const nifti::Header& reference, const std::string& fileName) {
-  nifti::Header header = reference;
-  header.volumes = 1;
+  nifti::Header header = nifti::floatMapLike(reference);
   header.intentCode = 0;
-  header.repetitionTimeSeconds = 0;
-  header.type = nifti::DataType::float32;
-  header.slope = 1;
-  header.inter = 0;
   nifti::Writer writer(fileName, header);
   writer.write(field.hz);
   writer.finish();

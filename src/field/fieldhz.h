@@ -15,7 +15,10 @@ struct FieldHz {
   glm::dmat4 affine{1.0};  ///< voxel to mm
   std::string name;
   std::int64_t nonFinite = 0;  ///< voxels that readField set to 0
+  bool isOriented = true;      ///< false where the affine is a guess: its image had no orientation
 };
+
+inline Grid gridOf(const FieldHz& field) { return {field.hz.dimensions(), field.affine}; }
 
 /// Reads a field from a NIfTI image of one volume. Voxels that are NaN or infinite count as 0 Hz
 /// and are counted in `nonFinite`. Throws Error: see nifti::Reader; more than one volume,

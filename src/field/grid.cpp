@@ -58,10 +58,10 @@ glm::dmat4 voxelToVoxel(const glm::dmat4& from, const glm::dmat4& to, const std:
   for (int column = 0; column < 4; ++column)
     for (int row = 0; row < 3; ++row)
       finite = finite && std::isfinite(to[column][row]) && std::isfinite(from[column][row]);
-  if (!finite) throw Error(name + " has an orientation matrix that is not finite");
+  if (!finite) throw Error(name, "has an orientation matrix that is not finite");
   const glm::dvec3 size = nifti::columnLengths(to);
   if (!(std::fabs(glm::determinant(glm::dmat3(to))) > 1e-9 * size.x * size.y * size.z))
-    throw Error(name + " has an orientation matrix that is singular");
+    throw Error(name, "has an orientation matrix that is singular");
   return glm::inverse(to) * from;
 }
 

@@ -18,6 +18,11 @@ struct Grid {
 
 Grid gridOf(const nifti::Header& header);
 
+/// Whether the image says where it lies; if not, its affine is made of its voxel sizes alone.
+inline bool hasOrientation(const nifti::Header& header) {
+  return header.sformCode > 0 || header.qformCode > 0;
+}
+
 /// Voxel coordinates of `from` to voxel coordinates of `to`. Throws Error, naming `name`
 /// (the image that `to` belongs to), when that affine is singular or not finite.
 glm::dmat4 voxelToVoxel(const glm::dmat4& from, const glm::dmat4& to, const std::string& name);

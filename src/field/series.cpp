@@ -59,11 +59,11 @@ void checkInputs(const std::string& in, const nifti::Header& header, const Volum
                  const SeriesOptions& options, const std::string& out) {
   if (options.axis < 0 || options.axis > 2) throw std::logic_error("an axis is 0, 1 or 2");
   if (shift.dimensions() != header.dims)
-    throw Error(in + " has " + text(header.dims) + " voxels, but its map has " +
-                text(shift.dimensions()));
+    throw Error(
+        in, "has " + text(header.dims) + " voxels, but its map has " + text(shift.dimensions()));
   if (header.dims[options.axis] < 2)
-    throw Error(in +
-                " has one voxel along its phase-encoding axis: there is nothing to "
+    throw Error(in,
+                "has one voxel along its phase-encoding axis: there is nothing to "
                 "correct");
   if (!std::all_of(shift.data(), shift.data() + shift.size(),
                    [](float v) { return std::isfinite(v); }))
@@ -148,7 +148,7 @@ class Work {
     writer.write(buffers.encoded);
     ++written;
     turn.notify_all();
-    if (options.progress) options.progress(written, volumes);
+    if (options.done) options.done(static_cast<double>(written) / volumes);
     return true;
   }
 
@@ -215,7 +215,7 @@ SeriesReport correctSeries(const std::string& in, const Volume<float>& shift,
   report.folded = corrector.foldedVoxels();
   if (report.nonFinite > 0) {
     if (report.nonFinite == std::int64_t{shift.size()} * report.volumes)
-      throw Error(in + " holds no image: every value is NaN or infinite");
+      throw Error(in, "holds no image: every value is NaN or infinite");
     report.warnings.push_back(nonFiniteSentence(in, report.nonFinite));
   }
   if (report.folded > 0 && options.modulation == Modulation::on)

@@ -1,10 +1,10 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <vector>
 
+#include "base/progress.h"
 #include "field/corrector.h"
 #include "field/fieldhz.h"
 #include "nifti/header.h"
@@ -21,9 +21,9 @@ struct SeriesOptions {
   int threads = 0;
   /// The means are formed from the first so many volumes; 0: from all.
   int meanVolumes = 0;
-  /// Called after each volume, in order, from any thread but never from two at a time. What it
+  /// Told after each volume, in order, from any thread but never from two at a time. What it
   /// throws ends the work: nothing is written.
-  std::function<void(int done, int total)> progress;
+  ReportDone done;
 };
 
 struct SeriesReport {

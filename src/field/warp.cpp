@@ -34,17 +34,12 @@ class Movement {
 void writeWarpLps(const Volume<float>& shift, const nifti::Header& reference, int axis,
                   const std::string& fileName, const RigidMotion& motion) {
   if (shift.dimensions() != reference.dims)
-    throw Error(fileName +
-                " cannot be written: the map has other dimensions than the "
+    throw Error(fileName,
+                "cannot be written: the map has other dimensions than the "
                 "image whose orientation the warp gets");
-  nifti::Header header = reference;
-  header.volumes = 1;
+  nifti::Header header = nifti::floatMapLike(reference);
   header.vectorComponents = 3;
   header.intentCode = vectorIntent;
-  header.repetitionTimeSeconds = 0;
-  header.type = nifti::DataType::float32;
-  header.slope = 1;
-  header.inter = 0;
   const glm::dmat3 steps(reference.affine());  // mm per voxel
   const Movement movement(motion, shift.dimensions(), nifti::columnLengths(reference.affine()));
   nifti::Writer writer(fileName, header);

@@ -7,6 +7,9 @@
 
 namespace mirel {
 
+/// How a line of text writes its value.
+enum class LineQuotes { none, around };
+
 /// One line of a project header:
 ///
 ///   line  = key ":" { " " | tab } value "\n"
@@ -30,6 +33,16 @@ class Line {
     storedName = std::move(name);
     storedValue = value;
     storedWidth = width;
+    holdsValue = true;
+  }
+
+  /// A set line of text, with or without double quotes around the value in the file.
+  void set(std::string name, std::string value, int width,
+           LineQuotes quotes) requires(std::is_same_v<T, std::string>) {
+    storedName = std::move(name);
+    storedValue = std::move(value);
+    storedWidth = width;
+    quoted = quotes == LineQuotes::around;
     holdsValue = true;
   }
 

@@ -119,6 +119,21 @@ Prologue readPrologue(const File& file, const std::string& fileName) {
 
 }  // namespace
 
+Map mapOf(const Volume<float>& volume) {
+  Map map;
+  map.header.dimX = volume.nx();
+  map.header.dimY = volume.ny();
+  map.header.dimZ = volume.nz();
+  map.values.assign(volume.data(), volume.data() + volume.size());
+  return map;
+}
+
+Volume<float> volumeOf(const Map& map) {
+  Volume<float> volume(map.header.dimX, map.header.dimY, map.header.dimZ);
+  volume.copyData(map.values.data());
+  return volume;
+}
+
 void writeMapFile(const std::string& fileName, const Map& map) {
   const std::uint64_t count = valueCount(map.header);
   if (count == 0 || count != map.values.size())
@@ -132,15 +147,11 @@ void writeMapFile(const std::string& fileName, const Map& map) {
   std::uint32_t sum = checksum(0, &prologue, sizeof prologue);
   sum = checksum(sum, map.values.data(), bytes);
 
-  try {
-    OutFile file(fileName);
-    file.write(&prologue, sizeof prologue);
-    file.write(map.values.data(), bytes);
-    file.write(&sum, sizeof sum);
-    file.commit();
-  } catch (const Error& failure) {
-    throw Error(failure.what());
-  }
+  OutFile file(fileName);
+  file.write(&prologue, sizeof prologue);
+  file.write(map.values.data(), bytes);
+  file.write(&sum, sizeof sum);
+  file.commit();
 }
 
 Map readMapFile(const std::string& fileName) {

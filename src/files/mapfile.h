@@ -2,9 +2,15 @@
 
 #include <string>
 
+#include "containers/volume.h"
 #include "files/map.h"
 
 namespace mirel {
+
+/// A map with the dimensions and values of `volume`, the rest of its header 0; and the volume of a
+/// map that was read.
+Map mapOf(const Volume<float>& volume);
+Volume<float> volumeOf(const Map& map);
 
 /// Writes `map` to a `.map` file (grammar in mapfile.cpp), whole or not at all.
 ///

@@ -54,6 +54,12 @@ class ProjectHeader {
   Line<int> NrOfPastSpatialTransformations;
   Line<std::string> LeftRightConvention, FirstDataSourceFile;
 
+  glm::ivec3 dimensions() const { return {ResolutionX, ResolutionY, NrOfSlices}; }
+  /// Samples are 32-bit floats when DataType is set and 2, otherwise 16-bit integers.
+  SampleFormat sampleFormat() const;
+  /// The directory of `fileName` + Prefix + `extension` (with its dot).
+  std::string dataFileName(const std::string& extension) const;
+
  protected:
   explicit ProjectHeader(std::string name);
 
@@ -80,10 +86,6 @@ class ProjectHeader {
   /// Errors: ReadFileError, with the file and the numbers, for negative sizes, more than 2^31 - 1
   /// voxels per volume, or a total that memory cannot address.
   void checkSizes() const;
-  /// Samples are 32-bit floats when DataType is set and 2, otherwise 16-bit integers.
-  SampleFormat sampleFormat() const;
-  /// The directory of `fileName` + Prefix + `extension` (with its dot).
-  std::string dataFileName(const std::string& extension) const;
   /// Opens a data file. Errors: OpenFileError, `errorPrefix` + name.
   static std::ifstream openData(const std::string& name, const std::string& errorPrefix);
   /// NrOfVolumes volumes of the header's dimensions, elements not initialised. Errors:
@@ -105,7 +107,6 @@ class ProjectHeader {
   static void writeData(const std::string& name, const std::string& openErrorPrefix,
                         const std::function<void(std::ostream&)>& write);
 
-  glm::ivec3 dimensions() const { return {ResolutionX, ResolutionY, NrOfSlices}; }
   /// The size of the header file in bytes; 0 when unknown.
   std::uintmax_t headerBytes() const;
 

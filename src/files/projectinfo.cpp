@@ -7,68 +7,44 @@
 
 #include "base/dimensions.h"
 #include "base/error.h"
-#include "files/mydmr.h"
-#include "files/myfmr.h"
+#include "files/project.h"
 
 namespace mirel {
 
 namespace {
 
-bool endsWith(const std::string& name, const std::string& extension) {
-  return name.size() >= extension.size() && name.ends_with(extension);
-}
-
-/// The value of a header line, or 0 (the empty text) when the header does not have it.
-template <typename T>
-T valueOf(const Line<T>& line) {
-  return line.isSet() ? line.value() : T();
-}
-
-std::string besideHeader(const std::string& header, const std::string& dataName) {
-  const std::size_t separator = header.find_last_of("/\\");
-  return separator == std::string::npos ? dataName : header.substr(0, separator + 1) + dataName;
-}
-
-template <typename Project>
-ProjectInfo infoOf(const Project& project, const std::string& fileName,
-                   const std::string& dataExtension) {
-  ProjectInfo info;
-  info.fileName = fileName;
-  info.dataFileName = besideHeader(fileName, valueOf(project.Prefix) + dataExtension);
-  info.dimX = valueOf(project.ResolutionX);
-  info.dimY = valueOf(project.ResolutionY);
-  info.dimZ = valueOf(project.NrOfSlices);
-  info.volumes = valueOf(project.NrOfVolumes);
-  info.voxelXMm = valueOf(project.InplaneResolutionX);
-  info.voxelYMm = valueOf(project.InplaneResolutionY);
-  info.sliceThicknessMm = valueOf(project.SliceThickness);
-  info.sliceGapMm = valueOf(project.SliceGap);
-  info.repetitionTimeMs = valueOf(project.TR);
-  info.echoTimeMs = valueOf(project.TE);
-  info.bytesPerSample = valueOf(project.DataType) == 2 ? 4 : 2;
-  return info;
-}
-
 ProjectInfo readHeader(const std::string& fileName) {
-  if (endsWith(fileName, ".fmr")) {
-    const FMR project(fileName, /*loadData=*/false);
-    return infoOf(project, fileName, ".stc");
+  const Project project(fileName, ProjectContent::headerOnly);
+  const ProjectHeader& header = project.header();
+  ProjectInfo info;
+  info.kind = project.kind();
+  info.fileName = fileName;
+  info.dataFileName = project.dataFileName();
+  info.dimX = header.ResolutionX;
+  info.dimY = header.ResolutionY;
+  info.dimZ = header.NrOfSlices;
+  info.volumes = header.NrOfVolumes;
+  info.voxelXMm = header.InplaneResolutionX;
+  info.voxelYMm = header.InplaneResolutionY;
+  info.sliceThicknessMm = header.SliceThickness;
+  info.sliceGapMm = header.SliceGap;
+  info.repetitionTimeMs = header.TR;
+  info.echoTimeMs = header.TE;
+  info.bytesPerSample = static_cast<int>(bytesPerSample(header.sampleFormat()));
+  if (const DMR* dmr = project.dmr()) {
+    info.displayVolume = dmr->DisplayVolume;
+    info.gradientDirections = static_cast<int>(dmr->gradientDirections.size());
   }
-  const DMR project(fileName, /*loadData=*/false);
-  ProjectInfo info = infoOf(project, fileName, ".dwi");
-  info.kind = ProjectInfo::Kind::dmr;
-  info.displayVolume = valueOf(project.DisplayVolume);
-  info.gradientDirections = static_cast<int>(project.gradientDirections.size());
   return info;
 }
 
 void refuseUnreadable(const std::string& fileName) {
   if (!isProjectName(fileName))
-    throw Error(fileName + " is not an FMR or DMR project (its name must end in .fmr or .dmr)");
+    throw Error(fileName, "is not an FMR or DMR project (its name must end in .fmr or .dmr)");
   std::error_code error;
   if (!std::filesystem::exists(fileName, error)) throw Error("there is no file " + fileName);
   if (std::filesystem::is_directory(fileName, error))
-    throw Error(fileName + " is a folder, not a project");
+    throw Error(fileName, "is a folder, not a project");
   if (!std::ifstream(fileName)) throw Error("cannot read the file " + fileName);
 }
 
@@ -89,10 +65,6 @@ std::uint64_t ProjectInfo::expectedDataBytes() const {
   std::uint64_t bytes = static_cast<std::uint64_t>(bytesPerSample);
   for (const int n : {dimX, dimY, dimZ, volumes}) bytes *= static_cast<std::uint64_t>(n);
   return bytes;
-}
-
-bool isProjectName(const std::string& fileName) {
-  return endsWith(fileName, ".fmr") || endsWith(fileName, ".dmr");
 }
 
 ProjectInfo readProjectInfo(const std::string& fileName) {

@@ -4,14 +4,14 @@
 #include <string>
 #include <vector>
 
+#include "files/projectnames.h"
+
 namespace mirel {
 
 /// What a project's header says, as far as the program needs it. Values that the header does not
 /// give are 0.
 struct ProjectInfo {
-  enum class Kind { fmr, dmr };
-
-  Kind kind = Kind::fmr;
+  ProjectKind kind = ProjectKind::fmr;
   std::string fileName;
   std::string dataFileName;  ///< beside the header, named by its "Prefix:"
   int dimX = 0;              ///< voxels
@@ -36,9 +36,6 @@ struct ProjectInfo {
   /// Bytes that the data file should have.
   std::uint64_t expectedDataBytes() const;
 };
-
-/// True when `fileName` ends in ".fmr" or ".dmr", exactly so: the plugin goes by these letters.
-bool isProjectName(const std::string& fileName);
 
 /// Reads the header of the FMR or DMR project `fileName`, not its data.
 ///

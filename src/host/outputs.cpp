@@ -14,13 +14,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string stemOf(const std::string& project) { return project.substr(0, project.rfind('.')); }
-
-std::string extensionOf(const std::string& project) {
-  const std::size_t dot = project.rfind('.');
-  return dot == std::string::npos ? "" : project.substr(dot);
-}
-
 void refuseOverwriting(const ProjectInfo& source, const std::string& output,
                        const std::vector<ProjectInfo>& projects) {
   for (const ProjectInfo& project : projects)
@@ -32,35 +25,21 @@ void refuseOverwriting(const ProjectInfo& source, const std::string& output,
 
 }  // namespace
 
-std::string vdmMapName(const std::string& project) { return stemOf(project) + "_vdm.map"; }
-
-std::string vdmDerivativeMapName(const std::string& project) {
-  return stemOf(project) + "_vdmderiv.map";
-}
-
-std::string correctedProjectName(const std::string& project) {
-  return stemOf(project) + "_undist" + extensionOf(project);
-}
-
-std::string correctedDataName(const std::string& project) {
-  return stemOf(project) + "_undist" + (extensionOf(project) == ".fmr" ? ".stc" : ".dwi");
-}
-
 void refuseSharedMaps(const std::string& projectA, const std::string& projectB) {
   if (sameFile(projectA, projectB))
     throw Error(projectA + " and " + projectB +
                 " are the same file: the estimate needs two projects with opposite "
                 "phase-encoding directions");
-  if (sameFile(vdmMapName(projectA), vdmMapName(projectB)))
+  if (sameFile(vdm_filename(projectA), vdm_filename(projectB)))
     throw Error("the maps of " + projectA + " and " + projectB + " would both be " +
-                vdmMapName(projectA) + "; rename one of the projects");
+                vdm_filename(projectA) + "; rename one of the projects");
 }
 
 void refuseOtherDimensions(const ProjectInfo& project, const std::string& wanted,
                            const std::string& reference) {
   if (project.dimensionText() != wanted)
-    throw Error(project.fileName + " is " + project.dimensionText() + " voxels, but " + reference +
-                " is " + wanted + ": they must have the same dimensions");
+    throw Error(project.fileName, "is " + project.dimensionText() + " voxels, but " + reference +
+                                      " is " + wanted + ": they must have the same dimensions");
 }
 
 void refuseOverwrittenInputs(const std::vector<ProjectInfo>& projects) {

@@ -7,14 +7,6 @@
 
 namespace mirel {
 
-/// Names of the files that the plugin writes for the project /data/run1.fmr:
-/// /data/run1_vdm.map, /data/run1_vdmderiv.map, /data/run1_undist.fmr and its data file
-/// /data/run1_undist.stc.
-std::string vdmMapName(const std::string& project);
-std::string vdmDerivativeMapName(const std::string& project);
-std::string correctedProjectName(const std::string& project);
-std::string correctedDataName(const std::string& project);
-
 /// Errors   Error: the two projects are one file, or their maps would get the same name
 ///          (run1.fmr and run1.dmr in one folder).
 void refuseSharedMaps(const std::string& projectA, const std::string& projectB);

@@ -28,7 +28,8 @@ template <typename Function>
 Function entryPoint(void* library, const std::filesystem::path& file, const char* name) {
   void* address = dlsym(library, name);
   if (address == nullptr)
-    throw Error(file.string() + " is not the Mirel plugin: it has no entry point " + name);
+    throw Error(file.string(),
+                std::string("is not the Mirel plugin: it has no entry point ") + name);
   return reinterpret_cast<Function>(address);
 }
 
@@ -46,8 +47,8 @@ std::filesystem::path findPlugin(const std::string& chosen) {
     if (std::filesystem::is_regular_file(place, error)) return place;
     searched += (searched.empty() ? "" : ", ") + place.parent_path().string();
   }
-  throw Error(std::string("cannot find the plugin ") + pluginFileName + " in " + searched +
-              "; name it with --plugin FILE");
+  throw Error(std::string("cannot find the plugin ") + pluginFileName + " in " + searched,
+              {Advice::Kind::givePlugin});
 }
 
 void Plugin::CloseLibrary::operator()(void* handle) const { dlclose(handle); }

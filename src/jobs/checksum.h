@@ -2,10 +2,10 @@
 
 #include <string>
 
-namespace mirel::bids {
+namespace mirel {
 
 /// The SHA-256 checksum of a file's bytes as 64 hexadecimal digits. Throws Error when the
 /// file cannot be read.
 std::string sha256Of(const std::string& fileName);
 
-}  // namespace mirel::bids
+}  // namespace mirel

@@ -1,12 +1,13 @@
 #include "jobs/seriesinput.h"
 
 #include <filesystem>
+#include <nlohmann/json.hpp>
 
+#include "base/dimensions.h"
 #include "base/error.h"
 #include "base/numbertext.h"
 #include "bids/inheritance.h"
-#include "field/fieldhz.h"
-#include "field/series.h"
+#include "field/grid.h"
 #include "nifti/filename.h"
 #include "nifti/image.h"
 #include "pair/foreground.h"
@@ -16,74 +17,15 @@ namespace mirel {
 namespace {
 
 namespace fs = std::filesystem;
+using Source = bids::StatedDirection::Source;
 
 constexpr double largestPartOff = 0.01;
 
-// What describes the acquisition and stays true of the corrected images.
 constexpr const char* keptNames[] = {"RepetitionTime", "EchoTime", "FlipAngle",
                                      "SliceTiming",    "TaskName", "MagneticFieldStrength",
                                      "Manufacturer",   "Modality"};
 
-void readAcquisition(SeriesInput& input, const PairInput& pair) {
-  const ImageOptions& options = input.options;
-  const std::optional<bids::Sidecar> sidecar = readSidecars(input);
-  if (!options.direction.empty()) {
-    input.direction = bids::parsePhaseEncoding(options.direction, "--apply-pe");
-    input.directionSource = "option";
-  } else if (sidecar) {
-    const auto direction = sidecar->phaseEncoding();
-    if (!direction)
-      throw Error(sidecar->title() + " has no PhaseEncodingDirection; give it with --apply-pe");
-    input.direction = *direction;
-    input.directionSource = sidecar->phaseEncodingFile();
-  } else {
-    input.direction = pair.a.direction;
-    input.directionSource = "assumed";
-    input.notes.push_back(options.file +
-                          " has no sidecar: its phase encoding is taken to be that of " +
-                          pair.a.options.file + ", " + nameOf(input.direction));
-  }
-  if (!pair.readoutSeconds) return;
-  if (options.readoutSeconds > 0) {
-    bids::checkReadout(options.readoutSeconds, "the readout time given for " + options.file);
-    input.readout = bids::Readout{options.readoutSeconds, bids::ReadoutSource::option};
-  } else if (sidecar) {
-    input.readout = sidecar->readout(input.header.dims[input.direction.axis]);
-    if (!input.readout)
-      throw Error(sidecar->title() +
-                  " has neither TotalReadoutTime nor EffectiveEchoSpacing; give the total "
-                  "readout time in seconds with --apply-readout");
-  } else {
-    input.readout = pair.a.readout;
-    input.notes.push_back(options.file +
-                          " has no sidecar: its readout time is taken to be that of " +
-                          pair.a.options.file);
-  }
-  if (!input.readout->contradiction.empty()) input.warnings.push_back(input.readout->contradiction);
-}
-
-bool hasOrientation(const nifti::Header& header) {
-  return header.sformCode > 0 || header.qformCode > 0;
-}
-
-std::string sourceOf(const SeriesInput& input) {
-  if (input.directionSource == "option") return "the direction given for " + input.options.file;
-  if (input.sidecarFiles.empty()) return "the direction assumed for " + input.options.file;
-  return input.directionSource;
-}
-
-}  // namespace
-
-std::optional<bids::Sidecar> readSidecars(SeriesInput& input) {
-  std::optional<bids::Sidecar> sidecar =
-      bids::findSidecar(input.options.file, input.options.sidecar);
-  if (!sidecar) return sidecar;
-  input.sidecarFiles = sidecar->fileNames();
-  for (const char* name : keptNames)
-    if (sidecar->json().contains(name)) input.keptFields[name] = sidecar->json()[name];
-  return sidecar;
-}
-
+/// The gradient files (.bvec, .bval) that stand beside an image.
 std::vector<std::string> gradientFilesOf(const std::string& imageFile) {
   const std::string stem = nifti::niftiStem(imageFile);
   std::vector<std::string> files;
@@ -93,19 +35,132 @@ std::vector<std::string> gradientFilesOf(const std::string& imageFile) {
   return files;
 }
 
-void requireCommonPlace(const nifti::Header& header, const std::string& file, const Grid& fieldGrid,
-                        const std::string& fieldName) {
-  const Grid grid = gridOf(header);
-  voxelToVoxel(fieldGrid.affine, grid.affine, file);
-  if (coverage(grid, fieldGrid, fieldName).max() == 0.0f)
-    throw Error(file + " and " + fieldName +
-                " have no place in common by their orientations: are they of one session?");
+SeriesInput opened(const SeriesFile& options) {
+  SeriesInput input;
+  input.file = options.file;
+  input.header = nifti::Reader(options.file).header();
+  return input;
 }
 
-std::string headOffField(const Volume<float>& mean, const nifti::Header& header,
-                         const std::string& file, const Grid& fieldGrid,
-                         const std::string& fieldName) {
-  const Volume<float> covered = coverage(gridOf(header), fieldGrid, fieldName);
+void addContradiction(SeriesInput& input) {
+  const auto& readout = input.acquisition.readout;
+  if (readout && !readout->contradiction.empty()) input.warnings.push_back(readout->contradiction);
+}
+
+/// On another grid than the field's: that there is a place in common, and how sure that is.
+void checkPlace(SeriesInput& input, const Grid& fieldGrid, const std::string& fieldName,
+                bool fieldIsOriented) {
+  const Grid grid = gridOf(input.header);
+  voxelToVoxel(fieldGrid.affine, grid.affine, input.file);
+  if (coverage(grid, fieldGrid, fieldName).max() == 0.0f)
+    throw Error(input.file,
+                "and " + fieldName +
+                    " have no place in common by their orientations: are they of one session?");
+  const bool oriented = hasOrientation(input.header);
+  if (oriented && fieldIsOriented) return;
+  input.warnings.push_back((oriented ? fieldName : input.file) +
+                           " has no orientation: how the grids of " + input.file + " and " +
+                           fieldName + " lie to each other is a guess");
+}
+
+void takeMap(SeriesInput& input, const SeriesFile& options, const Distortion& map) {
+  if (!map.isOn(gridOf(input.header)))
+    throw Error(map.name(),
+                "is a map of " + text(map.dims()) + " voxels, but " + input.file + " has " +
+                    text(input.header.dims),
+                {Advice::Kind::makeField});
+  input.acquisition.sidecar = bids::findSidecar(input.file, options.given.sidecar);
+  input.acquisition.direction =
+      bids::StatedDirection{map.gridShift().direction, Source::map, map.name()};
+  input.onGridOfField = true;
+}
+
+void assumeDirectionOf(const PairInput& pair, SeriesInput& input) {
+  input.acquisition.direction = bids::StatedDirection{pair.a.direction(), Source::assumed};
+  input.notes.push_back(input.file + " has no sidecar: its phase encoding is taken to be that of " +
+                        pair.a.options.file + ", " + nameOf(pair.a.direction()));
+}
+
+void settleReadout(const PairInput& pair, SeriesInput& input) {
+  bids::Acquisition& acquisition = input.acquisition;
+  if (!pair.readoutSeconds) {
+    acquisition.readout.reset();
+    return;
+  }
+  if (acquisition.sidecar) bids::requireReadout(acquisition, input.file, Advice::Of::series);
+  if (acquisition.readout) return;
+  acquisition.readout = pair.a.acquisition.readout;
+  input.notes.push_back(input.file + " has no sidecar: its readout time is taken to be that of " +
+                        pair.a.options.file);
+}
+
+/// What cannot be corrected with a map in voxels.
+void refuseWithoutReadout(const PairInput& pair, const SeriesInput& input) {
+  const char* need =
+      ": its correction needs the readout times of all images, from sidecars or options";
+  if (!input.onGridOfField)
+    throw Error(input.file, "has another grid than " + pair.a.options.file + need);
+  if (input.acquisition.direction->value.axis != pair.axis())
+    throw Error(input.file,
+                "is phase encoded along another axis than " + pair.a.options.file + need);
+}
+
+}  // namespace
+
+SeriesInput readSeries(const SeriesFile& options, const Distortion& distortion) {
+  SeriesInput input = opened(options);
+  if (distortion.isField()) {
+    input.acquisition = bids::resolveAcquisition(input.file, input.header.dims, options.given);
+    bids::requireDirection(input.acquisition, input.file);
+    bids::requireReadout(input.acquisition, input.file);
+    addContradiction(input);
+    input.onGridOfField = distortion.isOn(gridOf(input.header));
+    if (!input.onGridOfField)
+      checkPlace(input, gridOf(distortion.field()), distortion.name(),
+                 distortion.field().isOriented);
+  } else {
+    takeMap(input, options, distortion);
+  }
+  input.gradientFiles = gradientFilesOf(input.file);
+  return input;
+}
+
+SeriesInput readSeriesOf(const PairInput& pair, const SeriesFile& options) {
+  SeriesInput input = opened(options);
+  const Grid pairGrid = gridOf(pair.a.header);
+  input.onGridOfField = coincide(gridOf(input.header), pairGrid);
+  input.acquisition = bids::resolveAcquisition(input.file, input.header.dims, options.given);
+  if (input.acquisition.sidecar)
+    bids::requireDirection(input.acquisition, input.file, Advice::Of::series);
+  if (!input.acquisition.direction) assumeDirectionOf(pair, input);
+  settleReadout(pair, input);
+  addContradiction(input);
+  input.gradientFiles = gradientFilesOf(input.file);
+  if (!pair.readoutSeconds) refuseWithoutReadout(pair, input);
+  if (!input.onGridOfField)
+    checkPlace(input, pairGrid, pair.a.options.file, hasOrientation(pair.a.header));
+  return input;
+}
+
+std::vector<std::string> filesOf(const SeriesInput& input) {
+  std::vector<std::string> files = {input.file};
+  for (const std::string& sidecar : input.acquisition.sidecarFiles()) files.push_back(sidecar);
+  files.insert(files.end(), input.gradientFiles.begin(), input.gradientFiles.end());
+  return files;
+}
+
+nlohmann::ordered_json keptFieldsOf(const SeriesInput& input) {
+  nlohmann::ordered_json kept = nlohmann::ordered_json::object();
+  if (!input.acquisition.sidecar) return kept;
+  const nlohmann::json& fields = input.acquisition.sidecar->json();
+  for (const char* name : keptNames)
+    if (fields.contains(name)) kept[name] = fields[name];
+  return kept;
+}
+
+std::string headOffField(const Volume<float>& mean, const SeriesInput& input,
+                         const FieldHz& field) {
+  const Volume<float> covered = coverage(gridOf(input.header), gridOf(field), field.name);
   const double threshold = headThreshold(mean);
   double head = 0, off = 0;
   for (int n = 0; n < mean.size(); ++n) {
@@ -114,91 +169,8 @@ std::string headOffField(const Volume<float>& mean, const nifti::Header& header,
     off += covered.data()[n] == 0.0f;
   }
   if (!(off > largestPartOff * head)) return {};
-  return text("%.0f %%", 100 * (off / head)) + " of the head in " + file +
-         " lies off the grid of " + fieldName + ": there the field at the nearest border is taken";
-}
-
-SeriesInput readSeriesInput(const ImageOptions& options, const PairInput& pair) {
-  SeriesInput input;
-  input.options = options;
-  input.header = nifti::Reader(options.file).header();
-  input.sameGrid = coincide(gridOf(input.header), gridOf(pair.a.header));
-  readAcquisition(input, pair);
-  input.gradientFiles = gradientFilesOf(options.file);
-  if (!pair.readoutSeconds && !input.sameGrid)
-    throw Error(options.file + " has another grid than " + pair.a.options.file +
-                ": its correction needs the readout times of all images, from sidecars or "
-                "options");
-  if (!pair.readoutSeconds && input.direction.axis != pair.axis())
-    throw Error(options.file + " is phase encoded along another axis than " + pair.a.options.file +
-                ": its correction needs the readout times of all images, from sidecars or "
-                "options");
-  if (input.sameGrid) return input;
-  requireCommonPlace(input.header, options.file, gridOf(pair.a.header), pair.a.options.file);
-  if (!hasOrientation(input.header) || !hasOrientation(pair.a.header))
-    input.warnings.push_back((hasOrientation(input.header) ? pair.a.options : options).file +
-                             " has no orientation: how the grids of " + options.file + " and " +
-                             pair.a.options.file + " lie to each other is a guess");
-  return input;
-}
-
-SeriesOutcome correctOneSeries(const SeriesInput& input, const CorrectionReport& report,
-                               const CorrectionOptions& options, const std::string& output,
-                               const Progress& progress) {
-  const PairInput& pair = report.pair;
-  const std::string stage = "Correcting " + fs::path(input.options.file).filename().string();
-  progress(stage, 0.0);
-  // Without readout times all images are taken to have the same one, whatever it is.
-  const FieldHz field =
-      fieldFromShift(report.estimate.shift, gridOf(pair.a.header), pair.a.direction,
-                     pair.readoutSeconds.value_or(1.0), "the estimated field");
-  const double readout = pair.readoutSeconds ? input.readout->seconds : 1.0;
-  const Volume<float> shift = shiftVoxels(field, input.header, input.direction, readout);
-
-  SeriesOptions seriesOptions;
-  seriesOptions.axis = input.direction.axis;
-  seriesOptions.modulation = options.estimate.modulation;
-  seriesOptions.floatOutput = options.floatOutput;
-  seriesOptions.threads = options.threads;
-  seriesOptions.progress = [&](int done, int total) {
-    progress(stage, static_cast<double>(done) / total);
-  };
-  const SeriesReport corrected = correctSeries(input.options.file, shift, seriesOptions, output);
-
-  SeriesOutcome outcome;
-  outcome.notes = input.notes;
-  outcome.warnings = input.warnings;
-  outcome.warnings.insert(outcome.warnings.end(), corrected.warnings.begin(),
-                          corrected.warnings.end());
-  if (!input.sameGrid)
-    if (const std::string doubt =
-            headOffField(corrected.meanBefore, input.header, input.options.file,
-                         gridOf(pair.a.header), pair.a.options.file);
-        !doubt.empty())
-      outcome.warnings.push_back(doubt);
-  SeriesResult& result = outcome.result;
-  result.file = input.options.file;
-  result.sidecarFiles = input.sidecarFiles;
-  result.direction = input.direction;
-  result.directionSource = input.directionSource;
-  result.readout = input.readout;
-  result.volumes = corrected.volumes;
-  result.resampledField = !input.sameGrid;
-  const int axis = input.direction.axis;
-  result.signs = compareSigns(
-      correctVolume(corrected.meanBefore, shift, axis, options.estimate.modulation),
-      correctVolume(corrected.meanBefore, shift * -1.0f, axis, options.estimate.modulation),
-      input.header.affine(), {report.estimate.mean, pair.a.header.affine(), "the corrected pair"});
-  if (result.signs.verdict == SignCheck::Verdict::opposite)
-    outcome.warnings.push_back(
-        "CHECK THE SIGN in " + sourceOf(input) + ": it says " + nameOf(input.direction) +
-        ", but the series agrees better with the corrected pair when it is corrected as " +
-        nameOf(input.direction.opposite()) + "; it or the pair's directions are wrong");
-  if (result.signs.verdict == SignCheck::Verdict::undecided)
-    outcome.notes.push_back("the sign of " + input.options.file +
-                            " could not be checked: corrected one way or the other, it agrees "
-                            "about as well with the corrected pair");
-  return outcome;
+  return text("%.0f %%", 100 * (off / head)) + " of the head in " + input.file +
+         " lies off the grid of " + field.name + ": there the field at the nearest border is taken";
 }
 
 }  // namespace mirel

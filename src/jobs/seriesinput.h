@@ -1,61 +1,52 @@
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <vector>
 
-#include "jobs/correctpair.h"
+#include "field/distortion.h"
+#include "pair/pairinput.h"
 
 namespace mirel {
 
+/// A series to be corrected.
+struct SeriesFile {
+  std::string file;
+  bids::GivenAcquisition given;
+};
+
 /// What is known about a series before it is corrected.
 struct SeriesInput {
-  ImageOptions options;
+  std::string file;
   nifti::Header header;
-  bids::PhaseEncodingDirection direction;
-  std::string directionSource;
-  std::optional<bids::Readout> readout;
-  std::vector<std::string> sidecarFiles;   ///< the farthest first
-  bool sameGrid = false;                   ///< as the pair
+  bids::Acquisition acquisition;           ///< its direction is settled
+  bool onGridOfField = false;              ///< so that nothing needs to be resampled
   std::vector<std::string> gradientFiles;  ///< .bvec and .bval beside it, if they are there
-  /// Of its sidecars, for the corrected one's.
-  nlohmann::ordered_json keptFields = nlohmann::ordered_json::object();
-  std::vector<std::string> notes, warnings;
+  std::vector<Remark> notes, warnings;
 };
 
-struct SeriesOutcome {
-  SeriesResult result;
-  std::vector<std::string> notes, warnings;
-};
+/// A series whose direction and readout time stand in options or sidecars, against the field in
+/// Hz or the map that is to correct it. A map gives the axis, and needs neither.
+///
+/// Errors   Error with the file and the fault: those of nifti::Reader and of
+///          bids::resolveAcquisition; no direction, no readout time; a series that lies elsewhere
+///          than the field, or has other dimensions than the map.
+SeriesInput readSeries(const SeriesFile& options, const Distortion& distortion);
 
-/// Reads the sidecars of the image (bids::findSidecar) and takes down their names and the fields
-/// that stay true of the corrected image; nothing when there are none.
-std::optional<bids::Sidecar> readSidecars(SeriesInput& input);
+/// A series of the pair's session. One without sidecar and options is taken to be encoded as A is,
+/// with A's readout time; a note says so, and the sign check tells when that is wrong. Where the
+/// pair has no readout time, no series needs one, but it must have the pair's grid and axis.
+/// Errors as above.
+SeriesInput readSeriesOf(const PairInput& pair, const SeriesFile& options);
 
-/// The gradient files (.bvec, .bval) that stand beside an image.
-std::vector<std::string> gradientFilesOf(const std::string& imageFile);
+/// The files that a series is read from: image, sidecars, gradients.
+std::vector<std::string> filesOf(const SeriesInput& input);
 
-/// Throws Error when the orientation of a series (in `file`) is no orientation, or when no
-/// voxel of it lies on the grid of the field, which belongs to `fieldName`.
-void requireCommonPlace(const nifti::Header& header, const std::string& file, const Grid& fieldGrid,
-                        const std::string& fieldName);
+/// What describes the acquisition in the sidecars of a series and stays true when it is corrected.
+nlohmann::ordered_json keptFieldsOf(const SeriesInput& input);
 
 /// A sentence when more than a hundredth of the head in `mean`, the mean of a series, lies off the
 /// grid of the field; empty otherwise.
-std::string headOffField(const Volume<float>& mean, const nifti::Header& header,
-                         const std::string& file, const Grid& fieldGrid,
-                         const std::string& fieldName);
-
-/// Reads header and sidecars of a series. A series without sidecar and options is taken to be
-/// encoded as A is, with A's readout time; the sign check tells when that is wrong. Errors as in
-/// correctAll.
-SeriesInput readSeriesInput(const ImageOptions& options, const PairInput& pair);
-
-/// Corrects a series through the field of the pair and writes it to `output`: the map is the
-/// field on the series' grid, times its readout time and the sign of its direction. Then its mean
-/// is compared with the mean of the corrected pair under both signs.
-SeriesOutcome correctOneSeries(const SeriesInput& input, const CorrectionReport& report,
-                               const CorrectionOptions& options, const std::string& output,
-                               const Progress& progress);
+std::string headOffField(const Volume<float>& mean, const SeriesInput& input, const FieldHz& field);
 
 }  // namespace mirel

@@ -26,7 +26,7 @@ float numberFrom(const std::string& word, const std::string& fileName) {
     used = word.size();
   }
   if (used != word.size() || !std::isfinite(value))
-    throw Error(fileName + " holds \"" + word + "\" where a number is expected");
+    throw Error(fileName, "holds \"" + word + "\" where a number is expected");
   return value;
 }
 
@@ -34,9 +34,9 @@ float numberFrom(const std::string& word, const std::string& fileName) {
 Rows readRows(const std::string& fileName) {
   std::error_code ignored;
   if (std::filesystem::is_directory(fileName, ignored))
-    throw Error(fileName + " is a directory, not a gradient file");
+    throw Error(fileName, "is a directory, not a gradient file");
   std::ifstream is(fileName);
-  if (!is) throw Error(fileName + " cannot be opened");
+  if (!is) throw Error(fileName, "cannot be opened");
   Rows rows;
   std::string line;
   while (std::getline(is, line)) {
@@ -75,8 +75,8 @@ std::vector<glm::vec3> readDirections(const std::string& fileName, int volumes) 
   } else {
     for (const std::vector<float>& row : rows) {
       if (row.size() != 3)
-        throw Error(fileName +
-                    " is not a table of directions: neither three lines of equal "
+        throw Error(fileName,
+                    "is not a table of directions: neither three lines of equal "
                     "length nor lines of three numbers");
       directions.emplace_back(row[0], row[1], row[2]);
     }

@@ -90,23 +90,23 @@ template <typename Int>
 void checkDimensions(const Int* dim, int bytes, const std::string& fileName) {
   const auto count = static_cast<std::int64_t>(dim[0]);
   if (count < 1 || count > 7)
-    throw Error(fileName + " is damaged: it claims " + std::to_string(count) + " dimensions");
+    throw Error(fileName, "is damaged: it claims " + std::to_string(count) + " dimensions");
   std::int64_t voxels = 1;
   for (std::int64_t d = 1; d <= count; d++) {
     const auto size = static_cast<std::int64_t>(dim[d]);
     const std::string what = "dimension " + std::to_string(d) + " of size " + std::to_string(size);
-    if (size < 1) throw Error(fileName + " is damaged: it claims a " + what);
+    if (size < 1) throw Error(fileName, "is damaged: it claims a " + what);
     if ((d > 5 && size > 1) || (d == 5 && size > 1 && dim[4] > 1))
-      throw Error(fileName + " has a " + what + "; only 3-D and 4-D images are supported");
+      throw Error(fileName, "has a " + what + "; only 3-D and 4-D images are supported");
     if (d >= 4 && size > std::numeric_limits<int>::max())
-      throw Error(fileName + " has an impossible number of volumes: " + std::to_string(size));
+      throw Error(fileName, "has an impossible number of volumes: " + std::to_string(size));
     // Sizes of a volume stay below 2^31 each, so the products below cannot overflow.
     if (d <= 3 &&
         (size > std::numeric_limits<int>::max() || voxels * size > std::numeric_limits<int>::max()))
-      throw Error(fileName + " has impossible dimensions: a volume of more than 2^31 - 1 voxels");
+      throw Error(fileName, "has impossible dimensions: a volume of more than 2^31 - 1 voxels");
     voxels *= size;
     if (voxels > (std::int64_t{1} << 62) / bytes)
-      throw Error(fileName + " has impossible dimensions: more than 2^62 bytes of data");
+      throw Error(fileName, "has impossible dimensions: more than 2^62 bytes of data");
   }
 }
 
@@ -114,8 +114,8 @@ int checkType(int code, const std::string& fileName) {
   const TypeRow* row = findType(code);
   if (row != nullptr) return row->bytes;
   const char* name = nifti_datatype_string(code);
-  throw Error(fileName + " has the data type " + std::to_string(code) + " (" + name +
-              "), which is not supported");
+  throw Error(fileName, "has the data type " + std::to_string(code) + " (" + name +
+                            "), which is not supported");
 }
 
 std::int64_t checkOffset(double offset, std::size_t headerSize, const std::string& fileName) {
@@ -123,7 +123,7 @@ std::int64_t checkOffset(double offset, std::size_t headerSize, const std::strin
   const double first = static_cast<double>(headerSize + 4);
   if (offset == 0) return static_cast<std::int64_t>(first);
   if (!(offset >= static_cast<double>(headerSize)) || offset > 9e15)
-    throw Error(fileName + " is damaged: its data cannot start at byte " + std::to_string(offset));
+    throw Error(fileName, "is damaged: its data cannot start at byte " + std::to_string(offset));
   return static_cast<std::int64_t>(offset);
 }
 
@@ -201,7 +201,7 @@ StoredHeader parse1(const unsigned char* bytes, bool swapped, const std::string&
   const float timeStep = raw.pixdim[4];
   raw.vox_offset = 352;
   const ImagePointer image(nifti_convert_n1hdr2nim(raw, nullptr));
-  if (!image) throw Error(fileName + " has a NIfTI header that cannot be understood");
+  if (!image) throw Error(fileName, "has a NIfTI header that cannot be understood");
   image->pixdim[4] = static_cast<double>(timeStep);
   result.header = fromLibrary(*image, 1);
   return result;
@@ -218,7 +218,7 @@ StoredHeader parse2(const unsigned char* bytes, bool swapped, const std::string&
   const double timeStep = raw.pixdim[4];
   raw.vox_offset = 544;
   const ImagePointer image(nifti_convert_n2hdr2nim(raw, nullptr));
-  if (!image) throw Error(fileName + " has a NIfTI header that cannot be understood");
+  if (!image) throw Error(fileName, "has a NIfTI header that cannot be understood");
   image->pixdim[4] = timeStep;
   result.header = fromLibrary(*image, 2);
   return result;
@@ -321,10 +321,21 @@ void Header::setAffine(const glm::dmat4& matrix, int code) {
                           &qform.z, &dx, &dy, &dz, &qform.qfac);
 }
 
+Header floatMapLike(const Header& reference) {
+  Header map = reference;
+  map.volumes = 1;
+  map.vectorComponents = 1;
+  map.repetitionTimeSeconds = 0;
+  map.type = DataType::float32;
+  map.slope = 1;
+  map.inter = 0;
+  return map;
+}
+
 StoredHeader parseHeader(const unsigned char* bytes, std::size_t count,
                          const std::string& fileName) {
   silenceLibrary();
-  if (count < headerBytes1) throw Error(fileName + " is too short to be a NIfTI image");
+  if (count < headerBytes1) throw Error(fileName, "is too short to be a NIfTI image");
   std::int32_t size;
   std::memcpy(&size, bytes, sizeof(size));
   std::int32_t reversed = size;
@@ -333,17 +344,17 @@ StoredHeader parseHeader(const unsigned char* bytes, std::size_t count,
   if (swapped) size = reversed;
   if (size == 348 && textEquals(bytes + 344, "n+1", 4)) return parse1(bytes, swapped, fileName);
   if (size == 348 && textEquals(bytes + 344, "ni1", 4))
-    throw Error(fileName + " is a two-file NIfTI (.hdr and .img), which is not supported");
+    throw Error(fileName, "is a two-file NIfTI (.hdr and .img), which is not supported");
   if (size == 540 && textEquals(bytes + 4, "n+2", 4)) {
     // The tail shows line ends that were changed on the way; some writers leave it out.
     if (!textEquals(bytes + 8, magicTail2, 4) && !textEquals(bytes + 8, "\0\0\0", 4))
-      throw Error(fileName + " is damaged: its signature was changed, as by a transfer as text");
-    if (count < headerBytes2) throw Error(fileName + " is too short to be a NIfTI image");
+      throw Error(fileName, "is damaged: its signature was changed, as by a transfer as text");
+    if (count < headerBytes2) throw Error(fileName, "is too short to be a NIfTI image");
     return parse2(bytes, swapped, fileName);
   }
   if (size == 540 && textEquals(bytes + 4, "ni2", 4))
-    throw Error(fileName + " is a two-file NIfTI (.hdr and .img), which is not supported");
-  throw Error(fileName + " is not a NIfTI image");
+    throw Error(fileName, "is a two-file NIfTI (.hdr and .img), which is not supported");
+  throw Error(fileName, "is not a NIfTI image");
 }
 
 std::vector<unsigned char> formatHeader(const Header& header, const std::string& fileName) {
@@ -359,7 +370,7 @@ std::vector<unsigned char> formatHeader(const Header& header, const std::string&
   if (version == 2) {
     nifti_2_header raw;
     if (nifti_convert_nim2n2hdr(image.get(), &raw) != 0)
-      throw Error(fileName + " cannot be described by a NIfTI header");
+      throw Error(fileName, "cannot be described by a NIfTI header");
     // The library fills in neither of these for version 2.
     raw.vox_offset = static_cast<std::int64_t>(bytes.size());
     std::memcpy(raw.magic + 4, magicTail2, 4);
@@ -367,7 +378,7 @@ std::vector<unsigned char> formatHeader(const Header& header, const std::string&
   } else {
     nifti_1_header raw;
     if (nifti_convert_nim2n1hdr(image.get(), &raw) != 0)
-      throw Error(fileName + " cannot be described by a NIfTI header");
+      throw Error(fileName, "cannot be described by a NIfTI header");
     std::memcpy(bytes.data(), &raw, sizeof(raw));
   }
   return bytes;

@@ -93,6 +93,10 @@ struct Header {
   void setAffine(const glm::dmat4& matrix, int code);
 };
 
+/// The header of a map on the grid of `reference`: its orientation, codes and description, one
+/// volume of 32-bit floats without scaling and without a repetition time.
+Header floatMapLike(const Header& reference);
+
 /// A header read from a file, and how its data are stored.
 struct StoredHeader {
   Header header;

@@ -109,12 +109,11 @@ class Encoder {
 std::uintmax_t regularFileSize(const std::string& name) {
   std::error_code failure;
   const std::filesystem::file_status status = std::filesystem::status(name, failure);
-  if (!std::filesystem::exists(status)) throw Error(name + " does not exist");
-  if (std::filesystem::is_directory(status))
-    throw Error(name + " is a directory, not a NIfTI image");
-  if (!std::filesystem::is_regular_file(status)) throw Error(name + " is not a regular file");
+  if (!std::filesystem::exists(status)) throw Error(name, "does not exist");
+  if (std::filesystem::is_directory(status)) throw Error(name, "is a directory, not a NIfTI image");
+  if (!std::filesystem::is_regular_file(status)) throw Error(name, "is not a regular file");
   const std::uintmax_t size = std::filesystem::file_size(name, failure);
-  if (failure) throw Error(name + " cannot be read: " + failure.message());
+  if (failure) throw Error(name, "cannot be read: " + failure.message());
   return size;
 }
 
@@ -123,12 +122,12 @@ std::uintmax_t regularFileSize(const std::string& name) {
 Reader::Reader(const std::string& fileName, Contents contents) : name(fileName) {
   const std::uintmax_t fileBytes = regularFileSize(name);
   file.reset(gzopen(name.c_str(), "rb"));
-  if (!file) throw Error(name + " cannot be opened: " + std::strerror(errno));
+  if (!file) throw Error(name, std::string("cannot be opened: ") + std::strerror(errno));
   gzbuffer(file.get(), streamBuffer);
   readHeader();
   if (header().vectorComponents > 1 && contents == Contents::scalars)
-    throw Error(name + " has a dimension 5 of size " + std::to_string(header().vectorComponents) +
-                "; only 3-D and 4-D images are supported");
+    throw Error(name, "has a dimension 5 of size " + std::to_string(header().vectorComponents) +
+                          "; only 3-D and 4-D images are supported");
   checkSize(fileBytes);
 }
 
@@ -140,9 +139,9 @@ void Reader::readHeader() {
   int code = Z_OK;
   gzerror(file.get(), &code);
   if (got < 0 || (got < static_cast<int>(headerBytes1) && code == Z_DATA_ERROR))
-    throw Error(name + " is damaged: its header cannot be decompressed");
+    throw Error(name, "is damaged: its header cannot be decompressed");
   if (got < static_cast<int>(headerBytes1) && code == Z_BUF_ERROR)
-    throw Error(name + " is truncated: the compressed file ends within the header");
+    throw Error(name, "is truncated: the compressed file ends within the header");
   stored = parseHeader(bytes, static_cast<std::size_t>(got), name);
 }
 
@@ -155,9 +154,10 @@ void Reader::checkSize(std::uintmax_t fileBytes) const {
   // No deflate stream grows by more than a factor of 1032.
   const Wide most = gzdirect(file.get()) != 0 ? Wide{fileBytes} : Wide{fileBytes} * 1032 + 1024;
   if (wanted > most)
-    throw Error(name + " is truncated or damaged: its header claims " + text(header().dims) +
-                " voxels in " + std::to_string(storedVolumes()) + " volumes, more than a file of " +
-                std::to_string(fileBytes) + " bytes can hold");
+    throw Error(name, "is truncated or damaged: its header claims " + text(header().dims) +
+                          " voxels in " + std::to_string(storedVolumes()) +
+                          " volumes, more than a file of " + std::to_string(fileBytes) +
+                          " bytes can hold");
 }
 
 void Reader::readBytes(unsigned char* bytes, std::size_t count, const std::string& what) {
@@ -172,9 +172,9 @@ void Reader::readBytes(unsigned char* bytes, std::size_t count, const std::strin
     int code = Z_OK;
     gzerror(file.get(), &code);
     if (code == Z_DATA_ERROR || code == Z_STREAM_ERROR)
-      throw Error(name + " is damaged: " + what + " cannot be decompressed");
-    if (code == Z_ERRNO) throw Error(name + " cannot be read: " + std::strerror(errno));
-    throw Error(name + " is truncated: it ends within " + what);
+      throw Error(name, "is damaged: " + what + " cannot be decompressed");
+    if (code == Z_ERRNO) throw Error(name, std::string("cannot be read: ") + std::strerror(errno));
+    throw Error(name, "is truncated: it ends within " + what);
   }
 }
 
@@ -186,8 +186,8 @@ void Reader::readTail() {
   int code = Z_OK;
   gzerror(file.get(), &code);
   if (code == Z_BUF_ERROR)
-    throw Error(name + " is truncated: the compressed file ends before its checksum");
-  if (got < 0) throw Error(name + " is damaged: its checksum does not match its data");
+    throw Error(name, "is truncated: the compressed file ends before its checksum");
+  if (got < 0) throw Error(name, "is damaged: its checksum does not match its data");
 }
 
 Volume<float> Reader::readVolume(int t) {
@@ -208,7 +208,7 @@ void Reader::readVolume(int t, Volume<float>& volume) {
   const z_off_t start = static_cast<z_off_t>(stored.dataOffset) +
                         static_cast<z_off_t>(volumeBytes(h)) * static_cast<z_off_t>(t);
   if (gztell(file.get()) != start && gzseek(file.get(), start, SEEK_SET) != start)
-    throw Error(name + " is truncated or damaged: " + what + " cannot be reached");
+    throw Error(name, "is truncated or damaged: " + what + " cannot be reached");
   const std::size_t size = static_cast<std::size_t>(bytesPerSample(h.type));
   block.resize(blockSamples * size);
   const std::size_t voxels = voxelsOf(h);
@@ -225,7 +225,7 @@ void Reader::readVolume(int t, Volume<float>& volume) {
 Writer::Writer(const std::string& fileName, const Header& what)
     : out(fileName), header(what), compressed(fileName.ends_with(".gz")) {
   if (!hasNiftiName(fileName))
-    throw Error(fileName + " is no name for a NIfTI image: it ends with neither .nii nor .nii.gz");
+    throw Error(fileName, "is no name for a NIfTI image: it ends with neither .nii nor .nii.gz");
   const std::vector<unsigned char> bytes = formatHeader(header, fileName);
   file.reset(std::fopen(out.temporary().c_str(), "wb"));
   if (!file) fail(errno);
@@ -240,7 +240,7 @@ Writer::~Writer() = default;
 
 void Writer::fail(int systemError) {
   file.reset();
-  throw Error(out.target() + " cannot be written: " + std::strerror(systemError));
+  throw Error(out.target(), std::string("cannot be written: ") + std::strerror(systemError));
 }
 
 void Writer::append(const unsigned char* bytes, std::size_t count) {

@@ -2,13 +2,12 @@
 
 #include <algorithm>
 #include <cmath>
-#include <stdexcept>
+#include <sstream>
 
 #include "base/numbertext.h"
 #include "containers/exchange.h"
 #include "masspreserving/masspreserving.h"
 #include "numerics/statistics.h"
-#include "pair/estimatelog.h"
 #include "pair/foreground.h"
 
 namespace mirel {
@@ -58,7 +57,7 @@ bool isFinite(const Volume<float>& map) {
 
 void requireUsable(const Volume<float>& map) {
   if (!isFinite(map))
-    throw std::runtime_error(
+    throw Error(
         "the estimate failed: the map of displacements is not finite everywhere (are these two "
         "images of one head?)");
 }
@@ -69,7 +68,7 @@ double doneAt(const MassPreservingProgress& state) {
   return finished * (state.iteration + 1) / (state.iteration + 2);
 }
 
-MassPreservingResult massPreserving(const Frame& frame, bool motion, const Progress& progress) {
+MassPreservingResult massPreserving(const Frame& frame, bool motion, Progress& progress) {
   MassPreservingOptions options;
   options.estimateMotion = motion;
   // The coarse resolutions come a second time when motion is looked for.
@@ -77,15 +76,16 @@ MassPreservingResult massPreserving(const Frame& frame, bool motion, const Progr
   return estimateMassPreserving(*frame.first, *frame.second, frame.voxelMm, options,
                                 [&](const MassPreservingProgress& state) {
                                   done = std::max(done, doneAt(state));
-                                  progress("Estimating", done);
-                                  return true;
+                                  progress.at(Stage::estimating, done);
                                 });
 }
 
 Volume<float> searchMap(const Frame& frame, double intensityScale, const EstimateOptions& options,
-                        std::ostream& log) {
+                        const ReportDone& done = {}) {
   const float scale = static_cast<float>(intensityScale);
-  return estimatePair(*frame.first * scale, *frame.second * scale, frame.voxelMm, options, log);
+  std::ostringstream log;
+  return estimatePair(*frame.first * scale, *frame.second * scale, frame.voxelMm, options, log,
+                      done);
 }
 
 // A map along `axis`, and the second image of the head where it is in the first, if it moved.
@@ -95,12 +95,12 @@ struct Found {
 };
 
 Found estimateMap(const PairInput& pair, const EstimateSettings& settings, PairEstimate& estimate,
-                  const Progress& progress) {
+                  Progress& progress) {
   const int axis = pair.axis();
   const Frame frame(pair, axis);
   if (settings.estimator == Estimator::search) {
-    EstimateLog log(progress);
-    Volume<float> map = searchMap(frame, estimate.intensityScale, settings.search, log);
+    Volume<float> map = searchMap(frame, estimate.intensityScale, settings.search,
+                                  [&](double done) { progress.at(Stage::estimating, done); });
     requireUsable(map);
     return {exchangedWithY(std::move(map), axis), {}};
   }
@@ -124,8 +124,7 @@ int otherAxisOf(int axis) { return axis == 1 ? 0 : 1; }
 // A column-wise estimate along `axis` and how well the images agree then.
 double fastAgreement(const PairInput& pair, int axis, const PairEstimate& estimate,
                      const Volume<float>& mask) {
-  std::ostringstream log;
-  Volume<float> map = searchMap(Frame(pair, axis), estimate.intensityScale, {.fast = true}, log);
+  Volume<float> map = searchMap(Frame(pair, axis), estimate.intensityScale, {.fast = true});
   if (!isFinite(map)) return -1;
   return agreementThrough(exchangedWithY(std::move(map), axis), axis, pair.a.image, pair.b.image,
                           mask);
@@ -133,9 +132,10 @@ double fastAgreement(const PairInput& pair, int axis, const PairEstimate& estima
 
 std::string sidecarsOf(const PairInput& pair) {
   const auto source = [](const InputImage& image) {
-    return image.sidecarFiles.empty() || image.directionSource == "option"
-               ? "the direction given for " + image.options.file
-               : image.directionSource;
+    const bids::StatedDirection& direction = *image.acquisition.direction;
+    return direction.source == bids::StatedDirection::Source::sidecar
+               ? direction.file
+               : "the direction given for " + image.options.file;
   };
   return source(pair.a) + " and " + source(pair.b);
 }
@@ -143,11 +143,12 @@ std::string sidecarsOf(const PairInput& pair) {
 void doubtForeground(const PairInput& pair, PairEstimate& estimate) {
   const auto doubt = [&](const InputImage& image, double fraction) {
     if (fraction > nearlyNothing && fraction < nearlyEverything) return;
-    estimate.warnings.push_back(
+    estimate.warnings.emplace_back(
         text("%.3g", 100 * fraction) + " % of the voxels of " + image.title() +
-        " exceed the intensity " + text("%.4g", estimate.threshold) +
-        ", which is to separate head from air: nearly " +
-        (fraction < 0.5 ? "nothing" : "everything") + " counts as head (see --intensity-scale)");
+            " exceed the intensity " + text("%.4g", estimate.threshold) +
+            ", which is to separate head from air: nearly " +
+            (fraction < 0.5 ? "nothing" : "everything") + " counts as head",
+        Advice{Advice::Kind::seeIntensityScale});
   };
   doubt(pair.a, estimate.foregroundA);
   doubt(pair.b, estimate.foregroundB);
@@ -166,7 +167,7 @@ void doubtAgreement(const PairInput& pair, PairEstimate& estimate) {
                                 "): do not trust this result");
   if (found.fastAcross > found.fastAlongAxis + decisive)
     estimate.warnings.push_back("CHECK THE AXIS in " + sidecarsOf(pair) + ": they say " +
-                                nameOf(pair.a.direction) + " and " + nameOf(pair.b.direction) +
+                                nameOf(pair.a.direction()) + " and " + nameOf(pair.b.direction()) +
                                 ", but the images differ as if phase encoding ran along " +
                                 bids::nameOf({found.otherAxis, 1}) +
                                 " (correlation of the pair after a quick estimate " +
@@ -180,8 +181,9 @@ void chooseScale(const PairInput& pair, const EstimateSettings& settings, double
   estimate.intensityScale = settings.intensityScale;
   if (settings.intensityScale <= 0) {
     if (threshold <= 0)
-      throw std::runtime_error("head and air cannot be told apart in " + pair.a.title() + " and " +
-                               pair.b.title() + "; give a factor with --intensity-scale");
+      throw Error(
+          "head and air cannot be told apart in " + pair.a.title() + " and " + pair.b.title(),
+          {Advice::Kind::giveIntensityScale});
     estimate.intensityScale = estimatorThreshold / threshold;
   }
   estimate.threshold = estimatorThreshold / estimate.intensityScale;
@@ -202,17 +204,17 @@ std::string nameOf(Estimator estimator) {
 }
 
 PairEstimate estimatePairMap(const PairInput& pair, const EstimateSettings& settings,
-                             const Progress& progress) {
+                             Progress& progress) {
   PairEstimate estimate;
   estimate.estimator = settings.estimator;
   const Volume<float> before = meanOf(pair.a.image, pair.b.image);
   const double threshold = headThreshold(before);
   chooseScale(pair, settings, threshold, estimate);
   doubtForeground(pair, estimate);
-  progress("Estimating", 0.0);
+  progress.at(Stage::estimating, 0.0);
   const int axis = pair.axis();
   Found found = estimateMap(pair, settings, estimate, progress);
-  progress("Estimating", 1.0);
+  progress.at(Stage::estimating, 1.0);
   const Volume<float>& first = pair.a.image;
   const Volume<float>& second = found.unmovedSecond ? *found.unmovedSecond : pair.b.image;
   estimate.shift = std::move(found.shift);
@@ -221,7 +223,7 @@ PairEstimate estimatePairMap(const PairInput& pair, const EstimateSettings& sett
   estimate.correctedB = correctVolume(second, opposite, axis, settings.modulation);
   estimate.mean = meanOf(estimate.correctedA, estimate.correctedB);
 
-  progress("Checking", 0.0);
+  progress.at(Stage::checking, 0.0);
   const Volume<float> head = headMask(before, threshold);
   PairAgreement& agreement = estimate.agreement;
   agreement.before = agreementOf(first, pair.b.image, head);
@@ -229,9 +231,9 @@ PairEstimate estimatePairMap(const PairInput& pair, const EstimateSettings& sett
   agreement.negated = agreementThrough(opposite, axis, first, second, head);
   agreement.otherAxis = otherAxisOf(axis);
   agreement.fastAlongAxis = fastAgreement(pair, axis, estimate, head);
-  progress("Checking", 0.5);
+  progress.at(Stage::checking, 0.5);
   agreement.fastAcross = fastAgreement(pair, agreement.otherAxis, estimate, head);
-  progress("Checking", 1.0);
+  progress.at(Stage::checking, 1.0);
   doubtAgreement(pair, estimate);
   return estimate;
 }

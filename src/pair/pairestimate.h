@@ -1,10 +1,10 @@
 #pragma once
 
-#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "base/progress.h"
 #include "field/corrector.h"
 #include "numerics/rigidmotion.h"
 #include "pair/pairinput.h"
@@ -12,9 +12,6 @@
 
 /// From a pair of images to its map, with the doubts that there are about it.
 namespace mirel {
-
-/// How far a stage is, 0 .. 1. What it throws ends the work.
-using Progress = std::function<void(const std::string& stage, double done)>;
 
 /// By what method the map is estimated.
 enum class Estimator {
@@ -45,22 +42,26 @@ struct PairAgreement {
   int otherAxis = 0;
 };
 
-struct PairEstimate {
+/// What was found about a pair, but for the images.
+struct PairFindings {
   Estimator estimator = Estimator::massPreserving;
   double intensityScale = 1;
   double threshold = 0;  ///< intensity between head and air, of the images as they are
   /// Fraction of the voxels above the threshold in either image.
   double foregroundA = 0, foregroundB = 0;
-  /// Voxels along the phase-encoding axis; forward for A, and negated forward for B.
-  Volume<float> shift;
-  /// B is corrected in the head's place in A.
-  Volume<float> correctedA, correctedB, mean;
   /// Of the mass-preserving estimate: intensity of A over that of B, and the head's motion from A
   /// to B in mm along i, j, k and about the middle of the grid, if there was any.
   double intensityRatio = 1;
   std::optional<RigidMotion> motion;
   PairAgreement agreement;
-  std::vector<std::string> warnings;
+  std::vector<Remark> warnings;
+};
+
+struct PairEstimate : PairFindings {
+  /// Voxels along the phase-encoding axis; forward for A, and negated forward for B.
+  Volume<float> shift;
+  /// B is corrected in the head's place in A.
+  Volume<float> correctedA, correctedB, mean;
 };
 
 /// Estimates the map of a pair and corrects both images.
@@ -72,8 +73,9 @@ struct PairEstimate {
 /// Warnings  name the sidecars: images that agree better uncorrected, or with the opposite map;
 ///           an axis other than the stated one that explains more of the difference; a threshold
 ///           with nearly everything or nothing above it.
-/// Errors    std::runtime_error when no map comes out (a fit that diverges everywhere).
+/// Errors    Error when head and air cannot be told apart or no map comes out (a fit that diverges
+///           everywhere); what `progress` throws.
 PairEstimate estimatePairMap(const PairInput& pair, const EstimateSettings& settings,
-                             const Progress& progress);
+                             Progress& progress);
 
 }  // namespace mirel

@@ -9,7 +9,6 @@
 #include "base/numbertext.h"
 #include "base/outputfile.h"
 #include "base/samefile.h"
-#include "bids/inheritance.h"
 #include "field/grid.h"
 #include "nifti/image.h"
 #include "nifti/orientation.h"
@@ -26,11 +25,12 @@ Volume<float> readImage(nifti::Reader& reader, const ImageOptions& options) {
   const int volumes = reader.header().volumes;
   const int count = std::max(options.meanOfFirst, 1);
   if (options.volume < 0 || options.volume > volumes - count)
-    throw Error(options.file + " has " + std::to_string(volumes) +
-                (volumes == 1 ? " volume" : " volumes") + ", counted from 0: there " +
-                (count == 1 ? "is no volume " + std::to_string(options.volume)
-                            : "are no " + std::to_string(count) + " volumes from volume " +
-                                  std::to_string(options.volume) + " on"));
+    throw Error(options.file,
+                "has " + std::to_string(volumes) + (volumes == 1 ? " volume" : " volumes") +
+                    ", counted from 0: there " +
+                    (count == 1 ? "is no volume " + std::to_string(options.volume)
+                                : "are no " + std::to_string(count) + " volumes from volume " +
+                                      std::to_string(options.volume) + " on"));
   if (count == 1) return reader.readVolume(options.volume);
   Volume<double> sum(reader.header().dims, 0.0);
   Volume<float> volume;
@@ -45,47 +45,26 @@ Volume<float> readImage(nifti::Reader& reader, const ImageOptions& options) {
 void checkImage(const Volume<float>& image, const std::string& title) {
   const glm::ivec3 n = image.dimensions();
   if (std::min({n.x, n.y, n.z}) < fewestVoxels)
-    throw Error(title + " has " + text(n) + " voxels: a distortion can be estimated from " +
-                std::to_string(fewestVoxels) + " voxels along each axis or more");
+    throw Error(title, "has " + text(n) + " voxels: a distortion can be estimated from " +
+                           std::to_string(fewestVoxels) + " voxels along each axis or more");
   const auto bad = std::count_if(image.data(), image.data() + image.size(),
                                  [](float v) { return !std::isfinite(v); });
   if (bad > 0)
-    throw Error(title + " has " + std::to_string(bad) +
-                " voxels that are not finite numbers (NaN or infinite)");
+    throw Error(title, "has " + std::to_string(bad) +
+                           " voxels that are not finite numbers (NaN or infinite)");
   if (image.min() == image.max())
-    throw Error(title + " is constant: every voxel is " + text(static_cast<double>(image.min())));
+    throw Error(title, "is constant: every voxel is " + text(static_cast<double>(image.min())));
 }
 
-// Fills in direction and readout of one image from options and sidecars, as far as they tell.
-bool readAcquisition(InputImage& image, const char* which) {
-  const ImageOptions& options = image.options;
-  const bool allGiven = !options.direction.empty() && options.readoutSeconds > 0;
-  std::optional<bids::Sidecar> sidecar;
-  if (!options.sidecar.empty() || !allGiven)
-    sidecar = bids::findSidecar(options.file, options.sidecar);
-  if (sidecar) image.sidecarFiles = sidecar->fileNames();
-  const std::string letter = which;
-  if (!options.direction.empty()) {
-    image.direction = bids::parsePhaseEncoding(options.direction, "--pe-" + letter);
-    image.directionSource = "option";
-  } else if (sidecar) {
-    const auto direction = sidecar->phaseEncoding();
-    if (!direction)
-      throw Error(sidecar->title() + " has no PhaseEncodingDirection; give it with --pe-" + letter);
-    image.direction = *direction;
-    image.directionSource = sidecar->phaseEncodingFile();
-  }
-  if (options.readoutSeconds > 0) {
-    bids::checkReadout(options.readoutSeconds, "the readout time given for " + options.file);
-    image.readout = bids::Readout{options.readoutSeconds, bids::ReadoutSource::option};
-  } else if (sidecar) {
-    image.readout = sidecar->readout(image.header.dims[image.direction.axis]);
-    if (!image.readout)
-      throw Error(sidecar->title() +
-                  " has neither TotalReadoutTime nor EffectiveEchoSpacing; give the total "
-                  "readout time in seconds with --readout");
-  }
-  return !image.directionSource.empty();
+// Direction and readout of one image, as far as options and sidecars tell. A sidecar without them
+// is refused: the other image does not speak for it.
+void readAcquisition(InputImage& image, Advice::Of which) {
+  const std::string& file = image.options.file;
+  image.acquisition = bids::resolveAcquisition(file, image.header.dims, image.options.given,
+                                               bids::SidecarUse::whereNeeded);
+  if (!image.acquisition.sidecar) return;
+  bids::requireDirection(image.acquisition, file, which);
+  bids::requireReadout(image.acquisition, file, which);
 }
 
 InputImage readInput(const ImageOptions& options) {
@@ -101,8 +80,9 @@ InputImage readInput(const ImageOptions& options) {
 void checkSameGrid(const InputImage& a, const InputImage& b) {
   const glm::ivec3 n = a.header.dims;
   if (n != b.header.dims)
-    throw Error(a.options.file + " has " + text(n) + " voxels and " + b.options.file + " " +
-                text(b.header.dims) + ": both images of a pair have the same grid");
+    throw Error(a.options.file, "has " + text(n) + " voxels and " + b.options.file + " " +
+                                    text(b.header.dims) +
+                                    ": both images of a pair have the same grid");
   const glm::dmat4 toA = voxelToVoxel(b.header.affine(), a.header.affine(), a.options.file);
   double farthest = 0;
   for (int corner = 0; corner < 8; ++corner) {
@@ -117,22 +97,24 @@ void checkSameGrid(const InputImage& a, const InputImage& b) {
                 " voxels apart): both images of a pair have the same grid");
 }
 
-void addOnce(std::vector<std::string>& sentences, const std::string& sentence) {
-  if (std::find(sentences.begin(), sentences.end(), sentence) == sentences.end())
-    sentences.push_back(sentence);
+void addOnce(std::vector<Remark>& remarks, const std::string& sentence) {
+  if (std::find(remarks.begin(), remarks.end(), Remark(sentence)) == remarks.end())
+    remarks.push_back(sentence);
 }
 
 std::string directionText(const InputImage& image) {
-  return nameOf(image.direction) + " (" + image.directionSource + ")";
+  return nameOf(image.direction()) + " (" + image.acquisition.direction->sourceText() + ")";
 }
 
-void settleDirections(PairInput& pair, bool knownA, bool knownB) {
+void settleDirections(PairInput& pair) {
+  using bids::StatedDirection;
   InputImage& a = pair.a;
   InputImage& b = pair.b;
+  const bool knownA = a.acquisition.direction.has_value();
+  const bool knownB = b.acquisition.direction.has_value();
   if (!knownA && !knownB) {
-    a.direction = {1, 1};
-    b.direction = {1, -1};
-    a.directionSource = b.directionSource = "assumed";
+    a.acquisition.direction = StatedDirection{{1, 1}, StatedDirection::Source::assumed};
+    b.acquisition.direction = StatedDirection{{1, -1}, StatedDirection::Source::assumed};
     pair.notes.push_back(
         "there is neither a sidecar nor an option that tells the phase-encoding directions of " +
         a.title() + " and " + b.title() +
@@ -140,62 +122,73 @@ void settleDirections(PairInput& pair, bool knownA, bool knownB) {
   } else if (!knownA || !knownB) {
     InputImage& unknown = knownA ? b : a;
     const InputImage& known = knownA ? a : b;
-    unknown.direction = known.direction.opposite();
-    unknown.directionSource = "opposite of the other image";
+    unknown.acquisition.direction =
+        StatedDirection{known.direction().opposite(), StatedDirection::Source::opposite};
     pair.notes.push_back(unknown.options.file +
                          " has neither a sidecar nor an option: its phase-encoding direction is "
                          "taken to be the opposite of that of " +
-                         known.options.file + ", " + nameOf(unknown.direction));
+                         known.options.file + ", " + nameOf(unknown.direction()));
   }
-  if (a.direction.axis != b.direction.axis)
+  if (a.direction().axis != b.direction().axis)
     throw Error("phase encoding is along different axes: " + a.title() + " has " +
                 directionText(a) + ", " + b.title() + " has " + directionText(b));
-  if (a.direction == b.direction)
+  if (a.direction() == b.direction())
     throw Error("a pair needs opposite phase-encoding directions, but " + a.title() + " has " +
                 directionText(a) + " and " + b.title() + " has " + directionText(b));
 }
 
-void settleReadout(PairInput& pair) {
-  InputImage& a = pair.a;
-  InputImage& b = pair.b;
-  if (!a.readout && !b.readout) {
-    if (a.directionSource != "assumed")
-      pair.notes.push_back(
-          "the readout time is not known (no sidecar, no --readout): results are in voxels and "
-          "mm, not Hz");
-    return;
-  }
-  if (a.directionSource == "assumed")
-    throw Error("a readout time is given, but the phase-encoding directions of " + a.title() +
-                " and " + b.title() + " are not known; give them with --pe-a and --pe-b");
-  if (!a.readout || !b.readout) {
-    InputImage& unknown = a.readout ? b : a;
-    unknown.readout = (a.readout ? a : b).readout;
-    pair.notes.push_back(unknown.options.file +
-                         " has no readout time of its own: that of the other image is taken");
-  }
-  const double first = a.readout->seconds, second = b.readout->seconds;
-  const std::string difference = a.title() + " has a readout time of " + text(first) + " s (" +
-                                 nameOf(a.readout->source) + "), " + b.title() + " one of " +
-                                 text(second) + " s (" + nameOf(b.readout->source) + ")";
-  if (std::abs(first - second) > readoutTolerance * std::max(first, second)) {
-    const bool given = a.readout->source == bids::ReadoutSource::option &&
-                       b.readout->source == bids::ReadoutSource::option;
-    if (!given) throw Error(difference + ": both images of a pair have the same");
-    pair.warnings.push_back(difference +
-                            ": the estimate takes both to be equal, their mean counts");
-  }
-  pair.readoutSeconds = first == second ? first : 0.5 * (first + second);
-  for (const InputImage* image : {&a, &b})
-    if (image->readout->source == bids::ReadoutSource::estimated)
-      addOnce(pair.notes, "the readout time in " + image->readout->file +
+void noteEstimatedReadouts(PairInput& pair) {
+  for (const InputImage* image : {&pair.a, &pair.b})
+    if (image->acquisition.readout->source == bids::ReadoutSource::estimated)
+      addOnce(pair.notes, "the readout time in " + image->acquisition.readout->file +
                               " is an estimate of the program that converted the images: the "
                               "field in Hz is as good as that");
 }
 
+// Both images have a readout time, perhaps not the same.
+void settleCommonReadout(PairInput& pair) {
+  const bids::Readout& a = *pair.a.acquisition.readout;
+  const bids::Readout& b = *pair.b.acquisition.readout;
+  const std::string difference = pair.a.title() + " has a readout time of " + text(a.seconds) +
+                                 " s (" + nameOf(a.source) + "), " + pair.b.title() + " one of " +
+                                 text(b.seconds) + " s (" + nameOf(b.source) + ")";
+  if (std::abs(a.seconds - b.seconds) > readoutTolerance * std::max(a.seconds, b.seconds)) {
+    const bool given =
+        a.source == bids::ReadoutSource::option && b.source == bids::ReadoutSource::option;
+    if (!given) throw Error(difference + ": both images of a pair have the same");
+    pair.warnings.push_back(difference +
+                            ": the estimate takes both to be equal, their mean counts");
+  }
+  pair.readoutSeconds = a.seconds == b.seconds ? a.seconds : 0.5 * (a.seconds + b.seconds);
+}
+
+void settleReadout(PairInput& pair) {
+  std::optional<bids::Readout>& a = pair.a.acquisition.readout;
+  std::optional<bids::Readout>& b = pair.b.acquisition.readout;
+  const bool assumed =
+      pair.a.acquisition.direction->source == bids::StatedDirection::Source::assumed;
+  if (!a && !b) {
+    if (!assumed)
+      pair.notes.emplace_back("the readout time is not known: results are in voxels and mm, not Hz",
+                              Advice{Advice::Kind::giveReadout, Advice::Of::both});
+    return;
+  }
+  if (assumed)
+    throw Error("a readout time is given, but the phase-encoding directions of " + pair.a.title() +
+                    " and " + pair.b.title() + " are not known",
+                {Advice::Kind::giveDirection, Advice::Of::both});
+  if (!a || !b) {
+    pair.notes.push_back((a ? pair.b : pair.a).options.file +
+                         " has no readout time of its own: that of the other image is taken");
+    (a ? b : a) = a ? a : b;
+  }
+  settleCommonReadout(pair);
+  noteEstimatedReadouts(pair);
+}
+
 }  // namespace
 
-std::string InputImage::title() const {
+std::string ImageDescription::title() const {
   if (header.volumes <= 1) return options.file;
   if (options.meanOfFirst > 1)
     return "the mean of " + std::to_string(options.meanOfFirst) + " volumes of " + options.file;
@@ -207,16 +200,16 @@ PairInput readPair(const ImageOptions& a, const ImageOptions& b) {
   pair.a = readInput(a);
   pair.b = readInput(b);
   if (sameFile(a.file, b.file) && a.volume == b.volume)
-    throw Error("both images of the pair are " + pair.a.title() +
-                ": name two files, or two volumes with --volume and --volume-b");
+    throw Error("both images of the pair are " + pair.a.title(), {Advice::Kind::chooseVolumes});
   checkSameGrid(pair.a, pair.b);
-  const bool knownA = readAcquisition(pair.a, "a");
-  const bool knownB = readAcquisition(pair.b, "b");
-  settleDirections(pair, knownA, knownB);
+  readAcquisition(pair.a, Advice::Of::first);
+  readAcquisition(pair.b, Advice::Of::second);
+  settleDirections(pair);
   settleReadout(pair);
   for (const InputImage* image : {&pair.a, &pair.b})
-    if (image->readout && !image->readout->contradiction.empty())
-      addOnce(pair.warnings, image->readout->contradiction);
+    if (const auto& readout = image->acquisition.readout;
+        readout && !readout->contradiction.empty())
+      addOnce(pair.warnings, readout->contradiction);
   return pair;
 }
 

@@ -1,7 +1,6 @@
 #include "phantom/phantomfiles.h"
 
 #include <filesystem>
-#include <fstream>
 #include <nlohmann/json.hpp>
 
 #include "base/error.h"
@@ -86,9 +85,7 @@ class PhantomWriter {
   }
 
   void writeSidecar(const std::string& name, const Json& sidecar) {
-    std::ofstream file(out.path(stem(name) + ".json"), std::ios::binary);
-    if (!(file << sidecar.dump(2) << "\n" << std::flush))
-      throw Error("cannot write " + stem(name) + ".json");
+    out.write(stem(name) + ".json", sidecar.dump(2) + "\n");
     names.push_back(stem(name) + ".json");
   }
 

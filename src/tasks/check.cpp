@@ -3,7 +3,7 @@
 #include <fstream>
 #include <string>
 
-#include "files/filenames.h"
+#include "files/projectnames.h"
 #include "hostapi/ztaccess.h"
 
 namespace mirel {
@@ -12,8 +12,7 @@ namespace {
 
 // The line that describes what is wrong with a file, empty if nothing is.
 std::string finding(const std::string& fileName) {
-  if (!hasExtension(fileName, "fmr") && !hasExtension(fileName, "dmr"))
-    return fileName + ": not an FMR or DMR file\n";
+  if (!isProjectName(fileName)) return fileName + ": not an FMR or DMR file\n";
   const std::ifstream file(fileName);
   return file.good() ? "" : fileName + ": could not read file\n";
 }

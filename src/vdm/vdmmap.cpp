@@ -5,7 +5,6 @@
 #include <cstdint>
 
 #include "base/assertion.h"
-#include "files/filenames.h"
 #include "hostapi/ztaccess.h"
 
 namespace mirel {
@@ -69,14 +68,6 @@ Volume<float> loadMap(const std::string& fileName) {
   for (int z = 0; z < vdm.nz(); ++z)
     std::copy_n(map.slices[z], sliceSize(map.header), vdm.data() + z * sliceSize(map.header));
   return vdm;
-}
-
-std::string vdm_filename(const std::string& projectFileName) {
-  return addToFileName(replaceExtension(projectFileName, "map"), "_vdm");
-}
-
-std::string vdmderiv_filename(const std::string& projectFileName) {
-  return addToFileName(replaceExtension(projectFileName, "map"), "_vdmderiv");
 }
 
 }  // namespace mirel

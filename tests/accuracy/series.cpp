@@ -11,6 +11,7 @@
 #include "field/series.h"
 #include "jobs/correctpair.h"
 #include "nifti/image.h"
+#include "support/noprogress.h"
 
 namespace mirel {
 
@@ -86,19 +87,17 @@ class Scratch {
 
 void printSeriesAccuracy(const std::string& folder) {
   const Scratch scratch;
-  CorrectionOptions options;
+  CorrectPairOptions options;
   options.a.file = folder + "/dwi/sub-01_dir-AP_b0.nii.gz";
   options.b.file = folder + "/dwi/sub-01_dir-PA_b0.nii.gz";
   options.outputFolder = scratch.path;
   const std::string files[] = {folder + "/dwi/sub-01_dir-AP_dwi.nii.gz",
                                folder + "/dwi/sub-01_dir-PA_dwi.nii.gz",
                                folder + "/func/sub-01_task-fa_dir-AP_bold.nii.gz"};
-  for (const std::string& file : files) {
-    options.series.emplace_back();
-    options.series.back().file = file;
-  }
+  for (const std::string& file : files) options.series.push_back({file, {}});
   const auto start = std::chrono::steady_clock::now();
-  const CorrectionReport report = correctAll(options, [](const std::string&, double) {});
+  NoProgress progress;
+  const RunRecord report = correctPair(options, progress);
   std::printf("series: the whole job took %.1f s\n",
               std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
   const char* names[] = {"diffusion AP", "diffusion PA", "BOLD"};
@@ -106,9 +105,9 @@ void printSeriesAccuracy(const std::string& folder) {
   std::printf("| series | volumes | as it came | corrected |\n|---|---|---|---|\n");
   std::vector<Run> runs;
   for (std::size_t s = 0; s < report.series.size(); ++s) {
-    const SeriesResult& result = report.series[s];
-    runs.push_back({names[s], result.file, scratch.path + "/" + result.output, result.direction,
-                    result.readout->seconds});
+    const SeriesRecord& result = report.series[s];
+    runs.push_back({names[s], result.file, scratch.path + "/" + result.output,
+                    result.acquisition.direction->value, result.acquisition.readout->seconds});
     if (s < 2) measurement.print(runs[s], 1, "b=0");
     measurement.print(runs[s], 0, "mean");
   }

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -16,13 +17,30 @@ namespace mirel {
 
 namespace {
 
+/// Names of the files that were brought to the disk.
+std::vector<std::string>& synchronised() {
+  static std::vector<std::string> names;
+  return names;
+}
+
+}  // namespace
+
+/// Takes the place of the system's function in this program.
+extern "C" int fsync(int descriptor) {
+  const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
+  synchronised().push_back(std::filesystem::read_symlink(link).string());
+  return static_cast<int>(syscall(SYS_fsync, descriptor));
+}
+
+namespace {
+
 int filesIn(const std::string& folder) {
   int count = 0;
   for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(folder)) ++count;
   return count;
 }
 
-TEST(OutFile, appearsAtCommitAndNotBefore) {
+TEST(OutFile, AppearsAtCommitAndNotBefore) {
   const TemporaryFolder folder;
   const std::string name = folder.file("result");
   OutFile file(name);
@@ -33,7 +51,7 @@ TEST(OutFile, appearsAtCommitAndNotBefore) {
   EXPECT_EQ(filesIn(folder.file("")), 1);
 }
 
-TEST(OutFile, withoutCommitTheFolderStaysAsItWas) {
+TEST(OutFile, WithoutCommitTheFolderStaysAsItWas) {
   const TemporaryFolder folder;
   const std::string name = folder.file("result");
   std::ofstream(name) << "earlier";
@@ -45,7 +63,7 @@ TEST(OutFile, withoutCommitTheFolderStaysAsItWas) {
   EXPECT_EQ(filesIn(folder.file("")), 1);
 }
 
-TEST(OutFile, missingFolderIsRefusedByName) {
+TEST(OutFile, MissingFolderIsRefusedByName) {
   const TemporaryFolder folder;
   const std::string name = folder.file("none/result");
   try {
@@ -56,14 +74,14 @@ TEST(OutFile, missingFolderIsRefusedByName) {
   }
 }
 
-TEST(OutFile, aNameThatIsAFolderIsRefusedAndNothingIsLeftBehind) {
+TEST(OutFile, ANameThatIsAFolderIsRefusedAndNothingIsLeftBehind) {
   const TemporaryFolder folder;
   std::filesystem::create_directory(folder.file("taken"));
   EXPECT_THROW(OutFile(folder.file("taken")), Error);
   EXPECT_EQ(filesIn(folder.file("")), 1);
 }
 
-TEST(OutFile, takesTheLongestFileName) {
+TEST(OutFile, TakesTheLongestFileName) {
   const TemporaryFolder folder;
   const std::string name = folder.file(std::string(255, 'n'));
   OutFile file(name);
@@ -89,14 +107,57 @@ TEST(OutFile, takesTheLongestFileName) {
 }
 
 // A full disk, as far as a test can have one.
-TEST(OutFile, aFailingWriteIsReportedAndLeavesNothing) {
+TEST(OutFile, AFailingWriteIsReportedAndLeavesNothing) {
   const TemporaryFolder folder;
   EXPECT_EXIT(writeBeyondTheLimit(folder.file("big")), testing::ExitedWithCode(0), "");
   EXPECT_EQ(filesIn(folder.file("")), 0);
 }
 
+TEST(OutFolder, bringsEveryFileToTheDiskBeforeAnyGetsItsName) {
+  const TemporaryFolder folder;
+  OutFolder several(folder.file(""));
+  several.write("a", "text");
+  std::ofstream(several.path("b")) << "written by other means";
+  synchronised().clear();
+  EXPECT_EQ(several.commit({"b", "a"}),
+            (std::vector<std::string>{folder.file("b"), folder.file("a")}));
+  const std::vector<std::string> names = synchronised();
+  ASSERT_EQ(names.size(), 3u);
+  EXPECT_EQ(names[0], several.path("b"));
+  EXPECT_EQ(names[1], several.path("a"));
+  EXPECT_EQ(names[2] + "/", folder.file("")) << "the names come last";
+  EXPECT_EQ(textOf(folder.file("a")), "text");
+  EXPECT_EQ(textOf(folder.file("b")), "written by other means");
+}
+
+TEST(OutFolder, aFileThatIsMissingLeavesAllTheOthersUnmoved) {
+  const TemporaryFolder folder;
+  OutFolder several(folder.file(""));
+  several.write("a", "text");
+  try {
+    several.commit({"a", "b"});
+    FAIL();
+  } catch (const Error& failure) {
+    EXPECT_THAT(failure.what(), testing::HasSubstr(folder.file("b") + " cannot be written"));
+  }
+  EXPECT_FALSE(fileExists(folder.file("a")));
+}
+
+TEST(OutFolder, messagesNameTheFolderThatTheUserKnows) {
+  const TemporaryFolder folder;
+  OutFolder several(folder.file("."));
+  EXPECT_EQ(several.plain(several.path("a") + " is full"), folder.file("./a is full"));
+  std::filesystem::create_directory(several.path("taken"));
+  try {
+    several.write("taken", "text");
+    FAIL();
+  } catch (const Error& failure) {
+    EXPECT_THAT(failure.what(), testing::StartsWith(folder.file("./taken")));
+  }
+}
+
 // Process numbers come again: what a killed run left behind is in nobody's way.
-TEST(OutFile, leftoversOfAnEarlierProcessAreNoObstacle) {
+TEST(OutFile, LeftoversOfAnEarlierProcessAreNoObstacle) {
   const TemporaryFolder folder;
   const auto leftover = [&](int number) {
     return folder.file(".mirel-" + std::to_string(getpid()) + "-" + std::to_string(number) +

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <filesystem>
+#include <nlohmann/json.hpp>
 
 #include "support/niftifiles.h"
 
@@ -21,7 +22,7 @@ namespace {
 
 /// A dataset in ds, and what stands above it.
 struct Dataset : testing::Test {
-  TempFolder folder;
+  TemporaryFolder folder;
   const std::string image = file("sub-01/func/sub-01_task-rest_run-1_bold.nii.gz");
 
   void SetUp() override {

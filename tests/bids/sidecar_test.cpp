@@ -14,7 +14,7 @@ using testing::StartsWith;
 namespace {
 
 struct SidecarFile : testing::Test {
-  TempFolder folder;
+  TemporaryFolder folder;
   const std::string name = folder.file("run.json");
 
   bids::Sidecar read(const std::string& text) const {

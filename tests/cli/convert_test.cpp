@@ -21,7 +21,7 @@ using testing::HasSubstr;
 namespace {
 
 struct ConvertCommand : testing::Test {
-  TempFolder folder;
+  TemporaryFolder folder;
   std::string output;
   std::string messages;
 

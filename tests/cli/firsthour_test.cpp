@@ -37,7 +37,7 @@ ProgramResult runLine(const std::string& command, const std::string& folder) {
 
 }  // namespace
 
-TEST(FirstHour, everyCommandWorksInTheOrderOfTheText) {
+TEST(FirstHour, EveryCommandWorksInTheOrderOfTheText) {
   const TemporaryFolder folder;
   const std::vector<std::string> commands = commandsOf(MIREL_FIRST_HOUR);
   ASSERT_GE(commands.size(), 7U);

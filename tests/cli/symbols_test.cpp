@@ -23,7 +23,7 @@ std::string outputOf(const std::string& command) {
   return output;
 }
 
-TEST(Symbols, theProgramExportsExactlyTheHostFunctionsOfItsOwnCode) {
+TEST(Symbols, TheProgramExportsExactlyTheHostFunctionsOfItsOwnCode) {
   std::set<std::string> expected;
   std::istringstream list(textOf(MIREL_EXPORT_LIST));
   for (std::string word; list >> word;)

@@ -17,7 +17,7 @@ namespace {
 
 /// A folder with an image of two volumes, and what converting says.
 struct ConvertFaults : testing::Test {
-  TempFolder folder;
+  TemporaryFolder folder;
   Raw raw;
   void SetUp() override {
     raw.dim = {4, 2, 3, 4, 2};

@@ -60,7 +60,7 @@ void expectSameImage(const std::string& a, const std::string& b) {
 }
 
 struct Convert : testing::TestWithParam<const char*> {
-  TempFolder folder;
+  TemporaryFolder folder;
   std::string in = folder.file("in.nii.gz");
   std::string project = folder.file(std::string("run.1.") + GetParam());
   std::string out = folder.file("out.nii");
@@ -305,7 +305,7 @@ TEST_P(Convert, ASecondConversionReplacesTheFirst) {
 }
 
 TEST(ConvertGradients, BesideTheImageAndBack) {
-  TempFolder folder;
+  TemporaryFolder folder;
   writeBytes(folder.file("a.nii"), bytesOf(image(DataType::int16, ramp<std::int16_t>(0))));
   const std::string bvec = "0 0.577323\n0 -0.577353\n0 0.577375\n";
   const std::string bval = "0 2500\n";
@@ -326,7 +326,7 @@ TEST(ConvertGradients, BesideTheImageAndBack) {
 }
 
 TEST(ConvertGradients, NamedFiles) {
-  TempFolder folder;
+  TemporaryFolder folder;
   writeBytes(folder.file("a.nii"), bytesOf(image(DataType::int16, ramp<std::int16_t>(0))));
   writeText(folder.file("x.txt"), "1 0\n0 1\n0 0\n");
   writeText(folder.file("y.txt"), "700 800");
@@ -336,7 +336,7 @@ TEST(ConvertGradients, NamedFiles) {
 }
 
 TEST(ConvertGradients, NoneAtAllIsNoted) {
-  TempFolder folder;
+  TemporaryFolder folder;
   writeBytes(folder.file("a.nii"), bytesOf(image(DataType::int16, ramp<std::int16_t>(0))));
   const convert::ConvertReport report =
       convert::convert(folder.file("a.nii"), folder.file("b.dmr"));
@@ -347,7 +347,7 @@ TEST(ConvertGradients, NoneAtAllIsNoted) {
 }
 
 TEST(ConvertGradients, AnFmrHasNoPlaceForThem) {
-  TempFolder folder;
+  TemporaryFolder folder;
   writeBytes(folder.file("a.nii"), bytesOf(image(DataType::int16, ramp<std::int16_t>(0))));
   writeText(folder.file("a.bvec"), "1 0\n0 1\n0 0\n");
   writeText(folder.file("a.bval"), "700 800");
@@ -356,7 +356,7 @@ TEST(ConvertGradients, AnFmrHasNoPlaceForThem) {
 }
 
 TEST(ConvertMap, TakesTheGeometryOfItsReference) {
-  TempFolder folder;
+  TemporaryFolder folder;
   Raw raw = image(DataType::int16, ramp<std::int16_t>(0));
   raw.slope = 2;
   writeBytes(folder.file("a.nii"), bytesOf(raw));
@@ -374,7 +374,7 @@ TEST(ConvertMap, TakesTheGeometryOfItsReference) {
 }
 
 TEST(ConvertMap, OtherGridsAndOverwritingAreRefused) {
-  TempFolder folder;
+  TemporaryFolder folder;
   writeBytes(folder.file("a.nii"), bytesOf(image(DataType::int16, ramp<std::int16_t>(0))));
   EXPECT_THAT(failure([&] {
                 convert::convertMap(Volume<float>(2, 3, 5, 0.0F), "b_vdm.map", folder.file("a.nii"),

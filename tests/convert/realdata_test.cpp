@@ -17,7 +17,7 @@ namespace {
 /// Converts to a project and back, and compares everything that an image says.
 void expectRoundTrip(const std::string& in, const std::string& extension) {
   SCOPED_TRACE(in + " as " + extension);
-  TempFolder folder;
+  TemporaryFolder folder;
   convert::convert(in, folder.file("run" + extension));
   convert::convert(folder.file("run" + extension), folder.file("back.nii.gz"));
   nifti::Reader before(in);
@@ -59,7 +59,7 @@ TEST(RealData, WithoutTheSidecarTheSiemensAxesAgreeToHeaderDigits) {
   const std::string in =
       dataFolder() + "/siemens_prisma_dwi_bold_fmap/func/sub-01_task-fa_dir-AP_bold.nii.gz";
   if (dataFolder().empty() || !fs::exists(in)) GTEST_SKIP() << "no " << in;
-  TempFolder folder;
+  TemporaryFolder folder;
   convert::convert(in, folder.file("run.fmr"));
   fs::remove(folder.file("run_geometry.json"));
   convert::convert(folder.file("run.fmr"), folder.file("back.nii"));

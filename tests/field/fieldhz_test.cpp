@@ -11,7 +11,6 @@ namespace mirel {
 
 using namespace seriesfiles;
 using niftifiles::failure;
-using niftifiles::TempFolder;
 using testing::HasSubstr;
 
 namespace {
@@ -72,7 +71,7 @@ TEST(Field, ImpossibleReadoutTimesAreRefused) {
 }
 
 TEST(Field, ThroughAFile) {
-  TempFolder folder;
+  TemporaryFolder folder;
   const FieldHz field = fieldOn(grid);
   nifti::Header reference = headerOf(grid.dims, grid.affine, 7);
   reference.type = nifti::DataType::int16;
@@ -86,7 +85,7 @@ TEST(Field, ThroughAFile) {
 }
 
 TEST(Field, NonFiniteVoxelsCountAsZeroAndAreCounted) {
-  TempFolder folder;
+  TemporaryFolder folder;
   FieldHz field = fieldOn(grid);
   field.hz.at(0, 0, 0) = NAN;
   field.hz.at(1, 0, 0) = INFINITY;
@@ -99,7 +98,7 @@ TEST(Field, NonFiniteVoxelsCountAsZeroAndAreCounted) {
 }
 
 TEST(Field, WhatIsNoFieldIsRefused) {
-  TempFolder folder;
+  TemporaryFolder folder;
   const auto constant = [&](float value) {
     return [=](int) { return Volume<float>(grid.dims, value); };
   };

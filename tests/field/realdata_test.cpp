@@ -10,7 +10,6 @@
 namespace mirel {
 
 using namespace seriesfiles;
-using niftifiles::TempFolder;
 
 // The Siemens images have a field that was measured independently of them. Both b=0 images agree
 // only when grids, signs, readout time and modulation are all as they should be.
@@ -120,7 +119,7 @@ TEST_F(RealSeries, TheSignCheckIsRightAboutBothDiffusionSeries) {
 }
 
 TEST_F(RealSeries, AWholeRunKeepsItsHeader) {
-  TempFolder folder;
+  TemporaryFolder folder;
   nifti::Reader before(bold);
   const Volume<float> shift =
       shiftVoxels(readField(field), before.header(), ap, boldReadoutSeconds);

@@ -13,7 +13,6 @@ namespace mirel {
 using namespace seriesfiles;
 using niftifiles::failure;
 using niftifiles::readBytes;
-using niftifiles::TempFolder;
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -23,7 +22,7 @@ namespace {
 constexpr glm::ivec3 dims{10, 12, 7};
 
 struct Series : testing::Test {
-  TempFolder folder;
+  TemporaryFolder folder;
   nifti::Header header = headerOf(dims, affineOf({3, 3, 4}, 10, {-30, -40, 5}), 5);
   Volume<float> shift = smoothShift(dims);
 
@@ -158,13 +157,10 @@ TEST_F(Series, MeansBeforeAndAfter) {
 TEST_F(Series, ProgressIsInOrder) {
   header.volumes = 9;
   const std::string in = write("in.nii");
-  std::vector<int> seen;
+  std::vector<long> seen;
   SeriesOptions options;
   options.threads = 3;
-  options.progress = [&](int done, int total) {
-    EXPECT_EQ(total, 9);
-    seen.push_back(done);
-  };
+  options.done = [&](double done) { seen.push_back(std::lround(9 * done)); };
   correct(in, options);
   EXPECT_THAT(seen, ElementsAre(1, 2, 3, 4, 5, 6, 7, 8, 9));
 }
@@ -173,10 +169,10 @@ TEST_F(Series, AnEndFromOutsideLeavesNothing) {
   const std::string in = write("in.nii");
   SeriesOptions options;
   options.threads = 2;
-  options.progress = [](int done, int) {
-    if (done == 2) throw std::runtime_error("interrupted");
+  options.done = [volumes = header.volumes](double done) {
+    if (done * volumes > 1.5) throw Cancelled();
   };
-  EXPECT_EQ(failure([&] { correct(in, options); }), "interrupted");
+  EXPECT_THROW(correct(in, options), Cancelled);
   EXPECT_THAT(folder.names(), ElementsAre("in.nii"));
 }
 
@@ -286,7 +282,7 @@ TEST(SeriesMemory, DoesNotGrowWithTheVolumes) {
 #ifdef __SANITIZE_ADDRESS__
   GTEST_SKIP() << "freed memory stays in quarantine";
 #endif
-  TempFolder folder;
+  TemporaryFolder folder;
   constexpr glm::ivec3 large{40, 40, 40};
   const auto run = [&](int volumes) {
     nifti::Header header = headerOf(large, affineOf({3, 3, 3}), volumes);

@@ -12,7 +12,6 @@
 namespace mirel {
 
 using namespace seriesfiles;
-using niftifiles::TempFolder;
 
 namespace {
 
@@ -44,7 +43,7 @@ constexpr glm::ivec3 dims{6, 9, 5};
 }  // namespace
 
 TEST(Warp, TheHeaderSaysVectors) {
-  TempFolder folder;
+  TemporaryFolder folder;
   writeWarpLps(smoothShift(dims), headerOf(dims, affine, 40), 1, folder.file("w.nii"));
   const WarpFile file(folder.file("w.nii"));
   EXPECT_EQ(file.dim(), (std::array<int, 8>{5, 6, 9, 5, 1, 3, 1, 1}));
@@ -57,7 +56,7 @@ TEST(Warp, TheHeaderSaysVectors) {
 
 /// Samples the distorted image by the vectors alone, as a program that composes transforms does.
 TEST(Warp, AppliedByHandItCorrects) {
-  TempFolder folder;
+  TemporaryFolder folder;
   // Of first degree, so that linear and spline interpolation agree inside.
   const Volume<float> image =
       filled(dims, [](int x, int y, int z) { return 10 + 3 * x + 20 * y - 5 * z; });
@@ -94,7 +93,7 @@ TEST(Warp, AppliedByHandItCorrects) {
 
 TEST(Warp, VectorsPointTowardsPosteriorForAPositiveShiftBackwards) {
   // Identity axes (RAS), shift of +2 voxels of 3 mm along j: 6 mm towards anterior is -6 in LPS.
-  TempFolder folder;
+  TemporaryFolder folder;
   const Volume<float> shift(dims, 2.0f);
   writeWarpLps(shift, headerOf(dims, affineOf({3, 3, 3})), 1, folder.file("w.nii"));
   const WarpFile file(folder.file("w.nii"));
@@ -105,7 +104,7 @@ TEST(Warp, VectorsPointTowardsPosteriorForAPositiveShiftBackwards) {
 }
 
 TEST(Warp, OtherDimensionsAreRefused) {
-  TempFolder folder;
+  TemporaryFolder folder;
   EXPECT_THAT(niftifiles::failure([&] {
                 writeWarpLps(Volume<float>(2, 2, 2, 0.0f), headerOf(dims, affine), 1,
                              folder.file("w.nii"));
@@ -116,7 +115,7 @@ TEST(Warp, OtherDimensionsAreRefused) {
 
 /// From a voxel to where the motion and the shift take it, by the affine alone.
 TEST(Warp, AMotionOfTheHeadIsAdded) {
-  TempFolder folder;
+  TemporaryFolder folder;
   RigidMotion motion;
   motion.translationMm = {1.5, -0.7, 2.0};
   motion.rotationDegrees = {3.0, -2.0, 4.0};

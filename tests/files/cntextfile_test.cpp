@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "files/tempdir.h"
+#include "support/temporaryfolder.h"
 
 namespace mirel {
 
@@ -15,7 +15,7 @@ class TextFile : public testing::Test {
   }
   std::string written() const { return dir.read("text"); }
 
-  TempDir dir;
+  TemporaryFolder dir;
 };
 
 TEST_F(TextFile, LoadsValuesInFileOrder) {

@@ -111,6 +111,16 @@ TEST(Line, SetStoresNameValueAndWidth) {
   EXPECT_EQ(printed(Line<bool>("ShowAMRFile", true, 14)), "ShowAMRFile:  1\n");
 }
 
+TEST(Line, SetStoresATextWithOrWithoutQuotes) {
+  Line<std::string> line;
+  line.set("Prefix", "run 1", 10, LineQuotes::around);
+  EXPECT_TRUE(line.isSet());
+  EXPECT_EQ(line.value(), "run 1");
+  EXPECT_EQ(printed(line), "Prefix:   \"run 1\"\n");
+  line.set("Prefix", "run1", 10, LineQuotes::none);
+  EXPECT_EQ(printed(line), "Prefix:   run1\n");
+}
+
 TEST(Line, OnlyNumbersAreConstructedWithAValue) {
   static_assert(std::is_constructible_v<Line<int>, std::string, int, int>);
   static_assert(!std::is_constructible_v<Line<std::string>, std::string, std::string, int>);

@@ -58,7 +58,7 @@ class MapFile : public testing::Test {
   std::string name = folder.file("a_vdm.map");
 };
 
-TEST_F(MapFile, comesBackBitForBit) {
+TEST_F(MapFile, ComesBackBitForBit) {
   Map map = smallMap();
   map.values[3] = std::numeric_limits<float>::quiet_NaN();
   map.values[4] = -std::numeric_limits<float>::infinity();
@@ -82,7 +82,20 @@ TEST_F(MapFile, comesBackBitForBit) {
 }
 
 // The grammar read literally. The checksum was computed bit by bit from CRC-32's polynomial.
-TEST_F(MapFile, hasTheDocumentedBytes) {
+TEST(Map, IsMadeOfAVolumeAndBack) {
+  Volume<float> volume(3, 4, 2);
+  for (int i = 0; i < volume.size(); ++i) volume.data()[i] = static_cast<float>(i);
+  const Map map = mapOf(volume);
+  EXPECT_EQ(map.header.dimX, 3);
+  EXPECT_EQ(map.header.dimY, 4);
+  EXPECT_EQ(map.header.dimZ, 2);
+  EXPECT_EQ(map.header.kind, 0);
+  EXPECT_EQ(map.header.reserved, 0u);
+  EXPECT_EQ(map.values[(1 * 4 + 2) * 3 + 1], volume.at(1, 2, 1));
+  EXPECT_EQ(volumeOf(map), volume);
+}
+
+TEST_F(MapFile, HasTheDocumentedBytes) {
   Map map;
   map.header.dimX = map.header.dimY = 1;
   map.header.dimZ = 2;
@@ -105,7 +118,7 @@ TEST_F(MapFile, hasTheDocumentedBytes) {
   EXPECT_EQ(actual.substr(52), std::string("\x1a\xd1\xd2\xcc", 4));
 }
 
-TEST_F(MapFile, truncatedAtEveryByteIsRefused) {
+TEST_F(MapFile, TruncatedAtEveryByteIsRefused) {
   writeMapFile(name, smallMap());
   const std::string bytes = bytesOf(name);
   for (std::size_t size = 0; size < bytes.size(); ++size) {
@@ -114,7 +127,7 @@ TEST_F(MapFile, truncatedAtEveryByteIsRefused) {
   }
 }
 
-TEST_F(MapFile, everySingleFlippedBitIsRefused) {
+TEST_F(MapFile, EverySingleFlippedBitIsRefused) {
   writeMapFile(name, smallMap());
   const std::string bytes = bytesOf(name);
   for (std::size_t i = 0; i < bytes.size(); ++i)
@@ -126,7 +139,7 @@ TEST_F(MapFile, everySingleFlippedBitIsRefused) {
     }
 }
 
-TEST_F(MapFile, everyByteInvertedIsRefused) {
+TEST_F(MapFile, EveryByteInvertedIsRefused) {
   writeMapFile(name, smallMap());
   const std::string bytes = bytesOf(name);
   for (std::size_t i = 0; i < bytes.size(); ++i) {
@@ -137,13 +150,13 @@ TEST_F(MapFile, everyByteInvertedIsRefused) {
   }
 }
 
-TEST_F(MapFile, appendedBytesAreRefused) {
+TEST_F(MapFile, AppendedBytesAreRefused) {
   writeMapFile(name, smallMap());
   writeBytes(name, bytesOf(name) + "x");
   EXPECT_THAT(refusal(name), HasSubstr("too long"));
 }
 
-TEST_F(MapFile, foreignFilesAreRefusedAsSuch) {
+TEST_F(MapFile, ForeignFilesAreRefusedAsSuch) {
   writeBytes(name, "a text that somebody saved under this name, long enough to be a map file");
   EXPECT_THAT(refusal(name), HasSubstr("not a map file of this program"));
   writeBytes(name, "MIR?");
@@ -152,7 +165,7 @@ TEST_F(MapFile, foreignFilesAreRefusedAsSuch) {
   EXPECT_THAT(refusal(name), HasSubstr("empty"));
 }
 
-TEST_F(MapFile, laterVersionIsRefusedByItsNumber) {
+TEST_F(MapFile, LaterVersionIsRefusedByItsNumber) {
   writeMapFile(name, smallMap());
   std::string bytes = bytesOf(name);
   replaceInt(bytes, 8, 2);
@@ -161,7 +174,7 @@ TEST_F(MapFile, laterVersionIsRefusedByItsNumber) {
 }
 
 // The sizes are read before the checksum can be: they must not lead to an allocation.
-TEST_F(MapFile, hugeAndNegativeDimensionsAreRefusedBeforeAllocation) {
+TEST_F(MapFile, HugeAndNegativeDimensionsAreRefusedBeforeAllocation) {
   writeMapFile(name, smallMap());
   const std::string bytes = bytesOf(name);
   struct {
@@ -184,12 +197,12 @@ TEST_F(MapFile, hugeAndNegativeDimensionsAreRefusedBeforeAllocation) {
   }
 }
 
-TEST_F(MapFile, missingFileAndFolderAreRefused) {
+TEST_F(MapFile, MissingFileAndFolderAreRefused) {
   EXPECT_THAT(refusal(folder.file("none.map")), HasSubstr("No such file"));
   EXPECT_THAT(refusal(folder.file("")), HasSubstr("cannot read the map"));
 }
 
-TEST_F(MapFile, valuesThatDoNotMakeTheDimensionsAreNotWritten) {
+TEST_F(MapFile, ValuesThatDoNotMakeTheDimensionsAreNotWritten) {
   Map map = smallMap();
   map.values.pop_back();
   EXPECT_THROW(writeMapFile(name, map), Error);
@@ -200,7 +213,7 @@ TEST_F(MapFile, valuesThatDoNotMakeTheDimensionsAreNotWritten) {
   EXPECT_FALSE(fileExists(name));
 }
 
-TEST_F(MapFile, replacesAnEarlierMap) {
+TEST_F(MapFile, ReplacesAnEarlierMap) {
   writeBytes(name, "an earlier file");
   writeMapFile(name, smallMap());
   EXPECT_EQ(readMapFile(name).values, smallMap().values);

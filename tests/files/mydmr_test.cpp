@@ -5,8 +5,9 @@
 #include <sstream>
 
 #include "files/ioerror.h"
+#include "files/messageof.h"
 #include "files/projects.h"
-#include "files/tempdir.h"
+#include "support/temporaryfolder.h"
 
 namespace mirel {
 
@@ -37,7 +38,7 @@ class Dmr : public testing::Test {
     dmr.PrintTo(os);
     return os.str();
   }
-  TempDir dir;
+  TemporaryFolder dir;
 };
 
 TEST_F(Dmr, ACompleteHeaderComesBackByteForByte) {

@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "files/ioerror.h"
+#include "files/messageof.h"
 #include "files/projectkinds.h"
 
 namespace mirel {

@@ -30,12 +30,12 @@ class ProjectInfoTest : public testing::Test {
   TemporaryFolder folder;
 };
 
-TEST_F(ProjectInfoTest, readsTheHeaderOfAnFmr) {
+TEST_F(ProjectInfoTest, ReadsTheHeaderOfAnFmr) {
   ProjectSketch sketch;
   sketch.moreLines = "TR: 2000\nTE: 30\n";
   writeFmr(folder.file("run1.fmr"), sketch);
   const ProjectInfo info = readProjectInfo(folder.file("run1.fmr"));
-  EXPECT_EQ(info.kind, ProjectInfo::Kind::fmr);
+  EXPECT_EQ(info.kind, ProjectKind::fmr);
   EXPECT_EQ(info.dimensionText(), "6x8x4");
   EXPECT_EQ(info.volumes, 2);
   EXPECT_EQ(info.voxelXMm, 2.0f);
@@ -50,26 +50,26 @@ TEST_F(ProjectInfoTest, readsTheHeaderOfAnFmr) {
   EXPECT_THAT(dataFileWarnings(info), IsEmpty());
 }
 
-TEST_F(ProjectInfoTest, readsTheHeaderOfADmr) {
+TEST_F(ProjectInfoTest, ReadsTheHeaderOfADmr) {
   ProjectSketch sketch;
   sketch.dataType = 1;
   sketch.displayVolume = 1;
   writeDmr(folder.file("dwi.dmr"), sketch);
   const ProjectInfo info = readProjectInfo(folder.file("dwi.dmr"));
-  EXPECT_EQ(info.kind, ProjectInfo::Kind::dmr);
+  EXPECT_EQ(info.kind, ProjectKind::dmr);
   EXPECT_EQ(info.displayVolume, 1);
   EXPECT_EQ(info.bytesPerSample, 2);
   EXPECT_EQ(info.gradientDirections, 0);
   EXPECT_EQ(info.dataFileName, folder.file("dwi.dwi"));
 }
 
-TEST_F(ProjectInfoTest, readsNoData) {
+TEST_F(ProjectInfoTest, ReadsNoData) {
   writeFmr(folder.file("run1.fmr"), {});
   std::filesystem::remove(folder.file("run1.stc"));
   EXPECT_EQ(readProjectInfo(folder.file("run1.fmr")).volumes, 2);
 }
 
-TEST_F(ProjectInfoTest, missingVoxelSizesAreWarnedAboutOneByOne) {
+TEST_F(ProjectInfoTest, MissingVoxelSizesAreWarnedAboutOneByOne) {
   std::ofstream(folder.file("bare.fmr")) << "NrOfVolumes: 1\nNrOfSlices: 1\nResolutionX: 2\n"
                                             "ResolutionY: 2\nInplaneResolutionX: 0\n"
                                             "InplaneResolutionY: -1\n\n";
@@ -80,14 +80,14 @@ TEST_F(ProjectInfoTest, missingVoxelSizesAreWarnedAboutOneByOne) {
   EXPECT_THAT(warnings[0], HasSubstr(folder.file("bare.fmr")));
 }
 
-TEST_F(ProjectInfoTest, aShortDataFileIsWarnedAbout) {
+TEST_F(ProjectInfoTest, AShortDataFileIsWarnedAbout) {
   writeFmr(folder.file("run1.fmr"), {});
   std::filesystem::resize_file(folder.file("run1.stc"), 100);
   EXPECT_THAT(dataFileWarnings(readProjectInfo(folder.file("run1.fmr"))),
               ElementsAre(HasSubstr("run1.stc has 100 bytes where")));
 }
 
-TEST_F(ProjectInfoTest, refusalsNameTheFile) {
+TEST_F(ProjectInfoTest, RefusalsNameTheFile) {
   std::filesystem::create_directory(folder.file("folder.fmr"));
   writeFmr(folder.file("RUN.FMR"), {});
   std::ofstream(folder.file("empty.fmr")) << "";

@@ -9,7 +9,7 @@
 #include "files/mydmr.h"
 #include "files/myfmr.h"
 #include "files/projects.h"
-#include "files/tempdir.h"
+#include "support/temporaryfolder.h"
 
 namespace mirel {
 
@@ -55,7 +55,7 @@ class ProjectOf : public testing::Test {
   std::string headerName() const { return dir.file(Kind::header); }
   std::string dataName() const { return dir.file(Kind::data); }
 
-  TempDir dir;
+  TemporaryFolder dir;
 };
 
 using Kinds = testing::Types<Functional, Diffusion>;

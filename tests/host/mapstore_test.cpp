@@ -13,7 +13,7 @@ namespace mirel {
 
 namespace {
 
-TEST(MapStore, createsAMapOfZerosWithTheCurrentDimensions) {
+TEST(MapStore, CreatesAMapOfZerosWithTheCurrentDimensions) {
   MapStore store;
   store.setCurrentDimensions(3, 4, 2);
   store.create();
@@ -28,7 +28,7 @@ TEST(MapStore, createsAMapOfZerosWithTheCurrentDimensions) {
     for (int i = 0; i < 12; ++i) EXPECT_EQ(slices[z][i], 0.0f);
 }
 
-TEST(MapStore, withoutAProjectThereIsNoMap) {
+TEST(MapStore, WithoutAProjectThereIsNoMap) {
   MapStore store;
   EXPECT_THROW(store.create(), Error);
   MapHeader header;
@@ -39,7 +39,7 @@ TEST(MapStore, withoutAProjectThereIsNoMap) {
   EXPECT_THROW(store.save("nothing.map"), Error);
 }
 
-TEST(MapStore, creatingAgainClearsTheMapBefore) {
+TEST(MapStore, CreatingAgainClearsTheMapBefore) {
   MapStore store;
   store.setCurrentDimensions(2, 2, 1);
   store.create();
@@ -52,7 +52,7 @@ TEST(MapStore, creatingAgainClearsTheMapBefore) {
   EXPECT_EQ(header.kind, 0);
 }
 
-TEST(MapStore, parametersChangeButTheDimensionsStay) {
+TEST(MapStore, ParametersChangeButTheDimensionsStay) {
   MapStore store;
   store.setCurrentDimensions(2, 3, 4);
   store.create();
@@ -73,7 +73,7 @@ TEST(MapStore, parametersChangeButTheDimensionsStay) {
   EXPECT_EQ(std::memcmp(&now, &header, sizeof now), 0);
 }
 
-TEST(MapStore, aSavedMapLoadsIntoTheSamePlaces) {
+TEST(MapStore, ASavedMapLoadsIntoTheSamePlaces) {
   const TemporaryFolder folder;
   const std::string name = folder.file("a_vdm.map");
   MapStore writer;
@@ -99,7 +99,7 @@ TEST(MapStore, aSavedMapLoadsIntoTheSamePlaces) {
 }
 
 // Otherwise a task would go on with the map of somebody else.
-TEST(MapStore, aFailedLoadLeavesNoMap) {
+TEST(MapStore, AFailedLoadLeavesNoMap) {
   const TemporaryFolder folder;
   const std::string name = folder.file("bad_vdm.map");
   std::ofstream(name) << "no map";
@@ -111,7 +111,7 @@ TEST(MapStore, aFailedLoadLeavesNoMap) {
   EXPECT_EQ(store.get(header), nullptr);
 }
 
-TEST(MapStore, aMapOfOtherDimensionsIsNotLoaded) {
+TEST(MapStore, AMapOfOtherDimensionsIsNotLoaded) {
   const TemporaryFolder folder;
   const std::string name = folder.file("a_vdm.map");
   MapStore store;
@@ -124,7 +124,7 @@ TEST(MapStore, aMapOfOtherDimensionsIsNotLoaded) {
   EXPECT_EQ(store.get(header), nullptr);
 }
 
-TEST(MapStore, anotherProjectTakesTheMapAway) {
+TEST(MapStore, AnotherProjectTakesTheMapAway) {
   MapStore store;
   store.setCurrentDimensions(2, 2, 1);
   store.create();

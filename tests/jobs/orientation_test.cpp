@@ -45,8 +45,8 @@ InputImage stored(const InputImage& image, const Storage& how) {
   for (int n = 0; n < 3; ++n) {
     const auto at = static_cast<std::size_t>(n);
     newAffine[n] = affine[how.order[at]] * (how.flip[at] ? -1.0 : 1.0);
-    if (how.order[at] == image.direction.axis)
-      result.direction = {n, image.direction.sign * (how.flip[at] ? -1 : 1)};
+    if (how.order[at] == image.direction().axis)
+      result.acquisition.direction->value = {n, image.direction().sign * (how.flip[at] ? -1 : 1)};
   }
   newAffine[3] = affine * glm::dvec4(glm::dvec3(how.old({0, 0, 0}, dims)), 1.0);
   result.header.dims = newDims;
@@ -56,7 +56,7 @@ InputImage stored(const InputImage& image, const Storage& how) {
 
 Volume<float> fieldOnTheFirstGrid(const PairInput& pair, const Grid& grid) {
   const PairEstimate estimate = estimatePairMap(pair, {}, noProgress);
-  const FieldHz field = fieldFromShift(estimate.shift, gridOf(pair.a.header), pair.a.direction,
+  const FieldHz field = fieldFromShift(estimate.shift, gridOf(pair.a.header), pair.a.direction(),
                                        *pair.readoutSeconds, "field");
   return resampleTo(grid, field.hz, field.affine, "field", Interpolation::linear);
 }

@@ -26,7 +26,7 @@ TEST(RealData, theFieldHasSignAndSizeOfTheMeasuredOne) {
     EXPECT_TRUE(estimate.warnings.empty());
     const Grid grid = gridOf(pair.a.header);
     const Volume<float> found =
-        fieldFromShift(estimate.shift, grid, pair.a.direction, *pair.readoutSeconds, "").hz;
+        fieldFromShift(estimate.shift, grid, pair.a.direction(), *pair.readoutSeconds, "").hz;
     const auto onGrid = [&](const std::string& file) {
       nifti::Reader reader(folder + file);
       return resampleTo(grid, reader.readVolume(0), reader.header().affine(), file,

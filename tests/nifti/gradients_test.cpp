@@ -14,7 +14,7 @@ using testing::HasSubstr;
 namespace {
 
 struct Gradients : testing::Test {
-  TempFolder folder;
+  TemporaryFolder folder;
   nifti::GradientTable read(const std::string& bvec, const std::string& bval, int volumes) {
     writeText(folder.file("a.bvec"), bvec);
     writeText(folder.file("a.bval"), bval);

@@ -10,7 +10,7 @@ namespace mirel {
 
 namespace {
 
-TEST(DataSummary, isTheDefinition) {
+TEST(DataSummary, IsTheDefinition) {
   const std::vector<float> values = {2.0f, -1.0f, 4.0f, 3.0f};
   DataSummaryBuilder builder;
   builder.add(values.data(), values.size());
@@ -24,7 +24,7 @@ TEST(DataSummary, isTheDefinition) {
   EXPECT_DOUBLE_EQ(summary.rootMeanSquare, std::sqrt((4.0 + 1.0 + 16.0 + 9.0) / 4.0));
 }
 
-TEST(DataSummary, piecesMakeTheWhole) {
+TEST(DataSummary, PiecesMakeTheWhole) {
   std::vector<float> values;
   for (int i = 0; i < 1000; ++i) values.push_back(std::sin(static_cast<float>(i)) + 1e4f);
   DataSummaryBuilder whole;
@@ -39,7 +39,7 @@ TEST(DataSummary, piecesMakeTheWhole) {
   EXPECT_NEAR(whole.summary().standardDeviation, std::sqrt(0.5), 2e-3);
 }
 
-TEST(DataSummary, nonFiniteValuesAreCountedAndLeftOut) {
+TEST(DataSummary, NonFiniteValuesAreCountedAndLeftOut) {
   const float infinity = std::numeric_limits<float>::infinity();
   const std::vector<float> values = {std::nanf(""), 5.0f, infinity, -infinity};
   DataSummaryBuilder builder;
@@ -51,7 +51,7 @@ TEST(DataSummary, nonFiniteValuesAreCountedAndLeftOut) {
   EXPECT_EQ(builder.summary().standardDeviation, 0.0);
 }
 
-TEST(DataSummary, ofNothingIsZero) {
+TEST(DataSummary, OfNothingIsZero) {
   EXPECT_EQ(DataSummaryBuilder().summary().mean, 0.0);
   EXPECT_EQ(DataSummaryBuilder().summary().rootMeanSquare, 0.0);
 }

@@ -6,6 +6,7 @@
 
 #include "masspreserving/masspreserving.h"
 #include "numerics/fft/fftw.h"
+#include "support/remarks.h"
 #include "support/smallpair.h"
 
 namespace mirel {
@@ -86,11 +87,10 @@ TEST(PairEstimate, doesNotDependOnTheIntensityUnit) {
 
 TEST(PairEstimate, warnsOfAWrongAxis) {
   PairInput pair = smallPair();
-  pair.a.direction = {0, -1};
-  pair.b.direction = {0, 1};
-  pair.a.sidecarFiles = {"epi.json", pair.a.directionSource = "a.json"};
-  pair.b.sidecarFiles = {pair.b.directionSource = "b.json", "sub-1_epi.json"};
-  EXPECT_THAT(estimatePairMap(pair, {}, noProgress).warnings,
+  using bids::StatedDirection;
+  pair.a.acquisition.direction = {{0, -1}, StatedDirection::Source::sidecar, "a.json"};
+  pair.b.acquisition.direction = {{0, 1}, StatedDirection::Source::sidecar, "b.json"};
+  EXPECT_THAT(textsOf(estimatePairMap(pair, {}, noProgress).warnings),
               testing::Contains(testing::AllOf(HasSubstr("CHECK THE AXIS in a.json and b.json"),
                                                HasSubstr("i- and i,"), HasSubstr("along j"))));
 }
@@ -99,33 +99,46 @@ TEST(PairEstimate, warnsWhereEverythingOrNothingIsHead) {
   EstimateSettings settings;
   settings.search.fast = true;
   settings.intensityScale = 100;
-  EXPECT_THAT(estimatePairMap(smallPair(), settings, noProgress).warnings,
+  EXPECT_THAT(textsOf(estimatePairMap(smallPair(), settings, noProgress).warnings),
               testing::Contains(testing::AllOf(HasSubstr("a.nii"), HasSubstr("everything"))));
   settings.intensityScale = 0.001;
-  EXPECT_THAT(estimatePairMap(smallPair(), settings, noProgress).warnings,
+  EXPECT_THAT(textsOf(estimatePairMap(smallPair(), settings, noProgress).warnings),
               testing::Contains(testing::AllOf(HasSubstr("b.nii"), HasSubstr("nothing"))));
 }
 
+namespace {
+
+struct Listener : Progress {
+  std::optional<Stage> stage;
+  double last = 0;
+  int calls = 0;
+  bool stops = false;
+
+  void at(Stage now, double done, const std::string&) override {
+    if (now != stage) last = 0;
+    stage = now;
+    EXPECT_GE(done, last);
+    EXPECT_LE(done, 1.0);
+    last = done;
+    ++calls;
+    if (stops && done > 0.5) throw Cancelled();
+  }
+};
+
+}  // namespace
+
 TEST(PairEstimate, progressGrowsAndMayEndTheWork) {
   for (const Estimator estimator : {Estimator::search, Estimator::massPreserving}) {
+    SCOPED_TRACE(nameOf(estimator));
     EstimateSettings settings;
     settings.estimator = estimator;
-    double last = 0;
-    std::string stage;
-    int calls = 0;
-    estimatePairMap(smallPair(), settings, [&](const std::string& name, double done) {
-      if (name != stage) last = 0;
-      stage = name;
-      EXPECT_GE(done, last) << nameOf(estimator);
-      EXPECT_LE(done, 1.0);
-      last = done;
-      ++calls;
-    });
-    EXPECT_GE(calls, 8);
-    const auto stop = [](const std::string&, double done) {
-      if (done > 0.5) throw std::length_error("stop");
-    };
-    EXPECT_THROW(estimatePairMap(smallPair(), settings, stop), std::length_error);
+    Listener listener;
+    estimatePairMap(smallPair(), settings, listener);
+    EXPECT_GE(listener.calls, 8);
+    Listener stop;
+    stop.stops = true;
+    EXPECT_THROW(estimatePairMap(smallPair(), settings, stop), Cancelled);
+    EXPECT_EQ(stop.stage, Stage::estimating);
   }
 }
 

@@ -5,8 +5,10 @@
 #include <cmath>
 #include <limits>
 
+#include "base/error.h"
 #include "nifti/image.h"
 #include "support/niftifiles.h"
+#include "support/remarks.h"
 
 namespace mirel {
 
@@ -19,7 +21,7 @@ using testing::IsEmpty;
 namespace {
 
 struct PairFiles : testing::Test {
-  TempFolder folder;
+  TemporaryFolder folder;
   ImageOptions a, b;
   nifti::Header header;
 
@@ -55,47 +57,55 @@ struct PairFiles : testing::Test {
   std::string fault() const {
     return failure([&] { readPair(a, b); });
   }
+  Advice advice() const {
+    try {
+      readPair(a, b);
+    } catch (const Error& error) {
+      return error.advice();
+    }
+    return {};
+  }
 };
 
 }  // namespace
 
 TEST_F(PairFiles, directionsAndReadoutComeFromTheSidecars) {
   const PairInput pair = readPair(a, b);
-  EXPECT_EQ(nameOf(pair.a.direction), "j-");
-  EXPECT_EQ(nameOf(pair.b.direction), "j");
-  EXPECT_EQ(pair.a.directionSource, folder.file("a.json"));
+  EXPECT_EQ(nameOf(pair.a.direction()), "j-");
+  EXPECT_EQ(nameOf(pair.b.direction()), "j");
+  EXPECT_EQ(pair.a.acquisition.direction->sourceText(), folder.file("a.json"));
   EXPECT_EQ(pair.readoutSeconds, 0.05);
-  EXPECT_EQ(pair.a.readout->source, bids::ReadoutSource::totalReadoutTime);
+  EXPECT_EQ(pair.a.acquisition.readout->source, bids::ReadoutSource::totalReadoutTime);
   EXPECT_TRUE(pair.b.image == ramp() * 2.0f);
-  EXPECT_THAT(pair.notes, IsEmpty());
-  EXPECT_THAT(pair.warnings, IsEmpty());
+  EXPECT_THAT(textsOf(pair.notes), IsEmpty());
+  EXPECT_THAT(textsOf(pair.warnings), IsEmpty());
 }
 
 TEST_F(PairFiles, echoSpacingCountsTheLinesOfThePhaseEncodingAxis) {
   sidecar("a", R"({"PhaseEncodingDirection": "i-", "EffectiveEchoSpacing": 0.001})");
   sidecar("b", R"({"PhaseEncodingDirection": "i", "TotalReadoutTime": 0.005})");
-  EXPECT_EQ(readPair(a, b).a.readout->seconds, 0.005);
+  EXPECT_EQ(readPair(a, b).a.acquisition.readout->seconds, 0.005);
 }
 
 TEST_F(PairFiles, optionsOverrideSidecars) {
   sidecar("a", "not JSON, and not looked at");
-  a.direction = "i";
-  a.readoutSeconds = 0.03;
-  b.direction = "i-";
-  b.readoutSeconds = 0.03;
+  a.given.direction = bids::parsePhaseEncoding("i", "test");
+  a.given.readoutSeconds = 0.03;
+  b.given.direction = bids::parsePhaseEncoding("i-", "test");
+  b.given.readoutSeconds = 0.03;
   const PairInput pair = readPair(a, b);
   EXPECT_EQ(pair.axis(), 0);
-  EXPECT_EQ(pair.a.directionSource, "option");
+  EXPECT_EQ(pair.a.acquisition.direction->sourceText(), "option");
   EXPECT_EQ(pair.readoutSeconds, 0.03);
-  EXPECT_THAT(pair.a.sidecarFiles, IsEmpty());
+  EXPECT_THAT(pair.a.acquisition.sidecarFiles(), IsEmpty());
 }
 
 TEST_F(PairFiles, aNamedSidecarIsTaken) {
   sidecar("other", R"({"PhaseEncodingDirection": "j", "TotalReadoutTime": 0.02})");
   sidecar("b", R"({"PhaseEncodingDirection": "j-", "TotalReadoutTime": 0.02})");
-  a.sidecar = folder.file("other.json");
-  EXPECT_EQ(nameOf(readPair(a, b).a.direction), "j");
-  a.sidecar = folder.file("none.json");
+  a.given.sidecar = folder.file("other.json");
+  EXPECT_EQ(nameOf(readPair(a, b).a.direction()), "j");
+  a.given.sidecar = folder.file("none.json");
   EXPECT_THAT(fault(), HasSubstr("none.json cannot be opened"));
 }
 
@@ -113,14 +123,14 @@ TEST_F(PairFiles, sidecarsHigherUpInTheDatasetCountToo) {
   const std::string own = folder.file("sub-1/sub-1_dir-PA_epi.json");
   const PairInput pair = readPair(a, b);
   EXPECT_EQ(pair.readoutSeconds, 0.03);
-  EXPECT_EQ(pair.b.directionSource, own);
-  EXPECT_THAT(pair.b.sidecarFiles, ElementsAre(root, own));
-  EXPECT_THAT(pair.notes,
+  EXPECT_EQ(pair.b.acquisition.direction->sourceText(), own);
+  EXPECT_THAT(pair.b.acquisition.sidecarFiles(), ElementsAre(root, own));
+  EXPECT_THAT(textsOf(pair.notes),
               ElementsAre(HasSubstr("the readout time in " + root + " is an estimate")));
   sidecar("epi", "{}");
   EXPECT_THAT(fault(), HasSubstr("(with " + root + ") has neither TotalReadoutTime"));
   // A sidecar that is named is used alone.
-  a.sidecar = own;
+  a.given.sidecar = own;
   EXPECT_THAT(fault(), testing::StartsWith(own + " has neither"));
 }
 
@@ -130,24 +140,25 @@ TEST_F(PairFiles, withoutSidecarsItIsVoxelsAndANoteSaysSo) {
   const PairInput pair = readPair(a, b);
   EXPECT_EQ(pair.axis(), 1);
   EXPECT_FALSE(pair.readoutSeconds);
-  EXPECT_THAT(pair.notes, ElementsAre(AllOf(HasSubstr("a.nii.gz"), HasSubstr("voxels"))));
-  a.readoutSeconds = 0.05;
-  EXPECT_THAT(fault(), HasSubstr("--pe-a and --pe-b"));
+  EXPECT_THAT(textsOf(pair.notes), ElementsAre(AllOf(HasSubstr("a.nii.gz"), HasSubstr("voxels"))));
+  a.given.readoutSeconds = 0.05;
+  EXPECT_THAT(fault(), HasSubstr("directions of"));
+  EXPECT_EQ(advice(), (Advice{Advice::Kind::giveDirection, Advice::Of::both}));
 }
 
 TEST_F(PairFiles, oneSidecarSpeaksForBothAndNotesSaySo) {
   std::filesystem::remove(folder.file("a.json"));
   const PairInput pair = readPair(a, b);
-  EXPECT_EQ(nameOf(pair.a.direction), "j-");
-  EXPECT_EQ(pair.a.readout->seconds, 0.05);
-  EXPECT_THAT(pair.notes, ElementsAre(HasSubstr("opposite"), HasSubstr("readout time")));
+  EXPECT_EQ(nameOf(pair.a.direction()), "j-");
+  EXPECT_EQ(pair.a.acquisition.readout->seconds, 0.05);
+  EXPECT_THAT(textsOf(pair.notes), ElementsAre(HasSubstr("opposite"), HasSubstr("readout time")));
 }
 
 TEST_F(PairFiles, anEstimatedReadoutIsNoted) {
   sidecar("a", R"({"PhaseEncodingDirection": "j-", "EstimatedTotalReadoutTime": 0.05})");
   const PairInput pair = readPair(a, b);
-  EXPECT_EQ(pair.a.readout->source, bids::ReadoutSource::estimated);
-  EXPECT_THAT(pair.notes, ElementsAre(HasSubstr(folder.file("a.json"))));
+  EXPECT_EQ(pair.a.acquisition.readout->source, bids::ReadoutSource::estimated);
+  EXPECT_THAT(textsOf(pair.notes), ElementsAre(HasSubstr(folder.file("a.json"))));
 }
 
 TEST_F(PairFiles, pairsThatAreNoneAreRefusedWithWhatWasFound) {
@@ -161,19 +172,20 @@ TEST_F(PairFiles, pairsThatAreNoneAreRefusedWithWhatWasFound) {
   sidecar("b", R"({"PhaseEncodingDirection": "j", "TotalReadoutTime": 0.0502})");
   EXPECT_EQ(fault(), "nothing") << "within 1 %";
   sidecar("b", R"({"TotalReadoutTime": 0.05})");
-  EXPECT_THAT(fault(),
-              AllOf(HasSubstr("b.json has no PhaseEncodingDirection"), HasSubstr("--pe-b")));
+  EXPECT_THAT(fault(), HasSubstr("b.json has no PhaseEncodingDirection"));
+  EXPECT_EQ(advice(), (Advice{Advice::Kind::giveDirection, Advice::Of::second}));
   sidecar("b", R"({"PhaseEncodingDirection": "j"})");
-  EXPECT_THAT(fault(), AllOf(HasSubstr("b.json has neither"), HasSubstr("--readout")));
+  EXPECT_THAT(fault(), HasSubstr("b.json has neither"));
+  EXPECT_EQ(advice(), (Advice{Advice::Kind::giveReadout, Advice::Of::second}));
 }
 
 TEST_F(PairFiles, readoutTimesThatWereBothGivenMayDiffer) {
-  a.readoutSeconds = 0.04;
-  b.readoutSeconds = 0.06;
+  a.given.readoutSeconds = 0.04;
+  b.given.readoutSeconds = 0.06;
   const PairInput pair = readPair(a, b);
   EXPECT_DOUBLE_EQ(*pair.readoutSeconds, 0.05);
-  EXPECT_THAT(pair.warnings, ElementsAre(HasSubstr("their mean counts")));
-  a.readoutSeconds = 47;
+  EXPECT_THAT(textsOf(pair.warnings), ElementsAre(HasSubstr("their mean counts")));
+  a.given.readoutSeconds = 47;
   EXPECT_THAT(fault(), HasSubstr("milliseconds"));
 }
 
@@ -211,8 +223,8 @@ TEST_F(PairFiles, volumesOfOneFileAndMeans) {
   write(a.file, ramp(), 4);
   b = a;
   b.volume = 2;
-  a.direction = "j-";
-  b.direction = "j";
+  a.given.direction = bids::parsePhaseEncoding("j-", "test");
+  b.given.direction = bids::parsePhaseEncoding("j", "test");
   PairInput pair = readPair(a, b);
   EXPECT_TRUE(pair.b.image == ramp() + 20.0f);
   EXPECT_EQ(pair.b.title(), "volume 2 of " + a.file);

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
@@ -14,25 +15,6 @@
 namespace mirel::niftifiles {
 
 namespace fs = std::filesystem;
-
-TempFolder::TempFolder() {
-  std::string name = (fs::temp_directory_path() / "mirel-nifti-XXXXXX").string();
-  if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary folder");
-  folder = name;
-}
-
-TempFolder::~TempFolder() {
-  std::error_code ignored;
-  fs::remove_all(folder, ignored);
-}
-
-std::vector<std::string> TempFolder::names() const {
-  std::vector<std::string> result;
-  for (const auto& entry : fs::directory_iterator(folder))
-    result.push_back(entry.path().filename().string());
-  std::sort(result.begin(), result.end());
-  return result;
-}
 
 FileSizeLimit::FileSizeLimit(unsigned long bytes) {
   signal(SIGXFSZ, SIG_IGN);  // without it the limit ends the process

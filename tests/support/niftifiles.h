@@ -1,28 +1,14 @@
 #pragma once
 
 #include <cstdint>
-#include <filesystem>
 #include <string>
 #include <vector>
+
+#include "support/temporaryfolder.h"
 
 /// Files for the tests, made byte by byte from the format's own offsets so that they do not
 /// share code with what they test.
 namespace mirel::niftifiles {
-
-/// A folder that goes with the object.
-class TempFolder {
- public:
-  TempFolder();
-  TempFolder(const TempFolder&) = delete;
-  TempFolder& operator=(const TempFolder&) = delete;
-  ~TempFolder();
-  std::string file(const std::string& name) const { return (folder / name).string(); }
-  /// Names in the folder, sorted, hidden ones included.
-  std::vector<std::string> names() const;
-
- private:
-  std::filesystem::path folder;
-};
 
 /// While it lives, no file of this process grows beyond `bytes`: a disk that is full there.
 class FileSizeLimit {

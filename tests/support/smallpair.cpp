@@ -32,9 +32,9 @@ PairInput smallPair() {
   pair.b.header.setAffine(affine, 1);
   pair.a.image = phantom.ap;
   pair.b.image = phantom.pa;
-  pair.a.direction = {1, -1};
-  pair.b.direction = {1, 1};
-  pair.a.directionSource = pair.b.directionSource = "option";
+  using bids::StatedDirection;
+  pair.a.acquisition.direction = StatedDirection{{1, -1}, StatedDirection::Source::option};
+  pair.b.acquisition.direction = StatedDirection{{1, 1}, StatedDirection::Source::option};
   pair.readoutSeconds = phantom.options.readoutSeconds;
   return pair;
 }

@@ -2,6 +2,7 @@
 
 #include "pair/pairestimate.h"
 #include "phantom/phantom.h"
+#include "support/noprogress.h"
 
 namespace mirel {
 
@@ -10,9 +11,6 @@ const Phantom& smallPhantom();
 
 /// Its images as a pair, read from no file.
 PairInput smallPair();
-
-/// Without a bar.
-inline const Progress noProgress = [](const std::string&, double) {};
 
 double correlationInBrain(const Volume<float>& a, const Volume<float>& b);
 double rmsInBrain(const Volume<float>& a, const Volume<float>& b);

@@ -1,8 +1,9 @@
-#include "tasks/correct.h"
+#include "projects/correct.h"
 
 #include <gtest/gtest.h>
 
 #include "support/projectfiles.h"
+#include "vdm/vdm.h"
 
 namespace mirel {
 
@@ -58,6 +59,40 @@ TEST(CorrectDmr, NamesTheCopyAfterTheNameItWasGiven) {
   correct_dmr(Volume<float>(6, 8, 4, 0.0f), folder.file("b.dmr"), dmr, false);
   EXPECT_TRUE(fileExists(folder.file("b_undist.dmr")));
   EXPECT_TRUE(fileExists(folder.file("b_undist.dwi")));
+}
+
+TEST(CorrectProject, WritesTheCopyOfEitherKind) {
+  const TemporaryFolder folder;
+  writeFmr(folder.file("a.fmr"), sketchWith(withReference));
+  writeDmr(folder.file("b.dmr"), sketchWith(withReference));
+  Volume<float> map(6, 8, 4, 0.0f);
+  map.at(3, 4, 2) = 0.75f;
+  for (const std::string name : {"a.fmr", "b.dmr"}) {
+    const Project before(folder.file(name), ProjectContent::withData);
+    Project project = before;
+    correctProject(map, project, false);
+    const Project copy(correctedProjectName(folder.file(name)), ProjectContent::withData);
+    EXPECT_EQ(copy.kind(), before.kind());
+    ASSERT_EQ(copy.volumes().size(), before.volumes().size());
+    for (std::size_t t = 0; t < copy.volumes().size(); ++t)
+      EXPECT_EQ(copy.volumes()[t], applyVdm(map, before.volumes()[t], false, false));
+    EXPECT_EQ(copy.header().LoadAMRFile.value(), "");
+    EXPECT_TRUE(fileExists(correctedDataName(folder.file(name))));
+  }
+}
+
+TEST(VolumeDimensions, AreThoseOfTheFirstVolumeInMemory) {
+  const TemporaryFolder folder;
+  writeDmr(folder.file("b.dmr"), {});
+  Project project(folder.file("b.dmr"), ProjectContent::withData);
+  EXPECT_EQ(volumeDimensions(project), glm::ivec3(6, 8, 4));
+  project.volumes().clear();
+  try {
+    volumeDimensions(project);
+    FAIL();
+  } catch (const std::runtime_error& failure) {
+    EXPECT_EQ(failure.what(), "File " + folder.file("b.dmr") + " has no volumes.");
+  }
 }
 
 TEST(CorrectFmr, WithRllrTakesAMapOfTheTransposedDimensions) {
