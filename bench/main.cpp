@@ -3,7 +3,7 @@
 #include <iostream>
 
 #include "head.h"
-#include "support/fftw_binding.h"
+#include "numerics/fft/fftw.h"
 #include "table.h"
 
 using namespace mirel;
@@ -11,7 +11,7 @@ using namespace mirel;
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  bindFftw();
+  bindEngine();
   const HeadPair& head = headOf(taskSize());
   int foreground = 0;
   for (int i = 0; i < head.ap.size(); ++i) foreground += head.ap.data()[i] > 100;

@@ -10,7 +10,7 @@
 #include <string>
 
 #include "head.h"
-#include "support/fftw_binding.h"
+#include "numerics/fft/fftw.h"
 #include "vdm/estimatepair.h"
 #include "vdm/vdm.h"
 
@@ -67,7 +67,7 @@ void apply(bool transposed) {
 }  // namespace
 
 int main() {
-  bindFftw();
+  bindEngine();
   headOf(taskSize());
   bool ok = true;
   ok &= peakIsWithin("estimate, SSD", 40, [] { estimate(false, true); });

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "estimates.h"
-#include "support/fftw_binding.h"
+#include "numerics/fft/fftw.h"
 
 using namespace mirel;
 
@@ -24,7 +24,7 @@ int main(int argc, char** argv) {
     return 2;
   }
   try {
-    bindFftw();
+    bindEngine();
     const Volume<float> vdm = measured(headOf(taskSize()), argv[1], optionsNamed(argv[2]));
     return vdm.size() > 0 ? 0 : 1;
   } catch (const std::exception& error) {

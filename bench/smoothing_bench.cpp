@@ -8,9 +8,9 @@
 #include "estimates.h"
 #include "head.h"
 #include "numerics/fft/fftaccess.h"
+#include "numerics/fft/fftw.h"
 #include "numerics/volumegauss.h"
 #include "reference/volumegauss.h"
-#include "support/fftw_binding.h"
 
 namespace mirel {
 
@@ -60,7 +60,7 @@ struct TimedTransforms {
   }
   TimedTransforms(const TimedTransforms&) = delete;
   TimedTransforms& operator=(const TimedTransforms&) = delete;
-  ~TimedTransforms() { bindFftw(); }
+  ~TimedTransforms() { bindEngine(); }
 };
 
 template <typename Smooth>

@@ -7,6 +7,7 @@
 #include <fstream>
 
 #include "base/error.h"
+#include "base/numbertext.h"
 #include "nifti/filename.h"
 #include "nifti/image.h"
 
@@ -19,12 +20,6 @@ namespace {
 constexpr std::uintmax_t largestSidecar = 16U << 20U;
 // Lines that were interpolated, or counted with the last gap, make a few percent.
 constexpr double largestContradiction = 0.1;
-
-std::string textOfNumber(double value) {
-  char text[40];
-  std::snprintf(text, sizeof text, "%.6g", value);
-  return text;
-}
 
 Json readObject(const std::string& name) {
   const auto fail = [&](const std::string& fault) { throw Error(name, fault); };
@@ -98,7 +93,7 @@ std::optional<double> Sidecar::seconds(const char* field) const {
   if (!found->is_number()) fail(field, "that is not a number");
   const double value = found->number();
   if (!std::isfinite(value) || value <= 0)
-    fail(field, "of " + textOfNumber(value) + ", which is not a positive time");
+    fail(field, "of " + text(value) + ", which is not a positive time");
   return value;
 }
 
@@ -110,9 +105,9 @@ std::string Sidecar::contradictionOf(double totalReadoutTime, int lines) const {
   const std::string& one = fileOf("TotalReadoutTime");
   const std::string& other = fileOf("EffectiveEchoSpacing");
   return (one == other ? one + " contradicts itself" : one + " contradicts " + other) +
-         ": its TotalReadoutTime is " + textOfNumber(totalReadoutTime) + " s, but " +
+         ": its TotalReadoutTime is " + text(totalReadoutTime) + " s, but " +
          (one == other ? "its" : "the latter's") + " EffectiveEchoSpacing times (lines - 1) is " +
-         textOfNumber(bySpacing) + " s; the TotalReadoutTime is taken";
+         text(bySpacing) + " s; the TotalReadoutTime is taken";
 }
 
 std::optional<Readout> Sidecar::readout(int lines) const {
@@ -145,8 +140,8 @@ std::string sidecarName(const std::string& imageFile) {
 
 void checkReadout(double seconds, const std::string& what) {
   if (seconds >= shortestReadout && seconds <= longestReadout) return;
-  throw Error(what + " is " + textOfNumber(seconds) + " s, which no echo-planar readout takes (" +
-              textOfNumber(shortestReadout) + " to " + textOfNumber(longestReadout) +
+  throw Error(what + " is " + text(seconds) + " s, which no echo-planar readout takes (" +
+              text(shortestReadout) + " to " + text(longestReadout) +
               " s; is it in milliseconds?)");
 }
 

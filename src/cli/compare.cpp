@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 
+#include "base/dimensions.h"
 #include "base/error.h"
 #include "base/json.h"
 #include "cli/command.h"
@@ -34,11 +35,8 @@ struct Comparison {
 void requireSameSize(const Volume<float>& a, const Volume<float>& b, const std::string& fileA,
                      const std::string& fileB) {
   if (a.dimensions() == b.dimensions()) return;
-  const auto text = [](const Volume<float>& v) {
-    return std::to_string(v.nx()) + " x " + std::to_string(v.ny()) + " x " + std::to_string(v.nz());
-  };
-  throw Error(fileA,
-              "(" + text(a) + ") and " + fileB + " (" + text(b) + ") are not of the same size");
+  throw Error(fileA, "(" + text(a.dimensions()) + ") and " + fileB + " (" + text(b.dimensions()) +
+                         ") are not of the same size");
 }
 
 Comparison compareVolumes(const Volume<float>& a, const Volume<float>& b,

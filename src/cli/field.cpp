@@ -1,6 +1,7 @@
 #include <iostream>
 #include <memory>
 
+#include "base/dimensions.h"
 #include "base/error.h"
 #include "base/outputfile.h"
 #include "base/samefile.h"
@@ -53,18 +54,14 @@ bids::Acquisition acquisitionOf(const Options& options, const nifti::Header& hea
   return acquisition;
 }
 
-std::string describe(glm::ivec3 dims) {
-  return std::to_string(dims.x) + " x " + std::to_string(dims.y) + " x " + std::to_string(dims.z);
-}
-
 void mapToField(const Options& options, const nifti::Header& header) {
   if (!nifti::hasNiftiName(options.output))
     throw Error("a field is written as a NIfTI image; " + options.output +
                 " ends with neither .nii nor .nii.gz");
   const Volume<float> shift = readDisplacement(options.mapFile);
   if (shift.dimensions() != header.dims)
-    throw Error(options.mapFile, "has " + describe(shift.dimensions()) + " voxels, but " +
-                                     options.reference + " has " + describe(header.dims));
+    throw Error(options.mapFile, "has " + text(shift.dimensions()) + " voxels, but " +
+                                     options.reference + " has " + text(header.dims));
   const bids::Acquisition acquisition = acquisitionOf(options, header);
   writeField(fieldFromShift(shift, gridOf(header), acquisition.direction->value,
                             acquisition.readout->seconds, options.mapFile),

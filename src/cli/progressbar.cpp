@@ -5,7 +5,8 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
+
+#include "base/terminal.h"
 
 namespace mirel {
 
@@ -22,9 +23,7 @@ int terminalColumns() {
 }  // namespace
 
 ProgressBar::Output ProgressBar::suitable() {
-  const char* terminal = std::getenv("TERM");
-  const bool dumb = terminal == nullptr || std::string(terminal) == "dumb";
-  return isatty(STDERR_FILENO) != 0 && !dumb ? Output::bar : Output::lines;
+  return canRedraw(STDERR_FILENO) ? Output::bar : Output::lines;
 }
 
 std::string ProgressBar::line(const std::string& stage, double done, double elapsedSeconds,

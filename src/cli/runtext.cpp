@@ -1,7 +1,6 @@
 #include "cli/runtext.h"
 
-#include <cstdio>
-
+#include "base/numbertext.h"
 #include "cli/advice.h"
 
 namespace mirel {
@@ -10,25 +9,19 @@ namespace {
 
 using Source = bids::StatedDirection::Source;
 
-std::string number(const char* format, double value) {
-  char text[40];
-  std::snprintf(text, sizeof text, format, value);
-  return text;
-}
-
 std::string three(const glm::dvec3& v) {
-  return number("%.2f", v.x) + ", " + number("%.2f", v.y) + ", " + number("%.2f", v.z);
+  return text("%.2f", v.x) + ", " + text("%.2f", v.y) + ", " + text("%.2f", v.z);
 }
 
 std::string textOf(const bids::Acquisition& acquisition) {
   const bids::StatedDirection& direction = *acquisition.direction;
   if (direction.source == Source::map)
     return "displaced along " + nameOf(direction.value) + " by " + direction.file;
-  std::string text =
+  std::string told =
       "phase encoding " + nameOf(direction.value) + " (" + direction.sourceText() + ")";
   if (const auto& readout = acquisition.readout)
-    text += ", readout " + number("%.6g", readout->seconds) + " s (" + sourceText(*readout) + ")";
-  return text;
+    told += ", readout " + text(readout->seconds) + " s (" + sourceText(*readout) + ")";
+  return told;
 }
 
 std::string motionText(const std::optional<RigidMotion>& motion) {
@@ -38,15 +31,15 @@ std::string motionText(const std::optional<RigidMotion>& motion) {
 }
 
 std::string textOf(const PairFindings& found) {
-  std::string text = "Head above an intensity of " + number("%.4g", found.threshold) +
-                     " (intensity scale " + number("%.4g", found.intensityScale) + ", " +
-                     number("%.0f", 100 * found.foregroundA) + " and " +
-                     number("%.0f", 100 * found.foregroundB) + " % of the voxels)\n";
+  std::string told = "Head above an intensity of " + text("%.4g", found.threshold) +
+                     " (intensity scale " + text("%.4g", found.intensityScale) + ", " +
+                     text("%.0f", 100 * found.foregroundA) + " and " +
+                     text("%.0f", 100 * found.foregroundB) + " % of the voxels)\n";
   if (found.estimator == Estimator::massPreserving)
-    text += "Intensity of the first image over that of the second: " +
-            number("%.4g", found.intensityRatio) + "\n" + motionText(found.motion) + "\n";
-  return text + "Correlation of the pair in the head: " + number("%.3f", found.agreement.before) +
-         " before, " + number("%.3f", found.agreement.after) + " after\n";
+    told += "Intensity of the first image over that of the second: " +
+            text("%.4g", found.intensityRatio) + "\n" + motionText(found.motion) + "\n";
+  return told + "Correlation of the pair in the head: " + text("%.3f", found.agreement.before) +
+         " before, " + text("%.3f", found.agreement.after) + " after\n";
 }
 
 const char* sentenceOf(SignCheck::Verdict verdict) {
@@ -70,8 +63,8 @@ std::string textOf(const SeriesRecord& series) {
 }
 
 std::string signText(const SeriesRecord& series) {
-  return series.file + ": agreement with the reference " + number("%.4f", series.signs->asGiven) +
-         ", with the opposite sign " + number("%.4f", series.signs->opposite) + ": " +
+  return series.file + ": agreement with the reference " + text("%.4f", series.signs->asGiven) +
+         ", with the opposite sign " + text("%.4f", series.signs->opposite) + ": " +
          sentenceOf(series.signs->verdict) + "\n";
 }
 

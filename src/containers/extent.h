@@ -6,6 +6,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "base/dimensions.h"
+
 /// Helpers that the three containers share.
 namespace mirel::extent {
 
@@ -16,8 +18,8 @@ inline void check(const char* container, int a, int b = 1, int c = 1) {
                     static_cast<long long>(a) * b <= std::numeric_limits<int>::max() &&
                     static_cast<long long>(a) * b * c <= std::numeric_limits<int>::max();
   if (!fits)
-    throw std::length_error(std::string(container) + " sizes " + std::to_string(a) + " x " +
-                            std::to_string(b) + " x " + std::to_string(c) + " are not possible");
+    throw std::length_error(std::string(container) + " sizes " + text({a, b, c}) +
+                            " are not possible");
 }
 
 /// Storage for `count` elements, not initialised; null for none.

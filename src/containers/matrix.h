@@ -14,7 +14,8 @@ namespace mirel {
 ///
 /// As for `Volume`, only `get` is defined outside the matrix, two-operand operations walk the
 /// left operand and make no size check, a moved-from matrix keeps its sizes without storage, and
-/// impossible sizes throw std::length_error.
+/// impossible sizes throw std::length_error. For users of the library: algebra, mirroring,
+/// printing.
 template <typename T>
 class Matrix {
  public:

@@ -7,7 +7,8 @@
 
 namespace mirel {
 
-/// Dense 1-D array, for float and double: image columns and coordinate lists.
+/// Dense 1-D array, for float and double: image columns and coordinate lists. For users of the
+/// library.
 ///
 /// As for `Volume`, only `get` and `linear` are defined outside the vector, two-operand
 /// operations walk the left operand and the right one must be at least as long, a moved-from

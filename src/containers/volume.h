@@ -10,13 +10,13 @@ namespace mirel {
 
 /// Dense 3-D array of voxels, x fastest: element (x, y, z) lives at (z*ny + y)*nx + x.
 ///
-/// Instantiated for float (images, displacement maps, kernels), double, unsigned char and
-/// unsigned short. Positions are in voxels. Only `get` and `linear` are defined outside the
-/// volume (0 there); `at`, `operator[]` and the two-volume operators make no checks: the caller
-/// keeps to the bounds, and the right operand holds at least as many elements as the left.
-/// After a move the source keeps its dimensions but has no storage: it may only be assigned to
-/// or destroyed. Sizes that are negative or whose product exceeds 31 bits throw
-/// std::length_error.
+/// Instantiated for float (images, displacement maps, kernels), double, unsigned char and, for
+/// users of the library like `mirror`, unsigned short. Positions are in voxels. Only `get` and
+/// `linear` are defined outside the volume (0 there); `at`, `operator[]` and the two-volume
+/// operators make no checks: the caller keeps to the bounds, and the right operand holds at least
+/// as many elements as the left. After a move the source keeps its dimensions but has no storage:
+/// it may only be assigned to or destroyed. Sizes that are negative or whose product exceeds 31
+/// bits throw std::length_error.
 template <typename T>
 class Volume {
  public:

@@ -6,6 +6,7 @@
 #include <new>
 #include <sstream>
 
+#include "base/dimensions.h"
 #include "base/error.h"
 #include "base/outputfile.h"
 #include "base/samefile.h"
@@ -27,10 +28,6 @@ namespace {
 
 using Volumes = std::vector<Volume<float>>;
 
-std::string describe(glm::ivec3 dims) {
-  return std::to_string(dims.x) + " x " + std::to_string(dims.y) + " x " + std::to_string(dims.z);
-}
-
 bool fitsType(const Volumes& volumes, nifti::DataType type) {
   for (const Volume<float>& volume : volumes)
     if (!nifti::allRepresentable(type, volume.data(), static_cast<std::size_t>(volume.size())))
@@ -48,7 +45,7 @@ Volumes readAll(nifti::Reader& image) {
   try {
     for (int t = 0; t < image.header().volumes; t++) volumes.push_back(image.readVolume(t));
   } catch (const std::bad_alloc&) {
-    throw Error(image.fileName(), "does not fit into memory: " + describe(image.header().dims) +
+    throw Error(image.fileName(), "does not fit into memory: " + text(image.header().dims) +
                                       " voxels in " + std::to_string(image.header().volumes) +
                                       " volumes");
   }
@@ -239,8 +236,8 @@ ConvertReport convertMap(const Volume<float>& map, const std::string& mapFile,
   ConvertReport report;
   nifti::Header header = nifti::floatMapLike(referenceHeader(reference, report.notes));
   if (header.dims != map.dimensions())
-    throw Error(mapFile, "has " + describe(map.dimensions()) + " voxels, but " + reference +
-                             " has " + describe(header.dims));
+    throw Error(mapFile, "has " + text(map.dimensions()) + " voxels, but " + reference + " has " +
+                             text(header.dims));
   for (const std::string& input : {mapFile, reference}) refuseOverwrite(out, input);
   header.description = "map " + fs::path(mapFile).filename().string();
   nifti::Writer image(out, header);

@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "base/dimensions.h"
 #include "base/error.h"
 #include "convert/geometryfile.h"
 
@@ -112,9 +113,7 @@ nifti::Header imageHeaderOf(const ProjectHeader& p, std::vector<std::string>& no
   image.dims = {p.ResolutionX.value(), p.ResolutionY.value(), p.NrOfSlices.value()};
   image.volumes = p.NrOfVolumes.value();
   if (image.dims.x < 1 || image.dims.y < 1 || image.dims.z < 1 || image.volumes < 1)
-    throw Error(p.fileName, "has no voxels: its header says " + std::to_string(image.dims.x) +
-                                " x " + std::to_string(image.dims.y) + " x " +
-                                std::to_string(image.dims.z) + " in " +
+    throw Error(p.fileName, "has no voxels: its header says " + text(image.dims) + " in " +
                                 std::to_string(image.volumes) + " volumes");
   image.repetitionTimeSeconds = std::fmax(0, p.TR.value() / 1000.0);
   image.type = sampleTypeOf(p);

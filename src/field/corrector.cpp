@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <stdexcept>
 
+#include "numerics/difference.h"
 #include "vdm/vdm.h"
 
 namespace mirel {
@@ -22,19 +23,14 @@ void prepare(Volume<float>& volume, glm::ivec3 dims) {
 }  // namespace
 
 Volume<float> jacobianAlongY(const Volume<float>& shift, std::int64_t* folded) {
-  Volume<float> jacobian(shift.dimensions());
+  Volume<float> jacobian = slopeAlong(shift, 1);
+  jacobian += 1.0f;
   std::int64_t negative = 0;
-  const int last = shift.ny() - 1;
-  for (int z = 0; z < shift.nz(); ++z)
-    for (int y = 0; y <= last; ++y) {
-      const int below = std::max(y - 1, 0), above = std::min(y + 1, last);
-      const float perRow = above > below ? 1.0f / static_cast<float>(above - below) : 0.0f;
-      for (int x = 0; x < shift.nx(); ++x) {
-        const float slope = (shift.at(x, above, z) - shift.at(x, below, z)) * perRow;
-        negative += 1.0f + slope < 0.0f;
-        jacobian.at(x, y, z) = std::max(1.0f + slope, 0.0f);
-      }
-    }
+  for (int i = 0; i < jacobian.size(); ++i) {
+    float& density = jacobian.data()[i];
+    negative += density < 0.0f;
+    density = std::max(density, 0.0f);
+  }
   if (folded != nullptr) *folded = negative;
   return jacobian;
 }

@@ -8,36 +8,13 @@
 #include "base/error.h"
 #include "nifti/orientation.h"
 #include "numerics/bspline.h"
+#include "numerics/interpolation.h"
 
 namespace mirel {
 
 namespace {
 
 constexpr double coincidenceVoxels = 1e-3;
-
-/// A coordinate between two samples of a row: the lower one and the weight of the upper.
-struct Between {
-  int lower, upper;
-  double weight;
-};
-
-Between limited(double coordinate, int n) {
-  const double inside = std::clamp(coordinate, 0.0, static_cast<double>(n - 1));
-  const int lower = std::min(static_cast<int>(inside), std::max(n - 2, 0));
-  return {lower, std::min(lower + 1, n - 1), inside - lower};
-}
-
-double mix(double a, double b, double weight) { return a + (b - a) * weight; }
-
-float trilinear(const Volume<float>& v, const glm::dvec3& p) {
-  const Between x = limited(p.x, v.nx()), y = limited(p.y, v.ny()), z = limited(p.z, v.nz());
-  const auto row = [&](int j, int k) {
-    return mix(static_cast<double>(v.at(x.lower, j, k)), static_cast<double>(v.at(x.upper, j, k)),
-               x.weight);
-  };
-  const auto plane = [&](int k) { return mix(row(y.lower, k), row(y.upper, k), y.weight); };
-  return static_cast<float>(mix(plane(z.lower), plane(z.upper), z.weight));
-}
 
 glm::dvec3 mapped(const glm::dmat4& m, int x, int y, int z) {
   return glm::dvec3(m * glm::dvec4(x, y, z, 1));
@@ -47,7 +24,7 @@ void resampleLinear(Volume<float>& result, const Volume<float>& source, const gl
   for (int z = 0; z < result.nz(); ++z)
     for (int y = 0; y < result.ny(); ++y)
       for (int x = 0; x < result.nx(); ++x)
-        result.at(x, y, z) = trilinear(source, mapped(m, x, y, z));
+        result.at(x, y, z) = static_cast<float>(trilinear(source, mapped(m, x, y, z)));
 }
 
 void resampleCubic(Volume<float>& result, const Volume<float>& source, const glm::dmat4& m) {

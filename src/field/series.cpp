@@ -7,6 +7,7 @@
 #include <mutex>
 #include <thread>
 
+#include "base/dimensions.h"
 #include "base/error.h"
 #include "base/outputfile.h"
 #include "base/samefile.h"
@@ -15,10 +16,6 @@
 namespace mirel {
 
 namespace {
-
-std::string describe(glm::ivec3 dims) {
-  return std::to_string(dims.x) + " x " + std::to_string(dims.y) + " x " + std::to_string(dims.z);
-}
 
 /// Sets voxels that are not finite to 0; their number.
 std::int64_t replaceNonFinite(Volume<float>& volume) {
@@ -62,8 +59,8 @@ void checkInputs(const std::string& in, const nifti::Header& header, const Volum
                  const SeriesOptions& options, const std::string& out) {
   if (options.axis < 0 || options.axis > 2) throw std::logic_error("an axis is 0, 1 or 2");
   if (shift.dimensions() != header.dims)
-    throw Error(in, "has " + describe(header.dims) + " voxels, but its map has " +
-                        describe(shift.dimensions()));
+    throw Error(
+        in, "has " + text(header.dims) + " voxels, but its map has " + text(shift.dimensions()));
   if (header.dims[options.axis] < 2)
     throw Error(in,
                 "has one voxel along its phase-encoding axis: there is nothing to "

@@ -13,6 +13,7 @@ namespace mirel {
 /// A load whose label is not the next token returns false, leaves its variable untouched and
 /// keeps the token for the next load, so optional keys may be asked for one after another. A key
 /// out of the expected order is never matched, and every later load fails on it.
+/// For users of the library.
 class CNTextFileReader : public std::ifstream {
  public:
   /// A file that cannot be opened is not reported: every load returns false.
@@ -40,7 +41,7 @@ class CNTextFileReader : public std::ifstream {
   std::string pending;  // the token that was read but not matched yet
 };
 
-/// Writer of such files: one entry per line.
+/// Writer of such files: one entry per line. For users of the library.
 class CNTextFileWriter : public std::ofstream {
  public:
   /// Creates or truncates the file. A failure shows in the stream's state.

@@ -7,6 +7,8 @@ namespace mirel {
 /// Pure functions of file names; none touches the file system. "/" and backslash both separate
 /// directories. The extension is everything from the last dot of the whole name on: where the
 /// file itself has no dot, a dot in a directory's name counts. Comparisons are case-sensitive.
+/// For users of the library: addToFileNameNewExtension, replacePath, extractPartBetweenQuotes,
+/// getLastCharacters and removeEnclosingWhiteSpaces.
 
 /// Everything up to and including the last separator; empty when there is none.
 std::string getPath(const std::string& name);

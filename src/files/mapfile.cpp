@@ -11,6 +11,7 @@
 #include <limits>
 #include <memory>
 
+#include "base/dimensions.h"
 #include "base/error.h"
 #include "base/outputfile.h"
 
@@ -60,8 +61,7 @@ std::uint64_t valueCount(const MapHeader& header) {
 }
 
 std::string dimensionText(const MapHeader& header) {
-  return std::to_string(header.dimX) + "x" + std::to_string(header.dimY) + "x" +
-         std::to_string(header.dimZ);
+  return text({header.dimX, header.dimY, header.dimZ}, "x");
 }
 
 std::uint32_t checksum(std::uint32_t start, const void* bytes, std::size_t count) {

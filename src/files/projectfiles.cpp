@@ -5,6 +5,7 @@
 #include <locale>
 #include <new>
 
+#include "base/dimensions.h"
 #include "files/filenames.h"
 #include "files/ioerror.h"
 #include "files/projectheader.h"
@@ -17,10 +18,6 @@ namespace {
 constexpr std::ptrdiff_t volumeOverhead = sizeof(Volume<float>);
 // A header that promises this much more than its data file holds is damaged.
 constexpr std::ptrdiff_t largestShortfall = std::ptrdiff_t{1} << 34;
-
-std::string describe(glm::ivec3 dims) {
-  return std::to_string(dims.x) + " x " + std::to_string(dims.y) + " x " + std::to_string(dims.z);
-}
 
 std::ptrdiff_t bytesPerVolume(glm::ivec3 dims) {
   return std::ptrdiff_t{dims.x} * dims.y * dims.z * std::ptrdiff_t{sizeof(float)} + volumeOverhead;
@@ -101,8 +98,8 @@ void ProjectHeader::checkVolumes(const std::vector<Volume<float>>& volumes) cons
     const bool hasStorage = volume.size() == 0 || volume.data() != nullptr;
     if (volume.dimensions() == dimensions() && hasStorage) continue;
     throw WriteFileError("Cannot save " + fileName + ": volume " + std::to_string(t) + " has " +
-                         (hasStorage ? describe(volume.dimensions()) : "no") +
-                         " voxels, the header says " + describe(dimensions()));
+                         (hasStorage ? text(volume.dimensions()) : "no") +
+                         " voxels, the header says " + text(dimensions()));
   }
 }
 

@@ -5,6 +5,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "base/dimensions.h"
 #include "base/error.h"
 #include "files/project.h"
 
@@ -58,9 +59,7 @@ void warnAboutSize(float sizeMm, const std::string& key, const ProjectInfo& proj
 
 }  // namespace
 
-std::string ProjectInfo::dimensionText() const {
-  return std::to_string(dimX) + "x" + std::to_string(dimY) + "x" + std::to_string(dimZ);
-}
+std::string ProjectInfo::dimensionText() const { return text({dimX, dimY, dimZ}, "x"); }
 
 std::uint64_t ProjectInfo::expectedDataBytes() const {
   std::uint64_t bytes = static_cast<std::uint64_t>(bytesPerSample);

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "base/dimensions.h"
 #include "base/error.h"
 #include "files/mapfile.h"
 
@@ -10,8 +11,7 @@ namespace mirel {
 namespace {
 
 std::string dimensionText(const MapHeader& header) {
-  return std::to_string(header.dimX) + "x" + std::to_string(header.dimY) + "x" +
-         std::to_string(header.dimZ);
+  return text({header.dimX, header.dimY, header.dimZ}, "x");
 }
 
 bool sameDimensions(const MapHeader& a, const MapHeader& b) {

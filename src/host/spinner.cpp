@@ -4,9 +4,10 @@
 
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <string_view>
+
+#include "base/terminal.h"
 
 namespace mirel {
 
@@ -16,11 +17,6 @@ using Clock = std::chrono::steady_clock;
 constexpr auto frameTime = std::chrono::milliseconds(120);
 constexpr std::string_view frames = "|/-\\";
 constexpr std::string_view wipeLine = "\r\033[K";
-
-bool canDraw(int descriptor) {
-  const char* terminal = std::getenv("TERM");
-  return isatty(descriptor) == 1 && terminal != nullptr && std::string_view(terminal) != "dumb";
-}
 
 void put(int descriptor, std::string_view text) {
   // A frame that the terminal does not take is not worth a failure: the next one follows.
@@ -34,7 +30,7 @@ Spinner::Spinner(int drawTo) : descriptor(drawTo) {}
 Spinner::~Spinner() { stop(); }
 
 void Spinner::start() {
-  if (turning || !canDraw(descriptor)) return;
+  if (turning || !canRedraw(descriptor)) return;
   turning = true;
   thread = std::thread([this] { turn(); });
 }

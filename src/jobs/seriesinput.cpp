@@ -2,7 +2,9 @@
 
 #include <filesystem>
 
+#include "base/dimensions.h"
 #include "base/error.h"
+#include "base/numbertext.h"
 #include "bids/inheritance.h"
 #include "field/grid.h"
 #include "nifti/filename.h"
@@ -21,16 +23,6 @@ constexpr double largestPartOff = 0.01;
 constexpr const char* keptNames[] = {"RepetitionTime", "EchoTime", "FlipAngle",
                                      "SliceTiming",    "TaskName", "MagneticFieldStrength",
                                      "Manufacturer",   "Modality"};
-
-std::string textOf(glm::ivec3 dims) {
-  return std::to_string(dims.x) + " x " + std::to_string(dims.y) + " x " + std::to_string(dims.z);
-}
-
-std::string percentText(double fraction) {
-  char text[40];
-  std::snprintf(text, sizeof text, "%.0f %%", 100 * fraction);
-  return text;
-}
 
 /// The gradient files (.bvec, .bval) that stand beside an image.
 std::vector<std::string> gradientFilesOf(const std::string& imageFile) {
@@ -73,8 +65,8 @@ void checkPlace(SeriesInput& input, const Grid& fieldGrid, const std::string& fi
 void takeMap(SeriesInput& input, const SeriesFile& options, const Distortion& map) {
   if (!map.isOn(gridOf(input.header)))
     throw Error(map.name(),
-                "is a map of " + textOf(map.dims()) + " voxels, but " + input.file + " has " +
-                    textOf(input.header.dims),
+                "is a map of " + text(map.dims()) + " voxels, but " + input.file + " has " +
+                    text(input.header.dims),
                 {Advice::Kind::makeField});
   input.acquisition.sidecar = bids::findSidecar(input.file, options.given.sidecar);
   input.acquisition.direction =
@@ -175,8 +167,8 @@ std::string headOffField(const Volume<float>& mean, const SeriesInput& input,
     off += covered.data()[n] == 0.0f;
   }
   if (!(off > largestPartOff * head)) return {};
-  return percentText(off / head) + " of the head in " + input.file + " lies off the grid of " +
-         field.name + ": there the field at the nearest border is taken";
+  return text("%.0f %%", 100 * (off / head)) + " of the head in " + input.file +
+         " lies off the grid of " + field.name + ": there the field at the nearest border is taken";
 }
 
 }  // namespace mirel

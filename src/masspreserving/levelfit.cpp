@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "masspreserving/linesolver.h"
+#include "numerics/splitmix.h"
 
 namespace mirel {
 
@@ -27,13 +28,8 @@ constexpr double leastShareLeft = 0.2;
 // The largest stretch that a step may reach.
 constexpr double largestStretch = 0.98;
 
-// +1 or -1, the same for equal n: an inexpensive hash (finaliser of SplitMix64).
-float signOf(std::uint64_t n) {
-  n += 0x9e3779b97f4a7c15ULL;
-  n = (n ^ (n >> 30)) * 0xbf58476d1ce4e5b9ULL;
-  n = (n ^ (n >> 27)) * 0x94d049bb133111ebULL;
-  return ((n ^ (n >> 31)) & 1U) != 0 ? 1.0F : -1.0F;
-}
+// +1 or -1, the same for equal n.
+float signOf(std::uint64_t n) { return (splitMix64(n) & 1U) != 0 ? 1.0F : -1.0F; }
 
 // The largest t <= 1 for which no stretch of b + t d exceeds `bound` in size.
 double largestAllowed(const Volume<float>& b, const Volume<float>& d, double bound) {

@@ -6,29 +6,11 @@
 #include <numbers>
 
 #include "masspreserving/massmodel.h"
+#include "numerics/difference.h"
 
 namespace mirel {
 
 namespace {
-
-// Difference quotients of an image along one axis, per mm; one-sided at the borders.
-Volume<float> derivative(const Volume<float>& image, int axis, double voxelMm) {
-  Volume<float> result(image.dimensions());
-  const int last = image.dimensions()[axis] - 1;
-  for (int z = 0; z < image.nz(); ++z)
-    for (int y = 0; y < image.ny(); ++y)
-      for (int x = 0; x < image.nx(); ++x) {
-        glm::ivec3 low(x, y, z), high(x, y, z);
-        low[axis] = std::max(low[axis] - 1, 0);
-        high[axis] = std::min(high[axis] + 1, last);
-        const int steps = high[axis] - low[axis];
-        result.at(x, y, z) =
-            steps > 0 ? static_cast<float>((static_cast<double>(image[high]) - image[low]) /
-                                           (steps * voxelMm))
-                      : 0.0F;
-      }
-  return result;
-}
 
 constexpr double degree = std::numbers::pi / 180.0;
 
@@ -73,7 +55,7 @@ class Slopes {
  public:
   Slopes(const Volume<float>& image, const Volume<float>& b, float sign, const GridPlace& place) {
     for (int axis = 0; axis < 3; ++axis) {
-      const ColumnIntegral<float> integral(derivative(image, axis, place.voxelMm[axis]));
+      const ColumnIntegral<float> integral(slopeAlong(image, axis, place.voxelMm[axis]));
       along[axis] = Volume<float>(image.dimensions());
       correctAlong(integral, b, sign, along[axis]);
     }

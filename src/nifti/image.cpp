@@ -8,6 +8,7 @@
 #include <new>
 #include <stdexcept>
 
+#include "base/dimensions.h"
 #include "base/error.h"
 #include "nifti/filename.h"
 #include "nifti/samples.h"
@@ -153,12 +154,10 @@ void Reader::checkSize(std::uintmax_t fileBytes) const {
   // No deflate stream grows by more than a factor of 1032.
   const Wide most = gzdirect(file.get()) != 0 ? Wide{fileBytes} : Wide{fileBytes} * 1032 + 1024;
   if (wanted > most)
-    throw Error(name, "is truncated or damaged: its header claims " +
-                          std::to_string(header().dims.x) + " x " +
-                          std::to_string(header().dims.y) + " x " +
-                          std::to_string(header().dims.z) + " voxels in " +
-                          std::to_string(storedVolumes()) + " volumes, more than a file of " +
-                          std::to_string(fileBytes) + " bytes can hold");
+    throw Error(name, "is truncated or damaged: its header claims " + text(header().dims) +
+                          " voxels in " + std::to_string(storedVolumes()) +
+                          " volumes, more than a file of " + std::to_string(fileBytes) +
+                          " bytes can hold");
 }
 
 void Reader::readBytes(unsigned char* bytes, std::size_t count, const std::string& what) {

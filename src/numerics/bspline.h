@@ -12,6 +12,8 @@ namespace mirel {
 /// the shape of the samples. Positions are in samples, m of them per call; results go to arrays
 /// of length m. Nothing is thrown but std::bad_alloc. A dimension of 1 is allowed; with one of 0
 /// or less there is nothing to compute and every value is 0.
+///
+/// For users of the library: all but BSplineFactors, convertToBSplineCoeff3D and evalBSpline3D.
 
 /// Factors of the tridiagonal system that yields the coefficients. They depend on the position
 /// only: a table of n serves every length up to n. `n` of 0 or less gives an empty table.

@@ -37,6 +37,7 @@ double ncc(const Volume<T>& a, const Volume<T>& b, const std::vector<glm::ivec3>
 template <typename T>
 double ssd_norm(const Volume<T>& a, const Volume<T>& b);
 
+/// Of columns. For users of the library, as is what follows.
 template <typename T>
 double ssd(const Vector<T>& a, const Vector<T>& b);
 template <typename T>

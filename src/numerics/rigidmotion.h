@@ -16,7 +16,7 @@ struct RigidMotion {
   glm::dmat3 rotation() const;
   /// Where what is at `p` gets to: R p + t.
   glm::dvec3 after(glm::dvec3 p) const { return rotation() * p + translationMm; }
-  /// Where what is now at `p` was before the motion: R^T (p - t).
+  /// Where what is now at `p` was before the motion: R^T (p - t). For users of the library.
   glm::dvec3 before(glm::dvec3 p) const;
   /// This motion and then a small one: a rotation by the vector `radians` (its axis, and its length
   /// as the angle) of R p alone, and a translation.

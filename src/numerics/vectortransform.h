@@ -5,7 +5,7 @@
 namespace mirel {
 
 /// One-dimensional coordinates and resampling, for float and double. Coordinates are in samples;
-/// samples outside a vector count as 0 (`Vector::linear`).
+/// samples outside a vector count as 0 (`Vector::linear`). For users of the library.
 
 /// Centred coordinates: element i is i - n*0.5. For even n element n/2 is 0; for odd n all
 /// elements are half-integers.

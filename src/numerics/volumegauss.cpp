@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "numerics/taprange.h"
 #include "numerics/volumetransform.h"
 
 namespace mirel {
@@ -40,16 +41,6 @@ int tapPosition(int k, int n, bool wrap) {
   const int position = k + static_cast<int>(n * 0.5 + 0.5);
   return position > n - 1 ? position - n : position;
 }
-
-// The part of 0 .. kernelSize-1 whose taps lie inside 0 .. n-1 when centred on p.
-struct TapRange {
-  int begin, end, shift;
-
-  TapRange(int p, int kernelSize, int n)
-      : begin(std::max(0, kernelSize / 2 - p)),
-        end(std::min(kernelSize, n - p + kernelSize / 2)),
-        shift(p - kernelSize / 2) {}
-};
 
 // One output of a weighted convolution, built up tap by tap.
 template <typename T>

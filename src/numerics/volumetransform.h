@@ -11,7 +11,8 @@ namespace mirel {
 /// `dst` to voxel coordinates of `src` (each destination voxel pulls its value), in single
 /// precision; the caller sizes `dst`. Interpolation is `Volume::linear`: 0 outside the source.
 /// `dst` and `src` are different objects, else std::logic_error before `dst` is touched.
-/// Resampling exists for float and double, growing for float.
+/// Resampling exists for float and double, growing for float. For users of the library: all but
+/// growVolumeReplicateBoundary and replicatedBoundary.
 
 /// dst(p) = src.linear(m * p).
 template <typename T>

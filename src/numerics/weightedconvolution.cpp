@@ -4,21 +4,12 @@
 #include <vector>
 
 #include "numerics/convolutionkernels.h"
+#include "numerics/taprange.h"
 #include "numerics/volumegauss.h"
 
 namespace mirel {
 
 namespace {
-
-// The kernel taps of one axis that lie inside 0 .. n-1 when centred on p.
-struct TapRange {
-  int begin, end, shift;
-
-  TapRange(int p, int kernelSize, int n)
-      : begin(std::max(0, kernelSize / 2 - p)),
-        end(std::min(kernelSize, n - p + kernelSize / 2)),
-        shift(p - kernelSize / 2) {}
-};
 
 // Image times weight, and weight, with gaps of zeros between rows and planes that are as wide as
 // the kernel reaches: what follows a row precedes the next, so that each gap serves two.

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <sstream>
 
+#include "base/numbertext.h"
 #include "containers/exchange.h"
 #include "masspreserving/masspreserving.h"
 #include "numerics/statistics.h"
@@ -16,12 +17,6 @@ namespace {
 constexpr double nearlyNothing = 0.01, nearlyEverything = 0.9;
 /// Correlations that differ by less say nothing.
 constexpr double decisive = 0.01;
-
-std::string text(const char* format, double value) {
-  char buffer[40];
-  std::snprintf(buffer, sizeof buffer, format, value);
-  return buffer;
-}
 
 // Both images with the phase-encoding axis as y. The pair outlives it.
 struct Frame {

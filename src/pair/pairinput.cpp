@@ -4,7 +4,9 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "base/dimensions.h"
 #include "base/error.h"
+#include "base/numbertext.h"
 #include "base/outputfile.h"
 #include "base/samefile.h"
 #include "field/grid.h"
@@ -18,16 +20,6 @@ namespace {
 constexpr int fewestVoxels = 4;
 constexpr double placeTolerance = 0.05;    // voxels
 constexpr double readoutTolerance = 0.01;  // of the readout time
-
-std::string text(double value) {
-  char buffer[40];
-  std::snprintf(buffer, sizeof buffer, "%.6g", value);
-  return buffer;
-}
-
-std::string text(glm::ivec3 v) {
-  return std::to_string(v.x) + " x " + std::to_string(v.y) + " x " + std::to_string(v.z);
-}
 
 Volume<float> readImage(nifti::Reader& reader, const ImageOptions& options) {
   const int volumes = reader.header().volumes;
@@ -226,9 +218,8 @@ glm::dvec3 projectVoxelSize(const nifti::Header& header) {
   glm::dvec3 result;
   for (int axis = 0; axis < 3; ++axis) {
     // By way of nine digits, as projects are made (convert/newproject.cpp).
-    char digits[40];
-    std::snprintf(digits, sizeof digits, "%.9g", size[axis]);
-    result[axis] = static_cast<double>(std::strtof(digits, nullptr));
+    const std::string digits = text("%.9g", size[axis]);
+    result[axis] = static_cast<double>(std::strtof(digits.c_str(), nullptr));
   }
   return result;
 }

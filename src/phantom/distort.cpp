@@ -2,25 +2,24 @@
 
 #include <algorithm>
 #include <cmath>
-#include <glm/common.hpp>
 #include <stdexcept>
 #include <vector>
+
+#include "numerics/difference.h"
+#include "numerics/interpolation.h"
 
 namespace mirel {
 
 namespace {
 
-// Cubic convolution (Keys 1981, a = -1/2) of one line at `position`, clamped at the ends.
+// Cubic convolution of one line at `position`, clamped at the ends.
 double cubicAt(const std::vector<double>& line, double position) {
   const int n = static_cast<int>(line.size());
   const double base = std::floor(position), t = position - base;
   const auto at = [&](int i) {
     return line[static_cast<std::size_t>(std::clamp(static_cast<int>(base) + i, 0, n - 1))];
   };
-  const double p0 = at(-1), p1 = at(0), p2 = at(1), p3 = at(2);
-  return p1 + 0.5 * t *
-                  (p2 - p0 +
-                   t * (2.0 * p0 - 5.0 * p1 + 4.0 * p2 - p3 + t * (3.0 * (p1 - p2) + p3 - p0)));
+  return cubicConvolution(at(-1), at(0), at(1), at(2), t);
 }
 
 // Adds `mass` spread evenly over [from, to] to the voxels, voxel i covering [i - 1/2, i + 1/2].
@@ -92,19 +91,7 @@ Volume<float> distort(const Volume<float>& density, const Volume<float>& shiftVo
 }
 
 Volume<float> shiftDerivative(const Volume<float>& shiftVoxels, PhaseEncodingAxis axis) {
-  const glm::ivec3 size = shiftVoxels.dimensions();
-  const glm::ivec3 step = axis == PhaseEncodingAxis::y ? glm::ivec3(0, 1, 0) : glm::ivec3(1, 0, 0);
-  Volume<float> derivative(size, 0.0F);
-  for (int z = 0; z < size.z; ++z)
-    for (int y = 0; y < size.y; ++y)
-      for (int x = 0; x < size.x; ++x) {
-        const glm::ivec3 p(x, y, z);
-        const glm::ivec3 before = glm::max(p - step, 0), after = glm::min(p + step, size - 1);
-        const int distance = after.x - before.x + after.y - before.y;
-        if (distance > 0)
-          derivative[p] = (shiftVoxels[after] - shiftVoxels[before]) / static_cast<float>(distance);
-      }
-  return derivative;
+  return slopeAlong(shiftVoxels, axis == PhaseEncodingAxis::y ? 1 : 0);
 }
 
 }  // namespace mirel

@@ -1,7 +1,6 @@
 #include "phantom/field.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <glm/common.hpp>
 #include <limits>
@@ -9,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "numerics/interpolation.h"
 #include "phantom/shim.h"
 #include "phantom/tissuefield.h"
 
@@ -132,25 +132,19 @@ HeadField makeHeadField(const PhantomGrid& grid, const HeadObject& head, std::ui
 }
 
 double HeadField::cubicAt(glm::dvec3 voxel) const {
-  const auto weights = [](double t) {
-    return std::array<double, 4>{0.5 * t * (t * (2.0 - t) - 1.0),
-                                 0.5 * (t * t * (3.0 * t - 5.0) + 2.0),
-                                 0.5 * t * (t * (4.0 - 3.0 * t) + 1.0), 0.5 * t * t * (t - 1.0)};
-  };
-  const glm::dvec3 last(extendedHz.dimensions() - 1);
-  const glm::dvec3 p = glm::clamp(voxel + glm::dvec3(margin), glm::dvec3(0.0), last);
+  const glm::ivec3 top = extendedHz.dimensions() - 1;
+  const glm::dvec3 p = glm::clamp(voxel + glm::dvec3(margin), glm::dvec3(0.0), glm::dvec3(top));
   const glm::dvec3 base = glm::floor(p), t = p - base;
-  const auto wx = weights(t.x), wy = weights(t.y), wz = weights(t.z);
-  double sum = 0.0;
-  for (int k = 0; k < 4; ++k)
-    for (int j = 0; j < 4; ++j)
-      for (int i = 0; i < 4; ++i) {
-        const glm::ivec3 q = glm::clamp(glm::ivec3(base) + glm::ivec3(i - 1, j - 1, k - 1),
-                                        glm::ivec3(0), extendedHz.dimensions() - 1);
-        sum += wx[static_cast<std::size_t>(i)] * wy[static_cast<std::size_t>(j)] *
-               wz[static_cast<std::size_t>(k)] * extendedHz[q];
-      }
-  return sum;
+  const auto at = [&](int i, int j, int k) {
+    return extendedHz[glm::clamp(glm::ivec3(base) + glm::ivec3(i, j, k), glm::ivec3(0), top)];
+  };
+  const auto row = [&](int j, int k) {
+    return cubicConvolution(at(-1, j, k), at(0, j, k), at(1, j, k), at(2, j, k), t.x);
+  };
+  const auto plane = [&](int k) {
+    return cubicConvolution(row(-1, k), row(0, k), row(1, k), row(2, k), t.y);
+  };
+  return cubicConvolution(plane(-1), plane(0), plane(1), plane(2), t.z);
 }
 
 Volume<float> HeadField::hz(const RigidMotion& motion) const {

@@ -4,17 +4,20 @@
 #include <cstdint>
 #include <numbers>
 
+#include "numerics/splitmix.h"
+
 namespace mirel {
 
 /// Counter-based random numbers: the value depends on (seed, stream, counter) only, never on what
 /// was drawn before, so that any part of a phantom can be made again on its own. The mixing
-/// function is the finaliser of SplitMix64 (Steele, Lea & Flood, OOPSLA 2014), applied three
-/// times; the distributions are written here because those of <random> differ between libraries.
+/// function is splitMix64, applied three times; the distributions are written here because those of
+/// <random> differ between libraries.
 class RandomStream {
  public:
-  RandomStream(std::uint64_t seed, std::uint64_t stream) : key(mix(mix(seed) ^ stream)) {}
+  RandomStream(std::uint64_t seed, std::uint64_t stream)
+      : key(splitMix64(splitMix64(seed) ^ stream)) {}
 
-  std::uint64_t bits(std::uint64_t counter) const { return mix(key ^ mix(counter)); }
+  std::uint64_t bits(std::uint64_t counter) const { return splitMix64(key ^ splitMix64(counter)); }
 
   /// Uniform in (0, 1), never 0 or 1: the middle of one of 2^52 equal parts.
   double uniform(std::uint64_t counter) const {
@@ -32,13 +35,6 @@ class RandomStream {
   }
 
  private:
-  static std::uint64_t mix(std::uint64_t z) {
-    z += 0x9e3779b97f4a7c15ULL;
-    z = (z ^ (z >> 30)) * 0xbf58476d1ce4e5b9ULL;
-    z = (z ^ (z >> 27)) * 0x94d049bb133111ebULL;
-    return z ^ (z >> 31);
-  }
-
   std::uint64_t key;
 };
 

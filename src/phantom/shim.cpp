@@ -22,7 +22,9 @@ Shim::Shim(const Volume<unsigned char>& brain, glm::dvec3 voxelMm, glm::ivec3 fi
         for (std::size_t i = 0; i < terms; ++i)
           for (std::size_t j = 0; j <= i; ++j) normal[i][j] += basis[i] * basis[j];
       }
-  // A mask of few voxels does not determine all terms: a touch of ridge leaves those at 0.
+  // A mask of few voxels does not determine all terms: a touch of ridge leaves those at 0. The
+  // decomposition is written out since its order of operations is part of every phantom that was
+  // made: another one changes their last bits.
   for (std::size_t i = 0; i < terms; ++i) {
     normal[i][i] += 1e-6 * normal[0][0];
     for (std::size_t j = 0; j <= i; ++j) {

@@ -20,7 +20,7 @@ double dipoleKernel(glm::dvec3 k) {
 }  // namespace
 
 Volume<double> dipoleFieldHz(const Volume<double>& chiPpm, glm::dvec3 voxelMm) {
-  Fft fft(chiPpm.dimensions(), voxelMm);
+  RealFft fft(chiPpm.dimensions(), voxelMm);
   return fft.filtered(fft.transform(chiPpm), dipoleKernel);
 }
 

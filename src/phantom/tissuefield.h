@@ -1,7 +1,7 @@
 #pragma once
 
 #include "containers/volume.h"
-#include "phantom/fft.h"
+#include "numerics/fft/realfft.h"
 #include "phantom/shim.h"
 
 namespace mirel {
@@ -30,8 +30,8 @@ class TissueField {
   Volume<double> smoothed(double sigmaMm);
 
  private:
-  Fft fft;
-  Fft::Spectrum weighted, weight;
+  RealFft fft;
+  RealFft::Spectrum weighted, weight;
 };
 
 }  // namespace mirel

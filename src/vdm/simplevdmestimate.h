@@ -27,7 +27,8 @@ namespace mirel {
 Volume<float> simpleVDMestimate(const Volume<float>& vol_ap, const Volume<float>& vol_pa,
                                 const glm::dvec3& fitSigma, std::ostream& log);
 
-/// The column vol(row, y, slice), y = 0 .. ny-1; asserts the upper bounds of row and slice;
+/// The column vol(row, y, slice), y = 0 .. ny-1, for users of the library, as are the two functions
+/// below; asserts the upper bounds of row and slice;
 /// left of 0 every element is 0.
 Vector<float> getColumnFromVolume(const Volume<float>& vol, int row, int slice);
 

@@ -31,6 +31,7 @@ void applyVdmYLinearReverse(Volume<T>& dst, const Volume<T>& src, const Volume<f
 /// Values decay to 0 within two voxels beyond the y borders.
 void applyVdmYSpline(Volume<float>& dst, const Volume<float>& src, const Volume<float>& vdm,
                      bool reverse);
+/// The same in reverse, for users of the library.
 void applyVdmYSplineReverse(Volume<float>& dst, const Volume<float>& src, const Volume<float>& vdm);
 
 /// Linear resampling of the listed voxels only, through vdm plus `factor` times a local pattern;
@@ -62,7 +63,8 @@ int nrOfErrorsInVDM(const Volume<float>& vdm);
 /// @return the number of single adjustments over the whole volume.
 int smoothErrors(Volume<float>& vdm);
 
-/// Index of the first element of smallest magnitude; 0 for fewer than two elements.
+/// Index of the first element of smallest magnitude; 0 for fewer than two elements. For users of
+/// the library.
 int indexLowestAbsoluteValue(const std::vector<float>& values);
 
 /// Scales an AP/PA pair by the local density change that the map implies:

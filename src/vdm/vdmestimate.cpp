@@ -7,6 +7,7 @@
 #include <string>
 
 #include "base/assertion.h"
+#include "base/dimensions.h"
 #include "numerics/distance.h"
 #include "numerics/volumegauss.h"
 #include "vdm/simplevdmestimate.h"
@@ -35,8 +36,7 @@ void requireSchedule(const std::vector<Volume<float>>& patterns,
     const glm::ivec3 d = patterns[s].dimensions();
     if (d.x % 2 == 0 || d.y % 2 == 0 || d.z % 2 == 0)
       throw std::invalid_argument(scale + "has a pattern without a centre voxel: its dimensions " +
-                                  std::to_string(d.x) + " x " + std::to_string(d.y) + " x " +
-                                  std::to_string(d.z) + " must be odd.");
+                                  text(d) + " must be odd.");
   }
 }
 

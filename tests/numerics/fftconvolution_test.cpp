@@ -5,10 +5,10 @@
 #include <stdexcept>
 
 #include "numerics/fft/fftaccess.h"
+#include "numerics/fft/fftw.h"
 #include "numerics/volumegauss.h"
 #include "reference/volumegauss.h"
 #include "support/compare.h"
-#include "support/fftw_binding.h"
 #include "support/random_volume.h"
 
 namespace mirel {
@@ -20,7 +20,7 @@ using compare::same;
 
 class Fft : public testing::Test {
  protected:
-  void SetUp() override { bindFftw(); }
+  void SetUp() override { bindEngine(); }
 };
 
 int wrapped(int i, int n) { return ((i % n) + n) % n; }
@@ -150,7 +150,7 @@ TEST_F(Fft, WithoutMemoryOrAPlanThrowsAndKeepsTheInput) {
   plugin_fftw_malloc = [](std::size_t) -> void* { return nullptr; };
   EXPECT_THROW(fftwConvolve3D(a, b), std::bad_alloc);
   EXPECT_EQ(a, original);
-  bindFftw();
+  bindEngine();
   plugin_fftw_plan_dft_r2c_3d = [](int, int, int, float*, plugin_fftw_complex*,
                                    unsigned) -> plugin_fftw_plan { return nullptr; };
   EXPECT_THROW(fftwConvolve3D(a, b), std::runtime_error);

@@ -2,8 +2,8 @@
 
 #include "files/mydmr.h"
 #include "files/myfmr.h"
+#include "numerics/fft/fftw.h"
 #include "numerics/volumegauss.h"
-#include "support/fftw_binding.h"
 #include "tasks/taskhost.h"
 #include "vdm/estimatepair.h"
 #include "vdm/vdm.h"
@@ -27,7 +27,7 @@ class EstimateTask : public TaskTest {
  protected:
   void SetUp() override {
     TaskTest::SetUp();
-    bindFftw();
+    bindEngine();
     sketch.dims = {10, 12, 6};
     testHost().mapDims = sketch.dims;
     testHost().integers["fast_algorithm"] = 1;

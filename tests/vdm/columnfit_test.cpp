@@ -4,11 +4,11 @@
 #include <sstream>
 #include <string>
 
+#include "numerics/fft/fftw.h"
 #include "reference/simplevdmestimate.h"
 #include "reference/vectortransform.h"
 #include "simd/eachvariant.h"
 #include "support/compare.h"
-#include "support/fftw_binding.h"
 #include "support/random_volume.h"
 #include "vdm/columnfitkernels.h"
 #include "vdm/simplevdmestimate.h"
@@ -212,7 +212,7 @@ TEST(ColumnFits, PositionsJustBelowTheRowCount) {
 
 // The whole estimate, with its log.
 void expectSameEstimate(const Volume<float>& ap, const Volume<float>& pa, glm::dvec3 sigma) {
-  bindFftw();
+  bindEngine();
   std::ostringstream wantedLog;
   const Volume<float> wanted = reference::simpleVDMestimate(ap, pa, sigma, wantedLog);
   forEachVariant([&](SimdVariant) {

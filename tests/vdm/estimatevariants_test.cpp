@@ -4,11 +4,11 @@
 #include <sstream>
 #include <string>
 
+#include "numerics/fft/fftw.h"
 #include "reference/simplevdmestimate.h"
 #include "reference/vdmestimate.h"
 #include "simd/eachvariant.h"
 #include "support/compare.h"
-#include "support/fftw_binding.h"
 #include "support/random_volume.h"
 #include "vdm/estimatepair.h"
 #include "vdm/realdata.h"
@@ -38,7 +38,7 @@ std::string comparable(const std::string& log) {
 
 void expectSame(const RealPair& pair, const Schedule& schedule, bool useSsd, bool useIc) {
   SCOPED_TRACE(std::string(useSsd ? "SSD" : "NCC") + (useIc ? ", intensities corrected" : ""));
-  bindFftw();
+  bindEngine();
   const glm::dvec3 voxelSize(2, 2, 2), fitSigma(0.5, 2.0, 0.5);
   std::ostringstream wantedLog;
   const Volume<float> wanted =
@@ -169,7 +169,7 @@ Schedule taskSchedule(glm::dvec3 voxelSize) {
 }
 
 void expectSamePair(const RealPair& pair, glm::dvec3 voxelSize, const EstimateOptions& options) {
-  bindFftw();
+  bindEngine();
   const Schedule s = taskSchedule(voxelSize);
   std::ostringstream ignored;
   const Volume<float> wanted = reference::estimate_vdm(
@@ -214,7 +214,7 @@ TEST(EstimatePairVariants, ARealWholeBrain) {
 
 TEST(ColumnwiseVariants, RealPairs) {
   bool found = false;
-  bindFftw();
+  bindEngine();
   for (const char* name : realPairs)
     if (const auto pair = readRealPair(name)) {
       found = true;

@@ -6,10 +6,10 @@
 #include <limits>
 
 #include "numerics/distance.h"
+#include "numerics/fft/fftw.h"
 #include "numerics/volumegauss.h"
 #include "reference/simplevdmestimate.h"
 #include "support/compare.h"
-#include "support/fftw_binding.h"
 #include "support/random_volume.h"
 #include "vdm/entrylog.h"
 #include "vdm/vdm.h"
@@ -28,7 +28,7 @@ const glm::dvec3 fitSigma(1.0, 1.5, 1.0);
 
 class SimpleEstimate : public testing::Test {
  protected:
-  void SetUp() override { bindFftw(); }
+  void SetUp() override { bindEngine(); }
 
   Volume<float> estimate(const Volume<float>& ap, const Volume<float>& pa) {
     return simpleVDMestimate(ap, pa, fitSigma, log);

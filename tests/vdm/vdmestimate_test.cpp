@@ -8,10 +8,10 @@
 #include <string>
 
 #include "numerics/distance.h"
+#include "numerics/fft/fftw.h"
 #include "numerics/volumegauss.h"
 #include "reference/vdmestimate.h"
 #include "support/compare.h"
-#include "support/fftw_binding.h"
 #include "support/random_volume.h"
 #include "vdm/entrylog.h"
 #include "vdm/simplevdmestimate.h"
@@ -87,7 +87,7 @@ double numberBetween(const std::string& entry, const std::string& before,
 
 class Estimate : public testing::Test {
  protected:
-  void SetUp() override { bindFftw(); }
+  void SetUp() override { bindEngine(); }
 
   Volume<float> estimate(const Volume<float>& ap, const Volume<float>& pa, const Scales& s) {
     return estimate_vdm(ap, pa, voxelSize, fitSigma, s.useSsd, s.patterns, s.amplitudes, s.sigmas,

@@ -2,11 +2,13 @@
 
 #include <fftw3.h>
 
-#include "numerics/fft/fftaccess.h"
-
 namespace mirel {
 
-namespace {
+namespace fftw {
+
+void* allocate(std::size_t bytes) { return fftwf_malloc(bytes); }
+
+void release(void* memory) { fftwf_free(memory); }
 
 plugin_fftw_plan planForward(int n0, int n1, int n2, float* in, plugin_fftw_complex* out,
                              unsigned flags) {
@@ -22,15 +24,15 @@ void execute(plugin_fftw_plan plan) { fftwf_execute(reinterpret_cast<fftwf_plan>
 
 void destroy(plugin_fftw_plan plan) { fftwf_destroy_plan(reinterpret_cast<fftwf_plan>(plan)); }
 
-}  // namespace
+}  // namespace fftw
 
 void bindEngine() {
-  plugin_fftw_malloc = fftwf_malloc;
-  plugin_fftw_free = fftwf_free;
-  plugin_fftw_plan_dft_r2c_3d = planForward;
-  plugin_fftw_plan_dft_c2r_3d = planBackward;
-  plugin_fftw_execute = execute;
-  plugin_fftw_destroy_plan = destroy;
+  plugin_fftw_malloc = fftw::allocate;
+  plugin_fftw_free = fftw::release;
+  plugin_fftw_plan_dft_r2c_3d = fftw::planForward;
+  plugin_fftw_plan_dft_c2r_3d = fftw::planBackward;
+  plugin_fftw_execute = fftw::execute;
+  plugin_fftw_destroy_plan = fftw::destroy;
 }
 
 }  // namespace mirel

@@ -1,11 +1,11 @@
-#include "phantom/fft.h"
+#include "numerics/fft/realfft.h"
 
 #include <new>
 #include <stdexcept>
 
 namespace mirel {
 
-Fft::Fft(glm::ivec3 size, glm::dvec3 voxelMm) : array(size), voxel(voxelMm) {
+RealFft::RealFft(glm::ivec3 size, glm::dvec3 voxelMm) : array(size), voxel(voxelMm) {
   binCount = static_cast<std::size_t>(array.nx() / 2 + 1) * static_cast<std::size_t>(array.ny()) *
              static_cast<std::size_t>(array.nz());
   bins.reset(static_cast<fftw_complex*>(fftw_malloc(binCount * sizeof(fftw_complex))));
@@ -18,7 +18,7 @@ Fft::Fft(glm::ivec3 size, glm::dvec3 voxelMm) : array(size), voxel(voxelMm) {
   if (!forward || !backward) throw std::runtime_error("a Fourier transform cannot be planned");
 }
 
-Fft::Spectrum Fft::transform(const Volume<double>& volume) {
+RealFft::Spectrum RealFft::transform(const Volume<double>& volume) {
   array.copyData(volume.data());
   fftw_execute(forward.get());
   Spectrum spectrum(binCount);

@@ -15,11 +15,11 @@ namespace mirel {
 /// along x for each y and z.
 ///
 /// Errors  std::bad_alloc, std::runtime_error if a transform of that size cannot be planned.
-class Fft {
+class RealFft {
  public:
   using Spectrum = std::vector<std::complex<double>>;
 
-  Fft(glm::ivec3 size, glm::dvec3 voxelMm);
+  RealFft(glm::ivec3 size, glm::dvec3 voxelMm);
 
   /// `volume` has the size of the transform.
   Spectrum transform(const Volume<double>& volume);
@@ -47,7 +47,7 @@ class Fft {
 };
 
 template <typename Gain>
-const Volume<double>& Fft::filtered(const Spectrum& spectrum, Gain gain) {
+const Volume<double>& RealFft::filtered(const Spectrum& spectrum, Gain gain) {
   const double norm = 1.0 / array.size();
   std::size_t i = 0;
   for (int z = 0; z < array.nz(); ++z)

@@ -1,0 +1,29 @@
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include "base/dimensions.h"
+#include "base/numbertext.h"
+
+namespace mirel {
+
+TEST(DimensionsText, isWhatMessagesSay) {
+  EXPECT_EQ(text(glm::ivec3(64, 63, 30)), "64 x 63 x 30");
+  EXPECT_EQ(text({64, 63, 30}, "x"), "64x63x30");
+  EXPECT_EQ(text({-1, 0, 2147483647}), "-1 x 0 x 2147483647");
+}
+
+TEST(NumberText, hasSixDigitsOrWhatTheFormatSays) {
+  EXPECT_EQ(text(0.05), "0.05");
+  EXPECT_EQ(text(1.0 / 3.0), "0.333333");
+  EXPECT_EQ(text(1e-7), "1e-07");
+  EXPECT_EQ(text("%.3f", 2.0 / 3.0), "0.667");
+  EXPECT_EQ(text("%.0f %%", 12.4), "12 %");
+  EXPECT_EQ(text("%.2f", -0.001), "-0.00");
+}
+
+TEST(NumberText, isCutShortAndNotWrittenBeyondItsEnd) {
+  EXPECT_EQ(text("%.3f", std::numeric_limits<double>::max()).size(), 99u);
+}
+
+}  // namespace mirel
