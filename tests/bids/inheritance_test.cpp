@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 
 #include <filesystem>
-#include <nlohmann/json.hpp>
 
 #include "support/niftifiles.h"
 
@@ -160,8 +159,8 @@ TEST_F(Dataset, NearerFilesOverrideFieldByField) {
   EXPECT_EQ(readout->seconds, 0.05);
   EXPECT_EQ(readout->file, root);
   EXPECT_EQ(sourceText(*readout), "TotalReadoutTime in " + root);
-  EXPECT_EQ(sidecar->json()["SliceTiming"], nlohmann::json({2}));
-  EXPECT_EQ(sidecar->json()["EchoTime"], 0.03);
+  EXPECT_EQ(sidecar->json().at("SliceTiming").at(0).number(), 2);
+  EXPECT_EQ(sidecar->json().at("EchoTime").number(), 0.03);
   EXPECT_EQ(sidecar->title(), own + " (with " + root + ")");
 }
 
