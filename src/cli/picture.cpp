@@ -16,6 +16,8 @@
 
 namespace {
 
+using namespace mirel::picture;
+
 constexpr const char* description =
     "Draw slices of images and displacement maps side by side, as a PNG picture.\n"
     "\n"

@@ -3,6 +3,8 @@
 #include <cmath>
 #include <glm/geometric.hpp>
 
+namespace mirel::picture {
+
 PatientAxes patientAxes(const glm::dmat4& affine) {
   PatientAxes result;
   std::array<glm::dvec3, 3> direction;
@@ -53,3 +55,5 @@ Volume<float> turned(const Volume<float>& volume, const PatientAxes& axes) {
 glm::dvec3 turned(glm::dvec3 perArrayAxis, const PatientAxes& axes) {
   return {perArrayAxis[axes.axis[0]], perArrayAxis[axes.axis[1]], perArrayAxis[axes.axis[2]]};
 }
+
+}  // namespace mirel::picture

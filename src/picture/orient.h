@@ -6,6 +6,8 @@
 
 #include "containers/volume.h"
 
+namespace mirel::picture {
+
 /// Which axis of an array runs nearest to each axis of the patient (x to the right, y anterior,
 /// z superior), and whether it runs against it.
 struct PatientAxes {
@@ -22,3 +24,5 @@ Volume<float> turned(const Volume<float>& volume, const PatientAxes& axes);
 
 /// Sizes per array axis, turned likewise.
 glm::dvec3 turned(glm::dvec3 perArrayAxis, const PatientAxes& axes);
+
+}  // namespace mirel::picture

@@ -4,7 +4,13 @@
 #include <cmath>
 #include <stdexcept>
 
+#include "picture/font.h"
+
+namespace mirel::picture {
+
 namespace {
+
+constexpr int labelSize = 15;
 
 // Axis of the array that runs to the right, upwards and through the slices.
 struct Axes {
@@ -44,7 +50,12 @@ float grey(float value, Window window) {
   return t >= 0.0F ? std::min(t, 1.0F) : 0.0F;  // NaN is 0
 }
 
-std::uint8_t toByte(float unit) { return static_cast<std::uint8_t>(unit * 255.0F + 0.5F); }
+RgbImage enlarged(const RgbImage& image, int across, int down) {
+  RgbImage result(image.width() * across, image.height() * down);
+  for (int y = 0; y < result.height(); ++y)
+    for (int x = 0; x < result.width(); ++x) result.set(x, y, image.at(x / across, y / down));
+  return result;
+}
 
 // Draws the slice with colourAt(voxel).
 template <typename ColourAt>
@@ -70,16 +81,15 @@ RgbImage draw(glm::ivec3 dims, const SliceView& view, ColourAt colourAt) {
       voxel[axes.through] = view.index;
       slice.set(u, v, colourAt(voxel));
     }
-  return slice.enlarged(pixels(right), pixels(up));
+  return enlarged(slice, pixels(right), pixels(up));
 }
 
-// Centred; small, and in the end cut short, where it does not fit.
-void writeLabel(RgbImage& sheet, std::string label, int left, int top, int width) {
-  const int dot = RgbImage::textWidth(label, 2) <= width ? 2 : 1;
-  const auto fitting = static_cast<std::size_t>(std::max(0, (width / dot + 1) / 6));
-  if (label.size() > fitting) label.resize(fitting);
-  sheet.write(left + (width - RgbImage::textWidth(label, dot)) / 2, top, label, {255, 255, 255},
-              dot);
+// Centred; cut short where it does not fit.
+void writeLabel(RgbImage& sheet, const Font& font, const std::string& label, int left, int top,
+                int width) {
+  const std::string text = font.fitted(label, labelSize, width);
+  font.write(sheet, left + (width - font.width(text, labelSize)) / 2, top, text, labelSize,
+             {255, 255, 255});
 }
 
 }  // namespace
@@ -144,7 +154,7 @@ RgbImage drawDiverging(const Volume<float>& volume, const SliceView& view, float
 RgbImage sideBySide(const std::vector<Panel>& panels, int columns) {
   if (panels.empty() || columns < 1)
     throw std::invalid_argument("a picture needs at least one panel");
-  constexpr int gap = 6, labelHeight = 7 * 2 + 6;
+  constexpr int gap = 6, labelHeight = 20;
   const auto across = std::min(panels.size(), static_cast<std::size_t>(columns));
   const std::size_t down = (panels.size() + across - 1) / across;
   std::vector<int> left(across + 1, gap), top(down + 1, gap), labelSpace(down, 0);
@@ -157,15 +167,18 @@ RgbImage sideBySide(const std::vector<Panel>& panels, int columns) {
   for (std::size_t c = 1; c <= across; ++c) left[c] += left[c - 1];
   for (std::size_t r = 1; r <= down; ++r) top[r] += top[r - 1] + labelSpace[r - 1];
 
+  const Font font;
   RgbImage sheet(left[across], top[down]);
   for (std::size_t i = 0; i < panels.size(); ++i) {
     const Panel& panel = panels[i];
     const std::size_t c = i % across, r = i / across;
     const int width = left[c + 1] - left[c] - gap;
     const int height = top[r + 1] - top[r] - gap - labelSpace[r];
-    writeLabel(sheet, panel.label, left[c], top[r] + 2, width);
+    writeLabel(sheet, font, panel.label, left[c], top[r] + 2, width);
     sheet.paste(panel.image, left[c] + (width - panel.image.width()) / 2,
                 top[r] + labelSpace[r] + (height - panel.image.height()) / 2);
   }
   return sheet;
 }
+
+}  // namespace mirel::picture

@@ -7,6 +7,8 @@
 #include "containers/volume.h"
 #include "picture/image.h"
 
+namespace mirel::picture {
+
 /// Which slice of a volume is shown, for axes x to the right, y anterior, z superior. Axial
 /// slices show x to the right and y upwards, coronal x and z, sagittal y and z.
 enum class SlicePlane { axial, coronal, sagittal };
@@ -63,3 +65,5 @@ struct Panel {
 /// its column is written small, and cut short if it still is.
 /// Errors  std::invalid_argument without panels or columns.
 RgbImage sideBySide(const std::vector<Panel>& panels, int columns);
+
+}  // namespace mirel::picture

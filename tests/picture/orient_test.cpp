@@ -6,6 +6,8 @@
 
 namespace {
 
+using namespace mirel::picture;
+
 glm::dmat4 columns(glm::dvec3 i, glm::dvec3 j, glm::dvec3 k) {
   return {glm::dvec4(i, 0), glm::dvec4(j, 0), glm::dvec4(k, 0), glm::dvec4(7, 8, 9, 1)};
 }

@@ -10,6 +10,8 @@
 
 namespace {
 
+using namespace mirel::picture;
+
 namespace fs = std::filesystem;
 
 class PngTest : public testing::Test {
