@@ -2,9 +2,6 @@
 
 #include <array>
 #include <glm/mat4x4.hpp>
-#include <glm/vec3.hpp>
-
-#include "containers/volume.h"
 
 namespace mirel::picture {
 
@@ -18,11 +15,5 @@ struct PatientAxes {
 /// From the matrix that takes voxels to mm. The largest direction cosine is settled first, so each
 /// axis is used once. A matrix with a column that is zero or not finite gives the array's own axes.
 PatientAxes patientAxes(const glm::dmat4& affine);
-
-/// The volume with its axes turned to the patient's.
-Volume<float> turned(const Volume<float>& volume, const PatientAxes& axes);
-
-/// Sizes per array axis, turned likewise.
-glm::dvec3 turned(glm::dvec3 perArrayAxis, const PatientAxes& axes);
 
 }  // namespace mirel::picture
