@@ -151,10 +151,19 @@ bool Cut::meetsImage() const {
 
 namespace {
 
-// A plane that runs on a border between voxels must not jump between them by rounding.
-constexpr double onBorder = 1e-6;
+// Of a pixel and of a slice: by so much each place is moved to the right, up and through, so that
+// what lies on the border of two voxels shows the same one of them in whatever order they are
+// stored, and does not flicker by rounding.
+constexpr double nudge = 1e-5;
 
-int nearest(double coordinate) { return static_cast<int>(std::floor(coordinate + 0.5 + onBorder)); }
+glm::ivec3 nearestVoxel(const glm::dmat4& m, int x, int y) {
+  return glm::ivec3(glm::floor(glm::dvec3(m * glm::dvec4(x + nudge, y - nudge, nudge, 1)) + 0.5));
+}
+
+bool inside(glm::ivec3 voxel, glm::ivec3 dims) {
+  return glm::all(glm::greaterThanEqual(voxel, glm::ivec3(0))) &&
+         glm::all(glm::lessThan(voxel, dims));
+}
 
 }  // namespace
 
@@ -179,10 +188,8 @@ Cut cutThrough(const Volume<float>& volume, const glm::dmat4& affine, const CutP
       if (!(glm::all(glm::greaterThan(p, glm::dvec3(-1))) &&
             glm::all(glm::lessThan(p, glm::dvec3(dims)))))
         continue;
-      const glm::ivec3 voxel(nearest(p.x), nearest(p.y), nearest(p.z));
-      if (glm::any(glm::lessThan(voxel, glm::ivec3(0))) ||
-          glm::any(glm::greaterThanEqual(voxel, dims)))
-        continue;
+      const glm::ivec3 voxel = nearestVoxel(m, x, y);
+      if (!inside(voxel, dims)) continue;
       cut.covered[cut.index(x, y)] = 1;
       cut.values[cut.index(x, y)] =
           sampling == Sampling::linear ? smooth.at(x, y, 0) : volume[voxel];

@@ -2,8 +2,10 @@
 
 #include <ft2build.h>
 
+#include <algorithm>
 #include <stdexcept>
 #include <string>
+#include <vector>
 #include FT_FREETYPE_H
 
 #include "picture/fontdata.h"
@@ -86,13 +88,16 @@ void Font::write(RgbImage& image, int left, int top, std::string_view text, int 
 
 std::string Font::fitted(std::string_view text, int size, int room) const {
   if (width(text, size) <= room) return std::string(text);
-  for (std::size_t length = text.size(); length > 0;) {
-    do --length;
-    while (length > 0 && (static_cast<unsigned char>(text[length]) & 0xC0) == 0x80);
-    const std::string shorter = std::string(text.substr(0, length)) + "\u2026";
-    if (width(shorter, size) <= room) return shorter;
-  }
-  return {};
+  std::vector<std::size_t> ends;  // of the text's beginnings, by character
+  for (std::size_t at = 0; at < text.size(); ++at)
+    if ((static_cast<unsigned char>(text[at]) & 0xC0) != 0x80) ends.push_back(at);
+  const auto shortened = [&](std::size_t end) {
+    return end == 0 ? std::string() : std::string(text.substr(0, end)) + "\u2026";
+  };
+  const auto tooLong = std::partition_point(ends.begin(), ends.end(), [&](std::size_t end) {
+    return width(shortened(end), size) <= room;
+  });
+  return tooLong == ends.begin() ? std::string() : shortened(*(tooLong - 1));
 }
 
 }  // namespace mirel::picture

@@ -1,6 +1,7 @@
 #include "picture/measured.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "picture/headmask.h"
 #include "picture/picture.h"
@@ -44,18 +45,25 @@ Measured MeasuredSpace::onPlane(const series::Grid& grid) const {
   return {here.data(), here.data() + here.size()};
 }
 
-MeasuredSpace measuredOf(const Scene& scene, const Style& style) {
+MeasuredSpaces::MeasuredSpaces(const Scene& scene, const Style& style)
+    : onlySameGrid(style.ownGrids && !scene.measured) {
   const bool anyMap = std::any_of(scene.inputs.begin(), scene.inputs.end(),
                                   [](const Input& input) { return input.isMap; });
-  if (!anyMap || !style.fadeUnmeasured) return {};
-  std::vector<Layer> masks;
+  if (!anyMap || !style.fadeUnmeasured) return;
   if (scene.measured)
     masks.push_back(maskOf(*scene.measured));
   else
     for (const Input& input : scene.inputs)
       if (!input.isMap) masks.push_back(signalOf(input.layer));
   if (masks.empty() && scene.anatomy) masks.push_back(signalOf(*scene.anatomy));
-  return MeasuredSpace(std::move(masks));
+}
+
+MeasuredSpace MeasuredSpaces::of(const Layer& map) const {
+  if (!onlySameGrid) return MeasuredSpace(masks);
+  std::vector<Layer> own;
+  std::copy_if(masks.begin(), masks.end(), std::back_inserter(own),
+               [&](const Layer& mask) { return series::coincide(mask.grid(), map.grid()); });
+  return MeasuredSpace(std::move(own));
 }
 
 }  // namespace mirel::picture

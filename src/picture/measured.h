@@ -27,7 +27,18 @@ class MeasuredSpace {
   std::vector<Layer> regions;
 };
 
-/// By the rule of Scene::measured; everywhere for a scene without maps.
-MeasuredSpace measuredOf(const Scene& scene, const Style& style);
+/// Where the maps of a scene were measured, by the rule of Scene::measured.
+class MeasuredSpaces {
+ public:
+  MeasuredSpaces(const Scene& scene, const Style& style);
+
+  /// That of one map. Where every input is cut in its own grid, only images of the map's grid tell:
+  /// others may be of another head.
+  MeasuredSpace of(const Layer& map) const;
+
+ private:
+  std::vector<Layer> masks;
+  bool onlySameGrid = false;
+};
 
 }  // namespace mirel::picture

@@ -32,12 +32,14 @@ void checkOverlay(const Scene& scene) {
 /// Draws the panels of a scene whose layers are all placed.
 class Drawing {
  public:
-  Drawing(const Scene& drawnScene, const Style& drawnStyle)
-      : scene(drawnScene), style(drawnStyle), measured(measuredOf(drawnScene, drawnStyle)) {
+  Drawing(const Scene& drawnScene, const Style& drawnStyle) : scene(drawnScene), style(drawnStyle) {
     for (const Input& input : scene.inputs)
       windows.push_back(input.isMap ? Window{} : robustWindow(input.layer.volume));
     if (style.commonWindow) std::fill(windows.begin(), windows.end(), windows.front());
     if (scene.anatomy) anatomyWindow = robustWindow(scene.anatomy->volume);
+    const MeasuredSpaces spaces(scene, style);
+    for (const Input& input : scene.inputs)
+      measured.push_back(input.isMap ? spaces.of(input.layer) : MeasuredSpace());
     makeBars();
     met.assign(scene.inputs.size(), false);
   }
@@ -114,9 +116,10 @@ class Drawing {
   }
 
   void makeBars() {
-    for (const Input& input : scene.inputs) {
+    for (std::size_t i = 0; i < scene.inputs.size(); ++i) {
+      const Input& input = scene.inputs[i];
       if (!input.isMap) continue;
-      const float own = robustLimit(input.layer.volume, measured.on(input.layer.grid()));
+      const float own = robustLimit(input.layer.volume, measured[i].on(input.layer.grid()));
       const auto known = std::find_if(bars.begin(), bars.end(),
                                       [&](const ColourBar& bar) { return bar.unit == input.unit; });
       if (known == bars.end())
@@ -138,11 +141,13 @@ class Drawing {
     const Cut cut =
         cutThrough(input.layer.volume, input.layer.affine, plane, style.sampling, input.layer.name);
     met[i] = met[i] || cut.meetsImage();
-    return input.isMap ? mapOn(plane, cut, barOf(input.unit)) : drawGrey(cut, windows[i]);
+    return input.isMap ? mapOn(plane, cut, measured[i], barOf(input.unit))
+                       : drawGrey(cut, windows[i]);
   }
 
-  RgbImage mapOn(const CutPlane& plane, const Cut& map, ColourBar& bar) const {
-    const Measured where = measured.onPlane(plane.grid);
+  RgbImage mapOn(const CutPlane& plane, const Cut& map, const MeasuredSpace& space,
+                 ColourBar& bar) const {
+    const Measured where = space.onPlane(plane.grid);
     for (std::size_t i = 0; i < map.values.size(); ++i) {
       if (!map.covered[i] || (!where.empty() && where[i] == 0)) continue;
       bar.above = bar.above || map.values[i] > bar.limit;
@@ -177,7 +182,7 @@ class Drawing {
 
   const Scene& scene;
   const Style& style;
-  MeasuredSpace measured;
+  std::vector<MeasuredSpace> measured;  // of each input
   std::vector<Window> windows;
   Window anatomyWindow;
   std::vector<bool> met;

@@ -12,6 +12,7 @@ namespace {
 
 constexpr const char* ellipsis = "\u2026";
 constexpr int margin = 14, columnGap = 6, rowGap = 14, titleGap = 4, titleLines = 3;
+constexpr std::size_t longestTitle = 1000;  // bytes that are looked at
 constexpr int barGap = 26, legendGap = 12;
 // Wider sheets are shown smaller on a screen or page; their text grows with the root of the width.
 constexpr double widthOfPlainText = 1000, largestText = 1.7;
@@ -46,6 +47,7 @@ int headingWidth(const Sheet& sheet, const Font& font, const looks::Sizes& sizes
 std::vector<std::string> balancedLines(const std::string& text, const Font& font, int size,
                                        int width) {
   std::vector<std::string> lines = brokenLines(text, font, size, width, titleLines);
+  if (lines.size() < 2) return lines;
   for (int narrower = width - 4; narrower > width / 2; narrower -= 4) {
     std::vector<std::string> next = brokenLines(text, font, size, narrower, titleLines);
     if (next.size() != lines.size() || next.back().ends_with(ellipsis)) break;
@@ -205,7 +207,8 @@ SheetPlan planWith(const looks::Sizes& sizes, const Sheet& sheet, const Font& fo
 std::vector<std::string> brokenLines(const std::string& text, const Font& font, int size, int width,
                                      std::size_t lines) {
   std::vector<std::string> result;
-  for (std::string rest = trimmed(text); !rest.empty() && result.size() < lines;) {
+  for (std::string rest = trimmed(text.substr(0, longestTitle));
+       !rest.empty() && result.size() < lines;) {
     const bool last = result.size() + 1 == lines;
     const std::size_t end = last ? rest.size() : lineEnd(rest, font, size, width);
     result.push_back(font.fitted(trimmed(rest.substr(0, end)), size, width));

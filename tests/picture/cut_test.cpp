@@ -184,7 +184,8 @@ TEST(CutThrough, DoesNotFlickerOnTheBorderOfTwoSlices) {
     other.volume.data()[i] = static_cast<float>(i / (30 * 40));  // the slice's number
   const Cut cut = cutThrough(other.volume, other.affine, planeOf(reference, SlicePlane::axial, 1),
                              Sampling::nearest, "");
-  for (const float value : cut.values) ASSERT_EQ(value, 2);
+  for (const float value : cut.values) ASSERT_EQ(value, cut.values[0]);
+  EXPECT_TRUE(cut.values[0] == 1 || cut.values[0] == 2);
 }
 
 }  // namespace

@@ -93,6 +93,25 @@ TEST(Picture, MeasuresWhereHalfOfTheImagesHaveAHead) {
   EXPECT_EQ(at(drawn, 3, -8, 1), mixed(black, divergingColour(1), 0.25F));  // one of three
 }
 
+TEST(Picture, OnOwnGridsFadesByImagesOfTheMapsGridOnly) {
+  const Layer head = sampled(dims, affine, headAt);
+  const Layer map = sampled(dims, affine, [](glm::dvec3) { return 1; });
+  // Another head, somewhere else and of other voxels.
+  const Layer other =
+      sampled({20, 20, 20}, affineOf({3, 0, 0}, {0, 3, 0}, {0, 0, 3}, {-28, -28, -28}),
+              [](glm::dvec3 mm) { return inBall(mm, 5) ? 1000 : 1; });
+  Scene scene;
+  scene.inputs = {imageOf("head", head), imageOf("other", other), imageOf("third", other),
+                  imageOf("fourth", other), mapOf("map", map, "mm")};
+  Style style = axialStyle();
+  EXPECT_EQ(at(drawPicture(scene, style), 4, 11, 1), mixed(black, divergingColour(1), 0.25F));
+  style.ownGrids = true;
+  EXPECT_EQ(at(drawPicture(scene, style), 4, 11, 1), divergingColour(1));
+  EXPECT_EQ(at(drawPicture(scene, style), 4, 21, 1), mixed(black, divergingColour(1), 0.25F));
+  scene.inputs.erase(scene.inputs.begin());
+  EXPECT_EQ(at(drawPicture(scene, style), 3, 21, 1), divergingColour(1));
+}
+
 TEST(Picture, HasOneScaleForEachUnit) {
   const auto constant = [](double v) {
     return sampled(dims, affine, [v](glm::dvec3) { return v; });

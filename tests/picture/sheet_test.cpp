@@ -116,6 +116,31 @@ TEST(Sheet, HasTextWhereItBelongs) {
   }
 }
 
+TEST(Sheet, TakesAnyTitles) {
+  const Font font;
+  Sheet sheet = twoByTwo();
+  const int plain = planOf(sheet, font).height;
+  for (const std::string text : {"", " ", "\xFF\xFE", "a\tb\nc", "% & <b> \\ \"", "_-_-_-_-_-_-"}) {
+    sheet.titles[0][0].text = text;
+    const SheetPlan plan = planOf(sheet, font);
+    EXPECT_EQ(drawSheet(sheet, plan, font).height(), plan.height) << text;
+    EXPECT_LE(plan.height, plain) << text;
+  }
+  sheet.titles = {{}, {}};
+  EXPECT_LT(planOf(sheet, font).height, plain);
+}
+
+TEST(Sheet, BreaksTitlesIntoLinesOfAboutTheSameLength) {
+  const Font font;
+  Sheet sheet = twoByTwo();
+  sheet.titles[0] = {{"sub-01_dir-AP_desc-warp_xfm"}};
+  sheet.titles[1] = {{"short"}};
+  const auto lines = planOf(sheet, font).titles[0];
+  ASSERT_EQ(lines.size(), 2u);
+  EXPECT_LT(std::abs(font.width(lines[0].text, 15) - font.width(lines[1].text, 15)), 40);
+  EXPECT_EQ(lines[0].text + lines[1].text, "sub-01_dir-AP_desc-warp_xfm");
+}
+
 TEST(Sheet, NeedsSlicesForEveryColumn) {
   const Font font;
   EXPECT_THROW(planOf({}, font), std::invalid_argument);
