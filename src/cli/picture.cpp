@@ -115,8 +115,7 @@ CLI::Option* addRepeated(CLI::App* command, const std::string& name,
 void addMapOptions(CLI::App* command, Options& options) {
   addRepeated(command, "--map", options.files.maps, "Draw this image as a map", "FILE");
   command
-      ->add_option("--anatomy", options.files.anatomy,
-                   "Lay the maps over this image, of any grid")
+      ->add_option("--anatomy", options.files.anatomy, "Lay the maps over this image, of any grid")
       ->type_name("FILE");
   addRepeated(command, "--limit", options.limits,
               "End of the colour scale, in the maps' unit; Hz=120 for the maps of one unit\n"
@@ -153,6 +152,8 @@ void addImageOptions(CLI::App* command, Options& options) {
               "Draw the border of this mask, or of the head in this image, over every slice;\n"
               "\"head\" for the head in the first image. May be repeated",
               "FILE");
+  addRepeated(command, "--contour-label", options.files.contourLabels,
+              "Labels for the contours (default: names of their files)", "TEXT");
 }
 
 void addLooks(CLI::App* command, Options& options) {

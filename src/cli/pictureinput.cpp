@@ -42,8 +42,7 @@ class SceneReader {
     label();
     if (!files.anatomy.empty()) result.scene.anatomy = layerOf(files.anatomy, 0);
     if (!files.measured.empty()) result.scene.measured = layerOf(files.measured, 0);
-    for (const std::string& contour : files.contours)
-      result.scene.outlines.push_back(outlineOf(contour));
+    readOutlines();
     return std::move(result);
   }
 
@@ -127,6 +126,16 @@ class SceneReader {
                   std::to_string(inputs.size()) + " images and maps");
     for (std::size_t i = 0; i < inputs.size(); ++i)
       inputs[i].label = i < files.labels.size() ? files.labels[i] : plainName(inputs[i].layer.name);
+  }
+
+  void readOutlines() {
+    std::vector<Outline>& outlines = result.scene.outlines;
+    for (const std::string& contour : files.contours) outlines.push_back(outlineOf(contour));
+    if (files.contourLabels.size() > outlines.size())
+      throw Error("there are " + std::to_string(files.contourLabels.size()) + " labels for " +
+                  std::to_string(outlines.size()) + " contours");
+    for (std::size_t i = 0; i < files.contourLabels.size(); ++i)
+      outlines[i].label = files.contourLabels[i];
   }
 
   Outline outlineOf(const std::string& contour) const {

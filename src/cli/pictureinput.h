@@ -13,6 +13,7 @@ struct PictureFiles {
   std::string anatomy, measured;    ///< empty: none
   /// Masks or images, whose heads are outlined; "head" stands for the first input.
   std::vector<std::string> contours;
+  std::vector<std::string> contourLabels;  ///< else the files' names
   std::vector<std::string> labels;  ///< of images and maps, maps last; else the files' names
   int volume = 0;                   ///< of images
   std::string unit;                 ///< of maps that do not say theirs
