@@ -5,6 +5,7 @@
 #include <cstring>
 #include <filesystem>
 
+#include "cli/documents.h"
 #include "cli/program.h"
 #include "host/mapfile.h"
 #include "series/seriesfiles.h"
@@ -211,6 +212,11 @@ TEST_F(PictureCommand, drawsContoursOverEveryImage) {
   drawn({head, field, "--contour", file("brain_mask.nii"), "--contour", "head"});
   EXPECT_GT(pictureIn(out()).countOf(80, 230, 90), 100);
   EXPECT_GT(pictureIn(out()).countOf(255, 190, 30), 100);
+  const auto named = readBytes(out());
+  drawn({head, field, "--contour", file("brain_mask.nii"), "--contour", "head", "--contour-label",
+         "truth"});
+  EXPECT_NE(readBytes(out()), named);
+  fails({head, "--contour-label", "truth"}, "there are 1 labels for 0 contours");
   fails({field, "--contour", "head"}, "--contour head needs an image in front of the maps");
 }
 
@@ -274,6 +280,20 @@ TEST_F(PictureCommand, tellsOfImagesWithoutOrientationAndOfThoseElsewhere) {
   write("far.nii", {dims, affineOf({2, 2, 2}, 0, {900, 0, 0})}, ball);
   EXPECT_THAT(drawn({head, file("far.nii")}).err, HasSubstr("far.nii lies elsewhere than " + head));
   EXPECT_THAT(drawn({head, file("far.nii"), "--own-grids"}).err, IsEmpty());
+}
+
+TEST(PictureDocument, everyCommandWorksInTheOrderOfTheText) {
+  const TempFolder folder;
+  const std::vector<std::string> commands = commandsOf(MIREL_PICTURE_DOCUMENT);
+  ASSERT_GE(commands.size(), 5U);
+  for (const std::string& command : commands) {
+    const ProgramResult result = runLine(command, folder.file(""));
+    if (command.starts_with("mirel picture")) {
+      EXPECT_THAT(result.err, IsEmpty()) << command;
+    }
+  }
+  for (const char* name : {"picture.png", "over.png", "pair.png"})
+    EXPECT_GT(pictureIn(folder.file(name)).width, 400) << name;
 }
 
 }  // namespace
