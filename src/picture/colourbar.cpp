@@ -10,7 +10,7 @@ namespace mirel::picture {
 
 namespace {
 
-constexpr int tickLength = 4, leastLines = 10;
+constexpr int tickLength = 4;
 
 // The five numbers, from the top.
 std::array<std::string, 5> numbersOf(const ColourBar& bar) {
@@ -24,10 +24,12 @@ std::array<std::string, 5> numbersOf(const ColourBar& bar) {
 
 }  // namespace
 
+int leastBarHeight(int size) { return 10 * size; }
+
 BarPlace barPlace(int height, int size) {
   const int above = Font::lineHeight(size) + 8;
   const int below = Font::capitalHeight(size) / 2 + 1;
-  return {0, above, size + 3, std::max(height, leastLines * size) - above - below};
+  return {0, above, size + 3, std::max(height, leastBarHeight(size)) - above - below};
 }
 
 RgbImage drawColourBar(const ColourBar& bar, int height, const Font& font, int size) {
@@ -39,7 +41,7 @@ RgbImage drawColourBar(const ColourBar& bar, int height, const Font& font, int s
     numberWidth = std::max(numberWidth, font.width(text, size));
   const int textLeft = place.width + tickLength + 4;
   RgbImage image(std::max(textLeft + numberWidth, font.width(unit, size)) + 1,
-                 std::max(height, leastLines * size), looks::background);
+                 std::max(height, leastBarHeight(size)), looks::background);
   font.write(image, 0, 1, unit, size, looks::title);
   for (int y = 0; y < place.height; ++y) {
     const float value =

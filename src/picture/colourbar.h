@@ -16,9 +16,11 @@ struct ColourBar {
 };
 
 /// The bar, upright: red at the top, with numbers at both ends, in the middle and halfway, and the
-/// unit above. It takes `height` pixels, at least 10 lines of text of `size` pixels per em, and the
-/// width that its texts need.
+/// unit above. It takes `height` pixels, at least leastBarHeight of the size of its text in pixels
+/// per em, and the width that its texts need.
 RgbImage drawColourBar(const ColourBar& bar, int height, const Font& font, int size);
+
+int leastBarHeight(int size);
 
 /// Where the coloured part of that picture is, from its upper left corner.
 struct BarPlace {

@@ -63,8 +63,8 @@ struct Cut {
   bool meetsImage() const;
 };
 
-/// nearest: each pixel shows the voxel in which its centre lies, on the border of two voxels the one
-/// further right, up or through. linear: trilinear.
+/// nearest: each pixel shows the voxel in which its centre lies, on the border of two voxels the
+/// one further right, up or through. linear: trilinear.
 enum class Sampling { nearest, linear };
 
 /// What the volume of affine `affine` (voxel to mm) shows on a plane.

@@ -24,6 +24,21 @@ std::vector<Layer*> layersOf(Scene& scene) {
   return layers;
 }
 
+// What is cut in one plane has to lie in one space: all with the first input, or, on grids of their
+// own, what belongs to every input with each of them.
+void requireOneSpace(const Scene& scene, const Style& style) {
+  std::vector<const Layer*> common;
+  if (scene.anatomy) common.push_back(&*scene.anatomy);
+  if (scene.measured) common.push_back(&*scene.measured);
+  for (const Outline& outline : scene.outlines) common.push_back(&outline.layer);
+  for (std::size_t i = 0; i < scene.inputs.size(); ++i) {
+    const Layer& own = scene.inputs[i].layer;
+    if (!style.ownGrids || (style.overlay && i == 1))
+      requireSameSpace(own, scene.inputs.front().layer);
+    for (const Layer* layer : common) requireSameSpace(*layer, own);
+  }
+}
+
 void checkOverlay(const Scene& scene) {
   if (scene.inputs.size() < 2 || scene.inputs[0].isMap || scene.inputs[1].isMap)
     throw Error("an overlay needs two images to lay over one another, in front of the maps");
@@ -51,10 +66,9 @@ class Drawing {
     for (std::size_t i = 0; i < scene.inputs.size(); ++i) {
       const Layer& layer = scene.inputs[i].layer;
       const CutPlane plane = style.ownGrids && i > 0 ? planeOf(layer, where) : first;
-      row.panels.push_back(finished(inputOn(plane, i), plane, layer));
+      row.panels.push_back(finished(inputOn(plane, i), plane));
     }
-    if (style.overlay)
-      row.panels.push_back(finished(overlayOn(first), first, scene.inputs.front().layer));
+    if (style.overlay) row.panels.push_back(finished(overlayOn(first), first));
     return row;
   }
 
@@ -169,10 +183,9 @@ class Drawing {
   }
 
   // With what is drawn over every slice.
-  Panel finished(RgbImage image, const CutPlane& plane, const Layer& own) const {
+  Panel finished(RgbImage image, const CutPlane& plane) const {
     for (std::size_t i = 0; i < scene.outlines.size(); ++i) {
       const Outline& outline = scene.outlines[i];
-      if (style.ownGrids) requireSameSpace(outline.layer, own);
       const Cut cut = cutThrough(outline.layer.volume, outline.layer.affine, plane,
                                  Sampling::linear, outline.layer.name);
       drawContour(image, contourOf(cut, outline.level), outlineColour(i));
@@ -193,11 +206,9 @@ class Drawing {
 Drawn drawPicture(Scene scene, const Style& style) {
   if (scene.inputs.empty()) throw Error("name at least one image or map to draw");
   if (style.overlay) checkOverlay(scene);
-  const std::vector<Layer*> layers = layersOf(scene);
   Drawn drawn;
-  drawn.notes = shareGrids(layers);
-  for (std::size_t i = 1; i < layers.size(); ++i)
-    if (!style.ownGrids || i >= scene.inputs.size()) requireSameSpace(*layers[i], *layers[0]);
+  drawn.notes = shareGrids(layersOf(scene));
+  requireOneSpace(scene, style);
 
   Drawing drawing(scene, style);
   Sheet sheet;

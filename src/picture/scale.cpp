@@ -66,7 +66,7 @@ Window robustWindow(const Volume<float>& volume) {
 float robustLimit(const Volume<float>& map, const Volume<float>& weight, double fraction) {
   std::vector<float> values = magnitudes(map, weight);
   if (values.empty()) values = magnitudes(map, {});
-  return values.empty() ? 1e-6F : std::max(quantile(values, fraction), 1e-6F);
+  return values.empty() ? 1.0F : quantile(values, fraction);
 }
 
 float roundedUp(float value) {

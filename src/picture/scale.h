@@ -22,8 +22,8 @@ struct Window {
 /// value.
 Window robustWindow(const Volume<float>& volume);
 
-/// The `fraction` quantile (0 to 1) of the absolute values that are finite and not 0, at least
-/// 1e-6. `weight`, of the map's dimensions, leaves out the voxels where it is 0 (all count when
+/// The `fraction` quantile (0 to 1) of the absolute values that are finite and not 0; 1 where there
+/// are none. `weight`, of the map's dimensions, leaves out the voxels where it is 0 (all count when
 /// that leaves none, and with an empty one).
 float robustLimit(const Volume<float>& map, const Volume<float>& weight = {},
                   double fraction = 0.99);

@@ -12,6 +12,7 @@ namespace {
 
 constexpr const char* ellipsis = "\u2026";
 constexpr int margin = 14, columnGap = 6, rowGap = 14, titleGap = 4, titleLines = 3;
+constexpr int leastColumn = 8;              // in sizes of the title
 constexpr std::size_t longestTitle = 1000;  // bytes that are looked at
 constexpr int barGap = 26, legendGap = 12;
 // Wider sheets are shown smaller on a screen or page; their text grows with the root of the width.
@@ -72,7 +73,8 @@ void placeColumns(const Sheet& sheet, const Font& font, SheetPlan& plan) {
     int width = 0;
     for (const Row& row : sheet.rows) width = std::max(width, row.panels[c].image.width());
     plan.columns.push_back({left, margin});
-    plan.columnWidths.push_back(width + 2 * letterAcross(plan.sizes));
+    width = std::max(width + 2 * letterAcross(plan.sizes), leastColumn * plan.sizes.title);
+    plan.columnWidths.push_back(width);
     plan.titles.push_back(
         brokenTitle(sheet.titles[c], font, plan.sizes.title, plan.columnWidths.back()));
     left += plan.columnWidths.back() + columnGap;
@@ -191,7 +193,8 @@ SheetPlan planWith(const looks::Sizes& sizes, const Sheet& sheet, const Font& fo
   plan.headingLeft = margin;
   placeColumns(sheet, font, plan);
   const int top = margin + titleHeight(plan);
-  const int bottom = placeRows(sheet, top, plan);
+  int bottom = placeRows(sheet, top, plan);
+  if (!sheet.bars.empty()) bottom = std::max(bottom, top + leastBarHeight(sizes.number));
   placeBars(sheet, font, top, bottom, plan);
   plan.width += margin;
   plan.height = bottom + margin;

@@ -272,6 +272,8 @@ TEST(Picture, RefusesWhatItCannotPlace) {
   Style style = axialStyle();
   style.ownGrids = true;
   EXPECT_NO_THROW(drawPicture(scene, style));
+  scene.anatomy = sampled(dims, affine, headAt);
+  EXPECT_THROW(drawPicture(scene, style), Error);  // the map's place in it is not known
   EXPECT_THROW(drawPicture({}, style), Error);
 }
 

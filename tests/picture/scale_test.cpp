@@ -55,7 +55,8 @@ TEST(RobustLimit, IsAQuantileOfTheMagnitudesThatAreNotZero) {
   for (int i = 0; i < 101; ++i) map.data()[i] = static_cast<float>(i % 2 ? i : -i);
   EXPECT_NEAR(robustLimit(map, {}, 1.0), 100.0F, 1e-5F);
   EXPECT_NEAR(robustLimit(map, {}, 0.5), 50.0F, 1.0F);
-  EXPECT_GT(robustLimit(Volume<float>(2, 2, 2, 0.0F)), 0.0F);
+  EXPECT_EQ(robustLimit(Volume<float>(2, 2, 2, 0.0F)), 1.0F);
+  EXPECT_EQ(robustLimit(Volume<float>(2, 2, 2, -2e-7F)), 2e-7F);  // a field in T
 }
 
 TEST(RobustLimit, LeavesOutWhatHasNoWeight) {

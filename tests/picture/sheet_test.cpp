@@ -98,6 +98,23 @@ TEST(Sheet, LeavesAMarginAllAround) {
   EXPECT_TRUE(blank(image, w - 8, 0, 8, h));
 }
 
+TEST(Sheet, MakesRoomForBarsAndTitlesOfSmallSlices) {
+  const Font font;
+  Sheet sheet = twoByTwo();
+  sheet.rows = {{{"axial"}, {panelOf(3, 2, red), panelOf(1, 1, blue)}}};
+  sheet.legend.clear();
+  const SheetPlan plan = planOf(sheet, font);
+  const RgbImage image = drawSheet(sheet, plan, font);
+  EXPECT_GE(plan.columnWidths[0], 100);
+  const int w = image.width(), h = image.height();
+  EXPECT_TRUE(blank(image, 0, 0, w, 8));
+  EXPECT_TRUE(blank(image, 0, h - 6, w, 6));
+  for (const auto& place : plan.bars) {
+    EXPECT_GE(place.top, plan.panels[0][0].top - 30);
+    EXPECT_LE(place.top + leastBarHeight(plan.sizes.number), h);
+  }
+}
+
 TEST(Sheet, HasTextWhereItBelongs) {
   const Font font;
   const Sheet sheet = twoByTwo();
