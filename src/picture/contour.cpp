@@ -9,7 +9,7 @@ namespace mirel::picture {
 
 namespace {
 
-constexpr float lineWidth = 1.5F, rimWidth = 3.2F, rimWeight = 0.55F;
+constexpr float rim = 0.85F, rimWeight = 0.55F;
 
 float distance(glm::vec2 p, const Segment& s) {
   const glm::vec2 along = s.to - s.from;
@@ -69,7 +69,8 @@ std::vector<Segment> contourOf(const Cut& cut, float level) {
   return line;
 }
 
-void drawContour(RgbImage& image, const std::vector<Segment>& line, Colour colour) {
+void drawContour(RgbImage& image, const std::vector<Segment>& line, Colour colour, float width) {
+  const float rimWidth = width + 2 * rim;
   // How much of each pixel the line covers; the pieces overlap, so that the most counts.
   const auto at = [&](int x, int y) {
     return static_cast<std::size_t>(y) * static_cast<std::size_t>(image.width()) +
@@ -85,14 +86,12 @@ void drawContour(RgbImage& image, const std::vector<Segment>& line, Colour colou
         near[at(x, y)] =
             std::min(near[at(x, y)], distance({static_cast<float>(x), static_cast<float>(y)}, s));
   }
-  const auto cover = [](float d, float width) {
-    return std::clamp((width + 1) / 2 - d, 0.0F, 1.0F);
-  };
+  const auto cover = [](float d, float wide) { return std::clamp((wide + 1) / 2 - d, 0.0F, 1.0F); };
   for (int y = 0; y < image.height(); ++y)
     for (int x = 0; x < image.width(); ++x) {
       const float d = near[at(x, y)];
       image.blend(x, y, {0, 0, 0}, rimWeight * cover(d, rimWidth));
-      image.blend(x, y, colour, cover(d, lineWidth));
+      image.blend(x, y, colour, cover(d, width));
     }
 }
 

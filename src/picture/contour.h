@@ -18,8 +18,9 @@ struct Segment {
 /// hang together (a saddle), the lower ones do. The line is open where it leaves the picture.
 std::vector<Segment> contourOf(const Cut& cut, float level);
 
-/// Draws a line of about one and a half pixels with a thin dark rim, which keeps it visible on
-/// white as well as on its own colour.
-void drawContour(RgbImage& image, const std::vector<Segment>& line, Colour colour);
+/// Draws a line, `width` pixels wide, with a thin dark rim, which keeps it visible on white as well
+/// as on its own colour.
+void drawContour(RgbImage& image, const std::vector<Segment>& line, Colour colour,
+                 float width = 1.5F);
 
 }  // namespace mirel::picture

@@ -104,6 +104,11 @@ class Drawing {
   }
 
  private:
+  // Wider where a voxel has many pixels: such pictures are large.
+  float lineWidth() const {
+    return 1.5F * std::max(1.0F, static_cast<float>(style.pixelsPerVoxel) / 4.0F);
+  }
+
   static Colour outlineColour(std::size_t i) { return looks::contours[i % looks::contours.size()]; }
 
   CutPlane planeOf(const Layer& layer, const SliceAt& where) const {
@@ -188,7 +193,7 @@ class Drawing {
       const Outline& outline = scene.outlines[i];
       const Cut cut = cutThrough(outline.layer.volume, outline.layer.affine, plane,
                                  Sampling::linear, outline.layer.name);
-      drawContour(image, contourOf(cut, outline.level), outlineColour(i));
+      drawContour(image, contourOf(cut, outline.level), outlineColour(i), lineWidth());
     }
     return {std::move(image), plane.letters};
   }

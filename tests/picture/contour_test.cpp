@@ -81,6 +81,10 @@ TEST(DrawContour, ColoursTheLineAndDarkensItsRim) {
   EXPECT_EQ(image.at(5, 14), (Colour{200, 200, 200}));
   EXPECT_EQ(image.at(5, 6), (Colour{200, 200, 200}));
   EXPECT_EQ(image.at(20, 10), (Colour{200, 200, 200}));
+  RgbImage wide(30, 20, {200, 200, 200});
+  drawContour(wide, {{{-5, 10}, {15, 10}}}, {0, 255, 0}, 5.0F);
+  EXPECT_EQ(wide.at(5, 12), (Colour{0, 255, 0}));
+  EXPECT_EQ(wide.at(5, 15), (Colour{200, 200, 200}));
   RgbImage untouched(3, 3, {1, 2, 3});
   drawContour(untouched, {}, {0, 255, 0});
   EXPECT_EQ(untouched, RgbImage(3, 3, {1, 2, 3}));

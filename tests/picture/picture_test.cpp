@@ -91,6 +91,8 @@ TEST(Picture, MeasuresWhereHalfOfTheImagesHaveAHead) {
   const Drawn drawn = drawPicture(scene, axialStyle());
   EXPECT_EQ(at(drawn, 3, 8, 1), divergingColour(1));
   EXPECT_EQ(at(drawn, 3, -8, 1), mixed(black, divergingColour(1), 0.25F));  // one of three
+  scene.inputs.erase(scene.inputs.begin() + 1);
+  EXPECT_EQ(at(drawPicture(scene, axialStyle()), 2, -8, 1), divergingColour(1));  // one of two
 }
 
 TEST(Picture, OnOwnGridsFadesByImagesOfTheMapsGridOnly) {

@@ -82,6 +82,25 @@ TEST(Sheet, WritesTheFourLettersBesideEverySlice) {
     }
 }
 
+TEST(Sheet, WritesEachLetterOnItsOwnSide) {
+  const Font font;
+  Sheet sheet = twoByTwo();
+  const SheetPlan plan = planOf(sheet, font);
+  const auto place = plan.panels[0][0];  // of 100 x 80 pixels
+  for (int side = 0; side < 4; ++side) {
+    const auto only = [side](int which, const char* letter) {
+      return std::string(which == side ? letter : "");
+    };
+    sheet.rows[0].panels[0].letters = {only(0, "L"), only(1, "R"), only(2, "A"), only(3, "P")};
+    const RgbImage image = drawSheet(sheet, plan, font);
+    const int y = place.top + 34, x = place.left + 44;
+    EXPECT_EQ(blank(image, place.left - 15, y, 14, 12), side != 0);
+    EXPECT_EQ(blank(image, place.left + 101, y, 14, 12), side != 1);
+    EXPECT_EQ(blank(image, x, place.top - 15, 12, 14), side != 2);
+    EXPECT_EQ(blank(image, x, place.top + 81, 12, 14), side != 3);
+  }
+}
+
 TEST(Sheet, LeavesAMarginAllAround) {
   const Font font;
   Sheet sheet = twoByTwo();
