@@ -57,8 +57,14 @@ TEST(Contour, KeepsTwoTouchingCornersApart) {
         for (int x = 0; x < 4; ++x) shown.values[cut.index(x, y)] = cut.values[cut.index(3 - x, y)];
     const auto line = contourOf(shown, 0.5F);
     EXPECT_EQ(line.size(), 8u);
-    for (const Segment& s : line)  // each cuts off one corner, half a pixel away
+    const glm::vec2 above[] = {mirrored ? glm::vec2(2, 1) : glm::vec2(1, 1),
+                               mirrored ? glm::vec2(1, 2) : glm::vec2(2, 2)};
+    for (const Segment& s : line) {  // each cuts off one of them, half a pixel away
       EXPECT_NEAR(glm::distance(s.from, s.to), std::sqrt(0.5), 1e-5);
+      const glm::vec2 middle = (s.from + s.to) * 0.5F;
+      EXPECT_NEAR(std::min(glm::distance(middle, above[0]), glm::distance(middle, above[1])),
+                  std::sqrt(0.125), 1e-5);
+    }
   }
 }
 

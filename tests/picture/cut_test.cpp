@@ -188,4 +188,26 @@ TEST(CutThrough, DoesNotFlickerOnTheBorderOfTwoSlices) {
   EXPECT_TRUE(cut.values[0] == 1 || cut.values[0] == 2);
 }
 
+// 60 pixels for 16 voxels: some centres of pixels lie on the border of two voxels.
+TEST(CutThrough, ShowsTheSameVoxelOnABorderInWhateverOrderTheyAreStored) {
+  const Layer plain = sampled({10, 12, 16}, affineOf({2, 0, 0}, {0, 2, 0}, {0, 0, 2.5}, {}),
+                              [](glm::dvec3 mm) { return mm.x + 100 * mm.y + 10000 * mm.z; });
+  const Layer reversed =
+      sampled({16, 10, 12}, affineOf({0, 0, -2.5}, {-2, 0, 0}, {0, -2, 0}, {18, 22, 37.5}),
+              [](glm::dvec3 mm) { return mm.x + 100 * mm.y + 10000 * mm.z; });
+  for (const SliceAt where :
+       {SliceAt{SlicePlane::coronal, 5}, SliceAt{SlicePlane::coronal, {}, 9.0},
+        SliceAt{SlicePlane::sagittal, {}, 7.0}, SliceAt{SlicePlane::axial, 3}}) {
+    const CutPlane plane = cutPlane(plain.grid(), where, 3, "");
+    const Cut a = cutThrough(plain.volume, plain.affine, plane, Sampling::nearest, "");
+    const Cut b = cutThrough(reversed.volume, reversed.affine, plane, Sampling::nearest, "");
+    EXPECT_EQ(a.values, b.values);
+    EXPECT_EQ(a.covered, b.covered);
+    const CutPlane other = cutPlane(reversed.grid(), where, 3, "");
+    EXPECT_EQ(other.grid.dims, plane.grid.dims);
+    EXPECT_EQ(cutThrough(plain.volume, plain.affine, other, Sampling::nearest, "").values,
+              a.values);
+  }
+}
+
 }  // namespace

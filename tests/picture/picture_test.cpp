@@ -134,6 +134,21 @@ TEST(Picture, HasOneScaleForEachUnit) {
   EXPECT_EQ(at(limited, 2, 0, 0), divergingColour(0.5F));
 }
 
+TEST(Picture, SaysAtTheBarThatValuesGoOn) {
+  Scene scene;
+  scene.inputs = {
+      mapOf("a", sampled(dims, affine, [](glm::dvec3 mm) { return mm.x > 0 ? 5 : 0; }), "mm")};
+  Style style = axialStyle();
+  style.limit = 6;
+  const int within = drawPicture(scene, style).plan.width;
+  style.limit = 4;
+  const int above = drawPicture(scene, style).plan.width;
+  EXPECT_GT(above, within);  // "\u2265 4" at the top, but nothing at the bottom
+  for (int i = 0; i < scene.inputs[0].layer.volume.size(); ++i)
+    scene.inputs[0].layer.volume.data()[i] *= -1;
+  EXPECT_GT(drawPicture(scene, style).plan.width, above);  // "\u2264 \u22124"
+}
+
 TEST(Picture, CutsEveryImageAtTheSamePlaceInThePatient) {
   // A ball that is not in the middle, on a plain grid and on one with other axes and sizes.
   const auto ball = [](glm::dvec3 mm) { return inBall(mm - glm::dvec3(6, -8, 4), 7) ? 1000 : 1; };
