@@ -92,9 +92,13 @@ class Drawing {
 
   std::vector<ColourBar> bars;
 
-  /// Inputs that none of the slices met.
+  /// Inputs that none of the slices met, and limits that belong to no map.
   std::vector<std::string> notes() const {
     std::vector<std::string> notes;
+    for (const auto& [unit, limit] : style.limitOfUnit)
+      if (std::none_of(bars.begin(), bars.end(),
+                       [&unit = unit](const ColourBar& bar) { return bar.unit == unit; }))
+        notes.push_back("no map is in " + unit + ", of which a limit is given");
     for (std::size_t i = 0; i < met.size(); ++i)
       if (!met[i])
         notes.push_back(scene.inputs[i].layer.name + " lies elsewhere than " +

@@ -61,7 +61,7 @@ struct Style {
 struct Drawn {
   RgbImage image;
   SheetPlan plan;                  ///< where its parts are
-  std::vector<std::string> notes;  ///< sentences for the user, each naming a file
+  std::vector<std::string> notes;  ///< sentences for the user
 };
 
 /// Draws the scene. All layers are cut in the planes of the first input's slices, at the same

@@ -132,6 +132,10 @@ TEST(Picture, HasOneScaleForEachUnit) {
   const Drawn limited = drawPicture(scene, style);
   EXPECT_EQ(at(limited, 0, 0, 0), divergingColour(0.25F));
   EXPECT_EQ(at(limited, 2, 0, 0), divergingColour(0.5F));
+  EXPECT_TRUE(limited.notes.empty());
+  style.limitOfUnit["hz"] = 160;
+  EXPECT_THAT(drawPicture(scene, style).notes,
+              testing::ElementsAre("no map is in hz, of which a limit is given"));
 }
 
 TEST(Picture, SaysAtTheBarThatValuesGoOn) {
