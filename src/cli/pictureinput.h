@@ -14,10 +14,10 @@ struct PictureFiles {
   /// Masks or images, whose heads are outlined; "head" stands for the first input.
   std::vector<std::string> contours;
   std::vector<std::string> contourLabels;  ///< else the files' names
-  std::vector<std::string> labels;  ///< of images and maps, maps last; else the files' names
-  int volume = 0;                   ///< of images
-  std::string unit;                 ///< of maps that do not say theirs
-  std::optional<int> warpAxis;      ///< voxel axis along which displacement fields are drawn
+  std::vector<std::string> labels;         ///< of images and maps, maps last; else the files' names
+  int volume = 0;                          ///< of images
+  std::string unit;                        ///< of maps that do not say theirs
+  std::optional<int> warpAxis;             ///< voxel axis along which displacement fields are drawn
 };
 
 struct PictureScene {
