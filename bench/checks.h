@@ -9,6 +9,8 @@
 
 #include "containers/volume.h"
 
+namespace mirel {
+
 /// Results under one key are the same to the bit, whoever computed them: the first is kept, later
 /// ones are compared with it. A difference fails the benchmark.
 inline void checkSame(benchmark::State& state, const std::string& key, const Volume<float>& got) {
@@ -47,3 +49,5 @@ inline void countVoxels(benchmark::State& state, glm::ivec3 dims) {
 inline void countNeeded(benchmark::State& state, double amount) {
   state.counters["needed"] = benchmark::Counter(amount);
 }
+
+}  // namespace mirel

@@ -7,6 +7,8 @@
 #include "reference/vdmestimate.h"
 #include "reference/volumegauss.h"
 
+namespace mirel {
+
 namespace {
 
 const glm::dvec3 voxelSize(2, 2, 2);
@@ -40,3 +42,5 @@ Volume<float> estimateByReference(const HeadPair& head, const EstimateOptions& o
   return reference::estimate_vdm(head.ap, head.pa, voxelSize, fitSigma, options.useSsd, s.patterns,
                                  s.amplitudes, s.sigmas, options.intensityCorrection, log);
 }
+
+}  // namespace mirel

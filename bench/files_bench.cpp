@@ -11,6 +11,8 @@
 #include "head.h"
 #include "support/projectfiles.h"
 
+namespace mirel {
+
 namespace {
 
 constexpr int volumes = 16;
@@ -104,3 +106,5 @@ MIREL_FILES(readDwi);
 MIREL_FILES(writeStc);
 MIREL_FILES(writeDwi);
 #undef MIREL_FILES
+
+}  // namespace mirel

@@ -10,6 +10,8 @@
 
 #include "vdm/vdm.h"
 
+namespace mirel {
+
 namespace {
 
 // From -1 to 1 across the field of view.
@@ -79,3 +81,5 @@ const HeadPair& headOf(glm::ivec3 dims) {
   heads.push_back(makeHead(dims));
   return heads.back();
 }
+
+}  // namespace mirel

@@ -2,6 +2,8 @@
 
 #include "containers/volume.h"
 
+namespace mirel {
+
 /// A pair of head-like images with opposite phase encoding along y, the same on every machine: a
 /// textured ellipsoid that fills two thirds of the field of view (42 to 45 percent of the voxels
 /// are foreground, brighter than 100), displaced by a smooth field of up to some three voxels, its
@@ -20,3 +22,5 @@ glm::ivec3 kernelSize();
 
 /// The pair at one of the two sizes, made once.
 const HeadPair& headOf(glm::ivec3 dims);
+
+}  // namespace mirel

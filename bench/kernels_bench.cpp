@@ -21,6 +21,8 @@
 #include "vdm/trialsearch.h"
 #include "vdm/vdm.h"
 
+namespace mirel {
+
 namespace {
 
 const std::vector<float>& sweepAmplitudes() {
@@ -262,3 +264,5 @@ MIREL_KERNEL(intensitiesReference);
 MIREL_KERNEL(intensitiesEngine);
 MIREL_KERNEL(correlation);
 #undef MIREL_KERNEL
+
+}  // namespace mirel

@@ -8,6 +8,8 @@
 #include "head.h"
 #include "machinekernels.h"
 
+namespace mirel {
+
 namespace {
 
 void machineAdditions(benchmark::State& state) {
@@ -59,3 +61,5 @@ BENCHMARK(machineArithmetic)->Unit(benchmark::kMillisecond);
 BENCHMARK(machineKernelStream)->Unit(benchmark::kMillisecond);
 BENCHMARK(machineTaskStream)->Unit(benchmark::kMillisecond);
 BENCHMARK(machineMemoryStream)->Unit(benchmark::kMillisecond);
+
+}  // namespace mirel

@@ -3,6 +3,8 @@
 #define MIREL_KERNEL_SOURCE "bench/machinekernels.inc.h"
 #include "simd/kernelvariants.inc.h"
 
+namespace mirel {
+
 double addLoaded(const double* values, int elements, int rounds, SimdVariant variant) {
   return MIREL_DISPATCH(variant, addLoaded)(values, elements, rounds);
 }
@@ -12,3 +14,5 @@ float multiplyAndAdd(float factor, int rounds, SimdVariant variant) {
 }
 
 int floatLanes(SimdVariant variant) { return MIREL_DISPATCH(variant, laneCount); }
+
+}  // namespace mirel

@@ -2,6 +2,8 @@
 
 #include "simd/variant.h"
 
+namespace mirel {
+
 /// What this machine does at most, for comparison with the kernels. Each returns a value that
 /// depends on all of its work.
 
@@ -13,3 +15,5 @@ double addLoaded(const double* values, int elements, int rounds, SimdVariant var
 /// lane; `floatLanes` of them work.
 float multiplyAndAdd(float factor, int rounds, SimdVariant variant);
 int floatLanes(SimdVariant variant);
+
+}  // namespace mirel

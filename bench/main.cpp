@@ -6,6 +6,8 @@
 #include "support/fftw_binding.h"
 #include "table.h"
 
+using namespace mirel;
+
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;

@@ -10,6 +10,8 @@
 #include "masspreserving/masspreserving.h"
 #include "phantom/phantom.h"
 
+namespace mirel {
+
 namespace {
 
 Phantom phantomOf(bool moved) {
@@ -54,3 +56,5 @@ void massPreserving(benchmark::State& state, bool search, bool moved) {
 BENCHMARK_CAPTURE(massPreserving, no_motion, false, false)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(massPreserving, motion_searched, true, false)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(massPreserving, motion_found, true, true)->Unit(benchmark::kMillisecond);
+
+}  // namespace mirel

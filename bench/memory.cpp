@@ -14,6 +14,8 @@
 #include "vdm/estimatepair.h"
 #include "vdm/vdm.h"
 
+using namespace mirel;
+
 namespace {
 
 // A line of this process's memory, in KiB.

@@ -7,6 +7,8 @@
 #include "estimates.h"
 #include "support/fftw_binding.h"
 
+using namespace mirel;
+
 namespace {
 
 [[gnu::noinline]] Volume<float> measured(const HeadPair& head, const std::string& who,

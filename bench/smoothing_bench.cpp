@@ -7,10 +7,12 @@
 #include "checks.h"
 #include "estimates.h"
 #include "head.h"
+#include "numerics/fft/fftaccess.h"
 #include "numerics/volumegauss.h"
-#include "plugin/access/fftaccess.h"
 #include "reference/volumegauss.h"
 #include "support/fftw_binding.h"
+
+namespace mirel {
 
 namespace {
 
@@ -102,3 +104,5 @@ void columnwiseTransforms(benchmark::State& state) {
 BENCHMARK(smoothingReference)->Unit(benchmark::kMillisecond);
 BENCHMARK(smoothingEngine)->Unit(benchmark::kMillisecond);
 BENCHMARK(columnwiseTransforms)->Unit(benchmark::kMillisecond);
+
+}  // namespace mirel

@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <utility>
 
+namespace mirel {
+
 namespace {
 
 // "estimateEngine/ssd/min_time:3.000" counts as "estimateEngine/ssd".
@@ -142,3 +144,5 @@ void TableReporter::Finalize() {
   kernel("intensity correction", "intensities");
   printLimits();
 }
+
+}  // namespace mirel

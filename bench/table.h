@@ -5,6 +5,8 @@
 #include <map>
 #include <string>
 
+namespace mirel {
+
 /// Prints every run as usual and, at the end, what was reached against what is asked for, in
 /// Markdown. Rows whose benchmarks did not run are left out.
 class TableReporter : public benchmark::ConsoleReporter {
@@ -32,3 +34,5 @@ class TableReporter : public benchmark::ConsoleReporter {
   std::map<std::string, double> aroundTransforms;
   bool anyFailed = false;
 };
+
+}  // namespace mirel

@@ -7,6 +7,8 @@
 #include "reference/vdm.h"
 #include "vdm/vdm.h"
 
+namespace mirel {
+
 namespace {
 
 void estimateReference(benchmark::State& state, const std::string& name) {
@@ -81,3 +83,5 @@ BENCHMARK(applyReference)->Unit(benchmark::kMillisecond);
 BENCHMARK(applyEngine)->Unit(benchmark::kMillisecond);
 BENCHMARK(applyEngineTransposed)->Unit(benchmark::kMillisecond);
 BENCHMARK(transposition)->Unit(benchmark::kMillisecond);
+
+}  // namespace mirel

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "bids/error.h"
+#include "base/error.h"
 #include "bids/name.h"
 
-namespace bids {
+namespace mirel::bids {
 
 namespace fs = std::filesystem;
 
@@ -82,4 +82,4 @@ std::optional<Sidecar> findSidecar(const std::string& imageFile, const std::stri
   return Sidecar(files);
 }
 
-}  // namespace bids
+}  // namespace mirel::bids

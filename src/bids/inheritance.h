@@ -7,7 +7,7 @@
 #include "bids/sidecar.h"
 
 /// Which sidecars describe an image: one may stand higher up in a dataset and describe many.
-namespace bids {
+namespace mirel::bids {
 
 /// The sidecars that apply to an image, the farthest first. They are looked for in every folder
 /// from the dataset's root down to the image's own; the root is the nearest folder, the image's
@@ -20,7 +20,7 @@ namespace bids {
 /// apply to /sub-01/func/sub-01_task-rest_bold.nii.gz, though the first two not together: at most
 /// one file of a folder may apply. Names are relative to the working folder when the image's is.
 ///
-/// Errors  bids::Error: two files of one folder apply (it names both); a folder cannot be listed.
+/// Errors  Error: two files of one folder apply (it names both); a folder cannot be listed.
 /// Source  Brain Imaging Data Structure 1.8, "The Inheritance Principle".
 std::vector<std::string> applicableSidecars(const std::string& imageFile);
 
@@ -28,4 +28,4 @@ std::vector<std::string> applicableSidecars(const std::string& imageFile);
 /// when none does. Errors: those of applicableSidecars and of Sidecar.
 std::optional<Sidecar> findSidecar(const std::string& imageFile, const std::string& given = {});
 
-}  // namespace bids
+}  // namespace mirel::bids

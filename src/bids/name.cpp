@@ -5,9 +5,10 @@
 #include <filesystem>
 #include <sstream>
 
+#include "nifti/filename.h"
 #include "nifti/image.h"
 
-namespace bids {
+namespace mirel::bids {
 
 namespace {
 
@@ -83,4 +84,4 @@ Name commonName(const Name& a, const Name& b) {
   return common;
 }
 
-}  // namespace bids
+}  // namespace mirel::bids

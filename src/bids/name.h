@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-namespace bids {
+namespace mirel::bids {
 
 /// A file name of the Brain Imaging Data Structure: entities "key-value" and a suffix, joined by
 /// "_" (sub-01_dir-AP_epi). A name of another kind has no entities and is one suffix.
@@ -32,4 +32,4 @@ std::string derivedName(const Name& source, const std::string& description,
 /// `dir`; the first one's suffix.
 Name commonName(const Name& a, const Name& b);
 
-}  // namespace bids
+}  // namespace mirel::bids

@@ -5,11 +5,13 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <nlohmann/json.hpp>
 
-#include "bids/error.h"
+#include "base/error.h"
+#include "nifti/filename.h"
 #include "nifti/image.h"
 
-namespace bids {
+namespace mirel::bids {
 
 namespace fs = std::filesystem;
 
@@ -26,7 +28,7 @@ std::string textOfNumber(double value) {
 }
 
 nlohmann::json readObject(const std::string& name) {
-  const auto fail = [&](const std::string& fault) { throw Error(name + " " + fault); };
+  const auto fail = [&](const std::string& fault) { throw Error(name, fault); };
   std::error_code failure;
   if (fs::is_directory(name, failure)) fail("is a directory, not a JSON file");
   std::ifstream is(name, std::ios::binary);
@@ -62,11 +64,13 @@ std::string sourceText(const Readout& readout) {
 Sidecar::Sidecar(const std::string& fileName) : Sidecar(std::vector<std::string>{fileName}) {}
 
 Sidecar::Sidecar(const std::vector<std::string>& fileNames) : names(fileNames) {
+  nlohmann::json all = nlohmann::json::object();
   for (const std::string& name : names) {
     const nlohmann::json object = readObject(name);
-    content.update(object);
+    all.update(object);
     for (const auto& field : object.items()) origins[field.key()] = name;
   }
+  content = std::make_shared<const nlohmann::json>(std::move(all));
 }
 
 std::string Sidecar::title() const {
@@ -77,20 +81,20 @@ std::string Sidecar::title() const {
 }
 
 void Sidecar::fail(const std::string& field, const std::string& fault) const {
-  throw Error(fileOf(field) + " has a field " + field + " " + fault);
+  throw Error::ofField(fileOf(field), field, "has a field " + field + " " + fault);
 }
 
-std::optional<series::PhaseEncodingDirection> Sidecar::phaseEncoding() const {
+std::optional<PhaseEncodingDirection> Sidecar::phaseEncoding() const {
   const char* name = "PhaseEncodingDirection";
-  const auto field = content.find(name);
-  if (field == content.end()) return std::nullopt;
+  const auto field = content->find(name);
+  if (field == content->end()) return std::nullopt;
   if (!field->is_string()) fail(name, "that is not a text");
-  return series::parsePhaseEncoding(field->get<std::string>(), fileOf(name));
+  return parsePhaseEncoding(field->get<std::string>(), fileOf(name));
 }
 
 std::optional<double> Sidecar::seconds(const char* field) const {
-  const auto found = content.find(field);
-  if (found == content.end()) return std::nullopt;
+  const auto found = content->find(field);
+  if (found == content->end()) return std::nullopt;
   if (!found->is_number()) fail(field, "that is not a number");
   const double value = found->get<double>();
   if (!std::isfinite(value) || value <= 0)
@@ -99,8 +103,8 @@ std::optional<double> Sidecar::seconds(const char* field) const {
 }
 
 std::string Sidecar::contradictionOf(double totalReadoutTime, int lines) const {
-  const auto spacing = content.find("EffectiveEchoSpacing");
-  if (spacing == content.end() || !spacing->is_number()) return {};
+  const auto spacing = content->find("EffectiveEchoSpacing");
+  if (spacing == content->end() || !spacing->is_number()) return {};
   const double bySpacing = spacing->get<double>() * (lines - 1.0);
   if (std::abs(bySpacing - totalReadoutTime) <= largestContradiction * totalReadoutTime) return {};
   const std::string& one = fileOf("TotalReadoutTime");
@@ -146,4 +150,4 @@ void checkReadout(double seconds, const std::string& what) {
               " s; is it in milliseconds?)");
 }
 
-}  // namespace bids
+}  // namespace mirel::bids

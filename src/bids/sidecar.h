@@ -1,14 +1,15 @@
 #pragma once
 
 #include <map>
-#include <nlohmann/json.hpp>
+#include <memory>
+#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "series/phaseencoding.h"
+#include "bids/phaseencoding.h"
 
-namespace bids {
+namespace mirel::bids {
 
 /// Where a total readout time comes from.
 enum class ReadoutSource {
@@ -43,7 +44,7 @@ inline constexpr double longestReadout = 1.0;
 /// What the JSON files that describe an image say: one file, or several of which a nearer one
 /// overrides the farther ones field by field (inheritance.h finds them).
 ///
-/// Errors  bids::Error, naming the file that the value is from: it is a directory, cannot be read
+/// Errors  Error, naming the file that the value is from: it is a directory, cannot be read
 /// or is larger than
 ///         16 MB; it is not JSON, or no JSON object; a field that is asked for has a wrong type
 ///         or an impossible value.
@@ -59,10 +60,10 @@ class Sidecar {
   const std::string& fileOf(const std::string& field) const { return origins.at(field); }
   /// What messages about a missing field call it: "near.json", "near.json (with far.json)".
   std::string title() const;
-  const nlohmann::json& json() const { return content; }
+  const nlohmann::json& json() const { return *content; }
 
   /// The field PhaseEncodingDirection; nothing when it is missing.
-  std::optional<series::PhaseEncodingDirection> phaseEncoding() const;
+  std::optional<PhaseEncodingDirection> phaseEncoding() const;
   /// The file that has it.
   const std::string& phaseEncodingFile() const { return fileOf("PhaseEncodingDirection"); }
 
@@ -88,15 +89,15 @@ class Sidecar {
   [[noreturn]] void fail(const std::string& field, const std::string& fault) const;
 
   std::vector<std::string> names;
-  nlohmann::json content = nlohmann::json::object();
+  std::shared_ptr<const nlohmann::json> content;
   std::map<std::string, std::string> origins;
 };
 
 /// The name of an image's own sidecar: run1.json for run1.nii.gz.
 std::string sidecarName(const std::string& imageFile);
 
-/// Throws bids::Error, calling the time `what`, unless it is a number between `shortestReadout`
+/// Throws Error, calling the time `what`, unless it is a number between `shortestReadout`
 /// and `longestReadout`.
 void checkReadout(double seconds, const std::string& what);
 
-}  // namespace bids
+}  // namespace mirel::bids

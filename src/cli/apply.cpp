@@ -1,15 +1,18 @@
 #include <algorithm>
 #include <memory>
 
+#include "base/error.h"
 #include "cli/applyfield.h"
 #include "cli/command.h"
 #include "cli/inputimage.h"
-#include "host/hosterror.h"
-#include "host/mapfile.h"
+#include "files/mapfile.h"
 #include "host/outputs.h"
 #include "host/session.h"
 #include "host/task.h"
+#include "nifti/filename.h"
 #include "nifti/image.h"
+
+namespace mirel {
 
 namespace {
 
@@ -52,9 +55,9 @@ std::vector<ProjectInfo> checkedProjects(const Options& options, const MapHeader
   }
   // The plugin compares a project's x and y with those of the transposed map.
   if (options.rllr && map.dimX != map.dimY)
-    throw HostError(options.map + " is " + shape.dimensionText() +
-                    ": --rllr needs slices with as many columns as rows; correct such projects "
-                    "with 'mirel estimate --rllr --apply'");
+    throw Error(options.map + " is " + shape.dimensionText() +
+                ": --rllr needs slices with as many columns as rows; correct such projects "
+                "with 'mirel estimate --rllr --apply'");
   refuseOverwrittenInputs(projects);
   return projects;
 }
@@ -78,8 +81,8 @@ int runApply(const Options& options, const std::string& pluginFile) {
 }
 
 /// For images, which the plugin does not know.
-correct::GivenMap givenMap(const Options& options) {
-  correct::GivenMap given;
+GivenMap givenMap(const Options& options) {
+  GivenMap given;
   given.file = options.map;
   given.shift = readDisplacement(options.map);
   given.axis = options.rllr ? 0 : 1;
@@ -91,18 +94,18 @@ bool areImages(const std::vector<std::string>& files) {
 }
 
 void checkUsage(const ImageCommandOptions& line, bool withImages) {
-  if (withImages && line.output->count() == 0) throw CLI::RequiredError("--output (for images)");
+  if (withImages && line.output->count() == 0) refuseMissing("--output (for images)");
   if (withImages) return;
-  for (const CLI::Option* option : line.forImages)
-    if (option->count() > 0) throw CLI::RequiresError(option->get_name(), "images (.nii, .nii.gz)");
+  for (const Option* option : line.forImages)
+    if (option->count() > 0) refuseWithout(option->get_name(), "images (.nii, .nii.gz)");
 }
 
 }  // namespace
 
-void addApplyCommand(CLI::App& app, Program& program) {
-  CLI::App* command = app.add_subcommand("apply", description);
+void addApplyCommand(Command& app, Program& program) {
+  Command* command = app.add_subcommand("apply", description);
   const auto options = std::make_shared<Options>();
-  CLI::Option* map =
+  Option* map =
       command
           ->add_option("--vdm", options->map,
                        "The map to apply (shifts in voxels), for projects and images of its grid;\n"
@@ -113,7 +116,7 @@ void addApplyCommand(CLI::App& app, Program& program) {
                    "Images (.nii, .nii.gz), or with --vdm projects (.fmr or .dmr)")
       ->type_name("")
       ->required();
-  CLI::Option* rllr =
+  Option* rllr =
       command->add_flag("--rllr", options->rllr,
                         "With --vdm: phase encoding runs along x, right-left (default: along y)");
   const ImageCommandOptions line = addApplyFieldOptions(command, options->field);
@@ -122,7 +125,7 @@ void addApplyCommand(CLI::App& app, Program& program) {
   command->callback([options, map, line, &program] {
     const bool withField = line.field->count() > 0;
     if (map->count() == 0 && !withField)
-      throw CLI::RequiredError("--vdm (for projects and images) or --field (for images)");
+      refuseMissing("--vdm (for projects and images) or --field (for images)");
     const bool withImages = withField || areImages(options->files);
     checkUsage(line, withImages);
     program.action = [options, withField, withImages, &program] {
@@ -132,3 +135,5 @@ void addApplyCommand(CLI::App& app, Program& program) {
     };
   });
 }
+
+}  // namespace mirel

@@ -3,6 +3,8 @@
 #include "cli/command.h"
 #include "host/task.h"
 
+namespace mirel {
+
 namespace {
 
 constexpr const char* description =
@@ -19,8 +21,8 @@ int runCheck(const std::vector<std::string>& files, const std::string& pluginFil
 
 }  // namespace
 
-void addCheckCommand(CLI::App& app, Program& program) {
-  CLI::App* command = app.add_subcommand("check", description);
+void addCheckCommand(Command& app, Program& program) {
+  Command* command = app.add_subcommand("check", description);
   const auto files = std::make_shared<std::vector<std::string>>();
   command->add_option("FILE", *files, "Projects to check (.fmr or .dmr)")
       ->type_name("")
@@ -29,3 +31,5 @@ void addCheckCommand(CLI::App& app, Program& program) {
     program.action = [files, &program] { return runCheck(*files, program.pluginFile); };
   });
 }
+
+}  // namespace mirel

@@ -1,8 +1,11 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <functional>
 #include <string>
+
+#include "cli/commandline.h"
+
+namespace mirel {
 
 /// Exit statuses of the program.
 enum ExitStatus : int {
@@ -21,14 +24,16 @@ struct Program {
   std::function<int()> action;
 };
 
-void addEstimateCommand(CLI::App& app, Program& program);
-void addApplyCommand(CLI::App& app, Program& program);
-void addFieldCommand(CLI::App& app, Program& program);
-void addCheckCommand(CLI::App& app, Program& program);
-void addSelectCommand(CLI::App& app, Program& program);
-void addInfoCommand(CLI::App& app, Program& program);
-void addCorrectCommand(CLI::App& app, Program& program);
-void addConvertCommand(CLI::App& app, Program& program);
-void addPhantomCommand(CLI::App& app, Program& program);
-void addPictureCommand(CLI::App& app, Program& program);
-void addCompareCommand(CLI::App& app, Program& program);
+void addEstimateCommand(Command& app, Program& program);
+void addApplyCommand(Command& app, Program& program);
+void addFieldCommand(Command& app, Program& program);
+void addCheckCommand(Command& app, Program& program);
+void addSelectCommand(Command& app, Program& program);
+void addInfoCommand(Command& app, Program& program);
+void addCorrectCommand(Command& app, Program& program);
+void addConvertCommand(Command& app, Program& program);
+void addPhantomCommand(Command& app, Program& program);
+void addPictureCommand(Command& app, Program& program);
+void addCompareCommand(Command& app, Program& program);
+
+}  // namespace mirel

@@ -5,9 +5,12 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
+#include "base/error.h"
 #include "cli/command.h"
 #include "cli/inputimage.h"
-#include "host/hosterror.h"
+#include "numerics/statistics.h"
+
+namespace mirel {
 
 namespace {
 
@@ -32,37 +35,24 @@ void requireSameSize(const Volume<float>& a, const Volume<float>& b, const std::
                      const std::string& fileB) {
   if (a.dimensions() == b.dimensions()) return;
   const auto text = [](const Volume<float>& v) {
-    return std::to_string(v.nx()) + " x " + std::to_string(v.ny()) + " x " +
-           std::to_string(v.nz());
+    return std::to_string(v.nx()) + " x " + std::to_string(v.ny()) + " x " + std::to_string(v.nz());
   };
-  throw HostError(fileA + " (" + text(a) + ") and " + fileB + " (" + text(b) +
-                  ") are not of the same size");
+  throw Error(fileA + " (" + text(a) + ") and " + fileB + " (" + text(b) +
+              ") are not of the same size");
 }
 
 Comparison compareVolumes(const Volume<float>& a, const Volume<float>& b,
                           const std::optional<Volume<float>>& mask) {
-  double sumA = 0, sumB = 0, squares = 0;
   Comparison result;
-  const auto counts = [&](int i) { return !mask || mask->data()[i] != 0; };
+  double squares = 0;
   for (int i = 0; i < a.size(); ++i) {
-    if (!counts(i)) continue;
-    const double va = a.data()[i], vb = b.data()[i];
+    if (mask && mask->data()[i] == 0) continue;
+    const double difference = static_cast<double>(a.data()[i]) - static_cast<double>(b.data()[i]);
     ++result.voxels;
-    sumA += va;
-    sumB += vb;
-    squares += (va - vb) * (va - vb);
+    squares += difference * difference;
   }
-  const double n = static_cast<double>(result.voxels);
-  double aa = 0, bb = 0, ab = 0;
-  for (int i = 0; i < a.size(); ++i) {
-    if (!counts(i)) continue;
-    const double da = a.data()[i] - sumA / n, db = b.data()[i] - sumB / n;
-    aa += da * da;
-    bb += db * db;
-    ab += da * db;
-  }
-  result.correlation = ab / std::sqrt(aa * bb);
-  result.rmsDifference = std::sqrt(squares / n);
+  result.correlation = mask ? correlation(a, b, *mask) : correlation(a, b);
+  result.rmsDifference = std::sqrt(squares / static_cast<double>(result.voxels));
   return result;
 }
 
@@ -76,7 +66,7 @@ int runCompare(const Options& options) {
     requireSameSize(a, *mask, options.a, options.mask);
   }
   const Comparison result = compareVolumes(a, b, mask);
-  if (result.voxels == 0) throw HostError(options.mask + " marks no voxel");
+  if (result.voxels == 0) throw Error(options.mask + " marks no voxel");
   if (options.json) {
     std::cout << nlohmann::ordered_json{{"correlation", result.correlation},
                                         {"rootMeanSquareDifference", result.rmsDifference},
@@ -94,8 +84,8 @@ int runCompare(const Options& options) {
 
 }  // namespace
 
-void addCompareCommand(CLI::App& app, Program& program) {
-  CLI::App* command = app.add_subcommand("compare", description);
+void addCompareCommand(Command& app, Program& program) {
+  Command* command = app.add_subcommand("compare", description);
   const auto options = std::make_shared<Options>();
   command->add_option("A", options->a, "An image (.nii, .nii.gz), a project or a map")
       ->type_name("")
@@ -103,13 +93,13 @@ void addCompareCommand(CLI::App& app, Program& program) {
   command->add_option("B", options->b, "Another one of the same size")->type_name("")->required();
   command->add_option("--mask", options->mask, "Compare only where this image is not 0")
       ->type_name("FILE");
-  command
-      ->add_option("--volume-a", options->volumeA, "Volume of A, counted from 0 (default: 0)")
+  command->add_option("--volume-a", options->volumeA, "Volume of A, counted from 0 (default: 0)")
       ->type_name("N");
-  command
-      ->add_option("--volume-b", options->volumeB, "Volume of B, counted from 0 (default: 0)")
+  command->add_option("--volume-b", options->volumeB, "Volume of B, counted from 0 (default: 0)")
       ->type_name("N");
   command->add_flag("--json", options->json, "As JSON");
   command->callback(
       [options, &program] { program.action = [options] { return runCompare(*options); }; });
 }
+
+}  // namespace mirel

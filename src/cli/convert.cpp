@@ -1,13 +1,17 @@
-#include "nifti/convert.h"
+#include "convert/convert.h"
 
 #include <filesystem>
 #include <iostream>
 #include <memory>
 
+#include "base/error.h"
 #include "cli/command.h"
-#include "host/hosterror.h"
-#include "host/mapfile.h"
+#include "files/mapfile.h"
+#include "files/projectnames.h"
+#include "nifti/filename.h"
 #include "nifti/image.h"
+
+namespace mirel {
 
 namespace {
 
@@ -36,47 +40,41 @@ struct Options {
 /// there is exactly one.
 std::string projectOfMap(const std::string& mapFile) {
   std::string found;
-  for (const char* end : {"_vdm.map", "_vdmderiv.map"}) {
-    if (!mapFile.ends_with(end)) continue;
-    const std::string stem = mapFile.substr(0, mapFile.size() - std::string(end).size());
-    for (const char* extension : {".fmr", ".dmr"}) {
-      if (!std::filesystem::exists(stem + extension)) continue;
-      if (!found.empty()) return {};
-      found = stem + extension;
-    }
+  for (const std::string& project : possibleProjectsOf(mapFile)) {
+    if (!std::filesystem::exists(project)) continue;
+    if (!found.empty()) return {};
+    found = project;
   }
   return found;
 }
 
-nifti::ConvertReport convertMapFile(const Options& options) {
+convert::ConvertReport convertMapFile(const Options& options) {
   if (!nifti::hasNiftiName(options.out))
-    throw HostError("a map is converted to a NIfTI image; " + options.out +
-                    " ends with neither .nii nor .nii.gz");
+    throw Error("a map is converted to a NIfTI image; " + options.out +
+                " ends with neither .nii nor .nii.gz");
   const std::string reference =
       options.reference.empty() ? projectOfMap(options.in) : options.reference;
   if (reference.empty())
-    throw HostError(options.in +
-                    " has no orientation: name an image or project of the same grid with "
-                    "--reference");
-  const Map map = readMapFile(options.in);
-  Volume<float> volume(map.header.dimX, map.header.dimY, map.header.dimZ);
-  volume.copyData(map.values.data());
-  return nifti::convertMap(volume, options.in, reference, options.out);
+    throw Error(options.in +
+                " has no orientation: name an image or project of the same grid with "
+                "--reference");
+  const Volume<float> volume = volumeOf(readMapFile(options.in));
+  return convert::convertMap(volume, options.in, reference, options.out);
 }
 
-nifti::ConvertReport convertAny(const Options& options) {
+convert::ConvertReport convertAny(const Options& options) {
   if (options.in.ends_with(".map")) {
     if (!options.bvec.empty() || !options.bval.empty())
-      throw HostError("a map has no gradients: --bvec and --bval are for an image");
+      throw Error("a map has no gradients: --bvec and --bval are for an image");
     return convertMapFile(options);
   }
   if (!options.reference.empty())
-    throw HostError("--reference is for a map; " + options.in + " has an orientation of its own");
-  return nifti::convert(options.in, options.out, {options.bvec, options.bval});
+    throw Error("--reference is for a map; " + options.in + " has an orientation of its own");
+  return convert::convert(options.in, options.out, {options.bvec, options.bval});
 }
 
 int runConvert(const Options& options) {
-  const nifti::ConvertReport report = convertAny(options);
+  const convert::ConvertReport report = convertAny(options);
   for (const std::string& note : report.notes) std::cerr << "Note: " << note << "\n";
   for (const std::string& name : report.written) std::cout << name << "\n";
   return exitSuccess;
@@ -84,8 +82,8 @@ int runConvert(const Options& options) {
 
 }  // namespace
 
-void addConvertCommand(CLI::App& app, Program& program) {
-  CLI::App* command = app.add_subcommand("convert", description);
+void addConvertCommand(Command& app, Program& program) {
+  Command* command = app.add_subcommand("convert", description);
   const auto options = std::make_shared<Options>();
   command->add_option("IN", options->in, "A NIfTI image, a project or a map")
       ->type_name("")
@@ -109,3 +107,5 @@ void addConvertCommand(CLI::App& app, Program& program) {
   command->callback(
       [options, &program] { program.action = [options] { return runConvert(*options); }; });
 }
+
+}  // namespace mirel

@@ -1,13 +1,12 @@
-#include <iostream>
 #include <memory>
 
 #include "cli/command.h"
-#include "cli/interrupt.h"
+#include "cli/directionoption.h"
 #include "cli/numbers.h"
-#include "cli/progressbar.h"
-#include "correct/correction.h"
-#include "correct/records.h"
-#include "host/session.h"
+#include "cli/runjob.h"
+#include "jobs/correctpair.h"
+
+namespace mirel {
 
 namespace {
 
@@ -22,15 +21,13 @@ constexpr const char* description =
     "of the files written.\n";
 
 struct Options {
-  correct::CorrectionOptions job;
+  CorrectPairOptions job;
   std::vector<std::string> runs;
-  std::string runDirection;
-  double runReadout = 0;
+  bids::GivenAcquisition ofRuns;
   int volumeB = -1;  // below 0: that of A
   int mean = 0;
   int meanB = 0;  // 0: as for A
   std::string estimator;
-  double readoutB = 0;
   bool ssd = false, ncc = false, fast = false, noIc = false, ic = false, noMotion = false;
   bool modulate = false, quiet = false, json = false;
 };
@@ -40,104 +37,29 @@ bool hasSearchOptions(const Options& options) {
 }
 
 void settle(Options& options) {
-  correct::CorrectionOptions& job = options.job;
+  CorrectPairOptions& job = options.job;
   job.version = MIREL_VERSION;
   job.b.volume = options.volumeB >= 0 ? options.volumeB : job.a.volume;
   job.a.meanOfFirst = options.mean;
   job.b.meanOfFirst = options.meanB > 0 ? options.meanB : options.mean;
-  job.b.readoutSeconds = options.readoutB > 0 ? options.readoutB : job.a.readoutSeconds;
+  if (!job.b.given.readoutSeconds) job.b.given.readoutSeconds = job.a.given.readoutSeconds;
   job.estimate.search = {
       .fast = options.fast, .useSsd = options.ssd, .intensityCorrection = !options.noIc};
-  if (options.estimator == nameOf(correct::Estimator::search) || hasSearchOptions(options))
-    job.estimate.estimator = correct::Estimator::search;
+  if (options.estimator == nameOf(Estimator::search) || hasSearchOptions(options))
+    job.estimate.estimator = Estimator::search;
   job.estimate.motion = !options.noMotion;
-  if (options.modulate) job.estimate.modulation = series::Modulation::on;
-  for (const std::string& file : options.runs) {
-    correct::ImageOptions run;
-    run.file = file;
-    run.direction = options.runDirection;
-    run.readoutSeconds = options.runReadout;
-    job.series.push_back(run);
-  }
-}
-
-std::string number(const char* format, double value) {
-  char text[40];
-  std::snprintf(text, sizeof text, format, value);
-  return text;
-}
-
-std::string acquisition(const series::PhaseEncodingDirection& direction, const std::string& source,
-                        const std::optional<bids::Readout>& readout) {
-  std::string text = series::nameOf(direction) + " (" + source + ")";
-  if (readout)
-    text += ", readout " + number("%.6g", readout->seconds) + " s (" + sourceText(*readout) + ")";
-  return text;
-}
-
-std::string three(const glm::dvec3& v) {
-  return number("%.2f", v.x) + ", " + number("%.2f", v.y) + ", " + number("%.2f", v.z);
-}
-
-std::string motionText(const std::optional<RigidMotion>& motion) {
-  if (!motion) return "Head motion between the images: none found";
-  return "Head motion between the images: " + three(motion->translationMm) + " mm along and " +
-         three(motion->rotationDegrees) + " degrees about i, j, k";
-}
-
-void tell(const correct::CorrectionReport& report) {
-  for (const correct::InputImage* image : {&report.pair.a, &report.pair.b})
-    std::cerr << image->title() << ": phase encoding "
-              << acquisition(image->direction, image->directionSource, image->readout) << "\n";
-  const correct::PairEstimate& estimate = report.estimate;
-  std::cerr << "Head above an intensity of " << number("%.4g", estimate.threshold)
-            << " (intensity scale " << number("%.4g", estimate.intensityScale) << ", "
-            << number("%.0f", 100 * estimate.foregroundA) << " and "
-            << number("%.0f", 100 * estimate.foregroundB) << " % of the voxels)\n";
-  if (estimate.estimator == correct::Estimator::massPreserving)
-    std::cerr << "Intensity of the first image over that of the second: "
-              << number("%.4g", estimate.intensityRatio) << "\n"
-              << motionText(estimate.motion) << "\n";
-  std::cerr << "Correlation of the pair in the head: " << number("%.3f", estimate.agreement.before)
-            << " before, " << number("%.3f", estimate.agreement.after) << " after\n";
-  for (const correct::SeriesResult& run : report.series)
-    std::cerr << run.file << ": " << run.volumes << (run.volumes == 1 ? " volume" : " volumes")
-              << ", phase encoding " << acquisition(run.direction, run.directionSource, run.readout)
-              << (run.resampledField ? ", field resampled to its grid" : "") << "\n";
-  for (const std::string& note : report.notes) std::cerr << "Note: " << note << "\n";
+  if (options.modulate) job.estimate.modulation = Modulation::on;
+  for (const std::string& file : options.runs) job.series.push_back({file, options.ofRuns});
 }
 
 int runCorrect(Options options) {
   settle(options);
-  ProgressBar bar(options.quiet ? ProgressBar::Output::none : ProgressBar::suitable());
-  InterruptGuard interrupts;
-  correct::CorrectionReport report;
-  try {
-    report = correct::correctAll(options.job, [&](const std::string& stage, double done) {
-      if (stage == "Writing") interrupts.beginWriting();
-      interrupts.check();
-      bar.show(stage, done);
-    });
-  } catch (const Interrupted& stop) {
-    bar.clear();
-    hostSession().console.messageBox(std::string("Error: ") + stop.what());
-    return exitInterrupted;
-  }
-  bar.clear();
-  if (!options.quiet) tell(report);
-  for (const std::string& warning : report.warnings) hostSession().console.warn(warning);
-  if (options.json)
-    // File names need not be UTF-8.
-    std::cout << correct::summaryOf(report).dump(2, ' ', false,
-                                                 correct::Json::error_handler_t::replace)
-              << "\n";
-  else
-    for (const std::string& file : report.outputs) std::cout << file << "\n";
-  return exitSuccess;
+  return runJob({options.quiet, options.json},
+                [&](Progress& progress) { return correctPair(options.job, progress); });
 }
 
-void addImageOptions(CLI::App* command, Options& options) {
-  correct::CorrectionOptions& job = options.job;
+void addImageOptions(Command* command, Options& options) {
+  CorrectPairOptions& job = options.job;
   command->add_option("A", job.a.file, "First image of the pair (.nii, .nii.gz)")
       ->type_name("")
       ->required();
@@ -172,36 +94,32 @@ void addImageOptions(CLI::App* command, Options& options) {
       ->check([](const std::string& text) { return refuseBelow(1, text); });
 }
 
-void addAcquisitionOptions(CLI::App* command, Options& options) {
-  correct::CorrectionOptions& job = options.job;
-  const auto direction = [&](const char* name, std::string& value, const char* text) {
-    command->add_option(name, value, text)
-        ->type_name("DIR")
-        ->check(CLI::IsMember({"i", "i-", "j", "j-", "k", "k-"}));
-  };
-  const auto seconds = [&](const char* name, double& value, const char* text) {
-    command->add_option(name, value, text)->type_name("S")->check(refuseNotPositive);
-  };
-  direction("--pe-a", job.a.direction,
-            "Phase-encoding direction of A: i, i-, j, j-, k or k- (default: its sidecar's)");
-  direction("--pe-b", job.b.direction, "The same of B (default: its sidecar's)");
-  direction("--apply-pe", options.runDirection, "The same of every RUN (default: its sidecar's)");
-  seconds("--readout", job.a.readoutSeconds,
-          "Total readout time of A and B in s (default: the sidecars')");
-  seconds("--readout-b", options.readoutB, "The same of B, where it differs");
-  seconds("--apply-readout", options.runReadout, "The same of every RUN (default: its sidecar's)");
+void addAcquisitionOptions(Command* command, Options& options) {
+  bids::GivenAcquisition& a = options.job.a.given;
+  bids::GivenAcquisition& b = options.job.b.given;
+  addDirectionOption(
+      command, "--pe-a", a.direction,
+      "Phase-encoding direction of A: i, i-, j, j-, k or k- (default: its sidecar's)");
+  addDirectionOption(command, "--pe-b", b.direction, "The same of B (default: its sidecar's)");
+  addDirectionOption(command, "--apply-pe", options.ofRuns.direction,
+                     "The same of every RUN (default: its sidecar's)");
+  addReadoutOption(command, "--readout", a.readoutSeconds,
+                   "Total readout time of A and B in s (default: the sidecars')");
+  addReadoutOption(command, "--readout-b", b.readoutSeconds, "The same of B, where it differs");
+  addReadoutOption(command, "--apply-readout", options.ofRuns.readoutSeconds,
+                   "The same of every RUN (default: its sidecar's)");
   command
-      ->add_option("--sidecar-a", job.a.sidecar,
+      ->add_option("--sidecar-a", a.sidecar,
                    "The only sidecar of A (default: those that apply, like A's name with .json)")
       ->type_name("FILE");
   command
-      ->add_option("--sidecar-b", job.b.sidecar,
+      ->add_option("--sidecar-b", b.sidecar,
                    "The only sidecar of B (default: those that apply, like B's name with .json)")
       ->type_name("FILE");
 }
 
-void addEstimateOptions(CLI::App* command, Options& options) {
-  correct::EstimateSettings& estimate = options.job.estimate;
+void addEstimateOptions(Command* command, Options& options) {
+  EstimateSettings& estimate = options.job.estimate;
   command
       ->add_option(
           "--estimator", options.estimator,
@@ -209,17 +127,16 @@ void addEstimateOptions(CLI::App* command, Options& options) {
           "head's motion; 0.24 voxels rms from a measured field. search: the method of\n"
           "'mirel estimate', which its options below imply; 0.52 voxels")
       ->type_name("NAME")
-      ->check(CLI::IsMember({"search", "mass-preserving"}));
+      ->one_of({"search", "mass-preserving"});
   command->add_flag("--no-motion", options.noMotion,
                     "Take the head not to have moved between A and B");
-  CLI::Option* ssd =
-      command->add_flag("--ssd", options.ssd, "Search by the sum of squared differences");
+  Option* ssd = command->add_flag("--ssd", options.ssd, "Search by the sum of squared differences");
   command
       ->add_flag("--ncc", options.ncc,
                  "Search by normalised cross-correlation (the search's default; with --ic 0.52\n"
                  "voxels rms from a measured field, SSD 0.87, --fast 0.63)")
       ->excludes(ssd);
-  CLI::Option* ic =
+  Option* ic =
       command->add_flag("--ic", options.ic, "Correct intensities during the search (its default)");
   command->add_flag("--no-ic", options.noIc, "Do not correct intensities during the search")
       ->excludes(ic);
@@ -227,10 +144,9 @@ void addEstimateOptions(CLI::App* command, Options& options) {
                     "Column-wise estimate only: faster and coarser; --ssd, --ncc and --ic have no\n"
                     "effect on it");
   command
-      ->add_option(
-          "--intensity-scale", estimate.intensityScale,
-          "Factor on the intensities for the search, which takes more than 100 for head\n"
-          "(default: found from the images)")
+      ->add_option("--intensity-scale", estimate.intensityScale,
+                   "Factor on the intensities for the search, which takes more than 100 for head\n"
+                   "(default: found from the images)")
       ->type_name("F")
       ->check(refuseNotPositive);
   command->add_flag("--modulate", options.modulate,
@@ -240,18 +156,18 @@ void addEstimateOptions(CLI::App* command, Options& options) {
 
 }  // namespace
 
-void addCorrectCommand(CLI::App& app, Program& program) {
-  CLI::App* command = app.add_subcommand("correct", description);
+void addCorrectCommand(Command& app, Program& program) {
+  Command* command = app.add_subcommand("correct", description);
   const auto options = std::make_shared<Options>();
   addImageOptions(command, *options);
   addAcquisitionOptions(command, *options);
   addEstimateOptions(command, *options);
   command
-      ->add_option("--threads", options->job.threads,
+      ->add_option("--threads", options->job.seriesSettings.threads,
                    "Threads that correct the volumes of a RUN (default: one per core)")
       ->type_name("N")
       ->check([](const std::string& text) { return refuseBelow(1, text); });
-  command->add_flag("--float", options->job.floatOutput,
+  command->add_flag("--float", options->job.seriesSettings.floatOutput,
                     "Write every RUN as 32-bit floats (default: its own data type and scaling,\n"
                     "rounded)");
   command->add_flag("--quiet", options->quiet, "Say nothing but warnings and errors");
@@ -259,11 +175,13 @@ void addCorrectCommand(CLI::App& app, Program& program) {
                     "Print a summary as JSON instead of the names of the files written");
   command->callback([options, &program] {
     const bool search = hasSearchOptions(*options);
-    if (options->estimator == nameOf(correct::Estimator::massPreserving) && search)
-      throw CLI::ExcludesError("--estimator mass-preserving",
-                               "--ssd, --ncc, --ic, --no-ic and --fast, which are of the search");
-    if (options->noMotion && (search || options->estimator == nameOf(correct::Estimator::search)))
-      throw CLI::ExcludesError("--no-motion", "the search, which knows no motion");
+    if (options->estimator == nameOf(Estimator::massPreserving) && search)
+      refuseTogether("--estimator mass-preserving",
+                     "--ssd, --ncc, --ic, --no-ic and --fast, which are of the search");
+    if (options->noMotion && (search || options->estimator == nameOf(Estimator::search)))
+      refuseTogether("--no-motion", "the search, which knows no motion");
     program.action = [options] { return runCorrect(*options); };
   });
 }
+
+}  // namespace mirel

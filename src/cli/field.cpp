@@ -1,18 +1,21 @@
-#include "series/field.h"
-
 #include <iostream>
 #include <memory>
 
-#include "bids/inheritance.h"
+#include "base/error.h"
+#include "base/outputfile.h"
+#include "base/samefile.h"
+#include "bids/acquisition.h"
 #include "cli/command.h"
+#include "cli/directionoption.h"
 #include "cli/inputimage.h"
-#include "cli/numbers.h"
-#include "host/hosterror.h"
-#include "host/mapfile.h"
+#include "convert/convert.h"
+#include "field/fieldhz.h"
+#include "files/mapfile.h"
 #include "host/session.h"
-#include "nifti/convert.h"
+#include "nifti/filename.h"
 #include "nifti/image.h"
-#include "nifti/outfile.h"
+
+namespace mirel {
 
 namespace {
 
@@ -25,43 +28,29 @@ constexpr const char* description =
     "(.json) of the reference, or from options. Prints the name of the file written.\n";
 
 struct Options {
-  std::string mapFile, fieldFile, reference, direction, output;
-  double readoutSeconds = 0;
+  std::string mapFile, fieldFile, reference, output;
+  bids::GivenAcquisition given;
 };
 
-struct Acquisition {
-  series::PhaseEncodingDirection direction;
-  double readoutSeconds = 0;
-};
-
-/// Options first, then the sidecars of the reference.
-Acquisition acquisitionOf(const Options& options, const nifti::Header& header) {
-  std::optional<bids::Sidecar> sidecar;
-  const bool wanted = options.direction.empty() || !(options.readoutSeconds > 0);
-  if (wanted && nifti::hasNiftiName(options.reference))
-    sidecar = bids::findSidecar(options.reference);
-  Acquisition result;
-  if (!options.direction.empty()) {
-    result.direction = series::parsePhaseEncoding(options.direction, "--pe");
+/// Direction and readout time of the reference: options first, then its sidecars. A project has
+/// none.
+bids::Acquisition acquisitionOf(const Options& options, const nifti::Header& header) {
+  bids::Acquisition acquisition;
+  if (nifti::hasNiftiName(options.reference)) {
+    acquisition = bids::resolveAcquisition(options.reference, header.dims, options.given,
+                                           bids::SidecarUse::whereNeeded);
   } else {
-    const auto stated = sidecar ? sidecar->phaseEncoding() : std::nullopt;
-    if (!stated)
-      throw HostError("the phase-encoding direction of " + options.reference +
-                      " is not known; give it with --pe");
-    result.direction = *stated;
+    acquisition = bids::givenAcquisition(options.reference, options.given);
+    if (!acquisition.direction)
+      throw Error("the phase-encoding direction of " + options.reference + " is not known",
+                  {Advice::Kind::giveDirection});
+    if (!acquisition.readout)
+      throw Error("the readout time of " + options.reference + " is not known",
+                  {Advice::Kind::giveReadout});
   }
-  result.readoutSeconds = options.readoutSeconds;
-  if (result.readoutSeconds > 0) {
-    bids::checkReadout(result.readoutSeconds, "--readout");
-  } else {
-    const auto stated =
-        sidecar ? sidecar->readout(header.dims[result.direction.axis]) : std::nullopt;
-    if (!stated)
-      throw HostError("the readout time of " + options.reference +
-                      " is not known; give it with --readout");
-    result.readoutSeconds = stated->seconds;
-  }
-  return result;
+  bids::requireDirection(acquisition, options.reference);
+  bids::requireReadout(acquisition, options.reference);
+  return acquisition;
 }
 
 std::string describe(glm::ivec3 dims) {
@@ -70,28 +59,28 @@ std::string describe(glm::ivec3 dims) {
 
 void mapToField(const Options& options, const nifti::Header& header) {
   if (!nifti::hasNiftiName(options.output))
-    throw HostError("a field is written as a NIfTI image; " + options.output +
-                    " ends with neither .nii nor .nii.gz");
+    throw Error("a field is written as a NIfTI image; " + options.output +
+                " ends with neither .nii nor .nii.gz");
   const Volume<float> shift = readDisplacement(options.mapFile);
   if (shift.dimensions() != header.dims)
-    throw HostError(options.mapFile + " has " + describe(shift.dimensions()) + " voxels, but " +
-                    options.reference + " has " + describe(header.dims));
-  const Acquisition acquisition = acquisitionOf(options, header);
-  series::writeField(series::fieldFromShift(shift, series::gridOf(header), acquisition.direction,
-                                            acquisition.readoutSeconds, options.mapFile),
-                     header, options.output);
+    throw Error(options.mapFile + " has " + describe(shift.dimensions()) + " voxels, but " +
+                options.reference + " has " + describe(header.dims));
+  const bids::Acquisition acquisition = acquisitionOf(options, header);
+  writeField(fieldFromShift(shift, gridOf(header), acquisition.direction->value,
+                            acquisition.readout->seconds, options.mapFile),
+             header, options.output);
 }
 
 void fieldToMap(const Options& options, const nifti::Header& header) {
   if (!options.output.ends_with(".map"))
-    throw HostError("a map is written as a .map file, which " + options.output + " is not");
-  const series::FieldHz field = series::readField(options.fieldFile);
+    throw Error("a map is written as a .map file, which " + options.output + " is not");
+  const FieldHz field = readField(options.fieldFile);
   if (field.nonFinite > 0)
     hostSession().console.warn(options.fieldFile + " has " + std::to_string(field.nonFinite) +
                                " NaN or infinite voxel(s), which count as 0 Hz");
-  const Acquisition acquisition = acquisitionOf(options, header);
+  const bids::Acquisition acquisition = acquisitionOf(options, header);
   const Volume<float> shift =
-      series::shiftVoxels(field, header, acquisition.direction, acquisition.readoutSeconds);
+      shiftVoxels(field, header, acquisition.direction->value, acquisition.readout->seconds);
   // As the estimate's own maps: kind 1, shown from 1 to 5 voxels.
   Map map;
   map.header = {header.dims.x, header.dims.y, header.dims.z, 1, 1.0f, 5.0f, 0, 0};
@@ -101,10 +90,9 @@ void fieldToMap(const Options& options, const nifti::Header& header) {
 
 int runField(const Options& options) {
   const std::string& in = options.mapFile.empty() ? options.fieldFile : options.mapFile;
-  for (const std::string& input : {in, options.reference})
-    nifti::refuseOverwrite(options.output, input);
+  for (const std::string& input : {in, options.reference}) refuseOverwrite(options.output, input);
   std::vector<std::string> notes;
-  const nifti::Header header = nifti::referenceHeader(options.reference, notes);
+  const nifti::Header header = convert::referenceHeader(options.reference, notes);
   for (const std::string& note : notes) std::cerr << "Note: " << note << "\n";
   if (options.mapFile.empty())
     fieldToMap(options, header);
@@ -116,42 +104,38 @@ int runField(const Options& options) {
 
 }  // namespace
 
-void addFieldCommand(CLI::App& app, Program& program) {
-  CLI::App* command = app.add_subcommand("field", description);
+void addFieldCommand(Command& app, Program& program) {
+  Command* command = app.add_subcommand("field", description);
   const auto options = std::make_shared<Options>();
-  CLI::Option* fromMap =
+  Option* fromMap =
       command
           ->add_option("--from-map", options->mapFile,
                        "The map to turn into a field: a .map, or a NIfTI image (shifts in voxels)")
           ->type_name("A_vdm.map");
-  CLI::Option* toMap = command
-                           ->add_option("--to-map", options->fieldFile,
-                                        "The field to turn into a map on the reference's grid")
-                           ->type_name("FIELD")
-                           ->excludes(fromMap);
+  Option* toMap = command
+                      ->add_option("--to-map", options->fieldFile,
+                                   "The field to turn into a map on the reference's grid")
+                      ->type_name("FIELD")
+                      ->excludes(fromMap);
   command
       ->add_option("--reference", options->reference,
                    "The image (or project) that the map belongs to")
       ->type_name("A")
       ->required();
-  command
-      ->add_option("--pe", options->direction,
-                   "Its phase-encoding direction: i, i-, j, j-, k or k- (default: its sidecar's)")
-      ->type_name("DIR")
-      ->check(CLI::IsMember({"i", "i-", "j", "j-", "k", "k-"}));
-  command
-      ->add_option("--readout", options->readoutSeconds,
-                   "Its total readout time in s (default: its sidecar's)")
-      ->type_name("S")
-      ->check(refuseNotPositive);
+  addDirectionOption(
+      command, "--pe", options->given.direction,
+      "Its phase-encoding direction: i, i-, j, j-, k or k- (default: its sidecar's)");
+  addReadoutOption(command, "--readout", options->given.readoutSeconds,
+                   "Its total readout time in s (default: its sidecar's)");
   command
       ->add_option("-o,--output", options->output,
                    "The field (.nii, .nii.gz) or map (.map) to write; an older one is replaced")
       ->type_name("FILE")
       ->required();
   command->callback([options, fromMap, toMap, &program] {
-    if (fromMap->count() == 0 && toMap->count() == 0)
-      throw CLI::RequiredError("--from-map or --to-map");
+    if (fromMap->count() == 0 && toMap->count() == 0) refuseMissing("--from-map or --to-map");
     program.action = [options] { return runField(*options); };
   });
 }
+
+}  // namespace mirel

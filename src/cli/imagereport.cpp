@@ -1,10 +1,12 @@
 #include "cli/imagereport.h"
 
 #include "bids/inheritance.h"
-#include "correct/records.h"
-#include "host/datasummary.h"
-#include "nifti/geometry.h"
+#include "jobs/recordjson.h"
 #include "nifti/image.h"
+#include "nifti/orientation.h"
+#include "numerics/datasummary.h"
+
+namespace mirel {
 
 namespace {
 
@@ -17,9 +19,9 @@ Json jsonOf(const glm::dmat4& m) {
 }
 
 Json sidecarReport(const bids::Sidecar& sidecar, glm::ivec3 dims) {
-  Json report = {{"file", correct::oneOrList(sidecar.fileNames())}};
+  Json report = {{"file", oneOrList(sidecar.fileNames())}};
   const auto direction = sidecar.phaseEncoding();
-  report["phaseEncodingDirection"] = direction ? Json(series::nameOf(*direction)) : Json();
+  report["phaseEncodingDirection"] = direction ? Json(nameOf(*direction)) : Json();
   if (direction) report["phaseEncodingDirectionFile"] = sidecar.phaseEncodingFile();
   const auto readout = sidecar.readout(dims[direction ? direction->axis : 1]);
   report["totalReadoutTimeMs"] = readout ? Json(readout->seconds * 1000) : Json();
@@ -90,3 +92,5 @@ Json imageReport(const std::string& fileName) {
   report["warnings"] = warnings;
   return report;
 }
+
+}  // namespace mirel

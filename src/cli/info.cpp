@@ -2,15 +2,17 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include "base/error.h"
 #include "cli/command.h"
 #include "cli/imagereport.h"
-#include "files/mydmr.h"
-#include "files/myfmr.h"
-#include "host/datasummary.h"
-#include "host/hosterror.h"
-#include "host/mapfile.h"
-#include "host/projectinfo.h"
+#include "files/mapfile.h"
+#include "files/project.h"
+#include "files/projectinfo.h"
+#include "nifti/filename.h"
 #include "nifti/image.h"
+#include "numerics/datasummary.h"
+
+namespace mirel {
 
 namespace {
 
@@ -38,9 +40,8 @@ DataSummary summaryOf(const std::vector<Volume<float>>& volumes) {
 
 Json projectReport(const std::string& fileName) {
   const ProjectInfo info = readProjectInfo(fileName);
-  const bool isFmr = info.kind == ProjectInfo::Kind::fmr;
   Json report = {{"file", fileName},
-                 {"kind", isFmr ? "fmr" : "dmr"},
+                 {"kind", nameOf(info.kind)},
                  {"dimensions", {info.dimX, info.dimY, info.dimZ}},
                  {"volumes", info.volumes},
                  {"inplaneResolutionMm", {info.voxelXMm, info.voxelYMm}},
@@ -50,15 +51,14 @@ Json projectReport(const std::string& fileName) {
                  {"echoTimeMs", info.echoTimeMs},
                  {"dataFile", info.dataFileName},
                  {"dataType", info.bytesPerSample == 4 ? "float32" : "int16"}};
-  if (!isFmr) {
+  if (info.kind == ProjectKind::dmr) {
     report["displayVolume"] = info.displayVolume;
     report["gradientDirections"] = info.gradientDirections;
   }
   std::vector<std::string> warnings = voxelSizeWarnings(info);
   for (const std::string& warning : dataFileWarnings(info)) warnings.push_back(warning);
   try {
-    report["data"] = jsonOf(summaryOf(isFmr ? FMR(fileName, /*loadData=*/true).stcData
-                                            : DMR(fileName, /*loadData=*/true).dwiData));
+    report["data"] = jsonOf(summaryOf(Project(fileName, ProjectContent::withData).volumes()));
   } catch (const std::exception& failure) {
     report["data"] = nullptr;
     warnings.push_back(failure.what());
@@ -114,9 +114,8 @@ Json reportOf(const std::string& fileName) {
   if (fileName.ends_with(".map")) return mapReport(fileName);
   if (isProjectName(fileName)) return projectReport(fileName);
   if (nifti::hasNiftiName(fileName)) return imageReport(fileName);
-  throw HostError(
-      fileName +
-      " is neither an image (.nii, .nii.gz) nor a project (.fmr, .dmr) nor a map (.map)");
+  throw Error(fileName +
+              " is neither an image (.nii, .nii.gz) nor a project (.fmr, .dmr) nor a map (.map)");
 }
 
 int runInfo(const std::string& fileName, bool json) {
@@ -131,8 +130,8 @@ int runInfo(const std::string& fileName, bool json) {
 
 }  // namespace
 
-void addInfoCommand(CLI::App& app, Program& program) {
-  CLI::App* command = app.add_subcommand("info", description);
+void addInfoCommand(Command& app, Program& program) {
+  Command* command = app.add_subcommand("info", description);
   struct Options {
     std::string file;
     bool json = false;
@@ -148,3 +147,5 @@ void addInfoCommand(CLI::App& app, Program& program) {
     program.action = [options] { return runInfo(options->file, options->json); };
   });
 }
+
+}  // namespace mirel

@@ -5,19 +5,20 @@
 #include <utility>
 #include <vector>
 
-#include "files/mydmr.h"
-#include "files/myfmr.h"
-#include "host/hosterror.h"
-#include "host/mapfile.h"
-#include "nifti/convert.h"
+#include "base/error.h"
+#include "files/mapfile.h"
+#include "files/project.h"
+#include "nifti/filename.h"
 #include "nifti/image.h"
+
+namespace mirel {
 
 namespace {
 
 void requireVolume(const std::string& file, int index, std::size_t volumes) {
   if (index < 0 || static_cast<std::size_t>(index) >= volumes)
-    throw HostError(file + " has " + std::to_string(volumes) + " volumes; volume " +
-                    std::to_string(index) + " (counted from 0) is not there");
+    throw Error(file + " has " + std::to_string(volumes) + " volumes; volume " +
+                std::to_string(index) + " (counted from 0) is not there");
 }
 
 Volume<float> niftiVolume(const std::string& file, int index) {
@@ -27,29 +28,21 @@ Volume<float> niftiVolume(const std::string& file, int index) {
 }
 
 Volume<float> projectVolume(const std::string& file, int index) {
-  std::vector<Volume<float>> volumes = file.ends_with(".fmr")
-                                           ? std::move(FMR(file, /*loadData=*/true).stcData)
-                                           : std::move(DMR(file, /*loadData=*/true).dwiData);
+  Project project(file, ProjectContent::withData);
+  std::vector<Volume<float>>& volumes = project.volumes();
   requireVolume(file, index, volumes.size());
   return std::move(volumes[static_cast<std::size_t>(index)]);
-}
-
-Volume<float> mapVolume(const std::string& file) {
-  const Map map = readMapFile(file);
-  Volume<float> volume(map.header.dimX, map.header.dimY, map.header.dimZ);
-  volume.copyData(map.values.data());
-  return volume;
 }
 
 }  // namespace
 
 Volume<float> readInputVolume(const std::string& file, int index) {
   if (nifti::hasNiftiName(file)) return niftiVolume(file, index);
-  if (nifti::hasProjectName(file)) return projectVolume(file, index);
+  if (isProjectName(file)) return projectVolume(file, index);
   if (!file.ends_with(".map"))
-    throw HostError(file + " is neither a NIfTI image nor a project (.fmr, .dmr) nor a map (.map)");
+    throw Error(file + " is neither a NIfTI image nor a project (.fmr, .dmr) nor a map (.map)");
   requireVolume(file, index, 1);
-  return mapVolume(file);
+  return volumeOf(readMapFile(file));
 }
 
 Volume<float> readDisplacement(const std::string& file) {
@@ -57,14 +50,16 @@ Volume<float> readDisplacement(const std::string& file) {
   if (nifti::hasNiftiName(file)) {
     nifti::Reader reader(file);
     if (reader.header().volumes != 1)
-      throw HostError(file + " has " + std::to_string(reader.header().volumes) +
-                      " volumes: a displacement map has one");
+      throw Error(file + " has " + std::to_string(reader.header().volumes) +
+                  " volumes: a displacement map has one");
     shift = reader.readVolume(0);
   } else {
-    shift = mapVolume(file);
+    shift = volumeOf(readMapFile(file));
   }
   if (!std::all_of(shift.data(), shift.data() + shift.size(),
                    [](float v) { return std::isfinite(v); }))
-    throw HostError(file + " has voxels that are NaN or infinite");
+    throw Error(file + " has voxels that are NaN or infinite");
   return shift;
 }
+
+}  // namespace mirel

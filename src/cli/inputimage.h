@@ -4,10 +4,12 @@
 
 #include "containers/volume.h"
 
+namespace mirel {
+
 /// One volume of an image file of any kind the program reads: NIfTI, project (.fmr, .dmr) or, as
 /// its only volume, a displacement map (.map).
 ///
-/// Errors   HostError or the reader's own error, naming the file: of no known kind, unreadable,
+/// Errors   Error or the reader's own error, naming the file: of no known kind, unreadable,
 ///          or without a volume `index` (counted from 0).
 Volume<float> readInputVolume(const std::string& file, int index);
 
@@ -15,3 +17,5 @@ Volume<float> readInputVolume(const std::string& file, int index);
 ///
 /// Errors   as above; an image of several volumes, voxels that are NaN or infinite.
 Volume<float> readDisplacement(const std::string& file);
+
+}  // namespace mirel

@@ -4,6 +4,8 @@
 
 #include <csignal>
 
+namespace mirel {
+
 namespace {
 
 constexpr int signals[] = {SIGINT, SIGTERM, SIGHUP};
@@ -38,5 +40,7 @@ InterruptGuard::~InterruptGuard() {
 void InterruptGuard::beginWriting() { writing = 1; }
 
 void InterruptGuard::check() const {
-  if (signalled != 0) throw Interrupted();
+  if (signalled != 0) throw Cancelled();
 }
+
+}  // namespace mirel

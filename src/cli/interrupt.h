@@ -1,17 +1,14 @@
 #pragma once
 
-#include <stdexcept>
+#include "base/progress.h"
 
-/// Ending a job by Ctrl-C (or a request to terminate) without leaving anything behind.
-class Interrupted : public std::runtime_error {
- public:
-  Interrupted() : std::runtime_error("interrupted; nothing was written") {}
-};
+namespace mirel {
 
 /// Exit status of a program that was interrupted, as shells report it.
 inline constexpr int exitInterrupted = 130;
 
-/// While it lives, SIGINT, SIGTERM and SIGHUP end the program at once as long as there is nothing
+/// Ending a job by Ctrl-C (or a request to terminate) without leaving anything behind: while it
+/// lives, SIGINT, SIGTERM and SIGHUP end the program at once as long as there is nothing
 /// on the disk to take away; after `beginWriting` they only leave a mark, which `check` turns into
 /// an exception.
 class InterruptGuard {
@@ -22,6 +19,8 @@ class InterruptGuard {
   ~InterruptGuard();
 
   void beginWriting();
-  /// Throws Interrupted after a signal.
+  /// Throws Cancelled after a signal.
   void check() const;
 };
+
+}  // namespace mirel

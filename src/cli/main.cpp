@@ -1,11 +1,13 @@
-#include <algorithm>
 #include <exception>
 #include <iostream>
 #include <string>
 
+#include "base/error.h"
+#include "cli/advice.h"
 #include "cli/command.h"
-#include "host/hosterror.h"
 #include "host/session.h"
+
+using namespace mirel;
 
 namespace {
 
@@ -16,34 +18,9 @@ constexpr const char* description =
     "displacement of every voxel, and it corrects functional (FMR) and diffusion (DMR) projects\n"
     "with it. Inputs are never overwritten; results stand beside them.\n";
 
-/// Lists the subcommands with the first sentence of their descriptions.
-class OneSentenceFormatter : public CLI::Formatter {
- public:
-  std::string make_subcommand(const CLI::App* command) const override {
-    const std::string whole = command->get_description();
-    std::string sentence = whole.substr(0, whole.find("\n\n"));
-    sentence.erase(sentence.find_last_not_of('\n') + 1);
-    std::replace(sentence.begin(), sentence.end(), '\n', ' ');
-    std::string line = "  " + command->get_name();
-    line.resize(std::max(line.size() + 1, get_column_width()), ' ');
-    return line + sentence + "\n";
-  }
-};
-
-/// An argument that is missing may have gone to an option that takes every word after it.
-std::string hintFor(const CLI::App& app) {
-  for (const CLI::App* command : app.get_subcommands())
-    for (const CLI::Option* option : command->get_options())
-      if (!option->get_positional() && option->count() > 1 &&
-          option->get_items_expected_max() >= CLI::detail::expected_max_vector_size)
-        return "(" + option->get_name() +
-               " takes every name that follows it: put the others in front)\n";
-  return {};
-}
-
 /// A result that did not reach standard output is a failure like any other.
 void refuseLostOutput() {
-  if (!std::cout.flush()) throw HostError("cannot write to standard output");
+  if (!std::cout.flush()) throw Error("cannot write to standard output");
 }
 
 int run(const Program& program) {
@@ -52,7 +29,7 @@ int run(const Program& program) {
     refuseLostOutput();
     return status;
   } catch (const std::exception& failure) {
-    hostSession().console.messageBox(std::string("Error: ") + failure.what());
+    hostSession().console.messageBox("Error: " + sentenceOf(failure));
   } catch (...) {
     hostSession().console.messageBox("Error: the plugin failed without saying why");
   }
@@ -63,17 +40,12 @@ int run(const Program& program) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  CLI::App app(description, "mirel");
+  CommandLine line("mirel", description, "mirel " MIREL_VERSION);
+  Command& app = line.root();
   Program program;
-  app.set_version_flag("--version", "mirel " MIREL_VERSION);
   app.add_option("--plugin", program.pluginFile,
                  "Load the plugin from FILE (default: libMirelPlugin.so beside the program)")
       ->type_name("FILE");
-  app.formatter(std::make_shared<OneSentenceFormatter>());
-  app.get_formatter()->column_width(22);
-  app.get_formatter()->label("REQUIRED", "");
-  app.fallthrough();
-  app.require_subcommand(1);
   addCorrectCommand(app, program);
   addEstimateCommand(app, program);
   addApplyCommand(app, program);
@@ -85,14 +57,13 @@ int main(int argc, char** argv) {
   addPhantomCommand(app, program);
   addPictureCommand(app, program);
   addCompareCommand(app, program);
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::RequiredError& stop) {
-    app.exit(stop);
-    std::cerr << hintFor(app);
-    return exitUsage;
-  } catch (const CLI::ParseError& stop) {
-    return app.exit(stop) == 0 ? exitSuccess : exitUsage;
+  switch (line.parse(argc, argv)) {
+    case CommandLine::Outcome::answered:
+      return exitSuccess;
+    case CommandLine::Outcome::refused:
+      return exitUsage;
+    case CommandLine::Outcome::understood:
+      break;
   }
   return run(program);
 }

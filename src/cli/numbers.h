@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <string>
 
+namespace mirel {
+
 /// Checks of option values: empty, or a sentence about what is wrong. The parser's own checks of
 /// this kind name limits with all the digits of the largest double.
 
@@ -17,3 +19,5 @@ inline std::string refuseNotPositive(const std::string& text) {
   const double value = std::strtod(text.c_str(), &end);
   return *end == '\0' && value > 0 && value < 1e30 ? "" : text + " is not a positive number";
 }
+
+}  // namespace mirel

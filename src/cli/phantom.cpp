@@ -5,9 +5,11 @@
 #include <iostream>
 #include <memory>
 
+#include "base/error.h"
 #include "cli/command.h"
-#include "host/hosterror.h"
 #include "phantom/phantomfiles.h"
+
+namespace mirel {
 
 namespace {
 
@@ -45,7 +47,7 @@ int runPhantom(Options options, bool maxShiftGiven) {
   PhantomOptions& phantomOptions = options.phantom;
   if (!options.size.empty())
     phantomOptions.size = {options.size[0], options.size[1], options.size[2]};
-  if (options.voxelMm.size() == 2) throw HostError("--voxel takes one size or three");
+  if (options.voxelMm.size() == 2) throw Error("--voxel takes one size or three");
   if (options.voxelMm.size() == 1) phantomOptions.voxelMm = glm::dvec3(options.voxelMm[0]);
   if (options.voxelMm.size() == 3)
     phantomOptions.voxelMm = {options.voxelMm[0], options.voxelMm[1], options.voxelMm[2]};
@@ -69,7 +71,7 @@ int runPhantom(Options options, bool maxShiftGiven) {
   return exitSuccess;
 }
 
-void addImageOptions(CLI::App* command, Options& options) {
+void addImageOptions(Command* command, Options& options) {
   command->add_option("--size", options.size, "Voxels along x, y and z (default: 90 104 60)")
       ->type_name("NX NY NZ")
       ->expected(3);
@@ -82,7 +84,7 @@ void addImageOptions(CLI::App* command, Options& options) {
       ->add_option("--direction", options.direction,
                    "Phase encoding along y (j: a pair AP, PA) or x (i: RL, LR)")
       ->type_name("j|i")
-      ->check(CLI::IsMember({"j", "i"}))
+      ->one_of({"j", "i"})
       ->capture_default_str();
   command
       ->add_option("--noise", options.phantom.noise,
@@ -101,8 +103,8 @@ void addImageOptions(CLI::App* command, Options& options) {
 
 }  // namespace
 
-void addPhantomCommand(CLI::App& app, Program& program) {
-  CLI::App* command = app.add_subcommand("phantom", description);
+void addPhantomCommand(Command& app, Program& program) {
+  Command* command = app.add_subcommand("phantom", description);
   const auto options = std::make_shared<Options>();
   command->add_option("DIR", options->folder, "The folder to write to; made if need be")
       ->type_name("")
@@ -113,7 +115,7 @@ void addPhantomCommand(CLI::App& app, Program& program) {
                    "Total readout time in s; displacement in voxels = field in Hz * readout time")
       ->type_name("S")
       ->capture_default_str();
-  CLI::Option* maxShift =
+  Option* maxShift =
       command
           ->add_option("--max-shift", options->maxShift,
                        "Largest displacement in the head in voxels (default: that of 120 Hz, which "
@@ -133,3 +135,5 @@ void addPhantomCommand(CLI::App& app, Program& program) {
     };
   });
 }
+
+}  // namespace mirel

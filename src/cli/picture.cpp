@@ -5,13 +5,15 @@
 #include <iostream>
 #include <memory>
 
+#include "base/error.h"
 #include "cli/command.h"
 #include "cli/pictureinput.h"
-#include "picture/error.h"
+
+namespace mirel {
 
 namespace {
 
-using namespace mirel::picture;
+using namespace picture;
 
 constexpr const char* description =
     "Draw slices of images and maps side by side, as a PNG picture.\n"
@@ -106,13 +108,12 @@ int runPicture(Options options) {
   return exitSuccess;
 }
 
-CLI::Option* addRepeated(CLI::App* command, const std::string& name,
-                         std::vector<std::string>& values, const std::string& help,
-                         const std::string& type) {
+Option* addRepeated(Command* command, const std::string& name, std::vector<std::string>& values,
+                    const std::string& help, const std::string& type) {
   return command->add_option(name, values, help)->type_name(type)->expected(1)->take_all();
 }
 
-void addMapOptions(CLI::App* command, Options& options) {
+void addMapOptions(Command* command, Options& options) {
   addRepeated(command, "--map", options.files.maps, "Draw this image as a map", "FILE");
   command
       ->add_option("--anatomy", options.files.anatomy, "Lay the maps over this image, of any grid")
@@ -135,13 +136,13 @@ void addMapOptions(CLI::App* command, Options& options) {
                    "Voxel axis along which displacement fields are drawn, in mm, positive\n"
                    "towards greater indices (default: the one with the largest displacements)")
       ->type_name("i|j|k")
-      ->check(CLI::IsMember({"i", "j", "k"}));
+      ->one_of({"i", "j", "k"});
 }
 
-void addImageOptions(CLI::App* command, Options& options) {
+void addImageOptions(Command* command, Options& options) {
   command->add_option("--volume", options.files.volume, "Volume of a series, counted from 0")
       ->type_name("N")
-      ->check(CLI::NonNegativeNumber)
+      ->not_negative()
       ->capture_default_str();
   command->add_flag("--overlay", options.style.overlay,
                     "Add the first image in red laid over the second in cyan");
@@ -156,7 +157,7 @@ void addImageOptions(CLI::App* command, Options& options) {
               "Labels for the contours (default: names of their files)", "TEXT");
 }
 
-void addLooks(CLI::App* command, Options& options) {
+void addLooks(Command* command, Options& options) {
   addRepeated(command, "--slice", options.slices,
               "A slice: axial:30 (or z:30), coronal:50, sagittal:45, counted from 0 towards\n"
               "superior, anterior, right; axial:-12mm by its place in the scanner; without a\n"
@@ -167,7 +168,7 @@ void addLooks(CLI::App* command, Options& options) {
       ->add_option("--pixels", options.style.pixelsPerVoxel,
                    "Pixels along the shorter side of a voxel of the first input")
       ->type_name("N")
-      ->check(CLI::Range(1, 16))
+      ->in_range(1, 16)
       ->capture_default_str();
   command->add_flag("--smooth", options.smooth,
                     "Interpolate between voxels (default: every pixel shows its voxel)");
@@ -177,8 +178,8 @@ void addLooks(CLI::App* command, Options& options) {
 
 }  // namespace
 
-void addPictureCommand(CLI::App& app, Program& program) {
-  CLI::App* command = app.add_subcommand("picture", description);
+void addPictureCommand(Command& app, Program& program) {
+  Command* command = app.add_subcommand("picture", description);
   const auto options = std::make_shared<Options>();
   command
       ->add_option("IN", options->files.images,
@@ -193,3 +194,5 @@ void addPictureCommand(CLI::App& app, Program& program) {
   command->callback(
       [options, &program] { program.action = [options] { return runPicture(*options); }; });
 }
+
+}  // namespace mirel

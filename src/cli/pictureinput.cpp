@@ -2,20 +2,24 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <nlohmann/json.hpp>
 
+#include "base/error.h"
+#include "base/samefile.h"
 #include "bids/inheritance.h"
 #include "bids/name.h"
 #include "cli/inputimage.h"
-#include "nifti/convert.h"
+#include "convert/convert.h"
+#include "nifti/filename.h"
 #include "nifti/image.h"
-#include "nifti/outfile.h"
-#include "picture/error.h"
 #include "picture/headmask.h"
 #include "picture/warp.h"
 
+namespace mirel {
+
 namespace {
 
-using namespace mirel::picture;
+using namespace picture;
 
 std::string plainName(const std::string& file) {
   const std::string name = std::filesystem::path(file).filename().string();
@@ -54,7 +58,7 @@ class SceneReader {
     if (isMapFile(file)) return layer;
     std::vector<std::string> ignored;
     placeBy(nifti::hasNiftiName(file) ? nifti::Reader(file).header()
-                                      : nifti::referenceHeader(file, ignored),
+                                      : convert::referenceHeader(file, ignored),
             layer);
     return layer;
   }
@@ -169,6 +173,8 @@ PictureScene readPictureScene(const PictureFiles& files, const std::string& out)
   for (const auto& group : {files.images, files.maps, files.contours,
                             std::vector<std::string>{files.anatomy, files.measured}})
     for (const std::string& file : group)
-      if (!file.empty()) nifti::refuseOverwrite(out, file);
+      if (!file.empty()) refuseOverwrite(out, file);
   return SceneReader(files).read();
 }
+
+}  // namespace mirel

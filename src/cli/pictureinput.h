@@ -6,6 +6,8 @@
 
 #include "picture/picture.h"
 
+namespace mirel {
+
 /// The files that a picture is made of.
 struct PictureFiles {
   std::vector<std::string> images;  ///< files that hold maps are recognised
@@ -21,7 +23,7 @@ struct PictureFiles {
 };
 
 struct PictureScene {
-  mirel::picture::Scene scene;
+  picture::Scene scene;
   std::vector<std::string> notes;  ///< sentences for the user
 };
 
@@ -32,3 +34,5 @@ struct PictureScene {
 /// Errors   a sentence naming the file: see readInputVolume; vectors of another number of
 ///          components; `out` is one of the files; nothing to draw.
 PictureScene readPictureScene(const PictureFiles& files, const std::string& out);
+
+}  // namespace mirel

@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+namespace mirel {
+
 namespace {
 
 constexpr int barWidth = 24;
@@ -76,3 +78,5 @@ void ProgressBar::clear() {
   }
   drawn = false;
 }
+
+}  // namespace mirel

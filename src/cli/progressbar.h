@@ -3,6 +3,8 @@
 #include <chrono>
 #include <string>
 
+namespace mirel {
+
 /// Where a long job stands, on standard error: on a terminal one line that is redrawn, with the
 /// stage, a bar, the percentage and the time left of the stage; elsewhere a line per stage.
 class ProgressBar {
@@ -34,3 +36,5 @@ class ProgressBar {
   Clock::time_point start, lastDrawn;
   bool drawn = false;
 };
+
+}  // namespace mirel

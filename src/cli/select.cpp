@@ -2,11 +2,13 @@
 #include <iostream>
 #include <memory>
 
+#include "base/error.h"
 #include "cli/command.h"
-#include "host/hosterror.h"
-#include "host/projectinfo.h"
+#include "files/projectinfo.h"
 #include "host/session.h"
 #include "host/task.h"
+
+namespace mirel {
 
 namespace {
 
@@ -19,11 +21,11 @@ constexpr const char* description =
 /// The selection task for a file of this name.
 std::string taskFor(const std::string& fileName) {
   refuseImpossibleName(fileName);
-  const bool isMap = fileName.ends_with("_vdm.map");
+  const bool isMap = isVdmName(fileName);
   if (!isMap && !isProjectName(fileName))
-    throw HostError(fileName + " is neither a project (.fmr, .dmr) nor a map (_vdm.map)");
+    throw Error(fileName + " is neither a project (.fmr, .dmr) nor a map (_vdm.map)");
   std::error_code error;
-  if (!std::filesystem::exists(fileName, error)) throw HostError("there is no file " + fileName);
+  if (!std::filesystem::exists(fileName, error)) throw Error("there is no file " + fileName);
   return isMap ? "select_vdm" : "select_fmr_or_dmr";
 }
 
@@ -42,11 +44,13 @@ int runSelect(const std::string& fileName, const std::string& pluginFile) {
 
 }  // namespace
 
-void addSelectCommand(CLI::App& app, Program& program) {
-  CLI::App* command = app.add_subcommand("select", description);
+void addSelectCommand(Command& app, Program& program) {
+  Command* command = app.add_subcommand("select", description);
   const auto file = std::make_shared<std::string>();
   command->add_option("FILE", *file, "The file to pick")->type_name("")->required();
   command->callback([file, &program] {
     program.action = [file, &program] { return runSelect(*file, program.pluginFile); };
   });
 }
+
+}  // namespace mirel

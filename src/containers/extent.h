@@ -7,7 +7,7 @@
 #include <string>
 
 /// Helpers that the three containers share.
-namespace extent {
+namespace mirel::extent {
 
 /// Throws std::length_error, with the sizes in its text, unless the sizes are not negative and
 /// their product fits a signed 32-bit integer (the range of every index in the program).
@@ -36,4 +36,4 @@ inline int mirrorIndex(int i, int n) {
   return static_cast<int>(r < n ? r : period - r);
 }
 
-}  // namespace extent
+}  // namespace mirel::extent

@@ -4,6 +4,8 @@
 #include <ostream>
 #include <utility>
 
+namespace mirel {
+
 template <typename T>
 Matrix<T>::Matrix(glm::ivec2 d) {
   extent::check("Matrix", d[0], d[1]);
@@ -208,3 +210,5 @@ template class Matrix<float>;
 template class Matrix<double>;
 template std::ostream& operator<<(std::ostream&, const Matrix<float>&);
 template std::ostream& operator<<(std::ostream&, const Matrix<double>&);
+
+}  // namespace mirel

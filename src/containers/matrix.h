@@ -7,6 +7,8 @@
 #include "containers/extent.h"
 #include "containers/vector.h"
 
+namespace mirel {
+
 /// Dense 2-D array, for float and double, column-major: element (i, j), row i and column j,
 /// lives at j*rows + i, so the row index runs fastest.
 ///
@@ -99,3 +101,5 @@ std::ostream& operator<<(std::ostream& os, const Matrix<T>& matrix);
 
 extern template class Matrix<float>;
 extern template class Matrix<double>;
+
+}  // namespace mirel

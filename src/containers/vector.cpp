@@ -4,6 +4,8 @@
 #include <ostream>
 #include <utility>
 
+namespace mirel {
+
 template <typename T>
 Vector<T>::Vector(int n) {
   extent::check("Vector", n);
@@ -140,3 +142,5 @@ template class Vector<float>;
 template class Vector<double>;
 template std::ostream& operator<<(std::ostream&, const Vector<float>&);
 template std::ostream& operator<<(std::ostream&, const Vector<double>&);
+
+}  // namespace mirel

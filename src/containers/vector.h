@@ -5,6 +5,8 @@
 
 #include "containers/extent.h"
 
+namespace mirel {
+
 /// Dense 1-D array, for float and double: image columns and coordinate lists.
 ///
 /// As for `Volume`, only `get` and `linear` are defined outside the vector, two-operand
@@ -81,3 +83,5 @@ std::ostream& operator<<(std::ostream& os, const Vector<T>& vector);
 
 extern template class Vector<float>;
 extern template class Vector<double>;
+
+}  // namespace mirel

@@ -8,6 +8,10 @@
 #include <type_traits>
 #include <utility>
 
+#include "containers/exchange.h"
+
+namespace mirel {
+
 namespace {
 
 // dst[i] = operation(a[i]); the integer instantiations narrow back from int.
@@ -219,11 +223,7 @@ T Volume<T>::mean() const {
 
 template <typename T>
 Volume<T> Volume<T>::transposeXY() const {
-  Volume result(dims.y, dims.x, dims.z);
-  for (int z = 0; z < dims.z; ++z)
-    for (int y = 0; y < dims.y; ++y)
-      for (int x = 0; x < dims.x; ++x) result.at(y, x, z) = at(x, y, z);
-  return result;
+  return exchangedWithY(*this, 0);
 }
 
 namespace {
@@ -269,3 +269,5 @@ MIREL_INSTANTIATE(double)
 MIREL_INSTANTIATE(unsigned char)
 MIREL_INSTANTIATE(unsigned short)
 #undef MIREL_INSTANTIATE
+
+}  // namespace mirel

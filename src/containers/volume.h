@@ -6,6 +6,8 @@
 
 #include "containers/extent.h"
 
+namespace mirel {
+
 /// Dense 3-D array of voxels, x fastest: element (x, y, z) lives at (z*ny + y)*nx + x.
 ///
 /// Instantiated for float (images, displacement maps, kernels), double, unsigned char and
@@ -122,3 +124,5 @@ extern template class Volume<float>;
 extern template class Volume<double>;
 extern template class Volume<unsigned char>;
 extern template class Volume<unsigned short>;
+
+}  // namespace mirel

@@ -2,6 +2,8 @@
 
 #include <iomanip>
 
+namespace mirel {
+
 CNTextFileReader::CNTextFileReader(const std::string& fileName) : std::ifstream(fileName) {}
 
 bool CNTextFileReader::readToken(const std::string& wanted) {
@@ -104,3 +106,5 @@ void CNTextFileWriter::saveQuoted(const std::string& v, const std::string& label
 void CNTextFileWriter::writeSectionHeader(const std::string& name) { *this << name << "\n"; }
 
 void CNTextFileWriter::writeBlankLine() { *this << "\n"; }
+
+}  // namespace mirel

@@ -3,6 +3,8 @@
 #include <fstream>
 #include <string>
 
+namespace mirel {
+
 /// Reader of a text file of labelled values, asked for its keys in file order:
 ///
 ///   file  = { token }          tokens are separated by white space
@@ -65,3 +67,5 @@ class CNTextFileWriter : public std::ofstream {
 
   int labelWidth = 0;
 };
+
+}  // namespace mirel

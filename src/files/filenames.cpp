@@ -1,5 +1,7 @@
 #include "files/filenames.h"
 
+namespace mirel {
+
 namespace {
 
 /// The position of the first character of the file's own name.
@@ -54,3 +56,5 @@ std::string removeEnclosingWhiteSpaces(const std::string& text) {
 bool hasExtension(const std::string& name, const std::string& extension) {
   return name.ends_with("." + extension);
 }
+
+}  // namespace mirel

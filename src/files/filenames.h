@@ -2,6 +2,8 @@
 
 #include <string>
 
+namespace mirel {
+
 /// Pure functions of file names; none touches the file system. "/" and backslash both separate
 /// directories. The extension is everything from the last dot of the whole name on: where the
 /// file itself has no dot, a dot in a directory's name counts. Comparisons are case-sensitive.
@@ -31,3 +33,5 @@ std::string getLastCharacters(const std::string& text, unsigned int n);
 std::string removeEnclosingWhiteSpaces(const std::string& text);
 /// Whether the name ends with "." + `extension`.
 bool hasExtension(const std::string& name, const std::string& extension);
+
+}  // namespace mirel

@@ -1,13 +1,16 @@
 #pragma once
 
-#include <stdexcept>
 #include <string>
+
+#include "base/error.h"
+
+namespace mirel {
 
 /// The failures of project files. `what()` is the message as given: a fixed prefix and the file's
 /// name, or a sentence that names the file and the numbers that are wrong.
-class IOError : public std::runtime_error {
+class IOError : public Error {
  public:
-  explicit IOError(const std::string& message) : std::runtime_error(message) {}
+  explicit IOError(const std::string& message) : Error(message) {}
 };
 
 /// A file cannot be opened for reading.
@@ -27,3 +30,5 @@ class WriteFileError : public IOError {
  public:
   explicit WriteFileError(const std::string& message) : IOError(message) {}
 };
+
+}  // namespace mirel

@@ -4,6 +4,8 @@
 #include <istream>
 #include <ostream>
 
+namespace mirel {
+
 namespace {
 
 /// The label, left-justified in a field of the line's width.
@@ -97,3 +99,5 @@ void printYesNoIfAllSet(const Line<bool>& line, std::ostream& os, int n) {
   os << (line.value() ? "YES" : "NO");
   printLineFeeds(os, n);
 }
+
+}  // namespace mirel

@@ -5,6 +5,11 @@
 #include <type_traits>
 #include <utility>
 
+namespace mirel {
+
+/// How a line of text writes its value.
+enum class LineQuotes { none, around };
+
 /// One line of a project header:
 ///
 ///   line  = key ":" { " " | tab } value "\n"
@@ -28,6 +33,16 @@ class Line {
     storedName = std::move(name);
     storedValue = value;
     storedWidth = width;
+    holdsValue = true;
+  }
+
+  /// A set line of text, with or without double quotes around the value in the file.
+  void set(std::string name, std::string value, int width,
+           LineQuotes quotes) requires(std::is_same_v<T, std::string>) {
+    storedName = std::move(name);
+    storedValue = std::move(value);
+    storedWidth = width;
+    quoted = quotes == LineQuotes::around;
     holdsValue = true;
   }
 
@@ -82,3 +97,5 @@ void readYesNo(Line<bool>& line, std::istream& is, const std::string& label);
 
 /// As `Line::printLineIfAllSet`, with the value written as YES or NO.
 void printYesNoIfAllSet(const Line<bool>& line, std::ostream& os, int n);
+
+}  // namespace mirel

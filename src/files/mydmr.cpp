@@ -5,6 +5,8 @@
 #include "files/filenames.h"
 #include "files/ioerror.h"
 
+namespace mirel {
+
 DMR::DMR(std::string name, bool loadData) : ProjectHeader(std::move(name)) {
   readHeader();
   if (loadData)
@@ -111,3 +113,5 @@ void DMR::SaveAs(std::string newFileName) {
   Prefix.updateValue(removeExtension(getFileName(fileName)));
   Save();
 }
+
+}  // namespace mirel

@@ -3,10 +3,13 @@
 #include <glm/vec3.hpp>
 #include <iosfwd>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "containers/volume.h"
 #include "files/projectheader.h"
+
+namespace mirel {
 
 /// A diffusion run project: a text header (".dmr", `ProjectHeader`), which may end in a gradient
 /// table, and one data file (".dwi") beside it, named after the header's Prefix. The data file
@@ -37,6 +40,8 @@ class DMR : public ProjectHeader {
   /// "Failed opening for reading: " + name; ReadFileError for impossible sizes; those of
   /// `LoadDWI`.
   DMR(std::string fileName, bool loadData);
+  /// A new project: no line is set, nothing is read or written.
+  static DMR blank(std::string fileName) { return DMR(std::move(fileName)); }
   ~DMR() = default;
   DMR(const DMR&) = default;
   DMR(DMR&&) = default;
@@ -63,8 +68,12 @@ class DMR : public ProjectHeader {
   void SaveAs(std::string newFileName);
 
  private:
+  explicit DMR(std::string name) : ProjectHeader(std::move(name)) {}
+
   void readHeader();
   void readGradientLine(std::istream& is, const std::string& token);
   void readGradientTable(std::istream& is);
   void printGradientTable(std::ostream& os) const;
 };
+
+}  // namespace mirel

@@ -5,6 +5,8 @@
 #include "files/filenames.h"
 #include "files/ioerror.h"
 
+namespace mirel {
+
 FMR::FMR(std::string name, bool loadData) : ProjectHeader(std::move(name)) {
   readHeader();
   if (loadData)
@@ -93,3 +95,5 @@ void FMR::SaveAs(std::string newFileName) {
   Prefix.updateValue(removeExtension(getFileName(fileName)));
   Save();
 }
+
+}  // namespace mirel

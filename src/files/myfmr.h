@@ -2,10 +2,13 @@
 
 #include <iosfwd>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "containers/volume.h"
 #include "files/projectheader.h"
+
+namespace mirel {
 
 /// A functional run project: a text header (".fmr", `ProjectHeader`) and one data file (".stc")
 /// beside it, named after the header's Prefix. The data file holds samples only (`SampleFormat`),
@@ -30,6 +33,8 @@ class FMR : public ProjectHeader {
   /// Errors: OpenFileError "Failed opening for reading: " + name; ReadFileError for impossible
   /// sizes and for a slice timing table longer than the file; those of `LoadSTC`.
   FMR(std::string fileName, bool loadData);
+  /// A new project: no line is set, nothing is read or written.
+  static FMR blank(std::string fileName) { return FMR(std::move(fileName)); }
   ~FMR() = default;
   FMR(const FMR&) = default;
   FMR(FMR&&) = default;
@@ -54,6 +59,10 @@ class FMR : public ProjectHeader {
   void SaveAs(std::string newFileName);
 
  private:
+  explicit FMR(std::string name) : ProjectHeader(std::move(name)) {}
+
   void readHeader();
   void readSliceTimingTable(std::istream& is);
 };
+
+}  // namespace mirel

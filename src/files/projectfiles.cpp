@@ -9,6 +9,8 @@
 #include "files/ioerror.h"
 #include "files/projectheader.h"
 
+namespace mirel {
+
 namespace {
 
 // What a volume takes in memory apart from its voxels: so many empty volumes count as well.
@@ -127,3 +129,5 @@ void ProjectHeader::writeData(const std::string& name, const std::string& openEr
 }
 
 std::uintmax_t ProjectHeader::headerBytes() const { return fileBytes(fileName); }
+
+}  // namespace mirel

@@ -7,6 +7,8 @@
 
 #include "files/ioerror.h"
 
+namespace mirel {
+
 namespace {
 
 constexpr std::string_view positionSection = "PositionInformationFromImageHeaders";
@@ -140,3 +142,5 @@ void ProjectHeader::printPositionBlock(std::ostream& os) const {
 }
 
 void ProjectHeader::printTrailer(std::ostream& os) const { visitTrailer(*this, printer(os)); }
+
+}  // namespace mirel

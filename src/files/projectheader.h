@@ -11,6 +11,8 @@
 #include "files/line.h"
 #include "files/rawdata.h"
 
+namespace mirel {
+
 /// What functional and diffusion projects have in common: the header lines, the position block,
 /// and the care that is taken with sizes, volumes and files. A header is text:
 ///
@@ -52,6 +54,12 @@ class ProjectHeader {
   Line<int> NrOfPastSpatialTransformations;
   Line<std::string> LeftRightConvention, FirstDataSourceFile;
 
+  glm::ivec3 dimensions() const { return {ResolutionX, ResolutionY, NrOfSlices}; }
+  /// Samples are 32-bit floats when DataType is set and 2, otherwise 16-bit integers.
+  SampleFormat sampleFormat() const;
+  /// The directory of `fileName` + Prefix + `extension` (with its dot).
+  std::string dataFileName(const std::string& extension) const;
+
  protected:
   explicit ProjectHeader(std::string name);
 
@@ -78,10 +86,6 @@ class ProjectHeader {
   /// Errors: ReadFileError, with the file and the numbers, for negative sizes, more than 2^31 - 1
   /// voxels per volume, or a total that memory cannot address.
   void checkSizes() const;
-  /// Samples are 32-bit floats when DataType is set and 2, otherwise 16-bit integers.
-  SampleFormat sampleFormat() const;
-  /// The directory of `fileName` + Prefix + `extension` (with its dot).
-  std::string dataFileName(const std::string& extension) const;
   /// Opens a data file. Errors: OpenFileError, `errorPrefix` + name.
   static std::ifstream openData(const std::string& name, const std::string& errorPrefix);
   /// NrOfVolumes volumes of the header's dimensions, elements not initialised. Errors:
@@ -103,10 +107,11 @@ class ProjectHeader {
   static void writeData(const std::string& name, const std::string& openErrorPrefix,
                         const std::function<void(std::ostream&)>& write);
 
-  glm::ivec3 dimensions() const { return {ResolutionX, ResolutionY, NrOfSlices}; }
   /// The size of the header file in bytes; 0 when unknown.
   std::uintmax_t headerBytes() const;
 
  private:
   std::string describeSizes() const;
 };
+
+}  // namespace mirel

@@ -8,6 +8,8 @@
 #include <istream>
 #include <ostream>
 
+namespace mirel {
+
 static_assert(std::endian::native == std::endian::little,
               "data files are little-endian and read without swapping");
 
@@ -104,3 +106,5 @@ void wrapToInt16(const float* src, std::int16_t* dst, std::size_t n) {
   }
   std::transform(src + i, src + n, dst + i, wrapOne);
 }
+
+}  // namespace mirel

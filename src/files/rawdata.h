@@ -5,6 +5,8 @@
 #include <iosfwd>
 #include <memory>
 
+namespace mirel {
+
 /// Blocks of samples in the data files of projects: little-endian, without a file header,
 ///
 ///   int16    2 bytes, signed
@@ -43,3 +45,5 @@ class SampleWriter {
 /// -32768 .. 32767 wrap around (70000.7 gives 4464). NaN, infinities and magnitudes of 2^63 or
 /// more give 0.
 void wrapToInt16(const float* src, std::int16_t* dst, std::size_t n);
+
+}  // namespace mirel

@@ -4,6 +4,8 @@
 
 #include <cstdio>
 
+namespace mirel {
+
 Console::Console() : spinner(STDERR_FILENO) {}
 
 void Console::writeLine(const std::string& text) {
@@ -27,3 +29,5 @@ void Console::messageBox(const std::string& text) {
 }
 
 void Console::warn(const std::string& sentence) { writeLine("Warning: " + sentence); }
+
+}  // namespace mirel

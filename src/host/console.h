@@ -5,6 +5,8 @@
 
 #include "host/spinner.h"
 
+namespace mirel {
+
 /// What the plugin shows to the user, on standard error: log lines, message boxes and the busy
 /// cursor, and what the program itself has to say between them.
 class Console {
@@ -39,3 +41,5 @@ class Console {
   int errorCount = 0;
   int findingCount = 0;
 };
+
+}  // namespace mirel

@@ -6,6 +6,8 @@
 
 #include "host/session.h"
 
+namespace mirel {
+
 namespace {
 
 /// Runs `action`; its failure is shown as an "Error: " box instead of passing into the plugin.
@@ -81,3 +83,5 @@ void ztLoadMAPsToCurrentFMR(const char* fileName) {
   reportingFailure([=] { hostSession().maps.load(fileName); });
 }
 }
+
+}  // namespace mirel

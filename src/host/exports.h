@@ -2,6 +2,8 @@
 
 #include <cstddef>
 
+namespace mirel {
+
 /// The functions that the program exports to the plugin, under their plain names. They work on
 /// `hostSession()`. None of them lets an exception out: a failure becomes an "Error: " box. They
 /// are listed in exports.syms, from which the linker makes the program's dynamic symbols.
@@ -44,3 +46,5 @@ MIREL_HOST_EXPORT void* zt_fftwf_plan_dft_c2r_3d(int n0, int n1, int n2, float (
 MIREL_HOST_EXPORT void zt_fftwf_execute(void* plan);
 MIREL_HOST_EXPORT void zt_fftwf_destroy_plan(void* plan);
 }
+
+}  // namespace mirel

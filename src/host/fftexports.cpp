@@ -2,6 +2,8 @@
 
 #include "host/exports.h"
 
+namespace mirel {
+
 extern "C" {
 
 void* zt_fftwf_malloc(std::size_t bytes) { return fftwf_malloc(bytes); }
@@ -20,3 +22,5 @@ void zt_fftwf_execute(void* plan) { fftwf_execute(static_cast<fftwf_plan>(plan))
 
 void zt_fftwf_destroy_plan(void* plan) { fftwf_destroy_plan(static_cast<fftwf_plan>(plan)); }
 }
+
+}  // namespace mirel

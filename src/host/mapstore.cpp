@@ -2,8 +2,10 @@
 
 #include <utility>
 
-#include "host/hosterror.h"
-#include "host/mapfile.h"
+#include "base/error.h"
+#include "files/mapfile.h"
+
+namespace mirel {
 
 namespace {
 
@@ -40,7 +42,7 @@ void MapStore::create() {
   map.reset();
   slices.clear();
   if (current.dimX < 1 || current.dimY < 1 || current.dimZ < 1)
-    throw HostError("cannot create a map: no project is current");
+    throw Error("cannot create a map: no project is current");
   Map fresh;
   fresh.header = current;
   fresh.values.assign(static_cast<std::size_t>(current.dimX) *
@@ -56,7 +58,7 @@ float** MapStore::get(MapHeader& header) {
 }
 
 void MapStore::setParameters(const MapHeader& header) {
-  if (!map) throw HostError("cannot set the parameters of a map: there is none");
+  if (!map) throw Error("cannot set the parameters of a map: there is none");
   map->header.kind = header.kind;
   map->header.param1 = header.param1;
   map->header.param2 = header.param2;
@@ -65,7 +67,7 @@ void MapStore::setParameters(const MapHeader& header) {
 }
 
 void MapStore::save(const std::string& fileName) const {
-  if (!map) throw HostError("cannot write the map " + fileName + ": there is no map to write");
+  if (!map) throw Error("cannot write the map " + fileName + ": there is no map to write");
   writeMapFile(fileName, *map);
 }
 
@@ -74,7 +76,9 @@ void MapStore::load(const std::string& fileName) {
   slices.clear();
   Map loaded = readMapFile(fileName);
   if (!sameDimensions(loaded.header, current))
-    throw HostError("cannot load the map " + fileName + ": it is " + dimensionText(loaded.header) +
-                    ", but the current project is " + dimensionText(current));
+    throw Error("cannot load the map " + fileName + ": it is " + dimensionText(loaded.header) +
+                ", but the current project is " + dimensionText(current));
   hold(std::move(loaded));
 }
+
+}  // namespace mirel

@@ -4,7 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "host/map.h"
+#include "files/map.h"
+
+namespace mirel {
 
 /// The maps of the host's current FMR, as far as the plugin uses them: one map at a time.
 ///
@@ -17,7 +19,7 @@ class MapStore {
   void setCurrentDimensions(int dimX, int dimY, int dimZ);
 
   /// A new map of zeros for the current FMR, in place of the one before.
-  /// Errors   HostError when no project is current.
+  /// Errors   Error when no project is current.
   void create();
 
   /// Fills all eight fields of `header` and returns one array per slice (x fastest), valid until
@@ -25,15 +27,15 @@ class MapStore {
   float** get(MapHeader& header);
 
   /// Takes kind, parameters, reserved word and flag from `header`; the dimensions stay.
-  /// Errors   HostError when there is no map.
+  /// Errors   Error when there is no map.
   void setParameters(const MapHeader& header);
 
-  /// Writes the map to `fileName`. Errors: HostError when there is no map or it cannot be written.
+  /// Writes the map to `fileName`. Errors: Error when there is no map or it cannot be written.
   void save(const std::string& fileName) const;
 
   /// Puts the map of `fileName` in place of the one before. A failure leaves no map at all, so
   /// that nobody takes an earlier map for this one.
-  /// Errors   HostError: a file that `readMapFile` refuses; dimensions that are not those of the
+  /// Errors   Error: a file that `readMapFile` refuses; dimensions that are not those of the
   ///          current FMR.
   void load(const std::string& fileName);
 
@@ -44,3 +46,5 @@ class MapStore {
   std::optional<Map> map;
   std::vector<float*> slices;
 };
+
+}  // namespace mirel

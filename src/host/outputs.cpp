@@ -5,81 +5,48 @@
 
 #include <filesystem>
 
-#include "host/hosterror.h"
+#include "base/error.h"
+#include "base/samefile.h"
+
+namespace mirel {
 
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string stemOf(const std::string& project) { return project.substr(0, project.rfind('.')); }
-
-std::string extensionOf(const std::string& project) {
-  const std::size_t dot = project.rfind('.');
-  return dot == std::string::npos ? "" : project.substr(dot);
-}
-
-fs::path resolved(const std::string& name) {
-  std::error_code error;
-  const fs::path path(name);
-  const fs::path folder = path.has_parent_path() ? path.parent_path() : fs::path(".");
-  fs::path canonical = fs::weakly_canonical(folder, error);
-  if (error) canonical = fs::absolute(folder, error);
-  return canonical / path.filename();
-}
 
 void refuseOverwriting(const ProjectInfo& source, const std::string& output,
                        const std::vector<ProjectInfo>& projects) {
   for (const ProjectInfo& project : projects)
     for (const std::string& input : {project.fileName, project.dataFileName})
       if (sameFile(output, input))
-        throw HostError("the corrected copy of " + source.fileName + " would overwrite " + input +
-                        ", which is an input");
+        throw Error("the corrected copy of " + source.fileName + " would overwrite " + input +
+                    ", which is an input");
 }
 
 }  // namespace
 
-std::string vdmMapName(const std::string& project) { return stemOf(project) + "_vdm.map"; }
-
-std::string vdmDerivativeMapName(const std::string& project) {
-  return stemOf(project) + "_vdmderiv.map";
-}
-
-std::string correctedProjectName(const std::string& project) {
-  return stemOf(project) + "_undist" + extensionOf(project);
-}
-
-std::string correctedDataName(const std::string& project) {
-  return stemOf(project) + "_undist" + (extensionOf(project) == ".fmr" ? ".stc" : ".dwi");
-}
-
-bool sameFile(const std::string& a, const std::string& b) {
-  std::error_code error;
-  if (fs::equivalent(a, b, error)) return true;
-  return resolved(a) == resolved(b);
-}
-
 void refuseSharedMaps(const std::string& projectA, const std::string& projectB) {
   if (sameFile(projectA, projectB))
-    throw HostError(projectA + " and " + projectB +
-                    " are the same file: the estimate needs two projects with opposite "
-                    "phase-encoding directions");
-  if (sameFile(vdmMapName(projectA), vdmMapName(projectB)))
-    throw HostError("the maps of " + projectA + " and " + projectB + " would both be " +
-                    vdmMapName(projectA) + "; rename one of the projects");
+    throw Error(projectA + " and " + projectB +
+                " are the same file: the estimate needs two projects with opposite "
+                "phase-encoding directions");
+  if (sameFile(vdm_filename(projectA), vdm_filename(projectB)))
+    throw Error("the maps of " + projectA + " and " + projectB + " would both be " +
+                vdm_filename(projectA) + "; rename one of the projects");
 }
 
 void refuseOtherDimensions(const ProjectInfo& project, const std::string& wanted,
                            const std::string& reference) {
   if (project.dimensionText() != wanted)
-    throw HostError(project.fileName + " is " + project.dimensionText() + " voxels, but " +
-                    reference + " is " + wanted + ": they must have the same dimensions");
+    throw Error(project.fileName + " is " + project.dimensionText() + " voxels, but " + reference +
+                " is " + wanted + ": they must have the same dimensions");
 }
 
 void refuseOverwrittenInputs(const std::vector<ProjectInfo>& projects) {
   for (std::size_t i = 0; i < projects.size(); ++i) {
     for (std::size_t j = 0; j < i; ++j)
       if (sameFile(projects[i].fileName, projects[j].fileName))
-        throw HostError(projects[i].fileName + " is listed twice");
+        throw Error(projects[i].fileName + " is listed twice");
     refuseOverwriting(projects[i], correctedProjectName(projects[i].fileName), projects);
     refuseOverwriting(projects[i], correctedDataName(projects[i].fileName), projects);
   }
@@ -95,11 +62,11 @@ void ExpectedOutputs::add(const std::string& fileName) {
   const fs::path path(fileName);
   const fs::path folder = path.has_parent_path() ? path.parent_path() : fs::path(".");
   if (access(folder.c_str(), W_OK | X_OK) != 0)
-    throw HostError("cannot write " + fileName + ": the folder " + folder.string() +
-                    " is not writable");
+    throw Error("cannot write " + fileName + ": the folder " + folder.string() +
+                " is not writable");
   std::error_code error;
   if (fs::is_directory(path, error))
-    throw HostError("cannot write " + fileName + ": a folder has this name");
+    throw Error("cannot write " + fileName + ": a folder has this name");
   outputs.push_back({fileName, stampOf(fileName)});
 }
 
@@ -117,3 +84,5 @@ std::vector<std::string> ExpectedOutputs::names() const {
   for (const Output& output : outputs) result.push_back(output.name);
   return result;
 }
+
+}  // namespace mirel

@@ -3,30 +3,20 @@
 #include <string>
 #include <vector>
 
-#include "host/projectinfo.h"
+#include "files/projectinfo.h"
 
-/// Names of the files that the plugin writes for the project /data/run1.fmr:
-/// /data/run1_vdm.map, /data/run1_vdmderiv.map, /data/run1_undist.fmr and its data file
-/// /data/run1_undist.stc.
-std::string vdmMapName(const std::string& project);
-std::string vdmDerivativeMapName(const std::string& project);
-std::string correctedProjectName(const std::string& project);
-std::string correctedDataName(const std::string& project);
+namespace mirel {
 
-/// True when both names lead to the same file, whether or not it exists: folders are resolved
-/// ("./run1.fmr" is "run1.fmr"), and existing files are compared as the system sees them.
-bool sameFile(const std::string& a, const std::string& b);
-
-/// Errors   HostError: the two projects are one file, or their maps would get the same name
+/// Errors   Error: the two projects are one file, or their maps would get the same name
 ///          (run1.fmr and run1.dmr in one folder).
 void refuseSharedMaps(const std::string& projectA, const std::string& projectB);
 
-/// Errors   HostError: `project` does not have the dimensions `wanted` (such as "64x64x30") of
+/// Errors   Error: `project` does not have the dimensions `wanted` (such as "64x64x30") of
 ///          `reference`.
 void refuseOtherDimensions(const ProjectInfo& project, const std::string& wanted,
                            const std::string& reference);
 
-/// Errors   HostError: a project is listed twice, or the corrected copy of one would overwrite
+/// Errors   Error: a project is listed twice, or the corrected copy of one would overwrite
 ///          the header or the data of one of them.
 void refuseOverwrittenInputs(const std::vector<ProjectInfo>& projects);
 
@@ -34,7 +24,7 @@ void refuseOverwrittenInputs(const std::vector<ProjectInfo>& projects);
 /// every write that fails.
 class ExpectedOutputs {
  public:
-  /// Errors   HostError: the folder of `fileName` cannot be written to, or the name is a folder.
+  /// Errors   Error: the folder of `fileName` cannot be written to, or the name is a folder.
   void add(const std::string& fileName);
 
   /// The expected files that were not written since they were added.
@@ -59,3 +49,5 @@ class ExpectedOutputs {
 
   std::vector<Output> outputs;
 };
+
+}  // namespace mirel

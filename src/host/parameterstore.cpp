@@ -2,7 +2,9 @@
 
 #include <algorithm>
 
-#include "host/hosterror.h"
+#include "base/error.h"
+
+namespace mirel {
 
 void copyToTextBuffer(const std::string& text, char* buffer) {
   const std::size_t count = std::min(text.size(), longestText);
@@ -12,9 +14,9 @@ void copyToTextBuffer(const std::string& text, char* buffer) {
 
 void ParameterStore::setText(const std::string& name, const std::string& value) {
   if (value.size() > longestText)
-    throw HostError("the dialog parameter \"" + name + "\" holds at most " +
-                    std::to_string(longestText) + " bytes, but its value has " +
-                    std::to_string(value.size()));
+    throw Error("the dialog parameter \"" + name + "\" holds at most " +
+                std::to_string(longestText) + " bytes, but its value has " +
+                std::to_string(value.size()));
   texts[name] = value;
 }
 
@@ -29,3 +31,5 @@ std::optional<int> ParameterStore::integer(const std::string& name) const {
   const auto found = integers.find(name);
   return found == integers.end() ? std::nullopt : std::optional(found->second);
 }
+
+}  // namespace mirel

@@ -5,6 +5,8 @@
 #include <optional>
 #include <string>
 
+namespace mirel {
+
 /// Bytes of text that the plugin's buffers hold, without the terminator. Nothing longer is
 /// ever handed to the plugin.
 inline constexpr std::size_t longestText = 511;
@@ -16,7 +18,7 @@ void copyToTextBuffer(const std::string& text, char* buffer);
 /// The dialog's named parameters. Texts and integers have separate names, as in the dialog.
 class ParameterStore {
  public:
-  /// Errors   HostError naming the parameter when `value` is longer than `longestText`; the
+  /// Errors   Error naming the parameter when `value` is longer than `longestText`; the
   ///          parameter keeps the value it had.
   void setText(const std::string& name, const std::string& value);
   void setInt(const std::string& name, int value);
@@ -29,3 +31,5 @@ class ParameterStore {
   std::map<std::string, std::string> texts;
   std::map<std::string, int> integers;
 };
+
+}  // namespace mirel

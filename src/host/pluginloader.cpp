@@ -4,7 +4,9 @@
 
 #include <vector>
 
-#include "host/hosterror.h"
+#include "base/error.h"
+
+namespace mirel {
 
 namespace {
 
@@ -26,7 +28,7 @@ template <typename Function>
 Function entryPoint(void* library, const std::filesystem::path& file, const char* name) {
   void* address = dlsym(library, name);
   if (address == nullptr)
-    throw HostError(file.string() + " is not the Mirel plugin: it has no entry point " + name);
+    throw Error(file.string() + " is not the Mirel plugin: it has no entry point " + name);
   return reinterpret_cast<Function>(address);
 }
 
@@ -36,7 +38,7 @@ std::filesystem::path findPlugin(const std::string& chosen) {
   std::error_code error;
   if (!chosen.empty()) {
     if (!std::filesystem::is_regular_file(chosen, error))
-      throw HostError("there is no plugin file " + chosen);
+      throw Error("there is no plugin file " + chosen);
     return chosen;
   }
   std::string searched;
@@ -44,8 +46,8 @@ std::filesystem::path findPlugin(const std::string& chosen) {
     if (std::filesystem::is_regular_file(place, error)) return place;
     searched += (searched.empty() ? "" : ", ") + place.parent_path().string();
   }
-  throw HostError(std::string("cannot find the plugin ") + pluginFileName + " in " + searched +
-                  "; name it with --plugin FILE");
+  throw Error(std::string("cannot find the plugin ") + pluginFileName + " in " + searched,
+              {Advice::Kind::givePlugin});
 }
 
 void Plugin::CloseLibrary::operator()(void* handle) const { dlclose(handle); }
@@ -54,14 +56,16 @@ Plugin::Plugin(const std::filesystem::path& file) {
   // An absolute name: a bare one would be looked up in the system's library folders.
   const std::string fullName = std::filesystem::absolute(file).string();
   library.reset(dlopen(fullName.c_str(), RTLD_NOW | RTLD_LOCAL));
-  if (!library) throw HostError("cannot load the plugin " + file.string() + ": " + dlerror());
+  if (!library) throw Error("cannot load the plugin " + file.string() + ": " + dlerror());
   const auto create = entryPoint<Create>(library.get(), file, "createPlugin");
   const auto getName = entryPoint<Text>(library.get(), file, "getPluginName");
   const auto getVersion = entryPoint<Text>(library.get(), file, "getPluginVersion");
   object.reset(create());
-  if (!object) throw HostError("the plugin " + file.string() + " did not create its object");
+  if (!object) throw Error("the plugin " + file.string() + " did not create its object");
   if (!object->initPlugin())
-    throw HostError("the plugin " + file.string() + " cannot work with this program");
+    throw Error("the plugin " + file.string() + " cannot work with this program");
   pluginName = getName();
   pluginVersion = getVersion();
 }
+
+}  // namespace mirel

@@ -4,13 +4,15 @@
 #include <memory>
 #include <string>
 
-#include "host/plugininterface.h"
+#include "hostapi/cnztplugininterface.h"
+
+namespace mirel {
 
 /// The file to load the plugin from: `chosen` when it is not empty, else the first of these that
 /// exists: libMirelPlugin.so in the folder of the program's own executable, then in
 /// ../lib/mirel, ../lib and the system's library folder relative to it (an installed program).
 ///
-/// Errors   HostError naming the file or the places that were searched.
+/// Errors   Error naming the file or the places that were searched.
 std::filesystem::path findPlugin(const std::string& chosen);
 
 /// A loaded and initialised plugin. Its texts belong to it and end with it.
@@ -18,7 +20,7 @@ class Plugin {
  public:
   /// Loads `file`, creates the plugin object and initialises it.
   ///
-  /// Errors   HostError naming the file: it cannot be loaded, lacks an entry point, creates no
+  /// Errors   Error naming the file: it cannot be loaded, lacks an entry point, creates no
   ///          object, or its initialisation fails (the plugin has then said why).
   explicit Plugin(const std::filesystem::path& file);
 
@@ -40,3 +42,5 @@ class Plugin {
   std::string pluginName;
   std::string pluginVersion;
 };
+
+}  // namespace mirel

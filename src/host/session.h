@@ -6,6 +6,8 @@
 #include "host/mapstore.h"
 #include "host/parameterstore.h"
 
+namespace mirel {
+
 /// Everything that the exported functions work on. The plugin binds them by name and passes no
 /// context, so there is one session in a program.
 struct HostSession {
@@ -17,3 +19,5 @@ struct HostSession {
 };
 
 HostSession& hostSession();
+
+}  // namespace mirel

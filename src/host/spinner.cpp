@@ -8,6 +8,8 @@
 #include <string>
 #include <string_view>
 
+namespace mirel {
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -76,3 +78,5 @@ void Spinner::turn() {
     stopped.wait_for(lock, frameTime, [this] { return !turning; });
   }
 }
+
+}  // namespace mirel

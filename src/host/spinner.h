@@ -5,6 +5,8 @@
 #include <mutex>
 #include <thread>
 
+namespace mirel {
+
 /// The busy cursor of a program without windows: a turning bar with the elapsed minutes and
 /// seconds on the last line of a terminal. On anything else (a file, a pipe, a dumb terminal) it
 /// writes nothing at all. It is drawn by a thread of its own; tasks run on the caller's thread.
@@ -35,3 +37,5 @@ class Spinner {
   std::condition_variable stopped;
   std::thread thread;
 };
+
+}  // namespace mirel

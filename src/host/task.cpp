@@ -2,8 +2,10 @@
 
 #include <iostream>
 
-#include "host/hosterror.h"
+#include "base/error.h"
 #include "host/session.h"
+
+namespace mirel {
 
 bool runTask(Plugin& plugin, const std::string& task) {
   HostSession& session = hostSession();
@@ -33,12 +35,12 @@ bool runTaskOnFiles(Plugin& plugin, const std::string& task,
 }
 
 void refuseImpossibleName(const std::string& fileName) {
-  if (fileName.empty()) throw HostError("a file name is empty");
+  if (fileName.empty()) throw Error("a file name is empty");
   if (fileName.size() > longestText)
-    throw HostError("the file name " + fileName + " has " + std::to_string(fileName.size()) +
-                    " bytes; the plugin takes at most " + std::to_string(longestText));
+    throw Error("the file name " + fileName + " has " + std::to_string(fileName.size()) +
+                " bytes; the plugin takes at most " + std::to_string(longestText));
   if (fileName.find('\n') != std::string::npos)
-    throw HostError("the file name \"" + fileName + "\" contains a line feed");
+    throw Error("the file name \"" + fileName + "\" contains a line feed");
 }
 
 bool reportOutputs(const ExpectedOutputs& outputs) {
@@ -49,3 +51,5 @@ bool reportOutputs(const ExpectedOutputs& outputs) {
   for (const std::string& name : outputs.names()) std::cout << name << "\n";
   return true;
 }
+
+}  // namespace mirel

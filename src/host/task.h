@@ -6,6 +6,8 @@
 #include "host/outputs.h"
 #include "host/pluginloader.h"
 
+namespace mirel {
+
 /// Runs one task of the plugin with the dialog parameters of `hostSession()`.
 /// @return true when no message box appeared.
 bool runTask(Plugin& plugin, const std::string& task);
@@ -21,6 +23,8 @@ bool runTaskOnFiles(Plugin& plugin, const std::string& task, const std::vector<s
 /// @return true when all were written.
 bool reportOutputs(const ExpectedOutputs& outputs);
 
-/// Errors   HostError: an empty name, one that is longer than the plugin's text buffer, or one
+/// Errors   Error: an empty name, one that is longer than the plugin's text buffer, or one
 ///          with a line feed, which would be two names in a list.
 void refuseImpossibleName(const std::string& fileName);
+
+}  // namespace mirel

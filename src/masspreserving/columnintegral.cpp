@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+namespace mirel {
+
 template <typename Real>
 ColumnIntegral<Real>::ColumnIntegral(const Volume<float>& image)
     : nx(image.nx()),
@@ -53,3 +55,5 @@ void ColumnIntegral<Real>::sampleRow(int j, int z, const Real* shift, Real sign,
 
 template class ColumnIntegral<float>;
 template class ColumnIntegral<double>;
+
+}  // namespace mirel

@@ -2,6 +2,8 @@
 
 #include "containers/volume.h"
 
+namespace mirel {
+
 /// The integral of an image along y, from the lower edge of its first voxel:
 ///
 ///   C(p) = integral of I from edge 0 to edge coordinate p,   C(k) = I_0 + ... + I_(k-1)
@@ -36,3 +38,5 @@ class ColumnIntegral {
 
 extern template class ColumnIntegral<float>;
 extern template class ColumnIntegral<double>;
+
+}  // namespace mirel

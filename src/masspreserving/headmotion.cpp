@@ -4,6 +4,8 @@
 #include <cmath>
 #include <glm/geometric.hpp>
 
+namespace mirel {
+
 namespace {
 
 constexpr double smallestShareOfVoxel = 1.0 / 20.0;
@@ -71,3 +73,5 @@ bool MotionEvidence::isMotion(double shortestEdgeMm) const {
 }
 
 bool MotionEvidence::isLarge() const { return displacementMm >= largeMotionMm; }
+
+}  // namespace mirel

@@ -6,6 +6,8 @@
 #include "masspreserving/motionstep.h"
 #include "masspreserving/movedimage.h"
 
+namespace mirel {
+
 /// The head's motion from the first to the second image, as far as it is known.
 struct HeadMotion {
   RigidMotion motion;
@@ -62,3 +64,5 @@ struct MotionEvidence {
   /// frequency wrong, the mean of b is taken for 0 (docs/mass-preserving.md).
   bool isLarge() const;
 };
+
+}  // namespace mirel

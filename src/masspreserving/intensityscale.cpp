@@ -5,6 +5,8 @@
 #include <utility>
 #include <vector>
 
+namespace mirel {
+
 namespace {
 
 double columnTotal(const Volume<float>& image, int x, int z) {
@@ -58,3 +60,5 @@ Volume<float> scaledImage(const Volume<float>& image, double factor) {
   }
   return result;
 }
+
+}  // namespace mirel

@@ -2,6 +2,8 @@
 
 #include "containers/volume.h"
 
+namespace mirel {
+
 /// Mean intensity weighted with the intensity, in size; 0 for an image without signal. Values that
 /// are not finite do not count.
 double signalLevel(const Volume<float>& image);
@@ -13,3 +15,5 @@ double logSignalRatio(const Volume<float>& first, const Volume<float>& second);
 
 /// The image times a factor; values that are not finite become 0.
 Volume<float> scaledImage(const Volume<float>& image, double factor);
+
+}  // namespace mirel

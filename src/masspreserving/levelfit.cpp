@@ -8,6 +8,8 @@
 
 #include "masspreserving/linesolver.h"
 
+namespace mirel {
+
 namespace {
 
 // Length l of the roughness |grad b|^2 + l^2 |laplacian b|^2. Below it bending counts, which is
@@ -122,8 +124,8 @@ MotionStep LevelFit::motionStep(const HalfWayPair& pair, const RigidMotion& moti
   updateWeights();
   objective.linearise(b, gradient);
   MotionStep step =
-      ::motionStep(objective, lineSolver(), gradient, motionDerivatives(pair, b, place), motion,
-                   response, tolerance, maxSolverIterations);
+      mirel::motionStep(objective, lineSolver(), gradient, motionDerivatives(pair, b, place),
+                        motion, response, tolerance, maxSolverIterations);
   const double radius = glm::length(place.firstMm);
   const double largest = std::max(glm::length(translationOf(step.change)),
                                   radius * glm::length(rotationOf(step.change)));
@@ -163,3 +165,5 @@ void LevelFit::updateStatistics(NoiseTails tails) {
   const double roughness = dot(b, rough);
   if (roughness > 0.0) known.roughnessWeight = known.degreesOfFreedom / roughness;
 }
+
+}  // namespace mirel

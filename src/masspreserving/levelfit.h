@@ -6,6 +6,8 @@
 #include "masspreserving/noise.h"
 #include "masspreserving/objective.h"
 
+namespace mirel {
+
 /// What the estimate of noise and smoothness knows (see docs/mass-preserving.md).
 struct FitStatistics {
   ResidualNoise noise;            ///< of r, in intensities
@@ -52,3 +54,5 @@ class LevelFit {
   Objective<float> objective;
   Volume<float> gradient, direction;
 };
+
+}  // namespace mirel

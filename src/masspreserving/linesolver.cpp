@@ -6,6 +6,8 @@
 
 #include "masspreserving/objective.h"
 
+namespace mirel {
+
 template <typename Real>
 LineSolver<Real>::LineSolver(const Roughness<Real>& roughness, const Volume<Real>& blockDiagonal,
                              const Volume<Real>& blockNext)
@@ -158,3 +160,5 @@ template SolveResult improveSolution(
 template SolveResult improveSolution(
     const std::function<void(const Volume<double>&, Volume<double>&)>&, const LineSolver<double>&,
     const Volume<double>&, Volume<double>&, double, int);
+
+}  // namespace mirel

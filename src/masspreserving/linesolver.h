@@ -5,6 +5,8 @@
 #include "containers/volume.h"
 #include "masspreserving/roughness.h"
 
+namespace mirel {
+
 /// Solves, for each column along y on its own, the symmetric positive definite system with the
 /// five bands of a roughness form plus a tridiagonal block (entries (j, j) and (j, j + 1)): the
 /// block-Jacobi part of a Hessian, exact along y. Factored as L D L' without pivoting.
@@ -45,3 +47,5 @@ SolveResult improveSolution(const std::function<void(const Volume<Real>&, Volume
 
 extern template class LineSolver<float>;
 extern template class LineSolver<double>;
+
+}  // namespace mirel

@@ -5,6 +5,8 @@
 #include <utility>
 #include <vector>
 
+namespace mirel {
+
 template <typename Real>
 MassModel<Real>::MassModel(const Volume<float>& first, const Volume<float>& second)
     : size(first.dimensions()), firstIntegral(first), secondIntegral(second) {
@@ -96,3 +98,5 @@ template void correctAlong(const ColumnIntegral<float>&, const Volume<float>&, f
                            Volume<float>&);
 template void correctAlong(const ColumnIntegral<double>&, const Volume<double>&, double,
                            Volume<double>&);
+
+}  // namespace mirel

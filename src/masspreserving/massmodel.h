@@ -3,6 +3,8 @@
 #include "containers/volume.h"
 #include "masspreserving/columnintegral.h"
 
+namespace mirel {
+
 /// The difference of two images that were distorted in opposite directions, after the
 /// displacement b is taken out of both with the signal conserved.
 ///
@@ -56,3 +58,5 @@ extern template void correctAlong(const ColumnIntegral<float>&, const Volume<flo
                                   Volume<float>&);
 extern template void correctAlong(const ColumnIntegral<double>&, const Volume<double>&, double,
                                   Volume<double>&);
+
+}  // namespace mirel

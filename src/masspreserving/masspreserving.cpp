@@ -15,6 +15,8 @@
 #include "masspreserving/pyramid.h"
 #include "masspreserving/transport.h"
 
+namespace mirel {
+
 namespace {
 
 constexpr int fewestVoxels = 12;         // along an axis of the coarsest resolution
@@ -41,7 +43,7 @@ using Images = std::pair<Volume<float>, Volume<float>>;
 class Estimation {
  public:
   Estimation(const MassPreservingOptions& wanted,
-             const std::function<bool(const MassPreservingProgress&)>& listener)
+             const std::function<void(const MassPreservingProgress&)>& listener)
       : options(wanted), progress(listener) {}
 
   MassPreservingResult run(const Volume<float>& first, const Volume<float>& second,
@@ -65,7 +67,7 @@ class Estimation {
   bool isCoarsest(int level) const { return level + 1 == static_cast<int>(levels.size()); }
 
   const MassPreservingOptions& options;
-  const std::function<bool(const MassPreservingProgress&)>& progress;
+  const std::function<void(const MassPreservingProgress&)>& progress;
   std::vector<PyramidLevel> levels;
   std::vector<Images> images;
   Volume<float> b;
@@ -78,10 +80,10 @@ void Estimation::report(int level, int iteration, const LevelFit::Step& step,
                         const FitStatistics& now) {
   ++result.iterations;
   result.solverIterations += step.solverIterations;
-  if (progress && !progress({level, static_cast<int>(levels.size()), iteration, step.energy,
-                             std::sqrt(0.5 * now.noise.variance), now.noise.nu, now.roughnessWeight,
-                             now.degreesOfFreedom, step.largestStep, step.solverIterations}))
-    throw MassPreservingCancelled();
+  if (progress)
+    progress({level, static_cast<int>(levels.size()), iteration, step.energy,
+              std::sqrt(0.5 * now.noise.variance), now.noise.nu, now.roughnessWeight,
+              now.degreesOfFreedom, step.largestStep, step.solverIterations});
 }
 
 // What a resolution starts from: the transport, or what the next coarser one found.
@@ -217,7 +219,7 @@ MassPreservingResult Estimation::run(const Volume<float>& first, const Volume<fl
 MassPreservingResult estimateMassPreserving(
     const Volume<float>& first, const Volume<float>& second, const glm::dvec3& voxelMm,
     const MassPreservingOptions& options,
-    const std::function<bool(const MassPreservingProgress&)>& progress) {
+    const std::function<void(const MassPreservingProgress&)>& progress) {
   if (first.dimensions() != second.dimensions())
     throw std::invalid_argument("the two images of a pair have different sizes");
   for (int axis = 0; axis < 3; ++axis)
@@ -235,3 +237,5 @@ Volume<float> secondUnmoved(const Volume<float>& second, const glm::dvec3& voxel
   const GridPlace place = placeOf(second.dimensions(), voxelMm, glm::ivec3(1));
   return MovedImage(second, place).unmoved(motion, voxelsToEdges(shiftVoxels), -1.0).image;
 }
+
+}  // namespace mirel

@@ -7,6 +7,8 @@
 #include "containers/volume.h"
 #include "numerics/rigidmotion.h"
 
+namespace mirel {
+
 /// What `estimateMassPreserving` does. The defaults are meant for every pair; nothing in them
 /// depends on the images' intensities.
 struct MassPreservingOptions {
@@ -83,13 +85,12 @@ struct MassPreservingResult {
 /// Values   Those that are not finite count as 0. Empty, constant or unrelated images give a map
 ///          of zeros or of small values, never NaN. |b(y+1) - b(y)| < 1 everywhere.
 /// Threads  None. The same input gives the same bits.
-/// Progress Called after each step if given; returning false ends the estimation with
-///          MassPreservingCancelled.
+/// Progress Called after each step if given; what it throws ends the estimation.
 /// Errors   std::invalid_argument if the sizes differ or a voxel edge is not a positive number.
 MassPreservingResult estimateMassPreserving(
     const Volume<float>& first, const Volume<float>& second, const glm::dvec3& voxelMm,
     const MassPreservingOptions& options = {},
-    const std::function<bool(const MassPreservingProgress&)>& progress = {});
+    const std::function<void(const MassPreservingProgress&)>& progress = {});
 
 /// The second image as it would be had the head been where it was in the first: to be corrected
 /// with the negated map like one without motion. Cubic spline interpolation; 0 where the image did
@@ -100,5 +101,4 @@ MassPreservingResult estimateMassPreserving(
 Volume<float> secondUnmoved(const Volume<float>& second, const glm::dvec3& voxelMm,
                             const RigidMotion& motion, const Volume<float>& shiftVoxels);
 
-/// Thrown when the progress function returns false.
-struct MassPreservingCancelled {};
+}  // namespace mirel

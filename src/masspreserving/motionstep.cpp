@@ -7,6 +7,8 @@
 
 #include "masspreserving/massmodel.h"
 
+namespace mirel {
+
 namespace {
 
 // Difference quotients of an image along one axis, per mm; one-sided at the borders.
@@ -178,3 +180,5 @@ double chiSquareOf(const MotionVector& parameters, const MotionStep& step) {
   const MotionMatrix both = step.scatter + step.precision;
   return information.dot(both.ldlt().solve(information));
 }
+
+}  // namespace mirel

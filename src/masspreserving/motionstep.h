@@ -8,6 +8,8 @@
 #include "masspreserving/movedimage.h"
 #include "masspreserving/objective.h"
 
+namespace mirel {
+
 /// The parameters of a small rigid motion that images of one phase-encoding axis can tell: not the
 /// translation along y, which a constant in the displacement does as well.
 constexpr int motionParameters = 5;
@@ -74,3 +76,5 @@ MotionStep motionStep(Objective<float>& objective, const LineSolver<float>& line
                       const std::array<Volume<float>, motionParameters>& derivatives,
                       const RigidMotion& motion, MotionResponse& response, double tolerance,
                       int maxSolverIterations);
+
+}  // namespace mirel

@@ -8,6 +8,8 @@
 
 #include "numerics/bspline.h"
 
+namespace mirel {
+
 namespace {
 
 // The spline's coefficients vanish outside: a continued border keeps that away from the image.
@@ -155,3 +157,5 @@ Volume<float> MovedImage::through(const RigidMotion& motion) {
     }
   return result;
 }
+
+}  // namespace mirel

@@ -6,6 +6,8 @@
 #include "containers/volume.h"
 #include "numerics/rigidmotion.h"
 
+namespace mirel {
+
 /// Where the voxels of a resolution lie, in mm about the middle of the images' own grid.
 struct GridPlace {
   glm::dvec3 voxelMm;
@@ -48,3 +50,5 @@ class MovedImage {
   GridPlace place;
   std::vector<double> coefficients;
 };
+
+}  // namespace mirel

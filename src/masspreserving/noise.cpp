@@ -8,6 +8,8 @@
 #include <numbers>
 #include <vector>
 
+namespace mirel {
+
 namespace {
 
 // A weighted histogram of squared residuals.
@@ -88,3 +90,5 @@ NoiseFit fitNoise(const Volume<Real>& r, const Volume<Real>& s, NoiseTails tails
 
 template NoiseFit fitNoise(const Volume<float>&, const Volume<float>&, NoiseTails);
 template NoiseFit fitNoise(const Volume<double>&, const Volume<double>&, NoiseTails);
+
+}  // namespace mirel

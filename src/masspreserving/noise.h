@@ -4,6 +4,8 @@
 
 #include "containers/volume.h"
 
+namespace mirel {
+
 /// Student's t distribution of residuals: p(r) ~ (1 + r^2 / (nu v))^(-(nu + 1) / 2) / sqrt(v).
 /// For infinite nu normal with variance v.
 struct ResidualNoise {
@@ -36,3 +38,5 @@ NoiseFit fitNoise(const Volume<Real>& residuals, const Volume<Real>& slopes, Noi
 
 extern template NoiseFit fitNoise(const Volume<float>&, const Volume<float>&, NoiseTails);
 extern template NoiseFit fitNoise(const Volume<double>&, const Volume<double>&, NoiseTails);
+
+}  // namespace mirel

@@ -3,6 +3,8 @@
 #include <cmath>
 #include <limits>
 
+namespace mirel {
+
 Barrier::Barrier(double d) {
   const double u = d * d, gap = 1.0 - u;
   if (!(gap > 0.0)) {
@@ -148,3 +150,5 @@ template class Objective<float>;
 template class Objective<double>;
 template double dot(const Volume<float>&, const Volume<float>&);
 template double dot(const Volume<double>&, const Volume<double>&);
+
+}  // namespace mirel

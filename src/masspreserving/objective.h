@@ -4,6 +4,8 @@
 #include "masspreserving/massmodel.h"
 #include "masspreserving/roughness.h"
 
+namespace mirel {
+
 /// The barrier that keeps a voxel's stretch d = b_(j+1) - b_j within (-1, 1):
 /// d^4 / (1 - d^2), infinite outside. It is flat at 0, where fields live, and convex.
 struct Barrier {
@@ -62,3 +64,5 @@ double dot(const Volume<Real>& a, const Volume<Real>& b);
 
 extern template class Objective<float>;
 extern template class Objective<double>;
+
+}  // namespace mirel

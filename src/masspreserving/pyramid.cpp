@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+namespace mirel {
+
 std::vector<PyramidLevel> makePyramid(glm::ivec3 voxels, glm::dvec3 voxelMm, int fewestVoxels) {
   std::vector<PyramidLevel> levels{{voxels, glm::ivec3(1), voxelMm, glm::ivec3(1)}};
   for (;;) {
@@ -146,3 +148,5 @@ template Volume<float> prolong(const Volume<float>&, glm::ivec3, glm::ivec3);
 template Volume<double> prolong(const Volume<double>&, glm::ivec3, glm::ivec3);
 template Volume<float> edgesToVoxels(const Volume<float>&, double);
 template Volume<float> edgesToVoxels(const Volume<double>&, double);
+
+}  // namespace mirel

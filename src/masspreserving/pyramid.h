@@ -5,6 +5,8 @@
 
 #include "containers/volume.h"
 
+namespace mirel {
+
 /// Grids of an estimate from fine to coarse.
 struct PyramidLevel {
   glm::ivec3 voxels;
@@ -48,3 +50,5 @@ extern template Volume<float> prolong(const Volume<float>&, glm::ivec3, glm::ive
 extern template Volume<double> prolong(const Volume<double>&, glm::ivec3, glm::ivec3);
 extern template Volume<float> edgesToVoxels(const Volume<float>&, double);
 extern template Volume<float> edgesToVoxels(const Volume<double>&, double);
+
+}  // namespace mirel

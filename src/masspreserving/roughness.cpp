@@ -1,5 +1,7 @@
 #include "masspreserving/roughness.h"
 
+namespace mirel {
+
 template <typename Real>
 Roughness<Real>::Roughness(glm::ivec3 dimensions, glm::dvec3 spacing, double gradientWeight,
                            double bendingWeight)
@@ -73,3 +75,5 @@ typename Roughness<Real>::BandRow Roughness<Real>::bandRow(int j) const {
 
 template class Roughness<float>;
 template class Roughness<double>;
+
+}  // namespace mirel

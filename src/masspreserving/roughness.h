@@ -4,6 +4,8 @@
 
 #include "containers/volume.h"
 
+namespace mirel {
+
 /// Roughness of a field b on a grid with a spacing h, through the grid's Laplacian
 ///
 ///   (L b)_i = sum over neighbours k of (b_i - b_k) / h_axis^2     (neighbours off the grid: none)
@@ -39,3 +41,5 @@ class Roughness {
 
 extern template class Roughness<float>;
 extern template class Roughness<double>;
+
+}  // namespace mirel

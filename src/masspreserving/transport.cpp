@@ -6,6 +6,8 @@
 #include "masspreserving/linesolver.h"
 #include "masspreserving/objective.h"
 
+namespace mirel {
+
 namespace {
 
 // Edge coordinates below which the given ascending fractions of the profile's signal lie.
@@ -120,3 +122,5 @@ Volume<Real> transportStart(const Volume<float>& first, const Volume<float>& sec
 
 template Volume<float> transportStart(const Volume<float>&, const Volume<float>&, glm::dvec3);
 template Volume<double> transportStart(const Volume<float>&, const Volume<float>&, glm::dvec3);
+
+}  // namespace mirel

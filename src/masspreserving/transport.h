@@ -4,6 +4,8 @@
 
 #include "containers/volume.h"
 
+namespace mirel {
+
 /// Displacement at the edges j = 0 .. n of a column that takes two profiles of n voxels, distorted
 /// in opposite directions, to one: with u1(m) and u2(m) the places below which the fraction m of
 /// the first and of the second profile's signal lies,
@@ -34,3 +36,5 @@ extern template Volume<float> transportStart(const Volume<float>&, const Volume<
                                              glm::dvec3);
 extern template Volume<double> transportStart(const Volume<float>&, const Volume<float>&,
                                               glm::dvec3);
+
+}  // namespace mirel

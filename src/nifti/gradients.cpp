@@ -5,9 +5,9 @@
 #include <fstream>
 #include <sstream>
 
-#include "nifti/error.h"
+#include "base/error.h"
 
-namespace nifti {
+namespace mirel::nifti {
 
 namespace {
 
@@ -119,4 +119,4 @@ std::string formatBValues(const GradientTable& table) {
   return os.str();
 }
 
-}  // namespace nifti
+}  // namespace mirel::nifti

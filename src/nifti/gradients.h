@@ -5,7 +5,7 @@
 #include <vector>
 
 /// Diffusion gradient tables as they stand beside a NIfTI image: a .bvec and a .bval text file.
-namespace nifti {
+namespace mirel::nifti {
 
 /// One direction and one b-value (s/mm^2) per volume. The directions are given in the image's
 /// own axes and taken over as they stand, as are project axes.
@@ -19,7 +19,7 @@ struct GradientTable {
 ///   .bvec   three lines x, y, z of one number per volume (or one line of three per volume)
 ///   .bval   one number per volume, on one line or several
 ///
-/// Numbers are separated by blanks, tabs or commas. Errors: nifti::Error, naming the file: it
+/// Numbers are separated by blanks, tabs or commas. Errors: Error, naming the file: it
 /// cannot be opened, a word that is no finite number, another shape, or another number of
 /// volumes than `volumes`. For three volumes a 3 x 3 .bvec is read as three lines x, y, z.
 GradientTable readGradients(const std::string& bvecFile, const std::string& bvalFile, int volumes);
@@ -28,4 +28,4 @@ GradientTable readGradients(const std::string& bvecFile, const std::string& bval
 std::string formatDirections(const GradientTable& table);
 std::string formatBValues(const GradientTable& table);
 
-}  // namespace nifti
+}  // namespace mirel::nifti

@@ -9,9 +9,9 @@
 #include <limits>
 #include <memory>
 
-#include "nifti/error.h"
+#include "base/error.h"
 
-namespace nifti {
+namespace mirel::nifti {
 
 namespace {
 
@@ -321,6 +321,17 @@ void Header::setAffine(const glm::dmat4& matrix, int code) {
                           &qform.z, &dx, &dy, &dz, &qform.qfac);
 }
 
+Header floatMapLike(const Header& reference) {
+  Header map = reference;
+  map.volumes = 1;
+  map.vectorComponents = 1;
+  map.repetitionTimeSeconds = 0;
+  map.type = DataType::float32;
+  map.slope = 1;
+  map.inter = 0;
+  return map;
+}
+
 StoredHeader parseHeader(const unsigned char* bytes, std::size_t count,
                          const std::string& fileName) {
   silenceLibrary();
@@ -373,4 +384,4 @@ std::vector<unsigned char> formatHeader(const Header& header, const std::string&
   return bytes;
 }
 
-}  // namespace nifti
+}  // namespace mirel::nifti

@@ -8,7 +8,7 @@
 #include <vector>
 
 /// The NIfTI header as a value: what an image says about itself, in mm and seconds.
-namespace nifti {
+namespace mirel::nifti {
 
 /// The sample types that are read and written; the numbers are those of the format. Complex,
 /// colour, one-bit and 128-bit types are refused.
@@ -28,7 +28,7 @@ enum class DataType {
 /// Bytes of one sample.
 int bytesPerSample(DataType type);
 bool isInteger(DataType type);
-/// "int16", "float32", ... and back; `dataTypeNamed` throws nifti::Error for any other name.
+/// "int16", "float32", ... and back; `dataTypeNamed` throws Error for any other name.
 std::string nameOf(DataType type);
 DataType dataTypeNamed(const std::string& name);
 
@@ -93,6 +93,10 @@ struct Header {
   void setAffine(const glm::dmat4& matrix, int code);
 };
 
+/// The header of a map on the grid of `reference`: its orientation, codes and description, one
+/// volume of 32-bit floats without scaling and without a repetition time.
+Header floatMapLike(const Header& reference);
+
 /// A header read from a file, and how its data are stored.
 struct StoredHeader {
   Header header;
@@ -109,7 +113,7 @@ inline constexpr std::size_t headerBytes2 = 540;
 ///   version 1: int32 348 at byte 0, "n+1\0" at byte 344
 ///   version 2: int32 540 at byte 0, "n+2\0" at byte 4, then "\r\n\032\n" or four zeros
 ///
-/// Errors  nifti::Error, naming `fileName`: not a NIfTI, a two-file NIfTI, a count of dimensions
+/// Errors  Error, naming `fileName`: not a NIfTI, a two-file NIfTI, a count of dimensions
 ///         outside 1 .. 7, a size below 1, a size above 1 beyond the fifth, more than one volume
 ///         of vectors, a volume of
 ///         more than 2^31 - 1 voxels, data of more than 2^62 bytes, an unsupported data type,
@@ -118,7 +122,7 @@ StoredHeader parseHeader(const unsigned char* bytes, std::size_t count,
                          const std::string& fileName);
 
 /// The bytes in front of the data (352 or 544, the empty extension mark included), in the
-/// machine's byte order; the same for the same header. Throws nifti::Error for sizes below 1.
+/// machine's byte order; the same for the same header. Throws Error for sizes below 1.
 std::vector<unsigned char> formatHeader(const Header& header, const std::string& fileName);
 
-}  // namespace nifti
+}  // namespace mirel::nifti

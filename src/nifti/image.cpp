@@ -8,20 +8,17 @@
 #include <new>
 #include <stdexcept>
 
-#include "nifti/error.h"
+#include "base/error.h"
+#include "nifti/filename.h"
 #include "nifti/samples.h"
 
-namespace nifti {
+namespace mirel::nifti {
 
 namespace {
 
 /// Samples that are converted at a time: 64 K of them stay in the second-level cache.
 constexpr std::size_t blockSamples = 1 << 16;
 constexpr unsigned streamBuffer = 1 << 18;
-
-bool endsWith(const std::string& text, const std::string& end) {
-  return text.size() > end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
-}
 
 std::size_t voxelsOf(const Header& h) {
   return static_cast<std::size_t>(h.dims.x) * static_cast<std::size_t>(h.dims.y) *
@@ -121,16 +118,6 @@ std::uintmax_t regularFileSize(const std::string& name) {
 }
 
 }  // namespace
-
-bool hasNiftiName(const std::string& fileName) {
-  return endsWith(fileName, ".nii") || endsWith(fileName, ".nii.gz");
-}
-
-std::string niftiStem(const std::string& fileName) {
-  for (const char* end : {".nii.gz", ".nii"})
-    if (endsWith(fileName, end)) return fileName.substr(0, fileName.size() - std::strlen(end));
-  return fileName;
-}
 
 Reader::Reader(const std::string& fileName, Contents contents) : name(fileName) {
   const std::uintmax_t fileBytes = regularFileSize(name);
@@ -236,7 +223,7 @@ void Reader::readVolume(int t, Volume<float>& volume) {
 }
 
 Writer::Writer(const std::string& fileName, const Header& what)
-    : out(fileName), header(what), compressed(endsWith(fileName, ".gz")) {
+    : out(fileName), header(what), compressed(fileName.ends_with(".gz")) {
   if (!hasNiftiName(fileName))
     throw Error(fileName + " is no name for a NIfTI image: it ends with neither .nii nor .nii.gz");
   const std::vector<unsigned char> bytes = formatHeader(header, fileName);
@@ -305,4 +292,4 @@ void Writer::finish() {
   out.commit();
 }
 
-}  // namespace nifti
+}  // namespace mirel::nifti

@@ -8,18 +8,13 @@
 #include <string>
 #include <vector>
 
+#include "base/outputfile.h"
 #include "containers/volume.h"
 #include "nifti/header.h"
-#include "nifti/outfile.h"
 
 /// Reading and writing NIfTI files (.nii, .nii.gz) one volume at a time: memory holds a volume
 /// and a block of samples, however many volumes the file has.
-namespace nifti {
-
-/// Whether the name ends with .nii or .nii.gz.
-bool hasNiftiName(const std::string& fileName);
-/// The name without .nii or .nii.gz, with its folder.
-std::string niftiStem(const std::string& fileName);
+namespace mirel::nifti {
 
 /// What a Reader takes: images of numbers only, or 5-D images of vectors, too.
 enum class Contents { scalars, vectorsToo };
@@ -30,7 +25,7 @@ enum class Contents { scalars, vectorsToo };
 ///   nifti::Reader image("run1.nii.gz");
 ///   for (int t = 0; t < image.header().volumes; t++) use(image.readVolume(t));
 ///
-/// Errors  nifti::Error with the file's name: no such file, a directory, not a NIfTI, impossible
+/// Errors  Error with the file's name: no such file, a directory, not a NIfTI, impossible
 ///         sizes, vectors where they are not wanted, an unsupported type (see parseHeader),
 ///         truncated data. A file that is too small for the data that its header claims (for a
 ///         compressed one: could not inflate to as much) is refused by the constructor, before
@@ -80,7 +75,7 @@ struct EncodedVolume {
 /// under its name when `finish` has returned; without it nothing stays behind. The same header
 /// and volumes give the same bytes (no time stamp).
 ///
-/// Errors  nifti::Error with the file's name: a name of another kind, a missing folder, sizes
+/// Errors  Error with the file's name: a name of another kind, a missing folder, sizes
 ///         that do not fit the format, a full disk; std::logic_error for a volume of other
 ///         dimensions, for too many and (in finish) for too few.
 class Writer {
@@ -117,4 +112,4 @@ class Writer {
   EncodedVolume own;
 };
 
-}  // namespace nifti
+}  // namespace mirel::nifti

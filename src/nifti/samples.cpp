@@ -5,9 +5,9 @@
 #include <cstring>
 #include <limits>
 
-#include "nifti/error.h"
+#include "base/error.h"
 
-namespace nifti {
+namespace mirel::nifti {
 
 namespace {
 
@@ -121,4 +121,4 @@ void swapSamples(unsigned char* bytes, std::size_t count, int size) {
   for (std::size_t n = 0; n < count; n++) std::reverse(bytes + n * width, bytes + (n + 1) * width);
 }
 
-}  // namespace nifti
+}  // namespace mirel::nifti

@@ -5,7 +5,7 @@
 #include "nifti/header.h"
 
 /// Conversion between stored samples and values.
-namespace nifti {
+namespace mirel::nifti {
 
 /// dst[n] = float(slope * sample + inter), formed in double; without scaling float(sample). An
 /// integer of up to 24 bits is thus exact; 64-bit floats beyond the range of float become
@@ -24,4 +24,4 @@ bool allRepresentable(DataType type, const float* src, std::size_t count);
 /// Reverses the byte order of `count` samples of `size` bytes in place.
 void swapSamples(unsigned char* bytes, std::size_t count, int size);
 
-}  // namespace nifti
+}  // namespace mirel::nifti

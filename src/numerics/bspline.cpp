@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <vector>
 
+namespace mirel {
+
 namespace {
 
 constexpr double sixth = 0.16666666666666666;
@@ -200,3 +202,5 @@ void evalBSplineAndGrad3D(double* coeff, int nx, int ny, int nz, double* x, doub
     gradZ[i] = sum(tx.weight, ty.weight, tz.slope);
   }
 }
+
+}  // namespace mirel

@@ -2,6 +2,8 @@
 
 #include <vector>
 
+namespace mirel {
+
 /// Cubic B-spline interpolation of regularly sampled data in one, two and three dimensions
 /// (M. Unser, A. Aldroubi, M. Eden, IEEE Trans. Signal Process. 41:821, 1993), with coefficients
 /// of zero outside the grid.
@@ -40,3 +42,5 @@ void evalBSpline3D(double* coeff, int nx, int ny, int nz, double* x, double* y, 
                    double* value);
 void evalBSplineAndGrad3D(double* coeff, int nx, int ny, int nz, double* x, double* y, double* z,
                           int m, double* value, double* gradX, double* gradY, double* gradZ);
+
+}  // namespace mirel

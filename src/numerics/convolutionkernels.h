@@ -4,6 +4,8 @@
 
 #include "simd/variant.h"
 
+namespace mirel {
+
 /// Elements beyond the last voxel that the kernel may read.
 constexpr int convolutionBlock = 64;
 
@@ -30,3 +32,5 @@ struct SpreadConvolution {
 /// out = sum of weightedImage * kernel, with z outermost and x innermost, ascending, in single
 /// precision; with `normalize` divided by the sum of weight * kernel where that is greater than 0.
 void convolveSpread(const SpreadConvolution& convolution, SimdVariant variant);
+
+}  // namespace mirel

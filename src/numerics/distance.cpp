@@ -2,7 +2,9 @@
 
 #include <cmath>
 
-#include "plugin/access/assertion.h"
+#include "base/assertion.h"
+
+namespace mirel {
 
 namespace {
 
@@ -110,3 +112,5 @@ template double ssd_norm(const Volume<float>&, const Volume<float>&);
 template double ssd(const Vector<float>&, const Vector<float>&);
 template double ssd_norm(const Vector<float>&, const Vector<float>&);
 template double ssd_norm_nonbackground(const Vector<float>&, const Vector<float>&);
+
+}  // namespace mirel

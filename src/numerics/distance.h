@@ -6,6 +6,8 @@
 #include "containers/vector.h"
 #include "containers/volume.h"
 
+namespace mirel {
+
 /// How different two images, two listed regions of them or two columns are. Float inputs, double
 /// results. Volumes have equal dimensions and vectors equal sizes, else std::logic_error before
 /// anything is summed.
@@ -44,3 +46,5 @@ double ssd_norm(const Vector<T>& a, const Vector<T>& b);
 /// (NaN is not background); 0 when there is no such pair.
 template <typename T>
 double ssd_norm_nonbackground(const Vector<T>& a, const Vector<T>& b);
+
+}  // namespace mirel

@@ -4,9 +4,11 @@
 #include <new>
 #include <stdexcept>
 
+#include "base/assertion.h"
+#include "numerics/fft/fftaccess.h"
 #include "numerics/volumegauss.h"
-#include "plugin/access/assertion.h"
-#include "plugin/access/fftaccess.h"
+
+namespace mirel {
 
 namespace {
 
@@ -85,3 +87,5 @@ void fftwConvolve3D(Volume<float>& input, Volume<float>& kernel) {
   inputSpectrum.reset();
   transformBackward(product.get(), input);
 }
+
+}  // namespace mirel

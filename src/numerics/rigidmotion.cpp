@@ -6,6 +6,8 @@
 #include <numbers>
 #include <utility>
 
+namespace mirel {
+
 namespace {
 
 constexpr double degree = std::numbers::pi / 180.0;
@@ -74,3 +76,5 @@ RigidMotion RigidMotion::half() const {
   const glm::dmat3 r = rotationBy(0.5 * rotationVector(rotation()));
   return {glm::inverse(glm::dmat3(1.0) + r) * translationMm, anglesOf(r)};
 }
+
+}  // namespace mirel

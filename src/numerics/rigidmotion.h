@@ -3,6 +3,8 @@
 #include <glm/mat3x3.hpp>
 #include <glm/vec3.hpp>
 
+namespace mirel {
+
 /// A rigid motion p -> R p + t of positions in mm about the origin (for an image: the middle of
 /// its grid), with R = Rz Ry Rx of the three angles.
 struct RigidMotion {
@@ -26,3 +28,5 @@ struct RigidMotion {
   /// The motion that, made twice, is this one; of rotations by less than half a turn.
   RigidMotion half() const;
 };
+
+}  // namespace mirel

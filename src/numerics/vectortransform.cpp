@@ -1,5 +1,7 @@
 #include "numerics/vectortransform.h"
 
+namespace mirel {
+
 template <typename T>
 Vector<T> getCoordinateVector(int n) {
   Vector<T> result(n);
@@ -32,3 +34,5 @@ Vector<T> linearCenter(const Vector<T>& values, const Vector<T>& coords) {
 MIREL_INSTANTIATE(float)
 MIREL_INSTANTIATE(double)
 #undef MIREL_INSTANTIATE
+
+}  // namespace mirel

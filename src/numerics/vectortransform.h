@@ -2,6 +2,8 @@
 
 #include "containers/vector.h"
 
+namespace mirel {
+
 /// One-dimensional coordinates and resampling, for float and double. Coordinates are in samples;
 /// samples outside a vector count as 0 (`Vector::linear`).
 
@@ -22,3 +24,5 @@ Vector<T> linear(const Vector<T>& values, const Vector<T>& coords);
 /// The offset follows the size of the coordinate vector, not of the values.
 template <typename T>
 Vector<T> linearCenter(const Vector<T>& values, const Vector<T>& coords);
+
+}  // namespace mirel

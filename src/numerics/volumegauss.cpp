@@ -5,6 +5,8 @@
 
 #include "numerics/volumetransform.h"
 
+namespace mirel {
+
 namespace {
 
 constexpr double sqrtTwoPi = 2.5066282746310002;
@@ -171,3 +173,5 @@ template void convolve2D(Matrix<float>&, const Matrix<float>&, const Matrix<floa
 template void applyGauss(Volume<float>&, glm::dvec3, glm::ivec3, bool);
 template Volume<float> getAppliedGauss(const Volume<float>&, glm::dvec3, glm::ivec3);
 template Volume<float> getSimpleYDerivative(const Volume<float>&);
+
+}  // namespace mirel

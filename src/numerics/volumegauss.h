@@ -7,6 +7,8 @@
 #include "containers/matrix.h"
 #include "containers/volume.h"
 
+namespace mirel {
+
 /// Gaussian filters, weighted direct convolution and convolution by FFT.
 ///
 /// Sigmas are per axis, in voxels. Derivative orders per axis: 0 the Gaussian, 1 its first and
@@ -54,3 +56,5 @@ Volume<T> getAppliedGauss(const Volume<T>& v, glm::dvec3 sigma, glm::ivec3 order
 /// Central difference along y: (v(x, y+1, z) - v(x, y-1, z)) / 2; the first and last rows are 0.
 template <typename T>
 Volume<T> getSimpleYDerivative(const Volume<T>& v);
+
+}  // namespace mirel

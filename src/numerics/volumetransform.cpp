@@ -5,7 +5,9 @@
 #include <glm/gtc/matrix_transform.hpp>
 #include <utility>
 
-#include "plugin/access/assertion.h"
+#include "base/assertion.h"
+
+namespace mirel {
 
 namespace {
 
@@ -104,3 +106,5 @@ template void scaleVolumeLinear(Volume<double>&, const Volume<double>&);
 template void growVolumeMirror(Volume<float>&, glm::ivec3);
 template void growVolumeReplicateBoundary(Volume<float>&, glm::ivec3);
 template Volume<float> replicatedBoundary(const Volume<float>&, glm::ivec3);
+
+}  // namespace mirel

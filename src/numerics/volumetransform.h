@@ -5,6 +5,8 @@
 
 #include "containers/volume.h"
 
+namespace mirel {
+
 /// Resampling through affine maps and growing of volumes. A map goes from voxel coordinates of
 /// `dst` to voxel coordinates of `src` (each destination voxel pulls its value), in single
 /// precision; the caller sizes `dst`. Interpolation is `Volume::linear`: 0 outside the source.
@@ -35,3 +37,5 @@ void growVolumeReplicateBoundary(Volume<T>& v, glm::ivec3 g);
 /// A copy of `v` grown by `growVolumeReplicateBoundary`.
 template <typename T>
 Volume<T> replicatedBoundary(const Volume<T>& v, glm::ivec3 g);
+
+}  // namespace mirel

@@ -6,6 +6,8 @@
 #include "numerics/convolutionkernels.h"
 #include "numerics/volumegauss.h"
 
+namespace mirel {
+
 namespace {
 
 // The kernel taps of one axis that lie inside 0 .. n-1 when centred on p.
@@ -118,3 +120,5 @@ void convolve3D(Volume<T>& image, const Volume<T>& kernel, const Volume<T>& weig
 }
 
 template void convolve3D(Volume<float>&, const Volume<float>&, const Volume<float>&, bool);
+
+}  // namespace mirel

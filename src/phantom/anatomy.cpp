@@ -7,6 +7,8 @@
 
 #include "phantom/random.h"
 
+namespace mirel {
+
 namespace {
 
 struct Ellipsoid {
@@ -209,3 +211,5 @@ double Anatomy::susceptibilityPpm(Tissue tissue) {
       return -9.4;
   }
 }
+
+}  // namespace mirel

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <glm/vec3.hpp>
 
+namespace mirel {
+
 enum class Tissue : std::uint8_t {
   outside,  ///< air around the head
   cavity,   ///< air inside the head: sinuses, airway, ear canals, mastoid cells
@@ -50,3 +52,5 @@ class Anatomy {
 
   std::array<double, 6> phase{};
 };
+
+}  // namespace mirel

@@ -6,6 +6,8 @@
 #include <stdexcept>
 #include <vector>
 
+namespace mirel {
+
 namespace {
 
 // Cubic convolution (Keys 1981, a = -1/2) of one line at `position`, clamped at the ends.
@@ -104,3 +106,5 @@ Volume<float> shiftDerivative(const Volume<float>& shiftVoxels, PhaseEncodingAxi
       }
   return derivative;
 }
+
+}  // namespace mirel

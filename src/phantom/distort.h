@@ -2,6 +2,8 @@
 
 #include "containers/volume.h"
 
+namespace mirel {
+
 /// Along which axis of the array a distorted image was phase encoded.
 enum class PhaseEncodingAxis { x, y };
 
@@ -26,3 +28,5 @@ Volume<float> distort(const Volume<float>& density, const Volume<float>& shiftVo
 
 /// d shift / d axis in voxels per voxel, by central differences (one-sided at the ends).
 Volume<float> shiftDerivative(const Volume<float>& shiftVoxels, PhaseEncodingAxis axis);
+
+}  // namespace mirel

@@ -3,6 +3,8 @@
 #include <new>
 #include <stdexcept>
 
+namespace mirel {
+
 Fft::Fft(glm::ivec3 size, glm::dvec3 voxelMm) : array(size), voxel(voxelMm) {
   binCount = static_cast<std::size_t>(array.nx() / 2 + 1) * static_cast<std::size_t>(array.ny()) *
              static_cast<std::size_t>(array.nz());
@@ -23,3 +25,5 @@ Fft::Spectrum Fft::transform(const Volume<double>& volume) {
   for (std::size_t i = 0; i < binCount; ++i) spectrum[i] = {bins[i][0], bins[i][1]};
   return spectrum;
 }
+
+}  // namespace mirel

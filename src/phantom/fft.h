@@ -9,6 +9,8 @@
 
 #include "containers/volume.h"
 
+namespace mirel {
+
 /// Real 3-D Fourier transforms of one size, in double precision. A spectrum holds nx / 2 + 1 bins
 /// along x for each y and z.
 ///
@@ -60,3 +62,5 @@ const Volume<double>& Fft::filtered(const Spectrum& spectrum, Gain gain) {
   fftw_execute(backward.get());
   return array;
 }
+
+}  // namespace mirel

@@ -12,6 +12,8 @@
 #include "phantom/shim.h"
 #include "phantom/tissuefield.h"
 
+namespace mirel {
+
 namespace {
 
 // A hundredth of the brain's signal: the faint ends of the blur may leave the grid.
@@ -164,3 +166,5 @@ Volume<float> HeadField::hz(const RigidMotion& motion) const {
       }
   return result;
 }
+
+}  // namespace mirel

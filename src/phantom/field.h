@@ -4,6 +4,8 @@
 #include "phantom/distort.h"
 #include "phantom/object.h"
 
+namespace mirel {
+
 /// What the field of a phantom shall do to an image.
 struct FieldGoal {
   double readoutSeconds;    ///< total readout time: shift in voxels = field in Hz * readout
@@ -49,3 +51,5 @@ class HeadField {
 /// Errors  std::invalid_argument for a readout, shift or gradient that is not a positive number.
 HeadField makeHeadField(const PhantomGrid& grid, const HeadObject& head, std::uint64_t seed,
                         const FieldGoal& goal);
+
+}  // namespace mirel

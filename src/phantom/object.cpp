@@ -13,6 +13,8 @@
 #include "phantom/anatomy.h"
 #include "phantom/random.h"
 
+namespace mirel {
+
 namespace {
 
 constexpr int cells = HeadObject::cellsPerVoxel;
@@ -194,3 +196,5 @@ Volume<double> sampleSusceptibility(const PhantomGrid& grid, glm::ivec3 margin,
       }
   return chi;
 }
+
+}  // namespace mirel

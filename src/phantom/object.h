@@ -6,6 +6,8 @@
 #include "containers/volume.h"
 #include "numerics/rigidmotion.h"
 
+namespace mirel {
+
 /// Where the voxels of a phantom lie: voxel (i, j, k) has its centre at
 /// ((i, j, k) - (size - 1) / 2) * voxelMm, x to the right, y anterior, z superior.
 struct PhantomGrid {
@@ -45,3 +47,5 @@ HeadObject sampleHead(const PhantomGrid& grid, std::uint64_t seed, const RigidMo
 /// Susceptibility in ppm against air on `grid`, which is continued by `margin` voxels beyond each
 /// face: element (0, 0, 0) is voxel -margin. The neck goes on in the lower margin.
 Volume<double> sampleSusceptibility(const PhantomGrid& grid, glm::ivec3 margin, std::uint64_t seed);
+
+}  // namespace mirel

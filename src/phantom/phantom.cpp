@@ -8,6 +8,8 @@
 #include "phantom/field.h"
 #include "phantom/random.h"
 
+namespace mirel {
+
 namespace {
 
 constexpr double defaultPeakHz = 120.0;
@@ -118,3 +120,5 @@ double meanInMask(const Volume<float>& image, const Volume<unsigned char>& mask)
     }
   return count > 0 ? sum / static_cast<double>(count) : 0.0;
 }
+
+}  // namespace mirel

@@ -7,6 +7,8 @@
 #include "phantom/distort.h"
 #include "phantom/object.h"
 
+namespace mirel {
+
 /// What a phantom is made from. Equal options make equal phantoms.
 struct PhantomOptions {
   glm::ivec3 size{90, 104, 60};
@@ -76,3 +78,5 @@ Volume<float> addRicianNoise(const Volume<float>& signal, double sigma, std::uin
 
 /// Mean of `image` where `mask` is not 0; 0 if that is nowhere.
 double meanInMask(const Volume<float>& image, const Volume<unsigned char>& mask);
+
+}  // namespace mirel

@@ -1,13 +1,14 @@
 #include "phantom/phantomfiles.h"
 
 #include <filesystem>
-#include <fstream>
 #include <nlohmann/json.hpp>
 
-#include "nifti/convert.h"
-#include "nifti/error.h"
+#include "base/error.h"
+#include "base/outputfile.h"
+#include "convert/convert.h"
 #include "nifti/image.h"
-#include "nifti/outfile.h"
+
+namespace mirel {
 
 namespace {
 
@@ -84,15 +85,13 @@ class PhantomWriter {
   }
 
   void writeSidecar(const std::string& name, const Json& sidecar) {
-    std::ofstream file(out.path(stem(name) + ".json"), std::ios::binary);
-    if (!(file << sidecar.dump(2) << "\n" << std::flush))
-      throw nifti::Error("cannot write " + stem(name) + ".json");
+    out.write(stem(name) + ".json", sidecar.dump(2) + "\n");
     names.push_back(stem(name) + ".json");
   }
 
   void convertToProject(const std::string& name) {
-    const nifti::ConvertReport report =
-        nifti::convert(out.path(stem(name) + ".nii.gz"), out.path(stem(name) + ".fmr"));
+    const convert::ConvertReport report =
+        convert::convert(out.path(stem(name) + ".nii.gz"), out.path(stem(name) + ".fmr"));
     for (const std::string& file : report.written)
       names.push_back(std::filesystem::path(file).filename().string());
   }
@@ -151,7 +150,7 @@ class PhantomWriter {
   }
 
   const Phantom& phantom;
-  nifti::OutFolder out;
+  OutFolder out;
   bool alongY;
   std::vector<std::string> names;
 };
@@ -161,6 +160,8 @@ class PhantomWriter {
 std::vector<std::string> writePhantom(const Phantom& phantom, const std::string& folder) {
   std::error_code error;
   std::filesystem::create_directories(folder, error);
-  if (error) throw nifti::Error("cannot create the folder " + folder + ": " + error.message());
+  if (error) throw Error("cannot create the folder " + folder + ": " + error.message());
   return PhantomWriter(phantom, folder).writeAll();
 }
+
+}  // namespace mirel

@@ -5,6 +5,8 @@
 
 #include "phantom/phantom.h"
 
+namespace mirel {
+
 /// Writes a phantom into `folder` (made if it does not exist) and returns the files' paths.
 ///
 /// For phase encoding along y, with the names that the Brain Imaging Data Structure gives them
@@ -26,5 +28,7 @@
 /// Equal phantoms make equal files. They appear, replacing older ones of the same names, when
 /// all of them have been written.
 ///
-/// Errors  nifti::Error or IOError with the file's name and the fault.
+/// Errors  Error or IOError with the file's name and the fault.
 std::vector<std::string> writePhantom(const Phantom& phantom, const std::string& folder);
+
+}  // namespace mirel

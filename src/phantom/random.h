@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <numbers>
 
+namespace mirel {
+
 /// Counter-based random numbers: the value depends on (seed, stream, counter) only, never on what
 /// was drawn before, so that any part of a phantom can be made again on its own. The mixing
 /// function is the finaliser of SplitMix64 (Steele, Lea & Flood, OOPSLA 2014), applied three
@@ -39,3 +41,5 @@ class RandomStream {
 
   std::uint64_t key;
 };
+
+}  // namespace mirel

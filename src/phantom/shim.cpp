@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+namespace mirel {
+
 Shim::Shim(const Volume<unsigned char>& brain, glm::dvec3 voxelMm, glm::ivec3 fieldMargin)
     : mask(brain), margin(fieldMargin) {
   const glm::dvec3 size(mask.dimensions());
@@ -64,3 +66,5 @@ void Shim::removeFrom(Volume<double>& field) const {
         field.at(x, y, z) -= fit;
       }
 }
+
+}  // namespace mirel

@@ -5,6 +5,8 @@
 
 #include "containers/volume.h"
 
+namespace mirel {
+
 /// Takes a constant and a linear part (1, x, y, z: what a scanner's gradient coils make) out of a
 /// field, fitted by least squares in a mask.
 class Shim {
@@ -26,3 +28,5 @@ class Shim {
   bool empty = true;
   std::array<std::array<double, terms>, terms> cholesky{};  // lower triangle
 };
+
+}  // namespace mirel

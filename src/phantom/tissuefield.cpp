@@ -6,6 +6,8 @@
 
 #include "phantom/anatomy.h"
 
+namespace mirel {
+
 namespace {
 
 double squared(glm::dvec3 k) { return k.x * k.x + k.y * k.y + k.z * k.z; }
@@ -52,3 +54,5 @@ Volume<double> TissueField::smoothed(double sigmaMm) {
   for (int i = 0; i < field.size(); ++i) field.data()[i] /= std::max(sum.data()[i], 1e-9);
   return field;
 }
+
+}  // namespace mirel

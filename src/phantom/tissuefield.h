@@ -4,6 +4,8 @@
 #include "phantom/fft.h"
 #include "phantom/shim.h"
 
+namespace mirel {
+
 /// Proton resonance per part in a million of a field of 2.89 T along z.
 inline constexpr double larmorHzPerPpm = 123.2;
 
@@ -31,3 +33,5 @@ class TissueField {
   Fft fft;
   Fft::Spectrum weighted, weight;
 };
+
+}  // namespace mirel

@@ -8,8 +8,8 @@
 #include <glm/geometric.hpp>
 #include <glm/vector_relational.hpp>
 
-#include "nifti/geometry.h"
-#include "picture/error.h"
+#include "base/error.h"
+#include "nifti/orientation.h"
 #include "picture/orient.h"
 
 namespace mirel::picture {
@@ -44,7 +44,7 @@ struct Walk {
   int count = 0;
 };
 
-Walk walkAlong(const series::Grid& grid, const PatientAxes& axes, int patientAxis) {
+Walk walkAlong(const Grid& grid, const PatientAxes& axes, int patientAxis) {
   const auto p = static_cast<std::size_t>(patientAxis);
   const int axis = axes.axis[p];
   Walk walk;
@@ -54,7 +54,7 @@ Walk walkAlong(const series::Grid& grid, const PatientAxes& axes, int patientAxi
   return walk;
 }
 
-double mmOf(const series::Grid& grid, glm::dvec3 voxel, int patientAxis) {
+double mmOf(const Grid& grid, glm::dvec3 voxel, int patientAxis) {
   return (grid.affine * glm::dvec4(voxel, 1))[patientAxis];
 }
 
@@ -65,8 +65,8 @@ std::string rangeText(double from, double to) {
 }
 
 // The number of the slice, whole or, for a place in mm, between two slices.
-double indexOf(const series::Grid& grid, const SliceAt& where, const Walk& through,
-               glm::dvec3 middle, int patientAxis, const std::string& name) {
+double indexOf(const Grid& grid, const SliceAt& where, const Walk& through, glm::dvec3 middle,
+               int patientAxis, const std::string& name) {
   if (where.index) {
     if (*where.index < 0 || *where.index >= through.count)
       throw Error(name + " has no " + nameOf(where.plane) + " slice " +
@@ -87,8 +87,8 @@ double indexOf(const series::Grid& grid, const SliceAt& where, const Walk& throu
   return std::clamp(index, 0.0, through.count - 1.0);
 }
 
-glm::dmat4 checkedAffine(const series::Grid& grid, const std::string& name) {
-  series::voxelToVoxel(grid.affine, grid.affine, name);  // throws for a singular one
+glm::dmat4 checkedAffine(const Grid& grid, const std::string& name) {
+  voxelToVoxel(grid.affine, grid.affine, name);  // throws for a singular one
   return grid.affine;
 }
 
@@ -106,7 +106,7 @@ const char* nameOf(SlicePlane plane) {
   return "";
 }
 
-CutPlane cutPlane(const series::Grid& reference, const SliceAt& where, int pixelsPerVoxel,
+CutPlane cutPlane(const Grid& reference, const SliceAt& where, int pixelsPerVoxel,
                   const std::string& name) {
   const glm::dmat4 affine = checkedAffine(reference, name);
   const PatientAxes patient = patientAxes(affine);
@@ -169,7 +169,7 @@ bool inside(glm::ivec3 voxel, glm::ivec3 dims) {
 
 Cut cutThrough(const Volume<float>& volume, const glm::dmat4& affine, const CutPlane& plane,
                Sampling sampling, const std::string& name) {
-  const glm::dmat4 m = series::voxelToVoxel(plane.grid.affine, affine, name);
+  const glm::dmat4 m = voxelToVoxel(plane.grid.affine, affine, name);
   const glm::ivec3 dims = volume.dimensions();
   Cut cut;
   cut.width = plane.grid.dims.x;
@@ -180,7 +180,7 @@ Cut cutThrough(const Volume<float>& volume, const glm::dmat4& affine, const CutP
   cut.covered.assign(count, 0);
   Volume<float> smooth;
   if (sampling == Sampling::linear)
-    smooth = series::resampleTo(plane.grid, volume, affine, name, series::Interpolation::linear);
+    smooth = resampleTo(plane.grid, volume, affine, name, Interpolation::linear);
   for (int y = 0; y < cut.height; ++y)
     for (int x = 0; x < cut.width; ++x) {
       const glm::dvec3 p(m * glm::dvec4(x, y, 0, 1));

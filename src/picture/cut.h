@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "containers/volume.h"
-#include "series/grid.h"
+#include "field/grid.h"
 
 /// Planes through the patient, and what images of any grid show there.
 namespace mirel::picture {
@@ -33,7 +33,7 @@ struct Letters {
 
 /// A plane of pixels in the scanner's space.
 struct CutPlane {
-  series::Grid grid;  ///< (width, height, 1) pixels, rows from the top, to mm
+  Grid grid;  ///< (width, height, 1) pixels, rows from the top, to mm
   Letters letters;
   double index = 0;  ///< of the slice; a fraction when it was asked for in mm
   double mm = 0;     ///< where the centre of the plane is, along the axis across it
@@ -45,7 +45,7 @@ struct CutPlane {
 ///
 /// Errors  Error, naming `name` (the file of the reference): it has no such slice; its affine is
 ///         singular or not finite.
-CutPlane cutPlane(const series::Grid& reference, const SliceAt& where, int pixelsPerVoxel,
+CutPlane cutPlane(const Grid& reference, const SliceAt& where, int pixelsPerVoxel,
                   const std::string& name);
 
 /// The values of an image at the pixels of a plane, rows from the top.
@@ -68,7 +68,7 @@ struct Cut {
 enum class Sampling { nearest, linear };
 
 /// What the volume of affine `affine` (voxel to mm) shows on a plane.
-/// Errors  nifti::Error, naming `name`, for an affine that is singular or not finite.
+/// Errors  Error, naming `name`, for an affine that is singular or not finite.
 Cut cutThrough(const Volume<float>& volume, const glm::dmat4& affine, const CutPlane& plane,
                Sampling sampling, const std::string& name);
 

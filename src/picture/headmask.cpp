@@ -8,7 +8,7 @@
 #include <limits>
 #include <vector>
 
-#include "correct/foreground.h"
+#include "pair/foreground.h"
 
 namespace mirel::picture {
 
@@ -147,7 +147,7 @@ double dimThreshold(const Volume<float>& image, double threshold) {
 }
 
 Flags signalOf(const Volume<float>& image) {
-  const double threshold = correct::headThreshold(image);
+  const double threshold = headThreshold(image);
   const double dim = dimThreshold(image, threshold);
   Flags flags(image.dimensions(), 0);
   for (int i = 0; i < image.size(); ++i)

@@ -5,7 +5,7 @@
 namespace mirel::picture {
 
 /// 1 where a magnitude image has the head's signal, 0 elsewhere: above a quarter of the intensity
-/// that separates head from air (correct::headThreshold) and above the air's noise, in pieces
+/// that separates head from air (headThreshold) and above the air's noise, in pieces
 /// (their voxels touch with their faces) of at least a twentieth of the largest; with the cavities
 /// that these enclose, and smoothed: twice, voxels that disagree with most of their 26 neighbours
 /// change sides. NaN is outside. An image without contrast is all inside where it is above 0.

@@ -48,7 +48,7 @@ class RgbImage {
 /// Writes an 8-bit RGB PNG file, whole or not at all. Equal pictures make equal bytes (no time
 /// stamp).
 ///
-/// Errors  std::invalid_argument for an empty picture; nifti::Error with the file's name and the
+/// Errors  std::invalid_argument for an empty picture; Error with the file's name and the
 ///         fault if it cannot be written.
 void writePng(const std::string& fileName, const RgbImage& image);
 

@@ -1,6 +1,6 @@
 #include "picture/layer.h"
 
-#include "picture/error.h"
+#include "base/error.h"
 
 namespace mirel::picture {
 

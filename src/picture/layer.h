@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "containers/volume.h"
+#include "field/grid.h"
 #include "nifti/header.h"
-#include "series/grid.h"
 
 namespace mirel::picture {
 
@@ -24,7 +24,7 @@ struct Layer {
   glm::dmat4 affine{1.0};  ///< voxel to mm
   Placement placement = Placement::nothing;
 
-  series::Grid grid() const { return {volume.dimensions(), affine}; }
+  Grid grid() const { return {volume.dimensions(), affine}; }
 };
 
 /// Places a layer by the header of its file.

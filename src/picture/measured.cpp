@@ -24,13 +24,13 @@ Layer maskOf(const Layer& given) {
 
 }  // namespace
 
-Volume<float> MeasuredSpace::on(const series::Grid& grid) const {
+Volume<float> MeasuredSpace::on(const Grid& grid) const {
   if (regions.empty()) return {};
   Volume<float> count(grid.dims, 0.0F);
   for (const Layer& mask : regions) {
-    const Volume<float> here = series::resampleTo(grid, mask.volume, mask.affine, mask.name,
-                                                  series::Interpolation::linear);
-    const Volume<float> covered = series::coverage(grid, mask.grid(), mask.name);
+    const Volume<float> here =
+        resampleTo(grid, mask.volume, mask.affine, mask.name, Interpolation::linear);
+    const Volume<float> covered = coverage(grid, mask.grid(), mask.name);
     for (int i = 0; i < count.size(); ++i)
       if (covered.data()[i] != 0.0F && here.data()[i] >= 0.5F) count.data()[i] += 1.0F;
   }
@@ -40,7 +40,7 @@ Volume<float> MeasuredSpace::on(const series::Grid& grid) const {
   return count;
 }
 
-Measured MeasuredSpace::onPlane(const series::Grid& grid) const {
+Measured MeasuredSpace::onPlane(const Grid& grid) const {
   const Volume<float> here = on(grid);
   return {here.data(), here.data() + here.size()};
 }
@@ -62,7 +62,7 @@ MeasuredSpace MeasuredSpaces::of(const Layer& map) const {
   if (!onlySameGrid) return MeasuredSpace(masks);
   std::vector<Layer> own;
   std::copy_if(masks.begin(), masks.end(), std::back_inserter(own),
-               [&](const Layer& mask) { return series::coincide(mask.grid(), map.grid()); });
+               [&](const Layer& mask) { return coincide(mask.grid(), map.grid()); });
   return MeasuredSpace(std::move(own));
 }
 

@@ -19,9 +19,9 @@ class MeasuredSpace {
   explicit MeasuredSpace(std::vector<Layer> masks) : regions(std::move(masks)) {}
 
   /// 1 at the voxels of a grid where maps were measured, 0 elsewhere; nothing for everywhere.
-  Volume<float> on(const series::Grid& grid) const;
+  Volume<float> on(const Grid& grid) const;
   /// The same for a grid of one slice.
-  Measured onPlane(const series::Grid& grid) const;
+  Measured onPlane(const Grid& grid) const;
 
  private:
   std::vector<Layer> regions;

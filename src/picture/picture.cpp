@@ -4,9 +4,9 @@
 #include <cmath>
 #include <cstdio>
 
+#include "base/error.h"
 #include "picture/contour.h"
 #include "picture/draw.h"
-#include "picture/error.h"
 #include "picture/looks.h"
 #include "picture/measured.h"
 #include "picture/sheet.h"

@@ -69,7 +69,7 @@ struct Drawn {
 /// letters of the patient's sides are left out.
 ///
 /// Errors  Error, naming the file: no such slice; a layer whose place is not known (see
-///         requireSameSpace); an overlay without two images. nifti::Error for a singular affine.
+///         requireSameSpace); an overlay without two images. Error for a singular affine.
 Drawn drawPicture(Scene scene, const Style& style);
 
 }  // namespace mirel::picture

@@ -3,7 +3,7 @@
 #include <csetjmp>
 #include <stdexcept>
 
-#include "nifti/outfile.h"
+#include "base/outputfile.h"
 #include "picture/image.h"
 
 namespace mirel::picture {
@@ -51,7 +51,7 @@ void writePng(const std::string& fileName, const RgbImage& image) {
   Encoder encoder{image, {}};
   if (!encode(encoder))
     throw std::runtime_error("the picture " + fileName + " could not be encoded");
-  nifti::OutFile file(fileName);
+  OutFile file(fileName);
   file.write(encoder.bytes.data(), encoder.bytes.size());
   file.commit();
 }

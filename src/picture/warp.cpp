@@ -5,7 +5,7 @@
 #include <glm/geometric.hpp>
 #include <stdexcept>
 
-#include "nifti/geometry.h"
+#include "nifti/orientation.h"
 
 namespace mirel::picture {
 

@@ -3,12 +3,14 @@
 #include <exception>
 #include <string>
 
-#include "plugin/access/fftaccess.h"
-#include "plugin/access/ztaccess.h"
+#include "hostapi/ztaccess.h"
+#include "numerics/fft/fftaccess.h"
 #include "tasks/apply.h"
 #include "tasks/check.h"
 #include "tasks/estimate.h"
 #include "tasks/select.h"
+
+namespace mirel {
 
 namespace {
 
@@ -71,3 +73,5 @@ void distcor::apply() { applyToFiles(*log); }
 void distcor::selectFMRorDMR() { selectProject(); }
 
 void distcor::selectVDM() { selectVdm(); }
+
+}  // namespace mirel

@@ -1,7 +1,9 @@
 #pragma once
 
-#include "plugin/access/cnztlog.h"
-#include "plugin/cnztplugininterface.h"
+#include "hostapi/cnztlog.h"
+#include "hostapi/cnztplugininterface.h"
+
+namespace mirel {
 
 /// The plugin object: correction of the geometric distortion of EPI images.
 class distcor : public CNZTPluginInterface {
@@ -29,3 +31,5 @@ class distcor : public CNZTPluginInterface {
 
   CNZTLog* log = nullptr;  // owned
 };
+
+}  // namespace mirel

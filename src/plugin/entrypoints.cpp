@@ -2,6 +2,8 @@
 
 #include "plugin/distcor.h"
 
+namespace mirel {
+
 CNZTPluginInterface* createPlugin() { return new distcor; }
 
 const char* getPluginName() { return "Mirel (v0.5)"; }
@@ -20,3 +22,5 @@ const char* getHelpFile() { return "MirelPluginHelp/index.html"; }
 const char* getPluginVersion() { return "0.5"; }
 
 const char* getGUIScript() { return "MIREL_v05.js"; }
+
+}  // namespace mirel

@@ -1,6 +1,8 @@
 #pragma once
 
-#include "plugin/cnztplugininterface.h"
+#include "hostapi/cnztplugininterface.h"
+
+namespace mirel {
 
 /// What the host finds by name. Texts are static, NUL-terminated and owned by the library.
 extern "C" {
@@ -16,3 +18,5 @@ MIREL_ENTRY_POINT const char* getPluginVersion();
 /// The script that builds the plugin's dialog.
 MIREL_ENTRY_POINT const char* getGUIScript();
 }
+
+}  // namespace mirel

@@ -4,6 +4,8 @@
 #include <new>
 #include <vector>
 
+namespace mirel {
+
 /// An allocator of memory that starts where the widest register may: loads and stores of whole
 /// registers at multiples of their size then never touch two cache lines.
 template <typename T>
@@ -23,3 +25,5 @@ struct RegisterAligned {
 
 using AlignedFloats = std::vector<float, RegisterAligned<float>>;
 using AlignedDoubles = std::vector<double, RegisterAligned<double>>;
+
+}  // namespace mirel

@@ -25,35 +25,35 @@
 
 #pragma GCC push_options
 #pragma GCC target("avx512f,avx512bw,avx512dq,avx512vl")
-namespace avx512 {
+namespace mirel::avx512 {
 constexpr int laneCount = 16;
 #include "simd/lanes.inc.h"
 #include "simd/avx512.inc.h"
 #include "simd/rows.inc.h"
 #include MIREL_KERNEL_SOURCE
-}  // namespace avx512
+}  // namespace mirel::avx512
 #pragma GCC pop_options
 
 #pragma GCC push_options
 #pragma GCC target("avx2")
-namespace avx2 {
+namespace mirel::avx2 {
 constexpr int laneCount = 8;
 #include "simd/lanes.inc.h"
 #include "simd/avx2.inc.h"
 #include "simd/rows.inc.h"
 #include MIREL_KERNEL_SOURCE
-}  // namespace avx2
+}  // namespace mirel::avx2
 #pragma GCC pop_options
 
 #endif
 
-namespace baseline {
+namespace mirel::baseline {
 constexpr int laneCount = 4;
 #include "simd/lanes.inc.h"
 #include "simd/baseline.inc.h"
 #include "simd/rows.inc.h"
 #include MIREL_KERNEL_SOURCE
-}  // namespace baseline
+}  // namespace mirel::baseline
 // clang-format on
 
 #if defined(__x86_64__)

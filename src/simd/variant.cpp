@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <string>
 
+namespace mirel {
+
 namespace {
 
 bool isSupported(SimdVariant variant) {
@@ -43,3 +45,5 @@ SimdVariant chosenVariant() {
       if (nameOf(variant) == wanted) return variant;
   return supported.back();
 }
+
+}  // namespace mirel

@@ -2,6 +2,8 @@
 
 #include <vector>
 
+namespace mirel {
+
 /// The instruction sets that kernels are built for. All of them give the same bits.
 enum class SimdVariant { baseline, avx2, avx512 };
 
@@ -11,3 +13,5 @@ std::vector<SimdVariant> supportedVariants();
 /// The widest supported variant, or the one that the environment variable MIREL_SIMD names
 /// ("baseline", "avx2" or "avx512") if this processor supports it.
 SimdVariant chosenVariant();
+
+}  // namespace mirel

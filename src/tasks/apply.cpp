@@ -2,28 +2,22 @@
 
 #include <string>
 
-#include "files/filenames.h"
-#include "files/mydmr.h"
-#include "files/myfmr.h"
-#include "plugin/access/ztaccess.h"
-#include "tasks/correct.h"
-#include "tasks/datasets.h"
+#include "files/project.h"
+#include "hostapi/ztaccess.h"
+#include "projects/correct.h"
 #include "vdm/vdmmap.h"
+
+namespace mirel {
 
 namespace {
 
 // The project's untransposed volumes are compared with the map as it will be applied: with
 // "rllr" a project that is not square in plane is refused.
 void correctFile(const Volume<float>& vdm, const std::string& fileName, bool rllr) {
-  if (hasExtension(fileName, "fmr")) {
-    FMR fmr(fileName, /*loadData=*/true);
-    requireSameDimensions(firstVolume(fmr.stcData, fileName).dimensions(), vdm.dimensions());
-    correct_fmr(vdm, fmr, rllr);
-  } else if (hasExtension(fileName, "dmr")) {
-    DMR dmr(fileName, /*loadData=*/true);
-    requireSameDimensions(firstVolume(dmr.dwiData, fileName).dimensions(), vdm.dimensions());
-    correct_dmr(vdm, fileName, dmr, rllr);
-  }
+  if (!isProjectName(fileName)) return;
+  Project project(fileName, ProjectContent::withData);
+  requireSameDimensions(volumeDimensions(project), vdm.dimensions());
+  correctProject(vdm, project, rllr);
 }
 
 }  // namespace
@@ -39,3 +33,5 @@ void applyToFiles(std::ostream& log) {
   for (const std::string& fileName : files) correctFile(vdm, fileName, rllr);
   log << "Done." << std::flush;
 }
+
+}  // namespace mirel

@@ -3,15 +3,16 @@
 #include <fstream>
 #include <string>
 
-#include "files/filenames.h"
-#include "plugin/access/ztaccess.h"
+#include "files/projectnames.h"
+#include "hostapi/ztaccess.h"
+
+namespace mirel {
 
 namespace {
 
 // The line that describes what is wrong with a file, empty if nothing is.
 std::string finding(const std::string& fileName) {
-  if (!hasExtension(fileName, "fmr") && !hasExtension(fileName, "dmr"))
-    return fileName + ": not an FMR or DMR file\n";
+  if (!isProjectName(fileName)) return fileName + ": not an FMR or DMR file\n";
   const std::ifstream file(fileName);
   return file.good() ? "" : fileName + ": could not read file\n";
 }
@@ -27,3 +28,5 @@ void checkFiles(std::ostream& log) {
   else
     host::ztMessageBox(findings.c_str());
 }
+
+}  // namespace mirel

@@ -1,11 +1,12 @@
 #include "tasks/select.h"
 
+#include <optional>
 #include <string>
 
-#include "files/filenames.h"
-#include "files/mydmr.h"
-#include "files/myfmr.h"
-#include "plugin/access/ztaccess.h"
+#include "files/project.h"
+#include "hostapi/ztaccess.h"
+
+namespace mirel {
 
 namespace {
 
@@ -20,15 +21,12 @@ std::string openFileName(const char* title, const char* filter) {
 
 void selectProject() {
   const std::string path = openFileName("Please select an FMR or DMR project.", "*.fmr *.dmr");
-  if (hasExtension(path, "fmr")) {
-    const FMR fmr(path, /*loadData=*/false);
-    set_int_parameter("nr_of_volumes", fmr.NrOfVolumes.value());
-    set_int_parameter("display_volume", 1);
-  } else if (hasExtension(path, "dmr")) {
-    // Read whole, so that a project whose data cannot be used is refused here already.
-    const DMR dmr(path, /*loadData=*/true);
-    set_int_parameter("nr_of_volumes", dmr.NrOfVolumes.value());
-    set_int_parameter("display_volume", dmr.DisplayVolume.value() + 1);
+  if (const std::optional<ProjectKind> kind = projectKindOf(path)) {
+    // A DMR is read whole, so that one whose data cannot be used is refused here already.
+    const bool isDmr = kind == ProjectKind::dmr;
+    const Project project(path, isDmr ? ProjectContent::withData : ProjectContent::headerOnly);
+    set_int_parameter("nr_of_volumes", project.header().NrOfVolumes.value());
+    set_int_parameter("display_volume", isDmr ? project.dmr()->DisplayVolume.value() + 1 : 1);
   }
   set_string_parameter("filename", path);
 }
@@ -36,3 +34,5 @@ void selectProject() {
 void selectVdm() {
   set_string_parameter("filename", openFileName("Please select an VDM.", "*_vdm.map"));
 }
+
+}  // namespace mirel

@@ -1,5 +1,7 @@
 #pragma once
 
+namespace mirel {
+
 /// Input selection: the dialog's browse buttons. Each shows the host's open-file dialog and
 /// writes the choice, empty after a cancel, to the dialog parameter "filename".
 
@@ -10,3 +12,5 @@ void selectProject();
 
 /// Picks a saved voxel displacement map; the choice is not tested.
 void selectVdm();
+
+}  // namespace mirel

@@ -28,6 +28,8 @@ constexpr int rowsAbove = 2, rowsBelow = 3;
 #define MIREL_KERNEL_SOURCE "vdm/columnfitkernels.inc.h"
 #include "simd/kernelvariants.inc.h"
 
+namespace mirel {
+
 void fitColumns(const ColumnFitSlice& slice, SimdVariant variant) {
   constexpr int widest = 16;
   const std::size_t column = static_cast<std::size_t>(slice.ny + rowsAbove + rowsBelow) * widest;
@@ -39,3 +41,5 @@ void fitColumns(const ColumnFitSlice& slice, SimdVariant variant) {
       {part(0), part(1), part(2), part(3)}, part(4), {part(5), part(6)}, coordinate.data()};
   MIREL_DISPATCH(variant, fitColumns)(slice, scratch);
 }
+
+}  // namespace mirel

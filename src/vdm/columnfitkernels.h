@@ -2,6 +2,8 @@
 
 #include "simd/variant.h"
 
+namespace mirel {
+
 /// The columns of one slice and the parameters of their fits (see simplevdmestimate.h). Slices
 /// are (nx, ny), x fastest.
 struct ColumnFitSlice {
@@ -18,3 +20,5 @@ struct ColumnFitSlice {
 
 /// Fits every column for which `fitted` is not 0 and writes its map.
 void fitColumns(const ColumnFitSlice& slice, SimdVariant variant);
+
+}  // namespace mirel

@@ -6,6 +6,8 @@
 #include "vdm/simplevdmestimate.h"
 #include "vdm/vdmestimate.h"
 
+namespace mirel {
+
 namespace {
 
 const glm::dvec3 fastSigma(1.5, 1.5, 1.5);  // voxels
@@ -33,7 +35,7 @@ LevelSchedule makeLevelSchedule(const glm::dvec3& voxelSize) {
 
 Volume<float> estimatePair(const Volume<float>& first, const Volume<float>& second,
                            const glm::dvec3& voxelSize, const EstimateOptions& options,
-                           std::ostream& log) {
+                           std::ostream& log, const ReportDone& done) {
   const glm::dvec3 fitSigma(0.5, 4.0 / voxelSize.y, 0.5);
   if (options.fast) {
     Volume<float> vdm = simpleVDMestimate(first, second, fitSigma, log);
@@ -42,5 +44,7 @@ Volume<float> estimatePair(const Volume<float>& first, const Volume<float>& seco
   }
   const LevelSchedule schedule = makeLevelSchedule(voxelSize);
   return estimate_vdm(first, second, voxelSize, fitSigma, options.useSsd, schedule.patterns,
-                      schedule.amplitudes, schedule.sigmas, options.intensityCorrection, log);
+                      schedule.amplitudes, schedule.sigmas, options.intensityCorrection, log, done);
 }
+
+}  // namespace mirel

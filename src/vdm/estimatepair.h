@@ -4,7 +4,10 @@
 #include <ostream>
 #include <vector>
 
+#include "base/progress.h"
 #include "containers/volume.h"
+
+namespace mirel {
 
 /// How a pair is estimated.
 struct EstimateOptions {
@@ -28,7 +31,10 @@ LevelSchedule makeLevelSchedule(const glm::dvec3& voxelSize);
 ///
 /// Shapes   both images and the result: the same (nx, ny, nz).
 /// Units    voxelSize: mm, along the axes of the images as they are passed. Result: voxels.
-/// @throws std::logic_error when the dimensions differ.
+/// `done` is told after the column-wise fit, about a third of the full estimate, and each scale.
+/// @throws std::logic_error when the dimensions differ; what `done` throws.
 Volume<float> estimatePair(const Volume<float>& first, const Volume<float>& second,
                            const glm::dvec3& voxelSize, const EstimateOptions& options,
-                           std::ostream& log);
+                           std::ostream& log, const ReportDone& done = {});
+
+}  // namespace mirel

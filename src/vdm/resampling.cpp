@@ -3,10 +3,13 @@
 #include <cstddef>
 #include <type_traits>
 
+#include "base/assertion.h"
+#include "containers/exchange.h"
 #include "numerics/volumegauss.h"
-#include "plugin/access/assertion.h"
 #include "vdm/resamplingkernels.h"
 #include "vdm/vdm.h"
+
+namespace mirel {
 
 namespace {
 
@@ -61,12 +64,6 @@ bool resampledFast(Volume<float>& dst, const Volume<float>& src, const Volume<fl
 }
 
 glm::ivec3 transposed(glm::ivec3 dims) { return {dims.y, dims.x, dims.z}; }
-
-// dst (ny, nx) is the transposed src (nx, ny).
-void transposeSlice(const float* src, int nx, int ny, float* dst) {
-  for (int x = 0; x < nx; ++x)
-    for (int y = 0; y < ny; ++y) dst[x * ny + y] = src[y * nx + x];
-}
 
 // For phase encoding along x, whose map lies in the transposed image: slice by slice, so that the
 // transposed slices stay in the cache.
@@ -166,3 +163,5 @@ template void applyVdmYLinear(Volume<float>&, const Volume<float>&, const Volume
 template void applyVdmYLinear(Volume<double>&, const Volume<double>&, const Volume<float>&, bool);
 template void applyVdmYLinearReverse(Volume<float>&, const Volume<float>&, const Volume<float>&);
 template void applyVdmYLinearReverse(Volume<double>&, const Volume<double>&, const Volume<float>&);
+
+}  // namespace mirel

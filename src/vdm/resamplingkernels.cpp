@@ -30,6 +30,8 @@ struct SplineMemory {
 #define MIREL_KERNEL_SOURCE "vdm/resamplingkernels.inc.h"
 #include "simd/kernelvariants.inc.h"
 
+namespace mirel {
+
 bool resampleSliceLinear(const ResamplingSlice& slice, SimdVariant variant) {
   return MIREL_DISPATCH(variant, resampleSliceLinear)(slice);
 }
@@ -47,3 +49,5 @@ void SplineResampling::resampleSlice(const ResamplingSlice& slice) {
   MIREL_DISPATCH(variant, resampleSliceSpline)
   (slice, {coefficients.data(), {factors.d.data(), factors.e.data()}});
 }
+
+}  // namespace mirel

@@ -4,6 +4,8 @@
 #include "simd/aligned.h"
 #include "simd/variant.h"
 
+namespace mirel {
+
 /// One slice of an image to be resampled along y through a map. Slices are (nx, ny), x fastest.
 struct ResamplingSlice {
   const float* src;
@@ -36,3 +38,5 @@ class SplineResampling {
   BSplineFactors factors;
   AlignedDoubles coefficients;  // of one block of columns at a time
 };
+
+}  // namespace mirel

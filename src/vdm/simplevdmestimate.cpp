@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/assertion.h"
 #include "numerics/distance.h"
 #include "numerics/volumegauss.h"
-#include "plugin/access/assertion.h"
 #include "vdm/columnfitkernels.h"
 #include "vdm/vdm.h"
+
+namespace mirel {
 
 namespace {
 
@@ -127,3 +129,5 @@ Matrix<float> invert2x2Matrix(const Matrix<float>& mat) {
   inverse.at(1, 1) = reciprocal * mat.at(0, 0);
   return inverse;
 }
+
+}  // namespace mirel

@@ -7,6 +7,8 @@
 #include "containers/vector.h"
 #include "containers/volume.h"
 
+namespace mirel {
+
 /// The column-wise estimate of a voxel displacement map from an AP and a PA image.
 ///
 /// Every column along y is fitted by an affine coordinate model with a scale a and a shift b: the
@@ -36,3 +38,5 @@ void putColumnInVolume(const Vector<float>& vec, Volume<float>& vol, int row, in
 /// The inverse by the adjugate, in single precision; a singular matrix yields infinities or NaN.
 /// Asserts a 2 x 2 matrix.
 Matrix<float> invert2x2Matrix(const Matrix<float>& mat);
+
+}  // namespace mirel

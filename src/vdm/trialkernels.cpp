@@ -5,6 +5,8 @@
 #define MIREL_KERNEL_SOURCE "vdm/trialkernels.inc.h"
 #include "simd/kernelvariants.inc.h"
 
+namespace mirel {
+
 void resampleTrialRow(const TrialRow& row, SimdVariant variant) {
   MIREL_DISPATCH(variant, resampleTrialRow)(row);
 }
@@ -25,3 +27,5 @@ void searchRowSsd(const SearchRow& row, const SsdRows& rows, SimdVariant variant
 void searchRowNcc(const SearchRow& row, const NccRows& rows, SimdVariant variant) {
   MIREL_DISPATCH(variant, searchRowNcc)(row, rows);
 }
+
+}  // namespace mirel

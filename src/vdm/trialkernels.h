@@ -4,6 +4,8 @@
 
 #include "simd/variant.h"
 
+namespace mirel {
+
 /// The loops of the trial search, for one image row at a time (see trialsearch.h).
 
 /// Lanes beyond a row's end that kernels may read and write: padded rows have as many spare
@@ -81,3 +83,5 @@ void searchRowSsd(const SearchRow& row, const SsdRows& rows, SimdVariant variant
 /// Least cost by the negated normalised cross-correlation: five sums in single precision, row by
 /// row, x ascending; roots and division in double.
 void searchRowNcc(const SearchRow& row, const NccRows& rows, SimdVariant variant);
+
+}  // namespace mirel

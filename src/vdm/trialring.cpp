@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace mirel {
+
 namespace {
 
 // The trials of one image's voxel, linear interpolation where the position lies strictly between
@@ -162,3 +164,5 @@ void TrialRing::place(glm::ivec3 p) {
     paRows[element] = paVoxel.values[i];
   }
 }
+
+}  // namespace mirel

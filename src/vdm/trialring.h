@@ -6,6 +6,8 @@
 #include "vdm/trialkernels.h"
 #include "vdm/trialsearch.h"
 
+namespace mirel {
+
 /// What the trials of one image voxel see, per amplitude. Where the position of a trial is not
 /// strictly inside the image the voxel keeps what it held.
 struct VoxelTrials {
@@ -88,3 +90,5 @@ class TrialRing {
   std::vector<unsigned char> allInside;
   VoxelTrials apVoxel, paVoxel;  // of the voxel tried last
 };
+
+}  // namespace mirel

@@ -7,6 +7,8 @@
 #include "vdm/trialring.h"
 #include "vdm/visits.h"
 
+namespace mirel {
+
 namespace {
 
 // Rows first .. last (inclusive) of an axis that a window around p covers.
@@ -164,3 +166,5 @@ void searchConstantPattern(const SearchImages& images, const ConstantPattern& pa
   ConstantPatternSearch(images, pattern, amplitudes, useSsd, foregroundThreshold, variant)
       .run(updated, weights);
 }
+
+}  // namespace mirel

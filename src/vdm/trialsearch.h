@@ -5,6 +5,8 @@
 #include "containers/volume.h"
 #include "simd/variant.h"
 
+namespace mirel {
+
 /// What a sweep of the local search reads.
 struct SearchImages {
   const Volume<float>& ap;             ///< sampled forward
@@ -41,3 +43,5 @@ void searchConstantPattern(const SearchImages& images, const ConstantPattern& pa
                            const std::vector<float>& amplitudes, bool useSsd,
                            float foregroundThreshold, Volume<float>& updated,
                            Volume<float>& weights, SimdVariant variant);
+
+}  // namespace mirel

@@ -7,6 +7,8 @@
 
 #include "numerics/volumegauss.h"
 
+namespace mirel {
+
 namespace {
 
 constexpr float largestStep = 1.0f;  // voxels between y neighbours
@@ -166,3 +168,5 @@ void correctIntensities(Volume<float>& apOut, Volume<float>& paOut, const Volume
   apOut = std::move(apWeight);
   paOut = std::move(paWeight);
 }
+
+}  // namespace mirel

@@ -5,6 +5,8 @@
 
 #include "containers/volume.h"
 
+namespace mirel {
+
 /// Applying, inverting, checking and repairing a voxel displacement map (VDM): a float volume of
 /// the image's dimensions that holds, per voxel, a shift in voxels along y, the phase-encoding
 /// axis.
@@ -76,3 +78,5 @@ void correctIntensities(Volume<float>& apOut, Volume<float>& paOut, const Volume
 /// y, corrected and transposed back; the map must have the transposed image's dimensions.
 Volume<float> applyVdm(const Volume<float>& vdm, const Volume<float>& volume, bool rllr,
                        bool intensityCorrection);
+
+}  // namespace mirel

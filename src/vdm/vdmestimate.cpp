@@ -6,16 +6,20 @@
 #include <stdexcept>
 #include <string>
 
+#include "base/assertion.h"
 #include "numerics/distance.h"
 #include "numerics/volumegauss.h"
-#include "plugin/access/assertion.h"
 #include "vdm/simplevdmestimate.h"
 #include "vdm/trialsearch.h"
 #include "vdm/vdm.h"
 
+namespace mirel {
+
 namespace {
 
 constexpr const char* sourceFile = "src/vdm/vdmestimate.cpp";
+// Of the time that an estimate takes.
+constexpr double columnFitShare = 0.35, searchShare = 0.63;
 constexpr float foregroundThreshold = 100.0f;
 constexpr float visitedWeight = 1.0f, unvisitedWeight = 0.25f;
 const glm::dvec3 startSigma(1.5, 1.5, 1.5);  // voxels
@@ -146,7 +150,8 @@ Volume<float> estimate_vdm(const Volume<float>& vol_ap, const Volume<float>& vol
                            const glm::dvec3&, const glm::dvec3& fitSigma, bool use_ssd,
                            const std::vector<Volume<float>>& patterns,
                            const std::vector<std::vector<float>>& amplitudes,
-                           const std::vector<glm::dvec3>& sigmas, bool use_ic, std::ostream& log) {
+                           const std::vector<glm::dvec3>& sigmas, bool use_ic, std::ostream& log,
+                           const ReportDone& done) {
   require(vol_ap.dimensions() == vol_pa.dimensions(), sourceFile, 53,
           "vol_ap.dimensions() == vol_pa.dimensions()");
   requireSchedule(patterns, amplitudes, sigmas);
@@ -157,6 +162,7 @@ Volume<float> estimate_vdm(const Volume<float>& vol_ap, const Volume<float>& vol
   log << measureName(use_ssd) << " after applying smoothed VDM: " << pair.measure(use_ssd)
       << std::flush;
   log << "\nStarting local optimizations" << std::flush;
+  if (done) done(columnFitShare);
   const std::clock_t start = std::clock();
   for (std::size_t s = 0; s < patterns.size(); ++s) {
     Volume<float> updated = vdm;
@@ -171,6 +177,7 @@ Volume<float> estimate_vdm(const Volume<float>& vol_ap, const Volume<float>& vol
     pair.resample(vdm);
     log << "Finished iteration with " << measureName(use_ssd) << ": " << pair.measure(use_ssd)
         << std::flush;
+    if (done) done(columnFitShare + searchShare * static_cast<double>(s + 1) / static_cast<double>(patterns.size()));
   }
   log << "Other distance measure " << measureName(!use_ssd) << ": " << pair.measure(!use_ssd)
       << std::flush;
@@ -179,3 +186,5 @@ Volume<float> estimate_vdm(const Volume<float>& vol_ap, const Volume<float>& vol
       << (nrOfErrorsInVDM(vdm) == 0 ? "PASSED" : "some inconsistencies found") << std::flush;
   return vdm;
 }
+
+}  // namespace mirel

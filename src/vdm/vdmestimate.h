@@ -4,7 +4,10 @@
 #include <ostream>
 #include <vector>
 
+#include "base/progress.h"
 #include "containers/volume.h"
+
+namespace mirel {
 
 /// The iterative estimate of a voxel displacement map from an AP and a PA image: the column-wise
 /// estimate, smoothed, then refined scale by scale by a local exhaustive search.
@@ -23,10 +26,14 @@
 ///          Of equal costs the earliest amplitude wins.
 /// use_ic   images are multiplied by the map's density change before each scale.
 /// Log      one entry per flush: the estimate's measures, each scale, the time and the check.
+/// `done`   told before the first scale and after each; what it throws ends the estimate.
 /// @throws std::logic_error when the images' dimensions differ; std::invalid_argument when a
 ///   scale lacks amplitudes or a sigma, or a pattern has an even or zero dimension.
 Volume<float> estimate_vdm(const Volume<float>& vol_ap, const Volume<float>& vol_pa,
                            const glm::dvec3& voxelSize, const glm::dvec3& fitSigma, bool use_ssd,
                            const std::vector<Volume<float>>& patterns,
                            const std::vector<std::vector<float>>& amplitudes,
-                           const std::vector<glm::dvec3>& sigmas, bool use_ic, std::ostream& log);
+                           const std::vector<glm::dvec3>& sigmas, bool use_ic, std::ostream& log,
+                           const ReportDone& done = {});
+
+}  // namespace mirel

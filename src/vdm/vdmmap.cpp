@@ -4,9 +4,10 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "files/filenames.h"
-#include "plugin/access/assertion.h"
-#include "plugin/access/ztaccess.h"
+#include "base/assertion.h"
+#include "hostapi/ztaccess.h"
+
+namespace mirel {
 
 namespace {
 
@@ -69,10 +70,4 @@ Volume<float> loadMap(const std::string& fileName) {
   return vdm;
 }
 
-std::string vdm_filename(const std::string& projectFileName) {
-  return addToFileName(replaceExtension(projectFileName, "map"), "_vdm");
-}
-
-std::string vdmderiv_filename(const std::string& projectFileName) {
-  return addToFileName(replaceExtension(projectFileName, "map"), "_vdmderiv");
-}
+}  // namespace mirel

@@ -3,9 +3,13 @@
 #include <string>
 
 #include "containers/volume.h"
+#include "files/projectnames.h"
+
+namespace mirel {
 
 /// Voxel displacement maps as ".map" files of the host. The host keeps the map of its current
 /// FMR and writes and reads the files; these functions hand volumes over and take them back.
+/// The files have the names of `vdm_filename` and `vdmderiv_filename` (projectnames.h).
 
 /// Stores `vdm`, transposed in x and y if asked for, as the map of the host's current FMR, and
 /// has the host save it to `fileName`. `param1` and `param2` go to the map's parameters.
@@ -19,9 +23,4 @@ void saveMap(const Volume<float>& vdm, bool transpose, float param1, float param
 /// @throws std::logic_error when the host has no map.
 Volume<float> loadMap(const std::string& fileName);
 
-/// Name of the map beside a project: "/data/run1.fmr" gives "/data/run1_vdm.map". The last dot of
-/// the whole name counts, be it in a directory's name.
-std::string vdm_filename(const std::string& projectFileName);
-
-/// The same for the map's derivative: "/data/run1_vdmderiv.map".
-std::string vdmderiv_filename(const std::string& projectFileName);
+}  // namespace mirel

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <limits>
 
+namespace mirel {
+
 namespace {
 
 using Bytes = std::vector<unsigned char>;
@@ -77,3 +79,5 @@ void Visits::finishRow(int y) {
       std::fill(row.begin() + std::max(0, x - half.x), row.begin() + std::min(nx, x + half.x + 1),
                 static_cast<unsigned char>(1));
 }
+
+}  // namespace mirel

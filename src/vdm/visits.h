@@ -3,6 +3,8 @@
 #include <glm/vec3.hpp>
 #include <vector>
 
+namespace mirel {
+
 /// Which voxels a sweep visits, row by row in sweep order. A visit covers the window around its
 /// centre; whether a voxel is visited depends on whether an earlier visit has covered it.
 class Visits {
@@ -26,3 +28,5 @@ class Visits {
   std::vector<std::vector<unsigned char>> coveredRows;    // by rows of the current slice
   std::vector<unsigned char> visited, covered;
 };
+
+}  // namespace mirel

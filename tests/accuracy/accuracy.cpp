@@ -16,18 +16,20 @@
 #include "accuracy/measure.h"
 #include "accuracy/series.h"
 #include "accuracy/simulated.h"
-#include "correct/engine.h"
-#include "correct/foreground.h"
+#include "convert/positionblock.h"
 #include "masspreserving/masspreserving.h"
-#include "nifti/geometry.h"
+#include "numerics/fft/fftw.h"
+#include "pair/foreground.h"
 #include "phantom/phantom.h"
 #include "vdm/estimatepair.h"
 #include "vdm/vdm.h"
 
-using correct::estimatorThreshold;
-using correct::fractionAbove;
-using correct::headThreshold;
-using correct::meanOf;
+using namespace mirel;
+
+using estimatorThreshold;
+using fractionAbove;
+using headThreshold;
+using meanOf;
 
 namespace {
 
@@ -300,7 +302,7 @@ void small() {
 
 int main(int argc, char** argv) {
   try {
-    correct::bindEngine();
+    bindEngine();
     std::vector<std::string> parts;
     for (int i = 1; i < argc; ++i) {
       const std::string word = argv[i];

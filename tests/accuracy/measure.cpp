@@ -6,6 +6,8 @@
 
 #include "nifti/image.h"
 
+namespace mirel {
+
 Placed readPlaced(const std::string& fileName) {
   nifti::Reader reader(fileName);
   return {reader.readVolume(0), reader.header().affine()};
@@ -80,3 +82,5 @@ double median(const Volume<float>& a, const Mask& mask) {
   std::nth_element(values.begin(), middle, values.end());
   return *middle;
 }
+
+}  // namespace mirel

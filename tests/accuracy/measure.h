@@ -5,6 +5,8 @@
 
 #include "containers/volume.h"
 
+namespace mirel {
+
 /// What the accuracy program measures with.
 
 using Mask = Volume<unsigned char>;
@@ -29,3 +31,5 @@ int count(const Mask& mask);
 double correlation(const Volume<float>& a, const Volume<float>& b, const Mask& mask);
 double rmsDifference(const Volume<float>& a, const Volume<float>& b, const Mask& mask);
 double median(const Volume<float>& a, const Mask& mask);
+
+}  // namespace mirel

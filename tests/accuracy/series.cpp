@@ -7,10 +7,13 @@
 #include <stdexcept>
 
 #include "accuracy/measure.h"
-#include "correct/correction.h"
+#include "field/fieldhz.h"
+#include "field/series.h"
+#include "jobs/correctpair.h"
 #include "nifti/image.h"
-#include "series/field.h"
-#include "series/series.h"
+#include "support/noprogress.h"
+
+namespace mirel {
 
 namespace {
 
@@ -19,26 +22,25 @@ namespace fs = std::filesystem;
 struct Run {
   const char* name;
   std::string file, result;
-  series::PhaseEncodingDirection direction;
+  bids::PhaseEncodingDirection direction;
   double readoutSeconds;
 };
 
 class Measurement {
  public:
   explicit Measurement(const std::string& folder)
-      : measured(series::readField(folder + "/derived/sub-01_fieldmap_Hz.nii.gz")),
+      : measured(readField(folder + "/derived/sub-01_fieldmap_Hz.nii.gz")),
         inside(readPlaced(folder + "/derived/sub-01_approx_brainmask.nii.gz")) {}
 
   // How the mean of the first `count` volumes (0: all) agrees with the mean corrected by the
   // measured field: as it is, and as it was corrected.
   void print(const Run& run, int count, const char* what) const {
     const nifti::Header header = nifti::Reader(run.file).header();
-    const Volume<float> before = series::meanOfSeries(run.file, count);
-    const Volume<float> after = series::meanOfSeries(run.result, count);
-    const Volume<float> shift =
-        series::shiftVoxels(measured, header, run.direction, run.readoutSeconds);
+    const Volume<float> before = meanOfSeries(run.file, count);
+    const Volume<float> after = meanOfSeries(run.result, count);
+    const Volume<float> shift = shiftVoxels(measured, header, run.direction, run.readoutSeconds);
     const Volume<float> expected =
-        series::correctVolume(before, shift, run.direction.axis, series::Modulation::off);
+        correctVolume(before, shift, run.direction.axis, Modulation::off);
     const Mask brain = eroded(maskAbove(resampledTo({before, header.affine()}, inside), 0.5), 1);
     std::printf("| %s, %s | %d | %.3f | %.3f |\n", run.name, what, header.volumes,
                 correlation(before, expected, brain), correlation(after, expected, brain));
@@ -61,7 +63,7 @@ class Measurement {
   }
 
  private:
-  series::FieldHz measured;
+  FieldHz measured;
   Placed inside;
 };
 
@@ -85,20 +87,17 @@ class Scratch {
 
 void printSeriesAccuracy(const std::string& folder) {
   const Scratch scratch;
-  correct::CorrectionOptions options;
+  CorrectPairOptions options;
   options.a.file = folder + "/dwi/sub-01_dir-AP_b0.nii.gz";
   options.b.file = folder + "/dwi/sub-01_dir-PA_b0.nii.gz";
   options.outputFolder = scratch.path;
   const std::string files[] = {folder + "/dwi/sub-01_dir-AP_dwi.nii.gz",
                                folder + "/dwi/sub-01_dir-PA_dwi.nii.gz",
                                folder + "/func/sub-01_task-fa_dir-AP_bold.nii.gz"};
-  for (const std::string& file : files) {
-    options.series.emplace_back();
-    options.series.back().file = file;
-  }
+  for (const std::string& file : files) options.series.push_back({file, {}});
   const auto start = std::chrono::steady_clock::now();
-  const correct::CorrectionReport report =
-      correct::correctAll(options, [](const std::string&, double) {});
+  NoProgress progress;
+  const RunRecord report = correctPair(options, progress);
   std::printf("series: the whole job took %.1f s\n",
               std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
   const char* names[] = {"diffusion AP", "diffusion PA", "BOLD"};
@@ -106,11 +105,13 @@ void printSeriesAccuracy(const std::string& folder) {
   std::printf("| series | volumes | as it came | corrected |\n|---|---|---|---|\n");
   std::vector<Run> runs;
   for (std::size_t s = 0; s < report.series.size(); ++s) {
-    const correct::SeriesResult& result = report.series[s];
-    runs.push_back({names[s], result.file, scratch.path + "/" + result.output, result.direction,
-                    result.readout->seconds});
+    const SeriesRecord& result = report.series[s];
+    runs.push_back({names[s], result.file, scratch.path + "/" + result.output,
+                    result.acquisition.direction->value, result.acquisition.readout->seconds});
     if (s < 2) measurement.print(runs[s], 1, "b=0");
     measurement.print(runs[s], 0, "mean");
   }
   measurement.printPairs(runs[0], runs[1]);
 }
+
+}  // namespace mirel

@@ -7,6 +7,8 @@
 #include "phantom/distort.h"
 #include "phantom/phantom.h"
 
+namespace mirel {
+
 namespace {
 
 constexpr int cells = 3;
@@ -106,3 +108,5 @@ SimulatedPair simulatePair(const Volume<float>& magnitude, const Volume<float>& 
   pair.second = image(-pair.shiftVoxels, 2);
   return pair;
 }
+
+}  // namespace mirel

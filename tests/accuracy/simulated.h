@@ -2,6 +2,8 @@
 
 #include "accuracy/measure.h"
 
+namespace mirel {
+
 /// A pair with a known displacement, made from images that were measured.
 struct SimulatedPair {
   Volume<float> first, second;  ///< with noise of 3 % of the mean signal in the brain
@@ -17,3 +19,5 @@ struct SimulatedPair {
 SimulatedPair simulatePair(const Volume<float>& magnitude, const Volume<float>& fieldHz,
                            double headAbove, double maxShiftVoxels, const Mask& brain,
                            std::uint64_t seed);
+
+}  // namespace mirel

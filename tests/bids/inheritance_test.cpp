@@ -3,8 +3,11 @@
 #include <gmock/gmock.h>
 
 #include <filesystem>
+#include <nlohmann/json.hpp>
 
-#include "nifti/niftifiles.h"
+#include "support/niftifiles.h"
+
+namespace mirel {
 
 using namespace niftifiles;
 using testing::AllOf;
@@ -19,7 +22,7 @@ namespace {
 
 /// A dataset in ds, and what stands above it.
 struct Dataset : testing::Test {
-  TempFolder folder;
+  TemporaryFolder folder;
   const std::string image = file("sub-01/func/sub-01_task-rest_run-1_bold.nii.gz");
 
   void SetUp() override {
@@ -151,7 +154,7 @@ TEST_F(Dataset, nearerFilesOverrideFieldByField) {
                               R"({"PhaseEncodingDirection": "j-", "SliceTiming": [2]})");
   const auto sidecar = bids::findSidecar(image);
   ASSERT_TRUE(sidecar);
-  EXPECT_EQ(series::nameOf(*sidecar->phaseEncoding()), "j-");
+  EXPECT_EQ(nameOf(*sidecar->phaseEncoding()), "j-");
   EXPECT_EQ(sidecar->phaseEncodingFile(), own);
   const auto readout = sidecar->readout(65);
   EXPECT_EQ(readout->seconds, 0.05);
@@ -189,3 +192,5 @@ TEST_F(Dataset, aContradictionBetweenTwoFilesNamesBoth) {
                 ": its TotalReadoutTime is 0.05 s, but the latter's EffectiveEchoSpacing times "
                 "(lines - 1) is 0.064 s; the TotalReadoutTime is taken");
 }
+
+}  // namespace mirel

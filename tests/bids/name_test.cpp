@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+namespace mirel {
+
 using bids::Name;
 
 TEST(BidsName, entitiesAndSuffixAreTakenApart) {
@@ -42,3 +44,5 @@ TEST(BidsName, commonNameHasWhatBothShareButForTheDirection) {
   const Name nothing = commonName(Name::of("ap.nii"), Name::of("pa.nii"));
   EXPECT_EQ(derivedName(nothing, "mm", "displacement"), "desc-mm_displacement");
 }
+
+}  // namespace mirel

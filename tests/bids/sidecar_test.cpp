@@ -2,7 +2,9 @@
 
 #include <gmock/gmock.h>
 
-#include "nifti/niftifiles.h"
+#include "support/niftifiles.h"
+
+namespace mirel {
 
 using namespace niftifiles;
 using testing::AllOf;
@@ -12,7 +14,7 @@ using testing::StartsWith;
 namespace {
 
 struct SidecarFile : testing::Test {
-  TempFolder folder;
+  TemporaryFolder folder;
   const std::string name = folder.file("run.json");
 
   bids::Sidecar read(const std::string& text) const {
@@ -36,7 +38,7 @@ TEST_F(SidecarFile, phaseEncodingDirection) {
     const auto direction =
         read(R"({"PhaseEncodingDirection": ")" + std::string(text) + "\"}").phaseEncoding();
     ASSERT_TRUE(direction) << text;
-    EXPECT_EQ(series::nameOf(*direction), text);
+    EXPECT_EQ(nameOf(*direction), text);
   }
   EXPECT_FALSE(read(R"({"EchoTime": 1})").phaseEncoding());
 }
@@ -102,3 +104,5 @@ TEST_F(SidecarFile, faultsAreOneSentenceWithTheName) {
         StartsWith(name))
         << value;
 }
+
+}  // namespace mirel

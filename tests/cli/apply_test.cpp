@@ -4,9 +4,11 @@
 #include <fstream>
 
 #include "cli/program.h"
+#include "files/mapfile.h"
 #include "files/mydmr.h"
 #include "files/myfmr.h"
-#include "host/mapfile.h"
+
+namespace mirel {
 
 namespace {
 
@@ -40,7 +42,7 @@ class ApplyCommand : public testing::Test {
   const std::string run1 = folder.file("run1.fmr");
 };
 
-TEST_F(ApplyCommand, samplesEveryVolumeOneRowFurther) {
+TEST_F(ApplyCommand, SamplesEveryVolumeOneRowFurther) {
   writeFmr(run1, {});
   writeDmr(folder.file("run2.dmr"), {});
   const ProgramResult result = apply({run1, folder.file("run2.dmr")});
@@ -59,7 +61,7 @@ TEST_F(ApplyCommand, samplesEveryVolumeOneRowFurther) {
     }
 }
 
-TEST_F(ApplyCommand, withRllrTheShiftIsAlongX) {
+TEST_F(ApplyCommand, WithRllrTheShiftIsAlongX) {
   writeMapFile(vdm, mapOfOnes(6, 6, 4));
   ProjectSketch sketch;
   sketch.dims = {6, 6, 4};
@@ -69,7 +71,7 @@ TEST_F(ApplyCommand, withRllrTheShiftIsAlongX) {
   EXPECT_NEAR(corrected.stcData[0].at(2, 3, 1), 100 + 30 + 3, 1e-3f);
 }
 
-TEST_F(ApplyCommand, withRllrSlicesThatAreNotSquareAreRefused) {
+TEST_F(ApplyCommand, WithRllrSlicesThatAreNotSquareAreRefused) {
   writeFmr(run1, {});
   const ProgramResult result = apply({run1}, {"--rllr"});
   EXPECT_EQ(result.status, 1);
@@ -77,7 +79,7 @@ TEST_F(ApplyCommand, withRllrSlicesThatAreNotSquareAreRefused) {
   EXPECT_FALSE(fileExists(folder.file("run1_undist.fmr")));
 }
 
-TEST_F(ApplyCommand, damagedMapsAreRefusedBeforeThePluginSeesThem) {
+TEST_F(ApplyCommand, DamagedMapsAreRefusedBeforeThePluginSeesThem) {
   writeFmr(run1, {});
   const std::string whole = textOf(vdm);
   std::string flipped = whole;
@@ -93,7 +95,7 @@ TEST_F(ApplyCommand, damagedMapsAreRefusedBeforeThePluginSeesThem) {
   }
 }
 
-TEST_F(ApplyCommand, aMissingMapIsNamed) {
+TEST_F(ApplyCommand, AMissingMapIsNamed) {
   writeFmr(run1, {});
   std::filesystem::remove(vdm);
   const ProgramResult result = apply({run1});
@@ -101,7 +103,7 @@ TEST_F(ApplyCommand, aMissingMapIsNamed) {
   EXPECT_EQ(result.err, "Error: cannot read the map " + vdm + ": No such file or directory\n");
 }
 
-TEST_F(ApplyCommand, aWrongProjectInTheListIsRefusedBeforeAnythingIsWritten) {
+TEST_F(ApplyCommand, AWrongProjectInTheListIsRefusedBeforeAnythingIsWritten) {
   writeFmr(run1, {});
   ProjectSketch other;
   other.dims = {6, 8, 5};
@@ -114,7 +116,7 @@ TEST_F(ApplyCommand, aWrongProjectInTheListIsRefusedBeforeAnythingIsWritten) {
   }
 }
 
-TEST_F(ApplyCommand, anEarlierCopyInTheListIsNotOverwritten) {
+TEST_F(ApplyCommand, AnEarlierCopyInTheListIsNotOverwritten) {
   writeFmr(run1, {});
   ASSERT_EQ(apply({run1}).status, 0);
   const std::string copy = folder.file("run1_undist.fmr");
@@ -125,7 +127,7 @@ TEST_F(ApplyCommand, anEarlierCopyInTheListIsNotOverwritten) {
 }
 
 // 40 names in a folder of a longer name exceed the plugin's 511 bytes.
-TEST_F(ApplyCommand, aListThatDoesNotFitIsWorkedOffFileByFile) {
+TEST_F(ApplyCommand, AListThatDoesNotFitIsWorkedOffFileByFile) {
   std::vector<std::string> files;
   for (int i = 0; i < 40; ++i) {
     files.push_back(folder.file("run" + std::to_string(i) + ".fmr"));
@@ -137,7 +139,7 @@ TEST_F(ApplyCommand, aListThatDoesNotFitIsWorkedOffFileByFile) {
     EXPECT_TRUE(fileExists(folder.file("run" + std::to_string(i) + "_undist.stc"))) << i;
 }
 
-TEST_F(ApplyCommand, namesThatAreTooLongAreRefused) {
+TEST_F(ApplyCommand, NamesThatAreTooLongAreRefused) {
   writeFmr(run1, {});
   std::string name = folder.file("");
   while (name.size() < 600) name += "./";
@@ -145,7 +147,7 @@ TEST_F(ApplyCommand, namesThatAreTooLongAreRefused) {
   EXPECT_THAT(runMirel({"apply", "--vdm", name + "a_vdm.map", run1}).err, HasSubstr("at most 511"));
 }
 
-TEST_F(ApplyCommand, aCopyThatCannotBeWrittenIsReported) {
+TEST_F(ApplyCommand, ACopyThatCannotBeWrittenIsReported) {
   writeFmr(run1, {});
   std::filesystem::create_directory(folder.file("run1_undist.fmr"));
   const ProgramResult result = apply({run1});
@@ -154,3 +156,5 @@ TEST_F(ApplyCommand, aCopyThatCannotBeWrittenIsReported) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -5,16 +5,17 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/program.h"
-#include "series/field.h"
-#include "series/series.h"
-#include "series/seriesfiles.h"
+#include "field/fieldhz.h"
+#include "field/series.h"
+#include "field/seriesfiles.h"
+
+namespace mirel {
 
 // "mirel apply --field" as a user runs it.
 
 namespace {
 
 using namespace seriesfiles;
-using niftifiles::TempFolder;
 using niftifiles::writeText;
 using nlohmann::json;
 using testing::ElementsAre;
@@ -28,10 +29,9 @@ class ApplyField : public testing::Test {
   void SetUp() override {
     header.type = nifti::DataType::int16;
     writeImage(run, header, [](int t) { return smoothImage(dims, t); });
-    const series::Grid fieldGrid{{14, 14, 12}, affineOf({4, 5, 5}, -5, {-45, -60, -20})};
+    const Grid fieldGrid{{14, 14, 12}, affineOf({4, 5, 5}, -5, {-45, -60, -20})};
     const Volume<float> hz = sampled(fieldGrid, [](glm::dvec3 mm) { return 20 + 1.5 * mm.x; });
-    series::writeField({hz, fieldGrid.affine, "f"}, headerOf(fieldGrid.dims, fieldGrid.affine),
-                       field);
+    writeField({hz, fieldGrid.affine, "f"}, headerOf(fieldGrid.dims, fieldGrid.affine), field);
     sidecar("j-", 0.05);
   }
 
@@ -48,16 +48,15 @@ class ApplyField : public testing::Test {
     return runMirel(arguments);
   }
 
-  Volume<float> expected(int t, series::PhaseEncodingDirection direction, double readout,
-                         series::Modulation modulation = series::Modulation::off) const {
+  Volume<float> expected(int t, bids::PhaseEncodingDirection direction, double readout,
+                         Modulation modulation = Modulation::off) const {
     nifti::Reader image(run);
-    return series::correctVolume(
-        image.readVolume(t),
-        series::shiftVoxels(series::readField(field), image.header(), direction, readout),
-        direction.axis, modulation);
+    return correctVolume(image.readVolume(t),
+                         shiftVoxels(readField(field), image.header(), direction, readout),
+                         direction.axis, modulation);
   }
 
-  TempFolder folder;
+  TemporaryFolder folder;
   const std::string run = folder.file("sub-1_bold.nii.gz");
   const std::string field = folder.file("field.nii.gz");
   const std::string out = folder.file("out");
@@ -65,7 +64,7 @@ class ApplyField : public testing::Test {
   nifti::Header header = headerOf(dims, affineOf({3, 3, 4}, 10, {-30, -40, 5}), 3);
 };
 
-TEST_F(ApplyField, correctsByTheSidecar) {
+TEST_F(ApplyField, CorrectsByTheSidecar) {
   const ProgramResult result = apply({"-o", out});
   ASSERT_EQ(result.status, 0) << result.err;
   EXPECT_EQ(result.out, corrected + "\n" + out + "/sub-1_desc-corrected_bold.json\n");
@@ -81,7 +80,7 @@ TEST_F(ApplyField, correctsByTheSidecar) {
   EXPECT_GT(largestDifference(image.readVolume(2), expected(2, {1, 1}, 0.05)), 50);
 }
 
-TEST_F(ApplyField, recordsWhatItDid) {
+TEST_F(ApplyField, RecordsWhatItDid) {
   ASSERT_EQ(apply({"-o", out, "--modulate"}).status, 0);
   const json record = json::parse(niftifiles::readText(out + "/sub-1_desc-corrected_bold.json"));
   EXPECT_EQ(record["EchoTime"], 0.03);
@@ -93,17 +92,17 @@ TEST_F(ApplyField, recordsWhatItDid) {
   EXPECT_FALSE(record["Mirel"]["Series"].contains("SignCheck"));
 }
 
-TEST_F(ApplyField, optionsComeBeforeTheSidecar) {
+TEST_F(ApplyField, OptionsComeBeforeTheSidecar) {
   ASSERT_EQ(apply({"-o", out, "--pe", "k", "--readout", "0.03", "--float", "--modulate",
                    "--threads", "2"})
                 .status,
             0);
   nifti::Reader image(corrected);
   EXPECT_EQ(image.header().type, nifti::DataType::float32);
-  EXPECT_TRUE(image.readVolume(1) == expected(1, {2, 1}, 0.03, series::Modulation::on));
+  EXPECT_TRUE(image.readVolume(1) == expected(1, {2, 1}, 0.03, Modulation::on));
 }
 
-TEST_F(ApplyField, sidecarsHigherUpInTheDatasetCountToo) {
+TEST_F(ApplyField, SidecarsHigherUpInTheDatasetCountToo) {
   const std::string above = folder.file("bold.json"), own = folder.file("sub-1/sub-1_bold.json");
   writeText(folder.file("dataset_description.json"), "{}");
   writeText(above, R"({"PhaseEncodingDirection": "j", "TotalReadoutTime": 0.05})");
@@ -124,19 +123,19 @@ TEST_F(ApplyField, sidecarsHigherUpInTheDatasetCountToo) {
   EXPECT_EQ(series["TotalReadoutTime"]["File"], above);
 }
 
-TEST_F(ApplyField, withoutASidecarOptionsAreEnough) {
+TEST_F(ApplyField, WithoutASidecarOptionsAreEnough) {
   std::filesystem::remove(folder.file("sub-1_bold.json"));
   const ProgramResult missing = apply({"-o", out});
   EXPECT_EQ(missing.status, 1);
   EXPECT_THAT(missing.err, HasSubstr("PhaseEncodingDirection; give it with --pe"));
-  EXPECT_THAT(apply({"-o", out, "--pe", "i-"}).err, HasSubstr("give it with --readout"));
+  EXPECT_THAT(apply({"-o", out, "--pe", "i-"}).err, HasSubstr("in seconds with --readout"));
   EXPECT_FALSE(std::filesystem::exists(out));
   EXPECT_EQ(apply({"-o", out, "--pe", "i-", "--readout", "0.04", "--quiet"}).status, 0);
   EXPECT_LE(largestDifference(nifti::Reader(corrected).readVolume(0), expected(0, {0, -1}, 0.04)),
             0.5);
 }
 
-TEST_F(ApplyField, oneRunMayNameItsOutput) {
+TEST_F(ApplyField, OneRunMayNameItsOutput) {
   const std::string image = folder.file("clean.nii");
   const ProgramResult result = apply({"-o", image, "--warp", "--quiet"});
   ASSERT_EQ(result.status, 0) << result.err;
@@ -150,29 +149,29 @@ TEST_F(ApplyField, oneRunMayNameItsOutput) {
   EXPECT_THAT(two.err, HasSubstr("is the name of one image, but 2 series"));
 }
 
-TEST_F(ApplyField, gradientFilesGoAlong) {
+TEST_F(ApplyField, GradientFilesGoAlong) {
   writeText(folder.file("sub-1_bold.bval"), "0 700 700\n");
   ASSERT_EQ(apply({"-o", out}).status, 0);
   EXPECT_EQ(niftifiles::readText(out + "/sub-1_desc-corrected_bold.bval"), "0 700 700\n");
 }
 
-TEST_F(ApplyField, aWrongSignIsToldLoudlyAndNamesTheSidecar) {
+TEST_F(ApplyField, AWrongSignIsToldLoudlyAndNamesTheSidecar) {
   // The reference is what the right direction yields.
   ASSERT_EQ(apply({"-o", folder.file("truth.nii"), "--float"}).status, 0);
   sidecar("j", 0.05);
   const ProgramResult wrong = apply({"-o", out, "--reference", folder.file("truth.nii")});
   EXPECT_EQ(wrong.status, 0);
-  EXPECT_THAT(wrong.err, HasSubstr("Warning: CHECK THE SIGN of " + folder.file("sub-1_bold.json")));
+  EXPECT_THAT(wrong.err, HasSubstr("Warning: CHECK THE SIGN in " + folder.file("sub-1_bold.json")));
   sidecar("j-", 0.05);
   const ProgramResult right = apply({"-o", out, "--reference", folder.file("truth.nii")});
   EXPECT_THAT(right.err, HasSubstr("the sign is right"));
   EXPECT_THAT(right.err, testing::Not(HasSubstr("CHECK")));
 }
 
-TEST_F(ApplyField, aHeadThatSticksOutOfTheFieldIsDoubted) {
-  const series::Grid part{{14, 14, 3}, affineOf({4, 5, 5}, -5, {-45, -60, 10})};
-  series::writeField({Volume<float>(part.dims, 5.0f), part.affine, "f"},
-                     headerOf(part.dims, part.affine), field);
+TEST_F(ApplyField, AHeadThatSticksOutOfTheFieldIsDoubted) {
+  const Grid part{{14, 14, 3}, affineOf({4, 5, 5}, -5, {-45, -60, 10})};
+  writeField({Volume<float>(part.dims, 5.0f), part.affine, "f"}, headerOf(part.dims, part.affine),
+             field);
   const ProgramResult result = apply({"-o", out, "--quiet"});
   EXPECT_EQ(result.status, 0);
   EXPECT_THAT(result.err,
@@ -180,7 +179,7 @@ TEST_F(ApplyField, aHeadThatSticksOutOfTheFieldIsDoubted) {
                                                                 " lies off the grid of " + field)));
 }
 
-TEST_F(ApplyField, nothingIsSkippedSilently) {
+TEST_F(ApplyField, NothingIsSkippedSilently) {
   Volume<float> hz(dims, 10.0f);
   hz.at(0, 0, 0) = NAN;
   writeImage(field, headerOf(dims, header.affine()), [&](int) { return hz; });
@@ -190,7 +189,7 @@ TEST_F(ApplyField, nothingIsSkippedSilently) {
                                     " has 1 NaN or infinite voxel(s), which count as 0 Hz"));
 }
 
-TEST_F(ApplyField, faultsAreOneSentenceAndLeaveNothing) {
+TEST_F(ApplyField, FaultsAreOneSentenceAndLeaveNothing) {
   writeText(folder.file("run.fmr"), "");
   writeText(folder.file("text.json"), "no json");
   writeText(folder.file("short.nii.gz"),
@@ -206,10 +205,10 @@ TEST_F(ApplyField, faultsAreOneSentenceAndLeaveNothing) {
   refused(apply({"-o", out}, folder.file("none.nii")), "none.nii does not exist");
   refused(apply({"-o", out, "--sidecar", folder.file("text.json")}), "is not valid JSON");
   refused(apply({"-o", run}), "overwrite");
-  const series::Grid far{{3, 3, 3}, affineOf({4, 4, 4}, 0, {500, 0, 0})};
+  const Grid far{{3, 3, 3}, affineOf({4, 4, 4}, 0, {500, 0, 0})};
   const std::string elsewhere = out + ".nii";
-  series::writeField({Volume<float>(far.dims, 5.0f), far.affine, "f"},
-                     headerOf(far.dims, far.affine), elsewhere);
+  writeField({Volume<float>(far.dims, 5.0f), far.affine, "f"}, headerOf(far.dims, far.affine),
+             elsewhere);
   const ProgramResult lost = runMirel({"apply", "--field", elsewhere, run, "-o", out});
   std::filesystem::remove(elsewhere);
   refused(lost, "have no place in common");
@@ -221,7 +220,7 @@ TEST_F(ApplyField, faultsAreOneSentenceAndLeaveNothing) {
   refused(apply({"-o", folder.file("text.json") + "/out"}), "text.json");
 }
 
-TEST_F(ApplyField, usageMistakesHaveTheirOwnStatus) {
+TEST_F(ApplyField, UsageMistakesHaveTheirOwnStatus) {
   for (const std::vector<std::string>& more : {std::vector<std::string>{},
                                                {"-o", out, "--pe", "AP"},
                                                {"-o", out, "--readout", "-1"},
@@ -233,3 +232,5 @@ TEST_F(ApplyField, usageMistakesHaveTheirOwnStatus) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -5,17 +5,18 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/program.h"
+#include "field/corrector.h"
+#include "field/seriesfiles.h"
+#include "files/mapfile.h"
 #include "files/myfmr.h"
-#include "host/mapfile.h"
-#include "series/correct.h"
-#include "series/seriesfiles.h"
+
+namespace mirel {
 
 // "mirel apply --vdm" on NIfTI images.
 
 namespace {
 
 using namespace seriesfiles;
-using niftifiles::TempFolder;
 using nlohmann::json;
 using testing::HasSubstr;
 
@@ -38,7 +39,7 @@ class ApplyMap : public testing::Test {
     return runMirel(arguments);
   }
 
-  TempFolder folder;
+  TemporaryFolder folder;
   const std::string vdm = folder.file("a_vdm.map");
   const std::string run = folder.file("sub-1_bold.nii.gz");
   const std::string out = folder.file("out");
@@ -47,7 +48,7 @@ class ApplyMap : public testing::Test {
 };
 
 // The plugin corrects the project that the image becomes.
-TEST_F(ApplyMap, givesWhatTheProjectGetsBitForBit) {
+TEST_F(ApplyMap, GivesWhatTheProjectGetsBitForBit) {
   ASSERT_EQ(runMirel({"convert", run, folder.file("run.fmr")}).status, 0);
   for (const std::vector<std::string>& axis :
        {std::vector<std::string>{}, std::vector<std::string>{"--rllr"}}) {
@@ -66,14 +67,13 @@ TEST_F(ApplyMap, givesWhatTheProjectGetsBitForBit) {
   }
 }
 
-TEST_F(ApplyMap, takesTheOptionsForImages) {
+TEST_F(ApplyMap, TakesTheOptionsForImages) {
   const ProgramResult result =
       apply({run, "-o", out, "--modulate", "--warp", "--threads", "2", "--reference", run});
   ASSERT_EQ(result.status, 0) << result.err;
   EXPECT_THAT(result.err, HasSubstr("3 volumes, displaced along j by " + vdm));
-  EXPECT_TRUE(
-      nifti::Reader(corrected).readVolume(1) ==
-      series::correctVolume(smoothImage(dims, 1), smoothShift(dims), 1, series::Modulation::on));
+  EXPECT_TRUE(nifti::Reader(corrected).readVolume(1) ==
+              correctVolume(smoothImage(dims, 1), smoothShift(dims), 1, Modulation::on));
   EXPECT_TRUE(std::filesystem::exists(out + "/sub-1_desc-warp_xfm.nii.gz"));
   const json record = json::parse(niftifiles::readText(out + "/sub-1_desc-corrected_bold.json"));
   EXPECT_EQ(record["Sources"], json({run, vdm}));
@@ -82,7 +82,7 @@ TEST_F(ApplyMap, takesTheOptionsForImages) {
   EXPECT_FALSE(record["Mirel"]["Series"].contains("PhaseEncodingDirection"));
 }
 
-TEST_F(ApplyMap, theMapMayBeAnImage) {
+TEST_F(ApplyMap, TheMapMayBeAnImage) {
   ASSERT_EQ(apply({run, "-o", folder.file("a.nii")}).status, 0);
   const std::string image = folder.file("d.nii.gz");
   nifti::Header one = header;
@@ -97,7 +97,7 @@ TEST_F(ApplyMap, theMapMayBeAnImage) {
   EXPECT_THAT(series.err, HasSubstr("a displacement map has one"));
 }
 
-TEST_F(ApplyMap, aMapOfTheWrongSignIsSaidLoudly) {
+TEST_F(ApplyMap, AMapOfTheWrongSignIsSaidLoudly) {
   ASSERT_EQ(apply({run, "-o", folder.file("truth.nii")}).status, 0);
   Map map = readMapFile(vdm);
   for (float& value : map.values) value = -value;
@@ -107,7 +107,7 @@ TEST_F(ApplyMap, aMapOfTheWrongSignIsSaidLoudly) {
   EXPECT_THAT(wrong.err, HasSubstr("Warning: CHECK THE SIGN of " + vdm));
 }
 
-TEST_F(ApplyMap, faultsAreOneSentenceAndLeaveNothing) {
+TEST_F(ApplyMap, FaultsAreOneSentenceAndLeaveNothing) {
   const std::string other = folder.file("other.nii");
   writeImage(other, headerOf({4, 5, 6}, header.affine()), [](int) {
     return smoothImage({4, 5, 6});
@@ -131,7 +131,7 @@ TEST_F(ApplyMap, faultsAreOneSentenceAndLeaveNothing) {
   refused(apply({run, "-o", out}), "cannot read the map " + vdm);
 }
 
-TEST_F(ApplyMap, usageMistakesHaveTheirOwnStatus) {
+TEST_F(ApplyMap, UsageMistakesHaveTheirOwnStatus) {
   EXPECT_EQ(apply({run}).status, 2) << "no output";
   for (const std::vector<std::string>& more : {std::vector<std::string>{"--pe", "j"},
                                                {"--readout", "0.05"},
@@ -147,3 +147,5 @@ TEST_F(ApplyMap, usageMistakesHaveTheirOwnStatus) {
 }
 
 }  // namespace
+
+}  // namespace mirel

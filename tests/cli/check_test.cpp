@@ -4,12 +4,14 @@
 
 #include "cli/program.h"
 
+namespace mirel {
+
 namespace {
 
 using testing::HasSubstr;
 using testing::Not;
 
-TEST(CheckCommand, goodProjectsAreOk) {
+TEST(CheckCommand, GoodProjectsAreOk) {
   const TemporaryFolder folder;
   writeFmr(folder.file("a.fmr"), {});
   writeDmr(folder.file("b.dmr"), {});
@@ -19,7 +21,7 @@ TEST(CheckCommand, goodProjectsAreOk) {
   EXPECT_EQ(result.out, "");
 }
 
-TEST(CheckCommand, findingsAreShownAndMakeItFail) {
+TEST(CheckCommand, FindingsAreShownAndMakeItFail) {
   const TemporaryFolder folder;
   std::ofstream(folder.file("notes.txt")) << "text";
   const ProgramResult result =
@@ -29,7 +31,7 @@ TEST(CheckCommand, findingsAreShownAndMakeItFail) {
                             folder.file("notes.txt") + ": not an FMR or DMR file\n");
 }
 
-TEST(CheckCommand, aListThatDoesNotFitIsCheckedToItsEnd) {
+TEST(CheckCommand, AListThatDoesNotFitIsCheckedToItsEnd) {
   const TemporaryFolder folder;
   writeFmr(folder.file("a.fmr"), {});
   std::vector<std::string> arguments = {"check", folder.file("first.txt")};
@@ -41,7 +43,7 @@ TEST(CheckCommand, aListThatDoesNotFitIsCheckedToItsEnd) {
   EXPECT_THAT(result.err, HasSubstr("last.fmr: could not read file\n"));
 }
 
-TEST(CheckCommand, impossibleNamesAreRefused) {
+TEST(CheckCommand, ImpossibleNamesAreRefused) {
   EXPECT_THAT(runMirel({"check", std::string(512, 'x')}).err, HasSubstr("at most 511"));
   EXPECT_THAT(runMirel({"check", "a\nb.fmr"}).err, HasSubstr("line feed"));
   EXPECT_EQ(runMirel({"check", std::string(512, 'x')}).status, 1);
@@ -49,3 +51,5 @@ TEST(CheckCommand, impossibleNamesAreRefused) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -11,7 +11,9 @@
 
 #include "cli/correctpair.h"
 #include "nifti/image.h"
-#include "nifti/niftifiles.h"
+#include "support/niftifiles.h"
+
+namespace mirel {
 
 // What "mirel correct" does with bad input: one sentence, status 1 and no output.
 
@@ -49,20 +51,20 @@ class CorrectFaults : public CorrectPair {
   const std::string bad = file("bad.nii.gz");
 };
 
-TEST_F(CorrectFaults, aTruncatedGzip) {
+TEST_F(CorrectFaults, ATruncatedGzip) {
   const std::string whole = textOf(bad);
   write(whole.substr(0, whole.size() / 2));
   EXPECT_THAT(fault(), AllOf(HasSubstr("bad.nii.gz"), HasSubstr("truncated")));
 }
 
-TEST_F(CorrectFaults, impossibleDimensions) {
+TEST_F(CorrectFaults, ImpossibleDimensions) {
   niftifiles::Raw raw;
   raw.dim = {3, 32000, 32000, 32000};
   niftifiles::writeBytes(bad, niftifiles::gzipped(niftifiles::bytesOf(raw)));
   EXPECT_THAT(fault(), HasSubstr("bad.nii.gz"));
 }
 
-TEST_F(CorrectFaults, noNiftiAtAllADirectoryAndNothing) {
+TEST_F(CorrectFaults, NoNiftiAtAllADirectoryAndNothing) {
   write("no image");
   EXPECT_THAT(fault(), HasSubstr("bad.nii.gz"));
   fs::remove(bad);
@@ -71,7 +73,7 @@ TEST_F(CorrectFaults, noNiftiAtAllADirectoryAndNothing) {
   EXPECT_THAT(fault(), HasSubstr("bad.nii.gz"));
 }
 
-TEST_F(CorrectFaults, voxelsThatAreNotNumbers) {
+TEST_F(CorrectFaults, VoxelsThatAreNotNumbers) {
   nifti::Header header = nifti::Reader(ap()).header();
   header.type = nifti::DataType::float32;
   Volume<float> image = imageIn(ap());
@@ -82,7 +84,7 @@ TEST_F(CorrectFaults, voxelsThatAreNotNumbers) {
   EXPECT_THAT(fault(), AllOf(HasSubstr("bad.nii.gz"), HasSubstr("NaN")));
 }
 
-TEST_F(CorrectFaults, anImageOfOneSlice) {
+TEST_F(CorrectFaults, AnImageOfOneSlice) {
   niftifiles::Raw raw;
   raw.dim = {3, 40, 48, 1};
   raw.data = niftifiles::samples(std::vector<std::int16_t>(40 * 48, 7));
@@ -90,7 +92,7 @@ TEST_F(CorrectFaults, anImageOfOneSlice) {
   EXPECT_THAT(fault(), HasSubstr("40 x 48 x 1"));
 }
 
-TEST_F(CorrectFaults, anotherGrid) {
+TEST_F(CorrectFaults, AnotherGrid) {
   ASSERT_EQ(runMirel({"phantom", file("other"), "--size", "24", "28", "20", "--voxel", "8",
                       "--volumes", "0"})
                 .status,
@@ -99,7 +101,7 @@ TEST_F(CorrectFaults, anotherGrid) {
   EXPECT_THAT(fault(), AllOf(HasSubstr("24 x 28 x 20"), HasSubstr("40 x 48 x 28")));
 }
 
-TEST_F(CorrectFaults, sidecarsThatAreNotJsonOrLackFields) {
+TEST_F(CorrectFaults, SidecarsThatAreNotJsonOrLackFields) {
   writeSidecar("{\"PhaseEncodingDirection\": \"j-\",");
   EXPECT_THAT(fault(), HasSubstr("bad.json is not valid JSON"));
   writeSidecar("{}");
@@ -110,7 +112,7 @@ TEST_F(CorrectFaults, sidecarsThatAreNotJsonOrLackFields) {
   EXPECT_THAT(fault(), AllOf(HasSubstr("opposite"), HasSubstr("bad.json")));
 }
 
-TEST_F(CorrectFaults, twoSidecarsInOneFolderThatApply) {
+TEST_F(CorrectFaults, TwoSidecarsInOneFolderThatApply) {
   const std::string image = file("sub-1_epi.nii.gz");
   fs::copy(bad, image);
   for (const char* name : {"sub-1_epi.json", "epi.json"}) fs::copy(file("bad.json"), file(name));
@@ -119,7 +121,7 @@ TEST_F(CorrectFaults, twoSidecarsInOneFolderThatApply) {
                     HasSubstr("both describe " + image)));
 }
 
-TEST_F(CorrectFaults, aSeriesThatCannotBeCorrected) {
+TEST_F(CorrectFaults, ASeriesThatCannotBeCorrected) {
   const std::string series = file("run.nii.gz");
   fs::copy(input("sub-phantom_task-rest_dir-AP_bold.nii.gz"), series);
   std::ofstream(file("run.json")) << "{}";
@@ -130,14 +132,14 @@ TEST_F(CorrectFaults, aSeriesThatCannotBeCorrected) {
   EXPECT_THAT(fault({"--apply", series}), AllOf(HasSubstr("run.nii.gz"), HasSubstr("truncated")));
 }
 
-TEST_F(CorrectFaults, anOutputFolderThatCannotBeMade) {
+TEST_F(CorrectFaults, AnOutputFolderThatCannotBeMade) {
   std::ofstream(file("plain")) << "x";
   EXPECT_THAT(sentenceOf(correct({"--quiet"}, "plain")), HasSubstr("is a file, not a folder"));
   EXPECT_THAT(sentenceOf(correct({"--quiet"}, "plain/sub")), HasSubstr("cannot be made"));
 }
 
 // Folders of the system's process table take no files, not even the superuser's.
-TEST_F(CorrectFaults, anOutputFolderThatTakesNoFiles) {
+TEST_F(CorrectFaults, AnOutputFolderThatTakesNoFiles) {
   for (const std::string place : {"/proc/self", "/proc/self/sub"}) {
     const ProgramResult result = runMirel({"correct", ap(), pa(), "--quiet", "-o", place});
     EXPECT_THAT(sentenceOf(result), AllOf(HasSubstr("the output folder " + place),
@@ -145,7 +147,7 @@ TEST_F(CorrectFaults, anOutputFolderThatTakesNoFiles) {
   }
 }
 
-TEST_F(CorrectFaults, anOutputFolderOfSomebodyElse) {
+TEST_F(CorrectFaults, AnOutputFolderOfSomebodyElse) {
   if (geteuid() == 0) GTEST_SKIP() << "the superuser may write to every folder";
   fs::create_directory(file("theirs"));
   fs::permissions(file("theirs"), fs::perms::owner_read | fs::perms::owner_exec);
@@ -154,7 +156,7 @@ TEST_F(CorrectFaults, anOutputFolderOfSomebodyElse) {
   fs::permissions(file("theirs"), fs::perms::owner_all);
 }
 
-TEST_F(CorrectFaults, aSeriesThatLiesElsewhere) {
+TEST_F(CorrectFaults, ASeriesThatLiesElsewhere) {
   const std::string series = file("run.nii.gz");
   nifti::Reader bold(input("sub-phantom_task-rest_dir-AP_bold.nii.gz"));
   const auto placed = [&](const glm::dmat4& affine) {
@@ -179,14 +181,14 @@ TEST_F(CorrectFaults, aSeriesThatLiesElsewhere) {
               HasSubstr("run.nii.gz has an orientation matrix that is singular"));
 }
 
-TEST_F(CorrectFaults, imagesThatTheSeriesTookForItself) {
+TEST_F(CorrectFaults, ImagesThatTheSeriesTookForItself) {
   const ProgramResult result = runMirel({"correct", "--apply", ap(), ap(), pa(), "-o", out()});
   EXPECT_EQ(result.status, 2);
   EXPECT_THAT(result.err, AllOf(HasSubstr("A is required"),
                                 HasSubstr("--apply takes every name that follows it")));
 }
 
-TEST_F(CorrectFaults, anOutputThatWouldOverwriteAnInput) {
+TEST_F(CorrectFaults, AnOutputThatWouldOverwriteAnInput) {
   // A series that stands where the corrected A is to go.
   const std::string inTheWay = file("sub-phantom_dir-AP_desc-corrected_epi.nii.gz");
   fs::copy(ap(), inTheWay);
@@ -196,12 +198,12 @@ TEST_F(CorrectFaults, anOutputThatWouldOverwriteAnInput) {
   EXPECT_EQ(textOf(inTheWay), before);
 }
 
-TEST_F(CorrectFaults, aFullDisk) {
+TEST_F(CorrectFaults, AFullDisk) {
   const niftifiles::FileSizeLimit limit(20000);
   EXPECT_THAT(fault(), AllOf(HasSubstr(out() + "/"), HasSubstr("cannot be written")));
 }
 
-TEST_F(CorrectFaults, optionsThatMakeNoSense) {
+TEST_F(CorrectFaults, OptionsThatMakeNoSense) {
   for (const std::vector<std::string>& options : {std::vector<std::string>{"--volume", "-1"},
                                                   {"--pe-a", "y"},
                                                   {"--readout", "0"},
@@ -222,7 +224,7 @@ TEST_F(CorrectFaults, optionsThatMakeNoSense) {
 }
 
 // Ctrl-C while the results are being written.
-TEST_F(CorrectFaults, anInterruptLeavesNothing) {
+TEST_F(CorrectFaults, AnInterruptLeavesNothing) {
   // A series that takes long enough to be interrupted.
   const std::string longSeries = file("long.nii.gz");
   {
@@ -258,3 +260,5 @@ TEST_F(CorrectFaults, anInterruptLeavesNothing) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -6,8 +6,10 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/correctpair.h"
-#include "host/mapfile.h"
+#include "files/mapfile.h"
 #include "nifti/image.h"
+
+namespace mirel {
 
 // "mirel correct" as a user runs it: what it writes and what it says.
 
@@ -26,7 +28,7 @@ nlohmann::json jsonOf(const std::string& file) {
   return nlohmann::json::parse(std::ifstream(file));
 }
 
-TEST_F(CorrectCommand, writesAllOfItAndNamesTheFiles) {
+TEST_F(CorrectCommand, WritesAllOfItAndNamesTheFiles) {
   const ProgramResult result = correct({});
   ASSERT_EQ(result.status, 0) << result.err;
   const std::vector<std::string> expected = {"dataset_description.json",
@@ -54,7 +56,7 @@ TEST_F(CorrectCommand, writesAllOfItAndNamesTheFiles) {
                                 Not(HasSubstr("Warning"))));
 }
 
-TEST_F(CorrectCommand, sidecarsRecordInputsOptionsVersionAndChecksums) {
+TEST_F(CorrectCommand, SidecarsRecordInputsOptionsVersionAndChecksums) {
   ASSERT_EQ(correct({"--ssd", "--modulate"}).status, 0);
   const nlohmann::json field = jsonOf(out("sub-phantom_desc-estimated_fieldmap.json"));
   EXPECT_EQ(field["Units"], "Hz");
@@ -71,7 +73,7 @@ TEST_F(CorrectCommand, sidecarsRecordInputsOptionsVersionAndChecksums) {
   EXPECT_EQ(jsonOf(out("dataset_description.json"))["DatasetType"], "derivative");
 }
 
-TEST_F(CorrectCommand, theFieldHasTheSignAndSizeOfTheTrueOne) {
+TEST_F(CorrectCommand, TheFieldHasTheSignAndSizeOfTheTrueOne) {
   ASSERT_EQ(correct({}).status, 0);
   const Volume<float> found = imageIn(out("sub-phantom_desc-estimated_fieldmap.nii.gz"));
   const Volume<float> truth = imageIn(input("sub-phantom_desc-truth_fieldmap.nii.gz"));
@@ -85,7 +87,7 @@ TEST_F(CorrectCommand, theFieldHasTheSignAndSizeOfTheTrueOne) {
   }
 }
 
-TEST_F(CorrectCommand, theMapIsThatOfTheEstimateTaskBitForBit) {
+TEST_F(CorrectCommand, TheMapIsThatOfTheEstimateTaskBitForBit) {
   const struct {
     std::vector<std::string> correct, estimate;
   } variants[] = {{{"--estimator", "search"}, {"--ic"}},
@@ -108,7 +110,7 @@ TEST_F(CorrectCommand, theMapIsThatOfTheEstimateTaskBitForBit) {
   }
 }
 
-TEST_F(CorrectCommand, theMapIsThatOfTheEstimateTaskAlongXToo) {
+TEST_F(CorrectCommand, TheMapIsThatOfTheEstimateTaskAlongXToo) {
   ASSERT_EQ(runMirel({"convert", ap(), file("a.dmr")}).status, 0);
   ASSERT_EQ(runMirel({"convert", pa(), file("b.dmr")}).status, 0);
   for (const std::vector<std::string>& method :
@@ -127,7 +129,7 @@ TEST_F(CorrectCommand, theMapIsThatOfTheEstimateTaskAlongXToo) {
   }
 }
 
-TEST_F(CorrectCommand, appliesToSeriesOfEitherPolarity) {
+TEST_F(CorrectCommand, AppliesToSeriesOfEitherPolarity) {
   const std::string bold = input("sub-phantom_task-rest_dir-AP_bold.nii.gz");
   const ProgramResult result = correct({"--apply", bold, pa(), "--threads", "2"}, "series");
   EXPECT_EQ(result.status, 1) << "PA would be written twice";
@@ -151,7 +153,7 @@ TEST_F(CorrectCommand, appliesToSeriesOfEitherPolarity) {
     ASSERT_NEAR(asSeries.data()[i], asPair.data()[i], 0.51f) << i;
 }
 
-TEST_F(CorrectCommand, aSeriesWithTheWrongSignIsSaidLoudly) {
+TEST_F(CorrectCommand, ASeriesWithTheWrongSignIsSaidLoudly) {
   const ProgramResult result = correct(
       {"--apply", input("sub-phantom_task-rest_dir-AP_bold.nii.gz"), "--apply-pe", "j", "--quiet"});
   EXPECT_EQ(result.status, 0);
@@ -159,13 +161,13 @@ TEST_F(CorrectCommand, aSeriesWithTheWrongSignIsSaidLoudly) {
                                 HasSubstr("corrected as j-")));
 }
 
-TEST_F(CorrectCommand, aWrongAxisIsSaidLoudly) {
+TEST_F(CorrectCommand, AWrongAxisIsSaidLoudly) {
   const ProgramResult result = correct({"--pe-a", "i-", "--pe-b", "i", "--quiet"});
   EXPECT_EQ(result.status, 0);
   EXPECT_THAT(result.err, AllOf(HasSubstr("Warning: CHECK THE AXIS"), HasSubstr("along j")));
 }
 
-TEST_F(CorrectCommand, sidecarsHigherUpInTheDatasetCountToo) {
+TEST_F(CorrectCommand, SidecarsHigherUpInTheDatasetCountToo) {
   const auto write = [&](const std::string& name, const char* text) {
     std::ofstream(file(name)) << text;
     return file(name);
@@ -199,7 +201,7 @@ TEST_F(CorrectCommand, sidecarsHigherUpInTheDatasetCountToo) {
   EXPECT_EQ(record["Mirel"]["Series"]["PhaseEncodingDirectionSource"], bold);
 }
 
-TEST_F(CorrectCommand, withoutSidecarsItWorksInVoxels) {
+TEST_F(CorrectCommand, WithoutSidecarsItWorksInVoxels) {
   std::filesystem::copy(ap(), file("one.nii.gz"));
   std::filesystem::copy(pa(), file("two.nii.gz"));
   const ProgramResult result =
@@ -211,7 +213,7 @@ TEST_F(CorrectCommand, withoutSidecarsItWorksInVoxels) {
                     Contains("one_desc-corrected.nii.gz"), Not(Contains(HasSubstr("fieldmap")))));
 }
 
-TEST_F(CorrectCommand, withoutSidecarsASeriesIsTakenToBeEncodedAsTheFirstImage) {
+TEST_F(CorrectCommand, WithoutSidecarsASeriesIsTakenToBeEncodedAsTheFirstImage) {
   std::filesystem::copy(ap(), file("one.nii.gz"));
   std::filesystem::copy(pa(), file("two.nii.gz"));
   std::filesystem::copy(input("sub-phantom_task-rest_dir-AP_bold.nii.gz"), file("run.nii.gz"));
@@ -225,7 +227,7 @@ TEST_F(CorrectCommand, withoutSidecarsASeriesIsTakenToBeEncodedAsTheFirstImage) 
   EXPECT_THAT(wrong.err, AllOf(HasSubstr("CHECK THE SIGN"), HasSubstr("run.nii.gz")));
 }
 
-TEST_F(CorrectCommand, aSeriesWithoutOrientationOrPartlyElsewhereIsDoubted) {
+TEST_F(CorrectCommand, ASeriesWithoutOrientationOrPartlyElsewhereIsDoubted) {
   const std::string series = file("run.nii.gz");
   nifti::Reader bold(input("sub-phantom_task-rest_dir-AP_bold.nii.gz"));
   nifti::Header header = bold.header();
@@ -247,7 +249,7 @@ TEST_F(CorrectCommand, aSeriesWithoutOrientationOrPartlyElsewhereIsDoubted) {
   EXPECT_THAT(messages(), HasSubstr("Warning: " + series + " has no orientation"));
 }
 
-TEST_F(CorrectCommand, aSignThatCannotBeToldIsSaid) {
+TEST_F(CorrectCommand, ASignThatCannotBeToldIsSaid) {
   const std::string series = file("run.nii.gz");
   nifti::Reader bold(input("sub-phantom_task-rest_dir-AP_bold.nii.gz"));
   nifti::Header header = bold.header();
@@ -261,7 +263,7 @@ TEST_F(CorrectCommand, aSignThatCannotBeToldIsSaid) {
               HasSubstr("Note: the sign of " + series + " could not be checked"));
 }
 
-TEST_F(CorrectCommand, aSidecarThatContradictsItselfIsDoubted) {
+TEST_F(CorrectCommand, ASidecarThatContradictsItselfIsDoubted) {
   std::filesystem::copy(ap(), file("a.nii.gz"));
   std::ofstream(file("a.json")) << R"({"PhaseEncodingDirection": "j-", "TotalReadoutTime": 0.04,
                                        "EffectiveEchoSpacing": 0.0004})";
@@ -272,7 +274,7 @@ TEST_F(CorrectCommand, aSidecarThatContradictsItselfIsDoubted) {
                                     " contradicts itself: its TotalReadoutTime is 0.04 s, but"));
 }
 
-TEST_F(CorrectCommand, seriesAsFloatsWhenAskedTo) {
+TEST_F(CorrectCommand, SeriesAsFloatsWhenAskedTo) {
   const std::string bold = input("sub-phantom_task-rest_dir-AP_bold.nii.gz");
   ASSERT_EQ(correct({"--apply", bold, "--float"}).status, 0);
   const std::string corrected = out("sub-phantom_task-rest_dir-AP_desc-corrected_bold.nii.gz");
@@ -287,7 +289,7 @@ TEST_F(CorrectCommand, seriesAsFloatsWhenAskedTo) {
   for (int i = 0; i < exact.size(); ++i) ASSERT_NEAR(rounded.data()[i], exact.data()[i], 0.5f);
 }
 
-TEST_F(CorrectCommand, theNumberOfThreadsDoesNotShow) {
+TEST_F(CorrectCommand, TheNumberOfThreadsDoesNotShow) {
   const std::string bold = input("sub-phantom_task-rest_dir-AP_bold.nii.gz");
   for (const char* threads : {"1", "2", "5"})
     ASSERT_EQ(correct({"--fast", "--apply", bold, "--threads", threads}, threads).status, 0);
@@ -296,7 +298,7 @@ TEST_F(CorrectCommand, theNumberOfThreadsDoesNotShow) {
   EXPECT_EQ(textOf(file("1" + name)), textOf(file("5" + name)));
 }
 
-TEST_F(CorrectCommand, theMeanOfOneAndASingleVolumeOfTheOther) {
+TEST_F(CorrectCommand, TheMeanOfOneAndASingleVolumeOfTheOther) {
   const std::string bold = input("sub-phantom_task-rest_dir-AP_bold.nii.gz");
   const ProgramResult result =
       runMirel({"correct", bold, pa(), "--mean", "3", "--mean-b", "1", "-o", out()});
@@ -308,7 +310,7 @@ TEST_F(CorrectCommand, theMeanOfOneAndASingleVolumeOfTheOther) {
             3);
 }
 
-TEST_F(CorrectCommand, quietSaysNothingAndJsonIsAllOfStandardOutput) {
+TEST_F(CorrectCommand, QuietSaysNothingAndJsonIsAllOfStandardOutput) {
   EXPECT_EQ(correct({"--quiet"}).err, "");
   const ProgramResult result = correct({"--json", "--quiet"}, "other");
   const nlohmann::json summary = nlohmann::json::parse(result.out);
@@ -317,7 +319,7 @@ TEST_F(CorrectCommand, quietSaysNothingAndJsonIsAllOfStandardOutput) {
   EXPECT_GT(summary["pairCorrelation"]["after"], summary["pairCorrelation"]["before"]);
 }
 
-TEST_F(CorrectCommand, namesThatAreNotUtf8AreNoObstacle) {
+TEST_F(CorrectCommand, NamesThatAreNotUtf8AreNoObstacle) {
   const std::string name = file("sub-\xe4_epi.nii.gz");
   std::filesystem::copy(ap(), name);
   const ProgramResult result = runMirel({"correct", name, pa(), "--pe-a", "j-", "--readout", "0.04",
@@ -327,7 +329,7 @@ TEST_F(CorrectCommand, namesThatAreNotUtf8AreNoObstacle) {
   EXPECT_EQ(jsonOf(out("sub-\xe4_desc-corrected_epi.json"))["Mirel"]["Inputs"].size(), 2U);
 }
 
-TEST_F(CorrectCommand, theSlicesOfASeriesStayAsTheyAreDescribed) {
+TEST_F(CorrectCommand, TheSlicesOfASeriesStayAsTheyAreDescribed) {
   const std::string series = file("run.nii.gz");
   nifti::Reader bold(input("sub-phantom_task-rest_dir-AP_bold.nii.gz"));
   nifti::Header header = bold.header();
@@ -344,14 +346,14 @@ TEST_F(CorrectCommand, theSlicesOfASeriesStayAsTheyAreDescribed) {
   EXPECT_NEAR(kept.durationSeconds, 0.07, 1e-6);
 }
 
-TEST_F(CorrectCommand, aDescriptionOfTheDatasetThatIsThereIsKept) {
+TEST_F(CorrectCommand, ADescriptionOfTheDatasetThatIsThereIsKept) {
   std::filesystem::create_directory(out());
   std::ofstream(out("dataset_description.json")) << "{\"Name\": \"mine\"}";
   ASSERT_EQ(correct({"--fast"}).status, 0);
   EXPECT_EQ(jsonOf(out("dataset_description.json"))["Name"], "mine");
 }
 
-TEST_F(CorrectCommand, twoVolumesOfOneFile) {
+TEST_F(CorrectCommand, TwoVolumesOfOneFile) {
   writeJoined(file("both.nii.gz"));
   const ProgramResult result =
       runMirel({"correct", file("both.nii.gz"), file("both.nii.gz"), "--volume-b", "1", "--pe-a",
@@ -365,3 +367,5 @@ TEST_F(CorrectCommand, twoVolumesOfOneFile) {
 }
 
 }  // namespace
+
+}  // namespace mirel

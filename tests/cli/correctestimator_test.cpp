@@ -6,6 +6,8 @@
 
 #include "cli/correctpair.h"
 
+namespace mirel {
+
 // By which method "mirel correct" estimates, and what it says of the head's motion.
 
 namespace {
@@ -35,7 +37,7 @@ class CorrectEstimator : public CorrectPair {
   }
 };
 
-TEST_F(CorrectEstimator, isTheMassPreservingOneByDefault) {
+TEST_F(CorrectEstimator, IsTheMassPreservingOneByDefault) {
   const ProgramResult result = correct({});
   ASSERT_EQ(result.status, 0) << result.err;
   EXPECT_THAT(result.err, AllOf(HasSubstr("Intensity of the first image over that of the second: "),
@@ -50,7 +52,7 @@ TEST_F(CorrectEstimator, isTheMassPreservingOneByDefault) {
   EXPECT_EQ(map(), map("named"));
 }
 
-TEST_F(CorrectEstimator, isFarCloserToTheTrueFieldThanTheSearch) {
+TEST_F(CorrectEstimator, IsFarCloserToTheTrueFieldThanTheSearch) {
   ASSERT_EQ(correct({}).status, 0);
   ASSERT_EQ(correct({"--estimator", "search"}, "search").status, 0);
   const std::string name = "/sub-phantom_desc-estimated_fieldmap.nii.gz";
@@ -59,7 +61,7 @@ TEST_F(CorrectEstimator, isFarCloserToTheTrueFieldThanTheSearch) {
             0.3 * rmsInBrain(imageIn(file("search" + name)), truth));
 }
 
-TEST_F(CorrectEstimator, isTheSearchWhenNamedOrImplied) {
+TEST_F(CorrectEstimator, IsTheSearchWhenNamedOrImplied) {
   const ProgramResult named = correct({"--estimator", "search"});
   ASSERT_EQ(named.status, 0) << named.err;
   EXPECT_THAT(named.err, Not(HasSubstr("motion")));
@@ -74,7 +76,7 @@ TEST_F(CorrectEstimator, isTheSearchWhenNamedOrImplied) {
   EXPECT_NE(map(), map("fast"));
 }
 
-TEST_F(CorrectEstimator, refusesOptionsOfTheOtherOne) {
+TEST_F(CorrectEstimator, RefusesOptionsOfTheOtherOne) {
   for (const char* option : {"--ssd", "--ncc", "--ic", "--no-ic", "--fast"}) {
     expectRefused({"--estimator", "mass-preserving", option},
                   "--ssd, --ncc, --ic, --no-ic and --fast, which are of the search");
@@ -84,7 +86,7 @@ TEST_F(CorrectEstimator, refusesOptionsOfTheOtherOne) {
   expectRefused({"--estimator", "best"}, "best");
 }
 
-TEST_F(CorrectEstimator, withoutMotionToFindChangesNothing) {
+TEST_F(CorrectEstimator, WithoutMotionToFindChangesNothing) {
   ASSERT_EQ(correct({}).status, 0);
   const ProgramResult plain = correct({"--no-motion"}, "plain");
   ASSERT_EQ(plain.status, 0) << plain.err;
@@ -128,7 +130,7 @@ class CorrectMovedHead : public CorrectEstimator {
   }
 };
 
-TEST_F(CorrectMovedHead, isReportedEverywhere) {
+TEST_F(CorrectMovedHead, IsReportedEverywhere) {
   const ProgramResult result = correctMoved({"--json"});
   ASSERT_EQ(result.status, 0) << result.err;
   EXPECT_THAT(result.err,
@@ -142,7 +144,7 @@ TEST_F(CorrectMovedHead, isReportedEverywhere) {
         out("sub-phantom_" + std::string(name) + ".json"))["Mirel"]["Options"]["HeadMotion"]);
 }
 
-TEST_F(CorrectMovedHead, isTakenOutOfFieldAndSecondImage) {
+TEST_F(CorrectMovedHead, IsTakenOutOfFieldAndSecondImage) {
   ASSERT_EQ(correctMoved({}).status, 0);
   const ProgramResult still = correctMoved({"--no-motion"}, "still");
   ASSERT_EQ(still.status, 0) << still.err;
@@ -160,7 +162,7 @@ TEST_F(CorrectMovedHead, isTakenOutOfFieldAndSecondImage) {
   EXPECT_GT(agreement("out"), agreement("still") + 0.05);
 }
 
-TEST_F(CorrectMovedHead, theAxesAreThoseOfTheImageWhenXIsEncoded) {
+TEST_F(CorrectMovedHead, TheAxesAreThoseOfTheImageWhenXIsEncoded) {
   const ProgramResult made = runMirel(
       {"phantom",   file("moved"), "--size",      "48", "40",        "28", "--voxel",     "4.5",
        "--readout", "0.04",        "--max-shift", "3",  "--volumes", "0",  "--direction", "i",
@@ -180,3 +182,5 @@ TEST_F(CorrectMovedHead, theAxesAreThoseOfTheImageWhenXIsEncoded) {
 }
 
 }  // namespace
+
+}  // namespace mirel

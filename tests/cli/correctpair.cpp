@@ -6,6 +6,8 @@
 
 #include "nifti/image.h"
 
+namespace mirel {
+
 std::unique_ptr<TemporaryFolder> CorrectPair::inputs;
 
 void CorrectPair::SetUpTestSuite() {
@@ -81,3 +83,5 @@ void CorrectPair::writeJoined(const std::string& fileName) {
   writer.write(imageIn(pa()));
   writer.finish();
 }
+
+}  // namespace mirel

@@ -9,6 +9,8 @@
 #include "cli/program.h"
 #include "containers/volume.h"
 
+namespace mirel {
+
 /// A simulated pair and a series of three volumes on disk, made once by "mirel phantom", and a
 /// folder of one's own for each test.
 class CorrectPair : public testing::Test {
@@ -40,3 +42,5 @@ class CorrectPair : public testing::Test {
  private:
   static std::unique_ptr<TemporaryFolder> inputs;
 };
+
+}  // namespace mirel

@@ -9,6 +9,8 @@
 
 #include "cli/program.h"
 
+namespace mirel {
+
 /// Running the commands of the documentation.
 
 /// The lines of its code blocks.
@@ -33,3 +35,5 @@ inline ProgramResult runLine(const std::string& command, const std::string& fold
   EXPECT_EQ(result.status, 0) << command << "\n" << result.err;
   return result;
 }
+
+}  // namespace mirel

@@ -2,7 +2,9 @@
 #include <gmock/gmock.h>
 
 #include "cli/program.h"
-#include "host/mapfile.h"
+#include "files/mapfile.h"
+
+namespace mirel {
 
 namespace {
 
@@ -14,14 +16,14 @@ ProgramResult drive(std::vector<std::string> arguments, const std::string& mode 
   return runMirel(arguments, {"RECORDING_PLUGIN=" + mode});
 }
 
-TEST(Driving, initialisesExecutesAndDestroysThroughTheSlots) {
+TEST(Driving, InitialisesExecutesAndDestroysThroughTheSlots) {
   const ProgramResult result = drive({"check", "a.fmr"});
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.err,
             "initPlugin\nexecute check\nfiles=a.fmr\nintegers 0 0 0 0 0 0 0 0\ndestroyed\n");
 }
 
-TEST(Driving, estimateSetsEveryParameterOfTheDialog) {
+TEST(Driving, EstimateSetsEveryParameterOfTheDialog) {
   const TemporaryFolder folder;
   writeFmr(folder.file("a.fmr"), {});
   writeDmr(folder.file("b.dmr"), {});
@@ -47,7 +49,7 @@ TEST(Driving, estimateSetsEveryParameterOfTheDialog) {
 }
 
 // A plugin that says it is done is not believed.
-TEST(Driving, outputsThatWereNotWrittenAreAFailure) {
+TEST(Driving, OutputsThatWereNotWrittenAreAFailure) {
   const TemporaryFolder folder;
   writeFmr(folder.file("a.fmr"), {});
   writeFmr(folder.file("b.fmr"), {});
@@ -57,7 +59,7 @@ TEST(Driving, outputsThatWereNotWrittenAreAFailure) {
               HasSubstr("Error: the file " + folder.file("a_vdm.map") + " could not be written"));
 }
 
-TEST(Driving, aListOf511BytesIsOneTaskAndALongerOneIsATaskPerFile) {
+TEST(Driving, AListOf511BytesIsOneTaskAndALongerOneIsATaskPerFile) {
   const std::string first(255, 'a');
   const ProgramResult fits = drive({"check", first, std::string(255, 'b')});
   EXPECT_THAT(fits.err, HasSubstr("files=" + first + "\n" + std::string(255, 'b') + "\n"));
@@ -68,7 +70,7 @@ TEST(Driving, aListOf511BytesIsOneTaskAndALongerOneIsATaskPerFile) {
   EXPECT_THAT(tooLong.err, Not(HasSubstr("written beyond")));
 }
 
-TEST(Driving, fileByFileStopsAtTheFirstErrorAndNotAtAFinding) {
+TEST(Driving, FileByFileStopsAtTheFirstErrorAndNotAtAFinding) {
   const std::vector<std::string> list = {"check", std::string(300, 'a'), std::string(300, 'b')};
   const ProgramResult error = drive(list, "error box");
   EXPECT_EQ(error.status, 1);
@@ -78,19 +80,19 @@ TEST(Driving, fileByFileStopsAtTheFirstErrorAndNotAtAFinding) {
   EXPECT_THAT(finding.err, HasSubstr("bbb"));
 }
 
-TEST(Driving, anErrorBoxMakesTheExitStatusNonZero) {
+TEST(Driving, AnErrorBoxMakesTheExitStatusNonZero) {
   const ProgramResult result = drive({"check", "a.fmr"}, "error box");
   EXPECT_EQ(result.status, 1);
   EXPECT_THAT(result.err, HasSubstr("Error: as asked\n"));
 }
 
-TEST(Driving, anExceptionOfAnotherTypeIsAFailureAndNotACrash) {
+TEST(Driving, AnExceptionOfAnotherTypeIsAFailureAndNotACrash) {
   const ProgramResult result = drive({"check", "a.fmr"}, "throws");
   EXPECT_EQ(result.status, 1);
   EXPECT_THAT(result.err, HasSubstr("Error: the plugin failed without saying why\n"));
 }
 
-TEST(Driving, aPluginThatRefusesIsNotExecuted) {
+TEST(Driving, APluginThatRefusesIsNotExecuted) {
   const ProgramResult refused = drive({"check", "a.fmr"}, "refuses");
   EXPECT_EQ(refused.status, 1);
   EXPECT_THAT(refused.err, HasSubstr("cannot work with this program"));
@@ -100,3 +102,5 @@ TEST(Driving, aPluginThatRefusesIsNotExecuted) {
 }
 
 }  // namespace
+
+}  // namespace mirel

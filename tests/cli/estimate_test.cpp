@@ -5,9 +5,11 @@
 #include <fstream>
 
 #include "cli/program.h"
+#include "files/mapfile.h"
 #include "files/mydmr.h"
 #include "files/myfmr.h"
-#include "host/mapfile.h"
+
+namespace mirel {
 
 namespace {
 
@@ -45,7 +47,7 @@ double rootMeanSquareDifference(const Volume<float>& a, const Volume<float>& b) 
   return std::sqrt(sum / a.size());
 }
 
-TEST_F(EstimateCommand, writesBothMapsNamesThemAndLogsTheSteps) {
+TEST_F(EstimateCommand, WritesBothMapsNamesThemAndLogsTheSteps) {
   const ProgramResult result = estimate({ap, pa, "--fast"});
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.out, folder.file("ap_vdm.map\n") + folder.file("pa_vdm.map\n"));
@@ -64,14 +66,14 @@ TEST_F(EstimateCommand, writesBothMapsNamesThemAndLogsTheSteps) {
 }
 
 // The ball's rows show what lies 1.5 voxels further in its middle: the map there is the opposite.
-TEST_F(EstimateCommand, findsTheDisplacement) {
+TEST_F(EstimateCommand, FindsTheDisplacement) {
   ASSERT_EQ(estimate({ap, pa}).status, 0);
   const Map map = readMapFile(folder.file("ap_vdm.map"));
   const float middle = map.values[(10 * 28 + 14) * 24 + 12];
   EXPECT_NEAR(middle, -1.5f, 0.6f);
 }
 
-TEST_F(EstimateCommand, applyBringsTheTwoProjectsTogether) {
+TEST_F(EstimateCommand, ApplyBringsTheTwoProjectsTogether) {
   const ProgramResult result = estimate({ap, pa, "--apply"});
   EXPECT_EQ(result.status, 0);
   EXPECT_THAT(result.out, HasSubstr(folder.file("ap_undist.fmr\n")));
@@ -84,14 +86,14 @@ TEST_F(EstimateCommand, applyBringsTheTwoProjectsTogether) {
             0.4 * rootMeanSquareDifference(before[0].stcData[1], before[1].stcData[1]));
 }
 
-TEST_F(EstimateCommand, theDefaultIsNccAndSsdIsAnOption) {
+TEST_F(EstimateCommand, TheDefaultIsNccAndSsdIsAnOption) {
   EXPECT_THAT(estimate({ap, pa}).err, HasSubstr("Finished iteration with NCC"));
   EXPECT_THAT(estimate({ap, pa, "--ncc"}).err, HasSubstr("Finished iteration with NCC"));
   EXPECT_THAT(estimate({ap, pa, "--ssd"}).err, HasSubstr("Finished iteration with SSD"));
   EXPECT_EQ(estimate({ap, pa, "--ssd", "--ncc"}).status, 2);
 }
 
-TEST_F(EstimateCommand, derivativesAreWrittenOnRequest) {
+TEST_F(EstimateCommand, DerivativesAreWrittenOnRequest) {
   EXPECT_EQ(estimate({ap, pa, "--fast", "--save-derivative"}).status, 0);
   const Map derivative = readMapFile(folder.file("ap_vdmderiv.map"));
   EXPECT_EQ(derivative.header.param1, 0.1f);
@@ -99,7 +101,7 @@ TEST_F(EstimateCommand, derivativesAreWrittenOnRequest) {
   EXPECT_TRUE(fileExists(folder.file("pa_vdmderiv.map")));
 }
 
-TEST_F(EstimateCommand, withRllrTheMapKeepsTheProjectsOrientation) {
+TEST_F(EstimateCommand, WithRllrTheMapKeepsTheProjectsOrientation) {
   EXPECT_EQ(estimate({ap, pa, "--fast", "--rllr", "--apply"}).status, 0);
   const Map map = readMapFile(folder.file("ap_vdm.map"));
   EXPECT_EQ(map.header.dimX, 24);
@@ -107,7 +109,7 @@ TEST_F(EstimateCommand, withRllrTheMapKeepsTheProjectsOrientation) {
   EXPECT_EQ(FMR(folder.file("ap_undist.fmr"), true).stcData[0].nx(), 24);
 }
 
-TEST_F(EstimateCommand, worksOnDmrsAndOnMixedPairs) {
+TEST_F(EstimateCommand, WorksOnDmrsAndOnMixedPairs) {
   writeDmr(folder.file("c.dmr"), distortedBall(1.5f));
   writeDmr(folder.file("d.dmr"), distortedBall(-1.5f));
   EXPECT_EQ(estimate({folder.file("c.dmr"), folder.file("d.dmr"), "--fast", "--apply"}).status, 0);
@@ -118,7 +120,7 @@ TEST_F(EstimateCommand, worksOnDmrsAndOnMixedPairs) {
             readMapFile(folder.file("ap_vdm.map")).values);
 }
 
-TEST_F(EstimateCommand, projectsWithTheSameMapNameAreRefusedBeforeAnythingIsWritten) {
+TEST_F(EstimateCommand, ProjectsWithTheSameMapNameAreRefusedBeforeAnythingIsWritten) {
   writeDmr(folder.file("ap.dmr"), distortedBall(-1.5f));
   const ProgramResult result = estimate({ap, folder.file("ap.dmr"), "--fast"});
   EXPECT_EQ(result.status, 1);
@@ -128,7 +130,7 @@ TEST_F(EstimateCommand, projectsWithTheSameMapNameAreRefusedBeforeAnythingIsWrit
   EXPECT_TRUE(noMapWasWritten());
 }
 
-TEST_F(EstimateCommand, aCopyThatWouldOverwriteAnInputIsRefused) {
+TEST_F(EstimateCommand, ACopyThatWouldOverwriteAnInputIsRefused) {
   writeFmr(folder.file("ap_undist.fmr"), distortedBall(-1.5f));
   const std::string other = folder.file("ap_undist.fmr");
   EXPECT_THAT(estimate({ap, other, "--fast", "--apply"}).err, HasSubstr("would overwrite"));
@@ -136,14 +138,14 @@ TEST_F(EstimateCommand, aCopyThatWouldOverwriteAnInputIsRefused) {
   EXPECT_EQ(estimate({ap, other, "--fast"}).status, 0);
 }
 
-TEST_F(EstimateCommand, otherDimensionsAreRefusedWithBothNames) {
+TEST_F(EstimateCommand, OtherDimensionsAreRefusedWithBothNames) {
   writeFmr(folder.file("small.fmr"), {});
   const ProgramResult result = estimate({ap, folder.file("small.fmr")});
   EXPECT_EQ(result.status, 1);
   EXPECT_THAT(result.err, HasSubstr("small.fmr is 6x8x4 voxels, but " + ap + " is 24x28x20"));
 }
 
-TEST_F(EstimateCommand, theVolumesAreChosenByZeroBasedIndex) {
+TEST_F(EstimateCommand, TheVolumesAreChosenByZeroBasedIndex) {
   EXPECT_EQ(estimate({ap, pa, "--fast", "--volume0", "1", "--volume1", "0"}).status, 0);
   const ProgramResult beyond = estimate({ap, pa, "--fast", "--volume1", "2"});
   EXPECT_EQ(beyond.status, 1);
@@ -153,7 +155,7 @@ TEST_F(EstimateCommand, theVolumesAreChosenByZeroBasedIndex) {
   EXPECT_EQ(estimate({ap, pa, "--volume0", "one"}).status, 2);
 }
 
-TEST_F(EstimateCommand, aHeaderWithoutVoxelSizesIsReportedAndTheEstimateGoesOn) {
+TEST_F(EstimateCommand, AHeaderWithoutVoxelSizesIsReportedAndTheEstimateGoesOn) {
   ProjectSketch sketch = distortedBall(1.5f);
   sketch.voxelSizeY = 0;
   writeFmr(ap, sketch);
@@ -163,12 +165,12 @@ TEST_F(EstimateCommand, aHeaderWithoutVoxelSizesIsReportedAndTheEstimateGoesOn) 
   EXPECT_THAT(result.err, HasSubstr("Estimating voxel displacement maps..."));
 }
 
-TEST_F(EstimateCommand, aShortDataFileIsReported) {
+TEST_F(EstimateCommand, AShortDataFileIsReported) {
   std::filesystem::resize_file(folder.file("pa.stc"), 40000);
   EXPECT_THAT(estimate({ap, pa, "--fast"}).err, HasSubstr("Warning: " + folder.file("pa.stc")));
 }
 
-TEST_F(EstimateCommand, missingFilesAreNamed) {
+TEST_F(EstimateCommand, MissingFilesAreNamed) {
   EXPECT_THAT(estimate({folder.file("none.fmr"), pa}).err,
               HasSubstr("Error: there is no file " + folder.file("none.fmr")));
   std::filesystem::remove(folder.file("pa.stc"));
@@ -178,11 +180,11 @@ TEST_F(EstimateCommand, missingFilesAreNamed) {
   EXPECT_EQ(result.out, "");
 }
 
-TEST_F(EstimateCommand, otherExtensionsAreRefused) {
+TEST_F(EstimateCommand, OtherExtensionsAreRefused) {
   EXPECT_THAT(estimate({folder.file("ap.stc"), pa}).err, HasSubstr("not an FMR or DMR project"));
 }
 
-TEST_F(EstimateCommand, aNameThatIsTooLongIsRefused) {
+TEST_F(EstimateCommand, ANameThatIsTooLongIsRefused) {
   std::string name = folder.file("");
   while (name.size() < 600) name += "./";
   const ProgramResult result = estimate({name + "ap.fmr", pa});
@@ -191,7 +193,7 @@ TEST_F(EstimateCommand, aNameThatIsTooLongIsRefused) {
   EXPECT_TRUE(noMapWasWritten());
 }
 
-TEST_F(EstimateCommand, aNameOf511BytesWorks) {
+TEST_F(EstimateCommand, ANameOf511BytesWorks) {
   std::string name = folder.file("");
   while (name.size() + 2 + 6 <= 511) name += "./";
   if (name.size() + 6 < 511) name += "/";
@@ -200,7 +202,7 @@ TEST_F(EstimateCommand, aNameOf511BytesWorks) {
   EXPECT_EQ(estimate({name, pa, "--fast"}).status, 0);
 }
 
-TEST_F(EstimateCommand, inputsStayAsTheyAre) {
+TEST_F(EstimateCommand, InputsStayAsTheyAre) {
   const std::string header = textOf(ap);
   const std::string data = textOf(folder.file("ap.stc"));
   ASSERT_EQ(estimate({ap, pa, "--fast", "--apply"}).status, 0);
@@ -209,3 +211,5 @@ TEST_F(EstimateCommand, inputsStayAsTheyAre) {
 }
 
 }  // namespace
+
+}  // namespace mirel

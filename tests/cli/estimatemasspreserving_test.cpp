@@ -6,11 +6,13 @@
 #include <utility>
 
 #include "cli/program.h"
+#include "files/mapfile.h"
 #include "files/myfmr.h"
-#include "host/mapfile.h"
 #include "masspreserving/masspreserving.h"
 #include "numerics/volumegauss.h"
 #include "vdm/vdm.h"
+
+namespace mirel {
 
 // "mirel estimate --estimator mass-preserving" on projects.
 
@@ -78,7 +80,7 @@ class EstimateMassPreserving : public testing::Test {
   const std::string pa = folder.file("pa.fmr");
 };
 
-TEST_F(EstimateMassPreserving, storesTheEstimateBitForBitAndItsNegative) {
+TEST_F(EstimateMassPreserving, StoresTheEstimateBitForBitAndItsNegative) {
   const ProgramResult result = estimate({});
   ASSERT_EQ(result.status, 0) << result.err;
   EXPECT_EQ(result.out, folder.file("ap_vdm.map\n") + folder.file("pa_vdm.map\n"));
@@ -92,13 +94,13 @@ TEST_F(EstimateMassPreserving, storesTheEstimateBitForBitAndItsNegative) {
   expectStored("pa_vdm.map", expected * -1.0f);
 }
 
-TEST_F(EstimateMassPreserving, exchangesTheAxesWithRllr) {
+TEST_F(EstimateMassPreserving, ExchangesTheAxesWithRllr) {
   ASSERT_EQ(estimate({"--rllr"}).status, 0);
   expectStored("ap_vdm.map", expectedShift(true));
   EXPECT_EQ(readMapFile(folder.file("ap_vdm.map")).header.dimX, 24);
 }
 
-TEST_F(EstimateMassPreserving, storesDerivativesOnRequest) {
+TEST_F(EstimateMassPreserving, StoresDerivativesOnRequest) {
   EXPECT_EQ(estimate({}).status, 0);
   EXPECT_FALSE(fileExists(folder.file("ap_vdmderiv.map")));
   ASSERT_EQ(estimate({"--save-derivative"}).status, 0);
@@ -107,7 +109,7 @@ TEST_F(EstimateMassPreserving, storesDerivativesOnRequest) {
   expectStored("pa_vdmderiv.map", derivative * -1.0f);
 }
 
-TEST_F(EstimateMassPreserving, appliesTheMaps) {
+TEST_F(EstimateMassPreserving, AppliesTheMaps) {
   const ProgramResult result = estimate({"--apply"});
   ASSERT_EQ(result.status, 0) << result.err;
   EXPECT_THAT(result.out, HasSubstr(folder.file("pa_undist.stc\n")));
@@ -127,20 +129,20 @@ TEST_F(EstimateMassPreserving, appliesTheMaps) {
   expectCorrected("pa", map * -1.0f);
 }
 
-TEST_F(EstimateMassPreserving, takesTheVolumesThatAreNamed) {
+TEST_F(EstimateMassPreserving, TakesTheVolumesThatAreNamed) {
   EXPECT_EQ(estimate({"--volume0", "1", "--volume1", "0"}).status, 0);
   const ProgramResult beyond = estimate({"--volume1", "2"});
   EXPECT_EQ(beyond.status, 1);
   EXPECT_THAT(beyond.err, HasSubstr("Error: Cannot use volume 2 of file " + pa));
 }
 
-TEST_F(EstimateMassPreserving, looksForNoMotionWhenTold) {
+TEST_F(EstimateMassPreserving, LooksForNoMotionWhenTold) {
   const ProgramResult result = estimate({"--no-motion"});
   ASSERT_EQ(result.status, 0) << result.err;
   EXPECT_THAT(result.err, Not(HasSubstr("otion of the head")));
 }
 
-TEST_F(EstimateMassPreserving, saysHowTheHeadMoved) {
+TEST_F(EstimateMassPreserving, SaysHowTheHeadMoved) {
   // A step of a column and a slice, for a ball with structure along all axes.
   const auto moved = [](ProjectSketch sketch, int columns, int slices) {
     sketch.dataType = 1;
@@ -167,7 +169,7 @@ TEST_F(EstimateMassPreserving, saysHowTheHeadMoved) {
               0.3);
 }
 
-TEST_F(EstimateMassPreserving, refusesOptionsOfTheOtherMethod) {
+TEST_F(EstimateMassPreserving, RefusesOptionsOfTheOtherMethod) {
   for (const char* option : {"--ic", "--ssd", "--ncc", "--fast"})
     expectRefused({"--estimator", "mass-preserving", option},
                   "--ic, --ssd, --ncc and --fast, which are of the search");
@@ -177,7 +179,7 @@ TEST_F(EstimateMassPreserving, refusesOptionsOfTheOtherMethod) {
   expectRefused({"--estimator", "best"}, "best");
 }
 
-TEST_F(EstimateMassPreserving, needsVoxelSizes) {
+TEST_F(EstimateMassPreserving, NeedsVoxelSizes) {
   ProjectSketch sketch = conservedBall(1.5f);
   sketch.voxelSizeY = 0;
   writeFmr(ap, sketch);
@@ -189,7 +191,7 @@ TEST_F(EstimateMassPreserving, needsVoxelSizes) {
   EXPECT_FALSE(fileExists(folder.file("ap_vdm.map")));
 }
 
-TEST_F(EstimateMassPreserving, theSearchIsTheDefault) {
+TEST_F(EstimateMassPreserving, TheSearchIsTheDefault) {
   EXPECT_THAT(runMirel({"estimate", ap, pa}).err, HasSubstr("Finished iteration with NCC"));
   const Map map = readMapFile(folder.file("ap_vdm.map"));
   EXPECT_THAT(runMirel({"estimate", ap, pa, "--estimator", "search"}).err,
@@ -198,3 +200,5 @@ TEST_F(EstimateMassPreserving, theSearchIsTheDefault) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -4,16 +4,17 @@
 #include <filesystem>
 
 #include "cli/program.h"
-#include "host/mapfile.h"
-#include "series/field.h"
-#include "series/seriesfiles.h"
+#include "field/fieldhz.h"
+#include "field/seriesfiles.h"
+#include "files/mapfile.h"
+
+namespace mirel {
 
 // "mirel field" as a user runs it.
 
 namespace {
 
 using namespace seriesfiles;
-using niftifiles::TempFolder;
 using testing::HasSubstr;
 
 constexpr glm::ivec3 dims{5, 6, 4};
@@ -35,7 +36,7 @@ class FieldCommand : public testing::Test {
     return runMirel(arguments);
   }
 
-  TempFolder folder;
+  TemporaryFolder folder;
   const std::string mapFile = folder.file("a_vdm.map");
   const std::string reference = folder.file("a.nii");
   const std::string field = folder.file("f.nii.gz");
@@ -43,17 +44,17 @@ class FieldCommand : public testing::Test {
   Map map;
 };
 
-TEST_F(FieldCommand, aMapBecomesHz) {
+TEST_F(FieldCommand, AMapBecomesHz) {
   const ProgramResult result = toField({"--pe", "j-", "--readout", "0.05"});
   ASSERT_EQ(result.status, 0) << result.err;
   EXPECT_EQ(result.out, field + "\n");
-  const series::FieldHz written = series::readField(field);
+  const FieldHz written = readField(field);
   EXPECT_NEAR(written.hz.at(2, 3, 1), smoothShift(dims).at(2, 3, 1) / -0.05f, 1e-4);
   EXPECT_EQ(written.affine, nifti::Reader(reference).header().affine());
   EXPECT_EQ(nifti::Reader(field).header().type, nifti::DataType::float32);
 }
 
-TEST_F(FieldCommand, aMapThatIsAnImageDoes) {
+TEST_F(FieldCommand, AMapThatIsAnImageDoes) {
   ASSERT_EQ(toField({"--pe", "j-", "--readout", "0.05"}).status, 0);
   const std::string expected = niftifiles::readText(field);
   const std::string image = folder.file("d.nii");
@@ -65,7 +66,7 @@ TEST_F(FieldCommand, aMapThatIsAnImageDoes) {
   EXPECT_EQ(niftifiles::readText(field), expected);
 }
 
-TEST_F(FieldCommand, andBack) {
+TEST_F(FieldCommand, AndBack) {
   ASSERT_EQ(toField({"--pe", "j-", "--readout", "0.05"}).status, 0);
   const std::string back = folder.file("b_vdm.map");
   const ProgramResult result = runMirel({"field", "--to-map", field, "--reference", reference,
@@ -79,15 +80,15 @@ TEST_F(FieldCommand, andBack) {
     ASSERT_NEAR(again.values[n], map.values[n], 3e-7f);
 }
 
-TEST_F(FieldCommand, theSidecarOfTheReferenceIsUsed) {
+TEST_F(FieldCommand, TheSidecarOfTheReferenceIsUsed) {
   niftifiles::writeText(folder.file("a.json"),
                         R"({"PhaseEncodingDirection": "j", "EffectiveEchoSpacing": 0.01})");
   ASSERT_EQ(toField({}).status, 0);
   // Six lines: five spacings.
-  EXPECT_NEAR(series::readField(field).hz.at(2, 3, 1), smoothShift(dims).at(2, 3, 1) / 0.05f, 1e-4);
+  EXPECT_NEAR(readField(field).hz.at(2, 3, 1), smoothShift(dims).at(2, 3, 1) / 0.05f, 1e-4);
 }
 
-TEST_F(FieldCommand, sidecarsHigherUpInTheDatasetCountToo) {
+TEST_F(FieldCommand, SidecarsHigherUpInTheDatasetCountToo) {
   niftifiles::writeText(folder.file("dataset_description.json"), "{}");
   niftifiles::writeText(folder.file("epi.json"),
                         R"({"PhaseEncodingDirection": "j", "TotalReadoutTime": 0.05})");
@@ -97,10 +98,10 @@ TEST_F(FieldCommand, sidecarsHigherUpInTheDatasetCountToo) {
   const ProgramResult result =
       runMirel({"field", "--from-map", mapFile, "--reference", image, "-o", field});
   ASSERT_EQ(result.status, 0) << result.err;
-  EXPECT_NEAR(series::readField(field).hz.at(2, 3, 1), smoothShift(dims).at(2, 3, 1) / 0.05f, 1e-4);
+  EXPECT_NEAR(readField(field).hz.at(2, 3, 1), smoothShift(dims).at(2, 3, 1) / 0.05f, 1e-4);
 }
 
-TEST_F(FieldCommand, faultsAreOneSentenceAndLeaveNothing) {
+TEST_F(FieldCommand, FaultsAreOneSentenceAndLeaveNothing) {
   const auto before = folder.names();
   const auto refused = [&](const ProgramResult& result, const std::string& text) {
     EXPECT_EQ(result.status, 1) << text;
@@ -108,7 +109,7 @@ TEST_F(FieldCommand, faultsAreOneSentenceAndLeaveNothing) {
     EXPECT_EQ(folder.names(), before);
   };
   refused(toField({}), "give it with --pe");
-  refused(toField({"--pe", "j"}), "give it with --readout");
+  refused(toField({"--pe", "j"}), "in seconds with --readout");
   refused(toField({"--pe", "j", "--readout", "50"}), "milliseconds");
   refused(runMirel({"field", "--from-map", mapFile, "--reference", reference, "--pe", "j",
                     "--readout", "0.05", "-o", folder.file("f.txt")}),
@@ -121,7 +122,7 @@ TEST_F(FieldCommand, faultsAreOneSentenceAndLeaveNothing) {
           "has 2 volumes");
 }
 
-TEST_F(FieldCommand, otherDimensionsAndNaNAreRefused) {
+TEST_F(FieldCommand, OtherDimensionsAndNaNAreRefused) {
   map.values[3] = NAN;
   writeMapFile(mapFile, map);
   EXPECT_THAT(toField({"--pe", "j", "--readout", "0.05"}).err, HasSubstr("NaN"));
@@ -134,7 +135,7 @@ TEST_F(FieldCommand, otherDimensionsAndNaNAreRefused) {
   EXPECT_FALSE(std::filesystem::exists(field));
 }
 
-TEST_F(FieldCommand, oneOfBothWaysIsNamed) {
+TEST_F(FieldCommand, OneOfBothWaysIsNamed) {
   EXPECT_EQ(runMirel({"field", "--reference", reference, "-o", field}).status, 2);
   EXPECT_EQ(
       runMirel({"field", "--from-map", "a", "--to-map", "b", "--reference", reference, "-o", field})
@@ -143,3 +144,5 @@ TEST_F(FieldCommand, oneOfBothWaysIsNamed) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -6,10 +6,12 @@
 #include "cli/documents.h"
 #include "cli/program.h"
 
+namespace mirel {
+
 // The commands of docs/first-hour.md, and after them those of docs/from-other-tools.md, do what the
 // texts say.
 
-TEST(FirstHour, everyCommandWorksInTheOrderOfTheText) {
+TEST(FirstHour, EveryCommandWorksInTheOrderOfTheText) {
   const TemporaryFolder folder;
   const std::vector<std::string> commands = commandsOf(MIREL_FIRST_HOUR);
   ASSERT_GE(commands.size(), 7U);
@@ -31,3 +33,5 @@ TEST(FirstHour, everyCommandWorksInTheOrderOfTheText) {
   }
   EXPECT_THAT(last.out, testing::HasSubstr("correlation 1.0000"));
 }
+
+}  // namespace mirel

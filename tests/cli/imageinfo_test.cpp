@@ -5,15 +5,16 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/program.h"
-#include "series/seriesfiles.h"
-#include "series/warp.h"
+#include "field/seriesfiles.h"
+#include "field/warp.h"
+
+namespace mirel {
 
 // "mirel info" on NIfTI images.
 
 namespace {
 
 using namespace seriesfiles;
-using niftifiles::TempFolder;
 using nlohmann::json;
 using testing::HasSubstr;
 
@@ -27,11 +28,11 @@ class ImageInfo : public testing::Test {
     header.slope = 0.5;
     writeImage(image, header, [](int t) { return Volume<float>(dims, 10.0f + 20.0f * float(t)); });
   }
-  TempFolder folder;
+  TemporaryFolder folder;
   const std::string image = folder.file("run.nii.gz");
 };
 
-TEST_F(ImageInfo, tellsAllInJson) {
+TEST_F(ImageInfo, TellsAllInJson) {
   niftifiles::writeText(folder.file("run.json"),
                         R"({"PhaseEncodingDirection": "j-", "TotalReadoutTime": 0.04})");
   const ProgramResult result = runMirel({"info", "--json", image});
@@ -54,7 +55,7 @@ TEST_F(ImageInfo, tellsAllInJson) {
   EXPECT_EQ(report["warnings"], json::array());
 }
 
-TEST_F(ImageInfo, tellsOfSidecarsHigherUpInTheDataset) {
+TEST_F(ImageInfo, TellsOfSidecarsHigherUpInTheDataset) {
   const std::string above = folder.file("epi.json"), own = folder.file("sub-1/sub-1_epi.json");
   niftifiles::writeText(folder.file("dataset_description.json"), "{}");
   niftifiles::writeText(above, R"({"TotalReadoutTime": 0.04})");
@@ -70,7 +71,7 @@ TEST_F(ImageInfo, tellsOfSidecarsHigherUpInTheDataset) {
   EXPECT_EQ(sidecar["totalReadoutTimeFile"], above);
 }
 
-TEST_F(ImageInfo, tellsItAsText) {
+TEST_F(ImageInfo, TellsItAsText) {
   const ProgramResult result = runMirel({"info", image});
   EXPECT_EQ(result.status, 0);
   EXPECT_THAT(result.out, HasSubstr("dimensions: 4 5 3\nvolumes: 2\n"));
@@ -78,12 +79,12 @@ TEST_F(ImageInfo, tellsItAsText) {
   EXPECT_THAT(result.out, HasSubstr("sidecar: none\n"));
 }
 
-TEST_F(ImageInfo, tellsAboutADisplacementFieldOfThreeComponents) {
+TEST_F(ImageInfo, TellsAboutADisplacementFieldOfThreeComponents) {
   const std::string warp = folder.file("warp.nii.gz");
   Volume<float> shift(dims, 0.0f);
   shift.at(1, 2, 1) = 2.0f;
   const nifti::Header grid = headerOf(dims, affineOf({3, 3, 4}));
-  series::writeWarpLps(shift, grid, 1, warp);
+  writeWarpLps(shift, grid, 1, warp);
   const ProgramResult result = runMirel({"info", "--json", warp});
   ASSERT_EQ(result.status, 0) << result.err;
   const json report = json::parse(result.out);
@@ -96,12 +97,12 @@ TEST_F(ImageInfo, tellsAboutADisplacementFieldOfThreeComponents) {
   EXPECT_EQ(report["warnings"], json::array());
   // Cut off within the last component.
   const std::string plain = folder.file("warp.nii");
-  series::writeWarpLps(shift, grid, 1, plain);
+  writeWarpLps(shift, grid, 1, plain);
   std::filesystem::resize_file(plain, std::filesystem::file_size(plain) - 4);
   EXPECT_THAT(runMirel({"info", plain}).err, HasSubstr("warp.nii is truncated"));
 }
 
-TEST_F(ImageInfo, aBadSidecarAndTruncatedDataAreWarnings) {
+TEST_F(ImageInfo, ABadSidecarAndTruncatedDataAreWarnings) {
   niftifiles::writeText(folder.file("run.json"), "{");
   std::string bytes = niftifiles::readText(image);
   bytes.resize(bytes.size() - 12);
@@ -115,7 +116,7 @@ TEST_F(ImageInfo, aBadSidecarAndTruncatedDataAreWarnings) {
   EXPECT_THAT(report["warnings"].dump(), HasSubstr("run.nii.gz is truncated"));
 }
 
-TEST_F(ImageInfo, whatIsNoImageIsRefused) {
+TEST_F(ImageInfo, WhatIsNoImageIsRefused) {
   niftifiles::writeText(folder.file("text.nii"), "text");
   for (const char* name : {"text.nii", "none.nii.gz"}) {
     const ProgramResult result = runMirel({"info", folder.file(name)});
@@ -125,3 +126,5 @@ TEST_F(ImageInfo, whatIsNoImageIsRefused) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -4,14 +4,16 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/program.h"
-#include "host/mapfile.h"
+#include "files/mapfile.h"
+
+namespace mirel {
 
 namespace {
 
 using nlohmann::json;
 using testing::HasSubstr;
 
-TEST(InfoCommand, tellsAboutAProjectInJson) {
+TEST(InfoCommand, TellsAboutAProjectInJson) {
   const TemporaryFolder folder;
   writeFmr(folder.file("a.fmr"), {});
   const ProgramResult result = runMirel({"info", "--json", folder.file("a.fmr")});
@@ -31,7 +33,7 @@ TEST(InfoCommand, tellsAboutAProjectInJson) {
   EXPECT_EQ(report["warnings"], json::array());
 }
 
-TEST(InfoCommand, tellsAboutADmrAsText) {
+TEST(InfoCommand, TellsAboutADmrAsText) {
   const TemporaryFolder folder;
   writeDmr(folder.file("a.dmr"), {});
   const ProgramResult result = runMirel({"info", folder.file("a.dmr")});
@@ -40,7 +42,7 @@ TEST(InfoCommand, tellsAboutADmrAsText) {
   EXPECT_THAT(result.out, HasSubstr("data:\n  values: 384\n"));
 }
 
-TEST(InfoCommand, tellsAboutAMap) {
+TEST(InfoCommand, TellsAboutAMap) {
   const TemporaryFolder folder;
   Map map;
   map.header.dimX = 2;
@@ -56,7 +58,7 @@ TEST(InfoCommand, tellsAboutAMap) {
   EXPECT_NEAR(report["data"]["rootMeanSquare"], std::sqrt(12.5), 1e-12);
 }
 
-TEST(InfoCommand, missingDataStillShowsTheHeader) {
+TEST(InfoCommand, MissingDataStillShowsTheHeader) {
   const TemporaryFolder folder;
   std::ofstream(folder.file("a.fmr")) << "NrOfVolumes: 2\nResolutionX: 4\nResolutionY: 4\n"
                                          "NrOfSlices: 2\nPrefix: nowhere\n\n";
@@ -68,7 +70,7 @@ TEST(InfoCommand, missingDataStillShowsTheHeader) {
   EXPECT_THAT(report["warnings"].dump(), HasSubstr("InplaneResolutionX is 0 mm"));
 }
 
-TEST(InfoCommand, damagedMapsAndOtherFilesAreRefused) {
+TEST(InfoCommand, DamagedMapsAndOtherFilesAreRefused) {
   const TemporaryFolder folder;
   std::ofstream(folder.file("a.map")) << "no map";
   std::ofstream(folder.file("a.txt")) << "text";
@@ -80,10 +82,12 @@ TEST(InfoCommand, damagedMapsAndOtherFilesAreRefused) {
   }
 }
 
-TEST(InfoCommand, needsNoPlugin) {
+TEST(InfoCommand, NeedsNoPlugin) {
   const TemporaryFolder folder;
   writeFmr(folder.file("a.fmr"), {});
   EXPECT_EQ(runMirel({"--plugin", "none.so", "info", folder.file("a.fmr")}).status, 0);
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -7,17 +7,18 @@
 
 #include "cli/documents.h"
 #include "cli/program.h"
-#include "host/mapfile.h"
-#include "series/seriesfiles.h"
-#include "series/warp.h"
+#include "field/seriesfiles.h"
+#include "field/warp.h"
+#include "files/mapfile.h"
 
 // "mirel picture", run as a user does.
+
+namespace mirel {
 
 namespace {
 
 using namespace seriesfiles;
 using niftifiles::readBytes;
-using niftifiles::TempFolder;
 using niftifiles::writeText;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -68,7 +69,7 @@ class PictureCommand : public testing::Test {
           [](glm::dvec3 mm) { return glm::length(mm) < 10 ? 1 : 0; });
   }
 
-  void write(const std::string& name, const series::Grid& grid,
+  void write(const std::string& name, const Grid& grid,
              const std::function<double(glm::dvec3)>& value) const {
     const nifti::Header header = headerOf(grid.dims, grid.affine);
     writeImage(file(name), header, [&](int) { return sampled(grid, value); });
@@ -99,7 +100,7 @@ class PictureCommand : public testing::Test {
     EXPECT_EQ(folder.names(), before);
   }
 
-  TempFolder folder;
+  TemporaryFolder folder;
   const std::string head = folder.file("head_epi.nii.gz");
   const std::string field = folder.file("sub-1_fieldmap.nii");
 };
@@ -163,10 +164,10 @@ TEST_F(PictureCommand, recognisesMapsAndTheirUnits) {
 }
 
 TEST_F(PictureCommand, drawsDisplacementFieldsLikeTheirMaps) {
-  const series::Grid grid{dims, affineOf({2, 2, 2.5}, 20, {-19, -23, -18})};
+  const Grid grid{dims, affineOf({2, 2, 2.5}, 20, {-19, -23, -18})};
   const nifti::Header header = headerOf(dims, grid.affine);
   const Volume<float> shift = smoothShift(dims);
-  series::writeWarpLps(shift, header, 1, file("warp.nii.gz"));
+  writeWarpLps(shift, header, 1, file("warp.nii.gz"));
   Volume<float> mm = shift;
   mm *= 2.0f;
   writeImage(file("mm.nii.gz"), header, [&](int) { return mm; });
@@ -283,7 +284,7 @@ TEST_F(PictureCommand, tellsOfImagesWithoutOrientationAndOfThoseElsewhere) {
 }
 
 TEST(PictureDocument, everyCommandWorksInTheOrderOfTheText) {
-  const TempFolder folder;
+  const TemporaryFolder folder;
   const std::vector<std::string> commands = commandsOf(MIREL_PICTURE_DOCUMENT);
   ASSERT_GE(commands.size(), 5U);
   for (const std::string& command : commands) {
@@ -297,3 +298,5 @@ TEST(PictureDocument, everyCommandWorksInTheOrderOfTheText) {
 }
 
 }  // namespace
+
+}  // namespace mirel

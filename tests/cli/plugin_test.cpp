@@ -6,6 +6,8 @@
 
 #include "cli/program.h"
 
+namespace mirel {
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -25,14 +27,14 @@ class FindingThePlugin : public testing::Test {
   const std::string program = folder.file("bin/mirel");
 };
 
-TEST_F(FindingThePlugin, withoutOneTheSearchedFoldersAreNamed) {
+TEST_F(FindingThePlugin, WithoutOneTheSearchedFoldersAreNamed) {
   const ProgramResult result = check();
   EXPECT_EQ(result.status, 1);
   EXPECT_THAT(result.err, HasSubstr("cannot find the plugin libMirelPlugin.so in "));
   EXPECT_THAT(result.err, HasSubstr(folder.file("lib/mirel")));
 }
 
-TEST_F(FindingThePlugin, itIsTakenFromTheKnownFolders) {
+TEST_F(FindingThePlugin, ItIsTakenFromTheKnownFolders) {
   for (const char* place : {"bin", "lib/mirel", "lib"}) {
     fs::create_directories(folder.file(place));
     const std::string copy = folder.file(place) + "/libMirelPlugin.so";
@@ -42,12 +44,12 @@ TEST_F(FindingThePlugin, itIsTakenFromTheKnownFolders) {
   }
 }
 
-TEST_F(FindingThePlugin, aLinkToTheProgramStillFindsIt) {
+TEST_F(FindingThePlugin, ALinkToTheProgramStillFindsIt) {
   fs::create_symlink(MIREL_PROGRAM, folder.file("link"));
   EXPECT_EQ(runProgram(folder.file("link"), {"check", "a.fmr"}, folder.file("")).status, 0);
 }
 
-TEST_F(FindingThePlugin, aNamedOneIsTakenFromTheCurrentFolder) {
+TEST_F(FindingThePlugin, ANamedOneIsTakenFromTheCurrentFolder) {
   fs::copy_file(MIREL_PLUGIN, folder.file("mine.so"));
   const auto run = [this](const std::vector<std::string>& arguments) {
     return runProgram(program, arguments, folder.file(""));
@@ -56,7 +58,7 @@ TEST_F(FindingThePlugin, aNamedOneIsTakenFromTheCurrentFolder) {
   EXPECT_EQ(run({"check", "a.fmr", "--plugin", "./mine.so"}).status, 0);
 }
 
-TEST_F(FindingThePlugin, filesThatAreNoPluginAreRefusedByName) {
+TEST_F(FindingThePlugin, FilesThatAreNoPluginAreRefusedByName) {
   const std::string text = folder.file("text.so");
   std::ofstream(text) << "no library";
   const ProgramResult missing = runMirel({"--plugin", folder.file("none.so"), "check", "a.fmr"});
@@ -69,3 +71,5 @@ TEST_F(FindingThePlugin, filesThatAreNoPluginAreRefusedByName) {
 }
 
 }  // namespace
+
+}  // namespace mirel

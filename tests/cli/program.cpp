@@ -9,6 +9,8 @@
 #include <filesystem>
 #include <stdexcept>
 
+namespace mirel {
+
 namespace {
 
 void redirect(int descriptor, const std::string& fileName, int flags) {
@@ -70,3 +72,5 @@ ProjectSketch distortedBall(float shiftVoxels) {
   };
   return sketch;
 }
+
+}  // namespace mirel

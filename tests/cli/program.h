@@ -5,6 +5,8 @@
 
 #include "support/projectfiles.h"
 
+namespace mirel {
+
 /// What a run of the program left behind. `status` is the exit status, or 1000 + the signal that
 /// ended it.
 struct ProgramResult {
@@ -26,3 +28,5 @@ ProgramResult runProgram(const std::string& program, const std::vector<std::stri
 /// One of a pair, 24x28x20 voxels: a ball with a pattern, whose voxels around the centre show what
 /// lies up to `shiftVoxels` further along y. The other one of the pair has the negated shift.
 ProjectSketch distortedBall(float shiftVoxels);
+
+}  // namespace mirel

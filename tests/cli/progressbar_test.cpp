@@ -2,7 +2,9 @@
 
 #include <gmock/gmock.h>
 
-TEST(ProgressBar, theLineTellsStagePercentageAndTimeLeft) {
+namespace mirel {
+
+TEST(ProgressBar, TheLineTellsStagePercentageAndTimeLeft) {
   EXPECT_EQ(ProgressBar::line("Estimating", 0.25, 10, 80),
             "[######------------------]  25 %  0:30 left  Estimating");
   EXPECT_EQ(ProgressBar::line("Reading", 0, 0, 80), "[------------------------]   0 %  Reading");
@@ -11,13 +13,13 @@ TEST(ProgressBar, theLineTellsStagePercentageAndTimeLeft) {
             "[------------------------]   1 %  16:30 left  x");
 }
 
-TEST(ProgressBar, theLineFitsTheTerminal) {
+TEST(ProgressBar, TheLineFitsTheTerminal) {
   EXPECT_EQ(ProgressBar::line("Estimating", 0.5, 1, 20).size(), 20U);
   EXPECT_EQ(ProgressBar::line("Estimating", 0.5, 1, 0), "");
   EXPECT_EQ(ProgressBar::line("a", 7, 1, 80), ProgressBar::line("a", 1, 1, 80));
 }
 
-TEST(ProgressBar, elsewhereThereIsALinePerStage) {
+TEST(ProgressBar, ElsewhereThereIsALinePerStage) {
   testing::internal::CaptureStderr();
   {
     ProgressBar bar(ProgressBar::Output::lines);
@@ -28,7 +30,7 @@ TEST(ProgressBar, elsewhereThereIsALinePerStage) {
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "Reading...\nEstimating...\n");
 }
 
-TEST(ProgressBar, onATerminalTheLineIsRedrawnAndWiped) {
+TEST(ProgressBar, OnATerminalTheLineIsRedrawnAndWiped) {
   testing::internal::CaptureStderr();
   {
     ProgressBar bar(ProgressBar::Output::bar);
@@ -39,3 +41,5 @@ TEST(ProgressBar, onATerminalTheLineIsRedrawnAndWiped) {
   EXPECT_THAT(drawn, testing::EndsWith("\r\033[K"));
   EXPECT_EQ(drawn.find('\n'), std::string::npos);
 }
+
+}  // namespace mirel

@@ -6,6 +6,8 @@
 
 #include "host/exports.h"
 
+namespace mirel {
+
 #define PLUGIN_EXPORT __attribute__((visibility("default")))
 
 // The slots of the virtual table in the order that the interface fixes, declared without the
@@ -73,3 +75,5 @@ PLUGIN_EXPORT void* createPlugin() {
 PLUGIN_EXPORT const char* getPluginName() { return "recorder"; }
 PLUGIN_EXPORT const char* getPluginVersion() { return "1"; }
 }
+
+}  // namespace mirel

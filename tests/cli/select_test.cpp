@@ -4,11 +4,13 @@
 
 #include "cli/program.h"
 
+namespace mirel {
+
 namespace {
 
 using testing::HasSubstr;
 
-TEST(SelectCommand, anFmrProposesVolumeOne) {
+TEST(SelectCommand, AnFmrProposesVolumeOne) {
   const TemporaryFolder folder;
   writeFmr(folder.file("a.fmr"), {});
   const ProgramResult result = runMirel({"select", folder.file("a.fmr")});
@@ -17,7 +19,7 @@ TEST(SelectCommand, anFmrProposesVolumeOne) {
             "filename: " + folder.file("a.fmr") + "\nnr_of_volumes: 2\ndisplay_volume: 1\n");
 }
 
-TEST(SelectCommand, aDmrProposesItsDisplayVolume) {
+TEST(SelectCommand, ADmrProposesItsDisplayVolume) {
   const TemporaryFolder folder;
   ProjectSketch sketch;
   sketch.volumes = 6;
@@ -28,7 +30,7 @@ TEST(SelectCommand, aDmrProposesItsDisplayVolume) {
             "filename: " + folder.file("a.dmr") + "\nnr_of_volumes: 6\ndisplay_volume: 5\n");
 }
 
-TEST(SelectCommand, aMapIsTakenAsItIs) {
+TEST(SelectCommand, AMapIsTakenAsItIs) {
   const TemporaryFolder folder;
   std::ofstream(folder.file("a_vdm.map")) << "anything";
   const ProgramResult result = runMirel({"select", folder.file("a_vdm.map")});
@@ -36,7 +38,7 @@ TEST(SelectCommand, aMapIsTakenAsItIs) {
   EXPECT_EQ(result.out, "filename: " + folder.file("a_vdm.map") + "\n");
 }
 
-TEST(SelectCommand, whatCannotBePickedIsNamed) {
+TEST(SelectCommand, WhatCannotBePickedIsNamed) {
   const TemporaryFolder folder;
   std::ofstream(folder.file("a.txt")) << "anything";
   for (const char* name : {"a.txt", "none.fmr", "none_vdm.map", "other.map"}) {
@@ -47,7 +49,7 @@ TEST(SelectCommand, whatCannotBePickedIsNamed) {
   }
 }
 
-TEST(SelectCommand, aProjectThatCannotBeReadFails) {
+TEST(SelectCommand, AProjectThatCannotBeReadFails) {
   const TemporaryFolder folder;
   std::ofstream(folder.file("a.dmr")) << "NrOfVolumes: 2\nResolutionX: 4\nResolutionY: 4\n"
                                          "NrOfSlices: 2\nPrefix: nowhere\n\n";
@@ -57,3 +59,5 @@ TEST(SelectCommand, aProjectThatCannotBeReadFails) {
 }
 
 }  // namespace
+
+}  // namespace mirel

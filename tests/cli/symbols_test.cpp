@@ -11,6 +11,8 @@
 
 #include "cli/program.h"
 
+namespace mirel {
+
 namespace {
 
 std::string outputOf(const std::string& command) {
@@ -21,7 +23,7 @@ std::string outputOf(const std::string& command) {
   return output;
 }
 
-TEST(Symbols, theProgramExportsExactlyTheHostFunctionsOfItsOwnCode) {
+TEST(Symbols, TheProgramExportsExactlyTheHostFunctionsOfItsOwnCode) {
   std::set<std::string> expected;
   std::istringstream list(textOf(MIREL_EXPORT_LIST));
   for (std::string word; list >> word;)
@@ -41,3 +43,5 @@ TEST(Symbols, theProgramExportsExactlyTheHostFunctionsOfItsOwnCode) {
 }
 
 }  // namespace
+
+}  // namespace mirel

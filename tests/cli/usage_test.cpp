@@ -2,19 +2,21 @@
 
 #include "cli/program.h"
 
+namespace mirel {
+
 namespace {
 
 using testing::HasSubstr;
 using testing::StartsWith;
 
-TEST(Usage, theVersionGoesToStandardOutput) {
+TEST(Usage, TheVersionGoesToStandardOutput) {
   const ProgramResult result = runMirel({"--version"});
   EXPECT_EQ(result.status, 0);
   EXPECT_THAT(result.out, StartsWith("mirel "));
   EXPECT_EQ(result.err, "");
 }
 
-TEST(Usage, helpGivesUnitsAndDefaults) {
+TEST(Usage, HelpGivesUnitsAndDefaults) {
   const ProgramResult help = runMirel({"estimate", "--help"});
   EXPECT_EQ(help.status, 0);
   EXPECT_THAT(help.out, HasSubstr("in voxels"));
@@ -26,7 +28,7 @@ TEST(Usage, helpGivesUnitsAndDefaults) {
   }
 }
 
-TEST(Usage, mistakesHaveTheirOwnStatus) {
+TEST(Usage, MistakesHaveTheirOwnStatus) {
   const std::vector<std::vector<std::string>> mistakes = {
       {},        {"nosuchcommand"}, {"estimate", "one.fmr"},           {"apply", "run.fmr"},
       {"check"}, {"info"},          {"estimate", "--nosuch", "a", "b"}};
@@ -39,7 +41,7 @@ TEST(Usage, mistakesHaveTheirOwnStatus) {
 }
 
 // A result that is lost must not look like success.
-TEST(Usage, aFullStandardOutputIsAFailure) {
+TEST(Usage, AFullStandardOutputIsAFailure) {
   const TemporaryFolder folder;
   writeFmr(folder.file("a.fmr"), {});
   const ProgramResult result = runProgram(
@@ -49,3 +51,5 @@ TEST(Usage, aFullStandardOutputIsAFailure) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -7,6 +7,8 @@
 #include <sstream>
 #include <stdexcept>
 
+namespace mirel {
+
 namespace {
 
 template <typename T>
@@ -216,3 +218,5 @@ TEST(Matrix, PrintsTwentyOfTwentyAndTheEndsOfMore) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -8,6 +8,8 @@
 #include <sstream>
 #include <stdexcept>
 
+namespace mirel {
+
 namespace {
 
 template <typename T>
@@ -192,3 +194,5 @@ TYPED_TEST(VectorOf, PrintsTheFirstTwoAndTheLast) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -7,6 +7,8 @@
 
 #include "containers/volume.h"
 
+namespace mirel {
+
 namespace {
 
 constexpr float nan = std::numeric_limits<float>::quiet_NaN();
@@ -245,3 +247,5 @@ TEST(Volume, MeanOfNothing) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -7,6 +7,8 @@
 #include <sstream>
 #include <stdexcept>
 
+namespace mirel {
+
 namespace {
 
 template <typename T>
@@ -228,8 +230,7 @@ TEST(Volume, PrintsElementsWithoutGaps) {
 }
 
 TEST(Volume, PrintsEightBitElementsAsRawCharacters) {
-  EXPECT_EQ(printed(Volume<unsigned char>(2, 1, 1, 'A')),
-            "volume (2x1x1):\n  slice 0:\n    [A A]");
+  EXPECT_EQ(printed(Volume<unsigned char>(2, 1, 1, 'A')), "volume (2x1x1):\n  slice 0:\n    [A A]");
 }
 
 TEST(Volume, PrintsTheFirstTwoAndTheLastInEveryDirection) {
@@ -248,3 +249,5 @@ TEST(Volume, PrintsThreeOfThreeWhole) {
 }
 
 }  // namespace
+
+}  // namespace mirel

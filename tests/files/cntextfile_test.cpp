@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include "files/tempdir.h"
+#include "support/temporaryfolder.h"
+
+namespace mirel {
 
 namespace {
 
@@ -13,7 +15,7 @@ class TextFile : public testing::Test {
   }
   std::string written() const { return dir.read("text"); }
 
-  TempDir dir;
+  TemporaryFolder dir;
 };
 
 TEST_F(TextFile, LoadsValuesInFileOrder) {
@@ -206,3 +208,5 @@ TEST_F(TextFile, WhatIsWrittenIsReadBack) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -4,6 +4,8 @@
 
 #include <stdexcept>
 
+namespace mirel {
+
 namespace {
 
 TEST(FileNames, PathEndsWithItsLastSeparator) {
@@ -109,3 +111,5 @@ TEST(FileNames, HasExtensionIsExact) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -7,6 +7,8 @@
 #include <sstream>
 #include <type_traits>
 
+namespace mirel {
+
 namespace {
 
 /// A line whose label and value are `text`, read as a project reads it.
@@ -107,6 +109,16 @@ TEST(Line, SetStoresNameValueAndWidth) {
   EXPECT_EQ(printed(line), "SliceGap:   0.5\n");
   EXPECT_EQ(printed(Line<int>("TR", 2000, 5)), "TR:  2000\n");
   EXPECT_EQ(printed(Line<bool>("ShowAMRFile", true, 14)), "ShowAMRFile:  1\n");
+}
+
+TEST(Line, SetStoresATextWithOrWithoutQuotes) {
+  Line<std::string> line;
+  line.set("Prefix", "run 1", 10, LineQuotes::around);
+  EXPECT_TRUE(line.isSet());
+  EXPECT_EQ(line.value(), "run 1");
+  EXPECT_EQ(printed(line), "Prefix:   \"run 1\"\n");
+  line.set("Prefix", "run1", 10, LineQuotes::none);
+  EXPECT_EQ(printed(line), "Prefix:   run1\n");
 }
 
 TEST(Line, OnlyNumbersAreConstructedWithAValue) {
@@ -290,3 +302,5 @@ TEST(YesNo, AnUnsetLineWritesNothing) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -5,8 +5,11 @@
 #include <sstream>
 
 #include "files/ioerror.h"
+#include "files/messageof.h"
 #include "files/projects.h"
-#include "files/tempdir.h"
+#include "support/temporaryfolder.h"
+
+namespace mirel {
 
 namespace {
 
@@ -35,7 +38,7 @@ class Dmr : public testing::Test {
     dmr.PrintTo(os);
     return os.str();
   }
-  TempDir dir;
+  TemporaryFolder dir;
 };
 
 TEST_F(Dmr, ACompleteHeaderComesBackByteForByte) {
@@ -263,3 +266,5 @@ TEST_F(Dmr, DataCutAnywhereLoadWithZerosAtTheEnd) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -5,8 +5,11 @@
 #include <sstream>
 
 #include "files/ioerror.h"
+#include "files/messageof.h"
 #include "files/projects.h"
-#include "files/tempdir.h"
+#include "support/temporaryfolder.h"
+
+namespace mirel {
 
 namespace {
 
@@ -31,7 +34,7 @@ class Fmr : public testing::Test {
     fmr.PrintTo(os);
     return os.str();
   }
-  TempDir dir;
+  TemporaryFolder dir;
 };
 
 TEST_F(Fmr, ACompleteHeaderComesBackByteForByte) {
@@ -185,3 +188,5 @@ TEST_F(Fmr, DataCutAnywhereLoadWithZerosAtTheEnd) {
 }
 
 }  // namespace
+
+}  // namespace mirel

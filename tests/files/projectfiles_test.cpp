@@ -7,7 +7,10 @@
 #include <limits>
 
 #include "files/ioerror.h"
+#include "files/messageof.h"
 #include "files/projectkinds.h"
+
+namespace mirel {
 
 namespace {
 
@@ -277,3 +280,5 @@ TYPED_TEST(ProjectFilesOf, ARoundTripOfALargeProjectIsExact) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -7,6 +7,8 @@
 
 #include "files/projectkinds.h"
 
+namespace mirel {
+
 namespace {
 
 using projects::replaced;
@@ -161,3 +163,5 @@ TYPED_TEST(ProjectOf, NumbersAreReadWithPointsWhateverTheLocale) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -9,7 +9,9 @@
 #include "files/mydmr.h"
 #include "files/myfmr.h"
 #include "files/projects.h"
-#include "files/tempdir.h"
+#include "support/temporaryfolder.h"
+
+namespace mirel {
 
 /// What the two kinds of project have in common is tested on both: ProjectOf<Functional> and
 /// ProjectOf<Diffusion>.
@@ -53,7 +55,7 @@ class ProjectOf : public testing::Test {
   std::string headerName() const { return dir.file(Kind::header); }
   std::string dataName() const { return dir.file(Kind::data); }
 
-  TempDir dir;
+  TemporaryFolder dir;
 };
 
 using Kinds = testing::Types<Functional, Diffusion>;
@@ -61,3 +63,5 @@ using Kinds = testing::Types<Functional, Diffusion>;
 /// Every line that both kinds know, and one that neither does.
 inline const std::string commonHeader = "\n" + projects::mainBeginning + projects::mainEnd +
                                         projects::position + projects::trailer + "Ignored: 0\n";
+
+}  // namespace mirel

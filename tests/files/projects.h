@@ -7,7 +7,7 @@
 #include <vector>
 
 /// Texts and data that the tests of both kinds of project start from.
-namespace projects {
+namespace mirel::projects {
 
 /// Lines 1 to 23: every label with its own width, every kind of value.
 inline const std::string mainBeginning =
@@ -104,4 +104,4 @@ inline std::string smallHeader(int volumes, int slices, int nx, int ny, int data
          "\nNrOfSkippedVolumes: 0\n\n";
 }
 
-}  // namespace projects
+}  // namespace mirel::projects

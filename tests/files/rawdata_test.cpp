@@ -11,6 +11,8 @@
 #include <sstream>
 #include <vector>
 
+namespace mirel {
+
 namespace {
 
 constexpr SampleFormat formats[] = {SampleFormat::int16, SampleFormat::float32};
@@ -208,3 +210,5 @@ TEST(Samples, NoSamplesAreNoBytes) {
 }
 
 }  // namespace
+
+}  // namespace mirel

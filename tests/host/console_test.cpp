@@ -4,6 +4,8 @@
 
 #include <vector>
 
+namespace mirel {
+
 namespace {
 
 using testing::ElementsAre;
@@ -15,21 +17,21 @@ struct RecordedConsole : Console {
   }
 };
 
-TEST(Console, eachLogCallIsALine) {
+TEST(Console, EachLogCallIsALine) {
   RecordedConsole console;
   console.log("Estimating...");
   console.log("two\nlines, ended\n");
   EXPECT_THAT(console.lines, ElementsAre("Estimating...", "two\nlines, ended"));
 }
 
-TEST(Console, anEmptyLogTextWritesNothing) {
+TEST(Console, AnEmptyLogTextWritesNothing) {
   RecordedConsole console;
   console.log("");
   console.log("\n");
   EXPECT_TRUE(console.lines.empty());
 }
 
-TEST(Console, onlyErrorBoxesCountAsErrors) {
+TEST(Console, OnlyErrorBoxesCountAsErrors) {
   RecordedConsole console;
   console.messageBox("Error: no such file");
   console.messageBox("run1.txt: not an FMR or DMR file\n");
@@ -40,7 +42,7 @@ TEST(Console, onlyErrorBoxesCountAsErrors) {
   EXPECT_EQ(console.lines.back(), "Warning: Error: in a warning");
 }
 
-TEST(Console, withoutASinkLinesGoToStandardError) {
+TEST(Console, WithoutASinkLinesGoToStandardError) {
   Console console;
   testing::internal::CaptureStderr();
   testing::internal::CaptureStdout();
@@ -52,3 +54,5 @@ TEST(Console, withoutASinkLinesGoToStandardError) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -9,6 +9,8 @@
 #include "host/session.h"
 #include "support/projectfiles.h"
 
+namespace mirel {
+
 namespace {
 
 using testing::ElementsAre;
@@ -25,13 +27,13 @@ class Exports : public testing::Test {
   std::vector<std::string> lines;
 };
 
-TEST_F(Exports, theVersionIsAtLeast260) {
+TEST_F(Exports, TheVersionIsAtLeast260) {
   int version[3] = {};
   ztGetVersionOfCorvanaZT(&version[0], &version[1], &version[2]);
   EXPECT_THAT(version, ElementsAre(2, 6, 0));
 }
 
-TEST_F(Exports, parametersPassThroughTheStore) {
+TEST_F(Exports, ParametersPassThroughTheStore) {
   ztSetStringParameter("filename", "/data/run1.fmr");
   ztSetIntParameter("nr_of_volumes", 120);
   char buffer[512];
@@ -40,7 +42,7 @@ TEST_F(Exports, parametersPassThroughTheStore) {
   EXPECT_EQ(ztGetIntParameter("nr_of_volumes"), 120);
 }
 
-TEST_F(Exports, unknownParametersAreEmptyAndZero) {
+TEST_F(Exports, UnknownParametersAreEmptyAndZero) {
   char buffer[512];
   std::memset(buffer, '#', sizeof buffer);
   ztGetStringParameter("no such parameter", buffer);
@@ -48,7 +50,7 @@ TEST_F(Exports, unknownParametersAreEmptyAndZero) {
   EXPECT_EQ(ztGetIntParameter("no such parameter"), 0);
 }
 
-TEST_F(Exports, aTextThatIsTooLongIsReportedAndNotKept) {
+TEST_F(Exports, ATextThatIsTooLongIsReportedAndNotKept) {
   const int errors = hostSession().console.errors();
   ztSetStringParameter("filename", "short");
   ztSetStringParameter("filename", std::string(512, 'x').c_str());
@@ -59,7 +61,7 @@ TEST_F(Exports, aTextThatIsTooLongIsReportedAndNotKept) {
   EXPECT_STREQ(buffer, "short");
 }
 
-TEST_F(Exports, theFileDialogAnswersWithAtMost511Bytes) {
+TEST_F(Exports, TheFileDialogAnswersWithAtMost511Bytes) {
   char buffer[600];
   std::memset(buffer, '#', sizeof buffer);
   hostSession().openFileAnswer = std::string(550, 'x');
@@ -71,7 +73,7 @@ TEST_F(Exports, theFileDialogAnswersWithAtMost511Bytes) {
   EXPECT_STREQ(buffer, "");
 }
 
-TEST_F(Exports, mapsTravelThroughARecordOfEightFields) {
+TEST_F(Exports, MapsTravelThroughARecordOfEightFields) {
   const TemporaryFolder folder;
   hostSession().maps.setCurrentDimensions(2, 3, 1);
   ztCreateMAPForCurrentFMR();
@@ -98,7 +100,7 @@ TEST_F(Exports, mapsTravelThroughARecordOfEightFields) {
   EXPECT_TRUE(lines.empty());
 }
 
-TEST_F(Exports, aMapThatCannotBeLoadedIsReportedAndLeavesNone) {
+TEST_F(Exports, AMapThatCannotBeLoadedIsReportedAndLeavesNone) {
   const TemporaryFolder folder;
   const int errors = hostSession().console.errors();
   const std::string name = folder.file("bad_vdm.map");
@@ -112,7 +114,7 @@ TEST_F(Exports, aMapThatCannotBeLoadedIsReportedAndLeavesNone) {
   EXPECT_EQ(ztGetMAPOfCurrentFMR(&header), nullptr);
 }
 
-TEST_F(Exports, aMapThatCannotBeSavedIsReported) {
+TEST_F(Exports, AMapThatCannotBeSavedIsReported) {
   const TemporaryFolder folder;
   hostSession().maps.setCurrentDimensions(2, 2, 1);
   ztCreateMAPForCurrentFMR();
@@ -122,7 +124,7 @@ TEST_F(Exports, aMapThatCannotBeSavedIsReported) {
 }
 
 // 3x2x4 values, x (of size 4 here, the last dimension of the transform) fastest.
-TEST_F(Exports, theTransformThereAndBackMultipliesByTheNumberOfValues) {
+TEST_F(Exports, TheTransformThereAndBackMultipliesByTheNumberOfValues) {
   constexpr int n0 = 3, n1 = 2, n2 = 4;
   auto* real = static_cast<float*>(zt_fftwf_malloc(n0 * n1 * n2 * sizeof(float)));
   auto* complex =
@@ -146,3 +148,5 @@ TEST_F(Exports, theTransformThereAndBackMultipliesByTheNumberOfValues) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -5,13 +5,15 @@
 #include <cstring>
 #include <fstream>
 
-#include "host/hosterror.h"
-#include "host/mapfile.h"
+#include "base/error.h"
+#include "files/mapfile.h"
 #include "support/projectfiles.h"
+
+namespace mirel {
 
 namespace {
 
-TEST(MapStore, createsAMapOfZerosWithTheCurrentDimensions) {
+TEST(MapStore, CreatesAMapOfZerosWithTheCurrentDimensions) {
   MapStore store;
   store.setCurrentDimensions(3, 4, 2);
   store.create();
@@ -26,18 +28,18 @@ TEST(MapStore, createsAMapOfZerosWithTheCurrentDimensions) {
     for (int i = 0; i < 12; ++i) EXPECT_EQ(slices[z][i], 0.0f);
 }
 
-TEST(MapStore, withoutAProjectThereIsNoMap) {
+TEST(MapStore, WithoutAProjectThereIsNoMap) {
   MapStore store;
-  EXPECT_THROW(store.create(), HostError);
+  EXPECT_THROW(store.create(), Error);
   MapHeader header;
   header.dimX = 99;
   EXPECT_EQ(store.get(header), nullptr);
   EXPECT_EQ(header.dimX, 0);
-  EXPECT_THROW(store.setParameters(header), HostError);
-  EXPECT_THROW(store.save("nothing.map"), HostError);
+  EXPECT_THROW(store.setParameters(header), Error);
+  EXPECT_THROW(store.save("nothing.map"), Error);
 }
 
-TEST(MapStore, creatingAgainClearsTheMapBefore) {
+TEST(MapStore, CreatingAgainClearsTheMapBefore) {
   MapStore store;
   store.setCurrentDimensions(2, 2, 1);
   store.create();
@@ -50,7 +52,7 @@ TEST(MapStore, creatingAgainClearsTheMapBefore) {
   EXPECT_EQ(header.kind, 0);
 }
 
-TEST(MapStore, parametersChangeButTheDimensionsStay) {
+TEST(MapStore, ParametersChangeButTheDimensionsStay) {
   MapStore store;
   store.setCurrentDimensions(2, 3, 4);
   store.create();
@@ -71,7 +73,7 @@ TEST(MapStore, parametersChangeButTheDimensionsStay) {
   EXPECT_EQ(std::memcmp(&now, &header, sizeof now), 0);
 }
 
-TEST(MapStore, aSavedMapLoadsIntoTheSamePlaces) {
+TEST(MapStore, ASavedMapLoadsIntoTheSamePlaces) {
   const TemporaryFolder folder;
   const std::string name = folder.file("a_vdm.map");
   MapStore writer;
@@ -97,19 +99,19 @@ TEST(MapStore, aSavedMapLoadsIntoTheSamePlaces) {
 }
 
 // Otherwise a task would go on with the map of somebody else.
-TEST(MapStore, aFailedLoadLeavesNoMap) {
+TEST(MapStore, AFailedLoadLeavesNoMap) {
   const TemporaryFolder folder;
   const std::string name = folder.file("bad_vdm.map");
   std::ofstream(name) << "no map";
   MapStore store;
   store.setCurrentDimensions(2, 2, 1);
   store.create();
-  EXPECT_THROW(store.load(name), HostError);
+  EXPECT_THROW(store.load(name), Error);
   MapHeader header;
   EXPECT_EQ(store.get(header), nullptr);
 }
 
-TEST(MapStore, aMapOfOtherDimensionsIsNotLoaded) {
+TEST(MapStore, AMapOfOtherDimensionsIsNotLoaded) {
   const TemporaryFolder folder;
   const std::string name = folder.file("a_vdm.map");
   MapStore store;
@@ -117,12 +119,12 @@ TEST(MapStore, aMapOfOtherDimensionsIsNotLoaded) {
   store.create();
   store.save(name);
   store.setCurrentDimensions(3, 2, 1);
-  EXPECT_THROW(store.load(name), HostError);
+  EXPECT_THROW(store.load(name), Error);
   MapHeader header;
   EXPECT_EQ(store.get(header), nullptr);
 }
 
-TEST(MapStore, anotherProjectTakesTheMapAway) {
+TEST(MapStore, AnotherProjectTakesTheMapAway) {
   MapStore store;
   store.setCurrentDimensions(2, 2, 1);
   store.create();
@@ -132,3 +134,5 @@ TEST(MapStore, anotherProjectTakesTheMapAway) {
 }
 
 }  // namespace
+
+}  // namespace mirel

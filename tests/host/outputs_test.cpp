@@ -5,9 +5,11 @@
 #include <filesystem>
 #include <fstream>
 
-#include "files/filenames.h"
-#include "host/hosterror.h"
+#include "base/error.h"
+#include "base/samefile.h"
 #include "support/projectfiles.h"
+
+namespace mirel {
 
 namespace {
 
@@ -26,26 +28,13 @@ template <typename Action>
 std::string refusal(Action action) {
   try {
     action();
-  } catch (const HostError& failure) {
+  } catch (const Error& failure) {
     return failure.what();
   }
   return "";
 }
 
-// What the plugin derives from the same name with the project library's own functions.
-TEST(OutputNames, areThoseOfThePlugin) {
-  for (const std::string name : {"run1.fmr", "/data/run.1.dmr", "a.b/c.fmr"}) {
-    EXPECT_EQ(vdmMapName(name), addToFileName(replaceExtension(name, "map"), "_vdm"));
-    EXPECT_EQ(vdmDerivativeMapName(name),
-              addToFileName(replaceExtension(name, "map"), "_vdmderiv"));
-    EXPECT_EQ(correctedProjectName(name), addToFileName(name, "_undist"));
-  }
-  EXPECT_EQ(vdmMapName("/data/run1.fmr"), "/data/run1_vdm.map");
-  EXPECT_EQ(correctedDataName("run1.fmr"), "run1_undist.stc");
-  EXPECT_EQ(correctedDataName("run1.dmr"), "run1_undist.dwi");
-}
-
-TEST(SameFile, resolvesFoldersAndLinks) {
+TEST(SameFile, ResolvesFoldersAndLinks) {
   const TemporaryFolder folder;
   std::ofstream(folder.file("a.fmr")) << "a";
   std::filesystem::create_directory(folder.file("sub"));
@@ -57,7 +46,7 @@ TEST(SameFile, resolvesFoldersAndLinks) {
   EXPECT_FALSE(sameFile(folder.file("new.map"), folder.file("sub/new.map")));
 }
 
-TEST(SharedMaps, areRefused) {
+TEST(SharedMaps, AreRefused) {
   const TemporaryFolder folder;
   const std::string fmr = folder.file("run1.fmr");
   EXPECT_THAT(refusal([&] { refuseSharedMaps(fmr, folder.file("run1.dmr")); }),
@@ -68,7 +57,7 @@ TEST(SharedMaps, areRefused) {
   EXPECT_EQ(refusal([&] { refuseSharedMaps(fmr, "elsewhere/run1.dmr"); }), "");
 }
 
-TEST(OverwrittenInputs, areRefused) {
+TEST(OverwrittenInputs, AreRefused) {
   const auto refuse = [](const std::vector<ProjectInfo>& projects) {
     return refusal([&projects] { refuseOverwrittenInputs(projects); });
   };
@@ -82,7 +71,7 @@ TEST(OverwrittenInputs, areRefused) {
               HasSubstr("listed twice"));
 }
 
-TEST(OtherDimensions, areRefusedWithBothNames) {
+TEST(OtherDimensions, AreRefusedWithBothNames) {
   ProjectInfo info = project("a.fmr", "a.stc");
   info.dimX = 6;
   info.dimY = 8;
@@ -92,7 +81,7 @@ TEST(OtherDimensions, areRefusedWithBothNames) {
             "a.fmr is 6x8x4 voxels, but b.fmr is 8x6x4: they must have the same dimensions");
 }
 
-TEST(ExpectedOutputs, tellWhichFilesWereNotWritten) {
+TEST(ExpectedOutputs, TellWhichFilesWereNotWritten) {
   const TemporaryFolder folder;
   std::ofstream(folder.file("stale")) << "earlier";
   std::ofstream(folder.file("rewritten")) << "earlier";
@@ -106,13 +95,15 @@ TEST(ExpectedOutputs, tellWhichFilesWereNotWritten) {
   EXPECT_THAT(outputs.missing(), ElementsAre(folder.file("stale"), folder.file("absent")));
 }
 
-TEST(ExpectedOutputs, refuseImpossiblePlaces) {
+TEST(ExpectedOutputs, RefuseImpossiblePlaces) {
   const TemporaryFolder folder;
   std::filesystem::create_directory(folder.file("taken"));
   ExpectedOutputs outputs;
-  EXPECT_THROW(outputs.add(folder.file("none/file")), HostError);
-  EXPECT_THROW(outputs.add(folder.file("taken")), HostError);
+  EXPECT_THROW(outputs.add(folder.file("none/file")), Error);
+  EXPECT_THROW(outputs.add(folder.file("taken")), Error);
   EXPECT_THAT(outputs.names(), IsEmpty());
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -4,11 +4,13 @@
 
 #include <vector>
 
-#include "host/hosterror.h"
+#include "base/error.h"
+
+namespace mirel {
 
 namespace {
 
-TEST(ParameterStore, keepsTextsAndIntegersByName) {
+TEST(ParameterStore, KeepsTextsAndIntegersByName) {
   ParameterStore store;
   store.setText("vdm", "/data/a_vdm.map");
   store.setText("vdm", "/data/b_vdm.map");
@@ -20,14 +22,14 @@ TEST(ParameterStore, keepsTextsAndIntegersByName) {
   EXPECT_EQ(store.text("files"), std::nullopt);
 }
 
-TEST(ParameterStore, aTextOf511BytesIsTheLongest) {
+TEST(ParameterStore, ATextOf511BytesIsTheLongest) {
   ParameterStore store;
   store.setText("files", std::string(511, 'a'));
-  EXPECT_THROW(store.setText("files", std::string(512, 'b')), HostError);
+  EXPECT_THROW(store.setText("files", std::string(512, 'b')), Error);
   EXPECT_EQ(store.text("files"), std::string(511, 'a'));
 }
 
-TEST(TextBuffer, never512BytesOfTextAreWritten) {
+TEST(TextBuffer, Never512BytesOfTextAreWritten) {
   for (const std::size_t size : {0u, 1u, 510u, 511u, 512u, 513u, 5000u}) {
     std::vector<char> buffer(600, '#');
     copyToTextBuffer(std::string(size, 'x'), buffer.data());
@@ -38,3 +40,5 @@ TEST(TextBuffer, never512BytesOfTextAreWritten) {
 }
 
 }  // namespace
+
+}  // namespace mirel

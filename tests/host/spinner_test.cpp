@@ -10,6 +10,8 @@
 #include <string>
 #include <thread>
 
+namespace mirel {
+
 namespace {
 
 using namespace std::chrono_literals;
@@ -54,7 +56,7 @@ class SpinnerTest : public testing::Test {
   Terminal terminal;
 };
 
-TEST_F(SpinnerTest, showsTheElapsedTimeAndWipesItAtTheEnd) {
+TEST_F(SpinnerTest, ShowsTheElapsedTimeAndWipesItAtTheEnd) {
   Spinner spinner(terminal.screen);
   spinner.start();
   std::this_thread::sleep_for(1200ms);
@@ -65,7 +67,7 @@ TEST_F(SpinnerTest, showsTheElapsedTimeAndWipesItAtTheEnd) {
   EXPECT_TRUE(shown.ends_with("\r\033[K"));
 }
 
-TEST_F(SpinnerTest, isWipedBeforeALineIsWritten) {
+TEST_F(SpinnerTest, IsWipedBeforeALineIsWritten) {
   Spinner spinner(terminal.screen);
   spinner.start();
   std::this_thread::sleep_for(50ms);
@@ -74,7 +76,7 @@ TEST_F(SpinnerTest, isWipedBeforeALineIsWritten) {
   EXPECT_THAT(terminal.shown(), HasSubstr("\r\033[Kline"));
 }
 
-TEST_F(SpinnerTest, stopsAtOnceAndStartsAgain) {
+TEST_F(SpinnerTest, StopsAtOnceAndStartsAgain) {
   Spinner spinner(terminal.screen);
   const auto begin = std::chrono::steady_clock::now();
   for (int i = 0; i < 20; ++i) {
@@ -86,7 +88,7 @@ TEST_F(SpinnerTest, stopsAtOnceAndStartsAgain) {
   EXPECT_LT(std::chrono::steady_clock::now() - begin, 2s);
 }
 
-TEST_F(SpinnerTest, writesNothingOnADumbTerminal) {
+TEST_F(SpinnerTest, WritesNothingOnADumbTerminal) {
   setenv("TERM", "dumb", 1);
   {
     Spinner spinner(terminal.screen);
@@ -96,7 +98,7 @@ TEST_F(SpinnerTest, writesNothingOnADumbTerminal) {
   EXPECT_EQ(terminal.shown(), "");
 }
 
-TEST(SpinnerOnAPipe, writesNothing) {
+TEST(SpinnerOnAPipe, WritesNothing) {
   int ends[2];
   ASSERT_EQ(pipe2(ends, O_NONBLOCK), 0);
   {
@@ -112,3 +114,5 @@ TEST(SpinnerOnAPipe, writesNothing) {
 }
 
 }  // namespace
+
+}  // namespace mirel

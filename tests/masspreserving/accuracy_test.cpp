@@ -4,6 +4,8 @@
 #include "masspreserving/testdata.h"
 #include "phantom/phantom.h"
 
+namespace mirel {
+
 namespace {
 
 double rmsInBrain(const Phantom& phantom, const Volume<float>& shift) {
@@ -51,3 +53,5 @@ TEST(MassPreservingAccuracy, isExactToAHundredthWithoutNoise) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -7,6 +7,8 @@
 
 #include "masspreserving/testdata.h"
 
+namespace mirel {
+
 namespace {
 
 struct Sample {
@@ -71,3 +73,5 @@ TEST(ColumnIntegral, takesAColumnOfOneVoxel) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -7,6 +7,8 @@
 
 #include "masspreserving/testdata.h"
 
+namespace mirel {
+
 namespace {
 
 const glm::ivec3 size(6, 5, 4);
@@ -174,3 +176,5 @@ TEST(MovingPair, findsTheMotionStepByStep) {
 }
 
 }  // namespace
+
+}  // namespace mirel

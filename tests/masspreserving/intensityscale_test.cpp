@@ -8,6 +8,8 @@
 #include "masspreserving/testdata.h"
 #include "support/column.h"
 
+namespace mirel {
+
 namespace {
 
 constexpr float notANumber = std::numeric_limits<float>::quiet_NaN();
@@ -68,3 +70,5 @@ TEST(ScaledImage, multipliesAndMakesZerosOfWhatIsNotFinite) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -3,6 +3,8 @@
 #include "masspreserving/masspreserving.h"
 #include "masspreserving/testdata.h"
 
+namespace mirel {
+
 namespace {
 
 const glm::ivec3 size(28, 36, 20);
@@ -86,3 +88,5 @@ TEST(MassPreservingInvariance, exchangedXAndZExchangeInTheMap) {
 }
 
 }  // namespace
+
+}  // namespace mirel

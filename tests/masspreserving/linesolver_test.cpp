@@ -8,6 +8,8 @@
 #include "masspreserving/objective.h"
 #include "masspreserving/testdata.h"
 
+namespace mirel {
+
 namespace {
 
 struct System {
@@ -153,3 +155,5 @@ TEST(ImproveSolution, isZeroForAZeroRightHandSide) {
 }
 
 }  // namespace
+
+}  // namespace mirel

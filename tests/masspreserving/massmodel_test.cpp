@@ -7,6 +7,8 @@
 
 #include "masspreserving/testdata.h"
 
+namespace mirel {
+
 namespace {
 
 const glm::ivec3 voxels(4, 9, 3);
@@ -117,3 +119,5 @@ TEST(CorrectAlong, movesByWholeVoxelsAndKeepsTheSignal) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -6,7 +6,10 @@
 #include <limits>
 #include <stdexcept>
 
+#include "base/progress.h"
 #include "masspreserving/testdata.h"
+
+namespace mirel {
 
 namespace {
 
@@ -106,13 +109,14 @@ TEST(MassPreserving, reportsEachStepAndStopsWhenTold) {
                                                EXPECT_LE(p.level, lastLevel);
                                                EXPECT_LT(p.level, p.levels);
                                                lastLevel = p.level;
-                                               return true;
                                              });
   EXPECT_EQ(calls, result.iterations);
   EXPECT_EQ(lastLevel, 0);
   EXPECT_THROW(estimateMassPreserving(pair.first, pair.second, glm::dvec3(2.0), {},
-                                      [](const MassPreservingProgress&) { return false; }),
-               MassPreservingCancelled);
+                                      [](const MassPreservingProgress&) { throw Cancelled(); }),
+               Cancelled);
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -10,6 +10,8 @@
 #include "masspreserving/testdata.h"
 #include "phantom/phantom.h"
 
+namespace mirel {
+
 // The estimate of a head that moved between the images, as a whole.
 
 namespace {
@@ -296,3 +298,5 @@ TEST(MovedPair, countsValuesThatAreNotFiniteAsZero) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -9,6 +9,8 @@
 #include "masspreserving/massmodel.h"
 #include "masspreserving/testdata.h"
 
+namespace mirel {
+
 namespace {
 
 constexpr double degree = std::numbers::pi / 180.0;
@@ -295,3 +297,5 @@ TEST(ChiSquare, isThatOfTheClusteredCovariance) {
 }
 
 }  // namespace
+
+}  // namespace mirel

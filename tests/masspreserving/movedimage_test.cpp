@@ -11,6 +11,8 @@
 #include "masspreserving/massmodel.h"
 #include "masspreserving/testdata.h"
 
+namespace mirel {
+
 namespace {
 
 const glm::dvec3 voxelMm(2.0, 3.0, 2.5);
@@ -229,3 +231,5 @@ TEST(MovedImage, throughTurnsASmoothMap) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -6,6 +6,8 @@
 
 #include "masspreserving/testdata.h"
 
+namespace mirel {
+
 namespace {
 
 const glm::ivec3 size(40, 30, 20);
@@ -63,3 +65,5 @@ TEST(ResidualNoise, weighsOutliersDownOnlyWithTails) {
 }
 
 }  // namespace
+
+}  // namespace mirel

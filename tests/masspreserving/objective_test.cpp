@@ -7,6 +7,8 @@
 
 #include "masspreserving/testdata.h"
 
+namespace mirel {
+
 namespace {
 
 const glm::ivec3 voxels(4, 9, 3);
@@ -145,3 +147,5 @@ TEST(Objective, gradientOfTheResidualsIsTheDataGradient) {
 }
 
 }  // namespace
+
+}  // namespace mirel

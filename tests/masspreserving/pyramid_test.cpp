@@ -6,6 +6,8 @@
 
 #include "masspreserving/testdata.h"
 
+namespace mirel {
+
 namespace {
 
 TEST(Pyramid, halvesTheShorterVoxelsFirst) {
@@ -145,3 +147,5 @@ TEST(LimitStretch, leavesWhatIsWithinIt) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -5,6 +5,8 @@
 #include "masspreserving/objective.h"
 #include "masspreserving/testdata.h"
 
+namespace mirel {
+
 namespace {
 
 // Sum of squared difference quotients, the definition read literally.
@@ -65,3 +67,5 @@ TEST(Roughness, bandRowsAreTheMatrixOfAnInnerColumn) {
 }
 
 }  // namespace
+
+}  // namespace mirel

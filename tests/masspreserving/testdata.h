@@ -8,7 +8,7 @@
 #include "phantom/distort.h"
 #include "phantom/random.h"
 
-namespace testdata {
+namespace mirel::testdata {
 
 /// Independent normal deviates.
 template <typename Real>
@@ -91,4 +91,4 @@ inline double largestStep(const Volume<float>& b) {
   return largest;
 }
 
-}  // namespace testdata
+}  // namespace mirel::testdata

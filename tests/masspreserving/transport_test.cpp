@@ -6,6 +6,8 @@
 
 #include "masspreserving/testdata.h"
 
+namespace mirel {
+
 namespace {
 
 std::vector<double> gaussian(int n, double centre, double sigma) {
@@ -62,3 +64,5 @@ TEST(TransportStart, comesNearTheDisplacementOfAWholeObject) {
 }
 
 }  // namespace
+
+}  // namespace mirel

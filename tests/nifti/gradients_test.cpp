@@ -3,8 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "nifti/error.h"
-#include "nifti/niftifiles.h"
+#include "base/error.h"
+#include "support/niftifiles.h"
+
+namespace mirel {
 
 using namespace niftifiles;
 using testing::HasSubstr;
@@ -12,7 +14,7 @@ using testing::HasSubstr;
 namespace {
 
 struct Gradients : testing::Test {
-  TempFolder folder;
+  TemporaryFolder folder;
   nifti::GradientTable read(const std::string& bvec, const std::string& bval, int volumes) {
     writeText(folder.file("a.bvec"), bvec);
     writeText(folder.file("a.bval"), bval);
@@ -73,3 +75,5 @@ TEST_F(Gradients, FaultsAreNamed) {
 TEST_F(Gradients, VanishingNumbersAreZero) {
   EXPECT_EQ(read("0 1e-60\n0 0\n0 0\n", "0 1000", 2).directions[1], glm::vec3(0));
 }
+
+}  // namespace mirel

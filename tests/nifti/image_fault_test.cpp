@@ -1,9 +1,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "nifti/error.h"
+#include "base/error.h"
 #include "nifti/image.h"
-#include "nifti/niftifiles.h"
+#include "support/niftifiles.h"
+
+namespace mirel {
 
 using namespace niftifiles;
 using testing::AllOf;
@@ -13,7 +15,7 @@ namespace {
 
 /// Reads every volume of a file with these bytes; the text of the failure.
 std::string readFailure(const std::vector<unsigned char>& bytes, bool compressed) {
-  TempFolder folder;
+  TemporaryFolder folder;
   const std::string name = folder.file(compressed ? "bad.nii.gz" : "bad.nii");
   writeBytes(name, bytes);
   return failure([&] {
@@ -76,7 +78,7 @@ TEST(ImageFaults, Version2TruncatedAtEveryByte) {
 }
 
 TEST(ImageFaults, CompressedFileWithAFlippedByteIsNeverReadAsAnother) {
-  TempFolder folder;
+  TemporaryFolder folder;
   const std::string name = folder.file("bad.nii.gz");
   const std::vector<unsigned char> whole = gzipped(bytesOf(goodImage()));
   writeBytes(name, whole);
@@ -90,7 +92,7 @@ TEST(ImageFaults, CompressedFileWithAFlippedByteIsNeverReadAsAnother) {
     try {
       // A flip can be without effect: zeros copied from another place are zeros.
       ASSERT_TRUE(nifti::Reader(name).readVolume(2) == right) << "byte " << n;
-    } catch (const nifti::Error&) {
+    } catch (const Error&) {
       refused++;
     }
   }
@@ -142,7 +144,7 @@ TEST(ImageFaults, CraftedDimensions) {
 TEST(ImageFaults, AnImageOfVectorsIsReadWhenAskedFor) {
   Raw raw = goodImage();
   raw.dim = {5, 2, 3, 4, 1, 3};
-  TempFolder folder;
+  TemporaryFolder folder;
   writeBytes(folder.file("v.nii"), bytesOf(raw));
   nifti::Reader image(folder.file("v.nii"), nifti::Contents::vectorsToo);
   EXPECT_EQ(image.header().volumes, 1);
@@ -200,7 +202,7 @@ TEST(ImageFaults, UnsupportedTypes) {
 }
 
 TEST(ImageFaults, OtherFiles) {
-  TempFolder folder;
+  TemporaryFolder folder;
   EXPECT_THAT(failure([&] { nifti::Reader image(folder.file("none.nii")); }),
               HasSubstr("none.nii does not exist"));
   EXPECT_THAT(failure([&] { nifti::Reader image(folder.file("")); }), HasSubstr("is a directory"));
@@ -232,3 +234,5 @@ TEST(ImageFaults, TheLibraryIsSilent) {
   readFailure(bytesOf(raw), false);
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
+
+}  // namespace mirel

@@ -5,7 +5,9 @@
 #include <numeric>
 
 #include "nifti/image.h"
-#include "nifti/niftifiles.h"
+#include "support/niftifiles.h"
+
+namespace mirel {
 
 using namespace niftifiles;
 using nifti::DataType;
@@ -31,7 +33,7 @@ struct Layout {
 const Layout layouts[] = {{1, false, false}, {1, false, true}, {1, true, false}, {1, true, true},
                           {2, false, false}, {2, false, true}, {2, true, false}, {2, true, true}};
 
-std::string write(const TempFolder& folder, const Raw& raw, bool compressed) {
+std::string write(const TemporaryFolder& folder, const Raw& raw, bool compressed) {
   const std::string name = folder.file(compressed ? "image.nii.gz" : "image.nii");
   writeBytes(name, compressed ? gzipped(bytesOf(raw)) : bytesOf(raw));
   return name;
@@ -41,7 +43,7 @@ template <typename T>
 void checkType(DataType type) {
   const std::vector<T> values = valuesOf<T>(48);
   for (const Layout& layout : layouts) {
-    TempFolder folder;
+    TemporaryFolder folder;
     Raw raw;
     raw.version = layout.version;
     raw.swapped = layout.swapped;
@@ -86,7 +88,7 @@ TEST(ImageRead, EveryTypeVersionByteOrderAndCompression) {
 }
 
 TEST(ImageRead, VoxelsAreXFastest) {
-  TempFolder folder;
+  TemporaryFolder folder;
   Raw raw;
   raw.data = samples(valuesOf<std::int16_t>(24));
   const Volume<float> volume = nifti::Reader(write(folder, raw, false)).readVolume(0);
@@ -97,7 +99,7 @@ TEST(ImageRead, VoxelsAreXFastest) {
 
 TEST(ImageRead, HeaderFieldsInBothVersions) {
   for (const Layout& layout : layouts) {
-    TempFolder folder;
+    TemporaryFolder folder;
     Raw raw;
     raw.version = layout.version;
     raw.swapped = layout.swapped;
@@ -121,7 +123,7 @@ TEST(ImageRead, HeaderFieldsInBothVersions) {
 }
 
 TEST(ImageRead, AffineIsSformThenQformThenVoxelSizes) {
-  TempFolder folder;
+  TemporaryFolder folder;
   Raw raw;
   raw.data = samples(valuesOf<std::int16_t>(24));
   raw.qformCode = 1;
@@ -139,7 +141,7 @@ TEST(ImageRead, AffineIsSformThenQformThenVoxelSizes) {
 }
 
 TEST(ImageRead, UnitsBecomeMillimetresAndSeconds) {
-  TempFolder folder;
+  TemporaryFolder folder;
   Raw raw;
   raw.data = samples(valuesOf<std::int16_t>(24));
   raw.units = 3 | 16;  // micrometres and milliseconds
@@ -154,7 +156,7 @@ TEST(ImageRead, UnitsBecomeMillimetresAndSeconds) {
 }
 
 TEST(ImageRead, SlopeAndInterceptAreApplied) {
-  TempFolder folder;
+  TemporaryFolder folder;
   Raw raw;
   raw.slope = 0.25;
   raw.inter = -10;
@@ -169,7 +171,7 @@ TEST(ImageRead, SlopeAndInterceptAreApplied) {
 }
 
 TEST(ImageRead, TrailingDimensionsOfOneAreIgnoredAndMissingOnesAreOne) {
-  TempFolder folder;
+  TemporaryFolder folder;
   Raw raw;
   raw.data = samples(valuesOf<std::int16_t>(24));
   raw.dim = {5, 2, 3, 2, 2, 1};
@@ -184,7 +186,7 @@ TEST(ImageRead, TrailingDimensionsOfOneAreIgnoredAndMissingOnesAreOne) {
 
 TEST(ImageRead, VolumesComeInAnyOrder) {
   for (const bool compressed : {false, true}) {
-    TempFolder folder;
+    TemporaryFolder folder;
     Raw raw;
     raw.dim = {4, 2, 3, 4, 3};
     raw.data = samples(valuesOf<std::int16_t>(72));
@@ -200,7 +202,7 @@ TEST(ImageRead, VolumesComeInAnyOrder) {
 }
 
 TEST(ImageRead, DataMayStartBehindExtensions) {
-  TempFolder folder;
+  TemporaryFolder folder;
   Raw raw;
   raw.offset = 384;
   raw.data.assign(32, 7);
@@ -213,7 +215,7 @@ TEST(ImageRead, DataMayStartBehindExtensions) {
 }
 
 TEST(ImageRead, CompressionIsRecognisedByContent) {
-  TempFolder folder;
+  TemporaryFolder folder;
   Raw raw;
   raw.data = samples(valuesOf<std::int16_t>(24));
   writeBytes(folder.file("plain.nii.gz"), bytesOf(raw));
@@ -223,7 +225,7 @@ TEST(ImageRead, CompressionIsRecognisedByContent) {
 }
 
 TEST(ImageRead, BadVoxelSizesReadAsOne) {
-  TempFolder folder;
+  TemporaryFolder folder;
   Raw raw;
   raw.sformCode = 0;
   raw.pixdim[1] = 0;
@@ -232,3 +234,5 @@ TEST(ImageRead, BadVoxelSizesReadAsOne) {
   raw.data = samples(valuesOf<std::int16_t>(24));
   EXPECT_EQ(nifti::Reader(write(folder, raw, false)).header().voxelSizeMm, glm::dvec3(1, 1, 4));
 }
+
+}  // namespace mirel

@@ -3,10 +3,12 @@
 
 #include <cmath>
 
-#include "nifti/error.h"
+#include "base/error.h"
 #include "nifti/image.h"
-#include "nifti/niftifiles.h"
 #include "nifti/samples.h"
+#include "support/niftifiles.h"
+
+namespace mirel {
 
 using namespace niftifiles;
 using nifti::DataType;
@@ -46,7 +48,7 @@ TEST(ImageWrite, ComesBackInEveryTypeVersionAndCompression) {
         DataType::uint32, DataType::int64, DataType::uint64, DataType::float32, DataType::float64})
     for (const int version : {1, 2})
       for (const char* name : {"a.nii", "a.nii.gz"}) {
-        TempFolder folder;
+        TemporaryFolder folder;
         nifti::Header header = smallHeader(type);
         header.version = version;
         header.sformCode = 2;
@@ -72,7 +74,7 @@ TEST(ImageWrite, ComesBackInEveryTypeVersionAndCompression) {
 
 TEST(ImageWrite, SliceOrderComesBack) {
   for (const int version : {1, 2}) {
-    TempFolder folder;
+    TemporaryFolder folder;
     nifti::Header header = smallHeader(DataType::int16);
     header.version = version;
     header.slices = {1, 2, 3, 5, 0, 1, 0.75};
@@ -82,7 +84,7 @@ TEST(ImageWrite, SliceOrderComesBack) {
 }
 
 TEST(ImageWrite, ScaledSamplesComeBack) {
-  TempFolder folder;
+  TemporaryFolder folder;
   nifti::Header header = smallHeader(DataType::int16);
   header.slope = 0.5;
   header.inter = -3;
@@ -116,7 +118,7 @@ TEST(ImageWrite, RepresentableValues) {
 }
 
 TEST(ImageWrite, TheSameImageGivesTheSameBytes) {
-  TempFolder folder;
+  TemporaryFolder folder;
   writeRamps(folder.file("a.nii.gz"), smallHeader(DataType::int16));
   writeRamps(folder.file("b.nii.gz"), smallHeader(DataType::int16));
   const std::vector<unsigned char> bytes = readBytes(folder.file("a.nii.gz"));
@@ -127,7 +129,7 @@ TEST(ImageWrite, TheSameImageGivesTheSameBytes) {
 }
 
 TEST(ImageWrite, LongSidesMakeVersion2) {
-  TempFolder folder;
+  TemporaryFolder folder;
   nifti::Header header = smallHeader(DataType::uint8);
   header.dims = {40000, 1, 1};
   header.volumes = 1;
@@ -148,7 +150,7 @@ TEST(ImageWrite, ShearedOrientationHasNoQuaternion) {
 }
 
 TEST(ImageWrite, NothingAppearsWithoutFinish) {
-  TempFolder folder;
+  TemporaryFolder folder;
   writeText(folder.file("a.nii"), "older file");
   {
     nifti::Writer image(folder.file("a.nii"), smallHeader(DataType::int16));
@@ -163,7 +165,7 @@ TEST(ImageWrite, NothingAppearsWithoutFinish) {
 }
 
 TEST(ImageWrite, FaultsAreNamed) {
-  TempFolder folder;
+  TemporaryFolder folder;
   const nifti::Header header = smallHeader(DataType::int16);
   EXPECT_THAT(failure([&] { nifti::Writer image(folder.file("no/a.nii"), header); }),
               HasSubstr("does not exist"));
@@ -181,7 +183,7 @@ TEST(ImageWrite, FaultsAreNamed) {
 
 TEST(ImageWrite, AFullDiskIsReportedAndLeavesNothing) {
   for (const char* name : {"a.nii", "a.nii.gz"}) {
-    TempFolder folder;
+    TemporaryFolder folder;
     nifti::Header header = smallHeader(DataType::float32);
     header.dims = {100, 100, 20};
     Volume<float> noise(header.dims);
@@ -199,3 +201,5 @@ TEST(ImageWrite, AFullDiskIsReportedAndLeavesNothing) {
     EXPECT_THAT(folder.names(), testing::IsEmpty());
   }
 }
+
+}  // namespace mirel

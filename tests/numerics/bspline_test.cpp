@@ -10,6 +10,8 @@
 #include "support/compare.h"
 #include "support/random_volume.h"
 
+namespace mirel {
+
 namespace {
 
 using compare::same;
@@ -296,3 +298,5 @@ TEST_P(BSplineAgainstReference, Evaluation) {
 INSTANTIATE_TEST_SUITE_P(Sizes, BSplineAgainstReference, testing::ValuesIn(testSizes()));
 
 }  // namespace
+
+}  // namespace mirel

@@ -9,6 +9,8 @@
 #include "support/compare.h"
 #include "support/random_volume.h"
 
+namespace mirel {
+
 namespace {
 
 using compare::failsAssertion;
@@ -172,3 +174,5 @@ TEST(Distance, OfColumnsAgreesWithTheReference) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -4,12 +4,14 @@
 #include <limits>
 #include <stdexcept>
 
+#include "numerics/fft/fftaccess.h"
 #include "numerics/volumegauss.h"
-#include "plugin/access/fftaccess.h"
 #include "reference/volumegauss.h"
 #include "support/compare.h"
 #include "support/fftw_binding.h"
 #include "support/random_volume.h"
+
+namespace mirel {
 
 namespace {
 
@@ -250,3 +252,5 @@ TEST_F(Fft, SmoothingNothingIsNothing) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -10,6 +10,8 @@
 #include <utility>
 #include <vector>
 
+namespace mirel {
+
 namespace {
 
 // Small, ordinary and large motions, with the second angle on both sides of a right one too.
@@ -178,3 +180,5 @@ TEST(RigidMotion, withExchangedIsTheSameMappingInOtherCoordinates) {
 }
 
 }  // namespace
+
+}  // namespace mirel

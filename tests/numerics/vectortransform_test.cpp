@@ -8,6 +8,8 @@
 #include "support/compare.h"
 #include "support/random_volume.h"
 
+namespace mirel {
+
 namespace {
 
 using compare::same;
@@ -93,3 +95,5 @@ TYPED_TEST(Coordinates, PositionsThatNoIndexHoldsReadZero) {
 }
 
 }  // namespace
+
+}  // namespace mirel

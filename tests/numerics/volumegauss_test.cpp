@@ -10,6 +10,8 @@
 #include "support/compare.h"
 #include "support/random_volume.h"
 
+namespace mirel {
+
 namespace {
 
 using compare::same;
@@ -274,3 +276,5 @@ TEST(YDerivative, AgreesWithTheReference) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -9,6 +9,8 @@
 #include "support/compare.h"
 #include "support/random_volume.h"
 
+namespace mirel {
+
 namespace {
 
 using compare::failsAssertion;
@@ -198,3 +200,5 @@ TEST(Grow, AgreesWithTheReference) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -8,6 +8,8 @@
 #include "support/compare.h"
 #include "support/random_volume.h"
 
+namespace mirel {
+
 namespace {
 
 const float inf = std::numeric_limits<float>::infinity();
@@ -174,3 +176,5 @@ TEST(WeightedConvolution, EmptyVolumesStayEmpty) {
 }
 
 }  // namespace
+
+}  // namespace mirel

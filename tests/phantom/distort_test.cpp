@@ -9,6 +9,8 @@
 #include "phantom/random.h"
 #include "vdm/vdm.h"
 
+namespace mirel {
+
 namespace {
 
 Volume<float> randomVolume(glm::ivec3 size, std::uint64_t seed, float scale) {
@@ -161,3 +163,5 @@ TEST(ShiftDerivative, IsExactForARampAndOneSidedAtTheEnds) {
 }
 
 }  // namespace
+
+}  // namespace mirel

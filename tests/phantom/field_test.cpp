@@ -10,6 +10,8 @@
 #include "phantom/shim.h"
 #include "phantom/tissuefield.h"
 
+namespace mirel {
+
 namespace {
 
 // A sphere of susceptibility chi has no field inside (Lorentz sphere taken out), and that of a
@@ -179,3 +181,5 @@ TEST_F(HeadFieldTest, RefusesGoalsThatMakeNoSense) {
 }
 
 }  // namespace
+
+}  // namespace mirel

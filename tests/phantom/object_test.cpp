@@ -8,6 +8,8 @@
 
 #include "phantom/anatomy.h"
 
+namespace mirel {
+
 namespace {
 
 TEST(Anatomy, HasTheTissuesWhereAHeadHasThem) {
@@ -111,3 +113,5 @@ TEST(SampleSusceptibility, ContinuesTheHeadBeyondTheGrid) {
 }
 
 }  // namespace
+
+}  // namespace mirel

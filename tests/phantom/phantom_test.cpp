@@ -9,6 +9,8 @@
 
 #include "vdm/vdm.h"
 
+namespace mirel {
+
 namespace {
 
 PhantomOptions smallOptions() {
@@ -277,3 +279,5 @@ TEST(Phantom, RefusesOptionsThatMakeNoSense) {
 }
 
 }  // namespace
+
+}  // namespace mirel

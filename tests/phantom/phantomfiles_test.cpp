@@ -12,6 +12,8 @@
 #include "nifti/image.h"
 #include "support/projectfiles.h"
 
+namespace mirel {
+
 namespace {
 
 PhantomOptions tinyOptions() {
@@ -172,3 +174,5 @@ TEST_F(PhantomFilesTest, AFolderThatCannotBeMadeIsNamed) {
 }
 
 }  // namespace
+
+}  // namespace mirel

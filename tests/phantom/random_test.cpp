@@ -5,6 +5,8 @@
 #include <cmath>
 #include <set>
 
+namespace mirel {
+
 namespace {
 
 TEST(RandomStream, GivesTheSameNumbersOnEveryMachine) {
@@ -58,3 +60,5 @@ TEST(RandomStream, NormalPairsHaveUnitVarianceAndAreIndependent) {
 }
 
 }  // namespace
+
+}  // namespace mirel

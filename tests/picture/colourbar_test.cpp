@@ -7,6 +7,7 @@
 
 namespace {
 
+using namespace mirel;
 using namespace mirel::picture;
 
 constexpr int size = 13, height = 200;

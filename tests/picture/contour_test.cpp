@@ -9,6 +9,7 @@
 
 namespace {
 
+using namespace mirel;
 using namespace mirel::picture;
 
 Cut cutOf(int width, int height, const std::function<float(int, int)>& value) {

@@ -4,12 +4,12 @@
 
 #include <limits>
 
-#include "nifti/error.h"
-#include "picture/error.h"
+#include "base/error.h"
 #include "picture/grids.h"
 
 namespace {
 
+using namespace mirel;
 using namespace mirel::picture;
 using namespace grids;
 
@@ -25,7 +25,7 @@ Volume<float> numbered() {
   return volume;
 }
 
-CutPlane planeOf(const series::Grid& grid, SlicePlane plane, int index, int pixels = 1) {
+CutPlane planeOf(const Grid& grid, SlicePlane plane, int index, int pixels = 1) {
   return cutPlane(grid, {plane, index}, pixels, "ref.nii");
 }
 
@@ -48,7 +48,7 @@ TEST(CutPlane, LiesInTheSliceWithRightAndUpAsTheyShouldBe) {
 }
 
 TEST(CutPlane, NamesTheSidesOfThePatient) {
-  const series::Grid grid{plainDims, plainAffine};
+  const Grid grid{plainDims, plainAffine};
   const Letters axial = planeOf(grid, SlicePlane::axial, 0).letters;
   EXPECT_EQ(axial.left + axial.right + axial.top + axial.bottom, "LRAP");
   const Letters coronal = planeOf(grid, SlicePlane::coronal, 0).letters;
@@ -58,14 +58,13 @@ TEST(CutPlane, NamesTheSidesOfThePatient) {
 }
 
 TEST(CutPlane, FindsTheSliceOfAPlaceInMm) {
-  const series::Grid grid{plainDims, plainAffine};
+  const Grid grid{plainDims, plainAffine};
   EXPECT_EQ(cutPlane(grid, {SlicePlane::axial}, 1, "").index, 2);  // the middle
   const CutPlane between = cutPlane(grid, {SlicePlane::axial, {}, -23.0}, 1, "");
   EXPECT_NEAR(between.index, 1.75, 1e-12);
   EXPECT_NEAR(mmOf(between, 0, 0).z, -23, 1e-9);
   // Counted towards right, anterior, superior also where the array runs the other way.
-  const series::Grid flipped{plainDims,
-                             affineOf({-2, 0, 0}, {0, -3, 0}, {0, 0, -4}, {-8, 26, -18})};
+  const Grid flipped{plainDims, affineOf({-2, 0, 0}, {0, -3, 0}, {0, 0, -4}, {-8, 26, -18})};
   EXPECT_NEAR(planeOf(flipped, SlicePlane::axial, 1).mm, -26, 1e-12);
   EXPECT_NEAR(planeOf(flipped, SlicePlane::coronal, 2).mm, 26, 1e-12);
   EXPECT_NEAR(planeOf(flipped, SlicePlane::sagittal, 0).mm, -10, 1e-12);
@@ -82,7 +81,7 @@ std::string failureOf(const Body& body) {
 }
 
 TEST(CutPlane, RefusesSlicesThatAreNotThere) {
-  const series::Grid grid{plainDims, plainAffine};
+  const Grid grid{plainDims, plainAffine};
   const auto fault = [&](SliceAt where) {
     return failureOf([&] { cutPlane(grid, where, 1, "ref.nii"); });
   };
@@ -95,13 +94,13 @@ TEST(CutPlane, RefusesSlicesThatAreNotThere) {
             "ref.nii has nothing at y = 18.4 mm: it reaches from 18.5 to 27.5 mm");
   EXPECT_EQ(cutPlane(grid, {SlicePlane::coronal, {}, 18.6}, 1, "").index, 0);
   const double nan = std::numeric_limits<double>::quiet_NaN();
-  EXPECT_THROW(planeOf({plainDims, glm::dmat4(0.0)}, SlicePlane::axial, 0), nifti::Error);
-  EXPECT_THROW(planeOf({plainDims, glm::dmat4(nan)}, SlicePlane::axial, 0), nifti::Error);
+  EXPECT_THROW(planeOf({plainDims, glm::dmat4(0.0)}, SlicePlane::axial, 0), Error);
+  EXPECT_THROW(planeOf({plainDims, glm::dmat4(nan)}, SlicePlane::axial, 0), Error);
 }
 
 TEST(CutThrough, ShowsEachVoxelOfTheSliceInItsPlace) {
   const Volume<float> volume = numbered();
-  const series::Grid grid{plainDims, plainAffine};
+  const Grid grid{plainDims, plainAffine};
   for (const int pixels : {2, 4}) {
     const CutPlane plane = planeOf(grid, SlicePlane::axial, 1, pixels);
     const Cut cut = cutThrough(volume, plainAffine, plane, Sampling::nearest, "");
@@ -154,7 +153,7 @@ TEST(CutThrough, ShowsTheSamePlaceOfThePatientOnEveryGrid) {
 TEST(CutThrough, TellsWhatIsOffTheGrid) {
   const Layer image = sampled({4, 4, 4}, affineOf({2, 0, 0}, {0, 2, 0}, {0, 0, 2}, {0, 0, 0}),
                               [](glm::dvec3) { return 7; });
-  const series::Grid wide{{10, 10, 3}, affineOf({2, 0, 0}, {0, 2, 0}, {0, 0, 2}, {-6, -4, 0})};
+  const Grid wide{{10, 10, 3}, affineOf({2, 0, 0}, {0, 2, 0}, {0, 0, 2}, {-6, -4, 0})};
   for (const Sampling sampling : {Sampling::nearest, Sampling::linear}) {
     const Cut cut =
         cutThrough(image.volume, image.affine, planeOf(wide, SlicePlane::axial, 0), sampling, "");
@@ -167,7 +166,7 @@ TEST(CutThrough, TellsWhatIsOffTheGrid) {
       }
     EXPECT_TRUE(cut.meetsImage());
   }
-  const series::Grid far{{10, 10, 3}, affineOf({2, 0, 0}, {0, 2, 0}, {0, 0, 2}, {1e12, 0, 0})};
+  const Grid far{{10, 10, 3}, affineOf({2, 0, 0}, {0, 2, 0}, {0, 0, 2}, {1e12, 0, 0})};
   EXPECT_FALSE(cutThrough(image.volume, image.affine, planeOf(far, SlicePlane::axial, 0),
                           Sampling::nearest, "")
                    .meetsImage());
@@ -176,8 +175,8 @@ TEST(CutThrough, TellsWhatIsOffTheGrid) {
 // The plane runs exactly between two slices of the other image, up to rounding.
 TEST(CutThrough, DoesNotFlickerOnTheBorderOfTwoSlices) {
   const glm::dmat4 turn = rotated(17, {0, 0, 0});
-  const series::Grid reference{
-      {20, 20, 3}, turn * affineOf({1.1, 0, 0}, {0, 1.1, 0}, {0, 0, 1.1}, {3.3, 7.7, 0.55})};
+  const Grid reference{{20, 20, 3},
+                       turn * affineOf({1.1, 0, 0}, {0, 1.1, 0}, {0, 0, 1.1}, {3.3, 7.7, 0.55})};
   Layer other = sampled({30, 40, 6}, turn * affineOf({1.1, 0, 0}, {0, 1.1, 0}, {0, 0, 1.1}, {}),
                         [](glm::dvec3) { return 0; });
   for (int i = 0; i < other.volume.size(); ++i)

@@ -7,6 +7,7 @@
 
 namespace {
 
+using namespace mirel;
 using namespace mirel::picture;
 
 constexpr float nan = std::numeric_limits<float>::quiet_NaN();

@@ -6,6 +6,7 @@
 
 namespace {
 
+using namespace mirel;
 using namespace mirel::picture;
 
 constexpr Colour white{255, 255, 255}, black{0, 0, 0};

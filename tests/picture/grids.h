@@ -9,6 +9,7 @@
 /// Volumes of known values on grids of known places.
 namespace grids {
 
+using mirel::Volume;
 using mirel::picture::Layer;
 using mirel::picture::Placement;
 

@@ -8,6 +8,7 @@
 
 namespace {
 
+using namespace mirel;
 using namespace mirel::picture;
 
 Volume<float> filled(glm::ivec3 dims, const std::function<float(int, int, int)>& value) {

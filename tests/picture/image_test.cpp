@@ -7,6 +7,7 @@
 
 namespace {
 
+using namespace mirel;
 using namespace mirel::picture;
 
 constexpr Colour red{255, 0, 0}, blue{0, 0, 255}, black{0, 0, 0};

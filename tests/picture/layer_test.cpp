@@ -3,11 +3,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "picture/error.h"
+#include "base/error.h"
 #include "picture/grids.h"
 
 namespace {
 
+using namespace mirel;
 using namespace mirel::picture;
 
 Layer layerOf(const std::string& name, glm::ivec3 dims, Placement placement, double mm) {

@@ -6,6 +6,7 @@
 
 namespace {
 
+using namespace mirel;
 using namespace mirel::picture;
 
 glm::dmat4 columns(glm::dvec3 i, glm::dvec3 j, glm::dvec3 k) {

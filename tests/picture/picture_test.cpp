@@ -3,12 +3,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "picture/error.h"
+#include "base/error.h"
 #include "picture/grids.h"
 #include "picture/scale.h"
 
 namespace {
 
+using namespace mirel;
 using namespace mirel::picture;
 using namespace grids;
 using testing::HasSubstr;

@@ -10,6 +10,7 @@
 
 namespace {
 
+using namespace mirel;
 using namespace mirel::picture;
 
 namespace fs = std::filesystem;

@@ -9,6 +9,7 @@
 
 namespace {
 
+using namespace mirel;
 using namespace mirel::picture;
 using grids::affineOf;
 

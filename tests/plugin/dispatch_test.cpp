@@ -5,6 +5,8 @@
 #include "plugin/loadedplugin.h"
 #include "plugin/testhost.h"
 
+namespace mirel {
+
 namespace {
 
 using testing::ElementsAre;
@@ -80,3 +82,5 @@ TEST_F(Dispatch, AssertionFailureIsShownWithFileLineAndCondition) {
       testHost().boxes,
       ElementsAre("Error: assertion failure (src/plugin/distcor.cpp:97): slices != nullptr"));
 }
+
+}  // namespace mirel

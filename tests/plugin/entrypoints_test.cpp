@@ -6,6 +6,8 @@
 #include "plugin/loadedplugin.h"
 #include "plugin/testhost.h"
 
+namespace mirel {
+
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
@@ -79,3 +81,5 @@ TEST(InitPlugin, RunTwiceReplacesTheLog) {
   plugin.reset();
   EXPECT_THAT(testHost().logLines, testing::ElementsAre("", ""));
 }
+
+}  // namespace mirel

@@ -1,9 +1,11 @@
 // A host whose FFT entry points are not complete.
 #include <gmock/gmock.h>
 
-#include "plugin/access/fftaccess.h"
+#include "numerics/fft/fftaccess.h"
 #include "plugin/loadedplugin.h"
 #include "plugin/testhost.h"
+
+namespace mirel {
 
 TEST(HostWithoutFftExecute, FailsAndDoesNotLookUpWhatFollows) {
   EXPECT_FALSE(InitMKLAccess());
@@ -20,3 +22,5 @@ TEST(HostWithoutFftExecute, FailsInitPluginWithAMessageAndKeepsTheLog) {
   plugin.reset();
   EXPECT_THAT(testHost().logLines, testing::ElementsAre(""));
 }
+
+}  // namespace mirel

@@ -1,8 +1,10 @@
 // A host that lacks a function which the plugin binds but never calls.
 #include <gtest/gtest.h>
 
-#include "plugin/access/ztaccess.h"
+#include "hostapi/ztaccess.h"
 #include "plugin/loadedplugin.h"
+
+namespace mirel {
 
 TEST(HostWithoutICADialog, IsStillBoundAndTheMissingPointerIsNull) {
   EXPECT_TRUE(InitZTAccess());
@@ -11,3 +13,5 @@ TEST(HostWithoutICADialog, IsStillBoundAndTheMissingPointerIsNull) {
 }
 
 TEST(HostWithoutICADialog, IsAccepted) { EXPECT_TRUE(createdPlugin()->initPlugin()); }
+
+}  // namespace mirel

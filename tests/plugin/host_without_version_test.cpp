@@ -1,9 +1,11 @@
 // A host that exports everything but the version query.
 #include <gmock/gmock.h>
 
-#include "plugin/access/ztaccess.h"
+#include "hostapi/ztaccess.h"
 #include "plugin/loadedplugin.h"
 #include "plugin/testhost.h"
+
+namespace mirel {
 
 TEST(HostWithoutVersion, IsNotBound) {
   EXPECT_FALSE(InitZTAccess());
@@ -18,3 +20,5 @@ TEST(HostWithoutVersion, FailsInitPluginSilently) {
   // No message, and no log whose destruction would call the host.
   EXPECT_THAT(testHost().calls, testing::IsEmpty());
 }
+
+}  // namespace mirel

@@ -5,6 +5,8 @@
 #include <stdexcept>
 #include <string>
 
+namespace mirel {
+
 void* pluginLibrary() {
   static void* library = dlopen(MIREL_PLUGIN_FILE, RTLD_NOW | RTLD_LOCAL);
   if (library == nullptr) throw std::runtime_error(dlerror());
@@ -27,3 +29,5 @@ const char* pluginText(const char* entryPoint) { return symbol<const char*()>(en
 std::unique_ptr<CNZTPluginInterface> createdPlugin() {
   return std::unique_ptr<CNZTPluginInterface>(symbol<CNZTPluginInterface*()>("createPlugin")());
 }
+
+}  // namespace mirel

@@ -2,6 +2,8 @@
 
 #include <memory>
 
+namespace mirel {
+
 /// The plugin as a host knows it: a shared library, entry points and one object with three
 /// virtual operations in this order. The name is the interface's own, so that the object is of
 /// this type for checkers of types too.
@@ -20,3 +22,5 @@ const char* pluginText(const char* entryPoint);
 
 /// A new plugin object from `createPlugin`, not initialised.
 std::unique_ptr<CNZTPluginInterface> createdPlugin();
+
+}  // namespace mirel

@@ -8,6 +8,8 @@
 #include <sstream>
 #include <string>
 
+namespace mirel {
+
 namespace {
 
 std::string outputOf(const std::string& command) {
@@ -47,3 +49,5 @@ TEST(Symbols, NeedsOnlyTheRuntimeLibraries) {
   }
   EXPECT_GT(needed, 0);
 }
+
+}  // namespace mirel

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <cstring>
 
+namespace mirel {
+
 #define EXPORTED extern "C" __attribute__((visibility("default")))
 
 namespace {
@@ -168,3 +170,5 @@ EXPORTED void zt_fftwf_destroy_plan(fftwf_plan plan) {
   record("zt_fftwf_destroy_plan");
   fftwf_destroy_plan(plan);
 }
+
+}  // namespace mirel

@@ -6,6 +6,8 @@
 
 #include "containers/volume.h"
 
+namespace mirel {
+
 /// A host application for tests: its state, and a record of every call that the plugin makes.
 /// The exported functions themselves stand in testhost.cpp, each of which a build can leave out.
 struct TestHost {
@@ -36,3 +38,5 @@ struct TestHost {
 
 /// The one host of this process.
 TestHost& testHost();
+
+}  // namespace mirel

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <vector>
 
-namespace reference {
+namespace mirel::reference {
 
 namespace {
 
@@ -28,8 +28,7 @@ void solve(const double* f, double* q, int n, int stride, const Factors& factor)
   const auto d = [&](int i) { return factor.d[static_cast<size_t>(i)]; };
   const auto e = [&](int i) { return factor.e[static_cast<size_t>(i)]; };
   q[0] = f[0] * d(0);
-  for (int i = 1; i < n; ++i)
-    q[i * stride] = (q[(i - 1) * stride] * (-s) + f[i * stride]) * d(i);
+  for (int i = 1; i < n; ++i) q[i * stride] = (q[(i - 1) * stride] * (-s) + f[i * stride]) * d(i);
   for (int i = n - 2; i >= 0; --i) q[i * stride] = q[i * stride] - e(i) * q[(i + 1) * stride];
 }
 
@@ -72,8 +71,7 @@ double sum1D(const double* q, const Axis& ax, const double* w) {
   return term(0) + (term(1) + (term(2) + term(3)));
 }
 
-double sum2D(const double* q, const Axis& ax, const double* wx, const Axis& ay,
-             const double* wy) {
+double sum2D(const double* q, const Axis& ax, const double* wx, const Axis& ay, const double* wy) {
   if (ax.outside || ay.outside) return 0;
   double sum = 0;
   for (int a = 3; a >= 0; --a) {
@@ -154,8 +152,8 @@ void evalBSpline2D(double* coeff, int nx, int ny, double* x, double* y, int m, d
   }
 }
 
-void evalBSplineAndGrad2D(double* coeff, int nx, int ny, double* x, double* y, int m,
-                          double* value, double* gradX, double* gradY) {
+void evalBSplineAndGrad2D(double* coeff, int nx, int ny, double* x, double* y, int m, double* value,
+                          double* gradX, double* gradY) {
   for (int i = 0; i < m; ++i) {
     const Axis ax = axis(x[i], nx), ay = axis(y[i], ny);
     value[i] = sum2D(coeff, ax, ax.weight, ay, ay.weight);
@@ -183,4 +181,4 @@ void evalBSplineAndGrad3D(double* coeff, int nx, int ny, int nz, double* x, doub
   }
 }
 
-}  // namespace reference
+}  // namespace mirel::reference

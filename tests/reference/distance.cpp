@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-namespace reference {
+namespace mirel::reference {
 
 namespace {
 
@@ -86,4 +86,4 @@ double ssd_norm_nonbackground(const Vector<float>& a, const Vector<float>& b) {
   return m == 0 ? sum / 1.0 : sum / m;
 }
 
-}  // namespace reference
+}  // namespace mirel::reference

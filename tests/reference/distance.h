@@ -7,7 +7,7 @@
 #include "containers/volume.h"
 
 /// Distance measures: squared differences in double, correlation sums in single precision.
-namespace reference {
+namespace mirel::reference {
 
 double ssd(const Volume<float>& a, const Volume<float>& b);
 double ncc(const Volume<float>& a, const Volume<float>& b);
@@ -18,4 +18,4 @@ double ssd(const Vector<float>& a, const Vector<float>& b);
 double ssd_norm(const Vector<float>& a, const Vector<float>& b);
 double ssd_norm_nonbackground(const Vector<float>& a, const Vector<float>& b);
 
-}  // namespace reference
+}  // namespace mirel::reference

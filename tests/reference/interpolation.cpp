@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-namespace reference {
+namespace mirel::reference {
 
 namespace {
 
@@ -45,4 +45,4 @@ template double trilinear(const Volume<double>&, float, float, float);
 template float interpolate(const Vector<float>&, float);
 template double interpolate(const Vector<double>&, float);
 
-}  // namespace reference
+}  // namespace mirel::reference

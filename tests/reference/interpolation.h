@@ -5,7 +5,7 @@
 
 /// Interpolation of volumes and columns, read off its definition. The containers have their own;
 /// the reference does not lean on it.
-namespace reference {
+namespace mirel::reference {
 
 /// Trilinear interpolation in T, eight corners, corners outside the volume being 0. Positions
 /// that are NaN or that an int cannot hold lie outside.
@@ -16,4 +16,4 @@ T trilinear(const Volume<T>& volume, float x, float y, float z);
 template <typename T>
 T interpolate(const Vector<T>& vector, float x);
 
-}  // namespace reference
+}  // namespace mirel::reference

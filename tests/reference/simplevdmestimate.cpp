@@ -8,7 +8,7 @@
 #include "reference/vectortransform.h"
 #include "reference/volumegauss.h"
 
-namespace reference {
+namespace mirel::reference {
 
 namespace {
 
@@ -126,4 +126,4 @@ Volume<float> simpleVDMestimate(const Volume<float>& vol_ap, const Volume<float>
   return vdm;
 }
 
-}  // namespace reference
+}  // namespace mirel::reference

@@ -8,7 +8,7 @@
 #include "containers/volume.h"
 
 /// The column-wise displacement estimate: scale and shift per column by Gauss-Newton steps.
-namespace reference {
+namespace mirel::reference {
 
 Volume<float> simpleVDMestimate(const Volume<float>& vol_ap, const Volume<float>& vol_pa,
                                 const glm::dvec3& fitSigma, std::ostream& log);
@@ -30,4 +30,4 @@ struct Fit {
 /// The fit of one column.
 Fit fitColumn(const ColumnPair& c, Fit start);
 
-}  // namespace reference
+}  // namespace mirel::reference

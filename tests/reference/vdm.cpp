@@ -10,7 +10,7 @@
 #include "reference/interpolation.h"
 #include "reference/volumegauss.h"
 
-namespace reference {
+namespace mirel::reference {
 
 namespace {
 
@@ -72,8 +72,7 @@ int upperBound(const Column& m, float t) {
 }  // namespace
 
 template <typename T>
-void applyVdmYLinear(Volume<T>& dst, const Volume<T>& src, const Volume<float>& vdm,
-                     bool reverse) {
+void applyVdmYLinear(Volume<T>& dst, const Volume<T>& src, const Volume<float>& vdm, bool reverse) {
   const float s = reverse ? -1.0f : 1.0f;
   for (int z = 0; z < src.nz(); ++z)
     for (int y = 0; y < src.ny(); ++y)
@@ -139,8 +138,7 @@ void applyVdmPlusLocalYLinearReverseFast(Volume<float>& dst, const Volume<float>
                                          const Volume<float>& vdm,
                                          const std::vector<glm::ivec3>& voxels,
                                          const Volume<float>& localVdm,
-                                         const std::vector<glm::ivec3>& localVoxels,
-                                         float factor) {
+                                         const std::vector<glm::ivec3>& localVoxels, float factor) {
   applyVdmPlusLocalYLinearFast(dst, src, vdm, voxels, localVdm, localVoxels, factor, true);
 }
 
@@ -216,7 +214,6 @@ Volume<float> applyVdm(const Volume<float>& vdm, const Volume<float>& volume, bo
 template void applyVdmYLinear(Volume<float>&, const Volume<float>&, const Volume<float>&, bool);
 template void applyVdmYLinear(Volume<double>&, const Volume<double>&, const Volume<float>&, bool);
 template void applyVdmYLinearReverse(Volume<float>&, const Volume<float>&, const Volume<float>&);
-template void applyVdmYLinearReverse(Volume<double>&, const Volume<double>&,
-                                     const Volume<float>&);
+template void applyVdmYLinearReverse(Volume<double>&, const Volume<double>&, const Volume<float>&);
 
-}  // namespace reference
+}  // namespace mirel::reference

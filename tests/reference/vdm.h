@@ -6,7 +6,7 @@
 #include "containers/volume.h"
 
 /// Applying, inverting, checking and repairing a voxel displacement map along y.
-namespace reference {
+namespace mirel::reference {
 
 template <typename T>
 void applyVdmYLinear(Volume<T>& dst, const Volume<T>& src, const Volume<float>& vdm, bool reverse);
@@ -14,8 +14,7 @@ template <typename T>
 void applyVdmYLinearReverse(Volume<T>& dst, const Volume<T>& src, const Volume<float>& vdm);
 void applyVdmYSpline(Volume<float>& dst, const Volume<float>& src, const Volume<float>& vdm,
                      bool reverse);
-void applyVdmYSplineReverse(Volume<float>& dst, const Volume<float>& src,
-                            const Volume<float>& vdm);
+void applyVdmYSplineReverse(Volume<float>& dst, const Volume<float>& src, const Volume<float>& vdm);
 void applyVdmPlusLocalYLinearFast(Volume<float>& dst, const Volume<float>& src,
                                   const Volume<float>& vdm, const std::vector<glm::ivec3>& voxels,
                                   const Volume<float>& localVdm,
@@ -35,4 +34,4 @@ void correctIntensities(Volume<float>& apOut, Volume<float>& paOut, const Volume
 Volume<float> applyVdm(const Volume<float>& vdm, const Volume<float>& volume, bool rllr,
                        bool intensityCorrection);
 
-}  // namespace reference
+}  // namespace mirel::reference

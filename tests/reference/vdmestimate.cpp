@@ -10,7 +10,7 @@
 #include "reference/vdm.h"
 #include "reference/volumegauss.h"
 
-namespace reference {
+namespace mirel::reference {
 
 namespace {
 
@@ -58,8 +58,8 @@ float bestAmplitude(const Neighbourhood& n, const Scale& scale, const Volume<flo
   for (const float a : scale.amplitudes) {
     applyVdmPlusLocalYLinearFast(im.apU, im.apC, vdm, n.voxels, scale.pattern, n.localVoxels, a,
                                  false);
-    applyVdmPlusLocalYLinearReverseFast(im.paU, im.paC, vdm, n.voxels, scale.pattern,
-                                        n.localVoxels, a);
+    applyVdmPlusLocalYLinearReverseFast(im.paU, im.paC, vdm, n.voxels, scale.pattern, n.localVoxels,
+                                        a);
     costs.push_back(use_ssd ? ssd(im.apU, im.paU, n.voxels) : -ncc(im.apU, im.paU, n.voxels));
   }
   std::size_t best = 0;
@@ -87,8 +87,7 @@ Volume<float> estimate_vdm(const Volume<float>& vol_ap, const Volume<float>& vol
                            const glm::dvec3&, const glm::dvec3& fitSigma, bool use_ssd,
                            const std::vector<Volume<float>>& patterns,
                            const std::vector<std::vector<float>>& amplitudes,
-                           const std::vector<glm::dvec3>& sigmas, bool use_ic,
-                           std::ostream& log) {
+                           const std::vector<glm::dvec3>& sigmas, bool use_ic, std::ostream& log) {
   requireScales(patterns, amplitudes, sigmas.size());
   const glm::ivec3 none(0, 0, 0);
   Volume<float> vdm = simpleVDMestimate(vol_ap, vol_pa, fitSigma, log);
@@ -134,4 +133,4 @@ Volume<float> estimate_vdm(const Volume<float>& vol_ap, const Volume<float>& vol
   return vdm;
 }
 
-}  // namespace reference
+}  // namespace mirel::reference

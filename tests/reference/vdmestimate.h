@@ -7,7 +7,7 @@
 #include "containers/volume.h"
 
 /// The iterative multi-scale displacement estimate.
-namespace reference {
+namespace mirel::reference {
 
 Volume<float> estimate_vdm(const Volume<float>& vol_ap, const Volume<float>& vol_pa,
                            const glm::dvec3& voxelSize, const glm::dvec3& fitSigma, bool use_ssd,
@@ -15,4 +15,4 @@ Volume<float> estimate_vdm(const Volume<float>& vol_ap, const Volume<float>& vol
                            const std::vector<std::vector<float>>& amplitudes,
                            const std::vector<glm::dvec3>& sigmas, bool use_ic, std::ostream& log);
 
-}  // namespace reference
+}  // namespace mirel::reference

@@ -2,7 +2,7 @@
 
 #include "reference/interpolation.h"
 
-namespace reference {
+namespace mirel::reference {
 
 template <typename T>
 Vector<T> getCoordinateVector(int n) {
@@ -43,4 +43,4 @@ template Vector<double> linear(const Vector<double>&, const Vector<double>&);
 template Vector<float> linearCenter(const Vector<float>&, const Vector<float>&);
 template Vector<double> linearCenter(const Vector<double>&, const Vector<double>&);
 
-}  // namespace reference
+}  // namespace mirel::reference

@@ -3,7 +3,7 @@
 #include "containers/vector.h"
 
 /// Centred coordinates and resampling of a vector at them.
-namespace reference {
+namespace mirel::reference {
 
 template <typename T>
 Vector<T> getCoordinateVector(int n);
@@ -14,4 +14,4 @@ Vector<T> linear(const Vector<T>& values, const Vector<T>& coords);
 template <typename T>
 Vector<T> linearCenter(const Vector<T>& values, const Vector<T>& coords);
 
-}  // namespace reference
+}  // namespace mirel::reference

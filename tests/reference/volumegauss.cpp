@@ -4,10 +4,10 @@
 #include <cmath>
 #include <cstring>
 
-#include "plugin/access/fftaccess.h"
+#include "numerics/fft/fftaccess.h"
 #include "reference/volumetransform.h"
 
-namespace reference {
+namespace mirel::reference {
 
 namespace {
 
@@ -18,7 +18,8 @@ struct Support {
 Support support(int n, double sigma) {
   const double m = n * 0.5 - 0.5;
   double r = m;
-  if (r > 1 + 6 * sigma) r = r - static_cast<double>(static_cast<int>(r) - static_cast<int>(6 * sigma));
+  if (r > 1 + 6 * sigma)
+    r = r - static_cast<double>(static_cast<int>(r) - static_cast<int>(6 * sigma));
   return {static_cast<int>(m - r), static_cast<int>(m + r), static_cast<int>(n * 0.5 + 0.5)};
 }
 
@@ -37,8 +38,7 @@ std::vector<double> createGauss1D(int n, double sigma, int order) {
   std::vector<double> taps;
   for (int k = 0; k < n; ++k) {
     const int x = k - n / 2;
-    const double g =
-        std::exp(x * (-x) / (2 * sigma * sigma)) / (2.5066282746310002 * sigma);
+    const double g = std::exp(x * (-x) / (2 * sigma * sigma)) / (2.5066282746310002 * sigma);
     double factor = 1;
     if (order == 2) factor = (x * x - sigma * sigma) / std::pow(sigma, 4.0);
     if (order == 1) factor = -x / (sigma * sigma);
@@ -193,4 +193,4 @@ template void applyGauss(Volume<float>&, glm::dvec3, glm::ivec3, bool);
 template Volume<float> getAppliedGauss(const Volume<float>&, glm::dvec3, glm::ivec3);
 template Volume<float> getSimpleYDerivative(const Volume<float>&);
 
-}  // namespace reference
+}  // namespace mirel::reference

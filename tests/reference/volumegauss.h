@@ -9,7 +9,7 @@
 
 /// Sampled Gaussians, convolution, smoothing and the derivative along y. The FFT forms go
 /// through the same bound entry points as the engine's.
-namespace reference {
+namespace mirel::reference {
 
 std::vector<double> createGauss1D(int n, double sigma, int order);
 template <typename T>
@@ -28,4 +28,4 @@ Volume<T> getAppliedGauss(const Volume<T>& v, glm::dvec3 sigma, glm::ivec3 order
 template <typename T>
 Volume<T> getSimpleYDerivative(const Volume<T>& v);
 
-}  // namespace reference
+}  // namespace mirel::reference

@@ -5,7 +5,7 @@
 
 #include "reference/interpolation.h"
 
-namespace reference {
+namespace mirel::reference {
 
 namespace {
 
@@ -76,4 +76,4 @@ template void scaleVolumeLinear(Volume<double>&, const Volume<double>&);
 template void growVolumeMirror(Volume<float>&, glm::ivec3);
 template void growVolumeReplicateBoundary(Volume<float>&, glm::ivec3);
 
-}  // namespace reference
+}  // namespace mirel::reference

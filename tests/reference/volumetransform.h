@@ -6,7 +6,7 @@
 #include "containers/volume.h"
 
 /// Affine resampling (destination to source coordinates) and border growth.
-namespace reference {
+namespace mirel::reference {
 
 template <typename T>
 void affineLinear(Volume<T>& dst, const Volume<T>& src, glm::mat4 m);
@@ -19,4 +19,4 @@ void growVolumeMirror(Volume<T>& v, glm::ivec3 g);
 template <typename T>
 void growVolumeReplicateBoundary(Volume<T>& v, glm::ivec3 g);
 
-}  // namespace reference
+}  // namespace mirel::reference

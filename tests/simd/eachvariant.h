@@ -7,6 +7,8 @@
 
 #include "simd/variant.h"
 
+namespace mirel {
+
 /// Sets MIREL_SIMD for the life of the object.
 class SimdChoice {
  public:
@@ -42,3 +44,5 @@ void forEachVariant(Body body) {
     body(variant);
   }
 }
+
+}  // namespace mirel

@@ -5,6 +5,8 @@
 #include <memory>
 #include <string>
 
+namespace mirel {
+
 namespace {
 
 struct CloseProcess {
@@ -46,3 +48,5 @@ TEST(Instructions, NoVariantFusesMultiplicationAndAddition) {
 }
 
 }  // namespace
+
+}  // namespace mirel

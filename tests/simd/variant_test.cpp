@@ -9,6 +9,8 @@
 
 #include "simd/eachvariant.h"
 
+namespace mirel {
+
 namespace {
 
 TEST(SimdVariant, TheBaselineRunsEverywhere) {
@@ -58,3 +60,5 @@ TEST(SimdVariant, WithoutTheEnvironmentTheWidestIsChosen) {
 }
 
 }  // namespace
+
+}  // namespace mirel

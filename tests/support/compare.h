@@ -15,7 +15,7 @@
 
 /// Comparison to the bit, in which any NaN equals any NaN. A failure tells the first difference
 /// and how many there are.
-namespace compare {
+namespace mirel::compare {
 
 template <typename T>
 bool sameBits(T a, T b) {
@@ -44,17 +44,16 @@ testing::AssertionResult sameElements(const T* a, const T* b, std::size_t count)
 template <typename T>
 testing::AssertionResult same(const Volume<T>& a, const Volume<T>& b) {
   if (a.dimensions() != b.dimensions())
-    return testing::AssertionFailure()
-           << "dimensions " << a.nx() << "x" << a.ny() << "x" << a.nz() << " against " << b.nx()
-           << "x" << b.ny() << "x" << b.nz();
+    return testing::AssertionFailure() << "dimensions " << a.nx() << "x" << a.ny() << "x" << a.nz()
+                                       << " against " << b.nx() << "x" << b.ny() << "x" << b.nz();
   return sameElements(a.data(), b.data(), static_cast<std::size_t>(a.size()));
 }
 
 template <typename T>
 testing::AssertionResult same(const Matrix<T>& a, const Matrix<T>& b) {
   if (a.dimensions() != b.dimensions())
-    return testing::AssertionFailure() << "sizes " << a.rows() << "x" << a.columns()
-                                       << " against " << b.rows() << "x" << b.columns();
+    return testing::AssertionFailure() << "sizes " << a.rows() << "x" << a.columns() << " against "
+                                       << b.rows() << "x" << b.columns();
   return sameElements(a.data(), b.data(), static_cast<std::size_t>(a.size()));
 }
 
@@ -86,4 +85,4 @@ testing::AssertionResult failsAssertion(Call call, const char* text) {
   return testing::AssertionFailure() << "nothing was thrown";
 }
 
-}  // namespace compare
+}  // namespace mirel::compare

@@ -2,7 +2,9 @@
 
 #include <fftw3.h>
 
-#include "plugin/access/fftaccess.h"
+#include "numerics/fft/fftaccess.h"
+
+namespace mirel {
 
 namespace {
 
@@ -30,3 +32,5 @@ void bindFftw() {
   plugin_fftw_execute = execute;
   plugin_fftw_destroy_plan = destroy;
 }
+
+}  // namespace mirel

@@ -1,24 +1,13 @@
 #include "support/projectfiles.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
-#include <stdexcept>
+
+namespace mirel {
 
 namespace fs = std::filesystem;
-
-TemporaryFolder::TemporaryFolder() {
-  std::string pattern = (fs::temp_directory_path() / "mirel-test-XXXXXX").string();
-  if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no temporary folder");
-  path = pattern;
-}
-
-TemporaryFolder::~TemporaryFolder() {
-  std::error_code ignored;
-  fs::remove_all(path, ignored);
-}
 
 namespace {
 
@@ -77,3 +66,5 @@ std::string textOf(const std::string& fileName) {
 }
 
 bool fileExists(const std::string& fileName) { return fs::exists(fileName); }
+
+}  // namespace mirel

@@ -4,21 +4,9 @@
 #include <string>
 
 #include "containers/volume.h"
+#include "support/temporaryfolder.h"
 
-/// A folder that exists for one test and goes with it.
-class TemporaryFolder {
- public:
-  TemporaryFolder();
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-  ~TemporaryFolder();
-
-  /// The full path of a file in the folder.
-  std::string file(const std::string& name) const { return path + "/" + name; }
-
- private:
-  std::string path;
-};
+namespace mirel {
 
 /// What a project for tests is made of. Sample (x, y, z) of volume t is voxel(x, y, z, t).
 struct ProjectSketch {
@@ -40,3 +28,5 @@ void writeDmr(const std::string& fileName, const ProjectSketch& sketch);
 
 std::string textOf(const std::string& fileName);
 bool fileExists(const std::string& fileName);
+
+}  // namespace mirel

@@ -10,13 +10,15 @@
 #include "containers/vector.h"
 #include "containers/volume.h"
 
+namespace mirel {
+
 /// Repeatable random data: the same seed gives the same values on every machine.
 class Random {
  public:
   explicit Random(unsigned seed) : engine(seed) {}
 
   /// Uniform in lo .. hi.
-  double uniform(double lo, double hi) { 
+  double uniform(double lo, double hi) {
     return lo + (hi - lo) * (static_cast<double>(engine()) / 4294967296.0);
   }
   float uniform(float lo, float hi) {
@@ -52,7 +54,7 @@ class Random {
 
 /// Sizes around what kernels are sensitive to: 1, 2, 3, odd, around 8, not cubic.
 inline std::vector<glm::ivec3> testSizes() {
-  return {{1, 1, 1}, {2, 2, 2},   {3, 3, 3}, {1, 5, 1},  {4, 1, 3},   {7, 2, 1},  {8, 9, 7},
+  return {{1, 1, 1}, {2, 2, 2},   {3, 3, 3},  {1, 5, 1},    {4, 1, 3},  {7, 2, 1},  {8, 9, 7},
           {9, 8, 5}, {17, 3, 16}, {5, 11, 2}, {16, 16, 16}, {3, 31, 4}, {12, 14, 9}};
 }
 
@@ -87,3 +89,5 @@ inline Volume<float> blobs(glm::ivec3 dims, unsigned seed, float yShift = 0) {
   for (int i = 0; i < v.size(); ++i) v.data()[i] += random.uniform(-2.0f, 2.0f);
   return v;
 }
+
+}  // namespace mirel

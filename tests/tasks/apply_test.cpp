@@ -3,6 +3,8 @@
 #include "tasks/taskhost.h"
 #include "vdm/vdm.h"
 
+namespace mirel {
+
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -117,3 +119,5 @@ TEST_F(ApplyTask, WithoutAHostMapFailsAsSavingDoes) {
       testHost().boxes,
       ElementsAre("Error: assertion failure (src/plugin/distcor.cpp:97): slices != nullptr"));
 }
+
+}  // namespace mirel

@@ -2,6 +2,8 @@
 
 #include "tasks/taskhost.h"
 
+namespace mirel {
+
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -44,3 +46,5 @@ TEST_F(CheckTask, KeepsExtensionsCaseSensitive) {
   run("check");
   EXPECT_THAT(testHost().boxes, ElementsAre("run1.FMR: not an FMR or DMR file\n"));
 }
+
+}  // namespace mirel

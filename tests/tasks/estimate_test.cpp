@@ -7,7 +7,8 @@
 #include "tasks/taskhost.h"
 #include "vdm/estimatepair.h"
 #include "vdm/vdm.h"
-#include "vdm/vdmmap.h"
+
+namespace mirel {
 
 using testing::ElementsAre;
 
@@ -271,10 +272,4 @@ TEST_F(EstimateTask, SurvivesAHeaderWithoutVoxelSizes) {
   }
 }
 
-TEST(MapNames, CutAtTheLastDotOfTheWholeName) {
-  EXPECT_EQ(vdm_filename("/data/run1.fmr"), "/data/run1_vdm.map");
-  EXPECT_EQ(vdmderiv_filename("/data/run1.fmr"), "/data/run1_vdmderiv.map");
-  EXPECT_EQ(vdm_filename("run.1.fmr"), "run.1_vdm.map");
-  EXPECT_EQ(vdm_filename("run1"), "run1_vdm.map");
-  EXPECT_EQ(vdm_filename("/data.old/run1"), "/data_vdm.map");
-}
+}  // namespace mirel

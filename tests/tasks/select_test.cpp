@@ -2,6 +2,8 @@
 
 #include "tasks/taskhost.h"
 
+namespace mirel {
+
 using SelectTask = TaskTest;
 
 TEST_F(SelectTask, CancellingClearsTheFileNameOnly) {
@@ -75,3 +77,5 @@ TEST_F(SelectTask, VdmIsNotTested) {
   run("select_vdm");
   EXPECT_EQ(testHost().strings["filename"], "/no/such/run_vdm.map");
 }
+
+}  // namespace mirel

@@ -9,6 +9,8 @@
 #include "plugin/testhost.h"
 #include "support/projectfiles.h"
 
+namespace mirel {
+
 /// A fixture with a host, an initialised plugin and a folder for files.
 class TaskTest : public testing::Test {
  protected:
@@ -28,3 +30,5 @@ class TaskTest : public testing::Test {
   TemporaryFolder folder;
   std::unique_ptr<CNZTPluginInterface> plugin = createdPlugin();
 };
+
+}  // namespace mirel

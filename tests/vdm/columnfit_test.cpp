@@ -13,6 +13,8 @@
 #include "vdm/columnfitkernels.h"
 #include "vdm/simplevdmestimate.h"
 
+namespace mirel {
+
 namespace {
 
 const int rowLengths[] = {1, 2, 3, 4, 5, 7, 8, 9, 15, 16, 17, 31, 32, 33, 65};
@@ -251,3 +253,5 @@ TEST(ColumnwiseEstimate, NoiseConstantsAndValuesThatAreNotFinite) {
 }
 
 }  // namespace
+
+}  // namespace mirel

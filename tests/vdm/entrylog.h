@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+namespace mirel {
+
 /// A stream that keeps its text in entries, one per flush, as the host's log pane shows them.
 class EntryLog : public std::ostream {
  public:
@@ -32,3 +34,5 @@ inline std::string written(double value) {
   os << value;
   return os.str();
 }
+
+}  // namespace mirel

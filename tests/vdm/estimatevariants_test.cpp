@@ -15,6 +15,8 @@
 #include "vdm/simplevdmestimate.h"
 #include "vdm/vdmestimate.h"
 
+namespace mirel {
+
 // The whole estimate in every variant, to the bit against the plain reference: map and log.
 
 namespace {
@@ -231,3 +233,5 @@ TEST(ColumnwiseVariants, RealPairs) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -10,6 +10,8 @@
 #include "support/random_volume.h"
 #include "vdm/vdm.h"
 
+namespace mirel {
+
 namespace {
 
 using compare::same;
@@ -200,3 +202,5 @@ TEST(LowestAbsoluteValue, SkipsNanAfterTheFirst) {
 }
 
 }  // namespace
+
+}  // namespace mirel

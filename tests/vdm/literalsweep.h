@@ -7,6 +7,8 @@
 #include "reference/distance.h"
 #include "reference/vdm.h"
 
+namespace mirel {
+
 /// What a sweep of the local search reads, and the state it keeps.
 struct SweepInput {
   Volume<float> ap, pa;                        // what the trials sample
@@ -56,3 +58,5 @@ inline SweepResult literalSweep(SweepInput state, const Volume<float>& pattern,
           visit({x, y, z});
   return result;
 }
+
+}  // namespace mirel

@@ -10,6 +10,8 @@
 #include "support/random_volume.h"
 #include "vdm/vdm.h"
 
+namespace mirel {
+
 namespace {
 
 using compare::failsAssertion;
@@ -152,3 +154,5 @@ TEST(LocalResampling, AgreesWithTheReference) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -8,6 +8,8 @@
 #include "containers/volume.h"
 #include "nifti/image.h"
 
+namespace mirel {
+
 /// Pairs of real b=0 images with opposite phase encoding along y. They are not part of the
 /// repository: they are looked for in the folder that MIREL_TEST_DATA names, else in shared/data
 /// beside the repository.
@@ -29,3 +31,5 @@ inline std::optional<RealPair> readRealPair(const std::string& name) {
   if (!std::filesystem::exists(dwi)) return std::nullopt;
   return RealPair{read("AP"), read("PA")};
 }
+
+}  // namespace mirel

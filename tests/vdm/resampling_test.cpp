@@ -8,6 +8,8 @@
 #include "support/random_volume.h"
 #include "vdm/vdm.h"
 
+namespace mirel {
+
 namespace {
 
 const int rowLengths[] = {1, 2, 3, 4, 5, 7, 8, 9, 15, 16, 17, 31, 32, 33, 65};
@@ -96,3 +98,5 @@ TEST(LinearResampling, DoubleImages) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -14,6 +14,8 @@
 #include "vdm/entrylog.h"
 #include "vdm/vdm.h"
 
+namespace mirel {
+
 namespace {
 
 using compare::failsAssertion;
@@ -255,3 +257,5 @@ TEST_F(SimpleEstimate, OfNoVoxelsIsEmpty) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -16,6 +16,8 @@
 #include "vdm/realdata.h"
 #include "vdm/vdm.h"
 
+namespace mirel {
+
 namespace {
 
 // At whole x and z the tensor spline is, in exact arithmetic, the spline of the column alone. The
@@ -337,3 +339,5 @@ TEST(SplineResampling, TransposedImagesGiveTheTransposedResult) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -11,6 +11,8 @@
 #include "simd/eachvariant.h"
 #include "support/random_volume.h"
 
+namespace mirel {
+
 namespace {
 
 constexpr int taps = 5, rowCount = 6, amplitudeCount = 9;
@@ -414,3 +416,5 @@ TEST(TrialKernels, PositionsJustBelowAWholeNumberAmongOthers) {
 }
 
 }  // namespace
+
+}  // namespace mirel

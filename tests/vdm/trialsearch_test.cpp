@@ -10,6 +10,8 @@
 #include "support/random_volume.h"
 #include "vdm/literalsweep.h"
 
+namespace mirel {
+
 namespace {
 
 const float inf = std::numeric_limits<float>::infinity();
@@ -282,3 +284,5 @@ TEST(TrialSearch, AnEmptyImageHasNothingToSearch) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -11,6 +11,8 @@
 #include "support/compare.h"
 #include "support/random_volume.h"
 
+namespace mirel {
+
 namespace {
 
 using compare::failsAssertion;
@@ -344,3 +346,5 @@ TEST(Vdm, OfNoVoxelsIsNoWork) {
 }
 
 }  // namespace
+
+}  // namespace mirel

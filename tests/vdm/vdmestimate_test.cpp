@@ -17,6 +17,8 @@
 #include "vdm/simplevdmestimate.h"
 #include "vdm/vdm.h"
 
+namespace mirel {
+
 namespace {
 
 using compare::failsAssertion;
@@ -372,3 +374,5 @@ TEST_F(Estimate, OfNoVoxelsIsEmpty) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -7,6 +7,8 @@
 #include "containers/volume.h"
 #include "support/random_volume.h"
 
+namespace mirel {
+
 namespace {
 
 // The definition: a visit covers its whole window at once, and a voxel is judged by what it shows
@@ -45,3 +47,5 @@ TEST(Visits, EveryVoxelIsJudgedByWhetherAnEarlierVisitCoveredIt) {
 }
 
 }  // namespace
+
+}  // namespace mirel

@@ -1,0 +1,118 @@
+#include "base/outputfolder.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <fstream>
+
+#include "base/error.h"
+#include "base/progress.h"
+#include "base/samefile.h"
+
+namespace mirel {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// The nearest folder above that exists, to be able to say early that writing will fail.
+fs::path existingParent(fs::path path) {
+  std::error_code ignored;
+  path = fs::absolute(path, ignored);
+  while (!fs::exists(path, ignored) && path.has_parent_path() && path != path.parent_path())
+    path = path.parent_path();
+  return path;
+}
+
+}  // namespace
+
+OutputFolder::OutputFolder(const std::string& where) : folder(where) {
+  std::error_code ignored;
+  if (where.empty()) throw Error("the output folder has an empty name");
+  if (fs::exists(folder, ignored) && !fs::is_directory(folder, ignored))
+    throw Error(where + " is a file, not a folder to write to");
+  const fs::path parent = existingParent(folder);
+  if (!fs::is_directory(parent, ignored))
+    throw Error("the output folder " + where + " cannot be made: " + parent.string() +
+                " is not a folder");
+  if (access(parent.c_str(), W_OK | X_OK) != 0)
+    throw Error("the output folder " + where + " cannot be " +
+                (fs::exists(folder, ignored) ? "written to" : "made") +
+                ": no permission to write to " + parent.string());
+}
+
+OutputFolder::~OutputFolder() {
+  files.reset();
+  if (committed) return;
+  std::error_code ignored;
+  for (auto path = made.rbegin(); path != made.rend(); ++path) fs::remove(*path, ignored);
+}
+
+void OutputFolder::announce(const std::string& name, const std::vector<std::string>& inputs) {
+  const std::string target = (folder / name).string();
+  if (std::find(names.begin(), names.end(), name) != names.end())
+    throw Error("two results would have the name " + target +
+                ": name every image once, or correct them in separate folders");
+  std::error_code ignored;
+  if (fs::is_directory(target, ignored))
+    throw Error(target + " is a directory, not a file to write to");
+  for (const std::string& input : inputs) refuseOverwrite(target, input);
+  names.push_back(name);
+}
+
+bool OutputFolder::isThere(const std::string& name) const {
+  std::error_code ignored;
+  return fs::exists(folder / name, ignored);
+}
+
+std::vector<std::string> OutputFolder::write(const std::function<void()>& work) {
+  open();
+  try {
+    work();
+    return commit();
+  } catch (const Cancelled&) {
+    throw;
+  } catch (const Error& error) {
+    throw Error(plain(error.what()), error.advice());
+  }
+}
+
+void OutputFolder::open() {
+  std::error_code failure;
+  fs::path path;
+  for (const fs::path& part : folder) {
+    path /= part;
+    if (part.empty() || fs::exists(path, failure)) continue;
+    if (!fs::create_directory(path, failure))
+      throw Error("the output folder " + folder.string() + " cannot be made: " + failure.message());
+    made.push_back(path);
+  }
+  files = std::make_unique<OutFolder>(folder);
+}
+
+std::string OutputFolder::path(const std::string& name) const { return files->path(name); }
+
+void OutputFolder::writeText(const std::string& name, const std::string& text) {
+  files->write(name, text);
+}
+
+void OutputFolder::copy(const std::string& file, const std::string& name) {
+  std::ifstream is(file, std::ios::binary);
+  const std::string content((std::istreambuf_iterator<char>(is)), std::istreambuf_iterator<char>());
+  if (!is) throw Error(file, "cannot be read");
+  writeText(name, content);
+}
+
+// Only now do the files have their names.
+std::vector<std::string> OutputFolder::commit() {
+  const std::vector<std::string> paths = files->commit(names);
+  committed = true;
+  return paths;
+}
+
+// The message without the hidden folder in its file names.
+std::string OutputFolder::plain(const std::string& message) const {
+  return files ? files->plain(message) : message;
+}
+
+}  // namespace mirel

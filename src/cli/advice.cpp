@@ -1,0 +1,59 @@
+#include "cli/advice.h"
+
+#include "base/error.h"
+
+namespace mirel {
+
+namespace {
+
+std::string directionOption(Advice::Of of) {
+  switch (of) {
+    case Advice::Of::first:
+      return "give it with --pe-a";
+    case Advice::Of::second:
+      return "give it with --pe-b";
+    case Advice::Of::both:
+      return "give them with --pe-a and --pe-b";
+    case Advice::Of::series:
+      return "give it with --apply-pe";
+    case Advice::Of::image:
+      break;
+  }
+  return "give it with --pe";
+}
+
+std::string readoutOption(Advice::Of of) {
+  const std::string option = of == Advice::Of::series ? "--apply-readout" : "--readout";
+  return "give the total readout time in seconds with " + option;
+}
+
+}  // namespace
+
+std::string withAdvice(const std::string& sentence, const Advice& advice) {
+  switch (advice.kind) {
+    case Advice::Kind::none:
+      break;
+    case Advice::Kind::giveDirection:
+      return sentence + "; " + directionOption(advice.of);
+    case Advice::Kind::giveReadout:
+      return sentence + "; " + readoutOption(advice.of);
+    case Advice::Kind::giveIntensityScale:
+      return sentence + "; give a factor with --intensity-scale";
+    case Advice::Kind::seeIntensityScale:
+      return sentence + " (see --intensity-scale)";
+    case Advice::Kind::chooseVolumes:
+      return sentence + ": name two files, or two volumes with --volume and --volume-b";
+    case Advice::Kind::makeField:
+      return sentence + ": a field in Hz ('mirel field --from-map') fits images of any grid";
+    case Advice::Kind::givePlugin:
+      return sentence + "; name it with --plugin FILE";
+  }
+  return sentence;
+}
+
+std::string sentenceOf(const std::exception& failure) {
+  const auto* error = dynamic_cast<const Error*>(&failure);
+  return error != nullptr ? withAdvice(error->what(), error->advice()) : failure.what();
+}
+
+}  // namespace mirel

@@ -1,0 +1,96 @@
+#include "cli/runtext.h"
+
+#include <cstdio>
+
+#include "cli/advice.h"
+
+namespace mirel {
+
+namespace {
+
+using Source = bids::StatedDirection::Source;
+
+std::string number(const char* format, double value) {
+  char text[40];
+  std::snprintf(text, sizeof text, format, value);
+  return text;
+}
+
+std::string three(const glm::dvec3& v) {
+  return number("%.2f", v.x) + ", " + number("%.2f", v.y) + ", " + number("%.2f", v.z);
+}
+
+std::string textOf(const bids::Acquisition& acquisition) {
+  const bids::StatedDirection& direction = *acquisition.direction;
+  if (direction.source == Source::map)
+    return "displaced along " + nameOf(direction.value) + " by " + direction.file;
+  std::string text =
+      "phase encoding " + nameOf(direction.value) + " (" + direction.sourceText() + ")";
+  if (const auto& readout = acquisition.readout)
+    text += ", readout " + number("%.6g", readout->seconds) + " s (" + sourceText(*readout) + ")";
+  return text;
+}
+
+std::string motionText(const std::optional<RigidMotion>& motion) {
+  if (!motion) return "Head motion between the images: none found";
+  return "Head motion between the images: " + three(motion->translationMm) + " mm along and " +
+         three(motion->rotationDegrees) + " degrees about i, j, k";
+}
+
+std::string textOf(const PairFindings& found) {
+  std::string text = "Head above an intensity of " + number("%.4g", found.threshold) +
+                     " (intensity scale " + number("%.4g", found.intensityScale) + ", " +
+                     number("%.0f", 100 * found.foregroundA) + " and " +
+                     number("%.0f", 100 * found.foregroundB) + " % of the voxels)\n";
+  if (found.estimator == Estimator::massPreserving)
+    text += "Intensity of the first image over that of the second: " +
+            number("%.4g", found.intensityRatio) + "\n" + motionText(found.motion) + "\n";
+  return text + "Correlation of the pair in the head: " + number("%.3f", found.agreement.before) +
+         " before, " + number("%.3f", found.agreement.after) + " after\n";
+}
+
+const char* sentenceOf(SignCheck::Verdict verdict) {
+  switch (verdict) {
+    case SignCheck::Verdict::right:
+      return "the sign is right";
+    case SignCheck::Verdict::opposite:
+      return "the opposite sign agrees better";
+    case SignCheck::Verdict::undecided:
+      break;
+  }
+  return "no sign is clearly better";
+}
+
+std::string textOf(const SeriesRecord& series) {
+  std::string text = series.file + ": " + std::to_string(series.volumes) +
+                     (series.volumes == 1 ? " volume, " : " volumes, ") +
+                     textOf(series.acquisition) +
+                     (series.resampledField ? ", field resampled to its grid" : "") + "\n";
+  return text;
+}
+
+std::string signText(const SeriesRecord& series) {
+  return series.file + ": agreement with the reference " + number("%.4f", series.signs->asGiven) +
+         ", with the opposite sign " + number("%.4f", series.signs->opposite) + ": " +
+         sentenceOf(series.signs->verdict) + "\n";
+}
+
+}  // namespace
+
+std::string textOf(const RunRecord& run) {
+  std::string text;
+  if (run.pair) {
+    for (const ImageDescription* image : {&run.pair->a, &run.pair->b})
+      text += image->title() + ": " + textOf(image->acquisition) + "\n";
+    text += textOf(run.pair->findings);
+  }
+  for (const SeriesRecord& series : run.series) {
+    text += textOf(series);
+    // With a pair the reference is its own corrected mean, and a doubt is a warning or a note.
+    if (!run.pair && series.signs) text += signText(series);
+  }
+  for (const Remark& note : run.notes) text += "Note: " + sentenceOf(note) + "\n";
+  return text;
+}
+
+}  // namespace mirel

@@ -1,0 +1,126 @@
+#include "convert/geometryfile.h"
+
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+
+#include "base/error.h"
+
+namespace mirel::convert {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+namespace fs = std::filesystem;
+
+constexpr const char* kind = "mirel geometry 1";
+/// No sidecar of ours comes near; another program's JSON of that name is not read into memory.
+constexpr std::uintmax_t largestGeometryFile = 1 << 20;
+
+Json rowsOf(const glm::dmat4& m) {
+  Json rows = Json::array();
+  for (int row = 0; row < 3; row++) rows.push_back({m[0][row], m[1][row], m[2][row], m[3][row]});
+  return rows;
+}
+
+glm::dmat4 matrixFrom(const Json& rows) {
+  glm::dmat4 m(1.0);
+  for (int row = 0; row < 3; row++)
+    for (int column = 0; column < 4; column++)
+      m[column][row] =
+          rows.at(static_cast<std::size_t>(row)).at(static_cast<std::size_t>(column)).get<double>();
+  return m;
+}
+
+nifti::Header headerFrom(const Json& json) {
+  nifti::Header h;
+  for (int d = 0; d < 3; d++) {
+    const auto n = static_cast<std::size_t>(d);
+    h.dims[d] = json.at("dimensions").at(n).get<int>();
+    h.voxelSizeMm[d] = json.at("voxelSizeMm").at(n).get<double>();
+  }
+  h.volumes = json.at("volumes").get<int>();
+  h.repetitionTimeSeconds = json.at("repetitionTimeSeconds").get<double>();
+  const Json& q = json.at("qform");
+  h.qformCode = q.at("code").get<int>();
+  h.qform = {q.at("b").get<double>(),   q.at("c").get<double>(), q.at("d").get<double>(),
+             q.at("x").get<double>(),   q.at("y").get<double>(), q.at("z").get<double>(),
+             q.at("qfac").get<double>()};
+  h.sformCode = json.at("sform").at("code").get<int>();
+  h.sform = matrixFrom(json.at("sform").at("rows"));
+  h.version = json.at("niftiVersion").get<int>();
+  h.type = nifti::dataTypeNamed(json.at("dataType").get<std::string>());
+  h.slope = json.at("slope").get<double>();
+  h.inter = json.at("intercept").get<double>();
+  h.description = json.at("description").get<std::string>();
+  return h;
+}
+
+bool isUsable(const nifti::Header& h) {
+  return h.dims.x > 0 && h.dims.y > 0 && h.dims.z > 0 && h.voxelSizeMm.x > 0 &&
+         h.voxelSizeMm.y > 0 && h.voxelSizeMm.z > 0;
+}
+
+}  // namespace
+
+std::string formatGeometry(const nifti::Header& h) {
+  Json json;
+  json["kind"] = kind;
+  json["dimensions"] = {h.dims.x, h.dims.y, h.dims.z};
+  json["volumes"] = h.volumes;
+  json["voxelSizeMm"] = {h.voxelSizeMm.x, h.voxelSizeMm.y, h.voxelSizeMm.z};
+  json["repetitionTimeSeconds"] = h.repetitionTimeSeconds;
+  json["qform"] = {{"code", h.qformCode}, {"b", h.qform.b},      {"c", h.qform.c},
+                   {"d", h.qform.d},      {"x", h.qform.x},      {"y", h.qform.y},
+                   {"z", h.qform.z},      {"qfac", h.qform.qfac}};
+  json["sform"] = {{"code", h.sformCode}, {"rows", rowsOf(h.sform)}};
+  json["niftiVersion"] = h.version;
+  json["dataType"] = nifti::nameOf(h.type);
+  json["slope"] = h.slope;
+  json["intercept"] = h.inter;
+  json["description"] = h.description;
+  return json.dump(2, ' ', false, Json::error_handler_t::ignore) + "\n";
+}
+
+std::optional<nifti::Header> parseGeometry(const std::string& text) {
+  try {
+    const Json json = Json::parse(text);
+    if (!json.is_object() || json.value("kind", std::string()) != kind) return std::nullopt;
+    const nifti::Header header = headerFrom(json);
+    if (!isUsable(header)) return std::nullopt;
+    return header;
+  } catch (const Json::exception&) {
+    return std::nullopt;
+  } catch (const Error&) {
+    return std::nullopt;
+  }
+}
+
+std::string geometryFileName(const std::string& projectFileName) {
+  const fs::path path(projectFileName);
+  return (path.parent_path() / (path.stem().string() + "_geometry.json")).string();
+}
+
+std::vector<std::string> geometryFileCandidates(const std::string& projectFileName) {
+  const fs::path path(projectFileName);
+  std::string stem = path.stem().string();
+  std::vector<std::string> names;
+  while (!stem.empty()) {
+    names.push_back((path.parent_path() / (stem + "_geometry.json")).string());
+    const std::size_t cut = stem.find_last_of('_');
+    stem = cut == std::string::npos ? std::string() : stem.substr(0, cut);
+  }
+  return names;
+}
+
+std::optional<nifti::Header> readGeometryFile(const std::string& fileName) {
+  std::error_code failure;
+  if (!fs::is_regular_file(fileName, failure)) return std::nullopt;
+  if (fs::file_size(fileName, failure) > largestGeometryFile || failure) return std::nullopt;
+  std::ifstream is(fileName, std::ios::binary);
+  const std::string text((std::istreambuf_iterator<char>(is)), std::istreambuf_iterator<char>());
+  return parseGeometry(text);
+}
+
+}  // namespace mirel::convert

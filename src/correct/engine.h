@@ -1,9 +1,0 @@
-#pragma once
-
-namespace correct {
-
-/// Points the engine's FFT entry points at FFTW's single-precision library, the one that the host
-/// gives to the plugin: the same transforms, bit for bit. To be called once before an estimate.
-void bindEngine();
-
-}  // namespace correct

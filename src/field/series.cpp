@@ -1,0 +1,245 @@
+#include "field/series.h"
+
+#include <algorithm>
+#include <cmath>
+#include <condition_variable>
+#include <exception>
+#include <mutex>
+#include <thread>
+
+#include "base/error.h"
+#include "base/outputfile.h"
+#include "base/samefile.h"
+#include "nifti/image.h"
+
+namespace mirel {
+
+namespace {
+
+std::string describe(glm::ivec3 dims) {
+  return std::to_string(dims.x) + " x " + std::to_string(dims.y) + " x " + std::to_string(dims.z);
+}
+
+/// Sets voxels that are not finite to 0; their number.
+std::int64_t replaceNonFinite(Volume<float>& volume) {
+  std::int64_t replaced = 0;
+  float* values = volume.data();
+  for (int n = 0; n < volume.size(); ++n)
+    if (!std::isfinite(values[n])) {
+      values[n] = 0;
+      ++replaced;
+    }
+  return replaced;
+}
+
+/// The average of volumes that come one after the other.
+class Mean {
+ public:
+  Mean(glm::ivec3 dims, int wantedVolumes) : sum(dims, 0.0), wanted(wantedVolumes) {}
+
+  void add(const Volume<float>& volume) {
+    if (count == wanted) return;
+    for (int n = 0; n < sum.size(); ++n) sum.data()[n] += static_cast<double>(volume.data()[n]);
+    ++count;
+  }
+
+  Volume<float> value() const {
+    Volume<float> mean(sum.dimensions(), 0.0f);
+    for (int n = 0; n < sum.size() && count > 0; ++n)
+      mean.data()[n] = static_cast<float>(sum.data()[n] / count);
+    return mean;
+  }
+
+ private:
+  Volume<double> sum;
+  int wanted;
+  int count = 0;
+};
+
+int wantedForMean(int asked, int volumes) { return asked > 0 ? std::min(asked, volumes) : volumes; }
+
+void checkInputs(const std::string& in, const nifti::Header& header, const Volume<float>& shift,
+                 const SeriesOptions& options, const std::string& out) {
+  if (options.axis < 0 || options.axis > 2) throw std::logic_error("an axis is 0, 1 or 2");
+  if (shift.dimensions() != header.dims)
+    throw Error(in + " has " + describe(header.dims) + " voxels, but its map has " +
+                describe(shift.dimensions()));
+  if (header.dims[options.axis] < 2)
+    throw Error(in +
+                " has one voxel along its phase-encoding axis: there is nothing to "
+                "correct");
+  if (!std::all_of(shift.data(), shift.data() + shift.size(),
+                   [](float v) { return std::isfinite(v); }))
+    throw Error("the map for " + in + " has voxels that are NaN or infinite");
+  refuseOverwrite(out, in);
+}
+
+/// The work on one series. Each worker takes the next volume from the reader, corrects and
+/// encodes it, and waits for its turn to write: the number of volumes in memory is that of the
+/// workers.
+class Work {
+ public:
+  Work(nifti::Reader& from, nifti::Writer& to, const Corrector& how, const SeriesOptions& what)
+      : reader(from),
+        writer(to),
+        corrector(how),
+        options(what),
+        volumes(from.header().volumes),
+        before(from.header().dims, wantedForMean(what.meanVolumes, volumes)),
+        after(before) {}
+
+  void run(int threads) {
+    std::vector<std::thread> helpers;
+    try {
+      for (int n = 1; n < threads; ++n) helpers.emplace_back([this] { serve(); });
+    } catch (const std::system_error&) {
+      // The system gives no more threads: those that run do the work.
+    }
+    serve();
+    for (std::thread& helper : helpers) helper.join();
+    if (failure) std::rethrow_exception(failure);
+  }
+
+  void report(SeriesReport& result) const {
+    result.volumes = volumes;
+    result.nonFinite = nonFinite;
+    result.clamped = clamped;
+    result.meanBefore = before.value();
+    result.meanAfter = after.value();
+  }
+
+ private:
+  struct Buffers {
+    Volume<float> in, out;
+    Corrector::Scratch scratch;
+    nifti::EncodedVolume encoded;
+    std::int64_t nonFinite = 0;
+  };
+
+  void serve() {
+    try {
+      Buffers buffers;
+      for (int t = take(buffers); t < volumes; t = take(buffers)) {
+        buffers.nonFinite = replaceNonFinite(buffers.in);
+        corrector.correct(buffers.in, buffers.out, buffers.scratch);
+        writer.encode(buffers.out, buffers.encoded);
+        if (!put(t, buffers)) return;
+      }
+    } catch (...) {
+      const std::lock_guard lock(writing);
+      if (!failure) failure = std::current_exception();
+      turn.notify_all();
+    }
+  }
+
+  /// Reads the next volume; its index, or the number of volumes when there are no more.
+  int take(Buffers& buffers) {
+    const std::lock_guard lock(reading);
+    if (next < volumes) reader.readVolume(next, buffers.in);
+    return next < volumes ? next++ : volumes;
+  }
+
+  /// False when another worker has failed.
+  bool put(int t, const Buffers& buffers) {
+    std::unique_lock lock(writing);
+    turn.wait(lock, [&] { return failure || written == t; });
+    if (failure) return false;
+    nonFinite += buffers.nonFinite;
+    clamped += static_cast<std::int64_t>(buffers.encoded.clamped);
+    before.add(buffers.in);
+    after.add(buffers.out);
+    writer.write(buffers.encoded);
+    ++written;
+    turn.notify_all();
+    if (options.done) options.done(static_cast<double>(written) / volumes);
+    return true;
+  }
+
+  nifti::Reader& reader;
+  nifti::Writer& writer;
+  const Corrector& corrector;
+  const SeriesOptions& options;
+  const int volumes;
+
+  std::mutex reading;
+  int next = 0;  // guarded by reading
+
+  std::mutex writing;  // guards all that follows
+  std::condition_variable turn;
+  int written = 0;
+  std::int64_t nonFinite = 0;
+  std::int64_t clamped = 0;
+  Mean before, after;
+  std::exception_ptr failure;
+};
+
+int chosenThreads(int asked, int volumes) {
+  const int cores = std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
+  return std::clamp(asked > 0 ? asked : cores, 1, volumes);
+}
+
+std::string nonFiniteSentence(const std::string& in, std::int64_t count) {
+  return in + " has " + std::to_string(count) +
+         (count == 1 ? " value that is NaN or infinite; it counts as 0"
+                     : " values that are NaN or infinite; they count as 0");
+}
+
+std::string foldedSentence(const std::string& in, std::int64_t count) {
+  return "the map folds at " + std::to_string(count) + (count == 1 ? " voxel" : " voxels") +
+         " of each volume of " + in + ": no signal belongs there, and 0 is written";
+}
+
+std::string clampedSentence(const std::string& in, std::int64_t count, nifti::DataType type) {
+  return std::to_string(count) + (count == 1 ? " voxel" : " voxels") + " of " + in +
+         (count == 1 ? ", corrected, exceeds" : ", corrected, exceed") +
+         " the largest value that " + nameOf(type) +
+         " holds; that value is written (32-bit floats would hold " +
+         (count == 1 ? "it)" : "them)");
+}
+
+}  // namespace
+
+SeriesReport correctSeries(const std::string& in, const Volume<float>& shift,
+                           const SeriesOptions& options, const std::string& out) {
+  nifti::Reader reader(in);
+  checkInputs(in, reader.header(), shift, options, out);
+  SeriesReport report;
+  report.header = reader.header();
+  if (options.floatOutput) {
+    report.header.type = nifti::DataType::float32;
+    report.header.slope = 1;
+    report.header.inter = 0;
+  }
+  const Corrector corrector(shift, options.axis, options.modulation);
+  nifti::Writer writer(out, report.header);
+  Work work(reader, writer, corrector, options);
+  work.run(chosenThreads(options.threads, report.header.volumes));
+  work.report(report);
+  report.folded = corrector.foldedVoxels();
+  if (report.nonFinite > 0) {
+    if (report.nonFinite == std::int64_t{shift.size()} * report.volumes)
+      throw Error(in + " holds no image: every value is NaN or infinite");
+    report.warnings.push_back(nonFiniteSentence(in, report.nonFinite));
+  }
+  if (report.folded > 0 && options.modulation == Modulation::on)
+    report.warnings.push_back(foldedSentence(in, report.folded));
+  if (report.clamped > 0)
+    report.warnings.push_back(clampedSentence(in, report.clamped, report.header.type));
+  writer.finish();
+  return report;
+}
+
+Volume<float> meanOfSeries(const std::string& in, int count) {
+  nifti::Reader reader(in);
+  const int wanted = wantedForMean(count, reader.header().volumes);
+  Mean mean(reader.header().dims, wanted);
+  Volume<float> volume;
+  for (int t = 0; t < wanted; ++t) {
+    reader.readVolume(t, volume);
+    replaceNonFinite(volume);
+    mean.add(volume);
+  }
+  return mean.value();
+}
+
+}  // namespace mirel

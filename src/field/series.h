@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "base/progress.h"
+#include "field/corrector.h"
+#include "field/fieldhz.h"
+#include "nifti/header.h"
+
+/// Correction of whole image series, volume by volume.
+namespace mirel {
+
+struct SeriesOptions {
+  int axis = 1;  ///< 0, 1, 2: the axis along which the map shifts (PhaseEncodingDirection::axis)
+  Modulation modulation = Modulation::off;
+  /// 32-bit floats without scaling, whatever the input has.
+  bool floatOutput = false;
+  /// 0: as many as there are cores. Never more than there are volumes.
+  int threads = 0;
+  /// The means are formed from the first so many volumes; 0: from all.
+  int meanVolumes = 0;
+  /// Told after each volume, in order, from any thread but never from two at a time. What it
+  /// throws ends the work: nothing is written.
+  ReportDone done;
+};
+
+struct SeriesReport {
+  nifti::Header header;  ///< of what was written
+  int volumes = 0;
+  /// Input voxels that were NaN or infinite; they counted as 0.
+  std::int64_t nonFinite = 0;
+  /// Voxels where the map folds; with modulation they are 0.
+  std::int64_t folded = 0;
+  /// Voxels whose corrected value is beyond the largest that the data type holds.
+  std::int64_t clamped = 0;
+  /// Averages over the volumes before and after the correction (the latter before rounding),
+  /// added up in double in the order of the volumes.
+  Volume<float> meanBefore;
+  Volume<float> meanAfter;
+  /// Sentences for the user, each naming the file.
+  std::vector<std::string> warnings;
+};
+
+/// Corrects every volume of the 3-D or 4-D image `in` through `shift` (its dimensions, voxels
+/// along options.axis, applied forward) and writes the result to `out`: the header of the input
+/// with its data type and scaling (integers rounded to the nearest and clamped), or floats.
+///
+/// Memory   that of one volume in and out per thread, however many volumes there are.
+/// Threads  volumes are read and written in order, and computed and compressed side by side; the
+///          bytes of the output and both means do not depend on their number.
+/// Errors   Error, naming the file: see nifti::Reader and nifti::Writer; a map of other
+///          dimensions or with voxels that are not finite; one voxel along the axis; `out` is
+///          `in`. Nothing is left behind then.
+SeriesReport correctSeries(const std::string& in, const Volume<float>& shift,
+                           const SeriesOptions& options, const std::string& out);
+
+/// The average of the first `count` volumes (0: of all) of an image, as in SeriesReport.
+Volume<float> meanOfSeries(const std::string& in, int count = 0);
+
+}  // namespace mirel

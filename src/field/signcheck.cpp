@@ -1,0 +1,137 @@
+#include "field/signcheck.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <stdexcept>
+#include <vector>
+
+#include "numerics/statistics.h"
+
+namespace mirel {
+
+namespace {
+
+constexpr int binCount = 32;
+constexpr int marginVoxels = 3;
+constexpr std::int64_t fewestVoxels = 100;
+constexpr double decisiveDifference = 0.002;
+
+using Mask = std::vector<unsigned char>;
+
+/// Otsu's threshold over 256 bins of the whole range.
+float otsuThreshold(const Volume<float>& image) {
+  constexpr int bins = 256;
+  const float low = image.min(), high = image.max();
+  if (!(high > low)) return high;
+  std::array<double, bins> counts{};
+  const float scale = (bins - 1) / (high - low);
+  for (int n = 0; n < image.size(); ++n)
+    ++counts[static_cast<std::size_t>((image.data()[n] - low) * scale)];
+  return low + static_cast<float>(otsuBorder(counts).first + 1) / scale;
+}
+
+/// Spreads the set voxels by `marginVoxels` along one axis.
+Mask spread(const Mask& mask, glm::ivec3 dims, int axis) {
+  Mask result(mask.size(), 0);
+  const std::array<int, 3> stride = {1, dims.x, dims.x * dims.y};
+  int at = 0;
+  for (int z = 0; z < dims.z; ++z)
+    for (int y = 0; y < dims.y; ++y)
+      for (int x = 0; x < dims.x; ++x, ++at) {
+        if (mask[static_cast<std::size_t>(at)] == 0) continue;
+        const int here = std::array{x, y, z}[static_cast<std::size_t>(axis)];
+        const int first = std::max(here - marginVoxels, 0);
+        const int last = std::min(here + marginVoxels, dims[axis] - 1);
+        for (int p = first; p <= last; ++p)
+          result[static_cast<std::size_t>(at +
+                                          (p - here) * stride[static_cast<std::size_t>(axis)])] = 1;
+      }
+  return result;
+}
+
+/// Of `reference`, which was resampled; `covered` tells where there was something to take.
+std::vector<int> comparedVoxels(const Volume<float>& reference, const Volume<float>& covered) {
+  const float threshold = otsuThreshold(reference);
+  const glm::ivec3 dims = reference.dimensions();
+  Mask mask(static_cast<std::size_t>(reference.size()));
+  for (std::size_t n = 0; n < mask.size(); ++n) mask[n] = reference.data()[n] > threshold;
+  for (int axis = 0; axis < 3; ++axis) mask = spread(mask, dims, axis);
+  std::vector<int> voxels;
+  for (int at = 0; at < reference.size(); ++at)
+    if (mask[static_cast<std::size_t>(at)] != 0 && covered.data()[at] != 0.0f) voxels.push_back(at);
+  return voxels;
+}
+
+/// Bin of every listed voxel, between the 1st and 99th percentile.
+std::vector<int> binned(const Volume<float>& image, const std::vector<int>& voxels) {
+  std::vector<float> values;
+  values.reserve(voxels.size());
+  for (const int n : voxels) values.push_back(image.data()[n]);
+  std::vector<float> sorted = values;  // as far as asked for
+  const auto percentile = [&](std::size_t percent) {
+    return valueOfRank(sorted, (sorted.size() - 1) * percent / 100);
+  };
+  const float low = percentile(1), high = percentile(99);
+  const float scale = high > low ? binCount / (high - low) : 0.0f;
+  std::vector<int> bins;
+  bins.reserve(values.size());
+  for (const float v : values)
+    bins.push_back(static_cast<int>(std::clamp((v - low) * scale, 0.0f, binCount - 1.0f)));
+  return bins;
+}
+
+template <std::size_t N>
+double entropy(const std::array<double, N>& counts, double total) {
+  double sum = 0;
+  for (const double count : counts)
+    if (count > 0) sum -= count / total * std::log(count / total);
+  return sum;
+}
+
+double normalisedMutualInformation(const std::vector<int>& a, const std::vector<int>& b) {
+  std::array<double, binCount> left{}, right{};
+  std::array<double, binCount * binCount> joint{};
+  for (std::size_t n = 0; n < a.size(); ++n) {
+    const auto i = static_cast<std::size_t>(a[n]), j = static_cast<std::size_t>(b[n]);
+    ++left[i];
+    ++right[j];
+    ++joint[i * binCount + j];
+  }
+  const double total = static_cast<double>(a.size());
+  const double together = entropy(joint, total);
+  return together > 0 ? (entropy(left, total) + entropy(right, total)) / together : 1;
+}
+
+// 0 where it is not defined.
+double agreement(const Volume<float>& a, const Volume<float>& b, const std::vector<int>& voxels) {
+  const double r = correlation(a, b, voxels);
+  return std::isnan(r) ? 0 : r;
+}
+
+}  // namespace
+
+SignCheck compareSigns(const Volume<float>& asGiven, const Volume<float>& opposite,
+                       const glm::dmat4& affine, const PlacedImage& reference) {
+  if (asGiven.dimensions() != opposite.dimensions())
+    throw std::logic_error("two images of one series have different dimensions");
+  const Grid grid{asGiven.dimensions(), affine};
+  const Volume<float> there =
+      resampleTo(grid, reference.values, reference.affine, reference.name, Interpolation::linear);
+  const std::vector<int> voxels = comparedVoxels(
+      there, coverage(grid, {reference.values.dimensions(), reference.affine}, reference.name));
+  SignCheck check;
+  check.voxels = static_cast<std::int64_t>(voxels.size());
+  if (check.voxels < fewestVoxels) return check;
+  const std::vector<int> referenceBins = binned(there, voxels);
+  check.asGiven = normalisedMutualInformation(binned(asGiven, voxels), referenceBins);
+  check.opposite = normalisedMutualInformation(binned(opposite, voxels), referenceBins);
+  check.correlationAsGiven = agreement(asGiven, there, voxels);
+  check.correlationOpposite = agreement(opposite, there, voxels);
+  const double difference = check.asGiven - check.opposite;
+  if (difference > decisiveDifference) check.verdict = SignCheck::Verdict::right;
+  if (difference < -decisiveDifference) check.verdict = SignCheck::Verdict::opposite;
+  return check;
+}
+
+}  // namespace mirel

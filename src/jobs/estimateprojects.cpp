@@ -1,0 +1,55 @@
+#include "jobs/estimateprojects.h"
+
+#include <cstdio>
+#include <utility>
+
+#include "files/mapfile.h"
+#include "masspreserving/masspreserving.h"
+#include "numerics/fft/fftw.h"
+
+namespace mirel {
+
+namespace {
+
+void tellMotion(const RigidMotion& motion, std::ostream& log) {
+  if (motion.isNone()) {
+    log << "No motion of the head between the images." << std::flush;
+    return;
+  }
+  const glm::dvec3 t = motion.translationMm, r = motion.rotationDegrees;
+  char text[200];
+  std::snprintf(text, sizeof text,
+                "Motion of the head between the images: %.2f, %.2f, %.2f mm along and %.2f, %.2f, "
+                "%.2f degrees about x, y, z.",
+                t.x, t.y, t.z, r.x, r.y, r.z);
+  log << text << std::flush;
+}
+
+void writeMap(const Volume<float>& map, bool transpose, float param1, float param2,
+              const std::string& fileName) {
+  Map file = mapOf(transpose ? map.transposeXY() : map);
+  file.header.kind = 1;
+  file.header.param1 = param1;
+  file.header.param2 = param2;
+  writeMapFile(fileName, file);
+}
+
+}  // namespace
+
+void estimateProjectsMassPreserving(const ProjectPair& pair, bool estimateMotion,
+                                    std::ostream& log) {
+  bindEngine();
+  MassPreservingOptions options;
+  options.estimateMotion = estimateMotion;
+  const PairEstimator estimator = [&](const Volume<float>& first, const Volume<float>& second,
+                                      const glm::dvec3& voxelMm, std::ostream& text) {
+    MassPreservingResult found = estimateMassPreserving(first, second, voxelMm, options);
+    // The images come with x and y exchanged where phase encoding runs along x.
+    const RigidMotion motion = pair.rllr ? found.motion.withExchanged(0, 1) : found.motion;
+    if (estimateMotion) tellMotion(motion, text);
+    return std::move(found.shiftVoxels);
+  };
+  estimateProjectPair(pair, estimator, writeMap, log);
+}
+
+}  // namespace mirel

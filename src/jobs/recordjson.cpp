@@ -1,0 +1,212 @@
+#include "jobs/recordjson.h"
+
+#include <nlohmann/json.hpp>
+
+#include "jobs/checksum.h"
+
+namespace mirel {
+
+namespace {
+
+Json readoutJson(const bids::Readout& readout) {
+  Json json = {{"Seconds", readout.seconds}, {"Source", nameOf(readout.source)}};
+  if (!readout.file.empty()) json["File"] = readout.file;
+  return json;
+}
+
+void addSidecars(Json& json, const std::vector<std::string>& files) {
+  if (files.empty()) return;
+  std::vector<std::string> sums;
+  for (const std::string& file : files) sums.push_back(sha256Of(file));
+  json["Sidecar"] = oneOrList(files);
+  json["SidecarSHA256"] = oneOrList(sums);
+}
+
+void addAcquisition(Json& json, const bids::Acquisition& acquisition) {
+  json["PhaseEncodingDirection"] = nameOf(acquisition.direction->value);
+  json["PhaseEncodingDirectionSource"] = acquisition.direction->sourceText();
+  if (acquisition.readout) json["TotalReadoutTime"] = readoutJson(*acquisition.readout);
+  addSidecars(json, acquisition.sidecarFiles());
+}
+
+Json fileJson(const std::string& file) { return {{"File", file}, {"SHA256", sha256Of(file)}}; }
+
+Json imageJson(const ImageDescription& image) {
+  Json json = fileJson(image.options.file);
+  if (image.header.volumes > 1) json["Volume"] = image.options.volume;
+  if (image.options.meanOfFirst > 1) json["MeanOfVolumes"] = image.options.meanOfFirst;
+  addAcquisition(json, image.acquisition);
+  return json;
+}
+
+// The head's motion from A to B along and about i, j, k; null: none was found.
+Json motionJson(const PairFindings& findings) {
+  if (!findings.motion) return nullptr;
+  const glm::dvec3 t = findings.motion->translationMm, r = findings.motion->rotationDegrees;
+  return {{"TranslationMm", {t.x, t.y, t.z}}, {"RotationDegrees", {r.x, r.y, r.z}}};
+}
+
+Json settingsJson(const EstimateSettings& settings, const PairFindings& findings) {
+  Json json = {{"Estimator", nameOf(settings.estimator)}};
+  if (settings.estimator == Estimator::search) {
+    json["Fast"] = settings.search.fast;
+    if (!settings.search.fast) {
+      json["Measure"] = settings.search.useSsd ? "SSD" : "NCC";
+      json["IntensityCorrection"] = settings.search.intensityCorrection;
+    }
+  }
+  if (settings.estimator == Estimator::massPreserving) {
+    json["EstimateMotion"] = settings.motion;
+    json["IntensityRatio"] = findings.intensityRatio;
+    json["HeadMotion"] = motionJson(findings);
+  }
+  json["IntensityScale"] = findings.intensityScale;
+  json["ForegroundThreshold"] = findings.threshold;
+  json["Modulation"] = settings.modulation == Modulation::on;
+  return json;
+}
+
+std::vector<std::string> textsOf(const std::vector<Remark>& remarks) {
+  std::vector<std::string> texts;
+  for (const Remark& remark : remarks) texts.push_back(remark.text);
+  return texts;
+}
+
+void addPair(Json& json, const PairRecord& pair) {
+  json["Inputs"] = Json::array({imageJson(pair.a), imageJson(pair.b)});
+  json["Options"] = settingsJson(pair.settings, pair.findings);
+  const PairAgreement& agreement = pair.findings.agreement;
+  json["PairCorrelation"] = {{"Before", agreement.before}, {"After", agreement.after}};
+  if (!pair.findings.warnings.empty()) json["Warnings"] = textsOf(pair.findings.warnings);
+}
+
+const char* verdictName(SignCheck::Verdict verdict) {
+  switch (verdict) {
+    case SignCheck::Verdict::right:
+      return "right";
+    case SignCheck::Verdict::opposite:
+      return "opposite";
+    case SignCheck::Verdict::undecided:
+      break;
+  }
+  return "undecided";
+}
+
+Json seriesJson(const SeriesRecord& series) {
+  Json json = fileJson(series.file);
+  if (series.acquisition.direction->source == bids::StatedDirection::Source::map) {
+    // A map says nothing about the polarity, only along which axis it shifts.
+    addSidecars(json, series.acquisition.sidecarFiles());
+  } else {
+    addAcquisition(json, series.acquisition);
+    json["FieldResampled"] = series.resampledField;
+  }
+  if (series.signs)
+    json["SignCheck"] = {{"Verdict", verdictName(series.signs->verdict)},
+                         {"AsGiven", series.signs->asGiven},
+                         {"Opposite", series.signs->opposite}};
+  if (!series.warnings.empty()) json["Warnings"] = textsOf(series.warnings);
+  if (series.acquisition.direction->source == bids::StatedDirection::Source::map)
+    json["DisplacementAxis"] = nameOf(series.acquisition.direction->value);
+  return json;
+}
+
+Json readoutSummary(const bids::Readout& readout) {
+  Json summary = {{"seconds", readout.seconds}, {"source", nameOf(readout.source)}};
+  if (!readout.file.empty()) summary["file"] = readout.file;
+  return summary;
+}
+
+Json imageSummary(const ImageDescription& image) {
+  Json json = {{"file", image.options.file},
+               {"direction", nameOf(image.direction())},
+               {"directionSource", image.acquisition.direction->sourceText()}};
+  if (image.acquisition.readout) json["readout"] = readoutSummary(*image.acquisition.readout);
+  return json;
+}
+
+void addPairSummary(Json& json, const PairRecord& pair) {
+  const PairFindings& findings = pair.findings;
+  json["a"] = imageSummary(pair.a);
+  json["b"] = imageSummary(pair.b);
+  json["intensityScale"] = findings.intensityScale;
+  json["foregroundThreshold"] = findings.threshold;
+  json["intensityRatio"] = findings.intensityRatio;
+  json["headMotion"] = motionJson(findings);
+  json["foreground"] = {findings.foregroundA, findings.foregroundB};
+  const PairAgreement& agreement = findings.agreement;
+  json["pairCorrelation"] = {{"before", agreement.before},
+                             {"after", agreement.after},
+                             {"negated", agreement.negated},
+                             {"fastAlongAxis", agreement.fastAlongAxis},
+                             {"fastAcross", agreement.fastAcross}};
+}
+
+Json seriesSummary(const SeriesRecord& series) {
+  const bids::Acquisition& acquisition = series.acquisition;
+  Json json = {{"file", series.file},
+               {"output", series.output},
+               {"volumes", series.volumes},
+               {"direction", nameOf(acquisition.direction->value)},
+               {"directionSource", acquisition.direction->sourceText()},
+               {"fieldResampled", series.resampledField}};
+  if (series.signs) json["signCheck"] = verdictName(series.signs->verdict);
+  if (acquisition.readout) json["readout"] = readoutSummary(*acquisition.readout);
+  return json;
+}
+
+}  // namespace
+
+Json oneOrList(const std::vector<std::string>& names) {
+  return names.size() == 1 ? Json(names.front()) : Json(names);
+}
+
+Json originOf(const RunRecord& run) {
+  Json json = {{"Version", run.version}};
+  if (run.pair) addPair(json, *run.pair);
+  if (run.source) {
+    json[run.source->kind == SourceRecord::Kind::map ? "Map" : "Field"] =
+        fileJson(run.source->file);
+    json["Options"]["Modulation"] = run.seriesSettings.modulation == Modulation::on;
+  }
+  return json;
+}
+
+Json originOf(const RunRecord& run, const Json& origin, const SeriesRecord& series) {
+  Json json = origin;
+  json["Options"]["FloatOutput"] = run.seriesSettings.floatOutput;
+  json["Series"] = seriesJson(series);
+  return json;
+}
+
+std::string sidecarText(const std::string& description, const std::string& units,
+                        const std::vector<std::string>& sources, const Json& origin,
+                        const Json& moreFields) {
+  Json json = {{"Description", description}};
+  if (!units.empty()) json["Units"] = units;
+  json.update(moreFields);
+  json["Sources"] = sources;
+  json["Mirel"] = origin;
+  return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+std::string datasetDescription(const std::string& version) {
+  const Json json = {{"Name", "Images corrected for distortion"},
+                     {"BIDSVersion", "1.8.0"},
+                     {"DatasetType", "derivative"},
+                     {"GeneratedBy", {{{"Name", "Mirel"}, {"Version", version}}}}};
+  return json.dump(2) + "\n";
+}
+
+std::string summaryText(const RunRecord& run) {
+  Json json = Json::object();
+  if (run.pair) addPairSummary(json, *run.pair);
+  json["series"] = Json::array();
+  for (const SeriesRecord& series : run.series) json["series"].push_back(seriesSummary(series));
+  json["outputs"] = run.outputs;
+  json["notes"] = textsOf(run.notes);
+  json["warnings"] = textsOf(run.warnings);
+  return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+}  // namespace mirel

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <nlohmann/json_fwd.hpp>
+#include <string>
+#include <vector>
+
+#include "jobs/runrecord.h"
+
+/// A run's record as JSON: what stands in the sidecars of its outputs, and the summary of the run.
+namespace mirel {
+
+using Json = nlohmann::ordered_json;
+
+/// A name by itself, several as a list.
+Json oneOrList(const std::vector<std::string>& names);
+
+/// What every output of a run says about where it comes from: the program and its version, the
+/// inputs with their SHA-256 checksums and acquisition, and the options. Reads the inputs' files.
+Json originOf(const RunRecord& run);
+
+/// The same for an output of one series, beside the run's `origin`.
+Json originOf(const RunRecord& run, const Json& origin, const SeriesRecord& series);
+
+/// The text of a sidecar: description and units (left out when empty) before the origin.
+std::string sidecarText(const std::string& description, const std::string& units,
+                        const std::vector<std::string>& sources, const Json& origin,
+                        const Json& moreFields);
+
+/// The text of dataset_description.json.
+std::string datasetDescription(const std::string& version);
+
+/// The run in one object, for programs. File names need not be UTF-8: bytes that are not become
+/// the replacement character.
+std::string summaryText(const RunRecord& run);
+
+}  // namespace mirel

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/advice.h"
+#include "bids/acquisition.h"
+#include "field/corrector.h"
+#include "field/signcheck.h"
+#include "pair/pairestimate.h"
+#include "pair/pairinput.h"
+
+namespace mirel {
+
+/// How series are corrected.
+struct SeriesSettings {
+  Modulation modulation = Modulation::off;
+  bool floatOutput = false;  ///< 32-bit floats instead of their own data types
+  bool writeWarp = false;    ///< also their displacement fields (writeWarpLps)
+  int threads = 0;           ///< 0: as many as there are cores
+};
+
+/// What was found and done about one series.
+struct SeriesRecord {
+  std::string file, output;
+  bids::Acquisition acquisition;
+  int volumes = 0;
+  bool resampledField = false;     ///< its grid is not that of the field
+  std::optional<SignCheck> signs;  ///< where there was an undistorted reference
+  std::vector<Remark> warnings;
+};
+
+/// The pair that a run began with.
+struct PairRecord {
+  ImageDescription a, b;
+  EstimateSettings settings;
+  PairFindings findings;
+};
+
+/// The file that a run took the distortion from.
+struct SourceRecord {
+  enum class Kind { field, map };
+  Kind kind = Kind::field;
+  std::string file;
+};
+
+/// One run, whatever it began with: what sidecars, the summary in JSON and the text on the terminal
+/// are made from.
+struct RunRecord {
+  std::string version;                 ///< of the program
+  std::optional<PairRecord> pair;      ///< of correctPair
+  std::optional<SourceRecord> source;  ///< of applyField
+  SeriesSettings seriesSettings;
+  std::vector<SeriesRecord> series;
+  std::vector<Remark> notes, warnings;  ///< of all of it, in order
+  std::vector<std::string> outputs;     ///< paths of the files written
+};
+
+}  // namespace mirel

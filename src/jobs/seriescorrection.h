@@ -1,0 +1,79 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/outputfolder.h"
+#include "base/progress.h"
+#include "field/distortion.h"
+#include "field/signcheck.h"
+#include "jobs/recordjson.h"
+#include "jobs/runrecord.h"
+#include "jobs/seriesinput.h"
+
+namespace mirel {
+
+/// What one series becomes: names in the output folder.
+struct SeriesNames {
+  std::string image;                   ///< RUN_desc-corrected_SUFFIX.nii.gz
+  std::string sidecar;                 ///< the same with .json
+  std::string warp;                    ///< RUN_desc-warp_xfm.nii.gz; empty: none is written
+  std::vector<std::string> gradients;  ///< parallel to SeriesInput::gradientFiles
+
+  /// For results in a folder.
+  static SeriesNames inFolder(const SeriesInput& input, bool withWarp);
+  /// For one result of a name of its own, IMAGE.nii or IMAGE.nii.gz without its folder.
+  static SeriesNames asImage(const SeriesInput& input, const std::string& image, bool withWarp);
+};
+
+/// An undistorted image that the corrected series are held against.
+struct Reference {
+  PlacedImage image;  ///< its name stands in messages
+  /// What is wrong when a series' sign is not: "the pair's directions are".
+  std::string otherwiseWrong;
+};
+
+/// The part of a run that corrects series, whatever the field is from.
+class SeriesCorrection {
+ public:
+  SeriesCorrection(const SeriesSettings& how, OutputFolder& where) : settings(how), folder(where) {}
+
+  /// Adds a series with the names of its results. Nothing is announced yet.
+  void add(SeriesInput input, SeriesNames names);
+  /// The files that the series are read from.
+  std::vector<std::string> inputFiles() const;
+  /// Announces all results to the output folder; `inputs` are all inputs of the run.
+  void announce(const std::vector<std::string>& inputs);
+
+  /// Corrects every series, writes
+  ///
+  ///   the image in its own data type (or floats) with a sidecar that holds the fields of the
+  ///   original's that stay true, and where it comes from
+  ///   the gradient files (.bvec, .bval) beside it
+  ///   its displacement field where asked for: see writeWarpLps
+  ///
+  /// and takes down in `run` what was done. With a reference the mean of each series is compared
+  /// with it under both signs.
+  ///
+  /// @param sources  of every result, besides the series itself
+  /// Errors  those of correctSeries; what `progress` throws.
+  void run(const Distortion& distortion, const std::optional<Reference>& reference,
+           const std::vector<std::string>& sources, RunRecord& run, Progress& progress);
+
+ private:
+  struct Planned {
+    SeriesInput input;
+    SeriesNames names;
+  };
+  struct Context;
+
+  void correctOne(const Planned& planned, const Context& context);
+  void writeRest(const Planned& planned, const SeriesRecord& record, const Context& context);
+
+  SeriesSettings settings;
+  OutputFolder& folder;
+  std::vector<Planned> planned;
+};
+
+}  // namespace mirel

@@ -1,0 +1,182 @@
+#include "jobs/seriesinput.h"
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+
+#include "base/error.h"
+#include "bids/inheritance.h"
+#include "field/grid.h"
+#include "nifti/filename.h"
+#include "nifti/image.h"
+#include "pair/foreground.h"
+
+namespace mirel {
+
+namespace {
+
+namespace fs = std::filesystem;
+using Source = bids::StatedDirection::Source;
+
+constexpr double largestPartOff = 0.01;
+
+constexpr const char* keptNames[] = {"RepetitionTime", "EchoTime", "FlipAngle",
+                                     "SliceTiming",    "TaskName", "MagneticFieldStrength",
+                                     "Manufacturer",   "Modality"};
+
+std::string textOf(glm::ivec3 dims) {
+  return std::to_string(dims.x) + " x " + std::to_string(dims.y) + " x " + std::to_string(dims.z);
+}
+
+std::string percentText(double fraction) {
+  char text[40];
+  std::snprintf(text, sizeof text, "%.0f %%", 100 * fraction);
+  return text;
+}
+
+/// The gradient files (.bvec, .bval) that stand beside an image.
+std::vector<std::string> gradientFilesOf(const std::string& imageFile) {
+  const std::string stem = nifti::niftiStem(imageFile);
+  std::vector<std::string> files;
+  std::error_code ignored;
+  for (const char* end : {".bvec", ".bval"})
+    if (fs::is_regular_file(stem + end, ignored)) files.push_back(stem + end);
+  return files;
+}
+
+SeriesInput opened(const SeriesFile& options) {
+  SeriesInput input;
+  input.file = options.file;
+  input.header = nifti::Reader(options.file).header();
+  return input;
+}
+
+void addContradiction(SeriesInput& input) {
+  const auto& readout = input.acquisition.readout;
+  if (readout && !readout->contradiction.empty()) input.warnings.push_back(readout->contradiction);
+}
+
+/// On another grid than the field's: that there is a place in common, and how sure that is.
+void checkPlace(SeriesInput& input, const Grid& fieldGrid, const std::string& fieldName,
+                bool fieldIsOriented) {
+  const Grid grid = gridOf(input.header);
+  voxelToVoxel(fieldGrid.affine, grid.affine, input.file);
+  if (coverage(grid, fieldGrid, fieldName).max() == 0.0f)
+    throw Error(input.file + " and " + fieldName +
+                " have no place in common by their orientations: are they of one session?");
+  const bool oriented = hasOrientation(input.header);
+  if (oriented && fieldIsOriented) return;
+  input.warnings.push_back((oriented ? fieldName : input.file) +
+                           " has no orientation: how the grids of " + input.file + " and " +
+                           fieldName + " lie to each other is a guess");
+}
+
+void takeMap(SeriesInput& input, const SeriesFile& options, const Distortion& map) {
+  if (!map.isOn(gridOf(input.header)))
+    throw Error(map.name() + " is a map of " + textOf(map.dims()) + " voxels, but " + input.file +
+                    " has " + textOf(input.header.dims),
+                {Advice::Kind::makeField});
+  input.acquisition.sidecar = bids::findSidecar(input.file, options.given.sidecar);
+  input.acquisition.direction =
+      bids::StatedDirection{map.gridShift().direction, Source::map, map.name()};
+  input.onGridOfField = true;
+}
+
+void assumeDirectionOf(const PairInput& pair, SeriesInput& input) {
+  input.acquisition.direction = bids::StatedDirection{pair.a.direction(), Source::assumed};
+  input.notes.push_back(input.file + " has no sidecar: its phase encoding is taken to be that of " +
+                        pair.a.options.file + ", " + nameOf(pair.a.direction()));
+}
+
+void settleReadout(const PairInput& pair, SeriesInput& input) {
+  bids::Acquisition& acquisition = input.acquisition;
+  if (!pair.readoutSeconds) {
+    acquisition.readout.reset();
+    return;
+  }
+  if (acquisition.sidecar) bids::requireReadout(acquisition, input.file, Advice::Of::series);
+  if (acquisition.readout) return;
+  acquisition.readout = pair.a.acquisition.readout;
+  input.notes.push_back(input.file + " has no sidecar: its readout time is taken to be that of " +
+                        pair.a.options.file);
+}
+
+/// What cannot be corrected with a map in voxels.
+void refuseWithoutReadout(const PairInput& pair, const SeriesInput& input) {
+  const char* need =
+      ": its correction needs the readout times of all images, from sidecars or options";
+  if (!input.onGridOfField)
+    throw Error(input.file, "has another grid than " + pair.a.options.file + need);
+  if (input.acquisition.direction->value.axis != pair.axis())
+    throw Error(input.file,
+                "is phase encoded along another axis than " + pair.a.options.file + need);
+}
+
+}  // namespace
+
+SeriesInput readSeries(const SeriesFile& options, const Distortion& distortion) {
+  SeriesInput input = opened(options);
+  if (distortion.isField()) {
+    input.acquisition = bids::resolveAcquisition(input.file, input.header.dims, options.given);
+    bids::requireDirection(input.acquisition, input.file);
+    bids::requireReadout(input.acquisition, input.file);
+    addContradiction(input);
+    input.onGridOfField = distortion.isOn(gridOf(input.header));
+    if (!input.onGridOfField)
+      checkPlace(input, gridOf(distortion.field()), distortion.name(),
+                 distortion.field().isOriented);
+  } else {
+    takeMap(input, options, distortion);
+  }
+  input.gradientFiles = gradientFilesOf(input.file);
+  return input;
+}
+
+SeriesInput readSeriesOf(const PairInput& pair, const SeriesFile& options) {
+  SeriesInput input = opened(options);
+  const Grid pairGrid = gridOf(pair.a.header);
+  input.onGridOfField = coincide(gridOf(input.header), pairGrid);
+  input.acquisition = bids::resolveAcquisition(input.file, input.header.dims, options.given);
+  if (input.acquisition.sidecar)
+    bids::requireDirection(input.acquisition, input.file, Advice::Of::series);
+  if (!input.acquisition.direction) assumeDirectionOf(pair, input);
+  settleReadout(pair, input);
+  addContradiction(input);
+  input.gradientFiles = gradientFilesOf(input.file);
+  if (!pair.readoutSeconds) refuseWithoutReadout(pair, input);
+  if (!input.onGridOfField)
+    checkPlace(input, pairGrid, pair.a.options.file, hasOrientation(pair.a.header));
+  return input;
+}
+
+std::vector<std::string> filesOf(const SeriesInput& input) {
+  std::vector<std::string> files = {input.file};
+  for (const std::string& sidecar : input.acquisition.sidecarFiles()) files.push_back(sidecar);
+  files.insert(files.end(), input.gradientFiles.begin(), input.gradientFiles.end());
+  return files;
+}
+
+nlohmann::ordered_json keptFieldsOf(const SeriesInput& input) {
+  nlohmann::ordered_json kept = nlohmann::ordered_json::object();
+  if (!input.acquisition.sidecar) return kept;
+  const nlohmann::json& fields = input.acquisition.sidecar->json();
+  for (const char* name : keptNames)
+    if (fields.contains(name)) kept[name] = fields[name];
+  return kept;
+}
+
+std::string headOffField(const Volume<float>& mean, const SeriesInput& input,
+                         const FieldHz& field) {
+  const Volume<float> covered = coverage(gridOf(input.header), gridOf(field), field.name);
+  const double threshold = headThreshold(mean);
+  double head = 0, off = 0;
+  for (int n = 0; n < mean.size(); ++n) {
+    if (!(static_cast<double>(mean.data()[n]) > threshold)) continue;
+    head += 1;
+    off += covered.data()[n] == 0.0f;
+  }
+  if (!(off > largestPartOff * head)) return {};
+  return percentText(off / head) + " of the head in " + input.file + " lies off the grid of " +
+         field.name + ": there the field at the nearest border is taken";
+}
+
+}  // namespace mirel

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <nlohmann/json_fwd.hpp>
+#include <string>
+#include <vector>
+
+#include "field/distortion.h"
+#include "pair/pairinput.h"
+
+namespace mirel {
+
+/// A series to be corrected.
+struct SeriesFile {
+  std::string file;
+  bids::GivenAcquisition given;
+};
+
+/// What is known about a series before it is corrected.
+struct SeriesInput {
+  std::string file;
+  nifti::Header header;
+  bids::Acquisition acquisition;           ///< its direction is settled
+  bool onGridOfField = false;              ///< so that nothing needs to be resampled
+  std::vector<std::string> gradientFiles;  ///< .bvec and .bval beside it, if they are there
+  std::vector<Remark> notes, warnings;
+};
+
+/// A series whose direction and readout time stand in options or sidecars, against the field in
+/// Hz or the map that is to correct it. A map gives the axis, and needs neither.
+///
+/// Errors   Error with the file and the fault: those of nifti::Reader and of
+///          bids::resolveAcquisition; no direction, no readout time; a series that lies elsewhere
+///          than the field, or has other dimensions than the map.
+SeriesInput readSeries(const SeriesFile& options, const Distortion& distortion);
+
+/// A series of the pair's session. One without sidecar and options is taken to be encoded as A is,
+/// with A's readout time; a note says so, and the sign check tells when that is wrong. Where the
+/// pair has no readout time, no series needs one, but it must have the pair's grid and axis.
+/// Errors as above.
+SeriesInput readSeriesOf(const PairInput& pair, const SeriesFile& options);
+
+/// The files that a series is read from: image, sidecars, gradients.
+std::vector<std::string> filesOf(const SeriesInput& input);
+
+/// What describes the acquisition in the sidecars of a series and stays true when it is corrected.
+nlohmann::ordered_json keptFieldsOf(const SeriesInput& input);
+
+/// A sentence when more than a hundredth of the head in `mean`, the mean of a series, lies off the
+/// grid of the field; empty otherwise.
+std::string headOffField(const Volume<float>& mean, const SeriesInput& input, const FieldHz& field);
+
+}  // namespace mirel

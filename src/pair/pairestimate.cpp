@@ -1,0 +1,246 @@
+#include "pair/pairestimate.h"
+
+#include <algorithm>
+#include <cmath>
+#include <sstream>
+
+#include "containers/exchange.h"
+#include "masspreserving/masspreserving.h"
+#include "numerics/statistics.h"
+#include "pair/foreground.h"
+
+namespace mirel {
+
+namespace {
+
+constexpr double nearlyNothing = 0.01, nearlyEverything = 0.9;
+/// Correlations that differ by less say nothing.
+constexpr double decisive = 0.01;
+
+std::string text(const char* format, double value) {
+  char buffer[40];
+  std::snprintf(buffer, sizeof buffer, format, value);
+  return buffer;
+}
+
+// Both images with the phase-encoding axis as y. The pair outlives it.
+struct Frame {
+  AlongY<float> first, second;
+  glm::dvec3 voxelMm;
+
+  Frame(const PairInput& pair, int axis)
+      : first(pair.a.image, axis),
+        second(pair.b.image, axis),
+        voxelMm(projectVoxelSize(pair.a.header)) {
+    std::swap(voxelMm[axis], voxelMm[1]);
+  }
+};
+
+// Correlation in the mask; 0 where it is not defined.
+double agreementOf(const Volume<float>& a, const Volume<float>& b, const Volume<float>& mask) {
+  const double r = correlation(a, b, mask);
+  return std::isnan(r) ? 0 : r;
+}
+
+Volume<float> headMask(const Volume<float>& mean, double threshold) {
+  Volume<float> mask(mean.dimensions());
+  std::transform(mean.data(), mean.data() + mean.size(), mask.data(),
+                 [threshold](float v) { return static_cast<double>(v) > threshold ? 1.0f : 0.0f; });
+  return mask;
+}
+
+// Of images corrected as those that are written with modulation.
+double agreementThrough(const Volume<float>& shift, int axis, const Volume<float>& first,
+                        const Volume<float>& second, const Volume<float>& mask) {
+  return agreementOf(correctVolume(first, shift, axis, Modulation::on),
+                     correctVolume(second, shift * -1.0f, axis, Modulation::on), mask);
+}
+
+bool isFinite(const Volume<float>& map) {
+  return std::all_of(map.data(), map.data() + map.size(), [](float v) { return std::isfinite(v); });
+}
+
+void requireUsable(const Volume<float>& map) {
+  if (!isFinite(map))
+    throw Error(
+        "the estimate failed: the map of displacements is not finite everywhere (are these two "
+        "images of one head?)");
+}
+
+// How far the mass-preserving estimate is. Its resolutions take about eight times as long each.
+double doneAt(const MassPreservingProgress& state) {
+  const double finished = std::pow(0.125, state.level);
+  return finished * (state.iteration + 1) / (state.iteration + 2);
+}
+
+MassPreservingResult massPreserving(const Frame& frame, bool motion, Progress& progress) {
+  MassPreservingOptions options;
+  options.estimateMotion = motion;
+  // The coarse resolutions come a second time when motion is looked for.
+  double done = 0.0;
+  return estimateMassPreserving(*frame.first, *frame.second, frame.voxelMm, options,
+                                [&](const MassPreservingProgress& state) {
+                                  done = std::max(done, doneAt(state));
+                                  progress.at(Stage::estimating, done);
+                                });
+}
+
+Volume<float> searchMap(const Frame& frame, double intensityScale, const EstimateOptions& options,
+                        const ReportDone& done = {}) {
+  const float scale = static_cast<float>(intensityScale);
+  std::ostringstream log;
+  return estimatePair(*frame.first * scale, *frame.second * scale, frame.voxelMm, options, log,
+                      done);
+}
+
+// A map along `axis`, and the second image of the head where it is in the first, if it moved.
+struct Found {
+  Volume<float> shift;
+  std::optional<Volume<float>> unmovedSecond;
+};
+
+Found estimateMap(const PairInput& pair, const EstimateSettings& settings, PairEstimate& estimate,
+                  Progress& progress) {
+  const int axis = pair.axis();
+  const Frame frame(pair, axis);
+  if (settings.estimator == Estimator::search) {
+    Volume<float> map = searchMap(frame, estimate.intensityScale, settings.search,
+                                  [&](double done) { progress.at(Stage::estimating, done); });
+    requireUsable(map);
+    return {exchangedWithY(std::move(map), axis), {}};
+  }
+  MassPreservingResult result = massPreserving(frame, settings.motion, progress);
+  requireUsable(result.shiftVoxels);
+  estimate.intensityRatio = result.scale;
+  Found found;
+  if (!result.motion.isNone()) {
+    estimate.motion = result.motion.withExchanged(axis, 1);
+    found.unmovedSecond = exchangedWithY(
+        secondUnmoved(*frame.second, frame.voxelMm, result.motion, result.shiftVoxels), axis);
+  }
+  found.shift = exchangedWithY(std::move(result.shiftVoxels), axis);
+  return found;
+}
+
+// The other in-plane axis, by which the stated one is judged; for phase encoding across the
+// slices it is j.
+int otherAxisOf(int axis) { return axis == 1 ? 0 : 1; }
+
+// A column-wise estimate along `axis` and how well the images agree then.
+double fastAgreement(const PairInput& pair, int axis, const PairEstimate& estimate,
+                     const Volume<float>& mask) {
+  Volume<float> map = searchMap(Frame(pair, axis), estimate.intensityScale, {.fast = true});
+  if (!isFinite(map)) return -1;
+  return agreementThrough(exchangedWithY(std::move(map), axis), axis, pair.a.image, pair.b.image,
+                          mask);
+}
+
+std::string sidecarsOf(const PairInput& pair) {
+  const auto source = [](const InputImage& image) {
+    const bids::StatedDirection& direction = *image.acquisition.direction;
+    return direction.source == bids::StatedDirection::Source::sidecar
+               ? direction.file
+               : "the direction given for " + image.options.file;
+  };
+  return source(pair.a) + " and " + source(pair.b);
+}
+
+void doubtForeground(const PairInput& pair, PairEstimate& estimate) {
+  const auto doubt = [&](const InputImage& image, double fraction) {
+    if (fraction > nearlyNothing && fraction < nearlyEverything) return;
+    estimate.warnings.emplace_back(
+        text("%.3g", 100 * fraction) + " % of the voxels of " + image.title() +
+            " exceed the intensity " + text("%.4g", estimate.threshold) +
+            ", which is to separate head from air: nearly " +
+            (fraction < 0.5 ? "nothing" : "everything") + " counts as head",
+        Advice{Advice::Kind::seeIntensityScale});
+  };
+  doubt(pair.a, estimate.foregroundA);
+  doubt(pair.b, estimate.foregroundB);
+}
+
+void doubtAgreement(const PairInput& pair, PairEstimate& estimate) {
+  const PairAgreement& found = estimate.agreement;
+  if (found.negated > found.after + decisive)
+    estimate.warnings.push_back(
+        "the opposite of the estimated map makes the images agree better (" +
+        text("%.3f", found.negated) + ") than the map itself (" + text("%.3f", found.after) +
+        "): do not trust this result");
+  else if (found.after < found.before)
+    estimate.warnings.push_back("the corrected images agree less (" + text("%.3f", found.after) +
+                                ") than the images as they came (" + text("%.3f", found.before) +
+                                "): do not trust this result");
+  if (found.fastAcross > found.fastAlongAxis + decisive)
+    estimate.warnings.push_back("CHECK THE AXIS in " + sidecarsOf(pair) + ": they say " +
+                                nameOf(pair.a.direction()) + " and " + nameOf(pair.b.direction()) +
+                                ", but the images differ as if phase encoding ran along " +
+                                bids::nameOf({found.otherAxis, 1}) +
+                                " (correlation of the pair after a quick estimate " +
+                                text("%.3f", found.fastAlongAxis) + " along the stated axis, " +
+                                text("%.3f", found.fastAcross) + " along the other)");
+}
+
+// `threshold` is that of the pair's mean; 0 when it has none.
+void chooseScale(const PairInput& pair, const EstimateSettings& settings, double threshold,
+                 PairEstimate& estimate) {
+  estimate.intensityScale = settings.intensityScale;
+  if (settings.intensityScale <= 0) {
+    if (threshold <= 0)
+      throw Error(
+          "head and air cannot be told apart in " + pair.a.title() + " and " + pair.b.title(),
+          {Advice::Kind::giveIntensityScale});
+    estimate.intensityScale = estimatorThreshold / threshold;
+  }
+  estimate.threshold = estimatorThreshold / estimate.intensityScale;
+  estimate.foregroundA = fractionAbove(pair.a.image, estimate.threshold);
+  estimate.foregroundB = fractionAbove(pair.b.image, estimate.threshold);
+}
+
+}  // namespace
+
+std::string nameOf(Estimator estimator) {
+  switch (estimator) {
+    case Estimator::massPreserving:
+      return "mass-preserving";
+    case Estimator::search:
+      break;
+  }
+  return "search";
+}
+
+PairEstimate estimatePairMap(const PairInput& pair, const EstimateSettings& settings,
+                             Progress& progress) {
+  PairEstimate estimate;
+  estimate.estimator = settings.estimator;
+  const Volume<float> before = meanOf(pair.a.image, pair.b.image);
+  const double threshold = headThreshold(before);
+  chooseScale(pair, settings, threshold, estimate);
+  doubtForeground(pair, estimate);
+  progress.at(Stage::estimating, 0.0);
+  const int axis = pair.axis();
+  Found found = estimateMap(pair, settings, estimate, progress);
+  progress.at(Stage::estimating, 1.0);
+  const Volume<float>& first = pair.a.image;
+  const Volume<float>& second = found.unmovedSecond ? *found.unmovedSecond : pair.b.image;
+  estimate.shift = std::move(found.shift);
+  const Volume<float> opposite = estimate.shift * -1.0f;
+  estimate.correctedA = correctVolume(first, estimate.shift, axis, settings.modulation);
+  estimate.correctedB = correctVolume(second, opposite, axis, settings.modulation);
+  estimate.mean = meanOf(estimate.correctedA, estimate.correctedB);
+
+  progress.at(Stage::checking, 0.0);
+  const Volume<float> head = headMask(before, threshold);
+  PairAgreement& agreement = estimate.agreement;
+  agreement.before = agreementOf(first, pair.b.image, head);
+  agreement.after = agreementThrough(estimate.shift, axis, first, second, head);
+  agreement.negated = agreementThrough(opposite, axis, first, second, head);
+  agreement.otherAxis = otherAxisOf(axis);
+  agreement.fastAlongAxis = fastAgreement(pair, axis, estimate, head);
+  progress.at(Stage::checking, 0.5);
+  agreement.fastAcross = fastAgreement(pair, agreement.otherAxis, estimate, head);
+  progress.at(Stage::checking, 1.0);
+  doubtAgreement(pair, estimate);
+  return estimate;
+}
+
+}  // namespace mirel

@@ -1,0 +1,81 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/progress.h"
+#include "field/corrector.h"
+#include "numerics/rigidmotion.h"
+#include "pair/pairinput.h"
+#include "vdm/estimatepair.h"
+
+/// From a pair of images to its map, with the doubts that there are about it.
+namespace mirel {
+
+/// By what method the map is estimated.
+enum class Estimator {
+  search,          ///< the estimate task's own: column-wise fit, then local search scale by scale
+  massPreserving,  ///< conserves signal that piles up or thins out (docs/mass-preserving.md)
+};
+
+std::string nameOf(Estimator estimator);
+
+struct EstimateSettings {
+  Estimator estimator = Estimator::massPreserving;
+  /// Of the mass-preserving estimate: allow for motion of the head between the images.
+  bool motion = true;
+  /// Of the search. The default is the variant closest to measured fields (docs/accuracy.md).
+  EstimateOptions search{.fast = false, .useSsd = false, .intensityCorrection = true};
+  /// Factor on the intensities; 0: such that the estimators' threshold of 100 lies between head
+  /// and air.
+  double intensityScale = 0;
+  Modulation modulation = Modulation::off;
+};
+
+/// How well the two images of the pair agree in the head: correlation coefficients of the images
+/// as they are, and corrected with modulation (correctVolume) by the map, by its negative, and by
+/// column-wise estimates along the stated axis and along another one.
+struct PairAgreement {
+  double before = 0, after = 0, negated = 0;
+  double fastAlongAxis = 0, fastAcross = 0;
+  int otherAxis = 0;
+};
+
+/// What was found about a pair, but for the images.
+struct PairFindings {
+  Estimator estimator = Estimator::massPreserving;
+  double intensityScale = 1;
+  double threshold = 0;  ///< intensity between head and air, of the images as they are
+  /// Fraction of the voxels above the threshold in either image.
+  double foregroundA = 0, foregroundB = 0;
+  /// Of the mass-preserving estimate: intensity of A over that of B, and the head's motion from A
+  /// to B in mm along i, j, k and about the middle of the grid, if there was any.
+  double intensityRatio = 1;
+  std::optional<RigidMotion> motion;
+  PairAgreement agreement;
+  std::vector<Remark> warnings;
+};
+
+struct PairEstimate : PairFindings {
+  /// Voxels along the phase-encoding axis; forward for A, and negated forward for B.
+  Volume<float> shift;
+  /// B is corrected in the head's place in A.
+  Volume<float> correctedA, correctedB, mean;
+};
+
+/// Estimates the map of a pair and corrects both images.
+///
+/// By the search the map is that of the estimate task for the projects that A and B become, bit for
+/// bit, when the intensity scale is 1; with a phase-encoding axis other than y that axis and y are
+/// exchanged before and after. B is corrected by the negated map.
+///
+/// Warnings  name the sidecars: images that agree better uncorrected, or with the opposite map;
+///           an axis other than the stated one that explains more of the difference; a threshold
+///           with nearly everything or nothing above it.
+/// Errors    Error when head and air cannot be told apart or no map comes out (a fit that diverges
+///           everywhere); what `progress` throws.
+PairEstimate estimatePairMap(const PairInput& pair, const EstimateSettings& settings,
+                             Progress& progress);
+
+}  // namespace mirel

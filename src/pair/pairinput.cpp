@@ -1,0 +1,234 @@
+#include "pair/pairinput.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+
+#include "base/error.h"
+#include "base/outputfile.h"
+#include "base/samefile.h"
+#include "field/grid.h"
+#include "nifti/image.h"
+#include "nifti/orientation.h"
+
+namespace mirel {
+
+namespace {
+
+constexpr int fewestVoxels = 4;
+constexpr double placeTolerance = 0.05;    // voxels
+constexpr double readoutTolerance = 0.01;  // of the readout time
+
+std::string text(double value) {
+  char buffer[40];
+  std::snprintf(buffer, sizeof buffer, "%.6g", value);
+  return buffer;
+}
+
+std::string text(glm::ivec3 v) {
+  return std::to_string(v.x) + " x " + std::to_string(v.y) + " x " + std::to_string(v.z);
+}
+
+Volume<float> readImage(nifti::Reader& reader, const ImageOptions& options) {
+  const int volumes = reader.header().volumes;
+  const int count = std::max(options.meanOfFirst, 1);
+  if (options.volume < 0 || options.volume > volumes - count)
+    throw Error(options.file + " has " + std::to_string(volumes) +
+                (volumes == 1 ? " volume" : " volumes") + ", counted from 0: there " +
+                (count == 1 ? "is no volume " + std::to_string(options.volume)
+                            : "are no " + std::to_string(count) + " volumes from volume " +
+                                  std::to_string(options.volume) + " on"));
+  if (count == 1) return reader.readVolume(options.volume);
+  Volume<double> sum(reader.header().dims, 0.0);
+  Volume<float> volume;
+  for (int t = 0; t < count; ++t) {
+    reader.readVolume(options.volume + t, volume);
+    for (int i = 0; i < sum.size(); ++i) sum.data()[i] += static_cast<double>(volume.data()[i]);
+  }
+  for (int i = 0; i < sum.size(); ++i) volume.data()[i] = static_cast<float>(sum.data()[i] / count);
+  return volume;
+}
+
+void checkImage(const Volume<float>& image, const std::string& title) {
+  const glm::ivec3 n = image.dimensions();
+  if (std::min({n.x, n.y, n.z}) < fewestVoxels)
+    throw Error(title + " has " + text(n) + " voxels: a distortion can be estimated from " +
+                std::to_string(fewestVoxels) + " voxels along each axis or more");
+  const auto bad = std::count_if(image.data(), image.data() + image.size(),
+                                 [](float v) { return !std::isfinite(v); });
+  if (bad > 0)
+    throw Error(title + " has " + std::to_string(bad) +
+                " voxels that are not finite numbers (NaN or infinite)");
+  if (image.min() == image.max())
+    throw Error(title + " is constant: every voxel is " + text(static_cast<double>(image.min())));
+}
+
+// Direction and readout of one image, as far as options and sidecars tell. A sidecar without them
+// is refused: the other image does not speak for it.
+void readAcquisition(InputImage& image, Advice::Of which) {
+  const std::string& file = image.options.file;
+  image.acquisition = bids::resolveAcquisition(file, image.header.dims, image.options.given,
+                                               bids::SidecarUse::whereNeeded);
+  if (!image.acquisition.sidecar) return;
+  bids::requireDirection(image.acquisition, file, which);
+  bids::requireReadout(image.acquisition, file, which);
+}
+
+InputImage readInput(const ImageOptions& options) {
+  InputImage input;
+  input.options = options;
+  nifti::Reader reader(options.file);
+  input.header = reader.header();
+  input.image = readImage(reader, options);
+  checkImage(input.image, input.title());
+  return input;
+}
+
+void checkSameGrid(const InputImage& a, const InputImage& b) {
+  const glm::ivec3 n = a.header.dims;
+  if (n != b.header.dims)
+    throw Error(a.options.file + " has " + text(n) + " voxels and " + b.options.file + " " +
+                text(b.header.dims) + ": both images of a pair have the same grid");
+  const glm::dmat4 toA = voxelToVoxel(b.header.affine(), a.header.affine(), a.options.file);
+  double farthest = 0;
+  for (int corner = 0; corner < 8; ++corner) {
+    const glm::dvec3 p((corner & 1) * (n.x - 1), ((corner & 2) >> 1) * (n.y - 1),
+                       ((corner & 4) >> 2) * (n.z - 1));
+    const glm::dvec3 off = glm::abs(glm::dvec3(toA * glm::dvec4(p, 1)) - p);
+    farthest = std::max({farthest, off.x, off.y, off.z});
+  }
+  if (!(farthest <= placeTolerance))
+    throw Error(a.options.file + " and " + b.options.file +
+                " have as many voxels but lie at different places (up to " + text(farthest) +
+                " voxels apart): both images of a pair have the same grid");
+}
+
+void addOnce(std::vector<Remark>& remarks, const std::string& sentence) {
+  if (std::find(remarks.begin(), remarks.end(), Remark(sentence)) == remarks.end())
+    remarks.push_back(sentence);
+}
+
+std::string directionText(const InputImage& image) {
+  return nameOf(image.direction()) + " (" + image.acquisition.direction->sourceText() + ")";
+}
+
+void settleDirections(PairInput& pair) {
+  using bids::StatedDirection;
+  InputImage& a = pair.a;
+  InputImage& b = pair.b;
+  const bool knownA = a.acquisition.direction.has_value();
+  const bool knownB = b.acquisition.direction.has_value();
+  if (!knownA && !knownB) {
+    a.acquisition.direction = StatedDirection{{1, 1}, StatedDirection::Source::assumed};
+    b.acquisition.direction = StatedDirection{{1, -1}, StatedDirection::Source::assumed};
+    pair.notes.push_back(
+        "there is neither a sidecar nor an option that tells the phase-encoding directions of " +
+        a.title() + " and " + b.title() +
+        ": the axis is taken to be j (the second one), and results are in voxels and mm, not Hz");
+  } else if (!knownA || !knownB) {
+    InputImage& unknown = knownA ? b : a;
+    const InputImage& known = knownA ? a : b;
+    unknown.acquisition.direction =
+        StatedDirection{known.direction().opposite(), StatedDirection::Source::opposite};
+    pair.notes.push_back(unknown.options.file +
+                         " has neither a sidecar nor an option: its phase-encoding direction is "
+                         "taken to be the opposite of that of " +
+                         known.options.file + ", " + nameOf(unknown.direction()));
+  }
+  if (a.direction().axis != b.direction().axis)
+    throw Error("phase encoding is along different axes: " + a.title() + " has " +
+                directionText(a) + ", " + b.title() + " has " + directionText(b));
+  if (a.direction() == b.direction())
+    throw Error("a pair needs opposite phase-encoding directions, but " + a.title() + " has " +
+                directionText(a) + " and " + b.title() + " has " + directionText(b));
+}
+
+void noteEstimatedReadouts(PairInput& pair) {
+  for (const InputImage* image : {&pair.a, &pair.b})
+    if (image->acquisition.readout->source == bids::ReadoutSource::estimated)
+      addOnce(pair.notes, "the readout time in " + image->acquisition.readout->file +
+                              " is an estimate of the program that converted the images: the "
+                              "field in Hz is as good as that");
+}
+
+// Both images have a readout time, perhaps not the same.
+void settleCommonReadout(PairInput& pair) {
+  const bids::Readout& a = *pair.a.acquisition.readout;
+  const bids::Readout& b = *pair.b.acquisition.readout;
+  const std::string difference = pair.a.title() + " has a readout time of " + text(a.seconds) +
+                                 " s (" + nameOf(a.source) + "), " + pair.b.title() + " one of " +
+                                 text(b.seconds) + " s (" + nameOf(b.source) + ")";
+  if (std::abs(a.seconds - b.seconds) > readoutTolerance * std::max(a.seconds, b.seconds)) {
+    const bool given =
+        a.source == bids::ReadoutSource::option && b.source == bids::ReadoutSource::option;
+    if (!given) throw Error(difference + ": both images of a pair have the same");
+    pair.warnings.push_back(difference +
+                            ": the estimate takes both to be equal, their mean counts");
+  }
+  pair.readoutSeconds = a.seconds == b.seconds ? a.seconds : 0.5 * (a.seconds + b.seconds);
+}
+
+void settleReadout(PairInput& pair) {
+  std::optional<bids::Readout>& a = pair.a.acquisition.readout;
+  std::optional<bids::Readout>& b = pair.b.acquisition.readout;
+  const bool assumed =
+      pair.a.acquisition.direction->source == bids::StatedDirection::Source::assumed;
+  if (!a && !b) {
+    if (!assumed)
+      pair.notes.emplace_back("the readout time is not known: results are in voxels and mm, not Hz",
+                              Advice{Advice::Kind::giveReadout, Advice::Of::both});
+    return;
+  }
+  if (assumed)
+    throw Error("a readout time is given, but the phase-encoding directions of " + pair.a.title() +
+                    " and " + pair.b.title() + " are not known",
+                {Advice::Kind::giveDirection, Advice::Of::both});
+  if (!a || !b) {
+    pair.notes.push_back((a ? pair.b : pair.a).options.file +
+                         " has no readout time of its own: that of the other image is taken");
+    (a ? b : a) = a ? a : b;
+  }
+  settleCommonReadout(pair);
+  noteEstimatedReadouts(pair);
+}
+
+}  // namespace
+
+std::string ImageDescription::title() const {
+  if (header.volumes <= 1) return options.file;
+  if (options.meanOfFirst > 1)
+    return "the mean of " + std::to_string(options.meanOfFirst) + " volumes of " + options.file;
+  return "volume " + std::to_string(options.volume) + " of " + options.file;
+}
+
+PairInput readPair(const ImageOptions& a, const ImageOptions& b) {
+  PairInput pair;
+  pair.a = readInput(a);
+  pair.b = readInput(b);
+  if (sameFile(a.file, b.file) && a.volume == b.volume)
+    throw Error("both images of the pair are " + pair.a.title(), {Advice::Kind::chooseVolumes});
+  checkSameGrid(pair.a, pair.b);
+  readAcquisition(pair.a, Advice::Of::first);
+  readAcquisition(pair.b, Advice::Of::second);
+  settleDirections(pair);
+  settleReadout(pair);
+  for (const InputImage* image : {&pair.a, &pair.b})
+    if (const auto& readout = image->acquisition.readout;
+        readout && !readout->contradiction.empty())
+      addOnce(pair.warnings, readout->contradiction);
+  return pair;
+}
+
+glm::dvec3 projectVoxelSize(const nifti::Header& header) {
+  const glm::dvec3 size = nifti::columnLengths(header.affine());
+  glm::dvec3 result;
+  for (int axis = 0; axis < 3; ++axis) {
+    // By way of the nine digits of a project's header.
+    char digits[40];
+    std::snprintf(digits, sizeof digits, "%.9g", size[axis]);
+    result[axis] = static_cast<double>(std::strtof(digits, nullptr));
+  }
+  return result;
+}
+
+}  // namespace mirel

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/advice.h"
+#include "bids/acquisition.h"
+#include "containers/volume.h"
+#include "nifti/header.h"
+
+namespace mirel {
+
+/// Which image to take from a file, and what is said about it in place of its sidecars.
+struct ImageOptions {
+  std::string file;
+  int volume = 0;       ///< counted from 0
+  int meanOfFirst = 0;  ///< above 0: the mean of so many volumes, from `volume` on
+  bids::GivenAcquisition given;
+};
+
+/// What is known about an image without its voxels.
+struct ImageDescription {
+  ImageOptions options;
+  nifti::Header header;
+  bids::Acquisition acquisition;
+
+  /// What messages call it: the file, with the volume if it has several.
+  std::string title() const;
+  /// Of an image whose direction is settled.
+  bids::PhaseEncodingDirection direction() const { return acquisition.direction->value; }
+};
+
+/// One image of a pair.
+struct InputImage : ImageDescription {
+  Volume<float> image;
+};
+
+/// Two images of one object and one grid with opposite phase encoding, their directions settled.
+struct PairInput {
+  InputImage a, b;
+  /// The readout time that both have; nothing when it is not known: then there are no Hz.
+  std::optional<double> readoutSeconds;
+  /// What had to be assumed, and what is suspicious.
+  std::vector<Remark> notes, warnings;
+
+  int axis() const { return a.direction().axis; }
+};
+
+/// Reads both images and what is to be known about them, and checks that they are a pair.
+///
+///   direction   the option, else the sidecars' PhaseEncodingDirection. Where one image has
+///               neither option nor sidecar it is the opposite of the other's; where both have
+///               none, the axis j is assumed, without readout times.
+///   readout     the option, else the sidecars (bids::Sidecar::readout); an image without either
+///               has the other one's.
+///
+/// Errors  Error, one sentence that names the file and the fault: those of the readers and of
+///         bids::resolveAcquisition; a volume that is not there; fewer than 4 voxels along an
+///         axis; voxels that are not finite; a constant image; sidecars without the fields; two
+///         times the same image; other dimensions or another place (by more than a twentieth of a
+///         voxel); the same direction or another axis; readout times that differ by more than 1 %
+///         (a warning if both were given as options: then their mean counts).
+PairInput readPair(const ImageOptions& a, const ImageOptions& b);
+
+/// The voxel sizes along the image's axes as a project made from the image tells them to the
+/// estimate task: the affine's column lengths in single precision.
+glm::dvec3 projectVoxelSize(const nifti::Header& header);
+
+}  // namespace mirel

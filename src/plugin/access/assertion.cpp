@@ -1,8 +1,0 @@
-#include "plugin/access/assertion.h"
-
-#include <string>
-
-std::logic_error assertion_failed(const char* file, int line, const char* expression) {
-  return std::logic_error(std::string("assertion failure (") + file + ":" + std::to_string(line) +
-                          "): " + expression);
-}
