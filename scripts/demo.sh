@@ -16,8 +16,8 @@ echo "== mirel estimate $ap.fmr $pa.fmr --ic --apply"
 "$mirel" convert "${pa}_undist.fmr" "${pa}_undist.nii.gz" > /dev/null
 "$mirel" picture "$ap.nii.gz" "$pa.nii.gz" "${ap}_undist.nii.gz" "${pa}_undist.nii.gz" \
   "${ap}_vdm.map" --label "AP" --label "PA" --label "AP corrected" --label "PA corrected" \
-  --label "shift, voxels" --slice axial --slice sagittal --common-window \
-  -o "$folder/before_and_after.png" > /dev/null
+  --label "displacement" --contour "$mask" --contour-label "true brain" --slice axial:22 \
+  --slice sagittal --common-window --pixels 2 -o "$folder/before_and_after.png" > /dev/null
 
 echo
 echo "AP and PA inside the brain, before: $("$mirel" compare "$ap.nii.gz" "$pa.nii.gz" --mask "$mask")"

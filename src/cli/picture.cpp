@@ -1,222 +1,179 @@
-#include <cstdio>
-#include <filesystem>
+#include "picture/picture.h"
+
+#include <charconv>
+#include <cmath>
 #include <iostream>
 #include <memory>
-#include <optional>
 
 #include "base/error.h"
-#include "base/outputfile.h"
-#include "base/samefile.h"
 #include "cli/command.h"
-#include "cli/inputimage.h"
-#include "convert/convert.h"
-#include "nifti/filename.h"
-#include "nifti/image.h"
-#include "nifti/orientation.h"
-#include "picture/orient.h"
-#include "picture/slice.h"
+#include "cli/pictureinput.h"
 
 namespace mirel {
 
 namespace {
 
+using namespace picture;
+
 constexpr const char* description =
-    "Draw slices of images and displacement maps side by side, as a PNG picture.\n"
+    "Draw slices of images and maps side by side, as a PNG picture.\n"
     "\n"
     "One column per input, one row per slice; without --slice the middle axial, coronal and\n"
-    "sagittal slice. Right is the patient's right; up is front or head. Maps (.map, --map) are\n"
-    "drawn in colours, blue below and red above 0.\n";
+    "sagittal slice of the first input. The others are cut at the same place in the patient,\n"
+    "whatever their grids. Right is the patient's right; up is front or head.\n"
+    "\n"
+    "Images are grey. Maps are coloured, blue below and red above 0, with one colour bar for\n"
+    "each unit, and faded where no signal was measured: .map files, displacement fields (5-D),\n"
+    "images with Units of Hz, rad/s, T, mm or voxels in their sidecars, those named _fieldmap\n"
+    "or _displacement, and what --map names.\n";
 
 struct Options {
-  std::vector<std::string> images;
-  std::vector<std::string> maps;
-  std::vector<std::string> labels;
+  PictureFiles files;
+  Style style;
   std::vector<std::string> slices;
+  std::vector<std::string> limits;
+  std::string warpAxis;
   std::string out;
-  int volume = 0;
-  int pixels = 3;
-  bool overlay = false;
-  bool commonWindow = false;
-  double limit = 0.0;
+  bool smooth = false;
+  bool noFade = false;
 };
 
-// An input with its axes turned to the patient's.
-struct Input {
-  std::string label;
-  Volume<float> volume;
-  glm::dvec3 voxelMm{1.0};
-  bool isMap = false;
-  Window window;
-};
-
-struct Geometry {
-  glm::ivec3 dims;
-  PatientAxes axes;
-  glm::dvec3 voxelMm;  // of the array's axes
-};
-
-std::string plainName(const std::string& file) {
-  const std::string name = std::filesystem::path(file).filename().string();
-  return nifti::hasNiftiName(name) ? nifti::niftiStem(name)
-                                   : std::filesystem::path(name).stem().string();
+/// A finite number that takes the whole of the text.
+std::optional<double> numberIn(const std::string& text) {
+  double value = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (error != std::errc() || end != text.data() + text.size() || !(std::abs(value) < 1e30))
+    return std::nullopt;
+  return value;
 }
 
-// An image or a project, and the geometry that a map on the same grid may share.
-Input readImage(const std::string& file, int index, std::optional<Geometry>& geometry) {
-  Input input;
-  const Volume<float> volume = readInputVolume(file, index);
-  std::vector<std::string> notes;
-  const nifti::Header header = nifti::hasNiftiName(file) ? nifti::Reader(file).header()
-                                                         : convert::referenceHeader(file, notes);
-  const Geometry own{volume.dimensions(), patientAxes(header.affine()),
-                     nifti::columnLengths(header.affine())};
-  if (!geometry) geometry = own;
-  input.volume = turned(volume, own.axes);
-  input.voxelMm = turned(own.voxelMm, own.axes);
-  input.window = robustWindow(input.volume);
-  return input;
+SlicePlane parsePlane(const std::string& name, const std::string& text) {
+  if (name == "axial" || name == "z") return SlicePlane::axial;
+  if (name == "coronal" || name == "y") return SlicePlane::coronal;
+  if (name == "sagittal" || name == "x") return SlicePlane::sagittal;
+  throw Error("--slice " + text +
+              " is not understood; write axial:30, coronal, sagittal:5 or axial:-12mm");
 }
 
-Input readMap(const std::string& file, const std::optional<Geometry>& geometry) {
-  Input input;
-  const Volume<float> volume = readInputVolume(file, 0);
-  const bool shared = geometry && geometry->dims == volume.dimensions();
-  input.volume = shared ? turned(volume, geometry->axes) : volume;
-  if (shared) input.voxelMm = turned(geometry->voxelMm, geometry->axes);
-  return input;
-}
-
-std::vector<Input> readInputs(const Options& options) {
-  std::vector<Input> inputs;
-  std::optional<Geometry> geometry;
-  std::vector<std::string> maps = options.maps, names;
-  for (const std::string& file : options.images) {
-    if (file.ends_with(".map")) {
-      maps.push_back(file);
-      continue;
-    }
-    refuseOverwrite(options.out, file);
-    inputs.push_back(readImage(file, options.volume, geometry));
-    names.push_back(file);
-  }
-  for (const std::string& file : maps) {
-    refuseOverwrite(options.out, file);
-    inputs.push_back(file.ends_with(".map") ? readMap(file, geometry)
-                                            : readImage(file, 0, geometry));
-    inputs.back().isMap = true;
-    names.push_back(file);
-  }
-  if (inputs.empty()) throw Error("name at least one image or map to draw");
-  for (std::size_t i = 0; i < inputs.size(); ++i)
-    inputs[i].label = i < options.labels.size() ? options.labels[i] : plainName(names[i]);
-  return inputs;
-}
-
-struct Slice {
-  SlicePlane plane;
-  int index;  // -1: the middle
-};
-
-// "axial", "axial:30", also "z:30" and so on.
-Slice parseSlice(const std::string& text) {
+// "axial", "axial:30", "axial:-12.5mm", also "z:30" and so on.
+SliceAt parseSlice(const std::string& text) {
   const std::size_t colon = text.find(':');
-  const std::string plane = text.substr(0, colon);
-  Slice slice{SlicePlane::axial, -1};
-  if (plane == "coronal" || plane == "y")
-    slice.plane = SlicePlane::coronal;
-  else if (plane == "sagittal" || plane == "x")
-    slice.plane = SlicePlane::sagittal;
-  else if (plane != "axial" && plane != "z")
-    throw Error("--slice " + text + " is not understood; write axial:30, coronal or sagittal:5");
+  SliceAt slice{parsePlane(text.substr(0, colon), text)};
   if (colon == std::string::npos) return slice;
-  const std::string number = text.substr(colon + 1);
-  if (number.empty() || number.size() > 6 ||
-      number.find_first_not_of("0123456789") != std::string::npos)
-    throw Error("--slice " + text + ": " + number + " is not the number of a slice");
-  slice.index = std::stoi(number);
+  std::string place = text.substr(colon + 1);
+  const bool inMm = place.ends_with("mm");
+  if (inMm) place.resize(place.size() - 2);
+  const std::optional<double> number = numberIn(place);
+  if (inMm) {
+    if (!number) throw Error("--slice " + text + ": " + place + " is not a number of mm");
+    slice.mm = *number;
+    return slice;
+  }
+  if (!number || place.size() > 6 || place.find_first_not_of("0123456789") != std::string::npos)
+    throw Error("--slice " + text + ": " + place + " is not the number of a slice");
+  slice.index = static_cast<int>(*number);
   return slice;
 }
 
-RgbImage drawInput(const Input& input, const SliceView& view, float limit) {
-  return input.isMap ? drawDiverging(input.volume, view, limit)
-                     : drawGrey(input.volume, view, input.window);
+// "3" or "Hz=120".
+void parseLimit(const std::string& text, Style& style) {
+  const std::size_t equals = text.find_last_of('=');
+  const std::string number = equals == std::string::npos ? text : text.substr(equals + 1);
+  const std::optional<double> limit = numberIn(number);
+  if (!limit || *limit <= 0)
+    throw Error("--limit " + text + ": " + number + " is not a positive number");
+  if (equals == std::string::npos)
+    style.limit = *limit;
+  else
+    style.limitOfUnit[text.substr(0, equals)] = *limit;
 }
 
-float mapLimit(const std::vector<Input>& inputs, double wanted) {
-  if (wanted > 0.0) return static_cast<float>(wanted);
-  float limit = 0.0F;
-  for (const Input& input : inputs)
-    if (input.isMap) limit = std::max(limit, robustLimit(input.volume));
-  return limit;
-}
-
-int runPicture(const Options& options) {
+int runPicture(Options options) {
   if (!options.out.ends_with(".png"))
     throw Error("the picture is a PNG file; " + options.out + " does not end with .png");
-  std::vector<Slice> slices;
-  for (const std::string& text : options.slices) slices.push_back(parseSlice(text));
-  if (slices.empty())
-    slices = {{SlicePlane::axial, -1}, {SlicePlane::coronal, -1}, {SlicePlane::sagittal, -1}};
+  Style& style = options.style;
+  for (const std::string& text : options.slices) style.slices.push_back(parseSlice(text));
+  for (const std::string& text : options.limits) parseLimit(text, style);
+  if (!options.warpAxis.empty())
+    options.files.warpAxis = static_cast<int>(std::string("ijk").find(options.warpAxis));
+  style.sampling = options.smooth ? Sampling::linear : Sampling::nearest;
+  style.fadeUnmeasured = !options.noFade;
 
-  std::vector<Input> inputs = readInputs(options);
-  if (options.commonWindow)
-    for (Input& input : inputs) input.window = inputs.front().window;
-  if (options.overlay && (inputs.size() < 2 || inputs[0].isMap || inputs[1].isMap))
-    throw Error("--overlay needs two images to lay over one another");
-  const float limit = mapLimit(inputs, options.limit);
-  std::vector<Panel> panels;
-  for (std::size_t row = 0; row < slices.size(); ++row) {
-    const auto viewOf = [&](const Input& input) {
-      const int count = sliceCount(input.volume.dimensions(), slices[row].plane);
-      return SliceView{slices[row].plane, slices[row].index < 0 ? count / 2 : slices[row].index,
-                       glm::vec3(input.voxelMm), options.pixels};
-    };
-    for (const Input& input : inputs) {
-      char scale[32] = "";
-      if (input.isMap) std::snprintf(scale, sizeof scale, " +-%.3g", static_cast<double>(limit));
-      panels.push_back(
-          {drawInput(input, viewOf(input), limit), row == 0 ? input.label + scale : ""});
-    }
-    if (options.overlay)
-      panels.push_back({drawOverlay(inputs[0].volume, inputs[0].window, inputs[1].volume,
-                                    inputs[1].window, viewOf(inputs[0])),
-                        row == 0 ? "red/cyan" : ""});
-  }
-  writePng(options.out, sideBySide(panels, static_cast<int>(inputs.size()) + options.overlay));
+  PictureScene read = readPictureScene(options.files, options.out);
+  const Drawn drawn = drawPicture(std::move(read.scene), style);
+  for (const auto& notes : {read.notes, drawn.notes})
+    for (const std::string& note : notes) std::cerr << "Note: " << note << ".\n";
+  writePng(options.out, drawn.image);
   std::cout << options.out << "\n";
   return exitSuccess;
 }
 
-void addLooks(Command* command, Options& options) {
+Option* addRepeated(Command* command, const std::string& name, std::vector<std::string>& values,
+                    const std::string& help, const std::string& type) {
+  return command->add_option(name, values, help)->type_name(type)->expected(1)->take_all();
+}
+
+void addMapOptions(Command* command, Options& options) {
+  addRepeated(command, "--map", options.files.maps, "Draw this image as a map", "FILE");
   command
-      ->add_option("--slice", options.slices,
-                   "A slice: axial:30 (or z:30), coronal:50, sagittal:45, counted from 0 in\n"
-                   "patient axes; without a number the middle one. May be repeated")
-      ->type_name("PLANE[:N]")
-      ->expected(1)
-      ->take_all();
-  command->add_flag("--overlay", options.overlay,
-                    "Add the first image in red laid over the second in cyan");
-  command->add_option("--label", options.labels, "Labels for the inputs, maps last")
-      ->type_name("TEXT")
-      ->expected(1)
-      ->take_all();
-  command->add_option("--volume", options.volume, "Volume of a series, counted from 0")
+      ->add_option("--anatomy", options.files.anatomy, "Lay the maps over this image, of any grid")
+      ->type_name("FILE");
+  addRepeated(command, "--limit", options.limits,
+              "End of the colour scale, in the maps' unit; Hz=120 for the maps of one unit\n"
+              "(default: the 99th percentile of what was measured, rounded up)",
+              "[UNIT=]V");
+  command
+      ->add_option("--unit", options.files.unit, "Unit of maps whose sidecar does not say theirs")
+      ->type_name("TEXT");
+  command
+      ->add_option("--measured", options.files.measured,
+                   "Fade maps outside of this mask (default: outside of the heads of the images,\n"
+                   "or of the anatomy)")
+      ->type_name("FILE");
+  command->add_flag("--no-fade", options.noFade, "Do not fade maps");
+  command
+      ->add_option("--warp-axis", options.warpAxis,
+                   "Voxel axis along which displacement fields are drawn, in mm, positive\n"
+                   "towards greater indices (default: the one with the largest displacements)")
+      ->type_name("i|j|k")
+      ->one_of({"i", "j", "k"});
+}
+
+void addImageOptions(Command* command, Options& options) {
+  command->add_option("--volume", options.files.volume, "Volume of a series, counted from 0")
       ->type_name("N")
       ->not_negative()
       ->capture_default_str();
-  command->add_option("--pixels", options.pixels, "Pixels along the shorter side of a voxel")
+  command->add_flag("--overlay", options.style.overlay,
+                    "Add the first image in red laid over the second in cyan");
+  command->add_flag("--common-window", options.style.commonWindow,
+                    "Draw every image with the grey values of the first (default: each from the\n"
+                    "2nd to the 98th percentile of its own foreground)");
+  addRepeated(command, "--contour", options.files.contours,
+              "Draw the border of this mask, or of the head in this image, over every slice;\n"
+              "\"head\" for the head in the first image. May be repeated",
+              "FILE");
+  addRepeated(command, "--contour-label", options.files.contourLabels,
+              "Labels for the contours (default: names of their files)", "TEXT");
+}
+
+void addLooks(Command* command, Options& options) {
+  addRepeated(command, "--slice", options.slices,
+              "A slice: axial:30 (or z:30), coronal:50, sagittal:45, counted from 0 towards\n"
+              "superior, anterior, right; axial:-12mm by its place in the scanner; without a\n"
+              "number the middle one. May be repeated",
+              "PLANE[:N]");
+  addRepeated(command, "--label", options.files.labels, "Labels for the inputs, maps last", "TEXT");
+  command
+      ->add_option("--pixels", options.style.pixelsPerVoxel,
+                   "Pixels along the shorter side of a voxel of the first input")
       ->type_name("N")
       ->in_range(1, 16)
       ->capture_default_str();
-  command->add_flag("--common-window", options.commonWindow,
-                    "Draw every image with the grey values of the first (default: each from the\n"
-                    "2nd to the 98th percentile of its own foreground)");
-  command
-      ->add_option("--limit", options.limit,
-                   "End of the colour scale of maps, in their unit (default: 99th percentile)")
-      ->type_name("V")
-      ->positive();
+  command->add_flag("--smooth", options.smooth,
+                    "Interpolate between voxels (default: every pixel shows its voxel)");
+  command->add_flag("--own-grids", options.style.ownGrids,
+                    "Cut every input in its own grid, with slices counted there");
 }
 
 }  // namespace
@@ -225,17 +182,15 @@ void addPictureCommand(Command& app, Program& program) {
   Command* command = app.add_subcommand("picture", description);
   const auto options = std::make_shared<Options>();
   command
-      ->add_option("IN", options->images,
+      ->add_option("IN", options->files.images,
                    "NIfTI images, projects (.fmr, .dmr) and maps (.map) on grids of their own")
       ->type_name("");
   command->add_option("-o,--out", options->out, "The picture to write; an older one is replaced")
       ->type_name("FILE.png")
       ->required();
-  command->add_option("--map", options->maps, "NIfTI images that are drawn as maps")
-      ->type_name("FILE")
-      ->expected(1)
-      ->take_all();
   addLooks(command, *options);
+  addImageOptions(command, *options);
+  addMapOptions(command, *options);
   command->callback(
       [options, &program] { program.action = [options] { return runPicture(*options); }; });
 }

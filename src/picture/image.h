@@ -1,15 +1,12 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <string>
-#include <string_view>
 #include <vector>
 
-namespace mirel {
+#include "picture/colour.h"
 
-/// A red, green and blue value, 0 to 255 each.
-using Colour = std::array<std::uint8_t, 3>;
+namespace mirel::picture {
 
 /// A picture of pixels, rows from the top.
 class RgbImage {
@@ -20,23 +17,21 @@ class RgbImage {
 
   int width() const { return columns; }
   int height() const { return rows; }
+  bool contains(int x, int y) const { return x >= 0 && x < columns && y >= 0 && y < rows; }
   Colour at(int x, int y) const { return pixels[index(x, y)]; }
   void set(int x, int y, Colour colour) { pixels[index(x, y)] = colour; }
   const std::uint8_t* row(int y) const { return pixels[index(0, y)].data(); }
 
-  /// Copies `other` to (x, y); what falls outside is left out.
-  void paste(const RgbImage& other, int x, int y);
+  /// In each of the following, what falls outside is left out.
 
-  /// Each pixel becomes a block of `across` x `down` pixels.
-  RgbImage enlarged(int across, int down) const;
-
-  /// Writes capitals, digits and common punctuation in a font of 5 x 7 dots, 6 apart, from the
-  /// upper left corner (x, y), each dot `dot` pixels wide. Small letters are written as capitals,
-  /// unknown characters as blanks; what falls outside is left out.
-  void write(int x, int y, std::string_view text, Colour colour, int dot = 1);
-  static int textWidth(std::string_view text, int dot = 1) {
-    return text.empty() ? 0 : (static_cast<int>(text.size()) * 6 - 1) * dot;
+  /// Mixes `weight` (0 to 1) of `colour` into a pixel.
+  void blend(int x, int y, Colour colour, float weight) {
+    if (contains(x, y)) set(x, y, mixed(at(x, y), colour, weight));
   }
+  /// Fills the rectangle that has its upper left corner at (x, y).
+  void fill(int x, int y, int width, int height, Colour colour);
+  /// Copies `other` to (x, y).
+  void paste(const RgbImage& other, int x, int y);
 
   bool operator==(const RgbImage&) const = default;
 
@@ -50,11 +45,11 @@ class RgbImage {
   std::vector<Colour> pixels;
 };
 
-/// Writes an 8-bit RGB PNG file, whole or not at all: under a temporary name in the same folder,
-/// then renamed. Equal pictures make equal bytes (no time stamp).
+/// Writes an 8-bit RGB PNG file, whole or not at all. Equal pictures make equal bytes (no time
+/// stamp).
 ///
-/// Errors  std::invalid_argument for an empty picture; std::runtime_error with the file's name
-///         and the fault if it cannot be written.
+/// Errors  std::invalid_argument for an empty picture; Error with the file's name and the
+///         fault if it cannot be written.
 void writePng(const std::string& fileName, const RgbImage& image);
 
-}  // namespace mirel
+}  // namespace mirel::picture

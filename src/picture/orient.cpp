@@ -3,7 +3,7 @@
 #include <cmath>
 #include <glm/geometric.hpp>
 
-namespace mirel {
+namespace mirel::picture {
 
 PatientAxes patientAxes(const glm::dmat4& affine) {
   PatientAxes result;
@@ -33,27 +33,4 @@ PatientAxes patientAxes(const glm::dmat4& affine) {
   return result;
 }
 
-Volume<float> turned(const Volume<float>& volume, const PatientAxes& axes) {
-  const glm::ivec3 dims = volume.dimensions();
-  glm::ivec3 size;
-  for (int p = 0; p < 3; ++p) size[p] = dims[axes.axis[static_cast<std::size_t>(p)]];
-  Volume<float> result(size);
-  for (int z = 0; z < size.z; ++z)
-    for (int y = 0; y < size.y; ++y)
-      for (int x = 0; x < size.x; ++x) {
-        const glm::ivec3 to(x, y, z);
-        glm::ivec3 from;
-        for (int p = 0; p < 3; ++p) {
-          const auto i = static_cast<std::size_t>(p);
-          from[axes.axis[i]] = axes.against[i] ? size[p] - 1 - to[p] : to[p];
-        }
-        result[to] = volume[from];
-      }
-  return result;
-}
-
-glm::dvec3 turned(glm::dvec3 perArrayAxis, const PatientAxes& axes) {
-  return {perArrayAxis[axes.axis[0]], perArrayAxis[axes.axis[1]], perArrayAxis[axes.axis[2]]};
-}
-
-}  // namespace mirel
+}  // namespace mirel::picture

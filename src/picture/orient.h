@@ -2,11 +2,8 @@
 
 #include <array>
 #include <glm/mat4x4.hpp>
-#include <glm/vec3.hpp>
 
-#include "containers/volume.h"
-
-namespace mirel {
+namespace mirel::picture {
 
 /// Which axis of an array runs nearest to each axis of the patient (x to the right, y anterior,
 /// z superior), and whether it runs against it.
@@ -19,10 +16,4 @@ struct PatientAxes {
 /// axis is used once. A matrix with a column that is zero or not finite gives the array's own axes.
 PatientAxes patientAxes(const glm::dmat4& affine);
 
-/// The volume with its axes turned to the patient's.
-Volume<float> turned(const Volume<float>& volume, const PatientAxes& axes);
-
-/// Sizes per array axis, turned likewise.
-glm::dvec3 turned(glm::dvec3 perArrayAxis, const PatientAxes& axes);
-
-}  // namespace mirel
+}  // namespace mirel::picture

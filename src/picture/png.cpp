@@ -1,16 +1,12 @@
 #include <png.h>
-#include <unistd.h>
 
-#include <cerrno>
 #include <csetjmp>
-#include <cstdio>
-#include <cstring>
-#include <filesystem>
 #include <stdexcept>
 
+#include "base/outputfile.h"
 #include "picture/image.h"
 
-namespace mirel {
+namespace mirel::picture {
 
 namespace {
 
@@ -55,23 +51,9 @@ void writePng(const std::string& fileName, const RgbImage& image) {
   Encoder encoder{image, {}};
   if (!encode(encoder))
     throw std::runtime_error("the picture " + fileName + " could not be encoded");
-
-  const std::string temporary = fileName + ".part" + std::to_string(getpid());
-  const auto fail = [&](const char* what, int code) {
-    std::remove(temporary.c_str());
-    throw std::runtime_error("cannot " + std::string(what) + " the picture " + fileName + ": " +
-                             std::strerror(code));
-  };
-  std::FILE* file = std::fopen(temporary.c_str(), "wb");
-  if (!file) fail("create", errno);
-  const bool written =
-      std::fwrite(encoder.bytes.data(), 1, encoder.bytes.size(), file) == encoder.bytes.size();
-  const int writeError = errno;
-  const bool closed = std::fclose(file) == 0;
-  if (!written || !closed) fail("write", written ? errno : writeError);
-  std::error_code error;
-  std::filesystem::rename(temporary, fileName, error);
-  if (error) fail("write", error.value());
+  OutFile file(fileName);
+  file.write(encoder.bytes.data(), encoder.bytes.size());
+  file.commit();
 }
 
-}  // namespace mirel
+}  // namespace mirel::picture

@@ -1,41 +1,15 @@
 #include <gmock/gmock.h>
 
-#include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
+#include "cli/documents.h"
 #include "cli/program.h"
 
 namespace mirel {
 
 // The commands of docs/first-hour.md, and after them those of docs/from-other-tools.md, do what the
 // texts say.
-
-namespace {
-
-std::vector<std::string> commandsOf(const std::string& document) {
-  std::vector<std::string> commands;
-  std::ifstream is(document);
-  bool inBlock = false;
-  for (std::string line; std::getline(is, line);)
-    if (line.starts_with("```"))
-      inBlock = !inBlock;
-    else if (inBlock)
-      commands.push_back(line);
-  return commands;
-}
-
-ProgramResult runLine(const std::string& command, const std::string& folder) {
-  EXPECT_THAT(command, testing::ContainsRegex("^(mirel|mkdir|cp) "));
-  const std::string programs = std::filesystem::path(MIREL_PROGRAM).parent_path().string();
-  ProgramResult result =
-      runProgram("/bin/sh", {"-c", "PATH='" + programs + "':$PATH; " + command}, folder);
-  EXPECT_EQ(result.status, 0) << command << "\n" << result.err;
-  return result;
-}
-
-}  // namespace
 
 TEST(FirstHour, EveryCommandWorksInTheOrderOfTheText) {
   const TemporaryFolder folder;

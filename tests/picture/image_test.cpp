@@ -2,14 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include <set>
+#include <limits>
 #include <stdexcept>
 
-#include "picture/font.h"
-
-namespace mirel {
-
 namespace {
+
+using namespace mirel;
+using namespace mirel::picture;
 
 constexpr Colour red{255, 0, 0}, blue{0, 0, 255}, black{0, 0, 0};
 
@@ -33,51 +32,26 @@ TEST(RgbImage, PasteLeavesOutWhatFallsOutside) {
           << x << " " << y;
 }
 
-TEST(RgbImage, EnlargedRepeatsPixelsAcrossAndDown) {
-  RgbImage image(2, 1, red);
-  image.set(1, 0, blue);
-  const RgbImage large = image.enlarged(3, 2);
-  ASSERT_EQ(large.width(), 6);
-  ASSERT_EQ(large.height(), 2);
-  for (int y = 0; y < 2; ++y)
-    for (int x = 0; x < 6; ++x) EXPECT_EQ(large.at(x, y), x < 3 ? red : blue);
+TEST(RgbImage, FillsAndBlendsWithinItsBounds) {
+  RgbImage image(4, 3, blue);
+  image.fill(-5, 1, 7, 50, red);
+  for (int y = 0; y < 3; ++y)
+    for (int x = 0; x < 4; ++x) EXPECT_EQ(image.at(x, y), x < 2 && y >= 1 ? red : blue);
+  image.blend(3, 0, {100, 200, 55}, 0.5F);
+  EXPECT_EQ(image.at(3, 0), (Colour{50, 100, 155}));
+  image.blend(4, 0, red, 1.0F);
+  image.blend(0, -1, red, 1.0F);
+  EXPECT_EQ(image.at(0, 0), blue);
 }
 
-TEST(RgbImage, WritesTextAsDots) {
-  RgbImage image(20, 9);
-  image.write(1, 1, "I.", red);
-  // "I": a bar of five rows between two serifs of three dots.
-  EXPECT_EQ(image.at(2, 1), red);
-  EXPECT_EQ(image.at(3, 4), red);
-  EXPECT_EQ(image.at(2, 4), black);
-  EXPECT_EQ(image.at(4, 7), red);
-  EXPECT_EQ(image.at(7, 7), black);
-  EXPECT_EQ(image.at(9, 7), red);  // the full stop
-  EXPECT_EQ(RgbImage::textWidth("I."), 11);
-  EXPECT_EQ(RgbImage::textWidth("I.", 2), 22);
-  EXPECT_EQ(RgbImage::textWidth(""), 0);
-}
-
-TEST(RgbImage, TextOutsideIsLeftOut) {
-  RgbImage image(4, 4);
-  image.write(-3, -3, "###", red, 2);
-  image.write(100, 100, "###", red);
-  SUCCEED();  // no access outside: the sanitizers look
-}
-
-TEST(Font, LettersAndDigitsDifferAndSmallLettersAreCapitals) {
-  std::set<std::array<std::uint8_t, 7>> shapes;
-  const std::string characters = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ.,:;-+=/%()_!?<>*'#";
-  for (const char c : characters) {
-    const auto rows = glyphRows(c);
-    for (const std::uint8_t row : rows) EXPECT_LT(row, 32);
-    shapes.insert(rows);
-  }
-  EXPECT_EQ(shapes.size(), characters.size());
-  EXPECT_EQ(glyphRows('q'), glyphRows('Q'));
-  EXPECT_EQ(glyphRows('\x80'), glyphRows(' '));
+TEST(Colours, AreMixedByWeightAndRounded) {
+  EXPECT_EQ(mixed(black, {255, 100, 1}, 0.5F), (Colour{128, 50, 1}));
+  EXPECT_EQ(mixed(red, blue, 0.0F), red);
+  EXPECT_EQ(mixed(red, blue, 1.0F), blue);
+  EXPECT_EQ(toByte(-1.0F), 0);
+  EXPECT_EQ(toByte(0.5F), 128);
+  EXPECT_EQ(toByte(7.0F), 255);
+  EXPECT_EQ(toByte(std::numeric_limits<float>::quiet_NaN()), 0);
 }
 
 }  // namespace
-
-}  // namespace mirel

@@ -4,9 +4,10 @@
 
 #include <limits>
 
-namespace mirel {
-
 namespace {
+
+using namespace mirel;
+using namespace mirel::picture;
 
 glm::dmat4 columns(glm::dvec3 i, glm::dvec3 j, glm::dvec3 k) {
   return {glm::dvec4(i, 0), glm::dvec4(j, 0), glm::dvec4(k, 0), glm::dvec4(7, 8, 9, 1)};
@@ -40,20 +41,4 @@ TEST(PatientAxes, OfADegenerateMatrixAreTheArraysOwn) {
   }
 }
 
-TEST(Turned, PutsVoxelsAndSizesWhereTheAxesSay) {
-  Volume<float> volume(2, 3, 4);
-  for (int i = 0; i < volume.size(); ++i) volume.data()[i] = static_cast<float>(i);
-  // x to the left is j, y anterior is k, z downwards is i.
-  const PatientAxes axes = patientAxes(columns({0, 0, -1}, {-1, 0, 0}, {0, 1, 0}));
-  const Volume<float> result = turned(volume, axes);
-  ASSERT_EQ(result.dimensions(), glm::ivec3(3, 4, 2));
-  for (int z = 0; z < 2; ++z)
-    for (int y = 0; y < 4; ++y)
-      for (int x = 0; x < 3; ++x)
-        EXPECT_EQ(result.at(x, y, z), volume.at(1 - z, 2 - x, y)) << x << " " << y << " " << z;
-  EXPECT_EQ(turned(glm::dvec3(2, 3, 4), axes), glm::dvec3(3, 4, 2));
-}
-
 }  // namespace
-
-}  // namespace mirel

@@ -8,9 +8,10 @@
 
 #include "picture/image.h"
 
-namespace mirel {
-
 namespace {
+
+using namespace mirel;
+using namespace mirel::picture;
 
 namespace fs = std::filesystem;
 
@@ -91,5 +92,3 @@ TEST_F(PngTest, NamesAFileThatCannotBeWritten) {
 }
 
 }  // namespace
-
-}  // namespace mirel
