@@ -16,5 +16,7 @@ function(mirel_test name)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/tests)
   target_link_libraries(${name} PRIVATE ${arg_USES} GTest::gmock_main)
   mirel_use_precompiled(${name} mirel_tests_precompiled)
-  gtest_discover_tests(${name} PROPERTIES TIMEOUT 900 DISCOVERY_TIMEOUT 60)
+  # The folder's name picks tests for the sanitizers (CMakePresets.json).
+  get_filename_component(folder ${CMAKE_CURRENT_SOURCE_DIR} NAME)
+  gtest_discover_tests(${name} PROPERTIES TIMEOUT 900 LABELS ${folder} DISCOVERY_TIMEOUT 60)
 endfunction()

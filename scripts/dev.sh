@@ -1,20 +1,33 @@
 #!/usr/bin/env bash
-# One script for everything: scripts/dev.sh build | test | demo | asan | dev | bench | lint
+# One script for everything: scripts/dev.sh build | demo | test | dev | asan | tsan | lint | bench | ci
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-build() { # preset
+setup() { # [LIST OF PACKAGES...], beside that of the program
+  local list packages=()
+  for list in "$@"; do mapfile -t -O "${#packages[@]}" packages < "scripts/packages-$list.txt"; done
+  scripts/setup.sh "${packages[@]}"
+}
+
+configure() { # preset
   cmake --preset "$1" >"build-$1.log" 2>&1 || { cat "build-$1.log" >&2; rm -f "build-$1.log"; exit 1; }
   rm -f "build-$1.log"
+}
+
+build() { # preset
+  configure "$1"
   cmake --build --preset "$1"
 }
 
 case "${1:-}" in
-  build) scripts/setup.sh; build release ;;
-  test)  scripts/setup.sh; build release; ctest --preset release ;;
-  dev)   scripts/setup.sh; build dev; ctest --preset dev ;;
-  asan)  scripts/setup.sh; build asan; ctest --preset asan ;;
-  bench) scripts/setup.sh libbenchmark-dev; build release; scripts/bench.sh build/release ;;
-  demo)  scripts/setup.sh; build release; scripts/demo.sh build/release ;;
+  build) setup; build program ;;
+  demo)  setup; build program; scripts/demo.sh build/release ;;
+  test)  setup test; build release; ctest --preset release ;;
+  dev)   setup test; build dev; ctest --preset dev ;;
+  asan)  setup test; build asan; ctest --preset asan ;;
+  tsan)  setup test; build tsan; ctest --preset tsan ;;
+  lint)  setup lint; configure lint; scripts/lint.sh "${@:2}" ;;
+  bench) setup test bench; build release; scripts/bench.sh build/release ;;
+  ci)    setup test lint; scripts/ci.sh ;;
   *) sed -n '2s/^# //p' "$0" >&2; exit 2 ;;
 esac

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that building and testing need, and those named as arguments; does
-# nothing when all are there.
+# Installs the Debian packages that building the program and the plugin needs (packages.txt), and
+# those named as arguments; does nothing when all are there.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

@@ -46,6 +46,8 @@ template <class... Cases>
 struct Overloaded : Cases... {
   using Cases::operator()...;
 };
+template <class... Cases>
+Overloaded(Cases...) -> Overloaded<Cases...>;
 
 /// Whether braces around the elements mean an object.
 bool areFields(std::initializer_list<Json> elements) {

@@ -21,6 +21,7 @@
 #include "numerics/fft/fftw.h"
 #include "pair/foreground.h"
 #include "phantom/phantom.h"
+#include "support/niftifiles.h"
 #include "vdm/estimatepair.h"
 #include "vdm/vdm.h"
 
@@ -58,8 +59,8 @@ struct Pair {
 double fixedScale = 0;  // --scale, 0: automatic
 
 std::string dataFolder() {
-  const char* folder = std::getenv("MIREL_TEST_DATA");
-  if (folder == nullptr) throw std::runtime_error("MIREL_TEST_DATA names the folder of the data");
+  const std::string folder = niftifiles::dataFolder();
+  if (folder.empty()) throw std::runtime_error("MIREL_TEST_DATA names the folder of the data");
   return folder;
 }
 

@@ -1,18 +1,17 @@
 #pragma once
 
-#include <cstdlib>
 #include <filesystem>
 #include <optional>
 #include <string>
 
 #include "containers/volume.h"
 #include "nifti/image.h"
+#include "support/niftifiles.h"
 
 namespace mirel {
 
 /// Pairs of real b=0 images with opposite phase encoding along y. They are not part of the
-/// repository: they are looked for in the folder that MIREL_TEST_DATA names, else in shared/data
-/// beside the repository.
+/// repository: niftifiles::dataFolder() tells where they are looked for.
 struct RealPair {
   Volume<float> ap, pa;
 };
@@ -21,14 +20,12 @@ inline const char* const realPairs[] = {"uih_umr770_dwi", "siemens_prisma_dwi_bo
 
 /// Nothing where the data are missing.
 inline std::optional<RealPair> readRealPair(const std::string& name) {
-  const char* folder = std::getenv("MIREL_TEST_DATA");
-  const std::filesystem::path dwi =
-      std::filesystem::path(folder ? folder : MIREL_SOURCE_DIR "/../shared/data") / name / "dwi";
+  const std::filesystem::path dwi = std::filesystem::path(niftifiles::dataFolder()) / name / "dwi";
   const auto read = [&](const char* direction) {
     return nifti::Reader((dwi / ("sub-01_dir-" + std::string(direction) + "_b0.nii.gz")).string())
         .readVolume(0);
   };
-  if (!std::filesystem::exists(dwi)) return std::nullopt;
+  if (niftifiles::dataFolder().empty() || !std::filesystem::exists(dwi)) return std::nullopt;
   return RealPair{read("AP"), read("PA")};
 }
 
