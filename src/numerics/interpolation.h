@@ -20,7 +20,7 @@ Between between(double coordinate, int n);
 double trilinear(const Volume<float>& v, const glm::dvec3& p);
 
 /// Cubic convolution between four equidistant samples, at t = 0 .. 1 from p1 to p2: continuous
-/// with its slope, exact for constants and, to rounding, for quadratic polynomials (R. Keys, IEEE
+/// with its slope, exact but for rounding for quadratic polynomials (R. Keys, IEEE
 /// Trans. Acoust. Speech Signal Process. 29:1153, 1981; a = -1/2).
 inline double cubicConvolution(double p0, double p1, double p2, double p3, double t) {
   return p1 + 0.5 * t *

@@ -50,7 +50,7 @@ TEST(CubicConvolution, isExactForQuadraticsAndItsSamples) {
   for (int i = 0; i <= 16; ++i) {
     const double t = i / 16.0;
     EXPECT_NEAR(cubicConvolution(f(-1), f(0), f(1), f(2), t), f(t), 1e-14);
-    EXPECT_EQ(cubicConvolution(0.1, 0.1, 0.1, 0.1, t), 0.1);
+    EXPECT_DOUBLE_EQ(cubicConvolution(0.1, 0.1, 0.1, 0.1, t), 0.1);
   }
   EXPECT_EQ(cubicConvolution(5, 7, 11, 13, 0), 7);
   EXPECT_EQ(cubicConvolution(5, 7, 11, 13, 1), 11);
