@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <nlohmann/json.hpp>
 
 #include "base/error.h"
 #include "base/samefile.h"
@@ -67,8 +66,8 @@ class SceneReader {
   std::string unitInSidecar(const std::string& file) {
     try {
       if (const auto sidecar = bids::findSidecar(file)) {
-        const auto unit = sidecar->json().find("Units");
-        if (unit != sidecar->json().end() && unit->is_string()) return unit->get<std::string>();
+        const Json* unit = sidecar->json().find("Units");
+        if (unit != nullptr && unit->is_string()) return unit->string();
       }
     } catch (const std::exception& failure) {
       result.notes.push_back(std::string(failure.what()) + "; drawn without it");
