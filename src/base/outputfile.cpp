@@ -135,7 +135,7 @@ void OutFolder::write(const std::string& name, const std::string& text) const {
 
 std::string OutFolder::plain(const std::string& message) const {
   std::string result = message;
-  for (std::size_t at; (at = result.find(hidden.string())) != std::string::npos;)
+  for (std::size_t at = 0; (at = result.find(hidden.string())) != std::string::npos;)
     result.replace(at, hidden.string().size(), folder.string());
   return result;
 }

@@ -105,7 +105,7 @@ void OutputFolder::copy(const std::string& file, const std::string& name) {
 
 // Only now do the files have their names.
 std::vector<std::string> OutputFolder::commit() {
-  const std::vector<std::string> paths = files->commit(names);
+  std::vector<std::string> paths = files->commit(names);
   committed = true;
   return paths;
 }

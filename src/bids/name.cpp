@@ -52,7 +52,8 @@ Name Name::ofStem(const std::string& stem) {
 
 std::string Name::text() const {
   std::string result;
-  for (const auto& [key, value] : entities) result += key + "-" + value + "_";
+  for (const auto& [key, value] : entities)
+    result.append(key).append("-").append(value).append("_");
   return result + suffix;
 }
 

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 #include "base/terminal.h"
@@ -36,7 +37,7 @@ std::string ProgressBar::line(const std::string& stage, double done, double elap
   std::snprintf(numbers, sizeof numbers, " %3d %%", static_cast<int>(part * 100));
   text += numbers;
   if (part > 0 && part < 1) {
-    const int left = static_cast<int>(elapsedSeconds * (1 - part) / part + 0.5);
+    const int left = static_cast<int>(std::lround(elapsedSeconds * (1 - part) / part));
     std::snprintf(numbers, sizeof numbers, "  %d:%02d left", left / 60, left % 60);
     text += numbers;
   }

@@ -61,7 +61,7 @@ ConvertOptions gradientFiles(const std::string& in, const ConvertOptions& option
     throw Error("gradient directions and b-values come as two files: the " +
                 std::string(bvecNamed ? "b-values" : "directions") + " for " + in + " are missing");
   if (bvecNamed) return options;
-  const ConvertOptions beside{nifti::niftiStem(in) + ".bvec", nifti::niftiStem(in) + ".bval"};
+  ConvertOptions beside{nifti::niftiStem(in) + ".bvec", nifti::niftiStem(in) + ".bval"};
   const bool bvec = fs::exists(beside.bvecFile);
   const bool bval = fs::exists(beside.bvalFile);
   if (bvec && bval) return beside;
@@ -169,7 +169,7 @@ void writeGradients(const Project& project, const std::string& out, PendingFiles
 
 /// A data file that is too short would read as zeros.
 std::string checkedDataFile(const Project& project, const nifti::Header& image) {
-  const std::string name = project.dataFileName();
+  std::string name = project.dataFileName();
   const std::string& header = project.header().fileName;
   std::error_code failure;
   const std::uintmax_t bytes = fs::file_size(name, failure);
