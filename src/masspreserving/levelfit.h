@@ -1,24 +1,32 @@
 #pragma once
 
 #include "containers/volume.h"
+#include "masspreserving/localnoise.h"
 #include "masspreserving/massmodel.h"
 #include "masspreserving/motionstep.h"
 #include "masspreserving/noise.h"
 #include "masspreserving/objective.h"
+#include "masspreserving/ratiofit.h"
 
 /// What the estimate of noise and smoothness knows (see docs/mass-preserving.md).
 struct FitStatistics {
-  ResidualNoise noise;            ///< of r, in intensities
+  ResidualNoise noise;            ///< of r, in intensities, where the local factor is 1
+  double wholeVariance = 0.0;     ///< of r over the whole volume, without local factors
   double roughnessWeight = 0.0;   ///< prior precision alpha of the unit roughness form
   double degreesOfFreedom = 0.0;  ///< gamma: parameters that the data determine
 };
+
+/// Whether the strengths of the ratio's smoothness are estimated again.
+enum class RatioEvidence { kept, updated };
 
 /// One resolution of the estimate: Gauss-Newton steps on b, with the residuals' variance and the
 /// strength of the smoothness estimated again after each.
 class LevelFit {
  public:
+  /// `nearby`: the nodes of the local noise. `ratio`: of the images' intensities, estimated along
+  /// with b; null: none.
   LevelFit(const MassModel<float>& model, glm::dvec3 spacing, Volume<float> start,
-           FitStatistics statistics);
+           FitStatistics statistics, const CoarseGrid& nearby, RatioFit<float>* ratio = nullptr);
 
   struct Step {
     double energy, largestStep;
@@ -34,7 +42,7 @@ class LevelFit {
                         MotionResponse& response, double tolerance, int maxSolverIterations);
 
   /// Noise and weight from the current b. Call after `step`.
-  void updateStatistics(NoiseTails tails);
+  void updateStatistics(NoiseTails tails, RatioEvidence evidence);
 
   const Volume<float>& displacement() const { return b; }
   const FitStatistics& statistics() const { return known; }
@@ -44,11 +52,13 @@ class LevelFit {
   Roughness<float> form(double weight) const;
   void updateWeights();
   double traceEstimate();
+  void updateRatioWeights();
 
   const MassModel<float>& model;
   glm::dvec3 spacing;
   Volume<float> b;
   FitStatistics known;
   Objective<float> objective;
+  LocalNoise local;
   Volume<float> gradient, direction;
 };

@@ -21,6 +21,18 @@ constexpr int fewestVoxels = 12;         // along an axis of the coarsest resolu
 constexpr double smallestStep = 0.01;    // in voxels; steps below it end a resolution
 constexpr double smallestMotion = 0.05;  // of the grid's farthest corner, in voxels
 constexpr double largestStretch = 0.98;  // between voxels of the result
+// Of the ratio of intensities: polynomials, and a function of the intensity relative to its level
+// near by (nodes a sixth of the longest edge apart), up to three times that.
+constexpr int shadingDegree = 1;
+constexpr int knotCount = 31;
+constexpr double knotStep = 0.1;
+constexpr double levelCells = 6.0;
+// Their prior precisions before anything is known: shading of 1 %, contrasts of some per cent.
+constexpr double firstShapeWeight = 1e4, firstKnotWeight = 1e3;
+// Of the local noise: nodes an eighth of the longest edge apart.
+constexpr double noiseCells = 8.0;
+// Share of the finest steps before outliers are told apart.
+constexpr double tailsFrom = 0.3;
 constexpr double solverTolerance = 0.2;
 constexpr int mostSolverIterations = 60;
 // The motion needs fewer steps than the displacement, and its steps cost more.
@@ -53,6 +65,11 @@ class Estimation {
   void fitCoarse(Head mode);
   void fitLevel(int level, Head mode);
   void startLevel(int level, Head mode);
+  RatioBasis<float> ratioBasis(int level) const;
+  CoarseGrid nodesOver(int level, double cells) const;
+  glm::dvec3 voxelPart(int level) const {
+    return glm::dvec3(gridOf(level).factor) / glm::dvec3(levels.front().voxels);
+  }
   bool headMoved();
   Volume<float> seenByFirst(const Volume<float>& halfWay) const;
   void report(int level, int iteration, const LevelFit::Step& step, const FitStatistics& now);
@@ -71,6 +88,7 @@ class Estimation {
   Volume<float> b;
   HeadMotion head;
   FitStatistics statistics;
+  RatioKnowledge ratio;
   MassPreservingResult result;
 };
 
@@ -91,6 +109,9 @@ void Estimation::startLevel(int level, Head mode) {
     const glm::dvec3 spacing = gridOf(level).voxelMm;
     b = transportStart<float>(imagesOf(level).first, imagesOf(level).second, spacing / spacing.y);
     statistics = {};
+    ratio = {};
+    ratio.shapeWeight = firstShapeWeight;
+    ratio.knotWeight = firstKnotWeight;
     statistics.roughnessWeight = firstRoughnessWeight(spacing);
     head = {};
     if (mode == Head::moving) head.response.fill(Volume<float>(b.dimensions(), 0.0F));
@@ -115,7 +136,10 @@ void Estimation::fitLevel(int level, Head mode) {
     moving.emplace(model, pair.first, pair.second, placeOfLevel(level));
     moving->hold(head.motion, b);
   }
-  LevelFit fit(model, gridOf(level).voxelMm, std::move(b), statistics);
+  std::optional<RatioFit<float>> ratioFit;
+  if (options.estimateScale) ratioFit.emplace(ratioBasis(level), ratio);
+  LevelFit fit(model, gridOf(level).voxelMm, std::move(b), statistics, nodesOver(level, noiseCells),
+               ratioFit ? &*ratioFit : nullptr);
   const int coarse =
       moving ? std::min(options.coarseIterations, mostMovingIterations) : options.coarseIterations;
   const int iterations = finest ? options.finestIterations : coarse;
@@ -131,13 +155,29 @@ void Estimation::fitLevel(int level, Head mode) {
     }
     // Outliers are told apart in the second half of the finest resolution only: before, what is not
     // yet explained is not an outlier.
-    const bool student = finest && i >= iterations / 2;
-    if (!last) fit.updateStatistics(student ? NoiseTails::student : NoiseTails::normal);
+    const bool student = finest && i >= tailsFrom * iterations;
+    // The coarser resolutions know enough of the ratio.
+    const RatioEvidence evidence = finest ? RatioEvidence::kept : RatioEvidence::updated;
+    if (!last) fit.updateStatistics(student ? NoiseTails::student : NoiseTails::normal, evidence);
     report(level, i, step, fit.statistics());
     if (settled) break;
   }
   b = fit.displacement();
   statistics = fit.statistics();
+  if (ratioFit) ratio = ratioFit->knowledge();
+}
+
+// Nodes that are an n-th of the longest edge of the volume apart, for a resolution's voxels.
+CoarseGrid Estimation::nodesOver(int level, double cells) const {
+  const PyramidLevel& own = levels.front();
+  const glm::dvec3 extent = glm::dvec3(own.voxels) * own.voxelMm;
+  const double longest = std::max({extent.x, extent.y, extent.z});
+  return {gridOf(level).voxels, voxelPart(level), CoarseGrid::nodesFor(extent, longest / cells)};
+}
+
+RatioBasis<float> Estimation::ratioBasis(int level) const {
+  return {gridOf(level).voxels,        voxelPart(level), shadingDegree, knotCount, knotStep,
+          nodesOver(level, levelCells)};
 }
 
 void Estimation::fitCoarse(Head mode) {
@@ -156,11 +196,13 @@ Volume<float> Estimation::seenByFirst(const Volume<float>& halfWay) const {
 bool Estimation::headMoved() {
   Volume<float> stillB = std::move(b);
   const FitStatistics still = statistics;
+  const RatioKnowledge stillRatio = ratio;
   fitCoarse(Head::moving);
   const Images& pair = imagesOf(1);
   const GridPlace place = placeOfLevel(1);
   MotionEvidence evidence(pair.first, pair.second, b, head, place);
-  evidence.varianceRatio = still.noise.variance / statistics.noise.variance;
+  evidence.varianceRatio =
+      statistics.wholeVariance > 0.0 ? still.wholeVariance / statistics.wholeVariance : 1.0;
   result.motionMm = evidence.displacementMm;
   result.motionChiSquare = evidence.chiSquare;
   result.motionVarianceRatio = evidence.varianceRatio;
@@ -168,6 +210,7 @@ bool Estimation::headMoved() {
   if (!evidence.isMotion(std::min({mm.x, mm.y, mm.z}))) {
     b = std::move(stillB);
     statistics = still;
+    ratio = stillRatio;
     head = {};
     return false;
   }

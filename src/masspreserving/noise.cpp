@@ -50,7 +50,8 @@ double logLikelihood(const Bins& bins, double nu, double v) {
 }  // namespace
 
 template <typename Real>
-NoiseFit fitNoise(const Volume<Real>& r, const Volume<Real>& s, NoiseTails tails) {
+NoiseFit fitNoise(const Volume<Real>& r, const Volume<Real>& low, const Volume<Real>& high,
+                  NoiseTails tails) {
   Bins bins;
   bins.weight.assign(std::size_t{1} << (31 - binShift), 0.0);
   bins.sum = bins.weight;
@@ -58,7 +59,7 @@ NoiseFit fitNoise(const Volume<Real>& r, const Volume<Real>& s, NoiseTails tails
   for (int z = 0; z < r.nz(); ++z)
     for (int j = 0; j < r.ny(); ++j)
       for (int x = 0; x < r.nx(); ++x) {
-        const double w = std::max(static_cast<double>(s.at(x, j, z)) * s.at(x, j + 1, z), 0.0);
+        const double w = std::max(static_cast<double>(low.at(x, j, z)) * high.at(x, j, z), 0.0);
         const double square = static_cast<double>(r.at(x, j, z)) * r.at(x, j, z);
         const std::size_t bin =
             std::bit_cast<std::uint32_t>(static_cast<float>(square)) >> binShift;
@@ -86,5 +87,7 @@ NoiseFit fitNoise(const Volume<Real>& r, const Volume<Real>& s, NoiseTails tails
   return fit;
 }
 
-template NoiseFit fitNoise(const Volume<float>&, const Volume<float>&, NoiseTails);
-template NoiseFit fitNoise(const Volume<double>&, const Volume<double>&, NoiseTails);
+template NoiseFit fitNoise(const Volume<float>&, const Volume<float>&, const Volume<float>&,
+                           NoiseTails);
+template NoiseFit fitNoise(const Volume<double>&, const Volume<double>&, const Volume<double>&,
+                           NoiseTails);

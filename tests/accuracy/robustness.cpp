@@ -76,8 +76,7 @@ bool folds(const Volume<float>& map) {
 
 void add(Score& score, const SpoiledPair& pair, const SpoilableHead& head, bool details) {
   const std::clock_t start = std::clock();
-  const MassPreservingResult found =
-      estimateMassPreserving(pair.first, pair.second, head.voxelMm);
+  const MassPreservingResult found = estimateMassPreserving(pair.first, pair.second, head.voxelMm);
   score.seconds += static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
   if (folds(found.shiftVoxels)) throw std::runtime_error("a map folds");
   const double rms = rmsDifference(found.shiftVoxels, pair.shiftVoxels, pair.scored);
@@ -89,10 +88,10 @@ void add(Score& score, const SpoiledPair& pair, const SpoilableHead& head, bool 
     ++score.spoiledPairs;
   }
   if (details)
-    std::printf("  seed %d: rms %.4f noise %.1f nu %.0f alpha %.3g dof %.0f motion %.2f mm it %d+%d\n",
-                static_cast<int>(head.seed), rms, found.noiseSigma, found.noiseTails,
-                found.roughnessWeight, found.degreesOfFreedom, found.motionMm, found.iterations,
-                found.solverIterations);
+    std::printf(
+        "  seed %d: rms %.4f noise %.1f nu %.0f alpha %.3g dof %.0f motion %.2f mm it %d+%d\n",
+        static_cast<int>(head.seed), rms, found.noiseSigma, found.noiseTails, found.roughnessWeight,
+        found.degreesOfFreedom, found.motionMm, found.iterations, found.solverIterations);
 }
 
 void run(const Wanted& wanted) {
@@ -104,14 +103,15 @@ void run(const Wanted& wanted) {
       return;
     }
     for (const std::uint64_t seed : wanted.seeds)
-      heads.push_back(measuredHead(std::string(folder) + "/siemens_prisma_dwi_bold_fmap",
-                                   wanted.shift, seed));
+      heads.push_back(
+          measuredHead(std::string(folder) + "/siemens_prisma_dwi_bold_fmap", wanted.shift, seed));
   } else {
     for (const std::uint64_t seed : wanted.seeds)
       heads.push_back(simulatedHead(wanted.size, wanted.shift, seed));
   }
-  std::printf("| pair | rms voxels | times the unspoiled | in the spoiled region | times | s |\n"
-              "|---|---|---|---|---|---|\n");
+  std::printf(
+      "| pair | rms voxels | times the unspoiled | in the spoiled region | times | s |\n"
+      "|---|---|---|---|---|---|\n");
   double unspoiled = 0.0;
   std::vector<double> unspoiledThere;
   for (const Spoiling& spoiling : spoilings()) {
@@ -119,7 +119,8 @@ void run(const Wanted& wanted) {
     if (!first && spoiling.name.find(wanted.row) == std::string::npos) continue;
     Score score;
     for (const SpoilableHead& head : heads)
-      if (!spoiling.needsContrast || head.withContrast) add(score, spoiling.make(head), head, wanted.details);
+      if (!spoiling.needsContrast || head.withContrast)
+        add(score, spoiling.make(head), head, wanted.details);
     if (score.pairs == 0) continue;
     if (first) unspoiled = score.rms();
     std::printf("| %s | %.4f | %.2f |", spoiling.name.c_str(), score.rms(),

@@ -50,8 +50,11 @@ Volume<float> noisy(const SpoilableHead& head, const Volume<float>& signal, doub
 SpoiledPair pairOf(const SpoilableHead& head, const Volume<float>& first,
                    const Volume<float>& second, double noise = ordinaryNoise,
                    const Factor& local = {}) {
-  return {noisy(head, first, noise, 1, local), noisy(head, second, noise, 2, local),
-          head.shiftVoxels, eroded(head.brain, 1), {}};
+  return {noisy(head, first, noise, 1, local),
+          noisy(head, second, noise, 2, local),
+          head.shiftVoxels,
+          eroded(head.brain, 1),
+          {}};
 }
 
 Volume<float> firstOf(const SpoilableHead& head) { return image(head.density, head.shiftVoxels); }
@@ -92,11 +95,10 @@ double courseOf(Course course, glm::dvec3 u) {
 
 Spoiling shaded(const char* name, double depth, Course course) {
   return {name, false, [depth, course](const SpoilableHead& head) {
-            return pairOf(
-                head,
-                times(firstOf(head),
-                      [&](glm::dvec3 u) { return 1.0 + depth * courseOf(course, u); }),
-                secondOf(head));
+            return pairOf(head,
+                          times(firstOf(head),
+                                [&](glm::dvec3 u) { return 1.0 + depth * courseOf(course, u); }),
+                          secondOf(head));
           }};
 }
 
@@ -120,7 +122,8 @@ Spoiling lostSignal(const char* name, double left) {
             const Volume<float> first =
                 times(head.density, [&](glm::dvec3 u) { return 1.0 - (1.0 - left) * inside(u); });
             SpoiledPair pair = pairOf(head, image(first, head.shiftVoxels), secondOf(head));
-            pair.spoiled = maskAbove(times(Volume<float>(pair.first.dimensions(), 1.0F), inside), 0.1);
+            pair.spoiled =
+                maskAbove(times(Volume<float>(pair.first.dimensions(), 1.0F), inside), 0.1);
             for (int i = 0; i < pair.scored.size(); ++i) {
               pair.spoiled.data()[i] &= pair.scored.data()[i];
               if (pair.spoiled.data()[i] != 0) pair.scored.data()[i] = 0;
@@ -161,8 +164,11 @@ Volume<float> cut(const Volume<float>& image, int slices) {
 SpoiledPair cutOff(const SpoilableHead& head) {
   const int slices = foldedSlices(head);
   const SpoiledPair whole = folded(head);
-  SpoiledPair pair{cut(whole.first, slices), cut(whole.second, slices),
-                   cut(whole.shiftVoxels, slices), Mask(cut(whole.first, slices).dimensions()), {}};
+  SpoiledPair pair{cut(whole.first, slices),
+                   cut(whole.second, slices),
+                   cut(whole.shiftVoxels, slices),
+                   Mask(cut(whole.first, slices).dimensions()),
+                   {}};
   std::copy_n(whole.scored.data() + whole.scored.index(0, 0, slices), pair.scored.size(),
               pair.scored.data());
   return pair;

@@ -154,7 +154,8 @@ TEST(MovingPair, findsTheMotionStepByStep) {
   MovingPair pair(model, moved.first, moved.second, moved.place);
   FitStatistics statistics;
   statistics.roughnessWeight = 30.0;
-  LevelFit fit(model, glm::dvec3(3.0), Volume<float>(model.edges(), 0.0F), statistics);
+  LevelFit fit(model, glm::dvec3(3.0), Volume<float>(model.edges(), 0.0F), statistics,
+               CoarseGrid(model.voxels(), 1.0 / glm::dvec3(model.voxels()), {2, 2, 2}));
   HeadMotion head;
   head.response.fill(Volume<float>(model.edges(), 0.0F));
   pair.hold(head.motion, fit.displacement());
@@ -165,7 +166,7 @@ TEST(MovingPair, findsTheMotionStepByStep) {
     // No step goes farther than a voxel.
     EXPECT_LT(step.largestVoxels, 1.01);
     last = step.largestVoxels;
-    fit.updateStatistics(NoiseTails::normal);
+    fit.updateStatistics(NoiseTails::normal, RatioEvidence::updated);
   }
   EXPECT_LT(last, 0.05);
   EXPECT_LT(glm::length(head.motion.translationMm - moved.truth.translationMm), 0.1);

@@ -79,7 +79,8 @@ TEST(Objective, dataProductIsThatOfTheResidualsJacobian) {
     return (above - below) / (2 * h);
   };
   const Volume<double> ju = change(u), jv = change(v);
-  EXPECT_NEAR(dot(u, product), dot(ju, c.objective.weight * jv), 1e-6 * std::abs(dot(u, product)));
+  EXPECT_NEAR(dot(u, product), dot(ju, c.objective.effectiveWeight() * jv),
+              1e-6 * std::abs(dot(u, product)));
 }
 
 TEST(Objective, productAddsBarrierAndRoughnessExactly) {
@@ -128,7 +129,7 @@ TEST(Objective, gradientOfIsTheTransposedJacobian) {
   Volume<double> above(voxels, 0.0), below(voxels, 0.0);
   c.model.evaluate(b + u * h, above, slope);
   c.model.evaluate(b - u * h, below, slope);
-  EXPECT_NEAR(dot(u, change), dot(c.objective.weight * v, (above - below) / (2 * h)),
+  EXPECT_NEAR(dot(u, change), dot(c.objective.effectiveWeight() * v, (above - below) / (2 * h)),
               1e-6 * std::abs(dot(u, change)));
 }
 
