@@ -1,6 +1,6 @@
 # The headers of the standard library and of GLM that most files include are parsed once for all
-# libraries and once for all tests. A file still includes what it uses: continuous integration
-# also compiles without (MIREL_PCH=OFF).
+# libraries and once for all tests. A file still includes what it uses: the lint preset
+# compiles without (MIREL_PCH=OFF).
 #
 # Off by default under a compiler launcher: those that keep results compare single files.
 if(CMAKE_CXX_COMPILER_LAUNCHER)

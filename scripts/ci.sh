@@ -3,8 +3,7 @@
 # is the sum. A step that fails does not keep the next ones from running.
 #   lint   layout and includes (clang-tidy: scripts/dev.sh lint; it still has findings)
 #   tests  all of them, as users get the program
-#   asan   the program's black-box tests and the readers' tests, under AddressSanitizer and UBSan
-# ThreadSanitizer: scripts/dev.sh tsan.
+# Sanitized tests: scripts/dev.sh asan, scripts/dev.sh tsan.
 set -uo pipefail
 cd "$(dirname "$0")/.."
 passed=0
@@ -32,12 +31,8 @@ step() { # NAME COMMAND...
   fi
 }
 
-build() { cmake --preset "$1" > /dev/null && cmake --build --preset "${2:-$1}"; }
-
 step "layout and includes" scripts/lint.sh --layout
 step "tests" scripts/dev.sh test
-step "build for the address sanitizer" build asan asan-ci
-step "tests under the address sanitizer" ctest --preset asan-ci
 
 echo "$passed passed, $failed failed"
 [ "$failed" -eq 0 ]
