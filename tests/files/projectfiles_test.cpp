@@ -7,8 +7,8 @@
 #include <limits>
 
 #include "files/ioerror.h"
-#include "files/messageof.h"
 #include "files/projectkinds.h"
+#include "support/messageof.h"
 
 namespace mirel {
 
