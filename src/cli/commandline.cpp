@@ -3,19 +3,25 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <iostream>
+#include <type_traits>
+#include <utility>
 
 namespace mirel {
 
 namespace {
 
+std::string firstSentence(const std::string& description) {
+  std::string sentence = description.substr(0, description.find("\n\n"));
+  sentence.erase(sentence.find_last_not_of('\n') + 1);
+  std::replace(sentence.begin(), sentence.end(), '\n', ' ');
+  return sentence;
+}
+
 /// Lists the subcommands with the first sentence of their descriptions.
 class OneSentenceFormatter : public CLI::Formatter {
  public:
   std::string make_subcommand(const CLI::App* command) const override {
-    const std::string whole = command->get_description();
-    std::string sentence = whole.substr(0, whole.find("\n\n"));
-    sentence.erase(sentence.find_last_not_of('\n') + 1);
-    std::replace(sentence.begin(), sentence.end(), '\n', ' ');
+    const std::string sentence = firstSentence(command->get_description());
     std::string line = "  " + command->get_name();
     line.resize(std::max(line.size() + 1, get_column_width()), ' ');
     return line + sentence + "\n";
@@ -33,10 +39,17 @@ std::string hintFor(const CLI::App& app) {
   return {};
 }
 
+/// Numbers and lists of them; a text is none.
+template <class Value>
+constexpr bool isNumber = std::is_arithmetic_v<Value>;
+template <class Value>
+constexpr bool isNumber<std::vector<Value>> = std::is_arithmetic_v<Value>;
+
 }  // namespace
 
 Option* Option::type_name(const std::string& name) {
   option->type_name(name);
+  value = name;
   return this;
 }
 
@@ -80,8 +93,9 @@ Option* Option::check(const std::function<std::string(const std::string&)>& refu
   return this;
 }
 
-Option* Option::one_of(std::initializer_list<const char*> words) {
-  option->check(CLI::IsMember(std::vector<std::string>(words.begin(), words.end())));
+Option* Option::one_of(std::initializer_list<const char*> allowed) {
+  words.assign(allowed.begin(), allowed.end());
+  option->check(CLI::IsMember(words));
   return this;
 }
 
@@ -104,7 +118,12 @@ std::size_t Option::count() const { return option->count(); }
 
 std::string Option::get_name() const { return option->get_name(); }
 
-Option* Command::keep(CLI::Option* parsers) { return &options.emplace_back(parsers); }
+Option* Command::keep(CLI::Option* parsers, bool number) {
+  Option& option = options.emplace_back(parsers);
+  option.number = number;
+  if (parsers->get_items_expected_max() > 0) option.value = number ? "N" : "TEXT";
+  return &option;
+}
 
 Command* Command::add_subcommand(const std::string& name, const std::string& description) {
   return &subcommands.emplace_back(app->add_subcommand(name, description));
@@ -113,26 +132,60 @@ Command* Command::add_subcommand(const std::string& name, const std::string& des
 template <class Value>
 Option* Command::add_option(const std::string& names, Value& value,
                             const std::string& description) {
-  return keep(app->add_option(names, value, description));
+  return keep(app->add_option(names, value, description), isNumber<Value>);
 }
 
 Option* Command::add_option_function(const std::string& names,
                                      const std::function<void(const std::string&)>& take,
                                      const std::string& description) {
-  return keep(app->add_option_function<std::string>(names, take, description));
+  return keep(app->add_option_function<std::string>(names, take, description), false);
 }
 
 Option* Command::add_option_function(const std::string& names,
                                      const std::function<void(double)>& take,
                                      const std::string& description) {
-  return keep(app->add_option_function<double>(names, take, description));
+  return keep(app->add_option_function<double>(names, take, description), true);
 }
 
 Option* Command::add_flag(const std::string& names, bool& value, const std::string& description) {
-  return keep(app->add_flag(names, value, description));
+  return keep(app->add_flag(names, value, description), false);
 }
 
 void Command::callback(const std::function<void()>& action) { app->callback(action); }
+
+void Command::hide() { app->group(""); }
+
+ListedOption Command::listed(const CLI::Option& parsers) const {
+  ListedOption listed;
+  for (const std::string& name : parsers.get_snames()) listed.names.push_back("-" + name);
+  for (const std::string& name : parsers.get_lnames()) listed.names.push_back("--" + name);
+  listed.description = parsers.get_description();
+  listed.required = parsers.get_required();
+  listed.many = parsers.get_items_expected_max() >= CLI::detail::expected_max_vector_size;
+  listed.defaultValue = parsers.get_default_str();
+  // The parser's own --help and --version are not among ours.
+  const auto ours = std::find_if(options.begin(), options.end(), [&parsers](const Option& option) {
+    return option.option == &parsers;
+  });
+  if (ours != options.end()) {
+    listed.value = ours->value;
+    listed.words = ours->words;
+    listed.number = ours->number;
+  }
+  if (listed.isArgument()) listed.value = parsers.get_name(/*positional=*/true);
+  return listed;
+}
+
+ListedCommand Command::list() const {
+  ListedCommand listed{app->get_name(), app->get_description(), {}, {}};
+  for (const CLI::Option* option : std::as_const(*app).get_options())
+    if (!option->get_group().empty()) listed.options.push_back(this->listed(*option));
+  for (const Command& command : subcommands)
+    if (!command.app->get_group().empty()) listed.commands.push_back(command.list());
+  return listed;
+}
+
+std::string ListedCommand::summary() const { return firstSentence(description); }
 
 void refuseMissing(const std::string& what) { throw CLI::RequiredError(what); }
 

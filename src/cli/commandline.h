@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "cli/commandlist.h"
+
 namespace CLI {
 class App;
 class Option;
@@ -48,7 +50,12 @@ class Option {
   std::string get_name() const;
 
  private:
+  friend class Command;
+
   CLI::Option* option;
+  bool number = false;
+  std::string value;
+  std::vector<std::string> words;
 };
 
 /// One subcommand, or the program itself. Commands and options live as long as the program's.
@@ -72,9 +79,14 @@ class Command {
   Option* add_flag(const std::string& names, bool& value, const std::string& description);
   /// What to do once the command is parsed. It may call the functions below.
   void callback(const std::function<void()>& action);
+  /// Help does not show it.
+  void hide();
+
+  ListedCommand list() const;
 
  private:
-  Option* keep(CLI::Option* parsers);
+  Option* keep(CLI::Option* parsers, bool number);
+  ListedOption listed(const CLI::Option& parsers) const;
 
   CLI::App* app;
   std::list<Option> options;  // keeps their addresses
