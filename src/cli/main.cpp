@@ -57,6 +57,7 @@ int main(int argc, char** argv) {
   addPhantomCommand(app, program);
   addPictureCommand(app, program);
   addCompareCommand(app, program);
+  addGenerateCommand(app, program);
   switch (line.parse(argc, argv)) {
     case CommandLine::Outcome::answered:
       return exitSuccess;
