@@ -10,6 +10,8 @@ namespace {
 std::optional<StatedDirection> directionOf(const GivenAcquisition& given,
                                            const std::optional<Sidecar>& sidecar) {
   using Source = StatedDirection::Source;
+  if (given.direction && !given.table.empty())
+    return StatedDirection{*given.direction, Source::table, given.table};
   if (given.direction) return StatedDirection{*given.direction, Source::option};
   const auto stated = sidecar ? sidecar->phaseEncoding() : std::nullopt;
   if (!stated) return std::nullopt;
@@ -21,6 +23,7 @@ std::optional<StatedDirection> directionOf(const GivenAcquisition& given,
 std::string StatedDirection::sourceText() const {
   switch (source) {
     case Source::sidecar:
+    case Source::table:
     case Source::map:
       return file;
     case Source::option:
@@ -42,7 +45,9 @@ Acquisition givenAcquisition(const std::string& imageFile, const GivenAcquisitio
   result.direction = directionOf(given, std::nullopt);
   if (!given.readoutSeconds) return result;
   checkReadout(*given.readoutSeconds, "the readout time given for " + imageFile);
-  result.readout = Readout{*given.readoutSeconds, ReadoutSource::option};
+  result.readout = given.table.empty()
+                       ? Readout{*given.readoutSeconds, ReadoutSource::option}
+                       : Readout{*given.readoutSeconds, ReadoutSource::table, given.table};
   return result;
 }
 

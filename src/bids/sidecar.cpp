@@ -46,6 +46,8 @@ std::string nameOf(ReadoutSource source) {
       return "EffectiveEchoSpacing times (lines - 1)";
     case ReadoutSource::estimated:
       return "estimated by the converter";
+    case ReadoutSource::table:
+      return "acquisition table";
     case ReadoutSource::option:
       break;
   }
@@ -53,6 +55,7 @@ std::string nameOf(ReadoutSource source) {
 }
 
 std::string sourceText(const Readout& readout) {
+  if (readout.source == ReadoutSource::table) return readout.file;
   return nameOf(readout.source) + (readout.file.empty() ? "" : " in " + readout.file);
 }
 

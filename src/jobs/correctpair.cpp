@@ -3,6 +3,7 @@
 #include "jobs/pairoutputs.h"
 #include "jobs/seriescorrection.h"
 #include "numerics/fft/fftw.h"
+#include "pair/tablepair.h"
 
 namespace mirel {
 
@@ -15,6 +16,7 @@ std::vector<std::string> filesOf(const PairInput& pair) {
   for (const InputImage* image : {&pair.a, &pair.b}) {
     files.push_back(image->options.file);
     for (const std::string& sidecar : image->acquisition.sidecarFiles()) files.push_back(sidecar);
+    if (!image->options.given.table.empty()) files.push_back(image->options.given.table);
   }
   return files;
 }
@@ -26,6 +28,15 @@ void announceAll(const PairInput& pair, const PairNames& names, SeriesCorrection
   for (const std::string& file : names.files()) folder.announce(file, inputs);
   series.announce(inputs);
   if (!folder.isThere(descriptionFile)) folder.announce(descriptionFile, inputs);
+}
+
+PairInput readPairOf(const CorrectPairOptions& options) {
+  if (options.acquisitionTable.empty()) return readPair(options.a, options.b);
+  const TablePair stated = pairByTable(options.a, options.b, options.acquisitionTable);
+  PairInput pair = readPair(stated.a, stated.b);
+  pair.notes.insert(pair.notes.begin(), stated.notes.begin(), stated.notes.end());
+  pair.warnings.insert(pair.warnings.begin(), stated.warnings.begin(), stated.warnings.end());
+  return pair;
 }
 
 // What corrects the series: a field, or without readout times the map itself.
@@ -60,7 +71,7 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
   run.seriesSettings.modulation = options.estimate.modulation;
   OutputFolder folder(options.outputFolder);
   progress.at(Stage::reading, 0.0);
-  const PairInput pair = readPair(options.a, options.b);
+  const PairInput pair = readPairOf(options);
   SeriesCorrection series(run.seriesSettings, folder);
   for (const SeriesFile& file : options.series) {
     SeriesInput input = readSeriesOf(pair, file);

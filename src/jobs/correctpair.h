@@ -11,6 +11,8 @@ namespace mirel {
 
 struct CorrectPairOptions {
   ImageOptions a, b;
+  /// A table that tells directions and readout times of both (pairByTable); may be empty.
+  std::string acquisitionTable;
   EstimateSettings estimate;
   /// Further images of the session to correct.
   std::vector<SeriesFile> series;

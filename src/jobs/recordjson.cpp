@@ -34,6 +34,8 @@ Json imageJson(const ImageDescription& image) {
   if (image.header.volumes > 1) json["Volume"] = image.options.volume;
   if (image.options.meanOfFirst > 1) json["MeanOfVolumes"] = image.options.meanOfFirst;
   addAcquisition(json, image.acquisition);
+  const std::string& table = image.options.given.table;
+  if (!table.empty()) json["AcquisitionTable"] = fileJson(table);
   return json;
 }
 
