@@ -36,10 +36,19 @@ bool hasSearchOptions(const Options& options) {
   return options.ssd || options.ncc || options.ic || options.noIc || options.fast;
 }
 
+bool saysOfPair(const CorrectPairOptions& job) {
+  const auto says = [](const bids::GivenAcquisition& given) {
+    return given.direction || given.readoutSeconds || !given.sidecar.empty();
+  };
+  return says(job.a.given) || says(job.b.given);
+}
+
 void settle(Options& options) {
   CorrectPairOptions& job = options.job;
   job.version = MIREL_VERSION;
-  job.b.volume = options.volumeB >= 0 ? options.volumeB : job.a.volume;
+  // Below 0 the table tells which volume it is.
+  job.b.volume =
+      options.volumeB < 0 && job.acquisitionTable.empty() ? job.a.volume : options.volumeB;
   job.a.meanOfFirst = options.mean;
   job.b.meanOfFirst = options.meanB > 0 ? options.meanB : options.mean;
   if (!job.b.given.readoutSeconds) job.b.given.readoutSeconds = job.a.given.readoutSeconds;
@@ -58,6 +67,16 @@ int runCorrect(Options options) {
                 [&](Progress& progress) { return correctPair(options.job, progress); });
 }
 
+/// Of the parsed line.
+void checkPair(const CorrectPairOptions& job) {
+  if (job.acquisitionTable.empty()) {
+    if (job.b.file.empty()) refuseMissing("B");
+  } else if (saysOfPair(job)) {
+    refuseTogether("--datain",
+                   "--pe-a, --pe-b, --readout, --readout-b, --sidecar-a and --sidecar-b");
+  }
+}
+
 void addImageOptions(Command* command, Options& options) {
   CorrectPairOptions& job = options.job;
   command->add_option("A", job.a.file, "First image of the pair (.nii, .nii.gz)")
@@ -66,9 +85,9 @@ void addImageOptions(Command* command, Options& options) {
   command
       ->add_option("B", job.b.file,
                    "Second image: the same grid, the opposite phase-encoding direction; may be\n"
-                   "another volume of the same file")
-      ->type_name("")
-      ->required();
+                   "another volume of the same file. With --datain A may hold both directions\n"
+                   "instead, a row for each of its volumes")
+      ->type_name("");
   command->add_option("--apply", options.runs, "Series of the same session to correct, too")
       ->type_name("RUN");
   command
@@ -97,6 +116,11 @@ void addImageOptions(Command* command, Options& options) {
 void addAcquisitionOptions(Command* command, Options& options) {
   bids::GivenAcquisition& a = options.job.a.given;
   bids::GivenAcquisition& b = options.job.b.given;
+  command
+      ->add_option("--datain", options.job.acquisitionTable,
+                   "Directions and readout times of A and B as topup reads them: rows of x y z\n"
+                   "and the readout time in s, one per image or one per volume")
+      ->type_name("FILE");
   addDirectionOption(
       command, "--pe-a", a.direction,
       "Phase-encoding direction of A: i, i-, j, j-, k or k- (default: its sidecar's)");
@@ -174,6 +198,7 @@ void addCorrectCommand(Command& app, Program& program) {
   command->add_flag("--json", options->json,
                     "Print a summary as JSON instead of the names of the files written");
   command->callback([options, &program] {
+    checkPair(options->job);
     const bool search = hasSearchOptions(*options);
     if (options->estimator == nameOf(Estimator::massPreserving) && search)
       refuseTogether("--estimator mass-preserving",
