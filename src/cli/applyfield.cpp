@@ -68,7 +68,7 @@ ImageCommandOptions addApplyFieldOptions(Command* command, ApplyFieldArguments& 
                               "Write 32-bit floats (default: the data type of RUN, rounded)"));
   forImages(command->add_flag("--warp", arguments.job.seriesSettings.writeWarp,
                               "Also write the displacement field for other programs,\n"
-                              "RUN_desc-warp_xfm.nii.gz"));
+                              "RUN_from-orig_to-undistorted_mode-image_xfm.nii.gz"));
   forImages(command->add_option("--reference", arguments.job.reference,
                                 "An undistorted image of the head on any grid: tell whether the\n"
                                 "opposite sign agrees better with it"))

@@ -33,8 +33,8 @@ struct ApplyFieldOptions {
 /// The job of `mirel apply` on images: series corrected with a field in Hz, or a displacement map,
 /// that is there already. Writes for each series
 ///
-///   RUN_desc-corrected_SUFFIX   see SeriesCorrection
-///   RUN_desc-warp_xfm           with writeWarp
+///   RUN_desc-preproc_SUFFIX                       see SeriesCorrection
+///   RUN_from-orig_to-undistorted_mode-image_xfm   with writeWarp
 ///
 /// Direction and readout time come from the options, else from the sidecar of the series. A map is
 /// applied as it stands: true(y) = I(y + shift(y)).

@@ -3,6 +3,7 @@
 #include "bids/name.h"
 #include "field/warp.h"
 #include "jobs/recordjson.h"
+#include "jobs/resultnames.h"
 #include "nifti/image.h"
 #include "nifti/orientation.h"
 
@@ -12,15 +13,11 @@ namespace {
 
 constexpr const char* imageEnd = ".nii.gz";
 
-std::string correctedDescription(const InputImage& image) {
-  if (image.header.volumes <= 1) return "corrected";
-  if (image.options.meanOfFirst > 1)
-    return "correctedMeanOf" + std::to_string(image.options.meanOfFirst);
-  return "correctedVolume" + std::to_string(image.options.volume);
-}
-
-std::string warpDescription(const InputImage& image) {
-  return image.header.volumes <= 1 ? "warp" : "warpVolume" + std::to_string(image.options.volume);
+// Which volumes of several an image was made of.
+std::string detailOf(const InputImage& image) {
+  if (image.header.volumes <= 1) return {};
+  if (image.options.meanOfFirst > 1) return "MeanOf" + std::to_string(image.options.meanOfFirst);
+  return "Volume" + std::to_string(image.options.volume);
 }
 
 class PairWriter {
@@ -74,17 +71,16 @@ class PairWriter {
 PairNames PairNames::of(const PairInput& pair) {
   const bids::Name a = bids::Name::of(pair.a.options.file);
   const bids::Name b = bids::Name::of(pair.b.options.file);
-  const bids::Name common = bids::commonName(a, b);
-  const std::string suffix = common.isStructured() ? "" : "epi";
+  const std::string ofA = detailOf(pair.a), ofB = detailOf(pair.b);
   PairNames names;
-  names.correctedA = derivedName(a, correctedDescription(pair.a));
-  names.correctedB = derivedName(b, correctedDescription(pair.b));
-  names.mean = derivedName(common, "correctedMean", suffix);
-  names.voxels = derivedName(common, "voxels", "displacement");
-  names.mm = derivedName(common, "mm", "displacement");
-  if (pair.readoutSeconds) names.field = derivedName(common, "estimated", "fieldmap");
-  names.warpA = derivedName(a, warpDescription(pair.a), "xfm");
-  names.warpB = derivedName(b, warpDescription(pair.b), "xfm");
+  names.correctedA = correctedName(a, ofA);
+  names.correctedB = correctedName(b, ofB);
+  names.mean = pairResultName(a, b, "magnitude");
+  names.voxels = displacementName(a, "voxels", ofA);
+  names.mm = displacementName(a, "mm", ofA);
+  if (pair.readoutSeconds) names.field = pairResultName(a, b, "fieldmap");
+  names.warpA = warpName(a, ofA);
+  names.warpB = warpName(b, ofB);
   return names;
 }
 

@@ -17,7 +17,8 @@ struct PairNames {
   std::string field;  ///< empty where there is no readout time
   std::string warpA, warpB;
 
-  /// An image that is one of several volumes has "correctedVolume3" or "correctedMeanOf5".
+  /// By resultnames.h. An image that is one of several volumes has "preprocVolume3" or
+  /// "preprocMeanOf5".
   static PairNames of(const PairInput& pair);
   /// The files that are written under them: images and their sidecars.
   std::vector<std::string> files() const;

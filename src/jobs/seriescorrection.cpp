@@ -5,6 +5,7 @@
 #include "bids/name.h"
 #include "field/series.h"
 #include "field/warp.h"
+#include "jobs/resultnames.h"
 #include "nifti/filename.h"
 
 namespace mirel {
@@ -24,8 +25,6 @@ SeriesNames namesFrom(const SeriesInput& input, const std::string& stem, const s
     names.gradients.push_back(stem + fs::path(file).extension().string());
   return names;
 }
-
-std::string warpName(const bids::Name& name) { return derivedName(name, "warp", "xfm") + imageEnd; }
 
 // Who says that the direction is what it is, for a sentence that doubts it.
 std::string accusedOf(const SeriesInput& input) {
@@ -75,8 +74,8 @@ SeriesRecord recordOf(const SeriesInput& input, const std::string& output,
 
 SeriesNames SeriesNames::inFolder(const SeriesInput& input, bool withWarp) {
   const bids::Name name = bids::Name::of(input.file);
-  SeriesNames names = namesFrom(input, derivedName(name, "corrected"), imageEnd);
-  if (withWarp) names.warp = warpName(name);
+  SeriesNames names = namesFrom(input, correctedName(name), imageEnd);
+  if (withWarp) names.warp = warpName(name) + imageEnd;
   return names;
 }
 
@@ -84,7 +83,7 @@ SeriesNames SeriesNames::asImage(const SeriesInput& input, const std::string& im
                                  bool withWarp) {
   const std::string stem = nifti::niftiStem(image);
   SeriesNames names = namesFrom(input, stem, image.substr(stem.size()));
-  if (withWarp) names.warp = warpName(bids::Name::ofStem(stem));
+  if (withWarp) names.warp = warpName(bids::Name::ofStem(stem)) + imageEnd;
   return names;
 }
 

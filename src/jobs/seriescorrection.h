@@ -17,9 +17,9 @@ namespace mirel {
 
 /// What one series becomes: names in the output folder.
 struct SeriesNames {
-  std::string image;                   ///< RUN_desc-corrected_SUFFIX.nii.gz
-  std::string sidecar;                 ///< the same with .json
-  std::string warp;                    ///< RUN_desc-warp_xfm.nii.gz; empty: none is written
+  std::string image;    ///< RUN_desc-preproc_SUFFIX.nii.gz
+  std::string sidecar;  ///< the same with .json
+  std::string warp;     ///< RUN_from-orig_to-undistorted_mode-image_xfm.nii.gz; empty: none
   std::vector<std::string> gradients;  ///< parallel to SeriesInput::gradientFiles
 
   /// For results in a folder.

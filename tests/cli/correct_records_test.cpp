@@ -67,7 +67,7 @@ class Records : public AxesPair {
 TEST_F(Records, ASeriesKeepsItsSidecarFieldsAndGradientFiles) {
   const std::string run = runWithAll();
   const ProgramResult result = correct('j', {"--fast", "--apply", run}, "out");
-  const std::string stem = file("out/sub-1_desc-corrected_dwi");
+  const std::string stem = file("out/sub-1_desc-preproc_dwi");
   expectKeptFields(jsonOf(stem + ".json"));
   EXPECT_EQ(textOf(stem + ".bvec"), directions);
   EXPECT_EQ(textOf(stem + ".bval"), bValues);
@@ -81,7 +81,7 @@ TEST_F(Records, AnAppliedFieldKeepsSidecarFieldsAndGradientFilesToo) {
     const ProgramResult result = runMirel({"apply", "--field", field, run, "-o", output});
     ASSERT_EQ(result.status, 0) << result.err;
     const std::string stem =
-        output == file("out") ? file("out/sub-1_desc-corrected_dwi") : file("clean");
+        output == file("out") ? file("out/sub-1_desc-preproc_dwi") : file("clean");
     expectKeptFields(jsonOf(stem + ".json"));
     EXPECT_EQ(textOf(stem + ".bvec"), directions);
     EXPECT_EQ(textOf(stem + ".bval"), bValues);
@@ -107,7 +107,7 @@ TEST_F(Records, EveryInputIsNamedWithItsChecksum) {
     return image.substr(0, image.size() - std::string(".nii.gz").size()) + ".json";
   };
   const std::string field = input('j', "desc-truth_fieldmap.nii.gz");
-  const std::string name = "sub-phantom_task-rest_dir-AP_desc-corrected_bold.json";
+  const std::string name = "sub-phantom_task-rest_dir-AP_desc-preproc_bold.json";
   correct('j', {"--ssd", "--no-ic", "--float", "--apply", bold('j')}, "out");
   const json record = jsonOf(file("out/" + name))["Mirel"];
   expectChecksums(record["Inputs"][0], ap('j'), sidecarOf(ap('j')));
@@ -163,8 +163,9 @@ TEST_F(Records, TheForegroundIsThatOfTheImages) {
     const std::string a = file(std::string("sub-phantom_acq-dark") + axis + "_epi.nii.gz");
     darker.write(a);
     const std::string direction = std::string(1, axis) + "-";
-    const ProgramResult result = runMirel(
-        {"correct", a, pa(axis), "--pe-a", direction, "--fast", "--json", "-o", file("out")});
+    const std::string results = file(std::string("out-") + axis);
+    const ProgramResult result =
+        runMirel({"correct", a, pa(axis), "--pe-a", direction, "--fast", "--json", "-o", results});
     ASSERT_EQ(result.status, 0) << result.err;
     const json summary = json::parse(result.out);
     const double threshold = summary["foregroundThreshold"], scale = summary["intensityScale"];
@@ -178,8 +179,8 @@ TEST_F(Records, TheForegroundIsThatOfTheImages) {
                   threshold, scale, 100 * summary["foreground"][0].get<double>(),
                   100 * summary["foreground"][1].get<double>());
     EXPECT_THAT(result.err, HasSubstr(text));
-    const json options =
-        jsonOf(file("out/sub-phantom_desc-mm_displacement.json"))["Mirel"]["Options"];
+    const std::string map = std::string("/sub-phantom_acq-dark") + axis + "_desc-mm_vdm.json";
+    const json options = jsonOf(results + map)["Mirel"]["Options"];
     EXPECT_EQ(options["ForegroundThreshold"], threshold);
     EXPECT_EQ(options["IntensityScale"], scale);
   }
@@ -200,13 +201,13 @@ TEST_F(Records, WhetherTheFieldWasResampledIsSaid) {
                 "-o", file("b")});
   ASSERT_EQ(applied.status, 0) << applied.err;
   const json series = json::parse(result.out)["series"];
-  const std::string names[] = {"sub-phantom_task-rest_dir-AP_desc-corrected_bold.json",
-                               "own_desc-corrected_bold.json"};
+  const std::string names[] = {"sub-phantom_task-rest_dir-AP_desc-preproc_bold.json",
+                               "own_desc-preproc_bold.json"};
   for (std::size_t n = 0; n < 2; ++n) {
     const bool resampled = n == 0;
     EXPECT_EQ(series[n]["fieldResampled"], resampled);
     for (const char* out : {"a/", "b/"}) {
-      const std::string sidecar = file(out + (n == 0 ? names[0] : "own_bold_desc-corrected.json"));
+      const std::string sidecar = file(out + (n == 0 ? names[0] : "own_bold_desc-preproc.json"));
       const json record =
           jsonOf(fs::exists(sidecar) ? sidecar : file(out + names[1]))["Mirel"]["Series"];
       EXPECT_EQ(record["FieldResampled"], resampled) << sidecar;
@@ -230,11 +231,11 @@ TEST_F(Records, WarningsStandInTheSidecarsTheyConcern) {
   for (const json& warning : all)
     EXPECT_THAT(result.err, HasSubstr("Warning: " + warning.get<std::string>()));
   const json record =
-      jsonOf(file("out/sub-phantom_task-rest_dir-AP_desc-corrected_bold.json"))["Mirel"];
+      jsonOf(file("out/sub-phantom_task-rest_dir-AP_desc-preproc_bold.json"))["Mirel"];
   json recorded = record["Warnings"];
   for (const json& warning : record["Series"]["Warnings"]) recorded.push_back(warning);
   EXPECT_EQ(recorded, all);
-  EXPECT_EQ(jsonOf(file("out/sub-phantom_desc-estimated_fieldmap.json"))["Mirel"]["Warnings"],
+  EXPECT_EQ(jsonOf(file("out/sub-phantom_desc-preproc_fieldmap.json"))["Mirel"]["Warnings"],
             record["Warnings"]);
 }
 
