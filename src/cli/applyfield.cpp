@@ -46,8 +46,12 @@ ImageCommandOptions addApplyFieldOptions(Command* command, ApplyFieldArguments& 
       forImages(command->add_option(
                     "-o,--output", arguments.job.output,
                     "For images: folder for the results, made if need be; for one RUN also the\n"
-                    "name of an image (.nii, .nii.gz). Older files are replaced"))
+                    "name of an image (.nii, .nii.gz). Results of the same images are replaced, "
+                    "those of\n"
+                    "others refused"))
           ->type_name("DIR");
+  forImages(command->add_flag("--overwrite", arguments.job.overwrite,
+                              "Replace files of the same names whatever they were made of"));
   addDirectionOption(command, "--pe", arguments.given.direction,
                      "With --field: phase-encoding direction of every RUN: i, i-, j, j-, k or k-\n"
                      "(default: its sidecar's)")

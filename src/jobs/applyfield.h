@@ -27,7 +27,8 @@ struct ApplyFieldOptions {
   std::string output;
   /// An undistorted image of the same head for the sign check; empty: none is made.
   std::string reference;
-  std::string version;  ///< of the program, for the records
+  bool overwrite = false;  ///< replace results that were made of other inputs
+  std::string version;     ///< of the program, for the records
 };
 
 /// The job of `mirel apply` on images: series corrected with a field in Hz, or a displacement map,
@@ -40,7 +41,8 @@ struct ApplyFieldOptions {
 /// applied as it stands: true(y) = I(y + shift(y)).
 /// Errors  one sentence with the file and the fault, before anything is written: see readField,
 ///         readSeries and correctSeries; two outputs of one name; an output that would overwrite
-///         an input; what `progress` throws.
+///         an input, or a result of other inputs unless `overwrite` says so; what `progress`
+///         throws.
 RunRecord applyField(const ApplyFieldOptions& options, Progress& progress);
 
 }  // namespace mirel

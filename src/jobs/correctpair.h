@@ -17,7 +17,8 @@ struct CorrectPairOptions {
   /// Of the series; their modulation is that of the estimate's settings.
   SeriesSettings seriesSettings;
   std::string outputFolder;
-  std::string version;  ///< of the program, for the records
+  bool overwrite = false;  ///< replace results that were made of other inputs
+  std::string version;     ///< of the program, for the records
 };
 
 /// The whole job of `mirel correct`: from a pair of images, and series of the same session, to a
@@ -36,15 +37,18 @@ struct CorrectPairOptions {
 ///                                            displacement fields for programs that compose
 ///                                            transforms (writeWarpLps)
 ///   RUN_desc-preproc_SUFFIX                  every series: see SeriesCorrection
-///   dataset_description.json                 unless there is one
+///   dataset_description.json                 unless there is one, there or above (mayDescribe)
+///
+/// A field in Hz that an earlier run of the pair left is removed where this run has none; other
+/// results of earlier runs that do not belong to these are named in a warning (EarlierResults).
 ///
 /// The field f in Hz is such that true(y) = I(y + f T) for an image encoded along "j" (or i, k)
 /// with the readout time T, and I(y - f T) for "j-".
 ///
 /// Errors  one sentence with the file and the fault; nothing was written. Besides those of
 ///         readPair, readSeriesOf and estimatePairMap: an output folder that cannot be made or
-///         written to, an output that would overwrite an input, a full disk; what `progress`
-///         throws.
+///         written to, an output that would overwrite an input, or a result of other inputs unless
+///         `overwrite` says so; a full disk; what `progress` throws.
 RunRecord correctPair(const CorrectPairOptions& options, Progress& progress);
 
 }  // namespace mirel

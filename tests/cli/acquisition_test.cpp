@@ -190,8 +190,8 @@ TEST_P(Acquisition, AVolumeAndAMeanAreThoseThatAreNamed) {
     EXPECT_EQ(result.status, 0) << result.err;
     const fs::path folderName = file(name);
     for (const auto& entry : fs::directory_iterator(folderName))
-      if (const std::string result = entry.path().filename().string();
-          result.find("desc-voxels") != std::string::npos && result.ends_with("_vdm.nii.gz"))
+      if (const std::string map = entry.path().filename().string();
+          map.find("desc-voxels") != std::string::npos && map.ends_with("_vdm.nii.gz"))
         return valuesOf(entry.path());
     return Values();
   };
