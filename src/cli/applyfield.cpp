@@ -75,7 +75,8 @@ ImageCommandOptions addApplyFieldOptions(Command* command, ApplyFieldArguments& 
                               "RUN_from-orig_to-undistorted_mode-image_xfm.nii.gz"));
   forImages(command->add_option("--reference", arguments.job.reference,
                                 "An undistorted image of the head on any grid: tell whether the\n"
-                                "opposite sign agrees better with it"))
+                                "opposite sign agrees better with it, by normalised mutual\n"
+                                "information (no unit; 1: none, 2: one image tells the other)"))
       ->type_name("IMAGE");
   forImages(command->add_option("--threads", arguments.job.seriesSettings.threads,
                                 "Threads that correct volumes (default: one per core)"))
