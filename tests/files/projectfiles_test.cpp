@@ -7,8 +7,8 @@
 #include <limits>
 
 #include "files/ioerror.h"
-#include "files/messageof.h"
 #include "files/projectkinds.h"
+#include "support/messageof.h"
 
 namespace mirel {
 
@@ -37,6 +37,20 @@ TYPED_TEST(ProjectFilesOf, DataThatAreNotThereAreNamed) {
   EXPECT_TRUE(TypeParam::volumes(withoutData).empty());
   EXPECT_EQ(messageOf<IOError>([&] { TypeParam::load(withoutData); }),
             TypeParam::readingData + this->dataName());
+}
+
+TYPED_TEST(ProjectFilesOf, AReadThatFailsIsNoEndOfTheFile) {
+  // The memory at address 0 of this process is an ordinary file that cannot be read.
+  const std::string unreadable = "/proc/self/mem";
+  const std::string header =
+      this->dir.write(TypeParam::header, projects::smallHeader(2, 3, 4, 5, 1));
+  std::filesystem::create_symlink(unreadable, this->dataName());
+  EXPECT_EQ(messageOf<ReadFileError>([&] { typename TypeParam::Project p(header, true); }),
+            "Failed reading " + this->dataName() + ": Input/output error");
+  std::filesystem::remove(header);
+  std::filesystem::create_symlink(unreadable, header);
+  EXPECT_EQ(messageOf<ReadFileError>([&] { typename TypeParam::Project p(header, false); }),
+            "Failed reading " + header + ": Input/output error");
 }
 
 TYPED_TEST(ProjectFilesOf, ImpossibleSizesAreRefusedWithTheirNumbers) {
