@@ -25,9 +25,9 @@ echo "== mirel phantom $folder"
 echo
 echo "== mirel correct $ap.nii.gz $pa.nii.gz --modulate -o $out"
 "$mirel" correct "$ap.nii.gz" "$pa.nii.gz" --modulate -o "$out" > /dev/null
-corrected_ap=$out/sub-phantom_dir-AP_desc-corrected_epi.nii.gz
-corrected_pa=$out/sub-phantom_dir-PA_desc-corrected_epi.nii.gz
-found=$out/sub-phantom_desc-voxels_displacement.nii.gz
+corrected_ap=$out/sub-phantom_dir-AP_desc-preproc_epi.nii.gz
+corrected_pa=$out/sub-phantom_dir-PA_desc-preproc_epi.nii.gz
+found=$out/sub-phantom_dir-AP_desc-voxels_vdm.nii.gz
 
 echo
 echo "== mirel estimate $ap.fmr $pa.fmr --ic --apply   (projects, through the plugin)"

@@ -16,6 +16,7 @@ struct Advice {
     chooseVolumes,       ///< which volumes of the two files make the pair
     makeField,           ///< of a displacement map a field, which fits any grid
     givePlugin,          ///< where the plugin is
+    overwrite,           ///< another output, or that what is there may go
   };
   /// Which image it is about: the only one, one or both of a pair, or a series beside a pair.
   enum class Of { image, first, second, both, series };

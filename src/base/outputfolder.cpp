@@ -3,9 +3,9 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <fstream>
 
 #include "base/error.h"
+#include "base/inputfile.h"
 #include "base/progress.h"
 #include "base/samefile.h"
 
@@ -14,6 +14,9 @@ namespace mirel {
 namespace fs = std::filesystem;
 
 namespace {
+
+// What is copied are tables beside an image.
+constexpr std::uintmax_t largestCopy = 64U << 20U;
 
 // The nearest folder above that exists, to be able to say early that writing will fail.
 fs::path existingParent(fs::path path) {
@@ -49,8 +52,8 @@ OutputFolder::~OutputFolder() {
 }
 
 void OutputFolder::announce(const std::string& name, const std::vector<std::string>& inputs) {
-  const std::string target = (folder / name).string();
-  if (std::find(names.begin(), names.end(), name) != names.end())
+  const std::string target = this->target(name);
+  if (isAnnounced(name))
     throw Error("two results would have the name " + target +
                 ": name every image once, or correct them in separate folders");
   std::error_code ignored;
@@ -63,6 +66,10 @@ void OutputFolder::announce(const std::string& name, const std::vector<std::stri
 bool OutputFolder::isThere(const std::string& name) const {
   std::error_code ignored;
   return fs::exists(folder / name, ignored);
+}
+
+bool OutputFolder::isAnnounced(const std::string& name) const {
+  return std::find(names.begin(), names.end(), name) != names.end();
 }
 
 std::vector<std::string> OutputFolder::write(const std::function<void()>& work) {
@@ -97,16 +104,15 @@ void OutputFolder::writeText(const std::string& name, const std::string& text) {
 }
 
 void OutputFolder::copy(const std::string& file, const std::string& name) {
-  std::ifstream is(file, std::ios::binary);
-  const std::string content((std::istreambuf_iterator<char>(is)), std::istreambuf_iterator<char>());
-  if (!is) throw Error(file, "cannot be read");
-  writeText(name, content);
+  writeText(name, readWholeFile(file, largestCopy));
 }
 
 // Only now do the files have their names.
 std::vector<std::string> OutputFolder::commit() {
   std::vector<std::string> paths = files->commit(names);
   committed = true;
+  std::error_code ignored;
+  for (const std::string& name : retired) fs::remove(folder / name, ignored);
   return paths;
 }
 

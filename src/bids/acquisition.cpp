@@ -1,5 +1,7 @@
 #include "bids/acquisition.h"
 
+#include <filesystem>
+
 #include "base/error.h"
 #include "bids/inheritance.h"
 
@@ -16,6 +18,11 @@ std::optional<StatedDirection> directionOf(const GivenAcquisition& given,
   const auto stated = sidecar ? sidecar->phaseEncoding() : std::nullopt;
   if (!stated) return std::nullopt;
   return StatedDirection{*stated, Source::sidecar, sidecar->phaseEncodingFile()};
+}
+
+// Beside the image, so that its folder is told with that.
+std::string ownSidecar(const std::string& imageFile) {
+  return std::filesystem::path(sidecarName(imageFile)).filename().string();
 }
 
 }  // namespace
@@ -70,8 +77,7 @@ const StatedDirection& requireDirection(const Acquisition& acquisition,
   if (acquisition.sidecar)
     throw Error(acquisition.sidecar->title(), "has no PhaseEncodingDirection", advice);
   throw Error(imageFile,
-              "has no sidecar " + sidecarName(imageFile) + " with a PhaseEncodingDirection",
-              advice);
+              "has no sidecar " + ownSidecar(imageFile) + " with a PhaseEncodingDirection", advice);
 }
 
 const Readout& requireReadout(const Acquisition& acquisition, const std::string& imageFile,
@@ -82,7 +88,7 @@ const Readout& requireReadout(const Acquisition& acquisition, const std::string&
     throw Error(acquisition.sidecar->title(),
                 "has neither TotalReadoutTime nor EffectiveEchoSpacing", advice);
   throw Error(imageFile,
-              "has no sidecar " + sidecarName(imageFile) +
+              "has no sidecar " + ownSidecar(imageFile) +
                   " with a TotalReadoutTime or an EffectiveEchoSpacing",
               advice);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
@@ -8,6 +9,12 @@
 
 /// Which sidecars describe an image: one may stand higher up in a dataset and describe many.
 namespace mirel::bids {
+
+inline constexpr const char* descriptionFile = "dataset_description.json";
+
+/// The nearest folder, the given one or one above it, with a dataset_description.json; empty when
+/// there is none.
+std::filesystem::path datasetRoot(const std::filesystem::path& folder);
 
 /// The sidecars that apply to an image, the farthest first. They are looked for in every folder
 /// from the dataset's root down to the image's own; the root is the nearest folder, the image's

@@ -45,6 +45,8 @@ std::string withAdvice(const std::string& sentence, const Advice& advice) {
       return sentence + ": name two files, or two volumes with --volume and --volume-b";
     case Advice::Kind::makeField:
       return sentence + ": a field in Hz ('mirel field --from-map') fits images of any grid";
+    case Advice::Kind::overwrite:
+      return sentence + "; name another output, or replace it with --overwrite";
     case Advice::Kind::givePlugin:
       return sentence + "; name it with --plugin FILE";
   }

@@ -26,7 +26,7 @@ constexpr const char* description =
     "With --field every RUN is an image of the same session on any grid. The field is resampled\n"
     "to its grid and scaled by its readout time; direction and readout time come from its BIDS\n"
     "sidecar (.json) or from options. Images are written to DIR as "
-    "RUN_desc-corrected_SUFFIX.nii.gz\n"
+    "RUN_desc-preproc_SUFFIX.nii.gz\n"
     "with a sidecar. Prints the names of the files written.\n";
 
 struct Options {

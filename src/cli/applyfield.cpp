@@ -46,8 +46,12 @@ ImageCommandOptions addApplyFieldOptions(Command* command, ApplyFieldArguments& 
       forImages(command->add_option(
                     "-o,--output", arguments.job.output,
                     "For images: folder for the results, made if need be; for one RUN also the\n"
-                    "name of an image (.nii, .nii.gz). Older files are replaced"))
+                    "name of an image (.nii, .nii.gz). Results of the same images are replaced, "
+                    "those of\n"
+                    "others refused"))
           ->type_name("DIR");
+  forImages(command->add_flag("--overwrite", arguments.job.overwrite,
+                              "Replace files of the same names whatever they were made of"));
   addDirectionOption(command, "--pe", arguments.given.direction,
                      "With --field: phase-encoding direction of every RUN: i, i-, j, j-, k or k-\n"
                      "(default: its sidecar's)")
@@ -68,10 +72,11 @@ ImageCommandOptions addApplyFieldOptions(Command* command, ApplyFieldArguments& 
                               "Write 32-bit floats (default: the data type of RUN, rounded)"));
   forImages(command->add_flag("--warp", arguments.job.seriesSettings.writeWarp,
                               "Also write the displacement field for other programs,\n"
-                              "RUN_desc-warp_xfm.nii.gz"));
+                              "RUN_from-orig_to-undistorted_mode-image_xfm.nii.gz"));
   forImages(command->add_option("--reference", arguments.job.reference,
                                 "An undistorted image of the head on any grid: tell whether the\n"
-                                "opposite sign agrees better with it"))
+                                "opposite sign agrees better with it, by normalised mutual\n"
+                                "information (no unit; 1: none, 2: one image tells the other)"))
       ->type_name("IMAGE");
   forImages(command->add_option("--threads", arguments.job.seriesSettings.threads,
                                 "Threads that correct volumes (default: one per core)"))

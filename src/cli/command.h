@@ -1,5 +1,6 @@
 #pragma once
 
+#include <csignal>
 #include <functional>
 #include <string>
 
@@ -26,7 +27,8 @@ inline constexpr ExitMeaning exitMeanings[] = {
      "One sentence on standard error says what is wrong, and nothing was written; or a check has\n"
      "findings."},
     {exitUsage, "The command line was not understood."},
-    {exitInterrupted, "Interrupted (Ctrl-C). Nothing was written."},
+    {exitStatusOf(SIGINT), "Interrupted (Ctrl-C). Nothing was written."},
+    {exitStatusOf(SIGTERM), "Ended from outside (SIGTERM). Nothing was written."},
 };
 
 /// What the subcommands share. Each subcommand adds itself to the command line with its own

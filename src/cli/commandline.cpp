@@ -2,9 +2,12 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cctype>
 #include <iostream>
 #include <type_traits>
 #include <utility>
+
+#include "cli/suggestion.h"
 
 namespace mirel {
 
@@ -44,6 +47,41 @@ template <class Value>
 constexpr bool isNumber = std::is_arithmetic_v<Value>;
 template <class Value>
 constexpr bool isNumber<std::vector<Value>> = std::is_arithmetic_v<Value>;
+
+using Words = std::vector<std::string>;
+
+/// The first word that is neither an option of the program nor the value of one.
+Words::const_iterator commandIn(const Words& words) {
+  for (auto word = words.begin(); word != words.end(); ++word) {
+    if (*word == "--plugin" && word + 1 != words.end())
+      ++word;
+    else if (word->empty() || word->front() != '-')
+      return word;
+  }
+  return words.end();
+}
+
+/// Null when there is none of that name.
+const CLI::App* subcommand(const CLI::App& app, const std::string& name) {
+  for (const CLI::App* each : app.get_subcommands({}))
+    if (each->get_name() == name) return each;
+  return nullptr;
+}
+
+bool isLetter(char c) { return std::isalpha(static_cast<unsigned char>(c)) != 0; }
+
+Words longOptions(const std::vector<const CLI::App*>& apps) {
+  Words names;
+  for (const CLI::App* each : apps)
+    for (const CLI::Option* option : each->get_options())
+      for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+  return names;
+}
+
+std::string didYouMean(const std::string& word, const Words& known) {
+  const std::string meant = nearestWord(word, known);
+  return meant.empty() ? "" : "; did you mean " + meant + "?";
+}
 
 }  // namespace
 
@@ -200,7 +238,8 @@ void refuseTogether(const std::string& option, const std::string& other) {
 CommandLine::CommandLine(const std::string& name, const std::string& description,
                          const std::string& version)
     : app(std::make_unique<CLI::App>(description, name)), command(app.get()) {
-  app->set_version_flag("--version", version);
+  app->set_version_flag("-V,--version", version);
+  app->footer("'mirel help COMMAND' tells the same as 'mirel COMMAND --help'.");
   app->formatter(std::make_shared<OneSentenceFormatter>());
   app->get_formatter()->column_width(22);
   app->get_formatter()->label("REQUIRED", "");
@@ -210,15 +249,60 @@ CommandLine::CommandLine(const std::string& name, const std::string& description
 
 CommandLine::~CommandLine() = default;
 
+CommandLine::Outcome CommandLine::refuse(const std::string& sentence) {
+  reason = sentence;
+  std::cerr << sentence << "\nRun with --help for more information.\n";
+  return Outcome::refused;
+}
+
+std::string CommandLine::unknownCommand(const std::vector<std::string>& words) const {
+  const auto at = commandIn(words);
+  if (at == words.end() || subcommand(*app, *at) != nullptr) return {};
+  std::vector<std::string> names;
+  for (const CLI::App* each : app->get_subcommands({}))
+    if (!each->get_group().empty()) names.push_back(each->get_name());
+  return "there is no command " + *at + didYouMean(*at, names);
+}
+
+// The first word that looks like an option, and neither the command nor the program has it.
+std::string CommandLine::unknownOption(const std::vector<std::string>& words) const {
+  const auto at = commandIn(words);
+  std::vector<const CLI::App*> apps = {app.get()};
+  if (at != words.end()) apps.push_back(subcommand(*app, *at));
+  for (const std::string& word : words) {
+    if (word == "--") break;
+    if (word.size() < 2 || word[0] != '-' || (word[1] != '-' && !isLetter(word[1]))) continue;
+    const std::string name = word[1] == '-' ? word.substr(0, word.find('=')) : word.substr(0, 2);
+    if (std::any_of(apps.begin(), apps.end(), [&](const CLI::App* each) {
+          return each->get_option_no_throw(name) != nullptr;
+        }))
+      continue;
+    const std::string who = at == words.end() ? app->get_name() : *at;
+    return who + " has no option " + name + didYouMean(name, longOptions(apps));
+  }
+  return {};
+}
+
 CommandLine::Outcome CommandLine::parse(int argc, char** argv) {
+  std::vector<std::string> words(argv + 1, argv + argc);
+  if (const auto at = commandIn(words); at != words.end() && *at == "help")
+    words = at + 1 == words.end() ? std::vector<std::string>{"--help"}
+                                  : std::vector<std::string>{*(at + 1), "--help"};
+  const std::string noSuchCommand = unknownCommand(words);
+  if (!noSuchCommand.empty()) return refuse(noSuchCommand);
   try {
-    app->parse(argc, argv);
-  } catch (const CLI::RequiredError& stop) {
-    app->exit(stop);
-    std::cerr << hintFor(*app);
-    return Outcome::refused;
+    // The parser takes them from the back.
+    app->parse(std::vector<std::string>(words.rbegin(), words.rend()));
   } catch (const CLI::ParseError& stop) {
-    return app->exit(stop) == 0 ? Outcome::answered : Outcome::refused;
+    if (stop.get_exit_code() == 0) {
+      app->exit(stop);
+      return Outcome::answered;
+    }
+    const std::string noSuchOption = unknownOption(words);
+    if (!noSuchOption.empty()) return refuse(noSuchOption);
+    refuse(stop.what());
+    if (dynamic_cast<const CLI::RequiredError*>(&stop) != nullptr) std::cerr << hintFor(*app);
+    return Outcome::refused;
   }
   return Outcome::understood;
 }

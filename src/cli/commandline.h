@@ -115,11 +115,20 @@ class CommandLine {
     answered,    ///< --help or --version, on standard output
     refused,     ///< the reason is on standard error
   };
+  /// "help" and "help COMMAND" mean --help and COMMAND --help. A command or an option that there is
+  /// not is named, with the one that may have been meant.
   Outcome parse(int argc, char** argv);
+  /// Why the line was refused, in one sentence; empty when it was not.
+  const std::string& refusal() const { return reason; }
 
  private:
+  std::string unknownCommand(const std::vector<std::string>& words) const;
+  std::string unknownOption(const std::vector<std::string>& words) const;
+  Outcome refuse(const std::string& sentence);
+
   std::unique_ptr<CLI::App> app;
   Command command;
+  std::string reason;
 };
 
 }  // namespace mirel

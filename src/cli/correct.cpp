@@ -91,10 +91,14 @@ void addImageOptions(Command* command, Options& options) {
   command->add_option("--apply", options.runs, "Series of the same session to correct, too")
       ->type_name("RUN");
   command
-      ->add_option("-o,--output", job.outputFolder,
-                   "Folder for the results; made if need be. Files of the same names are replaced")
+      ->add_option(
+          "-o,--output", job.outputFolder,
+          "Folder for the results; made if need be. Results of the same images are replaced,\n"
+          "those of others refused")
       ->type_name("DIR")
       ->required();
+  command->add_flag("--overwrite", job.overwrite,
+                    "Replace files of the same names whatever they were made of");
   command
       ->add_option("--volume", job.a.volume,
                    "Volume of A and B to use, counted from 0 (default: 0, the first)")
@@ -194,6 +198,10 @@ void addCorrectCommand(Command& app, Program& program) {
   command->add_flag("--float", options->job.seriesSettings.floatOutput,
                     "Write every RUN as 32-bit floats (default: its own data type and scaling,\n"
                     "rounded)");
+  command->add_flag("--warp", options->job.seriesSettings.writeWarp,
+                    "Also write the displacement field of every RUN for other programs,\n"
+                    "RUN_from-orig_to-undistorted_mode-image_xfm.nii.gz (the pair's are always\n"
+                    "written)");
   command->add_flag("--quiet", options->quiet, "Say nothing but warnings and errors");
   command->add_flag("--json", options->json,
                     "Print a summary as JSON instead of the names of the files written");

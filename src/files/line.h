@@ -29,7 +29,7 @@ class Line {
   Line(std::string name, T value, int width) requires(!std::is_same_v<T, std::string>) {
     set(std::move(name), value, width);
   }
-  void set(std::string name, T value, int width) requires(!std::is_same_v<T, std::string>) {
+  void set(std::string name, const T& value, int width) requires(!std::is_same_v<T, std::string>) {
     storedName = std::move(name);
     storedValue = value;
     storedWidth = width;
@@ -37,10 +37,10 @@ class Line {
   }
 
   /// A set line of text, with or without double quotes around the value in the file.
-  void set(std::string name, std::string value, int width,
+  void set(std::string name, const std::string& value, int width,
            LineQuotes quotes) requires(std::is_same_v<T, std::string>) {
     storedName = std::move(name);
-    storedValue = std::move(value);
+    storedValue = value;
     storedWidth = width;
     quoted = quotes == LineQuotes::around;
     holdsValue = true;

@@ -1,5 +1,7 @@
 // The part of ProjectHeader that deals with sizes, volumes and the writing of files.
+#include <cerrno>
 #include <cstddef>
+#include <cstring>
 #include <filesystem>
 #include <limits>
 #include <locale>
@@ -71,6 +73,12 @@ std::ifstream ProjectHeader::openData(const std::string& name, const std::string
   if (!std::filesystem::is_directory(name, ignored)) is.open(name, std::ios::binary);
   if (!is.is_open()) throw OpenFileError(errorPrefix + name);
   return is;
+}
+
+void ProjectHeader::checkRead(const std::istream& is, const std::string& name) {
+  if (is.bad())
+    throw ReadFileError("Failed reading " + name + ": " +
+                        (errno != 0 ? std::strerror(errno) : "the system gives no reason"));
 }
 
 void ProjectHeader::allocate(std::vector<Volume<float>>& volumes,

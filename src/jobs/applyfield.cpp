@@ -4,7 +4,9 @@
 
 #include "base/error.h"
 #include "field/series.h"
+#include "jobs/recordjson.h"
 #include "jobs/seriescorrection.h"
+#include "jobs/sourcenames.h"
 #include "nifti/filename.h"
 #include "nifti/image.h"
 
@@ -74,11 +76,16 @@ RunRecord applyField(const ApplyFieldOptions& options, Progress& progress) {
   std::vector<std::string> inputs = series.inputFiles();
   inputs.push_back(run.source->file);
   if (!options.reference.empty()) inputs.push_back(options.reference);
-  series.announce(inputs);
+  const SourceNames sources(place.folder, inputs, SourceNames::Description::kept);
+  const EarlierResults earlier(
+      folder, sources,
+      options.overwrite ? EarlierResults::Others::replaced : EarlierResults::Others::kept);
+  series.announce(inputs, {{run.source->file}}, earlier);
 
   progress.at(Stage::writing, 0.0);
   run.outputs = folder.write([&] {
-    series.run(distortion, reference, {run.source->file}, run, progress);
+    series.run(distortion, reference, sources, run, progress);
+    earlier.settle({}, {}, originOf(run), folder, run);
     progress.at(Stage::finishing, 1.0);
   });
   return run;

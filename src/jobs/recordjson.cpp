@@ -179,22 +179,30 @@ Json originOf(const RunRecord& run, const Json& origin, const SeriesRecord& seri
   return json;
 }
 
+std::string warpDescription(const std::string& image) {
+  return "Displacement field that takes the distortion out of " + image +
+         ": the vector at a voxel, in mm with x to the left, y to the back and z upwards, leads "
+         "from the voxel to the place in the distorted image where its value is";
+}
+
 std::string sidecarText(const std::string& description, const std::string& units,
                         const std::vector<std::string>& sources, const Json& origin,
                         const Json& moreFields) {
   Json json = {{"Description", description}};
   if (!units.empty()) json["Units"] = units;
+  json["SkullStripped"] = false;
   json.update(moreFields);
   json["Sources"] = sources;
   json["Mirel"] = origin;
   return json.dump(2, Json::NotUtf8::replaced) + "\n";
 }
 
-std::string datasetDescription(const std::string& version) {
-  const Json json = {{"Name", "Images corrected for distortion"},
-                     {"BIDSVersion", "1.8.0"},
-                     {"DatasetType", "derivative"},
-                     {"GeneratedBy", {{{"Name", "Mirel"}, {"Version", version}}}}};
+std::string datasetDescription(const std::string& version, const Json& links) {
+  Json json = {{"Name", "Images corrected for distortion"},
+               {"BIDSVersion", "1.8.0"},
+               {"DatasetType", "derivative"},
+               {"GeneratedBy", {{{"Name", "Mirel"}, {"Version", version}}}}};
+  if (!links.items().empty()) json["DatasetLinks"] = links;
   return json.dump(2) + "\n";
 }
 

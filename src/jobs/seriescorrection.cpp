@@ -5,6 +5,7 @@
 #include "bids/name.h"
 #include "field/series.h"
 #include "field/warp.h"
+#include "jobs/resultnames.h"
 #include "nifti/filename.h"
 
 namespace mirel {
@@ -24,8 +25,6 @@ SeriesNames namesFrom(const SeriesInput& input, const std::string& stem, const s
     names.gradients.push_back(stem + fs::path(file).extension().string());
   return names;
 }
-
-std::string warpName(const bids::Name& name) { return derivedName(name, "warp", "xfm") + imageEnd; }
 
 // Who says that the direction is what it is, for a sentence that doubts it.
 std::string accusedOf(const SeriesInput& input) {
@@ -75,7 +74,7 @@ SeriesRecord recordOf(const SeriesInput& input, const std::string& output,
 
 SeriesNames SeriesNames::inFolder(const SeriesInput& input, bool withWarp) {
   const bids::Name name = bids::Name::of(input.file);
-  SeriesNames names = namesFrom(input, derivedName(name, "corrected"), imageEnd);
+  SeriesNames names = namesFrom(input, correctedName(name), imageEnd);
   if (withWarp) names.warp = warpName(name);
   return names;
 }
@@ -91,7 +90,7 @@ SeriesNames SeriesNames::asImage(const SeriesInput& input, const std::string& im
 struct SeriesCorrection::Context {
   const Distortion& distortion;
   const std::optional<Reference>& reference;
-  const std::vector<std::string>& sources;
+  const SourceNames& names;
   Json origin;
   RunRecord& run;
   Progress& progress;
@@ -108,20 +107,34 @@ std::vector<std::string> SeriesCorrection::inputFiles() const {
   return files;
 }
 
-void SeriesCorrection::announce(const std::vector<std::string>& inputs) {
+std::vector<ResultInput> SeriesCorrection::inputsOf(const Planned& one) const {
+  std::vector<ResultInput> inputs = {{one.input.file}};
+  inputs.insert(inputs.end(), others.begin(), others.end());
+  return inputs;
+}
+
+void SeriesCorrection::announce(const std::vector<std::string>& inputs,
+                                const std::vector<ResultInput>& common,
+                                const EarlierResults& earlier) {
+  others = common;
+  const auto announceResult = [&](const Planned& one, const std::string& stem,
+                                  const std::vector<std::string>& files) {
+    for (const std::string& file : files) folder.announce(file, inputs);
+    earlier.refuseOthers(stem, files, inputsOf(one));
+  };
   for (const Planned& one : planned) {
-    folder.announce(one.names.image, inputs);
-    folder.announce(one.names.sidecar, inputs);
-    for (const std::string& gradients : one.names.gradients) folder.announce(gradients, inputs);
-    if (!one.names.warp.empty()) folder.announce(one.names.warp, inputs);
+    std::vector<std::string> files = {one.names.image, one.names.sidecar};
+    files.insert(files.end(), one.names.gradients.begin(), one.names.gradients.end());
+    announceResult(one, fs::path(one.names.sidecar).stem().string(), files);
+    const std::string& warp = one.names.warp;
+    if (!warp.empty()) announceResult(one, warp, {warp + imageEnd, warp + ".json"});
   }
 }
 
 void SeriesCorrection::run(const Distortion& distortion, const std::optional<Reference>& reference,
-                           const std::vector<std::string>& sources, RunRecord& run,
-                           Progress& progress) {
+                           const SourceNames& names, RunRecord& run, Progress& progress) {
   if (planned.empty()) return;
-  const Context context{distortion, reference, sources, originOf(run), run, progress};
+  const Context context{distortion, reference, names, originOf(run), run, progress};
   for (const Planned& one : planned) correctOne(one, context);
 }
 
@@ -145,8 +158,7 @@ void SeriesCorrection::correctOne(const Planned& one, const Context& context) {
     judge(input, *context.reference, record, notes);
   }
   writeRest(one, record, context);
-  if (!one.names.warp.empty())
-    writeWarpLps(shift, input.header, direction.axis, folder.path(one.names.warp));
+  if (!one.names.warp.empty()) writeWarp(one, shift, record, context);
   std::vector<Remark>& warnings = context.run.warnings;
   warnings.insert(warnings.end(), record.warnings.begin(), record.warnings.end());
   context.run.series.push_back(std::move(record));
@@ -167,14 +179,23 @@ SeriesReport SeriesCorrection::resample(const Planned& one, const Volume<float>&
 
 void SeriesCorrection::writeRest(const Planned& one, const SeriesRecord& record,
                                  const Context& context) {
-  std::vector<std::string> sources = {one.input.file};
-  sources.insert(sources.end(), context.sources.begin(), context.sources.end());
-  folder.writeText(
-      one.names.sidecar,
-      sidecarText(one.input.file + ", corrected for distortion", "", sources,
-                  originOf(context.run, context.origin, record), keptFieldsOf(one.input)));
+  folder.writeText(one.names.sidecar, sidecarText(one.input.file + ", corrected for distortion", "",
+                                                  sourcesOf(inputsOf(one), context.names),
+                                                  originOf(context.run, context.origin, record),
+                                                  fieldsAfterCorrection(one.input)));
   for (std::size_t n = 0; n < one.names.gradients.size(); ++n)
     folder.copy(one.input.gradientFiles[n], one.names.gradients[n]);
+}
+
+void SeriesCorrection::writeWarp(const Planned& one, const Volume<float>& shift,
+                                 const SeriesRecord& record, const Context& context) {
+  const std::string& name = one.names.warp;
+  writeWarpLps(shift, one.input.header, one.input.acquisition.direction->value.axis,
+               folder.path(name + imageEnd));
+  folder.writeText(
+      name + ".json",
+      sidecarText(warpDescription(one.input.file), "mm", sourcesOf(inputsOf(one), context.names),
+                  originOf(context.run, context.origin, record), Json::object()));
 }
 
 }  // namespace mirel

@@ -1,6 +1,9 @@
 #include "jobs/seriesinput.h"
 
+#include <algorithm>
+#include <array>
 #include <filesystem>
+#include <string_view>
 
 #include "base/dimensions.h"
 #include "base/error.h"
@@ -20,9 +23,19 @@ using Source = bids::StatedDirection::Source;
 
 constexpr double largestPartOff = 0.01;
 
-constexpr const char* keptNames[] = {"RepetitionTime", "EchoTime", "FlipAngle",
-                                     "SliceTiming",    "TaskName", "MagneticFieldStrength",
-                                     "Manufacturer",   "Modality"};
+// Fields that tell how an image is distorted, or what it is good for as it was acquired, with those
+// that converters write beside the ones of the standard; and those that every result has of its
+// own.
+constexpr std::array<std::string_view, 19> outdatedNames = {
+    // clang-format off
+    "PhaseEncodingDirection", "PhaseEncodingAxis", "PhaseEncodingPolarityGE",
+    "InPlanePhaseEncodingDirectionDICOM", "TotalReadoutTime", "EffectiveEchoSpacing",
+    "EstimatedTotalReadoutTime", "EstimatedEffectiveEchoSpacing",
+    "DerivedVendorReportedEchoSpacing", "BandwidthPerPixelPhaseEncode", "WaterFatShift",
+    "IntendedFor", "B0FieldIdentifier", "B0FieldSource",
+    "Description", "Sources", "RawSources", "Mirel", "DistortionCorrection"
+    // clang-format on
+};
 
 /// The gradient files (.bvec, .bval) that stand beside an image.
 std::vector<std::string> gradientFilesOf(const std::string& imageFile) {
@@ -148,12 +161,20 @@ std::vector<std::string> filesOf(const SeriesInput& input) {
   return files;
 }
 
-Json keptFieldsOf(const SeriesInput& input) {
-  Json kept = Json::object();
-  if (!input.acquisition.sidecar) return kept;
-  for (const char* name : keptNames)
-    if (const Json* field = input.acquisition.sidecar->json().find(name)) kept[name] = *field;
-  return kept;
+Json fieldsAfterCorrection(const SeriesInput& input) {
+  Json fields = Json::object(), before = Json::object();
+  if (input.acquisition.sidecar)
+    for (const auto& [name, value] : input.acquisition.sidecar->json().items()) {
+      const bool outdated =
+          std::find(outdatedNames.begin(), outdatedNames.end(), name) != outdatedNames.end();
+      (outdated ? before : fields)[name] = value;
+    }
+  if (before.items().empty()) return fields;
+  Json done = Json::object();
+  done["Description"] = "What held of the image before; it does not hold of the corrected one";
+  done["FieldsBefore"] = before;
+  fields["DistortionCorrection"] = done;
+  return fields;
 }
 
 std::string headOffField(const Volume<float>& mean, const SeriesInput& input,

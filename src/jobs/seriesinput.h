@@ -42,8 +42,11 @@ SeriesInput readSeriesOf(const PairInput& pair, const SeriesFile& options);
 /// The files that a series is read from: image, sidecars, gradients.
 std::vector<std::string> filesOf(const SeriesInput& input);
 
-/// What describes the acquisition in the sidecars of a series and stays true when it is corrected.
-Json keptFieldsOf(const SeriesInput& input);
+/// The fields of the sidecars of a series as they stand in that of the corrected one: all that stay
+/// true as they are, and under "DistortionCorrection" those that described the distortion or the
+/// file (direction, readout time, echo spacings, links to fields, description, sources), so that
+/// nobody corrects it a second time by them.
+Json fieldsAfterCorrection(const SeriesInput& input);
 
 /// A sentence when more than a hundredth of the head in `mean`, the mean of a series, lies off the
 /// grid of the field; empty otherwise.

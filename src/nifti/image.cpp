@@ -78,6 +78,8 @@ class Encoder {
       return;
     }
     result.checksum = crc32(result.checksum, bytes, static_cast<uInt>(count));
+    // zlib's interface knows no const unless ZLIB_CONST is defined; it does not write there.
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast)
     stream.next_in = const_cast<unsigned char*>(bytes);
     stream.avail_in = static_cast<uInt>(count);
     drain(Z_NO_FLUSH);
@@ -181,7 +183,7 @@ void Reader::readBytes(unsigned char* bytes, std::size_t count, const std::strin
 void Reader::readTail() {
   // The checksum of a compressed stream is compared only when its end is reached.
   unsigned char rest[4096];
-  int got;
+  int got = 0;
   while ((got = gzread(file.get(), rest, sizeof(rest))) > 0) continue;
   int code = Z_OK;
   gzerror(file.get(), &code);

@@ -167,8 +167,8 @@ void doubtAgainstSidecars(const ImageOptions& image, TablePair& pair) {
   const double given = *image.given.readoutSeconds;
   if (readout && std::abs(readout->seconds - given) > readoutTolerance * given)
     pair.warnings.push_back(image.given.table + " gives " + image.file + " a readout time of " +
-                            text(given) + " s, " + sourceText(*readout) + " " +
-                            text(readout->seconds) + " s: the table counts");
+                            text(given) + " s, " + nameOf(readout->source) + " in " +
+                            readout->file + " " + text(readout->seconds) + " s: the table counts");
 }
 
 }  // namespace

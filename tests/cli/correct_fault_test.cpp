@@ -190,7 +190,7 @@ TEST_F(CorrectFaults, ImagesThatTheSeriesTookForItself) {
 
 TEST_F(CorrectFaults, AnOutputThatWouldOverwriteAnInput) {
   // A series that stands where the corrected A is to go.
-  const std::string inTheWay = file("sub-phantom_dir-AP_desc-corrected_epi.nii.gz");
+  const std::string inTheWay = file("sub-phantom_dir-AP_desc-preproc_epi.nii.gz");
   fs::copy(ap(), inTheWay);
   const std::string before = textOf(inTheWay);
   const ProgramResult result = correct({"--quiet", "--apply", inTheWay}, ".");

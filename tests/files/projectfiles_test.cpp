@@ -39,6 +39,20 @@ TYPED_TEST(ProjectFilesOf, DataThatAreNotThereAreNamed) {
             TypeParam::readingData + this->dataName());
 }
 
+TYPED_TEST(ProjectFilesOf, AReadThatFailsIsNoEndOfTheFile) {
+  // The memory at address 0 of this process is an ordinary file that cannot be read.
+  const std::string unreadable = "/proc/self/mem";
+  const std::string header =
+      this->dir.write(TypeParam::header, projects::smallHeader(2, 3, 4, 5, 1));
+  std::filesystem::create_symlink(unreadable, this->dataName());
+  EXPECT_EQ(messageOf<ReadFileError>([&] { typename TypeParam::Project p(header, true); }),
+            "Failed reading " + this->dataName() + ": Input/output error");
+  std::filesystem::remove(header);
+  std::filesystem::create_symlink(unreadable, header);
+  EXPECT_EQ(messageOf<ReadFileError>([&] { typename TypeParam::Project p(header, false); }),
+            "Failed reading " + header + ": Input/output error");
+}
+
 TYPED_TEST(ProjectFilesOf, ImpossibleSizesAreRefusedWithTheirNumbers) {
   const struct {
     int volumes, slices, nx, ny;
