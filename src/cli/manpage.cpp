@@ -77,15 +77,17 @@ std::string valueOf(const ListedOption& option) {
 }
 
 std::string synopsisOf(const ListedOption& option) {
+  if (option.isArgument() && !option.required) return "[" + valueOf(option) + "]";
   if (option.isArgument()) return valueOf(option);
   return bold(option.names.front()) + (option.isFlag() ? "" : " " + valueOf(option));
 }
 
 std::string synopsis(const std::string& call, const ListedCommand& command) {
   std::string page = ".SH SYNOPSIS\n" + bold(call) + " [" + italic("options") + "]";
-  for (const bool argument : {true, false})
-    for (const ListedOption& option : command.options)
-      if (option.required && option.isArgument() == argument) page += " " + synopsisOf(option);
+  for (const ListedOption& option : command.options)
+    if (option.isArgument()) page += " " + synopsisOf(option);
+  for (const ListedOption& option : command.options)
+    if (option.required && !option.isArgument()) page += " " + synopsisOf(option);
   return page;
 }
 

@@ -87,9 +87,11 @@ TEST_F(DataIn, ARowPerImageSaysWhatTheOptionsSay) {
   const ProgramResult run =
       correct({ap(), pa(), "--datain", table("0 -1 0 0.05\n0 1 0 0.05\n")}, "out");
   ASSERT_EQ(run.status, 0) << run.err;
-  EXPECT_THAT(run.err, AllOf(HasSubstr("phase encoding j- (" + folder.file("acq.txt")),
-                             HasSubstr("readout 0.05 s (" + folder.file("acq.txt")),
-                             Not(HasSubstr("Warning")), Not(HasSubstr("Note"))));
+  EXPECT_THAT(run.err,
+              AllOf(HasSubstr("phase encoding j-, readout 0.05 s (acquisition table), both "
+                              "from " +
+                              folder.file("acq.txt")),
+                    Not(HasSubstr("Warning")), Not(HasSubstr("Note"))));
   EXPECT_EQ(field("out").values(), field("options").values());
   const json image = record("out")["Inputs"][0];
   EXPECT_EQ(image["PhaseEncodingDirection"], "j-");

@@ -101,7 +101,7 @@ TEST_F(Installation, ManShowsThePagesWithoutWarnings) {
     EXPECT_THAT(page.out, HasSubstr("EXIT STATUS"));
   }
   const std::string page = shell("MANWIDTH=80 man mirel-correct").out;
-  EXPECT_THAT(page, HasSubstr("mirel correct [options] A B -o DIR"));
+  EXPECT_THAT(page, HasSubstr("mirel correct [options] A [B] -o DIR"));
   EXPECT_THAT(page, HasSubstr("--apply RUN ..."));
 }
 
