@@ -39,7 +39,8 @@ class MapStore {
 
   /// Puts the map of `fileName` in place of the one before. A failure leaves no map at all, so
   /// that nobody takes an earlier map for this one.
-  /// Errors   Error: a file that `readMapFile` or `refuseUnusableMap` refuses; dimensions that are not those of the
+  /// Errors   Error: a file that `readMapFile` or `refuseUnusableMap` refuses; dimensions that are
+  /// not those of the
   ///          current FMR.
   void load(const std::string& fileName);
 

@@ -92,18 +92,33 @@ std::vector<Key> keysByBytes(const std::vector<Recorded>& recorded) {
   return keys;
 }
 
-bool sameInputs(const std::vector<std::string>& sources, const std::vector<Recorded>& recorded,
-                const std::vector<ResultInput>& inputs, const SourceNames& names) {
-  if (recorded.size() != inputs.size()) return false;
+// The inputs of this run, held against those of many records. Their checksums are made at most
+// once: series are large, and folders of many subjects have thousands of records.
+class RunInputs {
+ public:
+  RunInputs(const std::vector<ResultInput>& what, const SourceNames& names) : inputs(what) {
+    for (const ResultInput& input : inputs)
+      byName.push_back({names.of(input.file), input.volume, input.meanOfFirst});
+    byName = sorted(byName);
+  }
+
+  bool are(const std::vector<std::string>& sources, const std::vector<Recorded>& recorded) {
+    if (recorded.size() != inputs.size()) return false;
+    if (sources.size() == inputs.size() && keysByName(sources, recorded) == byName) return true;
+    return keysByBytes(recorded) == checksums();
+  }
+
+ private:
+  const std::vector<Key>& checksums() {
+    if (byBytes.empty())
+      for (const ResultInput& input : inputs)
+        byBytes.push_back({sha256Of(input.file), input.volume, input.meanOfFirst});
+    return byBytes;
+  }
+
+  const std::vector<ResultInput>& inputs;
   std::vector<Key> byName, byBytes;
-  for (const ResultInput& input : inputs)
-    byName.push_back({names.of(input.file), input.volume, input.meanOfFirst});
-  if (sources.size() == inputs.size() && keysByName(sources, recorded) == sorted(byName))
-    return true;
-  for (const ResultInput& input : inputs)
-    byBytes.push_back({sha256Of(input.file), input.volume, input.meanOfFirst});
-  return keysByBytes(recorded) == byBytes;
-}
+};
 
 std::string listed(const std::vector<std::string>& words) {
   std::string list;
@@ -135,13 +150,13 @@ std::string textOf(const Json& json) {
   return sorted ? sorted->dump(1, Json::NotUtf8::replaced) : text;
 }
 
-bool isOfRun(const Record& record, const std::vector<ResultInput>& pair, const SourceNames& names,
-             const RunRecord& run) {
-  if (!pair.empty()) {
-    std::vector<std::string> sources = record.sources;
-    if (record.series && !sources.empty()) sources.erase(sources.begin());
-    return sameInputs(sources, record.others, pair, names);
-  }
+bool isOfPair(const Record& record, RunInputs& pair) {
+  std::vector<std::string> sources = record.sources;
+  if (record.series && !sources.empty()) sources.erase(sources.begin());
+  return pair.are(sources, record.others);
+}
+
+bool isOfSeries(const Record& record, const SourceNames& names, const RunRecord& run) {
   return record.series && !record.sources.empty() &&
          std::any_of(run.series.begin(), run.series.end(), [&](const SeriesRecord& series) {
            return record.sources.front() == names.of(series.file);
@@ -184,7 +199,7 @@ void EarlierResults::refuseOthers(const std::string& stem, const std::vector<std
                 "is there already, and no record beside it tells that it was made of the same "
                 "images",
                 advice);
-  if (sameInputs(record->sources, record->inputs(), inputs, names)) return;
+  if (RunInputs(inputs, names).are(record->sources, record->inputs())) return;
   throw Error(
       file,
       "is there already and was made of other images or volumes (" + listed(record->sources) + ")",
@@ -194,13 +209,17 @@ void EarlierResults::refuseOthers(const std::string& stem, const std::vector<std
 void EarlierResults::settle(const std::vector<ResultInput>& pair, const std::string& field,
                             const Json& origin, OutputFolder& folder, RunRecord& run) const {
   const std::string now = textOf(origin);
+  RunInputs inputs(pair, names);
   for (const std::string& stem : recordsIn(folder.target(""))) {
     if (folder.isAnnounced(stem + ".json")) continue;
     const std::optional<Record> record = readRecord(folder.target(stem + ".json"));
-    if (!record || !isOfRun(*record, pair, names, run) || textOf(record->mirel) == now) continue;
-    const std::string image = folder.target(stem + ".nii.gz");
+    if (!record || textOf(record->mirel) == now) continue;
+    if (!(pair.empty() ? isOfSeries(*record, names, run) : isOfPair(*record, inputs))) continue;
+    const std::string name = stem + (folder.isThere(stem + ".nii") ? ".nii" : ".nii.gz");
+    if (!folder.isThere(name)) continue;
+    const std::string image = folder.target(name);
     if (stem == field) {
-      folder.retire(stem + ".nii.gz");
+      folder.retire(name);
       folder.retire(stem + ".json");
       run.notes.push_back(image +
                           ", the field in Hz of an earlier run of this pair, was removed: "

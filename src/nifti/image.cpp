@@ -17,6 +17,11 @@ namespace mirel::nifti {
 
 namespace {
 
+// Masks and label images may be compressed this much; a volume larger than that which says so was
+// made to fill the memory of whoever reads it.
+constexpr unsigned largestCompression = 200;
+constexpr unsigned largestDenseVolume = 1U << 28U;
+
 /// Samples that are converted at a time: 64 K of them stay in the second-level cache.
 constexpr std::size_t blockSamples = 1 << 16;
 constexpr unsigned streamBuffer = 1 << 18;
@@ -160,6 +165,12 @@ void Reader::checkSize(std::uintmax_t fileBytes) const {
                           " voxels in " + std::to_string(storedVolumes()) +
                           " volumes, more than a file of " + std::to_string(fileBytes) +
                           " bytes can hold");
+  if (static_cast<Wide>(volumeBytes(header())) > largestDenseVolume &&
+      wanted > Wide{fileBytes} * largestCompression)
+    throw Error(name, "is no image: its header claims " + text(header().dims) +
+                          " voxels a volume, which are compressed more than " +
+                          std::to_string(largestCompression) + "-fold in its " +
+                          std::to_string(fileBytes) + " bytes");
 }
 
 void Reader::readBytes(unsigned char* bytes, std::size_t count, const std::string& what) {

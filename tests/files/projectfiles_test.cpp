@@ -82,6 +82,12 @@ TYPED_TEST(ProjectFilesOf, LargeButPossibleSizesPassWithoutData) {
   EXPECT_NO_THROW(this->read(projects::smallHeader(5, 0, 1024, 1024, 1)));
 }
 
+TYPED_TEST(ProjectFilesOf, ManyVolumesOfNothingAreRefusedBeforeAllocation) {
+  // 52 bytes each in memory, of two in the file.
+  const std::string text = projects::smallHeader(100000000, 1, 1, 1, 1);
+  EXPECT_THROW(this->load(text, "ab"), ReadFileError);
+}
+
 TYPED_TEST(ProjectFilesOf, AHeaderThatPromisesFarMoreThanTheDataHoldIsRefusedBeforeAllocation) {
   const std::string text = projects::smallHeader(1000000, 2047, 1024, 1024, 1);
   EXPECT_EQ(messageOf<ReadFileError>([&] { this->load(text, "abc"); }),
