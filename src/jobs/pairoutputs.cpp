@@ -23,6 +23,16 @@ std::string warpDescription(const InputImage& image) {
   return image.header.volumes <= 1 ? "warp" : "warpVolume" + std::to_string(image.options.volume);
 }
 
+// Of the image that the map is added to, so that it can be turned round for others; nothing that
+// was assumed only.
+Json acquisitionOfMap(const PairInput& pair) {
+  Json json = Json::object();
+  if (pair.a.acquisition.direction->source == bids::StatedDirection::Source::assumed) return json;
+  json["PhaseEncodingDirection"] = nameOf(pair.a.direction());
+  if (pair.readoutSeconds) json["TotalReadoutTime"] = *pair.readoutSeconds;
+  return json;
+}
+
 class PairWriter {
  public:
   PairWriter(const PairInput& what, const RunRecord& run, OutputFolder& where, Progress& tell)
@@ -36,11 +46,11 @@ class PairWriter {
   }
 
   void image(const std::string& name, const Volume<float>& volume, const std::string& description,
-             const std::string& units = {}) {
+             const std::string& units = {}, const Json& moreFields = Json::object()) {
     nifti::Writer writer(folder.path(name + imageEnd), header);
     writer.write(volume);
     writer.finish();
-    sidecar(name, description, units);
+    sidecar(name, description, units, moreFields);
   }
 
   void warp(const std::string& name, const Volume<float>& shift, const std::string& source,
@@ -50,14 +60,15 @@ class PairWriter {
             "Displacement field that takes the distortion out of " + source +
                 ": the vector at a voxel, in mm with x to the left, y to the back and z upwards, "
                 "leads from the voxel to the place in the distorted image where its value is",
-            "mm");
+            "mm", Json::object());
   }
 
  private:
-  void sidecar(const std::string& name, const std::string& description, const std::string& units) {
+  void sidecar(const std::string& name, const std::string& description, const std::string& units,
+               const Json& moreFields) {
     folder.writeText(name + ".json",
                      sidecarText(description, units, {pair.a.options.file, pair.b.options.file},
-                                 origin, Json::object()));
+                                 origin, moreFields));
     progress.at(Stage::writing, ++written / 8.0);
   }
 
@@ -109,9 +120,10 @@ void writePair(const PairNames& names, const PairInput& pair, const PairEstimate
   const std::string meaning = "Displacement d along the voxel axis " + axis +
                               ", towards greater indices: true(y) = I(y + d) for " +
                               pair.a.title() + ", I(y - d) for " + pair.b.title();
-  writer.image(names.voxels, estimate.shift, meaning, "voxels");
+  const Json ofMap = acquisitionOfMap(pair);
+  writer.image(names.voxels, estimate.shift, meaning, "voxels", ofMap);
   const double size = nifti::columnLengths(pair.a.header.affine())[pair.axis()];
-  writer.image(names.mm, estimate.shift * static_cast<float>(size), meaning, "mm");
+  writer.image(names.mm, estimate.shift * static_cast<float>(size), meaning, "mm", ofMap);
   if (!names.field.empty())
     writer.image(names.field,
                  fieldFromShift(estimate.shift, gridOf(pair.a.header), pair.a.direction(),
