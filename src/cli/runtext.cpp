@@ -16,7 +16,7 @@ std::string three(const glm::dvec3& v) {
 std::string textOf(const bids::Acquisition& acquisition) {
   const bids::StatedDirection& direction = *acquisition.direction;
   if (direction.source == Source::map)
-    return "displaced along " + nameOf(direction.value) + " by " + direction.file;
+    return "displaced along " + bids::nameOf({direction.value.axis, 1}) + " by " + direction.file;
   std::string told =
       "phase encoding " + nameOf(direction.value) + " (" + direction.sourceText() + ")";
   if (const auto& readout = acquisition.readout)
@@ -58,7 +58,8 @@ std::string textOf(const SeriesRecord& series) {
   std::string text = series.file + ": " + std::to_string(series.volumes) +
                      (series.volumes == 1 ? " volume, " : " volumes, ") +
                      textOf(series.acquisition) +
-                     (series.resampledField ? ", field resampled to its grid" : "") + "\n";
+                     (series.resampledField ? ", field resampled to its grid" : "") +
+                     (series.mapFactor && *series.mapFactor < 0 ? ", map turned round" : "") + "\n";
   return text;
 }
 
