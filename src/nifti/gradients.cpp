@@ -2,10 +2,10 @@
 
 #include <cmath>
 #include <filesystem>
-#include <fstream>
 #include <sstream>
 
 #include "base/error.h"
+#include "base/inputfile.h"
 #include "nifti/filename.h"
 
 namespace mirel::nifti {
@@ -13,6 +13,9 @@ namespace mirel::nifti {
 namespace {
 
 using Rows = std::vector<std::vector<float>>;
+
+// The largest diffusion series have some thousand directions of 40 bytes.
+constexpr std::uintmax_t largestTable = 16U << 20U;
 
 float numberFrom(const std::string& word, const std::string& fileName) {
   std::size_t used = 0;
@@ -38,8 +41,7 @@ Words readWords(const std::string& fileName) {
   std::error_code ignored;
   if (std::filesystem::is_directory(fileName, ignored))
     throw Error(fileName, "is a directory, not a gradient file");
-  std::ifstream is(fileName);
-  if (!is) throw Error(fileName, "cannot be opened");
+  std::istringstream is(readWholeFile(fileName, largestTable));
   Words rows;
   std::string line;
   while (std::getline(is, line)) {
