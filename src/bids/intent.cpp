@@ -1,9 +1,10 @@
 #include "bids/intent.h"
 
 #include <algorithm>
-#include <filesystem>
 
+#include "base/error.h"
 #include "base/samefile.h"
+#include "bids/inheritance.h"
 #include "bids/name.h"
 
 namespace mirel::bids {
@@ -73,6 +74,15 @@ bool isIntended(const std::string& entry, const std::string& image) {
            return isOfOneAcquisition(entity.first) || isOfDerivatives(entity.first) ||
                   valueOf(named, entity.first).has_value();
          });
+}
+
+FieldOrigin originOf(const std::string& image, const std::optional<Sidecar>& known) {
+  if (known) return {image, known};
+  try {
+    return {image, findSidecar(image)};
+  } catch (const Error&) {
+    return {image, std::nullopt};
+  }
 }
 
 std::vector<std::string> doubtsAboutUse(const std::vector<FieldOrigin>& origins,

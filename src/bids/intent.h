@@ -15,6 +15,10 @@ struct FieldOrigin {
   std::optional<Sidecar> sidecar;
 };
 
+/// The origin `image` with the sidecar that was read of it or, where none was (options told all
+/// that was asked for), those that apply to it. What cannot be read is silent here.
+FieldOrigin originOf(const std::string& image, const std::optional<Sidecar>& known);
+
 /// What the sidecars say against correcting `image` with the field of `origins`, in sentences;
 /// none where they agree or are silent.
 ///

@@ -1,12 +1,12 @@
 #include "jobs/distortionfile.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "base/error.h"
 #include "bids/inheritance.h"
 #include "field/fielddoubts.h"
 #include "files/mapfile.h"
+#include "files/usablemap.h"
 #include "nifti/filename.h"
 #include "nifti/image.h"
 
@@ -117,12 +117,10 @@ DistortionFile readMap(const std::string& fileName, std::optional<Unit> given) {
     throw Error(fileName, "is in voxels, as all .map files are, not in " + nameOf(*given));
   DistortionFile file;
   file.file = fileName;
-  file.values = volumeOf(readMapFile(fileName));
+  const Map map = readMapFile(fileName);
+  refuseUnusableMap(map, fileName);
+  file.values = volumeOf(map);
   file.unit = {Unit::voxels, StatedUnit::Source::format};
-  const float* values = file.values.data();
-  file.nonFinite = std::count_if(values, values + file.values.size(),
-                                 [](float value) { return !std::isfinite(value); });
-  tellNonFinite(file);
   return file;
 }
 

@@ -125,8 +125,8 @@ SeriesInput readSeriesOf(const PairInput& pair, const SeriesFile& options) {
   settleReadout(pair, input);
   finishSeries(input);
   const std::vector<bids::FieldOrigin> origins = {
-      {pair.a.options.file, pair.a.acquisition.sidecar},
-      {pair.b.options.file, pair.b.acquisition.sidecar}};
+      bids::originOf(pair.a.options.file, pair.a.acquisition.sidecar),
+      bids::originOf(pair.b.options.file, pair.b.acquisition.sidecar)};
   doubtUse(origins, "the pair", input);
   if (!pair.readoutSeconds) refuseWithoutReadout(pair, input);
   if (!input.onGridOfField)

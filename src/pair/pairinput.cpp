@@ -212,8 +212,8 @@ PairInput readPair(const ImageOptions& a, const ImageOptions& b) {
   settleDirections(pair);
   settleReadout(pair);
   for (const InputImage* image : {&pair.a, &pair.b}) checkWeighting(*image, pair);
-  if (const auto doubt = bids::doubtAboutPair({a.file, pair.a.acquisition.sidecar},
-                                              {b.file, pair.b.acquisition.sidecar}))
+  if (const auto doubt = bids::doubtAboutPair(bids::originOf(a.file, pair.a.acquisition.sidecar),
+                                              bids::originOf(b.file, pair.b.acquisition.sidecar)))
     pair.warnings.push_back(*doubt);
   for (const InputImage* image : {&pair.a, &pair.b})
     if (const auto& readout = image->acquisition.readout;

@@ -107,6 +107,10 @@ TEST_F(SeriesIntent, EachImageOfThePairIsAsked) {
   for (const auto& entry : std::filesystem::directory_iterator(out()))
     if (entry.path().string().ends_with("bold.json")) record = json::parse(textOf(entry.path()));
   EXPECT_THAT(record["Mirel"]["Series"]["Warnings"][0], HasSubstr("is not meant for"));
+  EXPECT_THAT(said({"correct", a, b, "--fast", "--apply", run, "--pe-a", "j-", "--pe-b", "j",
+                    "--readout", "0.04"}),
+              HasSubstr("the pair " + unmeant))
+      << "also where options tell all";
   const std::string own = file("again.nii.gz");
   std::filesystem::create_symlink(b, own);
   EXPECT_THAT(correcting(own), Not(HasSubstr("meant"))) << "the pair is for itself";
