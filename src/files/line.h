@@ -2,6 +2,7 @@
 
 #include <iosfwd>
 #include <string>
+#include <type_traits>
 #include <utility>
 
 namespace mirel {
@@ -25,8 +26,9 @@ class Line {
   Line() = default;
   /// A set line. `width` is the column of the value: the label's length, colon included, plus
   /// the blanks behind it.
-  Line(std::string name, T value, int width) { set(std::move(name), value, width); }
-  void set(std::string name, const T& value, int width) {
+  Line(std::string name, T value, int width) requires(!std::is_same_v<T, std::string>)
+      : storedName(std::move(name)), storedValue(value), storedWidth(width), holdsValue(true) {}
+  void set(std::string name, const T& value, int width) requires(!std::is_same_v<T, std::string>) {
     storedName = std::move(name);
     storedValue = value;
     storedWidth = width;
@@ -34,7 +36,8 @@ class Line {
   }
 
   /// A set line of text, with or without double quotes around the value in the file.
-  void set(std::string name, const T& value, int width, LineQuotes quotes) {
+  void set(std::string name, const T& value, int width,
+           LineQuotes quotes) requires(std::is_same_v<T, std::string>) {
     storedName = std::move(name);
     storedValue = value;
     storedWidth = width;
