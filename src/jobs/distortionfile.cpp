@@ -4,6 +4,7 @@
 
 #include "base/error.h"
 #include "bids/inheritance.h"
+#include "bids/name.h"
 #include "field/fielddoubts.h"
 #include "files/mapfile.h"
 #include "files/usablemap.h"
@@ -92,6 +93,11 @@ void checkKind(const DistortionFile& file, TakenFor takenFor) {
                 {Advice::Kind::applyAsField});
 }
 
+[[noreturn]] void refuseCoefficients(const std::string& file, const std::string& reason) {
+  throw Error(file,
+              "holds the coefficients of splines (" + reason + "), not the values of a field");
+}
+
 void checkContents(const DistortionFile& file, TakenFor takenFor) {
   if (file.header->volumes != 1)
     throw Error(file.file, "has " + std::to_string(file.header->volumes) + " volumes: a " +
@@ -99,9 +105,10 @@ void checkContents(const DistortionFile& file, TakenFor takenFor) {
                                " has one");
   if (std::find(std::begin(splineIntents), std::end(splineIntents), file.header->intentCode) !=
       std::end(splineIntents))
-    throw Error(file.file, "holds the coefficients of splines (intent code " +
-                               std::to_string(file.header->intentCode) +
-                               "), not the values of a field");
+    refuseCoefficients(file.file, "intent code " + std::to_string(file.header->intentCode));
+  for (const auto& [entity, value] : bids::Name::of(file.file).entities)
+    if (entity == "desc" && value.starts_with("coeff"))
+      refuseCoefficients(file.file, "desc-" + value);
 }
 
 // Of a field some voxels may be missing, outside of the head; of a map none.

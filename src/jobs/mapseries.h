@@ -12,7 +12,7 @@ namespace mirel {
 /// What a user said about the map to apply.
 struct GivenMap {
   std::optional<bids::PhaseEncodingDirection> direction;  ///< of the images that it is for
-  bool alongX = false;  ///< it is to be applied along x as it stands, whatever sidecars say
+  bool alongX = false;  ///< it shifts along x, whatever axis sidecars tell
 };
 
 /// A series that a map of its own grid is to correct. Its direction and readout time stay open

@@ -105,6 +105,9 @@ TEST_F(FieldUnits, CoefficientsOfSplinesAreNoField) {
       field(), "b_fieldcoef.nii.gz", [](float v) { return v; },
       [](nifti::Header& header) { header.intentCode = 2016; });
   EXPECT_THAT(refusal(apply("--field", other, ap())), HasSubstr("coefficients of splines"));
+  EXPECT_THAT(
+      refusal(apply("--field", scaled(field(), "sub-1_desc-coeff_fieldmap.nii.gz", 1), ap())),
+      HasSubstr("coefficients of splines (desc-coeff)"));
 }
 
 TEST_F(FieldUnits, ValuesThatNoFieldHasAreDoubted) {
