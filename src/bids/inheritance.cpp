@@ -75,7 +75,11 @@ std::vector<std::string> applicableSidecars(const std::string& imageFile) {
 
 std::optional<Sidecar> findSidecar(const std::string& imageFile, const std::string& given) {
   if (!given.empty()) return Sidecar(given);
-  const std::vector<std::string> files = applicableSidecars(imageFile);
+  std::vector<std::string> files = applicableSidecars(imageFile);
+  std::error_code ignored;
+  if (files.empty() && fs::is_symlink(imageFile, ignored))
+    if (const fs::path target = fs::canonical(imageFile, ignored); !target.empty())
+      files = applicableSidecars(target.string());
   if (files.empty()) return std::nullopt;
   return Sidecar(files);
 }

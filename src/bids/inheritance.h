@@ -31,8 +31,10 @@ std::filesystem::path datasetRoot(const std::filesystem::path& folder);
 /// Source  Brain Imaging Data Structure 1.8, "The Inheritance Principle".
 std::vector<std::string> applicableSidecars(const std::string& imageFile);
 
-/// The sidecar `given` alone; with an empty name those that apply to the image (above), or nothing
-/// when none does. Errors: those of applicableSidecars and of Sidecar.
+/// The sidecar `given` alone; with an empty name those that apply to the image (above). Where none
+/// applies to an image that is a link, those of the image that it leads to: a link is looked at
+/// where it stands first, since data sets are full of links to contents that are kept elsewhere.
+/// Nothing when none applies. Errors: those of applicableSidecars and of Sidecar.
 std::optional<Sidecar> findSidecar(const std::string& imageFile, const std::string& given = {});
 
 }  // namespace mirel::bids

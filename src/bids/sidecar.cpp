@@ -50,6 +50,10 @@ std::string nameOf(ReadoutSource source) {
   return "option";
 }
 
+std::string sourceText(const Readout& readout) {
+  return nameOf(readout.source) + (readout.file.empty() ? "" : " in " + readout.file);
+}
+
 Sidecar::Sidecar(const std::string& fileName) : Sidecar(std::vector<std::string>{fileName}) {}
 
 Sidecar::Sidecar(const std::vector<std::string>& fileNames) : names(fileNames) {

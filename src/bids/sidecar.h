@@ -35,6 +35,9 @@ struct Readout {
   std::string contradiction = {};
 };
 
+/// For messages: "TotalReadoutTime in sub-01_epi.json"; nameOf(source) without a file.
+std::string sourceText(const Readout& readout);
+
 /// Readout times outside this range are refused: they are not in seconds.
 inline constexpr double shortestReadout = 0.0005;
 inline constexpr double longestReadout = 1.0;

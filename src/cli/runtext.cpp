@@ -26,7 +26,7 @@ std::string shortName(const std::string& file, const std::string& image) {
 std::string textOf(const bids::Acquisition& acquisition, const std::string& image) {
   const bids::StatedDirection& direction = *acquisition.direction;
   if (direction.source == Source::map)
-    return "displaced along " + nameOf(direction.value) + " by " + direction.file;
+    return "displaced along " + bids::nameOf({direction.value.axis, 1}) + " by " + direction.file;
   const std::string encoding = "phase encoding " + nameOf(direction.value);
   const std::string said =
       direction.file.empty() ? direction.sourceText() : shortName(direction.file, image);
@@ -73,7 +73,8 @@ std::string textOf(const SeriesRecord& series) {
   std::string text = series.file + ": " + std::to_string(series.volumes) +
                      (series.volumes == 1 ? " volume, " : " volumes, ") +
                      textOf(series.acquisition, series.file) +
-                     (series.resampledField ? ", field resampled to its grid" : "") + "\n";
+                     (series.resampledField ? ", field resampled to its grid" : "") +
+                     (series.mapFactor && *series.mapFactor < 0 ? ", map turned round" : "") + "\n";
   return text;
 }
 

@@ -226,14 +226,15 @@ SeriesReport correctSeries(const std::string& in, const Volume<float>& shift,
   return report;
 }
 
-Volume<float> meanOfSeries(const std::string& in, int count) {
+Volume<float> meanOfSeries(const std::string& in, int count, std::int64_t* nonFinite) {
   nifti::Reader reader(in);
   const int wanted = wantedForMean(count, reader.header().volumes);
   Mean mean(reader.header().dims, wanted);
   Volume<float> volume;
   for (int t = 0; t < wanted; ++t) {
     reader.readVolume(t, volume);
-    replaceNonFinite(volume);
+    const std::int64_t replaced = replaceNonFinite(volume);
+    if (nonFinite != nullptr) *nonFinite += replaced;
     mean.add(volume);
   }
   return mean.value();

@@ -57,6 +57,7 @@ SeriesReport correctSeries(const std::string& in, const Volume<float>& shift,
                            const SeriesOptions& options, const std::string& out);
 
 /// The average of the first `count` volumes (0: of all) of an image, as in SeriesReport.
-Volume<float> meanOfSeries(const std::string& in, int count = 0);
+/// @param nonFinite  the values that were NaN or infinite, and counted as 0, are added to it.
+Volume<float> meanOfSeries(const std::string& in, int count = 0, std::int64_t* nonFinite = nullptr);
 
 }  // namespace mirel

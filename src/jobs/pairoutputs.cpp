@@ -20,6 +20,16 @@ std::string detailOf(const InputImage& image) {
   return "Volume" + std::to_string(image.options.volume);
 }
 
+// Of the image that the map is added to, so that it can be turned round for others; nothing that
+// was assumed only.
+Json acquisitionOfMap(const PairInput& pair) {
+  Json json = Json::object();
+  if (pair.a.acquisition.direction->source == bids::StatedDirection::Source::assumed) return json;
+  json["PhaseEncodingDirection"] = nameOf(pair.a.direction());
+  if (pair.readoutSeconds) json["TotalReadoutTime"] = *pair.readoutSeconds;
+  return json;
+}
+
 class PairWriter {
  public:
   PairWriter(const PairInput& what, const RunRecord& run, const SourceNames& names,
@@ -35,23 +45,24 @@ class PairWriter {
   }
 
   void image(const std::string& name, const Volume<float>& volume, const std::string& description,
-             const std::string& units = {}) {
+             const std::string& units = {}, const Json& moreFields = Json::object()) {
     nifti::Writer writer(folder.path(name + imageEnd), header);
     writer.write(volume);
     writer.finish();
-    sidecar(name, description, units);
+    sidecar(name, description, units, moreFields);
   }
 
   void warp(const std::string& name, const Volume<float>& shift, const std::string& source,
             const RigidMotion& motion) {
     writeWarpLps(shift, header, pair.axis(), folder.path(name + imageEnd), motion);
-    sidecar(name, warpDescription(source), "mm");
+    sidecar(name, warpDescription(source), "mm", Json::object());
   }
 
  private:
-  void sidecar(const std::string& name, const std::string& description, const std::string& units) {
+  void sidecar(const std::string& name, const std::string& description, const std::string& units,
+               const Json& moreFields) {
     folder.writeText(name + ".json",
-                     sidecarText(description, units, sources, origin, Json::object()));
+                     sidecarText(description, units, sources, origin, moreFields));
     progress.at(Stage::writing, ++written / 8.0);
   }
 
@@ -122,9 +133,10 @@ void writePair(const PairNames& names, const PairInput& pair, const PairEstimate
   const std::string meaning = "Displacement d along the voxel axis " + axis +
                               ", towards greater indices: true(y) = I(y + d) for " +
                               pair.a.title() + ", I(y - d) for " + pair.b.title();
-  writer.image(names.voxels, estimate.shift, meaning, "voxels");
+  const Json ofMap = acquisitionOfMap(pair);
+  writer.image(names.voxels, estimate.shift, meaning, "voxels", ofMap);
   const double size = nifti::columnLengths(pair.a.header.affine())[pair.axis()];
-  writer.image(names.mm, estimate.shift * static_cast<float>(size), meaning, "mm");
+  writer.image(names.mm, estimate.shift * static_cast<float>(size), meaning, "mm", ofMap);
   if (!names.field.empty())
     writer.image(names.field,
                  fieldFromShift(estimate.shift, gridOf(pair.a.header), pair.a.direction(),

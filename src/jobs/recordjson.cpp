@@ -39,6 +39,14 @@ Json imageJson(const ImageDescription& image) {
   return json;
 }
 
+Json sourceJson(const SourceRecord& source) {
+  Json json = fileJson(source.file);
+  json["Units"] = nameOf(source.unit.value);
+  json["UnitsSource"] = source.unit.sourceText();
+  addSidecars(json, source.sidecars);
+  return json;
+}
+
 // The head's motion from A to B along and about i, j, k; null: none was found.
 Json motionJson(const PairFindings& findings) {
   if (!findings.motion) return nullptr;
@@ -94,8 +102,9 @@ const char* verdictName(SignCheck::Verdict verdict) {
 
 Json seriesJson(const SeriesRecord& series) {
   Json json = fileJson(series.file);
-  if (series.acquisition.direction->source == bids::StatedDirection::Source::map) {
-    // A map says nothing about the polarity, only along which axis it shifts.
+  const bids::StatedDirection& direction = *series.acquisition.direction;
+  if (direction.source == bids::StatedDirection::Source::map) {
+    // Nobody told the polarity: only the axis along which the map shifts is known.
     addSidecars(json, series.acquisition.sidecarFiles());
   } else {
     addAcquisition(json, series.acquisition);
@@ -106,8 +115,10 @@ Json seriesJson(const SeriesRecord& series) {
                          {"AsGiven", series.signs->asGiven},
                          {"Opposite", series.signs->opposite}};
   if (!series.warnings.empty()) json["Warnings"] = textsOf(series.warnings);
-  if (series.acquisition.direction->source == bids::StatedDirection::Source::map)
-    json["DisplacementAxis"] = nameOf(series.acquisition.direction->value);
+  if (series.mapFactor) {
+    json["DisplacementAxis"] = bids::nameOf({direction.value.axis, 1});
+    json["DisplacementFactor"] = *series.mapFactor;
+  }
   return json;
 }
 
@@ -165,8 +176,7 @@ Json originOf(const RunRecord& run) {
   Json json = {{"Version", run.version}};
   if (run.pair) addPair(json, *run.pair);
   if (run.source) {
-    json[run.source->kind == SourceRecord::Kind::map ? "Map" : "Field"] =
-        fileJson(run.source->file);
+    json[run.source->kind == SourceRecord::Kind::map ? "Map" : "Field"] = sourceJson(*run.source);
     json["Options"]["Modulation"] = run.seriesSettings.modulation == Modulation::on;
   }
   return json;

@@ -7,6 +7,7 @@
 #include "field/warp.h"
 #include "jobs/resultnames.h"
 #include "nifti/filename.h"
+#include "pair/shiftdoubt.h"
 
 namespace mirel {
 
@@ -62,6 +63,10 @@ SeriesRecord recordOf(const SeriesInput& input, const std::string& output,
   record.acquisition = input.acquisition;
   record.volumes = corrected.volumes;
   record.resampledField = !input.onGridOfField;
+  if (!distortion.isField()) {
+    const bool turned = input.acquisition.direction->value != distortion.gridShift().direction;
+    record.mapFactor = turned ? -input.mapScale : input.mapScale;
+  }
   record.warnings = input.warnings;
   for (const std::string& warning : corrected.warnings) record.warnings.push_back(warning);
   if (!record.resampledField) return record;
@@ -142,11 +147,17 @@ void SeriesCorrection::correctOne(const Planned& one, const Context& context) {
   const SeriesInput& input = one.input;
   const bids::PhaseEncodingDirection direction = input.acquisition.direction->value;
   const auto& readout = input.acquisition.readout;
-  const Volume<float> shift = context.distortion.shiftFor(
+  Volume<float> shift = context.distortion.shiftFor(
       gridOf(input.header), direction, readout ? std::optional(readout->seconds) : std::nullopt);
+  if (input.mapScale != 1) shift *= static_cast<float>(input.mapScale);
   const SeriesReport corrected = resample(one, shift, context);
 
   SeriesRecord record = recordOf(input, one.names.image, corrected, context.distortion);
+  if (context.run.source)
+    if (const std::string doubt = shiftDoubt(corrected.meanBefore, shift, direction.axis,
+                                             input.file, context.run.source->file);
+        !doubt.empty())
+      record.warnings.push_back(doubt);
   std::vector<Remark>& notes = context.run.notes;
   notes.insert(notes.end(), input.notes.begin(), input.notes.end());
   if (context.reference) {

@@ -218,7 +218,7 @@ TEST_F(ApplyField, FaultsAreOneSentenceAndLeaveNothing) {
   refused(apply({"-o", out, "--readout", "50"}), "is it in milliseconds?");
   refused(apply({"-o", out, "--pe", "j", "--readout", "0.05"}, folder.file("short.nii.gz")),
           "short.nii.gz is truncated");
-  refused(runMirel({"apply", "--field", run, run, "-o", out}), "a field in Hz has one");
+  refused(runMirel({"apply", "--field", run, run, "-o", out}), "a field has one");
   refused(runMirel({"apply", "--field", folder.file(""), run, "-o", out}), "is a directory");
   refused(apply({"-o", folder.file("text.json") + "/out"}), "text.json");
 }

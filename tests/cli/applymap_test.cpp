@@ -127,23 +127,22 @@ TEST_F(ApplyMap, FaultsAreOneSentenceAndLeaveNothing) {
   Map map = readMapFile(vdm);
   map.values[5] = NAN;
   writeMapFile(vdm, map);
-  refused(apply({run, "-o", out}), "NaN");
+  refused(apply({run, "-o", out}), "1 of its 700 values are not finite");
   niftifiles::writeText(vdm, "no map");
   refused(apply({run, "-o", out}), "cannot read the map " + vdm);
 }
 
 TEST_F(ApplyMap, UsageMistakesHaveTheirOwnStatus) {
   EXPECT_EQ(apply({run}).status, 2) << "no output";
+  EXPECT_EQ(apply({run, "-o", out, "--field", "f.nii"}).status, 2);
+  for (const std::string option : {"--modulate", "--float", "--warp", "--quiet"})
+    EXPECT_EQ(apply({"run.fmr", option}).status, 2) << option;
   for (const std::vector<std::string>& more : {std::vector<std::string>{"--pe", "j"},
                                                {"--readout", "0.05"},
                                                {"--sidecar", "a.json"},
-                                               {"--field", "f.nii"}}) {
-    std::vector<std::string> arguments = {run, "-o", out};
-    arguments.insert(arguments.end(), more.begin(), more.end());
-    EXPECT_EQ(apply(arguments).status, 2) << more[0];
-  }
-  for (const std::string option : {"--modulate", "--float", "--warp", "--quiet"})
-    EXPECT_EQ(apply({"run.fmr", option}).status, 2) << option;
+                                               {"--vdm-pe", "j"},
+                                               {"--units", "mm"}})
+    EXPECT_EQ(apply({"run.fmr", more[0], more[1]}).status, 2) << more[0];
   EXPECT_EQ(apply({"run.fmr", "-o", out}).status, 2);
 }
 

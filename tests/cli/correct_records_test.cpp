@@ -128,7 +128,9 @@ TEST_F(Records, EveryInputIsNamedWithItsChecksum) {
   ASSERT_EQ(runMirel({"apply", "--field", field, bold('j'), "-o", file("applied")}).status, 0);
   const json applied = jsonOf(file("applied/" + name))["Mirel"];
   expectChecksums(applied["Series"], bold('j'), sidecarOf(bold('j')));
-  EXPECT_EQ(applied["Field"], json({{"File", field}, {"SHA256", checksumOf(field)}}));
+  expectChecksums(applied["Field"], field, sidecarOf(field));
+  EXPECT_EQ(applied["Field"]["Units"], "Hz");
+  EXPECT_EQ(applied["Field"]["UnitsSource"], sidecarOf(field));
 }
 
 TEST_F(Records, EverySidecarHasTheAgreementOfThePair) {

@@ -147,7 +147,11 @@ TEST_F(CorrectCommand, AppliesToSeriesOfEitherPolarity) {
   EXPECT_EQ(summary["series"][0]["volumes"], 3);
   EXPECT_EQ(summary["series"][0]["signCheck"], "right");
   EXPECT_EQ(summary["series"][1]["direction"], "j");
-  EXPECT_EQ(summary["warnings"].size(), 0U);
+  // The sidecars of the pair name the series that it is for.
+  ASSERT_EQ(summary["warnings"].size(), 2U);
+  for (const auto& warning : summary["warnings"])
+    EXPECT_THAT(warning.get<std::string>(),
+                HasSubstr("is not meant for " + file("sub-phantom_acq")));
   // The copy of B is corrected as B is, but for the rounding to its own integers.
   const Volume<float> asPair = imageIn(out("sub-phantom_dir-PA_desc-preproc_epi.nii.gz"));
   const Volume<float> asSeries =
