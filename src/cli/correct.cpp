@@ -29,7 +29,7 @@ struct Options {
   int meanB = 0;  // 0: as for A
   std::string estimator;
   bool ssd = false, ncc = false, fast = false, noIc = false, ic = false, noMotion = false;
-  bool modulate = false, quiet = false, json = false;
+  bool modulate = false, noModulate = false, quiet = false, json = false;
 };
 
 bool hasSearchOptions(const Options& options) {
@@ -49,6 +49,7 @@ void settle(Options& options) {
     job.estimate.estimator = Estimator::search;
   job.estimate.motion = !options.noMotion;
   if (options.modulate) job.estimate.modulation = Modulation::on;
+  if (options.noModulate) job.estimate.modulation = Modulation::off;
   for (const std::string& file : options.runs) job.series.push_back({file, options.ofRuns});
 }
 
@@ -149,9 +150,15 @@ void addEstimateOptions(Command* command, Options& options) {
                    "(default: found from the images)")
       ->type_name("F")
       ->check(refuseNotPositive);
-  command->add_flag("--modulate", options.modulate,
-                    "Multiply corrected intensities by the Jacobian, the local density change\n"
-                    "(default: off)");
+  Option* modulate =
+      command->add_flag("--modulate", options.modulate,
+                        "Multiply corrected intensities, of the pair and of every RUN, by the\n"
+                        "Jacobian, the local density change: signal that piled up is scaled back\n"
+                        "(default with the mass-preserving estimate, not with the search)");
+  command
+      ->add_flag("--no-modulate", options.noModulate,
+                 "Move intensities only: signal that piled up stays bright")
+      ->excludes(modulate);
 }
 
 }  // namespace

@@ -30,7 +30,7 @@ std::string motionText(const std::optional<RigidMotion>& motion) {
          three(motion->rotationDegrees) + " degrees about i, j, k";
 }
 
-std::string textOf(const PairFindings& found) {
+std::string textOf(const PairFindings& found, Modulation modulation) {
   std::string told = "Head above an intensity of " + text("%.4g", found.threshold) +
                      " (intensity scale " + text("%.4g", found.intensityScale) + ", " +
                      text("%.0f", 100 * found.foregroundA) + " and " +
@@ -39,7 +39,10 @@ std::string textOf(const PairFindings& found) {
     told += "Intensity of the first image over that of the second: " +
             text("%.4g", found.intensityRatio) + "\n" + motionText(found.motion) + "\n";
   return told + "Correlation of the pair in the head: " + text("%.3f", found.agreement.before) +
-         " before, " + text("%.3f", found.agreement.after) + " after\n";
+         " before, " + text("%.3f", found.agreement.after) + " after, as written (" +
+         (modulation == Modulation::on ? "modulated: signal that piled up is scaled back"
+                                       : "not modulated: signal that piled up stays bright") +
+         ")\n";
 }
 
 const char* sentenceOf(SignCheck::Verdict verdict) {
@@ -75,7 +78,7 @@ std::string textOf(const RunRecord& run) {
   if (run.pair) {
     for (const ImageDescription* image : {&run.pair->a, &run.pair->b})
       text += image->title() + ": " + textOf(image->acquisition) + "\n";
-    text += textOf(run.pair->findings);
+    text += textOf(run.pair->findings, run.pair->settings.usedModulation());
   }
   for (const SeriesRecord& series : run.series) {
     text += textOf(series);

@@ -57,7 +57,7 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
   RunRecord run;
   run.version = options.version;
   run.seriesSettings = options.seriesSettings;
-  run.seriesSettings.modulation = options.estimate.modulation;
+  run.seriesSettings.modulation = options.estimate.usedModulation();
   OutputFolder folder(options.outputFolder);
   progress.at(Stage::reading, 0.0);
   const PairInput pair = readPair(options.a, options.b);

@@ -60,7 +60,7 @@ Json settingsJson(const EstimateSettings& settings, const PairFindings& findings
   }
   json["IntensityScale"] = findings.intensityScale;
   json["ForegroundThreshold"] = findings.threshold;
-  json["Modulation"] = settings.modulation == Modulation::on;
+  json["Modulation"] = settings.usedModulation() == Modulation::on;
   return json;
 }
 
@@ -131,10 +131,12 @@ void addPairSummary(Json& json, const PairRecord& pair) {
   json["foregroundThreshold"] = findings.threshold;
   json["intensityRatio"] = findings.intensityRatio;
   json["headMotion"] = motionJson(findings);
+  json["modulation"] = pair.settings.usedModulation() == Modulation::on;
   json["foreground"] = {findings.foregroundA, findings.foregroundB};
   const PairAgreement& agreement = findings.agreement;
   json["pairCorrelation"] = {{"before", agreement.before},
                              {"after", agreement.after},
+                             {"modulated", agreement.modulated},
                              {"negated", agreement.negated},
                              {"fastAlongAxis", agreement.fastAlongAxis},
                              {"fastAcross", agreement.fastAcross}};

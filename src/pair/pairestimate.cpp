@@ -44,7 +44,7 @@ Volume<float> headMask(const Volume<float>& mean, double threshold) {
   return mask;
 }
 
-// Of images corrected as those that are written with modulation.
+// Of images corrected with modulation.
 double agreementThrough(const Volume<float>& shift, int axis, const Volume<float>& first,
                         const Volume<float>& second, const Volume<float>& mask) {
   return agreementOf(correctVolume(first, shift, axis, Modulation::on),
@@ -156,15 +156,15 @@ void doubtForeground(const PairInput& pair, PairEstimate& estimate) {
 
 void doubtAgreement(const PairInput& pair, PairEstimate& estimate) {
   const PairAgreement& found = estimate.agreement;
-  if (found.negated > found.after + decisive)
+  if (found.negated > found.modulated + decisive)
     estimate.warnings.push_back(
         "the opposite of the estimated map makes the images agree better (" +
-        text("%.3f", found.negated) + ") than the map itself (" + text("%.3f", found.after) +
+        text("%.3f", found.negated) + ") than the map itself (" + text("%.3f", found.modulated) +
         "): do not trust this result");
-  else if (found.after < found.before)
-    estimate.warnings.push_back("the corrected images agree less (" + text("%.3f", found.after) +
-                                ") than the images as they came (" + text("%.3f", found.before) +
-                                "): do not trust this result");
+  else if (found.modulated < found.before)
+    estimate.warnings.push_back("the corrected images agree less (" +
+                                text("%.3f", found.modulated) + ") than the images as they came (" +
+                                text("%.3f", found.before) + "): do not trust this result");
   if (found.fastAcross > found.fastAlongAxis + decisive)
     estimate.warnings.push_back("CHECK THE AXIS in " + sidecarsOf(pair) + ": they say " +
                                 nameOf(pair.a.direction()) + " and " + nameOf(pair.b.direction()) +
@@ -219,15 +219,17 @@ PairEstimate estimatePairMap(const PairInput& pair, const EstimateSettings& sett
   const Volume<float>& second = found.unmovedSecond ? *found.unmovedSecond : pair.b.image;
   estimate.shift = std::move(found.shift);
   const Volume<float> opposite = estimate.shift * -1.0f;
-  estimate.correctedA = correctVolume(first, estimate.shift, axis, settings.modulation);
-  estimate.correctedB = correctVolume(second, opposite, axis, settings.modulation);
+  const Modulation modulation = settings.usedModulation();
+  estimate.correctedA = correctVolume(first, estimate.shift, axis, modulation);
+  estimate.correctedB = correctVolume(second, opposite, axis, modulation);
   estimate.mean = meanOf(estimate.correctedA, estimate.correctedB);
 
   progress.at(Stage::checking, 0.0);
   const Volume<float> head = headMask(before, threshold);
   PairAgreement& agreement = estimate.agreement;
   agreement.before = agreementOf(first, pair.b.image, head);
-  agreement.after = agreementThrough(estimate.shift, axis, first, second, head);
+  agreement.after = agreementOf(estimate.correctedA, estimate.correctedB, head);
+  agreement.modulated = agreementThrough(estimate.shift, axis, first, second, head);
   agreement.negated = agreementThrough(opposite, axis, first, second, head);
   agreement.otherAxis = otherAxisOf(axis);
   agreement.fastAlongAxis = fastAgreement(pair, axis, estimate, head);

@@ -30,14 +30,24 @@ struct EstimateSettings {
   /// Factor on the intensities; 0: such that the estimators' threshold of 100 lies between head
   /// and air.
   double intensityScale = 0;
-  Modulation modulation = Modulation::off;
+  /// Whether the corrected images are scaled by the local density change. Nothing: as the estimator
+  /// has it: with the mass-preserving one, whose model it is, not with the search.
+  std::optional<Modulation> modulation;
+
+  Modulation usedModulation() const {
+    return modulation.value_or(estimator == Estimator::massPreserving ? Modulation::on
+                                                                      : Modulation::off);
+  }
 };
 
-/// How well the two images of the pair agree in the head: correlation coefficients of the images
-/// as they are, and corrected with modulation (correctVolume) by the map, by its negative, and by
-/// column-wise estimates along the stated axis and along another one.
+/// How well the two images of the pair agree in the head: correlation coefficients.
 struct PairAgreement {
-  double before = 0, after = 0, negated = 0;
+  /// Of the images as they came, and of the corrected ones as they are given out, with or without
+  /// modulation.
+  double before = 0, after = 0;
+  /// Always with modulation, so that variants can be compared: corrected by the map, by its
+  /// negative, and by column-wise estimates along the stated axis and along another one.
+  double modulated = 0, negated = 0;
   double fastAlongAxis = 0, fastAcross = 0;
   int otherAxis = 0;
 };
