@@ -35,6 +35,9 @@ std::string textOf(const PairFindings& found, Modulation modulation) {
                      " (intensity scale " + text("%.4g", found.intensityScale) + ", " +
                      text("%.0f", 100 * found.foregroundA) + " and " +
                      text("%.0f", 100 * found.foregroundB) + " % of the voxels)\n";
+  if (found.backgroundA != 0 || found.backgroundB != 0)
+    told += "Background taken off for the estimate: " + text("%.4g", found.backgroundA) + " and " +
+            text("%.4g", found.backgroundB) + "\n";
   if (found.estimator == Estimator::massPreserving)
     told += "Intensity of the first image over that of the second: " +
             text("%.4g", found.intensityRatio) + "\n" + motionText(found.motion) + "\n";

@@ -57,6 +57,7 @@ Json settingsJson(const EstimateSettings& settings, const PairFindings& findings
     json["EstimateMotion"] = settings.motion;
     json["IntensityRatio"] = findings.intensityRatio;
     json["HeadMotion"] = motionJson(findings);
+    json["Background"] = {findings.backgroundA, findings.backgroundB};
   }
   json["IntensityScale"] = findings.intensityScale;
   json["ForegroundThreshold"] = findings.threshold;
@@ -99,6 +100,7 @@ Json seriesJson(const SeriesRecord& series) {
     addAcquisition(json, series.acquisition);
     json["FieldResampled"] = series.resampledField;
   }
+  if (series.background != 0) json["Background"] = series.background;
   if (series.signs)
     json["SignCheck"] = {{"Verdict", verdictName(series.signs->verdict)},
                          {"AsGiven", series.signs->asGiven},
@@ -129,6 +131,7 @@ void addPairSummary(Json& json, const PairRecord& pair) {
   json["b"] = imageSummary(pair.b);
   json["intensityScale"] = findings.intensityScale;
   json["foregroundThreshold"] = findings.threshold;
+  json["background"] = {findings.backgroundA, findings.backgroundB};
   json["intensityRatio"] = findings.intensityRatio;
   json["headMotion"] = motionJson(findings);
   json["modulation"] = pair.settings.usedModulation() == Modulation::on;

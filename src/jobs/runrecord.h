@@ -26,6 +26,7 @@ struct SeriesRecord {
   std::string file, output;
   bids::Acquisition acquisition;
   int volumes = 0;
+  double background = 0;           ///< that was not modulated (SeriesOptions::background)
   bool resampledField = false;     ///< its grid is not that of the field
   std::optional<SignCheck> signs;  ///< where there was an undistorted reference
   std::vector<Remark> warnings;

@@ -6,6 +6,8 @@
 #include "field/series.h"
 #include "field/warp.h"
 #include "nifti/filename.h"
+#include "nifti/image.h"
+#include "pair/background.h"
 
 namespace mirel {
 
@@ -131,14 +133,17 @@ void SeriesCorrection::correctOne(const Planned& one, const Context& context) {
   const auto& readout = input.acquisition.readout;
   const Volume<float> shift = context.distortion.shiftFor(
       gridOf(input.header), direction, readout ? std::optional(readout->seconds) : std::nullopt);
-  const SeriesReport corrected = resample(one, shift, context);
+  const SeriesOptions how = optionsFor(input);
+  const SeriesReport corrected = resample(one, shift, how, context);
 
   SeriesRecord record = recordOf(input, one.names.image, corrected, context.distortion);
+  record.background = how.background;
   std::vector<Remark>& notes = context.run.notes;
   notes.insert(notes.end(), input.notes.begin(), input.notes.end());
   if (context.reference) {
     const auto through = [&](const Volume<float>& map) {
-      return correctVolume(corrected.meanBefore, map, direction.axis, settings.modulation);
+      return correctVolume(corrected.meanBefore - static_cast<float>(how.background), map,
+                           direction.axis, settings.modulation);
     };
     record.signs = compareSigns(through(shift), through(-shift), input.header.affine(),
                                 context.reference->image);
@@ -152,15 +157,21 @@ void SeriesCorrection::correctOne(const Planned& one, const Context& context) {
   context.run.series.push_back(std::move(record));
 }
 
-SeriesReport SeriesCorrection::resample(const Planned& one, const Volume<float>& shift,
-                                        const Context& context) {
-  const std::string subject = fs::path(one.input.file).filename().string();
-  context.progress.at(Stage::correcting, 0.0, subject);
+SeriesOptions SeriesCorrection::optionsFor(const SeriesInput& input) const {
   SeriesOptions how;
-  how.axis = one.input.acquisition.direction->value.axis;
+  how.axis = input.acquisition.direction->value.axis;
   how.modulation = settings.modulation;
   how.floatOutput = settings.floatOutput;
   how.threads = settings.threads;
+  if (how.modulation == Modulation::on)
+    how.background = addedBackground(nifti::Reader(input.file).readVolume(0));
+  return how;
+}
+
+SeriesReport SeriesCorrection::resample(const Planned& one, const Volume<float>& shift,
+                                        SeriesOptions how, const Context& context) {
+  const std::string subject = fs::path(one.input.file).filename().string();
+  context.progress.at(Stage::correcting, 0.0, subject);
   how.done = [&](double done) { context.progress.at(Stage::correcting, done, subject); };
   return correctSeries(one.input.file, shift, how, folder.path(one.names.image));
 }

@@ -8,6 +8,7 @@
 #include "containers/exchange.h"
 #include "masspreserving/masspreserving.h"
 #include "numerics/statistics.h"
+#include "pair/background.h"
 #include "pair/foreground.h"
 
 namespace mirel {
@@ -191,6 +192,23 @@ void chooseScale(const PairInput& pair, const EstimateSettings& settings, double
   estimate.foregroundB = fractionAbove(pair.b.image, estimate.threshold);
 }
 
+// The pair less what was added to all of its images, if anything was; notes it.
+std::optional<PairInput> withoutBackground(const PairInput& pair, PairEstimate& estimate) {
+  if (estimate.estimator == Estimator::search) return std::nullopt;
+  estimate.backgroundA = addedBackground(pair.a.image);
+  estimate.backgroundB = addedBackground(pair.b.image);
+  if (estimate.backgroundA == 0 && estimate.backgroundB == 0) return std::nullopt;
+  PairInput lowered = pair;
+  lowered.a.image -= static_cast<float>(estimate.backgroundA);
+  lowered.b.image -= static_cast<float>(estimate.backgroundB);
+  return lowered;
+}
+
+void addBackground(PairEstimate& estimate) {
+  if (estimate.backgroundA != 0) estimate.correctedA += static_cast<float>(estimate.backgroundA);
+  if (estimate.backgroundB != 0) estimate.correctedB += static_cast<float>(estimate.backgroundB);
+}
+
 }  // namespace
 
 std::string nameOf(Estimator estimator) {
@@ -203,10 +221,12 @@ std::string nameOf(Estimator estimator) {
   return "search";
 }
 
-PairEstimate estimatePairMap(const PairInput& pair, const EstimateSettings& settings,
+PairEstimate estimatePairMap(const PairInput& input, const EstimateSettings& settings,
                              Progress& progress) {
   PairEstimate estimate;
   estimate.estimator = settings.estimator;
+  const std::optional<PairInput> lowered = withoutBackground(input, estimate);
+  const PairInput& pair = lowered ? *lowered : input;
   const Volume<float> before = meanOf(pair.a.image, pair.b.image);
   const double threshold = headThreshold(before);
   chooseScale(pair, settings, threshold, estimate);
@@ -222,6 +242,7 @@ PairEstimate estimatePairMap(const PairInput& pair, const EstimateSettings& sett
   const Modulation modulation = settings.usedModulation();
   estimate.correctedA = correctVolume(first, estimate.shift, axis, modulation);
   estimate.correctedB = correctVolume(second, opposite, axis, modulation);
+  addBackground(estimate);
   estimate.mean = meanOf(estimate.correctedA, estimate.correctedB);
 
   progress.at(Stage::checking, 0.0);

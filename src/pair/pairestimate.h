@@ -56,7 +56,11 @@ struct PairAgreement {
 struct PairFindings {
   Estimator estimator = Estimator::massPreserving;
   double intensityScale = 1;
-  double threshold = 0;  ///< intensity between head and air, of the images as they are
+  /// Intensity that was added to all of each image (addedBackground): the mass-preserving estimate
+  /// takes it off, and modulation leaves it as it is. 0 with the search.
+  double backgroundA = 0, backgroundB = 0;
+  /// Intensity between head and air, of the images less their background.
+  double threshold = 0;
   /// Fraction of the voxels above the threshold in either image.
   double foregroundA = 0, foregroundB = 0;
   /// Of the mass-preserving estimate: intensity of A over that of B, and the head's motion from A
@@ -80,6 +84,9 @@ struct PairEstimate : PairFindings {
 /// bit, when the intensity scale is 1 and the voxel sizes need no more than the six digits that a
 /// project's header has; with a phase-encoding axis other than y that axis and y are
 /// exchanged before and after. B is corrected by the negated map.
+///
+/// The mass-preserving estimate is that of the images less their background, and so is what is
+/// modulated: corrected = (image - background) through the map, times its Jacobian, + background.
 ///
 /// Warnings  name the sidecars: images that agree better uncorrected, or with the opposite map;
 ///           an axis other than the stated one that explains more of the difference; a threshold
