@@ -5,10 +5,10 @@
 #include <sstream>
 
 #include "base/numbertext.h"
-#include "containers/exchange.h"
 #include "masspreserving/masspreserving.h"
 #include "numerics/statistics.h"
 #include "pair/background.h"
+#include "pair/estimateframe.h"
 #include "pair/foreground.h"
 
 namespace mirel {
@@ -18,19 +18,6 @@ namespace {
 constexpr double nearlyNothing = 0.01, nearlyEverything = 0.9;
 /// Correlations that differ by less say nothing.
 constexpr double decisive = 0.01;
-
-// Both images with the phase-encoding axis as y. The pair outlives it.
-struct Frame {
-  AlongY<float> first, second;
-  glm::dvec3 voxelMm;
-
-  Frame(const PairInput& pair, int axis)
-      : first(pair.a.image, axis),
-        second(pair.b.image, axis),
-        voxelMm(projectVoxelSize(pair.a.header)) {
-    std::swap(voxelMm[axis], voxelMm[1]);
-  }
-};
 
 // Correlation in the mask; 0 where it is not defined.
 double agreementOf(const Volume<float>& a, const Volume<float>& b, const Volume<float>& mask) {
@@ -69,23 +56,23 @@ double doneAt(const MassPreservingProgress& state) {
   return finished * (state.iteration + 1) / (state.iteration + 2);
 }
 
-MassPreservingResult massPreserving(const Frame& frame, bool motion, Progress& progress) {
+MassPreservingResult massPreserving(const EstimateFrame& frame, bool motion, Progress& progress) {
   MassPreservingOptions options;
   options.estimateMotion = motion;
   // The coarse resolutions come a second time when motion is looked for.
   double done = 0.0;
-  return estimateMassPreserving(*frame.first, *frame.second, frame.voxelMm, options,
+  return estimateMassPreserving(frame.first(), frame.second(), frame.voxelMm(), options,
                                 [&](const MassPreservingProgress& state) {
                                   done = std::max(done, doneAt(state));
                                   progress.at(Stage::estimating, done);
                                 });
 }
 
-Volume<float> searchMap(const Frame& frame, double intensityScale, const EstimateOptions& options,
-                        const ReportDone& done = {}) {
+Volume<float> searchMap(const EstimateFrame& frame, double intensityScale,
+                        const EstimateOptions& options, const ReportDone& done = {}) {
   const float scale = static_cast<float>(intensityScale);
   std::ostringstream log;
-  return estimatePair(*frame.first * scale, *frame.second * scale, frame.voxelMm, options, log,
+  return estimatePair(frame.first() * scale, frame.second() * scale, frame.voxelMm(), options, log,
                       done);
 }
 
@@ -95,26 +82,30 @@ struct Found {
   std::optional<Volume<float>> unmovedSecond;
 };
 
+Found estimateBySearch(const PairInput& pair, const EstimateSettings& settings,
+                       const PairEstimate& estimate, Progress& progress) {
+  const EstimateFrame frame(pair, pair.axis(), OtherAxes::asStored);
+  Volume<float> map = searchMap(frame, estimate.intensityScale, settings.search,
+                                [&](double done) { progress.at(Stage::estimating, done); });
+  requireUsable(map);
+  return {frame.back(std::move(map)), {}};
+}
+
 Found estimateMap(const PairInput& pair, const EstimateSettings& settings, PairEstimate& estimate,
                   Progress& progress) {
-  const int axis = pair.axis();
-  const Frame frame(pair, axis);
-  if (settings.estimator == Estimator::search) {
-    Volume<float> map = searchMap(frame, estimate.intensityScale, settings.search,
-                                  [&](double done) { progress.at(Stage::estimating, done); });
-    requireUsable(map);
-    return {exchangedWithY(std::move(map), axis), {}};
-  }
+  if (settings.estimator == Estimator::search)
+    return estimateBySearch(pair, settings, estimate, progress);
+  const EstimateFrame frame(pair, pair.axis(), OtherAxes::byPatient);
   MassPreservingResult result = massPreserving(frame, settings.motion, progress);
   requireUsable(result.shiftVoxels);
   estimate.intensityRatio = result.scale;
   Found found;
   if (!result.motion.isNone()) {
-    estimate.motion = result.motion.withExchanged(axis, 1);
-    found.unmovedSecond = exchangedWithY(
-        secondUnmoved(*frame.second, frame.voxelMm, result.motion, result.shiftVoxels), axis);
+    estimate.motion = frame.back(result.motion);
+    found.unmovedSecond = frame.back(
+        secondUnmoved(frame.second(), frame.voxelMm(), result.motion, result.shiftVoxels));
   }
-  found.shift = exchangedWithY(std::move(result.shiftVoxels), axis);
+  found.shift = frame.back(std::move(result.shiftVoxels));
   return found;
 }
 
@@ -125,10 +116,10 @@ int otherAxisOf(int axis) { return axis == 1 ? 0 : 1; }
 // A column-wise estimate along `axis` and how well the images agree then.
 double fastAgreement(const PairInput& pair, int axis, const PairEstimate& estimate,
                      const Volume<float>& mask) {
-  Volume<float> map = searchMap(Frame(pair, axis), estimate.intensityScale, {.fast = true});
+  const EstimateFrame frame(pair, axis, OtherAxes::asStored);
+  Volume<float> map = searchMap(frame, estimate.intensityScale, {.fast = true});
   if (!isFinite(map)) return -1;
-  return agreementThrough(exchangedWithY(std::move(map), axis), axis, pair.a.image, pair.b.image,
-                          mask);
+  return agreementThrough(frame.back(std::move(map)), axis, pair.a.image, pair.b.image, mask);
 }
 
 std::string sidecarsOf(const PairInput& pair) {
