@@ -29,7 +29,7 @@ struct Options {
   int meanB = 0;  // 0: as for A
   std::string estimator;
   bool ssd = false, ncc = false, fast = false, noIc = false, ic = false, noMotion = false;
-  bool modulate = false, noModulate = false, quiet = false, json = false;
+  bool modulate = false, noModulate = false, quiet = false, json = false, strict = false;
 };
 
 bool hasSearchOptions(const Options& options) {
@@ -55,7 +55,7 @@ void settle(Options& options) {
 
 int runCorrect(Options options) {
   settle(options);
-  return runJob({options.quiet, options.json},
+  return runJob({.quiet = options.quiet, .json = options.json, .strict = options.strict},
                 [&](Progress& progress) { return correctPair(options.job, progress); });
 }
 
@@ -177,6 +177,10 @@ void addCorrectCommand(Command& app, Program& program) {
   command->add_flag("--float", options->job.seriesSettings.floatOutput,
                     "Write every RUN as 32-bit floats (default: its own data type and scaling,\n"
                     "rounded)");
+  command->add_flag(
+      "--strict", options->strict,
+      "Exit with 1 where the verdict is not to trust the result. It is written all the\n"
+      "same");
   command->add_flag("--quiet", options->quiet, "Say nothing but warnings and errors");
   command->add_flag("--json", options->json,
                     "Print a summary as JSON instead of the names of the files written");

@@ -30,6 +30,18 @@ std::string motionText(const std::optional<RigidMotion>& motion) {
          three(motion->rotationDegrees) + " degrees about i, j, k";
 }
 
+std::string verdictText(const Verdict& verdict) {
+  switch (verdict.trust) {
+    case Trust::doNotTrust:
+      return "Verdict: do not trust this result (the warnings say why)\n";
+    case Trust::doubtful:
+      return "Verdict: doubtful (the warnings say why)\n";
+    case Trust::trusted:
+      break;
+  }
+  return "Verdict: nothing speaks against this result\n";
+}
+
 std::string textOf(const PairFindings& found, Modulation modulation) {
   std::string told = "Head above an intensity of " + text("%.4g", found.threshold) +
                      " (intensity scale " + text("%.4g", found.intensityScale) + ", " +
@@ -45,7 +57,7 @@ std::string textOf(const PairFindings& found, Modulation modulation) {
          " before, " + text("%.3f", found.agreement.after) + " after, as written (" +
          (modulation == Modulation::on ? "modulated: signal that piled up is scaled back"
                                        : "not modulated: signal that piled up stays bright") +
-         ")\n";
+         ")\n" + verdictText(found.verdict);
 }
 
 const char* sentenceOf(SignCheck::Verdict verdict) {

@@ -43,7 +43,8 @@ Distortion distortionOf(const PairInput& pair, const PairEstimate& estimate) {
 void addRemarks(RunRecord& run, const PairInput& pair, const PairEstimate& estimate) {
   run.notes = pair.notes;
   run.warnings = pair.warnings;
-  run.warnings.insert(run.warnings.end(), estimate.warnings.begin(), estimate.warnings.end());
+  const std::vector<Remark>& doubts = estimate.verdict.reasons;
+  run.warnings.insert(run.warnings.end(), doubts.begin(), doubts.end());
   if (estimate.motion)
     run.notes.push_back("the map and the field hold the distortion with the head where it was in " +
                         pair.a.title() + "; of " + pair.b.title() +

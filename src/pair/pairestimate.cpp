@@ -16,8 +16,6 @@ namespace mirel {
 namespace {
 
 constexpr double nearlyNothing = 0.01, nearlyEverything = 0.9;
-/// Correlations that differ by less say nothing.
-constexpr double decisive = 0.01;
 
 // Correlation in the mask; 0 where it is not defined.
 double agreementOf(const Volume<float>& a, const Volume<float>& b, const Volume<float>& mask) {
@@ -132,39 +130,18 @@ std::string sidecarsOf(const PairInput& pair) {
   return source(pair.a) + " and " + source(pair.b);
 }
 
-void doubtForeground(const PairInput& pair, PairEstimate& estimate) {
+void doubtForeground(const PairInput& pair, const PairEstimate& estimate, Verdict& verdict) {
   const auto doubt = [&](const InputImage& image, double fraction) {
     if (fraction > nearlyNothing && fraction < nearlyEverything) return;
-    estimate.warnings.emplace_back(
-        text("%.3g", 100 * fraction) + " % of the voxels of " + image.title() +
-            " exceed the intensity " + text("%.4g", estimate.threshold) +
-            ", which is to separate head from air: nearly " +
-            (fraction < 0.5 ? "nothing" : "everything") + " counts as head",
-        Advice{Advice::Kind::seeIntensityScale});
+    verdict.add(Trust::doubtful,
+                {text("%.3g", 100 * fraction) + " % of the voxels of " + image.title() +
+                     " exceed the intensity " + text("%.4g", estimate.threshold) +
+                     ", which is to separate head from air: nearly " +
+                     (fraction < 0.5 ? "nothing" : "everything") + " counts as head",
+                 Advice{Advice::Kind::seeIntensityScale}});
   };
   doubt(pair.a, estimate.foregroundA);
   doubt(pair.b, estimate.foregroundB);
-}
-
-void doubtAgreement(const PairInput& pair, PairEstimate& estimate) {
-  const PairAgreement& found = estimate.agreement;
-  if (found.negated > found.modulated + decisive)
-    estimate.warnings.push_back(
-        "the opposite of the estimated map makes the images agree better (" +
-        text("%.3f", found.negated) + ") than the map itself (" + text("%.3f", found.modulated) +
-        "): do not trust this result");
-  else if (found.modulated < found.before)
-    estimate.warnings.push_back("the corrected images agree less (" +
-                                text("%.3f", found.modulated) + ") than the images as they came (" +
-                                text("%.3f", found.before) + "): do not trust this result");
-  if (found.fastAcross > found.fastAlongAxis + decisive)
-    estimate.warnings.push_back("CHECK THE AXIS in " + sidecarsOf(pair) + ": they say " +
-                                nameOf(pair.a.direction()) + " and " + nameOf(pair.b.direction()) +
-                                ", but the images differ as if phase encoding ran along " +
-                                bids::nameOf({found.otherAxis, 1}) +
-                                " (correlation of the pair after a quick estimate " +
-                                text("%.3f", found.fastAlongAxis) + " along the stated axis, " +
-                                text("%.3f", found.fastAcross) + " along the other)");
 }
 
 // `threshold` is that of the pair's mean; 0 when it has none.
@@ -200,6 +177,50 @@ void addBackground(PairEstimate& estimate) {
   if (estimate.backgroundB != 0) estimate.correctedB += static_cast<float>(estimate.backgroundB);
 }
 
+// Intensity of the first image over that of the second: as estimated, else by their sums in the
+// head.
+double ratioOf(const PairEstimate& estimate, const Volume<float>& first,
+               const Volume<float>& second, const Volume<float>& head) {
+  if (estimate.estimator == Estimator::massPreserving) return estimate.intensityRatio;
+  double a = 0, b = 0;
+  for (int i = 0; i < head.size(); ++i) {
+    a += static_cast<double>(head.data()[i] * first.data()[i]);
+    b += static_cast<double>(head.data()[i] * second.data()[i]);
+  }
+  return a > 0 && b > 0 ? a / b : 1.0;
+}
+
+// Corrects the pair, of which the head has not moved, and finds how good that is.
+void check(const PairInput& pair, Modulation modulation, const Volume<float>& head,
+           PairEstimate& estimate, Progress& progress) {
+  const int axis = pair.axis();
+  const Volume<float>&first = pair.a.image, &second = pair.b.image;
+  const Volume<float> opposite = estimate.shift * -1.0f;
+  const Volume<float> modulatedA = correctVolume(first, estimate.shift, axis, Modulation::on);
+  const Volume<float> modulatedB = correctVolume(second, opposite, axis, Modulation::on);
+  const bool on = modulation == Modulation::on;
+  estimate.correctedA = on ? modulatedA : correctVolume(first, estimate.shift, axis, modulation);
+  estimate.correctedB = on ? modulatedB : correctVolume(second, opposite, axis, modulation);
+
+  progress.at(Stage::checking, 0.0);
+  PairAgreement& agreement = estimate.agreement;
+  agreement.after = agreementOf(estimate.correctedA, estimate.correctedB, head);
+  agreement.modulated = agreementOf(modulatedA, modulatedB, head);
+  agreement.negated = agreementThrough(opposite, axis, first, second, head);
+  agreement.otherAxis = otherAxisOf(axis);
+  agreement.fastAlongAxis = fastAgreement(pair, axis, estimate, head);
+  progress.at(Stage::checking, 0.5);
+  agreement.fastAcross = fastAgreement(pair, agreement.otherAxis, estimate, head);
+  const PairFigures figures = measurePair(
+      {first, second, modulatedA, modulatedB, estimate.shift, axis, projectVoxelSize(pair.a.header),
+       ratioOf(estimate, modulatedA, modulatedB, head), estimate.threshold, pair.readoutSeconds});
+  estimate.verdict = judgePair(figures, agreement, estimate.estimator == Estimator::massPreserving,
+                               {pair.a.title(), pair.b.title(), sidecarsOf(pair),
+                                nameOf(pair.a.direction()) + " and " + nameOf(pair.b.direction())});
+  doubtForeground(pair, estimate, estimate.verdict);
+  progress.at(Stage::checking, 1.0);
+}
+
 }  // namespace
 
 std::string nameOf(Estimator estimator) {
@@ -216,39 +237,25 @@ PairEstimate estimatePairMap(const PairInput& input, const EstimateSettings& set
                              Progress& progress) {
   PairEstimate estimate;
   estimate.estimator = settings.estimator;
-  const std::optional<PairInput> lowered = withoutBackground(input, estimate);
-  const PairInput& pair = lowered ? *lowered : input;
+  std::optional<PairInput> changed = withoutBackground(input, estimate);
+  const PairInput& pair = changed ? *changed : input;
   const Volume<float> before = meanOf(pair.a.image, pair.b.image);
   const double threshold = headThreshold(before);
   chooseScale(pair, settings, threshold, estimate);
-  doubtForeground(pair, estimate);
+  const Volume<float> head = headMask(before, threshold);
+  estimate.agreement.before = agreementOf(pair.a.image, pair.b.image, head);
   progress.at(Stage::estimating, 0.0);
-  const int axis = pair.axis();
   Found found = estimateMap(pair, settings, estimate, progress);
   progress.at(Stage::estimating, 1.0);
-  const Volume<float>& first = pair.a.image;
-  const Volume<float>& second = found.unmovedSecond ? *found.unmovedSecond : pair.b.image;
   estimate.shift = std::move(found.shift);
-  const Volume<float> opposite = estimate.shift * -1.0f;
-  const Modulation modulation = settings.usedModulation();
-  estimate.correctedA = correctVolume(first, estimate.shift, axis, modulation);
-  estimate.correctedB = correctVolume(second, opposite, axis, modulation);
+  // From here on the head has not moved.
+  if (found.unmovedSecond) {
+    if (!changed) changed = input;
+    changed->b.image = std::move(*found.unmovedSecond);
+  }
+  check(changed ? *changed : input, settings.usedModulation(), head, estimate, progress);
   addBackground(estimate);
   estimate.mean = meanOf(estimate.correctedA, estimate.correctedB);
-
-  progress.at(Stage::checking, 0.0);
-  const Volume<float> head = headMask(before, threshold);
-  PairAgreement& agreement = estimate.agreement;
-  agreement.before = agreementOf(first, pair.b.image, head);
-  agreement.after = agreementOf(estimate.correctedA, estimate.correctedB, head);
-  agreement.modulated = agreementThrough(estimate.shift, axis, first, second, head);
-  agreement.negated = agreementThrough(opposite, axis, first, second, head);
-  agreement.otherAxis = otherAxisOf(axis);
-  agreement.fastAlongAxis = fastAgreement(pair, axis, estimate, head);
-  progress.at(Stage::checking, 0.5);
-  agreement.fastAcross = fastAgreement(pair, agreement.otherAxis, estimate, head);
-  progress.at(Stage::checking, 1.0);
-  doubtAgreement(pair, estimate);
   return estimate;
 }
 

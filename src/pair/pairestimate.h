@@ -8,6 +8,7 @@
 #include "field/corrector.h"
 #include "numerics/rigidmotion.h"
 #include "pair/pairinput.h"
+#include "pair/verdict.h"
 #include "vdm/estimatepair.h"
 
 /// From a pair of images to its map, with the doubts that there are about it.
@@ -40,18 +41,6 @@ struct EstimateSettings {
   }
 };
 
-/// How well the two images of the pair agree in the head: correlation coefficients.
-struct PairAgreement {
-  /// Of the images as they came, and of the corrected ones as they are given out, with or without
-  /// modulation.
-  double before = 0, after = 0;
-  /// Always with modulation, so that variants can be compared: corrected by the map, by its
-  /// negative, and by column-wise estimates along the stated axis and along another one.
-  double modulated = 0, negated = 0;
-  double fastAlongAxis = 0, fastAcross = 0;
-  int otherAxis = 0;
-};
-
 /// What was found about a pair, but for the images.
 struct PairFindings {
   Estimator estimator = Estimator::massPreserving;
@@ -68,7 +57,8 @@ struct PairFindings {
   double intensityRatio = 1;
   std::optional<RigidMotion> motion;
   PairAgreement agreement;
-  std::vector<Remark> warnings;
+  /// Its reasons are the warnings about the pair's result.
+  Verdict verdict;
 };
 
 struct PairEstimate : PairFindings {
@@ -88,9 +78,9 @@ struct PairEstimate : PairFindings {
 /// The mass-preserving estimate is that of the images less their background, and so is what is
 /// modulated: corrected = (image - background) through the map, times its Jacobian, + background.
 ///
-/// Warnings  name the sidecars: images that agree better uncorrected, or with the opposite map;
-///           an axis other than the stated one that explains more of the difference; a threshold
-///           with nearly everything or nothing above it.
+/// Verdict   that of judgePair, and doubtful for a threshold with nearly everything or nothing
+/// above
+///           it. Its reasons name the images or sidecars.
 /// Errors    Error when head and air cannot be told apart or no map comes out (a fit that diverges
 ///           everywhere); what `progress` throws.
 PairEstimate estimatePairMap(const PairInput& pair, const EstimateSettings& settings,
