@@ -1,5 +1,7 @@
 // The part of ProjectHeader that deals with sizes, volumes and the writing of files.
+#include <cerrno>
 #include <cstddef>
+#include <cstring>
 #include <filesystem>
 #include <limits>
 #include <locale>
@@ -16,8 +18,10 @@ namespace {
 
 // What a volume takes in memory apart from its voxels: so many empty volumes count as well.
 constexpr std::ptrdiff_t volumeOverhead = sizeof(Volume<float>);
-// A header that promises this much more than its data file holds is damaged.
-constexpr std::ptrdiff_t largestShortfall = std::ptrdiff_t{1} << 34;
+// Missing voxels count as 0, but a header that promises this many bytes more than its data file
+// holds, and many times what it holds, is damaged.
+constexpr std::ptrdiff_t largestShortfall = std::ptrdiff_t{1} << 28;
+constexpr std::ptrdiff_t largestMultiple = 16;
 
 std::ptrdiff_t bytesPerVolume(glm::ivec3 dims) {
   return std::ptrdiff_t{dims.x} * dims.y * dims.z * std::ptrdiff_t{sizeof(float)} + volumeOverhead;
@@ -73,13 +77,19 @@ std::ifstream ProjectHeader::openData(const std::string& name, const std::string
   return is;
 }
 
+void ProjectHeader::checkRead(const std::istream& is, const std::string& name) {
+  if (is.bad())
+    throw ReadFileError("Failed reading " + name + ": " +
+                        (errno != 0 ? std::strerror(errno) : "the system gives no reason"));
+}
+
 void ProjectHeader::allocate(std::vector<Volume<float>>& volumes,
                              const std::string& dataName) const {
   checkSizes();
   const std::ptrdiff_t promised = bytesPerVolume(dimensions()) * NrOfVolumes.value();
   const std::uintmax_t heldSamples = fileBytes(dataName) / bytesPerSample(sampleFormat());
   const auto held = static_cast<std::ptrdiff_t>(heldSamples * sizeof(float));
-  if (promised - held > largestShortfall)
+  if (promised - held > largestShortfall && promised / largestMultiple > held)
     throw ReadFileError("Too little data in " + dataName + " for the sizes in " + fileName + ": " +
                         describeSizes());
   volumes.clear();
