@@ -29,7 +29,7 @@ struct Options {
   int meanB = 0;  // 0: as for A
   std::string estimator;
   bool ssd = false, ncc = false, fast = false, noIc = false, ic = false, noMotion = false;
-  bool modulate = false, quiet = false, json = false;
+  bool modulate = false, noModulate = false, quiet = false, json = false, strict = false;
 };
 
 bool hasSearchOptions(const Options& options) {
@@ -58,12 +58,13 @@ void settle(Options& options) {
     job.estimate.estimator = Estimator::search;
   job.estimate.motion = !options.noMotion;
   if (options.modulate) job.estimate.modulation = Modulation::on;
+  if (options.noModulate) job.estimate.modulation = Modulation::off;
   for (const std::string& file : options.runs) job.series.push_back({file, options.ofRuns});
 }
 
 int runCorrect(Options options) {
   settle(options);
-  return runJob({options.quiet, options.json},
+  return runJob({.quiet = options.quiet, .json = options.json, .strict = options.strict},
                 [&](Progress& progress) { return correctPair(options.job, progress); });
 }
 
@@ -177,9 +178,15 @@ void addEstimateOptions(Command* command, Options& options) {
                    "(default: found from the images)")
       ->type_name("F")
       ->check(refuseNotPositive);
-  command->add_flag("--modulate", options.modulate,
-                    "Multiply corrected intensities by the Jacobian, the local density change\n"
-                    "(default: off)");
+  Option* modulate =
+      command->add_flag("--modulate", options.modulate,
+                        "Multiply corrected intensities, of the pair and of every RUN, by the\n"
+                        "Jacobian, the local density change: signal that piled up is scaled back\n"
+                        "(default with the mass-preserving estimate, not with the search)");
+  command
+      ->add_flag("--no-modulate", options.noModulate,
+                 "Move intensities only: signal that piled up stays bright")
+      ->excludes(modulate);
 }
 
 }  // namespace
@@ -202,6 +209,10 @@ void addCorrectCommand(Command& app, Program& program) {
                     "Also write the displacement field of every RUN for other programs,\n"
                     "RUN_from-orig_to-undistorted_mode-image_xfm.nii.gz (the pair's are always\n"
                     "written)");
+  command->add_flag(
+      "--strict", options->strict,
+      "Exit with 1 where the verdict is not to trust the result. It is written all the\n"
+      "same");
   command->add_flag("--quiet", options->quiet, "Say nothing but warnings and errors");
   command->add_flag("--json", options->json,
                     "Print a summary as JSON instead of the names of the files written");

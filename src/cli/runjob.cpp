@@ -69,7 +69,8 @@ int runJob(const RunOutput& output, const std::function<RunRecord(Progress&)>& j
     std::cout << summaryText(run);
   else
     for (const std::string& file : run.outputs) std::cout << file << "\n";
-  return exitSuccess;
+  const bool untrusted = run.pair && run.pair->findings.verdict.trust == Trust::doNotTrust;
+  return output.strict && untrusted ? exitFailure : exitSuccess;
 }
 
 }  // namespace mirel

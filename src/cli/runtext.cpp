@@ -45,16 +45,34 @@ std::string motionText(const std::optional<RigidMotion>& motion) {
          three(motion->rotationDegrees) + " degrees about i, j, k";
 }
 
-std::string textOf(const PairFindings& found) {
+std::string verdictText(const Verdict& verdict) {
+  switch (verdict.trust) {
+    case Trust::doNotTrust:
+      return "Verdict: do not trust this result (the warnings say why)\n";
+    case Trust::doubtful:
+      return "Verdict: doubtful (the warnings say why)\n";
+    case Trust::trusted:
+      break;
+  }
+  return "Verdict: nothing speaks against this result\n";
+}
+
+std::string textOf(const PairFindings& found, Modulation modulation) {
   std::string told = "Head above an intensity of " + text("%.4g", found.threshold) +
                      " (intensity scale " + text("%.4g", found.intensityScale) + ", " +
                      text("%.0f", 100 * found.foregroundA) + " and " +
                      text("%.0f", 100 * found.foregroundB) + " % of the voxels)\n";
+  if (found.backgroundA != 0 || found.backgroundB != 0)
+    told += "Background taken off for the estimate: " + text("%.4g", found.backgroundA) + " and " +
+            text("%.4g", found.backgroundB) + "\n";
   if (found.estimator == Estimator::massPreserving)
     told += "Intensity of the first image over that of the second: " +
             text("%.4g", found.intensityRatio) + "\n" + motionText(found.motion) + "\n";
   return told + "Correlation of the pair in the head: " + text("%.3f", found.agreement.before) +
-         " before, " + text("%.3f", found.agreement.after) + " after\n";
+         " before, " + text("%.3f", found.agreement.after) + " after, as written (" +
+         (modulation == Modulation::on ? "modulated: signal that piled up is scaled back"
+                                       : "not modulated: signal that piled up stays bright") +
+         ")\n" + verdictText(found.verdict);
 }
 
 const char* sentenceOf(SignCheck::Verdict verdict) {
@@ -91,7 +109,7 @@ std::string textOf(const RunRecord& run) {
   if (run.pair) {
     for (const ImageDescription* image : {&run.pair->a, &run.pair->b})
       text += image->title() + ": " + textOf(image->acquisition, image->options.file) + "\n";
-    text += textOf(run.pair->findings);
+    text += textOf(run.pair->findings, run.pair->settings.usedModulation());
   }
   for (const SeriesRecord& series : run.series) {
     text += textOf(series);

@@ -15,6 +15,9 @@ namespace mirel {
 struct SeriesOptions {
   int axis = 1;  ///< 0, 1, 2: the axis along which the map shifts (PhaseEncodingDirection::axis)
   Modulation modulation = Modulation::off;
+  /// Intensity that was added to every voxel of the series, air included: it is taken off before
+  /// the volumes are corrected and added again, so that it is not modulated.
+  double background = 0;
   /// 32-bit floats without scaling, whatever the input has.
   bool floatOutput = false;
   /// 0: as many as there are cores. Never more than there are volumes.

@@ -64,7 +64,8 @@ Distortion distortionOf(const PairInput& pair, const PairEstimate& estimate) {
 void addRemarks(RunRecord& run, const PairInput& pair, const PairEstimate& estimate) {
   run.notes = pair.notes;
   run.warnings = pair.warnings;
-  run.warnings.insert(run.warnings.end(), estimate.warnings.begin(), estimate.warnings.end());
+  const std::vector<Remark>& doubts = estimate.verdict.reasons;
+  run.warnings.insert(run.warnings.end(), doubts.begin(), doubts.end());
   if (estimate.motion)
     run.notes.push_back("the map and the field hold the distortion with the head where it was in " +
                         pair.a.title() + "; of " + pair.b.title() +
@@ -78,7 +79,7 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
   RunRecord run;
   run.version = options.version;
   run.seriesSettings = options.seriesSettings;
-  run.seriesSettings.modulation = options.estimate.modulation;
+  run.seriesSettings.modulation = options.estimate.usedModulation();
   OutputFolder folder(options.outputFolder);
   progress.at(Stage::reading, 0.0);
   const PairInput pair = readPairOf(options);

@@ -30,6 +30,15 @@ Json acquisitionOfMap(const PairInput& pair) {
   return json;
 }
 
+// What was done to the intensities of a corrected image.
+std::string correctedText(const RunRecord& run) {
+  return run.pair->settings.usedModulation() == Modulation::on
+             ? "corrected for distortion, intensities multiplied by the local density change"
+             : "corrected for distortion, intensities moved but not multiplied by the local "
+               "density "
+               "change";
+}
+
 class PairWriter {
  public:
   PairWriter(const PairInput& what, const RunRecord& run, const SourceNames& names,
@@ -125,11 +134,10 @@ void writePair(const PairNames& names, const PairInput& pair, const PairEstimate
                Progress& progress) {
   PairWriter writer(pair, run, sources, folder, progress);
   const std::string axis = bids::nameOf({pair.axis(), 1});
-  writer.image(names.correctedA, estimate.correctedA,
-               pair.a.title() + ", corrected for distortion");
-  writer.image(names.correctedB, estimate.correctedB,
-               pair.b.title() + ", corrected for distortion");
-  writer.image(names.mean, estimate.mean, "Mean of the corrected pair");
+  const std::string done = ", " + correctedText(run);
+  writer.image(names.correctedA, estimate.correctedA, pair.a.title() + done);
+  writer.image(names.correctedB, estimate.correctedB, pair.b.title() + done);
+  writer.image(names.mean, estimate.mean, "Mean of the pair" + done);
   const std::string meaning = "Displacement d along the voxel axis " + axis +
                               ", towards greater indices: true(y) = I(y + d) for " +
                               pair.a.title() + ", I(y - d) for " + pair.b.title();

@@ -67,10 +67,11 @@ Json settingsJson(const EstimateSettings& settings, const PairFindings& findings
     json["EstimateMotion"] = settings.motion;
     json["IntensityRatio"] = findings.intensityRatio;
     json["HeadMotion"] = motionJson(findings);
+    json["Background"] = {findings.backgroundA, findings.backgroundB};
   }
   json["IntensityScale"] = findings.intensityScale;
   json["ForegroundThreshold"] = findings.threshold;
-  json["Modulation"] = settings.modulation == Modulation::on;
+  json["Modulation"] = settings.usedModulation() == Modulation::on;
   return json;
 }
 
@@ -80,12 +81,31 @@ std::vector<std::string> textsOf(const std::vector<Remark>& remarks) {
   return texts;
 }
 
+// What was found of the pair, under the names of sidecars.
+Json verdictJson(const Verdict& verdict) {
+  const PairFigures& found = verdict.figures;
+  Json json = {{"Trust", nameOf(verdict.trust)},
+               {"Reasons", textsOf(verdict.reasons)},
+               {"ColumnTotals", found.columnTotals},
+               {"ColumnTotalsOfNoise", found.columnTotalsOfNoise},
+               {"Residual", found.residual},
+               {"ResidualOfNoise", found.residualOfNoise},
+               {"DisplacementVoxels", found.shiftVoxels},
+               {"Stretch", found.stretch},
+               {"Shear", found.shear}};
+  if (found.fieldHz) json["FieldHz"] = *found.fieldHz;
+  if (found.fieldHzPerMm) json["FieldHzPerMm"] = *found.fieldHzPerMm;
+  return json;
+}
+
 void addPair(Json& json, const PairRecord& pair) {
   json["Inputs"] = Json::array({imageJson(pair.a), imageJson(pair.b)});
   json["Options"] = settingsJson(pair.settings, pair.findings);
   const PairAgreement& agreement = pair.findings.agreement;
   json["PairCorrelation"] = {{"Before", agreement.before}, {"After", agreement.after}};
-  if (!pair.findings.warnings.empty()) json["Warnings"] = textsOf(pair.findings.warnings);
+  json["Verdict"] = verdictJson(pair.findings.verdict);
+  const std::vector<Remark>& warnings = pair.findings.verdict.reasons;
+  if (!warnings.empty()) json["Warnings"] = textsOf(warnings);
 }
 
 const char* verdictName(SignCheck::Verdict verdict) {
@@ -110,6 +130,7 @@ Json seriesJson(const SeriesRecord& series) {
     addAcquisition(json, series.acquisition);
     json["FieldResampled"] = series.resampledField;
   }
+  if (series.background != 0) json["Background"] = series.background;
   if (series.signs)
     json["SignCheck"] = {{"Verdict", verdictName(series.signs->verdict)},
                          {"AsGiven", series.signs->asGiven},
@@ -136,21 +157,41 @@ Json imageSummary(const ImageDescription& image) {
   return json;
 }
 
+Json verdictSummary(const Verdict& verdict) {
+  const PairFigures& found = verdict.figures;
+  Json json = {{"trust", nameOf(verdict.trust)},
+               {"reasons", textsOf(verdict.reasons)},
+               {"columnTotals", found.columnTotals},
+               {"columnTotalsOfNoise", found.columnTotalsOfNoise},
+               {"residual", found.residual},
+               {"residualOfNoise", found.residualOfNoise},
+               {"displacementVoxels", found.shiftVoxels},
+               {"stretch", found.stretch},
+               {"shear", found.shear}};
+  if (found.fieldHz) json["fieldHz"] = *found.fieldHz;
+  if (found.fieldHzPerMm) json["fieldHzPerMm"] = *found.fieldHzPerMm;
+  return json;
+}
+
 void addPairSummary(Json& json, const PairRecord& pair) {
   const PairFindings& findings = pair.findings;
   json["a"] = imageSummary(pair.a);
   json["b"] = imageSummary(pair.b);
   json["intensityScale"] = findings.intensityScale;
   json["foregroundThreshold"] = findings.threshold;
+  json["background"] = {findings.backgroundA, findings.backgroundB};
   json["intensityRatio"] = findings.intensityRatio;
   json["headMotion"] = motionJson(findings);
+  json["modulation"] = pair.settings.usedModulation() == Modulation::on;
   json["foreground"] = {findings.foregroundA, findings.foregroundB};
   const PairAgreement& agreement = findings.agreement;
   json["pairCorrelation"] = {{"before", agreement.before},
                              {"after", agreement.after},
+                             {"modulated", agreement.modulated},
                              {"negated", agreement.negated},
                              {"fastAlongAxis", agreement.fastAlongAxis},
                              {"fastAcross", agreement.fastAcross}};
+  json["verdict"] = verdictSummary(findings.verdict);
 }
 
 Json seriesSummary(const SeriesRecord& series) {

@@ -27,6 +27,7 @@ struct SeriesRecord {
   std::string file, output;
   bids::Acquisition acquisition;
   int volumes = 0;
+  double background = 0;        ///< that was not modulated (SeriesOptions::background)
   bool resampledField = false;  ///< its grid is not that of the field
   /// The map that was applied, times what: -1 where it was turned round for the opposite
   /// direction, scaled where the readout times differ. Nothing with a field.

@@ -7,6 +7,8 @@
 #include "field/warp.h"
 #include "jobs/resultnames.h"
 #include "nifti/filename.h"
+#include "nifti/image.h"
+#include "pair/background.h"
 #include "pair/shiftdoubt.h"
 
 namespace mirel {
@@ -150,9 +152,11 @@ void SeriesCorrection::correctOne(const Planned& one, const Context& context) {
   Volume<float> shift = context.distortion.shiftFor(
       gridOf(input.header), direction, readout ? std::optional(readout->seconds) : std::nullopt);
   if (input.mapScale != 1) shift *= static_cast<float>(input.mapScale);
-  const SeriesReport corrected = resample(one, shift, context);
+  const SeriesOptions how = optionsFor(input);
+  const SeriesReport corrected = resample(one, shift, how, context);
 
   SeriesRecord record = recordOf(input, one.names.image, corrected, context.distortion);
+  record.background = how.background;
   if (context.run.source)
     if (const std::string doubt = shiftDoubt(corrected.meanBefore, shift, direction.axis,
                                              input.file, context.run.source->file);
@@ -162,7 +166,8 @@ void SeriesCorrection::correctOne(const Planned& one, const Context& context) {
   notes.insert(notes.end(), input.notes.begin(), input.notes.end());
   if (context.reference) {
     const auto through = [&](const Volume<float>& map) {
-      return correctVolume(corrected.meanBefore, map, direction.axis, settings.modulation);
+      return correctVolume(corrected.meanBefore - static_cast<float>(how.background), map,
+                           direction.axis, settings.modulation);
     };
     record.signs = compareSigns(through(shift), through(-shift), input.header.affine(),
                                 context.reference->image);
@@ -175,15 +180,21 @@ void SeriesCorrection::correctOne(const Planned& one, const Context& context) {
   context.run.series.push_back(std::move(record));
 }
 
-SeriesReport SeriesCorrection::resample(const Planned& one, const Volume<float>& shift,
-                                        const Context& context) {
-  const std::string subject = fs::path(one.input.file).filename().string();
-  context.progress.at(Stage::correcting, 0.0, subject);
+SeriesOptions SeriesCorrection::optionsFor(const SeriesInput& input) const {
   SeriesOptions how;
-  how.axis = one.input.acquisition.direction->value.axis;
+  how.axis = input.acquisition.direction->value.axis;
   how.modulation = settings.modulation;
   how.floatOutput = settings.floatOutput;
   how.threads = settings.threads;
+  if (how.modulation == Modulation::on)
+    how.background = addedBackground(nifti::Reader(input.file).readVolume(0));
+  return how;
+}
+
+SeriesReport SeriesCorrection::resample(const Planned& one, const Volume<float>& shift,
+                                        SeriesOptions how, const Context& context) {
+  const std::string subject = fs::path(one.input.file).filename().string();
+  context.progress.at(Stage::correcting, 0.0, subject);
   how.done = [&](double done) { context.progress.at(Stage::correcting, done, subject); };
   return correctSeries(one.input.file, shift, how, folder.path(one.names.image));
 }

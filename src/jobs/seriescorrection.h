@@ -73,7 +73,9 @@ class SeriesCorrection {
   struct Context;
 
   void correctOne(const Planned& one, const Context& context);
-  SeriesReport resample(const Planned& one, const Volume<float>& shift, const Context& context);
+  SeriesOptions optionsFor(const SeriesInput& input) const;
+  SeriesReport resample(const Planned& one, const Volume<float>& shift, SeriesOptions how,
+                        const Context& context);
   void writeRest(const Planned& one, const SeriesRecord& record, const Context& context);
   void writeWarp(const Planned& one, const Volume<float>& shift, const SeriesRecord& record,
                  const Context& context);

@@ -152,7 +152,7 @@ TEST_F(Records, EverySidecarHasTheAgreementOfThePair) {
   }
   EXPECT_EQ(seen, 9);
   char text[80];
-  std::snprintf(text, sizeof text, "in the head: %.3f before, %.3f after\n",
+  std::snprintf(text, sizeof text, "in the head: %.3f before, %.3f after, as written",
                 told["before"].get<double>(), told["after"].get<double>());
   EXPECT_THAT(result.err, HasSubstr(text));
 }
