@@ -86,7 +86,9 @@ void OutputFolder::open() {
   for (const fs::path& part : folder) {
     path /= part;
     if (part.empty() || fs::exists(path, failure)) continue;
-    if (!fs::create_directory(path, failure))
+    // Another run may have made it meanwhile.
+    if (!fs::create_directory(path, failure) && !failure) continue;
+    if (failure)
       throw Error("the output folder " + folder.string() + " cannot be made: " + failure.message());
     made.push_back(path);
   }

@@ -11,6 +11,7 @@
 #include "files/filenames.h"
 #include "files/ioerror.h"
 #include "files/projectheader.h"
+#include "files/replacedfile.h"
 
 namespace mirel {
 
@@ -41,10 +42,12 @@ std::uintmax_t fileBytes(const std::string& name) {
   return error ? 0 : bytes;
 }
 
-/// Removes an incomplete output, but neither a device nor what is not there.
-void removeIncomplete(const std::string& name) {
-  std::error_code ignored;
-  if (std::filesystem::is_regular_file(name, ignored)) std::filesystem::remove(name, ignored);
+void commit(ReplacedFile& file, const std::string& name) {
+  try {
+    file.commit();
+  } catch (const Error&) {
+    throw WriteFileError("Failed writing: " + name);
+  }
 }
 
 }  // namespace
@@ -114,7 +117,8 @@ void ProjectHeader::checkVolumes(const std::vector<Volume<float>>& volumes) cons
 }
 
 void ProjectHeader::writeHeader(const std::function<void(std::ostream&)>& print) const {
-  std::ofstream os(fileName);
+  ReplacedFile file(fileName);
+  std::ofstream os(file.path());
   os.imbue(std::locale::classic());
   // Only the bad state counts: a failed opening sets the fail state, and stays unreported.
   if (os.bad()) throw WriteFileError("Cannot Create file: " + fileName);
@@ -122,16 +126,18 @@ void ProjectHeader::writeHeader(const std::function<void(std::ostream&)>& print)
   if (!os.is_open()) return;
   os.close();
   if (!os) throw WriteFileError("Failed writing: " + fileName);
+  commit(file, fileName);
 }
 
 void ProjectHeader::writeData(const std::string& name, const std::string& openErrorPrefix,
                               const std::function<void(std::ostream&)>& write) {
-  std::ofstream os(name, std::ios::binary);
+  ReplacedFile file(name);
+  std::ofstream os(file.path(), std::ios::binary);
   if (!os) throw WriteFileError(openErrorPrefix + name);
   write(os);
   os.close();
-  if (os) return;
-  removeIncomplete(name);
+  if (os) return commit(file, name);
+  file.discard();
   throw WriteFileError("Failed writing: " + name);
 }
 

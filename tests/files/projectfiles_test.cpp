@@ -253,12 +253,35 @@ class FileSizeLimit {
 
 TYPED_TEST(ProjectFilesOf, DataThatDoNotFitAreNotLeftBehindIncomplete) {
   for (const int type : {1, 2}) {
-    auto p = this->load(projects::smallHeader(3, 2, 100, 100, type), "");
+    auto p = this->load(projects::smallHeader(3, 2, 100, 100, type), "older");
     const FileSizeLimit limit(50000);
     EXPECT_EQ(messageOf<WriteFileError>([&] { p.Save(); }), "Failed writing: " + this->dataName());
-    EXPECT_FALSE(this->dir.exists(TypeParam::data));
-    EXPECT_TRUE(this->dir.exists(TypeParam::header));
+    EXPECT_EQ(this->dir.read(TypeParam::data), "older");
+    std::filesystem::remove(this->dataName());
+    EXPECT_EQ(messageOf<WriteFileError>([&] { p.Save(); }), "Failed writing: " + this->dataName());
+    EXPECT_EQ(this->dir.names(), std::vector<std::string>{TypeParam::header});
   }
+}
+
+TYPED_TEST(ProjectFilesOf, TheOtherNameOfAReplacedFileKeepsItsContent) {
+  auto p = this->load(projects::smallHeader(1, 1, 1, 1, 2), "older");
+  std::filesystem::create_hard_link(this->dataName(), this->dir.file("backup"));
+  p.Save();
+  EXPECT_EQ(this->dir.read("backup"), "older");
+  EXPECT_EQ(this->dir.read(TypeParam::data).size(), sizeof(float));
+}
+
+TYPED_TEST(ProjectFilesOf, AFileBehindALinkIsReplacedAndKeepsItsPermissions) {
+  auto p = this->load(projects::smallHeader(1, 1, 1, 1, 2), "older");
+  std::filesystem::create_directory(this->dir.file("store"));
+  std::filesystem::rename(this->dataName(), this->dir.file("store/data"));
+  std::filesystem::permissions(this->dir.file("store/data"), std::filesystem::perms{0640});
+  std::filesystem::create_symlink("store/data", this->dataName());
+  p.Save();
+  EXPECT_TRUE(std::filesystem::is_symlink(this->dataName()));
+  EXPECT_EQ(this->dir.read("store/data").size(), sizeof(float));
+  EXPECT_EQ(std::filesystem::status(this->dir.file("store/data")).permissions(),
+            std::filesystem::perms{0640});
 }
 
 TYPED_TEST(ProjectFilesOf, AHeaderThatCannotBeFilledIsNamed) {
