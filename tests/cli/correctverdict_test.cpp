@@ -117,7 +117,7 @@ TEST_F(CorrectVerdict, SaysNothingAgainstAGoodPair) {
   const json verdict = json::parse(result.out)["verdict"];
   EXPECT_EQ(verdict["trust"], "trusted");
   EXPECT_EQ(verdict["reasons"], json::array());
-  const json record = jsonOf(out("sub-phantom_desc-estimated_fieldmap.json"))["Mirel"]["Verdict"];
+  const json record = jsonOf(out("sub-phantom_desc-preproc_fieldmap.json"))["Mirel"]["Verdict"];
   EXPECT_EQ(record["Trust"], "trusted");
   EXPECT_EQ(record["Residual"], verdict["residual"]);
   EXPECT_EQ(record["FieldHz"], verdict["fieldHz"]);
@@ -140,8 +140,8 @@ TEST_F(CorrectVerdict, APairThatDoesNotBelongTogetherIsNotToBeTrusted) {
     const ProgramResult strict = correctAs(ap(), b, options);
     EXPECT_EQ(strict.status, 1);
     EXPECT_EQ(strict.err, result.err);
-    EXPECT_THAT(strict.out, HasSubstr("desc-estimated_fieldmap.nii.gz")) << "all the same";
-    const json record = jsonOf(out("desc-estimated_fieldmap.json"))["Mirel"];
+    EXPECT_THAT(strict.out, HasSubstr("desc-preproc_fieldmap.nii.gz")) << "all the same";
+    const json record = jsonOf(out("sub-phantom_dir-AP_epi_b_desc-preproc_fieldmap.json"))["Mirel"];
     EXPECT_EQ(record["Verdict"]["Trust"], "do not trust");
     EXPECT_EQ(record["Warnings"], record["Verdict"]["Reasons"]);
   }
