@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstddef>
 
 namespace mirel {
 
@@ -10,23 +11,34 @@ namespace {
 
 constexpr int signals[] = {SIGINT, SIGTERM, SIGHUP};
 volatile std::sig_atomic_t writing = 0;
-volatile std::sig_atomic_t signalled = 0;
+volatile std::sig_atomic_t signalled = 0;  // its number
+volatile std::sig_atomic_t asJson = 0;
 
-void onSignal(int) {
-  if (writing == 0) {
-    const char text[] = "\nError: interrupted; nothing was written\n";
-    // What cannot be shown does not matter any more.
-    [[maybe_unused]] const auto count = ::write(STDERR_FILENO, text, sizeof text - 1);
-    _exit(exitInterrupted);
+template <std::size_t size>
+void show(int where, const char (&text)[size]) {
+  // What cannot be shown does not matter any more.
+  [[maybe_unused]] const auto count = ::write(where, text, size - 1);
+}
+
+void onSignal(int number) {
+  if (writing != 0) {
+    signalled = number;
+    return;
   }
-  signalled = 1;
+  show(STDERR_FILENO, "\nError: interrupted; nothing was written\n");
+  if (asJson != 0)
+    show(STDOUT_FILENO,
+         "{\n  \"error\": {\n    \"message\": \"interrupted; nothing was "
+         "written\"\n  }\n}\n");
+  _exit(exitStatusOf(number));
 }
 
 }  // namespace
 
-InterruptGuard::InterruptGuard() {
+InterruptGuard::InterruptGuard(Tell how) {
   writing = 0;
   signalled = 0;
+  asJson = how == Tell::asJsonToo ? 1 : 0;
   // A signal that the caller has the program ignore (nohup) stays ignored.
   for (const int number : signals)
     if (std::signal(number, onSignal) == SIG_IGN) std::signal(number, SIG_IGN);
@@ -40,7 +52,7 @@ InterruptGuard::~InterruptGuard() {
 void InterruptGuard::beginWriting() { writing = 1; }
 
 void InterruptGuard::check() const {
-  if (signalled != 0) throw Cancelled();
+  if (signalled != 0) throw Interrupted(signalled);
 }
 
 }  // namespace mirel

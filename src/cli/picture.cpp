@@ -24,8 +24,8 @@ constexpr const char* description =
     "\n"
     "Images are grey. Maps are coloured, blue below and red above 0, with one colour bar for\n"
     "each unit, and faded where no signal was measured: .map files, displacement fields (5-D),\n"
-    "images with Units of Hz, rad/s, T, mm or voxels in their sidecars, those named _fieldmap\n"
-    "or _displacement, and what --map names.\n";
+    "images with Units of Hz, rad/s, T, mm or voxels in their sidecars, those named _fieldmap,\n"
+    "_vdm or _displacement, and what --map names.\n";
 
 struct Options {
   PictureFiles files;

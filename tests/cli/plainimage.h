@@ -34,6 +34,15 @@ class PlainImage {
   /// The same image in space with two of its axes exchanged.
   PlainImage withExchanged(int one, int other) const;
 
+  /// The same image in space, stored the other way round along an axis.
+  PlainImage withReversed(int axis) const;
+
+  /// The volumes of another image of the same grid and type behind those of this one.
+  PlainImage withAppended(const PlainImage& other) const;
+
+  /// Without orientation: both codes 0.
+  PlainImage withoutOrientation() const;
+
   /// Volume t alone, counted from 0.
   PlainImage onlyVolume(int t) const;
 
