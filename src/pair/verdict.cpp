@@ -23,7 +23,7 @@ constexpr double doubtfulHz = 150;
 
 constexpr const char* untrusted = ": do not trust this result";
 
-std::string percent(double part) { return text("%.0f", 100 * part) + " %"; }
+std::string percent(double part) { return text("%.3g", 100 * part) + " %"; }
 
 void judgeLikeness(const PairFigures& figures, const PairAgreement& found,
                    const PairNamesAndAxis& names, Verdict& verdict) {
@@ -55,12 +55,14 @@ void judgeMap(const PairAgreement& found, Verdict& verdict) {
 
 // A figure that is small in pairs of one head.
 void judgeSize(double found, double doubtful, double largest, const std::string& what,
-               const std::string& why, Verdict& verdict) {
+               Verdict& verdict) {
   if (found <= doubtful) return;
   const bool grave = found > largest;
   verdict.add(grave ? Trust::doNotTrust : Trust::doubtful,
-              what + " differ by " + percent(found) + " beyond noise, where " + percent(doubtful) +
-                  " is the most for images of one head: " + why + (grave ? untrusted : ""));
+              what + " differ by " + percent(found) +
+                  " beyond noise, where those of one head differ by " + percent(doubtful) +
+                  " at most (one may be mirrored, turned or of something else)" +
+                  (grave ? untrusted : ""));
 }
 
 void judgeField(const PairFigures& figures, Verdict& verdict) {
@@ -117,19 +119,15 @@ Verdict judgePair(const PairFigures& figures, const PairAgreement& agreement, bo
   judgeLikeness(figures, agreement, names, verdict);
   judgeMap(agreement, verdict);
   const std::string both = names.first + " and " + names.second;
-  judgeSize(figures.unexplainedTotals(), doubtfulTotals, largestTotals,
-            "the totals along the phase-encoding axis of " + both,
-            "distortion does not change them, so that one of the images is turned or mirrored, or "
-            "of something else",
-            verdict);
+  judgeSize(
+      figures.unexplainedTotals(), doubtfulTotals, largestTotals,
+      "the totals along the phase-encoding axis, which distortion does not change, of " + both,
+      verdict);
   if (!conservesSignal) {
     judgeAxis(agreement, names, verdict);
     return verdict;
   }
-  judgeSize(figures.unexplainedResidual(), doubtfulResidual, largestResidual,
-            "after the correction " + both,
-            "no distortion makes one of the other, so that one of the images is turned or "
-            "mirrored, or of something else",
+  judgeSize(figures.unexplainedResidual(), doubtfulResidual, largestResidual, both + ", corrected,",
             verdict);
   judgeField(figures, verdict);
   judgeAxis(agreement, names, verdict);
