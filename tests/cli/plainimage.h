@@ -17,6 +17,7 @@ class PlainImage {
 
   /// dim[n] of the header: dim(1) to dim(3) voxels, dim(4) volumes, dim(5) components.
   int dim(int n) const { return shortAt(40 + 2 * n); }
+  int intent() const { return shortAt(68); }
   int dataType() const { return shortAt(70); }
   /// Voxel size along axis 0, 1 or 2 in mm.
   float size(int axis) const { return floatAt(80 + 4 * axis); }
