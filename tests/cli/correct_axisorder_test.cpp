@@ -68,8 +68,8 @@ TEST_P(AxisOrder, ChangesNoBitOfTheResults) {
     const json expected = json::parse(correct('j', same, "j").out);
     const json found = correctStored(options);
     for (const char* name :
-         {"desc-voxels_displacement", "desc-estimated_fieldmap", "dir-AP_desc-corrected_epi",
-          "dir-PA_desc-corrected_epi", "desc-correctedMean_epi"}) {
+         {"dir-AP_desc-voxels_vdm", "desc-preproc_fieldmap", "dir-AP_desc-preproc_epi",
+          "dir-PA_desc-preproc_epi", "desc-preproc_magnitude"}) {
       const std::string end = "/sub-phantom_" + std::string(name) + ".nii.gz";
       EXPECT_TRUE(asAlongJ(PlainImage(file("stored" + end))).values() ==
                   PlainImage(file("j" + end)).values())

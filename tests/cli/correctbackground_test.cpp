@@ -43,6 +43,7 @@ class CorrectBackground : public CorrectPair {
                                       lifted(a, toA, "sub-1_dir-AP_epi"),
                                       lifted(b, toB, "sub-1_dir-PA_epi"),
                                       "--json",
+                                      "--overwrite",
                                       "-o",
                                       out()};
     words.insert(words.end(), options.begin(), options.end());
@@ -56,7 +57,7 @@ class CorrectBackground : public CorrectPair {
   std::string text;
 };
 
-constexpr const char* field = "desc-estimated_fieldmap.nii.gz";
+constexpr const char* field = "desc-preproc_fieldmap.nii.gz";
 
 TEST_F(CorrectBackground, IsTakenOffForTheEstimateAndTold) {
   const nlohmann::json plain = correctedLifted(ap(), pa(), 0, 0);
@@ -69,7 +70,7 @@ TEST_F(CorrectBackground, IsTakenOffForTheEstimateAndTold) {
     EXPECT_LT(rmsInBrain(result(field), expected), 1.0);
     EXPECT_NEAR(summary["background"][0], added, 60);
     EXPECT_THAT(text, HasSubstr("Background taken off for the estimate: "));
-    EXPECT_EQ(jsonOf(out("sub-1_desc-estimated_fieldmap.json"))["Mirel"]["Options"]["Background"],
+    EXPECT_EQ(jsonOf(out("sub-1_desc-preproc_fieldmap.json"))["Mirel"]["Options"]["Background"],
               summary["background"]);
     EXPECT_NEAR(summary["pairCorrelation"]["after"], plain["pairCorrelation"]["after"], 0.01);
   }
@@ -86,15 +87,15 @@ TEST_F(CorrectBackground, IsTakenOffEachImageByItself) {
 
 TEST_F(CorrectBackground, IsLeftAsItIsInTheCorrectedImages) {
   correctedLifted(ap(), pa(), 0, 0);
-  const Volume<float> a = result("dir-AP_desc-corrected_epi.nii.gz");
-  const Volume<float> b = result("dir-PA_desc-corrected_epi.nii.gz");
+  const Volume<float> a = result("dir-AP_desc-preproc_epi.nii.gz");
+  const Volume<float> b = result("dir-PA_desc-preproc_epi.nii.gz");
   correctedLifted(ap(), pa(), 1000, 1000);
-  EXPECT_LT(rmsInBrain(result("dir-AP_desc-corrected_epi.nii.gz") - 1000.0f, a), 12);
-  EXPECT_LT(rmsInBrain(result("dir-PA_desc-corrected_epi.nii.gz") - 1000.0f, b), 12);
+  EXPECT_LT(rmsInBrain(result("dir-AP_desc-preproc_epi.nii.gz") - 1000.0f, a), 12);
+  EXPECT_LT(rmsInBrain(result("dir-PA_desc-preproc_epi.nii.gz") - 1000.0f, b), 12);
 }
 
 TEST_F(CorrectBackground, IsLeftAsItIsInSeriesToo) {
-  const std::string name = "task-rest_dir-AP_desc-corrected_bold";
+  const std::string name = "task-rest_dir-AP_desc-preproc_bold";
   const std::string run = input("sub-phantom_task-rest_dir-AP_bold.nii.gz");
   correctedLifted(ap(), pa(), 0, 0, {"--apply", lifted(run, 0, "sub-1_task-rest_dir-AP_bold")});
   const Volume<float> plain = result(name + ".nii.gz");

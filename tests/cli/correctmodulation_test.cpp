@@ -20,9 +20,9 @@ nlohmann::json jsonOf(const std::string& file) {
   return nlohmann::json::parse(std::ifstream(file));
 }
 
-const std::vector<std::string> images = {"dir-AP_desc-corrected_epi", "dir-PA_desc-corrected_epi",
-                                         "desc-correctedMean_epi",
-                                         "task-rest_dir-AP_desc-corrected_bold"};
+const std::vector<std::string> images = {"dir-AP_desc-preproc_epi", "dir-PA_desc-preproc_epi",
+                                         "desc-preproc_magnitude",
+                                         "task-rest_dir-AP_desc-preproc_bold"};
 
 class CorrectModulation : public CorrectPair {
  protected:
