@@ -70,8 +70,7 @@ class PairWriter {
  private:
   void sidecar(const std::string& name, const std::string& description, const std::string& units,
                const Json& moreFields) {
-    folder.writeText(name + ".json",
-                     sidecarText(description, units, sources, origin, moreFields));
+    folder.writeText(name + ".json", sidecarText(description, units, sources, origin, moreFields));
     progress.at(Stage::writing, ++written / 8.0);
   }
 
