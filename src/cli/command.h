@@ -24,8 +24,9 @@ struct ExitMeaning {
 inline constexpr ExitMeaning exitMeanings[] = {
     {exitSuccess, "Everything was done. Warnings do not change the status."},
     {exitFailure,
-     "One sentence on standard error says what is wrong, and nothing was written; or a check has\n"
-     "findings."},
+     "One sentence on standard error says what is wrong, and nothing was written. Or the files\n"
+     "were read and written, but a check has findings, or the verdict is not to trust the result\n"
+     "and --strict was given."},
     {exitUsage, "The command line was not understood."},
     {exitStatusOf(SIGINT), "Interrupted (Ctrl-C). Nothing was written."},
     {exitStatusOf(SIGTERM), "Ended from outside (SIGTERM). Nothing was written."},
