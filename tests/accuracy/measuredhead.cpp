@@ -12,9 +12,9 @@ SpoilableHead measuredHead(const std::string& folder, double maxShift, std::uint
   const Volume<float> hz = resampledTo(magnitude, field);
   SpoilableHead head;
   head.brain = maskAbove(resampledTo(magnitude, inside), 0.5);
-  head.shiftVoxels = foldFreeShift(magnitude.image, hz, headThreshold(magnitude.image),
-                                   maxShift, head.brain)
-                         .shiftVoxels;
+  head.shiftVoxels =
+      foldFreeShift(magnitude.image, hz, headThreshold(magnitude.image), maxShift, head.brain)
+          .shiftVoxels;
   head.density = inCells(magnitude.image);
   // Scaled alike, so that the fields agree where the smoothing changes little.
   double both = 0.0, own = 0.0;

@@ -2,6 +2,7 @@
 // the unspoiled pair of the same head:
 //
 //   mirel_robustness [--size NX NY NZ] [--shift VOXELS] [--seeds N N ...] [--measured] [--row TEXT]
+//                    [--details] [--without-ratio]
 //
 // Heads are simulated, with one seed each; with --measured they are made from the magnitude and
 // field in MIREL_TEST_DATA. --row takes the rows whose name holds the text, and the first.
@@ -28,6 +29,7 @@ struct Wanted {
   std::vector<std::uint64_t> seeds{1, 2, 3};
   bool measured = false;
   bool details = false;
+  MassPreservingOptions options;
   std::string row;
 };
 
@@ -52,6 +54,8 @@ Wanted parse(int argc, char** argv) {
       wanted.measured = true;
     } else if (option == "--details") {
       wanted.details = true;
+    } else if (option == "--without-ratio") {
+      wanted.options.localRatio = false;
     } else if (option == "--row") {
       wanted.row = next();
     } else {
@@ -76,9 +80,10 @@ bool folds(const Volume<float>& map) {
   return false;
 }
 
-void add(Score& score, const SpoiledPair& pair, const SpoilableHead& head, bool details) {
+void add(Score& score, const SpoiledPair& pair, const SpoilableHead& head, const Wanted& wanted) {
   const std::clock_t start = std::clock();
-  const MassPreservingResult found = estimateMassPreserving(pair.first, pair.second, head.voxelMm);
+  const MassPreservingResult found =
+      estimateMassPreserving(pair.first, pair.second, head.voxelMm, wanted.options);
   score.seconds += static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
   if (folds(found.shiftVoxels)) throw std::runtime_error("a map folds");
   const double rms = rmsDifference(found.shiftVoxels, pair.shiftVoxels, pair.scored);
@@ -89,7 +94,7 @@ void add(Score& score, const SpoiledPair& pair, const SpoilableHead& head, bool 
     score.spoiledSquares += inside * inside;
     ++score.spoiledPairs;
   }
-  if (details)
+  if (wanted.details)
     std::printf(
         "  seed %d: rms %.4f noise %.1f nu %.0f alpha %.3g dof %.0f motion %.2f mm it %d+%d\n",
         static_cast<int>(head.seed), rms, found.noiseSigma, found.noiseTails, found.roughnessWeight,
@@ -122,7 +127,7 @@ void run(const Wanted& wanted) {
     Score score;
     for (const SpoilableHead& head : heads)
       if (!spoiling.needsContrast || head.withContrast)
-        add(score, spoiling.make(head), head, wanted.details);
+        add(score, spoiling.make(head), head, wanted);
     if (score.pairs == 0) continue;
     if (first) unspoiled = score.rms();
     std::printf("| %s | %.4f | %.2f |", spoiling.name.c_str(), score.rms(),

@@ -17,10 +17,10 @@ struct FoldFreeShift {
   double smoothingVoxels;
 };
 
-/// The field, scaled to a largest displacement of `maxShiftVoxels` in the brain, smoothed within the
-/// head (where the magnitude exceeds `headAbove`), and so continued beyond it, with the narrowest
-/// of a ladder of Gaussians (0.7 voxels and up by factors of 1.2) with which it changes by at most
-/// 0.8 voxels from voxel to voxel along y, so that nothing folds.
+/// The field, scaled to a largest displacement of `maxShiftVoxels` in the brain, smoothed within
+/// the head (where the magnitude exceeds `headAbove`), and so continued beyond it, with the
+/// narrowest of a ladder of Gaussians (0.7 voxels and up by factors of 1.2) with which it changes
+/// by at most 0.8 voxels from voxel to voxel along y, so that nothing folds.
 FoldFreeShift foldFreeShift(const Volume<float>& magnitude, const Volume<float>& fieldHz,
                             double headAbove, double maxShiftVoxels, const Mask& brain);
 
