@@ -1,6 +1,7 @@
 #include "base/json.h"
 
 #include <algorithm>
+#include <limits>
 #include <nlohmann/json.hpp>
 
 namespace mirel {
@@ -113,10 +114,11 @@ double Json::number() const {
 }
 
 int Json::integer() const {
-  if (const auto* value = std::get_if<std::int64_t>(&content)) return static_cast<int>(*value);
-  if (const auto* value = std::get_if<std::uint64_t>(&content)) return static_cast<int>(*value);
   if (const auto* value = std::get_if<bool>(&content)) return static_cast<int>(*value);
-  return static_cast<int>(number());
+  const double value = number();
+  if (!(value >= std::numeric_limits<int>::min() && value <= std::numeric_limits<int>::max()))
+    throw Fault("a number is beyond the integers");
+  return static_cast<int>(value);
 }
 
 const std::string& Json::string() const {

@@ -3,24 +3,17 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cerrno>
 #include <cstring>
 
 #include "base/error.h"
+#include "base/moveall.h"
 
 namespace mirel {
 
 namespace fs = std::filesystem;
 
 namespace {
-
-/// Unique in this process and, by its id, among processes that write to the same folder. Short: the
-/// final name with something before and behind could exceed the longest file name.
-std::string hiddenName() {
-  static std::atomic<unsigned> counter{0};
-  return ".mirel-" + std::to_string(getpid()) + "-" + std::to_string(counter++) + ".part";
-}
 
 fs::path folderOf(const fs::path& file) {
   const fs::path parent = file.parent_path();
@@ -66,6 +59,7 @@ void bringNamesToDisk(const fs::path& folder) {
 OutFile::OutFile(const std::string& target) : targetName(target) {
   checkTarget(target);
   const fs::path folder = fs::path(target).parent_path();
+  clearLeftovers(folderOf(target));
   // Names that a process of the same id has left behind are passed over.
   for (int attempt = 0; descriptor < 0; ++attempt) {
     temporaryName = (folder / hiddenName()).string();
@@ -108,6 +102,7 @@ OutFolder::OutFolder(const fs::path& where) : folder(where.empty() ? fs::path(".
   std::error_code failure;
   if (!fs::is_directory(folder, failure))
     throw Error("the folder " + folder.string() + " does not exist");
+  clearLeftovers(folder);
   for (int attempt = 0; attempt < 1000; ++attempt) {
     hidden = folder / hiddenName();
     if (fs::create_directory(hidden, failure)) return;
@@ -119,6 +114,7 @@ OutFolder::OutFolder(const fs::path& where) : folder(where.empty() ? fs::path(".
 }
 
 OutFolder::~OutFolder() {
+  if (movesAreLeft(hidden)) return;
   std::error_code ignored;
   fs::remove_all(hidden, ignored);
 }
@@ -143,12 +139,10 @@ std::string OutFolder::plain(const std::string& message) const {
 std::vector<std::string> OutFolder::commit(const std::vector<std::string>& names) {
   for (const std::string& name : names) checkTarget(folder / name);
   for (const std::string& name : names) bringToDisk(hidden / name, folder / name);
+  moveAll(folder, hidden, names);
   std::vector<std::string> paths;
-  for (const std::string& name : names) {
-    renameOver(hidden / name, folder / name);
+  for (const std::string& name : names)
     paths.push_back(folder == "." ? name : (folder / name).string());
-  }
-  bringNamesToDisk(folder);
   return paths;
 }
 

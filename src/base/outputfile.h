@@ -37,8 +37,8 @@ class OutFile {
 };
 
 /// The same for several files that belong together: they are written, by whatever means, into a
-/// hidden folder beside the targets, brought to the disk and renamed one after the other. The
-/// folder goes with the object.
+/// hidden folder beside the targets, brought to the disk and moved to their places, all of them or
+/// none (moveAll). The folder goes with the object.
 class OutFolder {
  public:
   /// Creates the hidden folder inside `folder`.
@@ -51,8 +51,8 @@ class OutFolder {
   std::string path(const std::string& name) const { return (hidden / name).string(); }
   /// Writes a small file whole to `path(name)`.
   void write(const std::string& name, const std::string& text) const;
-  /// Brings the named files to the disk, then moves them to their place, in this order, replacing
-  /// what is there. Returns their final paths.
+  /// Brings the named files to the disk, then moves them to their places, all of them or none,
+  /// replacing what is there. Returns their final paths.
   std::vector<std::string> commit(const std::vector<std::string>& names);
 
   /// The message with the final folder in the place of the hidden one.

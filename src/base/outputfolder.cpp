@@ -3,9 +3,9 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <fstream>
 
 #include "base/error.h"
+#include "base/inputfile.h"
 #include "base/progress.h"
 #include "base/samefile.h"
 
@@ -14,6 +14,9 @@ namespace mirel {
 namespace fs = std::filesystem;
 
 namespace {
+
+// What is copied are tables beside an image.
+constexpr std::uintmax_t largestCopy = 64U << 20U;
 
 // The nearest folder above that exists, to be able to say early that writing will fail.
 fs::path existingParent(fs::path path) {
@@ -83,7 +86,9 @@ void OutputFolder::open() {
   for (const fs::path& part : folder) {
     path /= part;
     if (part.empty() || fs::exists(path, failure)) continue;
-    if (!fs::create_directory(path, failure))
+    // Another run may have made it meanwhile.
+    if (!fs::create_directory(path, failure) && !failure) continue;
+    if (failure)
       throw Error("the output folder " + folder.string() + " cannot be made: " + failure.message());
     made.push_back(path);
   }
@@ -97,10 +102,7 @@ void OutputFolder::writeText(const std::string& name, const std::string& text) {
 }
 
 void OutputFolder::copy(const std::string& file, const std::string& name) {
-  std::ifstream is(file, std::ios::binary);
-  const std::string content((std::istreambuf_iterator<char>(is)), std::istreambuf_iterator<char>());
-  if (!is) throw Error(file, "cannot be read");
-  writeText(name, content);
+  writeText(name, readWholeFile(file, largestCopy));
 }
 
 // Only now do the files have their names.

@@ -1,12 +1,11 @@
 #include "bids/sidecar.h"
 
-#include <cerrno>
 #include <cmath>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 
 #include "base/error.h"
+#include "base/inputfile.h"
 #include "base/numbertext.h"
 #include "nifti/filename.h"
 #include "nifti/image.h"
@@ -25,12 +24,9 @@ Json readObject(const std::string& name) {
   const auto fail = [&](const std::string& fault) { throw Error(name, fault); };
   std::error_code failure;
   if (fs::is_directory(name, failure)) fail("is a directory, not a JSON file");
-  std::ifstream is(name, std::ios::binary);
-  if (!is) fail(std::string("cannot be opened: ") + std::strerror(errno));
-  if (fs::file_size(name, failure) > largestSidecar || failure)
+  if (fs::exists(name, failure) && (fs::file_size(name, failure) > largestSidecar || failure))
     fail("is no sidecar: it is larger than 16 MB, or no ordinary file");
-  const std::string text((std::istreambuf_iterator<char>(is)), std::istreambuf_iterator<char>());
-  std::optional<Json> value = Json::parse(text);
+  std::optional<Json> value = Json::parse(readWholeFile(name, largestSidecar));
   if (!value) fail("is not valid JSON");
   if (!value->is_object()) fail("is JSON, but not an object with named fields");
   return *std::move(value);

@@ -2,9 +2,9 @@
 
 #include <cmath>
 #include <filesystem>
-#include <fstream>
 
 #include "base/error.h"
+#include "base/inputfile.h"
 #include "base/json.h"
 
 namespace mirel::convert {
@@ -116,9 +116,7 @@ std::optional<nifti::Header> readGeometryFile(const std::string& fileName) {
   std::error_code failure;
   if (!fs::is_regular_file(fileName, failure)) return std::nullopt;
   if (fs::file_size(fileName, failure) > largestGeometryFile || failure) return std::nullopt;
-  std::ifstream is(fileName, std::ios::binary);
-  const std::string text((std::istreambuf_iterator<char>(is)), std::istreambuf_iterator<char>());
-  return parseGeometry(text);
+  return parseGeometry(readWholeFile(fileName, largestGeometryFile));
 }
 
 }  // namespace mirel::convert

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 #include <stdexcept>
 #include <vector>
 
@@ -19,23 +20,33 @@ constexpr double decisiveDifference = 0.002;
 
 using Mask = std::vector<unsigned char>;
 
-/// Otsu's threshold over 256 bins of the whole range.
-float otsuThreshold(const Volume<float>& image) {
+/// Otsu's threshold over 256 bins of the whole range of the finite voxels. In double: a range
+/// near the ends of float is still one.
+double otsuThreshold(const Volume<float>& image) {
   constexpr int bins = 256;
-  const float low = image.min(), high = image.max();
+  double low = std::numeric_limits<double>::infinity(), high = -low;
+  for (int n = 0; n < image.size(); ++n) {
+    const double v = image.data()[n];
+    if (!std::isfinite(v)) continue;
+    low = std::min(low, v);
+    high = std::max(high, v);
+  }
   if (!(high > low)) return high;
   std::array<double, bins> counts{};
-  const float scale = (bins - 1) / (high - low);
+  const double scale = (bins - 1) / (high - low);
   for (int n = 0; n < image.size(); ++n)
-    ++counts[static_cast<std::size_t>((image.data()[n] - low) * scale)];
-  return low + static_cast<float>(otsuBorder(counts).first + 1) / scale;
+    if (std::isfinite(image.data()[n]))
+      ++counts[static_cast<std::size_t>((image.data()[n] - low) * scale)];
+  return low + (otsuBorder(counts).first + 1) / scale;
 }
 
 /// Spreads the set voxels by `marginVoxels` along one axis.
 Mask spread(const Mask& mask, glm::ivec3 dims, int axis) {
   Mask result(mask.size(), 0);
-  const std::array<int, 3> stride = {1, dims.x, dims.x * dims.y};
-  int at = 0;
+  const std::array<std::ptrdiff_t, 3> strides = {1, dims.x,
+                                                 static_cast<std::ptrdiff_t>(dims.x) * dims.y};
+  const std::ptrdiff_t stride = strides[static_cast<std::size_t>(axis)];
+  std::ptrdiff_t at = 0;
   for (int z = 0; z < dims.z; ++z)
     for (int y = 0; y < dims.y; ++y)
       for (int x = 0; x < dims.x; ++x, ++at) {
@@ -44,15 +55,14 @@ Mask spread(const Mask& mask, glm::ivec3 dims, int axis) {
         const int first = std::max(here - marginVoxels, 0);
         const int last = std::min(here + marginVoxels, dims[axis] - 1);
         for (int p = first; p <= last; ++p)
-          result[static_cast<std::size_t>(at +
-                                          (p - here) * stride[static_cast<std::size_t>(axis)])] = 1;
+          result[static_cast<std::size_t>(at + (p - here) * stride)] = 1;
       }
   return result;
 }
 
 /// Of `reference`, which was resampled; `covered` tells where there was something to take.
 std::vector<int> comparedVoxels(const Volume<float>& reference, const Volume<float>& covered) {
-  const float threshold = otsuThreshold(reference);
+  const double threshold = otsuThreshold(reference);
   const glm::ivec3 dims = reference.dimensions();
   Mask mask(static_cast<std::size_t>(reference.size()));
   for (std::size_t n = 0; n < mask.size(); ++n) mask[n] = reference.data()[n] > threshold;
@@ -72,12 +82,12 @@ std::vector<int> binned(const Volume<float>& image, const std::vector<int>& voxe
   const auto percentile = [&](std::size_t percent) {
     return valueOfRank(sorted, (sorted.size() - 1) * percent / 100);
   };
-  const float low = percentile(1), high = percentile(99);
-  const float scale = high > low ? binCount / (high - low) : 0.0f;
+  const double low = percentile(1), high = percentile(99);
+  const double scale = high > low ? binCount / (high - low) : 0.0;
   std::vector<int> bins;
   bins.reserve(values.size());
   for (const float v : values)
-    bins.push_back(static_cast<int>(std::clamp((v - low) * scale, 0.0f, binCount - 1.0f)));
+    bins.push_back(static_cast<int>(std::clamp((v - low) * scale, 0.0, binCount - 1.0)));
   return bins;
 }
 
@@ -91,7 +101,7 @@ double entropy(const std::array<double, N>& counts, double total) {
 
 double normalisedMutualInformation(const std::vector<int>& a, const std::vector<int>& b) {
   std::array<double, binCount> left{}, right{};
-  std::array<double, binCount * binCount> joint{};
+  std::array<double, std::size_t{binCount} * binCount> joint{};
   for (std::size_t n = 0; n < a.size(); ++n) {
     const auto i = static_cast<std::size_t>(a[n]), j = static_cast<std::size_t>(b[n]);
     ++left[i];
@@ -118,8 +128,12 @@ SignCheck compareSigns(const Volume<float>& asGiven, const Volume<float>& opposi
   const Grid grid{asGiven.dimensions(), affine};
   const Volume<float> there =
       resampleTo(grid, reference.values, reference.affine, reference.name, Interpolation::linear);
-  const std::vector<int> voxels = comparedVoxels(
+  std::vector<int> voxels = comparedVoxels(
       there, coverage(grid, {reference.values.dimensions(), reference.affine}, reference.name));
+  std::erase_if(voxels, [&](int n) {
+    return !std::isfinite(there.data()[n]) || !std::isfinite(asGiven.data()[n]) ||
+           !std::isfinite(opposite.data()[n]);
+  });
   SignCheck check;
   check.voxels = static_cast<std::int64_t>(voxels.size());
   if (check.voxels < fewestVoxels) return check;

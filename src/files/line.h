@@ -26,10 +26,9 @@ class Line {
   Line() = default;
   /// A set line. `width` is the column of the value: the label's length, colon included, plus
   /// the blanks behind it.
-  Line(std::string name, T value, int width) requires(!std::is_same_v<T, std::string>) {
-    set(std::move(name), value, width);
-  }
-  void set(std::string name, T value, int width) requires(!std::is_same_v<T, std::string>) {
+  Line(std::string name, T value, int width) requires(!std::is_same_v<T, std::string>)
+      : storedName(std::move(name)), storedValue(value), storedWidth(width), holdsValue(true) {}
+  void set(std::string name, const T& value, int width) requires(!std::is_same_v<T, std::string>) {
     storedName = std::move(name);
     storedValue = value;
     storedWidth = width;
@@ -37,10 +36,10 @@ class Line {
   }
 
   /// A set line of text, with or without double quotes around the value in the file.
-  void set(std::string name, std::string value, int width,
+  void set(std::string name, const T& value, int width,
            LineQuotes quotes) requires(std::is_same_v<T, std::string>) {
     storedName = std::move(name);
-    storedValue = std::move(value);
+    storedValue = value;
     storedWidth = width;
     quoted = quotes == LineQuotes::around;
     holdsValue = true;

@@ -28,6 +28,7 @@ void DMR::readHeader() {
     readTrailerLine(is, token);
     readGradientLine(is, token);
   }
+  checkRead(is, fileName);
 }
 
 void DMR::readGradientLine(std::istream& is, const std::string& token) {
@@ -65,6 +66,7 @@ void DMR::LoadDWI() {
   const SampleFormat format = sampleFormat();
   for (Volume<float>& volume : dwiData)
     readSamples(is, format, volume.data(), std::size_t(volume.size()));
+  checkRead(is, name);
 }
 
 void DMR::PrintTo(std::ostream& os) const {

@@ -32,6 +32,7 @@ void FMR::readHeader() {
       readSliceTimingTable(is);
     }
   }
+  checkRead(is, fileName);
 }
 
 void FMR::readSliceTimingTable(std::istream& is) {
@@ -57,6 +58,7 @@ void FMR::LoadSTC() {
   for (std::size_t z = 0; z < std::size_t(NrOfSlices.value()); ++z)
     for (Volume<float>& volume : stcData)
       readSamples(is, format, volume.data() + z * sliceSize, sliceSize);
+  checkRead(is, name);
 }
 
 void FMR::PrintTo(std::ostream& os) const {

@@ -32,15 +32,17 @@ const ProjectHeader& Project::header() const {
   return std::visit([](const auto& p) -> const ProjectHeader& { return p; }, project);
 }
 
-std::vector<Volume<float>>& Project::volumes() { return fmr() ? fmr()->stcData : dmr()->dwiData; }
+std::vector<Volume<float>>& Project::volumes() {
+  return fmr() ? fmr()->stcData : std::get<DMR>(project).dwiData;
+}
 
 const std::vector<Volume<float>>& Project::volumes() const {
-  return fmr() ? fmr()->stcData : dmr()->dwiData;
+  return fmr() ? fmr()->stcData : std::get<DMR>(project).dwiData;
 }
 
 std::string Project::dataFileName() const { return header().dataFileName(dataExtensionOf(kind())); }
 
-void Project::load() { fmr() ? fmr()->LoadSTC() : dmr()->LoadDWI(); }
+void Project::load() { fmr() ? fmr()->LoadSTC() : std::get<DMR>(project).LoadDWI(); }
 
 void Project::printTo(std::ostream& os) const {
   std::visit([&os](const auto& p) { p.PrintTo(os); }, project);

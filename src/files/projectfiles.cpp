@@ -1,5 +1,7 @@
 // The part of ProjectHeader that deals with sizes, volumes and the writing of files.
+#include <cerrno>
 #include <cstddef>
+#include <cstring>
 #include <filesystem>
 #include <limits>
 #include <locale>
@@ -9,6 +11,7 @@
 #include "files/filenames.h"
 #include "files/ioerror.h"
 #include "files/projectheader.h"
+#include "files/replacedfile.h"
 
 namespace mirel {
 
@@ -16,8 +19,10 @@ namespace {
 
 // What a volume takes in memory apart from its voxels: so many empty volumes count as well.
 constexpr std::ptrdiff_t volumeOverhead = sizeof(Volume<float>);
-// A header that promises this much more than its data file holds is damaged.
-constexpr std::ptrdiff_t largestShortfall = std::ptrdiff_t{1} << 34;
+// Missing voxels count as 0, but a header that promises this many bytes more than its data file
+// holds, and many times what it holds, is damaged.
+constexpr std::ptrdiff_t largestShortfall = std::ptrdiff_t{1} << 28;
+constexpr std::ptrdiff_t largestMultiple = 16;
 
 std::ptrdiff_t bytesPerVolume(glm::ivec3 dims) {
   return std::ptrdiff_t{dims.x} * dims.y * dims.z * std::ptrdiff_t{sizeof(float)} + volumeOverhead;
@@ -37,10 +42,12 @@ std::uintmax_t fileBytes(const std::string& name) {
   return error ? 0 : bytes;
 }
 
-/// Removes an incomplete output, but neither a device nor what is not there.
-void removeIncomplete(const std::string& name) {
-  std::error_code ignored;
-  if (std::filesystem::is_regular_file(name, ignored)) std::filesystem::remove(name, ignored);
+void commit(ReplacedFile& file, const std::string& name) {
+  try {
+    file.commit();
+  } catch (const Error&) {
+    throw WriteFileError("Failed writing: " + name);
+  }
 }
 
 }  // namespace
@@ -73,13 +80,19 @@ std::ifstream ProjectHeader::openData(const std::string& name, const std::string
   return is;
 }
 
+void ProjectHeader::checkRead(const std::istream& is, const std::string& name) {
+  if (is.bad())
+    throw ReadFileError("Failed reading " + name + ": " +
+                        (errno != 0 ? std::strerror(errno) : "the system gives no reason"));
+}
+
 void ProjectHeader::allocate(std::vector<Volume<float>>& volumes,
                              const std::string& dataName) const {
   checkSizes();
   const std::ptrdiff_t promised = bytesPerVolume(dimensions()) * NrOfVolumes.value();
   const std::uintmax_t heldSamples = fileBytes(dataName) / bytesPerSample(sampleFormat());
   const auto held = static_cast<std::ptrdiff_t>(heldSamples * sizeof(float));
-  if (promised - held > largestShortfall)
+  if (promised - held > largestShortfall && promised / largestMultiple > held)
     throw ReadFileError("Too little data in " + dataName + " for the sizes in " + fileName + ": " +
                         describeSizes());
   volumes.clear();
@@ -104,7 +117,8 @@ void ProjectHeader::checkVolumes(const std::vector<Volume<float>>& volumes) cons
 }
 
 void ProjectHeader::writeHeader(const std::function<void(std::ostream&)>& print) const {
-  std::ofstream os(fileName);
+  ReplacedFile file(fileName);
+  std::ofstream os(file.path());
   os.imbue(std::locale::classic());
   // Only the bad state counts: a failed opening sets the fail state, and stays unreported.
   if (os.bad()) throw WriteFileError("Cannot Create file: " + fileName);
@@ -112,16 +126,18 @@ void ProjectHeader::writeHeader(const std::function<void(std::ostream&)>& print)
   if (!os.is_open()) return;
   os.close();
   if (!os) throw WriteFileError("Failed writing: " + fileName);
+  commit(file, fileName);
 }
 
 void ProjectHeader::writeData(const std::string& name, const std::string& openErrorPrefix,
                               const std::function<void(std::ostream&)>& write) {
-  std::ofstream os(name, std::ios::binary);
+  ReplacedFile file(name);
+  std::ofstream os(file.path(), std::ios::binary);
   if (!os) throw WriteFileError(openErrorPrefix + name);
   write(os);
   os.close();
-  if (os) return;
-  removeIncomplete(name);
+  if (os) return commit(file, name);
+  file.discard();
   throw WriteFileError("Failed writing: " + name);
 }
 

@@ -86,6 +86,8 @@ class ProjectHeader {
   /// Errors: ReadFileError, with the file and the numbers, for negative sizes, more than 2^31 - 1
   /// voxels per volume, or a total that memory cannot address.
   void checkSizes() const;
+  /// Throws ReadFileError when reading `name` failed; the end of the file is no failure.
+  static void checkRead(const std::istream& is, const std::string& name);
   /// Opens a data file. Errors: OpenFileError, `errorPrefix` + name.
   static std::ifstream openData(const std::string& name, const std::string& errorPrefix);
   /// NrOfVolumes volumes of the header's dimensions, elements not initialised. Errors:

@@ -50,7 +50,7 @@ std::size_t readBlock(std::istream& is, void* dst, std::size_t size, std::size_t
 }
 
 std::size_t readInt16(std::istream& is, float* dst, std::size_t n) {
-  std::array<std::int16_t, blockSamples> block;
+  std::array<std::int16_t, blockSamples> block{};
   std::size_t done = 0;
   while (done < n && is.good()) {
     const std::size_t wanted = std::min(blockSamples, n - done);

@@ -76,6 +76,9 @@ void ztSetMAPParametersOfCurrentFMR(const void* header) {
 }
 
 void ztSaveMAPsOfCurrentFMR(const char* fileName) {
+  // This failure does pass into the plugin, which ends its task with it: it would go on to correct
+  // the projects with a map that is none.
+  hostSession().maps.refuseUnusable(fileName);
   reportingFailure([=] { hostSession().maps.save(fileName); });
 }
 

@@ -5,6 +5,7 @@
 #include "base/dimensions.h"
 #include "base/error.h"
 #include "files/mapfile.h"
+#include "files/usablemap.h"
 
 namespace mirel {
 
@@ -66,6 +67,10 @@ void MapStore::setParameters(const MapHeader& header) {
   map->header.flag = header.flag;
 }
 
+void MapStore::refuseUnusable(const std::string& fileName) const {
+  if (map) refuseUnusableMap(*map, fileName);
+}
+
 void MapStore::save(const std::string& fileName) const {
   if (!map) throw Error("cannot write the map " + fileName + ": there is no map to write");
   writeMapFile(fileName, *map);
@@ -78,6 +83,7 @@ void MapStore::load(const std::string& fileName) {
   if (!sameDimensions(loaded.header, current))
     throw Error("cannot load the map " + fileName + ": it is " + dimensionText(loaded.header) +
                 ", but the current project is " + dimensionText(current));
+  refuseUnusableMap(loaded, fileName);
   hold(std::move(loaded));
 }
 

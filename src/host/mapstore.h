@@ -30,12 +30,17 @@ class MapStore {
   /// Errors   Error when there is no map.
   void setParameters(const MapHeader& header);
 
+  /// Errors   Error naming `fileName`: the map is none to correct an image with
+  ///          (refuseUnusableMap).
+  void refuseUnusable(const std::string& fileName) const;
+
   /// Writes the map to `fileName`. Errors: Error when there is no map or it cannot be written.
   void save(const std::string& fileName) const;
 
   /// Puts the map of `fileName` in place of the one before. A failure leaves no map at all, so
   /// that nobody takes an earlier map for this one.
-  /// Errors   Error: a file that `readMapFile` refuses; dimensions that are not those of the
+  /// Errors   Error: a file that `readMapFile` or `refuseUnusableMap` refuses; dimensions that are
+  /// not those of the
   ///          current FMR.
   void load(const std::string& fileName);
 

@@ -4,9 +4,17 @@
 
 namespace mirel {
 
+CNZTLog::CNZTBuf::~CNZTBuf() noexcept {
+  try {
+    CNZTBuf::sync();
+  } catch (...) {
+    return;
+  }
+}
+
 int CNZTLog::CNZTBuf::sync() {
   const std::string text = str();
-  logFunction(text.c_str());
+  if (logFunction != nullptr) logFunction(text.c_str());
   str("");
   return 0;
 }

@@ -15,7 +15,8 @@ class CNZTLog : public std::ostream {
   class CNZTBuf : public std::stringbuf {
    public:
     explicit CNZTBuf(LogFunction function) : logFunction(function) {}
-    ~CNZTBuf() noexcept override { CNZTBuf::sync(); }
+    /// The last text; a host that refuses it then cannot be told.
+    ~CNZTBuf() noexcept override;
 
    protected:
     /// One call of the log function with all pending text; leaves the buffer empty. Returns 0.
@@ -25,7 +26,7 @@ class CNZTLog : public std::ostream {
     LogFunction logFunction;
   };
 
-  /// @param logFunction receives every flushed text, NUL-terminated; not owned.
+  /// @param logFunction receives every flushed text, NUL-terminated; not owned. Null: nobody does.
   explicit CNZTLog(LogFunction logFunction);
   CNZTLog(const CNZTLog&) = delete;
   CNZTLog& operator=(const CNZTLog&) = delete;

@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <stdexcept>
 
 namespace mirel {
 
@@ -24,6 +25,10 @@ void bind(Function*& pointer, void* handle, const char* name) {
 }
 
 }  // namespace
+
+void refuseMissing(const char* name) {
+  throw std::runtime_error(std::string("The host does not export ") + name + ".");
+}
 
 bool InitZTAccess() {
   void* handle = dlopen(nullptr, RTLD_LAZY);
@@ -51,21 +56,23 @@ std::vector<char> string_to_vector(const std::string& s) {
 
 std::string get_string_parameter(const std::string& name) {
   char buffer[textBufferSize] = {};
-  host::ztGetStringParameter(name.c_str(), buffer);
+  exported(host::ztGetStringParameter, "ztGetStringParameter")(name.c_str(), buffer);
   buffer[textBufferSize - 1] = '\0';
   return buffer;
 }
 
-int get_int_parameter(const std::string& name) { return host::ztGetIntParameter(name.c_str()); }
+int get_int_parameter(const std::string& name) {
+  return exported(host::ztGetIntParameter, "ztGetIntParameter")(name.c_str());
+}
 
 bool get_bool_parameter(const std::string& name) { return get_int_parameter(name) != 0; }
 
 void set_string_parameter(const std::string& name, const std::string& value) {
-  host::ztSetStringParameter(name.c_str(), value.c_str());
+  exported(host::ztSetStringParameter, "ztSetStringParameter")(name.c_str(), value.c_str());
 }
 
 void set_int_parameter(const std::string& name, int value) {
-  host::ztSetIntParameter(name.c_str(), value);
+  exported(host::ztSetIntParameter, "ztSetIntParameter")(name.c_str(), value);
 }
 
 std::vector<std::string> split_string(const std::string& text) {

@@ -15,6 +15,18 @@ MIREL_FOR_EACH_HOST_FUNCTION(MIREL_DECLARE)
 #undef MIREL_DECLARE
 }  // namespace host
 
+/// What `exported` throws.
+[[noreturn]] void refuseMissing(const char* name);
+
+/// The function itself, for a call.
+/// @param name  what the host exports it as
+/// @throws std::runtime_error where it is null: the host does not export it, or none is bound yet
+template <typename Function>
+Function* exported(Function* function, const char* name) {
+  if (function == nullptr) refuseMissing(name);
+  return function;
+}
+
 /// Binds the host's functions by name from its main program.
 /// @return false when the main program cannot be opened or does not export
 ///   `ztGetVersionOfCorvanaZT`; no other missing function is detected: its pointer is null.

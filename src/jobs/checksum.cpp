@@ -13,14 +13,14 @@ namespace mirel {
 std::string sha256Of(const std::string& fileName) {
   std::ifstream is(fileName, std::ios::binary);
   if (!is) throw Error(fileName, "cannot be opened");
-  sha256_ctx context;
+  sha256_ctx context{};
   sha256_init(&context);
-  std::array<char, 1 << 16> block;
+  std::array<char, 1 << 16> block{};
   while (is.read(block.data(), block.size()), is.gcount() > 0)
     sha256_update(&context, static_cast<std::size_t>(is.gcount()),
                   reinterpret_cast<const std::uint8_t*>(block.data()));
   if (is.bad()) throw Error(fileName, "cannot be read");
-  std::array<std::uint8_t, SHA256_DIGEST_SIZE> digest;
+  std::array<std::uint8_t, SHA256_DIGEST_SIZE> digest{};
   sha256_digest(&context, digest.size(), digest.data());
   constexpr const char* digits = "0123456789abcdef";
   std::string text;

@@ -73,6 +73,8 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
 
   const PairEstimate estimate = estimatePairMap(pair, options.estimate, progress);
   addRemarks(run, pair, estimate);
+  // The record keeps what is known without the voxels.
+  // NOLINTNEXTLINE(cppcoreguidelines-slicing)
   run.pair = PairRecord{pair.a, pair.b, options.estimate, estimate};
   progress.at(Stage::writing, 0.0);
   run.outputs = folder.write([&] {

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "files/mapfile.h"
+#include "files/usablemap.h"
 #include "masspreserving/masspreserving.h"
 #include "numerics/fft/fftw.h"
 
@@ -31,6 +32,7 @@ void writeMap(const Volume<float>& map, bool transpose, float param1, float para
   file.header.kind = 1;
   file.header.param1 = param1;
   file.header.param2 = param2;
+  refuseUnusableMap(file, fileName);
   writeMapFile(fileName, file);
 }
 

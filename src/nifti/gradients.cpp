@@ -2,16 +2,19 @@
 
 #include <cmath>
 #include <filesystem>
-#include <fstream>
 #include <sstream>
 
 #include "base/error.h"
+#include "base/inputfile.h"
 
 namespace mirel::nifti {
 
 namespace {
 
 using Rows = std::vector<std::vector<float>>;
+
+// The largest diffusion series have some thousand directions of 40 bytes.
+constexpr std::uintmax_t largestTable = 16U << 20U;
 
 float numberFrom(const std::string& word, const std::string& fileName) {
   std::size_t used = 0;
@@ -35,8 +38,7 @@ Rows readRows(const std::string& fileName) {
   std::error_code ignored;
   if (std::filesystem::is_directory(fileName, ignored))
     throw Error(fileName, "is a directory, not a gradient file");
-  std::ifstream is(fileName);
-  if (!is) throw Error(fileName, "cannot be opened");
+  std::istringstream is(readWholeFile(fileName, largestTable));
   Rows rows;
   std::string line;
   while (std::getline(is, line)) {

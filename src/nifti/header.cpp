@@ -316,7 +316,7 @@ void Header::setAffine(const glm::dmat4& matrix, int code) {
                           std::fabs(glm::dot(unit[1], unit[2])) < 1e-4;
   if (!orthogonal) return;
   qformCode = code;
-  double dx, dy, dz;
+  double dx = 0, dy = 0, dz = 0;
   nifti_dmat44_to_quatern(toLibrary(matrix), &qform.b, &qform.c, &qform.d, &qform.x, &qform.y,
                           &qform.z, &dx, &dy, &dz, &qform.qfac);
 }
@@ -336,7 +336,7 @@ StoredHeader parseHeader(const unsigned char* bytes, std::size_t count,
                          const std::string& fileName) {
   silenceLibrary();
   if (count < headerBytes1) throw Error(fileName, "is too short to be a NIfTI image");
-  std::int32_t size;
+  std::int32_t size = 0;
   std::memcpy(&size, bytes, sizeof(size));
   std::int32_t reversed = size;
   nifti_swap_4bytes(1, &reversed);

@@ -17,6 +17,11 @@ namespace mirel::nifti {
 
 namespace {
 
+// Masks and label images may be compressed this much; a volume larger than that which says so was
+// made to fill the memory of whoever reads it.
+constexpr unsigned largestCompression = 200;
+constexpr unsigned largestDenseVolume = 1U << 28U;
+
 /// Samples that are converted at a time: 64 K of them stay in the second-level cache.
 constexpr std::size_t blockSamples = 1 << 16;
 constexpr unsigned streamBuffer = 1 << 18;
@@ -78,6 +83,8 @@ class Encoder {
       return;
     }
     result.checksum = crc32(result.checksum, bytes, static_cast<uInt>(count));
+    // zlib's interface knows no const unless ZLIB_CONST is defined; it does not write there.
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast)
     stream.next_in = const_cast<unsigned char*>(bytes);
     stream.avail_in = static_cast<uInt>(count);
     drain(Z_NO_FLUSH);
@@ -158,6 +165,12 @@ void Reader::checkSize(std::uintmax_t fileBytes) const {
                           " voxels in " + std::to_string(storedVolumes()) +
                           " volumes, more than a file of " + std::to_string(fileBytes) +
                           " bytes can hold");
+  if (static_cast<Wide>(volumeBytes(header())) > largestDenseVolume &&
+      wanted > Wide{fileBytes} * largestCompression)
+    throw Error(name, "is no image: its header claims " + text(header().dims) +
+                          " voxels a volume, which are compressed more than " +
+                          std::to_string(largestCompression) + "-fold in its " +
+                          std::to_string(fileBytes) + " bytes");
 }
 
 void Reader::readBytes(unsigned char* bytes, std::size_t count, const std::string& what) {
@@ -181,7 +194,7 @@ void Reader::readBytes(unsigned char* bytes, std::size_t count, const std::strin
 void Reader::readTail() {
   // The checksum of a compressed stream is compared only when its end is reached.
   unsigned char rest[4096];
-  int got;
+  int got = 0;
   while ((got = gzread(file.get(), rest, sizeof(rest))) > 0) continue;
   int code = Z_OK;
   gzerror(file.get(), &code);

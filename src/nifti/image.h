@@ -50,7 +50,7 @@ class Reader {
 
  private:
   struct Close {
-    void operator()(gzFile_s* file) const { gzclose_r(file); }
+    void operator()(gzFile_s* open) const { gzclose_r(open); }
   };
   void readHeader();
   void checkSize(std::uintmax_t fileBytes) const;

@@ -36,6 +36,14 @@ struct SpectrumDeleter {
 };
 using Spectrum = std::unique_ptr<plugin_fftw_complex[], SpectrumDeleter>;
 
+// A host without them is refused when the plugin is initialised; this is for one that goes on.
+void requireTransforms() {
+  if (plugin_fftw_malloc == nullptr || plugin_fftw_free == nullptr ||
+      plugin_fftw_plan_dft_r2c_3d == nullptr || plugin_fftw_plan_dft_c2r_3d == nullptr ||
+      plugin_fftw_execute == nullptr || plugin_fftw_destroy_plan == nullptr)
+    throw std::runtime_error("The host's FFT is not available.");
+}
+
 Spectrum allocateSpectrum(const SpectrumSizes& sizes) {
   Spectrum buffer(static_cast<plugin_fftw_complex*>(
       plugin_fftw_malloc(sizes.buffer * sizeof(plugin_fftw_complex))));
@@ -75,6 +83,7 @@ void fftwConvolve3D(Volume<float>& input, Volume<float>& kernel) {
   require(input.dimensions() == kernel.dimensions(), sourceFile, 198,
           "input.dimensions() == kernel.dimensions()");
   if (input.size() == 0) return;
+  requireTransforms();
   const SpectrumSizes sizes(input.dimensions());
   Spectrum kernelSpectrum = allocateSpectrum(sizes);
   Spectrum inputSpectrum = allocateSpectrum(sizes);

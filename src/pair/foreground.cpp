@@ -34,7 +34,8 @@ double headThreshold(const Volume<float>& image) {
   std::array<double, binCount> histogram{};
   const double binsPerUnit = binCount / static_cast<double>(top);
   for (const float root : roots) {
-    const int bin = std::min(static_cast<int>(root * binsPerUnit), binCount - 1);
+    // Bounded before it is cast: one voxel may lie any number of times beyond the rest.
+    const double bin = std::min(root * binsPerUnit, binCount - 1.0);
     histogram[static_cast<std::size_t>(bin)] += 1;
   }
   const ClassBorder border = otsuBorder(histogram);

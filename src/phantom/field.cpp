@@ -100,7 +100,7 @@ HeadField makeHeadField(const PhantomGrid& grid, const HeadObject& head, std::ui
   struct Candidate {
     Volume<double> field;
     Extremes extremes;
-    double sigmaMm, scale;  // to the largest shift in voxels
+    double sigmaMm = 0, scale = 1;  // to the largest shift in voxels
   };
   const auto tryStep = [&](int step) {
     Candidate c;

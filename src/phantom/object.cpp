@@ -76,8 +76,9 @@ class Texture {
 void convolveLine(float* line, int n, std::ptrdiff_t stride, const std::vector<double>& half,
                   std::vector<double>& work) {
   const int r = static_cast<int>(half.size()) - 1;
-  work.assign(static_cast<std::size_t>(n + 2 * r), 0.0);
-  for (int i = 0; i < n; ++i) work[static_cast<std::size_t>(i + r)] = line[i * stride];
+  work.assign(static_cast<std::size_t>(n) + 2 * static_cast<std::size_t>(r), 0.0);
+  for (int i = 0; i < n; ++i)
+    work[static_cast<std::size_t>(i) + static_cast<std::size_t>(r)] = line[i * stride];
   for (int i = 0; i < n; ++i) {
     const double* centre = work.data() + i + r;
     double sum = half[0] * centre[0];

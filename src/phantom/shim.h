@@ -23,7 +23,7 @@ class Shim {
   std::array<double, terms> basisAt(glm::ivec3 fieldVoxel) const;
 
   const Volume<unsigned char>& mask;
-  glm::dvec3 scale, centre;
+  glm::dvec3 scale{}, centre{};
   glm::ivec3 margin;
   bool empty = true;
   std::array<std::array<double, terms>, terms> cholesky{};  // lower triangle

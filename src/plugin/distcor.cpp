@@ -1,10 +1,12 @@
 #include "plugin/distcor.h"
 
 #include <exception>
+#include <stdexcept>
 #include <string>
 
 #include "hostapi/ztaccess.h"
 #include "numerics/fft/fftaccess.h"
+#include "plugin/floatingpoint.h"
 #include "tasks/apply.h"
 #include "tasks/check.h"
 #include "tasks/estimate.h"
@@ -14,14 +16,42 @@ namespace mirel {
 
 namespace {
 
-// Shows the host's busy cursor for its lifetime, also when a task fails.
+// Shows the host's busy cursor until the task is done, also when it fails.
 class BusyCursor {
  public:
-  BusyCursor() { host::ztShowBusyCursor(); }
+  BusyCursor() { exported(host::ztShowBusyCursor, "ztShowBusyCursor")(); }
   BusyCursor(const BusyCursor&) = delete;
   BusyCursor& operator=(const BusyCursor&) = delete;
-  ~BusyCursor() { host::ztStopBusyCursor(); }
+  ~BusyCursor() {
+    if (stopped) return;
+    try {
+      stop();
+    } catch (...) {
+      return;  // the failure on its way is told
+    }
+  }
+  void stop() {
+    stopped = true;
+    exported(host::ztStopBusyCursor, "ztStopBusyCursor")();
+  }
+
+ private:
+  bool stopped = false;
 };
+
+// Nothing where the host has no message box, or one that fails: there is nobody else to tell.
+void showMessage(const std::string& text) {
+  if (host::ztMessageBox == nullptr) return;
+  try {
+    host::ztMessageBox(text.c_str());
+  } catch (const std::exception&) {
+    return;
+  }
+}
+
+void showFailure(const std::exception& failure) {
+  showMessage("Error: " + std::string(failure.what()));
+}
 
 }  // namespace
 
@@ -32,24 +62,34 @@ bool distcor::initPlugin() {
   delete log;
   log = nullptr;
   log = new CNZTLog(host::ztLogText);
+  try {
+    return acceptHost();
+  } catch (const std::exception& failure) {
+    showFailure(failure);
+    return false;
+  }
+}
+
+bool distcor::acceptHost() {
   int major = 0, minor = 0, revision = 0;
   host::ztGetVersionOfCorvanaZT(&major, &minor, &revision);
   if (!checkVersionGreaterEqualVersion(major, minor, revision, 2, 6, 0)) {
-    host::ztMessageBox("Error: Corvana ZT version 2.6 or higher required.");
+    showMessage("Error: Corvana ZT version 2.6 or higher required.");
     return false;
   }
   if (!InitMKLAccess()) {
-    host::ztMessageBox("Did not get access to MKL access functions!");
+    showMessage("Did not get access to MKL access functions!");
     return false;
   }
   return true;
 }
 
 bool distcor::execute() {
+  const PlainFloatingPoint plain;
   try {
     runTask();
   } catch (const std::exception& failure) {
-    host::ztMessageBox(("Error: " + std::string(failure.what())).c_str());
+    showFailure(failure);
   }
   return true;
 }
@@ -59,16 +99,22 @@ void distcor::runTask() {
   if (task == "select_fmr_or_dmr") return selectFMRorDMR();
   if (task == "select_vdm") return selectVDM();
   if (task == "check") return check();
-  const BusyCursor busy;
+  BusyCursor busy;
   if (task == "estimate") estimate();
   if (task == "apply") apply();
+  busy.stop();
 }
 
-void distcor::check() { checkFiles(*log); }
+CNZTLog& distcor::theLog() {
+  if (log == nullptr) throw std::runtime_error("The plugin is not initialised.");
+  return *log;
+}
 
-void distcor::estimate() { estimateFiles(*log); }
+void distcor::check() { checkFiles(theLog()); }
 
-void distcor::apply() { applyToFiles(*log); }
+void distcor::estimate() { estimateFiles(theLog()); }
+
+void distcor::apply() { applyToFiles(theLog()); }
 
 void distcor::selectFMRorDMR() { selectProject(); }
 

@@ -22,7 +22,11 @@ class distcor : public CNZTPluginInterface {
   bool initPlugin() override;
 
  private:
+  // The host's version and its FFT; a message where one does not do.
+  bool acceptHost();
   void runTask();
+  // Throws std::runtime_error before initPlugin.
+  CNZTLog& theLog();
   void check();
   void estimate();
   void apply();

@@ -26,7 +26,7 @@ void checkFiles(std::ostream& log) {
   if (findings.empty())
     log << "Check: OK" << std::flush;
   else
-    host::ztMessageBox(findings.c_str());
+    exported(host::ztMessageBox, "ztMessageBox")(findings.c_str());
 }
 
 }  // namespace mirel

@@ -12,7 +12,7 @@ namespace {
 
 std::string openFileName(const char* title, const char* filter) {
   char buffer[512] = {};
-  host::ztGetOpenFileName(title, "", filter, buffer);
+  exported(host::ztGetOpenFileName, "ztGetOpenFileName")(title, "", filter, buffer);
   buffer[sizeof buffer - 1] = '\0';
   return buffer;
 }

@@ -15,7 +15,7 @@ using Bytes = std::vector<unsigned char>;
 void mergeInto(unsigned char* into, const unsigned char* from, std::size_t count) {
   std::size_t i = 0;
   for (; i + 8 <= count; i += 8) {
-    std::uint64_t a, b;
+    std::uint64_t a = 0, b = 0;
     std::memcpy(&a, into + i, 8);
     std::memcpy(&b, from + i, 8);
     a |= b;

@@ -12,6 +12,7 @@
 #include "jobs/correctpair.h"
 #include "nifti/image.h"
 #include "support/noprogress.h"
+#include "support/temporaryfolder.h"
 
 namespace mirel {
 
@@ -67,30 +68,14 @@ class Measurement {
   Placed inside;
 };
 
-class Scratch {
- public:
-  Scratch() {
-    std::string pattern = (fs::temp_directory_path() / "mirel-accuracy-XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no temporary folder");
-    path = pattern;
-  }
-  Scratch(const Scratch&) = delete;
-  Scratch& operator=(const Scratch&) = delete;
-  ~Scratch() {
-    std::error_code ignored;
-    fs::remove_all(path, ignored);
-  }
-  std::string path;
-};
-
 }  // namespace
 
 void printSeriesAccuracy(const std::string& folder) {
-  const Scratch scratch;
+  const TemporaryFolder scratch;
   CorrectPairOptions options;
   options.a.file = folder + "/dwi/sub-01_dir-AP_b0.nii.gz";
   options.b.file = folder + "/dwi/sub-01_dir-PA_b0.nii.gz";
-  options.outputFolder = scratch.path;
+  options.outputFolder = scratch.file("");
   const std::string files[] = {folder + "/dwi/sub-01_dir-AP_dwi.nii.gz",
                                folder + "/dwi/sub-01_dir-PA_dwi.nii.gz",
                                folder + "/func/sub-01_task-fa_dir-AP_bold.nii.gz"};
@@ -106,7 +91,7 @@ void printSeriesAccuracy(const std::string& folder) {
   std::vector<Run> runs;
   for (std::size_t s = 0; s < report.series.size(); ++s) {
     const SeriesRecord& result = report.series[s];
-    runs.push_back({names[s], result.file, scratch.path + "/" + result.output,
+    runs.push_back({names[s], result.file, scratch.file(result.output),
                     result.acquisition.direction->value, result.acquisition.readout->seconds});
     if (s < 2) measurement.print(runs[s], 1, "b=0");
     measurement.print(runs[s], 0, "mean");

@@ -122,10 +122,13 @@ TEST(OutFolder, BringsEveryFileToTheDiskBeforeAnyGetsItsName) {
   EXPECT_EQ(several.commit({"b", "a"}),
             (std::vector<std::string>{folder.file("b"), folder.file("a")}));
   const std::vector<std::string> names = synchronised();
-  ASSERT_EQ(names.size(), 3u);
+  ASSERT_EQ(names.size(), 5u);
   EXPECT_EQ(names[0], several.path("b"));
   EXPECT_EQ(names[1], several.path("a"));
-  EXPECT_EQ(names[2] + "/", folder.file("")) << "the names come last";
+  const std::string hidden = several.path("");
+  EXPECT_EQ(names[2], hidden + ".moves.part") << "the list of what is under way";
+  EXPECT_EQ(names[3] + "/", hidden) << "and its name";
+  EXPECT_EQ(names[4] + "/", folder.file("")) << "the names come last";
   EXPECT_EQ(textOf(folder.file("a")), "text");
   EXPECT_EQ(textOf(folder.file("b")), "written by other means");
 }

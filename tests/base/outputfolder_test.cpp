@@ -108,7 +108,7 @@ TEST(OutputFolder, CopiesFilesAndNamesTheOneItCannotRead) {
   OutputFolder other(folder.file("other"));
   other.announce("b.bval", {});
   EXPECT_EQ(failure([&] { other.write([&] { other.copy(folder.file("none"), "b.bval"); }); }),
-            folder.file("none") + " cannot be read");
+            folder.file("none") + " cannot be opened: No such file or directory");
 }
 
 }  // namespace mirel

@@ -8,7 +8,7 @@
 
 namespace mirel {
 
-TEST(Terminal, canRedrawUnlessItIsDumbOrNone) {
+TEST(Terminal, CanRedrawUnlessItIsDumbOrNone) {
   const int controller = posix_openpt(O_RDWR | O_NOCTTY);
   ASSERT_GE(controller, 0) << "no terminal to be had";
   ASSERT_EQ(grantpt(controller), 0);
@@ -25,7 +25,7 @@ TEST(Terminal, canRedrawUnlessItIsDumbOrNone) {
   close(controller);
 }
 
-TEST(Terminal, isNoneOfFilesAndPipes) {
+TEST(Terminal, IsNoneOfFilesAndPipes) {
   setenv("TERM", "xterm", 1);
   int ends[2];
   ASSERT_EQ(pipe(ends), 0);

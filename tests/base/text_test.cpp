@@ -7,13 +7,13 @@
 
 namespace mirel {
 
-TEST(DimensionsText, isWhatMessagesSay) {
+TEST(DimensionsText, IsWhatMessagesSay) {
   EXPECT_EQ(text(glm::ivec3(64, 63, 30)), "64 x 63 x 30");
   EXPECT_EQ(text({64, 63, 30}, "x"), "64x63x30");
   EXPECT_EQ(text({-1, 0, 2147483647}), "-1 x 0 x 2147483647");
 }
 
-TEST(NumberText, hasSixDigitsOrWhatTheFormatSays) {
+TEST(NumberText, HasSixDigitsOrWhatTheFormatSays) {
   EXPECT_EQ(text(0.05), "0.05");
   EXPECT_EQ(text(1.0 / 3.0), "0.333333");
   EXPECT_EQ(text(1e-7), "1e-07");
@@ -22,7 +22,7 @@ TEST(NumberText, hasSixDigitsOrWhatTheFormatSays) {
   EXPECT_EQ(text("%.2f", -0.001), "-0.00");
 }
 
-TEST(NumberText, isCutShortAndNotWrittenBeyondItsEnd) {
+TEST(NumberText, IsCutShortAndNotWrittenBeyondItsEnd) {
   EXPECT_EQ(text("%.3f", std::numeric_limits<double>::max()).size(), 99u);
 }
 

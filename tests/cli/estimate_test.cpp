@@ -165,6 +165,19 @@ TEST_F(EstimateCommand, AHeaderWithoutVoxelSizesIsReportedAndTheEstimateGoesOn) 
   EXPECT_THAT(result.err, HasSubstr("Estimating voxel displacement maps..."));
 }
 
+TEST_F(EstimateCommand, AMapThatIsNotFiniteIsRefusedAndNothingIsCorrectedWithIt) {
+  for (const char* const file : {"ap.fmr", "pa.fmr"}) {
+    ProjectSketch sketch = distortedBall(file[0] == 'a' ? 1.5f : -1.5f);
+    sketch.voxelSizeY = 25;  // cm for mm, and some more
+    writeFmr(folder.file(file), sketch);
+  }
+  const ProgramResult result = estimate({ap, pa, "--fast", "--apply"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.err, HasSubstr("Error: " + folder.file("ap_vdm.map") + " is no usable map: "));
+  EXPECT_TRUE(noMapWasWritten());
+  EXPECT_FALSE(folder.exists("ap_undist.fmr"));
+}
+
 TEST_F(EstimateCommand, AShortDataFileIsReported) {
   std::filesystem::resize_file(folder.file("pa.stc"), 40000);
   EXPECT_THAT(estimate({ap, pa, "--fast"}).err, HasSubstr("Warning: " + folder.file("pa.stc")));

@@ -105,7 +105,7 @@ class PictureCommand : public testing::Test {
   const std::string field = folder.file("sub-1_fieldmap.nii");
 };
 
-TEST_F(PictureCommand, drawsImagesInGreyAndMapsInColours) {
+TEST_F(PictureCommand, DrawsImagesInGreyAndMapsInColours) {
   EXPECT_THAT(drawn({head, field, "--limit", "30"}).err, IsEmpty());
   const Picture picture = pictureIn(out());
   EXPECT_GT(picture.width, 2 * 60);
@@ -116,7 +116,7 @@ TEST_F(PictureCommand, drawsImagesInGreyAndMapsInColours) {
   EXPECT_EQ(pictureIn(out()).countOf(178, 24, 43), 0);
 }
 
-TEST_F(PictureCommand, showsTheSamePlaceOfAnImageStoredInAnotherOrder) {
+TEST_F(PictureCommand, ShowsTheSamePlaceOfAnImageStoredInAnotherOrder) {
   // The voxels of the head in another order of the axes, two of them reversed.
   const glm::dmat4 affine = affineOf({2, 2, 2.5}, 0, {-19, -23, -18});
   const Volume<float> plain = sampled({dims, affine}, ball);
@@ -149,7 +149,7 @@ TEST_F(PictureCommand, showsTheSamePlaceOfAnImageStoredInAnotherOrder) {
   EXPECT_NE(readBytes(out()), same);
 }
 
-TEST_F(PictureCommand, recognisesMapsAndTheirUnits) {
+TEST_F(PictureCommand, RecognisesMapsAndTheirUnits) {
   // By the sidecar, although the name says nothing; by the name, although there is no sidecar.
   std::filesystem::copy_file(field, file("plain.nii"));
   EXPECT_THAT(drawn({file("plain.nii")}).err, IsEmpty());
@@ -163,7 +163,7 @@ TEST_F(PictureCommand, recognisesMapsAndTheirUnits) {
   EXPECT_THAT(drawn({file("sub-2_fieldmap.nii"), "--unit", "Hz"}).err, IsEmpty());
 }
 
-TEST_F(PictureCommand, drawsDisplacementFieldsLikeTheirMaps) {
+TEST_F(PictureCommand, DrawsDisplacementFieldsLikeTheirMaps) {
   const Grid grid{dims, affineOf({2, 2, 2.5}, 20, {-19, -23, -18})};
   const nifti::Header header = headerOf(dims, grid.affine);
   const Volume<float> shift = smoothShift(dims);
@@ -190,7 +190,7 @@ TEST_F(PictureCommand, drawsDisplacementFieldsLikeTheirMaps) {
   EXPECT_GT(pictureIn(out()).countOf(255, 255, 255), 3 * 48 * 60);
 }
 
-TEST_F(PictureCommand, drawsMapFilesOnTheGridOfAnImage) {
+TEST_F(PictureCommand, DrawsMapFilesOnTheGridOfAnImage) {
   Map map{{dims.x, dims.y, dims.z}, std::vector<float>(20 * 24 * 16, 2.0f)};
   writeMapFile(file("a.map"), map);
   EXPECT_THAT(drawn({head, file("a.map")}).err, IsEmpty());
@@ -200,14 +200,14 @@ TEST_F(PictureCommand, drawsMapFilesOnTheGridOfAnImage) {
         "a.map has no orientation and is of another size (20 x 24 x 16) than");
 }
 
-TEST_F(PictureCommand, takesLabelsOfAnyBytes) {
+TEST_F(PictureCommand, TakesLabelsOfAnyBytes) {
   for (const std::string label : {"", "é±µ Ж 中", "\xFF\xFE\xC3", "a\nb\tc", "%s%n <b>&</b>\\"})
     drawn({head, "--label", label});
   drawn({head, "--label", std::string(5000, 'x')});
   fails({head, "--label", "a", "--label", "b"}, "there are 2 labels for 1 images and maps");
 }
 
-TEST_F(PictureCommand, drawsContoursOverEveryImage) {
+TEST_F(PictureCommand, DrawsContoursOverEveryImage) {
   drawn({head, field});
   EXPECT_EQ(pictureIn(out()).countOf(80, 230, 90), 0);
   drawn({head, field, "--contour", file("brain_mask.nii"), "--contour", "head"});
@@ -221,7 +221,7 @@ TEST_F(PictureCommand, drawsContoursOverEveryImage) {
   fails({field, "--contour", "head"}, "--contour head needs an image in front of the maps");
 }
 
-TEST_F(PictureCommand, neverOverwritesAnInput) {
+TEST_F(PictureCommand, NeverOverwritesAnInput) {
   const std::string image = file("image.png");
   std::filesystem::copy_file(head, image);
   const auto before = readBytes(image);
@@ -239,7 +239,7 @@ TEST_F(PictureCommand, neverOverwritesAnInput) {
   }
 }
 
-TEST_F(PictureCommand, saysInOneSentenceWhatIsWrong) {
+TEST_F(PictureCommand, SaysInOneSentenceWhatIsWrong) {
   fails({}, "name at least one image or map to draw");
   fails({file("missing.nii")}, file("missing.nii"));
   fails({head, "--slice", "axial:16"},
@@ -263,7 +263,7 @@ TEST_F(PictureCommand, saysInOneSentenceWhatIsWrong) {
   EXPECT_THAT(folderGone.err, HasSubstr("gone/out.png does not exist"));
 }
 
-TEST_F(PictureCommand, refusesVectorsOfAnotherNumberOfComponents) {
+TEST_F(PictureCommand, RefusesVectorsOfAnotherNumberOfComponents) {
   nifti::Header header = headerOf(dims, glm::dmat4(1.0));
   header.vectorComponents = 2;
   nifti::Writer writer(file("two.nii"), header);
@@ -272,7 +272,7 @@ TEST_F(PictureCommand, refusesVectorsOfAnotherNumberOfComponents) {
   fails({file("two.nii")}, "two.nii has 1 volumes of vectors of 2 components");
 }
 
-TEST_F(PictureCommand, tellsOfImagesWithoutOrientationAndOfThoseElsewhere) {
+TEST_F(PictureCommand, TellsOfImagesWithoutOrientationAndOfThoseElsewhere) {
   nifti::Header header = headerOf(dims, affineOf({2, 2, 2.5}));
   header.sformCode = header.qformCode = 0;
   writeImage(file("bare.nii"), header, [](int) { return smoothImage(dims); });
@@ -283,7 +283,7 @@ TEST_F(PictureCommand, tellsOfImagesWithoutOrientationAndOfThoseElsewhere) {
   EXPECT_THAT(drawn({head, file("far.nii"), "--own-grids"}).err, IsEmpty());
 }
 
-TEST(PictureDocument, everyCommandWorksInTheOrderOfTheText) {
+TEST(PictureDocument, EveryCommandWorksInTheOrderOfTheText) {
   const TemporaryFolder folder;
   const std::vector<std::string> commands = commandsOf(MIREL_PICTURE_DOCUMENT);
   ASSERT_GE(commands.size(), 5U);

@@ -86,6 +86,32 @@ TEST(SignCheck, ConstantImagesAreUndecided) {
             SignCheck::Verdict::undecided);
 }
 
+TEST(SignCheck, HoldsWithValuesNearTheEndsOfFloat) {
+  const Volume<float> right = correctVolume(distorted(), shiftOf(), 1, Modulation::off);
+  const Volume<float> wrong = correctVolume(distorted(), -shiftOf(), 1, Modulation::off);
+  for (const float factor : {1e-42F, 1e-30F, 3e35F}) {
+    PlacedImage scaled = reference(false);
+    scaled.values *= factor;
+    EXPECT_EQ(compareSigns(right * factor, wrong * factor, grid.affine, scaled).verdict,
+              SignCheck::Verdict::right)
+        << factor;
+  }
+}
+
+TEST(SignCheck, VoxelsThatAreNotFiniteAreLeftOut) {
+  Volume<float> right = correctVolume(distorted(), shiftOf(), 1, Modulation::off);
+  const Volume<float> wrong = correctVolume(distorted(), -shiftOf(), 1, Modulation::off);
+  const SignCheck check = compareSigns(right, wrong, grid.affine, reference(false));
+  PlacedImage spoiled = reference(false);
+  spoiled.values.at(26, 28, 17) = std::numeric_limits<float>::quiet_NaN();
+  right.at(20, 22, 12) = std::numeric_limits<float>::infinity();
+  right.at(20, 22, 13) = std::numeric_limits<float>::quiet_NaN();
+  const SignCheck spoiledCheck = compareSigns(right, wrong, grid.affine, spoiled);
+  EXPECT_EQ(spoiledCheck.verdict, SignCheck::Verdict::right);
+  EXPECT_LT(spoiledCheck.voxels, check.voxels);
+  EXPECT_NEAR(spoiledCheck.asGiven, check.asGiven, 0.01);
+}
+
 TEST(SignCheck, DifferentSizesAreRefused) {
   EXPECT_THROW(compareSigns(Volume<float>(2, 2, 2, 0.0f), Volume<float>(2, 2, 3, 0.0f), grid.affine,
                             reference(false)),

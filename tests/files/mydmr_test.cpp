@@ -5,8 +5,8 @@
 #include <sstream>
 
 #include "files/ioerror.h"
-#include "files/messageof.h"
 #include "files/projects.h"
+#include "support/messageof.h"
 #include "support/temporaryfolder.h"
 
 namespace mirel {

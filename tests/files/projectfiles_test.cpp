@@ -7,8 +7,8 @@
 #include <limits>
 
 #include "files/ioerror.h"
-#include "files/messageof.h"
 #include "files/projectkinds.h"
+#include "support/messageof.h"
 
 namespace mirel {
 
@@ -39,6 +39,20 @@ TYPED_TEST(ProjectFilesOf, DataThatAreNotThereAreNamed) {
             TypeParam::readingData + this->dataName());
 }
 
+TYPED_TEST(ProjectFilesOf, AReadThatFailsIsNoEndOfTheFile) {
+  // The memory at address 0 of this process is an ordinary file that cannot be read.
+  const std::string unreadable = "/proc/self/mem";
+  const std::string header =
+      this->dir.write(TypeParam::header, projects::smallHeader(2, 3, 4, 5, 1));
+  std::filesystem::create_symlink(unreadable, this->dataName());
+  EXPECT_EQ(messageOf<ReadFileError>([&] { typename TypeParam::Project p(header, true); }),
+            "Failed reading " + this->dataName() + ": Input/output error");
+  std::filesystem::remove(header);
+  std::filesystem::create_symlink(unreadable, header);
+  EXPECT_EQ(messageOf<ReadFileError>([&] { typename TypeParam::Project p(header, false); }),
+            "Failed reading " + header + ": Input/output error");
+}
+
 TYPED_TEST(ProjectFilesOf, ImpossibleSizesAreRefusedWithTheirNumbers) {
   const struct {
     int volumes, slices, nx, ny;
@@ -66,6 +80,12 @@ TYPED_TEST(ProjectFilesOf, ImpossibleSizesAreRefusedWithTheirNumbers) {
 TYPED_TEST(ProjectFilesOf, LargeButPossibleSizesPassWithoutData) {
   EXPECT_NO_THROW(this->read(projects::smallHeader(1000000, 2047, 1024, 1024, 1)));
   EXPECT_NO_THROW(this->read(projects::smallHeader(5, 0, 1024, 1024, 1)));
+}
+
+TYPED_TEST(ProjectFilesOf, ManyVolumesOfNothingAreRefusedBeforeAllocation) {
+  // 52 bytes each in memory, of two in the file.
+  const std::string text = projects::smallHeader(100000000, 1, 1, 1, 1);
+  EXPECT_THROW(this->load(text, "ab"), ReadFileError);
 }
 
 TYPED_TEST(ProjectFilesOf, AHeaderThatPromisesFarMoreThanTheDataHoldIsRefusedBeforeAllocation) {
@@ -233,12 +253,35 @@ class FileSizeLimit {
 
 TYPED_TEST(ProjectFilesOf, DataThatDoNotFitAreNotLeftBehindIncomplete) {
   for (const int type : {1, 2}) {
-    auto p = this->load(projects::smallHeader(3, 2, 100, 100, type), "");
+    auto p = this->load(projects::smallHeader(3, 2, 100, 100, type), "older");
     const FileSizeLimit limit(50000);
     EXPECT_EQ(messageOf<WriteFileError>([&] { p.Save(); }), "Failed writing: " + this->dataName());
-    EXPECT_FALSE(this->dir.exists(TypeParam::data));
-    EXPECT_TRUE(this->dir.exists(TypeParam::header));
+    EXPECT_EQ(this->dir.read(TypeParam::data), "older");
+    std::filesystem::remove(this->dataName());
+    EXPECT_EQ(messageOf<WriteFileError>([&] { p.Save(); }), "Failed writing: " + this->dataName());
+    EXPECT_EQ(this->dir.names(), std::vector<std::string>{TypeParam::header});
   }
+}
+
+TYPED_TEST(ProjectFilesOf, TheOtherNameOfAReplacedFileKeepsItsContent) {
+  auto p = this->load(projects::smallHeader(1, 1, 1, 1, 2), "older");
+  std::filesystem::create_hard_link(this->dataName(), this->dir.file("backup"));
+  p.Save();
+  EXPECT_EQ(this->dir.read("backup"), "older");
+  EXPECT_EQ(this->dir.read(TypeParam::data).size(), sizeof(float));
+}
+
+TYPED_TEST(ProjectFilesOf, AFileBehindALinkIsReplacedAndKeepsItsPermissions) {
+  auto p = this->load(projects::smallHeader(1, 1, 1, 1, 2), "older");
+  std::filesystem::create_directory(this->dir.file("store"));
+  std::filesystem::rename(this->dataName(), this->dir.file("store/data"));
+  std::filesystem::permissions(this->dir.file("store/data"), std::filesystem::perms{0640});
+  std::filesystem::create_symlink("store/data", this->dataName());
+  p.Save();
+  EXPECT_TRUE(std::filesystem::is_symlink(this->dataName()));
+  EXPECT_EQ(this->dir.read("store/data").size(), sizeof(float));
+  EXPECT_EQ(std::filesystem::status(this->dir.file("store/data")).permissions(),
+            std::filesystem::perms{0640});
 }
 
 TYPED_TEST(ProjectFilesOf, AHeaderThatCannotBeFilledIsNamed) {

@@ -83,19 +83,20 @@ TEST(MapStore, ASavedMapLoadsIntoTheSamePlaces) {
   float** slices = writer.get(header);
   for (int z = 0; z < 2; ++z)
     for (int y = 0; y < 2; ++y)
-      for (int x = 0; x < 3; ++x) slices[z][y * 3 + x] = static_cast<float>(100 * z + 10 * y + x);
+      for (int x = 0; x < 3; ++x)
+        slices[z][y * 3 + x] = static_cast<float>(100 * z + 10 * y + x) / 64;
   writer.save(name);
 
   const Map file = readMapFile(name);
-  EXPECT_EQ(file.values[(1 * 2 + 1) * 3 + 2], 112.0f);
+  EXPECT_EQ(file.values[(1 * 2 + 1) * 3 + 2], 112.0f / 64);
 
   MapStore reader;
   reader.setCurrentDimensions(3, 2, 2);
   reader.load(name);
   slices = reader.get(header);
   ASSERT_NE(slices, nullptr);
-  EXPECT_EQ(slices[1][1 * 3 + 2], 112.0f);
-  EXPECT_EQ(slices[0][1 * 3 + 0], 10.0f);
+  EXPECT_EQ(slices[1][1 * 3 + 2], 112.0f / 64);
+  EXPECT_EQ(slices[0][1 * 3 + 0], 10.0f / 64);
 }
 
 // Otherwise a task would go on with the map of somebody else.

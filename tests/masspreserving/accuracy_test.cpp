@@ -23,7 +23,7 @@ struct Scene {
 class MassPreservingAccuracy : public testing::TestWithParam<Scene> {};
 
 // Bounds about twice of what is reached with other seeds.
-TEST_P(MassPreservingAccuracy, findsTheShiftOfAHead) {
+TEST_P(MassPreservingAccuracy, FindsTheShiftOfAHead) {
   const Scene& scene = GetParam();
   PhantomOptions options;
   options.size = scene.size;
@@ -46,7 +46,7 @@ INSTANTIATE_TEST_SUITE_P(Heads, MassPreservingAccuracy,
                                          Scene{{48, 56, 32}, glm::dvec3(4.5), 3.0, 0.0, 0.01},
                                          Scene{{51, 63, 21}, {4.0, 4.0, 6.0}, 4.0, 0.03, 0.06}));
 
-TEST(MassPreservingAccuracy, isExactToAHundredthWithoutNoise) {
+TEST(MassPreservingAccuracy, IsExactToAHundredthWithoutNoise) {
   const testdata::Pair pair = testdata::makePair({40, 48, 30}, 3.0);
   const auto result = estimateMassPreserving(pair.first, pair.second, glm::dvec3(3.0));
   EXPECT_LT(testdata::rmsWhere(result.shiftVoxels, pair.shift, pair.first, 300.0F), 0.015);

@@ -22,7 +22,7 @@ Sample sample(const ColumnIntegral<double>& integral, double edge) {
   return {c.back(), i.back()};
 }
 
-TEST(ColumnIntegral, conservesEachVoxel) {
+TEST(ColumnIntegral, ConservesEachVoxel) {
   const Volume<float> image = testdata::noise<float>({3, 7, 2}, 10.0, 1);
   const ColumnIntegral<double> integral(image);
   for (int k = 0; k < 7; ++k)
@@ -30,7 +30,7 @@ TEST(ColumnIntegral, conservesEachVoxel) {
                 image.at(2, k, 1), 1e-12);
 }
 
-TEST(ColumnIntegral, densityIsTheDerivativeOfTheIntegral) {
+TEST(ColumnIntegral, DensityIsTheDerivativeOfTheIntegral) {
   const ColumnIntegral<double> integral(testdata::noise<float>({2, 9, 1}, 5.0, 2));
   const double h = 1e-5;
   for (double p = 0.03; p < 9.0; p += 0.11) {
@@ -40,7 +40,7 @@ TEST(ColumnIntegral, densityIsTheDerivativeOfTheIntegral) {
   }
 }
 
-TEST(ColumnIntegral, reproducesParabolasAwayFromTheEnds) {
+TEST(ColumnIntegral, ReproducesParabolasAwayFromTheEnds) {
   // Means over voxels of p^2 + 1 (p the edge coordinate).
   Volume<float> image(1, 8, 1);
   for (int k = 0; k < 8; ++k) image.at(0, k, 0) = static_cast<float>(k * k + k + 4.0 / 3.0);
@@ -49,7 +49,7 @@ TEST(ColumnIntegral, reproducesParabolasAwayFromTheEnds) {
     EXPECT_NEAR(sample(integral, p).density, p * p + 1.0, 1e-5) << "at " << p;
 }
 
-TEST(ColumnIntegral, isConstantBeyondTheEnds) {
+TEST(ColumnIntegral, IsConstantBeyondTheEnds) {
   const Volume<float> image(2, 4, 2, 3.0F);
   const ColumnIntegral<double> integral(image);
   EXPECT_EQ(sample(integral, -2.5).integral, 0.0);
@@ -58,7 +58,7 @@ TEST(ColumnIntegral, isConstantBeyondTheEnds) {
   EXPECT_EQ(sample(integral, 9.0).density, 0.0);
 }
 
-TEST(ColumnIntegral, countsValuesThatAreNotFiniteAsZero) {
+TEST(ColumnIntegral, CountsValuesThatAreNotFiniteAsZero) {
   Volume<float> image(1, 3, 1, 1.0F);
   image.at(0, 1, 0) = std::numeric_limits<float>::quiet_NaN();
   EXPECT_EQ(ColumnIntegral<double>(image).atEdge(0, 3, 0), 2.0);
@@ -66,7 +66,7 @@ TEST(ColumnIntegral, countsValuesThatAreNotFiniteAsZero) {
   EXPECT_EQ(ColumnIntegral<double>(image).atEdge(0, 3, 0), 2.0);
 }
 
-TEST(ColumnIntegral, takesAColumnOfOneVoxel) {
+TEST(ColumnIntegral, TakesAColumnOfOneVoxel) {
   const ColumnIntegral<double> integral(Volume<float>(1, 1, 1, 5.0F));
   EXPECT_NEAR(sample(integral, 0.5).integral, 2.5, 1e-12);
   EXPECT_NEAR(sample(integral, 0.5).density, 5.0, 1e-12);

@@ -24,7 +24,7 @@ HeadMotion headOf(const RigidMotion& motion, double chiSquare = 0.0) {
   return head;
 }
 
-TEST(MotionEvidence, aTranslationDisplacesEverythingAlike) {
+TEST(MotionEvidence, ATranslationDisplacesEverythingAlike) {
   const Volume<float> image(size, 3.0F);
   const MotionEvidence evidence(image, image, shiftOf(0.25F), headOf({{1.0, 0.0, 2.0}, {}}, 7.0),
                                 place);
@@ -34,13 +34,13 @@ TEST(MotionEvidence, aTranslationDisplacesEverythingAlike) {
   EXPECT_EQ(evidence.varianceRatio, 1.0);
 }
 
-TEST(MotionEvidence, doesNotCountTheTranslationAlongY) {
+TEST(MotionEvidence, DoesNotCountTheTranslationAlongY) {
   const Volume<float> image(size, 3.0F);
   const MotionEvidence evidence(image, image, shiftOf(0.0F), headOf({{1.0, 5.0, 0.0}, {}}), place);
   EXPECT_NEAR(evidence.displacementMm, 1.0, 1e-12);
 }
 
-TEST(MotionEvidence, isWeightedWithTheSquaredSignalOfBoth) {
+TEST(MotionEvidence, IsWeightedWithTheSquaredSignalOfBoth) {
   // Three times the signal, on both images together, counts nine times.
   Volume<float> first(size, 0.0F), second(size, 0.0F), b = shiftOf(0.0F);
   const glm::ivec3 one(1, 2, 3), other(5, 0, 1);
@@ -61,7 +61,7 @@ TEST(MotionEvidence, isWeightedWithTheSquaredSignalOfBoth) {
   EXPECT_NEAR(evidence.meanShift, (9.0 * 0.4 - 1.0) / 10.0, 1e-7);
 }
 
-TEST(MotionEvidence, withoutSignalIsNone) {
+TEST(MotionEvidence, WithoutSignalIsNone) {
   const Volume<float> nothing(size, 0.0F);
   const MotionEvidence evidence(nothing, nothing, shiftOf(1.0F), headOf({{9.0, 0.0, 0.0}, {}}),
                                 place);
@@ -82,7 +82,7 @@ class Thresholds : public testing::Test {
   }
 };
 
-TEST_F(Thresholds, everythingHasToSpeakForMotion) {
+TEST_F(Thresholds, EverythingHasToSpeakForMotion) {
   EXPECT_TRUE(evidence.isMotion(2.0));
   evidence.displacementMm = 0.099;
   EXPECT_FALSE(evidence.isMotion(2.0));
@@ -95,7 +95,7 @@ TEST_F(Thresholds, everythingHasToSpeakForMotion) {
   EXPECT_FALSE(evidence.isMotion(2.0));
 }
 
-TEST_F(Thresholds, whatIsNotANumberIsNoMotion) {
+TEST_F(Thresholds, WhatIsNotANumberIsNoMotion) {
   evidence.chiSquare = std::nan("");
   EXPECT_FALSE(evidence.isMotion(2.0));
   SetUp();
@@ -103,7 +103,7 @@ TEST_F(Thresholds, whatIsNotANumberIsNoMotion) {
   EXPECT_FALSE(evidence.isMotion(2.0));
 }
 
-TEST_F(Thresholds, aHeadThatMovedFarProbablyDidSoAlongY) {
+TEST_F(Thresholds, AHeadThatMovedFarProbablyDidSoAlongY) {
   evidence.displacementMm = 1.49;
   EXPECT_FALSE(evidence.isLarge());
   evidence.displacementMm = 1.5;
@@ -133,7 +133,7 @@ struct MovedPair {
   }
 };
 
-TEST(MovingPair, givesTheModelThePairHalfWay) {
+TEST(MovingPair, GivesTheModelThePairHalfWay) {
   const MovedPair moved;
   MassModel<float> model(moved.first, moved.second);
   MovingPair pair(model, moved.first, moved.second, moved.place);
@@ -150,7 +150,7 @@ TEST(MovingPair, givesTheModelThePairHalfWay) {
   EXPECT_EQ(covered.at(12, 14, 11), 1.0F);
 }
 
-TEST(MovingPair, findsTheMotionStepByStep) {
+TEST(MovingPair, FindsTheMotionStepByStep) {
   const MovedPair moved;
   MassModel<float> model(moved.first, moved.second);
   MovingPair pair(model, moved.first, moved.second, moved.place);

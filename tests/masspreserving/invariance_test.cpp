@@ -22,12 +22,12 @@ Volume<float> estimate(const Volume<float>& first, const Volume<float>& second,
   return estimateMassPreserving(first, second, mm).shiftVoxels;
 }
 
-TEST(MassPreservingInvariance, exchangedImagesNegateTheMap) {
+TEST(MassPreservingInvariance, ExchangedImagesNegateTheMap) {
   const Noisy pair;
   EXPECT_EQ(estimate(pair.second, pair.first), -estimate(pair.first, pair.second));
 }
 
-TEST(MassPreservingInvariance, scaledImagesLeaveTheMap) {
+TEST(MassPreservingInvariance, ScaledImagesLeaveTheMap) {
   const Noisy pair;
   const Volume<float> b = estimate(pair.first, pair.second);
   // Powers of two change no bit of the computation, other factors only its rounding.
@@ -38,7 +38,7 @@ TEST(MassPreservingInvariance, scaledImagesLeaveTheMap) {
               2e-3);
 }
 
-TEST(MassPreservingInvariance, shiftedGridShiftsTheMap) {
+TEST(MassPreservingInvariance, ShiftedGridShiftsTheMap) {
   const auto still = testdata::makePair({28, 44, 20}, 2.0),
              moved = testdata::makePair({28, 44, 20}, 2.0, 3);
   const Volume<float> b = estimate(still.first, still.second),
@@ -50,7 +50,7 @@ TEST(MassPreservingInvariance, shiftedGridShiftsTheMap) {
   EXPECT_LT(testdata::rmsWhere(back, b, still.first, 300.0F), 0.01);
 }
 
-TEST(MassPreservingInvariance, mirroredImagesMirrorTheMap) {
+TEST(MassPreservingInvariance, MirroredImagesMirrorTheMap) {
   const Noisy pair;
   const auto mirrored = [](const Volume<float>& v, int axis) {
     Volume<float> result(v.dimensions());
@@ -72,7 +72,7 @@ TEST(MassPreservingInvariance, mirroredImagesMirrorTheMap) {
   }
 }
 
-TEST(MassPreservingInvariance, exchangedXAndZExchangeInTheMap) {
+TEST(MassPreservingInvariance, ExchangedXAndZExchangeInTheMap) {
   const Noisy pair;
   const auto exchanged = [](const Volume<float>& v) {
     Volume<float> result(v.nz(), v.ny(), v.nx());

@@ -39,7 +39,7 @@ struct System {
   }
 };
 
-TEST(LineSolver, solvesASingleColumn) {
+TEST(LineSolver, SolvesASingleColumn) {
   for (const int n : {1, 2, 3, 4, 17}) {
     System system({1, n, 1});
     const Volume<double> wanted = testdata::noise<double>(system.size, 1.0, 3);
@@ -51,7 +51,7 @@ TEST(LineSolver, solvesASingleColumn) {
   }
 }
 
-TEST(ConjugateGradients, reachTheSolution) {
+TEST(ConjugateGradients, ReachTheSolution) {
   System system({6, 9, 5});
   const Volume<double> wanted = testdata::noise<double>(system.size, 1.0, 3);
   Volume<double> rhs(system.size, 0.0), x;
@@ -66,7 +66,7 @@ TEST(ConjugateGradients, reachTheSolution) {
   for (int i = 0; i < x.size(); ++i) EXPECT_NEAR(x.data()[i], wanted.data()[i], 1e-7);
 }
 
-TEST(ConjugateGradients, returnZeroForAZeroRightHandSide) {
+TEST(ConjugateGradients, ReturnZeroForAZeroRightHandSide) {
   System system({3, 3, 3});
   Volume<double> x;
   const LineSolver<double> lines(system.roughness, system.diagonal, system.next);
@@ -94,7 +94,7 @@ struct Solvable : System {
   }
 };
 
-TEST(ImproveSolution, reachesTheSolutionFromAnywhere) {
+TEST(ImproveSolution, ReachesTheSolutionFromAnywhere) {
   Solvable system;
   for (const double sigma : {0.0, 0.1, 100.0}) {
     Volume<double> x = testdata::noise<double>(system.size, sigma, 4);
@@ -105,7 +105,7 @@ TEST(ImproveSolution, reachesTheSolutionFromAnywhere) {
   }
 }
 
-TEST(ImproveSolution, fromZeroIsConjugateGradients) {
+TEST(ImproveSolution, FromZeroIsConjugateGradients) {
   Solvable system;
   Volume<double> x(system.size, 0.0), y;
   const SolveResult one =
@@ -117,7 +117,7 @@ TEST(ImproveSolution, fromZeroIsConjugateGradients) {
   EXPECT_EQ(one.relativeResidual, other.relativeResidual);
 }
 
-TEST(ImproveSolution, needsLessFromNearBy) {
+TEST(ImproveSolution, NeedsLessFromNearBy) {
   Solvable system;
   Volume<double> zero(system.size, 0.0);
   Volume<double> near = system.wanted + testdata::noise<double>(system.size, 0.01, 4);
@@ -133,7 +133,7 @@ TEST(ImproveSolution, needsLessFromNearBy) {
   EXPECT_EQ(solution, system.wanted);
 }
 
-TEST(ImproveSolution, makesNoMoreStepsThanItMay) {
+TEST(ImproveSolution, MakesNoMoreStepsThanItMay) {
   Solvable system;
   Volume<double> x(system.size, 0.0), kept = testdata::noise<double>(system.size, 1.0, 4);
   const SolveResult result =
@@ -145,7 +145,7 @@ TEST(ImproveSolution, makesNoMoreStepsThanItMay) {
   EXPECT_EQ(same, kept);
 }
 
-TEST(ImproveSolution, isZeroForAZeroRightHandSide) {
+TEST(ImproveSolution, IsZeroForAZeroRightHandSide) {
   Solvable system;
   Volume<double> x = testdata::noise<double>(system.size, 1.0, 4);
   const SolveResult result = improveSolution<double>(system.hessian, system.lines,

@@ -18,7 +18,7 @@ Volume<float> image(std::uint64_t stream) { return testdata::noisyImage(voxels, 
 
 const Volume<unsigned char> everything(voxels, 1);
 
-TEST(MassModel, residualIsTheDifferenceOfTheCorrectedImages) {
+TEST(MassModel, ResidualIsTheDifferenceOfTheCorrectedImages) {
   const MassModel<double> model(image(1), image(2));
   const Volume<double> b = testdata::noise<double>(edges, 0.2, 11);
   Volume<double> r(voxels, 0.0), s(edges, 0.0), first(voxels, 0.0), second(voxels, 0.0);
@@ -28,7 +28,7 @@ TEST(MassModel, residualIsTheDifferenceOfTheCorrectedImages) {
     EXPECT_NEAR(r.data()[i], first.data()[i] - second.data()[i], 1e-12);
 }
 
-TEST(MassModel, coversVoxelsWithBothEdgesOnBothGrids) {
+TEST(MassModel, CoversVoxelsWithBothEdgesOnBothGrids) {
   const MassModel<double> model(image(1), image(2));
   Volume<double> b(edges, 0.0), covered(voxels, 0.0);
   b.setAll(1.5);
@@ -37,7 +37,7 @@ TEST(MassModel, coversVoxelsWithBothEdgesOnBothGrids) {
     EXPECT_EQ(covered.at(2, y, 1), y >= 2 && y < voxels.y - 2 ? 1.0 : 0.0) << y;
 }
 
-TEST(MassModel, takesOtherImages) {
+TEST(MassModel, TakesOtherImages) {
   MassModel<double> model(image(1), image(2));
   const MassModel<double> other(image(3), image(4));
   model.replace(image(3), everything, image(4), everything);
@@ -53,7 +53,7 @@ TEST(MassModel, takesOtherImages) {
   EXPECT_EQ(covered, expectedCovered);
 }
 
-TEST(MassModel, refusesOtherSizes) {
+TEST(MassModel, RefusesOtherSizes) {
   const Volume<float> small(4, 9, 2, 1.0F);
   const Volume<unsigned char> smallMask(4, 9, 2, 1);
   EXPECT_THROW(MassModel<float>(image(1), small), std::invalid_argument);
@@ -64,7 +64,7 @@ TEST(MassModel, refusesOtherSizes) {
   EXPECT_THROW(model.replace(image(1), everything, image(2), smallMask), std::invalid_argument);
 }
 
-TEST(MassModel, doesNotCoverWhatIsNotKnownOfEitherImage) {
+TEST(MassModel, DoesNotCoverWhatIsNotKnownOfEitherImage) {
   MassModel<double> model(image(1), image(2));
   Volume<unsigned char> firstKnown = everything, secondKnown = everything;
   firstKnown.at(1, 6, 1) = 0;   // reached forward
@@ -82,7 +82,7 @@ TEST(MassModel, doesNotCoverWhatIsNotKnownOfEitherImage) {
   }
 }
 
-TEST(CorrectAlong, isWhatTheModelDoesWithEitherImage) {
+TEST(CorrectAlong, IsWhatTheModelDoesWithEitherImage) {
   const MassModel<float> model(image(1), image(2));
   const Volume<float> b = testdata::noise<float>(edges, 0.2, 11);
   Volume<float> first(voxels), second(voxels), along(voxels), against(voxels);
@@ -93,7 +93,7 @@ TEST(CorrectAlong, isWhatTheModelDoesWithEitherImage) {
   EXPECT_EQ(against, second);
 }
 
-TEST(CorrectAlong, movesByWholeVoxelsAndKeepsTheSignal) {
+TEST(CorrectAlong, MovesByWholeVoxelsAndKeepsTheSignal) {
   const Volume<float> one = image(1);
   Volume<double> b(edges, 2.0), out(voxels);
   correctAlong(ColumnIntegral<double>(one), b, 1.0, out);

@@ -19,13 +19,13 @@ bool isFinite(const Volume<float>& volume) {
   return true;
 }
 
-TEST(MassPreserving, givesTheSameBitsOnEveryRun) {
+TEST(MassPreserving, GivesTheSameBitsOnEveryRun) {
   const testdata::Pair pair = testdata::makePair({24, 30, 18}, 2.0);
   const auto run = [&] { return estimateMassPreserving(pair.first, pair.second, glm::dvec3(2.0)); };
   EXPECT_EQ(run().shiftVoxels, run().shiftVoxels);
 }
 
-TEST(MassPreserving, takesAnySize) {
+TEST(MassPreserving, TakesAnySize) {
   for (const glm::ivec3 size :
        {glm::ivec3(1, 1, 1), glm::ivec3(1, 2, 1), glm::ivec3(2, 1, 3), glm::ivec3(1, 40, 1),
         glm::ivec3(3, 5, 2), glm::ivec3(40, 3, 3), glm::ivec3(25, 27, 1), glm::ivec3(1, 33, 25)}) {
@@ -40,7 +40,7 @@ TEST(MassPreserving, takesAnySize) {
   }
 }
 
-TEST(MassPreserving, takesAnyVoxelSize) {
+TEST(MassPreserving, TakesAnyVoxelSize) {
   const testdata::Pair pair = testdata::makePair({16, 26, 14}, 1.0);
   for (const glm::dvec3 mm : {glm::dvec3(0.01), glm::dvec3(200.0), glm::dvec3(0.2, 5.0, 30.0)}) {
     const auto result = estimateMassPreserving(pair.first, pair.second, mm);
@@ -49,7 +49,7 @@ TEST(MassPreserving, takesAnyVoxelSize) {
   }
 }
 
-TEST(MassPreserving, ofEmptyConstantOrEqualImagesIsZero) {
+TEST(MassPreserving, OfEmptyConstantOrEqualImagesIsZero) {
   const Volume<float> zero(16, 18, 8, 0.0F), constant(16, 18, 8, 7.0F);
   const testdata::Pair pair = testdata::makePair({16, 18, 8}, 1.0);
   const auto shift = [](const Volume<float>& a, const Volume<float>& b) {
@@ -63,7 +63,7 @@ TEST(MassPreserving, ofEmptyConstantOrEqualImagesIsZero) {
   EXPECT_EQ(shift(empty, empty).size(), 0);
 }
 
-TEST(MassPreserving, countsValuesThatAreNotFiniteAsZero) {
+TEST(MassPreserving, CountsValuesThatAreNotFiniteAsZero) {
   testdata::Pair pair = testdata::makePair({16, 18, 8}, 1.0);
   Volume<float> holes = pair.first, zeros = pair.first;
   holes.at(3, 4, 5) = std::numeric_limits<float>::quiet_NaN();
@@ -75,7 +75,7 @@ TEST(MassPreserving, countsValuesThatAreNotFiniteAsZero) {
             estimateMassPreserving(zeros, pair.second, glm::dvec3(2.0)).shiftVoxels);
 }
 
-TEST(MassPreserving, takesUnrelatedAndNegativeImagesWithoutFolds) {
+TEST(MassPreserving, TakesUnrelatedAndNegativeImagesWithoutFolds) {
   const Volume<float> a = testdata::noise<float>({20, 26, 10}, 50.0, 1);
   const Volume<float> b = testdata::noise<float>({20, 26, 10}, 50.0, 2);
   const auto result = estimateMassPreserving(a, b, glm::dvec3(2.0));
@@ -83,7 +83,7 @@ TEST(MassPreserving, takesUnrelatedAndNegativeImagesWithoutFolds) {
   EXPECT_LT(testdata::largestStep(result.shiftVoxels), 1.0);
 }
 
-TEST(MassPreserving, estimatesTheScaleBetweenTheImages) {
+TEST(MassPreserving, EstimatesTheScaleBetweenTheImages) {
   testdata::Pair pair = testdata::makePair({28, 36, 20}, 2.0);
   pair.second *= 1.25F;
   const auto result = estimateMassPreserving(pair.first, pair.second, glm::dvec3(2.0));
@@ -93,14 +93,14 @@ TEST(MassPreserving, estimatesTheScaleBetweenTheImages) {
   EXPECT_EQ(estimateMassPreserving(pair.first, pair.second, glm::dvec3(2.0), options).scale, 1.0);
 }
 
-TEST(MassPreserving, refusesImagesOfDifferentSizeAndImpossibleVoxels) {
+TEST(MassPreserving, RefusesImagesOfDifferentSizeAndImpossibleVoxels) {
   const Volume<float> a(4, 4, 4, 1.0F), b(4, 4, 5, 1.0F);
   EXPECT_THROW(estimateMassPreserving(a, b, glm::dvec3(1.0)), std::invalid_argument);
   for (const double edge : {0.0, -1.0, std::nan(""), std::numeric_limits<double>::infinity()})
     EXPECT_THROW(estimateMassPreserving(a, a, {1.0, edge, 1.0}), std::invalid_argument);
 }
 
-TEST(MassPreserving, reportsEachStepAndStopsWhenTold) {
+TEST(MassPreserving, ReportsEachStepAndStopsWhenTold) {
   const testdata::Pair pair = testdata::makePair({28, 36, 20}, 2.0);
   int calls = 0, lastLevel = 100;
   const auto result = estimateMassPreserving(pair.first, pair.second, glm::dvec3(2.0), {},

@@ -61,7 +61,7 @@ class LargeMotion : public testing::TestWithParam<int> {};
 
 // Of the field twice the error without motion is reached with every seed; finer images come
 // nearer to it.
-TEST_P(LargeMotion, isFoundAndTakenOutOfTheField) {
+TEST_P(LargeMotion, IsFoundAndTakenOutOfTheField) {
   const RigidMotion motion = largeMotions[GetParam()];
   const Phantom head = headOf(motion);
   const MassPreservingResult found = estimate(head);
@@ -80,7 +80,7 @@ TEST_P(LargeMotion, isFoundAndTakenOutOfTheField) {
 
 INSTANTIATE_TEST_SUITE_P(Heads, LargeMotion, testing::Values(0, 1, 2));
 
-TEST(SmallMotion, isFoundAndTakenNotToRunAlongY) {
+TEST(SmallMotion, IsFoundAndTakenNotToRunAlongY) {
   const RigidMotion motion{{0.3, 0.0, -0.3}, {0.0, 0.0, 0.0}};
   const Phantom head = headOf(motion);
   const MassPreservingResult found = estimate(head);
@@ -108,7 +108,7 @@ void expectNoMotion(const Volume<float>& first, const Volume<float>& second, glm
   EXPECT_TRUE(plain.motion.isNone());
 }
 
-TEST(NoMotion, isInventedInAHead) {
+TEST(NoMotion, IsInventedInAHead) {
   const Phantom& head = stillHead();
   expectNoMotion(head.ap, head.pa, head.options.voxelMm);
   const Phantom other = headOf({}, {51, 63, 21}, {4.0, 4.0, 6.0});
@@ -149,14 +149,14 @@ testdata::Pair spherePair(double ghost) {
   return pair;
 }
 
-TEST(NoMotion, isInventedInASphere) {
+TEST(NoMotion, IsInventedInASphere) {
   for (const double ghost : {0.0, 0.03}) {
     const testdata::Pair pair = spherePair(ghost);
     expectNoMotion(pair.first, pair.second, glm::dvec3(4.0));
   }
 }
 
-TEST(NoMotion, isInventedInNoise) {
+TEST(NoMotion, IsInventedInNoise) {
   const glm::ivec3 size(30, 34, 26);
   Volume<float> first = testdata::noise<float>(size, 20.0, 1),
                 second = testdata::noise<float>(size, 20.0, 2);
@@ -179,7 +179,7 @@ double differenceAfterCorrection(const Phantom& head, const Volume<float>& secon
 
 // Interpolation between the coarse voxels alone leaves a good part of the difference, of which the
 // true motion and map are no better a judge.
-TEST(SecondUnmoved, matchesTheFirstImageAfterCorrection) {
+TEST(SecondUnmoved, MatchesTheFirstImageAfterCorrection) {
   const Phantom head = headOf({{2.0, 1.0, -2.0}, {1.0, -2.0, 2.0}});
   const MassPreservingResult found = estimate(head);
   const auto difference = [&](const RigidMotion& motion, const Volume<float>& shift) {
@@ -191,7 +191,7 @@ TEST(SecondUnmoved, matchesTheFirstImageAfterCorrection) {
   EXPECT_LT(rms, 0.4 * difference({}, found.shiftVoxels));
 }
 
-TEST(SecondUnmoved, isTheImageItselfWithoutMotionAndRefusesOtherSizes) {
+TEST(SecondUnmoved, IsTheImageItselfWithoutMotionAndRefusesOtherSizes) {
   const testdata::Pair pair = testdata::makePair({12, 14, 10}, 1.0);
   EXPECT_EQ(secondUnmoved(pair.second, glm::dvec3(2.0), {}, pair.shift), pair.second);
   const Volume<float> other(12, 14, 9, 0.0F);
@@ -214,7 +214,7 @@ struct MovedEllipsoid : testdata::Pair {
   }
 };
 
-TEST(MovedPair, givesTheSameBitsOnEveryRun) {
+TEST(MovedPair, GivesTheSameBitsOnEveryRun) {
   const MovedEllipsoid pair({28, 36, 26}, {{2.0, 0.0, -1.5}, {0.0, 3.0, 2.0}});
   const auto run = [&] {
     return estimateMassPreserving(pair.first, pair.second, glm::dvec3(pair.mm));
@@ -226,7 +226,7 @@ TEST(MovedPair, givesTheSameBitsOnEveryRun) {
   EXPECT_EQ(one.motionChiSquare, other.motionChiSquare);
 }
 
-TEST(MovedPair, exchangedMovesBack) {
+TEST(MovedPair, ExchangedMovesBack) {
   const MovedEllipsoid pair({28, 36, 26}, {{2.0, 0.0, -1.5}, {0.0, 3.0, 2.0}});
   const auto there = estimateMassPreserving(pair.first, pair.second, glm::dvec3(pair.mm)),
              back = estimateMassPreserving(pair.second, pair.first, glm::dvec3(pair.mm));
@@ -236,7 +236,7 @@ TEST(MovedPair, exchangedMovesBack) {
   EXPECT_FALSE(there.motion.isNone());
 }
 
-TEST(MovedPair, doesNotDependOnTheIntensities) {
+TEST(MovedPair, DoesNotDependOnTheIntensities) {
   MovedEllipsoid pair({28, 36, 26}, {{2.0, 0.0, -1.5}, {0.0, 3.0, 2.0}});
   const auto plain = estimateMassPreserving(pair.first, pair.second, glm::dvec3(pair.mm));
   pair.first *= 1024.0F;
@@ -264,7 +264,7 @@ void expectSound(const Volume<float>& first, const Volume<float>& second, glm::d
   EXPECT_TRUE(isFinite(secondUnmoved(second, voxelMm, result.motion, result.shiftVoxels)));
 }
 
-TEST(MovedPair, mayHaveAnySize) {
+TEST(MovedPair, MayHaveAnySize) {
   for (const glm::ivec3 size :
        {glm::ivec3(1, 1, 1), glm::ivec3(1, 40, 1), glm::ivec3(30, 30, 1), glm::ivec3(1, 33, 25),
         glm::ivec3(40, 3, 3), glm::ivec3(25, 27, 2), glm::ivec3(49, 1, 31), glm::ivec3(25, 51, 7),
@@ -282,7 +282,7 @@ TEST(MovedPair, mayHaveAnySize) {
   }
 }
 
-TEST(MovedPair, countsValuesThatAreNotFiniteAsZero) {
+TEST(MovedPair, CountsValuesThatAreNotFiniteAsZero) {
   const MovedEllipsoid pair({28, 36, 26}, {{2.0, 0.0, -1.5}, {0.0, 3.0, 2.0}});
   Volume<float> holes = pair.second, zeros = pair.second;
   holes.at(13, 14, 15) = std::numeric_limits<float>::quiet_NaN();

@@ -71,7 +71,7 @@ double unexplained(const Volume<double>& a, const Volume<float>& b) {
   return difference / total;
 }
 
-TEST(MotionDerivatives, areThoseOfTheResiduals) {
+TEST(MotionDerivatives, AreThoseOfTheResiduals) {
   Residuals residuals;
   const RigidMotion motion{{1.0, 0.0, -1.5}, {2.0, -1.5, 1.0}};
   const auto derivatives = motionDerivatives(residuals.at(motion), residuals.b, residuals.place);
@@ -90,7 +90,7 @@ TEST(MotionDerivatives, areThoseOfTheResiduals) {
   }
 }
 
-TEST(MotionParameters, areTranslationsAlongXAndZAndARotationVector) {
+TEST(MotionParameters, AreTranslationsAlongXAndZAndARotationVector) {
   const MotionVector p{1.0, 2.0, 0.01, 0.02, 0.03};
   EXPECT_EQ(translationOf(p), glm::dvec3(1.0, 0.0, 2.0));
   EXPECT_EQ(rotationOf(p), glm::dvec3(0.01, 0.02, 0.03));
@@ -98,7 +98,7 @@ TEST(MotionParameters, areTranslationsAlongXAndZAndARotationVector) {
   EXPECT_LT((parametersOf(motion) - p).norm(), 1e-12);
 }
 
-TEST(HalfWayPair, exchangesItsImagesWithTheSignOfTheMotionAndOfTheDisplacement) {
+TEST(HalfWayPair, ExchangesItsImagesWithTheSignOfTheMotionAndOfTheDisplacement) {
   Residuals residuals;
   const RigidMotion motion{{1.0, 0.0, -1.5}, {2.0, -1.5, 1.0}};
   const testdata::Pair pair = testdata::makePair(residuals.size, 2.0);
@@ -187,7 +187,7 @@ double relativeDistance(const Eigen::MatrixXd& a, const Eigen::MatrixXd& b) {
   return (a - b).norm() / b.norm();
 }
 
-TEST(MotionStep, isTheJointGaussNewtonStep) {
+TEST(MotionStep, IsTheJointGaussNewtonStep) {
   Tiny tiny;
   MotionResponse response = tiny.start(0.0);
   const MotionStep step = tiny.step(response, 1e-7, 300);
@@ -216,7 +216,7 @@ TEST(MotionStep, isTheJointGaussNewtonStep) {
 
 // With responses Z that are not exact, b = -Z dp is followed all the same: curvature and gradient
 // are those of that path.
-TEST(MotionStep, isThatOfThePathOfInexactResponses) {
+TEST(MotionStep, IsThatOfThePathOfInexactResponses) {
   Tiny tiny;
   for (const double sigma : {0.0, 0.05})
     for (const int iterations : {0, 1, 4}) {
@@ -240,7 +240,7 @@ TEST(MotionStep, isThatOfThePathOfInexactResponses) {
     }
 }
 
-TEST(MotionStep, scattersTheGradientOfBlocks) {
+TEST(MotionStep, ScattersTheGradientOfBlocks) {
   Tiny tiny;
   MotionResponse response = tiny.start(0.05);
   const MotionStep step = tiny.step(response, 1e-7, 2);
@@ -266,7 +266,7 @@ TEST(MotionStep, scattersTheGradientOfBlocks) {
   EXPECT_LT(relativeDistance(step.scatter, sums.transpose() * sums), 1e-4);
 }
 
-TEST(MotionStep, withoutSignalIsTheWayBackToNoMotion) {
+TEST(MotionStep, WithoutSignalIsTheWayBackToNoMotion) {
   Tiny tiny;
   tiny.objective.weight.setAll(0.0F);
   tiny.objective.linearise(Volume<float>(tiny.edges, 0.0F), tiny.gradient);
@@ -276,7 +276,7 @@ TEST(MotionStep, withoutSignalIsTheWayBackToNoMotion) {
   EXPECT_EQ(step.shift, Volume<float>(tiny.edges, 0.0F));
 }
 
-TEST(ChiSquare, isThatOfTheClusteredCovariance) {
+TEST(ChiSquare, IsThatOfTheClusteredCovariance) {
   MotionStep step;
   Eigen::Matrix<double, motionParameters, 9> a, c;
   const Volume<double> random = testdata::noise<double>({5, 9, 2}, 1.0, 1);

@@ -61,7 +61,7 @@ Volume<float> noEdgeShift(glm::ivec3 size) { return {size.x, size.y + 1, size.z,
 
 bool isAllOnes(const Volume<unsigned char>& mask) { return mask.min() == 1; }
 
-TEST(PlaceOf, countsFromTheMiddleOfTheOriginalGrid) {
+TEST(PlaceOf, CountsFromTheMiddleOfTheOriginalGrid) {
   const GridPlace own = placeOf({5, 4, 1}, {2.0, 3.0, 7.0}, glm::ivec3(1));
   EXPECT_EQ(own.positionMm({2.0, 1.5, 0.0}), glm::dvec3(0.0));
   EXPECT_EQ(own.firstMm, glm::dvec3(-4.0, -4.5, 0.0));
@@ -71,7 +71,7 @@ TEST(PlaceOf, countsFromTheMiddleOfTheOriginalGrid) {
   EXPECT_EQ(coarse.firstMm, own.positionMm({0.5, 0.5, 0.0}));
 }
 
-TEST(MovedImage, withoutMotionIsTheImageWhateverTheDisplacement) {
+TEST(MovedImage, WithoutMotionIsTheImageWhateverTheDisplacement) {
   const glm::ivec3 size(9, 11, 7);
   const GridPlace place = placeOf(size, voxelMm, glm::ivec3(1));
   const Volume<float> image = testdata::noise<float>(size, 100.0, 1);
@@ -83,7 +83,7 @@ TEST(MovedImage, withoutMotionIsTheImageWhateverTheDisplacement) {
     }
 }
 
-TEST(MovedImage, wholeVoxelsOfTranslationMoveTheValues) {
+TEST(MovedImage, WholeVoxelsOfTranslationMoveTheValues) {
   const glm::ivec3 size(9, 11, 7), by(2, -1, 3);
   const GridPlace place = placeOf(size, voxelMm, glm::ivec3(1));
   const Volume<float> image = testdata::noise<float>(size, 100.0, 1);
@@ -101,7 +101,7 @@ TEST(MovedImage, wholeVoxelsOfTranslationMoveTheValues) {
   }
 }
 
-TEST(MovedImage, aTurnedObjectIsTurnedBack) {
+TEST(MovedImage, ATurnedObjectIsTurnedBack) {
   const GridPlace place = placeOf(bodySize, voxelMm, glm::ivec3(1));
   const RigidMotion motion{{2.0, -1.5, 1.0}, {6.0, -9.0, 12.0}};
   const Volume<float> still = sampled(bodySize, place, body);
@@ -133,7 +133,7 @@ Volume<float> movedAndDistorted(const GridPlace& place, const RigidMotion& motio
   });
 }
 
-TEST(MovedImage, isTheDistortedImageThatAStillHeadWouldHaveGiven) {
+TEST(MovedImage, IsTheDistortedImageThatAStillHeadWouldHaveGiven) {
   const GridPlace place = placeOf(bodySize, voxelMm, glm::ivec3(1));
   const RigidMotion motion{{2.0, -1.5, 1.0}, {5.0, -4.0, 7.0}};
   const Volume<float> b = shiftAtEdges(bodySize, place);
@@ -149,7 +149,7 @@ TEST(MovedImage, isTheDistortedImageThatAStillHeadWouldHaveGiven) {
   }
 }
 
-TEST(MovedImage, isKnownWhereItsGridReaches) {
+TEST(MovedImage, IsKnownWhereItsGridReaches) {
   const glm::ivec3 size(12, 14, 10);
   const GridPlace place = placeOf(size, voxelMm, glm::ivec3(1));
   const RigidMotion motion{{3.0, 1.0, -2.0}, {0.0, 0.0, 20.0}};
@@ -173,7 +173,7 @@ TEST(MovedImage, isKnownWhereItsGridReaches) {
   EXPECT_GT(unknown, 200);
 }
 
-TEST(MovedImage, displacementsFromBeyondTheGridAreContinued) {
+TEST(MovedImage, DisplacementsFromBeyondTheGridAreContinued) {
   const glm::ivec3 size(3, 12, 3);
   const GridPlace place = placeOf(size, voxelMm, glm::ivec3(1));
   const Volume<float> b(size.x, size.y + 1, size.z, 2.75F);
@@ -186,7 +186,7 @@ TEST(MovedImage, displacementsFromBeyondTheGridAreContinued) {
   }
 }
 
-TEST(MovedImage, takesGridsOfOneVoxelAndValuesThatAreNotFinite) {
+TEST(MovedImage, TakesGridsOfOneVoxelAndValuesThatAreNotFinite) {
   const RigidMotion motion{{0.1, 0.2, -0.1}, {1.0, 2.0, 3.0}};
   for (const glm::ivec3 size : {glm::ivec3(1, 1, 1), glm::ivec3(1, 9, 1), glm::ivec3(7, 1, 2)}) {
     const GridPlace place = placeOf(size, voxelMm, glm::ivec3(1));
@@ -200,7 +200,7 @@ TEST(MovedImage, takesGridsOfOneVoxelAndValuesThatAreNotFinite) {
   }
 }
 
-TEST(MovedImage, throughTakesTheValuesThemselvesAndContinuesThem) {
+TEST(MovedImage, ThroughTakesTheValuesThemselvesAndContinuesThem) {
   const glm::ivec3 size(9, 11, 7), by(2, -1, 3);
   const GridPlace place = placeOf(size, voxelMm, glm::ivec3(1));
   const Volume<float> image = testdata::noise<float>(size, 100.0, 1);
@@ -219,7 +219,7 @@ TEST(MovedImage, throughTakesTheValuesThemselvesAndContinuesThem) {
   EXPECT_NEAR(far.max(), 7.0F, 0.05);
 }
 
-TEST(MovedImage, throughTurnsASmoothMap) {
+TEST(MovedImage, ThroughTurnsASmoothMap) {
   const GridPlace place = placeOf(bodySize, voxelMm, glm::ivec3(1));
   const RigidMotion motion{{2.0, -1.5, 1.0}, {6.0, -9.0, 12.0}};
   const Volume<float> map = sampled(bodySize, place, shiftAt);

@@ -13,7 +13,7 @@ namespace {
 const glm::ivec3 size(40, 30, 20);
 const Volume<float> signal(size, 2.0F);
 
-TEST(FitNoise, findsTheVarianceOfNormalResiduals) {
+TEST(FitNoise, FindsTheVarianceOfNormalResiduals) {
   for (const NoiseTails tails : {NoiseTails::normal, NoiseTails::student}) {
     const NoiseFit fit = fitNoise(testdata::noise<float>(size, 3.0, 1), signal, signal, tails);
     EXPECT_NEAR(fit.noise.variance, 9.0, tails == NoiseTails::normal ? 0.3 : 0.9);
@@ -22,7 +22,7 @@ TEST(FitNoise, findsTheVarianceOfNormalResiduals) {
   }
 }
 
-TEST(FitNoise, findsTheTailsOfStudentResiduals) {
+TEST(FitNoise, FindsTheTailsOfStudentResiduals) {
   // A normal deviate over the root of a chi-square deviate with four degrees of freedom.
   Volume<float> r = testdata::noise<float>(size, 2.0, 1);
   Volume<float> squares(size, 0.0F);
@@ -36,7 +36,7 @@ TEST(FitNoise, findsTheTailsOfStudentResiduals) {
   EXPECT_NEAR(fit.noise.variance, 4.0, 0.3);
 }
 
-TEST(FitNoise, countsResidualsOnlyWhereThereIsSignal) {
+TEST(FitNoise, CountsResidualsOnlyWhereThereIsSignal) {
   Volume<float> r = testdata::noise<float>(size, 1.0, 1), s = signal;
   for (int z = 0; z < size.z; ++z)
     for (int y = 0; y < size.y; ++y)
@@ -47,7 +47,7 @@ TEST(FitNoise, countsResidualsOnlyWhereThereIsSignal) {
   EXPECT_NEAR(fitNoise(r, s, s, NoiseTails::normal).noise.variance, 1.0, 0.05);
 }
 
-TEST(FitNoise, withoutSignalOrResidualsIsZero) {
+TEST(FitNoise, WithoutSignalOrResidualsIsZero) {
   const Volume<float> none(size, 0.0F), nowhere(size, 0.0F);
   EXPECT_EQ(fitNoise(none, signal, signal, NoiseTails::student).noise.variance, 0.0);
   EXPECT_EQ(fitNoise(testdata::noise<float>(size, 1.0, 1), nowhere, nowhere, NoiseTails::student)
@@ -55,7 +55,7 @@ TEST(FitNoise, withoutSignalOrResidualsIsZero) {
             0.0);
 }
 
-TEST(ResidualNoise, weighsOutliersDownOnlyWithTails) {
+TEST(ResidualNoise, WeighsOutliersDownOnlyWithTails) {
   const ResidualNoise normal{4.0}, student{4.0, 3.0};
   EXPECT_EQ(normal.relativeWeight(100.0), 1.0);
   EXPECT_DOUBLE_EQ(student.relativeWeight(2.0), 1.0);

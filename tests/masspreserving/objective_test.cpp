@@ -32,7 +32,7 @@ struct Case {
   Case() { objective.weight = weights(); }
 };
 
-TEST(Barrier, derivativesMatchFiniteDifferences) {
+TEST(Barrier, DerivativesMatchFiniteDifferences) {
   const double h = 1e-6;
   for (double d = -0.95; d < 0.96; d += 0.05) {
     const Barrier at(d);
@@ -47,7 +47,7 @@ TEST(Barrier, derivativesMatchFiniteDifferences) {
   EXPECT_EQ(Barrier(-1.5).value, std::numeric_limits<double>::infinity());
 }
 
-TEST(Objective, gradientMatchesFiniteDifferences) {
+TEST(Objective, GradientMatchesFiniteDifferences) {
   Case c;
   Volume<double> b = field(0.15, 3), gradient(edges, 0.0);
   const double value = c.objective.linearise(b, gradient);
@@ -66,7 +66,7 @@ TEST(Objective, gradientMatchesFiniteDifferences) {
   }
 }
 
-TEST(Objective, dataProductIsThatOfTheResidualsJacobian) {
+TEST(Objective, DataProductIsThatOfTheResidualsJacobian) {
   Case c;
   const Volume<double> b = field(0.15, 4), v = field(1.0, 5), u = field(1.0, 6);
   Volume<double> gradient(edges, 0.0), product(edges, 0.0), slope(edges, 0.0);
@@ -84,7 +84,7 @@ TEST(Objective, dataProductIsThatOfTheResidualsJacobian) {
   EXPECT_NEAR(dot(u, product), dot(ju, c.objective.weight * jv), 1e-6 * std::abs(dot(u, product)));
 }
 
-TEST(Objective, productAddsBarrierAndRoughnessExactly) {
+TEST(Objective, ProductAddsBarrierAndRoughnessExactly) {
   Case c;
   const Volume<double> b = field(0.2, 7), v = field(1.0, 8);
   Volume<double> above(edges, 0.0), below(edges, 0.0), product(edges, 0.0), data(edges, 0.0);
@@ -100,7 +100,7 @@ TEST(Objective, productAddsBarrierAndRoughnessExactly) {
                 1e-6 * (1.0 + std::abs(product.data()[i])));
 }
 
-TEST(Objective, productIsSymmetricAndPositive) {
+TEST(Objective, ProductIsSymmetricAndPositive) {
   Case c;
   const Volume<double> b = field(0.2, 7), u = field(1.0, 8), v = field(1.0, 10);
   Volume<double> gradient(edges, 0.0), hu(edges, 0.0), hv(edges, 0.0);
@@ -111,14 +111,14 @@ TEST(Objective, productIsSymmetricAndPositive) {
   EXPECT_GT(dot(u, hu), 0.0);
 }
 
-TEST(Objective, isInfiniteWhereAColumnFolds) {
+TEST(Objective, IsInfiniteWhereAColumnFolds) {
   Case c;
   Volume<double> b(edges, 0.0);
   b.at(1, 4, 1) = 1.0;
   EXPECT_EQ(c.objective.value(b), std::numeric_limits<double>::infinity());
 }
 
-TEST(Objective, gradientOfIsTheTransposedJacobian) {
+TEST(Objective, GradientOfIsTheTransposedJacobian) {
   Case c;
   const Volume<double> b = field(0.15, 4), u = field(1.0, 5);
   const Volume<double> v = testdata::noise<double>(voxels, 1.0, 6);
@@ -134,7 +134,7 @@ TEST(Objective, gradientOfIsTheTransposedJacobian) {
               1e-6 * std::abs(dot(u, change)));
 }
 
-TEST(Objective, gradientOfTheResidualsIsTheDataGradient) {
+TEST(Objective, GradientOfTheResidualsIsTheDataGradient) {
   MassModel<double> model(image(1), image(2));
   Objective<double> objective(model, Roughness<double>(edges, {1.0, 2.0, 1.5}, 0.0, 0.0));
   objective.weight = weights();

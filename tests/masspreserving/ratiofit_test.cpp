@@ -27,7 +27,7 @@ Eigen::VectorXd coefficients(int n, double size, std::uint64_t stream) {
   return Eigen::Map<const Eigen::VectorXd>(values.data(), n);
 }
 
-TEST(CoarseGrid, keepsConstantsAndIsTransposed) {
+TEST(CoarseGrid, KeepsConstantsAndIsTransposed) {
   const CoarseGrid grid(voxels, part, {3, 2, 4});
   Volume<double> v(voxels);
   grid.expand(std::vector<double>(24, 2.5), v);
@@ -41,7 +41,7 @@ TEST(CoarseGrid, keepsConstantsAndIsTransposed) {
   EXPECT_NEAR(there, dot(u, v), 1e-10);
 }
 
-TEST(RatioBasis, projectionIsTransposedAndGramIsOfTheFunctions) {
+TEST(RatioBasis, ProjectionIsTransposedAndGramIsOfTheFunctions) {
   const RatioBasis<double> functions = basis();
   const Eigen::VectorXd c = coefficients(functions.size(), 1.0, 5),
                         d = coefficients(functions.size(), 1.0, 6);
@@ -52,7 +52,7 @@ TEST(RatioBasis, projectionIsTransposedAndGramIsOfTheFunctions) {
   EXPECT_NEAR(c.dot(functions.gram(w) * d), dot(w * a, e), 1e-9);
 }
 
-TEST(RatioBasis, doesNotReachWhereThereIsOnlyNoise) {
+TEST(RatioBasis, DoesNotReachWhereThereIsOnlyNoise) {
   RatioBasis<double> functions(voxels, part, 1, 0, 0.1, CoarseGrid(voxels, part, {1, 1, 1}));
   functions.setIntensities(Volume<double>(voxels, 0.09), 0.01);
   Volume<double> a(voxels);
@@ -82,7 +82,7 @@ struct Case {
   }
 };
 
-TEST(RatioFit, gradientMatchesFiniteDifferences) {
+TEST(RatioFit, GradientMatchesFiniteDifferences) {
   Case c;
   const Eigen::VectorXd now = c.ratio.knowledge().coefficients, gradient = c.ratio.gradient();
   ASSERT_EQ(now.size(), 16);
@@ -95,7 +95,7 @@ TEST(RatioFit, gradientMatchesFiniteDifferences) {
 }
 
 // Along (u, -A^-1 C u), on which the ratio follows b, the slope of E is u times the gradient.
-TEST(RatioFit, eliminatedGradientIsTheSlopeWithTheRatioFollowing) {
+TEST(RatioFit, EliminatedGradientIsTheSlopeWithTheRatioFollowing) {
   Case c;
   const Eigen::VectorXd now = c.ratio.knowledge().coefficients;
   for (std::uint64_t stream = 30; stream < 34; ++stream) {
@@ -112,7 +112,7 @@ TEST(RatioFit, eliminatedGradientIsTheSlopeWithTheRatioFollowing) {
   }
 }
 
-TEST(RatioFit, eliminatedProductIsSymmetricAndPositive) {
+TEST(RatioFit, EliminatedProductIsSymmetricAndPositive) {
   Case c;
   const Volume<double> u = testdata::noise<double>(edges, 1.0, 40),
                        v = testdata::noise<double>(edges, 1.0, 41);
@@ -123,7 +123,7 @@ TEST(RatioFit, eliminatedProductIsSymmetricAndPositive) {
   EXPECT_GT(dot(u, hu), 0.0);
 }
 
-TEST(RatioFit, heldRatioIsNotEliminated) {
+TEST(RatioFit, HeldRatioIsNotEliminated) {
   Case c;
   const Volume<double> u = testdata::noise<double>(edges, 1.0, 42);
   Volume<double> eliminated(edges, 0.0), held(edges, 0.0);

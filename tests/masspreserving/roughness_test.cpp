@@ -27,7 +27,7 @@ double gradientEnergy(const Volume<double>& b, glm::dvec3 h) {
   return sum;
 }
 
-TEST(Roughness, formIsTheSumOfSquaredDifferenceQuotients) {
+TEST(Roughness, FormIsTheSumOfSquaredDifferenceQuotients) {
   for (const glm::ivec3 size : {glm::ivec3(5, 6, 4), glm::ivec3(1, 7, 1), glm::ivec3(2, 2, 2),
                                 glm::ivec3(1, 1, 1), glm::ivec3(17, 3, 1)}) {
     const glm::dvec3 h(1.5, 2.0, 3.0);
@@ -44,14 +44,14 @@ TEST(Roughness, formIsTheSumOfSquaredDifferenceQuotients) {
   }
 }
 
-TEST(Roughness, ofAConstantIsZero) {
+TEST(Roughness, OfAConstantIsZero) {
   const Volume<float> b(6, 5, 4, 3.25F);
   Volume<float> out(6, 5, 4, 1.0F), scratch(b);
   Roughness<float>({6, 5, 4}, glm::dvec3(1.7), 1.0, 1.0).apply(b, out, scratch);
   for (int i = 0; i < out.size(); ++i) EXPECT_EQ(out.data()[i], 0.0F);
 }
 
-TEST(Roughness, bandRowsAreTheMatrixOfAnInnerColumn) {
+TEST(Roughness, BandRowsAreTheMatrixOfAnInnerColumn) {
   const glm::ivec3 size(7, 6, 7);
   const Roughness<double> roughness(size, {1.5, 2.0, 3.0}, 0.7, 0.3);
   for (int j = 0; j < size.y; ++j) {

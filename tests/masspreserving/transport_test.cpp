@@ -19,7 +19,7 @@ std::vector<double> gaussian(int n, double centre, double sigma) {
   return profile;
 }
 
-TEST(TransportColumn, ofShiftedAndScaledGaussiansIsLinear) {
+TEST(TransportColumn, OfShiftedAndScaledGaussiansIsLinear) {
   // Quantile q lies at c + s q: b = (c1 - c2)/2 + (s1 - s2)/2 q at y = (c1 + c2)/2 + (s1 + s2)/2 q.
   const double c1 = 33.0, c2 = 28.0, s1 = 6.0, s2 = 4.0;
   const std::vector<double> b = transportColumn(gaussian(64, c1, s1), gaussian(64, c2, s2));
@@ -30,7 +30,7 @@ TEST(TransportColumn, ofShiftedAndScaledGaussiansIsLinear) {
   }
 }
 
-TEST(TransportColumn, ignoresTheScaleOfAProfile) {
+TEST(TransportColumn, IgnoresTheScaleOfAProfile) {
   std::vector<double> first = gaussian(40, 22.0, 4.0), second = gaussian(40, 18.0, 4.0);
   const std::vector<double> b = transportColumn(first, second);
   for (double& v : second) v *= 4.0;
@@ -38,19 +38,19 @@ TEST(TransportColumn, ignoresTheScaleOfAProfile) {
   EXPECT_NEAR(b[20], 2.0, 0.02);
 }
 
-TEST(TransportColumn, negatesWhenTheProfilesAreExchanged) {
+TEST(TransportColumn, NegatesWhenTheProfilesAreExchanged) {
   const std::vector<double> first = gaussian(40, 22.0, 5.0), second = gaussian(40, 18.0, 3.0);
   const std::vector<double> b = transportColumn(first, second), c = transportColumn(second, first);
   for (std::size_t j = 0; j < b.size(); ++j) EXPECT_EQ(b[j], -c[j]);
 }
 
-TEST(TransportColumn, withoutSignalIsZero) {
+TEST(TransportColumn, WithoutSignalIsZero) {
   const std::vector<double> none(5, 0.0), bad{NAN, -1.0, INFINITY, 0.0, -3.0};
   for (const double v : transportColumn(none, gaussian(5, 2.0, 1.0))) EXPECT_EQ(v, 0.0);
   for (const double v : transportColumn(bad, gaussian(5, 2.0, 1.0))) EXPECT_EQ(v, 0.0);
 }
 
-TEST(TransportStart, comesNearTheDisplacementOfAWholeObject) {
+TEST(TransportStart, ComesNearTheDisplacementOfAWholeObject) {
   const testdata::Pair pair = testdata::makePair({20, 24, 16}, 2.0);
   const Volume<float> edges = transportStart<float>(pair.first, pair.second, glm::dvec3(1.0));
   Volume<float> b(pair.first.dimensions());

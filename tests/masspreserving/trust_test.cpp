@@ -48,13 +48,13 @@ Volume<float> shaded(double depth) {
   return image;
 }
 
-TEST(MassPreservingTrust, shadingOfOneImageHardlyCounts) {
+TEST(MassPreservingTrust, ShadingOfOneImageHardlyCounts) {
   const double unspoiled = rmsOf(phantom().ap, phantom().pa);
   EXPECT_LT(rmsOf(shaded(0.1), phantom().pa), 2.0 * unspoiled);
   EXPECT_LT(rmsOf(shaded(0.3), phantom().pa), 4.0 * unspoiled);
 }
 
-TEST(MassPreservingTrust, brighterFluidInOneImageHardlyCounts) {
+TEST(MassPreservingTrust, BrighterFluidInOneImageHardlyCounts) {
   const PhantomOptions wanted = options();
   const HeadObject head =
       sampleHead({wanted.size, wanted.voxelMm}, wanted.seed, {}, {1.4F, 1.0F, 1.0F});
@@ -63,7 +63,7 @@ TEST(MassPreservingTrust, brighterFluidInOneImageHardlyCounts) {
   EXPECT_LT(rmsOf(addRicianNoise(signal, phantom().noiseSigma, 12, 1), phantom().pa), 0.11);
 }
 
-TEST(MassPreservingTrust, isNothingWhereTheModelHolds) {
+TEST(MassPreservingTrust, IsNothingWhereTheModelHolds) {
   MassPreservingOptions plain;
   plain.localRatio = false;
   const Volume<float> with =
@@ -71,7 +71,7 @@ TEST(MassPreservingTrust, isNothingWhereTheModelHolds) {
   EXPECT_EQ(with, estimateMassPreserving(phantom().ap, phantom().pa, voxelMm, plain).shiftVoxels);
 }
 
-TEST(MassPreservingTrust, exchangeOfShadedImagesOnlyChangesTheSign) {
+TEST(MassPreservingTrust, ExchangeOfShadedImagesOnlyChangesTheSign) {
   const Volume<float> there =
       estimateMassPreserving(shaded(0.3), phantom().pa, voxelMm).shiftVoxels;
   const Volume<float> back = estimateMassPreserving(phantom().pa, shaded(0.3), voxelMm).shiftVoxels;

@@ -141,6 +141,22 @@ TEST(ImageFaults, CraftedDimensions) {
   EXPECT_THAT(headerFailure(raw), HasSubstr("1000 x 1000 x 1000"));
 }
 
+TEST(ImageFaults, AFileMadeToFillTheMemoryIsRefusedByItsHeader) {
+  Raw raw = goodImage();
+  raw.dim = {3, 700, 700, 700};
+  raw.datatype = 2;  // unsigned bytes
+  raw.sampleBytes = 1;
+  std::vector<unsigned char> bytes = bytesOf(raw);
+  // Half a megabyte that does not compress: so much could hold the voxels, if only just.
+  std::uint32_t state = 1;
+  for (int n = 0; n < 500000; ++n) {
+    state = state * 1664525U + 1013904223U;
+    bytes.push_back(static_cast<unsigned char>(state >> 24U));
+  }
+  EXPECT_THAT(readFailure(gzipped(bytes), true),
+              AllOf(HasSubstr("700 x 700 x 700 voxels a volume"), HasSubstr("200-fold")));
+}
+
 TEST(ImageFaults, AnImageOfVectorsIsReadWhenAskedFor) {
   Raw raw = goodImage();
   raw.dim = {5, 2, 3, 4, 1, 3};

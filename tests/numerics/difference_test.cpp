@@ -6,7 +6,7 @@
 
 namespace mirel {
 
-TEST(SlopeAlong, isExactOnALineUpToTheBorders) {
+TEST(SlopeAlong, IsExactOnALineUpToTheBorders) {
   for (int axis = 0; axis < 3; ++axis) {
     Volume<float> line(4, 5, 6);
     for (int z = 0; z < 6; ++z)
@@ -19,7 +19,7 @@ TEST(SlopeAlong, isExactOnALineUpToTheBorders) {
   }
 }
 
-TEST(SlopeAlong, hasTheBitsOfSinglePrecisionPerVoxel) {
+TEST(SlopeAlong, HasTheBitsOfSinglePrecisionPerVoxel) {
   Random random(3);
   const Volume<float> v = random.volume({3, 40, 5}, -1e3f, 1e-3f);
   const Volume<float> slope = slopeAlong(v, 1);
@@ -32,7 +32,7 @@ TEST(SlopeAlong, hasTheBitsOfSinglePrecisionPerVoxel) {
       }
 }
 
-TEST(SlopeAlong, isZeroAlongAnAxisOfOneElement) {
+TEST(SlopeAlong, IsZeroAlongAnAxisOfOneElement) {
   for (int axis = 0; axis < 3; ++axis) {
     glm::ivec3 dims(3, 3, 3);
     dims[axis] = 1;

@@ -3,6 +3,7 @@
 
 #include <limits>
 #include <stdexcept>
+#include <utility>
 
 #include "numerics/fft/fftaccess.h"
 #include "numerics/fft/fftw.h"
@@ -252,5 +253,13 @@ TEST_F(Fft, SmoothingNothingIsNothing) {
 }
 
 }  // namespace
+
+TEST_F(Fft, WithoutTheHostsTransformsIsRefused) {
+  Volume<float> image(4, 4, 4, 1.0f), kernel(4, 4, 4, 1.0f);
+  const auto bound = std::exchange(plugin_fftw_execute, nullptr);
+  EXPECT_THROW(fftwConvolve3D(image, kernel), std::runtime_error);
+  plugin_fftw_execute = bound;
+  EXPECT_EQ(image, Volume<float>(4, 4, 4, 1.0f));
+}
 
 }  // namespace mirel

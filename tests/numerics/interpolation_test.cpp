@@ -6,7 +6,7 @@
 
 namespace mirel {
 
-TEST(Between, staysWithinTheRow) {
+TEST(Between, StaysWithinTheRow) {
   for (const double coordinate : {-3.0, -0.1, 0.0, 0.25, 1.0, 3.999, 4.0, 17.0}) {
     const Between b = between(coordinate, 5);
     EXPECT_GE(b.lower, 0);
@@ -23,7 +23,7 @@ double multilinear(const glm::dvec3& p) {
   return 3 + 2 * p.x - p.y + 0.5 * p.z + 0.25 * p.x * p.y * p.z;
 }
 
-TEST(Trilinear, isExactForMultilinearFunctions) {
+TEST(Trilinear, IsExactForMultilinearFunctions) {
   Volume<float> v(4, 5, 3);
   for (int z = 0; z < 3; ++z)
     for (int y = 0; y < 5; ++y)
@@ -37,7 +37,7 @@ TEST(Trilinear, isExactForMultilinearFunctions) {
   }
 }
 
-TEST(Trilinear, goesOnConstantlyBeyondTheBorder) {
+TEST(Trilinear, GoesOnConstantlyBeyondTheBorder) {
   Random random(2);
   const Volume<float> v = random.volume({3, 4, 1}, 0, 1);
   EXPECT_EQ(trilinear(v, {-2, 1, 5}), static_cast<double>(v.at(0, 1, 0)));
@@ -45,7 +45,7 @@ TEST(Trilinear, goesOnConstantlyBeyondTheBorder) {
   EXPECT_DOUBLE_EQ(trilinear(v, {9, 9, 0}), static_cast<double>(v.at(2, 3, 0)));
 }
 
-TEST(CubicConvolution, isExactForQuadraticsAndItsSamples) {
+TEST(CubicConvolution, IsExactForQuadraticsAndItsSamples) {
   const auto f = [](double x) { return 2 - 3 * x + 0.5 * x * x; };
   for (int i = 0; i <= 16; ++i) {
     const double t = i / 16.0;
@@ -56,7 +56,7 @@ TEST(CubicConvolution, isExactForQuadraticsAndItsSamples) {
   EXPECT_EQ(cubicConvolution(5, 7, 11, 13, 1), 11);
 }
 
-TEST(CubicConvolution, hasASlopeThatGoesOn) {
+TEST(CubicConvolution, HasASlopeThatGoesOn) {
   const double p[] = {5, 7, 11, 2, 3}, h = 1e-6;
   const double before = cubicConvolution(p[0], p[1], p[2], p[3], 1 - h);
   const double after = cubicConvolution(p[1], p[2], p[3], p[4], h);

@@ -77,6 +77,17 @@ TEST(HeadThreshold, VoxelsThatAreNotFiniteAreLeftOut) {
   EXPECT_NEAR(headThreshold(image), threshold, threshold / 100);
 }
 
+TEST(HeadThreshold, AFiniteVoxelMayLieAnyNumberOfTimesBeyondTheRest) {
+  Volume<float> image = smallPhantom().ap;
+  const double threshold = headThreshold(image);
+  for (const float spike : {1e12F, 1e20F, std::numeric_limits<float>::max()}) {
+    image.data()[0] = spike;
+    EXPECT_NEAR(headThreshold(image), threshold, threshold / 100) << spike;
+  }
+  image = smallPhantom().ap * 1e-42F;  // subnormal numbers
+  EXPECT_GT(headThreshold(image), 0);
+}
+
 TEST(HeadThreshold, LiesBetweenAirAndHeadInRealImages) {
   const std::string folder = niftifiles::dataFolder();
   if (folder.empty()) GTEST_SKIP() << "no real images (MIREL_TEST_DATA)";

@@ -24,16 +24,8 @@ PhantomOptions tinyOptions() {
   return options;
 }
 
-std::string contentOf(const std::string& fileName) {
-  std::ifstream file(fileName, std::ios::binary);
-  std::ostringstream text;
-  text << file.rdbuf();
-  EXPECT_TRUE(file.good()) << fileName;
-  return text.str();
-}
-
 nlohmann::json jsonOf(const std::string& fileName) {
-  return nlohmann::json::parse(contentOf(fileName));
+  return nlohmann::json::parse(textOf(fileName));
 }
 
 class PhantomFilesTest : public testing::Test {
@@ -152,15 +144,15 @@ TEST_F(PhantomFilesTest, EqualOptionsMakeEqualBytesAndReplaceOlderFiles) {
   PhantomOptions options = tinyOptions();
   options.seed = 5;
   write(options);
-  const std::string other = contentOf(file("dir-AP_epi.nii.gz"));
+  const std::string other = textOf(file("dir-AP_epi.nii.gz"));
   options.seed = 1;
   const std::vector<std::string> first = write(options);
-  EXPECT_NE(contentOf(file("dir-AP_epi.nii.gz")), other);
+  EXPECT_NE(textOf(file("dir-AP_epi.nii.gz")), other);
   const std::vector<std::string> second =
       writePhantom(makePhantom(options), folder.file("elsewhere/deep"));
   ASSERT_EQ(first.size(), second.size());
   for (std::size_t i = 0; i < first.size(); ++i)
-    EXPECT_EQ(contentOf(first[i]), contentOf(second[i])) << first[i];
+    EXPECT_EQ(textOf(first[i]), textOf(second[i])) << first[i];
 }
 
 TEST_F(PhantomFilesTest, AFolderThatCannotBeMadeIsNamed) {

@@ -6,6 +6,7 @@
 
 #include "base/error.h"
 #include "picture/grids.h"
+#include "support/messageof.h"
 
 namespace {
 
@@ -70,20 +71,10 @@ TEST(CutPlane, FindsTheSliceOfAPlaceInMm) {
   EXPECT_NEAR(planeOf(flipped, SlicePlane::sagittal, 0).mm, -10, 1e-12);
 }
 
-template <typename Body>
-std::string failureOf(const Body& body) {
-  try {
-    body();
-  } catch (const std::exception& failure) {
-    return failure.what();
-  }
-  return "nothing";
-}
-
 TEST(CutPlane, RefusesSlicesThatAreNotThere) {
   const Grid grid{plainDims, plainAffine};
   const auto fault = [&](SliceAt where) {
-    return failureOf([&] { cutPlane(grid, where, 1, "ref.nii"); });
+    return messageOf<Error>([&] { cutPlane(grid, where, 1, "ref.nii"); });
   };
   EXPECT_EQ(fault({SlicePlane::axial, 4}), "ref.nii has no axial slice 4: its slices are 0 to 3");
   EXPECT_EQ(fault({SlicePlane::sagittal, -1}),

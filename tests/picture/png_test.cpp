@@ -3,10 +3,9 @@
 
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
 #include "picture/image.h"
+#include "support/temporaryfolder.h"
 
 namespace {
 
@@ -14,26 +13,6 @@ using namespace mirel;
 using namespace mirel::picture;
 
 namespace fs = std::filesystem;
-
-class PngTest : public testing::Test {
- protected:
-  PngTest() {
-    std::string pattern = (fs::temp_directory_path() / "mirel-png-XXXXXX").string();
-    folder = mkdtemp(pattern.data());
-  }
-  ~PngTest() override { fs::remove_all(folder); }
-
-  std::string file(const std::string& name) const { return (folder / name).string(); }
-
-  static std::string contentOf(const std::string& name) {
-    std::ifstream stream(name, std::ios::binary);
-    std::ostringstream text;
-    text << stream.rdbuf();
-    return text.str();
-  }
-
-  fs::path folder;
-};
 
 RgbImage sampleImage() {
   RgbImage image(37, 23);
@@ -45,13 +24,15 @@ RgbImage sampleImage() {
   return image;
 }
 
-TEST_F(PngTest, IsReadBackByTheLibraryPixelByPixel) {
+TEST(Png, IsReadBackByTheLibraryPixelByPixel) {
+  const TemporaryFolder folder;
   const RgbImage image = sampleImage();
-  writePng(file("a.png"), image);
+  writePng(folder.file("a.png"), image);
   png_image reader;
   std::memset(&reader, 0, sizeof reader);
   reader.version = PNG_IMAGE_VERSION;
-  ASSERT_TRUE(png_image_begin_read_from_file(&reader, file("a.png").c_str())) << reader.message;
+  ASSERT_TRUE(png_image_begin_read_from_file(&reader, folder.file("a.png").c_str()))
+      << reader.message;
   ASSERT_EQ(reader.width, 37u);
   ASSERT_EQ(reader.height, 23u);
   reader.format = PNG_FORMAT_RGB;
@@ -61,24 +42,27 @@ TEST_F(PngTest, IsReadBackByTheLibraryPixelByPixel) {
     EXPECT_EQ(std::memcmp(bytes.data() + y * 37 * 3, image.row(y), 37 * 3), 0) << y;
 }
 
-TEST_F(PngTest, HasTheSameBytesForTheSamePicture) {
-  writePng(file("a.png"), sampleImage());
-  writePng(file("b.png"), sampleImage());
-  EXPECT_EQ(contentOf(file("a.png")), contentOf(file("b.png")));
-  EXPECT_GT(contentOf(file("a.png")).size(), 100u);
+TEST(Png, HasTheSameBytesForTheSamePicture) {
+  const TemporaryFolder folder;
+  writePng(folder.file("a.png"), sampleImage());
+  writePng(folder.file("b.png"), sampleImage());
+  EXPECT_EQ(folder.read("a.png"), folder.read("b.png"));
+  EXPECT_GT(folder.read("a.png").size(), 100u);
 }
 
-TEST_F(PngTest, ReplacesAnOlderFileAndLeavesNothingElse) {
-  std::ofstream(file("a.png")) << "old";
-  writePng(file("a.png"), sampleImage());
-  EXPECT_EQ(contentOf(file("a.png")).substr(1, 3), "PNG");
-  EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 1);
+TEST(Png, ReplacesAnOlderFileAndLeavesNothingElse) {
+  const TemporaryFolder folder;
+  folder.write("a.png", "old");
+  writePng(folder.file("a.png"), sampleImage());
+  EXPECT_EQ(folder.read("a.png").substr(1, 3), "PNG");
+  EXPECT_EQ(folder.names().size(), 1u);
 }
 
-TEST_F(PngTest, NamesAFileThatCannotBeWritten) {
-  fs::create_directory(file("taken.png"));
-  std::ofstream(file("taken.png/inside")) << "x";
-  for (const std::string& name : {file("missing/a.png"), file("taken.png")}) {
+TEST(Png, NamesAFileThatCannotBeWritten) {
+  const TemporaryFolder folder;
+  fs::create_directory(folder.file("taken.png"));
+  folder.write("taken.png/inside", "x");
+  for (const std::string& name : {folder.file("missing/a.png"), folder.file("taken.png")}) {
     try {
       writePng(name, sampleImage());
       FAIL() << "no error for " << name;
@@ -87,8 +71,8 @@ TEST_F(PngTest, NamesAFileThatCannotBeWritten) {
     }
   }
   // Neither attempt left a part behind.
-  EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 1);
-  EXPECT_THROW(writePng(file("a.png"), RgbImage()), std::invalid_argument);
+  EXPECT_EQ(folder.names().size(), 1u);
+  EXPECT_THROW(writePng(folder.file("a.png"), RgbImage()), std::invalid_argument);
 }
 
 }  // namespace

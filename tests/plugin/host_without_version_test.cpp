@@ -21,4 +21,13 @@ TEST(HostWithoutVersion, FailsInitPluginSilently) {
   EXPECT_THAT(testHost().calls, testing::IsEmpty());
 }
 
+// The message box is not bound either.
+TEST(HostWithoutVersion, IsLeftAloneByWhatIsExecutedAllTheSame) {
+  const auto plugin = createdPlugin();
+  ASSERT_FALSE(plugin->initPlugin());
+  testHost().calls.clear();
+  EXPECT_TRUE(plugin->execute());
+  EXPECT_TRUE(testHost().calls.empty());
+}
+
 }  // namespace mirel

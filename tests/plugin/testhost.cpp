@@ -38,6 +38,7 @@ std::vector<std::string> TestHost::callsWithoutFft() const {
 #ifndef WITHOUT_VERSION
 EXPORTED void ztGetVersionOfCorvanaZT(int* major, int* minor, int* revision) {
   record("ztGetVersionOfCorvanaZT");
+  if (testHost().onVersion != nullptr) testHost().onVersion();
   *major = testHost().major;
   *minor = testHost().minor;
   *revision = testHost().revision;
@@ -47,11 +48,13 @@ EXPORTED void ztGetVersionOfCorvanaZT(int* major, int* minor, int* revision) {
 EXPORTED void ztLogText(const char* text) {
   record(std::string("ztLogText ") + text);
   testHost().logLines.emplace_back(text);
+  if (testHost().onLogText != nullptr) testHost().onLogText();
 }
 
 EXPORTED void ztMessageBox(const char* text) {
   record(std::string("ztMessageBox ") + text);
   testHost().boxes.emplace_back(text);
+  if (testHost().onMessageBox != nullptr) testHost().onMessageBox();
 }
 
 EXPORTED void ztShowBusyCursor() {
@@ -59,7 +62,10 @@ EXPORTED void ztShowBusyCursor() {
   if (testHost().onShowBusyCursor != nullptr) testHost().onShowBusyCursor();
 }
 
-EXPORTED void ztStopBusyCursor() { record("ztStopBusyCursor"); }
+EXPORTED void ztStopBusyCursor() {
+  record("ztStopBusyCursor");
+  if (testHost().onStopBusyCursor != nullptr) testHost().onStopBusyCursor();
+}
 
 EXPORTED void ztGetOpenFileName(const char* title, const char* folder, const char* filter,
                                 char* buffer) {
@@ -105,6 +111,8 @@ EXPORTED float** ztGetMAPOfCurrentFMR(void* header) {
   slicePointers.clear();
   for (int z = 0; z < dims.z; ++z) slicePointers.push_back(&current.map.at(0, 0, z));
   slicePointers.push_back(nullptr);
+  if (testHost().missingSlice >= 0)
+    slicePointers.at(static_cast<std::size_t>(testHost().missingSlice)) = nullptr;
   return slicePointers.data();
 }
 

@@ -30,7 +30,13 @@ struct TestHost {
   std::vector<std::string> calls;     ///< every call in order: name, then its text arguments
   std::vector<std::string> logLines;  ///< texts of ztLogText
   std::vector<std::string> boxes;     ///< texts of ztMessageBox
+  /// Called by the functions of these names, after the record.
   void (*onShowBusyCursor)() = nullptr;
+  void (*onStopBusyCursor)() = nullptr;
+  void (*onMessageBox)() = nullptr;
+  void (*onLogText)() = nullptr;
+  void (*onVersion)() = nullptr;
+  int missingSlice = -1;  ///< of the map: its pointer is null
 
   /// The calls whose name does not start with "zt_fftwf".
   std::vector<std::string> callsWithoutFft() const;

@@ -1,0 +1,30 @@
+#include "base/inputfile.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+#include "base/error.h"
+
+namespace mirel {
+
+std::string readWholeFile(const std::string& fileName, std::uintmax_t most) {
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(fileName.c_str(), "rb"),
+                                                             std::fclose);
+  if (!file) throw Error(fileName, std::string("cannot be opened: ") + std::strerror(errno));
+  std::string content;
+  std::array<char, 1 << 16> block{};
+  while (const std::size_t got = std::fread(block.data(), 1, block.size(), file.get())) {
+    if (content.size() + got > most)
+      throw Error(fileName, "is larger than " + std::to_string(most) +
+                                " bytes, which no file of its kind is");
+    content.append(block.data(), got);
+  }
+  if (std::ferror(file.get()) != 0)
+    throw Error(fileName, std::string("cannot be read: ") + std::strerror(errno));
+  return content;
+}
+
+}  // namespace mirel

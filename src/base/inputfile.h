@@ -1,0 +1,16 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace mirel {
+
+/// The bytes of a text file that is small by its nature, such as a sidecar or a gradient table.
+///
+/// @param most  so many bytes at the most: a file of another kind under that name is not taken
+///              into memory
+/// Errors  Error, which names the file: it cannot be opened or read, with the system's reason (a
+///         read that fails is not the end of a file), it is a directory, or it is larger.
+std::string readWholeFile(const std::string& fileName, std::uintmax_t most);
+
+}  // namespace mirel

@@ -1,0 +1,190 @@
+// Faults of the system at any call of whole runs: the outputs are all old or all new, the inputs
+// are what they were, and the user gets a sentence.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <sstream>
+
+#include "cli/program.h"
+#include "support/temporaryfolder.h"
+
+namespace {
+
+using namespace mirel;
+namespace fs = std::filesystem;
+
+/// Every file below a folder with its content, hidden ones included.
+using Snapshot = std::map<std::string, std::string>;
+
+Snapshot snapshotOf(const std::string& folder) {
+  Snapshot files;
+  for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+    const std::string name = fs::relative(entry.path(), folder).string();
+    files[name] = entry.is_directory() ? "a folder" : textOf(entry.path().string());
+  }
+  return files;
+}
+
+std::string namesOf(const Snapshot& files) {
+  std::string names;
+  for (const auto& [name, content] : files) names += name + " ";
+  return names;
+}
+
+/// A command that works in a folder of its own, on inputs that all share.
+struct Command {
+  const char* name;
+  std::vector<std::string> arguments;  ///< "IN/" and "OUT/" stand for the folders
+  /// Makes older results, other than those of the command.
+  std::vector<std::string> earlier;
+};
+
+void PrintTo(const Command& command, std::ostream* os) { *os << command.name; }
+
+const Command commands[] = {
+    {"correct",
+     {"correct", "IN/sub-phantom_dir-AP_epi.nii.gz", "IN/sub-phantom_dir-PA_epi.nii.gz", "--apply",
+      "IN/sub-phantom_task-rest_dir-AP_bold.nii.gz", "-o", "OUT/"},
+     {"correct", "IN/sub-phantom_dir-AP_epi.nii.gz", "IN/sub-phantom_dir-PA_epi.nii.gz",
+      "--estimator", "search", "--fast", "--apply", "IN/sub-phantom_task-rest_dir-AP_bold.nii.gz",
+      "-o", "OUT/"}},
+    {"apply",
+     {"apply", "--field", "IN/sub-phantom_desc-truth_fieldmap.nii.gz",
+      "IN/sub-phantom_task-rest_dir-AP_bold.nii.gz", "-o", "OUT/"},
+     {"apply", "--field", "IN/sub-phantom_desc-truth_fieldmap.nii.gz", "--float",
+      "IN/sub-phantom_task-rest_dir-AP_bold.nii.gz", "-o", "OUT/"}},
+    {"convert", {"convert", "IN/sub-phantom_task-rest_dir-AP_bold.nii.gz", "OUT/bold.fmr"}, {}},
+    {"picture",
+     {"picture", "IN/sub-phantom_dir-AP_epi.nii.gz", "-o", "OUT/a.png"},
+     {"picture", "IN/sub-phantom_dir-PA_epi.nii.gz", "-o", "OUT/a.png"}},
+};
+
+class Faults : public testing::TestWithParam<Command> {
+ protected:
+  static void SetUpTestSuite() {
+    inputs = std::make_unique<TemporaryFolder>();
+    const ProgramResult made =
+        runMirel({"phantom", inputs->file("in"), "--size", "16", "18", "10", "--volumes", "2"});
+    ASSERT_EQ(made.status, 0) << made.err;
+  }
+  static void TearDownTestSuite() { inputs.reset(); }
+
+  void SetUp() override {
+    fs::create_directory(folder.file("out"));
+    if (!GetParam().earlier.empty()) {
+      const ProgramResult made = run(GetParam().earlier, {});
+      ASSERT_EQ(made.status, 0) << made.err;
+    }
+    fs::copy(folder.file("out"), folder.file("old"), fs::copy_options::recursive);
+    old = snapshotOf(folder.file("old"));
+    before = snapshotOf(inputs->file("in"));
+    const ProgramResult whole =
+        run(GetParam().arguments, {"MIREL_FAULT_COUNT=" + folder.file("counts")});
+    ASSERT_EQ(whole.status, 0) << whole.err;
+    fresh = snapshotOf(folder.file("out"));
+    std::istringstream is(textOf(folder.file("counts")));
+    std::string kind;
+    for (long count = 0; is >> kind >> count;) counts[kind] = count;
+    ASSERT_GT(counts["open"], 0) << "nothing was counted: is the library preloaded?";
+  }
+
+  ProgramResult run(std::vector<std::string> arguments,
+                    std::vector<std::string> environment) const {
+    for (std::string& word : arguments) {
+      if (word.starts_with("IN/")) word = inputs->file("in/") + word.substr(3);
+      if (word.starts_with("OUT/")) word = folder.file("out/") + word.substr(4);
+    }
+    environment.emplace_back("LD_PRELOAD=" MIREL_FAILING_CALLS);
+    return runMirel(arguments, environment);
+  }
+
+  /// The command with one fault, in a folder with the older results.
+  ProgramResult runWith(const std::string& kind, long when, const std::string& error) const {
+    fs::remove_all(folder.file("out"));
+    fs::copy(folder.file("old"), folder.file("out"), fs::copy_options::recursive);
+    return run(GetParam().arguments,
+               {"MIREL_FAULT=" + kind + ":" + std::to_string(when) + ":" + error});
+  }
+
+  /// Numbers of calls to try: all where they are few, else spread over the run, the last included.
+  std::vector<long> calls(const std::string& kind, long most) const {
+    const long count = counts.at(kind);
+    std::vector<long> result;
+    for (long n = 0; n < std::min(count, most); ++n)
+      result.push_back(count <= most ? n + 1 : 1 + n * (count - 1) / (most - 1));
+    return result;
+  }
+
+  void expectAllOrNothing(const ProgramResult& result) const {
+    const Snapshot now = snapshotOf(folder.file("out"));
+    EXPECT_LT(result.status, 1000) << "ended by a signal";
+    if (result.status == 0) {
+      EXPECT_TRUE(now == fresh) << namesOf(now);
+    } else {
+      EXPECT_TRUE(now == old || now == fresh) << namesOf(now);
+      EXPECT_NE(result.err.find("rror"), std::string::npos) << result.err;
+    }
+    EXPECT_TRUE(snapshotOf(inputs->file("in")) == before) << "an input has changed";
+  }
+
+  static std::unique_ptr<TemporaryFolder> inputs;
+  TemporaryFolder folder;
+  Snapshot old, fresh, before;
+  std::map<std::string, long> counts;
+};
+
+std::unique_ptr<TemporaryFolder> Faults::inputs;
+
+/// How many calls of each kind to try; more with MIREL_FAULT_SWEEP=all.
+long thoroughness() {
+  const char* sweep = std::getenv("MIREL_FAULT_SWEEP");
+  return sweep != nullptr && std::string(sweep) == "all" ? 100000 : 6;
+}
+
+TEST_P(Faults, OfOneCallLeaveAllOrNothing) {
+  const std::pair<const char*, int> faults[] = {
+      {"open", EACCES},  {"read", EIO},  {"write", ENOSPC}, {"close", EIO},
+      {"rename", EPERM}, {"fsync", EIO}, {"mkdir", EACCES}};
+  for (const auto& [kind, error] : faults)
+    for (const long call : calls(kind, kind == std::string("rename") ? 100 : thoroughness())) {
+      SCOPED_TRACE(kind + (" " + std::to_string(call)));
+      expectAllOrNothing(runWith(kind, call, std::to_string(error)));
+    }
+}
+
+TEST_P(Faults, OfADiskThatStaysFullLeaveAllOrNothing) {
+  for (const long call : calls("write", thoroughness())) {
+    SCOPED_TRACE(call);
+    expectAllOrNothing(runWith("write", call, std::to_string(ENOSPC) + "+"));
+  }
+}
+
+TEST_P(Faults, AKillIsMendedByTheNextRun) {
+  for (const char* kind : {"rename", "write"})
+    for (const long call : calls(kind, kind == std::string("rename") ? 100 : thoroughness())) {
+      SCOPED_TRACE(kind + (" " + std::to_string(call)));
+      const ProgramResult killed = runWith(kind, call, "kill");
+      EXPECT_EQ(killed.status, 1009);
+      // No file is half of one.
+      for (const auto& [name, content] : snapshotOf(folder.file("out"))) {
+        if (name.starts_with(".")) continue;
+        EXPECT_TRUE((old.contains(name) && content == old.at(name)) ||
+                    (fresh.contains(name) && content == fresh.at(name)))
+            << name;
+      }
+      const ProgramResult next = run(GetParam().arguments, {});
+      EXPECT_EQ(next.status, 0) << next.err;
+      const Snapshot now = snapshotOf(folder.file("out"));
+      EXPECT_TRUE(now == fresh) << namesOf(now);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, Faults, testing::ValuesIn(commands),
+                         [](const auto& tested) { return std::string(tested.param.name); });
+
+}  // namespace
