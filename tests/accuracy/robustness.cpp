@@ -2,7 +2,7 @@
 // the unspoiled pair of the same head:
 //
 //   mirel_robustness [--size NX NY NZ] [--shift VOXELS] [--seeds N N ...] [--measured] [--row TEXT]
-//                    [--details] [--without-ratio]
+//                    [--details] [--local-ratio]
 //
 // Heads are simulated, with one seed each; with --measured they are made from the magnitude and
 // field in MIREL_TEST_DATA. --row takes the rows whose name holds the text, and the first.
@@ -54,8 +54,8 @@ Wanted parse(int argc, char** argv) {
       wanted.measured = true;
     } else if (option == "--details") {
       wanted.details = true;
-    } else if (option == "--without-ratio") {
-      wanted.options.localRatio = false;
+    } else if (option == "--local-ratio") {
+      wanted.options.localRatio = true;
     } else if (option == "--row") {
       wanted.row = next();
     } else {
