@@ -47,8 +47,7 @@ OutputFolder::OutputFolder(const std::string& where) : folder(where) {
 OutputFolder::~OutputFolder() {
   files.reset();
   if (committed) return;
-  std::error_code ignored;
-  for (auto path = made.rbegin(); path != made.rend(); ++path) fs::remove(*path, ignored);
+  for (auto path = made.rbegin(); path != made.rend(); ++path) rmdir(path->c_str());
 }
 
 void OutputFolder::announce(const std::string& name, const std::vector<std::string>& inputs) {

@@ -4,6 +4,7 @@
 #include "base/error.h"
 #include "cli/applyfield.h"
 #include "cli/command.h"
+#include "cli/interrupt.h"
 #include "files/mapfile.h"
 #include "host/outputs.h"
 #include "host/session.h"
@@ -63,6 +64,7 @@ std::vector<ProjectInfo> checkedProjects(const Options& options, const MapHeader
 }
 
 int runApply(const Options& options, const std::string& pluginFile) {
+  const EndBySignal end(options.files);
   const MapHeader map = checkedMap(options.map);
   const std::vector<ProjectInfo> projects = checkedProjects(options, map);
   ExpectedOutputs outputs;

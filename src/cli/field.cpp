@@ -9,6 +9,7 @@
 #include "cli/advice.h"
 #include "cli/command.h"
 #include "cli/directionoption.h"
+#include "cli/interrupt.h"
 #include "convert/convert.h"
 #include "field/fieldhz.h"
 #include "files/mapfile.h"
@@ -98,6 +99,7 @@ void fieldToMap(const Options& options, const nifti::Header& header) {
 }
 
 int runField(const Options& options) {
+  const EndBySignal end({options.output});
   const std::string& in = options.mapFile.empty() ? options.fieldFile : options.mapFile;
   for (const std::string& input : {in, options.reference}) refuseOverwrite(options.output, input);
   std::vector<std::string> notes;

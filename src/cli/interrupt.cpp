@@ -5,6 +5,8 @@
 #include <csignal>
 #include <cstddef>
 
+#include "base/moveall.h"
+
 namespace mirel {
 
 namespace {
@@ -53,6 +55,44 @@ void InterruptGuard::beginWriting() { writing = 1; }
 
 void InterruptGuard::check() const {
   if (signalled != 0) throw Interrupted(signalled);
+}
+
+namespace {
+
+// Ends the waiting thread; nobody else sends it to a thread.
+constexpr int noMore = SIGUSR2;
+
+void waitAndEnd(const sigset_t& waitedFor, const std::vector<std::filesystem::path>& folders) {
+  int number = 0;
+  if (sigwait(&waitedFor, &number) != 0 || number == noMore) return;
+  for (const std::filesystem::path& folder : folders) removeOwnHidden(folder);
+  show(STDERR_FILENO, "\nError: interrupted\n");
+  _exit(exitStatusOf(number));
+}
+
+}  // namespace
+
+EndBySignal::EndBySignal(const std::vector<std::string>& outputs) {
+  for (const std::string& output : outputs) {
+    const std::filesystem::path path(output);
+    folders.push_back(path);
+    folders.push_back(path.has_parent_path() ? path.parent_path() : ".");
+  }
+  sigemptyset(&waitedFor);
+  sigaddset(&waitedFor, noMore);
+  for (const int number : signals) {
+    struct sigaction action {};
+    sigaction(number, nullptr, &action);
+    if (action.sa_handler != SIG_IGN) sigaddset(&waitedFor, number);
+  }
+  pthread_sigmask(SIG_BLOCK, &waitedFor, &before);
+  waiting = std::thread([this] { waitAndEnd(waitedFor, folders); });
+}
+
+EndBySignal::~EndBySignal() {
+  pthread_kill(waiting.native_handle(), noMore);
+  waiting.join();
+  pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
 }  // namespace mirel

@@ -1,5 +1,11 @@
 #pragma once
 
+#include <csignal>
+#include <filesystem>
+#include <string>
+#include <thread>
+#include <vector>
+
 #include "base/progress.h"
 
 namespace mirel {
@@ -35,6 +41,23 @@ class InterruptGuard {
   void beginWriting();
   /// Throws Interrupted after a signal.
   void check() const;
+};
+
+/// The same for commands that are no job of several stages: while it lives, these signals end the
+/// program at once, whatever it does, and take its hidden files away. A thread waits for them.
+/// The plugin's files are found as well: they are looked for, not remembered.
+class EndBySignal {
+ public:
+  /// @param outputs  files, or folders that files go to, to look beside or in
+  explicit EndBySignal(const std::vector<std::string>& outputs);
+  EndBySignal(const EndBySignal&) = delete;
+  EndBySignal& operator=(const EndBySignal&) = delete;
+  ~EndBySignal();
+
+ private:
+  sigset_t waitedFor{}, before{};
+  std::vector<std::filesystem::path> folders;
+  std::thread waiting;
 };
 
 }  // namespace mirel

@@ -1,6 +1,9 @@
 #include <algorithm>
+#include <csignal>
+#include <cstdio>
 #include <exception>
 #include <iostream>
+#include <new>
 #include <string>
 
 #include "base/error.h"
@@ -51,6 +54,8 @@ int run(const Program& program, bool asJson) {
   } catch (const Interrupted& stop) {
     tell(stop, asJson);
     return stop.exitStatus();
+  } catch (const std::bad_alloc&) {
+    throw;
   } catch (const std::exception& failure) {
     tell(failure, asJson);
   } catch (...) {
@@ -60,9 +65,7 @@ int run(const Program& program, bool asJson) {
   return exitFailure;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int runLine(int argc, char** argv) {
   CommandLine line("mirel", description, "mirel " MIREL_VERSION);
   Command& app = line.root();
   Program program;
@@ -93,4 +96,21 @@ int main(int argc, char** argv) {
       break;
   }
   return run(program, asJson);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // A limit on the size of files is told like a full disk.
+  std::signal(SIGXFSZ, SIG_IGN);
+  try {
+    return runLine(argc, argv);
+  } catch (const std::bad_alloc&) {
+    std::fputs("Error: there is not enough memory\n", stderr);
+  } catch (const std::exception& failure) {
+    std::fputs("Error: ", stderr);
+    std::fputs(failure.what(), stderr);
+    std::fputs("\n", stderr);
+  }
+  return exitFailure;
 }

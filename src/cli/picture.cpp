@@ -7,6 +7,7 @@
 
 #include "base/error.h"
 #include "cli/command.h"
+#include "cli/interrupt.h"
 #include "cli/pictureinput.h"
 
 namespace mirel {
@@ -89,6 +90,7 @@ void parseLimit(const std::string& text, Style& style) {
 }
 
 int runPicture(Options options) {
+  const EndBySignal end({options.out});
   if (!options.out.ends_with(".png"))
     throw Error("the picture is a PNG file; " + options.out + " does not end with .png");
   Style& style = options.style;

@@ -87,10 +87,11 @@ class Work {
 
   void run(int threads) {
     std::vector<std::thread> helpers;
+    helpers.reserve(static_cast<std::size_t>(threads));
     try {
       for (int n = 1; n < threads; ++n) helpers.emplace_back([this] { serve(); });
-    } catch (const std::system_error&) {
-      // The system gives no more threads: those that run do the work.
+    } catch (const std::exception&) {
+      // The system gives no more threads, or no memory for them: those that run do the work.
     }
     serve();
     for (std::thread& helper : helpers) helper.join();

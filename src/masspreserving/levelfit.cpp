@@ -25,6 +25,11 @@ constexpr double leastNoise = 1e-4;
 // of voxels with signal is too small to be taken at its word.
 constexpr double leastShareLeft = 0.2;
 
+// Bounds of the evidence for the ratio of intensities, for pairs that have next to none.
+constexpr double leastShareOfRank = 0.05;
+constexpr double largestRatioWeight = 1e8;
+constexpr std::uint64_t ratioSigns = 1000003;  // another part of the sequence of signs
+
 // The largest stretch that a step may reach.
 constexpr double largestStretch = 0.98;
 
@@ -49,7 +54,7 @@ double largestAllowed(const Volume<float>& b, const Volume<float>& d, double bou
 }  // namespace
 
 LevelFit::LevelFit(const MassModel<float>& massModel, glm::dvec3 shape, Volume<float> start,
-                   FitStatistics statistics)
+                   FitStatistics statistics, RatioFit<float>* ratio)
     : model(massModel),
       spacing(shape),
       b(std::move(start)),
@@ -57,10 +62,15 @@ LevelFit::LevelFit(const MassModel<float>& massModel, glm::dvec3 shape, Volume<f
       objective(model, form(statistics.roughnessWeight)),
       gradient(model.edges(), 0.0F),
       direction(model.edges(), 0.0F) {
-  if (known.noise.variance > 0.0) return;
   objective.value(b);
-  known.noise = fitNoise(objective.residuals(), objective.slopes(), NoiseTails::normal).noise;
+  if (!(known.noise.variance > 0.0))
+    known.noise = fitNoise(objective.residuals(), objective.lowSlopes(), objective.highSlopes(),
+                           NoiseTails::normal)
+                      .noise;
   known.noise.variance = std::max(known.noise.variance, leastNoise * leastNoise);
+  if (ratio == nullptr) return;
+  ratio->setIntensities(objective.means(), known.noise.variance);
+  objective.ratio = ratio;
 }
 
 Roughness<float> LevelFit::form(double weight) const {
@@ -73,15 +83,26 @@ LineSolver<float> LevelFit::lineSolver() const {
 }
 
 void LevelFit::updateWeights() {
+  if (objective.ratio != nullptr || std::isfinite(known.noise.nu)) objective.value(b);
+  if (objective.ratio != nullptr) {
+    objective.ratio->setIntensities(objective.means(), known.noise.variance);
+    objective.value(b);
+  }
   model.coverage(b, objective.weight);
   objective.weight *= static_cast<float>(1.0 / known.noise.variance);
   if (std::isfinite(known.noise.nu)) {
-    objective.value(b);
     for (int i = 0; i < objective.weight.size(); ++i)
       objective.weight.data()[i] *=
           static_cast<float>(known.noise.relativeWeight(objective.residuals().data()[i]));
   }
   objective.setRoughness(form(known.roughnessWeight));
+}
+
+double LevelFit::logLikelihood() {
+  objective.value(b);
+  return fitNoise(objective.residuals(), objective.lowSlopes(), objective.highSlopes(),
+                  NoiseTails::student)
+      .logLikelihood;
 }
 
 LevelFit::Step LevelFit::step(double tolerance, int maxSolverIterations) {
@@ -93,14 +114,25 @@ LevelFit::Step LevelFit::step(double tolerance, int maxSolverIterations) {
   };
   const SolveResult solved = conjugateGradients<float>(product, lines, gradient, direction,
                                                        tolerance, maxSolverIterations);
-  const double descent = dot(gradient, direction);
+  double descent = dot(gradient, direction);
   direction *= -1.0F;
+  Eigen::VectorXd ratioFrom, ratioStep;
+  const bool withRatio = objective.ratio != nullptr && !objective.ratio->isHeld();
+  if (withRatio) {
+    RatioFit<float>& ratio = *objective.ratio;
+    Volume<float> change(model.voxels());
+    objective.residualChange(direction, change);
+    ratioFrom = ratio.knowledge().coefficients;
+    ratioStep = -ratio.solve(ratio.gradient() + ratio.weighted(change));
+    descent += ratio.gradient().dot(ratio.solve(ratio.gradient()));
+  }
   Step result{before, 0.0, solved.iterations};
   double t = largestAllowed(b, direction, largestStretch);
   Volume<float> candidate(b.dimensions());
   for (int trial = 0; trial < 8 && descent > 0.0; ++trial, t *= 0.5) {
     for (int i = 0; i < b.size(); ++i)
       candidate.data()[i] = b.data()[i] + static_cast<float>(t) * direction.data()[i];
+    if (withRatio) objective.ratio->setCoefficients(ratioFrom + t * ratioStep);
     const double after = objective.value(candidate);
     if (!(after <= before - 1e-4 * t * descent)) continue;
     result.energy = after;
@@ -110,6 +142,7 @@ LevelFit::Step LevelFit::step(double tolerance, int maxSolverIterations) {
     std::swap(b, candidate);
     return result;
   }
+  if (withRatio) objective.ratio->setCoefficients(ratioFrom);
   objective.value(b);
   return result;
 }
@@ -149,9 +182,45 @@ double LevelFit::traceEstimate() {
   return dot(signs, solution);
 }
 
-void LevelFit::updateStatistics(NoiseTails tails) {
+// The ratio's strengths of smoothness by their evidence, like the displacement's: beta = gamma /
+// c'Rc, gamma = rank - beta tr(Sigma R), Sigma the covariance of c with b integrated out. Its trace
+// again by a vector of signs: Sigma s = A^-1 (s - C x) with H x = -C' A^-1 s.
+void LevelFit::updateRatioWeights() {
+  RatioFit<float>& ratio = *objective.ratio;
+  const RatioKnowledge& now = ratio.knowledge();
+  Eigen::VectorXd signs(now.coefficients.size());
+  for (int i = 0; i < signs.size(); ++i)
+    signs[i] = static_cast<double>(signOf(ratioSigns + static_cast<std::uint64_t>(i)));
+  Volume<float> change(model.voxels()), rhs(b.dimensions(), 0.0F), solution;
+  ratio.change(-ratio.solve(signs), change);
+  objective.gradientOf(change, rhs);
+  const auto product = [&](const Volume<float>& v, Volume<float>& out) {
+    objective.product(v, out);
+  };
+  conjugateGradients<float>(product, lineSolver(), rhs, solution, 0.1, 60);
+  objective.residualChange(solution, change);
+  const Eigen::VectorXd spread = ratio.solve(signs - ratio.weighted(change));
+  const auto weight = [&](double beta, int rank, const Eigen::VectorXd& roughSigns,
+                          const Eigen::VectorXd& roughNow) {
+    const double gamma =
+        std::clamp(rank - beta * roughSigns.dot(spread), leastShareOfRank * rank, 1.0 * rank);
+    const double roughness = now.coefficients.dot(roughNow);
+    return roughness > 0.0 ? std::min(gamma / roughness, largestRatioWeight) : beta;
+  };
+  const double ofShapes = weight(now.shapeWeight, ratio.shapes() - 1, ratio.shapeRoughness(signs),
+                                 ratio.shapeRoughness(now.coefficients));
+  const double ofKnots = weight(now.knotWeight, ratio.knots() - 1, ratio.knotRoughness(signs),
+                                ratio.knotRoughness(now.coefficients));
+  ratio.setWeights(ofShapes, ofKnots);
+}
+
+void LevelFit::updateStatistics(NoiseTails tails, RatioEvidence evidence) {
   known.degreesOfFreedom = std::max(traceEstimate(), 1.0);
-  const NoiseFit fit = fitNoise(objective.residuals(), objective.slopes(), tails);
+  if (objective.ratio != nullptr && !objective.ratio->isHeld() &&
+      evidence == RatioEvidence::updated)
+    updateRatioWeights();
+  const NoiseFit fit =
+      fitNoise(objective.residuals(), objective.lowSlopes(), objective.highSlopes(), tails);
   const double left =
       std::max(leastShareLeft, 1.0 - known.degreesOfFreedom / std::max(fit.effectiveCount, 1.0));
   known.noise = fit.noise;

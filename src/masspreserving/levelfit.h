@@ -5,6 +5,7 @@
 #include "masspreserving/motionstep.h"
 #include "masspreserving/noise.h"
 #include "masspreserving/objective.h"
+#include "masspreserving/ratiofit.h"
 
 namespace mirel {
 
@@ -15,12 +16,16 @@ struct FitStatistics {
   double degreesOfFreedom = 0.0;  ///< gamma: parameters that the data determine
 };
 
+/// Whether the strengths of the ratio's smoothness are estimated again.
+enum class RatioEvidence { kept, updated };
+
 /// One resolution of the estimate: Gauss-Newton steps on b, with the residuals' variance and the
 /// strength of the smoothness estimated again after each.
 class LevelFit {
  public:
+  /// `ratio`: of the images' intensities, estimated along with b; null: none.
   LevelFit(const MassModel<float>& model, glm::dvec3 spacing, Volume<float> start,
-           FitStatistics statistics);
+           FitStatistics statistics, RatioFit<float>* ratio = nullptr);
 
   struct Step {
     double energy, largestStep;
@@ -36,7 +41,10 @@ class LevelFit {
                         MotionResponse& response, double tolerance, int maxSolverIterations);
 
   /// Noise and weight from the current b. Call after `step`.
-  void updateStatistics(NoiseTails tails);
+  void updateStatistics(NoiseTails tails, RatioEvidence evidence);
+
+  /// Mean log likelihood of a residual over the whole volume, with the tails that fit it best.
+  double logLikelihood();
 
   const Volume<float>& displacement() const { return b; }
   const FitStatistics& statistics() const { return known; }
@@ -46,6 +54,7 @@ class LevelFit {
   Roughness<float> form(double weight) const;
   void updateWeights();
   double traceEstimate();
+  void updateRatioWeights();
 
   const MassModel<float>& model;
   glm::dvec3 spacing;

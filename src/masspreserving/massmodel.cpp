@@ -36,6 +36,38 @@ void MassModel<Real>::evaluate(const Volume<Real>& b, Volume<Real>& residual,
 }
 
 template <typename Real>
+void MassModel<Real>::evaluate(const Volume<Real>& b, const Volume<Real>& ratioRoot,
+                               const Volume<Real>& inverseRoot, Volume<Real>& residual,
+                               Volume<Real>& low, Volume<Real>& high, Volume<Real>& mean) const {
+  const std::size_t nx = static_cast<std::size_t>(size.x);
+  std::vector<Real> c1(nx), c2(nx), i1(nx), i2(nx), last1(nx), last2(nx), lastI1(nx), lastI2(nx);
+  const std::vector<Real> ones(nx, Real(1));
+  for (int z = 0; z < size.z; ++z)
+    for (int j = 0; j <= size.y; ++j) {
+      const Real* shift = b.data() + b.index(0, j, z);
+      firstIntegral.sampleRow(j, z, shift, Real(1), c1.data(), i1.data());
+      secondIntegral.sampleRow(j, z, shift, Real(-1), c2.data(), i2.data());
+      if (j > 0) {
+        const std::size_t row = static_cast<std::size_t>(residual.index(0, j - 1, z));
+        const Real* root = ratioRoot.size() == 0 ? ones.data() : ratioRoot.data() + row;
+        const Real* inverse = ratioRoot.size() == 0 ? ones.data() : inverseRoot.data() + row;
+        for (std::size_t x = 0; x < nx; ++x) {
+          const Real f = root[x], over = inverse[x];
+          const Real mass1 = (c1[x] - last1[x]) * over, mass2 = (c2[x] - last2[x]) * f;
+          residual.data()[row + x] = mass1 - mass2;
+          mean.data()[row + x] = Real(0.5) * (mass1 + mass2);
+          low.data()[row + x] = lastI1[x] * over + lastI2[x] * f;
+          high.data()[row + x] = i1[x] * over + i2[x] * f;
+        }
+      }
+      std::swap(c1, last1);
+      std::swap(c2, last2);
+      std::swap(i1, lastI1);
+      std::swap(i2, lastI2);
+    }
+}
+
+template <typename Real>
 void correctAlong(const ColumnIntegral<Real>& image, const Volume<Real>& b, Real sign,
                   Volume<Real>& out) {
   const glm::ivec3 size = image.dimensions();

@@ -33,6 +33,19 @@ class MassModel {
   /// r (voxels) and s (edges) at b (edges). Overwrites both.
   void evaluate(const Volume<Real>& b, Volume<Real>& residual, Volume<Real>& slope) const;
 
+  /// With a ratio of intensities exp(a) of the first image over the second, one per voxel of the
+  /// undistorted grid:
+  ///
+  ///   r_j = M1_j / f_j - M2_j f_j,   f_j = exp(a_j / 2),   M1, M2 the corrected images.
+  ///
+  /// `ratioRoot` is f, or empty for 1, and
+  /// `inverseRoot` 1 / f, rounded on its own so that exchanging the images exchanges them exactly.
+  /// `low` and `high` (voxels) are the slopes at a voxel's lower and upper edge, dr_j = high_j
+  /// db_(j+1) - low_j db_j; `mean` is (M1 / f + M2 f) / 2, which is -dr / da. Overwrites all four.
+  void evaluate(const Volume<Real>& b, const Volume<Real>& ratioRoot,
+                const Volume<Real>& inverseRoot, Volume<Real>& residual, Volume<Real>& low,
+                Volume<Real>& high, Volume<Real>& mean) const;
+
   /// The two corrected images (voxels).
   void correct(const Volume<Real>& b, Volume<Real>& first, Volume<Real>& second) const;
 

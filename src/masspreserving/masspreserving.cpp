@@ -23,6 +23,17 @@ constexpr int fewestVoxels = 12;         // along an axis of the coarsest resolu
 constexpr double smallestStep = 0.01;    // in voxels; steps below it end a resolution
 constexpr double smallestMotion = 0.05;  // of the grid's farthest corner, in voxels
 constexpr double largestStretch = 0.98;  // between voxels of the result
+// Of the ratio of intensities: a function of the intensity relative to its level near by (nodes a
+// sixth of the longest edge apart), up to three times that, and polynomials of the place.
+constexpr int knotCount = 31;
+constexpr double knotStep = 0.1;
+constexpr double levelCells = 6.0;
+// Their prior precisions before anything is known: shading of 1 %, contrasts of some per cent.
+constexpr double firstShapeWeight = 1e4, firstKnotWeight = 1e3;
+// By how much polynomials of degree 1 and 2 have to lower the residuals' variance to be taken.
+constexpr double shadingGain = 1.5, curvedShadingGain = 4.0;
+// Steps of the finest resolution that estimate the ratio; the coarser ones knew most of it.
+constexpr int mostFinestRatioSteps = 3;
 constexpr double solverTolerance = 0.2;
 constexpr int mostSolverIterations = 60;
 // The motion needs fewer steps than the displacement, and its steps cost more.
@@ -55,6 +66,14 @@ class Estimation {
   void fitCoarse(Head mode);
   void fitLevel(int level, Head mode);
   void startLevel(int level, Head mode);
+  void runLevel(int level, Head mode);
+  void startRatio();
+  bool ratioLowersVariance(int degree, double gain);
+  RatioBasis<float> ratioBasis(int level) const;
+  CoarseGrid nodesOver(int level, double cells) const;
+  glm::dvec3 voxelPart(int level) const {
+    return glm::dvec3(gridOf(level).factor) / glm::dvec3(levels.front().voxels);
+  }
   bool headMoved();
   Volume<float> seenByFirst(const Volume<float>& halfWay) const;
   void report(int level, int iteration, const LevelFit::Step& step, const FitStatistics& now);
@@ -73,6 +92,9 @@ class Estimation {
   Volume<float> b;
   HeadMotion head;
   FitStatistics statistics;
+  RatioKnowledge ratio;
+  int ratioDegree = 0;         // of its polynomials; 0: there is no local ratio
+  double logLikelihood = 0.0;  // of a residual, at the resolution before
   MassPreservingResult result;
 };
 
@@ -93,6 +115,7 @@ void Estimation::startLevel(int level, Head mode) {
     const glm::dvec3 spacing = gridOf(level).voxelMm;
     b = transportStart<float>(imagesOf(level).first, imagesOf(level).second, spacing / spacing.y);
     statistics = {};
+    startRatio();
     statistics.roughnessWeight = firstRoughnessWeight(spacing);
     head = {};
     if (mode == Head::moving) head.response.fill(Volume<float>(b.dimensions(), 0.0F));
@@ -109,6 +132,38 @@ void Estimation::startLevel(int level, Head mode) {
 
 void Estimation::fitLevel(int level, Head mode) {
   startLevel(level, mode);
+  runLevel(level, mode);
+}
+
+void Estimation::startRatio() {
+  ratio = {};
+  ratio.shapeWeight = firstShapeWeight;
+  ratio.knotWeight = firstKnotWeight;
+}
+
+// Whether a ratio with polynomials of this degree lowers the residuals' variance by the factor
+// `gain` or more at half the resolution; if not, everything is left as it was.
+bool Estimation::ratioLowersVariance(int degree, double gain) {
+  Volume<float> plainB = b;
+  const FitStatistics plain = statistics;
+  const RatioKnowledge plainRatio = ratio;
+  const int plainDegree = ratioDegree;
+  const double plainLikelihood = logLikelihood;
+  startRatio();
+  ratioDegree = degree;
+  runLevel(1, Head::still);
+  // With heavy tails the likelihood measures the bulk, which a few places do not sway.
+  if (std::exp(2.0 * (logLikelihood - plainLikelihood)) > gain) return true;
+  b = std::move(plainB);
+  statistics = plain;
+  ratio = plainRatio;
+  ratioDegree = plainDegree;
+  logLikelihood = plainLikelihood;
+  return false;
+}
+
+// Steps from the current displacement.
+void Estimation::runLevel(int level, Head mode) {
   const Images& pair = imagesOf(level);
   const bool finest = level == 0;
   MassModel<float> model(pair.first, pair.second);
@@ -117,11 +172,15 @@ void Estimation::fitLevel(int level, Head mode) {
     moving.emplace(model, pair.first, pair.second, placeOfLevel(level));
     moving->hold(head.motion, b);
   }
-  LevelFit fit(model, gridOf(level).voxelMm, std::move(b), statistics);
+  std::optional<RatioFit<float>> ratioFit;
+  if (ratioDegree > 0) ratioFit.emplace(ratioBasis(level), ratio);
+  LevelFit fit(model, gridOf(level).voxelMm, std::move(b), statistics,
+               ratioFit ? &*ratioFit : nullptr);
   const int coarse =
       moving ? std::min(options.coarseIterations, mostMovingIterations) : options.coarseIterations;
   const int iterations = finest ? options.finestIterations : coarse;
   for (int i = 0; i < iterations; ++i) {
+    if (ratioFit && finest && i == mostFinestRatioSteps) ratioFit->hold();
     const bool last = finest && i + 1 == iterations;
     const LevelFit::Step step = fit.step(solverTolerance, mostSolverIterations);
     bool settled = step.largestStep < smallestStep;
@@ -134,12 +193,29 @@ void Estimation::fitLevel(int level, Head mode) {
     // Outliers are told apart in the second half of the finest resolution only: before, what is not
     // yet explained is not an outlier.
     const bool student = finest && i >= iterations / 2;
-    if (!last) fit.updateStatistics(student ? NoiseTails::student : NoiseTails::normal);
+    // The coarser resolutions know enough of the ratio.
+    const RatioEvidence evidence = finest ? RatioEvidence::kept : RatioEvidence::updated;
+    if (!last) fit.updateStatistics(student ? NoiseTails::student : NoiseTails::normal, evidence);
     report(level, i, step, fit.statistics());
     if (settled) break;
   }
   b = fit.displacement();
   statistics = fit.statistics();
+  if (ratioFit) ratio = ratioFit->knowledge();
+  if (level == 1) logLikelihood = fit.logLikelihood();
+}
+
+// Nodes that are an n-th of the longest edge of the volume apart, for a resolution's voxels.
+CoarseGrid Estimation::nodesOver(int level, double cells) const {
+  const PyramidLevel& own = levels.front();
+  const glm::dvec3 extent = glm::dvec3(own.voxels) * own.voxelMm;
+  const double longest = std::max({extent.x, extent.y, extent.z});
+  return {gridOf(level).voxels, voxelPart(level), CoarseGrid::nodesFor(extent, longest / cells)};
+}
+
+RatioBasis<float> Estimation::ratioBasis(int level) const {
+  return {gridOf(level).voxels,        voxelPart(level), ratioDegree, knotCount, knotStep,
+          nodesOver(level, levelCells)};
 }
 
 void Estimation::fitCoarse(Head mode) {
@@ -158,6 +234,7 @@ Volume<float> Estimation::seenByFirst(const Volume<float>& halfWay) const {
 bool Estimation::headMoved() {
   Volume<float> stillB = std::move(b);
   const FitStatistics still = statistics;
+  const RatioKnowledge stillRatio = ratio;
   fitCoarse(Head::moving);
   const Images& pair = imagesOf(1);
   const GridPlace place = placeOfLevel(1);
@@ -170,6 +247,7 @@ bool Estimation::headMoved() {
   if (!evidence.isMotion(std::min({mm.x, mm.y, mm.z}))) {
     b = std::move(stillB);
     statistics = still;
+    ratio = stillRatio;
     head = {};
     return false;
   }
@@ -200,6 +278,9 @@ MassPreservingResult Estimation::run(const Volume<float>& first, const Volume<fl
              scaledImage(second, std::exp(0.5 * logScale) / signal));
 
   fitCoarse(Head::still);
+  if (options.localRatio && options.estimateScale && levels.size() > 1 &&
+      ratioLowersVariance(1, shadingGain))
+    ratioLowersVariance(2, curvedShadingGain);
   const bool moved = options.estimateMotion && levels.size() > 1 && headMoved();
   fitLevel(0, moved ? Head::moving : Head::still);
 

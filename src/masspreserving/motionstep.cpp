@@ -27,7 +27,8 @@ MotionMatrix blockScatter(const Objective<float>& objective,
                           const std::array<Volume<float>, motionParameters>& derivatives,
                           const MotionResponse& response) {
   const Volume<float>& r = objective.residuals();
-  const Volume<float>& s = objective.slopes();
+  const Volume<float>& lows = objective.lowSlopes();
+  const Volume<float>& highs = objective.highSlopes();
   const glm::ivec3 size = r.dimensions();
   MotionMatrix scatter = MotionMatrix::Zero();
   const auto bound = [](int block, int n) { return block * n / blocksPerAxis; };
@@ -39,7 +40,7 @@ MotionMatrix blockScatter(const Objective<float>& objective,
       for (int y = bound(at.y, size.y); y < bound(at.y + 1, size.y); ++y)
         for (int x = bound(at.x, size.x); x < bound(at.x + 1, size.x); ++x) {
           const double weighted = static_cast<double>(objective.weight.at(x, y, z)) * r.at(x, y, z);
-          const double low = s.at(x, y, z), high = s.at(x, y + 1, z);
+          const double low = lows.at(x, y, z), high = highs.at(x, y, z);
           for (std::size_t p = 0; p < motionParameters; ++p)
             sum[static_cast<int>(p)] +=
                 weighted * (static_cast<double>(derivatives[p].at(x, y, z)) -
@@ -124,28 +125,31 @@ MotionStep motionStep(Objective<float>& objective, const LineSolver<float>& line
   const auto product = [&](const Volume<float>& v, Volume<float>& out) {
     objective.product(v, out);
   };
+  // What the ratio of intensities would make up for says nothing about the motion.
+  std::array<Volume<float>, motionParameters> beside = derivatives;
+  for (Volume<float>& derivative : beside) objective.takeRatioFrom(derivative);
+  const Volume<float> residuals = objective.residualsBesideRatio();
   std::array<Volume<float>, motionParameters> coupling, left;
   MotionStep step;
   MotionVector rhs;
   for (std::size_t p = 0; p < motionParameters; ++p) {
     coupling[p] = left[p] = Volume<float>(gradient.dimensions());
-    objective.gradientOf(derivatives[p], coupling[p]);
+    objective.gradientOf(beside[p], coupling[p]);
     step.solverIterations += improveSolution<float>(product, lines, coupling[p], response[p],
                                                     tolerance, maxSolverIterations)
                                  .iterations;
     objective.product(response[p], left[p]);
     left[p] = coupling[p] - left[p];
     rhs[static_cast<int>(p)] =
-        weightedDot(objective.weight, derivatives[p], objective.residuals()) -
-        dot(response[p], gradient);
+        weightedDot(objective.weight, derivatives[p], residuals) - dot(response[p], gradient);
   }
   // The curvature with b following `response`, which need not be exact.
   for (std::size_t p = 0; p < motionParameters; ++p)
     for (std::size_t q = 0; q < motionParameters; ++q)
       step.precision(static_cast<int>(p), static_cast<int>(q)) =
-          weightedDot(objective.weight, derivatives[p], derivatives[q]) -
-          dot(coupling[p], response[q]) - dot(response[p], left[q]);
-  step.scatter = blockScatter(objective, derivatives, response);
+          weightedDot(objective.weight, derivatives[p], beside[q]) - dot(coupling[p], response[q]) -
+          dot(response[p], left[q]);
+  step.scatter = blockScatter(objective, beside, response);
   const MotionVector prior = priorPrecision();
   step.precision.diagonal() += prior;
   rhs += prior.cwiseProduct(parametersOf(motion));

@@ -52,7 +52,8 @@ double logLikelihood(const Bins& bins, double nu, double v) {
 }  // namespace
 
 template <typename Real>
-NoiseFit fitNoise(const Volume<Real>& r, const Volume<Real>& s, NoiseTails tails) {
+NoiseFit fitNoise(const Volume<Real>& r, const Volume<Real>& low, const Volume<Real>& high,
+                  NoiseTails tails) {
   Bins bins;
   bins.weight.assign(std::size_t{1} << (31 - binShift), 0.0);
   bins.sum = bins.weight;
@@ -60,7 +61,7 @@ NoiseFit fitNoise(const Volume<Real>& r, const Volume<Real>& s, NoiseTails tails
   for (int z = 0; z < r.nz(); ++z)
     for (int j = 0; j < r.ny(); ++j)
       for (int x = 0; x < r.nx(); ++x) {
-        const double w = std::max(static_cast<double>(s.at(x, j, z)) * s.at(x, j + 1, z), 0.0);
+        const double w = std::max(static_cast<double>(low.at(x, j, z)) * high.at(x, j, z), 0.0);
         const double square = static_cast<double>(r.at(x, j, z)) * r.at(x, j, z);
         const std::size_t bin =
             std::bit_cast<std::uint32_t>(static_cast<float>(square)) >> binShift;
@@ -74,8 +75,10 @@ NoiseFit fitNoise(const Volume<Real>& r, const Volume<Real>& s, NoiseTails tails
   if (!(bins.total > 0.0)) return fit;
   fit.effectiveCount = bins.total * bins.total / squares;
   fit.noise.variance = all / bins.total;
-  if (tails == NoiseTails::normal || !(fit.noise.variance > 0.0)) return fit;
+  if (!(fit.noise.variance > 0.0)) return fit;
   double best = -0.5 * bins.total * (std::log(2.0 * std::numbers::pi * fit.noise.variance) + 1.0);
+  fit.logLikelihood = best / bins.total;
+  if (tails == NoiseTails::normal) return fit;
   const double start = fit.noise.variance;
   for (const double nu : std::array{3.0, 4.0, 6.0, 9.0, 15.0, 30.0}) {
     const double v = scaleFor(bins, nu, start);
@@ -85,10 +88,13 @@ NoiseFit fitNoise(const Volume<Real>& r, const Volume<Real>& s, NoiseTails tails
     best = likelihood;
     fit.noise = {v, nu};
   }
+  fit.logLikelihood = best / bins.total;
   return fit;
 }
 
-template NoiseFit fitNoise(const Volume<float>&, const Volume<float>&, NoiseTails);
-template NoiseFit fitNoise(const Volume<double>&, const Volume<double>&, NoiseTails);
+template NoiseFit fitNoise(const Volume<float>&, const Volume<float>&, const Volume<float>&,
+                           NoiseTails);
+template NoiseFit fitNoise(const Volume<double>&, const Volume<double>&, const Volume<double>&,
+                           NoiseTails);
 
 }  // namespace mirel

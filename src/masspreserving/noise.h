@@ -18,25 +18,38 @@ struct ResidualNoise {
   }
 };
 
+/// How far the mean t of two corrected magnitudes stands out of their difference's noise of
+/// variance v, from 0 to 1: t^4 / (t^4 + (5 v)^2). Where there is nothing but noise, t^2 is about
+/// 0.8 v and this 0.02: what noise lies there does not move with the signal, and would be taken for
+/// signal that is not stretched.
+inline double aboveNoise(double t, double variance) {
+  const double u = t > 0.0 ? t * t : 0.0, floor = 5.0 * variance;
+  return u > 0.0 ? u * u / (u * u + floor * floor) : 0.0;
+}
+
 /// A fit of noise and the number of residuals of equal weight that would determine it as well.
 struct NoiseFit {
   ResidualNoise noise;
   double effectiveCount = 0.0;
+  double logLikelihood = 0.0;  ///< mean of a residual's
 };
 
 /// Which distributions `fitNoise` may choose.
 enum class NoiseTails { normal, student };
 
 /// Maximum likelihood fit to the residuals of voxels (nx, ny, nz), each weighted with the product
-/// of the `slopes` (nx, ny + 1, nz) at its two edges: where there is signal. With
+/// of the slopes at its two edges, `low` and `high` (nx, ny, nz): where there is signal. With
 /// `NoiseTails::student`, nu is chosen from 3, 4, 6, 9, 15, 30 and infinity (normal); it then
 /// measures how far the residuals are from normal, so that pairs which the model explains keep
 /// all their information and outliers of others do not count.
 /// Residuals are binned by size, 16 bins per factor of two.
 template <typename Real>
-NoiseFit fitNoise(const Volume<Real>& residuals, const Volume<Real>& slopes, NoiseTails tails);
+NoiseFit fitNoise(const Volume<Real>& residuals, const Volume<Real>& low, const Volume<Real>& high,
+                  NoiseTails tails);
 
-extern template NoiseFit fitNoise(const Volume<float>&, const Volume<float>&, NoiseTails);
-extern template NoiseFit fitNoise(const Volume<double>&, const Volume<double>&, NoiseTails);
+extern template NoiseFit fitNoise(const Volume<float>&, const Volume<float>&, const Volume<float>&,
+                                  NoiseTails);
+extern template NoiseFit fitNoise(const Volume<double>&, const Volume<double>&,
+                                  const Volume<double>&, NoiseTails);
 
 }  // namespace mirel

@@ -24,11 +24,21 @@ Objective<Real>::Objective(const MassModel<Real>& massModel, const Roughness<Rea
       model(massModel),
       roughness(form),
       residual(massModel.voxels(), Real(0)),
-      slope(massModel.edges(), Real(0)),
+      low(massModel.voxels(), Real(0)),
+      high(massModel.voxels(), Real(0)),
+      mean(massModel.voxels(), Real(0)),
       diagonal(massModel.edges(), Real(0)),
       next(massModel.edges(), Real(0)),
       scratch(massModel.edges(), Real(0)),
-      rough(massModel.edges(), Real(0)) {}
+      rough(massModel.edges(), Real(0)),
+      voxelScratch(massModel.voxels(), Real(0)) {}
+
+template <typename Real>
+void Objective<Real>::evaluate(const Volume<Real>& b) {
+  static const Volume<Real> none;
+  model.evaluate(b, ratio != nullptr ? ratio->root() : none,
+                 ratio != nullptr ? ratio->inverseRoot() : none, residual, low, high, mean);
+}
 
 // Residual and barrier terms; with a gradient also the blocks of the Hessian.
 template <typename Real>
@@ -43,19 +53,19 @@ double Objective<Real>::addDataTerms(const Volume<Real>& b, Volume<Real>* gradie
   }
   for (int z = 0; z < size.z; ++z)
     for (int j = 0; j < size.y; ++j) {
-      const int voxel = residual.index(0, j, z), low = b.index(0, j, z), high = low + nx;
+      const int voxel = residual.index(0, j, z), below = b.index(0, j, z), above = below + nx;
       double rowTotal = 0.0;
       for (int x = 0; x < nx; ++x) {
         const double r = residual.data()[voxel + x], w = weight.data()[voxel + x];
-        const Barrier barrier(static_cast<double>(b.data()[high + x]) - b.data()[low + x]);
+        const Barrier barrier(static_cast<double>(b.data()[above + x]) - b.data()[below + x]);
         rowTotal += 0.5 * w * r * r + barrier.value;
         if (gradient == nullptr) continue;
-        const double s0 = slope.data()[low + x], s1 = slope.data()[high + x];
-        gradient->data()[low + x] -= static_cast<Real>(w * r * s0 + barrier.first);
-        gradient->data()[high + x] += static_cast<Real>(w * r * s1 + barrier.first);
-        diagonal.data()[low + x] += static_cast<Real>(w * s0 * s0 + barrier.second);
-        diagonal.data()[high + x] += static_cast<Real>(w * s1 * s1 + barrier.second);
-        next.data()[low + x] = static_cast<Real>(-w * s0 * s1 - barrier.second);
+        const double s0 = low.data()[voxel + x], s1 = high.data()[voxel + x];
+        gradient->data()[below + x] -= static_cast<Real>(w * r * s0 + barrier.first);
+        gradient->data()[above + x] += static_cast<Real>(w * r * s1 + barrier.first);
+        diagonal.data()[below + x] += static_cast<Real>(w * s0 * s0 + barrier.second);
+        diagonal.data()[above + x] += static_cast<Real>(w * s1 * s1 + barrier.second);
+        next.data()[below + x] = static_cast<Real>(-w * s0 * s1 - barrier.second);
       }
       total += rowTotal;
     }
@@ -63,21 +73,30 @@ double Objective<Real>::addDataTerms(const Volume<Real>& b, Volume<Real>* gradie
 }
 
 template <typename Real>
-double Objective<Real>::value(const Volume<Real>& b) {
-  model.evaluate(b, residual, slope);
-  const double data = addDataTerms(b, nullptr);
-  if (!std::isfinite(data)) return data;
+double Objective<Real>::valueOfPriors(const Volume<Real>& b) {
   roughness.apply(b, rough, scratch);
-  return data + 0.5 * dot(b, rough);
+  return 0.5 * dot(b, rough) + (ratio != nullptr ? ratio->priorEnergy() : 0.0);
+}
+
+template <typename Real>
+double Objective<Real>::value(const Volume<Real>& b) {
+  evaluate(b);
+  const double data = addDataTerms(b, nullptr);
+  return std::isfinite(data) ? data + valueOfPriors(b) : data;
 }
 
 template <typename Real>
 double Objective<Real>::linearise(const Volume<Real>& b, Volume<Real>& gradient) {
-  model.evaluate(b, residual, slope);
+  evaluate(b);
   const double data = addDataTerms(b, &gradient);
-  roughness.apply(b, rough, scratch);
+  const double priors = valueOfPriors(b);
   gradient += rough;
-  return data + 0.5 * dot(b, rough);
+  if (eliminates()) {
+    ratio->linearise(weight, residual, mean);
+    ratio->change(-ratio->solve(ratio->gradient()), voxelScratch);
+    addGradientOf(voxelScratch, gradient);
+  }
+  return data + priors;
 }
 
 template <typename Real>
@@ -98,33 +117,69 @@ void Objective<Real>::product(const Volume<Real>& v, Volume<Real>& out) {
       if (j > 0)
         for (int x = 0; x < nx; ++x) o[x] += n[x - nx] * u[x - nx];
     }
+  if (!eliminates()) return;
+  residualChange(v, voxelScratch);
+  ratio->change(-ratio->solve(ratio->weighted(voxelScratch)), voxelScratch);
+  addGradientOf(voxelScratch, out);
+}
+
+template <typename Real>
+void Objective<Real>::residualChange(const Volume<Real>& v, Volume<Real>& out) const {
+  const glm::ivec3 size = model.voxels();
+  const int nx = size.x;
+  for (int z = 0; z < size.z; ++z)
+    for (int j = 0; j < size.y; ++j) {
+      const int voxel = out.index(0, j, z), edge = v.index(0, j, z);
+      const Real* u = v.data() + edge;
+      for (int x = 0; x < nx; ++x)
+        out.data()[voxel + x] = high.data()[voxel + x] * u[x + nx] - low.data()[voxel + x] * u[x];
+    }
+}
+
+template <typename Real>
+void Objective<Real>::addGradientOf(const Volume<Real>& v, Volume<Real>& out) const {
+  const glm::ivec3 size = model.voxels();
+  const int nx = size.x;
+  for (int z = 0; z < size.z; ++z)
+    for (int j = 0; j < size.y; ++j) {
+      const int voxel = v.index(0, j, z), edge = out.index(0, j, z);
+      Real* o = out.data() + edge;
+      for (int x = 0; x < nx; ++x) {
+        const Real weighted = weight.data()[voxel + x] * v.data()[voxel + x];
+        o[x] -= low.data()[voxel + x] * weighted;
+        o[x + nx] += high.data()[voxel + x] * weighted;
+      }
+    }
 }
 
 template <typename Real>
 void Objective<Real>::dataProduct(const Volume<Real>& v, Volume<Real>& out) const {
-  const glm::ivec3 size = model.voxels();
-  out.setAll(Real(0));
-  for (int z = 0; z < size.z; ++z)
-    for (int j = 0; j < size.y; ++j)
-      for (int x = 0; x < size.x; ++x) {
-        const Real s0 = slope.at(x, j, z), s1 = slope.at(x, j + 1, z);
-        const Real change = weight.at(x, j, z) * (s1 * v.at(x, j + 1, z) - s0 * v.at(x, j, z));
-        out.at(x, j, z) -= s0 * change;
-        out.at(x, j + 1, z) += s1 * change;
-      }
+  Volume<Real> change(model.voxels());
+  residualChange(v, change);
+  takeRatioFrom(change);
+  gradientOf(change, out);
+}
+
+template <typename Real>
+void Objective<Real>::takeRatioFrom(Volume<Real>& v) const {
+  if (!eliminates()) return;
+  Volume<Real> part(v.dimensions());
+  ratio->change(-ratio->solve(ratio->weighted(v)), part);
+  v += part;
+}
+
+template <typename Real>
+Volume<Real> Objective<Real>::residualsBesideRatio() const {
+  if (!eliminates()) return residual;
+  Volume<Real> rest(residual.dimensions());
+  ratio->change(-ratio->solve(ratio->gradient()), rest);
+  return rest += residual;
 }
 
 template <typename Real>
 void Objective<Real>::gradientOf(const Volume<Real>& v, Volume<Real>& out) const {
-  const glm::ivec3 size = model.voxels();
   out.setAll(Real(0));
-  for (int z = 0; z < size.z; ++z)
-    for (int j = 0; j < size.y; ++j)
-      for (int x = 0; x < size.x; ++x) {
-        const Real weighted = weight.at(x, j, z) * v.at(x, j, z);
-        out.at(x, j, z) -= slope.at(x, j, z) * weighted;
-        out.at(x, j + 1, z) += slope.at(x, j + 1, z) * weighted;
-      }
+  addGradientOf(v, out);
 }
 
 template <typename Real>

@@ -2,6 +2,7 @@
 
 #include "containers/volume.h"
 #include "masspreserving/massmodel.h"
+#include "masspreserving/ratiofit.h"
 #include "masspreserving/roughness.h"
 
 namespace mirel {
@@ -17,8 +18,9 @@ struct Barrier {
 ///
 ///   E(b) = 1/2 sum_j weight_j r_j(b)^2  +  sum_j barrier(b_(j+1) - b_j)  +  1/2 b' R b
 ///
-/// summed over all columns, R the roughness form. `weight` is the inverse noise variance of a
-/// residual (0 where an image does not reach), so E is in units of the noise.
+/// and c'Pc / 2 of the coefficients c of the images' ratio of intensities if that is estimated
+/// (`ratio`), summed over all columns, R the roughness form. `weight` is the inverse noise variance
+/// of a residual (0 where an image does not reach), so E is in units of the noise.
 template <typename Real>
 class Objective {
  public:
@@ -26,36 +28,54 @@ class Objective {
 
   /// Inverse variances of the residuals, one per voxel; 1 at first.
   Volume<Real> weight;
+  /// The ratio of intensities; null: 1. `linearise` and `product` are then those of E with the
+  /// ratio's coefficients at their best for each b (eliminated, see RatioFit).
+  RatioFit<Real>* ratio = nullptr;
 
   /// E(b); infinite if a |stretch| reaches 1.
   double value(const Volume<Real>& b);
 
-  /// E(b) and its gradient; keeps what `product` and `LineSolver` need of b.
+  /// E(b) and its gradient (with c following b); keeps what `product` and `LineSolver` need of b.
   double linearise(const Volume<Real>& b, Volume<Real>& gradient);
 
   /// out = H v at the last linearisation: J' W J of the residuals (Gauss-Newton) and the exact
-  /// second derivatives of barrier and roughness.
+  /// second derivatives of barrier and roughness, with the ratio eliminated.
   void product(const Volume<Real>& v, Volume<Real>& out);
+  /// out = J v: the change of the residuals (voxels) with b (edges).
+  void residualChange(const Volume<Real>& v, Volume<Real>& out) const;
   /// The part of `product` that comes from the residuals alone.
   void dataProduct(const Volume<Real>& v, Volume<Real>& out) const;
   /// out = J' W v: how a change v of the residuals (voxels) changes the gradient (edges).
   void gradientOf(const Volume<Real>& v, Volume<Real>& out) const;
 
+  /// Takes from a change v of the residuals (voxels) what a change of the ratio makes up for, at
+  /// the last linearisation: J'W of the rest is the eliminated gradient's change.
+  void takeRatioFrom(Volume<Real>& v) const;
+  /// The residuals with the ratio at its best for small changes.
+  Volume<Real> residualsBesideRatio() const;
+
   void setRoughness(const Roughness<Real>& form) { roughness = form; }
   const Roughness<Real>& roughnessForm() const { return roughness; }
-  /// Residuals and slopes of the last call to `value` or `linearise`.
+  /// Residuals of the last call to `value` or `linearise`, their slopes at the voxels' lower and
+  /// upper edges, and the mean of the two corrected images.
   const Volume<Real>& residuals() const { return residual; }
-  const Volume<Real>& slopes() const { return slope; }
+  const Volume<Real>& lowSlopes() const { return low; }
+  const Volume<Real>& highSlopes() const { return high; }
+  const Volume<Real>& means() const { return mean; }
   /// Tridiagonal blocks along y of residuals and barrier: entries (j, j) and (j, j + 1).
   const Volume<Real>& blockDiagonal() const { return diagonal; }
   const Volume<Real>& blockNext() const { return next; }
 
  private:
   double addDataTerms(const Volume<Real>& b, Volume<Real>* gradient);
+  void evaluate(const Volume<Real>& b);
+  bool eliminates() const { return ratio != nullptr && !ratio->isHeld(); }
+  void addGradientOf(const Volume<Real>& v, Volume<Real>& out) const;
+  double valueOfPriors(const Volume<Real>& b);
 
   const MassModel<Real>& model;
   Roughness<Real> roughness;
-  Volume<Real> residual, slope, diagonal, next, scratch, rough;
+  Volume<Real> residual, low, high, mean, diagonal, next, scratch, rough, voxelScratch;
 };
 
 /// Sum of products in double, row after row, with a fixed order.

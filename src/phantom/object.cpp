@@ -124,13 +124,27 @@ Volume<float> meanPerVoxel(const Volume<float>& density, glm::ivec3 size) {
   return image;
 }
 
+float factorOf(Tissue tissue, const TissueContrast& contrast) {
+  switch (tissue) {
+    case Tissue::csf:
+      return contrast.csf;
+    case Tissue::grey:
+      return contrast.grey;
+    case Tissue::white:
+      return contrast.white;
+    default:
+      return 1.0F;
+  }
+}
+
 // The fluid around and within the brain belongs to its mask; that of the skull's inside does not
 // reach beyond 2.6 mm.
 bool countsAsBrain(Tissue tissue) { return Anatomy::isBrain(tissue) || tissue == Tissue::csf; }
 
 }  // namespace
 
-HeadObject sampleHead(const PhantomGrid& grid, std::uint64_t seed, const RigidMotion& motion) {
+HeadObject sampleHead(const PhantomGrid& grid, std::uint64_t seed, const RigidMotion& motion,
+                      const TissueContrast& contrast) {
   checkGrid(grid);
   const Anatomy anatomy(seed);
   const Texture texture(seed, 9.0);
@@ -152,7 +166,7 @@ HeadObject sampleHead(const PhantomGrid& grid, std::uint64_t seed, const RigidMo
                                 z + (layer + 0.5) / layers - 0.5);
       p = scale * (back * (grid.positionMm(position) - motion.translationMm));
       const Tissue tissue = anatomy.tissueAt(p);
-      sum += Anatomy::signal(tissue);
+      sum += Anatomy::signal(tissue) * factorOf(tissue, contrast);
       headCount[voxel] = static_cast<unsigned char>(headCount[voxel] + (tissue != Tissue::outside));
       brainCount[voxel] = static_cast<unsigned char>(brainCount[voxel] + countsAsBrain(tissue));
     }

@@ -33,6 +33,11 @@ struct HeadObject {
   Volume<unsigned char> brainMask;  ///< the same of brain: grey, white and the fluid in its outline
 };
 
+/// Factors of the tissues' signal, as another contrast (repetition time, say) makes them.
+struct TissueContrast {
+  float csf = 1.0F, grey = 1.0F, white = 1.0F;
+};
+
 /// Samples the head on a grid, fitted to the field of view: the anatomy is stretched along each
 /// axis so that any grid, whatever its size and shape, holds the whole head, with two voxels to
 /// spare on each side in plane.
@@ -42,7 +47,8 @@ struct HeadObject {
 /// blur of an echo-planar readout.
 ///
 /// Errors  std::invalid_argument for a size below 1 or a voxel size that is not positive.
-HeadObject sampleHead(const PhantomGrid& grid, std::uint64_t seed, const RigidMotion& motion = {});
+HeadObject sampleHead(const PhantomGrid& grid, std::uint64_t seed, const RigidMotion& motion = {},
+                      const TissueContrast& contrast = {});
 
 /// Susceptibility in ppm against air on `grid`, which is continued by `margin` voxels beyond each
 /// face: element (0, 0, 0) is voxel -margin. The neck goes on in the lower margin.

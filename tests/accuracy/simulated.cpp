@@ -70,6 +70,8 @@ double steepestWithin(const Volume<float>& head, const Volume<float>& shift) {
   return largest;
 }
 
+}  // namespace
+
 // In plane by linear interpolation, which a voxel's cells average to nearly the voxel again.
 Volume<float> inCells(const Volume<float>& image) {
   Volume<float> density(image.nx() * cells, image.ny() * cells, image.nz());
@@ -82,20 +84,25 @@ Volume<float> inCells(const Volume<float>& image) {
   return density;
 }
 
-}  // namespace
+FoldFreeShift foldFreeShift(const Volume<float>& magnitude, const Volume<float>& fieldHz,
+                            double headAbove, double maxShiftVoxels, const Mask& brain) {
+  Volume<float> head(magnitude.dimensions());
+  std::transform(magnitude.data(), magnitude.data() + magnitude.size(), head.data(),
+                 [&](float v) { return v > static_cast<float>(headAbove) ? 1.0F : 0.0F; });
+  FoldFreeShift result{{}, 0.7};
+  for (;; result.smoothingVoxels *= 1.2) {
+    result.shiftVoxels = smoothedWithin(head, fieldHz, result.smoothingVoxels);
+    result.shiftVoxels *=
+        static_cast<float>(maxShiftVoxels / largestWithin(brain, result.shiftVoxels));
+    if (steepestWithin(head, result.shiftVoxels) <= largestChange) return result;
+  }
+}
 
 SimulatedPair simulatePair(const Volume<float>& magnitude, const Volume<float>& fieldHz,
                            double headAbove, double maxShiftVoxels, const Mask& brain,
                            std::uint64_t seed) {
-  Volume<float> head(magnitude.dimensions());
-  std::transform(magnitude.data(), magnitude.data() + magnitude.size(), head.data(),
-                 [&](float v) { return v > static_cast<float>(headAbove) ? 1.0F : 0.0F; });
-  SimulatedPair pair{{}, {}, {}, 0.7};
-  for (;; pair.smoothingVoxels *= 1.2) {
-    pair.shiftVoxels = smoothedWithin(head, fieldHz, pair.smoothingVoxels);
-    pair.shiftVoxels *= static_cast<float>(maxShiftVoxels / largestWithin(brain, pair.shiftVoxels));
-    if (steepestWithin(head, pair.shiftVoxels) <= largestChange) break;
-  }
+  FoldFreeShift field = foldFreeShift(magnitude, fieldHz, headAbove, maxShiftVoxels, brain);
+  SimulatedPair pair{{}, {}, std::move(field.shiftVoxels), field.smoothingVoxels};
   double signal = 0.0;
   for (int i = 0; i < brain.size(); ++i)
     if (brain.data()[i] != 0) signal += static_cast<double>(magnitude.data()[i]) / count(brain);

@@ -43,6 +43,7 @@ class CorrectBackground : public CorrectPair {
                                       lifted(a, toA, "sub-1_dir-AP_epi"),
                                       lifted(b, toB, "sub-1_dir-PA_epi"),
                                       "--json",
+                                      "--overwrite",
                                       "-o",
                                       out()};
     words.insert(words.end(), options.begin(), options.end());

@@ -87,7 +87,7 @@ class CorrectVerdict : public CorrectPair {
   }
   ProgramResult correctAs(const std::string& a, const std::string& b,
                           const std::vector<std::string>& options) const {
-    std::vector<std::string> words = {"correct", a, b, "-o", out()};
+    std::vector<std::string> words = {"correct", a, b, "--overwrite", "-o", out()};
     words.insert(words.end(), options.begin(), options.end());
     return runMirel(words);
   }
@@ -130,7 +130,7 @@ TEST_F(CorrectVerdict, APairThatDoesNotBelongTogetherIsNotToBeTrusted) {
   } cases[] = {{"mirrored along y", mirrored<1>}, {"upside down", mirrored<2>}, {"noise", noise}};
   for (const auto& [what, change] : cases) {
     SCOPED_TRACE(what);
-    const std::string b = changed(pa(), "b", change, pa());
+    const std::string b = changed(pa(), "sub-phantom_dir-PA_epi", change, pa());
     std::vector<std::string> options = acquired("j", "0.04");
     options.push_back("--quiet");
     const ProgramResult result = correctAs(ap(), b, options);
@@ -140,8 +140,9 @@ TEST_F(CorrectVerdict, APairThatDoesNotBelongTogetherIsNotToBeTrusted) {
     const ProgramResult strict = correctAs(ap(), b, options);
     EXPECT_EQ(strict.status, 1);
     EXPECT_EQ(strict.err, result.err);
-    EXPECT_THAT(strict.out, HasSubstr("desc-preproc_fieldmap.nii.gz")) << "all the same";
-    const json record = jsonOf(out("sub-phantom_dir-AP_epi_b_desc-preproc_fieldmap.json"))["Mirel"];
+    EXPECT_THAT(strict.out, HasSubstr("sub-phantom_desc-preproc_fieldmap.nii.gz"))
+        << "all the same";
+    const json record = jsonOf(out("sub-phantom_desc-preproc_fieldmap.json"))["Mirel"];
     EXPECT_EQ(record["Verdict"]["Trust"], "do not trust");
     EXPECT_EQ(record["Warnings"], record["Verdict"]["Reasons"]);
   }

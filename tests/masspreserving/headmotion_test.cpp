@@ -167,7 +167,7 @@ TEST(MovingPair, FindsTheMotionStepByStep) {
     // No step goes farther than a voxel.
     EXPECT_LT(step.largestVoxels, 1.01);
     last = step.largestVoxels;
-    fit.updateStatistics(NoiseTails::normal);
+    fit.updateStatistics(NoiseTails::normal, RatioEvidence::updated);
   }
   EXPECT_LT(last, 0.05);
   EXPECT_LT(glm::length(head.motion.translationMm - moved.truth.translationMm), 0.1);

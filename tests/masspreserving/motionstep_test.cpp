@@ -144,13 +144,15 @@ struct Tiny {
       hessian.col(i) = vectorOf(column);
     }
     jacobian = Eigen::MatrixXd::Zero(m, n);
-    const Volume<float>& s = objective.slopes();
+    const Volume<float>& low = objective.lowSlopes();
+    const Volume<float>& high = objective.highSlopes();
+    const Volume<float> edge(edges);
     for (int z = 0; z < voxels.z; ++z)
       for (int y = 0; y < voxels.y; ++y)
         for (int x = 0; x < voxels.x; ++x) {
           const int row = gradientRow(x, y, z);
-          jacobian(row, s.index(x, y, z)) = -static_cast<double>(s.at(x, y, z));
-          jacobian(row, s.index(x, y + 1, z)) = static_cast<double>(s.at(x, y + 1, z));
+          jacobian(row, edge.index(x, y, z)) = -static_cast<double>(low.at(x, y, z));
+          jacobian(row, edge.index(x, y + 1, z)) = static_cast<double>(high.at(x, y, z));
         }
   }
 

@@ -1,0 +1,155 @@
+// Prints the error of the mass-preserving estimate on pairs that break its model, with the ratio to
+// the unspoiled pair of the same head:
+//
+//   mirel_robustness [--size NX NY NZ] [--shift VOXELS] [--seeds N N ...] [--measured] [--row TEXT]
+//                    [--details] [--local-ratio]
+//
+// Heads are simulated, with one seed each; with --measured they are made from the magnitude and
+// field in MIREL_TEST_DATA. --row takes the rows whose name holds the text, and the first.
+
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "accuracy/spoiledpairs.h"
+#include "masspreserving/masspreserving.h"
+
+using namespace mirel;
+
+namespace {
+
+struct Wanted {
+  glm::ivec3 size{64, 74, 44};
+  double shift = 4.3;
+  std::vector<std::uint64_t> seeds{1, 2, 3};
+  bool measured = false;
+  bool details = false;
+  MassPreservingOptions options;
+  std::string row;
+};
+
+Wanted parse(int argc, char** argv) {
+  Wanted wanted;
+  const std::vector<std::string> words(argv + 1, argv + argc);
+  for (std::size_t i = 0; i < words.size(); ++i) {
+    const auto next = [&] {
+      if (i + 1 >= words.size()) throw std::runtime_error(words[i] + " needs a value");
+      return words[++i];
+    };
+    const std::string option = words[i];
+    if (option == "--size") {
+      for (int axis = 0; axis < 3; ++axis) wanted.size[axis] = std::stoi(next());
+    } else if (option == "--shift") {
+      wanted.shift = std::stod(next());
+    } else if (option == "--seeds") {
+      wanted.seeds.clear();
+      while (i + 1 < words.size() && words[i + 1].rfind("--", 0) != 0)
+        wanted.seeds.push_back(std::stoull(next()));
+    } else if (option == "--measured") {
+      wanted.measured = true;
+    } else if (option == "--details") {
+      wanted.details = true;
+    } else if (option == "--local-ratio") {
+      wanted.options.localRatio = true;
+    } else if (option == "--row") {
+      wanted.row = next();
+    } else {
+      throw std::runtime_error("there is no option " + option);
+    }
+  }
+  return wanted;
+}
+
+struct Score {
+  double squares = 0.0, spoiledSquares = 0.0, largest = 0.0, seconds = 0.0;
+  int pairs = 0, spoiledPairs = 0;
+
+  double rms() const { return std::sqrt(squares / pairs); }
+};
+
+bool folds(const Volume<float>& map) {
+  for (int z = 0; z < map.nz(); ++z)
+    for (int y = 0; y + 1 < map.ny(); ++y)
+      for (int x = 0; x < map.nx(); ++x)
+        if (!(std::abs(map.at(x, y + 1, z) - map.at(x, y, z)) < 1.0F)) return true;
+  return false;
+}
+
+void add(Score& score, const SpoiledPair& pair, const SpoilableHead& head, const Wanted& wanted) {
+  const std::clock_t start = std::clock();
+  const MassPreservingResult found =
+      estimateMassPreserving(pair.first, pair.second, head.voxelMm, wanted.options);
+  score.seconds += static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
+  if (folds(found.shiftVoxels)) throw std::runtime_error("a map folds");
+  const double rms = rmsDifference(found.shiftVoxels, pair.shiftVoxels, pair.scored);
+  score.squares += rms * rms;
+  ++score.pairs;
+  if (count(pair.spoiled) > 0) {
+    const double inside = rmsDifference(found.shiftVoxels, pair.shiftVoxels, pair.spoiled);
+    score.spoiledSquares += inside * inside;
+    ++score.spoiledPairs;
+  }
+  if (wanted.details)
+    std::printf(
+        "  seed %d: rms %.4f noise %.1f nu %.0f alpha %.3g dof %.0f motion %.2f mm it %d+%d\n",
+        static_cast<int>(head.seed), rms, found.noiseSigma, found.noiseTails, found.roughnessWeight,
+        found.degreesOfFreedom, found.motionMm, found.iterations, found.solverIterations);
+}
+
+void run(const Wanted& wanted) {
+  std::vector<SpoilableHead> heads;
+  if (wanted.measured) {
+    const char* folder = std::getenv("MIREL_TEST_DATA");
+    if (folder == nullptr) {
+      std::printf("skipped: MIREL_TEST_DATA does not name the folder of the data\n");
+      return;
+    }
+    for (const std::uint64_t seed : wanted.seeds)
+      heads.push_back(
+          measuredHead(std::string(folder) + "/siemens_prisma_dwi_bold_fmap", wanted.shift, seed));
+  } else {
+    for (const std::uint64_t seed : wanted.seeds)
+      heads.push_back(simulatedHead(wanted.size, wanted.shift, seed));
+  }
+  std::printf(
+      "| pair | rms voxels | times the unspoiled | in the spoiled region | times | s |\n"
+      "|---|---|---|---|---|---|\n");
+  double unspoiled = 0.0;
+  std::vector<double> unspoiledThere;
+  for (const Spoiling& spoiling : spoilings()) {
+    const bool first = unspoiled == 0.0;
+    if (!first && spoiling.name.find(wanted.row) == std::string::npos) continue;
+    Score score;
+    for (const SpoilableHead& head : heads)
+      if (!spoiling.needsContrast || head.withContrast)
+        add(score, spoiling.make(head), head, wanted);
+    if (score.pairs == 0) continue;
+    if (first) unspoiled = score.rms();
+    std::printf("| %s | %.4f | %.2f |", spoiling.name.c_str(), score.rms(),
+                score.rms() / unspoiled);
+    if (score.spoiledPairs > 0) {
+      const double inside = std::sqrt(score.spoiledSquares / score.spoiledPairs);
+      std::printf(" %.4f | %.2f |", inside, inside / unspoiled);
+    } else {
+      std::printf(" | |");
+    }
+    std::printf(" %.2f |\n", score.seconds / score.pairs);
+    std::fflush(stdout);
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    run(parse(argc, argv));
+  } catch (const std::exception& failure) {
+    std::fprintf(stderr, "Error: %s\n", failure.what());
+    return 1;
+  }
+}

@@ -1,0 +1,267 @@
+#include "accuracy/spoiledpairs.h"
+
+#include <algorithm>
+#include <cmath>
+#include <glm/geometric.hpp>
+#include <limits>
+#include <numbers>
+
+#include "accuracy/simulated.h"
+#include "phantom/distort.h"
+#include "phantom/field.h"
+#include "phantom/object.h"
+#include "phantom/phantom.h"
+
+namespace mirel {
+
+namespace {
+
+constexpr int cells = SpoilableHead::cells;
+constexpr double ordinaryNoise = 0.03;
+
+// Applied to a density or an image at a place in units of the field of view, -1 to 1.
+using Factor = std::function<double(glm::dvec3)>;
+
+Volume<float> times(const Volume<float>& image, const Factor& factor) {
+  Volume<float> result(image.dimensions());
+  const glm::dvec3 size(image.dimensions());
+  for (int z = 0; z < image.nz(); ++z)
+    for (int y = 0; y < image.ny(); ++y)
+      for (int x = 0; x < image.nx(); ++x) {
+        const glm::dvec3 unit = 2.0 * (glm::dvec3(x, y, z) + 0.5) / size - 1.0;
+        result.at(x, y, z) = static_cast<float>(factor(unit) * image.at(x, y, z));
+      }
+  return result;
+}
+
+Volume<float> image(const Volume<float>& density, const Volume<float>& shift) {
+  return distort(density, shift, PhaseEncodingAxis::y, cells);
+}
+
+// Rician noise whose deviation is `relative` of the brain's mean times a factor of the place.
+Volume<float> noisy(const SpoilableHead& head, const Volume<float>& signal, double relative,
+                    std::uint64_t stream, const Factor& local = {}) {
+  const double sigma = relative * head.brainMean;
+  if (!local) return addRicianNoise(signal, sigma, head.seed, stream);
+  Volume<float> result(signal.dimensions()), ones(signal.dimensions(), 1.0F);
+  const Volume<float> factor = times(ones, local);
+  const Volume<float> scaled = addRicianNoise(signal / factor, sigma, head.seed, stream);
+  return scaled * factor;
+}
+
+SpoiledPair pairOf(const SpoilableHead& head, const Volume<float>& first,
+                   const Volume<float>& second, double noise = ordinaryNoise,
+                   const Factor& local = {}) {
+  return {noisy(head, first, noise, 1, local),
+          noisy(head, second, noise, 2, local),
+          head.shiftVoxels,
+          eroded(head.brain, 1),
+          {}};
+}
+
+Volume<float> firstOf(const SpoilableHead& head) { return image(head.density, head.shiftVoxels); }
+Volume<float> secondOf(const SpoilableHead& head) { return image(head.density, -head.shiftVoxels); }
+
+Spoiling withNoise(const char* name, double noise) {
+  return {name, false, [noise](const SpoilableHead& head) {
+            return pairOf(head, firstOf(head), secondOf(head), noise);
+          }};
+}
+
+Spoiling larger(const char* name, float factor) {
+  return {name, false, [factor](const SpoilableHead& given) {
+            SpoilableHead head = given;
+            head.shiftVoxels *= factor;
+            // The continuation beyond the head may not fold either, nor the head.
+            float steepest = 0.0F;
+            const Volume<float> slope = shiftDerivative(head.shiftVoxels, PhaseEncodingAxis::y);
+            steepest = std::max(slope.max(), -slope.min());
+            if (steepest > 0.85F) head.shiftVoxels *= 0.85F / steepest;
+            return pairOf(head, firstOf(head), secondOf(head));
+          }};
+}
+
+enum class Course { along, across, middle };
+
+double courseOf(Course course, glm::dvec3 u) {
+  switch (course) {
+    case Course::along:
+      return std::sin(0.5 * std::numbers::pi * u.y);
+    case Course::across:
+      return std::sin(0.5 * std::numbers::pi * (u.x + u.z) / 1.5);
+    case Course::middle:
+      return 1.0 - 2.0 * std::min(glm::dot(u, u), 1.0);
+  }
+  return 0.0;
+}
+
+Spoiling shaded(const char* name, double depth, Course course) {
+  return {name, false, [depth, course](const SpoilableHead& head) {
+            return pairOf(head,
+                          times(firstOf(head),
+                                [&](glm::dvec3 u) { return 1.0 + depth * courseOf(course, u); }),
+                          secondOf(head));
+          }};
+}
+
+Spoiling contrast(const char* name, float csf, float grey, float white) {
+  return {name, true, [=](const SpoilableHead& head) {
+            return pairOf(head, image(head.withContrast(csf, grey, white), head.shiftVoxels),
+                          secondOf(head));
+          }};
+}
+
+// 0 outside a ball low in the front of the head and 1 inside, over a rim of some mm.
+double inRegion(const SpoilableHead& head, glm::dvec3 u) {
+  const glm::dvec3 fov = head.voxelMm * glm::dvec3(head.shiftVoxels.dimensions());
+  const glm::dvec3 mm = 0.5 * (u - glm::dvec3(0.15, 0.40, -0.15)) * fov;
+  return 1.0 / (1.0 + std::exp((glm::length(mm) - 16.0) / 1.5));
+}
+
+Spoiling lostSignal(const char* name, double left) {
+  return {name, false, [left](const SpoilableHead& head) {
+            const auto inside = [&](glm::dvec3 u) { return inRegion(head, u); };
+            const Volume<float> first =
+                times(head.density, [&](glm::dvec3 u) { return 1.0 - (1.0 - left) * inside(u); });
+            SpoiledPair pair = pairOf(head, image(first, head.shiftVoxels), secondOf(head));
+            pair.spoiled =
+                maskAbove(times(Volume<float>(pair.first.dimensions(), 1.0F), inside), 0.1);
+            for (int i = 0; i < pair.scored.size(); ++i) {
+              pair.spoiled.data()[i] &= pair.scored.data()[i];
+              if (pair.spoiled.data()[i] != 0) pair.scored.data()[i] = 0;
+            }
+            return pair;
+          }};
+}
+
+int foldedSlices(const SpoilableHead& head) { return head.shiftVoxels.nz() / 5; }
+
+// Scored above the slices that fold.
+Mask above(const Mask& mask, int slices) {
+  Mask result = mask;
+  for (int z = 0; z < slices; ++z)
+    for (int y = 0; y < mask.ny(); ++y)
+      for (int x = 0; x < mask.nx(); ++x) result.at(x, y, z) = 0;
+  return result;
+}
+
+SpoiledPair folded(const SpoilableHead& given) {
+  SpoilableHead head = given;
+  const int slices = foldedSlices(head);
+  for (int z = 0; z < slices; ++z)
+    for (int y = 0; y < head.shiftVoxels.ny(); ++y)
+      for (int x = 0; x < head.shiftVoxels.nx(); ++x)
+        head.shiftVoxels.at(x, y, z) = head.foldedShift.at(x, y, z);
+  SpoiledPair pair = pairOf(head, firstOf(head), secondOf(head));
+  pair.scored = above(pair.scored, slices);
+  return pair;
+}
+
+Volume<float> cut(const Volume<float>& image, int slices) {
+  Volume<float> result(image.nx(), image.ny(), image.nz() - slices);
+  std::copy_n(image.data() + image.index(0, 0, slices), result.size(), result.data());
+  return result;
+}
+
+SpoiledPair cutOff(const SpoilableHead& head) {
+  const int slices = foldedSlices(head);
+  const SpoiledPair whole = folded(head);
+  SpoiledPair pair{cut(whole.first, slices),
+                   cut(whole.second, slices),
+                   cut(whole.shiftVoxels, slices),
+                   Mask(cut(whole.first, slices).dimensions()),
+                   {}};
+  std::copy_n(whole.scored.data() + whole.scored.index(0, 0, slices), pair.scored.size(),
+              pair.scored.data());
+  return pair;
+}
+
+// From 1 at the border to 3 in the middle.
+double rising(glm::dvec3 u) { return 1.0 + 2.0 * std::exp(-2.0 * glm::dot(u, u)); }
+
+Spoiling risingNoise() {
+  return {"noise growing to the middle by 3", false, [](const SpoilableHead& head) {
+            return pairOf(head, firstOf(head), secondOf(head), 0.02, rising);
+          }};
+}
+
+// The root mean square over the brain of the noise of the row above.
+Spoiling meanNoise() {
+  return {"the same mean noise everywhere", false, [](const SpoilableHead& head) {
+            const Volume<float> factor =
+                times(Volume<float>(head.shiftVoxels.dimensions(), 1.0F), rising);
+            double sum = 0.0;
+            for (int i = 0; i < factor.size(); ++i)
+              if (head.brain.data()[i] != 0)
+                sum += static_cast<double>(factor.data()[i]) * factor.data()[i];
+            const double mean = std::sqrt(sum / count(head.brain));
+            return pairOf(head, firstOf(head), secondOf(head), 0.02 * mean);
+          }};
+}
+
+Volume<float> ghosted(const Volume<float>& signal, float share) {
+  Volume<float> result = signal;
+  for (int z = 0; z < signal.nz(); ++z)
+    for (int y = 0; y < signal.ny(); ++y)
+      for (int x = 0; x < signal.nx(); ++x)
+        result.at(x, y, z) += share * signal.at(x, (y + signal.ny() / 2) % signal.ny(), z);
+  return result;
+}
+
+Spoiling ghost() {
+  return {"ghost of 5 %, half a field of view away", false, [](const SpoilableHead& head) {
+            return pairOf(head, ghosted(firstOf(head), 0.05F), ghosted(secondOf(head), 0.05F));
+          }};
+}
+
+}  // namespace
+
+SpoilableHead simulatedHead(glm::ivec3 size, double maxShift, std::uint64_t seed) {
+  // The simulated head's own field of view.
+  const PhantomGrid grid{size, glm::dvec3(216.0, 249.6, 144.0) / glm::dvec3(size)};
+  const HeadObject object = sampleHead(grid, seed);
+  const auto field = [&](double shift, double gradient) {
+    return makeHeadField(grid, object, seed, {1.0, shift, gradient, PhaseEncodingAxis::y}).hz() *
+           -1.0F;
+  };
+  SpoilableHead head;
+  head.density = object.density;
+  head.shiftVoxels = field(maxShift, 0.8);
+  head.foldedShift = field(2.5 * maxShift, std::numeric_limits<double>::infinity());
+  head.brain = object.brainMask;
+  head.brainMean = meanInMask(object.image, object.brainMask);
+  head.voxelMm = grid.voxelMm;
+  head.seed = seed;
+  head.withContrast = [grid, seed](float csf, float grey, float white) {
+    return sampleHead(grid, seed, {}, {csf, grey, white}).density;
+  };
+  return head;
+}
+
+std::vector<Spoiling> spoilings() {
+  return {
+      withNoise("unspoiled, noise 3 %", ordinaryNoise),
+      withNoise("noise 1 %", 0.01),
+      withNoise("noise 9 %", 0.09),
+      larger("displacements twice as large", 2.0F),
+      shaded("shading of +-10 % along", 0.1, Course::along),
+      shaded("shading of +-10 % across", 0.1, Course::across),
+      shaded("shading of +-10 %, middle", 0.1, Course::middle),
+      shaded("shading of +-30 % along", 0.3, Course::along),
+      shaded("shading of +-30 % across", 0.3, Course::across),
+      shaded("shading of +-30 %, middle", 0.3, Course::middle),
+      contrast("fluid 20 % brighter", 1.2F, 1.0F, 1.0F),
+      contrast("fluid 40 % brighter", 1.4F, 1.0F, 1.0F),
+      contrast("grey matter 20 % brighter", 1.0F, 1.2F, 1.0F),
+      contrast("all three (T1): 1, 1.1, 1.3", 1.0F, 1.1F, 1.3F),
+      lostSignal("signal halved in a region", 0.5),
+      lostSignal("signal lost in a region", 0.0),
+      {"a fifth of the slices folds", false, folded},
+      {"those slices cut off", false, cutOff},
+      risingNoise(),
+      meanNoise(),
+      ghost(),
+  };
+}
+
+}  // namespace mirel

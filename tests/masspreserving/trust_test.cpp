@@ -1,0 +1,88 @@
+// Pairs that break the model of equal intensities: the bounds are about twice of what is reached,
+// and half or less of the error of one ratio for the whole volume.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "masspreserving/masspreserving.h"
+#include "masspreserving/testdata.h"
+#include "phantom/phantom.h"
+
+namespace mirel {
+
+namespace {
+
+const glm::ivec3 size(48, 56, 32);
+const glm::dvec3 voxelMm(4.5);
+
+PhantomOptions options() {
+  PhantomOptions wanted;
+  wanted.size = size;
+  wanted.voxelMm = voxelMm;
+  wanted.maxShiftVoxels = 3.2;
+  wanted.seed = 12;
+  return wanted;
+}
+
+const Phantom& phantom() {
+  static const Phantom made = makePhantom(options());
+  return made;
+}
+
+Volume<float> shiftWithRatio(const Volume<float>& first, const Volume<float>& second) {
+  MassPreservingOptions local;
+  local.localRatio = true;
+  return estimateMassPreserving(first, second, voxelMm, local).shiftVoxels;
+}
+
+double rmsOf(const Volume<float>& first, const Volume<float>& second) {
+  const Volume<float> shift = shiftWithRatio(first, second);
+  EXPECT_LT(testdata::largestStep(shift), 1.0);
+  Volume<float> mask(size);
+  for (int i = 0; i < mask.size(); ++i) mask.data()[i] = phantom().brainMask.data()[i];
+  return testdata::rmsWhere(shift, phantom().shiftVoxels, mask, 0.5F);
+}
+
+Volume<float> shaded(double depth) {
+  Volume<float> image = phantom().ap;
+  for (int z = 0; z < size.z; ++z)
+    for (int y = 0; y < size.y; ++y)
+      for (int x = 0; x < size.x; ++x)
+        image.at(x, y, z) *=
+            static_cast<float>(1.0 + depth * std::sin(3.1 * (y + 0.5) / size.y - 1.55));
+  return image;
+}
+
+TEST(MassPreservingTrust, ShadingOfOneImageHardlyCounts) {
+  const double unspoiled = rmsOf(phantom().ap, phantom().pa);
+  EXPECT_LT(rmsOf(shaded(0.1), phantom().pa), 2.0 * unspoiled);
+  EXPECT_LT(rmsOf(shaded(0.3), phantom().pa), 4.0 * unspoiled);
+}
+
+TEST(MassPreservingTrust, BrighterFluidInOneImageHardlyCounts) {
+  const PhantomOptions wanted = options();
+  const HeadObject head =
+      sampleHead({wanted.size, wanted.voxelMm}, wanted.seed, {}, {1.4F, 1.0F, 1.0F});
+  const Volume<float> signal =
+      distort(head.density, phantom().shiftVoxels, PhaseEncodingAxis::y, HeadObject::cellsPerVoxel);
+  EXPECT_LT(rmsOf(addRicianNoise(signal, phantom().noiseSigma, 12, 1), phantom().pa), 0.11);
+}
+
+TEST(MassPreservingTrust, IsNothingWhereTheModelHolds) {
+  const Volume<float> with = shiftWithRatio(phantom().ap, phantom().pa);
+  EXPECT_EQ(with, estimateMassPreserving(phantom().ap, phantom().pa, voxelMm).shiftVoxels);
+}
+
+TEST(MassPreservingTrust, ExchangeOfShadedImagesOnlyChangesTheSign) {
+  const Volume<float> there = shiftWithRatio(shaded(0.3), phantom().pa);
+  const Volume<float> back = shiftWithRatio(phantom().pa, shaded(0.3));
+  float largest = 0.0F;
+  for (int i = 0; i < there.size(); ++i)
+    largest = std::max(largest, std::abs(there.data()[i] + back.data()[i]));
+  EXPECT_LT(largest, 1e-4F);
+}
+
+}  // namespace
+
+}  // namespace mirel
