@@ -75,7 +75,8 @@ struct Move {
 
 void writeJournal(const fs::path& hidden, const std::vector<Move>& moves) {
   std::string text;
-  for (const Move& move : moves) text += std::to_string(move.file) + " " + move.name + "\n";
+  for (const Move& move : moves)
+    text += std::to_string(move.file) + " " + move.name + '\0';  // as no name holds
   const fs::path started = hidden / (std::string(journalName) + ".part");
   std::ofstream os(started, std::ios::binary);
   os << text;
@@ -90,7 +91,7 @@ std::vector<Move> readJournal(const fs::path& hidden) {
   std::vector<Move> moves;
   std::ifstream is(hidden / journalName, std::ios::binary);
   Move move;
-  while (is >> move.file && is.get() == ' ' && std::getline(is, move.name))
+  while (is >> move.file && is.get() == ' ' && std::getline(is, move.name, '\0'))
     if (move.name.find('/') == std::string::npos) moves.push_back(move);
   return moves;
 }

@@ -6,6 +6,7 @@
 
 #include "base/error.h"
 #include "base/inputfile.h"
+#include "base/moveall.h"
 #include "base/progress.h"
 #include "base/samefile.h"
 
@@ -42,6 +43,8 @@ OutputFolder::OutputFolder(const std::string& where) : folder(where) {
     throw Error("the output folder " + where + " cannot be " +
                 (fs::exists(folder, ignored) ? "written to" : "made") +
                 ": no permission to write to " + parent.string());
+  // What a killed run left is finished before anybody asks what is there.
+  clearLeftovers(parent);
 }
 
 OutputFolder::~OutputFolder() {

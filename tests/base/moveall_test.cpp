@@ -69,8 +69,9 @@ TEST_F(MoveAll, WhatAKilledProcessLeftIsFinished) {
   const std::string left = hiddenNameOf(goneProcess());
   fs::rename(folder.file("hidden"), folder.file(left));
   // It was killed after a's move.
-  folder.write(left + "/.moves", std::to_string(inodeOf(folder.file(left + "/a"))) + " a\n" +
-                                     std::to_string(inodeOf(folder.file(left + "/b"))) + " b\n");
+  folder.write(left + "/.moves",
+               std::to_string(inodeOf(folder.file(left + "/a"))) + " a" + std::string(1, 0) +
+                   std::to_string(inodeOf(folder.file(left + "/b"))) + " b" + std::string(1, 0));
   fs::rename(folder.file(left + "/a"), folder.file("a"));
   clearLeftovers(folder.file(""));
   EXPECT_EQ(folder.names(), (std::vector<std::string>{"a", "b"}));
@@ -102,7 +103,8 @@ TEST_F(MoveAll, AListThatNamesOtherFoldersIsNotFollowed) {
   fs::rename(folder.file("hidden"), folder.file(left));
   fs::create_directory(folder.file("other"));
   folder.write("other/c", "c");
-  folder.write(left + "/.moves", std::to_string(inodeOf(folder.file("other/c"))) + " ../other/c\n");
+  folder.write(left + "/.moves",
+               std::to_string(inodeOf(folder.file("other/c"))) + " ../other/c" + std::string(1, 0));
   clearLeftovers(folder.file(""));
   EXPECT_EQ(folder.read("other/c"), "c");
 }
