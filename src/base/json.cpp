@@ -14,35 +14,6 @@ constexpr int deepest = 500;
 
 struct TooDeep {};
 
-Json fromTree(const nlohmann::json& tree, int depth) {
-  if (depth > deepest) throw TooDeep();
-  switch (tree.type()) {
-    case nlohmann::json::value_t::boolean:
-      return tree.get<bool>();
-    case nlohmann::json::value_t::number_integer:
-      return tree.get<std::int64_t>();
-    case nlohmann::json::value_t::number_unsigned:
-      return tree.get<std::uint64_t>();
-    case nlohmann::json::value_t::number_float:
-      return tree.get<double>();
-    case nlohmann::json::value_t::string:
-      return tree.get<std::string>();
-    case nlohmann::json::value_t::array: {
-      Json list = Json::array();
-      for (const nlohmann::json& element : tree) list.push_back(fromTree(element, depth + 1));
-      return list;
-    }
-    case nlohmann::json::value_t::object: {
-      Json object = Json::object();
-      for (const auto& field : tree.items())
-        object[field.key()] = fromTree(field.value(), depth + 1);
-      return object;
-    }
-    default:
-      return nullptr;
-  }
-}
-
 template <class... Cases>
 struct Overloaded : Cases... {
   using Cases::operator()...;
@@ -207,11 +178,45 @@ std::string Json::dump(int indent, NotUtf8 handling) const {
   }
 }
 
+struct JsonReader {
+  static Json fromTree(const nlohmann::json& tree, int depth) {
+    if (depth > deepest) throw TooDeep();
+    switch (tree.type()) {
+      case nlohmann::json::value_t::boolean:
+        return tree.get<bool>();
+      case nlohmann::json::value_t::number_integer:
+        return tree.get<std::int64_t>();
+      case nlohmann::json::value_t::number_unsigned:
+        return tree.get<std::uint64_t>();
+      case nlohmann::json::value_t::number_float:
+        return tree.get<double>();
+      case nlohmann::json::value_t::string:
+        return tree.get<std::string>();
+      case nlohmann::json::value_t::array: {
+        Json list = Json::array();
+        for (const nlohmann::json& element : tree) list.push_back(fromTree(element, depth + 1));
+        return list;
+      }
+      case nlohmann::json::value_t::object: {
+        // Every name is there once: the list need not be searched.
+        Json::Fields fields;
+        for (const auto& field : tree.items())
+          fields.emplace_back(field.key(), fromTree(field.value(), depth + 1));
+        Json object;
+        object.content = std::move(fields);
+        return object;
+      }
+      default:
+        return nullptr;
+    }
+  }
+};
+
 std::optional<Json> Json::parse(const std::string& text) {
   const nlohmann::json tree = nlohmann::json::parse(text, nullptr, /*allow_exceptions=*/false);
   if (tree.is_discarded()) return std::nullopt;
   try {
-    return fromTree(tree, 0);
+    return JsonReader::fromTree(tree, 0);
   } catch (const TooDeep&) {
     return std::nullopt;
   }

@@ -95,6 +95,7 @@ class Json {
   static std::optional<Json> parse(const std::string& text);
 
  private:
+  friend struct JsonReader;
   friend struct JsonWriter;
 
   std::variant<std::nullptr_t, bool, std::int64_t, std::uint64_t, double, std::string, List, Fields>

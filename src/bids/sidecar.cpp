@@ -17,6 +17,8 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::uintmax_t largestSidecar = 16U << 20U;
+// Those of scanners with all their private fields have some hundred.
+constexpr std::size_t mostFields = 10000;
 // Lines that were interpolated, or counted with the last gap, make a few percent.
 constexpr double largestContradiction = 0.1;
 
@@ -29,6 +31,8 @@ Json readObject(const std::string& name) {
   std::optional<Json> value = Json::parse(readWholeFile(name, largestSidecar));
   if (!value) fail("is not valid JSON");
   if (!value->is_object()) fail("is JSON, but not an object with named fields");
+  if (value->items().size() > mostFields)
+    fail("is no sidecar: it has " + std::to_string(value->items().size()) + " fields");
   return *std::move(value);
 }
 
