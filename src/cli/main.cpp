@@ -101,8 +101,9 @@ int runLine(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  // A limit on the size of files is told like a full disk.
+  // A limit on the size of files is told like a full disk, a reader that went away like one, too.
   std::signal(SIGXFSZ, SIG_IGN);
+  std::signal(SIGPIPE, SIG_IGN);
   try {
     return runLine(argc, argv);
   } catch (const std::bad_alloc&) {
