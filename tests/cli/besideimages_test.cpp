@@ -28,7 +28,7 @@ class BesideImages : public FieldFiles {
   ProgramResult corrected(const std::vector<std::string>& words) const {
     std::vector<std::string> all = {"correct"};
     all.insert(all.end(), words.begin(), words.end());
-    all.insert(all.end(), {"--fast", "-o", out()});
+    all.insert(all.end(), {"--fast", "--overwrite", "-o", out()});
     return runMirel(all);
   }
   std::string refused(const ProgramResult& result) const {

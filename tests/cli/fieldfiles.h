@@ -57,8 +57,8 @@ class FieldFiles : public CorrectPair {
   /// mirel apply OPTION SOURCE IMAGE -o result.nii.gz --modulate --float, and more options.
   ProgramResult apply(const std::string& option, const std::string& source,
                       const std::string& image, const std::vector<std::string>& more = {}) const {
-    std::vector<std::string> words = {"apply", option,           source,       image,
-                                      "-o",    file("r.nii.gz"), "--modulate", "--float"};
+    std::vector<std::string> words = {"apply",          option,       source,    image,        "-o",
+                                      file("r.nii.gz"), "--modulate", "--float", "--overwrite"};
     words.insert(words.end(), more.begin(), more.end());
     return runMirel(words);
   }

@@ -46,7 +46,7 @@ class SeriesIntent : public FieldFiles {
 
   std::string said(const std::vector<std::string>& words) const {
     std::vector<std::string> all = words;
-    all.insert(all.end(), {"--quiet", "-o", file("out")});
+    all.insert(all.end(), {"--quiet", "--overwrite", "-o", file("out")});
     const ProgramResult result = runMirel(all);
     EXPECT_EQ(result.status, 0) << result.err;
     return result.err;
