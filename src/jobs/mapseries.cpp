@@ -5,6 +5,7 @@
 #include "base/dimensions.h"
 #include "base/error.h"
 #include "base/numbertext.h"
+#include "bids/doubts.h"
 #include "field/grid.h"
 #include "jobs/checksum.h"
 #include "nifti/image.h"
@@ -217,7 +218,9 @@ SeriesInput readSeriesForMap(const SeriesFile& options, const DistortionFile& ma
   input.acquisition = bids::resolveAcquisition(input.file, input.header.dims, options.given);
   input.onGridOfField = true;
   takeDirectionFromRecord(map, input);
-  finishSeries(input);
+  finishSeries(options, input);
+  for (const std::string& doubt : bids::doubtsAboutSubject(input.file, map.file))
+    input.warnings.push_back(doubt);
   return input;
 }
 
@@ -240,6 +243,12 @@ Volume<float> shiftFor(DistortionFile& map, PhaseEncodingDirection direction,
     throw Error(map.file, "shifts along " + bids::nameOf({*own.axis, 1}) + " (" + own.source +
                               "), but " + name + " is phase encoded along " + nameOf(direction));
   Volume<float> shift = shiftOf(map, direction.axis);
+  if (!own.isKnown())
+    (map.header ? map.warnings : map.notes)
+        .push_back(map.file +
+                   " does not say for which phase-encoding direction it is: it is taken "
+                   "to be for that of " +
+                   name + ", " + nameOf(direction));
   if (own.assumed || !own.isKnown() || *own.sign == direction.sign) return shift;
   map.notes.push_back(map.file + " is for " + nameOf(own.value()) + " (" + own.source +
                       "): it is turned round for " + name + ", " + nameOf(direction));

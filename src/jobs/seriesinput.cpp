@@ -6,6 +6,7 @@
 
 #include "base/error.h"
 #include "base/numbertext.h"
+#include "bids/doubts.h"
 #include "bids/inheritance.h"
 #include "field/grid.h"
 #include "nifti/gradients.h"
@@ -110,8 +111,13 @@ SeriesInput openSeries(const SeriesFile& options) {
   return input;
 }
 
-void finishSeries(SeriesInput& input) {
+void finishSeries(const SeriesFile& options, SeriesInput& input) {
   addContradiction(input);
+  for (const std::string& doubt :
+       bids::contradictionsOf(input.file, input.header.dims, options.given, input.acquisition))
+    input.warnings.push_back(doubt);
+  for (const std::string& doubt : bids::doubtsAboutSecondCorrection(input.file, input.acquisition))
+    input.warnings.push_back(doubt);
   input.gradientFiles = gradientFilesOf(input.file);
   for (const std::string& file : input.gradientFiles)
     nifti::checkGradientCount(file, input.header.volumes);
@@ -124,7 +130,9 @@ SeriesInput readSeries(const SeriesFile& options, const FieldHz& field) {
   bids::requireReadout(input.acquisition, input.file);
   input.onGridOfField = coincide(gridOf(input.header), gridOf(field));
   if (!input.onGridOfField) checkPlace(input, gridOf(field), field.name, field.isOriented);
-  finishSeries(input);
+  finishSeries(options, input);
+  for (const std::string& doubt : bids::doubtsAboutSubject(input.file, field.name))
+    input.warnings.push_back(doubt);
   return input;
 }
 
@@ -137,7 +145,9 @@ SeriesInput readSeriesOf(const PairInput& pair, const SeriesFile& options) {
     bids::requireDirection(input.acquisition, input.file, Advice::Of::series);
   if (!input.acquisition.direction) assumeDirectionOf(pair, input);
   settleReadout(pair, input);
-  finishSeries(input);
+  finishSeries(options, input);
+  for (const std::string& doubt : bids::doubtsAboutSubject(input.file, pair.a.options.file))
+    input.warnings.push_back(doubt);
   const std::vector<bids::FieldOrigin> origins = {
       bids::originOf(pair.a.options.file, pair.a.acquisition.sidecar),
       bids::originOf(pair.b.options.file, pair.b.acquisition.sidecar)};

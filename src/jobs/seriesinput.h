@@ -47,7 +47,7 @@ SeriesInput readSeriesOf(const PairInput& pair, const SeriesFile& options);
 /// Errors   Error: those of nifti::Reader; gradient files with another number of entries than the
 ///          series has volumes.
 SeriesInput openSeries(const SeriesFile& options);
-void finishSeries(SeriesInput& input);
+void finishSeries(const SeriesFile& options, SeriesInput& input);
 
 /// Takes down as warnings what the sidecars say against correcting the series with the field of
 /// `origins` (bids::doubtsAboutUse).

@@ -9,6 +9,7 @@
 #include "base/numbertext.h"
 #include "base/outputfile.h"
 #include "base/samefile.h"
+#include "bids/doubts.h"
 #include "bids/intent.h"
 #include "field/grid.h"
 #include "nifti/image.h"
@@ -94,6 +95,21 @@ void checkSameGrid(const InputImage& a, const InputImage& b) {
 void addOnce(std::vector<Remark>& remarks, const std::string& sentence) {
   if (std::find(remarks.begin(), remarks.end(), Remark(sentence)) == remarks.end())
     remarks.push_back(sentence);
+}
+
+void addDoubts(PairInput& pair) {
+  for (const InputImage* image : {&pair.a, &pair.b}) {
+    const ImageOptions& options = image->options;
+    for (const std::string& doubt : bids::contradictionsOf(options.file, image->header.dims,
+                                                           options.given, image->acquisition))
+      addOnce(pair.warnings, doubt);
+    for (const std::string& doubt :
+         bids::doubtsAboutSecondCorrection(options.file, image->acquisition))
+      addOnce(pair.warnings, doubt);
+  }
+  for (const std::string& doubt :
+       bids::doubtsAboutSubject(pair.b.options.file, pair.a.options.file))
+    addOnce(pair.warnings, doubt);
 }
 
 std::string directionText(const InputImage& image) {
@@ -219,6 +235,7 @@ PairInput readPair(const ImageOptions& a, const ImageOptions& b) {
     if (const auto& readout = image->acquisition.readout;
         readout && !readout->contradiction.empty())
       addOnce(pair.warnings, readout->contradiction);
+  addDoubts(pair);
   return pair;
 }
 

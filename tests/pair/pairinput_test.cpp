@@ -200,7 +200,7 @@ TEST_F(PairFiles, ReadoutTimesThatWereBothGivenMayDiffer) {
   b.given.readoutSeconds = 0.06;
   const PairInput pair = readPair(a, b);
   EXPECT_DOUBLE_EQ(*pair.readoutSeconds, 0.05);
-  EXPECT_THAT(textsOf(pair.warnings), ElementsAre(HasSubstr("their mean counts")));
+  EXPECT_THAT(textsOf(pair.warnings), testing::Contains(HasSubstr("their mean counts")));
   a.given.readoutSeconds = 47;
   EXPECT_THAT(fault(), HasSubstr("milliseconds"));
 }

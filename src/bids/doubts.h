@@ -1,0 +1,30 @@
+#pragma once
+
+#include <glm/vec3.hpp>
+#include <string>
+#include <vector>
+
+#include "bids/acquisition.h"
+
+/// What is suspicious about images by what stands beside them and in their names. Each doubt is a
+/// sentence for a warning.
+namespace mirel::bids {
+
+/// Where a user's word (options, another sidecar) about an image of `dims` voxels is not what its
+/// own sidecars say: the direction, or a readout time that differs by more than 1 %. Nothing where
+/// the user said nothing, or by a table of acquisitions, which has doubts of its own; sidecars that
+/// cannot be read say nothing.
+std::vector<std::string> contradictionsOf(const std::string& imageFile, glm::ivec3 dims,
+                                          const GivenAcquisition& given,
+                                          const Acquisition& settled);
+
+/// That two images are of different subjects or sessions by the entities `sub` and `ses` of their
+/// names; nothing where one of them has none.
+std::vector<std::string> doubtsAboutSubject(const std::string& imageFile,
+                                            const std::string& otherFile);
+
+/// That an image is corrected already, by its sidecars (DistortionCorrection).
+std::vector<std::string> doubtsAboutSecondCorrection(const std::string& imageFile,
+                                                     const Acquisition& acquisition);
+
+}  // namespace mirel::bids
