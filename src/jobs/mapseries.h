@@ -42,7 +42,9 @@ Distortion settleMap(DistortionFile& map, const GivenMap& given, std::vector<Ser
 
 /// The values of a map in voxels, for an image `name` of the given direction: converted from mm,
 /// and turned round where the map says that it is for the opposite direction (a note is added
-/// then). A map that does not say so is for this direction, with a warning (a note for a .map). Errors   Error: the map says that it shifts along another axis.
+/// then). A map that does not say so is for this direction, with a warning (a note for a .map).
+///
+/// Errors   Error: the map says that it shifts along another axis.
 Volume<float> shiftFor(DistortionFile& map, bids::PhaseEncodingDirection direction,
                        const std::string& name);
 
