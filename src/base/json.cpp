@@ -203,7 +203,7 @@ struct JsonReader {
         for (const auto& field : tree.items())
           fields.emplace_back(field.key(), fromTree(field.value(), depth + 1));
         Json object;
-        object.content = std::move(fields);
+        object.content.emplace<Json::Fields>(std::move(fields));
         return object;
       }
       default:
