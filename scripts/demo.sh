@@ -23,11 +23,11 @@ echo "== mirel phantom $folder"
 "$mirel" phantom "$folder" > /dev/null
 
 echo
-echo "== mirel correct $ap.nii.gz $pa.nii.gz --modulate -o $out"
-"$mirel" correct "$ap.nii.gz" "$pa.nii.gz" --modulate -o "$out" > /dev/null
-corrected_ap=$out/sub-phantom_dir-AP_desc-corrected_epi.nii.gz
-corrected_pa=$out/sub-phantom_dir-PA_desc-corrected_epi.nii.gz
-found=$out/sub-phantom_desc-voxels_displacement.nii.gz
+echo "== mirel correct $ap.nii.gz $pa.nii.gz -o $out"
+"$mirel" correct "$ap.nii.gz" "$pa.nii.gz" -o "$out" > /dev/null
+corrected_ap=$out/sub-phantom_dir-AP_desc-preproc_epi.nii.gz
+corrected_pa=$out/sub-phantom_dir-PA_desc-preproc_epi.nii.gz
+found=$out/sub-phantom_dir-AP_desc-voxels_vdm.nii.gz
 
 echo
 echo "== mirel estimate $ap.fmr $pa.fmr --ic --apply   (projects, through the plugin)"
@@ -49,7 +49,8 @@ How alike images are inside the brain (correlation, 1 where they are equal):
 How far the map is from the true shifts inside the brain (root mean square, in voxels):
   mirel correct                    $(apart "$found" "$shifts")
   plugin                           $(apart "${ap}_vdm.map" "$shifts")
-(The plugin's images are moved back but not rescaled where signal has piled up: judge it by its map.)
+('mirel correct' moves signal back and scales it back where it has piled up; the plugin only moves
+it: judge it by its map.)
 
 Corrected images:  $corrected_ap
                    $corrected_pa

@@ -14,7 +14,7 @@ for axis in i j k; do
   run "correct.$axis.noic" correct "${pair[@]}" --no-ic --ssd --intensity-scale 0.5
   run "correct.$axis.ic" correct "${pair[@]}" --ic --quiet
   run "correct.$axis.fast" correct "${pair[@]}" --fast --json --quiet
-  run "correct.$axis.modulate" correct "${pair[@]}" --modulate --apply "${!bold}"
+  run "correct.$axis.nomodulate" correct "${pair[@]}" --no-modulate --apply "${!bold}"
   run "correct.$axis.nomotion" correct "${pair[@]}" --no-motion --float --apply "${!bold}" --json
   run "correct.$axis.threads" correct "${pair[@]}" --fast --apply "${!bold}" --threads 1
   run "correct.$axis.wrongsign" correct "${pair[@]}" --apply "${!bold}" --apply-pe "$([ "$axis" = i ] && echo i- || echo "$axis")"

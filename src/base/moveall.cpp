@@ -7,12 +7,14 @@
 
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <functional>
 #include <optional>
+#include <thread>
 
 #include "base/error.h"
 
@@ -155,6 +157,18 @@ bool isGone(long process) {
   return process > 0 && kill(static_cast<pid_t>(process), 0) != 0 && errno == ESRCH;
 }
 
+/// Hidden files and folders that processes of this machine made for which `isMeant` holds.
+std::vector<fs::path> hiddenIn(const fs::path& folder, const std::function<bool(long)>& isMeant) {
+  std::error_code ignored;
+  std::vector<fs::path> found;
+  for (fs::directory_iterator entry(folder, ignored), end; !ignored && entry != end;
+       entry.increment(ignored)) {
+    const long process = processOf(entry->path().filename().string());
+    if (process != 0 && isMeant(process)) found.push_back(entry->path());
+  }
+  return found;
+}
+
 }  // namespace
 
 void moveAll(const fs::path& folder, const fs::path& hidden,
@@ -187,13 +201,18 @@ std::string hiddenName() {
   return hiddenPrefix() + std::to_string(getpid()) + "-" + std::to_string(counter++) + ".part";
 }
 
+void removeOwnHidden(const fs::path& folder) {
+  std::error_code ignored;
+  for (const fs::path& path : hiddenIn(folder, [](long process) { return process == getpid(); })) {
+    for (int wait = 0; wait < 100 && movesAreLeft(path); ++wait)
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    if (!movesAreLeft(path)) fs::remove_all(path, ignored);
+  }
+}
+
 void clearLeftovers(const fs::path& folder) {
   std::error_code ignored;
-  std::vector<fs::path> left;
-  for (fs::directory_iterator entry(folder, ignored), end; !ignored && entry != end;
-       entry.increment(ignored))
-    if (isGone(processOf(entry->path().filename().string()))) left.push_back(entry->path());
-  for (const fs::path& path : left) {
+  for (const fs::path& path : hiddenIn(folder, isGone)) {
     if (movesAreLeft(path)) finishMoves(folder, path);
     if (!movesAreLeft(path)) fs::remove_all(path, ignored);
   }

@@ -25,6 +25,10 @@ bool movesAreLeft(const std::filesystem::path& hidden);
 /// the process that made it.
 std::string hiddenName();
 
+/// For a process that ends now, from whichever thread: waits a little for moves that are under way
+/// in the folder, then removes this process's hidden files and folders there.
+void removeOwnHidden(const std::filesystem::path& folder);
+
 /// Looks for hidden files and folders of processes of this machine that are gone: finishes their
 /// moves and removes what is left of them. Others' stay. Never fails: what it cannot do stays for
 /// the next time.

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <new>
 
 #include "base/error.h"
 #include "base/moveall.h"
@@ -114,9 +115,17 @@ OutFolder::OutFolder(const fs::path& where) : folder(where.empty() ? fs::path(".
 }
 
 OutFolder::~OutFolder() {
-  if (movesAreLeft(hidden)) return;
-  std::error_code ignored;
-  fs::remove_all(hidden, ignored);
+  // Looking through a folder takes memory, and its lack may be what ends this object.
+  for (int attempt = 0; attempt < 2; ++attempt) {
+    try {
+      if (movesAreLeft(hidden)) return;
+      std::error_code failure;
+      fs::remove_all(hidden, failure);
+      if (!failure) return;
+    } catch (const std::bad_alloc&) {
+      continue;
+    }
+  }
 }
 
 void OutFolder::write(const std::string& name, const std::string& text) const {

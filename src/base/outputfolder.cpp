@@ -47,13 +47,12 @@ OutputFolder::OutputFolder(const std::string& where) : folder(where) {
 OutputFolder::~OutputFolder() {
   files.reset();
   if (committed) return;
-  std::error_code ignored;
-  for (auto path = made.rbegin(); path != made.rend(); ++path) fs::remove(*path, ignored);
+  for (auto path = made.rbegin(); path != made.rend(); ++path) rmdir(path->c_str());
 }
 
 void OutputFolder::announce(const std::string& name, const std::vector<std::string>& inputs) {
-  const std::string target = (folder / name).string();
-  if (std::find(names.begin(), names.end(), name) != names.end())
+  const std::string target = this->target(name);
+  if (isAnnounced(name))
     throw Error("two results would have the name " + target +
                 ": name every image once, or correct them in separate folders");
   std::error_code ignored;
@@ -66,6 +65,10 @@ void OutputFolder::announce(const std::string& name, const std::vector<std::stri
 bool OutputFolder::isThere(const std::string& name) const {
   std::error_code ignored;
   return fs::exists(folder / name, ignored);
+}
+
+bool OutputFolder::isAnnounced(const std::string& name) const {
+  return std::find(names.begin(), names.end(), name) != names.end();
 }
 
 std::vector<std::string> OutputFolder::write(const std::function<void()>& work) {
@@ -109,6 +112,8 @@ void OutputFolder::copy(const std::string& file, const std::string& name) {
 std::vector<std::string> OutputFolder::commit() {
   std::vector<std::string> paths = files->commit(names);
   committed = true;
+  std::error_code ignored;
+  for (const std::string& name : retired) fs::remove(folder / name, ignored);
   return paths;
 }
 

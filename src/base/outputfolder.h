@@ -26,6 +26,11 @@ class OutputFolder {
   /// overwrite one of the inputs.
   void announce(const std::string& name, const std::vector<std::string>& inputs);
   bool isThere(const std::string& name) const;
+  bool isAnnounced(const std::string& name) const;
+  /// The path that a file of this name has or will have.
+  std::string target(const std::string& name) const { return (folder / name).string(); }
+  /// Removes an older file once the announced ones are in their places.
+  void retire(const std::string& name) { retired.push_back(name); }
 
   /// Makes the folders, runs `work`, which writes the announced files, and moves these to their
   /// places; returns their paths. Without all of them nothing stays. A failure of `work` that is an
@@ -44,7 +49,7 @@ class OutputFolder {
   std::string plain(const std::string& message) const;
 
   std::filesystem::path folder;
-  std::vector<std::string> names;
+  std::vector<std::string> names, retired;
   std::vector<std::filesystem::path> made;
   std::unique_ptr<OutFolder> files;
   bool committed = false;

@@ -1,5 +1,7 @@
 #include "bids/acquisition.h"
 
+#include <filesystem>
+
 #include "base/error.h"
 #include "bids/inheritance.h"
 
@@ -10,10 +12,17 @@ namespace {
 std::optional<StatedDirection> directionOf(const GivenAcquisition& given,
                                            const std::optional<Sidecar>& sidecar) {
   using Source = StatedDirection::Source;
+  if (given.direction && !given.table.empty())
+    return StatedDirection{*given.direction, Source::table, given.table};
   if (given.direction) return StatedDirection{*given.direction, Source::option};
   const auto stated = sidecar ? sidecar->phaseEncoding() : std::nullopt;
   if (!stated) return std::nullopt;
   return StatedDirection{*stated, Source::sidecar, sidecar->phaseEncodingFile()};
+}
+
+// Beside the image, so that its folder is told with that.
+std::string ownSidecar(const std::string& imageFile) {
+  return std::filesystem::path(sidecarName(imageFile)).filename().string();
 }
 
 }  // namespace
@@ -21,6 +30,7 @@ std::optional<StatedDirection> directionOf(const GivenAcquisition& given,
 std::string StatedDirection::sourceText() const {
   switch (source) {
     case Source::sidecar:
+    case Source::table:
     case Source::map:
       return file;
     case Source::option:
@@ -42,7 +52,9 @@ Acquisition givenAcquisition(const std::string& imageFile, const GivenAcquisitio
   result.direction = directionOf(given, std::nullopt);
   if (!given.readoutSeconds) return result;
   checkReadout(*given.readoutSeconds, "the readout time given for " + imageFile);
-  result.readout = Readout{*given.readoutSeconds, ReadoutSource::option};
+  result.readout = given.table.empty()
+                       ? Readout{*given.readoutSeconds, ReadoutSource::option}
+                       : Readout{*given.readoutSeconds, ReadoutSource::table, given.table};
   return result;
 }
 
@@ -65,8 +77,7 @@ const StatedDirection& requireDirection(const Acquisition& acquisition,
   if (acquisition.sidecar)
     throw Error(acquisition.sidecar->title(), "has no PhaseEncodingDirection", advice);
   throw Error(imageFile,
-              "has no sidecar " + sidecarName(imageFile) + " with a PhaseEncodingDirection",
-              advice);
+              "has no sidecar " + ownSidecar(imageFile) + " with a PhaseEncodingDirection", advice);
 }
 
 const Readout& requireReadout(const Acquisition& acquisition, const std::string& imageFile,
@@ -77,7 +88,7 @@ const Readout& requireReadout(const Acquisition& acquisition, const std::string&
     throw Error(acquisition.sidecar->title(),
                 "has neither TotalReadoutTime nor EffectiveEchoSpacing", advice);
   throw Error(imageFile,
-              "has no sidecar " + sidecarName(imageFile) +
+              "has no sidecar " + ownSidecar(imageFile) +
                   " with a TotalReadoutTime or an EffectiveEchoSpacing",
               advice);
 }

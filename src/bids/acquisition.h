@@ -17,6 +17,8 @@ struct GivenAcquisition {
   std::string sidecar;  ///< read alone; empty: those that apply (applicableSidecars)
   std::optional<PhaseEncodingDirection> direction;
   std::optional<double> readoutSeconds;
+  /// The acquisition table that the two stand in; empty: options.
+  std::string table = {};
 
   bool isComplete() const { return direction && readoutSeconds; }
 };
@@ -26,6 +28,7 @@ struct StatedDirection {
   enum class Source {
     sidecar,
     option,
+    table,     ///< an acquisition table
     opposite,  ///< of the other image of the pair
     assumed,
     map,  ///< the displacement map to apply, which knows an axis and no polarity
@@ -33,7 +36,7 @@ struct StatedDirection {
 
   PhaseEncodingDirection value;
   Source source = Source::assumed;
-  std::string file = {};  ///< of the sidecar or the map
+  std::string file = {};  ///< of the sidecar, the table or the map
 
   /// "sub-01_epi.json", "option", "opposite of the other image", "assumed".
   std::string sourceText() const;

@@ -12,21 +12,11 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr const char* descriptionFile = "dataset_description.json";
-
-bool isDatasetRoot(const fs::path& folder) {
-  std::error_code ignored;
-  return fs::exists(folder / descriptionFile, ignored);
-}
-
 /// From the dataset's root down to `own`, which is absolute; `own` alone outside datasets.
 std::vector<fs::path> foldersDownTo(const fs::path& own) {
+  const fs::path root = datasetRoot(own);
   std::vector<fs::path> folders = {own};
-  while (!isDatasetRoot(folders.back())) {
-    const fs::path above = folders.back().parent_path();
-    if (above == folders.back()) return {own};
-    folders.push_back(above);
-  }
+  while (!root.empty() && folders.back() != root) folders.push_back(folders.back().parent_path());
   std::reverse(folders.begin(), folders.end());
   return folders;
 }
@@ -56,6 +46,14 @@ std::vector<fs::path> applicableIn(const fs::path& folder, const Name& image) {
 
 }  // namespace
 
+fs::path datasetRoot(const fs::path& folder) {
+  std::error_code ignored;
+  for (fs::path here = folder;; here = here.parent_path()) {
+    if (fs::exists(here / descriptionFile, ignored)) return here;
+    if (here == here.parent_path()) return {};
+  }
+}
+
 std::vector<std::string> applicableSidecars(const std::string& imageFile) {
   const fs::path image(imageFile);
   const auto shown = [&](const fs::path& file) {
@@ -77,7 +75,11 @@ std::vector<std::string> applicableSidecars(const std::string& imageFile) {
 
 std::optional<Sidecar> findSidecar(const std::string& imageFile, const std::string& given) {
   if (!given.empty()) return Sidecar(given);
-  const std::vector<std::string> files = applicableSidecars(imageFile);
+  std::vector<std::string> files = applicableSidecars(imageFile);
+  std::error_code ignored;
+  if (files.empty() && fs::is_symlink(imageFile, ignored))
+    if (const fs::path target = fs::canonical(imageFile, ignored); !target.empty())
+      files = applicableSidecars(target.string());
   if (files.empty()) return std::nullopt;
   return Sidecar(files);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
@@ -8,6 +9,12 @@
 
 /// Which sidecars describe an image: one may stand higher up in a dataset and describe many.
 namespace mirel::bids {
+
+inline constexpr const char* descriptionFile = "dataset_description.json";
+
+/// The nearest folder, the given one or one above it, with a dataset_description.json; empty when
+/// there is none.
+std::filesystem::path datasetRoot(const std::filesystem::path& folder);
 
 /// The sidecars that apply to an image, the farthest first. They are looked for in every folder
 /// from the dataset's root down to the image's own; the root is the nearest folder, the image's
@@ -24,8 +31,10 @@ namespace mirel::bids {
 /// Source  Brain Imaging Data Structure 1.8, "The Inheritance Principle".
 std::vector<std::string> applicableSidecars(const std::string& imageFile);
 
-/// The sidecar `given` alone; with an empty name those that apply to the image (above), or nothing
-/// when none does. Errors: those of applicableSidecars and of Sidecar.
+/// The sidecar `given` alone; with an empty name those that apply to the image (above). Where none
+/// applies to an image that is a link, those of the image that it leads to: a link is looked at
+/// where it stands first, since data sets are full of links to contents that are kept elsewhere.
+/// Nothing when none applies. Errors: those of applicableSidecars and of Sidecar.
 std::optional<Sidecar> findSidecar(const std::string& imageFile, const std::string& given = {});
 
 }  // namespace mirel::bids

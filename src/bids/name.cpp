@@ -29,6 +29,16 @@ std::string capitalised(std::string word) {
   return word;
 }
 
+// "subj1_AP" and "subj1_PA": "subj1_AP_PA".
+std::string joined(const std::string& a, const std::string& b) {
+  const std::vector<std::string> first = partsOf(a), second = partsOf(b);
+  const auto [end, different] =
+      std::mismatch(first.begin(), first.end(), second.begin(), second.end());
+  std::string result = a;
+  for (auto part = different; part != second.end(); ++part) result += "_" + *part;
+  return result;
+}
+
 }  // namespace
 
 Name Name::of(const std::string& imageFile) {
@@ -81,7 +91,7 @@ Name commonName(const Name& a, const Name& b) {
     if (entity.first != "dir" &&
         std::find(b.entities.begin(), b.entities.end(), entity) != b.entities.end())
       common.entities.push_back(entity);
-  if (common.isStructured()) common.suffix = a.suffix;
+  common.suffix = common.isStructured() ? a.suffix : joined(a.text(), b.text());
   return common;
 }
 

@@ -22,14 +22,15 @@ struct Name {
 };
 
 /// The name of what is derived from an image: entities kept, desc-`description` last; where the
-/// image has a description of its own the new one follows it (desc-preproc becomes
-/// desc-preprocCorrected). The suffix is kept unless another is given. A name without entities
-/// stays in front: "run 1" gives "run 1_desc-corrected", with a suffix "run 1_desc-warp_xfm".
+/// image has a description of its own the new one follows it (desc-raw becomes desc-rawPreproc).
+/// The suffix is kept unless another is given. A name without entities stays in front: "run 1"
+/// gives "run 1_desc-preproc", with a suffix "run 1_desc-voxels_vdm".
 std::string derivedName(const Name& source, const std::string& description,
                         const std::string& suffix = {});
 
 /// The name of what two images have in common: the entities that are the same in both, but for
-/// `dir`; the first one's suffix.
+/// `dir`; the first one's suffix. Where there are none both names, parts that both begin with
+/// once, so that results of other images have other names: subj1_AP, subj1_PA give subj1_AP_PA.
 Name commonName(const Name& a, const Name& b);
 
 }  // namespace mirel::bids

@@ -42,6 +42,8 @@ std::string nameOf(ReadoutSource source) {
       return "EffectiveEchoSpacing times (lines - 1)";
     case ReadoutSource::estimated:
       return "estimated by the converter";
+    case ReadoutSource::table:
+      return "acquisition table";
     case ReadoutSource::option:
       break;
   }

@@ -17,10 +17,11 @@ enum class ReadoutSource {
   effectiveEchoSpacing,  ///< the field EffectiveEchoSpacing, times the lines less one
   estimated,             ///< a field that the converter of the images estimated
   option,                ///< the command line
+  table,                 ///< an acquisition table
 };
 
 /// As it stands in an output's sidecar: "TotalReadoutTime", "EffectiveEchoSpacing times (lines -
-/// 1)", "estimated by the converter", "option".
+/// 1)", "estimated by the converter", "option", "acquisition table".
 std::string nameOf(ReadoutSource source);
 
 /// The total readout time: from the centre of the first echo to that of the last one, of the
@@ -28,7 +29,7 @@ std::string nameOf(ReadoutSource source);
 struct Readout {
   double seconds = 0;
   ReadoutSource source = ReadoutSource::option;
-  /// The sidecar that has the field; empty for an option.
+  /// The sidecar that has the field, or the table; empty for an option.
   std::string file = {};
   /// A sentence when another field says something else; empty otherwise.
   std::string contradiction = {};

@@ -43,10 +43,29 @@ std::string withAdvice(const std::string& sentence, const Advice& advice) {
       return sentence + " (see --intensity-scale)";
     case Advice::Kind::chooseVolumes:
       return sentence + ": name two files, or two volumes with --volume and --volume-b";
+    case Advice::Kind::seeVolumes:
+      return sentence + " (see --volume, --volume-b)";
     case Advice::Kind::makeField:
       return sentence + ": a field in Hz ('mirel field --from-map') fits images of any grid";
+    case Advice::Kind::overwrite:
+      return sentence + "; name another output, or replace it with --overwrite";
     case Advice::Kind::givePlugin:
       return sentence + "; name it with --plugin FILE";
+    case Advice::Kind::giveUnits:
+      return sentence + "; say what its values are with --units (Hz, rad/s, T, voxels, mm)";
+    case Advice::Kind::seeUnits:
+      return sentence + " (see --units)";
+    case Advice::Kind::giveMapDirection:
+      return sentence +
+             "; give the phase-encoding direction of the images that the map is for with --vdm-pe";
+    case Advice::Kind::seeMapDirection:
+      return sentence + " (--vdm-pe says for which direction it is)";
+    case Advice::Kind::applyAsField:
+      return sentence + "; apply it with --field";
+    case Advice::Kind::fieldFromPhase:
+      return sentence +
+             "; make a field of it first, for example with fsl_prepare_fieldmap, and give that "
+             "with --units rad/s";
   }
   return sentence;
 }

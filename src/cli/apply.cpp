@@ -4,13 +4,12 @@
 #include "base/error.h"
 #include "cli/applyfield.h"
 #include "cli/command.h"
-#include "cli/inputimage.h"
+#include "cli/interrupt.h"
 #include "files/mapfile.h"
 #include "host/outputs.h"
 #include "host/session.h"
 #include "host/task.h"
 #include "nifti/filename.h"
-#include "nifti/image.h"
 
 namespace mirel {
 
@@ -21,13 +20,14 @@ constexpr const char* description =
     "Hz.\n"
     "\n"
     "With --vdm every volume of each RUN, which has the dimensions of the map, is resampled along\n"
-    "the phase-encoding axis. A project's result is written beside it, RUN_undist.fmr for "
-    "RUN.fmr.\n"
+    "the phase-encoding axis. A project's result is written beside it, RUN_undist.fmr for\n"
+    "RUN.fmr. For images the sidecars (.json) of map and RUN tell unit, axis and directions: a\n"
+    "map in mm is converted, one for the opposite direction turned round.\n"
     "With --field every RUN is an image of the same session on any grid. The field is resampled\n"
-    "to its grid and scaled by its readout time; direction and readout time come from its BIDS\n"
-    "sidecar (.json) or from options. Images are written to DIR as "
-    "RUN_desc-corrected_SUFFIX.nii.gz\n"
-    "with a sidecar. Prints the names of the files written.\n";
+    "to its grid and scaled by its readout time; direction and readout time come from RUN's BIDS\n"
+    "sidecar or from options, the unit of the field from the field's sidecar.\n"
+    "Images are written to DIR as RUN_desc-preproc_SUFFIX.nii.gz with a sidecar. Prints the\n"
+    "names of the files written.\n";
 
 struct Options {
   std::string map;
@@ -64,6 +64,7 @@ std::vector<ProjectInfo> checkedProjects(const Options& options, const MapHeader
 }
 
 int runApply(const Options& options, const std::string& pluginFile) {
+  const EndBySignal end(options.files);
   const MapHeader map = checkedMap(options.map);
   const std::vector<ProjectInfo> projects = checkedProjects(options, map);
   ExpectedOutputs outputs;
@@ -79,15 +80,6 @@ int runApply(const Options& options, const std::string& pluginFile) {
   session.parameters.setInt("rllr", options.rllr);
   if (!runTaskOnFiles(plugin, "apply", options.files)) return exitFailure;
   return reportOutputs(outputs) ? exitSuccess : exitFailure;
-}
-
-/// For images, which the plugin does not know.
-GivenMap givenMap(const Options& options) {
-  GivenMap given;
-  given.file = options.map;
-  given.shift = readDisplacement(options.map);
-  given.axis = options.rllr ? 0 : 1;
-  return given;
 }
 
 bool areImages(const std::vector<std::string>& files) {
@@ -110,7 +102,7 @@ void addApplyCommand(Command& app, Program& program) {
       command
           ->add_option("--vdm", options->map,
                        "The map to apply (shifts in voxels), for projects and images of its grid;\n"
-                       "for images it may be a NIfTI image, too")
+                       "for images it may be a NIfTI image, too, in voxels or mm")
           ->type_name("A_vdm.map");
   command
       ->add_option("RUN", options->files,
@@ -119,10 +111,12 @@ void addApplyCommand(Command& app, Program& program) {
       ->required();
   Option* rllr =
       command->add_flag("--rllr", options->rllr,
-                        "With --vdm: phase encoding runs along x, right-left (default: along y)");
+                        "With --vdm: phase encoding runs along x, right-left (default: along y;\n"
+                        "for images what sidecars say)");
   const ImageCommandOptions line = addApplyFieldOptions(command, options->field);
   line.field->excludes(map);
   rllr->needs(map);
+  line.mapDirection->needs(map)->excludes(rllr);
   command->callback([options, map, line, &program] {
     const bool withField = line.field->count() > 0;
     if (map->count() == 0 && !withField)
@@ -131,7 +125,8 @@ void addApplyCommand(Command& app, Program& program) {
     checkUsage(line, withImages);
     program.action = [options, withField, withImages, &program] {
       if (!withImages) return runApply(*options, program.pluginFile);
-      if (!withField) options->field.job.map = givenMap(*options);
+      if (!withField) options->field.job.mapFile = options->map;
+      options->field.job.map.alongX = options->rllr;
       return runApplyField(options->field, options->files);
     };
   });

@@ -19,10 +19,10 @@ ApplyFieldOptions jobOf(const ApplyFieldArguments& arguments,
     throw Error("--sidecar is for one image, but " + std::to_string(images.size()) + " are given");
   for (const std::string& file : images) {
     if (!nifti::hasNiftiName(file))
-      throw Error(
-          file, std::string("is no NIfTI image (.nii, .nii.gz): ") +
-                    (arguments.job.map ? "--vdm corrects images or projects, not both at a time"
-                                       : "--field corrects images, --vdm corrects projects, too"));
+      throw Error(file, std::string("is no NIfTI image (.nii, .nii.gz): ") +
+                            (!arguments.job.mapFile.empty()
+                                 ? "--vdm corrects images or projects, not both at a time"
+                                 : "--field corrects images, --vdm corrects projects, too"));
     job.series.push_back({file, arguments.given});
   }
   return job;
@@ -34,10 +34,11 @@ ImageCommandOptions addApplyFieldOptions(Command* command, ApplyFieldArguments& 
   Option* field =
       command
           ->add_option("--field", arguments.job.fieldFile,
-                       "For images: the field in Hz, f in true(y) = I(y + f T) for phase encoding\n"
-                       "along i, j or k and the readout time T, I(y - f T) along i-, j- or k-")
+                       "For images: the field, f in true(y) = I(y + f T) for phase encoding along\n"
+                       "i, j or k and the readout time T, I(y - f T) along i-, j- or k-. In Hz,\n"
+                       "rad/s or T, as its sidecar says (Units); without one in Hz")
           ->type_name("FIELD");
-  ImageCommandOptions options{field, nullptr, {}};
+  ImageCommandOptions options{field, nullptr, nullptr, {}};
   const auto forImages = [&options](Option* option) {
     options.forImages.push_back(option);
     return option;
@@ -46,21 +47,31 @@ ImageCommandOptions addApplyFieldOptions(Command* command, ApplyFieldArguments& 
       forImages(command->add_option(
                     "-o,--output", arguments.job.output,
                     "For images: folder for the results, made if need be; for one RUN also the\n"
-                    "name of an image (.nii, .nii.gz). Older files are replaced"))
+                    "name of an image (.nii, .nii.gz). Results of the same images are replaced, "
+                    "those of\n"
+                    "others refused"))
           ->type_name("DIR");
-  addDirectionOption(command, "--pe", arguments.given.direction,
-                     "With --field: phase-encoding direction of every RUN: i, i-, j, j-, k or k-\n"
-                     "(default: its sidecar's)")
-      ->needs(field);
-  addReadoutOption(command, "--readout", arguments.given.readoutSeconds,
-                   "With --field: total readout time of every RUN in s (default: its sidecar's)")
-      ->needs(field);
-  command
-      ->add_option("--sidecar", arguments.given.sidecar,
-                   "With --field: the only sidecar of RUN (default: those that apply to it by the\n"
-                   "BIDS inheritance principle, like RUN's name with .json)")
-      ->needs(field)
+  forImages(command->add_flag("--overwrite", arguments.job.overwrite,
+                              "Replace files of the same names whatever they were made of"));
+  forImages(addDirectionOption(
+      command, "--pe", arguments.given.direction,
+      "For images: phase-encoding direction of every RUN: i, i-, j, j-, k or k-\n"
+      "(default: its sidecar's)"));
+  forImages(addReadoutOption(
+      command, "--readout", arguments.given.readoutSeconds,
+      "For images: total readout time of every RUN in s (default: its sidecar's)"));
+  forImages(command->add_option(
+                "--sidecar", arguments.given.sidecar,
+                "For images: the only sidecar of RUN (default: those that apply to it by the\n"
+                "BIDS inheritance principle, like RUN's name with .json)"))
       ->type_name("FILE");
+  options.mapDirection = forImages(addDirectionOption(
+      command, "--vdm-pe", arguments.job.map.direction,
+      "With --vdm, for images: the direction that the map is for (default: what its\n"
+      "sidecar says); for images of the opposite one it is turned round"));
+  forImages(addUnitOption(command, arguments.job.unit,
+                          "For images: what the values of the field or the NIfTI map are\n"
+                          "(default: the Units of its sidecar, else Hz and voxels)"));
   forImages(command->add_flag("--modulate", arguments.modulate,
                               "Multiply intensities by the Jacobian, the local density change\n"
                               "(default: off)"));
@@ -68,10 +79,11 @@ ImageCommandOptions addApplyFieldOptions(Command* command, ApplyFieldArguments& 
                               "Write 32-bit floats (default: the data type of RUN, rounded)"));
   forImages(command->add_flag("--warp", arguments.job.seriesSettings.writeWarp,
                               "Also write the displacement field for other programs,\n"
-                              "RUN_desc-warp_xfm.nii.gz"));
+                              "RUN_from-orig_to-undistorted_mode-image_xfm.nii.gz"));
   forImages(command->add_option("--reference", arguments.job.reference,
                                 "An undistorted image of the head on any grid: tell whether the\n"
-                                "opposite sign agrees better with it"))
+                                "opposite sign agrees better with it, by normalised mutual\n"
+                                "information (no unit; 1: none, 2: one image tells the other)"))
       ->type_name("IMAGE");
   forImages(command->add_option("--threads", arguments.job.seriesSettings.threads,
                                 "Threads that correct volumes (default: one per core)"))

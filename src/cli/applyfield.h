@@ -18,6 +18,7 @@ struct ApplyFieldArguments {
 struct ImageCommandOptions {
   Option* field;
   Option* output;
+  Option* mapDirection;
   std::vector<Option*> forImages;  ///< those that projects do not have, --output among them
 };
 

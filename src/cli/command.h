@@ -1,9 +1,11 @@
 #pragma once
 
+#include <csignal>
 #include <functional>
 #include <string>
 
 #include "cli/commandline.h"
+#include "cli/interrupt.h"
 
 namespace mirel {
 
@@ -12,6 +14,22 @@ enum ExitStatus : int {
   exitSuccess = 0,
   exitFailure = 1,  ///< an "Error: " was shown, or a check has findings
   exitUsage = 2,    ///< the command line was not understood
+};
+
+struct ExitMeaning {
+  int status;
+  const char* text;
+};
+/// What the manual says of them.
+inline constexpr ExitMeaning exitMeanings[] = {
+    {exitSuccess, "Everything was done. Warnings do not change the status."},
+    {exitFailure,
+     "One sentence on standard error says what is wrong, and nothing was written. Or the files\n"
+     "were read and written, but a check has findings, or the verdict is not to trust the result\n"
+     "and --strict was given."},
+    {exitUsage, "The command line was not understood."},
+    {exitStatusOf(SIGINT), "Interrupted (Ctrl-C). Nothing was written."},
+    {exitStatusOf(SIGTERM), "Ended from outside (SIGTERM). Nothing was written."},
 };
 
 /// What the subcommands share. Each subcommand adds itself to the command line with its own
@@ -35,5 +53,7 @@ void addConvertCommand(Command& app, Program& program);
 void addPhantomCommand(Command& app, Program& program);
 void addPictureCommand(Command& app, Program& program);
 void addCompareCommand(Command& app, Program& program);
+/// Hidden: what an installation has beside the program, made from what the parser knows.
+void addGenerateCommand(Command& app, Program& program);
 
 }  // namespace mirel

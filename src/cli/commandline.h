@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "cli/commandlist.h"
+
 namespace CLI {
 class App;
 class Option;
@@ -48,7 +50,12 @@ class Option {
   std::string get_name() const;
 
  private:
+  friend class Command;
+
   CLI::Option* option;
+  bool number = false;
+  std::string value;
+  std::vector<std::string> words;
 };
 
 /// One subcommand, or the program itself. Commands and options live as long as the program's.
@@ -72,9 +79,14 @@ class Command {
   Option* add_flag(const std::string& names, bool& value, const std::string& description);
   /// What to do once the command is parsed. It may call the functions below.
   void callback(const std::function<void()>& action);
+  /// Help does not show it.
+  void hide();
+
+  ListedCommand list() const;
 
  private:
-  Option* keep(CLI::Option* parsers);
+  Option* keep(CLI::Option* parsers, bool number);
+  ListedOption listed(const CLI::Option& parsers) const;
 
   CLI::App* app;
   std::list<Option> options;  // keeps their addresses
@@ -103,11 +115,20 @@ class CommandLine {
     answered,    ///< --help or --version, on standard output
     refused,     ///< the reason is on standard error
   };
+  /// "help" and "help COMMAND" mean --help and COMMAND --help. A command or an option that there is
+  /// not is named, with the one that may have been meant.
   Outcome parse(int argc, char** argv);
+  /// Why the line was refused, in one sentence; empty when it was not.
+  const std::string& refusal() const { return reason; }
 
  private:
+  std::string unknownCommand(const std::vector<std::string>& words) const;
+  std::string unknownOption(const std::vector<std::string>& words) const;
+  Outcome refuse(const std::string& sentence);
+
   std::unique_ptr<CLI::App> app;
   Command command;
+  std::string reason;
 };
 
 }  // namespace mirel

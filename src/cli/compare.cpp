@@ -7,19 +7,27 @@
 #include "base/dimensions.h"
 #include "base/error.h"
 #include "base/json.h"
+#include "base/numbertext.h"
 #include "cli/command.h"
 #include "cli/inputimage.h"
+#include "field/grid.h"
+#include "host/session.h"
+#include "nifti/filename.h"
+#include "nifti/image.h"
 #include "numerics/statistics.h"
 
 namespace mirel {
 
 namespace {
 
+constexpr double placeTolerance = 0.05;  // voxels
+
 constexpr const char* description =
     "Tell how alike two images or displacement maps of the same size are.\n"
     "\n"
     "Prints their correlation (1 for images that differ by scale and offset only) and the\n"
-    "root-mean-square difference in the unit of the images (voxels for displacement maps).\n";
+    "root-mean-square difference in the unit of the images (voxels for displacement maps).\n"
+    "Voxels of equal indices are compared; a warning says when they lie at different places.\n";
 
 struct Options {
   std::string a, b, mask;
@@ -31,6 +39,21 @@ struct Comparison {
   long long voxels = 0;
   double correlation = 0, rmsDifference = 0;
 };
+
+// Voxel by voxel is not place by place where the headers say otherwise.
+std::optional<double> placesApart(const std::string& fileA, const std::string& fileB) {
+  if (!nifti::hasNiftiName(fileA) || !nifti::hasNiftiName(fileB)) return std::nullopt;
+  const nifti::Reader a(fileA), b(fileB);
+  if (!hasOrientation(a.header()) || !hasOrientation(b.header())) return std::nullopt;
+  return cornersApart(gridOf(a.header()), gridOf(b.header()), fileB);
+}
+
+void doubtPlaces(const std::string& fileA, const std::string& fileB, std::optional<double> apart) {
+  if (!apart || *apart <= placeTolerance) return;
+  hostSession().console.warn(
+      fileA + " and " + fileB + " lie at different places by their orientations, up to " +
+      text("%.3g", *apart) + " voxels apart: voxels of equal indices are compared all the same");
+}
 
 void requireSameSize(const Volume<float>& a, const Volume<float>& b, const std::string& fileA,
                      const std::string& fileB) {
@@ -63,14 +86,17 @@ int runCompare(const Options& options) {
     mask = readInputVolume(options.mask, 0);
     requireSameSize(a, *mask, options.a, options.mask);
   }
+  const std::optional<double> apart = placesApart(options.a, options.b);
+  doubtPlaces(options.a, options.b, apart);
+  if (mask) doubtPlaces(options.a, options.mask, placesApart(options.a, options.mask));
   const Comparison result = compareVolumes(a, b, mask);
   if (result.voxels == 0) throw Error(options.mask, "marks no voxel");
   if (options.json) {
-    std::cout << Json{{"correlation", result.correlation},
-                      {"rootMeanSquareDifference", result.rmsDifference},
-                      {"voxels", result.voxels}}
-                     .dump(2)
-              << "\n";
+    Json json = {{"correlation", result.correlation},
+                 {"rootMeanSquareDifference", result.rmsDifference},
+                 {"voxels", result.voxels}};
+    if (apart) json["voxelsApart"] = *apart;
+    std::cout << json.dump(2) << "\n";
   } else {
     char text[128];
     std::snprintf(text, sizeof text, "correlation %.4f, rms difference %.4g (%lld voxels)\n",

@@ -6,6 +6,7 @@
 
 #include "base/error.h"
 #include "cli/command.h"
+#include "cli/interrupt.h"
 #include "files/mapfile.h"
 #include "files/projectnames.h"
 #include "nifti/filename.h"
@@ -74,6 +75,7 @@ convert::ConvertReport convertAny(const Options& options) {
 }
 
 int runConvert(const Options& options) {
+  const EndBySignal end({options.out});
   const convert::ConvertReport report = convertAny(options);
   for (const std::string& note : report.notes) std::cerr << "Note: " << note << "\n";
   for (const std::string& name : report.written) std::cout << name << "\n";

@@ -29,17 +29,26 @@ struct Options {
   int meanB = 0;  // 0: as for A
   std::string estimator;
   bool ssd = false, ncc = false, fast = false, noIc = false, ic = false, noMotion = false;
-  bool modulate = false, quiet = false, json = false;
+  bool modulate = false, noModulate = false, quiet = false, json = false, strict = false;
 };
 
 bool hasSearchOptions(const Options& options) {
   return options.ssd || options.ncc || options.ic || options.noIc || options.fast;
 }
 
+bool saysOfPair(const CorrectPairOptions& job) {
+  const auto says = [](const bids::GivenAcquisition& given) {
+    return given.direction || given.readoutSeconds || !given.sidecar.empty();
+  };
+  return says(job.a.given) || says(job.b.given);
+}
+
 void settle(Options& options) {
   CorrectPairOptions& job = options.job;
   job.version = MIREL_VERSION;
-  job.b.volume = options.volumeB >= 0 ? options.volumeB : job.a.volume;
+  // Below 0 the table tells which volume it is.
+  job.b.volume =
+      options.volumeB < 0 && job.acquisitionTable.empty() ? job.a.volume : options.volumeB;
   job.a.meanOfFirst = options.mean;
   job.b.meanOfFirst = options.meanB > 0 ? options.meanB : options.mean;
   if (!job.b.given.readoutSeconds) job.b.given.readoutSeconds = job.a.given.readoutSeconds;
@@ -49,13 +58,24 @@ void settle(Options& options) {
     job.estimate.estimator = Estimator::search;
   job.estimate.motion = !options.noMotion;
   if (options.modulate) job.estimate.modulation = Modulation::on;
+  if (options.noModulate) job.estimate.modulation = Modulation::off;
   for (const std::string& file : options.runs) job.series.push_back({file, options.ofRuns});
 }
 
 int runCorrect(Options options) {
   settle(options);
-  return runJob({options.quiet, options.json},
+  return runJob({.quiet = options.quiet, .json = options.json, .strict = options.strict},
                 [&](Progress& progress) { return correctPair(options.job, progress); });
+}
+
+/// Of the parsed line.
+void checkPair(const CorrectPairOptions& job) {
+  if (job.acquisitionTable.empty()) {
+    if (job.b.file.empty()) refuseMissing("B");
+  } else if (saysOfPair(job)) {
+    refuseTogether("--datain",
+                   "--pe-a, --pe-b, --readout, --readout-b, --sidecar-a and --sidecar-b");
+  }
 }
 
 void addImageOptions(Command* command, Options& options) {
@@ -66,16 +86,20 @@ void addImageOptions(Command* command, Options& options) {
   command
       ->add_option("B", job.b.file,
                    "Second image: the same grid, the opposite phase-encoding direction; may be\n"
-                   "another volume of the same file")
-      ->type_name("")
-      ->required();
+                   "another volume of the same file. With --datain A may hold both directions\n"
+                   "instead, a row for each of its volumes")
+      ->type_name("");
   command->add_option("--apply", options.runs, "Series of the same session to correct, too")
       ->type_name("RUN");
   command
-      ->add_option("-o,--output", job.outputFolder,
-                   "Folder for the results; made if need be. Files of the same names are replaced")
+      ->add_option(
+          "-o,--output", job.outputFolder,
+          "Folder for the results; made if need be. Results of the same images are replaced,\n"
+          "those of others refused")
       ->type_name("DIR")
       ->required();
+  command->add_flag("--overwrite", job.overwrite,
+                    "Replace files of the same names whatever they were made of");
   command
       ->add_option("--volume", job.a.volume,
                    "Volume of A and B to use, counted from 0 (default: 0, the first)")
@@ -97,6 +121,11 @@ void addImageOptions(Command* command, Options& options) {
 void addAcquisitionOptions(Command* command, Options& options) {
   bids::GivenAcquisition& a = options.job.a.given;
   bids::GivenAcquisition& b = options.job.b.given;
+  command
+      ->add_option("--datain", options.job.acquisitionTable,
+                   "Directions and readout times of A and B as topup reads them: rows of x y z\n"
+                   "and the readout time in s, one per image or one per volume")
+      ->type_name("FILE");
   addDirectionOption(
       command, "--pe-a", a.direction,
       "Phase-encoding direction of A: i, i-, j, j-, k or k- (default: its sidecar's)");
@@ -149,9 +178,15 @@ void addEstimateOptions(Command* command, Options& options) {
                    "(default: found from the images)")
       ->type_name("F")
       ->check(refuseNotPositive);
-  command->add_flag("--modulate", options.modulate,
-                    "Multiply corrected intensities by the Jacobian, the local density change\n"
-                    "(default: off)");
+  Option* modulate =
+      command->add_flag("--modulate", options.modulate,
+                        "Multiply corrected intensities, of the pair and of every RUN, by the\n"
+                        "Jacobian, the local density change: signal that piled up is scaled back\n"
+                        "(default with the mass-preserving estimate, not with the search)");
+  command
+      ->add_flag("--no-modulate", options.noModulate,
+                 "Move intensities only: signal that piled up stays bright")
+      ->excludes(modulate);
 }
 
 }  // namespace
@@ -170,10 +205,19 @@ void addCorrectCommand(Command& app, Program& program) {
   command->add_flag("--float", options->job.seriesSettings.floatOutput,
                     "Write every RUN as 32-bit floats (default: its own data type and scaling,\n"
                     "rounded)");
+  command->add_flag("--warp", options->job.seriesSettings.writeWarp,
+                    "Also write the displacement field of every RUN for other programs,\n"
+                    "RUN_from-orig_to-undistorted_mode-image_xfm.nii.gz (the pair's are always\n"
+                    "written)");
+  command->add_flag(
+      "--strict", options->strict,
+      "Exit with 1 where the verdict is not to trust the result. It is written all the\n"
+      "same");
   command->add_flag("--quiet", options->quiet, "Say nothing but warnings and errors");
   command->add_flag("--json", options->json,
                     "Print a summary as JSON instead of the names of the files written");
   command->callback([options, &program] {
+    checkPair(options->job);
     const bool search = hasSearchOptions(*options);
     if (options->estimator == nameOf(Estimator::massPreserving) && search)
       refuseTogether("--estimator mass-preserving",

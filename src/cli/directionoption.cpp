@@ -25,4 +25,12 @@ Option* addReadoutOption(Command* command, const std::string& name, std::optiona
       ->check(refuseNotPositive);
 }
 
+Option* addUnitOption(Command* command, std::optional<bids::Unit>& value, const std::string& text) {
+  return command
+      ->add_option_function(
+          "--units", [&value](const std::string& word) { value = bids::unitOf(word); }, text)
+      ->type_name("U")
+      ->one_of({"Hz", "rad/s", "T", "voxels", "mm"});
+}
+
 }  // namespace mirel

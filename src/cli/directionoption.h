@@ -4,6 +4,7 @@
 #include <string>
 
 #include "bids/phaseencoding.h"
+#include "bids/units.h"
 #include "cli/commandline.h"
 
 namespace mirel {
@@ -16,5 +17,8 @@ Option* addDirectionOption(Command* command, const std::string& name,
 /// Adds an option that takes a total readout time in s.
 Option* addReadoutOption(Command* command, const std::string& name, std::optional<double>& value,
                          const std::string& text);
+
+/// Adds the option --units for the values of a field or a displacement map.
+Option* addUnitOption(Command* command, std::optional<bids::Unit>& value, const std::string& text);
 
 }  // namespace mirel

@@ -2,6 +2,7 @@
 
 #include "base/error.h"
 #include "cli/command.h"
+#include "cli/interrupt.h"
 #include "host/outputs.h"
 #include "host/session.h"
 #include "host/task.h"
@@ -86,6 +87,7 @@ void runMassPreserving(const Options& options) {
 }
 
 int runEstimate(const Options& options, const std::string& pluginFile) {
+  const EndBySignal end({options.pair.files[0], options.pair.files[1]});
   for (const std::string& file : options.pair.files) refuseImpossibleName(file);
   const std::vector<ProjectInfo> projects = {readProjectInfo(options.pair.files[0]),
                                              readProjectInfo(options.pair.files[1])};

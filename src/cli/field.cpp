@@ -6,13 +6,16 @@
 #include "base/outputfile.h"
 #include "base/samefile.h"
 #include "bids/acquisition.h"
+#include "cli/advice.h"
 #include "cli/command.h"
 #include "cli/directionoption.h"
-#include "cli/inputimage.h"
+#include "cli/interrupt.h"
 #include "convert/convert.h"
 #include "field/fieldhz.h"
 #include "files/mapfile.h"
 #include "host/session.h"
+#include "jobs/distortionfile.h"
+#include "jobs/mapseries.h"
 #include "nifti/filename.h"
 #include "nifti/image.h"
 
@@ -30,6 +33,7 @@ constexpr const char* description =
 
 struct Options {
   std::string mapFile, fieldFile, reference, output;
+  std::optional<bids::Unit> unit;
   bids::GivenAcquisition given;
 };
 
@@ -54,15 +58,22 @@ bids::Acquisition acquisitionOf(const Options& options, const nifti::Header& hea
   return acquisition;
 }
 
+void tell(const DistortionFile& file) {
+  for (const Remark& note : file.notes) std::cerr << "Note: " << sentenceOf(note) << "\n";
+  for (const Remark& warning : file.warnings) hostSession().console.warn(sentenceOf(warning));
+}
+
 void mapToField(const Options& options, const nifti::Header& header) {
   if (!nifti::hasNiftiName(options.output))
     throw Error("a field is written as a NIfTI image; " + options.output +
                 " ends with neither .nii nor .nii.gz");
-  const Volume<float> shift = readDisplacement(options.mapFile);
-  if (shift.dimensions() != header.dims)
-    throw Error(options.mapFile, "has " + text(shift.dimensions()) + " voxels, but " +
+  DistortionFile map = readDistortionFile(options.mapFile, TakenFor::map, options.unit);
+  if (map.values.dimensions() != header.dims)
+    throw Error(options.mapFile, "has " + text(map.values.dimensions()) + " voxels, but " +
                                      options.reference + " has " + text(header.dims));
   const bids::Acquisition acquisition = acquisitionOf(options, header);
+  const Volume<float> shift = shiftFor(map, acquisition.direction->value, options.reference);
+  tell(map);
   writeField(fieldFromShift(shift, gridOf(header), acquisition.direction->value,
                             acquisition.readout->seconds, options.mapFile),
              header, options.output);
@@ -71,10 +82,12 @@ void mapToField(const Options& options, const nifti::Header& header) {
 void fieldToMap(const Options& options, const nifti::Header& header) {
   if (!options.output.ends_with(".map"))
     throw Error("a map is written as a .map file, which " + options.output + " is not");
-  const FieldHz field = readField(options.fieldFile);
-  if (field.nonFinite > 0)
-    hostSession().console.warn(options.fieldFile + " has " + std::to_string(field.nonFinite) +
-                               " NaN or infinite voxel(s), which count as 0 Hz");
+  DistortionFile file = readDistortionFile(options.fieldFile, TakenFor::field, options.unit);
+  tell(file);
+  if (!file.isField())
+    throw Error(options.fieldFile,
+                "is a displacement map in " + nameOf(file.unit.value) + ", not a field");
+  const FieldHz field = fieldOf(std::move(file));
   const bids::Acquisition acquisition = acquisitionOf(options, header);
   const Volume<float> shift =
       shiftVoxels(field, header, acquisition.direction->value, acquisition.readout->seconds);
@@ -86,6 +99,7 @@ void fieldToMap(const Options& options, const nifti::Header& header) {
 }
 
 int runField(const Options& options) {
+  const EndBySignal end({options.output});
   const std::string& in = options.mapFile.empty() ? options.fieldFile : options.mapFile;
   for (const std::string& input : {in, options.reference}) refuseOverwrite(options.output, input);
   std::vector<std::string> notes;
@@ -124,6 +138,9 @@ void addFieldCommand(Command& app, Program& program) {
       "Its phase-encoding direction: i, i-, j, j-, k or k- (default: its sidecar's)");
   addReadoutOption(command, "--readout", options->given.readoutSeconds,
                    "Its total readout time in s (default: its sidecar's)");
+  addUnitOption(command, options->unit,
+                "What the values of the field or the NIfTI map are (default: the Units of its\n"
+                "sidecar, else Hz and voxels)");
   command
       ->add_option("-o,--output", options->output,
                    "The field (.nii, .nii.gz) or map (.map) to write; an older one is replaced")

@@ -1,7 +1,5 @@
 #include "cli/inputimage.h"
 
-#include <algorithm>
-#include <cmath>
 #include <utility>
 #include <vector>
 
@@ -43,23 +41,6 @@ Volume<float> readInputVolume(const std::string& file, int index) {
     throw Error(file, "is neither a NIfTI image nor a project (.fmr, .dmr) nor a map (.map)");
   requireVolume(file, index, 1);
   return volumeOf(readMapFile(file));
-}
-
-Volume<float> readDisplacement(const std::string& file) {
-  Volume<float> shift;
-  if (nifti::hasNiftiName(file)) {
-    nifti::Reader reader(file);
-    if (reader.header().volumes != 1)
-      throw Error(file, "has " + std::to_string(reader.header().volumes) +
-                            " volumes: a displacement map has one");
-    shift = reader.readVolume(0);
-  } else {
-    shift = volumeOf(readMapFile(file));
-  }
-  if (!std::all_of(shift.data(), shift.data() + shift.size(),
-                   [](float v) { return std::isfinite(v); }))
-    throw Error(file, "has voxels that are NaN or infinite");
-  return shift;
 }
 
 }  // namespace mirel

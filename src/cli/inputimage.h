@@ -13,9 +13,4 @@ namespace mirel {
 ///          or without a volume `index` (counted from 0).
 Volume<float> readInputVolume(const std::string& file, int index);
 
-/// A displacement map in voxels: a .map, or a NIfTI image of one volume.
-///
-/// Errors   as above; an image of several volumes, voxels that are NaN or infinite.
-Volume<float> readDisplacement(const std::string& file);
-
 }  // namespace mirel

@@ -1,10 +1,16 @@
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
 #include <exception>
 #include <iostream>
+#include <new>
 #include <string>
 
 #include "base/error.h"
+#include "base/json.h"
 #include "cli/advice.h"
 #include "cli/command.h"
+#include "cli/interrupt.h"
 #include "host/session.h"
 
 using namespace mirel;
@@ -23,13 +29,35 @@ void refuseLostOutput() {
   if (!std::cout.flush()) throw Error("cannot write to standard output");
 }
 
-int run(const Program& program) {
+/// For programs that read what --json prints: what was shown as a sentence, as an object.
+void printAsJson(const std::string& sentence, const std::string& file, const std::string& field) {
+  Json error = {{"message", sentence}};
+  if (!file.empty()) error["file"] = file;
+  if (!field.empty()) error["field"] = field;
+  std::cout << Json{{"error", error}}.dump(2, Json::NotUtf8::replaced) << "\n";
+}
+
+void tell(const std::exception& failure, bool asJson) {
+  const std::string sentence = sentenceOf(failure);
+  hostSession().console.messageBox("Error: " + sentence);
+  if (!asJson) return;
+  const auto* error = dynamic_cast<const Error*>(&failure);
+  printAsJson(sentence, error != nullptr ? error->file() : "",
+              error != nullptr ? error->field() : "");
+}
+
+int run(const Program& program, bool asJson) {
   try {
     const int status = program.action();
     refuseLostOutput();
     return status;
+  } catch (const Interrupted& stop) {
+    tell(stop, asJson);
+    return stop.exitStatus();
+  } catch (const std::bad_alloc&) {
+    throw;
   } catch (const std::exception& failure) {
-    hostSession().console.messageBox("Error: " + sentenceOf(failure));
+    tell(failure, asJson);
   } catch (...) {
     hostSession().console.messageBox("Error: the plugin failed without saying why");
   }
@@ -37,9 +65,7 @@ int run(const Program& program) {
   return exitFailure;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int runLine(int argc, char** argv) {
   CommandLine line("mirel", description, "mirel " MIREL_VERSION);
   Command& app = line.root();
   Program program;
@@ -57,13 +83,34 @@ int main(int argc, char** argv) {
   addPhantomCommand(app, program);
   addPictureCommand(app, program);
   addCompareCommand(app, program);
+  addGenerateCommand(app, program);
+  // Looked for in the words themselves: it holds for a line that is not understood, too.
+  const bool asJson = std::find(argv, argv + argc, std::string("--json")) != argv + argc;
   switch (line.parse(argc, argv)) {
     case CommandLine::Outcome::answered:
       return exitSuccess;
     case CommandLine::Outcome::refused:
+      if (asJson) printAsJson(line.refusal(), "", "");
       return exitUsage;
     case CommandLine::Outcome::understood:
       break;
   }
-  return run(program);
+  return run(program, asJson);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // A limit on the size of files is told like a full disk.
+  std::signal(SIGXFSZ, SIG_IGN);
+  try {
+    return runLine(argc, argv);
+  } catch (const std::bad_alloc&) {
+    std::fputs("Error: there is not enough memory\n", stderr);
+  } catch (const std::exception& failure) {
+    std::fputs("Error: ", stderr);
+    std::fputs(failure.what(), stderr);
+    std::fputs("\n", stderr);
+  }
+  return exitFailure;
 }

@@ -7,6 +7,7 @@
 
 #include "base/error.h"
 #include "cli/command.h"
+#include "cli/interrupt.h"
 #include "phantom/phantomfiles.h"
 
 namespace mirel {
@@ -44,6 +45,7 @@ std::pair<float, float> shiftRange(const Phantom& phantom) {
 }
 
 int runPhantom(Options options, bool maxShiftGiven) {
+  const EndBySignal end({options.folder});
   PhantomOptions& phantomOptions = options.phantom;
   if (!options.size.empty())
     phantomOptions.size = {options.size[0], options.size[1], options.size[2]};

@@ -7,6 +7,7 @@
 
 #include "base/error.h"
 #include "cli/command.h"
+#include "cli/interrupt.h"
 #include "cli/pictureinput.h"
 
 namespace mirel {
@@ -24,8 +25,8 @@ constexpr const char* description =
     "\n"
     "Images are grey. Maps are coloured, blue below and red above 0, with one colour bar for\n"
     "each unit, and faded where no signal was measured: .map files, displacement fields (5-D),\n"
-    "images with Units of Hz, rad/s, T, mm or voxels in their sidecars, those named _fieldmap\n"
-    "or _displacement, and what --map names.\n";
+    "images with Units of Hz, rad/s, T, mm or voxels in their sidecars, those named _fieldmap,\n"
+    "_vdm or _displacement, and what --map names.\n";
 
 struct Options {
   PictureFiles files;
@@ -89,6 +90,7 @@ void parseLimit(const std::string& text, Style& style) {
 }
 
 int runPicture(Options options) {
+  const EndBySignal end({options.out});
   if (!options.out.ends_with(".png"))
     throw Error("the picture is a PNG file; " + options.out + " does not end with .png");
   Style& style = options.style;

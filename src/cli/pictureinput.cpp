@@ -88,7 +88,7 @@ class SceneReader {
       if (header.vectorComponents > 1) return warpOf(file, header);
       const std::string unit = unitInSidecar(file), suffix = bids::Name::of(file).suffix;
       const std::vector<std::string> unitsOfMaps{"Hz", "rad/s", "T", "mm", "voxels"};
-      input.isMap = asMap || suffix == "fieldmap" || suffix == "displacement" ||
+      input.isMap = asMap || suffix == "fieldmap" || suffix == "displacement" || suffix == "vdm" ||
                     std::find(unitsOfMaps.begin(), unitsOfMaps.end(), unit) != unitsOfMaps.end();
       if (input.isMap) input.unit = unit.empty() ? files.unit : unit;
       if (input.isMap && header.volumes > 1)

@@ -29,7 +29,7 @@ struct PictureScene {
 
 /// Reads the files. Maps are those in `maps`, .map files (in voxels), displacement fields (5-D
 /// images of three components, in mm), images whose sidecar has the Units Hz, rad/s, T, mm or
-/// voxels, and those named "_fieldmap" or "_displacement".
+/// voxels, and those named "_fieldmap", "_vdm" or "_displacement".
 ///
 /// Errors   a sentence naming the file: see readInputVolume; vectors of another number of
 ///          components; `out` is one of the files; nothing to draw.

@@ -34,7 +34,8 @@ std::string textOf(Stage stage, const std::string& subject) {
 
 class TerminalProgress : public Progress {
  public:
-  explicit TerminalProgress(ProgressBar::Output output) : bar(output) {}
+  TerminalProgress(ProgressBar::Output output, InterruptGuard::Tell tell)
+      : bar(output), interrupts(tell) {}
 
   void at(Stage stage, double done, const std::string& subject) override {
     if (stage >= Stage::writing) interrupts.beginWriting();
@@ -51,14 +52,15 @@ class TerminalProgress : public Progress {
 }  // namespace
 
 int runJob(const RunOutput& output, const std::function<RunRecord(Progress&)>& job) {
-  TerminalProgress progress(output.quiet ? ProgressBar::Output::none : ProgressBar::suitable());
+  TerminalProgress progress(
+      output.quiet ? ProgressBar::Output::none : ProgressBar::suitable(),
+      output.json ? InterruptGuard::Tell::asJsonToo : InterruptGuard::Tell::asText);
   RunRecord run;
   try {
     run = job(progress);
-  } catch (const Cancelled& stop) {
+  } catch (const Cancelled&) {
     progress.clear();
-    hostSession().console.messageBox(std::string("Error: ") + stop.what());
-    return exitInterrupted;
+    throw;
   }
   progress.clear();
   if (!output.quiet) std::cerr << textOf(run);
@@ -67,7 +69,8 @@ int runJob(const RunOutput& output, const std::function<RunRecord(Progress&)>& j
     std::cout << summaryText(run);
   else
     for (const std::string& file : run.outputs) std::cout << file << "\n";
-  return exitSuccess;
+  const bool untrusted = run.pair && run.pair->findings.verdict.trust == Trust::doNotTrust;
+  return output.strict && untrusted ? exitFailure : exitSuccess;
 }
 
 }  // namespace mirel

@@ -9,8 +9,9 @@ namespace mirel {
 
 /// How a run tells what it did.
 struct RunOutput {
-  bool quiet = false;  ///< nothing but warnings and errors
-  bool json = false;   ///< a summary in place of the names of the files written
+  bool quiet = false;   ///< nothing but warnings and errors
+  bool json = false;    ///< a summary in place of the names of the files written
+  bool strict = false;  ///< a result that is not to be trusted is a failure
 };
 
 /// Runs a job as a command does: with a progress bar, ended by Ctrl-C without leaving anything

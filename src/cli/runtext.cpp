@@ -1,5 +1,7 @@
 #include "cli/runtext.h"
 
+#include <filesystem>
+
 #include "base/numbertext.h"
 #include "cli/advice.h"
 
@@ -13,15 +15,28 @@ std::string three(const glm::dvec3& v) {
   return text("%.2f", v.x) + ", " + text("%.2f", v.y) + ", " + text("%.2f", v.z);
 }
 
-std::string textOf(const bids::Acquisition& acquisition) {
+// A sidecar beside the image that a line is about needs no folder.
+std::string shortName(const std::string& file, const std::string& image) {
+  namespace fs = std::filesystem;
+  return fs::path(file).parent_path() == fs::path(image).parent_path()
+             ? fs::path(file).filename().string()
+             : file;
+}
+
+std::string textOf(const bids::Acquisition& acquisition, const std::string& image) {
   const bids::StatedDirection& direction = *acquisition.direction;
   if (direction.source == Source::map)
-    return "displaced along " + nameOf(direction.value) + " by " + direction.file;
-  std::string told =
-      "phase encoding " + nameOf(direction.value) + " (" + direction.sourceText() + ")";
-  if (const auto& readout = acquisition.readout)
-    told += ", readout " + text(readout->seconds) + " s (" + sourceText(*readout) + ")";
-  return told;
+    return "displaced along " + bids::nameOf({direction.value.axis, 1}) + " by " + direction.file;
+  const std::string encoding = "phase encoding " + nameOf(direction.value);
+  const std::string said =
+      direction.file.empty() ? direction.sourceText() : shortName(direction.file, image);
+  const auto& readout = acquisition.readout;
+  if (!readout) return encoding + " (" + said + ")";
+  const std::string time = "readout " + text(readout->seconds) + " s";
+  if (readout->file == direction.file && !readout->file.empty())
+    return encoding + ", " + time + " (" + nameOf(readout->source) + "), both from " + said;
+  return encoding + " (" + said + "), " + time + " (" + nameOf(readout->source) +
+         (readout->file.empty() ? "" : " in " + shortName(readout->file, image)) + ")";
 }
 
 std::string motionText(const std::optional<RigidMotion>& motion) {
@@ -30,16 +45,34 @@ std::string motionText(const std::optional<RigidMotion>& motion) {
          three(motion->rotationDegrees) + " degrees about i, j, k";
 }
 
-std::string textOf(const PairFindings& found) {
+std::string verdictText(const Verdict& verdict) {
+  switch (verdict.trust) {
+    case Trust::doNotTrust:
+      return "Verdict: do not trust this result (the warnings say why)\n";
+    case Trust::doubtful:
+      return "Verdict: doubtful (the warnings say why)\n";
+    case Trust::trusted:
+      break;
+  }
+  return "Verdict: nothing speaks against this result\n";
+}
+
+std::string textOf(const PairFindings& found, Modulation modulation) {
   std::string told = "Head above an intensity of " + text("%.4g", found.threshold) +
                      " (intensity scale " + text("%.4g", found.intensityScale) + ", " +
                      text("%.0f", 100 * found.foregroundA) + " and " +
                      text("%.0f", 100 * found.foregroundB) + " % of the voxels)\n";
+  if (found.backgroundA != 0 || found.backgroundB != 0)
+    told += "Background taken off for the estimate: " + text("%.4g", found.backgroundA) + " and " +
+            text("%.4g", found.backgroundB) + "\n";
   if (found.estimator == Estimator::massPreserving)
     told += "Intensity of the first image over that of the second: " +
             text("%.4g", found.intensityRatio) + "\n" + motionText(found.motion) + "\n";
   return told + "Correlation of the pair in the head: " + text("%.3f", found.agreement.before) +
-         " before, " + text("%.3f", found.agreement.after) + " after\n";
+         " before, " + text("%.3f", found.agreement.after) + " after, as written (" +
+         (modulation == Modulation::on ? "modulated: signal that piled up is scaled back"
+                                       : "not modulated: signal that piled up stays bright") +
+         ")\n" + verdictText(found.verdict);
 }
 
 const char* sentenceOf(SignCheck::Verdict verdict) {
@@ -57,15 +90,16 @@ const char* sentenceOf(SignCheck::Verdict verdict) {
 std::string textOf(const SeriesRecord& series) {
   std::string text = series.file + ": " + std::to_string(series.volumes) +
                      (series.volumes == 1 ? " volume, " : " volumes, ") +
-                     textOf(series.acquisition) +
-                     (series.resampledField ? ", field resampled to its grid" : "") + "\n";
+                     textOf(series.acquisition, series.file) +
+                     (series.resampledField ? ", field resampled to its grid" : "") +
+                     (series.mapFactor && *series.mapFactor < 0 ? ", map turned round" : "") + "\n";
   return text;
 }
 
 std::string signText(const SeriesRecord& series) {
-  return series.file + ": agreement with the reference " + text("%.4f", series.signs->asGiven) +
-         ", with the opposite sign " + text("%.4f", series.signs->opposite) + ": " +
-         sentenceOf(series.signs->verdict) + "\n";
+  return series.file + ": normalised mutual information with the reference (1 none, 2 full) " +
+         text("%.4f", series.signs->asGiven) + ", with the opposite sign " +
+         text("%.4f", series.signs->opposite) + ": " + sentenceOf(series.signs->verdict) + "\n";
 }
 
 }  // namespace
@@ -74,8 +108,8 @@ std::string textOf(const RunRecord& run) {
   std::string text;
   if (run.pair) {
     for (const ImageDescription* image : {&run.pair->a, &run.pair->b})
-      text += image->title() + ": " + textOf(image->acquisition) + "\n";
-    text += textOf(run.pair->findings);
+      text += image->title() + ": " + textOf(image->acquisition, image->options.file) + "\n";
+    text += textOf(run.pair->findings, run.pair->settings.usedModulation());
   }
   for (const SeriesRecord& series : run.series) {
     text += textOf(series);

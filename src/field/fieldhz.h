@@ -20,9 +20,9 @@ struct FieldHz {
 
 inline Grid gridOf(const FieldHz& field) { return {field.hz.dimensions(), field.affine}; }
 
-/// Reads a field from a NIfTI image of one volume. Voxels that are NaN or infinite count as 0 Hz
-/// and are counted in `nonFinite`. Throws Error: see nifti::Reader; more than one volume,
-/// an orientation matrix that is singular, nothing but non-finite voxels.
+/// Reads a field from a NIfTI image of one volume as if it were in Hz. Voxels that are NaN or
+/// infinite count as 0 Hz and are counted in `nonFinite`. Throws Error: see nifti::Reader; more
+/// than one volume, an orientation matrix that is singular, nothing but non-finite voxels.
 FieldHz readField(const std::string& fileName);
 
 /// Writes `field` as 32-bit floats with the orientation, its codes and the description of

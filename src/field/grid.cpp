@@ -65,19 +65,22 @@ glm::dmat4 voxelToVoxel(const glm::dmat4& from, const glm::dmat4& to, const std:
   return glm::inverse(to) * from;
 }
 
-bool coincide(const Grid& a, const Grid& b) {
-  if (a.dims != b.dims) return false;
-  if (a.affine == b.affine) return true;
-  const glm::dmat4 m = voxelToVoxel(a.affine, b.affine, "the grid");
+double cornersApart(const Grid& a, const Grid& b, const std::string& name) {
+  const glm::dmat4 m = voxelToVoxel(a.affine, b.affine, name);
+  double farthest = 0;
   for (int corner = 0; corner < 8; ++corner) {
     const glm::ivec3 p((corner & 1) != 0 ? a.dims.x - 1 : 0, (corner & 2) != 0 ? a.dims.y - 1 : 0,
                        (corner & 4) != 0 ? a.dims.z - 1 : 0);
-    const glm::dvec3 off = mapped(m, p.x, p.y, p.z) - glm::dvec3(p);
-    if (!(std::fabs(off.x) < coincidenceVoxels && std::fabs(off.y) < coincidenceVoxels &&
-          std::fabs(off.z) < coincidenceVoxels))
-      return false;
+    const glm::dvec3 off = glm::abs(mapped(m, p.x, p.y, p.z) - glm::dvec3(p));
+    farthest = std::max({farthest, off.x, off.y, off.z});
   }
-  return true;
+  return farthest;
+}
+
+bool coincide(const Grid& a, const Grid& b) {
+  if (a.dims != b.dims) return false;
+  if (a.affine == b.affine) return true;
+  return cornersApart(a, b, "the grid") < coincidenceVoxels;
 }
 
 Volume<float> coverage(const Grid& target, const Grid& source, const std::string& name) {

@@ -31,6 +31,11 @@ glm::dmat4 voxelToVoxel(const glm::dmat4& from, const glm::dmat4& to, const std:
 /// the other's: two files of one acquisition whose headers were rounded differently.
 bool coincide(const Grid& a, const Grid& b);
 
+/// How far the corners of two grids of the same dimensions lie apart along any axis, in voxels of
+/// `b`: the largest of all. Throws Error, naming `name` (the image that `b` belongs to), when its
+/// affine is singular or not finite.
+double cornersApart(const Grid& a, const Grid& b, const std::string& name);
+
 /// 1 at the voxels of `target` whose centres lie on the grid `source` (less than half a voxel
 /// beyond its outermost centres), 0 elsewhere. Throws Error, naming `name` (the image that
 /// `source` belongs to), for a singular affine.

@@ -87,10 +87,11 @@ class Work {
 
   void run(int threads) {
     std::vector<std::thread> helpers;
+    helpers.reserve(static_cast<std::size_t>(threads));
     try {
       for (int n = 1; n < threads; ++n) helpers.emplace_back([this] { serve(); });
-    } catch (const std::system_error&) {
-      // The system gives no more threads: those that run do the work.
+    } catch (const std::exception&) {
+      // The system gives no more threads, or no memory for them: those that run do the work.
     }
     serve();
     for (std::thread& helper : helpers) helper.join();
@@ -118,7 +119,7 @@ class Work {
       Buffers buffers;
       for (int t = take(buffers); t < volumes; t = take(buffers)) {
         buffers.nonFinite = replaceNonFinite(buffers.in);
-        corrector.correct(buffers.in, buffers.out, buffers.scratch);
+        correct(buffers);
         writer.encode(buffers.out, buffers.encoded);
         if (!put(t, buffers)) return;
       }
@@ -127,6 +128,15 @@ class Work {
       if (!failure) failure = std::current_exception();
       turn.notify_all();
     }
+  }
+
+  void correct(Buffers& buffers) const {
+    const float background = static_cast<float>(options.background);
+    if (background != 0.0f) buffers.in -= background;
+    corrector.correct(buffers.in, buffers.out, buffers.scratch);
+    if (background == 0.0f) return;
+    buffers.in += background;
+    buffers.out += background;
   }
 
   /// Reads the next volume; its index, or the number of volumes when there are no more.
@@ -226,14 +236,15 @@ SeriesReport correctSeries(const std::string& in, const Volume<float>& shift,
   return report;
 }
 
-Volume<float> meanOfSeries(const std::string& in, int count) {
+Volume<float> meanOfSeries(const std::string& in, int count, std::int64_t* nonFinite) {
   nifti::Reader reader(in);
   const int wanted = wantedForMean(count, reader.header().volumes);
   Mean mean(reader.header().dims, wanted);
   Volume<float> volume;
   for (int t = 0; t < wanted; ++t) {
     reader.readVolume(t, volume);
-    replaceNonFinite(volume);
+    const std::int64_t replaced = replaceNonFinite(volume);
+    if (nonFinite != nullptr) *nonFinite += replaced;
     mean.add(volume);
   }
   return mean.value();

@@ -15,6 +15,9 @@ namespace mirel {
 struct SeriesOptions {
   int axis = 1;  ///< 0, 1, 2: the axis along which the map shifts (PhaseEncodingDirection::axis)
   Modulation modulation = Modulation::off;
+  /// Intensity that was added to every voxel of the series, air included: it is taken off before
+  /// the volumes are corrected and added again, so that it is not modulated.
+  double background = 0;
   /// 32-bit floats without scaling, whatever the input has.
   bool floatOutput = false;
   /// 0: as many as there are cores. Never more than there are volumes.
@@ -57,6 +60,7 @@ SeriesReport correctSeries(const std::string& in, const Volume<float>& shift,
                            const SeriesOptions& options, const std::string& out);
 
 /// The average of the first `count` volumes (0: of all) of an image, as in SeriesReport.
-Volume<float> meanOfSeries(const std::string& in, int count = 0);
+/// @param nonFinite  the values that were NaN or infinite, and counted as 0, are added to it.
+Volume<float> meanOfSeries(const std::string& in, int count = 0, std::int64_t* nonFinite = nullptr);
 
 }  // namespace mirel

@@ -4,7 +4,10 @@
 
 #include "base/error.h"
 #include "field/series.h"
+#include "jobs/distortionfile.h"
+#include "jobs/recordjson.h"
 #include "jobs/seriescorrection.h"
+#include "jobs/sourcenames.h"
 #include "nifti/filename.h"
 #include "nifti/image.h"
 
@@ -31,25 +34,45 @@ Place placeOf(const ApplyFieldOptions& options) {
   return {folder.empty() ? "." : folder.string(), output.filename().string()};
 }
 
-Distortion distortionOf(const ApplyFieldOptions& options, RunRecord& run) {
-  if (options.map) {
-    run.source = SourceRecord{SourceRecord::Kind::map, options.map->file};
-    return Distortion(
-        GridShift{options.map->shift, {options.map->axis, 1}, std::nullopt, options.map->file});
+DistortionFile readSource(const ApplyFieldOptions& options, RunRecord& run) {
+  const bool asMap = !options.mapFile.empty();
+  DistortionFile file = readDistortionFile(asMap ? options.mapFile : options.fieldFile,
+                                           asMap ? TakenFor::map : TakenFor::field, options.unit);
+  run.source = SourceRecord{file.isField() ? SourceRecord::Kind::field : SourceRecord::Kind::map,
+                            file.file, file.unit,
+                            file.sidecar ? file.sidecar->fileNames() : std::vector<std::string>{}};
+  return file;
+}
+
+void doubtUses(const DistortionFile& file, std::vector<SeriesInput>& series) {
+  for (SeriesInput& input : series) doubtUse({{file.file, file.sidecar}}, file.file, input);
+}
+
+// What corrects the series, which are read and held against it.
+Distortion readAll(const ApplyFieldOptions& options, DistortionFile& file,
+                   std::vector<SeriesInput>& series) {
+  if (!file.isField()) {
+    for (const SeriesFile& each : options.series) series.push_back(readSeriesForMap(each, file));
+    doubtUses(file, series);
+    return settleMap(file, options.map, series);
   }
-  run.source = SourceRecord{SourceRecord::Kind::field, options.fieldFile};
-  FieldHz field = readField(options.fieldFile);
-  if (field.nonFinite > 0)
-    run.warnings.push_back(options.fieldFile + " has " + std::to_string(field.nonFinite) +
-                           " NaN or infinite voxel(s), which count as 0 Hz");
+  FieldHz field = fieldOf(file);
+  for (const SeriesFile& each : options.series) series.push_back(readSeries(each, field));
+  doubtUses(file, series);
   return Distortion(std::move(field));
 }
 
-std::optional<Reference> readReference(const ApplyFieldOptions& options) {
+std::optional<Reference> readReference(const ApplyFieldOptions& options, const std::string& source,
+                                       RunRecord& run) {
   if (options.reference.empty()) return std::nullopt;
   const nifti::Reader image(options.reference);
-  return Reference{{meanOfSeries(options.reference), image.header().affine(), options.reference},
-                   "the sign of " + options.fieldFile + " is"};
+  std::int64_t nonFinite = 0;
+  Volume<float> mean = meanOfSeries(options.reference, 0, &nonFinite);
+  if (nonFinite > 0)
+    run.warnings.push_back(options.reference + " has " + std::to_string(nonFinite) +
+                           " NaN or infinite value(s), which count as 0");
+  return Reference{{std::move(mean), image.header().affine(), options.reference},
+                   "the sign of " + source + " is"};
 }
 
 }  // namespace
@@ -60,25 +83,33 @@ RunRecord applyField(const ApplyFieldOptions& options, Progress& progress) {
   run.seriesSettings = options.seriesSettings;
   const Place place = placeOf(options);
   OutputFolder folder(place.folder);
-  const Distortion distortion = distortionOf(options, run);
-  const std::optional<Reference> reference = readReference(options);
+  DistortionFile source = readSource(options, run);
+  std::vector<SeriesInput> read;
+  const Distortion distortion = readAll(options, source, read);
+  run.notes = source.notes;
+  run.warnings = source.warnings;
+  const std::optional<Reference> reference = readReference(options, source.file, run);
 
   SeriesCorrection series(options.seriesSettings, folder);
   const bool withWarp = options.seriesSettings.writeWarp;
-  for (const SeriesFile& file : options.series) {
-    SeriesInput input = readSeries(file, distortion);
+  for (SeriesInput& input : read) {
     SeriesNames names = place.image.empty() ? SeriesNames::inFolder(input, withWarp)
                                             : SeriesNames::asImage(input, place.image, withWarp);
     series.add(std::move(input), std::move(names));
   }
   std::vector<std::string> inputs = series.inputFiles();
-  inputs.push_back(run.source->file);
+  for (const std::string& file : source.files()) inputs.push_back(file);
   if (!options.reference.empty()) inputs.push_back(options.reference);
-  series.announce(inputs);
+  const SourceNames sources(place.folder, inputs, SourceNames::Description::kept);
+  const EarlierResults earlier(
+      folder, sources,
+      options.overwrite ? EarlierResults::Others::replaced : EarlierResults::Others::kept);
+  series.announce(inputs, {{run.source->file}}, earlier);
 
   progress.at(Stage::writing, 0.0);
   run.outputs = folder.write([&] {
-    series.run(distortion, reference, {run.source->file}, run, progress);
+    series.run(distortion, reference, sources, run, progress);
+    earlier.settle({}, {}, originOf(run), folder, run);
     progress.at(Stage::finishing, 1.0);
   });
   return run;

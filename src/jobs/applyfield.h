@@ -5,42 +5,41 @@
 #include <vector>
 
 #include "base/progress.h"
+#include "bids/units.h"
+#include "jobs/mapseries.h"
 #include "jobs/runrecord.h"
 #include "jobs/seriesinput.h"
 
 namespace mirel {
 
-/// A displacement map for the grid of the series.
-struct GivenMap {
-  std::string file;
-  Volume<float> shift;  ///< voxels along `axis`, applied forward; finite
-  int axis = 1;         ///< 0, 1, 2
-};
-
 struct ApplyFieldOptions {
-  std::string fieldFile;        ///< NIfTI, Hz
-  std::optional<GivenMap> map;  ///< in place of the field
-  /// With a map direction and readout time do not count.
+  /// A field, or a map in voxels or mm if its sidecar or `unit` says so: NIfTI.
+  std::string fieldFile;
+  std::string mapFile;             ///< in place of the field: a map, .map or NIfTI
+  std::optional<bids::Unit> unit;  ///< of the values of either; nothing: readDistortionFile says
+  GivenMap map;                    ///< about the map
   std::vector<SeriesFile> series;
   SeriesSettings seriesSettings;
   /// A folder; with one series also the name of an image (.nii, .nii.gz).
   std::string output;
   /// An undistorted image of the same head for the sign check; empty: none is made.
   std::string reference;
-  std::string version;  ///< of the program, for the records
+  bool overwrite = false;  ///< replace results that were made of other inputs
+  std::string version;     ///< of the program, for the records
 };
 
-/// The job of `mirel apply` on images: series corrected with a field in Hz, or a displacement map,
-/// that is there already. Writes for each series
+/// The job of `mirel apply` on images: series corrected with a field, or a displacement map, that
+/// is there already. Writes for each series
 ///
-///   RUN_desc-corrected_SUFFIX   see SeriesCorrection
-///   RUN_desc-warp_xfm           with writeWarp
+///   RUN_desc-preproc_SUFFIX                       see SeriesCorrection
+///   RUN_from-orig_to-undistorted_mode-image_xfm   with writeWarp
 ///
-/// Direction and readout time come from the options, else from the sidecar of the series. A map is
-/// applied as it stands: true(y) = I(y + shift(y)).
-/// Errors  one sentence with the file and the fault, before anything is written: see readField,
-///         readSeries and correctSeries; two outputs of one name; an output that would overwrite
-///         an input; what `progress` throws.
+/// Direction and readout time come from the options, else from the sidecar of the series. How a
+/// map is applied: see settleMap.
+/// Errors  one sentence with the file and the fault, before anything is written: see
+///         readDistortionFile, readSeries, settleMap and correctSeries; two outputs of one name; an
+///         output that would overwrite an input, or a result of other inputs unless `overwrite`
+///         says so; what `progress` throws.
 RunRecord applyField(const ApplyFieldOptions& options, Progress& progress);
 
 }  // namespace mirel

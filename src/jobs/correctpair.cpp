@@ -1,31 +1,52 @@
 #include "jobs/correctpair.h"
 
+#include "bids/inheritance.h"
+#include "jobs/earlierresults.h"
 #include "jobs/pairoutputs.h"
+#include "jobs/recordjson.h"
 #include "jobs/seriescorrection.h"
+#include "jobs/sourcenames.h"
 #include "numerics/fft/fftw.h"
+#include "pair/tablepair.h"
 
 namespace mirel {
 
 namespace {
-
-constexpr const char* descriptionFile = "dataset_description.json";
 
 std::vector<std::string> filesOf(const PairInput& pair) {
   std::vector<std::string> files;
   for (const InputImage* image : {&pair.a, &pair.b}) {
     files.push_back(image->options.file);
     for (const std::string& sidecar : image->acquisition.sidecarFiles()) files.push_back(sidecar);
+    if (!image->options.given.table.empty()) files.push_back(image->options.given.table);
   }
   return files;
 }
 
-void announceAll(const PairInput& pair, const PairNames& names, SeriesCorrection& series,
-                 OutputFolder& folder) {
+std::vector<std::string> allInputs(const PairInput& pair, const SeriesCorrection& series) {
   std::vector<std::string> inputs = filesOf(pair);
   for (const std::string& file : series.inputFiles()) inputs.push_back(file);
-  for (const std::string& file : names.files()) folder.announce(file, inputs);
-  series.announce(inputs);
-  if (!folder.isThere(descriptionFile)) folder.announce(descriptionFile, inputs);
+  return inputs;
+}
+
+void announceAll(const PairInput& pair, const PairNames& names, const EarlierResults& earlier,
+                 SeriesCorrection& series, OutputFolder& folder) {
+  const std::vector<std::string> inputs = allInputs(pair, series);
+  const std::vector<ResultInput> madeOf = resultInputsOf(pair);
+  for (const std::string& name : names.all()) {
+    for (const std::string& file : filesNamed(name)) folder.announce(file, inputs);
+    earlier.refuseOthers(name, filesNamed(name), madeOf);
+  }
+  series.announce(inputs, madeOf, earlier);
+}
+
+PairInput readPairOf(const CorrectPairOptions& options) {
+  if (options.acquisitionTable.empty()) return readPair(options.a, options.b);
+  const TablePair stated = pairByTable(options.a, options.b, options.acquisitionTable);
+  PairInput pair = readPair(stated.a, stated.b);
+  pair.notes.insert(pair.notes.begin(), stated.notes.begin(), stated.notes.end());
+  pair.warnings.insert(pair.warnings.begin(), stated.warnings.begin(), stated.warnings.end());
+  return pair;
 }
 
 // What corrects the series: a field, or without readout times the map itself.
@@ -43,7 +64,8 @@ Distortion distortionOf(const PairInput& pair, const PairEstimate& estimate) {
 void addRemarks(RunRecord& run, const PairInput& pair, const PairEstimate& estimate) {
   run.notes = pair.notes;
   run.warnings = pair.warnings;
-  run.warnings.insert(run.warnings.end(), estimate.warnings.begin(), estimate.warnings.end());
+  const std::vector<Remark>& doubts = estimate.verdict.reasons;
+  run.warnings.insert(run.warnings.end(), doubts.begin(), doubts.end());
   if (estimate.motion)
     run.notes.push_back("the map and the field hold the distortion with the head where it was in " +
                         pair.a.title() + "; of " + pair.b.title() +
@@ -57,18 +79,27 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
   RunRecord run;
   run.version = options.version;
   run.seriesSettings = options.seriesSettings;
-  run.seriesSettings.modulation = options.estimate.modulation;
+  run.seriesSettings.modulation = options.estimate.usedModulation();
   OutputFolder folder(options.outputFolder);
   progress.at(Stage::reading, 0.0);
-  const PairInput pair = readPair(options.a, options.b);
+  const PairInput pair = readPairOf(options);
   SeriesCorrection series(run.seriesSettings, folder);
   for (const SeriesFile& file : options.series) {
     SeriesInput input = readSeriesOf(pair, file);
     SeriesNames names = SeriesNames::inFolder(input, run.seriesSettings.writeWarp);
     series.add(std::move(input), std::move(names));
   }
+  const std::vector<std::string> inputs = allInputs(pair, series);
+  using Description = SourceNames::Description;
+  const Description description =
+      mayDescribe(options.outputFolder, inputs) ? Description::written : Description::kept;
+  const SourceNames sources(options.outputFolder, inputs, description);
+  const EarlierResults earlier(
+      folder, sources,
+      options.overwrite ? EarlierResults::Others::replaced : EarlierResults::Others::kept);
   const PairNames names = PairNames::of(pair);
-  announceAll(pair, names, series, folder);
+  announceAll(pair, names, earlier, series, folder);
+  if (description == Description::written) folder.announce(bids::descriptionFile, inputs);
   progress.at(Stage::reading, 1.0);
 
   const PairEstimate estimate = estimatePairMap(pair, options.estimate, progress);
@@ -78,13 +109,13 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
   run.pair = PairRecord{pair.a, pair.b, options.estimate, estimate};
   progress.at(Stage::writing, 0.0);
   run.outputs = folder.write([&] {
-    writePair(names, pair, estimate, run, folder, progress);
+    writePair(names, pair, estimate, run, sources, folder, progress);
     const Reference reference{{estimate.mean, pair.a.header.affine(), "the corrected pair"},
                               "the pair's directions are"};
-    series.run(distortionOf(pair, estimate), reference, {pair.a.options.file, pair.b.options.file},
-               run, progress);
-    if (!folder.isThere(descriptionFile))
-      folder.writeText(descriptionFile, datasetDescription(options.version));
+    series.run(distortionOf(pair, estimate), reference, sources, run, progress);
+    if (description == Description::written)
+      folder.writeText(bids::descriptionFile, datasetDescription(options.version, sources.links()));
+    earlier.settle(resultInputsOf(pair), PairNames::fieldOf(pair), originOf(run), folder, run);
     progress.at(Stage::finishing, 1.0);
   });
   return run;

@@ -11,38 +11,46 @@ namespace mirel {
 
 struct CorrectPairOptions {
   ImageOptions a, b;
+  /// A table that tells directions and readout times of both (pairByTable); may be empty.
+  std::string acquisitionTable;
   EstimateSettings estimate;
   /// Further images of the session to correct.
   std::vector<SeriesFile> series;
   /// Of the series; their modulation is that of the estimate's settings.
   SeriesSettings seriesSettings;
   std::string outputFolder;
-  std::string version;  ///< of the program, for the records
+  bool overwrite = false;  ///< replace results that were made of other inputs
+  std::string version;     ///< of the program, for the records
 };
 
 /// The whole job of `mirel correct`: from a pair of images, and series of the same session, to a
 /// folder of results. Writes, for A sub-01_dir-AP_epi and B sub-01_dir-PA_epi, each image with a
 /// sidecar:
 ///
-///   sub-01_dir-AP_desc-corrected_epi         the corrected pair, 32-bit floats
-///   sub-01_dir-PA_desc-corrected_epi
-///   sub-01_desc-correctedMean_epi            their mean
-///   sub-01_desc-voxels_displacement          A's map, in voxels along the axis (B has its
+///   sub-01_dir-AP_desc-preproc_epi           the corrected pair, 32-bit floats
+///   sub-01_dir-PA_desc-preproc_epi
+///   sub-01_desc-preproc_magnitude            their mean
+///   sub-01_desc-preproc_fieldmap             the field in Hz; only where the readout time is known
+///   sub-01_dir-AP_desc-voxels_vdm            A's map, in voxels along the axis (B has its
 ///                                            negative)
-///   sub-01_desc-mm_displacement              the same in mm
-///   sub-01_desc-estimated_fieldmap           the field in Hz; only where the readout time is known
-///   sub-01_dir-AP_desc-warp_xfm              displacement fields for programs that compose
-///   sub-01_dir-PA_desc-warp_xfm              transforms (writeWarpLps)
-///   RUN_desc-corrected_SUFFIX                every series: see SeriesCorrection
-///   dataset_description.json                 unless there is one
+///   sub-01_dir-AP_desc-mm_vdm                the same in mm
+///   sub-01_dir-AP_from-orig_to-undistorted_mode-image_xfm
+///   sub-01_dir-PA_from-orig_to-undistorted_mode-image_xfm
+///                                            displacement fields for programs that compose
+///                                            transforms (writeWarpLps)
+///   RUN_desc-preproc_SUFFIX                  every series: see SeriesCorrection
+///   dataset_description.json                 unless there is one, there or above (mayDescribe)
+///
+/// A field in Hz that an earlier run of the pair left is removed where this run has none; other
+/// results of earlier runs that do not belong to these are named in a warning (EarlierResults).
 ///
 /// The field f in Hz is such that true(y) = I(y + f T) for an image encoded along "j" (or i, k)
 /// with the readout time T, and I(y - f T) for "j-".
 ///
 /// Errors  one sentence with the file and the fault; nothing was written. Besides those of
 ///         readPair, readSeriesOf and estimatePairMap: an output folder that cannot be made or
-///         written to, an output that would overwrite an input, a full disk; what `progress`
-///         throws.
+///         written to, an output that would overwrite an input, or a result of other inputs unless
+///         `overwrite` says so; a full disk; what `progress` throws.
 RunRecord correctPair(const CorrectPairOptions& options, Progress& progress);
 
 }  // namespace mirel

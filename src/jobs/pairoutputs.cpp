@@ -3,6 +3,7 @@
 #include "bids/name.h"
 #include "field/warp.h"
 #include "jobs/recordjson.h"
+#include "jobs/resultnames.h"
 #include "nifti/image.h"
 #include "nifti/orientation.h"
 
@@ -12,21 +13,38 @@ namespace {
 
 constexpr const char* imageEnd = ".nii.gz";
 
-std::string correctedDescription(const InputImage& image) {
-  if (image.header.volumes <= 1) return "corrected";
-  if (image.options.meanOfFirst > 1)
-    return "correctedMeanOf" + std::to_string(image.options.meanOfFirst);
-  return "correctedVolume" + std::to_string(image.options.volume);
+// Which volumes of several an image was made of.
+std::string detailOf(const InputImage& image) {
+  if (image.header.volumes <= 1) return {};
+  if (image.options.meanOfFirst > 1) return "MeanOf" + std::to_string(image.options.meanOfFirst);
+  return "Volume" + std::to_string(image.options.volume);
 }
 
-std::string warpDescription(const InputImage& image) {
-  return image.header.volumes <= 1 ? "warp" : "warpVolume" + std::to_string(image.options.volume);
+// Of the image that the map is added to, so that it can be turned round for others; nothing that
+// was assumed only.
+Json acquisitionOfMap(const PairInput& pair) {
+  Json json = Json::object();
+  if (pair.a.acquisition.direction->source == bids::StatedDirection::Source::assumed) return json;
+  json["PhaseEncodingDirection"] = nameOf(pair.a.direction());
+  if (pair.readoutSeconds) json["TotalReadoutTime"] = *pair.readoutSeconds;
+  return json;
+}
+
+// What was done to the intensities of a corrected image.
+std::string correctedText(const RunRecord& run) {
+  return run.pair->settings.usedModulation() == Modulation::on
+             ? "corrected for distortion, intensities multiplied by the local density change"
+             : "corrected for distortion, intensities moved but not multiplied by the local "
+               "density "
+               "change";
 }
 
 class PairWriter {
  public:
-  PairWriter(const PairInput& what, const RunRecord& run, OutputFolder& where, Progress& tell)
+  PairWriter(const PairInput& what, const RunRecord& run, const SourceNames& names,
+             OutputFolder& where, Progress& tell)
       : pair(what),
+        sources(sourcesOf(resultInputsOf(what), names)),
         folder(where),
         progress(tell),
         origin(originOf(run)),
@@ -36,32 +54,28 @@ class PairWriter {
   }
 
   void image(const std::string& name, const Volume<float>& volume, const std::string& description,
-             const std::string& units = {}) {
+             const std::string& units = {}, const Json& moreFields = Json::object()) {
     nifti::Writer writer(folder.path(name + imageEnd), header);
     writer.write(volume);
     writer.finish();
-    sidecar(name, description, units);
+    sidecar(name, description, units, moreFields);
   }
 
   void warp(const std::string& name, const Volume<float>& shift, const std::string& source,
             const RigidMotion& motion) {
     writeWarpLps(shift, header, pair.axis(), folder.path(name + imageEnd), motion);
-    sidecar(name,
-            "Displacement field that takes the distortion out of " + source +
-                ": the vector at a voxel, in mm with x to the left, y to the back and z upwards, "
-                "leads from the voxel to the place in the distorted image where its value is",
-            "mm");
+    sidecar(name, warpDescription(source), "mm", Json::object());
   }
 
  private:
-  void sidecar(const std::string& name, const std::string& description, const std::string& units) {
-    folder.writeText(name + ".json",
-                     sidecarText(description, units, {pair.a.options.file, pair.b.options.file},
-                                 origin, Json::object()));
+  void sidecar(const std::string& name, const std::string& description, const std::string& units,
+               const Json& moreFields) {
+    folder.writeText(name + ".json", sidecarText(description, units, sources, origin, moreFields));
     progress.at(Stage::writing, ++written / 8.0);
   }
 
   const PairInput& pair;
+  std::vector<std::string> sources;
   OutputFolder& folder;
   Progress& progress;
   Json origin;
@@ -74,44 +88,62 @@ class PairWriter {
 PairNames PairNames::of(const PairInput& pair) {
   const bids::Name a = bids::Name::of(pair.a.options.file);
   const bids::Name b = bids::Name::of(pair.b.options.file);
-  const bids::Name common = bids::commonName(a, b);
-  const std::string suffix = common.isStructured() ? "" : "epi";
+  const std::string ofA = detailOf(pair.a), ofB = detailOf(pair.b);
   PairNames names;
-  names.correctedA = derivedName(a, correctedDescription(pair.a));
-  names.correctedB = derivedName(b, correctedDescription(pair.b));
-  names.mean = derivedName(common, "correctedMean", suffix);
-  names.voxels = derivedName(common, "voxels", "displacement");
-  names.mm = derivedName(common, "mm", "displacement");
-  if (pair.readoutSeconds) names.field = derivedName(common, "estimated", "fieldmap");
-  names.warpA = derivedName(a, warpDescription(pair.a), "xfm");
-  names.warpB = derivedName(b, warpDescription(pair.b), "xfm");
+  names.correctedA = correctedName(a, ofA);
+  names.correctedB = correctedName(b, ofB);
+  names.mean = pairResultName(a, b, "magnitude");
+  names.voxels = displacementName(a, "voxels", ofA);
+  names.mm = displacementName(a, "mm", ofA);
+  if (pair.readoutSeconds) names.field = fieldOf(pair);
+  names.warpA = warpName(a, ofA);
+  names.warpB = warpName(b, ofB);
   return names;
 }
 
-std::vector<std::string> PairNames::files() const {
+std::string PairNames::fieldOf(const PairInput& pair) {
+  return pairResultName(bids::Name::of(pair.a.options.file), bids::Name::of(pair.b.options.file),
+                        "fieldmap");
+}
+
+std::vector<std::string> PairNames::all() const {
   std::vector<std::string> result;
   for (const std::string* name :
        {&correctedA, &correctedB, &mean, &voxels, &mm, &field, &warpA, &warpB})
-    if (!name->empty())
-      for (const char* end : {imageEnd, ".json"}) result.push_back(*name + end);
+    if (!name->empty()) result.push_back(*name);
   return result;
 }
 
+std::vector<ResultInput> resultInputsOf(const PairInput& pair) {
+  std::vector<ResultInput> inputs;
+  for (const InputImage* image : {&pair.a, &pair.b}) {
+    const ImageOptions& options = image->options;
+    inputs.push_back({options.file, image->header.volumes > 1 ? options.volume : 0,
+                      options.meanOfFirst > 1 ? options.meanOfFirst : 0});
+  }
+  return inputs;
+}
+
+std::vector<std::string> filesNamed(const std::string& name) {
+  return {name + imageEnd, name + ".json"};
+}
+
 void writePair(const PairNames& names, const PairInput& pair, const PairEstimate& estimate,
-               const RunRecord& run, OutputFolder& folder, Progress& progress) {
-  PairWriter writer(pair, run, folder, progress);
+               const RunRecord& run, const SourceNames& sources, OutputFolder& folder,
+               Progress& progress) {
+  PairWriter writer(pair, run, sources, folder, progress);
   const std::string axis = bids::nameOf({pair.axis(), 1});
-  writer.image(names.correctedA, estimate.correctedA,
-               pair.a.title() + ", corrected for distortion");
-  writer.image(names.correctedB, estimate.correctedB,
-               pair.b.title() + ", corrected for distortion");
-  writer.image(names.mean, estimate.mean, "Mean of the corrected pair");
+  const std::string done = ", " + correctedText(run);
+  writer.image(names.correctedA, estimate.correctedA, pair.a.title() + done);
+  writer.image(names.correctedB, estimate.correctedB, pair.b.title() + done);
+  writer.image(names.mean, estimate.mean, "Mean of the pair" + done);
   const std::string meaning = "Displacement d along the voxel axis " + axis +
                               ", towards greater indices: true(y) = I(y + d) for " +
                               pair.a.title() + ", I(y - d) for " + pair.b.title();
-  writer.image(names.voxels, estimate.shift, meaning, "voxels");
+  const Json ofMap = acquisitionOfMap(pair);
+  writer.image(names.voxels, estimate.shift, meaning, "voxels", ofMap);
   const double size = nifti::columnLengths(pair.a.header.affine())[pair.axis()];
-  writer.image(names.mm, estimate.shift * static_cast<float>(size), meaning, "mm");
+  writer.image(names.mm, estimate.shift * static_cast<float>(size), meaning, "mm", ofMap);
   if (!names.field.empty())
     writer.image(names.field,
                  fieldFromShift(estimate.shift, gridOf(pair.a.header), pair.a.direction(),

@@ -6,6 +6,7 @@
 #include "base/outputfolder.h"
 #include "base/progress.h"
 #include "field/fieldhz.h"
+#include "jobs/earlierresults.h"
 #include "jobs/runrecord.h"
 #include "pair/pairestimate.h"
 
@@ -17,16 +18,27 @@ struct PairNames {
   std::string field;  ///< empty where there is no readout time
   std::string warpA, warpB;
 
-  /// An image that is one of several volumes has "correctedVolume3" or "correctedMeanOf5".
+  /// By resultnames.h. An image that is one of several volumes has "preprocVolume3" or
+  /// "preprocMeanOf5".
   static PairNames of(const PairInput& pair);
-  /// The files that are written under them: images and their sidecars.
-  std::vector<std::string> files() const;
+  /// That of the field, whether this run has one or not.
+  static std::string fieldOf(const PairInput& pair);
+  /// All of them that are not empty.
+  std::vector<std::string> all() const;
 };
 
+/// What all results of a pair are made of.
+std::vector<ResultInput> resultInputsOf(const PairInput& pair);
+
+/// The files that are written under a name: the image and its sidecar.
+std::vector<std::string> filesNamed(const std::string& name);
+
 /// Writes the results of a pair (correctPair says which), each with a sidecar that tells where it
-/// comes from, into `folder`, where they were announced. `run` holds the pair's record.
+/// comes from, into `folder`, where they were announced. `run` holds the pair's record, `sources`
+/// names the files for it.
 /// Errors  those of nifti::Writer; what `progress` throws.
 void writePair(const PairNames& names, const PairInput& pair, const PairEstimate& estimate,
-               const RunRecord& run, OutputFolder& folder, Progress& progress);
+               const RunRecord& run, const SourceNames& sources, OutputFolder& folder,
+               Progress& progress);
 
 }  // namespace mirel

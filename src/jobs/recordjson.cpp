@@ -34,6 +34,16 @@ Json imageJson(const ImageDescription& image) {
   if (image.header.volumes > 1) json["Volume"] = image.options.volume;
   if (image.options.meanOfFirst > 1) json["MeanOfVolumes"] = image.options.meanOfFirst;
   addAcquisition(json, image.acquisition);
+  const std::string& table = image.options.given.table;
+  if (!table.empty()) json["AcquisitionTable"] = fileJson(table);
+  return json;
+}
+
+Json sourceJson(const SourceRecord& source) {
+  Json json = fileJson(source.file);
+  json["Units"] = nameOf(source.unit.value);
+  json["UnitsSource"] = source.unit.sourceText();
+  addSidecars(json, source.sidecars);
   return json;
 }
 
@@ -57,10 +67,11 @@ Json settingsJson(const EstimateSettings& settings, const PairFindings& findings
     json["EstimateMotion"] = settings.motion;
     json["IntensityRatio"] = findings.intensityRatio;
     json["HeadMotion"] = motionJson(findings);
+    json["Background"] = {findings.backgroundA, findings.backgroundB};
   }
   json["IntensityScale"] = findings.intensityScale;
   json["ForegroundThreshold"] = findings.threshold;
-  json["Modulation"] = settings.modulation == Modulation::on;
+  json["Modulation"] = settings.usedModulation() == Modulation::on;
   return json;
 }
 
@@ -70,12 +81,31 @@ std::vector<std::string> textsOf(const std::vector<Remark>& remarks) {
   return texts;
 }
 
+// What was found of the pair, under the names of sidecars.
+Json verdictJson(const Verdict& verdict) {
+  const PairFigures& found = verdict.figures;
+  Json json = {{"Trust", nameOf(verdict.trust)},
+               {"Reasons", textsOf(verdict.reasons)},
+               {"ColumnTotals", found.columnTotals},
+               {"ColumnTotalsOfNoise", found.columnTotalsOfNoise},
+               {"Residual", found.residual},
+               {"ResidualOfNoise", found.residualOfNoise},
+               {"DisplacementVoxels", found.shiftVoxels},
+               {"Stretch", found.stretch},
+               {"Shear", found.shear}};
+  if (found.fieldHz) json["FieldHz"] = *found.fieldHz;
+  if (found.fieldHzPerMm) json["FieldHzPerMm"] = *found.fieldHzPerMm;
+  return json;
+}
+
 void addPair(Json& json, const PairRecord& pair) {
   json["Inputs"] = Json::array({imageJson(pair.a), imageJson(pair.b)});
   json["Options"] = settingsJson(pair.settings, pair.findings);
   const PairAgreement& agreement = pair.findings.agreement;
   json["PairCorrelation"] = {{"Before", agreement.before}, {"After", agreement.after}};
-  if (!pair.findings.warnings.empty()) json["Warnings"] = textsOf(pair.findings.warnings);
+  json["Verdict"] = verdictJson(pair.findings.verdict);
+  const std::vector<Remark>& warnings = pair.findings.verdict.reasons;
+  if (!warnings.empty()) json["Warnings"] = textsOf(warnings);
 }
 
 const char* verdictName(SignCheck::Verdict verdict) {
@@ -92,20 +122,24 @@ const char* verdictName(SignCheck::Verdict verdict) {
 
 Json seriesJson(const SeriesRecord& series) {
   Json json = fileJson(series.file);
-  if (series.acquisition.direction->source == bids::StatedDirection::Source::map) {
-    // A map says nothing about the polarity, only along which axis it shifts.
+  const bids::StatedDirection& direction = *series.acquisition.direction;
+  if (direction.source == bids::StatedDirection::Source::map) {
+    // Nobody told the polarity: only the axis along which the map shifts is known.
     addSidecars(json, series.acquisition.sidecarFiles());
   } else {
     addAcquisition(json, series.acquisition);
     json["FieldResampled"] = series.resampledField;
   }
+  if (series.background != 0) json["Background"] = series.background;
   if (series.signs)
     json["SignCheck"] = {{"Verdict", verdictName(series.signs->verdict)},
                          {"AsGiven", series.signs->asGiven},
                          {"Opposite", series.signs->opposite}};
   if (!series.warnings.empty()) json["Warnings"] = textsOf(series.warnings);
-  if (series.acquisition.direction->source == bids::StatedDirection::Source::map)
-    json["DisplacementAxis"] = nameOf(series.acquisition.direction->value);
+  if (series.mapFactor) {
+    json["DisplacementAxis"] = bids::nameOf({direction.value.axis, 1});
+    json["DisplacementFactor"] = *series.mapFactor;
+  }
   return json;
 }
 
@@ -123,21 +157,41 @@ Json imageSummary(const ImageDescription& image) {
   return json;
 }
 
+Json verdictSummary(const Verdict& verdict) {
+  const PairFigures& found = verdict.figures;
+  Json json = {{"trust", nameOf(verdict.trust)},
+               {"reasons", textsOf(verdict.reasons)},
+               {"columnTotals", found.columnTotals},
+               {"columnTotalsOfNoise", found.columnTotalsOfNoise},
+               {"residual", found.residual},
+               {"residualOfNoise", found.residualOfNoise},
+               {"displacementVoxels", found.shiftVoxels},
+               {"stretch", found.stretch},
+               {"shear", found.shear}};
+  if (found.fieldHz) json["fieldHz"] = *found.fieldHz;
+  if (found.fieldHzPerMm) json["fieldHzPerMm"] = *found.fieldHzPerMm;
+  return json;
+}
+
 void addPairSummary(Json& json, const PairRecord& pair) {
   const PairFindings& findings = pair.findings;
   json["a"] = imageSummary(pair.a);
   json["b"] = imageSummary(pair.b);
   json["intensityScale"] = findings.intensityScale;
   json["foregroundThreshold"] = findings.threshold;
+  json["background"] = {findings.backgroundA, findings.backgroundB};
   json["intensityRatio"] = findings.intensityRatio;
   json["headMotion"] = motionJson(findings);
+  json["modulation"] = pair.settings.usedModulation() == Modulation::on;
   json["foreground"] = {findings.foregroundA, findings.foregroundB};
   const PairAgreement& agreement = findings.agreement;
   json["pairCorrelation"] = {{"before", agreement.before},
                              {"after", agreement.after},
+                             {"modulated", agreement.modulated},
                              {"negated", agreement.negated},
                              {"fastAlongAxis", agreement.fastAlongAxis},
                              {"fastAcross", agreement.fastAcross}};
+  json["verdict"] = verdictSummary(findings.verdict);
 }
 
 Json seriesSummary(const SeriesRecord& series) {
@@ -163,8 +217,7 @@ Json originOf(const RunRecord& run) {
   Json json = {{"Version", run.version}};
   if (run.pair) addPair(json, *run.pair);
   if (run.source) {
-    json[run.source->kind == SourceRecord::Kind::map ? "Map" : "Field"] =
-        fileJson(run.source->file);
+    json[run.source->kind == SourceRecord::Kind::map ? "Map" : "Field"] = sourceJson(*run.source);
     json["Options"]["Modulation"] = run.seriesSettings.modulation == Modulation::on;
   }
   return json;
@@ -177,22 +230,30 @@ Json originOf(const RunRecord& run, const Json& origin, const SeriesRecord& seri
   return json;
 }
 
+std::string warpDescription(const std::string& image) {
+  return "Displacement field that takes the distortion out of " + image +
+         ": the vector at a voxel, in mm with x to the left, y to the back and z upwards, leads "
+         "from the voxel to the place in the distorted image where its value is";
+}
+
 std::string sidecarText(const std::string& description, const std::string& units,
                         const std::vector<std::string>& sources, const Json& origin,
                         const Json& moreFields) {
   Json json = {{"Description", description}};
   if (!units.empty()) json["Units"] = units;
+  json["SkullStripped"] = false;
   json.update(moreFields);
   json["Sources"] = sources;
   json["Mirel"] = origin;
   return json.dump(2, Json::NotUtf8::replaced) + "\n";
 }
 
-std::string datasetDescription(const std::string& version) {
-  const Json json = {{"Name", "Images corrected for distortion"},
-                     {"BIDSVersion", "1.8.0"},
-                     {"DatasetType", "derivative"},
-                     {"GeneratedBy", {{{"Name", "Mirel"}, {"Version", version}}}}};
+std::string datasetDescription(const std::string& version, const Json& links) {
+  Json json = {{"Name", "Images corrected for distortion"},
+               {"BIDSVersion", "1.8.0"},
+               {"DatasetType", "derivative"},
+               {"GeneratedBy", {{{"Name", "Mirel"}, {"Version", version}}}}};
+  if (!links.items().empty()) json["DatasetLinks"] = links;
   return json.dump(2) + "\n";
 }
 

@@ -19,13 +19,17 @@ Json originOf(const RunRecord& run);
 /// The same for an output of one series, beside the run's `origin`.
 Json originOf(const RunRecord& run, const Json& origin, const SeriesRecord& series);
 
+/// What the sidecar of a displacement field says about it: what it is of, and its convention.
+std::string warpDescription(const std::string& image);
+
 /// The text of a sidecar: description and units (left out when empty) before the origin.
+/// `moreFields` override what is said of every result: that no skull was stripped.
 std::string sidecarText(const std::string& description, const std::string& units,
                         const std::vector<std::string>& sources, const Json& origin,
                         const Json& moreFields);
 
-/// The text of dataset_description.json.
-std::string datasetDescription(const std::string& version);
+/// The text of dataset_description.json, with links to the datasets of the inputs.
+std::string datasetDescription(const std::string& version, const Json& links);
 
 /// The run in one object, for programs. File names need not be UTF-8: bytes that are not become
 /// the replacement character.

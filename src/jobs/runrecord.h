@@ -8,6 +8,7 @@
 #include "bids/acquisition.h"
 #include "field/corrector.h"
 #include "field/signcheck.h"
+#include "jobs/statedunit.h"
 #include "pair/pairestimate.h"
 #include "pair/pairinput.h"
 
@@ -26,7 +27,11 @@ struct SeriesRecord {
   std::string file, output;
   bids::Acquisition acquisition;
   int volumes = 0;
-  bool resampledField = false;     ///< its grid is not that of the field
+  double background = 0;        ///< that was not modulated (SeriesOptions::background)
+  bool resampledField = false;  ///< its grid is not that of the field
+  /// The map that was applied, times what: -1 where it was turned round for the opposite
+  /// direction, scaled where the readout times differ. Nothing with a field.
+  std::optional<double> mapFactor;
   std::optional<SignCheck> signs;  ///< where there was an undistorted reference
   std::vector<Remark> warnings;
 };
@@ -43,6 +48,8 @@ struct SourceRecord {
   enum class Kind { field, map };
   Kind kind = Kind::field;
   std::string file;
+  StatedUnit unit;
+  std::vector<std::string> sidecars;
 };
 
 /// One run, whatever it began with: what sidecars, the summary in JSON and the text on the terminal

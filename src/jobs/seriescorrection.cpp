@@ -5,7 +5,11 @@
 #include "bids/name.h"
 #include "field/series.h"
 #include "field/warp.h"
+#include "jobs/resultnames.h"
 #include "nifti/filename.h"
+#include "nifti/image.h"
+#include "pair/background.h"
+#include "pair/shiftdoubt.h"
 
 namespace mirel {
 
@@ -24,8 +28,6 @@ SeriesNames namesFrom(const SeriesInput& input, const std::string& stem, const s
     names.gradients.push_back(stem + fs::path(file).extension().string());
   return names;
 }
-
-std::string warpName(const bids::Name& name) { return derivedName(name, "warp", "xfm") + imageEnd; }
 
 // Who says that the direction is what it is, for a sentence that doubts it.
 std::string accusedOf(const SeriesInput& input) {
@@ -63,6 +65,10 @@ SeriesRecord recordOf(const SeriesInput& input, const std::string& output,
   record.acquisition = input.acquisition;
   record.volumes = corrected.volumes;
   record.resampledField = !input.onGridOfField;
+  if (!distortion.isField()) {
+    const bool turned = input.acquisition.direction->value != distortion.gridShift().direction;
+    record.mapFactor = turned ? -input.mapScale : input.mapScale;
+  }
   record.warnings = input.warnings;
   for (const std::string& warning : corrected.warnings) record.warnings.push_back(warning);
   if (!record.resampledField) return record;
@@ -75,7 +81,7 @@ SeriesRecord recordOf(const SeriesInput& input, const std::string& output,
 
 SeriesNames SeriesNames::inFolder(const SeriesInput& input, bool withWarp) {
   const bids::Name name = bids::Name::of(input.file);
-  SeriesNames names = namesFrom(input, derivedName(name, "corrected"), imageEnd);
+  SeriesNames names = namesFrom(input, correctedName(name), imageEnd);
   if (withWarp) names.warp = warpName(name);
   return names;
 }
@@ -91,7 +97,7 @@ SeriesNames SeriesNames::asImage(const SeriesInput& input, const std::string& im
 struct SeriesCorrection::Context {
   const Distortion& distortion;
   const std::optional<Reference>& reference;
-  const std::vector<std::string>& sources;
+  const SourceNames& names;
   Json origin;
   RunRecord& run;
   Progress& progress;
@@ -108,20 +114,34 @@ std::vector<std::string> SeriesCorrection::inputFiles() const {
   return files;
 }
 
-void SeriesCorrection::announce(const std::vector<std::string>& inputs) {
+std::vector<ResultInput> SeriesCorrection::inputsOf(const Planned& one) const {
+  std::vector<ResultInput> inputs = {{one.input.file}};
+  inputs.insert(inputs.end(), others.begin(), others.end());
+  return inputs;
+}
+
+void SeriesCorrection::announce(const std::vector<std::string>& inputs,
+                                const std::vector<ResultInput>& common,
+                                const EarlierResults& earlier) {
+  others = common;
+  const auto announceResult = [&](const Planned& one, const std::string& stem,
+                                  const std::vector<std::string>& files) {
+    for (const std::string& file : files) folder.announce(file, inputs);
+    earlier.refuseOthers(stem, files, inputsOf(one));
+  };
   for (const Planned& one : planned) {
-    folder.announce(one.names.image, inputs);
-    folder.announce(one.names.sidecar, inputs);
-    for (const std::string& gradients : one.names.gradients) folder.announce(gradients, inputs);
-    if (!one.names.warp.empty()) folder.announce(one.names.warp, inputs);
+    std::vector<std::string> files = {one.names.image, one.names.sidecar};
+    files.insert(files.end(), one.names.gradients.begin(), one.names.gradients.end());
+    announceResult(one, fs::path(one.names.sidecar).stem().string(), files);
+    const std::string& warp = one.names.warp;
+    if (!warp.empty()) announceResult(one, warp, {warp + imageEnd, warp + ".json"});
   }
 }
 
 void SeriesCorrection::run(const Distortion& distortion, const std::optional<Reference>& reference,
-                           const std::vector<std::string>& sources, RunRecord& run,
-                           Progress& progress) {
+                           const SourceNames& names, RunRecord& run, Progress& progress) {
   if (planned.empty()) return;
-  const Context context{distortion, reference, sources, originOf(run), run, progress};
+  const Context context{distortion, reference, names, originOf(run), run, progress};
   for (const Planned& one : planned) correctOne(one, context);
 }
 
@@ -129,52 +149,75 @@ void SeriesCorrection::correctOne(const Planned& one, const Context& context) {
   const SeriesInput& input = one.input;
   const bids::PhaseEncodingDirection direction = input.acquisition.direction->value;
   const auto& readout = input.acquisition.readout;
-  const Volume<float> shift = context.distortion.shiftFor(
+  Volume<float> shift = context.distortion.shiftFor(
       gridOf(input.header), direction, readout ? std::optional(readout->seconds) : std::nullopt);
-  const SeriesReport corrected = resample(one, shift, context);
+  if (input.mapScale != 1) shift *= static_cast<float>(input.mapScale);
+  const SeriesOptions how = optionsFor(input);
+  const SeriesReport corrected = resample(one, shift, how, context);
 
   SeriesRecord record = recordOf(input, one.names.image, corrected, context.distortion);
+  record.background = how.background;
+  if (context.run.source)
+    if (const std::string doubt = shiftDoubt(corrected.meanBefore, shift, direction.axis,
+                                             input.file, context.run.source->file);
+        !doubt.empty())
+      record.warnings.push_back(doubt);
   std::vector<Remark>& notes = context.run.notes;
   notes.insert(notes.end(), input.notes.begin(), input.notes.end());
   if (context.reference) {
     const auto through = [&](const Volume<float>& map) {
-      return correctVolume(corrected.meanBefore, map, direction.axis, settings.modulation);
+      return correctVolume(corrected.meanBefore - static_cast<float>(how.background), map,
+                           direction.axis, settings.modulation);
     };
     record.signs = compareSigns(through(shift), through(-shift), input.header.affine(),
                                 context.reference->image);
     judge(input, *context.reference, record, notes);
   }
   writeRest(one, record, context);
-  if (!one.names.warp.empty())
-    writeWarpLps(shift, input.header, direction.axis, folder.path(one.names.warp));
+  if (!one.names.warp.empty()) writeWarp(one, shift, record, context);
   std::vector<Remark>& warnings = context.run.warnings;
   warnings.insert(warnings.end(), record.warnings.begin(), record.warnings.end());
   context.run.series.push_back(std::move(record));
 }
 
-SeriesReport SeriesCorrection::resample(const Planned& one, const Volume<float>& shift,
-                                        const Context& context) {
-  const std::string subject = fs::path(one.input.file).filename().string();
-  context.progress.at(Stage::correcting, 0.0, subject);
+SeriesOptions SeriesCorrection::optionsFor(const SeriesInput& input) const {
   SeriesOptions how;
-  how.axis = one.input.acquisition.direction->value.axis;
+  how.axis = input.acquisition.direction->value.axis;
   how.modulation = settings.modulation;
   how.floatOutput = settings.floatOutput;
   how.threads = settings.threads;
+  if (how.modulation == Modulation::on)
+    how.background = addedBackground(nifti::Reader(input.file).readVolume(0));
+  return how;
+}
+
+SeriesReport SeriesCorrection::resample(const Planned& one, const Volume<float>& shift,
+                                        SeriesOptions how, const Context& context) {
+  const std::string subject = fs::path(one.input.file).filename().string();
+  context.progress.at(Stage::correcting, 0.0, subject);
   how.done = [&](double done) { context.progress.at(Stage::correcting, done, subject); };
   return correctSeries(one.input.file, shift, how, folder.path(one.names.image));
 }
 
 void SeriesCorrection::writeRest(const Planned& one, const SeriesRecord& record,
                                  const Context& context) {
-  std::vector<std::string> sources = {one.input.file};
-  sources.insert(sources.end(), context.sources.begin(), context.sources.end());
-  folder.writeText(
-      one.names.sidecar,
-      sidecarText(one.input.file + ", corrected for distortion", "", sources,
-                  originOf(context.run, context.origin, record), keptFieldsOf(one.input)));
+  folder.writeText(one.names.sidecar, sidecarText(one.input.file + ", corrected for distortion", "",
+                                                  sourcesOf(inputsOf(one), context.names),
+                                                  originOf(context.run, context.origin, record),
+                                                  fieldsAfterCorrection(one.input)));
   for (std::size_t n = 0; n < one.names.gradients.size(); ++n)
     folder.copy(one.input.gradientFiles[n], one.names.gradients[n]);
+}
+
+void SeriesCorrection::writeWarp(const Planned& one, const Volume<float>& shift,
+                                 const SeriesRecord& record, const Context& context) {
+  const std::string& name = one.names.warp;
+  writeWarpLps(shift, one.input.header, one.input.acquisition.direction->value.axis,
+               folder.path(name + imageEnd));
+  folder.writeText(
+      name + ".json",
+      sidecarText(warpDescription(one.input.file), "mm", sourcesOf(inputsOf(one), context.names),
+                  originOf(context.run, context.origin, record), Json::object()));
 }
 
 }  // namespace mirel

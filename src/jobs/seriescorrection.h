@@ -9,6 +9,7 @@
 #include "field/distortion.h"
 #include "field/series.h"
 #include "field/signcheck.h"
+#include "jobs/earlierresults.h"
 #include "jobs/recordjson.h"
 #include "jobs/runrecord.h"
 #include "jobs/seriesinput.h"
@@ -17,9 +18,9 @@ namespace mirel {
 
 /// What one series becomes: names in the output folder.
 struct SeriesNames {
-  std::string image;                   ///< RUN_desc-corrected_SUFFIX.nii.gz
+  std::string image;                   ///< RUN_desc-preproc_SUFFIX.nii.gz
   std::string sidecar;                 ///< the same with .json
-  std::string warp;                    ///< RUN_desc-warp_xfm.nii.gz; empty: none is written
+  std::string warp;                    ///< RUN_from-..._xfm, without extension; empty: none
   std::vector<std::string> gradients;  ///< parallel to SeriesInput::gradientFiles
 
   /// For results in a folder.
@@ -44,23 +45,25 @@ class SeriesCorrection {
   void add(SeriesInput input, SeriesNames names);
   /// The files that the series are read from.
   std::vector<std::string> inputFiles() const;
-  /// Announces all results to the output folder; `inputs` are all inputs of the run.
-  void announce(const std::vector<std::string>& inputs);
+  /// Announces all results to the output folder; `inputs` are all inputs of the run, and each
+  /// result is made of its series and `common`.
+  void announce(const std::vector<std::string>& inputs, const std::vector<ResultInput>& common,
+                const EarlierResults& earlier);
 
   /// Corrects every series, writes
   ///
   ///   the image in its own data type (or floats) with a sidecar that holds the fields of the
   ///   original's that stay true, and where it comes from
   ///   the gradient files (.bvec, .bval) beside it
-  ///   its displacement field where asked for: see writeWarpLps
+  ///   its displacement field where asked for, with a sidecar: see writeWarpLps
   ///
   /// and takes down in `run` what was done. With a reference the mean of each series is compared
   /// with it under both signs.
   ///
-  /// @param sources  of every result, besides the series itself
+  /// @param names  of what results are made of, for their records
   /// Errors  those of correctSeries; what `progress` throws.
   void run(const Distortion& distortion, const std::optional<Reference>& reference,
-           const std::vector<std::string>& sources, RunRecord& run, Progress& progress);
+           const SourceNames& names, RunRecord& run, Progress& progress);
 
  private:
   struct Planned {
@@ -70,12 +73,18 @@ class SeriesCorrection {
   struct Context;
 
   void correctOne(const Planned& one, const Context& context);
-  SeriesReport resample(const Planned& one, const Volume<float>& shift, const Context& context);
+  SeriesOptions optionsFor(const SeriesInput& input) const;
+  SeriesReport resample(const Planned& one, const Volume<float>& shift, SeriesOptions how,
+                        const Context& context);
   void writeRest(const Planned& one, const SeriesRecord& record, const Context& context);
+  void writeWarp(const Planned& one, const Volume<float>& shift, const SeriesRecord& record,
+                 const Context& context);
+  std::vector<ResultInput> inputsOf(const Planned& one) const;
 
   SeriesSettings settings;
   OutputFolder& folder;
   std::vector<Planned> planned;
+  std::vector<ResultInput> others;  ///< what every result is made of, too
 };
 
 }  // namespace mirel

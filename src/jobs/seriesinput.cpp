@@ -1,13 +1,14 @@
 #include "jobs/seriesinput.h"
 
-#include <filesystem>
+#include <algorithm>
+#include <array>
+#include <string_view>
 
-#include "base/dimensions.h"
 #include "base/error.h"
 #include "base/numbertext.h"
 #include "bids/inheritance.h"
 #include "field/grid.h"
-#include "nifti/filename.h"
+#include "nifti/gradients.h"
 #include "nifti/image.h"
 #include "pair/foreground.h"
 
@@ -15,30 +16,31 @@ namespace mirel {
 
 namespace {
 
-namespace fs = std::filesystem;
 using Source = bids::StatedDirection::Source;
 
 constexpr double largestPartOff = 0.01;
 
-constexpr const char* keptNames[] = {"RepetitionTime", "EchoTime", "FlipAngle",
-                                     "SliceTiming",    "TaskName", "MagneticFieldStrength",
-                                     "Manufacturer",   "Modality"};
+// Fields that tell how an image is distorted, or what it is good for as it was acquired, with those
+// that converters write beside the ones of the standard; and those that every result has of its
+// own.
+constexpr std::array<std::string_view, 19> outdatedNames = {
+    // clang-format off
+    "PhaseEncodingDirection", "PhaseEncodingAxis", "PhaseEncodingPolarityGE",
+    "InPlanePhaseEncodingDirectionDICOM", "TotalReadoutTime", "EffectiveEchoSpacing",
+    "EstimatedTotalReadoutTime", "EstimatedEffectiveEchoSpacing",
+    "DerivedVendorReportedEchoSpacing", "BandwidthPerPixelPhaseEncode", "WaterFatShift",
+    "IntendedFor", "B0FieldIdentifier", "B0FieldSource",
+    "Description", "Sources", "RawSources", "Mirel", "DistortionCorrection"
+    // clang-format on
+};
 
 /// The gradient files (.bvec, .bval) that stand beside an image.
 std::vector<std::string> gradientFilesOf(const std::string& imageFile) {
-  const std::string stem = nifti::niftiStem(imageFile);
   std::vector<std::string> files;
-  std::error_code ignored;
   for (const char* end : {".bvec", ".bval"})
-    if (fs::is_regular_file(stem + end, ignored)) files.push_back(stem + end);
+    if (const std::string file = nifti::gradientFileOf(imageFile, end); !file.empty())
+      files.push_back(file);
   return files;
-}
-
-SeriesInput opened(const SeriesFile& options) {
-  SeriesInput input;
-  input.file = options.file;
-  input.header = nifti::Reader(options.file).header();
-  return input;
 }
 
 void addContradiction(SeriesInput& input) {
@@ -60,18 +62,6 @@ void checkPlace(SeriesInput& input, const Grid& fieldGrid, const std::string& fi
   input.warnings.push_back((oriented ? fieldName : input.file) +
                            " has no orientation: how the grids of " + input.file + " and " +
                            fieldName + " lie to each other is a guess");
-}
-
-void takeMap(SeriesInput& input, const SeriesFile& options, const Distortion& map) {
-  if (!map.isOn(gridOf(input.header)))
-    throw Error(map.name(),
-                "is a map of " + text(map.dims()) + " voxels, but " + input.file + " has " +
-                    text(input.header.dims),
-                {Advice::Kind::makeField});
-  input.acquisition.sidecar = bids::findSidecar(input.file, options.given.sidecar);
-  input.acquisition.direction =
-      bids::StatedDirection{map.gridShift().direction, Source::map, map.name()};
-  input.onGridOfField = true;
 }
 
 void assumeDirectionOf(const PairInput& pair, SeriesInput& input) {
@@ -106,26 +96,40 @@ void refuseWithoutReadout(const PairInput& pair, const SeriesInput& input) {
 
 }  // namespace
 
-SeriesInput readSeries(const SeriesFile& options, const Distortion& distortion) {
-  SeriesInput input = opened(options);
-  if (distortion.isField()) {
-    input.acquisition = bids::resolveAcquisition(input.file, input.header.dims, options.given);
-    bids::requireDirection(input.acquisition, input.file);
-    bids::requireReadout(input.acquisition, input.file);
-    addContradiction(input);
-    input.onGridOfField = distortion.isOn(gridOf(input.header));
-    if (!input.onGridOfField)
-      checkPlace(input, gridOf(distortion.field()), distortion.name(),
-                 distortion.field().isOriented);
-  } else {
-    takeMap(input, options, distortion);
-  }
+void doubtUse(const std::vector<bids::FieldOrigin>& origins, const std::string& field,
+              SeriesInput& input) {
+  for (const std::string& doubt :
+       bids::doubtsAboutUse(origins, field, input.file, input.acquisition.sidecar))
+    input.warnings.push_back(doubt);
+}
+
+SeriesInput openSeries(const SeriesFile& options) {
+  SeriesInput input;
+  input.file = options.file;
+  input.header = nifti::Reader(options.file).header();
+  return input;
+}
+
+void finishSeries(SeriesInput& input) {
+  addContradiction(input);
   input.gradientFiles = gradientFilesOf(input.file);
+  for (const std::string& file : input.gradientFiles)
+    nifti::checkGradientCount(file, input.header.volumes);
+}
+
+SeriesInput readSeries(const SeriesFile& options, const FieldHz& field) {
+  SeriesInput input = openSeries(options);
+  input.acquisition = bids::resolveAcquisition(input.file, input.header.dims, options.given);
+  bids::requireDirection(input.acquisition, input.file);
+  bids::requireReadout(input.acquisition, input.file);
+  input.onGridOfField = coincide(gridOf(input.header), gridOf(field));
+  if (!input.onGridOfField) checkPlace(input, gridOf(field), field.name, field.isOriented);
+  finishSeries(input);
   return input;
 }
 
 SeriesInput readSeriesOf(const PairInput& pair, const SeriesFile& options) {
-  SeriesInput input = opened(options);
+  SeriesInput input = openSeries(options);
   const Grid pairGrid = gridOf(pair.a.header);
   input.onGridOfField = coincide(gridOf(input.header), pairGrid);
   input.acquisition = bids::resolveAcquisition(input.file, input.header.dims, options.given);
@@ -133,8 +137,11 @@ SeriesInput readSeriesOf(const PairInput& pair, const SeriesFile& options) {
     bids::requireDirection(input.acquisition, input.file, Advice::Of::series);
   if (!input.acquisition.direction) assumeDirectionOf(pair, input);
   settleReadout(pair, input);
-  addContradiction(input);
-  input.gradientFiles = gradientFilesOf(input.file);
+  finishSeries(input);
+  const std::vector<bids::FieldOrigin> origins = {
+      bids::originOf(pair.a.options.file, pair.a.acquisition.sidecar),
+      bids::originOf(pair.b.options.file, pair.b.acquisition.sidecar)};
+  doubtUse(origins, "the pair", input);
   if (!pair.readoutSeconds) refuseWithoutReadout(pair, input);
   if (!input.onGridOfField)
     checkPlace(input, pairGrid, pair.a.options.file, hasOrientation(pair.a.header));
@@ -148,12 +155,20 @@ std::vector<std::string> filesOf(const SeriesInput& input) {
   return files;
 }
 
-Json keptFieldsOf(const SeriesInput& input) {
-  Json kept = Json::object();
-  if (!input.acquisition.sidecar) return kept;
-  for (const char* name : keptNames)
-    if (const Json* field = input.acquisition.sidecar->json().find(name)) kept[name] = *field;
-  return kept;
+Json fieldsAfterCorrection(const SeriesInput& input) {
+  Json fields = Json::object(), before = Json::object();
+  if (input.acquisition.sidecar)
+    for (const auto& [name, value] : input.acquisition.sidecar->json().items()) {
+      const bool outdated =
+          std::find(outdatedNames.begin(), outdatedNames.end(), name) != outdatedNames.end();
+      (outdated ? before : fields)[name] = value;
+    }
+  if (before.items().empty()) return fields;
+  Json done = Json::object();
+  done["Description"] = "What held of the image before; it does not hold of the corrected one";
+  done["FieldsBefore"] = before;
+  fields["DistortionCorrection"] = done;
+  return fields;
 }
 
 std::string headOffField(const Volume<float>& mean, const SeriesInput& input,

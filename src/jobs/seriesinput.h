@@ -4,7 +4,8 @@
 #include <vector>
 
 #include "base/json.h"
-#include "field/distortion.h"
+#include "bids/intent.h"
+#include "field/fieldhz.h"
 #include "pair/pairinput.h"
 
 namespace mirel {
@@ -19,19 +20,21 @@ struct SeriesFile {
 struct SeriesInput {
   std::string file;
   nifti::Header header;
-  bids::Acquisition acquisition;           ///< its direction is settled
-  bool onGridOfField = false;              ///< so that nothing needs to be resampled
+  bids::Acquisition acquisition;  ///< its direction is settled
+  bool onGridOfField = false;     ///< so that nothing needs to be resampled
+  /// Where a map is applied, in place of a field: the readout time over that of the map.
+  double mapScale = 1;
   std::vector<std::string> gradientFiles;  ///< .bvec and .bval beside it, if they are there
   std::vector<Remark> notes, warnings;
 };
 
 /// A series whose direction and readout time stand in options or sidecars, against the field in
-/// Hz or the map that is to correct it. A map gives the axis, and needs neither.
+/// Hz that is to correct it. (Of a map: readSeriesForMap.)
 ///
-/// Errors   Error with the file and the fault: those of nifti::Reader and of
-///          bids::resolveAcquisition; no direction, no readout time; a series that lies elsewhere
-///          than the field, or has other dimensions than the map.
-SeriesInput readSeries(const SeriesFile& options, const Distortion& distortion);
+/// Errors   Error with the file and the fault: those of nifti::Reader, of
+///          bids::resolveAcquisition and of finishSeries; no direction, no readout time; a series
+///          that lies elsewhere than the field.
+SeriesInput readSeries(const SeriesFile& options, const FieldHz& field);
 
 /// A series of the pair's session. One without sidecar and options is taken to be encoded as A is,
 /// with A's readout time; a note says so, and the sign check tells when that is wrong. Where the
@@ -39,11 +42,26 @@ SeriesInput readSeries(const SeriesFile& options, const Distortion& distortion);
 /// Errors as above.
 SeriesInput readSeriesOf(const PairInput& pair, const SeriesFile& options);
 
+/// The first and the last step of both, and of readSeriesForMap: the image is opened; the gradient
+/// files beside it are found and their entries counted, contradicting sidecars are noted.
+/// Errors   Error: those of nifti::Reader; gradient files with another number of entries than the
+///          series has volumes.
+SeriesInput openSeries(const SeriesFile& options);
+void finishSeries(SeriesInput& input);
+
+/// Takes down as warnings what the sidecars say against correcting the series with the field of
+/// `origins` (bids::doubtsAboutUse).
+void doubtUse(const std::vector<bids::FieldOrigin>& origins, const std::string& field,
+              SeriesInput& input);
+
 /// The files that a series is read from: image, sidecars, gradients.
 std::vector<std::string> filesOf(const SeriesInput& input);
 
-/// What describes the acquisition in the sidecars of a series and stays true when it is corrected.
-Json keptFieldsOf(const SeriesInput& input);
+/// The fields of the sidecars of a series as they stand in that of the corrected one: all that stay
+/// true as they are, and under "DistortionCorrection" those that described the distortion or the
+/// file (direction, readout time, echo spacings, links to fields, description, sources), so that
+/// nobody corrects it a second time by them.
+Json fieldsAfterCorrection(const SeriesInput& input);
 
 /// A sentence when more than a hundredth of the head in `mean`, the mean of a series, lies off the
 /// grid of the field; empty otherwise.

@@ -6,6 +6,7 @@
 
 #include "base/error.h"
 #include "base/inputfile.h"
+#include "nifti/filename.h"
 
 namespace mirel::nifti {
 
@@ -33,53 +34,65 @@ float numberFrom(const std::string& word, const std::string& fileName) {
   return value;
 }
 
-/// The numbers of a text file, line by line; lines without any are left out.
-Rows readRows(const std::string& fileName) {
+using Words = std::vector<std::vector<std::string>>;
+
+/// The words of a text file, line by line; lines without any are left out.
+Words readWords(const std::string& fileName) {
   std::error_code ignored;
   if (std::filesystem::is_directory(fileName, ignored))
     throw Error(fileName, "is a directory, not a gradient file");
   std::istringstream is(readWholeFile(fileName, largestTable));
-  Rows rows;
+  Words rows;
   std::string line;
   while (std::getline(is, line)) {
     for (char& c : line)
       if (c == ',' || c == '\r') c = ' ';
     std::istringstream words(line);
-    std::vector<float> row;
-    for (std::string word; words >> word;) row.push_back(numberFrom(word, fileName));
+    std::vector<std::string> row;
+    for (std::string word; words >> word;) row.push_back(word);
     if (!row.empty()) rows.push_back(row);
+  }
+  return rows;
+}
+
+Rows readRows(const std::string& fileName) {
+  Rows rows;
+  for (const std::vector<std::string>& words : readWords(fileName)) {
+    rows.emplace_back();
+    for (const std::string& word : words) rows.back().push_back(numberFrom(word, fileName));
   }
   return rows;
 }
 
 std::string countText(std::size_t count, const char* what, int volumes) {
   return " holds " + std::to_string(count) + " " + what + " for " + std::to_string(volumes) +
-         " volumes";
+         (volumes == 1 ? " volume" : " volumes");
 }
 
-std::vector<float> readBValues(const std::string& fileName, int volumes) {
-  std::vector<float> values;
-  for (const std::vector<float>& row : readRows(fileName))
-    values.insert(values.end(), row.begin(), row.end());
-  if (values.size() != static_cast<std::size_t>(volumes))
-    throw Error(fileName + countText(values.size(), "b-values", volumes));
-  return values;
+/// Three lines of one number per volume, in place of a line of three per volume.
+template <typename Table>
+bool isInColumns(const Table& rows, int volumes) {
+  return rows.size() == 3 && rows[0].size() == rows[1].size() && rows[0].size() == rows[2].size() &&
+         (rows[0].size() != 3 || volumes == 3);
+}
+
+template <typename Row>
+void requireThree(const Row& row, const std::string& fileName) {
+  if (row.size() != 3)
+    throw Error(fileName,
+                "is not a table of directions: neither three lines of equal "
+                "length nor lines of three numbers");
 }
 
 std::vector<glm::vec3> readDirections(const std::string& fileName, int volumes) {
   const Rows rows = readRows(fileName);
   std::vector<glm::vec3> directions;
-  const bool inColumns =
-      rows.size() == 3 && rows[0].size() == rows[1].size() && rows[0].size() == rows[2].size();
-  if (inColumns && (rows[0].size() != 3 || volumes == 3)) {
+  if (isInColumns(rows, volumes)) {
     for (std::size_t n = 0; n < rows[0].size(); n++)
       directions.emplace_back(rows[0][n], rows[1][n], rows[2][n]);
   } else {
     for (const std::vector<float>& row : rows) {
-      if (row.size() != 3)
-        throw Error(fileName,
-                    "is not a table of directions: neither three lines of equal "
-                    "length nor lines of three numbers");
+      requireThree(row, fileName);
       directions.emplace_back(row[0], row[1], row[2]);
     }
   }
@@ -100,6 +113,41 @@ void printLine(std::ostream& os, const Range& range, const Get& get) {
 }
 
 }  // namespace
+
+std::string gradientFileOf(const std::string& imageFile, const std::string& ending) {
+  namespace fs = std::filesystem;
+  std::error_code ignored;
+  const std::string own = niftiStem(imageFile) + ending;
+  if (fs::is_regular_file(own, ignored)) return own;
+  if (!fs::is_symlink(imageFile, ignored)) return {};
+  const std::string farther = niftiStem(fs::weakly_canonical(imageFile, ignored).string()) + ending;
+  return fs::is_regular_file(farther, ignored) ? farther : std::string();
+}
+
+std::vector<float> readBValues(const std::string& fileName, int volumes) {
+  std::vector<float> values;
+  for (const std::vector<float>& row : readRows(fileName))
+    values.insert(values.end(), row.begin(), row.end());
+  if (values.size() != static_cast<std::size_t>(volumes))
+    throw Error(fileName + countText(values.size(), "b-values", volumes));
+  return values;
+}
+
+void checkGradientCount(const std::string& fileName, int volumes) {
+  const Words rows = readWords(fileName);
+  std::size_t count = 0;
+  const bool areDirections = fileName.ends_with(".bvec");
+  if (areDirections && isInColumns(rows, volumes)) {
+    count = rows[0].size();
+  } else {
+    for (const std::vector<std::string>& row : rows) {
+      if (areDirections) requireThree(row, fileName);
+      count += areDirections ? 1 : row.size();
+    }
+  }
+  if (count != static_cast<std::size_t>(volumes))
+    throw Error(fileName + countText(count, areDirections ? "directions" : "b-values", volumes));
+}
 
 GradientTable readGradients(const std::string& bvecFile, const std::string& bvalFile, int volumes) {
   GradientTable table;

@@ -24,6 +24,18 @@ struct GradientTable {
 /// volumes than `volumes`. For three volumes a 3 x 3 .bvec is read as three lines x, y, z.
 GradientTable readGradients(const std::string& bvecFile, const std::string& bvalFile, int volumes);
 
+/// The file of the image's name with `ending`, ".bval" or ".bvec", beside the image or, if there is
+/// none and the image is a link, beside what it leads to; empty when there is none either.
+std::string gradientFileOf(const std::string& imageFile, const std::string& ending);
+
+/// The numbers of a .bval file, one per volume. Errors: as above.
+std::vector<float> readBValues(const std::string& bvalFile, int volumes);
+
+/// Counts the entries of a .bval or a .bvec file, by its name, without asking that they be finite
+/// (some programs write "nan" where there is no direction). Errors: Error, naming the file: it
+/// cannot be opened, another number than `volumes`, a .bvec of another shape.
+void checkGradientCount(const std::string& fileName, int volumes);
+
 /// The texts of the two files, in 6 significant digits, as the project files have them.
 std::string formatDirections(const GradientTable& table);
 std::string formatBValues(const GradientTable& table);

@@ -5,9 +5,10 @@
 #include <sstream>
 
 #include "base/numbertext.h"
-#include "containers/exchange.h"
 #include "masspreserving/masspreserving.h"
 #include "numerics/statistics.h"
+#include "pair/background.h"
+#include "pair/estimateframe.h"
 #include "pair/foreground.h"
 
 namespace mirel {
@@ -15,21 +16,6 @@ namespace mirel {
 namespace {
 
 constexpr double nearlyNothing = 0.01, nearlyEverything = 0.9;
-/// Correlations that differ by less say nothing.
-constexpr double decisive = 0.01;
-
-// Both images with the phase-encoding axis as y. The pair outlives it.
-struct Frame {
-  AlongY<float> first, second;
-  glm::dvec3 voxelMm;
-
-  Frame(const PairInput& pair, int axis)
-      : first(pair.a.image, axis),
-        second(pair.b.image, axis),
-        voxelMm(projectVoxelSize(pair.a.header)) {
-    std::swap(voxelMm[axis], voxelMm[1]);
-  }
-};
 
 // Correlation in the mask; 0 where it is not defined.
 double agreementOf(const Volume<float>& a, const Volume<float>& b, const Volume<float>& mask) {
@@ -44,7 +30,7 @@ Volume<float> headMask(const Volume<float>& mean, double threshold) {
   return mask;
 }
 
-// Of images corrected as those that are written with modulation.
+// Of images corrected with modulation.
 double agreementThrough(const Volume<float>& shift, int axis, const Volume<float>& first,
                         const Volume<float>& second, const Volume<float>& mask) {
   return agreementOf(correctVolume(first, shift, axis, Modulation::on),
@@ -68,23 +54,23 @@ double doneAt(const MassPreservingProgress& state) {
   return finished * (state.iteration + 1) / (state.iteration + 2);
 }
 
-MassPreservingResult massPreserving(const Frame& frame, bool motion, Progress& progress) {
+MassPreservingResult massPreserving(const EstimateFrame& frame, bool motion, Progress& progress) {
   MassPreservingOptions options;
   options.estimateMotion = motion;
   // The coarse resolutions come a second time when motion is looked for.
   double done = 0.0;
-  return estimateMassPreserving(*frame.first, *frame.second, frame.voxelMm, options,
+  return estimateMassPreserving(frame.first(), frame.second(), frame.voxelMm(), options,
                                 [&](const MassPreservingProgress& state) {
                                   done = std::max(done, doneAt(state));
                                   progress.at(Stage::estimating, done);
                                 });
 }
 
-Volume<float> searchMap(const Frame& frame, double intensityScale, const EstimateOptions& options,
-                        const ReportDone& done = {}) {
+Volume<float> searchMap(const EstimateFrame& frame, double intensityScale,
+                        const EstimateOptions& options, const ReportDone& done = {}) {
   const float scale = static_cast<float>(intensityScale);
   std::ostringstream log;
-  return estimatePair(*frame.first * scale, *frame.second * scale, frame.voxelMm, options, log,
+  return estimatePair(frame.first() * scale, frame.second() * scale, frame.voxelMm(), options, log,
                       done);
 }
 
@@ -94,26 +80,30 @@ struct Found {
   std::optional<Volume<float>> unmovedSecond;
 };
 
+Found estimateBySearch(const PairInput& pair, const EstimateSettings& settings,
+                       const PairEstimate& estimate, Progress& progress) {
+  const EstimateFrame frame(pair, pair.axis(), OtherAxes::asStored);
+  Volume<float> map = searchMap(frame, estimate.intensityScale, settings.search,
+                                [&](double done) { progress.at(Stage::estimating, done); });
+  requireUsable(map);
+  return {frame.back(std::move(map)), {}};
+}
+
 Found estimateMap(const PairInput& pair, const EstimateSettings& settings, PairEstimate& estimate,
                   Progress& progress) {
-  const int axis = pair.axis();
-  const Frame frame(pair, axis);
-  if (settings.estimator == Estimator::search) {
-    Volume<float> map = searchMap(frame, estimate.intensityScale, settings.search,
-                                  [&](double done) { progress.at(Stage::estimating, done); });
-    requireUsable(map);
-    return {exchangedWithY(std::move(map), axis), {}};
-  }
+  if (settings.estimator == Estimator::search)
+    return estimateBySearch(pair, settings, estimate, progress);
+  const EstimateFrame frame(pair, pair.axis(), OtherAxes::byPatient);
   MassPreservingResult result = massPreserving(frame, settings.motion, progress);
   requireUsable(result.shiftVoxels);
   estimate.intensityRatio = result.scale;
   Found found;
   if (!result.motion.isNone()) {
-    estimate.motion = result.motion.withExchanged(axis, 1);
-    found.unmovedSecond = exchangedWithY(
-        secondUnmoved(*frame.second, frame.voxelMm, result.motion, result.shiftVoxels), axis);
+    estimate.motion = frame.back(result.motion);
+    found.unmovedSecond = frame.back(
+        secondUnmoved(frame.second(), frame.voxelMm(), result.motion, result.shiftVoxels));
   }
-  found.shift = exchangedWithY(std::move(result.shiftVoxels), axis);
+  found.shift = frame.back(std::move(result.shiftVoxels));
   return found;
 }
 
@@ -124,10 +114,10 @@ int otherAxisOf(int axis) { return axis == 1 ? 0 : 1; }
 // A column-wise estimate along `axis` and how well the images agree then.
 double fastAgreement(const PairInput& pair, int axis, const PairEstimate& estimate,
                      const Volume<float>& mask) {
-  Volume<float> map = searchMap(Frame(pair, axis), estimate.intensityScale, {.fast = true});
+  const EstimateFrame frame(pair, axis, OtherAxes::asStored);
+  Volume<float> map = searchMap(frame, estimate.intensityScale, {.fast = true});
   if (!isFinite(map)) return -1;
-  return agreementThrough(exchangedWithY(std::move(map), axis), axis, pair.a.image, pair.b.image,
-                          mask);
+  return agreementThrough(frame.back(std::move(map)), axis, pair.a.image, pair.b.image, mask);
 }
 
 std::string sidecarsOf(const PairInput& pair) {
@@ -140,39 +130,18 @@ std::string sidecarsOf(const PairInput& pair) {
   return source(pair.a) + " and " + source(pair.b);
 }
 
-void doubtForeground(const PairInput& pair, PairEstimate& estimate) {
+void doubtForeground(const PairInput& pair, const PairEstimate& estimate, Verdict& verdict) {
   const auto doubt = [&](const InputImage& image, double fraction) {
     if (fraction > nearlyNothing && fraction < nearlyEverything) return;
-    estimate.warnings.emplace_back(
-        text("%.3g", 100 * fraction) + " % of the voxels of " + image.title() +
-            " exceed the intensity " + text("%.4g", estimate.threshold) +
-            ", which is to separate head from air: nearly " +
-            (fraction < 0.5 ? "nothing" : "everything") + " counts as head",
-        Advice{Advice::Kind::seeIntensityScale});
+    verdict.add(Trust::doubtful,
+                {text("%.3g", 100 * fraction) + " % of the voxels of " + image.title() +
+                     " exceed the intensity " + text("%.4g", estimate.threshold) +
+                     ", which is to separate head from air: nearly " +
+                     (fraction < 0.5 ? "nothing" : "everything") + " counts as head",
+                 Advice{Advice::Kind::seeIntensityScale}});
   };
   doubt(pair.a, estimate.foregroundA);
   doubt(pair.b, estimate.foregroundB);
-}
-
-void doubtAgreement(const PairInput& pair, PairEstimate& estimate) {
-  const PairAgreement& found = estimate.agreement;
-  if (found.negated > found.after + decisive)
-    estimate.warnings.push_back(
-        "the opposite of the estimated map makes the images agree better (" +
-        text("%.3f", found.negated) + ") than the map itself (" + text("%.3f", found.after) +
-        "): do not trust this result");
-  else if (found.after < found.before)
-    estimate.warnings.push_back("the corrected images agree less (" + text("%.3f", found.after) +
-                                ") than the images as they came (" + text("%.3f", found.before) +
-                                "): do not trust this result");
-  if (found.fastAcross > found.fastAlongAxis + decisive)
-    estimate.warnings.push_back("CHECK THE AXIS in " + sidecarsOf(pair) + ": they say " +
-                                nameOf(pair.a.direction()) + " and " + nameOf(pair.b.direction()) +
-                                ", but the images differ as if phase encoding ran along " +
-                                bids::nameOf({found.otherAxis, 1}) +
-                                " (correlation of the pair after a quick estimate " +
-                                text("%.3f", found.fastAlongAxis) + " along the stated axis, " +
-                                text("%.3f", found.fastAcross) + " along the other)");
 }
 
 // `threshold` is that of the pair's mean; 0 when it has none.
@@ -191,6 +160,67 @@ void chooseScale(const PairInput& pair, const EstimateSettings& settings, double
   estimate.foregroundB = fractionAbove(pair.b.image, estimate.threshold);
 }
 
+// The pair less what was added to all of its images, if anything was; notes it.
+std::optional<PairInput> withoutBackground(const PairInput& pair, PairEstimate& estimate) {
+  if (estimate.estimator == Estimator::search) return std::nullopt;
+  estimate.backgroundA = addedBackground(pair.a.image);
+  estimate.backgroundB = addedBackground(pair.b.image);
+  if (estimate.backgroundA == 0 && estimate.backgroundB == 0) return std::nullopt;
+  PairInput lowered = pair;
+  lowered.a.image -= static_cast<float>(estimate.backgroundA);
+  lowered.b.image -= static_cast<float>(estimate.backgroundB);
+  return lowered;
+}
+
+void addBackground(PairEstimate& estimate) {
+  if (estimate.backgroundA != 0) estimate.correctedA += static_cast<float>(estimate.backgroundA);
+  if (estimate.backgroundB != 0) estimate.correctedB += static_cast<float>(estimate.backgroundB);
+}
+
+// Intensity of the first image over that of the second: as estimated, else by their sums in the
+// head.
+double ratioOf(const PairEstimate& estimate, const Volume<float>& first,
+               const Volume<float>& second, const Volume<float>& head) {
+  if (estimate.estimator == Estimator::massPreserving) return estimate.intensityRatio;
+  double a = 0, b = 0;
+  for (int i = 0; i < head.size(); ++i) {
+    a += static_cast<double>(head.data()[i] * first.data()[i]);
+    b += static_cast<double>(head.data()[i] * second.data()[i]);
+  }
+  return a > 0 && b > 0 ? a / b : 1.0;
+}
+
+// Corrects the pair, of which the head has not moved, and finds how good that is.
+void check(const PairInput& pair, Modulation modulation, const Volume<float>& head,
+           PairEstimate& estimate, Progress& progress) {
+  const int axis = pair.axis();
+  const Volume<float>&first = pair.a.image, &second = pair.b.image;
+  const Volume<float> opposite = estimate.shift * -1.0f;
+  const Volume<float> modulatedA = correctVolume(first, estimate.shift, axis, Modulation::on);
+  const Volume<float> modulatedB = correctVolume(second, opposite, axis, Modulation::on);
+  const bool on = modulation == Modulation::on;
+  estimate.correctedA = on ? modulatedA : correctVolume(first, estimate.shift, axis, modulation);
+  estimate.correctedB = on ? modulatedB : correctVolume(second, opposite, axis, modulation);
+
+  progress.at(Stage::checking, 0.0);
+  PairAgreement& agreement = estimate.agreement;
+  agreement.after = agreementOf(estimate.correctedA, estimate.correctedB, head);
+  agreement.modulated = agreementOf(modulatedA, modulatedB, head);
+  agreement.negated = agreementThrough(opposite, axis, first, second, head);
+  agreement.otherAxis = otherAxisOf(axis);
+  agreement.fastAlongAxis = fastAgreement(pair, axis, estimate, head);
+  progress.at(Stage::checking, 0.5);
+  agreement.fastAcross = fastAgreement(pair, agreement.otherAxis, estimate, head);
+  const PairFigures figures = measurePair(
+      {first, second, modulatedA, modulatedB, estimate.shift, axis, projectVoxelSize(pair.a.header),
+       ratioOf(estimate, modulatedA, modulatedB, head), estimate.threshold, pair.readoutSeconds});
+  estimate.verdict = judgePair(figures, agreement, estimate.estimator == Estimator::massPreserving,
+                               {pair.a.title(), pair.b.title(), sidecarsOf(pair),
+                                nameOf(pair.a.direction()) + " and " + nameOf(pair.b.direction())});
+  doubtForeground(pair, estimate, estimate.verdict);
+  progress.at(Stage::checking, 1.0);
+}
+
 }  // namespace
 
 std::string nameOf(Estimator estimator) {
@@ -203,38 +233,29 @@ std::string nameOf(Estimator estimator) {
   return "search";
 }
 
-PairEstimate estimatePairMap(const PairInput& pair, const EstimateSettings& settings,
+PairEstimate estimatePairMap(const PairInput& input, const EstimateSettings& settings,
                              Progress& progress) {
   PairEstimate estimate;
   estimate.estimator = settings.estimator;
+  std::optional<PairInput> changed = withoutBackground(input, estimate);
+  const PairInput& pair = changed ? *changed : input;
   const Volume<float> before = meanOf(pair.a.image, pair.b.image);
   const double threshold = headThreshold(before);
   chooseScale(pair, settings, threshold, estimate);
-  doubtForeground(pair, estimate);
+  const Volume<float> head = headMask(before, threshold);
+  estimate.agreement.before = agreementOf(pair.a.image, pair.b.image, head);
   progress.at(Stage::estimating, 0.0);
-  const int axis = pair.axis();
   Found found = estimateMap(pair, settings, estimate, progress);
   progress.at(Stage::estimating, 1.0);
-  const Volume<float>& first = pair.a.image;
-  const Volume<float>& second = found.unmovedSecond ? *found.unmovedSecond : pair.b.image;
   estimate.shift = std::move(found.shift);
-  const Volume<float> opposite = estimate.shift * -1.0f;
-  estimate.correctedA = correctVolume(first, estimate.shift, axis, settings.modulation);
-  estimate.correctedB = correctVolume(second, opposite, axis, settings.modulation);
+  // From here on the head has not moved.
+  if (found.unmovedSecond) {
+    if (!changed) changed = input;
+    changed->b.image = std::move(*found.unmovedSecond);
+  }
+  check(changed ? *changed : input, settings.usedModulation(), head, estimate, progress);
+  addBackground(estimate);
   estimate.mean = meanOf(estimate.correctedA, estimate.correctedB);
-
-  progress.at(Stage::checking, 0.0);
-  const Volume<float> head = headMask(before, threshold);
-  PairAgreement& agreement = estimate.agreement;
-  agreement.before = agreementOf(first, pair.b.image, head);
-  agreement.after = agreementThrough(estimate.shift, axis, first, second, head);
-  agreement.negated = agreementThrough(opposite, axis, first, second, head);
-  agreement.otherAxis = otherAxisOf(axis);
-  agreement.fastAlongAxis = fastAgreement(pair, axis, estimate, head);
-  progress.at(Stage::checking, 0.5);
-  agreement.fastAcross = fastAgreement(pair, agreement.otherAxis, estimate, head);
-  progress.at(Stage::checking, 1.0);
-  doubtAgreement(pair, estimate);
   return estimate;
 }
 

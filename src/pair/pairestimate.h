@@ -8,6 +8,7 @@
 #include "field/corrector.h"
 #include "numerics/rigidmotion.h"
 #include "pair/pairinput.h"
+#include "pair/verdict.h"
 #include "vdm/estimatepair.h"
 
 /// From a pair of images to its map, with the doubts that there are about it.
@@ -30,23 +31,25 @@ struct EstimateSettings {
   /// Factor on the intensities; 0: such that the estimators' threshold of 100 lies between head
   /// and air.
   double intensityScale = 0;
-  Modulation modulation = Modulation::off;
-};
+  /// Whether the corrected images are scaled by the local density change. Nothing: as the estimator
+  /// has it: with the mass-preserving one, whose model it is, not with the search.
+  std::optional<Modulation> modulation;
 
-/// How well the two images of the pair agree in the head: correlation coefficients of the images
-/// as they are, and corrected with modulation (correctVolume) by the map, by its negative, and by
-/// column-wise estimates along the stated axis and along another one.
-struct PairAgreement {
-  double before = 0, after = 0, negated = 0;
-  double fastAlongAxis = 0, fastAcross = 0;
-  int otherAxis = 0;
+  Modulation usedModulation() const {
+    return modulation.value_or(estimator == Estimator::massPreserving ? Modulation::on
+                                                                      : Modulation::off);
+  }
 };
 
 /// What was found about a pair, but for the images.
 struct PairFindings {
   Estimator estimator = Estimator::massPreserving;
   double intensityScale = 1;
-  double threshold = 0;  ///< intensity between head and air, of the images as they are
+  /// Intensity that was added to all of each image (addedBackground): the mass-preserving estimate
+  /// takes it off, and modulation leaves it as it is. 0 with the search.
+  double backgroundA = 0, backgroundB = 0;
+  /// Intensity between head and air, of the images less their background.
+  double threshold = 0;
   /// Fraction of the voxels above the threshold in either image.
   double foregroundA = 0, foregroundB = 0;
   /// Of the mass-preserving estimate: intensity of A over that of B, and the head's motion from A
@@ -54,7 +57,8 @@ struct PairFindings {
   double intensityRatio = 1;
   std::optional<RigidMotion> motion;
   PairAgreement agreement;
-  std::vector<Remark> warnings;
+  /// Its reasons are the warnings about the pair's result.
+  Verdict verdict;
 };
 
 struct PairEstimate : PairFindings {
@@ -71,9 +75,12 @@ struct PairEstimate : PairFindings {
 /// project's header has; with a phase-encoding axis other than y that axis and y are
 /// exchanged before and after. B is corrected by the negated map.
 ///
-/// Warnings  name the sidecars: images that agree better uncorrected, or with the opposite map;
-///           an axis other than the stated one that explains more of the difference; a threshold
-///           with nearly everything or nothing above it.
+/// The mass-preserving estimate is that of the images less their background, and so is what is
+/// modulated: corrected = (image - background) through the map, times its Jacobian, + background.
+///
+/// Verdict   that of judgePair, and doubtful for a threshold with nearly everything or nothing
+/// above
+///           it. Its reasons name the images or sidecars.
 /// Errors    Error when head and air cannot be told apart or no map comes out (a fit that diverges
 ///           everywhere); what `progress` throws.
 PairEstimate estimatePairMap(const PairInput& pair, const EstimateSettings& settings,

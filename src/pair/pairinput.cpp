@@ -9,9 +9,11 @@
 #include "base/numbertext.h"
 #include "base/outputfile.h"
 #include "base/samefile.h"
+#include "bids/intent.h"
 #include "field/grid.h"
 #include "nifti/image.h"
 #include "nifti/orientation.h"
+#include "pair/weighting.h"
 
 namespace mirel {
 
@@ -56,15 +58,14 @@ void checkImage(const Volume<float>& image, const std::string& title) {
     throw Error(title, "is constant: every voxel is " + text(static_cast<double>(image.min())));
 }
 
-// Direction and readout of one image, as far as options and sidecars tell. A sidecar without them
-// is refused: the other image does not speak for it.
+// Direction and readout of one image, as far as options and sidecars tell. A sidecar without a
+// direction is refused: the other image does not speak for it.
 void readAcquisition(InputImage& image, Advice::Of which) {
   const std::string& file = image.options.file;
   image.acquisition = bids::resolveAcquisition(file, image.header.dims, image.options.given,
                                                bids::SidecarUse::whereNeeded);
   if (!image.acquisition.sidecar) return;
   bids::requireDirection(image.acquisition, file, which);
-  bids::requireReadout(image.acquisition, file, which);
 }
 
 InputImage readInput(const ImageOptions& options) {
@@ -83,14 +84,7 @@ void checkSameGrid(const InputImage& a, const InputImage& b) {
     throw Error(a.options.file, "has " + text(n) + " voxels and " + b.options.file + " " +
                                     text(b.header.dims) +
                                     ": both images of a pair have the same grid");
-  const glm::dmat4 toA = voxelToVoxel(b.header.affine(), a.header.affine(), a.options.file);
-  double farthest = 0;
-  for (int corner = 0; corner < 8; ++corner) {
-    const glm::dvec3 p((corner & 1) * (n.x - 1), ((corner & 2) >> 1) * (n.y - 1),
-                       ((corner & 4) >> 2) * (n.z - 1));
-    const glm::dvec3 off = glm::abs(glm::dvec3(toA * glm::dvec4(p, 1)) - p);
-    farthest = std::max({farthest, off.x, off.y, off.z});
-  }
+  const double farthest = cornersApart(gridOf(b.header), gridOf(a.header), a.options.file);
   if (!(farthest <= placeTolerance))
     throw Error(a.options.file + " and " + b.options.file +
                 " have as many voxels but lie at different places (up to " + text(farthest) +
@@ -153,13 +147,23 @@ void settleCommonReadout(PairInput& pair) {
                                  " s (" + nameOf(a.source) + "), " + pair.b.title() + " one of " +
                                  text(b.seconds) + " s (" + nameOf(b.source) + ")";
   if (std::abs(a.seconds - b.seconds) > readoutTolerance * std::max(a.seconds, b.seconds)) {
-    const bool given =
-        a.source == bids::ReadoutSource::option && b.source == bids::ReadoutSource::option;
-    if (!given) throw Error(difference + ": both images of a pair have the same");
+    // With displacements T1 f and -T2 f the estimate finds (T1 + T2) / 2 f, half-way.
+    const double part = std::abs(a.seconds - b.seconds) / (a.seconds + b.seconds);
     pair.warnings.push_back(difference +
-                            ": the estimate takes both to be equal, their mean counts");
+                            ": the estimate takes both to be equal, their mean counts, and the "
+                            "corrected images stay displaced by " +
+                            text("%.2g", 100 * part) + " % of the displacement found");
   }
   pair.readoutSeconds = a.seconds == b.seconds ? a.seconds : 0.5 * (a.seconds + b.seconds);
+}
+
+std::string sidecarsWithoutReadout(const PairInput& pair) {
+  std::string titles;
+  for (const InputImage* image : {&pair.a, &pair.b})
+    if (const auto& sidecar = image->acquisition.sidecar)
+      titles += (titles.empty() ? "" : " nor ") + sidecar->title();
+  if (titles.empty()) return {};
+  return " (neither TotalReadoutTime nor EffectiveEchoSpacing is in " + titles + ")";
 }
 
 void settleReadout(PairInput& pair) {
@@ -169,7 +173,8 @@ void settleReadout(PairInput& pair) {
       pair.a.acquisition.direction->source == bids::StatedDirection::Source::assumed;
   if (!a && !b) {
     if (!assumed)
-      pair.notes.emplace_back("the readout time is not known: results are in voxels and mm, not Hz",
+      pair.notes.emplace_back("the readout time is not known" + sidecarsWithoutReadout(pair) +
+                                  ": results are in voxels and mm, not Hz",
                               Advice{Advice::Kind::giveReadout, Advice::Of::both});
     return;
   }
@@ -206,6 +211,10 @@ PairInput readPair(const ImageOptions& a, const ImageOptions& b) {
   readAcquisition(pair.b, Advice::Of::second);
   settleDirections(pair);
   settleReadout(pair);
+  for (const InputImage* image : {&pair.a, &pair.b}) checkWeighting(*image, pair);
+  if (const auto doubt = bids::doubtAboutPair(bids::originOf(a.file, pair.a.acquisition.sidecar),
+                                              bids::originOf(b.file, pair.b.acquisition.sidecar)))
+    pair.warnings.push_back(*doubt);
   for (const InputImage* image : {&pair.a, &pair.b})
     if (const auto& readout = image->acquisition.readout;
         readout && !readout->contradiction.empty())

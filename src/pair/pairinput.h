@@ -53,14 +53,17 @@ struct PairInput {
 ///               neither option nor sidecar it is the opposite of the other's; where both have
 ///               none, the axis j is assumed, without readout times.
 ///   readout     the option, else the sidecars (bids::Sidecar::readout); an image without either
-///               has the other one's.
+///               has the other one's; where both have none there are no Hz, and a note says so.
+///
+/// Notes and warnings also tell of readout times that differ by more than 1 % (then their mean
+/// counts), of diffusion-weighted volumes (checkWeighting), of images that are not of one field
+/// by their sidecars (bids::doubtAboutPair).
 ///
 /// Errors  Error, one sentence that names the file and the fault: those of the readers and of
 ///         bids::resolveAcquisition; a volume that is not there; fewer than 4 voxels along an
-///         axis; voxels that are not finite; a constant image; sidecars without the fields; two
+///         axis; voxels that are not finite; a constant image; sidecars without a direction; two
 ///         times the same image; other dimensions or another place (by more than a twentieth of a
-///         voxel); the same direction or another axis; readout times that differ by more than 1 %
-///         (a warning if both were given as options: then their mean counts).
+///         voxel); the same direction or another axis.
 PairInput readPair(const ImageOptions& a, const ImageOptions& b);
 
 /// The voxel sizes along the image's axes as a project made from the image tells them to the

@@ -124,6 +124,8 @@ class PhantomWriter {
                                 ": undistorted(p) = " + first + "(p + b) * (1 + b') = " + second +
                                 "(p - b) * (1 - b')"},
             {"Units", "voxels"},
+            {"PhaseEncodingDirection", alongY ? "j-" : "i-"},
+            {"TotalReadoutTime", o.readoutSeconds},
             {"PhantomSeed", o.seed},
             {"PhantomNoise", o.noise},
             {"PhantomNoiseSigma", phantom.noiseSigma},

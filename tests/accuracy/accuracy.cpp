@@ -18,6 +18,7 @@
 #include "accuracy/simulated.h"
 #include "convert/positionblock.h"
 #include "masspreserving/masspreserving.h"
+#include "nifti/orientation.h"
 #include "numerics/fft/fftw.h"
 #include "pair/foreground.h"
 #include "phantom/phantom.h"
@@ -26,11 +27,6 @@
 #include "vdm/vdm.h"
 
 using namespace mirel;
-
-using estimatorThreshold;
-using fractionAbove;
-using headThreshold;
-using meanOf;
 
 namespace {
 

@@ -40,8 +40,7 @@ class Measurement {
     const Volume<float> before = meanOfSeries(run.file, count);
     const Volume<float> after = meanOfSeries(run.result, count);
     const Volume<float> shift = shiftVoxels(measured, header, run.direction, run.readoutSeconds);
-    const Volume<float> expected =
-        correctVolume(before, shift, run.direction.axis, Modulation::off);
+    const Volume<float> expected = correctVolume(before, shift, run.direction.axis, Modulation::on);
     const Mask brain = eroded(maskAbove(resampledTo({before, header.affine()}, inside), 0.5), 1);
     std::printf("| %s, %s | %d | %.3f | %.3f |\n", run.name, what, header.volumes,
                 correlation(before, expected, brain), correlation(after, expected, brain));

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <filesystem>
 #include <functional>
 
 #include "base/error.h"
@@ -83,7 +84,9 @@ TEST_F(AcquisitionOfAnImage, AGivenReadoutTimeThatIsNoneIsRefusedWithoutASidecar
 
 TEST_F(AcquisitionOfAnImage, WhatIsMissingIsSaidWithTheFileAndAdvice) {
   const Error none = faultOf([&] { requireDirection(resolved(), image, Advice::Of::second); });
-  EXPECT_EQ(none.what(), image + " has no sidecar " + sidecar + " with a PhaseEncodingDirection");
+  EXPECT_EQ(none.what(), image + " has no sidecar " +
+                             std::filesystem::path(sidecar).filename().string() +
+                             " with a PhaseEncodingDirection");
   EXPECT_EQ(none.file(), image);
   EXPECT_EQ(none.advice(), (Advice{Advice::Kind::giveDirection, Advice::Of::second}));
   writeText(sidecar, "{}");

@@ -17,7 +17,7 @@ TEST(BidsName, EntitiesAndSuffixAreTakenApart) {
 TEST(BidsName, DerivedNamesKeepEntitiesAndSuffix) {
   const Name name = Name::of("sub-01_dir-AP_epi.nii");
   EXPECT_EQ(derivedName(name, "corrected"), "sub-01_dir-AP_desc-corrected_epi");
-  EXPECT_EQ(derivedName(name, "warp", "xfm"), "sub-01_dir-AP_desc-warp_xfm");
+  EXPECT_EQ(derivedName(name, "voxels", "vdm"), "sub-01_dir-AP_desc-voxels_vdm");
 }
 
 TEST(BidsName, ADescriptionIsContinuedNotDoubled) {
@@ -41,8 +41,17 @@ TEST(BidsName, CommonNameHasWhatBothShareButForTheDirection) {
   EXPECT_EQ(commonName(a, Name::of("sub-01_ses-2_dir-PA_run-2_epi.nii.gz")).text(),
             "sub-01_ses-2_epi");
   EXPECT_EQ(commonName(a, a).text(), "sub-01_ses-2_run-1_epi");
-  const Name nothing = commonName(Name::of("ap.nii"), Name::of("pa.nii"));
-  EXPECT_EQ(derivedName(nothing, "mm", "displacement"), "desc-mm_displacement");
+}
+
+TEST(BidsName, WithNothingInCommonBothNamesStayInFront) {
+  const auto common = [](const char* a, const char* b) {
+    return commonName(Name::of(a), Name::of(b)).text();
+  };
+  EXPECT_EQ(common("subj1_AP.nii", "subj1_PA.nii"), "subj1_AP_PA");
+  EXPECT_EQ(common("ap.nii", "x/pa.nii"), "ap_pa");
+  EXPECT_EQ(common("both.nii", "both.nii"), "both");
+  EXPECT_EQ(common("a_b.nii", "a_b_c.nii"), "a_b_c");
+  EXPECT_EQ(common("sub-01_epi.nii", "sub-02_epi.nii"), "sub-01_epi_sub-02_epi");
 }
 
 }  // namespace mirel

@@ -75,11 +75,11 @@ TEST_P(Acquisition, EchoSpacingCountsTheLinesOfItsAxisInEveryCommand) {
     EXPECT_DOUBLE_EQ(readout["seconds"], seconds);
     EXPECT_EQ(readout["source"], "EffectiveEchoSpacing times (lines - 1)");
   }
-  const std::string field = file("out/desc-estimated_fieldmap.nii.gz");
+  const std::string field = file("out/a_b_desc-preproc_fieldmap.nii.gz");
   run({"apply", "--field", field, run1, "-o", file("applied")});
   EXPECT_DOUBLE_EQ(
-      jsonOf(file(
-          "applied/run_desc-corrected.json"))["Mirel"]["Series"]["TotalReadoutTime"]["Seconds"],
+      jsonOf(
+          file("applied/run_desc-preproc.json"))["Mirel"]["Series"]["TotalReadoutTime"]["Seconds"],
       seconds);
   // The map of an image is the field times the readout time, for the minus with its sign changed.
   for (const auto& [image, factor] : {std::pair{a, -seconds}, {b, seconds}}) {
@@ -121,17 +121,17 @@ TEST_P(Acquisition, OptionsComeBeforeSidecars) {
 TEST_P(Acquisition, TheFieldTakesTheMeanOfTwoReadoutTimes) {
   correct(axis(), {"--fast", "--readout", "0.05"}, "equal");
   correct(axis(), {"--fast", "--readout", "0.04", "--readout-b", "0.06"}, "mean");
-  const std::string name = "/sub-phantom_desc-estimated_fieldmap.nii.gz";
+  const std::string name = "/sub-phantom_desc-preproc_fieldmap.nii.gz";
   EXPECT_TRUE(valuesOf(file("equal" + name)) == valuesOf(file("mean" + name)));
 }
 
 TEST_P(Acquisition, TheEstimatedFieldAppliedGivesTheSameImages) {
   correct(axis(), {"--fast", "--float", "--apply", bold(axis())}, "out");
-  const std::string field = file("out/sub-phantom_desc-estimated_fieldmap.nii.gz");
+  const std::string field = file("out/sub-phantom_desc-preproc_fieldmap.nii.gz");
   run({"apply", "--field", field, ap(axis()), pa(axis()), bold(axis()), "--float", "-o",
        file("applied")});
-  for (const char* name : {"dir-AP_desc-corrected_epi", "dir-PA_desc-corrected_epi",
-                           "task-rest_dir-AP_desc-corrected_bold"}) {
+  for (const char* name : {"dir-AP_desc-preproc_epi", "dir-PA_desc-preproc_epi",
+                           "task-rest_dir-AP_desc-preproc_bold"}) {
     const std::string image = std::string("/sub-phantom_") + name + ".nii.gz";
     const Values one = valuesOf(file("out" + image));
     EXPECT_LT(largestDifference(one, valuesOf(file("applied" + image))), 1e-4 * largestOf(one))
@@ -142,10 +142,10 @@ TEST_P(Acquisition, TheEstimatedFieldAppliedGivesTheSameImages) {
 TEST_P(Acquisition, AReadoutTimeOfTheSeriesScalesItsShift) {
   correct(axis(), {"--fast", "--float", "--apply", bold(axis()), "--apply-readout", "0.08"}, "out");
   // Twice the field for the time of the pair.
-  const std::string field = file("out/sub-phantom_desc-estimated_fieldmap.nii.gz");
+  const std::string field = file("out/sub-phantom_desc-preproc_fieldmap.nii.gz");
   run({"apply", "--field", field, bold(axis()), "--float", "--readout", "0.08", "-o",
        file("applied")});
-  const std::string image = "/sub-phantom_task-rest_dir-AP_desc-corrected_bold.nii.gz";
+  const std::string image = "/sub-phantom_task-rest_dir-AP_desc-preproc_bold.nii.gz";
   const Values one = valuesOf(file("out" + image));
   EXPECT_LT(largestDifference(one, valuesOf(file("applied" + image))), 1e-4 * largestOf(one));
   run({"apply", "--field", field, bold(axis()), "--float", "-o", file("unscaled")});
@@ -155,15 +155,15 @@ TEST_P(Acquisition, AReadoutTimeOfTheSeriesScalesItsShift) {
 TEST_P(Acquisition, ModulationIsTheDensityAlongItsAxis) {
   correct(axis(), {"--fast", "--float", "--apply", bold(axis())}, "plain");
   correct(axis(), {"--fast", "--float", "--apply", bold(axis()), "--modulate"}, "scaled");
-  const std::string mapName = "/sub-phantom_desc-voxels_displacement.nii.gz";
+  const std::string mapName = "/sub-phantom_dir-AP_desc-voxels_vdm.nii.gz";
   const PlainImage map(file("scaled" + mapName));
   const Values shift = map.values();
   EXPECT_TRUE(shift == valuesOf(file("plain" + mapName)));
   const int along = indexOf(axis()), last = map.dim(1 + along) - 1;
   const int stride = along == 0 ? 1 : along == 1 ? map.dim(1) : map.dim(1) * map.dim(2);
-  for (const auto& [name, sign] : {std::pair{"dir-AP_desc-corrected_epi", 1.0f},
-                                   {"dir-PA_desc-corrected_epi", -1.0f},
-                                   {"task-rest_dir-AP_desc-corrected_bold", 1.0f}}) {
+  for (const auto& [name, sign] : {std::pair{"dir-AP_desc-preproc_epi", 1.0f},
+                                   {"dir-PA_desc-preproc_epi", -1.0f},
+                                   {"task-rest_dir-AP_desc-preproc_bold", 1.0f}}) {
     const std::string image = std::string("/sub-phantom_") + name + ".nii.gz";
     const Values plain = valuesOf(file("plain" + image)), scaled = valuesOf(file("scaled" + image));
     for (std::size_t n = 0; n < shift.size(); ++n) {
@@ -190,8 +190,8 @@ TEST_P(Acquisition, AVolumeAndAMeanAreThoseThatAreNamed) {
     EXPECT_EQ(result.status, 0) << result.err;
     const fs::path folderName = file(name);
     for (const auto& entry : fs::directory_iterator(folderName))
-      if (entry.path().filename().string().find("desc-voxels_displacement.nii.gz") !=
-          std::string::npos)
+      if (const std::string map = entry.path().filename().string();
+          map.find("desc-voxels") != std::string::npos && map.ends_with("_vdm.nii.gz"))
         return valuesOf(entry.path());
     return Values();
   };
@@ -214,12 +214,12 @@ INSTANTIATE_TEST_SUITE_P(Axes, MapsAndProjects, testing::Values('i', 'j'),
 
 TEST_P(MapsAndProjects, TheMapAppliedGivesTheCorrectedImage) {
   correct(axis(), {"--fast"}, "out");
-  const std::string map = file("out/sub-phantom_desc-voxels_displacement.nii.gz");
+  const std::string map = file("out/sub-phantom_dir-AP_desc-voxels_vdm.nii.gz");
   std::vector<std::string> words = {"apply", "--vdm",        map, ap(axis()), "--float",
                                     "-o",    file("applied")};
   if (axis() == 'i') words.push_back("--rllr");
   run(words);
-  const std::string image = "/sub-phantom_dir-AP_desc-corrected_epi.nii.gz";
+  const std::string image = "/sub-phantom_dir-AP_desc-preproc_epi.nii.gz";
   EXPECT_TRUE(valuesOf(file("out" + image)) == valuesOf(file("applied" + image)));
 }
 

@@ -43,7 +43,7 @@ class ApplyMap : public testing::Test {
   const std::string vdm = folder.file("a_vdm.map");
   const std::string run = folder.file("sub-1_bold.nii.gz");
   const std::string out = folder.file("out");
-  const std::string corrected = out + "/sub-1_desc-corrected_bold.nii.gz";
+  const std::string corrected = out + "/sub-1_desc-preproc_bold.nii.gz";
   nifti::Header header = headerOf(dims, affineOf({3, 3, 4}, 10, {-30, -40, 5}), 3);
 };
 
@@ -58,7 +58,7 @@ TEST_F(ApplyMap, GivesWhatTheProjectGetsBitForBit) {
     ASSERT_EQ(apply(onProject).status, 0);
     const ProgramResult result = apply(onImage);
     ASSERT_EQ(result.status, 0) << result.err;
-    EXPECT_EQ(result.out, corrected + "\n" + out + "/sub-1_desc-corrected_bold.json\n");
+    EXPECT_EQ(result.out, corrected + "\n" + out + "/sub-1_desc-preproc_bold.json\n");
     const FMR project(folder.file("run_undist.fmr"), true);
     nifti::Reader image(corrected);
     ASSERT_EQ(image.header().volumes, 3);
@@ -74,9 +74,10 @@ TEST_F(ApplyMap, TakesTheOptionsForImages) {
   EXPECT_THAT(result.err, HasSubstr("3 volumes, displaced along j by " + vdm));
   EXPECT_TRUE(nifti::Reader(corrected).readVolume(1) ==
               correctVolume(smoothImage(dims, 1), smoothShift(dims), 1, Modulation::on));
-  EXPECT_TRUE(std::filesystem::exists(out + "/sub-1_desc-warp_xfm.nii.gz"));
-  const json record = json::parse(niftifiles::readText(out + "/sub-1_desc-corrected_bold.json"));
-  EXPECT_EQ(record["Sources"], json({run, vdm}));
+  EXPECT_TRUE(
+      std::filesystem::exists(out + "/sub-1_from-orig_to-undistorted_mode-image_xfm.nii.gz"));
+  const json record = json::parse(niftifiles::readText(out + "/sub-1_desc-preproc_bold.json"));
+  EXPECT_EQ(record["Sources"], json({"../sub-1_bold.nii.gz", "../a_vdm.map"}));
   EXPECT_EQ(record["Mirel"]["Map"]["SHA256"].get<std::string>().size(), 64u);
   EXPECT_EQ(record["Mirel"]["Series"]["DisplacementAxis"], "j");
   EXPECT_FALSE(record["Mirel"]["Series"].contains("PhaseEncodingDirection"));
@@ -126,23 +127,22 @@ TEST_F(ApplyMap, FaultsAreOneSentenceAndLeaveNothing) {
   Map map = readMapFile(vdm);
   map.values[5] = NAN;
   writeMapFile(vdm, map);
-  refused(apply({run, "-o", out}), "NaN");
+  refused(apply({run, "-o", out}), "1 of its 700 values are not finite");
   niftifiles::writeText(vdm, "no map");
   refused(apply({run, "-o", out}), "cannot read the map " + vdm);
 }
 
 TEST_F(ApplyMap, UsageMistakesHaveTheirOwnStatus) {
   EXPECT_EQ(apply({run}).status, 2) << "no output";
+  EXPECT_EQ(apply({run, "-o", out, "--field", "f.nii"}).status, 2);
+  for (const std::string option : {"--modulate", "--float", "--warp", "--quiet"})
+    EXPECT_EQ(apply({"run.fmr", option}).status, 2) << option;
   for (const std::vector<std::string>& more : {std::vector<std::string>{"--pe", "j"},
                                                {"--readout", "0.05"},
                                                {"--sidecar", "a.json"},
-                                               {"--field", "f.nii"}}) {
-    std::vector<std::string> arguments = {run, "-o", out};
-    arguments.insert(arguments.end(), more.begin(), more.end());
-    EXPECT_EQ(apply(arguments).status, 2) << more[0];
-  }
-  for (const std::string option : {"--modulate", "--float", "--warp", "--quiet"})
-    EXPECT_EQ(apply({"run.fmr", option}).status, 2) << option;
+                                               {"--vdm-pe", "j"},
+                                               {"--units", "mm"}})
+    EXPECT_EQ(apply({"run.fmr", more[0], more[1]}).status, 2) << more[0];
   EXPECT_EQ(apply({"run.fmr", "-o", out}).status, 2);
 }
 

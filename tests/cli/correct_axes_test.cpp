@@ -50,13 +50,13 @@ float sixDigitsOf(float size) {
   return std::stof(text);
 }
 
-const std::vector<std::string> images = {"dir-AP_desc-corrected_epi.nii.gz",
-                                         "dir-PA_desc-corrected_epi.nii.gz",
-                                         "desc-correctedMean_epi.nii.gz",
-                                         "desc-voxels_displacement.nii.gz",
-                                         "desc-mm_displacement.nii.gz",
-                                         "desc-estimated_fieldmap.nii.gz",
-                                         "task-rest_dir-AP_desc-corrected_bold.nii.gz"};
+const std::vector<std::string> images = {"dir-AP_desc-preproc_epi.nii.gz",
+                                         "dir-PA_desc-preproc_epi.nii.gz",
+                                         "desc-preproc_magnitude.nii.gz",
+                                         "dir-AP_desc-voxels_vdm.nii.gz",
+                                         "dir-AP_desc-mm_vdm.nii.gz",
+                                         "desc-preproc_fieldmap.nii.gz",
+                                         "task-rest_dir-AP_desc-preproc_bold.nii.gz"};
 
 TEST_P(EachOtherAxis, GivesTheBitsOfTheSamePairAlongJ) {
   const std::vector<std::vector<std::string>> methods = {
@@ -73,7 +73,8 @@ TEST_P(EachOtherAxis, GivesTheBitsOfTheSamePairAlongJ) {
     for (const std::string& name : images)
       EXPECT_TRUE(result(std::string(1, axis()), name) == asAlongJ("j", name))
           << name << " with " << testing::PrintToString(method);
-    for (const char* name : {"dir-AP_desc-warp_xfm.nii.gz", "dir-PA_desc-warp_xfm.nii.gz"})
+    for (const char* name : {"dir-AP_from-orig_to-undistorted_mode-image_xfm.nii.gz",
+                             "dir-PA_from-orig_to-undistorted_mode-image_xfm.nii.gz"})
       EXPECT_LT(largestDifference(result(std::string(1, axis()), name), asAlongJ("j", name)), 1e-4)
           << name << " with " << testing::PrintToString(method);
   }
@@ -81,10 +82,10 @@ TEST_P(EachOtherAxis, GivesTheBitsOfTheSamePairAlongJ) {
 
 TEST_P(EachAxis, MapMillimetresFieldAndWarpBelongTogether) {
   correct(axis(), {}, "out");
-  const PlainImage map(file("out/sub-phantom_desc-voxels_displacement.nii.gz"));
-  const Values voxels = map.values(), mm = result("out", "desc-mm_displacement.nii.gz"),
-               hz = result("out", "desc-estimated_fieldmap.nii.gz"),
-               warp = result("out", "dir-AP_desc-warp_xfm.nii.gz");
+  const PlainImage map(file("out/sub-phantom_dir-AP_desc-voxels_vdm.nii.gz"));
+  const Values voxels = map.values(), mm = result("out", "dir-AP_desc-mm_vdm.nii.gz"),
+               hz = result("out", "desc-preproc_fieldmap.nii.gz"),
+               warp = result("out", "dir-AP_from-orig_to-undistorted_mode-image_xfm.nii.gz");
   const int along = indexOf(axis());
   ASSERT_EQ(mm.size(), voxels.size());
   ASSERT_EQ(hz.size(), voxels.size());
@@ -109,8 +110,9 @@ TEST_P(EachAxis, TheWarpOfTheSecondImageHoldsTheMotionToo) {
   ASSERT_FALSE(motion.is_null());
   std::vector<double> t = motion["TranslationMm"], angle = motion["RotationDegrees"];
   for (double& each : angle) each *= M_PI / 180;
-  const PlainImage map(file("out/sub-phantom_desc-voxels_displacement.nii.gz"));
-  const Values voxels = map.values(), warp = result("out", "dir-PA_desc-warp_xfm.nii.gz");
+  const PlainImage map(file("out/sub-phantom_dir-AP_desc-voxels_vdm.nii.gz"));
+  const Values voxels = map.values(),
+               warp = result("out", "dir-PA_from-orig_to-undistorted_mode-image_xfm.nii.gz");
   const int along = indexOf(axis());
   // What is left out is below the angle squared times the radius: 0.036 rad, 142 mm.
   double largestMove = 0;
@@ -137,7 +139,7 @@ TEST_P(EachAxis, TheWarpOfTheSecondImageHoldsTheMotionToo) {
 
 TEST_P(EachAxis, TheTrueFieldIsFound) {
   correct(axis(), {"--quiet"}, "out");
-  const Values found = result("out", "desc-estimated_fieldmap.nii.gz");
+  const Values found = result("out", "desc-preproc_fieldmap.nii.gz");
   const Values truth = PlainImage(input(axis(), "desc-truth_fieldmap.nii.gz")).values();
   const Values brain = PlainImage(input(axis(), "desc-brain_mask.nii.gz")).values();
   double wrong = 0, all = 0;
@@ -169,8 +171,8 @@ TEST_P(EachAxis, EveryDigitOfTheVoxelSizesCounts) {
                                       file("rounded")};
     words.insert(words.end(), method.begin(), method.end());
     ASSERT_EQ(runMirel(words).status, 0);
-    const Values exact = result("out", "desc-voxels_displacement.nii.gz");
-    const Values other = PlainImage(file("rounded/desc-voxels_displacement.nii.gz")).values();
+    const Values exact = result("out", "dir-AP_desc-voxels_vdm.nii.gz");
+    const Values other = PlainImage(file("rounded/a_desc-voxels_vdm.nii.gz")).values();
     EXPECT_FALSE(exact == other) << testing::PrintToString(method);
     EXPECT_LT(largestDifference(exact, other), 0.05) << testing::PrintToString(method);
   }
@@ -229,7 +231,7 @@ TEST_P(ProjectsAlong, HaveTheMapOfTheImages) {
     options.insert(options.end(), {"--intensity-scale", "1", "--quiet"});
     corrected(options);
     EXPECT_TRUE(estimated(method.estimate) ==
-                PlainImage(file("out/desc-voxels_displacement.nii.gz")).values())
+                PlainImage(file("out/a_desc-voxels_vdm.nii.gz")).values())
         << testing::PrintToString(method.estimate);
   }
 }

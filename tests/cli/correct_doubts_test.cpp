@@ -32,7 +32,8 @@ class Doubts : public AxesPair {
   /// The warnings and notes of a run.
   std::string said(const std::vector<std::string>& words) const {
     std::vector<std::string> all = words;
-    all.insert(all.end(), {"-o", file("out")});
+    // The tests run over several pairs.
+    all.insert(all.end(), {"-o", file("out"), "--overwrite"});
     const ProgramResult result = runMirel(all);
     EXPECT_EQ(result.status, 0) << result.err;
     return result.err;

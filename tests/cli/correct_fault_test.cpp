@@ -106,8 +106,6 @@ TEST_F(CorrectFaults, SidecarsThatAreNotJsonOrLackFields) {
   EXPECT_THAT(fault(), HasSubstr("bad.json is not valid JSON"));
   writeSidecar("{}");
   EXPECT_THAT(fault(), HasSubstr("bad.json has no PhaseEncodingDirection"));
-  writeSidecar("{\"PhaseEncodingDirection\": \"j-\"}");
-  EXPECT_THAT(fault(), HasSubstr("bad.json has neither TotalReadoutTime nor"));
   writeSidecar("{\"PhaseEncodingDirection\": \"j\", \"TotalReadoutTime\": 0.04}");
   EXPECT_THAT(fault(), AllOf(HasSubstr("opposite"), HasSubstr("bad.json")));
 }
@@ -190,7 +188,7 @@ TEST_F(CorrectFaults, ImagesThatTheSeriesTookForItself) {
 
 TEST_F(CorrectFaults, AnOutputThatWouldOverwriteAnInput) {
   // A series that stands where the corrected A is to go.
-  const std::string inTheWay = file("sub-phantom_dir-AP_desc-corrected_epi.nii.gz");
+  const std::string inTheWay = file("sub-phantom_dir-AP_desc-preproc_epi.nii.gz");
   fs::copy(ap(), inTheWay);
   const std::string before = textOf(inTheWay);
   const ProgramResult result = correct({"--quiet", "--apply", inTheWay}, ".");

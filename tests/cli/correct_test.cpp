@@ -31,34 +31,37 @@ nlohmann::json jsonOf(const std::string& file) {
 TEST_F(CorrectCommand, WritesAllOfItAndNamesTheFiles) {
   const ProgramResult result = correct({});
   ASSERT_EQ(result.status, 0) << result.err;
-  const std::vector<std::string> expected = {"dataset_description.json",
-                                             "sub-phantom_desc-correctedMean_epi.json",
-                                             "sub-phantom_desc-correctedMean_epi.nii.gz",
-                                             "sub-phantom_desc-estimated_fieldmap.json",
-                                             "sub-phantom_desc-estimated_fieldmap.nii.gz",
-                                             "sub-phantom_desc-mm_displacement.json",
-                                             "sub-phantom_desc-mm_displacement.nii.gz",
-                                             "sub-phantom_desc-voxels_displacement.json",
-                                             "sub-phantom_desc-voxels_displacement.nii.gz",
-                                             "sub-phantom_dir-AP_desc-corrected_epi.json",
-                                             "sub-phantom_dir-AP_desc-corrected_epi.nii.gz",
-                                             "sub-phantom_dir-AP_desc-warp_xfm.json",
-                                             "sub-phantom_dir-AP_desc-warp_xfm.nii.gz",
-                                             "sub-phantom_dir-PA_desc-corrected_epi.json",
-                                             "sub-phantom_dir-PA_desc-corrected_epi.nii.gz",
-                                             "sub-phantom_dir-PA_desc-warp_xfm.json",
-                                             "sub-phantom_dir-PA_desc-warp_xfm.nii.gz"};
+  const std::vector<std::string> expected = {
+      "dataset_description.json",
+      "sub-phantom_desc-preproc_fieldmap.json",
+      "sub-phantom_desc-preproc_fieldmap.nii.gz",
+      "sub-phantom_desc-preproc_magnitude.json",
+      "sub-phantom_desc-preproc_magnitude.nii.gz",
+      "sub-phantom_dir-AP_desc-mm_vdm.json",
+      "sub-phantom_dir-AP_desc-mm_vdm.nii.gz",
+      "sub-phantom_dir-AP_desc-preproc_epi.json",
+      "sub-phantom_dir-AP_desc-preproc_epi.nii.gz",
+      "sub-phantom_dir-AP_desc-voxels_vdm.json",
+      "sub-phantom_dir-AP_desc-voxels_vdm.nii.gz",
+      "sub-phantom_dir-AP_from-orig_to-undistorted_mode-image_xfm.json",
+      "sub-phantom_dir-AP_from-orig_to-undistorted_mode-image_xfm.nii.gz",
+      "sub-phantom_dir-PA_desc-preproc_epi.json",
+      "sub-phantom_dir-PA_desc-preproc_epi.nii.gz",
+      "sub-phantom_dir-PA_from-orig_to-undistorted_mode-image_xfm.json",
+      "sub-phantom_dir-PA_from-orig_to-undistorted_mode-image_xfm.nii.gz"};
   EXPECT_EQ(namesInOut(), expected);
   for (const std::string& name : expected)
     EXPECT_THAT(result.out, HasSubstr(out() + "/" + name + "\n"));
-  EXPECT_THAT(result.err, AllOf(HasSubstr("phase encoding j- ("), HasSubstr("TotalReadoutTime"),
-                                HasSubstr("intensity scale"), HasSubstr("before, "),
-                                Not(HasSubstr("Warning"))));
+  EXPECT_THAT(
+      result.err,
+      AllOf(HasSubstr("phase encoding j-, readout 0.04 s (TotalReadoutTime), both from "
+                      "sub-phantom_dir-AP_epi.json\n"),
+            HasSubstr("intensity scale"), HasSubstr("before, "), Not(HasSubstr("Warning"))));
 }
 
 TEST_F(CorrectCommand, SidecarsRecordInputsOptionsVersionAndChecksums) {
   ASSERT_EQ(correct({"--ssd", "--modulate"}).status, 0);
-  const nlohmann::json field = jsonOf(out("sub-phantom_desc-estimated_fieldmap.json"));
+  const nlohmann::json field = jsonOf(out("sub-phantom_desc-preproc_fieldmap.json"));
   EXPECT_EQ(field["Units"], "Hz");
   const nlohmann::json record = field["Mirel"];
   EXPECT_EQ(record["Version"], MIREL_VERSION);
@@ -69,18 +72,18 @@ TEST_F(CorrectCommand, SidecarsRecordInputsOptionsVersionAndChecksums) {
   EXPECT_NE(record["Inputs"][0]["SHA256"], record["Inputs"][1]["SHA256"]);
   EXPECT_EQ(record["Options"]["Measure"], "SSD");
   EXPECT_EQ(record["Options"]["Modulation"], true);
-  EXPECT_EQ(jsonOf(out("sub-phantom_desc-voxels_displacement.json"))["Units"], "voxels");
+  EXPECT_EQ(jsonOf(out("sub-phantom_dir-AP_desc-voxels_vdm.json"))["Units"], "voxels");
   EXPECT_EQ(jsonOf(out("dataset_description.json"))["DatasetType"], "derivative");
 }
 
 TEST_F(CorrectCommand, TheFieldHasTheSignAndSizeOfTheTrueOne) {
   ASSERT_EQ(correct({}).status, 0);
-  const Volume<float> found = imageIn(out("sub-phantom_desc-estimated_fieldmap.nii.gz"));
+  const Volume<float> found = imageIn(out("sub-phantom_desc-preproc_fieldmap.nii.gz"));
   const Volume<float> truth = imageIn(input("sub-phantom_desc-truth_fieldmap.nii.gz"));
   EXPECT_GT(correlationInBrain(found, truth), 0.75);
   EXPECT_LT(rmsInBrain(found, truth), 0.8 * rmsInBrain(truth, truth * 0.0f));
-  const Volume<float> voxels = imageIn(out("sub-phantom_desc-voxels_displacement.nii.gz"));
-  const Volume<float> mm = imageIn(out("sub-phantom_desc-mm_displacement.nii.gz"));
+  const Volume<float> voxels = imageIn(out("sub-phantom_dir-AP_desc-voxels_vdm.nii.gz"));
+  const Volume<float> mm = imageIn(out("sub-phantom_dir-AP_desc-mm_vdm.nii.gz"));
   for (int i = 0; i < voxels.size(); i += 997) {
     EXPECT_FLOAT_EQ(mm.data()[i], voxels.data()[i] * 4.5f);
     EXPECT_NEAR(found.data()[i], -voxels.data()[i] / 0.04f, 1e-3f);  // A is "j-"
@@ -104,7 +107,7 @@ TEST_F(CorrectCommand, TheMapIsThatOfTheEstimateTaskBitForBit) {
     words = variant.correct;
     words.insert(words.end(), {"--intensity-scale", "1"});
     ASSERT_EQ(correct(words).status, 0);
-    const Volume<float> map = imageIn(out("sub-phantom_desc-voxels_displacement.nii.gz"));
+    const Volume<float> map = imageIn(out("sub-phantom_dir-AP_desc-voxels_vdm.nii.gz"));
     ASSERT_EQ(stored.values.size(), static_cast<std::size_t>(map.size()));
     EXPECT_TRUE(std::equal(stored.values.begin(), stored.values.end(), map.data()));
   }
@@ -123,7 +126,7 @@ TEST_F(CorrectCommand, TheMapIsThatOfTheEstimateTaskAlongXToo) {
     ASSERT_EQ(correct(words).status, 0);
     // The host stores the map of such a pair with x and y exchanged back.
     const Map stored = readMapFile(file("a_vdm.map"));
-    const Volume<float> map = imageIn(out("sub-phantom_desc-voxels_displacement.nii.gz"));
+    const Volume<float> map = imageIn(out("sub-phantom_dir-AP_desc-voxels_vdm.nii.gz"));
     ASSERT_EQ(stored.header.dimX, map.nx());
     EXPECT_TRUE(std::equal(stored.values.begin(), stored.values.end(), map.data()));
   }
@@ -144,11 +147,15 @@ TEST_F(CorrectCommand, AppliesToSeriesOfEitherPolarity) {
   EXPECT_EQ(summary["series"][0]["volumes"], 3);
   EXPECT_EQ(summary["series"][0]["signCheck"], "right");
   EXPECT_EQ(summary["series"][1]["direction"], "j");
-  EXPECT_EQ(summary["warnings"].size(), 0U);
+  // The sidecars of the pair name the series that it is for.
+  ASSERT_EQ(summary["warnings"].size(), 2U);
+  for (const auto& warning : summary["warnings"])
+    EXPECT_THAT(warning.get<std::string>(),
+                HasSubstr("is not meant for " + file("sub-phantom_acq")));
   // The copy of B is corrected as B is, but for the rounding to its own integers.
-  const Volume<float> asPair = imageIn(out("sub-phantom_dir-PA_desc-corrected_epi.nii.gz"));
+  const Volume<float> asPair = imageIn(out("sub-phantom_dir-PA_desc-preproc_epi.nii.gz"));
   const Volume<float> asSeries =
-      imageIn(out("sub-phantom_acq-copy_dir-PA_desc-corrected_epi.nii.gz"));
+      imageIn(out("sub-phantom_acq-copy_dir-PA_desc-preproc_epi.nii.gz"));
   for (int i = 0; i < asPair.size(); ++i)
     ASSERT_NEAR(asSeries.data()[i], asPair.data()[i], 0.51f) << i;
 }
@@ -175,7 +182,7 @@ TEST_F(CorrectCommand, SidecarsHigherUpInTheDatasetCountToo) {
   std::filesystem::create_directory(file("sub-1"));
   write("dataset_description.json", "{}");
   const std::string epi = write("epi.json", R"({"TotalReadoutTime": 0.04})");
-  const std::string one = write("sub-1/dir-AP_epi.json", R"({"PhaseEncodingDirection": "j-"})");
+  write("sub-1/dir-AP_epi.json", R"({"PhaseEncodingDirection": "j-"})");
   const std::string other = write("sub-1/dir-PA_epi.json", R"({"PhaseEncodingDirection": "j"})");
   // The wrong sign, to be told of by the name of the file that says so.
   const std::string bold =
@@ -191,11 +198,11 @@ TEST_F(CorrectCommand, SidecarsHigherUpInTheDatasetCountToo) {
       runMirel({"correct", a, b, "--apply", run, "--fast", "--json", "-o", out()});
   ASSERT_EQ(result.status, 0) << result.err;
   EXPECT_THAT(result.err,
-              AllOf(HasSubstr(a + ": phase encoding j- (" + one + "), readout 0.04 s (Total"),
+              AllOf(HasSubstr(a + ": phase encoding j- (dir-AP_epi.json), readout 0.04 s (Total"),
                     HasSubstr("TotalReadoutTime in " + epi + ")"),
                     HasSubstr("CHECK THE SIGN in " + bold + ": it says j")));
   EXPECT_EQ(nlohmann::json::parse(result.out)["a"]["readout"]["file"], epi);
-  const nlohmann::json record = jsonOf(out("sub-1_desc-corrected_bold.json"));
+  const nlohmann::json record = jsonOf(out("sub-1_desc-preproc_bold.json"));
   EXPECT_EQ(record["TaskName"], "rest");
   EXPECT_EQ(record["Mirel"]["Inputs"][1]["Sidecar"], nlohmann::json({epi, other}));
   EXPECT_EQ(record["Mirel"]["Series"]["PhaseEncodingDirectionSource"], bold);
@@ -209,8 +216,8 @@ TEST_F(CorrectCommand, WithoutSidecarsItWorksInVoxels) {
   ASSERT_EQ(result.status, 0) << result.err;
   EXPECT_THAT(result.err, HasSubstr("Note: there is neither a sidecar"));
   EXPECT_THAT(namesInOut(),
-              AllOf(Contains("desc-voxels_displacement.nii.gz"),
-                    Contains("one_desc-corrected.nii.gz"), Not(Contains(HasSubstr("fieldmap")))));
+              AllOf(Contains("one_desc-voxels_vdm.nii.gz"), Contains("one_desc-preproc.nii.gz"),
+                    Not(Contains(HasSubstr("fieldmap")))));
 }
 
 TEST_F(CorrectCommand, WithoutSidecarsASeriesIsTakenToBeEncodedAsTheFirstImage) {
@@ -277,13 +284,12 @@ TEST_F(CorrectCommand, ASidecarThatContradictsItselfIsDoubted) {
 TEST_F(CorrectCommand, SeriesAsFloatsWhenAskedTo) {
   const std::string bold = input("sub-phantom_task-rest_dir-AP_bold.nii.gz");
   ASSERT_EQ(correct({"--apply", bold, "--float"}).status, 0);
-  const std::string corrected = out("sub-phantom_task-rest_dir-AP_desc-corrected_bold.nii.gz");
+  const std::string corrected = out("sub-phantom_task-rest_dir-AP_desc-preproc_bold.nii.gz");
   EXPECT_EQ(nifti::Reader(corrected).header().type, nifti::DataType::float32);
-  const nlohmann::json record =
-      jsonOf(out("sub-phantom_task-rest_dir-AP_desc-corrected_bold.json"));
+  const nlohmann::json record = jsonOf(out("sub-phantom_task-rest_dir-AP_desc-preproc_bold.json"));
   EXPECT_EQ(record["Mirel"]["Options"]["FloatOutput"], true);
   ASSERT_EQ(correct({"--apply", bold}, "own").status, 0);
-  nifti::Reader own(file("own/sub-phantom_task-rest_dir-AP_desc-corrected_bold.nii.gz"));
+  nifti::Reader own(file("own/sub-phantom_task-rest_dir-AP_desc-preproc_bold.nii.gz"));
   EXPECT_EQ(own.header().type, nifti::Reader(bold).header().type);
   const Volume<float> rounded = own.readVolume(0), exact = imageIn(corrected);
   for (int i = 0; i < exact.size(); ++i) ASSERT_NEAR(rounded.data()[i], exact.data()[i], 0.5f);
@@ -293,7 +299,7 @@ TEST_F(CorrectCommand, TheNumberOfThreadsDoesNotShow) {
   const std::string bold = input("sub-phantom_task-rest_dir-AP_bold.nii.gz");
   for (const char* threads : {"1", "2", "5"})
     ASSERT_EQ(correct({"--fast", "--apply", bold, "--threads", threads}, threads).status, 0);
-  const std::string name = "/sub-phantom_task-rest_dir-AP_desc-corrected_bold.nii.gz";
+  const std::string name = "/sub-phantom_task-rest_dir-AP_desc-preproc_bold.nii.gz";
   EXPECT_EQ(textOf(file("1" + name)), textOf(file("2" + name)));
   EXPECT_EQ(textOf(file("1" + name)), textOf(file("5" + name)));
 }
@@ -304,10 +310,10 @@ TEST_F(CorrectCommand, TheMeanOfOneAndASingleVolumeOfTheOther) {
       runMirel({"correct", bold, pa(), "--mean", "3", "--mean-b", "1", "-o", out()});
   ASSERT_EQ(result.status, 0) << result.err;
   EXPECT_THAT(namesInOut(),
-              Contains("sub-phantom_task-rest_dir-AP_desc-correctedMeanOf3_bold.nii.gz"));
-  EXPECT_EQ(jsonOf(out(
-                "sub-phantom_desc-estimated_fieldmap.json"))["Mirel"]["Inputs"][0]["MeanOfVolumes"],
-            3);
+              Contains("sub-phantom_task-rest_dir-AP_desc-preprocMeanOf3_bold.nii.gz"));
+  EXPECT_EQ(
+      jsonOf(out("sub-phantom_desc-preproc_fieldmap.json"))["Mirel"]["Inputs"][0]["MeanOfVolumes"],
+      3);
 }
 
 TEST_F(CorrectCommand, QuietSaysNothingAndJsonIsAllOfStandardOutput) {
@@ -326,7 +332,7 @@ TEST_F(CorrectCommand, NamesThatAreNotUtf8AreNoObstacle) {
                                          "--fast", "--json", "--quiet", "-o", out()});
   ASSERT_EQ(result.status, 0) << result.err;
   EXPECT_EQ(nlohmann::json::parse(result.out)["a"]["direction"], "j-");
-  EXPECT_EQ(jsonOf(out("sub-\xe4_desc-corrected_epi.json"))["Mirel"]["Inputs"].size(), 2U);
+  EXPECT_EQ(jsonOf(out("sub-\xe4_desc-preproc_epi.json"))["Mirel"]["Inputs"].size(), 2U);
 }
 
 TEST_F(CorrectCommand, TheSlicesOfASeriesStayAsTheyAreDescribed) {
@@ -339,7 +345,7 @@ TEST_F(CorrectCommand, TheSlicesOfASeriesStayAsTheyAreDescribed) {
   writer.write(bold.readVolume(0));
   writer.finish();
   ASSERT_EQ(correct({"--fast", "--apply", series, "--apply-pe", "j-"}).status, 0);
-  const nifti::SliceOrder kept = nifti::Reader(out("run_desc-corrected.nii.gz")).header().slices;
+  const nifti::SliceOrder kept = nifti::Reader(out("run_desc-preproc.nii.gz")).header().slices;
   EXPECT_EQ(kept.code, 3);
   EXPECT_EQ(kept.sliceAxis, 3);
   EXPECT_EQ(kept.last, header.dims.z - 1);
@@ -359,11 +365,11 @@ TEST_F(CorrectCommand, TwoVolumesOfOneFile) {
       runMirel({"correct", file("both.nii.gz"), file("both.nii.gz"), "--volume-b", "1", "--pe-a",
                 "j-", "--pe-b", "j", "--readout", "0.04", "-o", out()});
   ASSERT_EQ(result.status, 0) << result.err;
-  EXPECT_THAT(namesInOut(), AllOf(Contains("both_desc-correctedVolume0.nii.gz"),
-                                  Contains("both_desc-correctedVolume1.nii.gz")));
+  EXPECT_THAT(namesInOut(), AllOf(Contains("both_desc-preprocVolume0.nii.gz"),
+                                  Contains("both_desc-preprocVolume1.nii.gz")));
   ASSERT_EQ(correct({}, "plain").status, 0);
-  EXPECT_TRUE(imageIn(out("desc-voxels_displacement.nii.gz")) ==
-              imageIn(file("plain/sub-phantom_desc-voxels_displacement.nii.gz")));
+  EXPECT_TRUE(imageIn(out("both_desc-voxelsVolume0_vdm.nii.gz")) ==
+              imageIn(file("plain/sub-phantom_dir-AP_desc-voxels_vdm.nii.gz")));
 }
 
 }  // namespace

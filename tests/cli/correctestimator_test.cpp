@@ -23,10 +23,10 @@ nlohmann::json jsonOf(const std::string& file) {
 class CorrectEstimator : public CorrectPair {
  protected:
   nlohmann::json optionsRecord() const {
-    return jsonOf(out("sub-phantom_desc-estimated_fieldmap.json"))["Mirel"]["Options"];
+    return jsonOf(out("sub-phantom_desc-preproc_fieldmap.json"))["Mirel"]["Options"];
   }
   Volume<float> map(const std::string& folderName = "out") const {
-    return imageIn(file(folderName + "/sub-phantom_desc-voxels_displacement.nii.gz"));
+    return imageIn(file(folderName + "/sub-phantom_dir-AP_desc-voxels_vdm.nii.gz"));
   }
 
   void expectRefused(const std::vector<std::string>& options, const std::string& sentence) const {
@@ -55,7 +55,7 @@ TEST_F(CorrectEstimator, IsTheMassPreservingOneByDefault) {
 TEST_F(CorrectEstimator, IsFarCloserToTheTrueFieldThanTheSearch) {
   ASSERT_EQ(correct({}).status, 0);
   ASSERT_EQ(correct({"--estimator", "search"}, "search").status, 0);
-  const std::string name = "/sub-phantom_desc-estimated_fieldmap.nii.gz";
+  const std::string name = "/sub-phantom_desc-preproc_fieldmap.nii.gz";
   const Volume<float> truth = imageIn(input("sub-phantom_desc-truth_fieldmap.nii.gz"));
   EXPECT_LT(rmsInBrain(imageIn(file("out" + name)), truth),
             0.3 * rmsInBrain(imageIn(file("search" + name)), truth));
@@ -91,11 +91,11 @@ TEST_F(CorrectEstimator, WithoutMotionToFindChangesNothing) {
   const ProgramResult plain = correct({"--no-motion"}, "plain");
   ASSERT_EQ(plain.status, 0) << plain.err;
   EXPECT_EQ(map(), map("plain"));
-  EXPECT_EQ(imageIn(out("sub-phantom_dir-PA_desc-corrected_epi.nii.gz")),
-            imageIn(file("plain/sub-phantom_dir-PA_desc-corrected_epi.nii.gz")));
+  EXPECT_EQ(imageIn(out("sub-phantom_dir-PA_desc-preproc_epi.nii.gz")),
+            imageIn(file("plain/sub-phantom_dir-PA_desc-preproc_epi.nii.gz")));
   EXPECT_EQ(
       jsonOf(file(
-          "plain/sub-phantom_desc-estimated_fieldmap.json"))["Mirel"]["Options"]["EstimateMotion"],
+          "plain/sub-phantom_desc-preproc_fieldmap.json"))["Mirel"]["Options"]["EstimateMotion"],
       false);
 }
 
@@ -138,8 +138,8 @@ TEST_F(CorrectMovedHead, IsReportedEverywhere) {
                     HasSubstr(" degrees about i, j, k\n"), Not(HasSubstr("none found")),
                     HasSubstr("its motion was undone as well")));
   expectTheMotion(nlohmann::json::parse(result.out)["headMotion"]);
-  for (const char* name : {"desc-estimated_fieldmap", "desc-voxels_displacement",
-                           "dir-PA_desc-corrected_epi", "dir-AP_desc-corrected_epi"})
+  for (const char* name : {"desc-preproc_fieldmap", "dir-AP_desc-voxels_vdm",
+                           "dir-PA_desc-preproc_epi", "dir-AP_desc-preproc_epi"})
     expectTheMotion(jsonOf(
         out("sub-phantom_" + std::string(name) + ".json"))["Mirel"]["Options"]["HeadMotion"]);
 }
@@ -153,11 +153,11 @@ TEST_F(CorrectMovedHead, IsTakenOutOfFieldAndSecondImage) {
     return imageIn(file(folderName + "/sub-phantom_" + name));
   };
   const Volume<float> truth = imageIn(movedInput("desc-truth_fieldmap.nii.gz"));
-  EXPECT_LT(rmsInBrain(image("out", "desc-estimated_fieldmap.nii.gz"), truth),
-            0.4 * rmsInBrain(image("still", "desc-estimated_fieldmap.nii.gz"), truth));
+  EXPECT_LT(rmsInBrain(image("out", "desc-preproc_fieldmap.nii.gz"), truth),
+            0.4 * rmsInBrain(image("still", "desc-preproc_fieldmap.nii.gz"), truth));
   const auto agreement = [&](const std::string& folderName) {
-    return correlationInBrain(image(folderName, "dir-AP_desc-corrected_epi.nii.gz"),
-                              image(folderName, "dir-PA_desc-corrected_epi.nii.gz"));
+    return correlationInBrain(image(folderName, "dir-AP_desc-preproc_epi.nii.gz"),
+                              image(folderName, "dir-PA_desc-preproc_epi.nii.gz"));
   };
   EXPECT_GT(agreement("out"), agreement("still") + 0.05);
 }

@@ -125,7 +125,7 @@ TEST_F(FieldCommand, FaultsAreOneSentenceAndLeaveNothing) {
 TEST_F(FieldCommand, OtherDimensionsAndNaNAreRefused) {
   map.values[3] = NAN;
   writeMapFile(mapFile, map);
-  EXPECT_THAT(toField({"--pe", "j", "--readout", "0.05"}).err, HasSubstr("NaN"));
+  EXPECT_THAT(toField({"--pe", "j", "--readout", "0.05"}).err, HasSubstr("not finite"));
   map.values[3] = 0;
   map.header.dimX = 4;
   map.values.resize(96);

@@ -19,8 +19,7 @@ TEST(FirstHour, EveryCommandWorksInTheOrderOfTheText) {
   for (const std::string& command : commands) last = runLine(command, folder.file(""));
   EXPECT_THAT(last.err, testing::StartsWith("Warning: CHECK THE SIGN"));
   EXPECT_TRUE(fileExists(folder.file("pair.png")));
-  EXPECT_TRUE(
-      fileExists(folder.file("out/sub-phantom_task-rest_dir-AP_desc-corrected_bold.nii.gz")));
+  EXPECT_TRUE(fileExists(folder.file("out/sub-phantom_task-rest_dir-AP_desc-preproc_bold.nii.gz")));
 
   const std::vector<std::string> further = commandsOf(MIREL_FROM_OTHER_TOOLS);
   ASSERT_GE(further.size(), 12U);

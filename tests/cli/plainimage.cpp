@@ -2,6 +2,7 @@
 
 #include <zlib.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>
@@ -120,6 +121,43 @@ PlainImage PlainImage::withExchanged(int one, int other) const {
           std::memcpy(result.data.data() + volume + bytes * static_cast<std::size_t>(target),
                       data.data() + volume + bytes * static_cast<std::size_t>(source), bytes);
         }
+  return result;
+}
+
+PlainImage PlainImage::withReversed(int axis) const {
+  PlainImage result = *this;
+  for (int row = 0; row < 3; ++row) {
+    const float step = sform(row, axis);
+    result.put(280 + 16 * row + 4 * axis, -step);
+    result.put(292 + 16 * row, sform(row, 3) + step * static_cast<float>(dim(axis + 1) - 1));
+  }
+  result.put(252, short{0});
+  const std::array<int, 3> n = {dim(1), dim(2), dim(3)};
+  const auto bytes = static_cast<std::size_t>(bytesPerSample());
+  for (std::size_t sample = 0; sample < data.size() / bytes; ++sample) {
+    const auto voxel = static_cast<int>(sample % static_cast<std::size_t>(voxels()));
+    const int step = axis == 0 ? 1 : axis == 1 ? n[0] : n[0] * n[1];
+    const int at = voxel / step % n[static_cast<std::size_t>(axis)];
+    const int off = (n[static_cast<std::size_t>(axis)] - 1 - 2 * at) * step;
+    const auto target = static_cast<std::size_t>(static_cast<std::ptrdiff_t>(sample) + off);
+    std::memcpy(result.data.data() + bytes * target, data.data() + bytes * sample, bytes);
+  }
+  return result;
+}
+
+PlainImage PlainImage::withAppended(const PlainImage& other) const {
+  PlainImage result = *this;
+  const auto volumes = static_cast<short>(std::max(dim(4), 1) + std::max(other.dim(4), 1));
+  result.put(40, short{4});
+  result.put(48, volumes);
+  result.data.insert(result.data.end(), other.data.begin(), other.data.end());
+  return result;
+}
+
+PlainImage PlainImage::withoutOrientation() const {
+  PlainImage result = *this;
+  result.put(252, short{0});
+  result.put(254, short{0});
   return result;
 }
 

@@ -17,6 +17,7 @@ class PlainImage {
 
   /// dim[n] of the header: dim(1) to dim(3) voxels, dim(4) volumes, dim(5) components.
   int dim(int n) const { return shortAt(40 + 2 * n); }
+  int intent() const { return shortAt(68); }
   int dataType() const { return shortAt(70); }
   /// Voxel size along axis 0, 1 or 2 in mm.
   float size(int axis) const { return floatAt(80 + 4 * axis); }
@@ -33,6 +34,15 @@ class PlainImage {
 
   /// The same image in space with two of its axes exchanged.
   PlainImage withExchanged(int one, int other) const;
+
+  /// The same image in space, stored the other way round along an axis.
+  PlainImage withReversed(int axis) const;
+
+  /// The volumes of another image of the same grid and type behind those of this one.
+  PlainImage withAppended(const PlainImage& other) const;
+
+  /// Without orientation: both codes 0.
+  PlainImage withoutOrientation() const;
 
   /// Volume t alone, counted from 0.
   PlainImage onlyVolume(int t) const;

@@ -164,6 +164,14 @@ TEST_P(Faults, OfADiskThatStaysFullLeaveAllOrNothing) {
   }
 }
 
+TEST_P(Faults, OfMemoryLeaveAllOrNothing) {
+  for (const long call : calls("alloc", 2 * thoroughness())) {
+    if (call == 1) continue;  // before main, where nobody can catch it (of the C++ library)
+    SCOPED_TRACE(call);
+    expectAllOrNothing(runWith("alloc", call, std::to_string(ENOMEM)));
+  }
+}
+
 TEST_P(Faults, AKillIsMendedByTheNextRun) {
   for (const char* kind : {"rename", "write"})
     for (const long call : calls(kind, kind == std::string("rename") ? 100 : thoroughness())) {

@@ -23,7 +23,7 @@ TEST(RealData, TheFieldHasSignAndSizeOfTheMeasuredOne) {
   for (const bool apFirst : {true, false}) {
     const PairInput pair = apFirst ? readPair(ap, pa) : readPair(pa, ap);
     const PairEstimate estimate = estimatePairMap(pair, {}, noProgress);
-    EXPECT_TRUE(estimate.warnings.empty());
+    EXPECT_TRUE(estimate.verdict.reasons.empty());
     const Grid grid = gridOf(pair.a.header);
     const Volume<float> found =
         fieldFromShift(estimate.shift, grid, pair.a.direction(), *pair.readoutSeconds, "").hz;

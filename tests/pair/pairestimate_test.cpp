@@ -25,7 +25,7 @@ TEST(PairEstimate, BySearchIsCloseToTheTruth) {
   EXPECT_GT(correlationInBrain(estimate.shift, smallPhantom().shiftVoxels), 0.75);
   EXPECT_GT(estimate.agreement.after, estimate.agreement.before + 0.1);
   EXPECT_GT(estimate.agreement.before, estimate.agreement.negated);
-  EXPECT_THAT(estimate.warnings, IsEmpty());
+  EXPECT_THAT(estimate.verdict.reasons, IsEmpty());
 }
 
 TEST(PairEstimate, ConservingSignalIsFarCloserToTheTruth) {
@@ -34,7 +34,7 @@ TEST(PairEstimate, ConservingSignalIsFarCloserToTheTruth) {
   const PairEstimate estimate = estimatePairMap(smallPair(), settings, noProgress);
   EXPECT_LT(rmsInBrain(estimate.shift, smallPhantom().shiftVoxels), 0.06);
   EXPECT_GT(correlationInBrain(estimate.shift, smallPhantom().shiftVoxels), 0.99);
-  EXPECT_THAT(estimate.warnings, IsEmpty());
+  EXPECT_THAT(estimate.verdict.reasons, IsEmpty());
 }
 
 TEST(PairEstimate, IsTheEnginesOwnBitForBit) {
@@ -90,7 +90,7 @@ TEST(PairEstimate, WarnsOfAWrongAxis) {
   using bids::StatedDirection;
   pair.a.acquisition.direction = {{0, -1}, StatedDirection::Source::sidecar, "a.json"};
   pair.b.acquisition.direction = {{0, 1}, StatedDirection::Source::sidecar, "b.json"};
-  EXPECT_THAT(textsOf(estimatePairMap(pair, {}, noProgress).warnings),
+  EXPECT_THAT(textsOf(estimatePairMap(pair, {}, noProgress).verdict.reasons),
               testing::Contains(testing::AllOf(HasSubstr("CHECK THE AXIS in a.json and b.json"),
                                                HasSubstr("i- and i,"), HasSubstr("along j"))));
 }
@@ -99,10 +99,10 @@ TEST(PairEstimate, WarnsWhereEverythingOrNothingIsHead) {
   EstimateSettings settings;
   settings.search.fast = true;
   settings.intensityScale = 100;
-  EXPECT_THAT(textsOf(estimatePairMap(smallPair(), settings, noProgress).warnings),
+  EXPECT_THAT(textsOf(estimatePairMap(smallPair(), settings, noProgress).verdict.reasons),
               testing::Contains(testing::AllOf(HasSubstr("a.nii"), HasSubstr("everything"))));
   settings.intensityScale = 0.001;
-  EXPECT_THAT(textsOf(estimatePairMap(smallPair(), settings, noProgress).warnings),
+  EXPECT_THAT(textsOf(estimatePairMap(smallPair(), settings, noProgress).verdict.reasons),
               testing::Contains(testing::AllOf(HasSubstr("b.nii"), HasSubstr("nothing"))));
 }
 

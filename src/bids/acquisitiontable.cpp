@@ -1,0 +1,101 @@
+#include "bids/acquisitiontable.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <glm/geometric.hpp>
+#include <glm/matrix.hpp>
+#include <sstream>
+
+#include "base/error.h"
+#include "base/numbertext.h"
+#include "bids/sidecar.h"
+
+namespace mirel::bids {
+
+namespace {
+
+constexpr double vectorTolerance = 0.01;
+// A table has one row per volume: what is longer is something else.
+constexpr std::uintmax_t largestTable = 16U << 20U;
+
+std::ifstream openTable(const std::string& fileName) {
+  std::error_code failure;
+  if (std::filesystem::is_directory(fileName, failure))
+    throw Error(fileName, "is a directory, not an acquisition table");
+  std::ifstream is(fileName);
+  if (!is) throw Error(fileName, std::string("cannot be opened: ") + std::strerror(errno));
+  if (std::filesystem::file_size(fileName, failure) > largestTable || failure)
+    throw Error(fileName, "is no acquisition table: it is larger than 16 MB, or no ordinary file");
+  return is;
+}
+
+/// The numbers of a line; one too many is enough to know.
+std::vector<double> numbersIn(const std::string& line, const std::string& fileName,
+                              const std::string& row) {
+  std::vector<double> numbers;
+  std::istringstream is(line);
+  for (std::string word; is >> word;) {
+    char* end = nullptr;
+    numbers.push_back(std::strtod(word.c_str(), &end));
+    if (*end != '\0' || !std::isfinite(numbers.back()))
+      throw Error(fileName, "is no acquisition table (rows of x y z and the readout time in s): " +
+                                row + " has \"" + word.substr(0, 40) + "\"");
+  }
+  return numbers;
+}
+
+void checkVector(glm::dvec3 vector, const std::string& fileName, const std::string& row) {
+  const glm::dvec3 size = glm::abs(vector);
+  const double along = std::max({size.x, size.y, size.z});
+  const std::string written =
+      "(" + text(vector.x) + " " + text(vector.y) + " " + text(vector.z) + ")";
+  if (std::abs(glm::length(vector) - 1) > vectorTolerance)
+    throw Error(fileName, "has a vector that is not 1 long in " + row + " " + written);
+  if (glm::length(vector) - along > vectorTolerance)
+    throw Error(fileName, "has phase encoding between two axes in " + row + " " + written +
+                              ": it has to run along one axis of the image");
+}
+
+}  // namespace
+
+std::vector<TableRow> readAcquisitionTable(const std::string& fileName) {
+  std::ifstream is = openTable(fileName);
+  std::vector<TableRow> rows;
+  for (std::string line; std::getline(is, line);) {
+    const std::string row = "row " + std::to_string(rows.size() + 1);
+    const std::vector<double> numbers = numbersIn(line, fileName, row);
+    if (numbers.empty()) continue;
+    if (numbers.size() != 4)
+      throw Error(fileName, "has " + std::to_string(numbers.size()) + " numbers in " + row +
+                                ", not the four of an acquisition table (x y z and the readout "
+                                "time in s)");
+    const TableRow read{
+        {numbers[0], numbers[1], numbers[2]}, numbers[3], static_cast<int>(rows.size()) + 1};
+    checkVector(read.vector, fileName, row);
+    checkReadout(read.seconds, "the readout time in " + row + " of " + fileName);
+    rows.push_back(read);
+  }
+  if (rows.empty()) throw Error(fileName, "has no rows: it is no acquisition table");
+  return rows;
+}
+
+bool countsFirstAxisBackwards(const nifti::Header& header) {
+  if (header.sformCode <= 0 && header.qformCode <= 0) return false;
+  return glm::determinant(glm::dmat3(header.affine())) > 0;
+}
+
+PhaseEncodingDirection directionIn(const nifti::Header& header, const TableRow& row) {
+  const glm::dvec3 size = glm::abs(row.vector);
+  PhaseEncodingDirection direction{0, 1};
+  for (int axis = 1; axis < 3; ++axis)
+    if (size[axis] > size[direction.axis]) direction.axis = axis;
+  direction.sign = row.vector[direction.axis] < 0 ? -1 : 1;
+  if (direction.axis == 0 && countsFirstAxisBackwards(header)) direction.sign = -direction.sign;
+  return direction;
+}
+
+}  // namespace mirel::bids

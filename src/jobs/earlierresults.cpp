@@ -1,0 +1,235 @@
+#include "jobs/earlierresults.h"
+
+#include <algorithm>
+#include <array>
+#include <compare>
+#include <filesystem>
+#include <optional>
+#include <string_view>
+
+#include "base/error.h"
+#include "bids/sidecar.h"
+#include "jobs/checksum.h"
+
+namespace mirel {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// What the record of a result says about one of its inputs.
+struct Recorded {
+  std::string checksum;
+  int volume = 0, meanOfFirst = 0;
+};
+
+struct Record {
+  std::vector<std::string> sources;
+  std::optional<Recorded> series;
+  std::vector<Recorded> others;  ///< the pair, the field or the map
+  Json mirel;
+
+  std::vector<Recorded> inputs() const {
+    std::vector<Recorded> all = others;
+    if (series) all.insert(all.begin(), *series);
+    return all;
+  }
+};
+
+Recorded recordedInput(const Json& json) {
+  Recorded result;
+  if (const Json* sum = json.find("SHA256")) result.checksum = sum->string();
+  if (const Json* volume = json.find("Volume")) result.volume = volume->integer();
+  if (const Json* mean = json.find("MeanOfVolumes")) result.meanOfFirst = mean->integer();
+  return result;
+}
+
+// Nothing where there is no record, or one of another program.
+std::optional<Record> readRecord(const std::string& file) try {
+  const bids::Sidecar sidecar(file);
+  const Json* mirel = sidecar.json().find("Mirel");
+  if (mirel == nullptr || !mirel->is_object()) return std::nullopt;
+  Record record;
+  record.mirel = *mirel;
+  if (const Json* sources = sidecar.json().find("Sources"))
+    for (const Json& source : sources->list()) record.sources.push_back(source.string());
+  if (const Json* series = mirel->find("Series")) record.series = recordedInput(*series);
+  if (const Json* pair = mirel->find("Inputs"))
+    for (const Json& input : pair->list()) record.others.push_back(recordedInput(input));
+  for (const char* single : {"Field", "Map"})
+    if (const Json* input = mirel->find(single)) record.others.push_back(recordedInput(*input));
+  return record;
+} catch (const std::exception&) {
+  return std::nullopt;
+}
+
+// One of a result's inputs: its name for records or its checksum, and the volumes taken of it.
+struct Key {
+  std::string file;
+  int volume = 0, meanOfFirst = 0;
+
+  auto operator<=>(const Key&) const = default;
+};
+
+// In whatever order: a pair is the same one when its images change places. Copies of them, which
+// are known by their bytes alone, keep their order: their names may have changed places.
+std::vector<Key> sorted(std::vector<Key> keys) {
+  std::sort(keys.begin(), keys.end());
+  return keys;
+}
+
+std::vector<Key> keysByName(const std::vector<std::string>& sources,
+                            const std::vector<Recorded>& recorded) {
+  std::vector<Key> keys;
+  for (std::size_t n = 0; n < std::min(sources.size(), recorded.size()); ++n)
+    keys.push_back({sources[n], recorded[n].volume, recorded[n].meanOfFirst});
+  return sorted(keys);
+}
+
+std::vector<Key> keysByBytes(const std::vector<Recorded>& recorded) {
+  std::vector<Key> keys;
+  for (const Recorded& one : recorded) keys.push_back({one.checksum, one.volume, one.meanOfFirst});
+  return keys;
+}
+
+// The inputs of this run, held against those of many records. Their checksums are made at most
+// once: series are large, and folders of many subjects have thousands of records.
+class RunInputs {
+ public:
+  RunInputs(const std::vector<ResultInput>& what, const SourceNames& names) : inputs(what) {
+    for (const ResultInput& input : inputs)
+      byName.push_back({names.of(input.file), input.volume, input.meanOfFirst});
+    byName = sorted(byName);
+  }
+
+  bool are(const std::vector<std::string>& sources, const std::vector<Recorded>& recorded) {
+    if (recorded.size() != inputs.size()) return false;
+    if (sources.size() == inputs.size() && keysByName(sources, recorded) == byName) return true;
+    return keysByBytes(recorded) == checksums();
+  }
+
+ private:
+  const std::vector<Key>& checksums() {
+    if (byBytes.empty())
+      for (const ResultInput& input : inputs)
+        byBytes.push_back({sha256Of(input.file), input.volume, input.meanOfFirst});
+    return byBytes;
+  }
+
+  const std::vector<ResultInput>& inputs;
+  std::vector<Key> byName, byBytes;
+};
+
+std::string listed(const std::vector<std::string>& words) {
+  std::string list;
+  for (const std::string& word : words) list += (list.empty() ? "" : ", ") + word;
+  return list;
+}
+
+// The record without what differs between results of one run, and between names of one file.
+Json comparable(const Json& json) {
+  constexpr std::array<std::string_view, 7> left = {
+      "File",        "Sidecar",         "PhaseEncodingDirectionSource", "Warnings", "Series",
+      "FloatOutput", "DisplacementAxis"};
+  if (json.is_array()) {
+    Json list = Json::array();
+    for (const Json& element : json.list()) list.push_back(comparable(element));
+    return list;
+  }
+  if (!json.is_object()) return json;
+  Json object = Json::object();
+  for (const auto& [name, value] : json.items())
+    if (std::find(left.begin(), left.end(), name) == left.end()) object[name] = comparable(value);
+  return object;
+}
+
+// Fields in one order, numbers as they are written.
+std::string textOf(const Json& json) {
+  const std::string text = comparable(json).dump(1, Json::NotUtf8::replaced);
+  const std::optional<Json> sorted = Json::parse(text);
+  return sorted ? sorted->dump(1, Json::NotUtf8::replaced) : text;
+}
+
+bool isOfPair(const Record& record, RunInputs& pair) {
+  std::vector<std::string> sources = record.sources;
+  if (record.series && !sources.empty()) sources.erase(sources.begin());
+  return pair.are(sources, record.others);
+}
+
+bool isOfSeries(const Record& record, const SourceNames& names, const RunRecord& run) {
+  return record.series && !record.sources.empty() &&
+         std::any_of(run.series.begin(), run.series.end(), [&](const SeriesRecord& series) {
+           return record.sources.front() == names.of(series.file);
+         });
+}
+
+std::vector<std::string> recordsIn(const std::string& folder) {
+  std::vector<std::string> stems;
+  std::error_code ignored;
+  for (const auto& entry : fs::directory_iterator(folder, ignored))
+    if (entry.path().extension() == ".json") stems.push_back(entry.path().stem().string());
+  std::sort(stems.begin(), stems.end());
+  return stems;
+}
+
+}  // namespace
+
+std::vector<std::string> sourcesOf(const std::vector<ResultInput>& inputs,
+                                   const SourceNames& names) {
+  std::vector<std::string> sources;
+  for (const ResultInput& input : inputs) sources.push_back(names.of(input.file));
+  return sources;
+}
+
+EarlierResults::EarlierResults(const OutputFolder& folder, const SourceNames& sourceNames,
+                               Others what)
+    : where(folder), names(sourceNames), others(what) {}
+
+void EarlierResults::refuseOthers(const std::string& stem, const std::vector<std::string>& files,
+                                  const std::vector<ResultInput>& inputs) const {
+  if (others == Others::replaced) return;
+  const auto there = std::find_if(files.begin(), files.end(),
+                                  [&](const std::string& file) { return where.isThere(file); });
+  if (there == files.end()) return;
+  const std::string file = where.target(*there);
+  const Advice advice{Advice::Kind::overwrite};
+  const std::optional<Record> record = readRecord(where.target(stem + ".json"));
+  if (!record)
+    throw Error(file,
+                "is there already, and no record beside it tells that it was made of the same "
+                "images",
+                advice);
+  if (RunInputs(inputs, names).are(record->sources, record->inputs())) return;
+  throw Error(
+      file,
+      "is there already and was made of other images or volumes (" + listed(record->sources) + ")",
+      advice);
+}
+
+void EarlierResults::settle(const std::vector<ResultInput>& pair, const std::string& field,
+                            const Json& origin, OutputFolder& folder, RunRecord& run) const {
+  const std::string now = textOf(origin);
+  RunInputs inputs(pair, names);
+  for (const std::string& stem : recordsIn(folder.target(""))) {
+    if (folder.isAnnounced(stem + ".json")) continue;
+    const std::optional<Record> record = readRecord(folder.target(stem + ".json"));
+    if (!record || textOf(record->mirel) == now) continue;
+    if (!(pair.empty() ? isOfSeries(*record, names, run) : isOfPair(*record, inputs))) continue;
+    const std::string name = stem + (folder.isThere(stem + ".nii") ? ".nii" : ".nii.gz");
+    if (!folder.isThere(name)) continue;
+    const std::string image = folder.target(name);
+    if (stem == field) {
+      folder.retire(name);
+      folder.retire(stem + ".json");
+      run.notes.push_back(image +
+                          ", the field in Hz of an earlier run of this pair, was removed: "
+                          "this run has none");
+    } else {
+      run.warnings.push_back(image +
+                             " is old: an earlier run with other settings made it of the "
+                             "same images, and this one did not make it again");
+    }
+  }
+}
+
+}  // namespace mirel

@@ -1,0 +1,116 @@
+#include "pair/pairfigures.h"
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+#include "numerics/difference.h"
+#include "numerics/statistics.h"
+#include "pair/foreground.h"
+
+namespace mirel {
+
+namespace {
+
+constexpr double rayleighQuartiles = 0.4189;  // q50 - q25 for a standard deviation of 1 per part
+
+double squareOf(double v) { return v * v; }
+
+double rootOfRatio(double numerator, double denominator) {
+  return denominator > 0 ? std::sqrt(numerator / denominator) : 0;
+}
+
+double beyond(double found, double noise) {
+  return std::sqrt(std::max(found * found - noise * noise, 0.0));
+}
+
+double noiseSigma(const Volume<float>& image) {
+  const float threshold = static_cast<float>(headThreshold(image));
+  std::vector<float> air;
+  std::copy_if(image.data(), image.data() + image.size(), std::back_inserter(air),
+               [threshold](float v) { return v <= threshold; });
+  if (air.empty()) return 0;
+  const float half = quantile(air, 0.5);
+  return static_cast<double>(half - quantile(air, 0.25)) / rayleighQuartiles;
+}
+
+// Index 0 of each column along `axis`, and the step from voxel to voxel in it.
+struct Columns {
+  std::vector<int> first;
+  int step = 1, length = 0;
+
+  Columns(glm::ivec3 dims, int axis) : length(dims[axis]) {
+    const int steps[] = {1, dims.x, dims.x * dims.y};
+    step = steps[axis];
+    for (int i = 0; i < dims.x * dims.y * dims.z; ++i)
+      if (i / step % length == 0) first.push_back(i);
+  }
+  double total(const Volume<float>& image, int start) const {
+    double sum = 0;
+    for (int n = 0; n < length; ++n) sum += static_cast<double>(image.data()[start + n * step]);
+    return sum;
+  }
+};
+
+void measureTotals(const PairToMeasure& pair, double ratio, double noiseVariance,
+                   PairFigures& figures) {
+  const Columns columns(pair.first.dimensions(), pair.axis);
+  double difference = 0, all = 0;
+  for (const int start : columns.first) {
+    const double a = columns.total(pair.first, start);
+    const double b = ratio * columns.total(pair.second, start);
+    difference += squareOf(a - b);
+    all += squareOf(0.5 * (a + b));
+  }
+  figures.columnTotals = rootOfRatio(difference, all);
+  figures.columnTotalsOfNoise = rootOfRatio(noiseVariance * pair.first.size(), all);
+}
+
+void measureHead(const PairToMeasure& pair, double ratio, double noiseVariance,
+                 PairFigures& figures) {
+  Volume<float> slopes[3];
+  for (int axis = 0; axis < 3; ++axis) slopes[axis] = slopeAlong(pair.shift, axis);
+  double difference = 0, all = 0, count = 0, shift = 0, stretch = 0, shear = 0;
+  for (int i = 0; i < pair.shift.size(); ++i) {
+    const double a = static_cast<double>(pair.correctedFirst.data()[i]);
+    const double b = ratio * static_cast<double>(pair.correctedSecond.data()[i]);
+    const double mean = 0.5 * (a + b);
+    if (mean <= pair.threshold) continue;
+    count += 1;
+    difference += squareOf(a - b);
+    const double weight = mean * mean;
+    all += weight;
+    shift += weight * squareOf(static_cast<double>(pair.shift.data()[i]));
+    for (int axis = 0; axis < 3; ++axis) {
+      const double slope = static_cast<double>(slopes[axis].data()[i]);
+      const double mm = slope * pair.voxelMm[pair.axis] / pair.voxelMm[axis];
+      (axis == pair.axis ? stretch : shear) += weight * squareOf(mm);
+    }
+  }
+  figures.residual = rootOfRatio(difference, all);
+  figures.residualOfNoise = rootOfRatio(noiseVariance * count, all);
+  figures.shiftVoxels = rootOfRatio(shift, all);
+  figures.stretch = rootOfRatio(stretch, all);
+  figures.shear = rootOfRatio(shear, all);
+  if (!pair.readoutSeconds) return;
+  figures.fieldHz = figures.shiftVoxels / *pair.readoutSeconds;
+  figures.fieldHzPerMm = figures.shear / pair.voxelMm[pair.axis] / *pair.readoutSeconds;
+}
+
+}  // namespace
+
+double PairFigures::unexplainedTotals() const { return beyond(columnTotals, columnTotalsOfNoise); }
+
+double PairFigures::unexplainedResidual() const { return beyond(residual, residualOfNoise); }
+
+PairFigures measurePair(const PairToMeasure& pair) {
+  PairFigures figures;
+  const double ratio = pair.intensityRatio;
+  const double noiseVariance =
+      squareOf(noiseSigma(pair.first)) + squareOf(ratio * noiseSigma(pair.second));
+  measureTotals(pair, ratio, noiseVariance, figures);
+  measureHead(pair, ratio, noiseVariance, figures);
+  return figures;
+}
+
+}  // namespace mirel

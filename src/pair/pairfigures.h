@@ -1,0 +1,49 @@
+#pragma once
+
+#include <glm/vec3.hpp>
+#include <optional>
+
+#include "containers/volume.h"
+
+namespace mirel {
+
+/// What the model of distortion predicts of a pair of images of one head, measured. All are without
+/// unit but for those that say so; the images are those less their background, with the head's
+/// motion undone and the second one scaled to the first.
+struct PairFigures {
+  /// Distortion leaves the total of a column along the phase-encoding axis as it is: root mean
+  /// square difference of the two images' totals over that of their mean, and what of it noise
+  /// accounts for.
+  double columnTotals = 0, columnTotalsOfNoise = 0;
+  /// Corrected and modulated the two images are the same: root mean square difference in the head
+  /// over that of their mean, and what of it noise accounts for.
+  double residual = 0, residualOfNoise = 0;
+  /// Root mean squares over the head, weighted with the squared signal: of the displacement in
+  /// voxels, of its change along the axis (voxels per voxel), and of that across it (mm per mm).
+  double shiftVoxels = 0, stretch = 0, shear = 0;
+  /// The first one as a field in Hz, and the last one in Hz per mm, where there is a readout time.
+  std::optional<double> fieldHz, fieldHzPerMm;
+
+  /// What is left of both differences beyond noise.
+  double unexplainedTotals() const;
+  double unexplainedResidual() const;
+};
+
+/// What `measurePair` looks at. All volumes have the same dimensions.
+struct PairToMeasure {
+  const Volume<float>&first, &second;                    ///< distorted
+  const Volume<float>&correctedFirst, &correctedSecond;  ///< with modulation
+  const Volume<float>& shift;  ///< voxels along `axis`, forward for the first image
+  int axis = 1;
+  glm::dvec3 voxelMm{1.0};
+  double intensityRatio = 1;  ///< of the first over the second
+  double threshold = 0;       ///< of the first image, between head and air
+  std::optional<double> readoutSeconds;
+};
+
+/// Measures the figures. The noise's standard deviation is that of the Rayleigh distribution whose
+/// lower quartiles, q50 - q25 = 0.4189 sigma, those of the air have (of what headThreshold leaves
+/// below), whatever was added to it.
+PairFigures measurePair(const PairToMeasure& pair);
+
+}  // namespace mirel

@@ -1,0 +1,137 @@
+#include "pair/verdict.h"
+
+#include <algorithm>
+
+#include "base/numbertext.h"
+#include "bids/phaseencoding.h"
+
+namespace mirel {
+
+namespace {
+
+/// Correlations that differ by less say nothing.
+constexpr double decisive = 0.01;
+
+// Between good pairs and bad ones: docs/correct.md has the figures of all.
+constexpr double oneImage = 0.9999;  // correlation of the images as they came
+constexpr double alike = 0.95, hardlyDisplaced = 0.05;
+constexpr double doubtfulResidual = 0.16, largestResidual = 0.19;
+constexpr double doubtfulTotals = 0.085, largestTotals = 0.12;
+// A residual above the first is too much for a field rougher than that in Hz per mm.
+constexpr double roughResidual = 0.15, roughHzPerMm = 1.9;
+constexpr double doubtfulHz = 150;
+
+constexpr const char* untrusted = ": do not trust this result";
+
+std::string percent(double part) { return text("%.3g", 100 * part) + " %"; }
+
+void judgeLikeness(const PairFigures& figures, const PairAgreement& found,
+                   const PairNamesAndAxis& names, Verdict& verdict) {
+  if (found.before > oneImage)
+    verdict.add(Trust::doNotTrust,
+                names.second + " shows the same as " + names.first + " (correlation " +
+                    text("%.5f", found.before) +
+                    "): it is a copy, not an image with the opposite phase encoding" + untrusted);
+  else if (found.before > alike && figures.shiftVoxels < hardlyDisplaced)
+    verdict.add(Trust::doubtful, names.first + " and " + names.second +
+                                     " hardly differ (correlation " + text("%.3f", found.before) +
+                                     ", displacement " + text("%.3f", figures.shiftVoxels) +
+                                     " voxels): they seem to have the same phase-encoding "
+                                     "direction, or no distortion");
+}
+
+void judgeMap(const PairAgreement& found, Verdict& verdict) {
+  if (found.negated > found.modulated + decisive)
+    verdict.add(Trust::doNotTrust,
+                "the opposite of the estimated map makes the images agree better (" +
+                    text("%.3f", found.negated) + ") than the map itself (" +
+                    text("%.3f", found.modulated) + ")" + untrusted);
+  else if (found.modulated < found.before)
+    verdict.add(Trust::doNotTrust, "the corrected images agree less (" +
+                                       text("%.3f", found.modulated) +
+                                       ") than the images as they came (" +
+                                       text("%.3f", found.before) + ")" + untrusted);
+}
+
+// A figure that is small in pairs of one head.
+void judgeSize(double found, double doubtful, double largest, const std::string& what,
+               Verdict& verdict) {
+  if (found <= doubtful) return;
+  const bool grave = found > largest;
+  verdict.add(grave ? Trust::doNotTrust : Trust::doubtful,
+              what + " differ by " + percent(found) +
+                  " beyond noise, where those of one head differ by " + percent(doubtful) +
+                  " at most (one may be mirrored, turned or of something else)" +
+                  (grave ? untrusted : ""));
+}
+
+void judgeField(const PairFigures& figures, Verdict& verdict) {
+  if (!figures.fieldHz || !figures.fieldHzPerMm) return;
+  const double residual = figures.unexplainedResidual();
+  const bool rough = *figures.fieldHzPerMm > roughHzPerMm;
+  if (rough && residual > roughResidual && residual <= largestResidual)
+    verdict.add(Trust::doNotTrust,
+                "the estimated field changes across the phase-encoding axis by " +
+                    text("%.2g", *figures.fieldHzPerMm) +
+                    " Hz per mm and the images still differ by " + percent(residual) +
+                    " beyond noise: a field as rough as that would explain more of them" +
+                    untrusted);
+  if (*figures.fieldHz > doubtfulHz)
+    verdict.add(Trust::doubtful, "the estimated field has a root mean square of " +
+                                     text("%.0f", *figures.fieldHz) + " Hz in the head, where " +
+                                     text("%.0f", doubtfulHz) + " Hz would be much");
+}
+
+void judgeAxis(const PairAgreement& found, const PairNamesAndAxis& names, Verdict& verdict) {
+  if (found.fastAcross <= found.fastAlongAxis + decisive) return;
+  verdict.add(Trust::doNotTrust,
+              "CHECK THE AXIS in " + names.statedBy + ": they say " + names.directions +
+                  ", but the images differ as if phase encoding ran along " +
+                  bids::nameOf({found.otherAxis, 1}) +
+                  " (correlation of the pair after a quick estimate " +
+                  text("%.3f", found.fastAlongAxis) + " along the stated axis, " +
+                  text("%.3f", found.fastAcross) + " along the other)");
+}
+
+}  // namespace
+
+std::string nameOf(Trust trust) {
+  switch (trust) {
+    case Trust::doNotTrust:
+      return "do not trust";
+    case Trust::doubtful:
+      return "doubtful";
+    case Trust::trusted:
+      break;
+  }
+  return "trusted";
+}
+
+void Verdict::add(Trust level, Remark reason) {
+  trust = std::max(trust, level);
+  reasons.push_back(std::move(reason));
+}
+
+Verdict judgePair(const PairFigures& figures, const PairAgreement& agreement, bool conservesSignal,
+                  const PairNamesAndAxis& names) {
+  Verdict verdict;
+  verdict.figures = figures;
+  judgeLikeness(figures, agreement, names, verdict);
+  judgeMap(agreement, verdict);
+  const std::string both = names.first + " and " + names.second;
+  judgeSize(
+      figures.unexplainedTotals(), doubtfulTotals, largestTotals,
+      "the totals along the phase-encoding axis, which distortion does not change, of " + both,
+      verdict);
+  if (!conservesSignal) {
+    judgeAxis(agreement, names, verdict);
+    return verdict;
+  }
+  judgeSize(figures.unexplainedResidual(), doubtfulResidual, largestResidual, both + ", corrected,",
+            verdict);
+  judgeField(figures, verdict);
+  judgeAxis(agreement, names, verdict);
+  return verdict;
+}
+
+}  // namespace mirel

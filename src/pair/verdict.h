@@ -1,0 +1,57 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/advice.h"
+#include "pair/pairfigures.h"
+
+namespace mirel {
+
+/// How far a result is to be trusted.
+enum class Trust { trusted, doubtful, doNotTrust };
+
+/// "trusted", "doubtful" or "do not trust".
+std::string nameOf(Trust trust);
+
+/// How well the two images of the pair agree in the head: correlation coefficients.
+struct PairAgreement {
+  /// Of the images as they came, and of the corrected ones as they are given out, with or without
+  /// modulation.
+  double before = 0, after = 0;
+  /// Always with modulation, so that variants can be compared: corrected by the map, by its
+  /// negative, and by column-wise estimates along the stated axis and along another one.
+  double modulated = 0, negated = 0;
+  double fastAlongAxis = 0, fastAcross = 0;
+  int otherAxis = 0;
+};
+
+/// What speaks against a result: sentences that hold figure and limit, the gravest level of them,
+/// and all that was measured.
+struct Verdict {
+  Trust trust = Trust::trusted;
+  std::vector<Remark> reasons;
+  PairFigures figures;
+
+  /// One more reason. The level never falls.
+  void add(Trust level, Remark reason);
+};
+
+/// What a verdict is about, in the words of the user.
+struct PairNamesAndAxis {
+  std::string first, second;  ///< titles of the images
+  std::string statedBy;       ///< what says their directions
+  std::string directions;     ///< "j- and j"
+};
+
+/// Judges a result by its figures. The limits lie between those of pairs that belong together and
+/// of such that do not (docs/correct.md has the table). A doubtful residual or doubtful totals
+/// together with a field of doubtful size or roughness are not to be trusted.
+///
+/// @param conservesSignal  whether the map is that of the mass-preserving estimate; of others the
+///                         residual says too little
+Verdict judgePair(const PairFigures& figures, const PairAgreement& agreement, bool conservesSignal,
+                  const PairNamesAndAxis& names);
+
+}  // namespace mirel

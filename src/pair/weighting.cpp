@@ -1,0 +1,52 @@
+#include "pair/weighting.h"
+
+#include <algorithm>
+
+#include "base/error.h"
+#include "base/numbertext.h"
+#include "nifti/gradients.h"
+
+namespace mirel {
+
+namespace {
+
+// Scanners give small values to images that are meant as b = 0.
+constexpr float greatestUnweighted = 100;
+constexpr std::size_t namedAtMost = 5;
+
+std::string unweightedOf(const std::vector<float>& bValues) {
+  std::vector<std::size_t> found;
+  for (std::size_t n = 0; n < bValues.size(); ++n)
+    if (bValues[n] <= greatestUnweighted) found.push_back(n);
+  if (found.empty()) return "none of its volumes has";
+  std::string list = found.size() == 1 ? "its volume " : "its volumes ";
+  for (std::size_t n = 0; n < std::min(found.size(), namedAtMost); ++n)
+    list += (n == 0 ? "" : ", ") + std::to_string(found[n]);
+  if (found.size() > namedAtMost) list += ", ...";
+  return list + (found.size() == 1 ? " has" : " have");
+}
+
+}  // namespace
+
+void checkWeighting(const ImageDescription& image, PairInput& pair) {
+  const std::string& file = image.options.file;
+  const std::string bvalFile = nifti::gradientFileOf(file, ".bval");
+  if (bvalFile.empty()) return;
+  std::vector<float> bValues;
+  try {
+    bValues = nifti::readBValues(bvalFile, image.header.volumes);
+  } catch (const Error& error) {
+    pair.warnings.push_back(error.what() + (": whether " + image.title()) +
+                            " is diffusion-weighted is not known");
+    return;
+  }
+  const auto first = bValues.begin() + image.options.volume;
+  const float greatest = *std::max_element(first, first + std::max(image.options.meanOfFirst, 1));
+  if (greatest <= greatestUnweighted) return;
+  pair.notes.emplace_back(image.title() + " is diffusion-weighted: it has a b-value of " +
+                              text(static_cast<double>(greatest)) + " s/mm2 (" + bvalFile +
+                              "), while " + unweightedOf(bValues) + " at most 100",
+                          Advice{Advice::Kind::seeVolumes});
+}
+
+}  // namespace mirel

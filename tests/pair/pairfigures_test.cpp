@@ -1,0 +1,92 @@
+#include "pair/pairfigures.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+
+namespace mirel {
+
+namespace {
+
+const glm::ivec3 dims(12, 14, 10);
+
+PairToMeasure pairOf(const Volume<float>& first, const Volume<float>& second,
+                     const Volume<float>& shift) {
+  return {first, second, first, second, shift, 1, {2.0, 3.0, 4.0}, 1.0, 0.0, 0.05};
+}
+
+template <typename Value>
+Volume<float> filled(const Value& value) {
+  Volume<float> volume(dims);
+  for (int z = 0; z < dims.z; ++z)
+    for (int y = 0; y < dims.y; ++y)
+      for (int x = 0; x < dims.x; ++x) volume.at(x, y, z) = static_cast<float>(value(x, y, z));
+  return volume;
+}
+
+Volume<float> magnitudeNoise(const Volume<float>& image, double sigma, unsigned seed) {
+  std::mt19937 generator(seed);
+  std::normal_distribution<float> normal(0.0f, static_cast<float>(sigma));
+  Volume<float> result = image;
+  for (int i = 0; i < result.size(); ++i)
+    result.data()[i] = std::hypot(result.data()[i] + normal(generator), normal(generator));
+  return result;
+}
+
+}  // namespace
+
+TEST(PairFigures, OfEqualImagesAreThoseOfTheMap) {
+  const Volume<float> image(dims, 700.0f), half(dims, 0.5f);
+  const PairFigures figures = measurePair(pairOf(image, image, half));
+  EXPECT_EQ(figures.columnTotals, 0);
+  EXPECT_EQ(figures.residual, 0);
+  EXPECT_NEAR(figures.shiftVoxels, 0.5, 1e-6);
+  EXPECT_NEAR(*figures.fieldHz, 10, 1e-4);
+  EXPECT_NEAR(figures.stretch, 0, 1e-6);
+  EXPECT_NEAR(figures.shear, 0, 1e-6);
+}
+
+TEST(PairFigures, SlopesAreAlongAndAcrossTheAxis) {
+  const Volume<float> image(dims, 700.0f);
+  const Volume<float> along = filled([](int, int y, int) { return 0.2 * y; });
+  const PairFigures stretched = measurePair(pairOf(image, image, along));
+  EXPECT_NEAR(stretched.stretch, 0.2, 1e-5);
+  EXPECT_NEAR(stretched.shear, 0, 1e-5);
+  const Volume<float> across = filled([](int x, int, int z) { return 0.2 * x - 0.4 * z; });
+  const PairFigures sheared = measurePair(pairOf(image, image, across));
+  EXPECT_NEAR(sheared.stretch, 0, 1e-5);
+  // Voxels of 3 mm along the axis, of 2 and 4 mm across.
+  EXPECT_NEAR(sheared.shear, std::hypot(0.3, 0.3), 1e-5);
+  EXPECT_NEAR(*sheared.fieldHzPerMm, std::hypot(0.1, 0.1) / 0.05, 1e-4);
+}
+
+TEST(PairFigures, DifferencesAreThoseBeyondTheRatio) {
+  const Volume<float> image = filled([](int x, int y, int) { return 300 + 20 * x + 10 * y; });
+  const Volume<float> half = image * 0.5f, none(dims, 0.0f);
+  const PairFigures apart = measurePair(pairOf(image, half, none));
+  EXPECT_NEAR(apart.columnTotals, 0.5 / 0.75, 1e-6);
+  EXPECT_NEAR(apart.residual, 0.5 / 0.75, 1e-6);
+  PairToMeasure scaled = pairOf(image, half, none);
+  scaled.intensityRatio = 2;
+  EXPECT_NEAR(measurePair(scaled).residual, 0, 1e-6);
+}
+
+TEST(PairFigures, NoiseIsMeasuredInTheAirWhateverWasAdded) {
+  const Volume<float> object = filled([](int x, int, int) { return x < 5 ? 1000.0 : 0.0; }),
+                      none(dims, 0.0f);
+  const double sigma = 30;
+  const Volume<float> a = magnitudeNoise(object, sigma, 1), b = magnitudeNoise(object, sigma, 2);
+  for (const float added : {0.0f, 200.0f}) {
+    const Volume<float> first = a + added, second = b + added;
+    PairToMeasure pair = pairOf(first, second, none);
+    pair.threshold = 500;
+    const PairFigures figures = measurePair(pair);
+    const double expected = std::sqrt(2.0) * sigma / (1000 + static_cast<double>(added));
+    EXPECT_NEAR(figures.residualOfNoise, expected, 0.12 * expected) << added;
+    EXPECT_NEAR(figures.residual, expected, 0.12 * expected) << added;
+    EXPECT_LT(figures.unexplainedTotals(), 0.01) << added;
+  }
+}
+
+}  // namespace mirel

@@ -1,0 +1,114 @@
+#include "pair/verdict.h"
+
+#include <gmock/gmock.h>
+
+#include "support/remarks.h"
+
+namespace mirel {
+
+using testing::Contains;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+namespace {
+
+// Figures of the b=0 pair of docs/accuracy.md, rounded.
+PairFigures goodFigures() {
+  PairFigures figures;
+  figures.columnTotals = 0.017;
+  figures.residual = 0.116;
+  figures.shiftVoxels = 0.94;
+  figures.fieldHz = 20;
+  figures.fieldHzPerMm = 1.05;
+  return figures;
+}
+
+PairAgreement goodAgreement() {
+  PairAgreement agreement;
+  agreement.before = 0.609;
+  agreement.after = agreement.modulated = 0.971;
+  agreement.negated = 0.315;
+  agreement.fastAlongAxis = 0.805;
+  agreement.fastAcross = 0.658;
+  return agreement;
+}
+
+Verdict verdictOf(const PairFigures& figures, const PairAgreement& agreement = goodAgreement(),
+                  bool conservesSignal = true) {
+  return judgePair(figures, agreement, conservesSignal, {"a.nii", "b.nii", "a.json", "j- and j"});
+}
+
+}  // namespace
+
+TEST(PairVerdict, TrustsAGoodPair) {
+  const Verdict verdict = verdictOf(goodFigures());
+  EXPECT_EQ(verdict.trust, Trust::trusted);
+  EXPECT_THAT(verdict.reasons, IsEmpty());
+  EXPECT_EQ(verdict.figures.residual, 0.116);
+}
+
+TEST(PairVerdict, NoiseIsNotHeldAgainstAPair) {
+  PairFigures figures = goodFigures();
+  figures.residual = 0.5;
+  figures.residualOfNoise = 0.49;
+  figures.columnTotals = 0.2;
+  figures.columnTotalsOfNoise = 0.25;
+  EXPECT_NEAR(figures.unexplainedResidual(), 0.0995, 1e-3);
+  EXPECT_EQ(figures.unexplainedTotals(), 0);
+  EXPECT_EQ(verdictOf(figures).trust, Trust::trusted);
+}
+
+TEST(PairVerdict, TheResidualIsDoubtedAndThenRefused) {
+  PairFigures figures = goodFigures();
+  figures.residual = 0.17;
+  EXPECT_EQ(verdictOf(figures).trust, Trust::doubtful);
+  figures.residual = 0.3;
+  const Verdict verdict = verdictOf(figures);
+  EXPECT_EQ(verdict.trust, Trust::doNotTrust);
+  EXPECT_THAT(textsOf(verdict.reasons), Contains(HasSubstr("differ by 30 % beyond noise")));
+  // The search does not conserve signal: its residual says too little.
+  EXPECT_EQ(verdictOf(figures, goodAgreement(), false).trust, Trust::trusted);
+}
+
+TEST(PairVerdict, ARoughFieldThatExplainsLittleIsRefused) {
+  PairFigures figures = goodFigures();
+  figures.fieldHzPerMm = 2.5;
+  EXPECT_EQ(verdictOf(figures).trust, Trust::trusted);  // as at 7 T
+  figures.residual = 0.155;
+  EXPECT_EQ(verdictOf(figures).trust, Trust::doNotTrust);
+  figures.fieldHzPerMm = 1.0;
+  EXPECT_EQ(verdictOf(figures).trust, Trust::trusted);
+}
+
+TEST(PairVerdict, TotalsThatDifferAreRefusedOfAnyEstimate) {
+  PairFigures figures = goodFigures();
+  figures.columnTotals = 0.4;
+  for (const bool conservesSignal : {true, false}) {
+    const Verdict verdict = verdictOf(figures, goodAgreement(), conservesSignal);
+    EXPECT_EQ(verdict.trust, Trust::doNotTrust);
+    EXPECT_THAT(textsOf(verdict.reasons),
+                Contains(HasSubstr("the totals along the phase-encoding axis")));
+  }
+}
+
+TEST(PairVerdict, ACopySaysWhatItIs) {
+  PairAgreement agreement = goodAgreement();
+  agreement.before = agreement.modulated = 1.0;
+  PairFigures figures = goodFigures();
+  figures.residual = figures.shiftVoxels = 0;
+  EXPECT_THAT(textsOf(verdictOf(figures, agreement).reasons), Contains(HasSubstr("it is a copy")));
+  agreement.before = agreement.modulated = 0.99;
+  figures.shiftVoxels = 0.01;
+  EXPECT_THAT(textsOf(verdictOf(figures, agreement).reasons),
+              Contains(HasSubstr("the same phase-encoding direction")));
+}
+
+TEST(PairVerdict, TheAxisIsAccusedWithWhatStatesIt) {
+  PairAgreement agreement = goodAgreement();
+  agreement.fastAcross = 0.9;
+  const Verdict verdict = verdictOf(goodFigures(), agreement);
+  EXPECT_EQ(verdict.trust, Trust::doNotTrust);
+  EXPECT_THAT(textsOf(verdict.reasons), Contains(HasSubstr("CHECK THE AXIS in a.json")));
+}
+
+}  // namespace mirel
