@@ -92,31 +92,24 @@ Function* next(Function* /*type*/, const char* name) {
 }
 #define NEXT(function) next(&function, #function)
 
-mode_t modeOf(int flags, va_list arguments) {
-  return (flags & O_CREAT) != 0 ? static_cast<mode_t>(va_arg(arguments, int)) : 0;
-}
-
 }  // namespace
 
 extern "C" {
 
 int open(const char* path, int flags, ...) {
-  va_list arguments;
-  va_start(arguments, flags);
-  const mode_t mode = modeOf(flags, arguments);
-  va_end(arguments);
+  mode_t mode = 0;
+  if ((flags & O_CREAT) != 0) {
+    va_list arguments;
+    va_start(arguments, flags);
+    mode = static_cast<mode_t>(va_arg(arguments, int));
+    va_end(arguments);
+  }
   static auto* const real = NEXT(open);
   return fails(opening) ? -1 : real(path, flags, mode);
 }
 
-int open64(const char* path, int flags, ...) {
-  va_list arguments;
-  va_start(arguments, flags);
-  const mode_t mode = modeOf(flags, arguments);
-  va_end(arguments);
-  static auto* const real = NEXT(open64);
-  return fails(opening) ? -1 : real(path, flags, mode);
-}
+// Files are as large either way on the systems that the tests run on.
+int open64(const char* path, int flags, ...) __attribute__((alias("open")));
 
 FILE* fopen(const char* path, const char* mode) {
   static auto* const real = NEXT(fopen);
