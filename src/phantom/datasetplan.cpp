@@ -59,6 +59,9 @@ SubjectPlan planSubject(const PhantomDatasetOptions& options, int number) {
   plan.pairReadout = wholeMicroseconds(readout);
   plan.seriesReadout = wholeMicroseconds(0.75 * readout);
   plan.diffusionReadout = wholeMicroseconds(1.25 * readout);
+  if (!(plan.seriesReadout > 0.0))
+    throw std::invalid_argument(
+        "the total readout time of a dataset must be 2 microseconds or more");
   return plan;
 }
 

@@ -82,6 +82,9 @@ TEST(DatasetPlanTest, NumbersThatMakeNoSenseAreRefused) {
     options.sessions = sessions;
     EXPECT_THROW(sessionLabels(options), std::invalid_argument) << sessions;
   }
+  options.subjects = 4;
+  options.image.readoutSeconds = 5e-7;
+  EXPECT_THROW(planSubject(options, 1), std::invalid_argument);
 }
 
 }  // namespace
