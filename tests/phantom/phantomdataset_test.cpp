@@ -117,6 +117,74 @@ TEST_F(PhantomDatasetTest, DisplacementsAreTheFieldTimesTheReadoutOfEachImage) {
   }
 }
 
+TEST_F(PhantomDatasetTest, EqualOptionsMakeEqualFilesAndReplaceThem) {
+  write(tinyOptions(2));
+  const auto first = contents("ds");
+  EXPECT_EQ(first.size(), 7u + 36u + 46u);  // the second subject has more dwi
+  write(tinyOptions(2));
+  EXPECT_EQ(contents("ds"), first);
+  PhantomDatasetOptions other = tinyOptions(2);
+  other.image.seed = 2;
+  write(other);
+  const auto second = contents("ds");
+  EXPECT_EQ(second.size(), first.size());
+  EXPECT_NE(second.at("sub-01/fmap/sub-01_dir-AP_epi.nii.gz"),
+            first.at("sub-01/fmap/sub-01_dir-AP_epi.nii.gz"));
+  EXPECT_EQ(folder.names(), std::vector<std::string>{"ds"});
+}
+
+TEST_F(PhantomDatasetTest, SubjectsAndSessionsDiffer) {
+  PhantomDatasetOptions options = tinyOptions(3);
+  options.sessions = 2;
+  write(options);
+  const std::string one = textOf(file("sub-01/ses-01/fmap/sub-01_ses-01_dir-AP_epi.nii.gz"));
+  EXPECT_NE(one, textOf(file("sub-01/ses-02/fmap/sub-01_ses-02_dir-AP_epi.nii.gz")));
+  EXPECT_NE(one, textOf(file("sub-03/ses-01/fmap/sub-03_ses-01_dir-AP_epi.nii.gz")));
+  const nlohmann::json first = json("sub-01/ses-01/fmap/sub-01_ses-01_dir-AP_epi.json");
+  const nlohmann::json series = json("sub-01/ses-01/func/sub-01_ses-01_task-rest_dir-AP_bold.json");
+  const nlohmann::json later = json("sub-01/ses-02/fmap/sub-01_ses-02_dir-AP_epi.json");
+  EXPECT_EQ(first["ShimSetting"], series["ShimSetting"]);
+  EXPECT_NE(first["ShimSetting"], later["ShimSetting"]);
+  EXPECT_LT(first["AcquisitionTime"], series["AcquisitionTime"]);
+  EXPECT_EQ(first["B0FieldIdentifier"], series["B0FieldSource"]);
+  EXPECT_NE(first["B0FieldIdentifier"], later["B0FieldIdentifier"]);
+}
+
+TEST_F(PhantomDatasetTest, AFolderWithAnythingElseIsRefusedAndStaysAsItWas) {
+  fs::create_directories(folder.file("ds/sub-01"));
+  folder.write("ds/notes.txt", "mine");
+  EXPECT_THAT(refusal(tinyOptions(1)), HasSubstr("holds something else"));
+  EXPECT_EQ(contents("ds").size(), 1u);
+  folder.write("ds/dataset_description.json", R"({"Name": "Mine", "BIDSVersion": "1.8.0"})");
+  EXPECT_THAT(refusal(tinyOptions(1)), HasSubstr("holds something else"));
+  folder.write("ds/dataset_description.json", "{ no JSON");
+  EXPECT_THAT(refusal(tinyOptions(1)), HasSubstr("holds something else"));
+  EXPECT_EQ(contents("ds").size(), 2u);
+}
+
+TEST_F(PhantomDatasetTest, AnEarlierDatasetWithMoreInItIsRefusedAndStaysAsItWas) {
+  write(tinyOptions(2));
+  const auto before = contents("ds");
+  EXPECT_THAT(refusal(tinyOptions(1)), HasSubstr("ds/derivatives/truth/sub-02 is not of the"));
+  EXPECT_EQ(contents("ds"), before);
+  fs::create_directories(folder.file("ds/derivatives/results"));
+  EXPECT_THAT(refusal(tinyOptions(2)), HasSubstr("ds/derivatives/results is not of the"));
+  EXPECT_EQ(contents("ds"), before);
+  EXPECT_TRUE(fs::is_directory(folder.file("ds/derivatives/results")));
+}
+
+TEST_F(PhantomDatasetTest, OptionsThatMakeNoSenseLeaveNoFolder) {
+  PhantomDatasetOptions options = tinyOptions(0);
+  EXPECT_THROW(write(options), std::invalid_argument);
+  options = tinyOptions(1);
+  options.image.size.x = 0;
+  EXPECT_THROW(write(options), std::invalid_argument);
+  options = tinyOptions(1);
+  options.image.noise = -1.0;
+  EXPECT_THROW(write(options), std::invalid_argument);
+  EXPECT_TRUE(folder.names().empty());
+}
+
 }  // namespace
 
 }  // namespace mirel
