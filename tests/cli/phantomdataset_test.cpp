@@ -128,4 +128,64 @@ TEST_F(PhantomDatasetRun, GradientsHaveAnEntryPerVolumeAndSeveralWithoutWeightin
   }
 }
 
+TEST_F(PhantomDatasetRun, TheRootSaysWhatThereIs) {
+  ASSERT_EQ(run({"--subjects", "2", "--seed", "5"}).status, 0);
+  EXPECT_EQ(sidecar("dataset_description")["DatasetType"], "raw");
+  const json truth = sidecar("derivatives/truth/dataset_description");
+  EXPECT_EQ(truth["DatasetType"], "derivative");
+  EXPECT_EQ(truth["GeneratedBy"][0]["Name"], "mirel phantom");
+  EXPECT_EQ(folder.read("ds/participants.tsv"),
+            "participant_id\tlink\tphase_encoding_axis\tseed\n"
+            "sub-01\tB0FieldIdentifier\tj\t5\n"
+            "sub-02\tIntendedFor-uri\ti\t6\n");
+  const std::string readme = folder.read("ds/README");
+  EXPECT_THAT(readme, HasSubstr("sub-01: B0FieldIdentifier in the pair"));
+  EXPECT_THAT(readme, HasSubstr("Pair RL/LR (i-, i) of 0.055 s, bold RL of 0.04125 s"));
+}
+
+// The pair takes the distortion of the series out, although their readout times differ.
+TEST_F(PhantomDatasetRun, ThePairCorrectsTheSeriesOfItsSession) {
+  ASSERT_EQ(runMirel({"phantom", "--bids", folder.file("ds"), "--subjects", "1"}).status, 0);
+  const std::string raw = folder.file("ds/sub-01/");
+  const ProgramResult corrected = runMirel(
+      {"correct", raw + "fmap/sub-01_dir-AP_epi.nii.gz", raw + "fmap/sub-01_dir-PA_epi.nii.gz",
+       "--apply", raw + "func/sub-01_task-rest_dir-AP_bold.nii.gz", "-o", folder.file("out")});
+  ASSERT_EQ(corrected.status, 0) << corrected.err;
+  EXPECT_EQ(corrected.err.find("Warning"), std::string::npos) << corrected.err;
+  const std::string truth = "derivatives/truth/sub-01/";
+  const std::vector<float> mask = image(truth + "fmap/sub-01_desc-brain_mask").values();
+  const std::vector<float> expected =
+      image(truth + "func/sub-01_task-rest_dir-AP_desc-undistorted_bold").values();
+  const auto differenceOf = [&](const PlainImage& series) {
+    const std::vector<float> values = series.values();
+    double sum = 0.0;
+    for (std::size_t i = 0; i < mask.size(); ++i)
+      if (mask[i] > 0) sum += std::abs(values[i] - expected[i]);
+    return sum;
+  };
+  const PlainImage after(folder.file("out/sub-01_task-rest_dir-AP_desc-preproc_bold.nii.gz"));
+  EXPECT_LT(differenceOf(after),
+            0.6 * differenceOf(image("sub-01/func/sub-01_task-rest_dir-AP_bold")));
+}
+
+TEST_F(PhantomDatasetRun, AFolderWithOtherFilesIsRefused) {
+  fs::create_directory(folder.file("ds"));
+  folder.write("ds/mine.txt", "mine");
+  const ProgramResult result = run({"--subjects", "1"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err, "Error: the folder " + folder.file("ds") +
+                            " holds something else than a dataset of phantoms: give one that is "
+                            "empty or does not exist\n");
+  EXPECT_EQ(folder.read("ds/mine.txt"), "mine");
+}
+
+TEST_F(PhantomDatasetRun, OptionsOfTheOtherKindAreRefused) {
+  EXPECT_EQ(run({"--direction", "i"}).status, 2);
+  EXPECT_EQ(run({"--motion", "1", "0", "0", "0", "0", "0"}).status, 2);
+  EXPECT_EQ(run({"--subjects", "0"}).status, 2);
+  EXPECT_EQ(runMirel({"phantom", folder.file("ds"), "--subjects", "2"}).status, 2);
+  EXPECT_EQ(runMirel({"phantom", folder.file("ds"), "--sessions", "2"}).status, 2);
+  EXPECT_FALSE(folder.exists("ds"));
+}
+
 }  // namespace
