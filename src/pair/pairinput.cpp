@@ -77,6 +77,7 @@ InputImage readInput(const ImageOptions& options) {
   input.image = readImage(reader, options);
   checkImage(input.image, input.title());
   return input;
+  input.spikes = findSpikes(input.image);
 }
 
 void checkSameGrid(const InputImage& a, const InputImage& b) {
@@ -98,6 +99,18 @@ void addOnce(std::vector<Remark>& remarks, const std::string& sentence) {
 }
 
 void addDoubts(PairInput& pair) {
+void warnOfSpikes(const InputImage& image, PairInput& pair) {
+  const std::size_t count = image.spikes.voxels.size();
+  if (count == 0) return;
+  const bool one = count == 1;
+  pair.warnings.emplace_back(
+      image.title() + " has " + std::to_string(count) +
+      (one ? " voxel that stands" : " voxels that stand") + " far out of all others (" +
+      (one ? "its value is " : "the largest value is ") +
+      text(static_cast<double>(image.spikes.largest)) + "): the estimate leaves " +
+      (one ? "it" : "them") + " out, the corrected image keeps " + (one ? "it" : "them"));
+}
+
   for (const InputImage* image : {&pair.a, &pair.b}) {
     const ImageOptions& options = image->options;
     for (const std::string& doubt : bids::contradictionsOf(options.file, image->header.dims,
@@ -227,7 +240,10 @@ PairInput readPair(const ImageOptions& a, const ImageOptions& b) {
   readAcquisition(pair.b, Advice::Of::second);
   settleDirections(pair);
   settleReadout(pair);
-  for (const InputImage* image : {&pair.a, &pair.b}) checkWeighting(*image, pair);
+  for (const InputImage* image : {&pair.a, &pair.b}) {
+    warnOfSpikes(*image, pair);
+    checkWeighting(*image, pair);
+  }
   if (const auto doubt = bids::doubtAboutPair(bids::originOf(a.file, pair.a.acquisition.sidecar),
                                               bids::originOf(b.file, pair.b.acquisition.sidecar)))
     pair.warnings.push_back(*doubt);
