@@ -10,6 +10,7 @@
 #include "jobs/sourcenames.h"
 #include "nifti/filename.h"
 #include "nifti/image.h"
+#include "numerics/spikes.h"
 
 namespace mirel {
 
@@ -71,7 +72,7 @@ std::optional<Reference> readReference(const ApplyFieldOptions& options, const s
   if (nonFinite > 0)
     run.warnings.push_back(options.reference + " has " + std::to_string(nonFinite) +
                            " NaN or infinite value(s), which count as 0");
-  return Reference{{std::move(mean), image.header().affine(), options.reference},
+  return Reference{{withoutSpikes(std::move(mean)), image.header().affine(), options.reference},
                    "the sign of " + source + " is"};
 }
 

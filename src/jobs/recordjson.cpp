@@ -38,6 +38,9 @@ Json imageJson(const ImageDescription& image) {
   if (!table.empty()) json["AcquisitionTable"] = fileJson(table);
   return json;
 }
+  if (const Spikes& spikes = image.spikes; !spikes.empty())
+    json["Spikes"] = {{"Voxels", spikes.voxels.size()},
+                      {"Largest", static_cast<double>(spikes.largest)}};
 
 Json sourceJson(const SourceRecord& source) {
   Json json = fileJson(source.file);

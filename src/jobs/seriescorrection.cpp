@@ -8,6 +8,7 @@
 #include "jobs/resultnames.h"
 #include "nifti/filename.h"
 #include "nifti/image.h"
+#include "numerics/spikes.h"
 #include "pair/background.h"
 #include "pair/shiftdoubt.h"
 
@@ -167,6 +168,7 @@ void SeriesCorrection::correctOne(const Planned& one, const Context& context) {
   if (context.reference) {
     const auto through = [&](const Volume<float>& map) {
       return correctVolume(corrected.meanBefore - static_cast<float>(how.background), map,
+    const Volume<float> mean = withoutSpikes(corrected.meanBefore);
                            direction.axis, settings.modulation);
     };
     record.signs = compareSigns(through(shift), through(-shift), input.header.affine(),
@@ -187,7 +189,7 @@ SeriesOptions SeriesCorrection::optionsFor(const SeriesInput& input) const {
   how.floatOutput = settings.floatOutput;
   how.threads = settings.threads;
   if (how.modulation == Modulation::on)
-    how.background = addedBackground(nifti::Reader(input.file).readVolume(0));
+    how.background = addedBackground(withoutSpikes(nifti::Reader(input.file).readVolume(0)));
   return how;
 }
 
