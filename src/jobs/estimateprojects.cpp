@@ -7,6 +7,7 @@
 #include "files/usablemap.h"
 #include "masspreserving/masspreserving.h"
 #include "numerics/fft/fftw.h"
+#include "numerics/spikes.h"
 
 namespace mirel {
 
@@ -24,6 +25,18 @@ void tellMotion(const RigidMotion& motion, std::ostream& log) {
                 "%.2f degrees about x, y, z.",
                 t.x, t.y, t.z, r.x, r.y, r.z);
   log << text << std::flush;
+}
+
+// The image without the voxels that stand far out of all others; says how many there are.
+Volume<float> cleaned(const Volume<float>& image, const char* which, std::ostream& log) {
+  const Spikes spikes = findSpikes(image);
+  if (spikes.empty()) return image;
+  char text[200];
+  std::snprintf(text, sizeof text,
+                "Left out of the %s image: %zu voxel(s) far out of all others, the largest %g.",
+                which, spikes.voxels.size(), static_cast<double>(spikes.largest));
+  log << text << std::flush;
+  return withoutSpikes(image, spikes);
 }
 
 void writeMap(const Volume<float>& map, bool transpose, float param1, float param2,
@@ -45,7 +58,8 @@ void estimateProjectsMassPreserving(const ProjectPair& pair, bool estimateMotion
   options.estimateMotion = estimateMotion;
   const PairEstimator estimator = [&](const Volume<float>& first, const Volume<float>& second,
                                       const glm::dvec3& voxelMm, std::ostream& text) {
-    MassPreservingResult found = estimateMassPreserving(first, second, voxelMm, options);
+    MassPreservingResult found = estimateMassPreserving(
+        cleaned(first, "first", text), cleaned(second, "second", text), voxelMm, options);
     // The images come with x and y exchanged where phase encoding runs along x.
     const RigidMotion motion = pair.rllr ? found.motion.withExchanged(0, 1) : found.motion;
     if (estimateMotion) tellMotion(motion, text);
