@@ -72,12 +72,13 @@ void readAcquisition(InputImage& image, Advice::Of which) {
 InputImage readInput(const ImageOptions& options) {
   InputImage input;
   input.options = options;
+  input.stamp = FileStamp(options.file);
   nifti::Reader reader(options.file);
   input.header = reader.header();
   input.image = readImage(reader, options);
   checkImage(input.image, input.title());
-  return input;
   input.spikes = findSpikes(input.image);
+  return input;
 }
 
 void checkSameGrid(const InputImage& a, const InputImage& b) {
@@ -98,7 +99,6 @@ void addOnce(std::vector<Remark>& remarks, const std::string& sentence) {
     remarks.push_back(sentence);
 }
 
-void addDoubts(PairInput& pair) {
 void warnOfSpikes(const InputImage& image, PairInput& pair) {
   const std::size_t count = image.spikes.voxels.size();
   if (count == 0) return;
@@ -111,6 +111,7 @@ void warnOfSpikes(const InputImage& image, PairInput& pair) {
       (one ? "it" : "them") + " out, the corrected image keeps " + (one ? "it" : "them"));
 }
 
+void addDoubts(PairInput& pair) {
   for (const InputImage* image : {&pair.a, &pair.b}) {
     const ImageOptions& options = image->options;
     for (const std::string& doubt : bids::contradictionsOf(options.file, image->header.dims,

@@ -25,7 +25,8 @@ struct ImageDescription {
   ImageOptions options;
   nifti::Header header;
   bids::Acquisition acquisition;
-  Spikes spikes;  ///< voxels that the estimate leaves out
+  Spikes spikes;    ///< voxels that the estimate leaves out
+  FileStamp stamp;  ///< of the file before it was read
 
   /// What messages call it: the file, with the volume if it has several.
   std::string title() const;
