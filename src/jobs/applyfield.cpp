@@ -40,8 +40,8 @@ DistortionFile readSource(const ApplyFieldOptions& options, RunRecord& run) {
   DistortionFile file = readDistortionFile(asMap ? options.mapFile : options.fieldFile,
                                            asMap ? TakenFor::map : TakenFor::field, options.unit);
   run.source = SourceRecord{file.isField() ? SourceRecord::Kind::field : SourceRecord::Kind::map,
-                            file.file, file.unit,
-                            file.sidecar ? file.sidecar->fileNames() : std::vector<std::string>{}};
+                            file.stamp, file.file, file.unit,
+                            file.sidecar ? file.sidecar->stamps() : std::vector<FileStamp>{}};
   return file;
 }
 

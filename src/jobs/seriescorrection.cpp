@@ -63,6 +63,7 @@ SeriesRecord recordOf(const SeriesInput& input, const std::string& output,
   SeriesRecord record;
   record.file = input.file;
   record.output = output;
+  record.stamp = input.stamp;
   record.acquisition = input.acquisition;
   record.volumes = corrected.volumes;
   record.resampledField = !input.onGridOfField;
