@@ -152,7 +152,8 @@ class Work {
     turn.wait(lock, [&] { return failure || written == t; });
     if (failure) return false;
     nonFinite += buffers.nonFinite;
-    clamped += static_cast<std::int64_t>(buffers.encoded.clamped);
+    clamped += static_cast<std::int64_t>(buffers.encoded.clamped.above);
+    clampedBelow += static_cast<std::int64_t>(buffers.encoded.clamped.below);
     before.add(buffers.in);
     after.add(buffers.out);
     writer.write(buffers.encoded);
