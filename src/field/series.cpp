@@ -12,6 +12,7 @@
 #include "base/outputfile.h"
 #include "base/samefile.h"
 #include "nifti/image.h"
+#include "nifti/finite.h"
 
 namespace mirel {
 
@@ -123,6 +124,7 @@ class Work {
         writer.encode(buffers.out, buffers.encoded);
         if (!put(t, buffers)) return;
       }
+        nifti::requireFinite(buffers.out, writer.fileName());
     } catch (...) {
       const std::lock_guard lock(writing);
       if (!failure) failure = std::current_exception();
