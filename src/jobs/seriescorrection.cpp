@@ -166,11 +166,12 @@ void SeriesCorrection::correctOne(const Planned& one, const Context& context) {
       record.warnings.push_back(doubt);
   std::vector<Remark>& notes = context.run.notes;
   notes.insert(notes.end(), input.notes.begin(), input.notes.end());
+  for (const std::string& note : corrected.notes) notes.emplace_back(note);
   if (context.reference) {
-    const auto through = [&](const Volume<float>& map) {
-      return correctVolume(corrected.meanBefore - static_cast<float>(how.background), map,
     const Volume<float> mean = withoutSpikes(corrected.meanBefore);
-                           direction.axis, settings.modulation);
+    const auto through = [&](const Volume<float>& map) {
+      return correctVolume(mean - static_cast<float>(how.background), map, direction.axis,
+                           settings.modulation);
     };
     record.signs = compareSigns(through(shift), through(-shift), input.header.affine(),
                                 context.reference->image);
