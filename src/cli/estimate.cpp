@@ -79,7 +79,10 @@ bool runSearch(const Options& options, const ProjectInfo& first, const std::stri
   setParameters(options, session.parameters);
   session.maps.setCurrentDimensions(first.dimX, first.dimY, first.dimZ);
   Plugin plugin(findPlugin(pluginFile));
-  return runTask(plugin, "estimate");
+  session.maps.keepSaved();
+  if (!runTask(plugin, "estimate")) return false;
+  session.maps.writeKept();
+  return true;
 }
 
 void runMassPreserving(const Options& options) {

@@ -71,9 +71,18 @@ void MapStore::refuseUnusable(const std::string& fileName) const {
   if (map) refuseUnusableMap(*map, fileName);
 }
 
-void MapStore::save(const std::string& fileName) const {
+void MapStore::save(const std::string& fileName) {
   if (!map) throw Error("cannot write the map " + fileName + ": there is no map to write");
-  writeMapFile(fileName, *map);
+  if (keeps)
+    kept.add(fileName, *map);
+  else
+    writeMapFile(fileName, *map);
+}
+
+void MapStore::writeKept() {
+  keeps = false;
+  kept.write();
+  kept.clear();
 }
 
 void MapStore::load(const std::string& fileName) {

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "files/map.h"
+#include "files/mapset.h"
 
 namespace mirel {
 
@@ -35,7 +36,12 @@ class MapStore {
   void refuseUnusable(const std::string& fileName) const;
 
   /// Writes the map to `fileName`. Errors: Error when there is no map or it cannot be written.
-  void save(const std::string& fileName) const;
+  void save(const std::string& fileName);
+
+  /// From now on `save` only keeps the maps, until `writeKept` writes them as one set.
+  void keepSaved() { keeps = true; }
+  /// Errors   those of MapSet::write.
+  void writeKept();
 
   /// Puts the map of `fileName` in place of the one before. A failure leaves no map at all, so
   /// that nobody takes an earlier map for this one.
@@ -50,6 +56,8 @@ class MapStore {
   MapHeader current;
   std::optional<Map> map;
   std::vector<float*> slices;
+  bool keeps = false;
+  MapSet kept;
 };
 
 }  // namespace mirel

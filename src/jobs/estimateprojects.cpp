@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "files/mapfile.h"
+#include "files/mapset.h"
 #include "files/usablemap.h"
 #include "masspreserving/masspreserving.h"
 #include "numerics/fft/fftw.h"
@@ -39,14 +40,14 @@ Volume<float> cleaned(const Volume<float>& image, const char* which, std::ostrea
   return withoutSpikes(image, spikes);
 }
 
-void writeMap(const Volume<float>& map, bool transpose, float param1, float param2,
-              const std::string& fileName) {
+void addMap(const Volume<float>& map, bool transpose, float param1, float param2,
+            const std::string& fileName, MapSet& maps) {
   Map file = mapOf(transpose ? map.transposeXY() : map);
   file.header.kind = 1;
   file.header.param1 = param1;
   file.header.param2 = param2;
   refuseUnusableMap(file, fileName);
-  writeMapFile(fileName, file);
+  maps.add(fileName, std::move(file));
 }
 
 }  // namespace
@@ -65,7 +66,13 @@ void estimateProjectsMassPreserving(const ProjectPair& pair, bool estimateMotion
     if (estimateMotion) tellMotion(motion, text);
     return std::move(found.shiftVoxels);
   };
-  estimateProjectPair(pair, estimator, writeMap, log);
+  MapSet maps;
+  const MapWriter keepMap = [&](const Volume<float>& map, bool transpose, float param1,
+                                float param2, const std::string& fileName) {
+    addMap(map, transpose, param1, param2, fileName, maps);
+  };
+  estimateProjectPair(pair, estimator, keepMap, log);
+  maps.write();
 }
 
 }  // namespace mirel
