@@ -58,7 +58,7 @@ class Properties : public FieldFiles {
     argv.push_back(nullptr);
     const pid_t child = fork();
     if (child == 0) {
-      fclose(stdout);
+      if (freopen("/dev/null", "w", stdout) == nullptr) _exit(126);
       execv(MIREL_PROGRAM, argv.data());
       _exit(127);
     }
