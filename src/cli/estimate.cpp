@@ -79,7 +79,7 @@ bool runSearch(const Options& options, const ProjectInfo& first, const std::stri
   setParameters(options, session.parameters);
   session.maps.setCurrentDimensions(first.dimX, first.dimY, first.dimZ);
   Plugin plugin(findPlugin(pluginFile));
-  session.maps.keepSaved();
+  session.maps.saveTogether(options.pair.saveDerivative ? 4 : 2);
   if (!runTask(plugin, "estimate")) return false;
   session.maps.writeKept();
   return true;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <utility>
 #include <vector>
@@ -13,6 +14,7 @@ class MapSet {
  public:
   void add(const std::string& fileName, Map map) { maps.emplace_back(fileName, std::move(map)); }
   bool empty() const { return maps.empty(); }
+  std::size_t size() const { return maps.size(); }
   void clear() { maps.clear(); }
 
   /// Writes all maps that were added, in that order, replacing older files of their names; a

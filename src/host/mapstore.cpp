@@ -73,16 +73,15 @@ void MapStore::refuseUnusable(const std::string& fileName) const {
 
 void MapStore::save(const std::string& fileName) {
   if (!map) throw Error("cannot write the map " + fileName + ": there is no map to write");
-  if (keeps)
-    kept.add(fileName, *map);
-  else
-    writeMapFile(fileName, *map);
+  if (setSize == 1) return writeMapFile(fileName, *map);
+  kept.add(fileName, *map);
+  if (kept.size() >= setSize) writeKept();
 }
 
 void MapStore::writeKept() {
-  keeps = false;
-  kept.write();
-  kept.clear();
+  setSize = 1;
+  const MapSet complete = std::exchange(kept, {});
+  complete.write();
 }
 
 void MapStore::load(const std::string& fileName) {

@@ -38,9 +38,9 @@ class MapStore {
   /// Writes the map to `fileName`. Errors: Error when there is no map or it cannot be written.
   void save(const std::string& fileName);
 
-  /// From now on `save` only keeps the maps, until `writeKept` writes them as one set.
-  void keepSaved() { keeps = true; }
-  /// Errors   those of MapSet::write.
+  /// The next `count` maps are one set: `save` keeps them, and writes all with the last one.
+  void saveTogether(std::size_t count) { setSize = count; }
+  /// Writes those kept of a set that did not become complete. Errors: those of MapSet::write.
   void writeKept();
 
   /// Puts the map of `fileName` in place of the one before. A failure leaves no map at all, so
@@ -56,7 +56,7 @@ class MapStore {
   MapHeader current;
   std::optional<Map> map;
   std::vector<float*> slices;
-  bool keeps = false;
+  std::size_t setSize = 1;
   MapSet kept;
 };
 

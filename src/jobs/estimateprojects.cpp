@@ -66,13 +66,15 @@ void estimateProjectsMassPreserving(const ProjectPair& pair, bool estimateMotion
     if (estimateMotion) tellMotion(motion, text);
     return std::move(found.shiftVoxels);
   };
+  // They appear before projects are corrected with them.
   MapSet maps;
+  const std::size_t wanted = pair.saveDerivative ? 4 : 2;
   const MapWriter keepMap = [&](const Volume<float>& map, bool transpose, float param1,
                                 float param2, const std::string& fileName) {
     addMap(map, transpose, param1, param2, fileName, maps);
+    if (maps.size() == wanted) maps.write();
   };
   estimateProjectPair(pair, estimator, keepMap, log);
-  maps.write();
 }
 
 }  // namespace mirel
