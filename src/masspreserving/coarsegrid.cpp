@@ -53,8 +53,10 @@ void CoarseGrid::expand(const std::vector<double>& values, Volume<Real>& v) cons
   forEachRow([&](int row, const std::array<int, 4>& corners, const std::array<double, 4>& weights) {
     for (int k = 0; k < nodes.x; ++k) {
       double sum = 0.0;
-      for (std::size_t c = 0; c < 4; ++c)
-        sum += weights[c] * values[static_cast<std::size_t>(corners[c] + k)];
+      for (std::size_t c = 0; c < 4; ++c) {
+        const int node = corners[c] + k;
+        sum += weights[c] * values[static_cast<std::size_t>(node)];
+      }
       line[static_cast<std::size_t>(k)] = sum;
     }
     line[static_cast<std::size_t>(nodes.x)] = line[static_cast<std::size_t>(nodes.x - 1)];
@@ -81,9 +83,10 @@ std::vector<double> CoarseGrid::project(const Volume<Real>& v) const {
     }
     line[static_cast<std::size_t>(nodes.x - 1)] += line[static_cast<std::size_t>(nodes.x)];
     for (int k = 0; k < nodes.x; ++k)
-      for (std::size_t c = 0; c < 4; ++c)
-        sums[static_cast<std::size_t>(corners[c] + k)] +=
-            weights[c] * line[static_cast<std::size_t>(k)];
+      for (std::size_t c = 0; c < 4; ++c) {
+        const int node = corners[c] + k;
+        sums[static_cast<std::size_t>(node)] += weights[c] * line[static_cast<std::size_t>(k)];
+      }
   });
   return sums;
 }
