@@ -47,7 +47,8 @@ Json sourceJson(const SourceRecord& source) {
   return json;
 }
 
-// The head's motion from A to B along and about i, j, k; null: none was found.
+// The head's motion from A to B along and about i, j, k; null: none was found, or none was looked
+// for.
 Json motionJson(const PairFindings& findings) {
   if (!findings.motion) return nullptr;
   const glm::dvec3 t = findings.motion->translationMm, r = findings.motion->rotationDegrees;
@@ -181,6 +182,7 @@ void addPairSummary(Json& json, const PairRecord& pair) {
   json["foregroundThreshold"] = findings.threshold;
   json["background"] = {findings.backgroundA, findings.backgroundB};
   json["intensityRatio"] = findings.intensityRatio;
+  json["estimateMotion"] = pair.settings.looksForMotion();
   json["headMotion"] = motionJson(findings);
   json["modulation"] = pair.settings.usedModulation() == Modulation::on;
   json["foreground"] = {findings.foregroundA, findings.foregroundB};

@@ -37,6 +37,9 @@ struct EstimateSettings {
 
   Modulation usedModulation() const {
     return modulation.value_or(estimator == Estimator::massPreserving ? Modulation::on
+  /// The search knows no motion.
+  bool looksForMotion() const { return motion && estimator == Estimator::massPreserving; }
+
                                                                       : Modulation::off);
   }
 };
