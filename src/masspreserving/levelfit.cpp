@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "masspreserving/linesolver.h"
+#include "masspreserving/posterior.h"
 #include "numerics/splitmix.h"
 
 namespace mirel {
@@ -103,6 +104,18 @@ double LevelFit::logLikelihood() {
   return fitNoise(objective.residuals(), objective.lowSlopes(), objective.highSlopes(),
                   NoiseTails::student)
       .logLikelihood;
+}
+
+double LevelFit::shareLeft(const NoiseFit& fit) const {
+  return std::max(leastShareLeft, 1.0 - known.degreesOfFreedom / std::max(fit.effectiveCount, 1.0));
+}
+
+Volume<float> LevelFit::variance(int draws) {
+  updateWeights();
+  objective.linearise(b, gradient);
+  const NoiseFit fit = fitNoise(objective.residuals(), objective.lowSlopes(),
+                                objective.highSlopes(), NoiseTails::normal);
+  return posteriorVariance(objective, lineSolver(), b, shareLeft(fit), draws);
 }
 
 LevelFit::Step LevelFit::step(double tolerance, int maxSolverIterations) {
@@ -221,10 +234,8 @@ void LevelFit::updateStatistics(NoiseTails tails, RatioEvidence evidence) {
     updateRatioWeights();
   const NoiseFit fit =
       fitNoise(objective.residuals(), objective.lowSlopes(), objective.highSlopes(), tails);
-  const double left =
-      std::max(leastShareLeft, 1.0 - known.degreesOfFreedom / std::max(fit.effectiveCount, 1.0));
   known.noise = fit.noise;
-  known.noise.variance = std::max(known.noise.variance / left, leastNoise * leastNoise);
+  known.noise.variance = std::max(known.noise.variance / shareLeft(fit), leastNoise * leastNoise);
   Volume<float> rough(b.dimensions(), 0.0F), scratch(b.dimensions(), 0.0F);
   form(1.0).apply(b, rough, scratch);
   const double roughness = dot(b, rough);

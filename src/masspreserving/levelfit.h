@@ -46,6 +46,10 @@ class LevelFit {
   /// Mean log likelihood of a residual over the whole volume, with the tails that fit it best.
   double logLikelihood();
 
+  /// Variance of the displacement at the voxels' centres given the images (see
+  /// `posteriorVariance`).
+  Volume<float> variance(int draws);
+
   const Volume<float>& displacement() const { return b; }
   const FitStatistics& statistics() const { return known; }
 
@@ -54,6 +58,7 @@ class LevelFit {
   Roughness<float> form(double weight) const;
   void updateWeights();
   double traceEstimate();
+  double shareLeft(const NoiseFit& fit) const;
   void updateRatioWeights();
 
   const MassModel<float>& model;

@@ -41,6 +41,7 @@ constexpr int mostMovingIterations = 6;
 // At the finest resolution the response to motion is taken from the next coarser one and improved.
 constexpr int mostFinestMotionIterations = 3;
 constexpr int mostFinestMotionSteps = 3;
+constexpr int posteriorDraws = 16;
 
 // The prior precision of the roughness before anything is known: gradients of a tenth of a voxel
 // per voxel are ordinary.
@@ -76,6 +77,7 @@ class Estimation {
   }
   bool headMoved();
   Volume<float> seenByFirst(const Volume<float>& halfWay) const;
+  void finishDeviation();
   void report(int level, int iteration, const LevelFit::Step& step, const FitStatistics& now);
 
   const PyramidLevel& gridOf(int level) const { return levels[static_cast<std::size_t>(level)]; }
@@ -199,6 +201,7 @@ void Estimation::runLevel(int level, Head mode) {
     report(level, i, step, fit.statistics());
     if (settled) break;
   }
+  if (finest && options.uncertainty) result.deviationVoxels = fit.variance(posteriorDraws);
   b = fit.displacement();
   statistics = fit.statistics();
   if (ratioFit) ratio = ratioFit->knowledge();
@@ -258,6 +261,15 @@ bool Estimation::headMoved() {
   return true;
 }
 
+// From the variance half way to the deviation where the head was in the first image.
+void Estimation::finishDeviation() {
+  Volume<float>& deviation = result.deviationVoxels;
+  if (!head.motion.isNone())
+    deviation = MovedImage(deviation, placeOfLevel(0)).through(head.motion.half());
+  for (int i = 0; i < deviation.size(); ++i)
+    deviation.data()[i] = std::sqrt(std::max(deviation.data()[i], 0.0F));
+}
+
 void Estimation::makeImages(const Volume<float>& first, const Volume<float>& second) {
   images.emplace_back(first, second);
   for (std::size_t l = 1; l < levels.size(); ++l)
@@ -268,6 +280,7 @@ void Estimation::makeImages(const Volume<float>& first, const Volume<float>& sec
 MassPreservingResult Estimation::run(const Volume<float>& first, const Volume<float>& second,
                                      const glm::dvec3& voxelMm) {
   result.shiftVoxels = Volume<float>(first.dimensions(), 0.0F);
+  if (options.uncertainty) result.deviationVoxels = result.shiftVoxels;
   const double signal1 = signalLevel(first), signal2 = signalLevel(second);
   if (!(signal1 > 0.0) || !(signal2 > 0.0)) return std::move(result);
   const double logScale = options.estimateScale ? logSignalRatio(first, second) : 0.0;
@@ -286,6 +299,7 @@ MassPreservingResult Estimation::run(const Volume<float>& first, const Volume<fl
 
   result.shiftVoxels = edgesToVoxels(b, largestStretch);
   if (moved) result.shiftVoxels = seenByFirst(result.shiftVoxels);
+  if (options.uncertainty) finishDeviation();
   result.motion = head.motion;
   result.scale = std::exp(logScale);
   result.noiseSigma = std::sqrt(0.5 * statistics.noise.variance) * signal;

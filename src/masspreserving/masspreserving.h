@@ -19,6 +19,8 @@ struct MassPreservingOptions {
   /// Let the intensity scale vary with place and contrast where that explains the images better.
   /// Off: small motions of the head are taken for a ratio too easily (docs/mass-preserving.md).
   bool localRatio = false;
+  /// Also find out how uncertain the displacement is.
+  bool uncertainty = false;
   /// Gauss-Newton steps per resolution at most.
   int coarseIterations = 10;
   int finestIterations = 8;
@@ -41,6 +43,9 @@ struct MassPreservingProgress {
 struct MassPreservingResult {
   /// b in voxels along y, at the voxels of the undistorted image.
   Volume<float> shiftVoxels;
+  /// Standard deviation of b given the images, by the model, if that was asked for (see
+  /// `posteriorVariance`); otherwise empty.
+  Volume<float> deviationVoxels;
   /// Intensity of the first image over that of the second, g in I1 = g I2 after correction.
   double scale = 1.0;
   /// The head's motion from the first to the second image, in mm along the axes of the grid and
