@@ -120,6 +120,37 @@ TEST(PosteriorVariance, IsTheDiagonalOfTheCovariance) {
       }
 }
 
+// Where the model holds the errors have the deviation that is told: in thirds of the brain by that
+// deviation, and without any effect on the map itself.
+TEST(PosteriorVariance, TellsTheErrorsOfASimulatedHead) {
+  PhantomOptions wanted;
+  wanted.size = {48, 56, 32};
+  wanted.voxelMm = glm::dvec3(4.5);
+  wanted.maxShiftVoxels = 3.0;
+  wanted.seed = 31;
+  const Phantom head = makePhantom(wanted);
+  MassPreservingOptions options;
+  options.uncertainty = true;
+  const MassPreservingResult found =
+      estimateMassPreserving(head.ap, head.pa, wanted.voxelMm, options);
+  EXPECT_EQ(found.shiftVoxels,
+            estimateMassPreserving(head.ap, head.pa, wanted.voxelMm).shiftVoxels);
+  std::vector<std::pair<float, float>> told;  // deviation, error
+  for (int i = 0; i < found.shiftVoxels.size(); ++i)
+    if (head.brainMask.data()[i] != 0)
+      told.emplace_back(found.deviationVoxels.data()[i],
+                        found.shiftVoxels.data()[i] - head.shiftVoxels.data()[i]);
+  std::sort(told.begin(), told.end());
+  for (std::size_t third = 0; third < 3; ++third) {
+    double expected = 0.0, errors = 0.0;
+    for (std::size_t i = third * told.size() / 3; i < (third + 1) * told.size() / 3; ++i) {
+      expected += static_cast<double>(told[i].first) * told[i].first;
+      errors += static_cast<double>(told[i].second) * told[i].second;
+    }
+    EXPECT_NEAR(std::sqrt(errors / expected), 1.0, 0.25) << third;
+  }
+}
+
 }  // namespace
 
 }  // namespace mirel
