@@ -97,7 +97,7 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
   const EarlierResults earlier(
       folder, sources,
       options.overwrite ? EarlierResults::Others::replaced : EarlierResults::Others::kept);
-  const PairNames names = PairNames::of(pair);
+  const PairNames names = PairNames::of(pair, options.estimate);
   announceAll(pair, names, earlier, series, folder);
   if (description == Description::written) folder.announce(bids::descriptionFile, inputs);
   progress.at(Stage::reading, 1.0);

@@ -26,6 +26,8 @@ struct EstimateSettings {
   Estimator estimator = Estimator::massPreserving;
   /// Of the mass-preserving estimate: allow for motion of the head between the images.
   bool motion = true;
+  /// Of the mass-preserving estimate: also tell how uncertain the map is.
+  bool uncertainty = false;
   /// Of the search. The default is the variant closest to measured fields (docs/accuracy.md).
   EstimateOptions search{.fast = false, .useSsd = false, .intensityCorrection = true};
   /// Factor on the intensities; 0: such that the estimators' threshold of 100 lies between head
@@ -35,11 +37,11 @@ struct EstimateSettings {
   /// has it: with the mass-preserving one, whose model it is, not with the search.
   std::optional<Modulation> modulation;
 
-  Modulation usedModulation() const {
-    return modulation.value_or(estimator == Estimator::massPreserving ? Modulation::on
   /// The search knows no motion.
   bool looksForMotion() const { return motion && estimator == Estimator::massPreserving; }
 
+  Modulation usedModulation() const {
+    return modulation.value_or(estimator == Estimator::massPreserving ? Modulation::on
                                                                       : Modulation::off);
   }
 };
@@ -67,6 +69,8 @@ struct PairFindings {
 struct PairEstimate : PairFindings {
   /// Voxels along the phase-encoding axis; forward for A, and negated forward for B.
   Volume<float> shift;
+  /// Standard deviation of `shift` given the images, where it was asked for.
+  std::optional<Volume<float>> deviation;
   /// B is corrected in the head's place in A.
   Volume<float> correctedA, correctedB, mean;
 };
