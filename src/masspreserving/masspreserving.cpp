@@ -68,6 +68,15 @@ class Estimation {
   void fitLevel(int level, Head mode);
   void startLevel(int level, Head mode);
   void runLevel(int level, Head mode);
+  // What a fit of the resolutions so far has found.
+  struct State {
+    Volume<float> b;
+    FitStatistics statistics;
+    HeadMotion head;
+    RatioKnowledge ratio;
+    int ratioDegree = 0;         // of its polynomials; 0: there is no local ratio
+    double logLikelihood = 0.0;  // of a residual, at half the resolution
+  };
   void startRatio();
   bool ratioLowersVariance(int degree, double gain);
   RatioBasis<float> ratioBasis(int level) const;
@@ -78,7 +87,7 @@ class Estimation {
   bool headMoved();
   Volume<float> seenByFirst(const Volume<float>& halfWay) const;
   void finishDeviation();
-  void report(int level, int iteration, const LevelFit::Step& step, const FitStatistics& now);
+  void report(int level, int iteration, const LevelFit::Step& step, const FitStatistics& at);
 
   const PyramidLevel& gridOf(int level) const { return levels[static_cast<std::size_t>(level)]; }
   const Images& imagesOf(int level) const { return images[static_cast<std::size_t>(level)]; }
@@ -91,23 +100,18 @@ class Estimation {
   const std::function<void(const MassPreservingProgress&)>& progress;
   std::vector<PyramidLevel> levels;
   std::vector<Images> images;
-  Volume<float> b;
-  HeadMotion head;
-  FitStatistics statistics;
-  RatioKnowledge ratio;
-  int ratioDegree = 0;         // of its polynomials; 0: there is no local ratio
-  double logLikelihood = 0.0;  // of a residual, at the resolution before
+  State now;
   MassPreservingResult result;
 };
 
 void Estimation::report(int level, int iteration, const LevelFit::Step& step,
-                        const FitStatistics& now) {
+                        const FitStatistics& at) {
   ++result.iterations;
   result.solverIterations += step.solverIterations;
   if (progress)
     progress({level, static_cast<int>(levels.size()), iteration, step.energy,
-              std::sqrt(0.5 * now.noise.variance), now.noise.nu, now.roughnessWeight,
-              now.degreesOfFreedom, step.largestStep, step.solverIterations});
+              std::sqrt(0.5 * at.noise.variance), at.noise.nu, at.roughnessWeight,
+              at.degreesOfFreedom, step.largestStep, step.solverIterations});
 }
 
 // What a resolution starts from: the transport, or what the next coarser one found.
@@ -115,21 +119,22 @@ void Estimation::startLevel(int level, Head mode) {
   const glm::ivec3 voxels = gridOf(level).voxels;
   if (isCoarsest(level)) {
     const glm::dvec3 spacing = gridOf(level).voxelMm;
-    b = transportStart<float>(imagesOf(level).first, imagesOf(level).second, spacing / spacing.y);
-    statistics = {};
+    now.b =
+        transportStart<float>(imagesOf(level).first, imagesOf(level).second, spacing / spacing.y);
+    now.statistics = {};
     startRatio();
-    statistics.roughnessWeight = firstRoughnessWeight(spacing);
-    head = {};
-    if (mode == Head::moving) head.response.fill(Volume<float>(b.dimensions(), 0.0F));
+    now.statistics.roughnessWeight = firstRoughnessWeight(spacing);
+    now.head = {};
+    if (mode == Head::moving) now.head.response.fill(Volume<float>(now.b.dimensions(), 0.0F));
     return;
   }
   const glm::ivec3 halved = gridOf(level + 1).halved;
-  b = prolong(b, voxels, halved);
-  statistics.noise = {};
+  now.b = prolong(now.b, voxels, halved);
+  now.statistics.noise = {};
   // Twice the voxels per displacement, in the square.
-  statistics.roughnessWeight /= halved.y * halved.y;
+  now.statistics.roughnessWeight /= halved.y * halved.y;
   if (mode == Head::moving)
-    for (Volume<float>& z : head.response) z = prolong(z, voxels, halved);
+    for (Volume<float>& z : now.head.response) z = prolong(z, voxels, halved);
 }
 
 void Estimation::fitLevel(int level, Head mode) {
@@ -138,29 +143,21 @@ void Estimation::fitLevel(int level, Head mode) {
 }
 
 void Estimation::startRatio() {
-  ratio = {};
-  ratio.shapeWeight = firstShapeWeight;
-  ratio.knotWeight = firstKnotWeight;
+  now.ratio = {};
+  now.ratio.shapeWeight = firstShapeWeight;
+  now.ratio.knotWeight = firstKnotWeight;
 }
 
 // Whether a ratio with polynomials of this degree lowers the residuals' variance by the factor
 // `gain` or more at half the resolution; if not, everything is left as it was.
 bool Estimation::ratioLowersVariance(int degree, double gain) {
-  Volume<float> plainB = b;
-  const FitStatistics plain = statistics;
-  const RatioKnowledge plainRatio = ratio;
-  const int plainDegree = ratioDegree;
-  const double plainLikelihood = logLikelihood;
+  const State without = now;
   startRatio();
-  ratioDegree = degree;
+  now.ratioDegree = degree;
   runLevel(1, Head::still);
   // With heavy tails the likelihood measures the bulk, which a few places do not sway.
-  if (std::exp(2.0 * (logLikelihood - plainLikelihood)) > gain) return true;
-  b = std::move(plainB);
-  statistics = plain;
-  ratio = plainRatio;
-  ratioDegree = plainDegree;
-  logLikelihood = plainLikelihood;
+  if (std::exp(2.0 * (now.logLikelihood - without.logLikelihood)) > gain) return true;
+  now = without;
   return false;
 }
 
@@ -172,11 +169,11 @@ void Estimation::runLevel(int level, Head mode) {
   std::optional<MovingPair> moving;
   if (mode == Head::moving) {
     moving.emplace(model, pair.first, pair.second, placeOfLevel(level));
-    moving->hold(head.motion, b);
+    moving->hold(now.head.motion, now.b);
   }
   std::optional<RatioFit<float>> ratioFit;
-  if (ratioDegree > 0) ratioFit.emplace(ratioBasis(level), ratio);
-  LevelFit fit(model, gridOf(level).voxelMm, std::move(b), statistics,
+  if (now.ratioDegree > 0) ratioFit.emplace(ratioBasis(level), now.ratio);
+  LevelFit fit(model, gridOf(level).voxelMm, std::move(now.b), now.statistics,
                ratioFit ? &*ratioFit : nullptr);
   const int coarse =
       moving ? std::min(options.coarseIterations, mostMovingIterations) : options.coarseIterations;
@@ -187,8 +184,9 @@ void Estimation::runLevel(int level, Head mode) {
     const LevelFit::Step step = fit.step(solverTolerance, mostSolverIterations);
     bool settled = step.largestStep < smallestStep;
     if (moving && !(finest && i >= mostFinestMotionSteps)) {
-      const MovingPair::Step moved = moving->step(
-          fit, head, solverTolerance, finest ? mostFinestMotionIterations : mostSolverIterations);
+      const MovingPair::Step moved =
+          moving->step(fit, now.head, solverTolerance,
+                       finest ? mostFinestMotionIterations : mostSolverIterations);
       result.solverIterations += moved.solverIterations;
       settled = settled && moved.largestVoxels < smallestMotion;
     }
@@ -202,10 +200,10 @@ void Estimation::runLevel(int level, Head mode) {
     if (settled) break;
   }
   if (finest && options.uncertainty) result.deviationVoxels = fit.variance(posteriorDraws);
-  b = fit.displacement();
-  statistics = fit.statistics();
-  if (ratioFit) ratio = ratioFit->knowledge();
-  if (level == 1) logLikelihood = fit.logLikelihood();
+  now.b = fit.displacement();
+  now.statistics = fit.statistics();
+  if (ratioFit) now.ratio = ratioFit->knowledge();
+  if (level == 1) now.logLikelihood = fit.logLikelihood();
 }
 
 // Nodes that are an n-th of the longest edge of the volume apart, for a resolution's voxels.
@@ -217,7 +215,7 @@ CoarseGrid Estimation::nodesOver(int level, double cells) const {
 }
 
 RatioBasis<float> Estimation::ratioBasis(int level) const {
-  return {gridOf(level).voxels,        voxelPart(level), ratioDegree, knotCount, knotStep,
+  return {gridOf(level).voxels,        voxelPart(level), now.ratioDegree, knotCount, knotStep,
           nodesOver(level, levelCells)};
 }
 
@@ -227,7 +225,7 @@ void Estimation::fitCoarse(Head mode) {
 
 // The map where the head was in the first image, from that half way.
 Volume<float> Estimation::seenByFirst(const Volume<float>& halfWay) const {
-  Volume<float> map = MovedImage(halfWay, placeOfLevel(0)).through(head.motion.half());
+  Volume<float> map = MovedImage(halfWay, placeOfLevel(0)).through(now.head.motion.half());
   limitStretch(map, static_cast<float>(largestStretch));
   return map;
 }
@@ -235,28 +233,23 @@ Volume<float> Estimation::seenByFirst(const Volume<float>& halfWay) const {
 // Fits the coarse resolutions again with a moving head, and keeps that if the head moved. What of
 // its motion runs along y is then settled.
 bool Estimation::headMoved() {
-  Volume<float> stillB = std::move(b);
-  const FitStatistics still = statistics;
-  const RatioKnowledge stillRatio = ratio;
+  const State still = now;
   fitCoarse(Head::moving);
   const Images& pair = imagesOf(1);
   const GridPlace place = placeOfLevel(1);
-  MotionEvidence evidence(pair.first, pair.second, b, head, place);
-  evidence.varianceRatio = still.noise.variance / statistics.noise.variance;
+  MotionEvidence evidence(pair.first, pair.second, now.b, now.head, place);
+  evidence.varianceRatio = still.statistics.noise.variance / now.statistics.noise.variance;
   result.motionMm = evidence.displacementMm;
   result.motionChiSquare = evidence.chiSquare;
   result.motionVarianceRatio = evidence.varianceRatio;
   const glm::dvec3 mm = levels.front().voxelMm;
   if (!evidence.isMotion(std::min({mm.x, mm.y, mm.z}))) {
-    b = std::move(stillB);
-    statistics = still;
-    ratio = stillRatio;
-    head = {};
+    now = still;
     return false;
   }
   if (evidence.isLarge()) {
-    b -= static_cast<float>(evidence.meanShift);
-    head.motion.translationMm.y = -2.0 * evidence.meanShift * place.voxelMm.y;
+    now.b -= static_cast<float>(evidence.meanShift);
+    now.head.motion.translationMm.y = -2.0 * evidence.meanShift * place.voxelMm.y;
   }
   return true;
 }
@@ -264,8 +257,8 @@ bool Estimation::headMoved() {
 // From the variance half way to the deviation where the head was in the first image.
 void Estimation::finishDeviation() {
   Volume<float>& deviation = result.deviationVoxels;
-  if (!head.motion.isNone())
-    deviation = MovedImage(deviation, placeOfLevel(0)).through(head.motion.half());
+  if (!now.head.motion.isNone())
+    deviation = MovedImage(deviation, placeOfLevel(0)).through(now.head.motion.half());
   for (int i = 0; i < deviation.size(); ++i)
     deviation.data()[i] = std::sqrt(std::max(deviation.data()[i], 0.0F));
 }
@@ -297,15 +290,15 @@ MassPreservingResult Estimation::run(const Volume<float>& first, const Volume<fl
   const bool moved = options.estimateMotion && levels.size() > 1 && headMoved();
   fitLevel(0, moved ? Head::moving : Head::still);
 
-  result.shiftVoxels = edgesToVoxels(b, largestStretch);
+  result.shiftVoxels = edgesToVoxels(now.b, largestStretch);
   if (moved) result.shiftVoxels = seenByFirst(result.shiftVoxels);
   if (options.uncertainty) finishDeviation();
-  result.motion = head.motion;
+  result.motion = now.head.motion;
   result.scale = std::exp(logScale);
-  result.noiseSigma = std::sqrt(0.5 * statistics.noise.variance) * signal;
-  result.noiseTails = statistics.noise.nu;
-  result.roughnessWeight = statistics.roughnessWeight;
-  result.degreesOfFreedom = statistics.degreesOfFreedom;
+  result.noiseSigma = std::sqrt(0.5 * now.statistics.noise.variance) * signal;
+  result.noiseTails = now.statistics.noise.nu;
+  result.roughnessWeight = now.statistics.roughnessWeight;
+  result.degreesOfFreedom = now.statistics.degreesOfFreedom;
   return std::move(result);
 }
 
