@@ -130,7 +130,7 @@ LevelFit::Step LevelFit::step(double tolerance, int maxSolverIterations) {
   double descent = dot(gradient, direction);
   direction *= -1.0F;
   Eigen::VectorXd ratioFrom, ratioStep;
-  const bool withRatio = objective.ratio != nullptr && !objective.ratio->isHeld();
+  const bool withRatio = objective.ratio != nullptr;
   if (withRatio) {
     RatioFit<float>& ratio = *objective.ratio;
     Volume<float> change(model.voxels());
@@ -215,6 +215,7 @@ void LevelFit::updateRatioWeights() {
   const Eigen::VectorXd spread = ratio.solve(signs - ratio.weighted(change));
   const auto weight = [&](double beta, int rank, const Eigen::VectorXd& roughSigns,
                           const Eigen::VectorXd& roughNow) {
+    if (rank <= 0) return beta;
     const double gamma =
         std::clamp(rank - beta * roughSigns.dot(spread), leastShareOfRank * rank, 1.0 * rank);
     const double roughness = now.coefficients.dot(roughNow);
@@ -229,9 +230,7 @@ void LevelFit::updateRatioWeights() {
 
 void LevelFit::updateStatistics(NoiseTails tails, RatioEvidence evidence) {
   known.degreesOfFreedom = std::max(traceEstimate(), 1.0);
-  if (objective.ratio != nullptr && !objective.ratio->isHeld() &&
-      evidence == RatioEvidence::updated)
-    updateRatioWeights();
+  if (objective.ratio != nullptr && evidence == RatioEvidence::updated) updateRatioWeights();
   const NoiseFit fit =
       fitNoise(objective.residuals(), objective.lowSlopes(), objective.highSlopes(), tails);
   known.noise = fit.noise;

@@ -32,8 +32,6 @@ constexpr double levelCells = 6.0;
 constexpr double firstShapeWeight = 1e4, firstKnotWeight = 1e3;
 // By how much polynomials of degree 1 and 2 have to lower the residuals' variance to be taken.
 constexpr double shadingGain = 1.5, curvedShadingGain = 4.0;
-// Steps of the finest resolution that estimate the ratio; the coarser ones knew most of it.
-constexpr int mostFinestRatioSteps = 3;
 constexpr double solverTolerance = 0.2;
 constexpr int mostSolverIterations = 60;
 // The motion needs fewer steps than the displacement, and its steps cost more.
@@ -179,7 +177,6 @@ void Estimation::runLevel(int level, Head mode) {
       moving ? std::min(options.coarseIterations, mostMovingIterations) : options.coarseIterations;
   const int iterations = finest ? options.finestIterations : coarse;
   for (int i = 0; i < iterations; ++i) {
-    if (ratioFit && finest && i == mostFinestRatioSteps) ratioFit->hold();
     const bool last = finest && i + 1 == iterations;
     const LevelFit::Step step = fit.step(solverTolerance, mostSolverIterations);
     bool settled = step.largestStep < smallestStep;

@@ -53,7 +53,9 @@ Volume<float> signedBlocks(const Volume<float>& residuals, float factor, Draws& 
 Volume<float> draw(const Objective<float>& objective, const Volume<float>& b, float factor,
                    Draws& draws) {
   Volume<float> u(b.dimensions());
-  objective.gradientOf(signedBlocks(objective.residuals(), factor, draws), u);
+  Volume<float> residuals = signedBlocks(objective.residuals(), factor, draws);
+  objective.takeRatioFrom(residuals);
+  objective.gradientOf(residuals, u);
   for (int z = 0; z < b.nz(); ++z)
     for (int j = 0; j + 1 < b.ny(); ++j)
       for (int x = 0; x < b.nx(); ++x) {

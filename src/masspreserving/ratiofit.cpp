@@ -1,5 +1,6 @@
 #include "masspreserving/ratiofit.h"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 

@@ -36,10 +36,6 @@ class RatioFit {
   /// c'Pc / 2.
   double priorEnergy() const;
 
-  /// Keeps the coefficients from here on: the ratio counts, but is not estimated any more.
-  void hold() { held = true; }
-  bool isHeld() const { return held; }
-
   /// Takes A and the gradient g_c from weights, residuals and means (voxels).
   void linearise(const Volume<Real>& weight, const Volume<Real>& residual,
                  const Volume<Real>& mean);
@@ -58,7 +54,6 @@ class RatioFit {
   int knots() const { return basis.size() - basis.shapes(); }
 
  private:
-  bool held = false;
   Eigen::MatrixXd prior() const;
   void updateRoot();
 

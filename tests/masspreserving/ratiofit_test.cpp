@@ -123,21 +123,6 @@ TEST(RatioFit, EliminatedProductIsSymmetricAndPositive) {
   EXPECT_GT(dot(u, hu), 0.0);
 }
 
-TEST(RatioFit, HeldRatioIsNotEliminated) {
-  Case c;
-  const Volume<double> u = testdata::noise<double>(edges, 1.0, 42);
-  Volume<double> eliminated(edges, 0.0), held(edges, 0.0);
-  c.objective.product(u, eliminated);
-  c.ratio.hold();
-  c.objective.linearise(c.b, c.gradient);
-  c.objective.product(u, held);
-  EXPECT_LT(dot(u, eliminated), dot(u, held));
-  const double h = 1e-6;
-  const double slope = (c.objective.value(c.b + u * h) - c.objective.value(c.b - u * h)) / (2 * h);
-  c.objective.linearise(c.b, c.gradient);
-  EXPECT_NEAR(dot(u, c.gradient), slope, 1e-5 * (1.0 + std::abs(slope)));
-}
-
 }  // namespace
 
 }  // namespace mirel
