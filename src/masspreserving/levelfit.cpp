@@ -118,6 +118,10 @@ Volume<float> LevelFit::variance(int draws) {
   return posteriorVariance(objective, lineSolver(), b, shareLeft(fit), draws);
 }
 
+double LevelFit::ratioSpread() const {
+  return objective.ratio != nullptr ? objective.ratio->spread(objective.means()) : 0.0;
+}
+
 LevelFit::Step LevelFit::step(double tolerance, int maxSolverIterations) {
   updateWeights();
   const double before = objective.linearise(b, gradient);

@@ -46,6 +46,9 @@ class LevelFit {
   /// Mean log likelihood of a residual over the whole volume, with the tails that fit it best.
   double logLikelihood();
 
+  /// How far the ratio of intensities varies (RatioFit::spread); 0 without one.
+  double ratioSpread() const;
+
   /// Variance of the displacement at the voxels' centres given the images (see
   /// `posteriorVariance`).
   Volume<float> variance(int draws);

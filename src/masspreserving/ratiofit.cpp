@@ -86,6 +86,20 @@ double RatioFit<Real>::priorEnergy() const {
 }
 
 template <typename Real>
+double RatioFit<Real>::spread(const Volume<Real>& mean) const {
+  double total = 0.0, sum = 0.0, squares = 0.0;
+  for (int i = 0; i < mean.size(); ++i) {
+    const double t = mean.data()[i], w = t * t;
+    const double a = 2.0 * std::log(static_cast<double>(ratioRoot.data()[i]));
+    total += w;
+    sum += w * a;
+    squares += w * a * a;
+  }
+  return total > 0.0 ? std::sqrt(std::max(squares / total - sum * sum / (total * total), 0.0))
+                     : 0.0;
+}
+
+template <typename Real>
 void RatioFit<Real>::linearise(const Volume<Real>& weight, const Volume<Real>& residual,
                                const Volume<Real>& mean) {
   meanNow = mean;

@@ -36,6 +36,10 @@ class RatioFit {
   /// c'Pc / 2.
   double priorEnergy() const;
 
+  /// How far the logarithm of the ratio varies: its standard deviation over the voxels, weighted
+  /// with the squares of `mean`.
+  double spread(const Volume<Real>& mean) const;
+
   /// Takes A and the gradient g_c from weights, residuals and means (voxels).
   void linearise(const Volume<Real>& weight, const Volume<Real>& residual,
                  const Volume<Real>& mean);

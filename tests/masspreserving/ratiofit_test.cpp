@@ -123,6 +123,20 @@ TEST(RatioFit, EliminatedProductIsSymmetricAndPositive) {
   EXPECT_GT(dot(u, hu), 0.0);
 }
 
+TEST(RatioFit, SpreadIsTheStandardDeviationOfTheLogarithm) {
+  RatioFit<double> fit(
+      RatioBasis<double>(voxels, part, 1, 0, 0.1, CoarseGrid(voxels, part, {1, 1, 1})), {});
+  const Volume<double> bright(voxels, 100.0);
+  fit.setIntensities(bright, 1e-6);
+  Eigen::VectorXd c = Eigen::VectorXd::Zero(4);
+  c[0] = 0.7;
+  fit.setCoefficients(c);
+  EXPECT_NEAR(fit.spread(bright), 0.0, 1e-6);
+  c[2] = 0.3;  // along y: 0.3 u at u = -8/9, -6/9 ... 8/9, whose mean square is 80 / 243
+  fit.setCoefficients(c);
+  EXPECT_NEAR(fit.spread(bright), 0.3 * std::sqrt(80.0 / 243.0), 1e-6);
+}
+
 }  // namespace
 
 }  // namespace mirel
