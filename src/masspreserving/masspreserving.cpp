@@ -30,8 +30,18 @@ constexpr double knotStep = 0.1;
 constexpr double levelCells = 6.0;
 // Their prior precisions before anything is known: shading of 1 %, contrasts of some per cent.
 constexpr double firstShapeWeight = 1e4, firstKnotWeight = 1e3;
-// By how much polynomials of degree 1 and 2 have to lower the residuals' variance to be taken.
-constexpr double shadingGain = 1.5, curvedShadingGain = 4.0;
+// What of the ratio is free: shading as polynomials up to degree 2, contrast, or both.
+struct RatioModel {
+  int degree = 0;
+  bool contrast = false;
+
+  bool isNone() const { return degree == 0 && !contrast; }
+};
+constexpr RatioModel shading{2, false}, contrast{0, true}, shadingAndContrast{2, true};
+// How much a ratio has to vary, as a standard deviation of its logarithm in the signal, and by how
+// much it has to lower the residuals' variance; and by how much more than contrast alone where
+// there is contrast, or both parts than one.
+constexpr double leastSpread = 0.01, leastGain = 1.25, leastGainBesideOther = 2.0;
 constexpr double solverTolerance = 0.2;
 constexpr int mostSolverIterations = 60;
 // The motion needs fewer steps than the displacement, and its steps cost more.
@@ -71,18 +81,22 @@ class Estimation {
     Volume<float> b;
     FitStatistics statistics;
     HeadMotion head;
+    RatioModel model;
     RatioKnowledge ratio;
-    int ratioDegree = 0;         // of its polynomials; 0: there is no local ratio
+    double ratioSpread = 0.0;
     double logLikelihood = 0.0;  // of a residual, at half the resolution
   };
   void startRatio();
-  bool ratioLowersVariance(int degree, double gain);
+  State withRatio(RatioModel model, const State& from);
+  void chooseRatio();
+  bool ratioExplains(const State& with, const State& without, double gain) const;
   RatioBasis<float> ratioBasis(int level) const;
   CoarseGrid nodesOver(int level, double cells) const;
   glm::dvec3 voxelPart(int level) const {
     return glm::dvec3(gridOf(level).factor) / glm::dvec3(levels.front().voxels);
   }
-  bool headMoved();
+  bool findMotion(const State& still);
+  bool headMoved(const State& plain);
   Volume<float> seenByFirst(const Volume<float>& halfWay) const;
   void finishDeviation();
   void report(int level, int iteration, const LevelFit::Step& step, const FitStatistics& at);
@@ -99,6 +113,7 @@ class Estimation {
   std::vector<PyramidLevel> levels;
   std::vector<Images> images;
   State now;
+  MotionEvidence motionEvidence;
   MassPreservingResult result;
 };
 
@@ -146,17 +161,38 @@ void Estimation::startRatio() {
   now.ratio.knotWeight = firstKnotWeight;
 }
 
-// Whether a ratio with polynomials of this degree lowers the residuals' variance by the factor
-// `gain` or more at half the resolution; if not, everything is left as it was.
-bool Estimation::ratioLowersVariance(int degree, double gain) {
-  const State without = now;
+// Half the resolution again, with a ratio of intensities.
+Estimation::State Estimation::withRatio(RatioModel model, const State& from) {
+  now = from;
   startRatio();
-  now.ratioDegree = degree;
+  now.model = model;
   runLevel(1, Head::still);
+  return now;
+}
+
+bool Estimation::ratioExplains(const State& with, const State& without, double gain) const {
   // With heavy tails the likelihood measures the bulk, which a few places do not sway.
-  if (std::exp(2.0 * (now.logLikelihood - without.logLikelihood)) > gain) return true;
-  now = without;
-  return false;
+  return with.ratioSpread > leastSpread &&
+         std::exp(2.0 * (with.logLikelihood - without.logLikelihood)) > gain;
+}
+
+// Takes the ratio of intensities that explains the images, if any does; if not, everything is left
+// as it was.
+void Estimation::chooseRatio() {
+  const State plain = now;
+  const State shaded = withRatio(shading, plain), contrasted = withRatio(contrast, plain);
+  const bool hasShading = ratioExplains(shaded, plain, leastGain),
+             hasContrast = ratioExplains(contrasted, plain, leastGain);
+  if (!hasShading && !hasContrast) {
+    now = plain;
+    return;
+  }
+  // Contrast can be told from a displacement more easily.
+  const bool shadingFirst =
+      !hasContrast || (hasShading && ratioExplains(shaded, contrasted, leastGainBesideOther));
+  const State& first = shadingFirst ? shaded : contrasted;
+  if (!ratioExplains(withRatio(shadingAndContrast, plain), first, leastGainBesideOther))
+    now = first;
 }
 
 // Steps from the current displacement.
@@ -170,7 +206,7 @@ void Estimation::runLevel(int level, Head mode) {
     moving->hold(now.head.motion, now.b);
   }
   std::optional<RatioFit<float>> ratioFit;
-  if (now.ratioDegree > 0) ratioFit.emplace(ratioBasis(level), now.ratio);
+  if (!now.model.isNone()) ratioFit.emplace(ratioBasis(level), now.ratio);
   LevelFit fit(model, gridOf(level).voxelMm, std::move(now.b), now.statistics,
                ratioFit ? &*ratioFit : nullptr);
   const int coarse =
@@ -200,7 +236,9 @@ void Estimation::runLevel(int level, Head mode) {
   now.b = fit.displacement();
   now.statistics = fit.statistics();
   if (ratioFit) now.ratio = ratioFit->knowledge();
-  if (level == 1) now.logLikelihood = fit.logLikelihood();
+  if (level != 1) return;
+  now.logLikelihood = fit.logLikelihood();
+  now.ratioSpread = fit.ratioSpread();
 }
 
 // Nodes that are an n-th of the longest edge of the volume apart, for a resolution's voxels.
@@ -212,7 +250,11 @@ CoarseGrid Estimation::nodesOver(int level, double cells) const {
 }
 
 RatioBasis<float> Estimation::ratioBasis(int level) const {
-  return {gridOf(level).voxels,        voxelPart(level), now.ratioDegree, knotCount, knotStep,
+  return {gridOf(level).voxels,
+          voxelPart(level),
+          now.model.degree,
+          now.model.contrast ? knotCount : 0,
+          knotStep,
           nodesOver(level, levelCells)};
 }
 
@@ -227,28 +269,42 @@ Volume<float> Estimation::seenByFirst(const Volume<float>& halfWay) const {
   return map;
 }
 
-// Fits the coarse resolutions again with a moving head, and keeps that if the head moved. What of
-// its motion runs along y is then settled.
-bool Estimation::headMoved() {
-  const State still = now;
+// Fits the coarse resolutions again with a moving head, and keeps that if the head moved since
+// `still`.
+bool Estimation::findMotion(const State& still) {
   fitCoarse(Head::moving);
   const Images& pair = imagesOf(1);
-  const GridPlace place = placeOfLevel(1);
-  MotionEvidence evidence(pair.first, pair.second, now.b, now.head, place);
-  evidence.varianceRatio = still.statistics.noise.variance / now.statistics.noise.variance;
-  result.motionMm = evidence.displacementMm;
-  result.motionChiSquare = evidence.chiSquare;
-  result.motionVarianceRatio = evidence.varianceRatio;
+  motionEvidence = MotionEvidence(pair.first, pair.second, now.b, now.head, placeOfLevel(1));
+  motionEvidence.varianceRatio = still.statistics.noise.variance / now.statistics.noise.variance;
   const glm::dvec3 mm = levels.front().voxelMm;
-  if (!evidence.isMotion(std::min({mm.x, mm.y, mm.z}))) {
-    now = still;
-    return false;
+  if (motionEvidence.isMotion(std::min({mm.x, mm.y, mm.z}))) return true;
+  now = still;
+  return false;
+}
+
+// Whether the head moved, by the fit without motion that was made last and, where that has a ratio
+// of intensities, by `plain`, which has none. Motion at edges looks like a contrast: so a ratio is
+// kept beside a motion only where the images need it with the motion, too.
+bool Estimation::headMoved(const State& plain) {
+  const State still = now;
+  bool moved = findMotion(still);
+  if (moved && !still.model.isNone()) {
+    const State both = now;
+    const MotionEvidence ofBoth = motionEvidence;
+    now = plain;
+    if (!findMotion(plain) || ratioExplains(both, now, leastGain)) {
+      now = both;
+      motionEvidence = ofBoth;
+    }
   }
-  if (evidence.isLarge()) {
-    now.b -= static_cast<float>(evidence.meanShift);
-    now.head.motion.translationMm.y = -2.0 * evidence.meanShift * place.voxelMm.y;
+  result.motionMm = motionEvidence.displacementMm;
+  result.motionChiSquare = motionEvidence.chiSquare;
+  result.motionVarianceRatio = motionEvidence.varianceRatio;
+  if (moved && motionEvidence.isLarge()) {
+    now.b -= static_cast<float>(motionEvidence.meanShift);
+    now.head.motion.translationMm.y = -2.0 * motionEvidence.meanShift * placeOfLevel(1).voxelMm.y;
   }
-  return true;
+  return moved;
 }
 
 // From the variance half way to the deviation where the head was in the first image.
@@ -281,10 +337,9 @@ MassPreservingResult Estimation::run(const Volume<float>& first, const Volume<fl
              scaledImage(second, std::exp(0.5 * logScale) / signal));
 
   fitCoarse(Head::still);
-  if (options.localRatio && options.estimateScale && levels.size() > 1 &&
-      ratioLowersVariance(1, shadingGain))
-    ratioLowersVariance(2, curvedShadingGain);
-  const bool moved = options.estimateMotion && levels.size() > 1 && headMoved();
+  const State plain = now;
+  if (options.localRatio && options.estimateScale && levels.size() > 1) chooseRatio();
+  const bool moved = options.estimateMotion && levels.size() > 1 && headMoved(plain);
   fitLevel(0, moved ? Head::moving : Head::still);
 
   result.shiftVoxels = edgesToVoxels(now.b, largestStretch);
