@@ -16,9 +16,8 @@ struct MassPreservingOptions {
   bool estimateScale = true;
   /// Estimate the head's motion between the images; otherwise there is none.
   bool estimateMotion = true;
-  /// Let the intensity scale vary with place and contrast where that explains the images better.
-  /// Off: small motions of the head are taken for a ratio too easily (docs/mass-preserving.md).
-  bool localRatio = false;
+  /// Let the intensity scale vary with place or contrast where that explains the images better.
+  bool localRatio = true;
   /// Also find out how uncertain the displacement is.
   bool uncertainty = false;
   /// Gauss-Newton steps per resolution at most.

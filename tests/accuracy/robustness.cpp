@@ -2,7 +2,7 @@
 // the unspoiled pair of the same head:
 //
 //   mirel_robustness [--size NX NY NZ] [--shift VOXELS] [--seeds N N ...] [--measured] [--row TEXT]
-//                    [--details] [--local-ratio] [--uncertainty]
+//                    [--details] [--no-local-ratio] [--uncertainty]
 //
 // Heads are simulated, with one seed each; with --measured they are made from the magnitude and
 // field in MIREL_TEST_DATA. --row takes the rows whose name holds the text, and the first.
@@ -58,8 +58,8 @@ Wanted parse(int argc, char** argv) {
       wanted.measured = true;
     } else if (option == "--details") {
       wanted.details = true;
-    } else if (option == "--local-ratio") {
-      wanted.options.localRatio = true;
+    } else if (option == "--no-local-ratio") {
+      wanted.options.localRatio = false;
     } else if (option == "--uncertainty") {
       wanted.options.uncertainty = true;
     } else if (option == "--row") {
