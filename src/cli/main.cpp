@@ -72,18 +72,7 @@ int runLine(int argc, char** argv) {
   app.add_option("--plugin", program.pluginFile,
                  "Load the plugin from FILE (default: libMirelPlugin.so beside the program)")
       ->type_name("FILE");
-  addCorrectCommand(app, program);
-  addEstimateCommand(app, program);
-  addApplyCommand(app, program);
-  addFieldCommand(app, program);
-  addCheckCommand(app, program);
-  addSelectCommand(app, program);
-  addInfoCommand(app, program);
-  addConvertCommand(app, program);
-  addPhantomCommand(app, program);
-  addPictureCommand(app, program);
-  addCompareCommand(app, program);
-  addGenerateCommand(app, program);
+  addCommands(app, program);
   // Looked for in the words themselves: it holds for a line that is not understood, too.
   const bool asJson = std::find(argv, argv + argc, std::string("--json")) != argv + argc;
   switch (line.parse(argc, argv)) {
