@@ -41,7 +41,7 @@ constexpr RatioModel shading{2, false}, contrast{0, true}, shadingAndContrast{2,
 // How much a ratio has to vary, as a standard deviation of its logarithm in the signal, and by how
 // much it has to lower the residuals' variance; and by how much more than contrast alone where
 // there is contrast, or both parts than one.
-constexpr double leastSpread = 0.01, leastGain = 1.25, leastGainBesideOther = 2.0;
+constexpr double leastSpread = 0.0175, leastGain = 1.25, leastGainBesideOther = 2.0;
 constexpr double solverTolerance = 0.2;
 constexpr int mostSolverIterations = 60;
 // The motion needs fewer steps than the displacement, and its steps cost more.
