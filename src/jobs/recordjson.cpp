@@ -55,6 +55,14 @@ Json motionJson(const PairFindings& findings) {
   return {{"TranslationMm", {t.x, t.y, t.z}}, {"RotationDegrees", {r.x, r.y, r.z}}};
 }
 
+// Null: one ratio of intensities served.
+Json varyingRatioJson(const PairFindings& findings) {
+  if (!findings.shading && !findings.contrast) return nullptr;
+  return {{"Shading", findings.shading},
+          {"Contrast", findings.contrast},
+          {"Spread", findings.intensityRatioSpread}};
+}
+
 Json settingsJson(const EstimateSettings& settings, const PairFindings& findings) {
   Json json = {{"Estimator", nameOf(settings.estimator)}};
   if (settings.estimator == Estimator::search) {
@@ -67,6 +75,7 @@ Json settingsJson(const EstimateSettings& settings, const PairFindings& findings
   if (settings.estimator == Estimator::massPreserving) {
     json["EstimateMotion"] = settings.motion;
     json["IntensityRatio"] = findings.intensityRatio;
+    json["IntensityRatioVaries"] = varyingRatioJson(findings);
     json["HeadMotion"] = motionJson(findings);
     json["Background"] = {findings.backgroundA, findings.backgroundB};
   }
@@ -182,6 +191,7 @@ void addPairSummary(Json& json, const PairRecord& pair) {
   json["foregroundThreshold"] = findings.threshold;
   json["background"] = {findings.backgroundA, findings.backgroundB};
   json["intensityRatio"] = findings.intensityRatio;
+  json["intensityRatioVaries"] = varyingRatioJson(findings);
   json["estimateMotion"] = pair.settings.looksForMotion();
   json["headMotion"] = motionJson(findings);
   json["modulation"] = pair.settings.usedModulation() == Modulation::on;

@@ -236,9 +236,8 @@ void Estimation::runLevel(int level, Head mode) {
   now.b = fit.displacement();
   now.statistics = fit.statistics();
   if (ratioFit) now.ratio = ratioFit->knowledge();
-  if (level != 1) return;
-  now.logLikelihood = fit.logLikelihood();
   now.ratioSpread = fit.ratioSpread();
+  if (level == 1) now.logLikelihood = fit.logLikelihood();
 }
 
 // Nodes that are an n-th of the longest edge of the volume apart, for a resolution's voxels.
@@ -347,6 +346,9 @@ MassPreservingResult Estimation::run(const Volume<float>& first, const Volume<fl
   if (options.uncertainty) finishDeviation();
   result.motion = now.head.motion;
   result.scale = std::exp(logScale);
+  result.shading = now.model.degree > 0;
+  result.contrast = now.model.contrast;
+  result.ratioSpread = now.ratioSpread;
   result.noiseSigma = std::sqrt(0.5 * now.statistics.noise.variance) * signal;
   result.noiseTails = now.statistics.noise.nu;
   result.roughnessWeight = now.statistics.roughnessWeight;

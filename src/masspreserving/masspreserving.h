@@ -47,6 +47,10 @@ struct MassPreservingResult {
   Volume<float> deviationVoxels;
   /// Intensity of the first image over that of the second, g in I1 = g I2 after correction.
   double scale = 1.0;
+  /// Whether that varies with place (shading) or with the intensity (contrast), and how far: the
+  /// standard deviation of its logarithm in the signal.
+  bool shading = false, contrast = false;
+  double ratioSpread = 0.0;
   /// The head's motion from the first to the second image, in mm along the axes of the grid and
   /// about its middle; none if it was not estimated or is not significant. What of it runs along y
   /// is a convention (docs/mass-preserving.md).

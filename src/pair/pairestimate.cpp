@@ -99,6 +99,9 @@ Found estimateMap(const PairInput& pair, const EstimateSettings& settings, PairE
   MassPreservingResult result = massPreserving(frame, settings, progress);
   requireUsable(result.shiftVoxels);
   estimate.intensityRatio = result.scale;
+  estimate.shading = result.shading;
+  estimate.contrast = result.contrast;
+  estimate.intensityRatioSpread = result.ratioSpread;
   if (settings.uncertainty) estimate.deviation = frame.back(std::move(result.deviationVoxels));
   Found found;
   if (!result.motion.isNone()) {

@@ -60,6 +60,9 @@ struct PairFindings {
   /// Of the mass-preserving estimate: intensity of A over that of B, and the head's motion from A
   /// to B in mm along i, j, k and about the middle of the grid, if there was any.
   double intensityRatio = 1;
+  /// Whether that ratio varies with place or with the intensity, and its standard deviation then.
+  bool shading = false, contrast = false;
+  double intensityRatioSpread = 0;
   std::optional<RigidMotion> motion;
   PairAgreement agreement;
   /// Its reasons are the warnings about the pair's result.
