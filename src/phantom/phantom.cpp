@@ -16,6 +16,11 @@ constexpr double defaultPeakHz = 120.0;
 // Leaves room for what the cubic interpolation of the shift overshoots between voxel centres.
 constexpr double maxShiftGradient = 0.8;
 
+constexpr double smallestVoxelMm = 0.001, largestVoxelMm = 1000;
+// A project of the series is made in memory, in 32-bit floats.
+constexpr double mostSamples = 2147483648.0;
+constexpr double largestMotionMm = 1000, largestRotationDegrees = 360;
+
 constexpr std::uint64_t apStream = 1, paStream = 2, seriesStream = 16;
 
 void checkOptions(const PhantomOptions& options) {
@@ -26,10 +31,19 @@ void checkOptions(const PhantomOptions& options) {
   if (options.volumes < 0)
     throw std::invalid_argument("a series of " + std::to_string(options.volumes) +
                                 " volumes is not possible");
-  for (int axis = 0; axis < 3; ++axis)
-    if (!std::isfinite(options.paMotion.translationMm[axis]) ||
-        !std::isfinite(options.paMotion.rotationDegrees[axis]))
-      throw std::invalid_argument("the motion of the head must be finite");
+  const glm::dvec3 size(options.size);
+  if (size.x * size.y * size.z * options.volumes > mostSamples)
+    throw std::invalid_argument("a series of " + std::to_string(options.volumes) +
+                                " volumes is too large: a phantom has at most 2^31 voxels in all");
+  for (int axis = 0; axis < 3; ++axis) {
+    if (!(options.voxelMm[axis] >= smallestVoxelMm) || !(options.voxelMm[axis] <= largestVoxelMm))
+      throw std::invalid_argument("a phantom's voxel size must be from 0.001 to 1000 mm");
+    if (!(std::abs(options.paMotion.translationMm[axis]) <= largestMotionMm) ||
+        !(std::abs(options.paMotion.rotationDegrees[axis]) <= largestRotationDegrees))
+      throw std::invalid_argument(
+          "the head moves by at most 1000 mm along and turns by at most 360 degrees about each "
+          "axis");
+  }
 }
 
 // Of the head's density the part that is active: a smooth spot in the back on the right.
@@ -53,8 +67,7 @@ Phantom makePhantom(const PhantomOptions& options) {
   const PhantomGrid grid{options.size, options.voxelMm};
   const HeadObject head = sampleHead(grid, options.seed);
   const FieldGoal goal{
-      options.readoutSeconds,
-      options.maxShiftVoxels.value_or(defaultPeakHz * options.readoutSeconds),
+      options.readoutSeconds, wantedShiftVoxels(options),
       options.allowFolds ? std::numeric_limits<double>::infinity() : maxShiftGradient,
       options.axis};
   const HeadField field = makeHeadField(grid, head, options.seed, goal);
@@ -90,12 +103,22 @@ Phantom makePhantom(const PhantomOptions& options) {
 Volume<float> Phantom::seriesVolume(int t) const {
   if (t < 0 || t >= options.volumes)
     throw std::out_of_range("the series has no volume " + std::to_string(t));
-  const float activity = t / 4 % 2 == 1 ? 0.02F : 0.0F;
-  const float drift = 1.0F + 0.001F * static_cast<float>(t);
-  const Volume<float> signal = (apSignal + activitySignal * activity) * drift;
+  const Volume<float> signal = (apSignal + activitySignal * seriesActivity(t)) * seriesDrift(t);
   return addRicianNoise(signal, noiseSigma, options.seed,
                         seriesStream + static_cast<std::uint64_t>(t));
 }
+
+void checkPhantomOptions(const PhantomOptions& options) { checkOptions(options); }
+
+double wantedShiftVoxels(const PhantomOptions& options) {
+  return options.maxShiftVoxels.value_or(defaultPeakHz * options.readoutSeconds);
+}
+
+Volume<float> activeRegion(const Volume<float>& density) { return activeDensity(density); }
+
+float seriesDrift(int t) { return 1.0F + 0.001F * static_cast<float>(t); }
+
+float seriesActivity(int t) { return t / 4 % 2 == 1 ? 0.02F : 0.0F; }
 
 Volume<float> addRicianNoise(const Volume<float>& signal, double sigma, std::uint64_t seed,
                              std::uint64_t stream) {

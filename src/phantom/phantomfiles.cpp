@@ -4,9 +4,11 @@
 
 #include "base/error.h"
 #include "base/json.h"
+#include "base/numbertext.h"
 #include "base/outputfile.h"
 #include "convert/convert.h"
 #include "nifti/image.h"
+#include "phantom/gridheader.h"
 
 namespace mirel {
 
@@ -41,21 +43,8 @@ class PhantomWriter {
   static std::string stem(const std::string& name) { return "sub-phantom_" + name; }
 
   nifti::Header header(nifti::DataType type, int volumes, const std::string& description) const {
-    nifti::Header h;
-    h.dims = phantom.options.size;
-    h.volumes = volumes;
-    h.type = type;
-    h.repetitionTimeSeconds = repetitionTimeSeconds;
-    h.description = description;
-    const glm::dvec3 voxel = phantom.options.voxelMm;
-    const glm::dvec3 origin = (glm::dvec3(h.dims) - 1.0) * voxel * -0.5;
-    glm::dmat4 affine(1.0);
-    for (int axis = 0; axis < 3; ++axis) {
-      affine[axis][axis] = voxel[axis];
-      affine[3][axis] = origin[axis];
-    }
-    h.setAffine(affine, /*code=*/1);
-    return h;
+    return headerOn({phantom.options.size, phantom.options.voxelMm}, type, volumes,
+                    repetitionTimeSeconds, description);
   }
 
   Json imageSidecar(bool positive) const {
@@ -155,12 +144,24 @@ class PhantomWriter {
   std::vector<std::string> names;
 };
 
+// The projects alone, which are not compressed; before a long series is computed in vain.
+void requireSpace(const PhantomOptions& options, const std::string& folder) {
+  std::error_code error;
+  const std::filesystem::space_info space = std::filesystem::space(folder, error);
+  const glm::dvec3 size(options.size);
+  const double wanted = size.x * size.y * size.z * (2.0 + options.volumes) * sizeof(std::int16_t);
+  if (error || static_cast<double>(space.available) >= wanted) return;
+  throw Error("the phantom needs " + text("%.3g", wanted * 1e-9) + " GB in " + folder + ", where " +
+              text("%.3g", static_cast<double>(space.available) * 1e-9) + " GB are free");
+}
+
 }  // namespace
 
 std::vector<std::string> writePhantom(const Phantom& phantom, const std::string& folder) {
   std::error_code error;
   std::filesystem::create_directories(folder, error);
   if (error) throw Error("cannot create the folder " + folder + ": " + error.message());
+  requireSpace(phantom.options, folder);
   return PhantomWriter(phantom, folder).writeAll();
 }
 
