@@ -26,8 +26,8 @@ class CorrectRatio : public CorrectPair {
     for (int z = 0; z < image.nz(); ++z)
       for (int y = 0; y < image.ny(); ++y)
         for (int x = 0; x < image.nx(); ++x)
-          image.at(x, y, z) =
-              change(image.at(x, y, z), (y + 0.5F) / static_cast<float>(image.ny()));
+          image.at(x, y, z) = change(
+              image.at(x, y, z), (static_cast<float>(y) + 0.5F) / static_cast<float>(image.ny()));
     nifti::Writer writer(file("changed.nii.gz"), nifti::floatMapLike(header));
     writer.write(image);
     writer.finish();
