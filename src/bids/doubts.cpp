@@ -13,6 +13,8 @@ namespace mirel::bids {
 namespace {
 
 constexpr double largestPartOff = 0.01;
+// Some converters leave out the "less one" of the lines.
+constexpr double largestPartOffOfLines = 0.02;
 
 std::optional<Acquisition> ownAcquisition(const std::string& imageFile, glm::ivec3 dims) {
   try {
@@ -26,6 +28,17 @@ std::string valueOf(const Name& name, const std::string& entity) {
   for (const auto& [key, value] : name.entities)
     if (key == entity) return value;
   return "";
+}
+
+// Of a field of the image's sidecars; nothing unless it is a positive number.
+std::optional<double> numberIn(const Acquisition& acquisition, const char* field) {
+  const Json* value = acquisition.sidecar->json().find(field);
+  if (value == nullptr || !value->is_number() || !(value->number() > 0)) return std::nullopt;
+  return value->number();
+}
+
+bool isNear(double value, double expected) {
+  return std::fabs(value - expected) <= largestPartOffOfLines * expected;
 }
 
 }  // namespace
@@ -71,6 +84,26 @@ std::vector<std::string> doubtsAboutSecondCorrection(const std::string& imageFil
     return {};
   return {imageFile + " is corrected already, says DistortionCorrection in " +
           acquisition.sidecar->fileOf("DistortionCorrection") + ": now it is corrected twice"};
+}
+
+std::vector<std::string> doubtsAboutAcquiredLines(const std::string& imageFile,
+                                                  const Acquisition& acquisition) {
+  if (!acquisition.sidecar || !acquisition.readout || acquisition.readout->file.empty()) return {};
+  const auto acquired = numberIn(acquisition, "AcquisitionMatrixPE"),
+             reconstructed = numberIn(acquisition, "ReconMatrixPE"),
+             spacing = numberIn(acquisition, "EffectiveEchoSpacing"),
+             time = numberIn(acquisition, "TotalReadoutTime");
+  if (!acquired || !reconstructed || !spacing || !time || *acquired >= *reconstructed) return {};
+  if (isNear(*time, *spacing * (*reconstructed - 1))) return {};
+  const bool ofAcquired = isNear(*time, *spacing * (*acquired - 1));
+  return {text(*acquired) + " of " + text(*reconstructed) + " lines of " + imageFile +
+          " were acquired (AcquisitionMatrixPE, ReconMatrixPE), and its TotalReadoutTime, " +
+          text(*time) +
+          " s, is not its EffectiveEchoSpacing times the reconstructed lines less "
+          "one, " +
+          text(*spacing * (*reconstructed - 1)) + " s" +
+          (ofAcquired ? ", but times the acquired ones less one" : "") +
+          ": Hz may be off by a factor of " + text("%.3g", *reconstructed / *acquired)};
 }
 
 }  // namespace mirel::bids

@@ -27,4 +27,11 @@ std::vector<std::string> doubtsAboutSubject(const std::string& imageFile,
 std::vector<std::string> doubtsAboutSecondCorrection(const std::string& imageFile,
                                                      const Acquisition& acquisition);
 
+/// That fields in Hz may be off by the ratio of reconstructed to acquired lines: the image's
+/// AcquisitionMatrixPE is smaller than its ReconMatrixPE, and its TotalReadoutTime is not its
+/// EffectiveEchoSpacing times the reconstructed lines less one within 2 %. Nothing where one of the
+/// four is missing or the readout time was given.
+std::vector<std::string> doubtsAboutAcquiredLines(const std::string& imageFile,
+                                                  const Acquisition& acquisition);
+
 }  // namespace mirel::bids

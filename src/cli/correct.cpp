@@ -29,6 +29,7 @@ struct Options {
   int meanB = 0;  // 0: as for A
   std::string estimator;
   bool ssd = false, ncc = false, fast = false, noIc = false, ic = false, noMotion = false;
+  bool uncertainty = false;
   bool modulate = false, noModulate = false, quiet = false, json = false, strict = false;
 };
 
@@ -57,6 +58,7 @@ void settle(Options& options) {
   if (options.estimator == nameOf(Estimator::search) || hasSearchOptions(options))
     job.estimate.estimator = Estimator::search;
   job.estimate.motion = !options.noMotion;
+  job.estimate.uncertainty = options.uncertainty;
   if (options.modulate) job.estimate.modulation = Modulation::on;
   if (options.noModulate) job.estimate.modulation = Modulation::off;
   for (const std::string& file : options.runs) job.series.push_back({file, options.ofRuns});
@@ -159,6 +161,9 @@ void addEstimateOptions(Command* command, Options& options) {
       ->one_of({"search", "mass-preserving"});
   command->add_flag("--no-motion", options.noMotion,
                     "Take the head not to have moved between A and B");
+  command->add_flag("--uncertainty", options.uncertainty,
+                    "Also write the standard deviation of the field in Hz, given the images:\n"
+                    "desc-uncertainty_fieldmap (takes two to three times as long)");
   Option* ssd = command->add_flag("--ssd", options.ssd, "Search by the sum of squared differences");
   command
       ->add_flag("--ncc", options.ncc,
@@ -224,6 +229,8 @@ void addCorrectCommand(Command& app, Program& program) {
                      "--ssd, --ncc, --ic, --no-ic and --fast, which are of the search");
     if (options->noMotion && (search || options->estimator == nameOf(Estimator::search)))
       refuseTogether("--no-motion", "the search, which knows no motion");
+    if (options->uncertainty && (search || options->estimator == nameOf(Estimator::search)))
+      refuseTogether("--uncertainty", "the search, which does not know it");
     program.action = [options] { return runCorrect(*options); };
   });
 }

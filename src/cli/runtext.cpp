@@ -39,7 +39,8 @@ std::string textOf(const bids::Acquisition& acquisition, const std::string& imag
          (readout->file.empty() ? "" : " in " + shortName(readout->file, image)) + ")";
 }
 
-std::string motionText(const std::optional<RigidMotion>& motion) {
+std::string motionText(const std::optional<RigidMotion>& motion, bool lookedFor) {
+  if (!lookedFor) return "Head motion between the images: not looked for (--no-motion)";
   if (!motion) return "Head motion between the images: none found";
   return "Head motion between the images: " + three(motion->translationMm) + " mm along and " +
          three(motion->rotationDegrees) + " degrees about i, j, k";
@@ -57,7 +58,7 @@ std::string verdictText(const Verdict& verdict) {
   return "Verdict: nothing speaks against this result\n";
 }
 
-std::string textOf(const PairFindings& found, Modulation modulation) {
+std::string textOf(const PairFindings& found, const EstimateSettings& settings) {
   std::string told = "Head above an intensity of " + text("%.4g", found.threshold) +
                      " (intensity scale " + text("%.4g", found.intensityScale) + ", " +
                      text("%.0f", 100 * found.foregroundA) + " and " +
@@ -67,11 +68,13 @@ std::string textOf(const PairFindings& found, Modulation modulation) {
             text("%.4g", found.backgroundB) + "\n";
   if (found.estimator == Estimator::massPreserving)
     told += "Intensity of the first image over that of the second: " +
-            text("%.4g", found.intensityRatio) + "\n" + motionText(found.motion) + "\n";
+            text("%.4g", found.intensityRatio) + "\n" + motionText(found.motion, settings.motion) +
+            "\n";
   return told + "Correlation of the pair in the head: " + text("%.3f", found.agreement.before) +
          " before, " + text("%.3f", found.agreement.after) + " after, as written (" +
-         (modulation == Modulation::on ? "modulated: signal that piled up is scaled back"
-                                       : "not modulated: signal that piled up stays bright") +
+         (settings.usedModulation() == Modulation::on
+              ? "modulated: signal that piled up is scaled back"
+              : "not modulated: signal that piled up stays bright") +
          ")\n" + verdictText(found.verdict);
 }
 
@@ -109,7 +112,7 @@ std::string textOf(const RunRecord& run) {
   if (run.pair) {
     for (const ImageDescription* image : {&run.pair->a, &run.pair->b})
       text += image->title() + ": " + textOf(image->acquisition, image->options.file) + "\n";
-    text += textOf(run.pair->findings, run.pair->settings.usedModulation());
+    text += textOf(run.pair->findings, run.pair->settings);
   }
   for (const SeriesRecord& series : run.series) {
     text += textOf(series);

@@ -1,5 +1,6 @@
 #include "jobs/correctpair.h"
 
+#include "base/numbertext.h"
 #include "bids/inheritance.h"
 #include "jobs/earlierresults.h"
 #include "jobs/pairoutputs.h"
@@ -61,11 +62,27 @@ Distortion distortionOf(const PairInput& pair, const PairEstimate& estimate) {
   return Distortion(std::move(field));
 }
 
+// What the estimate allowed for, and what would be better than to allow for it.
+void addRatioRemarks(RunRecord& run, const PairInput& pair, const PairEstimate& estimate) {
+  const std::string both = pair.a.title() + " and " + pair.b.title();
+  const std::string by = " (by " + text("%.2g", 100 * estimate.intensityRatioSpread) +
+                         " % beside their ratio), which was allowed for";
+  if (estimate.contrast)
+    run.warnings.emplace_back(
+        both + " differ in contrast" + by +
+            ": the first volume of a series may be from before the steady state, and a later one "
+            "of both is better",
+        Advice{Advice::Kind::seeVolumes});
+  else if (estimate.shading)
+    run.notes.push_back("the brightness of " + both + " differs from place to place" + by);
+}
+
 void addRemarks(RunRecord& run, const PairInput& pair, const PairEstimate& estimate) {
   run.notes = pair.notes;
   run.warnings = pair.warnings;
   const std::vector<Remark>& doubts = estimate.verdict.reasons;
   run.warnings.insert(run.warnings.end(), doubts.begin(), doubts.end());
+  addRatioRemarks(run, pair, estimate);
   if (estimate.motion)
     run.notes.push_back("the map and the field hold the distortion with the head where it was in " +
                         pair.a.title() + "; of " + pair.b.title() +
@@ -100,7 +117,7 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
   const EarlierResults earlier(
       folder, sources,
       options.overwrite ? EarlierResults::Others::replaced : EarlierResults::Others::kept);
-  const PairNames names = PairNames::of(pair);
+  const PairNames names = PairNames::of(pair, options.estimate);
   announceAll(pair, names, earlier, series, folder);
   if (description == Description::written) folder.announce(bids::descriptionFile, inputs);
   progress.at(Stage::reading, 1.0);

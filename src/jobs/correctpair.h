@@ -34,6 +34,8 @@ struct CorrectPairOptions {
 ///   sub-01_dir-AP_desc-voxels_vdm            A's map, in voxels along the axis (B has its
 ///                                            negative)
 ///   sub-01_dir-AP_desc-mm_vdm                the same in mm
+///   sub-01_desc-uncertainty_fieldmap         the field's standard deviation in Hz, with the
+///                                            settings' uncertainty
 ///   sub-01_dir-AP_from-orig_to-undistorted_mode-image_xfm
 ///   sub-01_dir-PA_from-orig_to-undistorted_mode-image_xfm
 ///                                            displacement fields for programs that compose

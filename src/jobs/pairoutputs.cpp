@@ -13,6 +13,7 @@ namespace mirel {
 namespace {
 
 constexpr const char* imageEnd = ".nii.gz";
+constexpr const char* uncertaintyLabel = "uncertainty";
 
 // Which volumes of several an image was made of.
 std::string detailOf(const InputImage& image) {
@@ -88,7 +89,7 @@ class PairWriter {
 
 }  // namespace
 
-PairNames PairNames::of(const PairInput& pair) {
+PairNames PairNames::of(const PairInput& pair, const EstimateSettings& settings) {
   const bids::Name a = bids::Name::of(pair.a.options.file);
   const bids::Name b = bids::Name::of(pair.b.options.file);
   const std::string ofA = detailOf(pair.a), ofB = detailOf(pair.b);
@@ -99,6 +100,9 @@ PairNames PairNames::of(const PairInput& pair) {
   names.voxels = displacementName(a, "voxels", ofA);
   names.mm = displacementName(a, "mm", ofA);
   if (pair.readoutSeconds) names.field = fieldOf(pair);
+  if (settings.uncertainty)
+    names.deviation = pair.readoutSeconds ? pairResultName(a, b, "fieldmap", uncertaintyLabel)
+                                          : displacementName(a, uncertaintyLabel, ofA);
   names.warpA = warpName(a, ofA);
   names.warpB = warpName(b, ofB);
   return names;
@@ -112,7 +116,7 @@ std::string PairNames::fieldOf(const PairInput& pair) {
 std::vector<std::string> PairNames::all() const {
   std::vector<std::string> result;
   for (const std::string* name :
-       {&correctedA, &correctedB, &mean, &voxels, &mm, &field, &warpA, &warpB})
+       {&correctedA, &correctedB, &mean, &voxels, &mm, &field, &deviation, &warpA, &warpB})
     if (!name->empty()) result.push_back(*name);
   return result;
 }
@@ -157,6 +161,15 @@ void writePair(const PairNames& names, const PairInput& pair, const PairEstimate
                      axis + " and the TotalReadoutTime T, I(y - f T) for " + axis +
                      "-, y in voxels",
                  "Hz");
+  if (!names.deviation.empty()) {
+    const float perVoxel =
+        pair.readoutSeconds ? static_cast<float>(1.0 / *pair.readoutSeconds) : 1.0f;
+    writer.image(names.deviation, *estimate.deviation * perVoxel,
+                 "Standard deviation of the " +
+                     std::string(pair.readoutSeconds ? "off-resonance field" : "displacement") +
+                     " given the images, by the model of the estimate",
+                 pair.readoutSeconds ? "Hz" : "voxels");
+  }
   writer.warp(names.warpA, estimate.shift, pair.a.title(), {});
   writer.warp(names.warpB, estimate.shift * -1.0f, pair.b.title(),
               estimate.motion.value_or(RigidMotion{}));

@@ -16,11 +16,14 @@ namespace mirel {
 struct PairNames {
   std::string correctedA, correctedB, mean, voxels, mm;
   std::string field;  ///< empty where there is no readout time
+  /// Of the field in Hz, or of the displacement where there is no readout time; empty where it is
+  /// not wanted.
+  std::string deviation;
   std::string warpA, warpB;
 
   /// By resultnames.h. An image that is one of several volumes has "preprocVolume3" or
   /// "preprocMeanOf5".
-  static PairNames of(const PairInput& pair);
+  static PairNames of(const PairInput& pair, const EstimateSettings& settings);
   /// That of the field, whether this run has one or not.
   static std::string fieldOf(const PairInput& pair);
   /// All of them that are not empty.

@@ -55,11 +55,20 @@ Json sourceJson(const SourceRecord& source) {
   return json;
 }
 
-// The head's motion from A to B along and about i, j, k; null: none was found.
+// The head's motion from A to B along and about i, j, k; null: none was found, or none was looked
+// for.
 Json motionJson(const PairFindings& findings) {
   if (!findings.motion) return nullptr;
   const glm::dvec3 t = findings.motion->translationMm, r = findings.motion->rotationDegrees;
   return {{"TranslationMm", {t.x, t.y, t.z}}, {"RotationDegrees", {r.x, r.y, r.z}}};
+}
+
+// Null: one ratio of intensities served.
+Json varyingRatioJson(const PairFindings& findings) {
+  if (!findings.shading && !findings.contrast) return nullptr;
+  return {{"Shading", findings.shading},
+          {"Contrast", findings.contrast},
+          {"Spread", findings.intensityRatioSpread}};
 }
 
 Json settingsJson(const EstimateSettings& settings, const PairFindings& findings) {
@@ -74,6 +83,7 @@ Json settingsJson(const EstimateSettings& settings, const PairFindings& findings
   if (settings.estimator == Estimator::massPreserving) {
     json["EstimateMotion"] = settings.motion;
     json["IntensityRatio"] = findings.intensityRatio;
+    json["IntensityRatioVaries"] = varyingRatioJson(findings);
     json["HeadMotion"] = motionJson(findings);
     json["Background"] = {findings.backgroundA, findings.backgroundB};
   }
@@ -189,6 +199,8 @@ void addPairSummary(Json& json, const PairRecord& pair) {
   json["foregroundThreshold"] = findings.threshold;
   json["background"] = {findings.backgroundA, findings.backgroundB};
   json["intensityRatio"] = findings.intensityRatio;
+  json["intensityRatioVaries"] = varyingRatioJson(findings);
+  json["estimateMotion"] = pair.settings.looksForMotion();
   json["headMotion"] = motionJson(findings);
   json["modulation"] = pair.settings.usedModulation() == Modulation::on;
   json["foreground"] = {findings.foregroundA, findings.foregroundB};

@@ -66,16 +66,17 @@ std::string displacementName(const bids::Name& image, const std::string& unit,
   return derivedName(image, unit + detail, "vdm");
 }
 
-std::string pairResultName(const bids::Name& a, const bids::Name& b, const std::string& suffix) {
+std::string pairResultName(const bids::Name& a, const bids::Name& b, const std::string& suffix,
+                           const std::string& label) {
   bids::Name common = commonName(a, b);
-  std::string label = description;
+  std::string described = label;
   for (const auto& [key, value] : common.entities)
-    if (key != "desc" && !mayStandInFieldmap(key)) label += labelPart(key) + labelPart(value);
+    if (key != "desc" && !mayStandInFieldmap(key)) described += labelPart(key) + labelPart(value);
   if (common.isStructured()) common.suffix.clear();
   std::erase_if(common.entities, [](const auto& entity) {
     return entity.first != "desc" && !mayStandInFieldmap(entity.first);
   });
-  return derivedName(common, label, suffix);
+  return derivedName(common, described, suffix);
 }
 
 }  // namespace mirel

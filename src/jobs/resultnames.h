@@ -26,11 +26,12 @@ std::string warpName(const bids::Name& image, const std::string& detail = {});
 std::string displacementName(const bids::Name& image, const std::string& unit,
                              const std::string& detail = {});
 
-/// sub-01_desc-preproc_SUFFIX with the entities that both images of a pair have, for the suffixes
+/// sub-01_desc-LABEL_SUFFIX with the entities that both images of a pair have, for the suffixes
 /// "fieldmap" and "magnitude". These may have no more entities than acq, run and chunk beside
 /// subject and session: others, but for dir, go into the description, so that task-rest gives
 /// sub-01_desc-preprocTaskRest_fieldmap. Of names without common entities both stay in front:
 /// subj1_AP and subj1_PA give subj1_AP_PA_desc-preproc_fieldmap.
-std::string pairResultName(const bids::Name& a, const bids::Name& b, const std::string& suffix);
+std::string pairResultName(const bids::Name& a, const bids::Name& b, const std::string& suffix,
+                           const std::string& label = "preproc");
 
 }  // namespace mirel

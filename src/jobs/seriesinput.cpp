@@ -119,6 +119,8 @@ void finishSeries(const SeriesFile& options, SeriesInput& input) {
     input.warnings.push_back(doubt);
   for (const std::string& doubt : bids::doubtsAboutSecondCorrection(input.file, input.acquisition))
     input.warnings.push_back(doubt);
+  for (const std::string& doubt : bids::doubtsAboutAcquiredLines(input.file, input.acquisition))
+    input.notes.push_back(doubt);
   input.gradientFiles = gradientFilesOf(input.file);
   for (const std::string& file : input.gradientFiles)
     nifti::checkGradientCount(file, input.header.volumes);

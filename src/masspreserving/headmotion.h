@@ -49,6 +49,7 @@ struct MotionEvidence {
   double meanShift = 0.0;
 
   /// `b` and the images are those of the resolution at `place`.
+  MotionEvidence() = default;
   MotionEvidence(const Volume<float>& first, const Volume<float>& second, const Volume<float>& b,
                  const HeadMotion& head, const GridPlace& place);
 

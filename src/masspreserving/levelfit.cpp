@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "masspreserving/linesolver.h"
+#include "masspreserving/posterior.h"
 #include "numerics/splitmix.h"
 
 namespace mirel {
@@ -105,6 +106,22 @@ double LevelFit::logLikelihood() {
       .logLikelihood;
 }
 
+double LevelFit::shareLeft(const NoiseFit& fit) const {
+  return std::max(leastShareLeft, 1.0 - known.degreesOfFreedom / std::max(fit.effectiveCount, 1.0));
+}
+
+Volume<float> LevelFit::variance(int draws) {
+  updateWeights();
+  objective.linearise(b, gradient);
+  const NoiseFit fit = fitNoise(objective.residuals(), objective.lowSlopes(),
+                                objective.highSlopes(), NoiseTails::normal);
+  return posteriorVariance(objective, lineSolver(), b, shareLeft(fit), draws);
+}
+
+double LevelFit::ratioSpread() const {
+  return objective.ratio != nullptr ? objective.ratio->spread(objective.means()) : 0.0;
+}
+
 LevelFit::Step LevelFit::step(double tolerance, int maxSolverIterations) {
   updateWeights();
   const double before = objective.linearise(b, gradient);
@@ -117,7 +134,7 @@ LevelFit::Step LevelFit::step(double tolerance, int maxSolverIterations) {
   double descent = dot(gradient, direction);
   direction *= -1.0F;
   Eigen::VectorXd ratioFrom, ratioStep;
-  const bool withRatio = objective.ratio != nullptr && !objective.ratio->isHeld();
+  const bool withRatio = objective.ratio != nullptr;
   if (withRatio) {
     RatioFit<float>& ratio = *objective.ratio;
     Volume<float> change(model.voxels());
@@ -202,6 +219,7 @@ void LevelFit::updateRatioWeights() {
   const Eigen::VectorXd spread = ratio.solve(signs - ratio.weighted(change));
   const auto weight = [&](double beta, int rank, const Eigen::VectorXd& roughSigns,
                           const Eigen::VectorXd& roughNow) {
+    if (rank <= 0) return beta;
     const double gamma =
         std::clamp(rank - beta * roughSigns.dot(spread), leastShareOfRank * rank, 1.0 * rank);
     const double roughness = now.coefficients.dot(roughNow);
@@ -216,15 +234,11 @@ void LevelFit::updateRatioWeights() {
 
 void LevelFit::updateStatistics(NoiseTails tails, RatioEvidence evidence) {
   known.degreesOfFreedom = std::max(traceEstimate(), 1.0);
-  if (objective.ratio != nullptr && !objective.ratio->isHeld() &&
-      evidence == RatioEvidence::updated)
-    updateRatioWeights();
+  if (objective.ratio != nullptr && evidence == RatioEvidence::updated) updateRatioWeights();
   const NoiseFit fit =
       fitNoise(objective.residuals(), objective.lowSlopes(), objective.highSlopes(), tails);
-  const double left =
-      std::max(leastShareLeft, 1.0 - known.degreesOfFreedom / std::max(fit.effectiveCount, 1.0));
   known.noise = fit.noise;
-  known.noise.variance = std::max(known.noise.variance / left, leastNoise * leastNoise);
+  known.noise.variance = std::max(known.noise.variance / shareLeft(fit), leastNoise * leastNoise);
   Volume<float> rough(b.dimensions(), 0.0F), scratch(b.dimensions(), 0.0F);
   form(1.0).apply(b, rough, scratch);
   const double roughness = dot(b, rough);

@@ -46,6 +46,13 @@ class LevelFit {
   /// Mean log likelihood of a residual over the whole volume, with the tails that fit it best.
   double logLikelihood();
 
+  /// How far the ratio of intensities varies (RatioFit::spread); 0 without one.
+  double ratioSpread() const;
+
+  /// Variance of the displacement at the voxels' centres given the images (see
+  /// `posteriorVariance`).
+  Volume<float> variance(int draws);
+
   const Volume<float>& displacement() const { return b; }
   const FitStatistics& statistics() const { return known; }
 
@@ -54,6 +61,7 @@ class LevelFit {
   Roughness<float> form(double weight) const;
   void updateWeights();
   double traceEstimate();
+  double shareLeft(const NoiseFit& fit) const;
   void updateRatioWeights();
 
   const MassModel<float>& model;

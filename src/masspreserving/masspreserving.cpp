@@ -30,10 +30,18 @@ constexpr double knotStep = 0.1;
 constexpr double levelCells = 6.0;
 // Their prior precisions before anything is known: shading of 1 %, contrasts of some per cent.
 constexpr double firstShapeWeight = 1e4, firstKnotWeight = 1e3;
-// By how much polynomials of degree 1 and 2 have to lower the residuals' variance to be taken.
-constexpr double shadingGain = 1.5, curvedShadingGain = 4.0;
-// Steps of the finest resolution that estimate the ratio; the coarser ones knew most of it.
-constexpr int mostFinestRatioSteps = 3;
+// What of the ratio is free: shading as polynomials up to degree 2, contrast, or both.
+struct RatioModel {
+  int degree = 0;
+  bool contrast = false;
+
+  bool isNone() const { return degree == 0 && !contrast; }
+};
+constexpr RatioModel shading{2, false}, contrast{0, true}, shadingAndContrast{2, true};
+// How much a ratio has to vary, as a standard deviation of its logarithm in the signal, and by how
+// much it has to lower the residuals' variance; and by how much more than contrast alone where
+// there is contrast, or both parts than one.
+constexpr double leastSpread = 0.0175, leastGain = 1.25, leastGainBesideOther = 2.0;
 constexpr double solverTolerance = 0.2;
 constexpr int mostSolverIterations = 60;
 // The motion needs fewer steps than the displacement, and its steps cost more.
@@ -41,6 +49,7 @@ constexpr int mostMovingIterations = 6;
 // At the finest resolution the response to motion is taken from the next coarser one and improved.
 constexpr int mostFinestMotionIterations = 3;
 constexpr int mostFinestMotionSteps = 3;
+constexpr int posteriorDraws = 16;
 
 // The prior precision of the roughness before anything is known: gradients of a tenth of a voxel
 // per voxel are ordinary.
@@ -67,16 +76,30 @@ class Estimation {
   void fitLevel(int level, Head mode);
   void startLevel(int level, Head mode);
   void runLevel(int level, Head mode);
+  // What a fit of the resolutions so far has found.
+  struct State {
+    Volume<float> b;
+    FitStatistics statistics;
+    HeadMotion head;
+    RatioModel model;
+    RatioKnowledge ratio;
+    double ratioSpread = 0.0;
+    double logLikelihood = 0.0;  // of a residual, at half the resolution
+  };
   void startRatio();
-  bool ratioLowersVariance(int degree, double gain);
+  State withRatio(RatioModel model, const State& from);
+  void chooseRatio();
+  bool ratioExplains(const State& with, const State& without, double gain) const;
   RatioBasis<float> ratioBasis(int level) const;
   CoarseGrid nodesOver(int level, double cells) const;
   glm::dvec3 voxelPart(int level) const {
     return glm::dvec3(gridOf(level).factor) / glm::dvec3(levels.front().voxels);
   }
-  bool headMoved();
+  bool findMotion(const State& still);
+  bool headMoved(const State& plain);
   Volume<float> seenByFirst(const Volume<float>& halfWay) const;
-  void report(int level, int iteration, const LevelFit::Step& step, const FitStatistics& now);
+  void finishDeviation();
+  void report(int level, int iteration, const LevelFit::Step& step, const FitStatistics& at);
 
   const PyramidLevel& gridOf(int level) const { return levels[static_cast<std::size_t>(level)]; }
   const Images& imagesOf(int level) const { return images[static_cast<std::size_t>(level)]; }
@@ -89,23 +112,19 @@ class Estimation {
   const std::function<void(const MassPreservingProgress&)>& progress;
   std::vector<PyramidLevel> levels;
   std::vector<Images> images;
-  Volume<float> b;
-  HeadMotion head;
-  FitStatistics statistics;
-  RatioKnowledge ratio;
-  int ratioDegree = 0;         // of its polynomials; 0: there is no local ratio
-  double logLikelihood = 0.0;  // of a residual, at the resolution before
+  State now;
+  MotionEvidence motionEvidence;
   MassPreservingResult result;
 };
 
 void Estimation::report(int level, int iteration, const LevelFit::Step& step,
-                        const FitStatistics& now) {
+                        const FitStatistics& at) {
   ++result.iterations;
   result.solverIterations += step.solverIterations;
   if (progress)
     progress({level, static_cast<int>(levels.size()), iteration, step.energy,
-              std::sqrt(0.5 * now.noise.variance), now.noise.nu, now.roughnessWeight,
-              now.degreesOfFreedom, step.largestStep, step.solverIterations});
+              std::sqrt(0.5 * at.noise.variance), at.noise.nu, at.roughnessWeight,
+              at.degreesOfFreedom, step.largestStep, step.solverIterations});
 }
 
 // What a resolution starts from: the transport, or what the next coarser one found.
@@ -113,21 +132,22 @@ void Estimation::startLevel(int level, Head mode) {
   const glm::ivec3 voxels = gridOf(level).voxels;
   if (isCoarsest(level)) {
     const glm::dvec3 spacing = gridOf(level).voxelMm;
-    b = transportStart<float>(imagesOf(level).first, imagesOf(level).second, spacing / spacing.y);
-    statistics = {};
+    now.b =
+        transportStart<float>(imagesOf(level).first, imagesOf(level).second, spacing / spacing.y);
+    now.statistics = {};
     startRatio();
-    statistics.roughnessWeight = firstRoughnessWeight(spacing);
-    head = {};
-    if (mode == Head::moving) head.response.fill(Volume<float>(b.dimensions(), 0.0F));
+    now.statistics.roughnessWeight = firstRoughnessWeight(spacing);
+    now.head = {};
+    if (mode == Head::moving) now.head.response.fill(Volume<float>(now.b.dimensions(), 0.0F));
     return;
   }
   const glm::ivec3 halved = gridOf(level + 1).halved;
-  b = prolong(b, voxels, halved);
-  statistics.noise = {};
+  now.b = prolong(now.b, voxels, halved);
+  now.statistics.noise = {};
   // Twice the voxels per displacement, in the square.
-  statistics.roughnessWeight /= halved.y * halved.y;
+  now.statistics.roughnessWeight /= halved.y * halved.y;
   if (mode == Head::moving)
-    for (Volume<float>& z : head.response) z = prolong(z, voxels, halved);
+    for (Volume<float>& z : now.head.response) z = prolong(z, voxels, halved);
 }
 
 void Estimation::fitLevel(int level, Head mode) {
@@ -136,30 +156,43 @@ void Estimation::fitLevel(int level, Head mode) {
 }
 
 void Estimation::startRatio() {
-  ratio = {};
-  ratio.shapeWeight = firstShapeWeight;
-  ratio.knotWeight = firstKnotWeight;
+  now.ratio = {};
+  now.ratio.shapeWeight = firstShapeWeight;
+  now.ratio.knotWeight = firstKnotWeight;
 }
 
-// Whether a ratio with polynomials of this degree lowers the residuals' variance by the factor
-// `gain` or more at half the resolution; if not, everything is left as it was.
-bool Estimation::ratioLowersVariance(int degree, double gain) {
-  Volume<float> plainB = b;
-  const FitStatistics plain = statistics;
-  const RatioKnowledge plainRatio = ratio;
-  const int plainDegree = ratioDegree;
-  const double plainLikelihood = logLikelihood;
+// Half the resolution again, with a ratio of intensities.
+Estimation::State Estimation::withRatio(RatioModel model, const State& from) {
+  now = from;
   startRatio();
-  ratioDegree = degree;
+  now.model = model;
   runLevel(1, Head::still);
+  return now;
+}
+
+bool Estimation::ratioExplains(const State& with, const State& without, double gain) const {
   // With heavy tails the likelihood measures the bulk, which a few places do not sway.
-  if (std::exp(2.0 * (logLikelihood - plainLikelihood)) > gain) return true;
-  b = std::move(plainB);
-  statistics = plain;
-  ratio = plainRatio;
-  ratioDegree = plainDegree;
-  logLikelihood = plainLikelihood;
-  return false;
+  return with.ratioSpread > leastSpread &&
+         std::exp(2.0 * (with.logLikelihood - without.logLikelihood)) > gain;
+}
+
+// Takes the ratio of intensities that explains the images, if any does; if not, everything is left
+// as it was.
+void Estimation::chooseRatio() {
+  const State plain = now;
+  const State shaded = withRatio(shading, plain), contrasted = withRatio(contrast, plain);
+  const bool hasShading = ratioExplains(shaded, plain, leastGain),
+             hasContrast = ratioExplains(contrasted, plain, leastGain);
+  if (!hasShading && !hasContrast) {
+    now = plain;
+    return;
+  }
+  // Contrast can be told from a displacement more easily.
+  const bool shadingFirst =
+      !hasContrast || (hasShading && ratioExplains(shaded, contrasted, leastGainBesideOther));
+  const State& first = shadingFirst ? shaded : contrasted;
+  if (!ratioExplains(withRatio(shadingAndContrast, plain), first, leastGainBesideOther))
+    now = first;
 }
 
 // Steps from the current displacement.
@@ -170,23 +203,23 @@ void Estimation::runLevel(int level, Head mode) {
   std::optional<MovingPair> moving;
   if (mode == Head::moving) {
     moving.emplace(model, pair.first, pair.second, placeOfLevel(level));
-    moving->hold(head.motion, b);
+    moving->hold(now.head.motion, now.b);
   }
   std::optional<RatioFit<float>> ratioFit;
-  if (ratioDegree > 0) ratioFit.emplace(ratioBasis(level), ratio);
-  LevelFit fit(model, gridOf(level).voxelMm, std::move(b), statistics,
+  if (!now.model.isNone()) ratioFit.emplace(ratioBasis(level), now.ratio);
+  LevelFit fit(model, gridOf(level).voxelMm, std::move(now.b), now.statistics,
                ratioFit ? &*ratioFit : nullptr);
   const int coarse =
       moving ? std::min(options.coarseIterations, mostMovingIterations) : options.coarseIterations;
   const int iterations = finest ? options.finestIterations : coarse;
   for (int i = 0; i < iterations; ++i) {
-    if (ratioFit && finest && i == mostFinestRatioSteps) ratioFit->hold();
     const bool last = finest && i + 1 == iterations;
     const LevelFit::Step step = fit.step(solverTolerance, mostSolverIterations);
     bool settled = step.largestStep < smallestStep;
     if (moving && !(finest && i >= mostFinestMotionSteps)) {
-      const MovingPair::Step moved = moving->step(
-          fit, head, solverTolerance, finest ? mostFinestMotionIterations : mostSolverIterations);
+      const MovingPair::Step moved =
+          moving->step(fit, now.head, solverTolerance,
+                       finest ? mostFinestMotionIterations : mostSolverIterations);
       result.solverIterations += moved.solverIterations;
       settled = settled && moved.largestVoxels < smallestMotion;
     }
@@ -199,10 +232,12 @@ void Estimation::runLevel(int level, Head mode) {
     report(level, i, step, fit.statistics());
     if (settled) break;
   }
-  b = fit.displacement();
-  statistics = fit.statistics();
-  if (ratioFit) ratio = ratioFit->knowledge();
-  if (level == 1) logLikelihood = fit.logLikelihood();
+  if (finest && options.uncertainty) result.deviationVoxels = fit.variance(posteriorDraws);
+  now.b = fit.displacement();
+  now.statistics = fit.statistics();
+  if (ratioFit) now.ratio = ratioFit->knowledge();
+  now.ratioSpread = fit.ratioSpread();
+  if (level == 1) now.logLikelihood = fit.logLikelihood();
 }
 
 // Nodes that are an n-th of the longest edge of the volume apart, for a resolution's voxels.
@@ -214,7 +249,11 @@ CoarseGrid Estimation::nodesOver(int level, double cells) const {
 }
 
 RatioBasis<float> Estimation::ratioBasis(int level) const {
-  return {gridOf(level).voxels,        voxelPart(level), ratioDegree, knotCount, knotStep,
+  return {gridOf(level).voxels,
+          voxelPart(level),
+          now.model.degree,
+          now.model.contrast ? knotCount : 0,
+          knotStep,
           nodesOver(level, levelCells)};
 }
 
@@ -224,38 +263,56 @@ void Estimation::fitCoarse(Head mode) {
 
 // The map where the head was in the first image, from that half way.
 Volume<float> Estimation::seenByFirst(const Volume<float>& halfWay) const {
-  Volume<float> map = MovedImage(halfWay, placeOfLevel(0)).through(head.motion.half());
+  Volume<float> map = MovedImage(halfWay, placeOfLevel(0)).through(now.head.motion.half());
   limitStretch(map, static_cast<float>(largestStretch));
   return map;
 }
 
-// Fits the coarse resolutions again with a moving head, and keeps that if the head moved. What of
-// its motion runs along y is then settled.
-bool Estimation::headMoved() {
-  Volume<float> stillB = std::move(b);
-  const FitStatistics still = statistics;
-  const RatioKnowledge stillRatio = ratio;
+// Fits the coarse resolutions again with a moving head, and keeps that if the head moved since
+// `still`.
+bool Estimation::findMotion(const State& still) {
   fitCoarse(Head::moving);
   const Images& pair = imagesOf(1);
-  const GridPlace place = placeOfLevel(1);
-  MotionEvidence evidence(pair.first, pair.second, b, head, place);
-  evidence.varianceRatio = still.noise.variance / statistics.noise.variance;
-  result.motionMm = evidence.displacementMm;
-  result.motionChiSquare = evidence.chiSquare;
-  result.motionVarianceRatio = evidence.varianceRatio;
+  motionEvidence = MotionEvidence(pair.first, pair.second, now.b, now.head, placeOfLevel(1));
+  motionEvidence.varianceRatio = still.statistics.noise.variance / now.statistics.noise.variance;
   const glm::dvec3 mm = levels.front().voxelMm;
-  if (!evidence.isMotion(std::min({mm.x, mm.y, mm.z}))) {
-    b = std::move(stillB);
-    statistics = still;
-    ratio = stillRatio;
-    head = {};
-    return false;
+  if (motionEvidence.isMotion(std::min({mm.x, mm.y, mm.z}))) return true;
+  now = still;
+  return false;
+}
+
+// Whether the head moved, by the fit without motion that was made last and, where that has a ratio
+// of intensities, by `plain`, which has none. Motion at edges looks like a contrast: so a ratio is
+// kept beside a motion only where the images need it with the motion, too.
+bool Estimation::headMoved(const State& plain) {
+  const State still = now;
+  bool moved = findMotion(still);
+  if (moved && !still.model.isNone()) {
+    const State both = now;
+    const MotionEvidence ofBoth = motionEvidence;
+    now = plain;
+    if (!findMotion(plain) || ratioExplains(both, now, leastGain)) {
+      now = both;
+      motionEvidence = ofBoth;
+    }
   }
-  if (evidence.isLarge()) {
-    b -= static_cast<float>(evidence.meanShift);
-    head.motion.translationMm.y = -2.0 * evidence.meanShift * place.voxelMm.y;
+  result.motionMm = motionEvidence.displacementMm;
+  result.motionChiSquare = motionEvidence.chiSquare;
+  result.motionVarianceRatio = motionEvidence.varianceRatio;
+  if (moved && motionEvidence.isLarge()) {
+    now.b -= static_cast<float>(motionEvidence.meanShift);
+    now.head.motion.translationMm.y = -2.0 * motionEvidence.meanShift * placeOfLevel(1).voxelMm.y;
   }
-  return true;
+  return moved;
+}
+
+// From the variance half way to the deviation where the head was in the first image.
+void Estimation::finishDeviation() {
+  Volume<float>& deviation = result.deviationVoxels;
+  if (!now.head.motion.isNone())
+    deviation = MovedImage(deviation, placeOfLevel(0)).through(now.head.motion.half());
+  for (int i = 0; i < deviation.size(); ++i)
+    deviation.data()[i] = std::sqrt(std::max(deviation.data()[i], 0.0F));
 }
 
 void Estimation::makeImages(const Volume<float>& first, const Volume<float>& second) {
@@ -268,6 +325,7 @@ void Estimation::makeImages(const Volume<float>& first, const Volume<float>& sec
 MassPreservingResult Estimation::run(const Volume<float>& first, const Volume<float>& second,
                                      const glm::dvec3& voxelMm) {
   result.shiftVoxels = Volume<float>(first.dimensions(), 0.0F);
+  if (options.uncertainty) result.deviationVoxels = result.shiftVoxels;
   const double signal1 = signalLevel(first), signal2 = signalLevel(second);
   if (!(signal1 > 0.0) || !(signal2 > 0.0)) return std::move(result);
   const double logScale = options.estimateScale ? logSignalRatio(first, second) : 0.0;
@@ -278,20 +336,23 @@ MassPreservingResult Estimation::run(const Volume<float>& first, const Volume<fl
              scaledImage(second, std::exp(0.5 * logScale) / signal));
 
   fitCoarse(Head::still);
-  if (options.localRatio && options.estimateScale && levels.size() > 1 &&
-      ratioLowersVariance(1, shadingGain))
-    ratioLowersVariance(2, curvedShadingGain);
-  const bool moved = options.estimateMotion && levels.size() > 1 && headMoved();
+  const State plain = now;
+  if (options.localRatio && options.estimateScale && levels.size() > 1) chooseRatio();
+  const bool moved = options.estimateMotion && levels.size() > 1 && headMoved(plain);
   fitLevel(0, moved ? Head::moving : Head::still);
 
-  result.shiftVoxels = edgesToVoxels(b, largestStretch);
+  result.shiftVoxels = edgesToVoxels(now.b, largestStretch);
   if (moved) result.shiftVoxels = seenByFirst(result.shiftVoxels);
-  result.motion = head.motion;
+  if (options.uncertainty) finishDeviation();
+  result.motion = now.head.motion;
   result.scale = std::exp(logScale);
-  result.noiseSigma = std::sqrt(0.5 * statistics.noise.variance) * signal;
-  result.noiseTails = statistics.noise.nu;
-  result.roughnessWeight = statistics.roughnessWeight;
-  result.degreesOfFreedom = statistics.degreesOfFreedom;
+  result.shading = now.model.degree > 0;
+  result.contrast = now.model.contrast;
+  result.ratioSpread = now.ratioSpread;
+  result.noiseSigma = std::sqrt(0.5 * now.statistics.noise.variance) * signal;
+  result.noiseTails = now.statistics.noise.nu;
+  result.roughnessWeight = now.statistics.roughnessWeight;
+  result.degreesOfFreedom = now.statistics.degreesOfFreedom;
   return std::move(result);
 }
 

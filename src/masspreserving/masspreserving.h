@@ -16,9 +16,10 @@ struct MassPreservingOptions {
   bool estimateScale = true;
   /// Estimate the head's motion between the images; otherwise there is none.
   bool estimateMotion = true;
-  /// Let the intensity scale vary with place and contrast where that explains the images better.
-  /// Off: small motions of the head are taken for a ratio too easily (docs/mass-preserving.md).
-  bool localRatio = false;
+  /// Let the intensity scale vary with place or contrast where that explains the images better.
+  bool localRatio = true;
+  /// Also find out how uncertain the displacement is.
+  bool uncertainty = false;
   /// Gauss-Newton steps per resolution at most.
   int coarseIterations = 10;
   int finestIterations = 8;
@@ -41,8 +42,15 @@ struct MassPreservingProgress {
 struct MassPreservingResult {
   /// b in voxels along y, at the voxels of the undistorted image.
   Volume<float> shiftVoxels;
+  /// Standard deviation of b given the images, by the model, if that was asked for (see
+  /// `posteriorVariance`); otherwise empty.
+  Volume<float> deviationVoxels;
   /// Intensity of the first image over that of the second, g in I1 = g I2 after correction.
   double scale = 1.0;
+  /// Whether that varies with place (shading) or with the intensity (contrast), and how far: the
+  /// standard deviation of its logarithm in the signal.
+  bool shading = false, contrast = false;
+  double ratioSpread = 0.0;
   /// The head's motion from the first to the second image, in mm along the axes of the grid and
   /// about its middle; none if it was not estimated or is not significant. What of it runs along y
   /// is a convention (docs/mass-preserving.md).

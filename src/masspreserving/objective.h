@@ -69,7 +69,7 @@ class Objective {
  private:
   double addDataTerms(const Volume<Real>& b, Volume<Real>* gradient);
   void evaluate(const Volume<Real>& b);
-  bool eliminates() const { return ratio != nullptr && !ratio->isHeld(); }
+  bool eliminates() const { return ratio != nullptr; }
   void addGradientOf(const Volume<Real>& v, Volume<Real>& out) const;
   double valueOfPriors(const Volume<Real>& b);
 

@@ -1,5 +1,6 @@
 #include "masspreserving/ratiofit.h"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -82,6 +83,20 @@ double RatioFit<Real>::priorEnergy() const {
   const Eigen::VectorXd& c = known.coefficients;
   return 0.5 * (known.shapeWeight * c.dot(shapeRoughness(c)) +
                 known.knotWeight * c.dot(knotRoughness(c)));
+}
+
+template <typename Real>
+double RatioFit<Real>::spread(const Volume<Real>& mean) const {
+  double total = 0.0, sum = 0.0, squares = 0.0;
+  for (int i = 0; i < mean.size(); ++i) {
+    const double t = mean.data()[i], w = t * t;
+    const double a = 2.0 * std::log(static_cast<double>(ratioRoot.data()[i]));
+    total += w;
+    sum += w * a;
+    squares += w * a * a;
+  }
+  return total > 0.0 ? std::sqrt(std::max(squares / total - sum * sum / (total * total), 0.0))
+                     : 0.0;
 }
 
 template <typename Real>

@@ -36,9 +36,9 @@ class RatioFit {
   /// c'Pc / 2.
   double priorEnergy() const;
 
-  /// Keeps the coefficients from here on: the ratio counts, but is not estimated any more.
-  void hold() { held = true; }
-  bool isHeld() const { return held; }
+  /// How far the logarithm of the ratio varies: its standard deviation over the voxels, weighted
+  /// with the squares of `mean`.
+  double spread(const Volume<Real>& mean) const;
 
   /// Takes A and the gradient g_c from weights, residuals and means (voxels).
   void linearise(const Volume<Real>& weight, const Volume<Real>& residual,
@@ -58,7 +58,6 @@ class RatioFit {
   int knots() const { return basis.size() - basis.shapes(); }
 
  private:
-  bool held = false;
   Eigen::MatrixXd prior() const;
   void updateRoot();
 

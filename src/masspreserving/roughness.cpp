@@ -1,5 +1,8 @@
 #include "masspreserving/roughness.h"
 
+#include <array>
+#include <cmath>
+
 namespace mirel {
 
 template <typename Real>
@@ -49,6 +52,32 @@ void Roughness<Real>::apply(const Volume<Real>& b, Volume<Real>& out, Volume<Rea
   laplacian(b, scratch);
   for (int i = 0; i < n; ++i) scratch.data()[i] = g * b.data()[i] + c * scratch.data()[i];
   laplacian(scratch, out);
+}
+
+template <typename Real>
+void Roughness<Real>::addRoot(const std::function<Real()>& next, Volume<Real>& out) const {
+  const std::array<int, 3> steps{1, dims.x, dims.x * dims.y};
+  const std::array<double, 3> inverse{inverseX, inverseY, inverseZ};
+  for (int axis = 0; axis < 3; ++axis) {
+    const Real factor =
+        static_cast<Real>(std::sqrt(gradient * inverse[static_cast<std::size_t>(axis)]));
+    const int step = steps[static_cast<std::size_t>(axis)];
+    for (int z = 0; z < dims.z; ++z)
+      for (int y = 0; y < dims.y; ++y)
+        for (int x = 0; x < dims.x; ++x) {
+          if (glm::ivec3(x, y, z)[axis] + 1 == dims[axis]) continue;
+          const int i = out.index(x, y, z);
+          const Real value = factor * next();
+          out.data()[i] += value;
+          out.data()[i + step] -= value;
+        }
+  }
+  if (bending == 0.0) return;
+  Volume<Real> drawn(dims), curved(dims);
+  for (int i = 0; i < drawn.size(); ++i) drawn.data()[i] = next();
+  laplacian(drawn, curved);
+  const Real factor = static_cast<Real>(std::sqrt(bending));
+  for (int i = 0; i < drawn.size(); ++i) out.data()[i] += factor * curved.data()[i];
 }
 
 template <typename Real>

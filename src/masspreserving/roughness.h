@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <glm/vec3.hpp>
 
 #include "containers/volume.h"
@@ -25,6 +26,10 @@ class Roughness {
   void laplacian(const Volume<Real>& b, Volume<Real>& out) const;
   /// out = (gradientWeight L + bendingWeight L^2) b.
   void apply(const Volume<Real>& b, Volume<Real>& out, Volume<Real>& scratch) const;
+
+  /// out += F z with F F' the form's matrix: a draw from it, where `next` gives the values of z,
+  /// independent ones of mean 0 and variance 1 (one for each pair of neighbours and each voxel).
+  void addRoot(const std::function<Real()>& next, Volume<Real>& out) const;
 
   /// Row j of the band matrix that couples the values of one column along y: entries for j, j + 1
   /// and j + 2 (0 off the grid). The couplings along x and z contribute their diagonal.

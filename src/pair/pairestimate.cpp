@@ -54,9 +54,11 @@ double doneAt(const MassPreservingProgress& state) {
   return finished * (state.iteration + 1) / (state.iteration + 2);
 }
 
-MassPreservingResult massPreserving(const EstimateFrame& frame, bool motion, Progress& progress) {
+MassPreservingResult massPreserving(const EstimateFrame& frame, const EstimateSettings& settings,
+                                    Progress& progress) {
   MassPreservingOptions options;
-  options.estimateMotion = motion;
+  options.estimateMotion = settings.motion;
+  options.uncertainty = settings.uncertainty;
   // The coarse resolutions come a second time when motion is looked for.
   double done = 0.0;
   return estimateMassPreserving(frame.first(), frame.second(), frame.voxelMm(), options,
@@ -94,9 +96,13 @@ Found estimateMap(const PairInput& pair, const EstimateSettings& settings, PairE
   if (settings.estimator == Estimator::search)
     return estimateBySearch(pair, settings, estimate, progress);
   const EstimateFrame frame(pair, pair.axis(), OtherAxes::byPatient);
-  MassPreservingResult result = massPreserving(frame, settings.motion, progress);
+  MassPreservingResult result = massPreserving(frame, settings, progress);
   requireUsable(result.shiftVoxels);
   estimate.intensityRatio = result.scale;
+  estimate.shading = result.shading;
+  estimate.contrast = result.contrast;
+  estimate.intensityRatioSpread = result.ratioSpread;
+  if (settings.uncertainty) estimate.deviation = frame.back(std::move(result.deviationVoxels));
   Found found;
   if (!result.motion.isNone()) {
     estimate.motion = frame.back(result.motion);

@@ -26,6 +26,8 @@ struct EstimateSettings {
   Estimator estimator = Estimator::massPreserving;
   /// Of the mass-preserving estimate: allow for motion of the head between the images.
   bool motion = true;
+  /// Of the mass-preserving estimate: also tell how uncertain the map is.
+  bool uncertainty = false;
   /// Of the search. The default is the variant closest to measured fields (docs/accuracy.md).
   EstimateOptions search{.fast = false, .useSsd = false, .intensityCorrection = true};
   /// Factor on the intensities; 0: such that the estimators' threshold of 100 lies between head
@@ -34,6 +36,9 @@ struct EstimateSettings {
   /// Whether the corrected images are scaled by the local density change. Nothing: as the estimator
   /// has it: with the mass-preserving one, whose model it is, not with the search.
   std::optional<Modulation> modulation;
+
+  /// The search knows no motion.
+  bool looksForMotion() const { return motion && estimator == Estimator::massPreserving; }
 
   Modulation usedModulation() const {
     return modulation.value_or(estimator == Estimator::massPreserving ? Modulation::on
@@ -55,6 +60,9 @@ struct PairFindings {
   /// Of the mass-preserving estimate: intensity of A over that of B, and the head's motion from A
   /// to B in mm along i, j, k and about the middle of the grid, if there was any.
   double intensityRatio = 1;
+  /// Whether that ratio varies with place or with the intensity, and its standard deviation then.
+  bool shading = false, contrast = false;
+  double intensityRatioSpread = 0;
   std::optional<RigidMotion> motion;
   PairAgreement agreement;
   /// Its reasons are the warnings about the pair's result.
@@ -64,6 +72,8 @@ struct PairFindings {
 struct PairEstimate : PairFindings {
   /// Voxels along the phase-encoding axis; forward for A, and negated forward for B.
   Volume<float> shift;
+  /// Standard deviation of `shift` given the images, where it was asked for.
+  std::optional<Volume<float>> deviation;
   /// B is corrected in the head's place in A.
   Volume<float> correctedA, correctedB, mean;
   /// The mean of the images without spikes, where they had any: what others are compared with.

@@ -120,6 +120,9 @@ void addDoubts(PairInput& pair) {
     for (const std::string& doubt :
          bids::doubtsAboutSecondCorrection(options.file, image->acquisition))
       addOnce(pair.warnings, doubt);
+    for (const std::string& doubt :
+         bids::doubtsAboutAcquiredLines(options.file, image->acquisition))
+      addOnce(pair.notes, doubt);
   }
   for (const std::string& doubt :
        bids::doubtsAboutSubject(pair.b.options.file, pair.a.options.file))

@@ -2,7 +2,7 @@
 // measured on its own, against itself along another axis, and against a simulated truth.
 //
 //   MIREL_TEST_DATA=folder mirel_accuracy [brain|series|sphere|phantom|simulated|small ...]
-//   [--scale F]
+//   [--scale F] [--only VARIANT]
 
 #include <algorithm>
 #include <chrono>
@@ -52,7 +52,10 @@ struct Pair {
   glm::dvec3 voxelMm{1};
 };
 
-double fixedScale = 0;  // --scale, 0: automatic
+double fixedScale = 0;    // --scale, 0: automatic
+std::string onlyVariant;  // --only, empty: all
+
+bool isWanted(const Variant& variant) { return onlyVariant.empty() || variant.name == onlyVariant; }
 
 std::string dataFolder() {
   const std::string folder = niftifiles::dataFolder();
@@ -154,6 +157,7 @@ void brain() {
   print("uncorrected", Volume<float>(measured.dimensions(), 0.0f), 0);
   print("measured field", measured * -readout, 0);
   for (const Variant& variant : variants) {
+    if (!isWanted(variant)) continue;
     const Estimated result = estimate(pair, variant);
     print(variant.name, result.vdm, result.seconds);
   }
@@ -185,6 +189,7 @@ void sphere() {
   const Volume<float> zero(base.first.image.dimensions(), 0.0f);
   const Volume<float> zeroAcross(across.first.image.dimensions(), 0.0f);
   for (const Variant& variant : variants) {
+    if (!isWanted(variant)) continue;
     const Volume<float> vdm = estimate(base, variant).vdm;
     const Volume<float> vdmAcross = estimate(across, variant).vdm;
     // Corrected images of both pairs say where the sphere is; its rim is left out.
@@ -237,6 +242,7 @@ void phantom() {
   print("uncorrected", Volume<float>(made.ap.dimensions(), 0.0f), 0);
   print("truth", made.shiftVoxels, 0);
   for (const Variant& variant : variants) {
+    if (!isWanted(variant)) continue;
     const Estimated result = estimate(pair, variant);
     print(variant.name, result.vdm, result.seconds);
   }
@@ -268,6 +274,7 @@ void simulated() {
     };
     print("uncorrected", Volume<float>(made.first.dimensions(), 0.0f), 0);
     for (const Variant& variant : variants) {
+      if (!isWanted(variant)) continue;
       const Estimated result = estimate(pair, variant);
       print(variant.name, result.vdm, result.seconds);
     }
@@ -287,6 +294,7 @@ void small() {
   std::printf("| uncorrected | %.3f | %.3f | |\n", correctedCorrelation(pair, zero, false, head),
               correctedCorrelation(pair, zero, true, head));
   for (const Variant& variant : variants) {
+    if (!isWanted(variant)) continue;
     const Estimated result = estimate(pair, variant);
     std::printf("| %s | %.3f | %.3f | %.1f |\n", variant.name,
                 correctedCorrelation(pair, result.vdm, false, head),
@@ -305,6 +313,8 @@ int main(int argc, char** argv) {
       const std::string word = argv[i];
       if (word == "--scale" && i + 1 < argc)
         fixedScale = std::stod(argv[++i]);
+      else if (word == "--only" && i + 1 < argc)
+        onlyVariant = argv[++i];
       else
         parts.push_back(word);
     }

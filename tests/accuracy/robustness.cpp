@@ -2,11 +2,14 @@
 // the unspoiled pair of the same head:
 //
 //   mirel_robustness [--size NX NY NZ] [--shift VOXELS] [--seeds N N ...] [--measured] [--row TEXT]
-//                    [--details] [--local-ratio]
+//                    [--details] [--no-local-ratio] [--uncertainty]
 //
 // Heads are simulated, with one seed each; with --measured they are made from the magnitude and
 // field in MIREL_TEST_DATA. --row takes the rows whose name holds the text, and the first.
+// --uncertainty prints the errors over the deviations that the estimate tells.
 
+#include <algorithm>
+#include <array>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
@@ -14,6 +17,7 @@
 #include <ctime>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "accuracy/spoiledpairs.h"
@@ -54,8 +58,10 @@ Wanted parse(int argc, char** argv) {
       wanted.measured = true;
     } else if (option == "--details") {
       wanted.details = true;
-    } else if (option == "--local-ratio") {
-      wanted.options.localRatio = true;
+    } else if (option == "--no-local-ratio") {
+      wanted.options.localRatio = false;
+    } else if (option == "--uncertainty") {
+      wanted.options.uncertainty = true;
     } else if (option == "--row") {
       wanted.row = next();
     } else {
@@ -65,8 +71,30 @@ Wanted parse(int argc, char** argv) {
   return wanted;
 }
 
+// Deviations that the estimate tells against its errors, in quarters of the scored voxels by the
+// deviation told.
+struct ToldErrors {
+  static constexpr std::size_t bins = 4;
+  std::array<double, bins> told{}, errors{};
+
+  void add(const MassPreservingResult& found, const SpoiledPair& pair) {
+    std::vector<std::pair<double, double>> all;
+    for (int i = 0; i < pair.scored.size(); ++i)
+      if (pair.scored.data()[i] != 0)
+        all.emplace_back(found.deviationVoxels.data()[i],
+                         found.shiftVoxels.data()[i] - pair.shiftVoxels.data()[i]);
+    std::sort(all.begin(), all.end());
+    for (std::size_t i = 0; i < all.size(); ++i) {
+      told[i * bins / all.size()] += all[i].first * all[i].first;
+      errors[i * bins / all.size()] += all[i].second * all[i].second;
+    }
+  }
+};
+
 struct Score {
+  ToldErrors deviations;
   double squares = 0.0, spoiledSquares = 0.0, largest = 0.0, seconds = 0.0;
+  double voxels = 0.0;  // scored, of a pair
   int pairs = 0, spoiledPairs = 0;
 
   double rms() const { return std::sqrt(squares / pairs); }
@@ -89,6 +117,8 @@ void add(Score& score, const SpoiledPair& pair, const SpoilableHead& head, const
   const double rms = rmsDifference(found.shiftVoxels, pair.shiftVoxels, pair.scored);
   score.squares += rms * rms;
   ++score.pairs;
+  score.voxels = count(pair.scored);
+  if (wanted.options.uncertainty) score.deviations.add(found, pair);
   if (count(pair.spoiled) > 0) {
     const double inside = rmsDifference(found.shiftVoxels, pair.shiftVoxels, pair.spoiled);
     score.spoiledSquares += inside * inside;
@@ -139,6 +169,11 @@ void run(const Wanted& wanted) {
       std::printf(" | |");
     }
     std::printf(" %.2f |\n", score.seconds / score.pairs);
+    for (std::size_t k = 0; k < ToldErrors::bins && wanted.options.uncertainty; ++k)
+      std::printf(
+          "  told %.4f, error over it %.2f\n",
+          std::sqrt(score.deviations.told[k] * ToldErrors::bins / score.pairs / score.voxels),
+          std::sqrt(score.deviations.errors[k] / score.deviations.told[k]));
     std::fflush(stdout);
   }
 }

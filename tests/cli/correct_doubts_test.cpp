@@ -130,6 +130,20 @@ TEST_F(Doubts, SidecarsThatContradictThemselves) {
               HasSubstr("Warning: " + file("run.json") + found));
 }
 
+TEST_F(Doubts, FewerLinesAcquiredThanTheReadoutTimeCounts) {
+  const std::string a = copied(ap('j'), "a.nii.gz"), run = copied(bold('j'), "run.nii.gz");
+  const json sidecar = {{"PhaseEncodingDirection", "j-"},
+                        {"TotalReadoutTime", 0.0278},
+                        {"EffectiveEchoSpacing", 0.0012},
+                        {"AcquisitionMatrixPE", 24},
+                        {"ReconMatrixPE", 32}};
+  write("a.json", sidecar.dump());
+  write("run.json", sidecar.dump());
+  const std::string text = said({"correct", a, pa('j'), "--fast", "--apply", run});
+  for (const std::string& image : {a, run})
+    EXPECT_THAT(text, HasSubstr("Note: 24 of 32 lines of " + image + " were acquired"));
+}
+
 TEST_F(Doubts, ReadoutTimesThatDifferOrAreEstimates) {
   EXPECT_THAT(said({"correct", ap('i'), pa('i'), "--fast", "--quiet", "--readout", "0.04",
                     "--readout-b", "0.05"}),

@@ -90,6 +90,10 @@ TEST_F(CorrectEstimator, WithoutMotionToFindChangesNothing) {
   ASSERT_EQ(correct({}).status, 0);
   const ProgramResult plain = correct({"--no-motion"}, "plain");
   ASSERT_EQ(plain.status, 0) << plain.err;
+  EXPECT_THAT(plain.err, AllOf(HasSubstr("Head motion between the images: not looked for"),
+                               Not(HasSubstr("none found"))));
+  const nlohmann::json told = nlohmann::json::parse(correct({"--no-motion", "--json"}, "told").out);
+  EXPECT_EQ(told["estimateMotion"], false);
   EXPECT_EQ(map(), map("plain"));
   EXPECT_EQ(imageIn(out("sub-phantom_dir-PA_desc-preproc_epi.nii.gz")),
             imageIn(file("plain/sub-phantom_dir-PA_desc-preproc_epi.nii.gz")));

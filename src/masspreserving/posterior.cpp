@@ -1,0 +1,110 @@
+#include "masspreserving/posterior.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <glm/vec3.hpp>
+#include <vector>
+
+#include "numerics/splitmix.h"
+
+namespace mirel {
+
+namespace {
+
+constexpr double solverTolerance = 0.003;
+constexpr int mostIterations = 400;
+constexpr int blockEdge = 3;
+
+// Reproducible random numbers, one after the other.
+class Draws {
+ public:
+  explicit Draws(std::uint64_t stream) : state(stream << 40U) {}
+  float sign() { return (splitMix64(state++) & 1U) != 0 ? 1.0F : -1.0F; }
+  int below(int n) {
+    return static_cast<int>((splitMix64(state++) >> 8U) % static_cast<std::uint64_t>(n));
+  }
+
+ private:
+  std::uint64_t state;
+};
+
+// The residuals with a sign for each block, the blocks' corner drawn as well.
+Volume<float> signedBlocks(const Volume<float>& residuals, float factor, Draws& draws) {
+  const glm::ivec3 size = residuals.dimensions(), blocks = size / blockEdge + 2;
+  std::vector<float> signs;
+  for (int k = 0; k < blocks.x * blocks.y * blocks.z; ++k) signs.push_back(factor * draws.sign());
+  glm::ivec3 corner;
+  for (int axis = 0; axis < 3; ++axis) corner[axis] = draws.below(blockEdge);
+  Volume<float> result(size);
+  for (int z = 0; z < size.z; ++z)
+    for (int y = 0; y < size.y; ++y)
+      for (int x = 0; x < size.x; ++x) {
+        const glm::ivec3 k = (glm::ivec3(x, y, z) + corner) / blockEdge;
+        result.at(x, y, z) =
+            residuals.at(x, y, z) *
+            signs[static_cast<std::size_t>((k.z * blocks.y + k.y) * blocks.x + k.x)];
+      }
+  return result;
+}
+
+// J'W of the residuals with their signs, and the roots of the barrier's and of the roughness'
+// second derivatives times signs.
+Volume<float> draw(const Objective<float>& objective, const Volume<float>& b, float factor,
+                   Draws& draws) {
+  Volume<float> u(b.dimensions());
+  Volume<float> residuals = signedBlocks(objective.residuals(), factor, draws);
+  objective.takeRatioFrom(residuals);
+  objective.gradientOf(residuals, u);
+  for (int z = 0; z < b.nz(); ++z)
+    for (int j = 0; j + 1 < b.ny(); ++j)
+      for (int x = 0; x < b.nx(); ++x) {
+        const Barrier barrier(static_cast<double>(b.at(x, j + 1, z)) - b.at(x, j, z));
+        const float value = draws.sign() * static_cast<float>(std::sqrt(barrier.second));
+        u.at(x, j, z) -= value;
+        u.at(x, j + 1, z) += value;
+      }
+  objective.roughnessForm().addRoot([&] { return draws.sign(); }, u);
+  return u;
+}
+
+// Mean over the neighbours within one voxel along an axis, as far as there are any.
+Volume<float> smoothedAlong(const Volume<float>& v, int axis) {
+  Volume<float> result(v.dimensions());
+  const glm::ivec3 size = v.dimensions();
+  for (int z = 0; z < size.z; ++z)
+    for (int y = 0; y < size.y; ++y)
+      for (int x = 0; x < size.x; ++x) {
+        glm::ivec3 low(x, y, z), high = low;
+        low[axis] = std::max(low[axis] - 1, 0);
+        high[axis] = std::min(high[axis] + 1, size[axis] - 1);
+        result.at(x, y, z) = (v[low] + v.at(x, y, z) + v[high]) / 3.0F;
+      }
+  return result;
+}
+
+}  // namespace
+
+Volume<float> posteriorVariance(Objective<float>& objective, const LineSolver<float>& lines,
+                                const Volume<float>& b, double shareLeft, int count) {
+  const auto product = [&](const Volume<float>& v, Volume<float>& out) {
+    objective.product(v, out);
+  };
+  const float factor = static_cast<float>(1.0 / std::sqrt(shareLeft));
+  Volume<float> variance(objective.residuals().dimensions(), 0.0F), x;
+  for (int k = 0; k < count; ++k) {
+    Draws draws(static_cast<std::uint64_t>(k) + 1);
+    conjugateGradients<float>(product, lines, draw(objective, b, factor, draws), x, solverTolerance,
+                              mostIterations);
+    for (int z = 0; z < variance.nz(); ++z)
+      for (int y = 0; y < variance.ny(); ++y)
+        for (int i = 0; i < variance.nx(); ++i) {
+          const float centre = 0.5F * (x.at(i, y, z) + x.at(i, y + 1, z));
+          variance.at(i, y, z) += centre * centre / static_cast<float>(count);
+        }
+  }
+  for (int axis = 0; axis < 3; ++axis) variance = smoothedAlong(variance, axis);
+  return variance;
+}
+
+}  // namespace mirel

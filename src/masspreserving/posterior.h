@@ -1,0 +1,28 @@
+#pragma once
+
+#include <glm/vec3.hpp>
+
+#include "containers/volume.h"
+#include "masspreserving/linesolver.h"
+#include "masspreserving/objective.h"
+
+namespace mirel {
+
+/// Variance of the displacement given the images, in squared voxels, at the voxels' centres (nx,
+/// ny - 1, nz). `objective` was linearised at b; with its Hessian H = J'WJ + B + R (residuals,
+/// barrier, roughness) the covariance would be H^-1 if residuals were independent noise of the
+/// variance 1/W. They are correlated between neighbours, and more than noise in places, so that
+/// it is taken from them, as for clustered data:
+///
+///   H^-1 (S + B + R) H^-1,   S = sum over blocks of J'W r r' W J / shareLeft
+///
+/// with blocks of 3 x 3 x 3 voxels. `shareLeft` is what fitting b left of the residuals' degrees of
+/// freedom, (0, 1]. A vector of S + B + R's covariance is a sum of its parts' square roots times
+/// signs (G. Papandreou & A. Yuille, NIPS 23, 2010; for S, the residuals with a sign for each
+/// block: C.-F. J. Wu, Ann. Stat. 14:1261, 1986); the squares of H^-1 times `count` such vectors
+/// are averaged, also over each voxel and its 26 neighbours, between which the variance changes
+/// little. Signs are reproducible. `lines` is the preconditioner of H.
+Volume<float> posteriorVariance(Objective<float>& objective, const LineSolver<float>& lines,
+                                const Volume<float>& b, double shareLeft, int count);
+
+}  // namespace mirel
