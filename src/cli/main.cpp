@@ -73,6 +73,7 @@ int runLine(int argc, char** argv) {
                  "Load the plugin from FILE (default: libMirelPlugin.so beside the program)")
       ->type_name("FILE");
   addCorrectCommand(app, program);
+  addBidsCommand(app, program);
   addEstimateCommand(app, program);
   addApplyCommand(app, program);
   addFieldCommand(app, program);
