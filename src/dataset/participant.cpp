@@ -18,7 +18,7 @@ namespace {
 
 // What the estimate holds per voxel of a pair, and a correction per voxel and thread; measured
 // (docs/datasets.md).
-constexpr double bytesPerVoxelOfPair = 700, bytesPerVoxelOfVolume = 48, bytesAlways = 40e6;
+constexpr double bytesPerVoxelOfPair = 160, bytesPerVoxelOfVolume = 48, bytesAlways = 20e6;
 
 /// Lets a job of one subject be ended; how far it is is told by subject.
 class JobProgress : public Progress {
