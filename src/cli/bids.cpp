@@ -8,6 +8,8 @@
 #include "cli/interrupt.h"
 #include "cli/numbers.h"
 #include "cli/progressbar.h"
+#include "dataset/description.h"
+#include "dataset/group.h"
 #include "dataset/participant.h"
 #include "host/session.h"
 
@@ -116,6 +118,22 @@ int runBids(const Options& options) {
   return status;
 }
 
+int runGroup(const Options& options) {
+  const std::string& out = options.job.output;
+  const std::vector<dataset::GroupRow> rows = dataset::groupRows(out);
+  for (const dataset::GroupRow& row : rows)
+    if (!row.outlier.empty())
+      std::cerr << "Outlier: " << row.image << " in " << row.outlier << "\n";
+  if (options.dryRun) {
+    std::cout << groupTsv(rows);
+    return exitSuccess;
+  }
+  dataset::writeIfDifferent(out + "/group_corrected.tsv", groupTsv(rows));
+  dataset::writeIfDifferent(out + "/group_corrected.json", dataset::groupDictionary());
+  std::cout << out << "/group_corrected.tsv\n" << out << "/group_corrected.json\n";
+  return exitSuccess;
+}
+
 void addSelection(Command* command, Options& options) {
   command
       ->add_option("--participant-label,--participant_label", options.job.participants,
@@ -147,10 +165,13 @@ void addBidsCommand(Command& app, Program& program) {
                    "derivatives/")
       ->type_name("")
       ->required();
-  command->add_option("LEVEL", options->level, "participant: correct the images")
+  command
+      ->add_option("LEVEL", options->level,
+                   "participant: correct the images; group: make a table of all corrected images,\n"
+                   "OUT/group_corrected.tsv, and name the outliers")
       ->type_name("")
       ->required()
-      ->one_of({"participant"});
+      ->one_of({"participant", "group"});
   addSelection(command, *options);
   command
       ->add_option("--n-cpus,--n_cpus,--nprocs", options->job.threads,
@@ -169,8 +190,11 @@ void addBidsCommand(Command& app, Program& program) {
   command->add_flag("--skip-bids-validation,--skip_bids_validation", options->skipValidation,
                     "Taken for the sake of scripts: the dataset is never validated as a whole");
   command->add_flag("--quiet", options->quiet, "No lines about progress");
-  command->callback(
-      [options, &program] { program.action = [options] { return runBids(*options); }; });
+  command->callback([options, &program] {
+    program.action = [options] {
+      return options->level == "group" ? runGroup(*options) : runBids(*options);
+    };
+  });
 }
 
 }  // namespace mirel
