@@ -57,4 +57,7 @@ void addCompareCommand(Command& app, Program& program);
 /// Hidden: what an installation has beside the program, made from what the parser knows.
 void addGenerateCommand(Command& app, Program& program);
 
+/// All of them, in the order in which help lists them.
+void addCommands(Command& app, Program& program);
+
 }  // namespace mirel

@@ -24,6 +24,8 @@ constexpr const char* description =
     "displacement of every voxel, and it corrects functional (FMR) and diffusion (DMR) projects\n"
     "with it. Inputs are never overwritten; results stand beside them.\n";
 
+constexpr const char* noMemory = "there is not enough memory";
+
 /// A result that did not reach standard output is a failure like any other.
 void refuseLostOutput() {
   if (!std::cout.flush()) throw Error("cannot write to standard output");
@@ -55,7 +57,8 @@ int run(const Program& program, bool asJson) {
     tell(stop, asJson);
     return stop.exitStatus();
   } catch (const std::bad_alloc&) {
-    throw;
+    // What the action held is free again; if that is not enough to say it, main does.
+    tell(Error(noMemory), asJson);
   } catch (const std::exception& failure) {
     tell(failure, asJson);
   } catch (...) {
@@ -72,19 +75,7 @@ int runLine(int argc, char** argv) {
   app.add_option("--plugin", program.pluginFile,
                  "Load the plugin from FILE (default: libMirelPlugin.so beside the program)")
       ->type_name("FILE");
-  addCorrectCommand(app, program);
-  addBidsCommand(app, program);
-  addEstimateCommand(app, program);
-  addApplyCommand(app, program);
-  addFieldCommand(app, program);
-  addCheckCommand(app, program);
-  addSelectCommand(app, program);
-  addInfoCommand(app, program);
-  addConvertCommand(app, program);
-  addPhantomCommand(app, program);
-  addPictureCommand(app, program);
-  addCompareCommand(app, program);
-  addGenerateCommand(app, program);
+  addCommands(app, program);
   // Looked for in the words themselves: it holds for a line that is not understood, too.
   const bool asJson = std::find(argv, argv + argc, std::string("--json")) != argv + argc;
   switch (line.parse(argc, argv)) {
@@ -108,7 +99,9 @@ int main(int argc, char** argv) {
   try {
     return runLine(argc, argv);
   } catch (const std::bad_alloc&) {
-    std::fputs("Error: there is not enough memory\n", stderr);
+    std::fputs("Error: ", stderr);
+    std::fputs(noMemory, stderr);
+    std::fputs("\n", stderr);
   } catch (const std::exception& failure) {
     std::fputs("Error: ", stderr);
     std::fputs(failure.what(), stderr);

@@ -49,13 +49,17 @@ void FMR::readSliceTimingTable(std::istream& is) {
   is >> discarded;
 }
 
+std::size_t FMR::storedSlices() const {
+  return ResolutionX == 0 || ResolutionY == 0 ? 0 : std::size_t(NrOfSlices.value());
+}
+
 void FMR::LoadSTC() {
   const std::string name = dataFileName(".stc");
   std::ifstream is = openData(name, "Failed opening STC for reading: ");
   allocate(stcData, name);
   const SampleFormat format = sampleFormat();
   const std::size_t sliceSize = std::size_t(ResolutionX.value()) * std::size_t(ResolutionY.value());
-  for (std::size_t z = 0; z < std::size_t(NrOfSlices.value()); ++z)
+  for (std::size_t z = 0; z < storedSlices(); ++z)
     for (Volume<float>& volume : stcData)
       readSamples(is, format, volume.data() + z * sliceSize, sliceSize);
   checkRead(is, name);
@@ -84,7 +88,7 @@ void FMR::Save() {
   writeData(dataFileName(".stc"), "Failed opening STC for writing: ", [this](std::ostream& os) {
     SampleWriter samples(os, sampleFormat());
     const auto sliceSize = std::size_t(ResolutionX.value()) * std::size_t(ResolutionY.value());
-    for (std::size_t z = 0; z < std::size_t(NrOfSlices.value()); ++z)
+    for (std::size_t z = 0; z < storedSlices(); ++z)
       for (const Volume<float>& volume : stcData)
         samples.write(volume.data() + z * sliceSize, sliceSize);
     samples.finish();

@@ -31,4 +31,10 @@ std::string sha256Of(const std::string& fileName) {
   return text;
 }
 
+std::string sha256Of(const FileStamp& before) {
+  std::string sum = sha256Of(before.fileName());
+  before.requireUnchanged();
+  return sum;
+}
+
 }  // namespace mirel

@@ -69,7 +69,10 @@ void addRemarks(RunRecord& run, const PairInput& pair, const PairEstimate& estim
   if (estimate.motion)
     run.notes.push_back("the map and the field hold the distortion with the head where it was in " +
                         pair.a.title() + "; of " + pair.b.title() +
-                        " its motion was undone as well, and its warp does the same");
+                        " its motion was undone as well, and its warp does the same" +
+                        (pair.b.spikes.empty() ? ""
+                                               : "; it was corrected without the voxels "
+                                                 "that stand out"));
 }
 
 }  // namespace
@@ -110,8 +113,9 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
   progress.at(Stage::writing, 0.0);
   run.outputs = folder.write([&] {
     writePair(names, pair, estimate, run, sources, folder, progress);
-    const Reference reference{{estimate.mean, pair.a.header.affine(), "the corrected pair"},
-                              "the pair's directions are"};
+    const Reference reference{
+        {estimate.meanToCompare(), pair.a.header.affine(), "the corrected pair"},
+        "the pair's directions are"};
     series.run(distortionOf(pair, estimate), reference, sources, run, progress);
     if (description == Description::written)
       folder.writeText(bids::descriptionFile, datasetDescription(options.version, sources.links()));

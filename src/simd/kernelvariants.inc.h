@@ -11,17 +11,23 @@
 // same.
 
 // No include guard: one inclusion per kernel source.
+//
+// clang, which compiles for the fuzzers, has other ways to name an instruction set: there the
+// baseline is all there is.
+#if defined(__x86_64__) && !defined(__clang__)
+#define MIREL_WIDE_VARIANTS
+#endif
 
 // A call in an inner loop would put every vector register aside.
 #define MIREL_INLINE inline __attribute__((always_inline))
 
-#if defined(__x86_64__)
+#if defined(MIREL_WIDE_VARIANTS)
 #include <immintrin.h>
 #endif
 
 // Each of these headers needs those before it.
 // clang-format off
-#if defined(__x86_64__)
+#if defined(MIREL_WIDE_VARIANTS)
 
 #pragma GCC push_options
 #pragma GCC target("avx512f,avx512bw,avx512dq,avx512vl")
@@ -56,7 +62,7 @@ constexpr int laneCount = 4;
 }  // namespace mirel::baseline
 // clang-format on
 
-#if defined(__x86_64__)
+#if defined(MIREL_WIDE_VARIANTS)
 #define MIREL_DISPATCH(variant, function)              \
   ((variant) == SimdVariant::avx512 ? avx512::function \
    : (variant) == SimdVariant::avx2 ? avx2::function   \

@@ -36,6 +36,16 @@ MIREL_INLINE void storeSome(T* p, const Vector& v, int count) {
   __builtin_memcpy(p, &v, static_cast<unsigned long>(count) * sizeof(T));
 }
 
+// Lane l of the result is lane `from[l]` of a followed by b.
+MIREL_INLINE void shuffle(Doubles& result, const Doubles& a, const Doubles& b, const Longs& from) {
+#if defined(__clang__)
+  for (int l = 0; l < halfCount; ++l)
+    result[l] = from[l] < halfCount ? a[from[l]] : b[from[l] - halfCount];
+#else
+  result = __builtin_shuffle(a, b, from);
+#endif
+}
+
 // Lane i of vector j becomes lane j of vector i: blocks of 1, 2, 4 .. lanes swap places.
 template <int block>
 MIREL_INLINE void swapBlocks(Doubles (&rows)[halfCount]) {
@@ -49,8 +59,8 @@ MIREL_INLINE void swapBlocks(Doubles (&rows)[halfCount]) {
   for (int i = 0; i < halfCount; ++i)
     if ((i / block) % 2 == 0) {
       const Doubles a = rows[i], b = rows[i + block];
-      rows[i] = __builtin_shuffle(a, b, low);
-      rows[i + block] = __builtin_shuffle(a, b, high);
+      shuffle(rows[i], a, b, low);
+      shuffle(rows[i + block], a, b, high);
     }
 }
 
