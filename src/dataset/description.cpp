@@ -1,5 +1,6 @@
 #include "dataset/description.h"
 
+#include <cctype>
 #include <filesystem>
 
 #include "base/error.h"
@@ -25,6 +26,21 @@ std::string relativePath(const std::string& from, const std::string& to) {
   return fs::weakly_canonical(to, ignored)
       .lexically_relative(fs::weakly_canonical(from, ignored))
       .generic_string();
+}
+
+// As a URI, which has to be absolute.
+std::string uriOf(const std::string& folder) {
+  std::error_code ignored;
+  std::string uri = "file://";
+  for (const char c : fs::weakly_canonical(folder, ignored).string()) {
+    const auto byte = static_cast<unsigned char>(c);
+    constexpr const char* digits = "0123456789ABCDEF";
+    if (std::isalnum(byte) != 0 || std::string("/-._~").find(c) != std::string::npos)
+      uri += c;
+    else
+      uri += {'%', digits[byte >> 4U], digits[byte & 15U]};
+  }
+  return uri;
 }
 
 Json rawDescription(const std::string& dataset) {
@@ -64,8 +80,8 @@ void describeOutput(const std::string& dataset, const std::string& output,
   if (failure) throw Error("the output folder " + output + " cannot be made: " + failure.message());
   const Json raw = rawDescription(dataset);
   const std::string link = relativePath(output, dataset);
-  Json source = {{"URL", link}};
-  if (const Json* doi = raw.find("DatasetDOI")) source = {{"DOI", *doi}, {"URL", link}};
+  Json source = {{"URL", uriOf(dataset)}};
+  if (const Json* doi = raw.find("DatasetDOI")) source["DOI"] = *doi;
   Json json = {{"Name", "Images corrected for distortion"},
                {"BIDSVersion", "1.8.0"},
                {"DatasetType", "derivative"},

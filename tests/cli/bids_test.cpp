@@ -59,7 +59,8 @@ TEST_F(Bids, CorrectsEveryImageOfASubjectIntoADerivative) {
   EXPECT_EQ(about["DatasetType"], "derivative");
   EXPECT_EQ(about["GeneratedBy"][0]["Name"], "Mirel");
   EXPECT_EQ(about["DatasetLinks"], json({{"raw", "../raw"}}));
-  EXPECT_TRUE(about["SourceDatasets"].is_array());
+  EXPECT_EQ(about["SourceDatasets"][0]["URL"],
+            "file://" + fs::canonical(folder.file("raw")).string());
   EXPECT_THAT(textOf(out("logs/sub-01_plan.tsv")),
               HasSubstr("sub-01/func/sub-01_task-rest_bold.nii.gz\tcorrected\t"));
   EXPECT_EQ(json::parse(textOf(out("logs/sub-01_plan.json")))["Images"].size(), 3U);
