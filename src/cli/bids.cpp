@@ -107,7 +107,14 @@ int runBids(const Options& options) {
     return statusOf(plan, options.strict);
   }
   TerminalProgress progress(options.quiet);
-  correctDataset(plan, options.job, progress);
+  try {
+    correctDataset(plan, options.job, progress);
+  } catch (const Interrupted& stop) {
+    progress.clear();
+    hostSession().console.messageBox(
+        "Error: interrupted; what was finished stays, and a run again goes on from there");
+    return stop.exitStatus();
+  }
   progress.clear();
   tellPlan(plan);
   const int status = statusOf(plan, options.strict);
