@@ -4,7 +4,6 @@
 #include <filesystem>
 
 #include "base/error.h"
-#include "bids/name.h"
 
 namespace mirel::bids {
 
@@ -21,14 +20,8 @@ std::vector<fs::path> foldersDownTo(const fs::path& own) {
   return folders;
 }
 
-bool applies(const fs::path& file, const Name& image) {
-  if (file.extension() != ".json") return false;
-  const Name name = Name::ofStem(file.stem().string());
-  return name.suffix == image.suffix &&
-         std::all_of(name.entities.begin(), name.entities.end(), [&](const auto& entity) {
-           return std::find(image.entities.begin(), image.entities.end(), entity) !=
-                  image.entities.end();
-         });
+bool isSidecarOf(const fs::path& file, const Name& image) {
+  return file.extension() == ".json" && applies(Name::ofStem(file.stem().string()), image);
 }
 
 /// Links that lead nowhere count, too: reading them fails and says so.
@@ -39,7 +32,7 @@ std::vector<fs::path> applicableIn(const fs::path& folder, const Name& image) {
     throw Error(folder.string(), "cannot be searched for sidecars: " + failure.message());
   std::vector<fs::path> files;
   for (const fs::directory_entry& entry : entries)
-    if (applies(entry.path(), image)) files.push_back(entry.path());
+    if (isSidecarOf(entry.path(), image)) files.push_back(entry.path());
   std::sort(files.begin(), files.end());
   return files;
 }
@@ -52,6 +45,14 @@ fs::path datasetRoot(const fs::path& folder) {
     if (fs::exists(here / descriptionFile, ignored)) return here;
     if (here == here.parent_path()) return {};
   }
+}
+
+bool applies(const Name& sidecar, const Name& image) {
+  return sidecar.suffix == image.suffix &&
+         std::all_of(sidecar.entities.begin(), sidecar.entities.end(), [&](const auto& entity) {
+           return std::find(image.entities.begin(), image.entities.end(), entity) !=
+                  image.entities.end();
+         });
 }
 
 std::vector<std::string> applicableSidecars(const std::string& imageFile) {

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "bids/name.h"
 #include "bids/sidecar.h"
 
 /// Which sidecars describe an image: one may stand higher up in a dataset and describe many.
@@ -15,6 +16,10 @@ inline constexpr const char* descriptionFile = "dataset_description.json";
 /// The nearest folder, the given one or one above it, with a dataset_description.json; empty when
 /// there is none.
 std::filesystem::path datasetRoot(const std::filesystem::path& folder);
+
+/// Whether a .json file of this name describes an image of that one, if it lies in the same folder
+/// or above it: the same suffix, and every entity of the file has the same value in the image.
+bool applies(const Name& sidecar, const Name& image);
 
 /// The sidecars that apply to an image, the farthest first. They are looked for in every folder
 /// from the dataset's root down to the image's own; the root is the nearest folder, the image's

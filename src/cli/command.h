@@ -49,6 +49,7 @@ void addCheckCommand(Command& app, Program& program);
 void addSelectCommand(Command& app, Program& program);
 void addInfoCommand(Command& app, Program& program);
 void addCorrectCommand(Command& app, Program& program);
+void addBidsCommand(Command& app, Program& program);
 void addConvertCommand(Command& app, Program& program);
 void addPhantomCommand(Command& app, Program& program);
 void addPictureCommand(Command& app, Program& program);

@@ -4,6 +4,7 @@ namespace mirel {
 
 void addCommands(Command& app, Program& program) {
   addCorrectCommand(app, program);
+  addBidsCommand(app, program);
   addEstimateCommand(app, program);
   addApplyCommand(app, program);
   addFieldCommand(app, program);

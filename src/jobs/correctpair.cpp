@@ -117,7 +117,7 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
   const EarlierResults earlier(
       folder, sources,
       options.overwrite ? EarlierResults::Others::replaced : EarlierResults::Others::kept);
-  const PairNames names = PairNames::of(pair, options.estimate);
+  const PairNames names = PairNames::of(pair, options.estimate, options.results);
   announceAll(pair, names, earlier, series, folder);
   if (description == Description::written) folder.announce(bids::descriptionFile, inputs);
   progress.at(Stage::reading, 1.0);
@@ -136,7 +136,8 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
     series.run(distortionOf(pair, estimate), reference, sources, run, progress);
     if (description == Description::written)
       folder.writeText(bids::descriptionFile, datasetDescription(options.version, sources.links()));
-    earlier.settle(resultInputsOf(pair), PairNames::fieldOf(pair), originOf(run), folder, run);
+    earlier.settle(resultInputsOf(pair), PairNames::fieldOf(pair, options.results), originOf(run),
+                   folder, run);
     progress.at(Stage::finishing, 1.0);
   });
   return run;

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "base/progress.h"
+#include "jobs/pairoutputs.h"
 #include "jobs/runrecord.h"
 #include "jobs/seriesinput.h"
 
@@ -18,6 +19,7 @@ struct CorrectPairOptions {
   std::vector<SeriesFile> series;
   /// Of the series; their modulation is that of the estimate's settings.
   SeriesSettings seriesSettings;
+  PairResults results;
   std::string outputFolder;
   bool overwrite = false;  ///< replace results that were made of other inputs
   std::string version;     ///< of the program, for the records

@@ -89,28 +89,31 @@ class PairWriter {
 
 }  // namespace
 
-PairNames PairNames::of(const PairInput& pair, const EstimateSettings& settings) {
+PairNames PairNames::of(const PairInput& pair, const EstimateSettings& settings,
+                        const PairResults& wanted) {
   const bids::Name a = bids::Name::of(pair.a.options.file);
   const bids::Name b = bids::Name::of(pair.b.options.file);
   const std::string ofA = detailOf(pair.a), ofB = detailOf(pair.b);
   PairNames names;
+  names.mean = pairResultName(a, b, "magnitude", wanted.label);
+  names.voxels = displacementName(a, "voxels", wanted.label + ofA);
+  names.mm = displacementName(a, "mm", wanted.label + ofA);
+  if (pair.readoutSeconds) names.field = fieldOf(pair, wanted);
+  if (settings.uncertainty)
+    names.deviation = pair.readoutSeconds
+                          ? pairResultName(a, b, "fieldmap", wanted.label, uncertaintyLabel)
+                          : displacementName(a, uncertaintyLabel, wanted.label + ofA);
+  if (!wanted.corrected) return names;
   names.correctedA = correctedName(a, ofA);
   names.correctedB = correctedName(b, ofB);
-  names.mean = pairResultName(a, b, "magnitude");
-  names.voxels = displacementName(a, "voxels", ofA);
-  names.mm = displacementName(a, "mm", ofA);
-  if (pair.readoutSeconds) names.field = fieldOf(pair);
-  if (settings.uncertainty)
-    names.deviation = pair.readoutSeconds ? pairResultName(a, b, "fieldmap", uncertaintyLabel)
-                                          : displacementName(a, uncertaintyLabel, ofA);
   names.warpA = warpName(a, ofA);
   names.warpB = warpName(b, ofB);
   return names;
 }
 
-std::string PairNames::fieldOf(const PairInput& pair) {
+std::string PairNames::fieldOf(const PairInput& pair, const PairResults& wanted) {
   return pairResultName(bids::Name::of(pair.a.options.file), bids::Name::of(pair.b.options.file),
-                        "fieldmap");
+                        "fieldmap", wanted.label);
 }
 
 std::vector<std::string> PairNames::all() const {
@@ -141,8 +144,10 @@ void writePair(const PairNames& names, const PairInput& pair, const PairEstimate
   PairWriter writer(pair, run, sources, folder, progress);
   const std::string axis = bids::nameOf({pair.axis(), 1});
   const std::string done = ", " + correctedText(run);
-  writer.image(names.correctedA, estimate.correctedA, pair.a.title() + done);
-  writer.image(names.correctedB, estimate.correctedB, pair.b.title() + done);
+  if (!names.correctedA.empty()) {
+    writer.image(names.correctedA, estimate.correctedA, pair.a.title() + done);
+    writer.image(names.correctedB, estimate.correctedB, pair.b.title() + done);
+  }
   writer.image(names.mean, estimate.mean, "Mean of the pair" + done);
   const std::string meaning = "Displacement d along the voxel axis " + axis +
                               ", towards greater indices: true(y) = I(y + d) for " +
@@ -170,6 +175,7 @@ void writePair(const PairNames& names, const PairInput& pair, const PairEstimate
                      " given the images, by the model of the estimate",
                  pair.readoutSeconds ? "Hz" : "voxels");
   }
+  if (names.warpA.empty()) return;
   writer.warp(names.warpA, estimate.shift, pair.a.title(), {});
   writer.warp(names.warpB, estimate.shift * -1.0f, pair.b.title(),
               estimate.motion.value_or(RigidMotion{}));

@@ -12,7 +12,15 @@
 
 namespace mirel {
 
-/// Names of a pair's results, without extension.
+/// Which results of a pair are wanted, and how they differ by name from those of other pairs.
+struct PairResults {
+  /// The corrected images and their warps, too. Without them the field, the displacements and the
+  /// mean: for a pair of volumes of series that are corrected as a whole.
+  bool corrected = true;
+  std::string label = {};  ///< goes into the descriptions of field, mean and displacements
+};
+
+/// Names of a pair's results, without extension; empty for those that are not wanted.
 struct PairNames {
   std::string correctedA, correctedB, mean, voxels, mm;
   std::string field;  ///< empty where there is no readout time
@@ -23,9 +31,10 @@ struct PairNames {
 
   /// By resultnames.h. An image that is one of several volumes has "preprocVolume3" or
   /// "preprocMeanOf5".
-  static PairNames of(const PairInput& pair, const EstimateSettings& settings);
+  static PairNames of(const PairInput& pair, const EstimateSettings& settings,
+                      const PairResults& wanted = {});
   /// That of the field, whether this run has one or not.
-  static std::string fieldOf(const PairInput& pair);
+  static std::string fieldOf(const PairInput& pair, const PairResults& wanted = {});
   /// All of them that are not empty.
   std::vector<std::string> all() const;
 };

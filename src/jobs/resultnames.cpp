@@ -21,7 +21,14 @@ std::string uncapitalised(std::string word) {
   return word;
 }
 
-// A label has letters and digits only.
+bool mayStandInFieldmap(const std::string& key) {
+  constexpr std::array<std::string_view, 7> keys = {"sub",   "ses",   "acq", "run",
+                                                    "chunk", "space", "res"};
+  return std::find(keys.begin(), keys.end(), key) != keys.end();
+}
+
+}  // namespace
+
 std::string labelPart(const std::string& word) {
   std::string label;
   for (const char c : word)
@@ -30,14 +37,6 @@ std::string labelPart(const std::string& word) {
     label[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(label[0])));
   return label;
 }
-
-bool mayStandInFieldmap(const std::string& key) {
-  constexpr std::array<std::string_view, 7> keys = {"sub",   "ses",   "acq", "run",
-                                                    "chunk", "space", "res"};
-  return std::find(keys.begin(), keys.end(), key) != keys.end();
-}
-
-}  // namespace
 
 std::string correctedName(const bids::Name& image, const std::string& detail) {
   return derivedName(image, (hasDescription(image) ? "undistorted" : description) + detail);
@@ -67,7 +66,7 @@ std::string displacementName(const bids::Name& image, const std::string& unit,
 }
 
 std::string pairResultName(const bids::Name& a, const bids::Name& b, const std::string& suffix,
-                           const std::string& label) {
+                           const std::string& detail, const std::string& label) {
   bids::Name common = commonName(a, b);
   std::string described = label;
   for (const auto& [key, value] : common.entities)
@@ -76,7 +75,7 @@ std::string pairResultName(const bids::Name& a, const bids::Name& b, const std::
   std::erase_if(common.entities, [](const auto& entity) {
     return entity.first != "desc" && !mayStandInFieldmap(entity.first);
   });
-  return derivedName(common, described, suffix);
+  return derivedName(common, described + detail, suffix);
 }
 
 }  // namespace mirel

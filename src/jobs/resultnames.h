@@ -30,8 +30,12 @@ std::string displacementName(const bids::Name& image, const std::string& unit,
 /// "fieldmap" and "magnitude". These may have no more entities than acq, run and chunk beside
 /// subject and session: others, but for dir, go into the description, so that task-rest gives
 /// sub-01_desc-preprocTaskRest_fieldmap. Of names without common entities both stay in front:
-/// subj1_AP and subj1_PA give subj1_AP_PA_desc-preproc_fieldmap.
+/// subj1_AP and subj1_PA give subj1_AP_PA_desc-preproc_fieldmap. `detail` comes last in the
+/// description, which begins with `label`.
 std::string pairResultName(const bids::Name& a, const bids::Name& b, const std::string& suffix,
-                           const std::string& label = "preproc");
+                           const std::string& detail = {}, const std::string& label = "preproc");
+
+/// A word as part of a label, which has letters and digits only and begins with a capital here.
+std::string labelPart(const std::string& word);
 
 }  // namespace mirel

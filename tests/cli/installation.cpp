@@ -41,7 +41,7 @@ std::vector<std::string> Installation::commands() {
 std::vector<std::string> Installation::optionsOf(const std::string& command) {
   std::vector<std::string> names;
   std::istringstream is(shell("mirel " + command + " --help").out);
-  const std::regex head("^  (-[^ ]*)"), name("--?[a-z][a-z0-9-]*", std::regex::icase);
+  const std::regex head("^  (-[^ ]*)"), name("--?[a-z][a-z0-9_-]*", std::regex::icase);
   std::smatch found;
   for (std::string line; std::getline(is, line);) {
     if (!std::regex_search(line, found, head)) continue;

@@ -1,0 +1,115 @@
+#include "dataset/facts.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <string_view>
+
+#include "base/error.h"
+#include "bids/sidecar.h"
+#include "dataset/scantime.h"
+#include "nifti/gradients.h"
+#include "nifti/image.h"
+
+namespace mirel::dataset {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr float largestUnweighted = 100.0F;  // s/mm^2
+
+bool isOneOf(const std::string& word, std::initializer_list<std::string_view> words) {
+  return std::find(words.begin(), words.end(), word) != words.end();
+}
+
+std::vector<std::string> textsIn(const bids::Sidecar& sidecar, const char* field) {
+  std::vector<std::string> texts;
+  const Json* value = sidecar.json().find(field);
+  if (value == nullptr) return texts;
+  const auto add = [&](const Json& one) {
+    if (one.is_string() && !one.string().empty()) texts.push_back(one.string());
+  };
+  if (value->is_array())
+    std::for_each(value->list().begin(), value->list().end(), add);
+  else
+    add(*value);
+  return texts;
+}
+
+std::vector<double> numbersIn(const bids::Sidecar& sidecar, const char* field) {
+  std::vector<double> numbers;
+  const Json* value = sidecar.json().find(field);
+  if (value == nullptr || !value->is_array()) return numbers;
+  for (const Json& one : value->list())
+    if (one.is_number()) numbers.push_back(one.number());
+  return numbers;
+}
+
+void readHeader(const std::string& file, ImageFacts& facts) {
+  const nifti::Header header = nifti::Reader(file).header();
+  facts.grid = gridOf(header);
+  facts.volumes = header.volumes;
+  const std::string bValues = nifti::gradientFileOf(file, ".bval");
+  if (bValues.empty()) return;
+  const std::vector<float> values = nifti::readBValues(bValues, header.volumes);
+  const auto first =
+      std::find_if(values.begin(), values.end(), [](float b) { return b <= largestUnweighted; });
+  facts.unweightedVolume = first == values.end() ? -1 : static_cast<int>(first - values.begin());
+}
+
+void readSidecars(const std::vector<std::string>& files, ImageFacts& facts) {
+  const bids::Sidecar sidecar(files);
+  facts.identifiers = textsIn(sidecar, "B0FieldIdentifier");
+  facts.fieldSources = textsIn(sidecar, "B0FieldSource");
+  facts.intendedFor = textsIn(sidecar, "IntendedFor");
+  facts.shim = numbersIn(sidecar, "ShimSetting");
+  for (const char* field : {"AcquisitionTime", "AcquisitionDateTime"})
+    if (const auto texts = textsIn(sidecar, field); !texts.empty() && !facts.acquiredSeconds)
+      facts.acquiredSeconds = secondsOfDay(texts.front());
+  facts.direction = sidecar.phaseEncoding();
+  if (!facts.direction) return;
+  const bool needsLines = !sidecar.json().contains("TotalReadoutTime");
+  if (!facts.grid && needsLines) return;
+  const auto readout = sidecar.readout(facts.grid ? facts.grid->dims[facts.direction->axis] : 2);
+  if (readout) facts.readoutSeconds = readout->seconds;
+}
+
+}  // namespace
+
+std::string ImageFacts::fileName() const { return fs::path(image.path).filename().string(); }
+
+bool isEpi(const IndexedImage& image) {
+  return isOneOf(image.suffix(), {"bold", "sbref", "dwi", "asl", "m0scan", "epi"}) &&
+         isOneOf(image.datatype, {"func", "dwi", "perf", "fmap"});
+}
+
+bool isOtherField(const IndexedImage& image) {
+  return image.datatype == "fmap" &&
+         isOneOf(image.suffix(), {"phasediff", "phase1", "phase2", "fieldmap"});
+}
+
+bool isPartOfComplex(const IndexedImage& image) {
+  return isOneOf(image.entity("part"), {"phase", "real", "imag"});
+}
+
+ImageFacts factsOf(const Index& index, const IndexedImage& image, Headers headers) {
+  ImageFacts facts;
+  facts.image = image;
+  const std::string file = index.fileOf(image.path);
+  if (!image.fault.empty()) facts.fault = file + " " + image.fault;
+  try {
+    if (facts.fault.empty() && headers == Headers::read && !isOtherField(image))
+      readHeader(file, facts);
+  } catch (const Error& error) {
+    facts.fault = error.what();
+  }
+  try {
+    if (const auto files = index.sidecarsOf(image); !files.empty()) readSidecars(files, facts);
+  } catch (const Error& error) {
+    if (facts.fault.empty()) facts.fault = error.what();
+  }
+  if (!facts.acquiredSeconds) facts.acquiredSeconds = timeOfScan(index, image);
+  return facts;
+}
+
+}  // namespace mirel::dataset

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace mirel::dataset {
+
+/// What the records of an output folder say about one corrected image and the field that it was
+/// corrected with.
+struct GroupRow {
+  std::string image;    ///< its path from the output folder on
+  std::string source;   ///< the raw image, as a BIDS URI
+  std::string field;    ///< the path of the field; for an image of a pair that of the pair
+  std::string verdict;  ///< "trusted", "doubtful", "do not trust"
+  /// Root mean squares over the head: the field in Hz, the displacement in voxels of the pair.
+  std::optional<double> fieldHz, displacementVoxels;
+  std::optional<double> motionMm, motionDegrees;  ///< of the head between the images of the pair
+  std::optional<double> agreementBefore, agreementAfter;  ///< correlation of the pair in the head
+  std::optional<double> residual;                         ///< of the corrected pair
+  std::string signCheck;  ///< of a series: "right", "opposite", "undecided"
+  int warnings = 0;
+  std::string outlier;  ///< names of the columns in which it lies far from the others
+};
+
+/// Reads the records of all corrected images of an output folder, sorted by path, and marks
+/// outliers.
+/// Errors  Error: no such folder, no corrected image in it; a record that cannot be read.
+std::vector<GroupRow> groupRows(const std::string& output);
+
+/// Marks as outliers what lies more than 3.5 robust standard deviations (1.4826 times the median
+/// absolute deviation; Iglewicz, Hoaglin 1993, How to Detect and Handle Outliers) from the median
+/// over all fields. Each field counts once; fewer than five tell nothing.
+void markOutliers(std::vector<GroupRow>& rows);
+
+/// The table with a line of titles; "n/a" for what is not known.
+std::string groupTsv(const std::vector<GroupRow>& rows);
+/// What its columns mean, as JSON.
+std::string groupDictionary();
+
+}  // namespace mirel::dataset

@@ -1,0 +1,122 @@
+#include "dataset/plantable.h"
+
+#include <algorithm>
+
+#include "dataset/fieldlabels.h"
+
+namespace mirel::dataset {
+
+namespace {
+
+struct Row {
+  std::string image, status, field, sources, rule, reason, output;
+  std::vector<std::string> warnings;
+};
+
+std::vector<Row> rowsOf(const SubjectResult& result) {
+  const SubjectPlan& plan = result.plan;
+  std::vector<Row> rows;
+  for (std::size_t n = 0; n < plan.planned.size(); ++n) {
+    const PlannedImage& planned = plan.planned[n];
+    const Outcome& outcome = result.outcomes[n];
+    Row row;
+    row.image = plan.images[planned.image].image.path;
+    row.status = nameOf(outcome.status);
+    row.reason = outcome.reason.empty() ? planned.reason : outcome.reason;
+    row.output = outcome.output;
+    row.warnings = outcome.warnings;
+    if (planned.field) {
+      const PlannedField& field = plan.fields[*planned.field];
+      row.field = fieldResultName(plan, field, "fieldmap");
+      row.sources =
+          plan.images[field.pair.a].image.path + ", " + plan.images[field.pair.b].image.path;
+      row.rule = nameOf(planned.rule);
+    }
+    rows.push_back(std::move(row));
+  }
+  return rows;
+}
+
+std::string cell(std::string text) {
+  std::replace_if(
+      text.begin(), text.end(), [](char c) { return c == '\t' || c == '\n' || c == '\r'; }, ' ');
+  return text.empty() ? "n/a" : text;
+}
+
+std::string joined(const std::vector<std::string>& texts) {
+  std::string all;
+  for (const std::string& text : texts) all += (all.empty() ? "" : "; ") + text;
+  return all;
+}
+
+}  // namespace
+
+std::string nameOf(Status status) {
+  switch (status) {
+    case Status::left:
+      return "left";
+    case Status::notSelected:
+      return "not selected";
+    case Status::corrected:
+      return "corrected";
+    case Status::upToDate:
+      return "up to date";
+    case Status::failed:
+      return "failed";
+    case Status::planned:
+      break;
+  }
+  return "planned";
+}
+
+SubjectResult SubjectResult::of(SubjectPlan plan) {
+  SubjectResult result{std::move(plan), {}};
+  for (const PlannedImage& image : result.plan.planned)
+    result.outcomes.push_back({image.field ? Status::planned : Status::left, "", ""});
+  return result;
+}
+
+int SubjectResult::count(Status status) const {
+  return static_cast<int>(std::count_if(outcomes.begin(), outcomes.end(),
+                                        [&](const Outcome& one) { return one.status == status; }));
+}
+
+std::string planTsv(const SubjectResult& result) {
+  std::string table = "image\tstatus\tfield\tsources\trule\treason\toutput\twarnings\n";
+  for (const Row& row : rowsOf(result))
+    table += cell(row.image) + "\t" + cell(row.status) + "\t" + cell(row.field) + "\t" +
+             cell(row.sources) + "\t" + cell(row.rule) + "\t" + cell(row.reason) + "\t" +
+             cell(row.output) + "\t" + cell(joined(row.warnings)) + "\n";
+  return table;
+}
+
+Json planJson(const SubjectResult& result) {
+  Json images = Json::array();
+  for (const Row& row : rowsOf(result)) {
+    Json image = {{"Image", row.image}, {"Status", row.status}, {"Reason", row.reason}};
+    if (!row.field.empty()) {
+      image["Field"] = row.field;
+      image["Sources"] = row.sources;
+      image["Rule"] = row.rule;
+    }
+    if (!row.output.empty()) image["Output"] = row.output;
+    if (!row.warnings.empty()) image["Warnings"] = row.warnings;
+    images.push_back(std::move(image));
+  }
+  std::vector<std::string> warnings;
+  for (const Remark& warning : result.plan.warnings) warnings.push_back(warning.text);
+  return {{"Subject", result.plan.subject}, {"Images", images}, {"Warnings", Json(warnings)}};
+}
+
+std::string planText(const SubjectResult& result) {
+  std::string text;
+  for (const Row& row : rowsOf(result)) {
+    text += row.image + "\n    " + row.status;
+    if (!row.field.empty()) text += ": " + row.field + " by " + row.rule;
+    text += "\n    " + row.reason + "\n";
+  }
+  for (const Remark& warning : result.plan.warnings) text += "Warning: " + warning.text + "\n";
+  return text;
+}
+
+}  // namespace mirel::dataset

@@ -1,0 +1,96 @@
+#include <algorithm>
+#include <filesystem>
+
+#include "base/error.h"
+#include "dataset/participant.h"
+
+namespace mirel::dataset {
+
+namespace {
+
+namespace fs = std::filesystem;
+using Labels = std::vector<std::string>;
+
+bool contains(const Labels& labels, const std::string& label) {
+  return std::find(labels.begin(), labels.end(), label) != labels.end();
+}
+
+// "sub-01,02" and "03": 01, 02, 03.
+Labels labelsOf(const Labels& given, const std::string& prefix) {
+  Labels labels;
+  for (const std::string& word : given)
+    for (std::size_t start = 0; start <= word.size();) {
+      const std::size_t end = std::min(word.find(',', start), word.size());
+      std::string label = word.substr(start, end - start);
+      if (label.starts_with(prefix)) label.erase(0, prefix.size());
+      if (!label.empty() && !contains(labels, label)) labels.push_back(label);
+      start = end + 1;
+    }
+  return labels;
+}
+
+void refuseUnknown(const Labels& asked, const Labels& known, const std::string& what,
+                   const std::string& root) {
+  for (const std::string& label : asked) {
+    if (contains(known, label)) continue;
+    constexpr std::size_t most = 20;
+    std::string list;
+    for (std::size_t n = 0; n < std::min(known.size(), most); ++n)
+      list += (n == 0 ? "" : ", ") + known[n];
+    if (known.size() > most) list += " and " + std::to_string(known.size() - most) + " more";
+    throw Error(root, "has no " + what + " " + label +
+                          (known.empty() ? ": it has none" : ": there are " + list));
+  }
+}
+
+Labels labelsIn(const Index& index, const std::string& entity) {
+  Labels labels;
+  for (const IndexedImage& image : index.images)
+    if (const std::string label = image.entity(entity); !label.empty() && !contains(labels, label))
+      labels.push_back(label);
+  std::sort(labels.begin(), labels.end());
+  return labels;
+}
+
+void refuseOutput(const ParticipantOptions& options) {
+  std::error_code ignored;
+  const fs::path in = fs::weakly_canonical(options.dataset, ignored);
+  const fs::path out = fs::weakly_canonical(options.output, ignored);
+  const fs::path inside = (out / "").lexically_relative(in / "");
+  const std::string first = inside.empty() ? ".." : inside.begin()->string();
+  if (first != ".." && first != "derivatives")
+    throw Error(options.output,
+                "would lie among the images of the dataset: name a folder outside "
+                "of it, or " +
+                    (fs::path(options.dataset) / "derivatives/mirel").string());
+}
+
+}  // namespace
+
+DatasetPlan planDataset(const ParticipantOptions& options) {
+  refuseOutput(options);
+  const Index index = indexDataset(options.dataset);
+  const Labels participants = labelsOf(options.participants, "sub-");
+  const Labels sessions = labelsOf(options.sessions, "ses-");
+  const Labels tasks = labelsOf(options.tasks, "task-");
+  refuseUnknown(participants, index.subjects, "subject", index.root);
+  refuseUnknown(sessions, labelsIn(index, "ses"), "session", index.root);
+  refuseUnknown(tasks, labelsIn(index, "task"), "task", index.root);
+  DatasetPlan plan;
+  plan.warnings = index.warnings;
+  for (const std::string& subject : index.subjects) {
+    if (!participants.empty() && !contains(participants, subject)) continue;
+    SubjectResult result = SubjectResult::of(planSubject(index, subject));
+    for (std::size_t n = 0; n < result.outcomes.size(); ++n) {
+      const IndexedImage& image = result.plan.images[result.plan.planned[n].image].image;
+      const std::string task = image.entity("task");
+      const bool wanted = (sessions.empty() || contains(sessions, image.session)) &&
+                          (tasks.empty() || task.empty() || contains(tasks, task));
+      if (!wanted) result.outcomes[n].status = Status::notSelected;
+    }
+    plan.subjects.push_back(std::move(result));
+  }
+  return plan;
+}
+
+}  // namespace mirel::dataset

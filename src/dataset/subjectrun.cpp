@@ -1,0 +1,207 @@
+#include "dataset/subjectrun.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <new>
+
+#include "base/error.h"
+#include "dataset/fieldlabels.h"
+#include "dataset/perfusiontable.h"
+#include "dataset/uptodate.h"
+#include "jobs/applyfield.h"
+#include "jobs/correctpair.h"
+#include "jobs/resultnames.h"
+
+namespace mirel::dataset {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* imageEnd = ".nii.gz";
+
+/// A field as it stands in the output folder.
+struct FieldFile {
+  std::string field, map;  ///< one of them is empty
+  std::string mean;
+  std::vector<std::string> warnings;  ///< about the pair
+
+  const std::string& file() const { return field.empty() ? map : field; }
+};
+
+class SubjectRun {
+ public:
+  SubjectRun(SubjectResult& what, const RunSettings& how, const Log& tell, Progress& where)
+      : result(what), plan(what.plan), settings(how), log(tell), progress(where) {}
+
+  void run() {
+    for (std::size_t field = 0; field < plan.fields.size(); ++field) {
+      const std::vector<std::size_t> targets = targetsOf(field);
+      if (targets.empty()) continue;
+      try {
+        correctAll(plan.fields[field], targets);
+      } catch (const Cancelled&) {
+        throw;
+      } catch (const std::bad_alloc&) {
+        fail(targets, "there is not enough memory");
+      } catch (const std::exception& error) {
+        fail(targets, error.what());
+      }
+    }
+  }
+
+ private:
+  std::vector<std::size_t> targetsOf(std::size_t field) const {
+    std::vector<std::size_t> targets;
+    for (std::size_t n = 0; n < plan.planned.size(); ++n)
+      if (plan.planned[n].field == field && result.outcomes[n].status == Status::planned)
+        targets.push_back(n);
+    return targets;
+  }
+
+  const ImageFacts& imageOf(std::size_t target) const {
+    return plan.images[plan.planned[target].image];
+  }
+  std::string rawFile(const ImageFacts& image) const {
+    return settings.dataset + "/" + image.image.path;
+  }
+  // The folder of results, from the output folder on.
+  std::string folderOf(const std::string& session, const std::string& datatype) const {
+    return "sub-" + plan.subject + (session.empty() ? "" : "/ses-" + session) + "/" + datatype;
+  }
+
+  void fail(const std::vector<std::size_t>& targets, const std::string& reason) {
+    for (const std::size_t target : targets) {
+      Outcome& outcome = result.outcomes[target];
+      if (outcome.status != Status::planned) continue;
+      outcome.status = Status::failed;
+      outcome.reason = reason;
+      log(imageOf(target).image.path + " failed: " + reason);
+    }
+  }
+
+  void correctAll(const PlannedField& field, const std::vector<std::size_t>& targets) {
+    bool isNew = false;
+    const FieldFile source = estimate(field, isNew);
+    for (const std::size_t target : targets) {
+      if (field.correctsPair && field.pair.has(plan.planned[target].image)) {
+        finish(target, isNew ? Status::corrected : Status::upToDate,
+               folderOf(field.session, "fmap") + "/" + correctedName(imageOf(target).image.name) +
+                   imageEnd,
+               source.warnings);
+        continue;
+      }
+      try {
+        correct(target, source);
+      } catch (const Cancelled&) {
+        throw;
+      } catch (const std::bad_alloc&) {
+        fail({target}, "there is not enough memory");
+      } catch (const std::exception& error) {
+        fail({target}, error.what());
+      }
+    }
+  }
+
+  void finish(std::size_t target, Status status, const std::string& output,
+              const std::vector<std::string>& warnings) {
+    Outcome& outcome = result.outcomes[target];
+    outcome.status = status;
+    outcome.output = output;
+    outcome.warnings = warnings;
+    log(imageOf(target).image.path + " " + nameOf(status) + ": " + output);
+    for (const std::string& warning : warnings) log("Warning: " + warning);
+  }
+
+  FieldFile filesOf(const PlannedField& field) const {
+    const std::string folder = settings.output + "/" + folderOf(field.session, "fmap") + "/";
+    const ImageFacts &a = plan.images[field.pair.a], &b = plan.images[field.pair.b];
+    FieldFile files;
+    files.mean = folder + fieldResultName(plan, field, "magnitude") + imageEnd;
+    if (a.readoutSeconds || b.readoutSeconds) {
+      files.field = folder + fieldResultName(plan, field, "fieldmap") + imageEnd;
+    } else {
+      const std::string volume = a.volumes > 1 ? "Volume" + std::to_string(field.volumeA) : "";
+      files.map =
+          folder + displacementName(a.image.name, "voxels", field.label + volume) + imageEnd;
+    }
+    return files;
+  }
+
+  static std::string stemOf(const std::string& image) {
+    return image.substr(0, image.size() - std::string(imageEnd).size());
+  }
+
+  FieldFile estimate(const PlannedField& field, bool& isNew) {
+    const ImageFacts &a = plan.images[field.pair.a], &b = plan.images[field.pair.b];
+    FieldFile files = filesOf(field);
+    std::vector<std::string> stems = {stemOf(files.file()), stemOf(files.mean)};
+    const std::string folder = settings.output + "/" + folderOf(field.session, "fmap");
+    if (field.correctsPair)
+      for (const ImageFacts* image : {&a, &b})
+        stems.push_back(folder + "/" + correctedName(image->image.name));
+    const PairSource first{rawFile(a), field.volumeA}, second{rawFile(b), field.volumeB};
+    if (std::all_of(stems.begin(), stems.end(), [&](const std::string& stem) {
+          return isPairUpToDate(stem, first, second, settings.version);
+        }))
+      return files;
+    isNew = true;
+    CorrectPairOptions options;
+    options.a.file = first.file;
+    options.a.volume = first.volume;
+    options.b.file = second.file;
+    options.b.volume = second.volume;
+    options.results = {field.correctsPair, field.label};
+    options.outputFolder = folder;
+    options.overwrite = isOurs(stems[0]) || isOurs(stems[1]);
+    options.version = settings.version;
+    log("estimating the field of " + first.file + " and " + second.file);
+    const RunRecord run = correctPair(options, progress);
+    for (const Remark& note : run.notes) log(note.text);
+    for (const Remark& warning : run.warnings) files.warnings.push_back(warning.text);
+    return files;
+  }
+
+  void correct(std::size_t target, const FieldFile& source) {
+    const ImageFacts& image = imageOf(target);
+    const std::string folder = folderOf(image.image.session, image.image.datatype);
+    const std::string name = folder + "/" + correctedName(image.image.name);
+    const std::string stem = settings.output + "/" + name;
+    if (isSeriesUpToDate(stem, rawFile(image), source.file(), settings.version)) {
+      copyPerfusionTable(rawFile(image), settings.output + "/" + folder);
+      finish(target, Status::upToDate, name + imageEnd, {});
+      return;
+    }
+    ApplyFieldOptions options;
+    options.fieldFile = source.field;
+    options.mapFile = source.map;
+    options.series = {{rawFile(image), {}}};
+    options.seriesSettings.modulation = Modulation::on;
+    options.seriesSettings.threads = settings.threads;
+    options.output = settings.output + "/" + folder;
+    options.reference = source.mean;
+    options.overwrite = isOurs(stem);
+    options.version = settings.version;
+    const RunRecord run = applyField(options, progress);
+    copyPerfusionTable(rawFile(image), options.output);
+    for (const Remark& note : run.notes) log(note.text);
+    std::vector<std::string> warnings = source.warnings;
+    for (const Remark& warning : run.warnings) warnings.push_back(warning.text);
+    finish(target, Status::corrected, name + imageEnd, warnings);
+  }
+
+  SubjectResult& result;
+  const SubjectPlan& plan;
+  const RunSettings& settings;
+  const Log& log;
+  Progress& progress;
+};
+
+}  // namespace
+
+void runSubject(SubjectResult& result, const RunSettings& settings, const Log& log,
+                Progress& progress) {
+  SubjectRun(result, settings, log, progress).run();
+}
+
+}  // namespace mirel::dataset

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "base/progress.h"
+#include "dataset/plantable.h"
+
+namespace mirel::dataset {
+
+/// How subjects are corrected.
+struct RunSettings {
+  std::string dataset, output;  ///< folders
+  std::string version;          ///< of the program, for the records
+  int threads = 1;              ///< for the volumes of a series
+};
+
+/// Gets sentences about a subject, one line each.
+using Log = std::function<void(const std::string& line)>;
+
+/// Corrects the images of a subject that are planned, by the jobs of `mirel correct` and `mirel
+/// apply`: every field that one of them needs is estimated once, from its pair, and corrects them
+/// all. Results stand in
+///
+///   OUT/sub-LABEL[/ses-LABEL]/fmap   those of the pair (correctPair)
+///   OUT/sub-LABEL[/ses-LABEL]/func, dwi, perf, fmap   RUN_desc-preproc_SUFFIX
+///
+/// Each pair, and each series, appears whole or not at all. What an earlier run made and is up to
+/// date stays. The failure of one job is the outcome of its images and stops no other.
+///
+/// Errors  Cancelled; all others are outcomes.
+void runSubject(SubjectResult& result, const RunSettings& settings, const Log& log,
+                Progress& progress);
+
+}  // namespace mirel::dataset
