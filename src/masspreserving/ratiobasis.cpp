@@ -37,7 +37,7 @@ auto RatioBasis<Real>::tableOf(int count, double voxelPart, int highest) -> Tabl
       const double next = ((2 * n + 1) * u * now - n * before) / (n + 1);
       before = now;
       now = next;
-      table[static_cast<std::size_t>(n + 1)][i] = static_cast<Real>(now);
+      table[static_cast<std::size_t>(n) + 1][i] = static_cast<Real>(now);
     }
   }
   return table;
@@ -122,7 +122,10 @@ Eigen::VectorXd RatioBasis<Real>::project(const Volume<Real>& v) const {
         Real parts[8] = {};
         int x = 0;
         for (; x + 8 <= nx; x += 8)
-          for (int k = 0; k < 8; ++k) parts[k] += gated[static_cast<std::size_t>(x + k)] * p[x + k];
+          for (int k = 0; k < 8; ++k) {
+            const int at = x + k;
+            parts[k] += gated[static_cast<std::size_t>(at)] * p[at];
+          }
         for (; x < nx; ++x) parts[0] += gated[static_cast<std::size_t>(x)] * p[x];
         double sum = 0.0;
         for (const Real part : parts) sum += static_cast<double>(part);

@@ -117,7 +117,7 @@ void printLine(std::ostream& os, const Range& range, const Get& get) {
 std::string gradientFileOf(const std::string& imageFile, const std::string& ending) {
   namespace fs = std::filesystem;
   std::error_code ignored;
-  const std::string own = niftiStem(imageFile) + ending;
+  std::string own = niftiStem(imageFile) + ending;
   if (fs::is_regular_file(own, ignored)) return own;
   if (!fs::is_symlink(imageFile, ignored)) return {};
   const std::string farther = niftiStem(fs::weakly_canonical(imageFile, ignored).string()) + ending;
