@@ -7,7 +7,7 @@ namespace mirel::picture {
 
 PatientAxes patientAxes(const glm::dmat4& affine) {
   PatientAxes result;
-  std::array<glm::dvec3, 3> direction;
+  std::array<glm::dvec3, 3> direction{};
   for (int a = 0; a < 3; ++a) {
     const glm::dvec3 column(affine[a]);
     const double length = glm::length(column);
