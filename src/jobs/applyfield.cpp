@@ -108,7 +108,7 @@ RunRecord applyField(const ApplyFieldOptions& options, Progress& progress) {
 
   progress.at(Stage::writing, 0.0);
   run.outputs = folder.write([&] {
-    series.run(distortion, reference, sources, run, progress);
+    series.run(distortion, reference, sources, nullptr, run, progress);
     earlier.settle({}, {}, originOf(run), folder, run);
     progress.at(Stage::finishing, 1.0);
   });

@@ -112,7 +112,7 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
     writePair(names, pair, estimate, run, sources, folder, progress);
     const Reference reference{{estimate.mean, pair.a.header.affine(), "the corrected pair"},
                               "the pair's directions are"};
-    series.run(distortionOf(pair, estimate), reference, sources, run, progress);
+    series.run(distortionOf(pair, estimate), reference, sources, nullptr, run, progress);
     if (description == Description::written)
       folder.writeText(bids::descriptionFile, datasetDescription(options.version, sources.links()));
     earlier.settle(resultInputsOf(pair), PairNames::fieldOf(pair), originOf(run), folder, run);
