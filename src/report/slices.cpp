@@ -13,7 +13,7 @@ namespace {
 using picture::SlicePlane;
 
 constexpr int apart = 3;
-constexpr double leastHead = 0.2;
+constexpr double leastHead = 0.5;
 
 // Of the slices across one axis of the array.
 struct SliceSums {

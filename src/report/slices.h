@@ -17,7 +17,7 @@ struct ChosenSlice {
 
 /// In each of the three planes the slice in the middle of the head (half of its voxels lie on
 /// either side), and the one where the mean absolute displacement in the head is largest, of those
-/// with at least a fifth as much head as the fullest one. Where the two are nearer than three
+/// with at least half as much head as the fullest one. Where the two are nearer than three
 /// slices only the latter.
 ///
 /// `head` is 1 inside and 0 outside; where it is empty the slices are those in the middle of the
