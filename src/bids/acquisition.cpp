@@ -47,6 +47,10 @@ std::vector<std::string> Acquisition::sidecarFiles() const {
   return sidecar ? sidecar->fileNames() : std::vector<std::string>{};
 }
 
+std::vector<FileStamp> Acquisition::sidecarStamps() const {
+  return sidecar ? sidecar->stamps() : std::vector<FileStamp>{};
+}
+
 Acquisition givenAcquisition(const std::string& imageFile, const GivenAcquisition& given) {
   Acquisition result;
   result.direction = directionOf(given, std::nullopt);

@@ -19,6 +19,7 @@ struct GivenAcquisition {
   std::optional<double> readoutSeconds;
   /// The acquisition table that the two stand in; empty: options.
   std::string table = {};
+  FileStamp tableStamp = {};  ///< before it was read
 
   bool isComplete() const { return direction && readoutSeconds; }
 };
@@ -49,6 +50,8 @@ struct Acquisition {
 
   /// The sidecars that were read, the farthest first; empty when none was.
   std::vector<std::string> sidecarFiles() const;
+  /// As they were before they were read.
+  std::vector<FileStamp> sidecarStamps() const;
 };
 
 /// Whether sidecars are read that could tell nothing new about direction and readout time.

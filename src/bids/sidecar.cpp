@@ -63,6 +63,7 @@ Sidecar::Sidecar(const std::string& fileName) : Sidecar(std::vector<std::string>
 Sidecar::Sidecar(const std::vector<std::string>& fileNames) : names(fileNames) {
   Json all = Json::object();
   for (const std::string& name : names) {
+    read.emplace_back(name);
     const Json object = readObject(name);
     all.update(object);
     for (const auto& [field, value] : object.items()) origins[field] = name;

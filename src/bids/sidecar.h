@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "base/filestamp.h"
 #include "base/json.h"
 #include "bids/phaseencoding.h"
 
@@ -57,6 +58,8 @@ class Sidecar {
   explicit Sidecar(const std::vector<std::string>& fileNames);
 
   const std::vector<std::string>& fileNames() const { return names; }
+  /// The same files, as they were before they were read.
+  const std::vector<FileStamp>& stamps() const { return read; }
   /// The file that a field is from; throws std::out_of_range when no file has it.
   const std::string& fileOf(const std::string& field) const { return origins.at(field); }
   /// What messages about a missing field call it: "near.json", "near.json (with far.json)".
@@ -90,6 +93,7 @@ class Sidecar {
   [[noreturn]] void fail(const std::string& field, const std::string& fault) const;
 
   std::vector<std::string> names;
+  std::vector<FileStamp> read;
   std::shared_ptr<const Json> content;
   std::map<std::string, std::string> origins;
 };

@@ -5,6 +5,7 @@
 #include "cli/applyfield.h"
 #include "cli/command.h"
 #include "cli/interrupt.h"
+#include "files/headerdoubts.h"
 #include "files/mapfile.h"
 #include "host/outputs.h"
 #include "host/session.h"
@@ -72,6 +73,8 @@ int runApply(const Options& options, const std::string& pluginFile) {
   for (const ProjectInfo& project : projects) {
     outputs.add(correctedProjectName(project.fileName));
     outputs.add(correctedDataName(project.fileName));
+    for (const std::string& warning : doubtsAboutHeader(project.fileName))
+      session.console.warn(warning);
     for (const std::string& warning : dataFileWarnings(project)) session.console.warn(warning);
   }
   Plugin plugin(findPlugin(pluginFile));

@@ -3,6 +3,7 @@
 #include "base/error.h"
 #include "cli/command.h"
 #include "cli/interrupt.h"
+#include "files/headerdoubts.h"
 #include "host/outputs.h"
 #include "host/session.h"
 #include "host/task.h"
@@ -78,7 +79,10 @@ bool runSearch(const Options& options, const ProjectInfo& first, const std::stri
   setParameters(options, session.parameters);
   session.maps.setCurrentDimensions(first.dimX, first.dimY, first.dimZ);
   Plugin plugin(findPlugin(pluginFile));
-  return runTask(plugin, "estimate");
+  session.maps.saveTogether(options.pair.saveDerivative ? 4 : 2);
+  if (!runTask(plugin, "estimate")) return false;
+  session.maps.writeKept();
+  return true;
 }
 
 void runMassPreserving(const Options& options) {
@@ -98,8 +102,11 @@ int runEstimate(const Options& options, const std::string& pluginFile) {
   const ExpectedOutputs outputs = expectedOutputs(options);
   HostSession& session = hostSession();
   for (const std::string& warning : voxelSizeWarnings(projects[0])) session.console.warn(warning);
-  for (const ProjectInfo& project : projects)
+  for (const ProjectInfo& project : projects) {
+    for (const std::string& warning : doubtsAboutHeader(project.fileName))
+      session.console.warn(warning);
     for (const std::string& warning : dataFileWarnings(project)) session.console.warn(warning);
+  }
 
   if (options.isMassPreserving())
     runMassPreserving(options);

@@ -13,10 +13,12 @@
 #include "convert/convert.h"
 #include "field/fieldhz.h"
 #include "files/mapfile.h"
+#include "files/usablemap.h"
 #include "host/session.h"
 #include "jobs/distortionfile.h"
 #include "jobs/mapseries.h"
 #include "nifti/filename.h"
+#include "nifti/finite.h"
 #include "nifti/image.h"
 
 namespace mirel {
@@ -74,9 +76,10 @@ void mapToField(const Options& options, const nifti::Header& header) {
   const bids::Acquisition acquisition = acquisitionOf(options, header);
   const Volume<float> shift = shiftFor(map, acquisition.direction->value, options.reference);
   tell(map);
-  writeField(fieldFromShift(shift, gridOf(header), acquisition.direction->value,
-                            acquisition.readout->seconds, options.mapFile),
-             header, options.output);
+  const FieldHz field = fieldFromShift(shift, gridOf(header), acquisition.direction->value,
+                                       acquisition.readout->seconds, options.mapFile);
+  nifti::requireFinite(field.hz, options.output);
+  writeField(field, header, options.output);
 }
 
 void fieldToMap(const Options& options, const nifti::Header& header) {
@@ -95,6 +98,7 @@ void fieldToMap(const Options& options, const nifti::Header& header) {
   Map map;
   map.header = {header.dims.x, header.dims.y, header.dims.z, 1, 1.0f, 5.0f, 0, 0};
   map.values.assign(shift.data(), shift.data() + shift.size());
+  refuseUnusableMap(map, options.output);
   writeMapFile(options.output, map);
 }
 

@@ -5,6 +5,7 @@
 #include "base/json.h"
 #include "cli/command.h"
 #include "cli/imagereport.h"
+#include "files/headerdoubts.h"
 #include "files/mapfile.h"
 #include "files/project.h"
 #include "files/projectinfo.h"
@@ -54,6 +55,7 @@ Json projectReport(const std::string& fileName) {
     report["gradientDirections"] = info.gradientDirections;
   }
   std::vector<std::string> warnings = voxelSizeWarnings(info);
+  for (const std::string& warning : doubtsAboutHeader(info.fileName)) warnings.push_back(warning);
   for (const std::string& warning : dataFileWarnings(info)) warnings.push_back(warning);
   try {
     report["data"] = jsonOf(summaryOf(Project(fileName, ProjectContent::withData).volumes()));

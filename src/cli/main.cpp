@@ -25,6 +25,8 @@ constexpr const char* description =
     "displacement of every voxel, and it corrects functional (FMR) and diffusion (DMR) projects\n"
     "with it. Inputs are never overwritten; results stand beside them.\n";
 
+constexpr const char* noMemory = "there is not enough memory";
+
 /// A result that did not reach standard output is a failure like any other.
 void refuseLostOutput() {
   if (!std::cout.flush()) throw Error("cannot write to standard output");
@@ -56,7 +58,8 @@ int run(const Program& program, bool asJson) {
     tell(stop, asJson);
     return stop.exitStatus();
   } catch (const std::bad_alloc&) {
-    throw;
+    // What the action held is free again; if that is not enough to say it, main does.
+    tell(Error(noMemory), asJson);
   } catch (const std::exception& failure) {
     tell(failure, asJson);
   } catch (...) {
@@ -98,7 +101,9 @@ int main(int argc, char** argv) {
   try {
     return runLine(argc, argv);
   } catch (const std::bad_alloc&) {
-    std::fputs("Error: there is not enough memory\n", stderr);
+    std::fputs("Error: ", stderr);
+    std::fputs(noMemory, stderr);
+    std::fputs("\n", stderr);
   } catch (const std::exception& failure) {
     std::fputs("Error: ", stderr);
     std::fputs(failure.what(), stderr);

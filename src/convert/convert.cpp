@@ -14,6 +14,7 @@
 #include "convert/newproject.h"
 #include "convert/positionblock.h"
 #include "convert/projectgeometry.h"
+#include "files/headerdoubts.h"
 #include "files/project.h"
 #include "nifti/filename.h"
 #include "nifti/gradients.h"
@@ -183,6 +184,8 @@ std::string checkedDataFile(const Project& project, const nifti::Header& image) 
 
 ConvertReport projectToImage(const std::string& in, const std::string& out) {
   ConvertReport report;
+  refuseUnknownDataType(in);
+  for (const std::string& doubt : doubtsAboutHeader(in)) report.notes.push_back(doubt);
   Project project(in, ProjectContent::headerOnly);
   nifti::Header header = imageHeaderOf(project.header(), report.notes);
   const nifti::DataType ownType = sampleTypeOf(project.header());

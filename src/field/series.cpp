@@ -9,8 +9,10 @@
 
 #include "base/dimensions.h"
 #include "base/error.h"
+#include "base/numbertext.h"
 #include "base/outputfile.h"
 #include "base/samefile.h"
+#include "nifti/finite.h"
 #include "nifti/image.h"
 
 namespace mirel {
@@ -102,6 +104,8 @@ class Work {
     result.volumes = volumes;
     result.nonFinite = nonFinite;
     result.clamped = clamped;
+    result.clampedBelow = clampedBelow;
+    result.rounding = reader.roundingLoss();
     result.meanBefore = before.value();
     result.meanAfter = after.value();
   }
@@ -120,6 +124,7 @@ class Work {
       for (int t = take(buffers); t < volumes; t = take(buffers)) {
         buffers.nonFinite = replaceNonFinite(buffers.in);
         correct(buffers);
+        nifti::requireFinite(buffers.out, writer.fileName());
         writer.encode(buffers.out, buffers.encoded);
         if (!put(t, buffers)) return;
       }
@@ -152,7 +157,8 @@ class Work {
     turn.wait(lock, [&] { return failure || written == t; });
     if (failure) return false;
     nonFinite += buffers.nonFinite;
-    clamped += static_cast<std::int64_t>(buffers.encoded.clamped);
+    clamped += static_cast<std::int64_t>(buffers.encoded.clamped.above);
+    clampedBelow += static_cast<std::int64_t>(buffers.encoded.clamped.below);
     before.add(buffers.in);
     after.add(buffers.out);
     writer.write(buffers.encoded);
@@ -175,7 +181,7 @@ class Work {
   std::condition_variable turn;
   int written = 0;
   std::int64_t nonFinite = 0;
-  std::int64_t clamped = 0;
+  std::int64_t clamped = 0, clampedBelow = 0;
   Mean before, after;
   std::exception_ptr failure;
 };
@@ -196,12 +202,37 @@ std::string foldedSentence(const std::string& in, std::int64_t count) {
          " of each volume of " + in + ": no signal belongs there, and 0 is written";
 }
 
-std::string clampedSentence(const std::string& in, std::int64_t count, nifti::DataType type) {
-  return std::to_string(count) + (count == 1 ? " voxel" : " voxels") + " of " + in +
-         (count == 1 ? ", corrected, exceeds" : ", corrected, exceed") +
-         " the largest value that " + nameOf(type) +
-         " holds; that value is written (32-bit floats would hold " +
-         (count == 1 ? "it)" : "them)");
+std::string clampedSentence(const std::string& in, std::int64_t count, nifti::DataType type,
+                            bool above) {
+  const bool one = count == 1;
+  const std::string verb = above ? (one ? "exceeds" : "exceed") : (one ? "falls" : "fall");
+  return std::to_string(count) + (one ? " voxel of " : " voxels of ") + in + ", corrected, " +
+         verb + (above ? " the largest value that " : " below the least value that ") +
+         nameOf(type) + " holds; that value is written (32-bit floats would hold " +
+         (one ? "it)" : "them)");
+}
+
+std::string roundingSentence(const std::string& in, const nifti::RoundingLoss& loss,
+                             nifti::DataType type) {
+  return in + " is computed with 32-bit floats, which do not hold all digits of its " +
+         nameOf(type) + " values: " + std::to_string(loss.values) +
+         (loss.values == 1 ? " is" : " are") + " rounded, by " + text("%.3g", loss.largest) +
+         " at most";
+}
+
+bool isUnsigned(nifti::DataType type) { return nameOf(type).starts_with("uint"); }
+
+// What the data type of the input, or that of the output, did to values.
+void tellOfTypes(const std::string& in, nifti::DataType typeRead, SeriesReport& report) {
+  const nifti::DataType written = report.header.type;
+  if (report.rounding.values > 0)
+    report.warnings.push_back(roundingSentence(in, report.rounding, typeRead));
+  if (report.clamped > 0)
+    report.warnings.push_back(clampedSentence(in, report.clamped, written, /*above=*/true));
+  if (report.clampedBelow == 0) return;
+  // Interpolation beside air falls a little below it: of types that begin with 0 that is ordinary.
+  (isUnsigned(written) ? report.notes : report.warnings)
+      .push_back(clampedSentence(in, report.clampedBelow, written, /*above=*/false));
 }
 
 }  // namespace
@@ -230,8 +261,7 @@ SeriesReport correctSeries(const std::string& in, const Volume<float>& shift,
   }
   if (report.folded > 0 && options.modulation == Modulation::on)
     report.warnings.push_back(foldedSentence(in, report.folded));
-  if (report.clamped > 0)
-    report.warnings.push_back(clampedSentence(in, report.clamped, report.header.type));
+  tellOfTypes(in, reader.header().type, report);
   writer.finish();
   return report;
 }

@@ -8,6 +8,7 @@
 #include "field/corrector.h"
 #include "field/fieldhz.h"
 #include "nifti/header.h"
+#include "nifti/samples.h"
 
 /// Correction of whole image series, volume by volume.
 namespace mirel {
@@ -36,14 +37,16 @@ struct SeriesReport {
   std::int64_t nonFinite = 0;
   /// Voxels where the map folds; with modulation they are 0.
   std::int64_t folded = 0;
-  /// Voxels whose corrected value is beyond the largest that the data type holds.
-  std::int64_t clamped = 0;
+  /// Voxels whose corrected value is beyond the largest, or the least, that the data type holds.
+  std::int64_t clamped = 0, clampedBelow = 0;
+  /// Input values that 32-bit floats, in which is computed, do not hold exactly.
+  nifti::RoundingLoss rounding;
   /// Averages over the volumes before and after the correction (the latter before rounding),
   /// added up in double in the order of the volumes.
   Volume<float> meanBefore;
   Volume<float> meanAfter;
   /// Sentences for the user, each naming the file.
-  std::vector<std::string> warnings;
+  std::vector<std::string> warnings, notes;
 };
 
 /// Corrects every volume of the 3-D or 4-D image `in` through `shift` (its dimensions, voxels
@@ -54,7 +57,8 @@ struct SeriesReport {
 /// Threads  volumes are read and written in order, and computed and compressed side by side; the
 ///          bytes of the output and both means do not depend on their number.
 /// Errors   Error, naming the file: see nifti::Reader and nifti::Writer; a map of other
-///          dimensions or with voxels that are not finite; one voxel along the axis; `out` is
+///          dimensions or with voxels that are not finite; corrected values beyond the range of
+///          32-bit floats; one voxel along the axis; `out` is
 ///          `in`. Nothing is left behind then.
 SeriesReport correctSeries(const std::string& in, const Volume<float>& shift,
                            const SeriesOptions& options, const std::string& out);

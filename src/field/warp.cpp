@@ -1,6 +1,7 @@
 #include "field/warp.h"
 
 #include "base/error.h"
+#include "nifti/finite.h"
 #include "nifti/image.h"
 #include "nifti/orientation.h"
 
@@ -57,6 +58,7 @@ void writeWarpLps(const Volume<float>& shift, const nifti::Header& reference, in
           // + 0.0 turns a -0 of an axis without movement into 0.
           component.data()[n] = static_cast<float>(sign * mm + 0.0);
         }
+    nifti::requireFinite(component, fileName);
     writer.write(component);
   }
   writer.finish();

@@ -71,9 +71,17 @@ void MapStore::refuseUnusable(const std::string& fileName) const {
   if (map) refuseUnusableMap(*map, fileName);
 }
 
-void MapStore::save(const std::string& fileName) const {
+void MapStore::save(const std::string& fileName) {
   if (!map) throw Error("cannot write the map " + fileName + ": there is no map to write");
-  writeMapFile(fileName, *map);
+  if (setSize == 1) return writeMapFile(fileName, *map);
+  kept.add(fileName, *map);
+  if (kept.size() >= setSize) writeKept();
+}
+
+void MapStore::writeKept() {
+  setSize = 1;
+  const MapSet complete = std::exchange(kept, {});
+  complete.write();
 }
 
 void MapStore::load(const std::string& fileName) {

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "files/map.h"
+#include "files/mapset.h"
 
 namespace mirel {
 
@@ -35,7 +36,12 @@ class MapStore {
   void refuseUnusable(const std::string& fileName) const;
 
   /// Writes the map to `fileName`. Errors: Error when there is no map or it cannot be written.
-  void save(const std::string& fileName) const;
+  void save(const std::string& fileName);
+
+  /// The next `count` maps are one set: `save` keeps them, and writes all with the last one.
+  void saveTogether(std::size_t count) { setSize = count; }
+  /// Writes those kept of a set that did not become complete. Errors: those of MapSet::write.
+  void writeKept();
 
   /// Puts the map of `fileName` in place of the one before. A failure leaves no map at all, so
   /// that nobody takes an earlier map for this one.
@@ -50,6 +56,8 @@ class MapStore {
   MapHeader current;
   std::optional<Map> map;
   std::vector<float*> slices;
+  std::size_t setSize = 1;
+  MapSet kept;
 };
 
 }  // namespace mirel

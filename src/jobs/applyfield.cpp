@@ -13,6 +13,7 @@
 #include "jobs/sourcenames.h"
 #include "nifti/filename.h"
 #include "nifti/image.h"
+#include "numerics/spikes.h"
 
 namespace mirel {
 
@@ -42,8 +43,8 @@ DistortionFile readSource(const ApplyFieldOptions& options, RunRecord& run) {
   DistortionFile file = readDistortionFile(asMap ? options.mapFile : options.fieldFile,
                                            asMap ? TakenFor::map : TakenFor::field, options.unit);
   run.source = SourceRecord{file.isField() ? SourceRecord::Kind::field : SourceRecord::Kind::map,
-                            file.file, file.unit,
-                            file.sidecar ? file.sidecar->fileNames() : std::vector<std::string>{}};
+                            file.stamp, file.file, file.unit,
+                            file.sidecar ? file.sidecar->stamps() : std::vector<FileStamp>{}};
   return file;
 }
 
@@ -74,7 +75,7 @@ std::optional<Reference> readReference(const ApplyFieldOptions& options, const s
   if (nonFinite > 0)
     run.warnings.push_back(options.reference + " has " + std::to_string(nonFinite) +
                            " NaN or infinite value(s), which count as 0");
-  return Reference{{std::move(mean), image.header().affine(), options.reference},
+  return Reference{{withoutSpikes(std::move(mean)), image.header().affine(), options.reference},
                    "the sign of " + source + " is"};
 }
 

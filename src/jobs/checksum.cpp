@@ -46,4 +46,10 @@ std::string sha256OfText(const std::string& text) {
   return digestOf(context);
 }
 
+std::string sha256Of(const FileStamp& before) {
+  std::string sum = sha256Of(before.fileName());
+  before.requireUnchanged();
+  return sum;
+}
+
 }  // namespace mirel

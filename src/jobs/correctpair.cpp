@@ -70,7 +70,10 @@ void addRemarks(RunRecord& run, const PairInput& pair, const PairEstimate& estim
   if (estimate.motion)
     run.notes.push_back("the map and the field hold the distortion with the head where it was in " +
                         pair.a.title() + "; of " + pair.b.title() +
-                        " its motion was undone as well, and its warp does the same");
+                        " its motion was undone as well, and its warp does the same" +
+                        (pair.b.spikes.empty() ? ""
+                                               : "; it was corrected without the voxels "
+                                                 "that stand out"));
 }
 
 }  // namespace
@@ -115,8 +118,9 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
   run.outputs = folder.write([&] {
     writePair(names, pair, estimate, run, sources, folder, progress);
     if (options.report) options.report->showPair(pair, estimate);
-    const Reference reference{{estimate.mean, pair.a.header.affine(), "the corrected pair"},
-                              "the pair's directions are"};
+    const Reference reference{
+        {estimate.meanToCompare(), pair.a.header.affine(), "the corrected pair"},
+        "the pair's directions are"};
     series.run(distortionOf(pair, estimate), reference, sources, options.report, run, progress);
     if (description == Description::written)
       folder.writeText(bids::descriptionFile, datasetDescription(options.version, sources.links()));

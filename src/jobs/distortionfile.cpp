@@ -124,6 +124,7 @@ DistortionFile readMap(const std::string& fileName, std::optional<Unit> given) {
     throw Error(fileName, "is in voxels, as all .map files are, not in " + nameOf(*given));
   DistortionFile file;
   file.file = fileName;
+  file.stamp = FileStamp(fileName);
   const Map map = readMapFile(fileName);
   refuseUnusableMap(map, fileName);
   file.values = volumeOf(map);
@@ -160,6 +161,7 @@ DistortionFile readDistortionFile(const std::string& fileName, TakenFor takenFor
   if (takenFor == TakenFor::map && !nifti::hasNiftiName(fileName)) return readMap(fileName, given);
   DistortionFile file;
   file.file = fileName;
+  file.stamp = FileStamp(fileName);
   file.header = nifti::Reader(fileName).header();
   file.sidecar = bids::findSidecar(fileName);
   file.unit = unitOf(file, takenFor, given);

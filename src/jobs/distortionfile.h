@@ -16,6 +16,7 @@ namespace mirel {
 /// A field or a displacement map as it stands in a file, and what the file says about it.
 struct DistortionFile {
   std::string file;
+  FileStamp stamp;  ///< of the file before it was read
   Volume<float> values;
   StatedUnit unit;
   std::optional<nifti::Header> header;   ///< nothing for a .map, which has none

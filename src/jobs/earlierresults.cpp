@@ -185,8 +185,22 @@ EarlierResults::EarlierResults(const OutputFolder& folder, const SourceNames& so
                                Others what)
     : where(folder), names(sourceNames), others(what) {}
 
+void EarlierResults::refuseSharedSidecar(const std::string& stem,
+                                         const std::vector<std::string>& files) const {
+  for (const char* end : {".nii", ".nii.gz"}) {
+    const std::string twin = stem + end;
+    if (std::find(files.begin(), files.end(), twin) != files.end() || !where.isThere(twin))
+      continue;
+    throw Error(where.target(twin), "is there already, and the new " +
+                                        where.target(stem + ".json") +
+                                        " would be read as its sidecar, too: name another output, "
+                                        "or move that image away");
+  }
+}
+
 void EarlierResults::refuseOthers(const std::string& stem, const std::vector<std::string>& files,
                                   const std::vector<ResultInput>& inputs) const {
+  refuseSharedSidecar(stem, files);
   if (others == Others::replaced) return;
   const auto there = std::find_if(files.begin(), files.end(),
                                   [&](const std::string& file) { return where.isThere(file); });

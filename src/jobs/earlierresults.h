@@ -35,6 +35,9 @@ class EarlierResults {
   ///
   /// @param stem    of the result: its record is STEM.json
   /// @param files   that will be written for it
+  /// An image of the same stem, compressed or not, that would share the new sidecar is in the way
+  /// even where others may be replaced: it would stay, and the sidecar would not be true of it.
+  ///
   /// Errors  Error, naming the file that is there and what it was made of.
   void refuseOthers(const std::string& stem, const std::vector<std::string>& files,
                     const std::vector<ResultInput>& inputs) const;
@@ -49,6 +52,8 @@ class EarlierResults {
               OutputFolder& folder, RunRecord& run) const;
 
  private:
+  void refuseSharedSidecar(const std::string& stem, const std::vector<std::string>& files) const;
+
   const OutputFolder& where;
   const SourceNames& names;
   Others others;

@@ -4,9 +4,11 @@
 #include <utility>
 
 #include "files/mapfile.h"
+#include "files/mapset.h"
 #include "files/usablemap.h"
 #include "masspreserving/masspreserving.h"
 #include "numerics/fft/fftw.h"
+#include "numerics/spikes.h"
 
 namespace mirel {
 
@@ -26,14 +28,26 @@ void tellMotion(const RigidMotion& motion, std::ostream& log) {
   log << text << std::flush;
 }
 
-void writeMap(const Volume<float>& map, bool transpose, float param1, float param2,
-              const std::string& fileName) {
+// The image without the voxels that stand far out of all others; says how many there are.
+Volume<float> cleaned(const Volume<float>& image, const char* which, std::ostream& log) {
+  const Spikes spikes = findSpikes(image);
+  if (spikes.empty()) return image;
+  char text[200];
+  std::snprintf(text, sizeof text,
+                "Left out of the %s image: %zu voxel(s) far out of all others, the largest %g.",
+                which, spikes.voxels.size(), static_cast<double>(spikes.largest));
+  log << text << std::flush;
+  return withoutSpikes(image, spikes);
+}
+
+void addMap(const Volume<float>& map, bool transpose, float param1, float param2,
+            const std::string& fileName, MapSet& maps) {
   Map file = mapOf(transpose ? map.transposeXY() : map);
   file.header.kind = 1;
   file.header.param1 = param1;
   file.header.param2 = param2;
   refuseUnusableMap(file, fileName);
-  writeMapFile(fileName, file);
+  maps.add(fileName, std::move(file));
 }
 
 }  // namespace
@@ -45,13 +59,22 @@ void estimateProjectsMassPreserving(const ProjectPair& pair, bool estimateMotion
   options.estimateMotion = estimateMotion;
   const PairEstimator estimator = [&](const Volume<float>& first, const Volume<float>& second,
                                       const glm::dvec3& voxelMm, std::ostream& text) {
-    MassPreservingResult found = estimateMassPreserving(first, second, voxelMm, options);
+    MassPreservingResult found = estimateMassPreserving(
+        cleaned(first, "first", text), cleaned(second, "second", text), voxelMm, options);
     // The images come with x and y exchanged where phase encoding runs along x.
     const RigidMotion motion = pair.rllr ? found.motion.withExchanged(0, 1) : found.motion;
     if (estimateMotion) tellMotion(motion, text);
     return std::move(found.shiftVoxels);
   };
-  estimateProjectPair(pair, estimator, writeMap, log);
+  // They appear before projects are corrected with them.
+  MapSet maps;
+  const std::size_t wanted = pair.saveDerivative ? 4 : 2;
+  const MapWriter keepMap = [&](const Volume<float>& map, bool transpose, float param1,
+                                float param2, const std::string& fileName) {
+    addMap(map, transpose, param1, param2, fileName, maps);
+    if (maps.size() == wanted) maps.write();
+  };
+  estimateProjectPair(pair, estimator, keepMap, log);
 }
 
 }  // namespace mirel

@@ -13,8 +13,8 @@ namespace mirel {
 /// @param estimateMotion  also look for a motion of the head between the images
 /// @param log  gets whole messages without line feeds, each flushed: the steps, and with
 ///   `estimateMotion` how the head moved, along and about the axes of the projects
-/// @throws Error for a map that cannot be written, and those of estimateProjectPair; files written
-///   before stay.
+/// @throws Error for a map that cannot be written, when none of them is, and those of
+///   estimateProjectPair; files written before stay.
 void estimateProjectsMassPreserving(const ProjectPair& pair, bool estimateMotion,
                                     std::ostream& log);
 

@@ -84,7 +84,7 @@ std::optional<double> readoutInRecord(const DistortionFile& map, int axis) {
 void takeDirectionFromRecord(const DistortionFile& map, SeriesInput& input) {
   const Json* inputs = recordedInputs(map);
   if (input.acquisition.direction || inputs == nullptr) return;
-  const std::string sum = sha256Of(input.file);
+  const std::string sum = sha256Of(input.stamp);
   for (const Json& each : inputs->list()) {
     const std::string direction = textIn(each, "PhaseEncodingDirection");
     if (direction.empty() || textIn(each, "SHA256") != sum) continue;

@@ -4,6 +4,7 @@
 #include "field/warp.h"
 #include "jobs/recordjson.h"
 #include "jobs/resultnames.h"
+#include "nifti/finite.h"
 #include "nifti/image.h"
 #include "nifti/orientation.h"
 
@@ -55,7 +56,9 @@ class PairWriter {
 
   void image(const std::string& name, const Volume<float>& volume, const std::string& description,
              const std::string& units = {}, const Json& moreFields = Json::object()) {
-    nifti::Writer writer(folder.path(name + imageEnd), header);
+    const std::string file = folder.path(name + imageEnd);
+    nifti::requireFinite(volume, file);
+    nifti::Writer writer(file, header);
     writer.write(volume);
     writer.finish();
     sidecar(name, description, units, moreFields);

@@ -12,11 +12,14 @@ Json readoutJson(const bids::Readout& readout) {
   return json;
 }
 
-void addSidecars(Json& json, const std::vector<std::string>& files) {
+void addSidecars(Json& json, const std::vector<FileStamp>& files) {
   if (files.empty()) return;
-  std::vector<std::string> sums;
-  for (const std::string& file : files) sums.push_back(sha256Of(file));
-  json["Sidecar"] = oneOrList(files);
+  std::vector<std::string> names, sums;
+  for (const FileStamp& file : files) {
+    names.push_back(file.fileName());
+    sums.push_back(sha256Of(file));
+  }
+  json["Sidecar"] = oneOrList(names);
   json["SidecarSHA256"] = oneOrList(sums);
 }
 
@@ -24,23 +27,28 @@ void addAcquisition(Json& json, const bids::Acquisition& acquisition) {
   json["PhaseEncodingDirection"] = nameOf(acquisition.direction->value);
   json["PhaseEncodingDirectionSource"] = acquisition.direction->sourceText();
   if (acquisition.readout) json["TotalReadoutTime"] = readoutJson(*acquisition.readout);
-  addSidecars(json, acquisition.sidecarFiles());
+  addSidecars(json, acquisition.sidecarStamps());
 }
 
-Json fileJson(const std::string& file) { return {{"File", file}, {"SHA256", sha256Of(file)}}; }
+Json fileJson(const FileStamp& file) {
+  return {{"File", file.fileName()}, {"SHA256", sha256Of(file)}};
+}
 
 Json imageJson(const ImageDescription& image) {
-  Json json = fileJson(image.options.file);
+  Json json = fileJson(image.stamp);
   if (image.header.volumes > 1) json["Volume"] = image.options.volume;
   if (image.options.meanOfFirst > 1) json["MeanOfVolumes"] = image.options.meanOfFirst;
+  if (const Spikes& spikes = image.spikes; !spikes.empty())
+    json["Spikes"] = {{"Voxels", spikes.voxels.size()},
+                      {"Largest", static_cast<double>(spikes.largest)}};
   addAcquisition(json, image.acquisition);
-  const std::string& table = image.options.given.table;
-  if (!table.empty()) json["AcquisitionTable"] = fileJson(table);
+  const bids::GivenAcquisition& given = image.options.given;
+  if (!given.table.empty()) json["AcquisitionTable"] = fileJson(given.tableStamp);
   return json;
 }
 
 Json sourceJson(const SourceRecord& source) {
-  Json json = fileJson(source.file);
+  Json json = fileJson(source.stamp);
   json["Units"] = nameOf(source.unit.value);
   json["UnitsSource"] = source.unit.sourceText();
   addSidecars(json, source.sidecars);
@@ -121,11 +129,11 @@ const char* verdictName(SignCheck::Verdict verdict) {
 }
 
 Json seriesJson(const SeriesRecord& series) {
-  Json json = fileJson(series.file);
+  Json json = fileJson(series.stamp);
   const bids::StatedDirection& direction = *series.acquisition.direction;
   if (direction.source == bids::StatedDirection::Source::map) {
     // Nobody told the polarity: only the axis along which the map shifts is known.
-    addSidecars(json, series.acquisition.sidecarFiles());
+    addSidecars(json, series.acquisition.sidecarStamps());
   } else {
     addAcquisition(json, series.acquisition);
     json["FieldResampled"] = series.resampledField;

@@ -25,6 +25,7 @@ struct SeriesSettings {
 /// What was found and done about one series.
 struct SeriesRecord {
   std::string file, output;
+  FileStamp stamp;  ///< of the file before it was read
   bids::Acquisition acquisition;
   int volumes = 0;
   double background = 0;        ///< that was not modulated (SeriesOptions::background)
@@ -47,9 +48,10 @@ struct PairRecord {
 struct SourceRecord {
   enum class Kind { field, map };
   Kind kind = Kind::field;
+  FileStamp stamp;  ///< of the file and its sidecars before they were read
   std::string file;
   StatedUnit unit;
-  std::vector<std::string> sidecars;
+  std::vector<FileStamp> sidecars;
 };
 
 /// One run, whatever it began with: what sidecars, the summary in JSON and the text on the terminal

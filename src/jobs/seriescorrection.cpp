@@ -8,6 +8,7 @@
 #include "jobs/resultnames.h"
 #include "nifti/filename.h"
 #include "nifti/image.h"
+#include "numerics/spikes.h"
 #include "pair/background.h"
 #include "pair/shiftdoubt.h"
 
@@ -62,6 +63,7 @@ SeriesRecord recordOf(const SeriesInput& input, const std::string& output,
   SeriesRecord record;
   record.file = input.file;
   record.output = output;
+  record.stamp = input.stamp;
   record.acquisition = input.acquisition;
   record.volumes = corrected.volumes;
   record.resampledField = !input.onGridOfField;
@@ -166,10 +168,12 @@ void SeriesCorrection::correctOne(const Planned& one, const Context& context) {
       record.warnings.push_back(doubt);
   std::vector<Remark>& notes = context.run.notes;
   notes.insert(notes.end(), input.notes.begin(), input.notes.end());
+  for (const std::string& note : corrected.notes) notes.emplace_back(note);
   if (context.reference) {
+    const Volume<float> mean = withoutSpikes(corrected.meanBefore);
     const auto through = [&](const Volume<float>& map) {
-      return correctVolume(corrected.meanBefore - static_cast<float>(how.background), map,
-                           direction.axis, settings.modulation);
+      return correctVolume(mean - static_cast<float>(how.background), map, direction.axis,
+                           settings.modulation);
     };
     record.signs = compareSigns(through(shift), through(-shift), input.header.affine(),
                                 context.reference->image);
@@ -193,7 +197,7 @@ SeriesOptions SeriesCorrection::optionsFor(const SeriesInput& input) const {
   how.floatOutput = settings.floatOutput;
   how.threads = settings.threads;
   if (how.modulation == Modulation::on)
-    how.background = addedBackground(nifti::Reader(input.file).readVolume(0));
+    how.background = addedBackground(withoutSpikes(nifti::Reader(input.file).readVolume(0)));
   return how;
 }
 

@@ -107,6 +107,7 @@ void doubtUse(const std::vector<bids::FieldOrigin>& origins, const std::string& 
 SeriesInput openSeries(const SeriesFile& options) {
   SeriesInput input;
   input.file = options.file;
+  input.stamp = FileStamp(options.file);
   input.header = nifti::Reader(options.file).header();
   return input;
 }

@@ -19,6 +19,7 @@ struct SeriesFile {
 /// What is known about a series before it is corrected.
 struct SeriesInput {
   std::string file;
+  FileStamp stamp;  ///< of the file before it was read
   nifti::Header header;
   bids::Acquisition acquisition;  ///< its direction is settled
   bool onGridOfField = false;     ///< so that nothing needs to be resampled

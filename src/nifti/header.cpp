@@ -2,10 +2,12 @@
 
 #include <nifti2_io.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstring>
 #include <glm/geometric.hpp>
+#include <initializer_list>
 #include <limits>
 #include <memory>
 
@@ -127,6 +129,22 @@ std::int64_t checkOffset(double offset, std::size_t headerSize, const std::strin
   return static_cast<std::int64_t>(offset);
 }
 
+// An orientation that counts must be one; the library reads what is no number as 0, or keeps it.
+template <typename Raw>
+void checkOrientation(const Raw& raw, const std::string& fileName) {
+  const auto check = [&](int code, std::initializer_list<double> values, const char* name) {
+    if (code > 0 &&
+        !std::all_of(values.begin(), values.end(), [](double v) { return std::isfinite(v); }))
+      throw Error(fileName, std::string("is damaged: its orientation (") + name +
+                                ") has values that are NaN or infinite");
+  };
+  check(raw.qform_code,
+        {raw.quatern_b, raw.quatern_c, raw.quatern_d, raw.qoffset_x, raw.qoffset_y, raw.qoffset_z},
+        "qform");
+  for (int n = 0; n < 4; n++)
+    check(raw.sform_code, {raw.srow_x[n], raw.srow_y[n], raw.srow_z[n]}, "sform");
+}
+
 bool textEquals(const unsigned char* bytes, const char* text, std::size_t count) {
   return std::memcmp(bytes, text, count) == 0;
 }
@@ -193,6 +211,7 @@ StoredHeader parse1(const unsigned char* bytes, bool swapped, const std::string&
   nifti_1_header raw;
   std::memcpy(&raw, bytes, sizeof(raw));
   if (swapped) swap_nifti_header(&raw, 1);
+  checkOrientation(raw, fileName);
   checkDimensions(raw.dim, checkType(raw.datatype, fileName), fileName);
   StoredHeader result;
   result.swapped = swapped;
@@ -211,6 +230,7 @@ StoredHeader parse2(const unsigned char* bytes, bool swapped, const std::string&
   nifti_2_header raw;
   std::memcpy(&raw, bytes, sizeof(raw));
   if (swapped) swap_nifti_header(&raw, 2);
+  checkOrientation(raw, fileName);
   checkDimensions(raw.dim, checkType(raw.datatype, fileName), fileName);
   StoredHeader result;
   result.swapped = swapped;

@@ -63,7 +63,7 @@ class Encoder {
   Encoder(EncodedVolume& target, bool compress) : result(target), compressed(compress) {
     result.bytes.clear();
     result.plainBytes = 0;
-    result.clamped = 0;
+    result.clamped = {};
     result.checksum = crc32(0, nullptr, 0);
     // Negative window bits: deflate blocks without a head and a tail of their own.
     if (compressed &&
@@ -229,7 +229,9 @@ void Reader::readVolume(int t, Volume<float>& volume) {
     const std::size_t count = std::min(blockSamples, voxels - done);
     readBytes(block.data(), count * size, what);
     if (stored.swapped) swapSamples(block.data(), count, bytesPerSample(h.type));
-    decodeSamples(h, block.data(), count, volume.data() + done);
+    const RoundingLoss loss = decodeSamples(h, block.data(), count, volume.data() + done);
+    lost.values += loss.values;
+    lost.largest = std::max(lost.largest, loss.largest);
     done += count;
   }
   if (t == volumes - 1 && gzdirect(file.get()) == 0) readTail();
@@ -275,7 +277,9 @@ void Writer::encode(const Volume<float>& volume, EncodedVolume& result) const {
   const std::size_t voxels = voxelsOf(header);
   for (std::size_t done = 0; done < voxels;) {
     const std::size_t count = std::min(blockSamples, voxels - done);
-    result.clamped += encodeSamples(header, volume.data() + done, count, block.data());
+    const ClampedSamples clamped = encodeSamples(header, volume.data() + done, count, block.data());
+    result.clamped.above += clamped.above;
+    result.clamped.below += clamped.below;
     encoder.add(block.data(), count * size);
     done += count;
   }

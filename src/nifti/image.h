@@ -11,6 +11,7 @@
 #include "base/outputfile.h"
 #include "containers/volume.h"
 #include "nifti/header.h"
+#include "nifti/samples.h"
 
 /// Reading and writing NIfTI files (.nii, .nii.gz) one volume at a time: memory holds a volume
 /// and a block of samples, however many volumes the file has.
@@ -47,6 +48,8 @@ class Reader {
   Volume<float> readVolume(int t);
   /// The same into `volume`, whose storage is used again when its dimensions fit.
   void readVolume(int t, Volume<float>& volume);
+  /// What 32-bit floats took from the values of all volumes read so far.
+  const RoundingLoss& roundingLoss() const { return lost; }
 
  private:
   struct Close {
@@ -61,6 +64,7 @@ class Reader {
   std::unique_ptr<gzFile_s, Close> file;
   StoredHeader stored;
   std::vector<unsigned char> block;
+  RoundingLoss lost;
 };
 
 /// A volume as it stands in a file.
@@ -68,7 +72,7 @@ struct EncodedVolume {
   std::vector<unsigned char> bytes;  ///< compressed for a .nii.gz
   std::size_t plainBytes = 0;        ///< before compression
   unsigned long checksum = 0;        ///< CRC-32 of the bytes before compression
-  std::size_t clamped = 0;           ///< see encodeSamples
+  ClampedSamples clamped;            ///< see encodeSamples
 };
 
 /// Writes an image volume by volume, compressed when the name ends with .nii.gz. The file appears
@@ -85,6 +89,7 @@ class Writer {
   Writer& operator=(const Writer&) = delete;
   ~Writer();
 
+  const std::string& fileName() const { return out.target(); }
   /// Appends a volume; see encodeSamples for rounding and clamping. An image of vectors takes
   /// volumes * vectorComponents of them.
   void write(const Volume<float>& volume);

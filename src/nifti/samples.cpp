@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <type_traits>
 
 #include "base/error.h"
 
@@ -68,13 +69,31 @@ T toSample(double value) {
     return value;
 }
 
+// Types with samples that 32-bit floats do not hold.
+template <typename T>
+constexpr bool losesDigits = !std::is_same_v<T, float> && sizeof(T) >= 4;
+
+template <typename T>
+void addLoss(const Header& header, T sample, float decoded, RoundingLoss& loss) {
+  constexpr double exactBelow = 1 << 24;
+  const double stored = static_cast<double>(sample);
+  if (std::numeric_limits<T>::is_integer && std::abs(stored) <= exactBelow) return;
+  const double value = header.hasScaling() ? stored * header.slope + header.inter : stored;
+  // Of 64-bit integers a double may have lost the last digits already.
+  const double lost = std::abs(value - static_cast<double>(decoded));
+  if (!(lost > 0) || !std::isfinite(lost)) return;
+  ++loss.values;
+  loss.largest = std::max(loss.largest, lost);
+}
+
 }  // namespace
 
-void decodeSamples(const Header& header, const unsigned char* bytes, std::size_t count,
-                   float* dst) {
+RoundingLoss decodeSamples(const Header& header, const unsigned char* bytes, std::size_t count,
+                           float* dst) {
   const bool scaled = header.hasScaling();
-  withType(header.type, [&](auto kind) {
+  return withType(header.type, [&](auto kind) {
     using T = decltype(kind);
+    RoundingLoss loss;
     for (std::size_t n = 0; n < count; n++) {
       T sample;
       std::memcpy(&sample, bytes + n * sizeof(T), sizeof(T));
@@ -84,22 +103,26 @@ void decodeSamples(const Header& header, const unsigned char* bytes, std::size_t
         dst[n] = toFloat(sample);
       else
         dst[n] = static_cast<float>(sample);
+      if constexpr (losesDigits<T>) addLoss(header, sample, dst[n], loss);
     }
+    return loss;
   });
 }
 
-std::size_t encodeSamples(const Header& header, const float* src, std::size_t count,
-                          unsigned char* bytes) {
+ClampedSamples encodeSamples(const Header& header, const float* src, std::size_t count,
+                             unsigned char* bytes) {
   const bool scaled = header.hasScaling();
   return withType(header.type, [&](auto kind) {
     using T = decltype(kind);
-    std::size_t clamped = 0;
+    ClampedSamples clamped;
     for (std::size_t n = 0; n < count; n++) {
       double value = static_cast<double>(src[n]);
       if (scaled) value = (value - header.inter) / header.slope;
       const T sample = toSample<T>(value);
-      if constexpr (std::numeric_limits<T>::is_integer)
-        clamped += value >= static_cast<double>(std::numeric_limits<T>::max()) + 0.5;
+      if constexpr (std::numeric_limits<T>::is_integer) {
+        clamped.above += value >= static_cast<double>(std::numeric_limits<T>::max()) + 0.5;
+        clamped.below += value < static_cast<double>(std::numeric_limits<T>::min()) - 0.5;
+      }
       std::memcpy(bytes + n * sizeof(T), &sample, sizeof(T));
     }
     return clamped;

@@ -221,20 +221,32 @@ void check(const PairInput& pair, Modulation modulation, const Volume<float>& he
   progress.at(Stage::checking, 1.0);
 }
 
-}  // namespace
-
-std::string nameOf(Estimator estimator) {
-  switch (estimator) {
-    case Estimator::massPreserving:
-      return "mass-preserving";
-    case Estimator::search:
-      break;
-  }
-  return "search";
+// The pair without spikes, if it has any.
+std::optional<PairInput> pairWithoutSpikes(const PairInput& pair) {
+  if (pair.a.spikes.empty() && pair.b.spikes.empty()) return std::nullopt;
+  PairInput clean = pair;
+  for (InputImage* image : {&clean.a, &clean.b})
+    image->image = withoutSpikes(image->image, image->spikes);
+  return clean;
 }
 
-PairEstimate estimatePairMap(const PairInput& input, const EstimateSettings& settings,
-                             Progress& progress) {
+// Corrects images as they are, by a map that was found without their spikes.
+void correctWithSpikes(const PairInput& pair, Modulation modulation, PairEstimate& estimate) {
+  const auto through = [&](const InputImage& image, double background, const Volume<float>& map) {
+    Volume<float> corrected =
+        correctVolume(image.image - static_cast<float>(background), map, pair.axis(), modulation);
+    return std::move(corrected += static_cast<float>(background));
+  };
+  if (!pair.a.spikes.empty())
+    estimate.correctedA = through(pair.a, estimate.backgroundA, estimate.shift);
+  if (!pair.b.spikes.empty() && !estimate.motion)
+    estimate.correctedB = through(pair.b, estimate.backgroundB, estimate.shift * -1.0f);
+  estimate.meanWithoutSpikes = std::move(estimate.mean);
+  estimate.mean = meanOf(estimate.correctedA, estimate.correctedB);
+}
+
+PairEstimate estimateFrom(const PairInput& input, const EstimateSettings& settings,
+                          Progress& progress) {
   PairEstimate estimate;
   estimate.estimator = settings.estimator;
   std::optional<PairInput> changed = withoutBackground(input, estimate);
@@ -256,6 +268,26 @@ PairEstimate estimatePairMap(const PairInput& input, const EstimateSettings& set
   check(changed ? *changed : input, settings.usedModulation(), head, estimate, progress);
   addBackground(estimate);
   estimate.mean = meanOf(estimate.correctedA, estimate.correctedB);
+  return estimate;
+}
+
+}  // namespace
+
+std::string nameOf(Estimator estimator) {
+  switch (estimator) {
+    case Estimator::massPreserving:
+      return "mass-preserving";
+    case Estimator::search:
+      break;
+  }
+  return "search";
+}
+
+PairEstimate estimatePairMap(const PairInput& input, const EstimateSettings& settings,
+                             Progress& progress) {
+  const std::optional<PairInput> clean = pairWithoutSpikes(input);
+  PairEstimate estimate = estimateFrom(clean ? *clean : input, settings, progress);
+  if (clean) correctWithSpikes(input, settings.usedModulation(), estimate);
   return estimate;
 }
 

@@ -66,6 +66,12 @@ struct PairEstimate : PairFindings {
   Volume<float> shift;
   /// B is corrected in the head's place in A.
   Volume<float> correctedA, correctedB, mean;
+  /// The mean of the images without spikes, where they had any: what others are compared with.
+  std::optional<Volume<float>> meanWithoutSpikes;
+
+  const Volume<float>& meanToCompare() const {
+    return meanWithoutSpikes ? *meanWithoutSpikes : mean;
+  }
 };
 
 /// Estimates the map of a pair and corrects both images.
@@ -78,6 +84,9 @@ struct PairEstimate : PairFindings {
 /// The mass-preserving estimate is that of the images less their background, and so is what is
 /// modulated: corrected = (image - background) through the map, times its Jacobian, + background.
 ///
+/// Spikes    of the images (InputImage::spikes) are replaced by what is around them (withoutSpikes)
+///           for the map and all that is found. The corrected images keep them, but for one whose
+///           motion is undone: interpolation in all directions would spread them.
 /// Verdict   that of judgePair, and doubtful for a threshold with nearly everything or nothing
 /// above
 ///           it. Its reasons name the images or sidecars.

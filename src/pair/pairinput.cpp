@@ -72,10 +72,12 @@ void readAcquisition(InputImage& image, Advice::Of which) {
 InputImage readInput(const ImageOptions& options) {
   InputImage input;
   input.options = options;
+  input.stamp = FileStamp(options.file);
   nifti::Reader reader(options.file);
   input.header = reader.header();
   input.image = readImage(reader, options);
   checkImage(input.image, input.title());
+  input.spikes = findSpikes(input.image);
   return input;
 }
 
@@ -95,6 +97,18 @@ void checkSameGrid(const InputImage& a, const InputImage& b) {
 void addOnce(std::vector<Remark>& remarks, const std::string& sentence) {
   if (std::find(remarks.begin(), remarks.end(), Remark(sentence)) == remarks.end())
     remarks.push_back(sentence);
+}
+
+void warnOfSpikes(const InputImage& image, PairInput& pair) {
+  const std::size_t count = image.spikes.voxels.size();
+  if (count == 0) return;
+  const bool one = count == 1;
+  pair.warnings.emplace_back(
+      image.title() + " has " + std::to_string(count) +
+      (one ? " voxel that stands" : " voxels that stand") + " far out of all others (" +
+      (one ? "its value is " : "the largest value is ") +
+      text(static_cast<double>(image.spikes.largest)) + "): the estimate leaves " +
+      (one ? "it" : "them") + " out, the corrected image keeps " + (one ? "it" : "them"));
 }
 
 void addDoubts(PairInput& pair) {
@@ -227,7 +241,10 @@ PairInput readPair(const ImageOptions& a, const ImageOptions& b) {
   readAcquisition(pair.b, Advice::Of::second);
   settleDirections(pair);
   settleReadout(pair);
-  for (const InputImage* image : {&pair.a, &pair.b}) checkWeighting(*image, pair);
+  for (const InputImage* image : {&pair.a, &pair.b}) {
+    warnOfSpikes(*image, pair);
+    checkWeighting(*image, pair);
+  }
   if (const auto doubt = bids::doubtAboutPair(bids::originOf(a.file, pair.a.acquisition.sidecar),
                                               bids::originOf(b.file, pair.b.acquisition.sidecar)))
     pair.warnings.push_back(*doubt);

@@ -8,6 +8,7 @@
 #include "bids/acquisition.h"
 #include "containers/volume.h"
 #include "nifti/header.h"
+#include "numerics/spikes.h"
 
 namespace mirel {
 
@@ -24,6 +25,8 @@ struct ImageDescription {
   ImageOptions options;
   nifti::Header header;
   bids::Acquisition acquisition;
+  Spikes spikes;    ///< voxels that the estimate leaves out
+  FileStamp stamp;  ///< of the file before it was read
 
   /// What messages call it: the file, with the volume if it has several.
   std::string title() const;
@@ -55,7 +58,8 @@ struct PairInput {
 ///   readout     the option, else the sidecars (bids::Sidecar::readout); an image without either
 ///               has the other one's; where both have none there are no Hz, and a note says so.
 ///
-/// Notes and warnings also tell of readout times that differ by more than 1 % (then their mean
+/// Notes and warnings also tell of voxels that stand far out of all others (findSpikes), of readout
+/// times that differ by more than 1 % (then their mean
 /// counts), of diffusion-weighted volumes (checkWeighting), of images that are not of one field
 /// by their sidecars (bids::doubtAboutPair).
 ///

@@ -174,11 +174,13 @@ void doubtAgainstSidecars(const ImageOptions& image, TablePair& pair) {
 }  // namespace
 
 TablePair pairByTable(const ImageOptions& a, const ImageOptions& b, const std::string& tableFile) {
+  const FileStamp stamp(tableFile);
   const std::vector<bids::TableRow> rows = bids::readAcquisitionTable(tableFile);
   TablePair pair = b.file.empty() || sameFile(a.file, b.file)
                        ? pairOfOneFile(a, b, rows, tableFile)
                        : pairOfTwoFiles(a, b, rows, tableFile);
-  for (const ImageOptions* image : {&pair.a, &pair.b}) {
+  for (ImageOptions* image : {&pair.a, &pair.b}) {
+    image->given.tableStamp = stamp;
     noteFirstAxis(*image, pair);
     doubtAgainstSidecars(*image, pair);
   }

@@ -16,6 +16,11 @@ constexpr double defaultPeakHz = 120.0;
 // Leaves room for what the cubic interpolation of the shift overshoots between voxel centres.
 constexpr double maxShiftGradient = 0.8;
 
+constexpr double smallestVoxelMm = 0.001, largestVoxelMm = 1000;
+// A project of the series is made in memory, in 32-bit floats.
+constexpr double mostSamples = 2147483648.0;
+constexpr double largestMotionMm = 1000, largestRotationDegrees = 360;
+
 constexpr std::uint64_t apStream = 1, paStream = 2, seriesStream = 16;
 
 void checkOptions(const PhantomOptions& options) {
@@ -26,10 +31,19 @@ void checkOptions(const PhantomOptions& options) {
   if (options.volumes < 0)
     throw std::invalid_argument("a series of " + std::to_string(options.volumes) +
                                 " volumes is not possible");
-  for (int axis = 0; axis < 3; ++axis)
-    if (!std::isfinite(options.paMotion.translationMm[axis]) ||
-        !std::isfinite(options.paMotion.rotationDegrees[axis]))
-      throw std::invalid_argument("the motion of the head must be finite");
+  const glm::dvec3 size(options.size);
+  if (size.x * size.y * size.z * options.volumes > mostSamples)
+    throw std::invalid_argument("a series of " + std::to_string(options.volumes) +
+                                " volumes is too large: a phantom has at most 2^31 voxels in all");
+  for (int axis = 0; axis < 3; ++axis) {
+    if (!(options.voxelMm[axis] >= smallestVoxelMm) || !(options.voxelMm[axis] <= largestVoxelMm))
+      throw std::invalid_argument("a phantom's voxel size must be from 0.001 to 1000 mm");
+    if (!(std::abs(options.paMotion.translationMm[axis]) <= largestMotionMm) ||
+        !(std::abs(options.paMotion.rotationDegrees[axis]) <= largestRotationDegrees))
+      throw std::invalid_argument(
+          "the head moves by at most 1000 mm along and turns by at most 360 degrees about each "
+          "axis");
+  }
 }
 
 // Of the head's density the part that is active: a smooth spot in the back on the right.

@@ -68,7 +68,7 @@ struct Phantom {
 
 /// Errors  std::invalid_argument with a sentence for options that make no sense: a size below 1
 /// or too large, a voxel size, readout, noise or shift that is not a sensible number, a negative
-/// number of volumes, a motion that is not finite.
+/// number of volumes, a motion of more than 1000 mm or 360 degrees.
 Phantom makePhantom(const PhantomOptions& options);
 
 /// The magnitude of `signal` with normal noise of `sigma` in its real and imaginary part (Rician;

@@ -4,6 +4,7 @@
 
 #include "base/error.h"
 #include "base/json.h"
+#include "base/numbertext.h"
 #include "base/outputfile.h"
 #include "convert/convert.h"
 #include "nifti/image.h"
@@ -155,12 +156,24 @@ class PhantomWriter {
   std::vector<std::string> names;
 };
 
+// The projects alone, which are not compressed; before a long series is computed in vain.
+void requireSpace(const PhantomOptions& options, const std::string& folder) {
+  std::error_code error;
+  const std::filesystem::space_info space = std::filesystem::space(folder, error);
+  const glm::dvec3 size(options.size);
+  const double wanted = size.x * size.y * size.z * (2.0 + options.volumes) * sizeof(std::int16_t);
+  if (error || static_cast<double>(space.available) >= wanted) return;
+  throw Error("the phantom needs " + text("%.3g", wanted * 1e-9) + " GB in " + folder + ", where " +
+              text("%.3g", static_cast<double>(space.available) * 1e-9) + " GB are free");
+}
+
 }  // namespace
 
 std::vector<std::string> writePhantom(const Phantom& phantom, const std::string& folder) {
   std::error_code error;
   std::filesystem::create_directories(folder, error);
   if (error) throw Error("cannot create the folder " + folder + ": " + error.message());
+  requireSpace(phantom.options, folder);
   return PhantomWriter(phantom, folder).writeAll();
 }
 

@@ -28,7 +28,7 @@ namespace mirel {
 /// Equal phantoms make equal files. They appear, replacing older ones of the same names, when
 /// all of them have been written.
 ///
-/// Errors  Error or IOError with the file's name and the fault.
+/// Errors  Error or IOError with the file's name and the fault; a disk without room for the files.
 std::vector<std::string> writePhantom(const Phantom& phantom, const std::string& folder);
 
 }  // namespace mirel

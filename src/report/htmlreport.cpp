@@ -94,7 +94,7 @@ HtmlReport::HtmlReport(ReportFacts facts) : content(std::make_unique<Content>())
 HtmlReport::~HtmlReport() = default;
 
 void HtmlReport::showPair(const PairInput& pair, const PairEstimate& estimate) {
-  const Grids grid(pair.a.header, estimate.mean, estimate.shift, pair.axis());
+  const Grids grid(pair.a.header, estimate.meanToCompare(), estimate.shift, pair.axis());
   const Views views = content->viewsOf(pair.a.options.file, grid, estimate.shift);
   const BeforeAfter a{pair.a.image, estimate.correctedA}, b{pair.b.image, estimate.correctedB};
   content->cards.push_back(views.beforeAndAfter(shortName(pair.a.title()), a));
