@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 
 #include "base/numbertext.h"
 #include "bids/phaseencoding.h"
@@ -135,7 +136,7 @@ void addMap(const MeasuredMap& map, Json& figures) {
 void addSigns(const RunRecord& run, Json& figures) {
   for (const SeriesRecord& series : run.series)
     if (series.signs)
-      figures.push_back(figure("Sign of " + series.file,
+      figures.push_back(figure("Sign of " + std::filesystem::path(series.file).filename().string(),
                                text("%.4f", series.signs->asGiven) + "; with the opposite sign " +
                                    text("%.4f", series.signs->opposite),
                                "Normalised mutual information with an undistorted image: 1 none, 2 "
