@@ -321,7 +321,7 @@ TEST_F(CorrectCommand, QuietSaysNothingAndJsonIsAllOfStandardOutput) {
   const ProgramResult result = correct({"--json", "--quiet"}, "other");
   const nlohmann::json summary = nlohmann::json::parse(result.out);
   EXPECT_EQ(summary["a"]["direction"], "j-");
-  EXPECT_EQ(summary["outputs"].size(), 17U);
+  EXPECT_EQ(summary["outputs"].size(), 18U);
   EXPECT_GT(summary["pairCorrelation"]["after"], summary["pairCorrelation"]["before"]);
 }
 

@@ -81,11 +81,11 @@ TEST_F(Report, OfOtherImagesKeepsItsName) {
   ASSERT_EQ(correct({"--quiet", "--fast"}).status, 0);
   const std::string first = page();
   const ProgramResult applied =
-      runMirel({"apply", "--field", file(field()), input("sub-phantom_task-rest_bold.nii.gz"),
-                "--quiet", "-o", out()});
+      runMirel({"apply", "--field", file(field()),
+                input("sub-phantom_task-rest_dir-AP_bold.nii.gz"), "--quiet", "-o", out()});
   ASSERT_EQ(applied.status, 0) << applied.err;
   EXPECT_EQ(page(), first);
-  const std::string own = "out/sub-phantom_task-rest_desc-preproc_bold_report.html";
+  const std::string own = "out/sub-phantom_task-rest_dir-AP_desc-preproc_bold_report.html";
   ASSERT_TRUE(fs::exists(file(own))) << applied.out;
   EXPECT_THAT(page(own), HasSubstr("<h2 id=\"verdict\">Corrected</h2>"));
   EXPECT_THAT(page(own), HasSubstr("mean of 3 volumes"));

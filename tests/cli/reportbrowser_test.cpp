@@ -42,7 +42,7 @@ TEST_F(ReportInBrowser, LoadsFlipsAndFitsEveryScreen) {
     GTEST_SKIP() << "Chromium or Node is not installed (packages chromium and nodejs): "
                     "the page was not looked at";
   const ProgramResult result =
-      correct({"--quiet", "--fast", "--apply", input("sub-phantom_task-rest_bold.nii.gz")});
+      correct({"--quiet", "--fast", "--apply", input("sub-phantom_task-rest_dir-AP_bold.nii.gz")});
   ASSERT_EQ(result.status, 0) << result.err;
   const json seen = looked(chromium, node);
   ASSERT_FALSE(seen.contains("failed")) << seen.dump(1);
