@@ -128,14 +128,17 @@ RunRecord applyField(const ApplyFieldOptions& options, Progress& progress) {
   const EarlierResults earlier(folder, sources, others);
   series.announce(inputs, {{run.source->file}}, earlier);
 
-  const ReportFile page = reportFileOf(options, source.file, place, folder, sources, others);
-  if (options.report) page.announce(folder, inputs);
+  std::optional<ReportFile> page;
+  if (options.report) {
+    page = reportFileOf(options, source.file, place, folder, sources, others);
+    page->announce(folder, inputs);
+  }
 
   progress.at(Stage::writing, 0.0);
   run.outputs = folder.write([&] {
     series.run(distortion, reference, sources, options.report, run, progress);
     earlier.settle({}, {}, originOf(run), folder, run);
-    if (options.report) page.write(*options.report, run, folder);
+    if (page) page->write(*options.report, run, folder);
     progress.at(Stage::finishing, 1.0);
   });
   return run;

@@ -104,9 +104,11 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
   const PairNames names = PairNames::of(pair);
   announceAll(pair, names, earlier, series, folder);
   if (description == Description::written) folder.announce(bids::descriptionFile, inputs);
-  const ReportFile page(folder, sources, resultInputsOf(pair), PairNames::reportStemOf(pair),
-                        others);
-  if (options.report) page.announce(folder, inputs);
+  std::optional<ReportFile> page;
+  if (options.report) {
+    page.emplace(folder, sources, resultInputsOf(pair), PairNames::reportStemOf(pair), others);
+    page->announce(folder, inputs);
+  }
   progress.at(Stage::reading, 1.0);
 
   const PairEstimate estimate = estimatePairMap(pair, options.estimate, progress);
@@ -125,7 +127,7 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
     if (description == Description::written)
       folder.writeText(bids::descriptionFile, datasetDescription(options.version, sources.links()));
     earlier.settle(resultInputsOf(pair), PairNames::fieldOf(pair), originOf(run), folder, run);
-    if (options.report) page.write(*options.report, run, folder);
+    if (page) page->write(*options.report, run, folder);
     progress.at(Stage::finishing, 1.0);
   });
   return run;

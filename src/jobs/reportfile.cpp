@@ -1,10 +1,10 @@
 #include "jobs/reportfile.h"
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
+#include <cstdint>
 
 #include "base/error.h"
+#include "base/inputfile.h"
 #include "jobs/checksum.h"
 
 namespace mirel {
@@ -13,6 +13,7 @@ namespace {
 
 // The line stands among the first of a page.
 constexpr std::size_t lookedAt = 4096;
+constexpr std::uintmax_t largestPage = 256U << 20U;
 
 std::string keyOf(const std::vector<ResultInput>& inputs, const SourceNames& names) {
   std::vector<std::string> lines;
@@ -25,12 +26,9 @@ std::string keyOf(const std::vector<ResultInput>& inputs, const SourceNames& nam
   return sha256OfText(all);
 }
 
+// A read that fails is an error: a page that is ours must not be taken for another's.
 std::string beginningOf(const std::string& file) {
-  std::string text(lookedAt, '\0');
-  std::ifstream in(file, std::ios::binary);
-  in.read(text.data(), static_cast<std::streamsize>(text.size()));
-  text.resize(static_cast<std::size_t>(in.gcount()));
-  return text;
+  return readWholeFile(file, largestPage).substr(0, lookedAt);
 }
 
 }  // namespace

@@ -22,6 +22,8 @@ inline constexpr const char* reportKeyName = "mirel-inputs";
 /// that name; then NAME_report.html. A page of the same inputs is replaced.
 class ReportFile {
  public:
+  /// Errors  those of readWholeFile, for a page that is there.
+  ///
   /// @param stem  NAME, for the page that cannot have the plain name, or that stands beside one
   ///              image of a name of its own
   ReportFile(const OutputFolder& folder, const SourceNames& names,
