@@ -8,6 +8,7 @@
 #include "base/error.h"
 #include "cli/command.h"
 #include "cli/interrupt.h"
+#include "cli/phantomdataset.h"
 #include "phantom/phantomfiles.h"
 
 namespace mirel {
@@ -21,7 +22,10 @@ constexpr const char* description =
     "Written into DIR as NIfTI with BIDS sidecars and as projects: the pair (dir-AP, dir-PA), a\n"
     "series (bold), the undistorted image, the true displacement in voxels, the field in Hz and\n"
     "masks of brain and head. Older files of the same names are replaced. Equal options make\n"
-    "equal files.\n";
+    "equal files.\n"
+    "\n"
+    "With --bids, DIR becomes a BIDS dataset of several subjects, with the truth in\n"
+    "derivatives/truth. An earlier one is replaced, a folder that holds anything else refused.\n";
 
 struct Options {
   std::string folder;
@@ -31,6 +35,7 @@ struct Options {
   std::vector<double> motion;
   std::string direction = "j";
   double maxShift = 0.0;
+  DatasetRequest dataset;
 };
 
 // How far the map reaches in the head, in voxels.
@@ -47,6 +52,7 @@ std::pair<float, float> shiftRange(const Phantom& phantom) {
 int runPhantom(Options options, bool maxShiftGiven) {
   const EndBySignal end({options.folder});
   PhantomOptions& phantomOptions = options.phantom;
+  if (options.dataset.asked) takeDatasetDefaults(phantomOptions);
   if (!options.size.empty())
     phantomOptions.size = {options.size[0], options.size[1], options.size[2]};
   if (options.voxelMm.size() == 2) throw Error("--voxel takes one size or three");
@@ -61,6 +67,8 @@ int runPhantom(Options options, bool maxShiftGiven) {
   }
   phantomOptions.axis = options.direction == "i" ? PhaseEncodingAxis::x : PhaseEncodingAxis::y;
   if (maxShiftGiven) phantomOptions.maxShiftVoxels = options.maxShift;
+  if (options.dataset.asked)
+    return runPhantomDataset(options.dataset, phantomOptions, options.folder);
 
   const Phantom phantom = makePhantom(phantomOptions);
   const std::vector<std::string> files = writePhantom(phantom, options.folder);
@@ -73,13 +81,15 @@ int runPhantom(Options options, bool maxShiftGiven) {
   return exitSuccess;
 }
 
-void addImageOptions(Command* command, Options& options) {
-  command->add_option("--size", options.size, "Voxels along x, y and z (default: 90 104 60)")
+void addImageOptions(Command* command, Options& options, const Option* bids) {
+  command
+      ->add_option("--size", options.size,
+                   "Voxels along x, y and z (default: 90 104 60; --bids: 32 36 20)")
       ->type_name("NX NY NZ")
       ->expected(3);
   command
       ->add_option("--voxel", options.voxelMm,
-                   "Voxel size in mm, one for all axes or three (default: 2.4)")
+                   "Voxel size in mm, one for all axes or three (default: 2.4; --bids: 7)")
       ->type_name("MM")
       ->expected(1, 3);
   command
@@ -87,7 +97,8 @@ void addImageOptions(Command* command, Options& options) {
                    "Phase encoding along y (j: a pair AP, PA) or x (i: RL, LR)")
       ->type_name("j|i")
       ->one_of({"j", "i"})
-      ->capture_default_str();
+      ->capture_default_str()
+      ->excludes(bids);
   command
       ->add_option("--noise", options.phantom.noise,
                    "Standard deviation of the noise, as a fraction of the brain's mean signal")
@@ -111,7 +122,8 @@ void addPhantomCommand(Command& app, Program& program) {
   command->add_option("DIR", options->folder, "The folder to write to; made if need be")
       ->type_name("")
       ->required();
-  addImageOptions(command, *options);
+  const Option* bids = addDatasetOptions(*command, options->dataset);
+  addImageOptions(command, *options, bids);
   command
       ->add_option("--readout", options->phantom.readoutSeconds,
                    "Total readout time in s; displacement in voxels = field in Hz * readout time")
@@ -121,7 +133,7 @@ void addPhantomCommand(Command& app, Program& program) {
       command
           ->add_option("--max-shift", options->maxShift,
                        "Largest displacement in the head in voxels (default: that of 120 Hz, which "
-                       "is 6 voxels\nat 0.05 s); smaller where the image would fold")
+                       "is 6 voxels\nat 0.05 s; --bids: 2.5); smaller where the image would fold")
           ->type_name("V");
   command->add_flag("--allow-folds", options->phantom.allowFolds,
                     "Let the displacement fold the image, and reach outside of it");
@@ -130,7 +142,8 @@ void addPhantomCommand(Command& app, Program& program) {
                    "Motion of the head before the second image: translation in mm and rotation in\n"
                    "degrees about the x, y and z axis (default: none)")
       ->type_name("TX TY TZ RX RY RZ")
-      ->expected(6);
+      ->expected(6)
+      ->excludes(bids);
   command->callback([options, maxShift, &program] {
     program.action = [options, given = maxShift->count() > 0] {
       return runPhantom(*options, given);

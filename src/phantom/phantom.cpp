@@ -67,8 +67,7 @@ Phantom makePhantom(const PhantomOptions& options) {
   const PhantomGrid grid{options.size, options.voxelMm};
   const HeadObject head = sampleHead(grid, options.seed);
   const FieldGoal goal{
-      options.readoutSeconds,
-      options.maxShiftVoxels.value_or(defaultPeakHz * options.readoutSeconds),
+      options.readoutSeconds, wantedShiftVoxels(options),
       options.allowFolds ? std::numeric_limits<double>::infinity() : maxShiftGradient,
       options.axis};
   const HeadField field = makeHeadField(grid, head, options.seed, goal);
@@ -104,12 +103,22 @@ Phantom makePhantom(const PhantomOptions& options) {
 Volume<float> Phantom::seriesVolume(int t) const {
   if (t < 0 || t >= options.volumes)
     throw std::out_of_range("the series has no volume " + std::to_string(t));
-  const float activity = t / 4 % 2 == 1 ? 0.02F : 0.0F;
-  const float drift = 1.0F + 0.001F * static_cast<float>(t);
-  const Volume<float> signal = (apSignal + activitySignal * activity) * drift;
+  const Volume<float> signal = (apSignal + activitySignal * seriesActivity(t)) * seriesDrift(t);
   return addRicianNoise(signal, noiseSigma, options.seed,
                         seriesStream + static_cast<std::uint64_t>(t));
 }
+
+void checkPhantomOptions(const PhantomOptions& options) { checkOptions(options); }
+
+double wantedShiftVoxels(const PhantomOptions& options) {
+  return options.maxShiftVoxels.value_or(defaultPeakHz * options.readoutSeconds);
+}
+
+Volume<float> activeRegion(const Volume<float>& density) { return activeDensity(density); }
+
+float seriesDrift(int t) { return 1.0F + 0.001F * static_cast<float>(t); }
+
+float seriesActivity(int t) { return t / 4 % 2 == 1 ? 0.02F : 0.0F; }
 
 Volume<float> addRicianNoise(const Volume<float>& signal, double sigma, std::uint64_t seed,
                              std::uint64_t stream) {

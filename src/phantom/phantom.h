@@ -71,6 +71,20 @@ struct Phantom {
 /// number of volumes, a motion of more than 1000 mm or 360 degrees.
 Phantom makePhantom(const PhantomOptions& options);
 
+/// Throws as makePhantom for options that make no sense, before anything is made; sizes, shifts and
+/// what a grid can hold are refused while it is made.
+void checkPhantomOptions(const PhantomOptions& options);
+
+/// The largest |shift| that options ask for, in voxels.
+double wantedShiftVoxels(const PhantomOptions& options);
+
+/// Of a head's density the part that is active in a series: a smooth spot of the cortex.
+Volume<float> activeRegion(const Volume<float>& density);
+
+/// The factors of volume t of a series: of the whole image, and of the active region before that.
+float seriesDrift(int t);
+float seriesActivity(int t);
+
 /// The magnitude of `signal` with normal noise of `sigma` in its real and imaginary part (Rician;
 /// in air Rayleigh, with mean sigma * sqrt(pi / 2)). `stream` tells apart images of one seed.
 Volume<float> addRicianNoise(const Volume<float>& signal, double sigma, std::uint64_t seed,

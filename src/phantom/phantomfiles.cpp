@@ -8,6 +8,7 @@
 #include "base/outputfile.h"
 #include "convert/convert.h"
 #include "nifti/image.h"
+#include "phantom/gridheader.h"
 
 namespace mirel {
 
@@ -42,21 +43,8 @@ class PhantomWriter {
   static std::string stem(const std::string& name) { return "sub-phantom_" + name; }
 
   nifti::Header header(nifti::DataType type, int volumes, const std::string& description) const {
-    nifti::Header h;
-    h.dims = phantom.options.size;
-    h.volumes = volumes;
-    h.type = type;
-    h.repetitionTimeSeconds = repetitionTimeSeconds;
-    h.description = description;
-    const glm::dvec3 voxel = phantom.options.voxelMm;
-    const glm::dvec3 origin = (glm::dvec3(h.dims) - 1.0) * voxel * -0.5;
-    glm::dmat4 affine(1.0);
-    for (int axis = 0; axis < 3; ++axis) {
-      affine[axis][axis] = voxel[axis];
-      affine[3][axis] = origin[axis];
-    }
-    h.setAffine(affine, /*code=*/1);
-    return h;
+    return headerOn({phantom.options.size, phantom.options.voxelMm}, type, volumes,
+                    repetitionTimeSeconds, description);
   }
 
   Json imageSidecar(bool positive) const {
