@@ -46,14 +46,12 @@ struct SliceSums {
 
   int mostDisplaced() const {
     const double least = leastHead * *std::max_element(head.begin(), head.end());
-    int most = middle();
-    double largest = 0;
+    // Where nothing is larger than in the middle it is the middle.
+    auto most = static_cast<std::size_t>(middle());
+    const auto mean = [this](std::size_t n) { return head[n] > 0 ? shift[n] / head[n] : 0; };
     for (std::size_t n = 0; n < head.size(); ++n)
-      if (head[n] > 0 && head[n] >= least && shift[n] / head[n] > largest) {
-        largest = shift[n] / head[n];
-        most = static_cast<int>(n);
-      }
-    return most;
+      if (head[n] >= least && mean(n) > mean(most)) most = n;
+    return static_cast<int>(most);
   }
 };
 

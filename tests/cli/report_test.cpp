@@ -70,11 +70,13 @@ TEST_F(Report, IsLeftOutWhereAsked) {
 }
 
 TEST_F(Report, OfEqualRunsIsEqualButForItsBlockOfTimes) {
+  // The first one writes one file more: the folder's dataset_description.json.
+  ASSERT_EQ(correct({"--quiet", "--fast"}).status, 0);
   ASSERT_EQ(correct({"--quiet", "--fast"}).status, 0);
   const std::string first = page();
   ASSERT_EQ(correct({"--quiet", "--fast"}).status, 0);
-  const std::string second = page();
-  EXPECT_EQ(lasting(first), lasting(second));
+  EXPECT_TRUE(lasting(first) == lasting(page()));
+  EXPECT_NE(lasting(first), first);
 }
 
 TEST_F(Report, OfOtherImagesKeepsItsName) {
@@ -84,7 +86,7 @@ TEST_F(Report, OfOtherImagesKeepsItsName) {
       runMirel({"apply", "--field", file(field()),
                 input("sub-phantom_task-rest_dir-AP_bold.nii.gz"), "--quiet", "-o", out()});
   ASSERT_EQ(applied.status, 0) << applied.err;
-  EXPECT_EQ(page(), first);
+  EXPECT_TRUE(page() == first);
   const std::string own = "out/sub-phantom_task-rest_dir-AP_desc-preproc_bold_report.html";
   ASSERT_TRUE(fs::exists(file(own))) << applied.out;
   EXPECT_THAT(page(own), HasSubstr("<h2 id=\"verdict\">Corrected</h2>"));
