@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "base/error.h"
 #include "support/temporaryfolder.h"
 
@@ -61,6 +63,7 @@ TEST_F(ReportFileOf, StandsBesideThatOfOtherInputs) {
 }
 
 TEST_F(ReportFileOf, ReplacesWhatIsNoneOnlyWhereAsked) {
+  std::filesystem::create_directory(folder.file("out"));
   folder.write("out/report.html", "somebody's page");
   folder.write("out/sub-a_report.html", "another page");
   EXPECT_THROW(written({"a", "b"}, "ours"), Error);
