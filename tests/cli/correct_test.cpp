@@ -33,6 +33,7 @@ TEST_F(CorrectCommand, WritesAllOfItAndNamesTheFiles) {
   ASSERT_EQ(result.status, 0) << result.err;
   const std::vector<std::string> expected = {
       "dataset_description.json",
+      "report.html",
       "sub-phantom_desc-preproc_fieldmap.json",
       "sub-phantom_desc-preproc_fieldmap.nii.gz",
       "sub-phantom_desc-preproc_magnitude.json",
