@@ -74,6 +74,12 @@ bool OutputFolder::isAnnounced(const std::string& name) const {
   return std::find(names.begin(), names.end(), name) != names.end();
 }
 
+std::vector<std::string> OutputFolder::targets() const {
+  std::vector<std::string> paths;
+  for (const std::string& name : names) paths.push_back(target(name));
+  return paths;
+}
+
 std::vector<std::string> OutputFolder::write(const std::function<void()>& work) {
   open();
   try {

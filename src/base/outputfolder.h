@@ -29,6 +29,8 @@ class OutputFolder {
   bool isAnnounced(const std::string& name) const;
   /// The path that a file of this name has or will have.
   std::string target(const std::string& name) const { return (folder / name).string(); }
+  /// The paths of all announced files.
+  std::vector<std::string> targets() const;
   /// Removes an older file once the announced ones are in their places.
   void retire(const std::string& name) { retired.push_back(name); }
 

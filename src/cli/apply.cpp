@@ -27,8 +27,8 @@ constexpr const char* description =
     "With --field every RUN is an image of the same session on any grid. The field is resampled\n"
     "to its grid and scaled by its readout time; direction and readout time come from RUN's BIDS\n"
     "sidecar or from options, the unit of the field from the field's sidecar.\n"
-    "Images are written to DIR as RUN_desc-preproc_SUFFIX.nii.gz with a sidecar. Prints the\n"
-    "names of the files written.\n";
+    "Images are written to DIR as RUN_desc-preproc_SUFFIX.nii.gz with a sidecar, and report.html,\n"
+    "a page to look at. Prints the names of the files written.\n";
 
 struct Options {
   std::string map;
@@ -130,7 +130,7 @@ void addApplyCommand(Command& app, Program& program) {
       if (!withImages) return runApply(*options, program.pluginFile);
       if (!withField) options->field.job.mapFile = options->map;
       options->field.job.map.alongX = options->rllr;
-      return runApplyField(options->field, options->files);
+      return runApplyField(options->field, options->files, program);
     };
   });
 }

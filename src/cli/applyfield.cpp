@@ -3,6 +3,7 @@
 #include "base/error.h"
 #include "cli/directionoption.h"
 #include "cli/numbers.h"
+#include "cli/reportfacts.h"
 #include "cli/runjob.h"
 #include "nifti/filename.h"
 
@@ -89,12 +90,18 @@ ImageCommandOptions addApplyFieldOptions(Command* command, ApplyFieldArguments& 
                                 "Threads that correct volumes (default: one per core)"))
       ->type_name("N")
       ->check([](const std::string& text) { return refuseBelow(1, text); });
+  forImages(command->add_flag("--no-report", arguments.noReport,
+                              "For images: do not write report.html, the page with pictures,\n"
+                              "figures and warnings"));
   forImages(command->add_flag("--quiet", arguments.quiet, "Say nothing but warnings and errors"));
   return options;
 }
 
-int runApplyField(const ApplyFieldArguments& arguments, const std::vector<std::string>& images) {
-  const ApplyFieldOptions job = jobOf(arguments, images);
+int runApplyField(const ApplyFieldArguments& arguments, const std::vector<std::string>& images,
+                  const Program& program) {
+  ApplyFieldOptions job = jobOf(arguments, images);
+  const std::unique_ptr<RunReport> report = arguments.noReport ? nullptr : reportOf(program);
+  job.report = report.get();
   return runJob({.quiet = arguments.quiet},
                 [&](Progress& progress) { return applyField(job, progress); });
 }

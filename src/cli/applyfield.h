@@ -8,11 +8,13 @@
 
 namespace mirel {
 
+struct Program;
+
 /// What `mirel apply` is given on the command line for images.
 struct ApplyFieldArguments {
   ApplyFieldOptions job;
   bids::GivenAcquisition given;
-  bool modulate = false, quiet = false;
+  bool modulate = false, quiet = false, noReport = false;
 };
 
 struct ImageCommandOptions {
@@ -26,6 +28,7 @@ struct ImageCommandOptions {
 ImageCommandOptions addApplyFieldOptions(Command* command, ApplyFieldArguments& arguments);
 
 /// Corrects the images; an exit status.
-int runApplyField(const ApplyFieldArguments& arguments, const std::vector<std::string>& images);
+int runApplyField(const ApplyFieldArguments& arguments, const std::vector<std::string>& images,
+                  const Program& program);
 
 }  // namespace mirel

@@ -36,6 +36,8 @@ inline constexpr ExitMeaning exitMeanings[] = {
 /// function; when it is the one that the user named, its callback leaves the work in `action`,
 /// which the program runs after the command line is parsed.
 struct Program {
+  /// The line that was typed, for reports.
+  std::string command;
   /// --plugin, empty for the plugin beside the program.
   std::string pluginFile;
   /// Returns an ExitStatus; a failure is an exception with a sentence.

@@ -3,6 +3,7 @@
 #include "cli/command.h"
 #include "cli/directionoption.h"
 #include "cli/numbers.h"
+#include "cli/reportfacts.h"
 #include "cli/runjob.h"
 #include "jobs/correctpair.h"
 
@@ -17,8 +18,8 @@ constexpr const char* description =
     "with it. Phase-encoding directions and readout times come from the BIDS sidecars (.json)\n"
     "beside the images; options override them. Written into DIR: the corrected images, their\n"
     "mean, the displacements in voxels and in mm, the field in Hz, displacement fields for other\n"
-    "programs, each with a sidecar. All of it appears at the end, or nothing. Prints the names\n"
-    "of the files written.\n";
+    "programs, each with a sidecar, and report.html, a page to look at. All of it appears at the\n"
+    "end, or nothing. Prints the names of the files written.\n";
 
 struct Options {
   CorrectPairOptions job;
@@ -31,6 +32,7 @@ struct Options {
   bool ssd = false, ncc = false, fast = false, noIc = false, ic = false, noMotion = false;
   bool uncertainty = false;
   bool modulate = false, noModulate = false, quiet = false, json = false, strict = false;
+  bool noReport = false;
 };
 
 bool hasSearchOptions(const Options& options) {
@@ -64,8 +66,10 @@ void settle(Options& options) {
   for (const std::string& file : options.runs) job.series.push_back({file, options.ofRuns});
 }
 
-int runCorrect(Options options) {
+int runCorrect(Options options, const Program& program) {
   settle(options);
+  const std::unique_ptr<RunReport> report = options.noReport ? nullptr : reportOf(program);
+  options.job.report = report.get();
   return runJob({.quiet = options.quiet, .json = options.json, .strict = options.strict},
                 [&](Progress& progress) { return correctPair(options.job, progress); });
 }
@@ -214,6 +218,8 @@ void addCorrectCommand(Command& app, Program& program) {
                     "Also write the displacement field of every RUN for other programs,\n"
                     "RUN_from-orig_to-undistorted_mode-image_xfm.nii.gz (the pair's are always\n"
                     "written)");
+  command->add_flag("--no-report", options->noReport,
+                    "Do not write report.html, the page with pictures, figures and warnings");
   command->add_flag(
       "--strict", options->strict,
       "Exit with 1 where the verdict is not to trust the result. It is written all the\n"
@@ -231,7 +237,7 @@ void addCorrectCommand(Command& app, Program& program) {
       refuseTogether("--no-motion", "the search, which knows no motion");
     if (options->uncertainty && (search || options->estimator == nameOf(Estimator::search)))
       refuseTogether("--uncertainty", "the search, which does not know it");
-    program.action = [options] { return runCorrect(*options); };
+    program.action = [options, &program] { return runCorrect(*options, program); };
   });
 }
 

@@ -11,6 +11,7 @@
 #include "cli/advice.h"
 #include "cli/command.h"
 #include "cli/interrupt.h"
+#include "cli/reportfacts.h"
 #include "host/session.h"
 
 using namespace mirel;
@@ -72,6 +73,7 @@ int runLine(int argc, char** argv) {
   CommandLine line("mirel", description, "mirel " MIREL_VERSION);
   Command& app = line.root();
   Program program;
+  program.command = commandText(argc, argv);
   app.add_option("--plugin", program.pluginFile,
                  "Load the plugin from FILE (default: libMirelPlugin.so beside the program)")
       ->type_name("FILE");

@@ -3,9 +3,12 @@
 #include <filesystem>
 
 #include "base/error.h"
+#include "bids/name.h"
 #include "field/series.h"
 #include "jobs/distortionfile.h"
 #include "jobs/recordjson.h"
+#include "jobs/reportfile.h"
+#include "jobs/resultnames.h"
 #include "jobs/seriescorrection.h"
 #include "jobs/sourcenames.h"
 #include "nifti/filename.h"
@@ -76,6 +79,24 @@ std::optional<Reference> readReference(const ApplyFieldOptions& options, const s
                    "the sign of " + source + " is"};
 }
 
+// What the page of the run is made of: all series, and what corrects them.
+std::vector<ResultInput> madeOf(const ApplyFieldOptions& options, const std::string& source) {
+  std::vector<ResultInput> inputs = {{source}};
+  for (const SeriesFile& series : options.series) inputs.push_back({series.file});
+  return inputs;
+}
+
+ReportFile reportFileOf(const ApplyFieldOptions& options, const std::string& source,
+                        const Place& place, const OutputFolder& folder, const SourceNames& names,
+                        EarlierResults::Others others) {
+  const std::string stem = place.image.empty()
+                               ? correctedName(bids::Name::of(options.series.front().file))
+                               : nifti::niftiStem(place.image);
+  ReportFile file(folder, names, madeOf(options, source), stem, others);
+  if (!place.image.empty()) file.useOwnName();
+  return file;
+}
+
 }  // namespace
 
 RunRecord applyField(const ApplyFieldOptions& options, Progress& progress) {
@@ -102,15 +123,22 @@ RunRecord applyField(const ApplyFieldOptions& options, Progress& progress) {
   for (const std::string& file : source.files()) inputs.push_back(file);
   if (!options.reference.empty()) inputs.push_back(options.reference);
   const SourceNames sources(place.folder, inputs, SourceNames::Description::kept);
-  const EarlierResults earlier(
-      folder, sources,
-      options.overwrite ? EarlierResults::Others::replaced : EarlierResults::Others::kept);
+  const auto others =
+      options.overwrite ? EarlierResults::Others::replaced : EarlierResults::Others::kept;
+  const EarlierResults earlier(folder, sources, others);
   series.announce(inputs, {{run.source->file}}, earlier);
+
+  std::optional<ReportFile> page;
+  if (options.report) {
+    page = reportFileOf(options, source.file, place, folder, sources, others);
+    page->announce(folder, inputs);
+  }
 
   progress.at(Stage::writing, 0.0);
   run.outputs = folder.write([&] {
-    series.run(distortion, reference, sources, run, progress);
+    series.run(distortion, reference, sources, options.report, run, progress);
     earlier.settle({}, {}, originOf(run), folder, run);
+    if (page) page->write(*options.report, run, folder);
     progress.at(Stage::finishing, 1.0);
   });
   return run;

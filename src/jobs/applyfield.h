@@ -8,6 +8,7 @@
 #include "bids/units.h"
 #include "jobs/mapseries.h"
 #include "jobs/runrecord.h"
+#include "jobs/runreport.h"
 #include "jobs/seriesinput.h"
 
 namespace mirel {
@@ -24,8 +25,9 @@ struct ApplyFieldOptions {
   std::string output;
   /// An undistorted image of the same head for the sign check; empty: none is made.
   std::string reference;
-  bool overwrite = false;  ///< replace results that were made of other inputs
-  std::string version;     ///< of the program, for the records
+  bool overwrite = false;       ///< replace results that were made of other inputs
+  std::string version;          ///< of the program, for the records
+  RunReport* report = nullptr;  ///< makes the page of the run; null: there is none
 };
 
 /// The job of `mirel apply` on images: series corrected with a field, or a displacement map, that
@@ -33,6 +35,8 @@ struct ApplyFieldOptions {
 ///
 ///   RUN_desc-preproc_SUFFIX                       see SeriesCorrection
 ///   RUN_from-orig_to-undistorted_mode-image_xfm   with writeWarp
+///   report.html                                   the page of `report`: see ReportFile; beside one
+///                                                 image of a name of its own NAME_report.html
 ///
 /// Direction and readout time come from the options, else from the sidecar of the series. How a
 /// map is applied: see settleMap.

@@ -10,6 +10,22 @@
 
 namespace mirel {
 
+namespace {
+
+std::string digestOf(sha256_ctx& context) {
+  std::array<std::uint8_t, SHA256_DIGEST_SIZE> digest{};
+  sha256_digest(&context, digest.size(), digest.data());
+  constexpr const char* digits = "0123456789abcdef";
+  std::string text;
+  for (const std::uint8_t byte : digest) {
+    text += digits[byte >> 4U];
+    text += digits[byte & 15U];
+  }
+  return text;
+}
+
+}  // namespace
+
 std::string sha256Of(const std::string& fileName) {
   std::ifstream is(fileName, std::ios::binary);
   if (!is) throw Error(fileName, "cannot be opened");
@@ -20,15 +36,14 @@ std::string sha256Of(const std::string& fileName) {
     sha256_update(&context, static_cast<std::size_t>(is.gcount()),
                   reinterpret_cast<const std::uint8_t*>(block.data()));
   if (is.bad()) throw Error(fileName, "cannot be read");
-  std::array<std::uint8_t, SHA256_DIGEST_SIZE> digest{};
-  sha256_digest(&context, digest.size(), digest.data());
-  constexpr const char* digits = "0123456789abcdef";
-  std::string text;
-  for (const std::uint8_t byte : digest) {
-    text += digits[byte >> 4U];
-    text += digits[byte & 15U];
-  }
-  return text;
+  return digestOf(context);
+}
+
+std::string sha256OfText(const std::string& text) {
+  sha256_ctx context{};
+  sha256_init(&context);
+  sha256_update(&context, text.size(), reinterpret_cast<const std::uint8_t*>(text.data()));
+  return digestOf(context);
 }
 
 std::string sha256Of(const FileStamp& before) {

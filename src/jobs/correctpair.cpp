@@ -5,6 +5,7 @@
 #include "jobs/earlierresults.h"
 #include "jobs/pairoutputs.h"
 #include "jobs/recordjson.h"
+#include "jobs/reportfile.h"
 #include "jobs/seriescorrection.h"
 #include "jobs/sourcenames.h"
 #include "numerics/fft/fftw.h"
@@ -114,12 +115,17 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
   const Description description =
       mayDescribe(options.outputFolder, inputs) ? Description::written : Description::kept;
   const SourceNames sources(options.outputFolder, inputs, description);
-  const EarlierResults earlier(
-      folder, sources,
-      options.overwrite ? EarlierResults::Others::replaced : EarlierResults::Others::kept);
+  const auto others =
+      options.overwrite ? EarlierResults::Others::replaced : EarlierResults::Others::kept;
+  const EarlierResults earlier(folder, sources, others);
   const PairNames names = PairNames::of(pair, options.estimate, options.results);
   announceAll(pair, names, earlier, series, folder);
   if (description == Description::written) folder.announce(bids::descriptionFile, inputs);
+  std::optional<ReportFile> page;
+  if (options.report) {
+    page.emplace(folder, sources, resultInputsOf(pair), PairNames::reportStemOf(pair), others);
+    page->announce(folder, inputs);
+  }
   progress.at(Stage::reading, 1.0);
 
   const PairEstimate estimate = estimatePairMap(pair, options.estimate, progress);
@@ -130,14 +136,16 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
   progress.at(Stage::writing, 0.0);
   run.outputs = folder.write([&] {
     writePair(names, pair, estimate, run, sources, folder, progress);
+    if (options.report) options.report->showPair(pair, estimate);
     const Reference reference{
         {estimate.meanToCompare(), pair.a.header.affine(), "the corrected pair"},
         "the pair's directions are"};
-    series.run(distortionOf(pair, estimate), reference, sources, run, progress);
+    series.run(distortionOf(pair, estimate), reference, sources, options.report, run, progress);
     if (description == Description::written)
       folder.writeText(bids::descriptionFile, datasetDescription(options.version, sources.links()));
     earlier.settle(resultInputsOf(pair), PairNames::fieldOf(pair, options.results), originOf(run),
                    folder, run);
+    if (page) page->write(*options.report, run, folder);
     progress.at(Stage::finishing, 1.0);
   });
   return run;

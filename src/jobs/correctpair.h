@@ -6,6 +6,7 @@
 #include "base/progress.h"
 #include "jobs/pairoutputs.h"
 #include "jobs/runrecord.h"
+#include "jobs/runreport.h"
 #include "jobs/seriesinput.h"
 
 namespace mirel {
@@ -21,8 +22,9 @@ struct CorrectPairOptions {
   SeriesSettings seriesSettings;
   PairResults results;
   std::string outputFolder;
-  bool overwrite = false;  ///< replace results that were made of other inputs
-  std::string version;     ///< of the program, for the records
+  bool overwrite = false;       ///< replace results that were made of other inputs
+  std::string version;          ///< of the program, for the records
+  RunReport* report = nullptr;  ///< makes the page of the run; null: there is none
 };
 
 /// The whole job of `mirel correct`: from a pair of images, and series of the same session, to a
@@ -43,6 +45,7 @@ struct CorrectPairOptions {
 ///                                            displacement fields for programs that compose
 ///                                            transforms (writeWarpLps)
 ///   RUN_desc-preproc_SUFFIX                  every series: see SeriesCorrection
+///   report.html                              the page of `report`: see ReportFile
 ///   dataset_description.json                 unless there is one, there or above (mayDescribe)
 ///
 /// A field in Hz that an earlier run of the pair left is removed where this run has none; other

@@ -116,6 +116,11 @@ std::string PairNames::fieldOf(const PairInput& pair, const PairResults& wanted)
                         "fieldmap", wanted.label);
 }
 
+std::string PairNames::reportStemOf(const PairInput& pair) {
+  const std::string name = fieldOf(pair);
+  return name.substr(0, name.rfind('_'));
+}
+
 std::vector<std::string> PairNames::all() const {
   std::vector<std::string> result;
   for (const std::string* name :

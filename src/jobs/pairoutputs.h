@@ -35,6 +35,9 @@ struct PairNames {
                       const PairResults& wanted = {});
   /// That of the field, whether this run has one or not.
   static std::string fieldOf(const PairInput& pair, const PairResults& wanted = {});
+  /// What the page of the run is called when its plain name is taken: sub-01_desc-preproc, without
+  /// "_report".
+  static std::string reportStemOf(const PairInput& pair);
   /// All of them that are not empty.
   std::vector<std::string> all() const;
 };

@@ -101,6 +101,7 @@ struct SeriesCorrection::Context {
   const std::optional<Reference>& reference;
   const SourceNames& names;
   Json origin;
+  RunReport* report;
   RunRecord& run;
   Progress& progress;
 };
@@ -141,9 +142,10 @@ void SeriesCorrection::announce(const std::vector<std::string>& inputs,
 }
 
 void SeriesCorrection::run(const Distortion& distortion, const std::optional<Reference>& reference,
-                           const SourceNames& names, RunRecord& run, Progress& progress) {
+                           const SourceNames& names, RunReport* report, RunRecord& run,
+                           Progress& progress) {
   if (planned.empty()) return;
-  const Context context{distortion, reference, names, originOf(run), run, progress};
+  const Context context{distortion, reference, names, originOf(run), report, run, progress};
   for (const Planned& one : planned) correctOne(one, context);
 }
 
@@ -177,8 +179,12 @@ void SeriesCorrection::correctOne(const Planned& one, const Context& context) {
                                 context.reference->image);
     judge(input, *context.reference, record, notes);
   }
-  writeRest(one, record, context);
-  if (!one.names.warp.empty()) writeWarp(one, shift, record, context);
+  const Json origin = originOf(context.run, context.origin, record);
+  writeRest(one, origin, context);
+  if (!one.names.warp.empty()) writeWarp(one, shift, origin, context);
+  if (context.report)
+    context.report->showSeries(
+        {input.header, corrected.meanBefore, corrected.meanAfter, shift, record, origin});
   std::vector<Remark>& warnings = context.run.warnings;
   warnings.insert(warnings.end(), record.warnings.begin(), record.warnings.end());
   context.run.series.push_back(std::move(record));
@@ -203,25 +209,22 @@ SeriesReport SeriesCorrection::resample(const Planned& one, const Volume<float>&
   return correctSeries(one.input.file, shift, how, folder.path(one.names.image));
 }
 
-void SeriesCorrection::writeRest(const Planned& one, const SeriesRecord& record,
-                                 const Context& context) {
+void SeriesCorrection::writeRest(const Planned& one, const Json& origin, const Context& context) {
   folder.writeText(one.names.sidecar, sidecarText(one.input.file + ", corrected for distortion", "",
-                                                  sourcesOf(inputsOf(one), context.names),
-                                                  originOf(context.run, context.origin, record),
+                                                  sourcesOf(inputsOf(one), context.names), origin,
                                                   fieldsAfterCorrection(one.input)));
   for (std::size_t n = 0; n < one.names.gradients.size(); ++n)
     folder.copy(one.input.gradientFiles[n], one.names.gradients[n]);
 }
 
-void SeriesCorrection::writeWarp(const Planned& one, const Volume<float>& shift,
-                                 const SeriesRecord& record, const Context& context) {
+void SeriesCorrection::writeWarp(const Planned& one, const Volume<float>& shift, const Json& origin,
+                                 const Context& context) {
   const std::string& name = one.names.warp;
   writeWarpLps(shift, one.input.header, one.input.acquisition.direction->value.axis,
                folder.path(name + imageEnd));
-  folder.writeText(
-      name + ".json",
-      sidecarText(warpDescription(one.input.file), "mm", sourcesOf(inputsOf(one), context.names),
-                  originOf(context.run, context.origin, record), Json::object()));
+  folder.writeText(name + ".json",
+                   sidecarText(warpDescription(one.input.file), "mm",
+                               sourcesOf(inputsOf(one), context.names), origin, Json::object()));
 }
 
 }  // namespace mirel

@@ -12,6 +12,7 @@
 #include "jobs/earlierresults.h"
 #include "jobs/recordjson.h"
 #include "jobs/runrecord.h"
+#include "jobs/runreport.h"
 #include "jobs/seriesinput.h"
 
 namespace mirel {
@@ -60,10 +61,11 @@ class SeriesCorrection {
   /// and takes down in `run` what was done. With a reference the mean of each series is compared
   /// with it under both signs.
   ///
-  /// @param names  of what results are made of, for their records
+  /// @param names   of what results are made of, for their records
+  /// @param report  is shown every series; may be null
   /// Errors  those of correctSeries; what `progress` throws.
   void run(const Distortion& distortion, const std::optional<Reference>& reference,
-           const SourceNames& names, RunRecord& run, Progress& progress);
+           const SourceNames& names, RunReport* report, RunRecord& run, Progress& progress);
 
  private:
   struct Planned {
@@ -76,8 +78,8 @@ class SeriesCorrection {
   SeriesOptions optionsFor(const SeriesInput& input) const;
   SeriesReport resample(const Planned& one, const Volume<float>& shift, SeriesOptions how,
                         const Context& context);
-  void writeRest(const Planned& one, const SeriesRecord& record, const Context& context);
-  void writeWarp(const Planned& one, const Volume<float>& shift, const SeriesRecord& record,
+  void writeRest(const Planned& one, const Json& origin, const Context& context);
+  void writeWarp(const Planned& one, const Volume<float>& shift, const Json& origin,
                  const Context& context);
   std::vector<ResultInput> inputsOf(const Planned& one) const;
 

@@ -45,6 +45,13 @@ class RgbImage {
   std::vector<Colour> pixels;
 };
 
+/// Whether a picture without colours is kept as one: a third of the bytes before packing.
+enum class PngColours { rgb, greyWherePossible };
+
+/// The bytes of an 8-bit PNG file. Equal pictures make equal bytes (no time stamp).
+/// Errors  std::invalid_argument for an empty picture.
+std::vector<unsigned char> pngBytes(const RgbImage& image, PngColours colours = PngColours::rgb);
+
 /// Writes an 8-bit RGB PNG file, whole or not at all. Equal pictures make equal bytes (no time
 /// stamp).
 ///

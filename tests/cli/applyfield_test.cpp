@@ -67,7 +67,8 @@ class ApplyField : public testing::Test {
 TEST_F(ApplyField, CorrectsByTheSidecar) {
   const ProgramResult result = apply({"-o", out});
   ASSERT_EQ(result.status, 0) << result.err;
-  EXPECT_EQ(result.out, corrected + "\n" + out + "/sub-1_desc-preproc_bold.json\n");
+  EXPECT_EQ(result.out,
+            corrected + "\n" + out + "/sub-1_desc-preproc_bold.json\n" + out + "/report.html\n");
   EXPECT_THAT(result.err,
               HasSubstr("sub-1_bold.nii.gz: 3 volumes, phase encoding j-, readout 0.05 s "
                         "(TotalReadoutTime), both from sub-1_bold.json, "));

@@ -58,7 +58,8 @@ TEST_F(ApplyMap, GivesWhatTheProjectGetsBitForBit) {
     ASSERT_EQ(apply(onProject).status, 0);
     const ProgramResult result = apply(onImage);
     ASSERT_EQ(result.status, 0) << result.err;
-    EXPECT_EQ(result.out, corrected + "\n" + out + "/sub-1_desc-preproc_bold.json\n");
+    EXPECT_EQ(result.out,
+              corrected + "\n" + out + "/sub-1_desc-preproc_bold.json\n" + out + "/report.html\n");
     const FMR project(folder.file("run_undist.fmr"), true);
     nifti::Reader image(corrected);
     ASSERT_EQ(image.header().volumes, 3);

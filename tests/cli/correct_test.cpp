@@ -33,6 +33,7 @@ TEST_F(CorrectCommand, WritesAllOfItAndNamesTheFiles) {
   ASSERT_EQ(result.status, 0) << result.err;
   const std::vector<std::string> expected = {
       "dataset_description.json",
+      "report.html",
       "sub-phantom_desc-preproc_fieldmap.json",
       "sub-phantom_desc-preproc_fieldmap.nii.gz",
       "sub-phantom_desc-preproc_magnitude.json",
@@ -321,7 +322,7 @@ TEST_F(CorrectCommand, QuietSaysNothingAndJsonIsAllOfStandardOutput) {
   const ProgramResult result = correct({"--json", "--quiet"}, "other");
   const nlohmann::json summary = nlohmann::json::parse(result.out);
   EXPECT_EQ(summary["a"]["direction"], "j-");
-  EXPECT_EQ(summary["outputs"].size(), 17U);
+  EXPECT_EQ(summary["outputs"].size(), 18U);
   EXPECT_GT(summary["pairCorrelation"]["after"], summary["pairCorrelation"]["before"]);
 }
 

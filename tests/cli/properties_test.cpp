@@ -45,8 +45,10 @@ class Properties : public FieldFiles {
 
   std::map<std::string, std::string> bytesIn(const std::string& where) const {
     std::map<std::string, std::string> bytes;
+    // Reports tell command and time; report_test.cpp holds the rest of them together.
     for (const auto& entry : fs::directory_iterator(file(where)))
-      bytes[entry.path().filename().string()] = textOf(entry.path().string());
+      if (entry.path().extension() != ".html")
+        bytes[entry.path().filename().string()] = textOf(entry.path().string());
     return bytes;
   }
 

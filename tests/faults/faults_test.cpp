@@ -21,11 +21,19 @@ namespace fs = std::filesystem;
 /// Every file below a folder with its content, hidden ones included.
 using Snapshot = std::map<std::string, std::string>;
 
+/// Without what differs between equal runs: the block of a report that tells date and duration.
+std::string lastingTextOf(const std::string& file) {
+  std::string text = textOf(file);
+  const std::size_t from = text.find("<section id=\"this-run\"");
+  if (from != std::string::npos) text.erase(from, text.find("</section>", from) - from);
+  return text;
+}
+
 Snapshot snapshotOf(const std::string& folder) {
   Snapshot files;
   for (const auto& entry : fs::recursive_directory_iterator(folder)) {
     const std::string name = fs::relative(entry.path(), folder).string();
-    files[name] = entry.is_directory() ? "a folder" : textOf(entry.path().string());
+    files[name] = entry.is_directory() ? "a folder" : lastingTextOf(entry.path().string());
   }
   return files;
 }

@@ -75,6 +75,7 @@ TEST_F(RunsTogether, TheSameRunFourTimesAtOnceGivesItsFiles) {
   for (const ProgramResult& result : runAll(out, true)) EXPECT_EQ(result.status, 0) << result.err;
   for (const auto& entry : fs::directory_iterator(alone)) {
     const std::string name = entry.path().filename().string();
+    if (entry.path().extension() == ".html") continue;  // tells the folder and the time
     EXPECT_EQ(textOf(out + "/" + name), textOf(entry.path().string())) << name;
   }
 }

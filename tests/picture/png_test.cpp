@@ -58,6 +58,31 @@ TEST(Png, ReplacesAnOlderFileAndLeavesNothingElse) {
   EXPECT_EQ(folder.names().size(), 1u);
 }
 
+TEST(Png, KeepsAPictureWithoutColoursAsGreyWhereAsked) {
+  RgbImage image(5, 4);
+  for (int y = 0; y < 4; ++y)
+    for (int x = 0; x < 5; ++x) {
+      const auto level = static_cast<std::uint8_t>(40 * x + 10 * y);
+      image.set(x, y, {level, level, level});
+    }
+  const auto kindOf = [](const std::vector<unsigned char>& bytes) { return bytes.at(25); };
+  EXPECT_EQ(kindOf(pngBytes(image)), PNG_COLOR_TYPE_RGB);
+  const std::vector<unsigned char> bytes = pngBytes(image, PngColours::greyWherePossible);
+  EXPECT_EQ(kindOf(bytes), PNG_COLOR_TYPE_GRAY);
+  png_image reader;
+  std::memset(&reader, 0, sizeof reader);
+  reader.version = PNG_IMAGE_VERSION;
+  ASSERT_TRUE(png_image_begin_read_from_memory(&reader, bytes.data(), bytes.size()));
+  reader.format = PNG_FORMAT_GRAY;
+  std::vector<std::uint8_t> read(PNG_IMAGE_SIZE(reader));
+  ASSERT_TRUE(png_image_finish_read(&reader, nullptr, read.data(), 0, nullptr));
+  ASSERT_EQ(read.size(), 20U);
+  for (std::size_t n = 0; n < 20; ++n) EXPECT_EQ(read[n], 40 * (n % 5) + 10 * (n / 5)) << n;
+
+  image.set(2, 2, {1, 2, 3});
+  EXPECT_EQ(kindOf(pngBytes(image, PngColours::greyWherePossible)), PNG_COLOR_TYPE_RGB);
+}
+
 TEST(Png, NamesAFileThatCannotBeWritten) {
   const TemporaryFolder folder;
   fs::create_directory(folder.file("taken.png"));

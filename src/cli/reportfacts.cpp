@@ -1,0 +1,68 @@
+#include "cli/reportfacts.h"
+
+#include <sys/resource.h>
+#include <sys/time.h>
+
+#include <chrono>
+#include <ctime>
+#include <string_view>
+
+#include "base/numbertext.h"
+#include "cli/advice.h"
+#include "cli/command.h"
+#include "report/htmlreport.h"
+
+namespace mirel {
+
+namespace {
+
+constexpr std::string_view plain =
+    "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_@%+=:,./-";
+
+std::string quoted(const std::string& word) {
+  if (!word.empty() && word.find_first_not_of(plain) == std::string::npos) return word;
+  std::string text = "'";
+  for (const char c : word) text += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return text + "'";
+}
+
+std::string dateText() {
+  const std::time_t now = std::time(nullptr);
+  std::tm utc{};
+  gmtime_r(&now, &utc);
+  char text[64];
+  std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S UTC", &utc);
+  return text;
+}
+
+double seconds(const timeval& time) {
+  return static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_usec);
+}
+
+}  // namespace
+
+std::string commandText(int argc, const char* const* argv) {
+  std::string text;
+  for (int n = 0; n < argc; ++n) text += (n == 0 ? "" : " ") + quoted(argv[n]);
+  return text;
+}
+
+std::unique_ptr<RunReport> reportOf(const Program& program) {
+  using Clock = std::chrono::steady_clock;
+  report::ReportFacts facts;
+  facts.command = program.command;
+  facts.sentence = [](const Remark& remark) { return sentenceOf(remark); };
+  facts.thisRun = [start = Clock::now()]() -> std::vector<std::pair<std::string, std::string>> {
+    const std::chrono::duration<double> passed = Clock::now() - start;
+    rusage used{};
+    getrusage(RUSAGE_SELF, &used);
+    return {
+        {"Date", dateText()},
+        {"Time until this page", text("%.1f", passed.count()) + " s"},
+        {"Processor time", text("%.1f", seconds(used.ru_utime) + seconds(used.ru_stime)) + " s"},
+        {"Largest memory", text("%.0f", static_cast<double>(used.ru_maxrss) / 1024) + " MiB"}};
+  };
+  return std::make_unique<report::HtmlReport>(std::move(facts));
+}
+
+}  // namespace mirel

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "jobs/runreport.h"
+
+namespace mirel {
+
+struct Program;
+
+/// The words of a command line as a shell takes them: quoted where it needs that.
+std::string commandText(int argc, const char* const* argv);
+
+/// What makes the page of a run of this program: its command line, sentences with the advice of the
+/// command line, date, duration and memory.
+std::unique_ptr<RunReport> reportOf(const Program& program);
+
+}  // namespace mirel

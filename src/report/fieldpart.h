@@ -1,0 +1,27 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "report/displacement.h"
+#include "report/views.h"
+
+namespace mirel::report {
+
+/// A displacement map as the page shows it.
+struct ShownField {
+  std::string title, note;
+  const Volume<float>& anatomy;
+  const Volume<float>& shift;     ///< voxels
+  const Volume<float>& stretch;   ///< of the shift
+  const Volume<float>& measured;  ///< 1 where there was signal
+  glm::dmat4 affine{1.0};
+  double voxelMm = 1;                  ///< along the phase-encoding axis
+  std::optional<double> hzPerVoxel{};  ///< of the field, with its sign; nothing: not known
+};
+
+/// Views, colour bar in all units that are known, histogram, and displacement against axial slice.
+/// The colours are those of the field in Hz where that is known, else of the displacement.
+Json fieldPart(const Views& views, const ShownField& field);
+
+}  // namespace mirel::report

@@ -1,0 +1,206 @@
+#include "report/htmlreport.h"
+
+#include <cmath>
+#include <filesystem>
+#include <optional>
+
+#include "field/grid.h"
+#include "jobs/recordjson.h"
+#include "jobs/reportfile.h"
+#include "nifti/orientation.h"
+#include "picture/headmask.h"
+#include "report/assets.h"
+#include "report/encode.h"
+#include "report/fieldpart.h"
+#include "report/methodstext.h"
+#include "report/mustache.h"
+#include "report/provenance.h"
+#include "report/verdictpart.h"
+#include "report/views.h"
+
+namespace mirel::report {
+
+namespace {
+
+std::string shortName(const std::string& file) {
+  return std::filesystem::path(file).filename().string();
+}
+
+// In front of the field in Hz that displaces by one voxel.
+std::optional<double> hzPerVoxel(const std::optional<double>& readoutSeconds, int sign) {
+  if (!readoutSeconds) return std::nullopt;
+  return sign / *readoutSeconds;
+}
+
+std::optional<double> hzPerVoxelOf(const SeriesRecord& series) {
+  const bids::StatedDirection& direction = *series.acquisition.direction;
+  const auto& readout = series.acquisition.readout;
+  if (direction.source == bids::StatedDirection::Source::map || !readout) return std::nullopt;
+  return hzPerVoxel(readout->seconds, direction.value.sign);
+}
+
+std::string noteOf(const std::string& image, const std::optional<double>& hz) {
+  return std::string(hz ? "Colours show the off-resonance field in Hz"
+                        : "Colours show the displacement in voxels") +
+         "; mm and voxels are the displacement of " + image +
+         ", towards greater indices where they are positive. Nothing was measured where the colour "
+         "is faded: there is no signal. A dashed white line runs around places where the density "
+         "of the signal changes by more than half.";
+}
+
+// The parts of a page that are made from images of one grid.
+struct Grids {
+  const nifti::Header& header;
+  Volume<float> head, measured, stretch;
+  double voxelMm;
+
+  Grids(const nifti::Header& of, const Volume<float>& mean, const Volume<float>& shift, int axis)
+      : header(of),
+        head(picture::headMask(mean)),
+        measured(picture::signalMask(mean)),
+        stretch(stretchAlong(shift, axis)),
+        voxelMm(nifti::columnLengths(of.affine())[axis]) {}
+};
+
+}  // namespace
+
+struct HtmlReport::Content {
+  ReportFacts facts;
+  Json cards = Json::array(), overlays = Json::array(), fields = Json::array(),
+       contours = Json::array(), seriesInputs = Json::array();
+  std::optional<MeasuredMap> map;
+  int grids = 0;
+
+  Views viewsOf(const std::string& name, const Grids& grid, const Volume<float>& shift) {
+    Views views(name, gridOf(grid.header), hasOrientation(grid.header), grid.head, shift,
+                "outline-" + std::to_string(++grids) + "-");
+    const Json outlines = views.contours();
+    for (const Json& outline : outlines.list()) contours.push_back(outline);
+    return views;
+  }
+
+  void addField(const Views& views, const ShownField& field) {
+    fields.push_back(fieldPart(views, field));
+    if (!map)
+      map = MeasuredMap{displacementIn(field.measured, field.shift, field.stretch), field.voxelMm,
+                        field.hzPerVoxel};
+  }
+};
+
+HtmlReport::HtmlReport(ReportFacts facts) : content(std::make_unique<Content>()) {
+  content->facts = std::move(facts);
+}
+
+HtmlReport::~HtmlReport() = default;
+
+void HtmlReport::showPair(const PairInput& pair, const PairEstimate& estimate) {
+  const Grids grid(pair.a.header, estimate.meanToCompare(), estimate.shift, pair.axis());
+  const Views views = content->viewsOf(pair.a.options.file, grid, estimate.shift);
+  const BeforeAfter a{pair.a.image, estimate.correctedA}, b{pair.b.image, estimate.correctedB};
+  content->cards.push_back(views.beforeAndAfter(shortName(pair.a.title()), a));
+  content->cards.push_back(views.beforeAndAfter(shortName(pair.b.title()), b));
+  Volume<float> meanBefore = pair.a.image + pair.b.image;
+  meanBefore *= 0.5F;
+  content->cards.push_back(views.beforeAndAfter("Mean of the pair", {meanBefore, estimate.mean}));
+  content->overlays.push_back(views.redAndCyan(
+      nameOf(pair.a.direction()) + " in red, " + nameOf(pair.b.direction()) + " in cyan", a, b));
+  const auto hz = hzPerVoxel(pair.readoutSeconds, pair.a.direction().sign);
+  content->addField(
+      views, {"From the pair", noteOf(shortName(pair.a.title()), hz), estimate.mean, estimate.shift,
+              grid.stretch, grid.measured, grid.header.affine(), grid.voxelMm, hz});
+}
+
+void HtmlReport::showSeries(const SeriesImages& series) {
+  const std::string name = shortName(series.record.file);
+  const int axis = series.record.acquisition.direction->value.axis;
+  const Grids grid(series.header, series.meanAfter, series.shift, axis);
+  const Views views = content->viewsOf(series.record.file, grid, series.shift);
+  const int volumes = series.record.volumes;
+  content->cards.push_back(views.beforeAndAfter(
+      volumes == 1 ? name : name + ", mean of " + std::to_string(volumes) + " volumes",
+      {series.meanBefore, series.meanAfter}));
+  // With a pair its own map is what was measured; without, each series shows what was applied.
+  if (!content->map || content->overlays.list().empty()) {
+    const auto hz = hzPerVoxelOf(series.record);
+    content->addField(views,
+                      {"Applied to " + name, noteOf(name, hz), series.meanAfter, series.shift,
+                       grid.stretch, grid.measured, grid.header.affine(), grid.voxelMm, hz});
+  }
+  content->seriesInputs.push_back(inputPart("Series", series.origin.at("Series")));
+}
+
+namespace {
+
+std::string titleOf(const RunRecord& run) {
+  if (run.pair)
+    return shortName(run.pair->a.options.file) + " and " + shortName(run.pair->b.options.file);
+  std::string title;
+  for (const SeriesRecord& series : run.series)
+    title += (title.empty() ? "" : ", ") + shortName(series.file);
+  return title;
+}
+
+Json inputsOf(const Json& origin, const Json& series) {
+  Json inputs = Json::array();
+  if (const Json* pair = origin.find("Inputs")) {
+    inputs.push_back(inputPart("First image", pair->at(0)));
+    inputs.push_back(inputPart("Second image", pair->at(1)));
+  }
+  for (const char* source : {"Field", "Map"})
+    if (const Json* given = origin.find(source)) inputs.push_back(inputPart(source, *given));
+  for (const Json& one : series.list()) inputs.push_back(one);
+  return inputs;
+}
+
+void setList(Json& page, const std::string& name, const std::string& flag, const Json& list) {
+  page[flag] = !list.list().empty();
+  page[name] = list;
+}
+
+}  // namespace
+
+std::string HtmlReport::text(const RunRecord& run, const std::vector<std::string>& outputs,
+                             const std::string& key) {
+  const Content& made = *content;
+  const Json origin = originOf(run);
+  const MethodsText methods = methodsText(run, made.map);
+  Json page = {{"keyName", reportKeyName},
+               {"key", key},
+               {"title", titleOf(run)},
+               {"version", run.version},
+               {"verdict", verdictPart(run)},
+               {"overlayNote", "One image of the pair in red over the other in cyan."},
+               {"command", made.facts.command},
+               {"inputs", inputsOf(origin, made.seriesInputs)},
+               {"outputs", Json(outputs)},
+               {"methods", methods.paragraph},
+               {"references", Json(methods.references)},
+               {"contours", made.contours},
+               {"cards", made.cards}};
+  setList(page, "figures", "hasFigures", figuresPart(run, made.map));
+  setList(page, "overlays", "hasOverlays", made.overlays);
+  setList(page, "fields", "hasFields", made.fields);
+  Json options = optionsPart(origin.contains("Options") ? origin.at("Options") : Json());
+  if (!run.series.empty())
+    options.push_back(Json{{"what", "Series as 32-bit floats"},
+                           {"value", run.seriesSettings.floatOutput ? "yes" : "no"}});
+  page["options"] = options;
+  const auto sentences = [&](const std::vector<Remark>& remarks) {
+    Json texts = Json::array();
+    for (const Remark& remark : remarks) texts.push_back(made.facts.sentence(remark));
+    return texts;
+  };
+  setList(page, "warnings", "hasWarnings", sentences(run.warnings));
+  setList(page, "notes", "hasNotes", sentences(run.notes));
+  Json rows = Json::array();
+  for (const auto& [what, value] : made.facts.thisRun())
+    rows.push_back(Json{{"what", what}, {"value", value}});
+  page["thisRun"] = rows;
+  page["style"] = styleSheet();
+  page["script"] = scriptText();
+  page["styleHash"] = policyHash(styleSheet());
+  page["scriptHash"] = policyHash(scriptText());
+  return filled(pageTemplate(), page);
+}
+
+}  // namespace mirel::report

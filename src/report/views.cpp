@@ -1,0 +1,156 @@
+#include "report/views.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "base/numbertext.h"
+#include "picture/draw.h"
+#include "picture/scale.h"
+#include "report/encode.h"
+
+namespace mirel::report {
+
+namespace {
+
+using picture::Cut;
+using picture::CutPlane;
+using picture::RgbImage;
+using picture::Window;
+
+// A slice is about so many pixels wide: a browser enlarges it as far as there is room.
+constexpr int wantedPixels = 200;
+
+int pixelsPerVoxel(glm::ivec3 dims) {
+  const int largest = std::max({dims.x, dims.y, dims.z});
+  return std::clamp((wantedPixels + largest / 2) / largest, 1, 4);
+}
+
+std::string captionOf(const ChosenSlice& slice, const CutPlane& plane, bool oriented) {
+  std::string text = nameOf(slice.plane);
+  text += " slice " + std::to_string(slice.index);
+  if (oriented)
+    text += std::string(", ") + "zyx"[static_cast<int>(slice.plane)] + " = " +
+            picture::fixedText(plane.mm, 1) + " mm";
+  return text + (slice.most ? ": largest displacements" : ": middle of the head");
+}
+
+}  // namespace
+
+std::string pathOf(const std::vector<picture::Segment>& line) {
+  std::string path;
+  glm::vec2 end(-1e9F);
+  for (const picture::Segment& piece : line) {
+    if (piece.from != end)
+      path += "M" + text("%.1f", piece.from.x) + " " + text("%.1f", piece.from.y);
+    path += "L" + text("%.1f", piece.to.x) + " " + text("%.1f", piece.to.y);
+    end = piece.to;
+  }
+  return path;
+}
+
+Views::Views(std::string nameOfImage, Grid where, bool knowsSides, const Volume<float>& head,
+             const Volume<float>& shift, std::string startOfIds)
+    : name(std::move(nameOfImage)),
+      prefix(std::move(startOfIds)),
+      grid(where),
+      oriented(knowsSides) {
+  for (const ChosenSlice& slice : chosenSlices(head, shift, grid.affine)) {
+    const picture::SliceAt at{slice.plane, slice.index, {}};
+    View view{cutPlane(grid, at, pixelsPerVoxel(grid.dims), name), cutPlane(grid, at, 1, name),
+              nameOf(slice.plane) + (" slice " + std::to_string(slice.index)), "", ""};
+    view.caption = captionOf(slice, view.plane, oriented);
+    view.outline = pathAround(head, view);
+    views.push_back(std::move(view));
+  }
+}
+
+Cut Views::cut(const Volume<float>& volume, const View& view) const {
+  return cutThrough(volume, grid.affine, view.plane, picture::Sampling::nearest, name);
+}
+
+std::string Views::pathAround(const Volume<float>& mask, const View& view) const {
+  const Cut cut = cutThrough(mask, grid.affine, view.outlinePlane, picture::Sampling::linear, name);
+  return pathOf(contourOf(cut, 0.5F));
+}
+
+// What all pictures of a slice have in common.
+Json Views::frameOf(std::size_t number) const {
+  const View& view = views[number];
+  const glm::ivec3 size = view.plane.grid.dims, box = view.outlinePlane.grid.dims;
+  Json frame = {{"width", std::to_string(size.x)},
+                {"height", std::to_string(size.y)},
+                // Centres of pixels have whole numbers.
+                {"box", "-0.5 -0.5 " + std::to_string(box.x) + " " + std::to_string(box.y)},
+                {"contour", prefix + std::to_string(number)},
+                {"caption", view.caption},
+                {"letters", nullptr}};
+  const picture::Letters& letters = view.plane.letters;
+  if (oriented)
+    frame["letters"] = Json{{"left", letters.left},
+                            {"right", letters.right},
+                            {"top", letters.top},
+                            {"bottom", letters.bottom}};
+  return frame;
+}
+
+Json Views::contours() const {
+  Json list = Json::array();
+  for (std::size_t n = 0; n < views.size(); ++n)
+    list.push_back(Json{{"id", prefix + std::to_string(n)}, {"path", views[n].outline}});
+  return list;
+}
+
+Json Views::beforeAndAfter(const std::string& title, const BeforeAfter& image) const {
+  const Window window = picture::robustWindow(image.after);
+  Json list = Json::array();
+  for (std::size_t n = 0; n < views.size(); ++n) {
+    Json view = frameOf(n);
+    view["before"] = dataAddress(drawGrey(cut(image.before, views[n]), window));
+    view["after"] = dataAddress(drawGrey(cut(image.after, views[n]), window));
+    view["altBefore"] = title + ", " + views[n].where + ", before the correction";
+    view["altAfter"] = title + ", " + views[n].where + ", after the correction";
+    list.push_back(std::move(view));
+  }
+  return {{"title", title}, {"views", list}};
+}
+
+Json Views::redAndCyan(const std::string& title, const BeforeAfter& red,
+                       const BeforeAfter& cyan) const {
+  const Window ofRed = picture::robustWindow(red.after), ofCyan = picture::robustWindow(cyan.after);
+  Json list = Json::array();
+  for (std::size_t n = 0; n < views.size(); ++n) {
+    const auto drawn = [&](const Volume<float>& first, const Volume<float>& second) {
+      return dataAddress(drawOverlay(cut(first, views[n]), ofRed, cut(second, views[n]), ofCyan));
+    };
+    Json view = frameOf(n);
+    view["before"] = drawn(red.before, cyan.before);
+    view["after"] = drawn(red.after, cyan.after);
+    view["altBefore"] = title + ", " + views[n].where + ", before the correction";
+    view["altAfter"] = title + ", " + views[n].where + ", after the correction";
+    list.push_back(std::move(view));
+  }
+  return {{"title", title}, {"views", list}};
+}
+
+Json Views::mapOver(const std::string& title, const MapOver& what) const {
+  const Window window = picture::robustWindow(what.anatomy);
+  Json list = Json::array();
+  for (std::size_t n = 0; n < views.size(); ++n) {
+    const View& view = views[n];
+    const Cut where = cut(what.measured, view);
+    picture::Measured measured(where.values.size());
+    std::transform(where.values.begin(), where.values.end(), measured.begin(),
+                   [](float v) { return static_cast<char>(v > 0.5F); });
+    const RgbImage drawn =
+        drawMapOver(cut(what.anatomy, view), window, cut(what.map, view), what.limit, measured);
+    const std::string stretched = pathAround(what.stretched, view);
+    Json shown = frameOf(n);
+    shown["picture"] = dataAddress(drawn);
+    shown["alt"] = title + ", " + view.where;
+    shown["stretched"] = stretched.empty() ? Json() : Json(stretched);
+    list.push_back(std::move(shown));
+  }
+  return list;
+}
+
+}  // namespace mirel::report

@@ -1,0 +1,84 @@
+#include "report/views.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace mirel;
+using namespace mirel::report;
+using picture::SlicePlane;
+
+// A block of a head in 20 x 24 x 16 voxels, displaced most at k = 9, y = 15.
+struct Block {
+  Volume<float> head{20, 24, 16, 0.0F}, shift{20, 24, 16, 0.0F}, image{20, 24, 16, 0.0F};
+
+  Block() {
+    for (int z = 2; z < 12; ++z)
+      for (int y = 4; y < 20; ++y)
+        for (int x = 5; x < 15; ++x) {
+          head.at(x, y, z) = 1;
+          image.at(x, y, z) = 100 + static_cast<float>(x + y + z);
+          shift.at(x, y, z) = (z == 11 ? 1.0F : 0.1F) + (y == 19 ? 1.0F : 0.0F);
+        }
+  }
+};
+
+TEST(ChosenSlices, AreTheMiddleOfTheHeadAndTheLargestDisplacement) {
+  const Block block;
+  const std::vector<ChosenSlice> slices = chosenSlices(block.head, block.shift, glm::dmat4(1));
+  ASSERT_EQ(slices.size(), 5U);
+  EXPECT_EQ(slices[0].plane, SlicePlane::axial);
+  EXPECT_EQ(slices[0].index, 6);
+  EXPECT_FALSE(slices[0].most);
+  EXPECT_EQ(slices[1].index, 11);
+  EXPECT_TRUE(slices[1].most);
+  EXPECT_EQ(slices[2].plane, SlicePlane::coronal);
+  EXPECT_EQ(slices[2].index, 11);
+  EXPECT_EQ(slices[3].index, 19);
+  // Nothing differs from side to side: one slice.
+  EXPECT_EQ(slices[4].plane, SlicePlane::sagittal);
+}
+
+TEST(ChosenSlices, AreCountedTowardsThePatientsRight) {
+  const Block block;
+  glm::dmat4 mirrored(1);
+  mirrored[2][2] = -1;  // slices from the top
+  const std::vector<ChosenSlice> slices = chosenSlices(block.head, block.shift, mirrored);
+  EXPECT_EQ(slices[1].index, 15 - 11);
+}
+
+TEST(Views, HaveLettersOnlyWhereTheSidesAreKnown) {
+  const Block block;
+  const Grid grid{{20, 24, 16}, glm::dmat4(1)};
+  for (const bool known : {true, false}) {
+    const Views views("a.nii", grid, known, block.head, block.shift, "o-");
+    const Json card = views.beforeAndAfter("A", {block.image, block.image});
+    const Json& first = card.at("views").at(0);
+    EXPECT_EQ(first.at("letters").is_null(), !known);
+    if (known) {
+      EXPECT_EQ(first.at("letters").at("top").string(), "A");
+    }
+    EXPECT_EQ(first.at("before").string(), first.at("after").string());
+    EXPECT_EQ(first.at("contour").string(), views.contours().at(0).at("id").string());
+  }
+}
+
+TEST(Views, ShowBothStatesInTheWindowOfTheCorrectedOne) {
+  const Block block;
+  const Views views("a.nii", {{20, 24, 16}, glm::dmat4(1)}, true, block.head, block.shift, "o-");
+  const Volume<float> brighter = block.image * 1.2F;
+  const Json card = views.beforeAndAfter("A", {brighter, block.image});
+  const Json same = views.beforeAndAfter("A", {brighter, brighter});
+  // In its own window the brighter image looks as the other does in that one's.
+  EXPECT_NE(card.at("views").at(0).at("before").string(),
+            card.at("views").at(0).at("after").string());
+  EXPECT_NE(card.at("views").at(0).at("before").string(),
+            same.at("views").at(0).at("before").string());
+}
+
+TEST(PathOf, JoinsPiecesThatContinueOneAnother) {
+  EXPECT_EQ(pathOf({{{0, 0}, {1, 0.25F}}, {{1, 0.25F}, {2, 1}}, {{5, 5}, {6, 6}}}),
+            "M0.0 0.0L1.0 0.2L2.0 1.0M5.0 5.0L6.0 6.0");
+}
+
+}  // namespace
