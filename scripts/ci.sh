@@ -2,11 +2,9 @@
 # Continuous integration. Each step counts as one check, a run of tests as its tests; the last line
 # is the sum. A step that fails does not keep the next ones from running.
 #   layout and includes
-#   tests       all of them, as users get the program
-#   clang-tidy  every file of src/, without the analyzer
-#   sanitized   the tests of what reads foreign files, under AddressSanitizer and UBSan; all tests:
-#               scripts/dev.sh asan; what is threaded under ThreadSanitizer: scripts/dev.sh tsan
-#   fuzz        the corpus, and a minute beyond it
+#   tests   all of them, as users get the program, the corpus of the fuzzers among them
+# On demand, half an hour more: scripts/dev.sh lint --all --quick (clang-tidy), scripts/dev.sh asan-ci
+# (what reads foreign files, under AddressSanitizer and UBSan), scripts/dev.sh fuzz 60.
 set -uo pipefail
 cd "$(dirname "$0")/.."
 passed=0
@@ -36,9 +34,6 @@ step() { # NAME COMMAND...
 
 step "layout and includes" scripts/lint.sh --layout
 step "tests" scripts/dev.sh test
-step "clang-tidy" scripts/dev.sh lint --all --quick
-step "sanitized tests" scripts/dev.sh asan-ci
-step "fuzz" scripts/dev.sh fuzz 60
 
 echo "$passed passed, $failed failed"
 [ "$failed" -eq 0 ]
