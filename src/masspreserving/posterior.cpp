@@ -41,9 +41,8 @@ Volume<float> signedBlocks(const Volume<float>& residuals, float factor, Draws& 
     for (int y = 0; y < size.y; ++y)
       for (int x = 0; x < size.x; ++x) {
         const glm::ivec3 k = (glm::ivec3(x, y, z) + corner) / blockEdge;
-        result.at(x, y, z) =
-            residuals.at(x, y, z) *
-            signs[static_cast<std::size_t>((k.z * blocks.y + k.y) * blocks.x + k.x)];
+        const int block = (k.z * blocks.y + k.y) * blocks.x + k.x;
+        result.at(x, y, z) = residuals.at(x, y, z) * signs[static_cast<std::size_t>(block)];
       }
   return result;
 }
