@@ -74,7 +74,10 @@ double indexOf(const Grid& grid, const SliceAt& where, const Walk& through, glm:
                   std::to_string(through.count - 1));
     return *where.index;
   }
-  if (!where.mm) return static_cast<double>(through.count / 2);
+  if (!where.mm) {
+    const int half = through.count / 2;
+    return half;
+  }
   const double start = mmOf(grid, middle + through.first, patientAxis);
   const double step = mmOf(grid, middle + through.first + through.step, patientAxis) - start;
   const double index = (*where.mm - start) / step;
