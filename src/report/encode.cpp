@@ -19,7 +19,7 @@ std::string dataAddress(const picture::RgbImage& image) {
 }
 
 std::string policyHash(const std::string& text) {
-  sha256_ctx context;
+  sha256_ctx context{};
   sha256_init(&context);
   sha256_update(&context, text.size(), reinterpret_cast<const std::uint8_t*>(text.data()));
   std::array<std::uint8_t, SHA256_DIGEST_SIZE> digest{};

@@ -46,7 +46,7 @@ float inverseAt(const std::vector<float>& mapped, std::size_t i, float t) {
 }
 
 // The rows of a column of the inverse, `stride` apart; rows that no pair encloses stay.
-void invertBySearch(const std::vector<float>& mapped, float* column, int stride) {
+void invertBySearch(const std::vector<float>& mapped, float* column, std::ptrdiff_t stride) {
   const int ny = static_cast<int>(mapped.size());
   for (int row = 0; row < ny; ++row) {
     const float t = static_cast<float>(row);
@@ -56,7 +56,7 @@ void invertBySearch(const std::vector<float>& mapped, float* column, int stride)
 }
 
 // The same for values that ascend, where the first greater one moves on with the row.
-void invertAscending(const std::vector<float>& mapped, float* column, int stride) {
+void invertAscending(const std::vector<float>& mapped, float* column, std::ptrdiff_t stride) {
   const std::size_t ny = mapped.size();
   std::size_t i = 0;
   for (std::size_t row = 0; row < ny; ++row) {
@@ -67,7 +67,7 @@ void invertAscending(const std::vector<float>& mapped, float* column, int stride
 }
 
 // One scan of a column, whose values are `stride` apart; returns the adjustments made.
-int scanColumn(float* column, int ny, int stride) {
+int scanColumn(float* column, int ny, std::ptrdiff_t stride) {
   int adjustments = 0;
   for (int y = 0; y + 1 < ny; ++y) {
     float& a = column[y * stride];
@@ -83,7 +83,7 @@ int scanColumn(float* column, int ny, int stride) {
   return adjustments;
 }
 
-bool columnEquals(const float* column, int stride, const std::vector<float>& values) {
+bool columnEquals(const float* column, std::ptrdiff_t stride, const std::vector<float>& values) {
   for (std::size_t y = 0; y < values.size(); ++y) {
     const float v = column[static_cast<int>(y) * stride];
     if (v != values[y] && !(std::isnan(v) && std::isnan(values[y]))) return false;
@@ -94,7 +94,7 @@ bool columnEquals(const float* column, int stride, const std::vector<float>& val
 // Scans until nothing is adjusted. Where values are so large that adjusting them has no effect,
 // their neighbours can be pushed to and fro for ever: a column that comes back to an earlier
 // state, remembered at every power of two (R. P. Brent, BIT 20:176, 1980), is left as it is.
-int smoothColumn(float* column, int ny, int stride) {
+int smoothColumn(float* column, int ny, std::ptrdiff_t stride) {
   std::vector<float> earlier;
   int total = 0;
   for (unsigned scan = 1;; ++scan) {
