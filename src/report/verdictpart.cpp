@@ -13,6 +13,11 @@ namespace {
 
 std::string percent(double share) { return text("%.1f", 100 * share) + " %"; }
 
+// Noise may be estimated larger than what was found, so it is no part of it.
+std::string besideNoise(double found, double ofNoise) {
+  return percent(found) + "; noise alone makes " + percent(ofNoise);
+}
+
 Json figure(const std::string& what, const std::string& found, const std::string& meaning) {
   return {{"what", what}, {"found", found}, {"meaning", meaning}};
 }
@@ -90,15 +95,13 @@ void addAgreement(const PairRecord& pair, Json& figures) {
         text("%.3f", found.fastAlongAxis) + " along " + bids::nameOf({pair.a.direction().axis, 1}) +
             ", " + text("%.3f", found.fastAcross) + " along " + bids::nameOf({found.otherAxis, 1}),
         "Correlation after a quick estimate along the stated axis and another"));
-  figures.push_back(
-      figure("What is left of the difference",
-             percent(measured.residual) + ", of which noise " + percent(measured.residualOfNoise),
-             "Root mean square difference of the corrected images in the head"));
-  figures.push_back(figure(
-      "Signal in columns",
-      percent(measured.columnTotals) + ", of which noise " + percent(measured.columnTotalsOfNoise),
-      "By how much the totals along the phase-encoding axis differ, which "
-      "distortion leaves as they are"));
+  figures.push_back(figure("What is left of the difference",
+                           besideNoise(measured.residual, measured.residualOfNoise),
+                           "Root mean square difference of the corrected images in the head"));
+  figures.push_back(figure("Signal in columns",
+                           besideNoise(measured.columnTotals, measured.columnTotalsOfNoise),
+                           "By how much the totals along the phase-encoding axis differ, which "
+                           "distortion leaves as they are"));
 }
 
 void addMotion(const PairFindings& found, Json& figures) {

@@ -82,6 +82,14 @@ TEST(FiguresPart, TellsDisplacementsInAllUnits) {
   EXPECT_TRUE(saysFigure(figures, "Agreement of the two images", "0.610 before, 0.970 after"));
 }
 
+TEST(FiguresPart, SetsTheDifferenceBesideThatOfNoise) {
+  RunRecord run = pairRun();
+  run.pair->findings.verdict.figures.residual = 0.021;
+  run.pair->findings.verdict.figures.residualOfNoise = 0.034;
+  EXPECT_TRUE(saysFigure(figuresPart(run, std::nullopt), "What is left of the difference",
+                         "2.1 %; noise alone makes 3.4 %"));
+}
+
 TEST(MethodsTextOfAPair, HoldsItsFiguresAndReferencesInOrder) {
   const MethodsText text = methodsText(pairRun(), MeasuredMap{{0.5, 2, 4, 0, 0}, 3.0, -20.0});
   for (const char* part : {"Mirel 9.8.7", "axis [1]",
