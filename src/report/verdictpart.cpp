@@ -104,16 +104,21 @@ void addAgreement(const PairRecord& pair, Json& figures) {
                            "distortion leaves as they are"));
 }
 
-void addMotion(const PairFindings& found, Json& figures) {
-  if (found.estimator != Estimator::massPreserving) return;
-  figures.push_back(figure("Head motion between the images",
-                           !found.motion
-                               ? "none found"
-                               : vectorText(found.motion->translationMm) + " mm; " +
-                                     vectorText(found.motion->rotationDegrees) + " degrees",
+std::string motionText(const PairRecord& pair) {
+  if (!pair.settings.motion) return "not looked for";
+  const std::optional<RigidMotion>& motion = pair.findings.motion;
+  if (!motion) return "none found";
+  return vectorText(motion->translationMm) + " mm; " + vectorText(motion->rotationDegrees) +
+         " degrees";
+}
+
+void addMotion(const PairRecord& pair, Json& figures) {
+  if (pair.findings.estimator != Estimator::massPreserving) return;
+  figures.push_back(figure("Head motion between the images", motionText(pair),
                            "Along and about the axes i, j, k; undone in the second image"));
   figures.push_back(figure("Intensity of the first over the second",
-                           text("%.4g", found.intensityRatio), "1 where both have one scale"));
+                           text("%.4g", pair.findings.intensityRatio),
+                           "1 where both have one scale"));
 }
 
 void addMap(const MeasuredMap& map, Json& figures) {
@@ -165,7 +170,7 @@ Json figuresPart(const RunRecord& run, const std::optional<MeasuredMap>& map) {
   Json figures = Json::array();
   if (run.pair) addAgreement(*run.pair, figures);
   if (map) addMap(*map, figures);
-  if (run.pair) addMotion(run.pair->findings, figures);
+  if (run.pair) addMotion(*run.pair, figures);
   addSigns(run, figures);
   return figures;
 }

@@ -90,6 +90,14 @@ TEST(FiguresPart, SetsTheDifferenceBesideThatOfNoise) {
                          "2.1 %; noise alone makes 3.4 %"));
 }
 
+TEST(FiguresPart, ClaimsNoMotionOnlyWhereItLooked) {
+  RunRecord run = pairRun();
+  const std::string what = "Head motion between the images";
+  EXPECT_TRUE(saysFigure(figuresPart(run, std::nullopt), what, "none found"));
+  run.pair->settings.motion = false;
+  EXPECT_TRUE(saysFigure(figuresPart(run, std::nullopt), what, "not looked for"));
+}
+
 TEST(MethodsTextOfAPair, HoldsItsFiguresAndReferencesInOrder) {
   const MethodsText text = methodsText(pairRun(), MeasuredMap{{0.5, 2, 4, 0, 0}, 3.0, -20.0});
   for (const char* part : {"Mirel 9.8.7", "axis [1]",
