@@ -19,7 +19,7 @@ RunRecord pairRun() {
       bids::StatedDirection{{1, -1}, bids::StatedDirection::Source::option};
   pair.b.acquisition.direction =
       bids::StatedDirection{{1, 1}, bids::StatedDirection::Source::option};
-  pair.a.acquisition.readout = bids::Readout{0.05};
+  pair.a.acquisition.readout = pair.b.acquisition.readout = bids::Readout{0.05};
   pair.findings.agreement.before = 0.61;
   pair.findings.agreement.after = 0.97;
   run.pair = pair;
@@ -103,9 +103,16 @@ TEST(MethodsTextOfAPair, HoldsItsFiguresAndReferencesInOrder) {
   for (const char* part : {"Mirel 9.8.7", "axis [1]",
                            "[2, 3] (directions j- and j, total readout "
                            "time 50 ms)",
-                           "2.00 voxels (6.00 mm)", "rose from 0.610 to 0.970"})
+                           "2.00 voxels (6.00 mm)", "was 0.610 before and 0.970 after"})
     EXPECT_NE(text.paragraph.find(part), std::string::npos) << part << " in " << text.paragraph;
   EXPECT_EQ(text.references.size(), 3U);
+}
+
+TEST(MethodsTextOfAPair, NamesBothReadoutTimesWhereTheyDiffer) {
+  RunRecord run = pairRun();
+  run.pair->b.acquisition.readout = bids::Readout{0.03};
+  EXPECT_NE(methodsText(run, std::nullopt).paragraph.find("total readout times 50 and 30 ms)"),
+            std::string::npos);
 }
 
 }  // namespace
