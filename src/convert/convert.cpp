@@ -2,7 +2,6 @@
 
 #include <filesystem>
 #include <locale>
-#include <memory>
 #include <new>
 #include <sstream>
 
@@ -144,28 +143,29 @@ ConvertReport imageToProject(const std::string& in, const std::string& out, Proj
 
 // From a project to an image
 
-using PendingFiles = std::vector<std::unique_ptr<OutFile>>;
-
-void addFile(PendingFiles& files, const std::string& name, const std::string& text) {
-  files.push_back(std::make_unique<OutFile>(name));
-  files.back()->write(text);
-}
-
-void writeGradients(const Project& project, const std::string& out, PendingFiles& files,
-                    ConvertReport& report) {
+/// Writes the gradient files, if the project has a table; returns their names.
+std::vector<std::string> writeGradients(const Project& project, const std::string& stem,
+                                        const OutFolder& folder, ConvertReport& report) {
   const DMR* dmr = project.dmr();
-  if (!dmr || !dmr->GradientInformationAvailable.value()) return;
+  if (!dmr || !dmr->GradientInformationAvailable.value()) return {};
   const std::size_t volumes = static_cast<std::size_t>(dmr->NrOfVolumes.value());
   const std::size_t rows = dmr->gradientDirections.size();
   if (rows != volumes || dmr->gradientWeights.size() != volumes) {
     report.notes.push_back(dmr->fileName + " has a gradient table of " + std::to_string(rows) +
                            " rows for " + std::to_string(volumes) +
                            " volumes: no .bvec and .bval are written");
-    return;
+    return {};
   }
   const nifti::GradientTable table{dmr->gradientDirections, dmr->gradientWeights};
-  addFile(files, nifti::niftiStem(out) + ".bvec", nifti::formatDirections(table));
-  addFile(files, nifti::niftiStem(out) + ".bval", nifti::formatBValues(table));
+  folder.write(stem + ".bvec", nifti::formatDirections(table));
+  folder.write(stem + ".bval", nifti::formatBValues(table));
+  return {stem + ".bvec", stem + ".bval"};
+}
+
+void writeImage(const std::string& name, const nifti::Header& header, const Volumes& volumes) {
+  nifti::Writer image(name, header);
+  for (const Volume<float>& volume : volumes) image.write(volume);
+  image.finish();
 }
 
 /// A data file that is too short would read as zeros.
@@ -195,15 +195,17 @@ ConvertReport projectToImage(const std::string& in, const std::string& out) {
   const Volumes& volumes = project.volumes();
   if (!nifti::isInteger(header.type) || !fitsType(volumes, header.type)) header.type = ownType;
 
-  nifti::Writer image(out, header);
-  PendingFiles gradients;
-  writeGradients(project, out, gradients, report);
-  for (const Volume<float>& volume : volumes) image.write(volume);
-  image.finish();
-  report.written.push_back(out);
-  for (const std::unique_ptr<OutFile>& file : gradients) {
-    file->commit();
-    report.written.push_back(file->target());
+  const fs::path target(out);
+  const std::string name = target.filename().string();
+  OutFolder folder(target.parent_path());
+  try {
+    std::vector<std::string> names = {name};
+    for (std::string& file : writeGradients(project, nifti::niftiStem(name), folder, report))
+      names.push_back(std::move(file));
+    writeImage(folder.path(name), header, volumes);
+    report.written = folder.commit(names);
+  } catch (const Error& error) {
+    throw Error(folder.plain(error.what()), error.advice());
   }
   return report;
 }
