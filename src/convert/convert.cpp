@@ -143,6 +143,26 @@ ConvertReport imageToProject(const std::string& in, const std::string& out, Proj
 
 // From a project to an image
 
+/// x.bvec belongs to x.nii as well as to x.nii.gz.
+void refuseSharedGradients(const std::string& out) {
+  const std::string stem = nifti::niftiStem(out);
+  for (const char* ending : {".nii", ".nii.gz"})
+    if (const std::string twin = stem + ending; twin != out && fs::exists(twin))
+      throw Error(twin, "is there already, and the new " + stem + ".bvec and " + stem +
+                            ".bval would be read as its gradients, too: name another output, or "
+                            "move that image away");
+}
+
+/// Gradients that stand beside an image which has none of its own are read as its own.
+void noteForeignGradients(const std::string& out, ConvertReport& report) {
+  for (const char* ending : {".bvec", ".bval"})
+    if (const std::string file = nifti::niftiStem(out) + ending; fs::exists(file))
+      report.notes.push_back(file +
+                             " was there already and is not of this conversion, but will be "
+                             "read as the gradients of " +
+                             out);
+}
+
 /// Writes the gradient files, if the project has a table; returns their names.
 std::vector<std::string> writeGradients(const Project& project, const std::string& stem,
                                         const OutFolder& folder, ConvertReport& report) {
@@ -199,9 +219,13 @@ ConvertReport projectToImage(const std::string& in, const std::string& out) {
   const std::string name = target.filename().string();
   OutFolder folder(target.parent_path());
   try {
-    std::vector<std::string> names = {name};
-    for (std::string& file : writeGradients(project, nifti::niftiStem(name), folder, report))
-      names.push_back(std::move(file));
+    std::vector<std::string> names =
+        writeGradients(project, nifti::niftiStem(name), folder, report);
+    if (names.empty())
+      noteForeignGradients(out, report);
+    else
+      refuseSharedGradients(out);
+    names.insert(names.begin(), name);
     writeImage(folder.path(name), header, volumes);
     report.written = folder.commit(names);
   } catch (const Error& error) {
