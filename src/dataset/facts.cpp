@@ -22,29 +22,6 @@ bool isOneOf(const std::string& word, std::initializer_list<std::string_view> wo
   return std::find(words.begin(), words.end(), word) != words.end();
 }
 
-std::vector<std::string> textsIn(const bids::Sidecar& sidecar, const char* field) {
-  std::vector<std::string> texts;
-  const Json* value = sidecar.json().find(field);
-  if (value == nullptr) return texts;
-  const auto add = [&](const Json& one) {
-    if (one.is_string() && !one.string().empty()) texts.push_back(one.string());
-  };
-  if (value->is_array())
-    std::for_each(value->list().begin(), value->list().end(), add);
-  else
-    add(*value);
-  return texts;
-}
-
-std::vector<double> numbersIn(const bids::Sidecar& sidecar, const char* field) {
-  std::vector<double> numbers;
-  const Json* value = sidecar.json().find(field);
-  if (value == nullptr || !value->is_array()) return numbers;
-  for (const Json& one : value->list())
-    if (one.is_number()) numbers.push_back(one.number());
-  return numbers;
-}
-
 void readHeader(const std::string& file, ImageFacts& facts) {
   const nifti::Header header = nifti::Reader(file).header();
   facts.grid = gridOf(header);
@@ -59,12 +36,12 @@ void readHeader(const std::string& file, ImageFacts& facts) {
 
 void readSidecars(const std::vector<std::string>& files, ImageFacts& facts) {
   const bids::Sidecar sidecar(files);
-  facts.identifiers = textsIn(sidecar, "B0FieldIdentifier");
-  facts.fieldSources = textsIn(sidecar, "B0FieldSource");
-  facts.intendedFor = textsIn(sidecar, "IntendedFor");
-  facts.shim = numbersIn(sidecar, "ShimSetting");
+  facts.identifiers = sidecar.texts("B0FieldIdentifier");
+  facts.fieldSources = sidecar.texts("B0FieldSource");
+  facts.intendedFor = sidecar.texts("IntendedFor");
+  facts.shim = sidecar.json().numbersOf("ShimSetting");
   for (const char* field : {"AcquisitionTime", "AcquisitionDateTime"})
-    if (const auto texts = textsIn(sidecar, field); !texts.empty() && !facts.acquiredSeconds)
+    if (const auto texts = sidecar.texts(field); !texts.empty() && !facts.acquiredSeconds)
       facts.acquiredSeconds = secondsOfDay(texts.front());
   facts.direction = sidecar.phaseEncoding();
   if (!facts.direction) return;
