@@ -16,8 +16,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr float largestUnweighted = 100.0F;  // s/mm^2
-
 bool isOneOf(const std::string& word, std::initializer_list<std::string_view> words) {
   return std::find(words.begin(), words.end(), word) != words.end();
 }
@@ -29,8 +27,8 @@ void readHeader(const std::string& file, ImageFacts& facts) {
   const std::string bValues = nifti::gradientFileOf(file, ".bval");
   if (bValues.empty()) return;
   const std::vector<float> values = nifti::readBValues(bValues, header.volumes);
-  const auto first =
-      std::find_if(values.begin(), values.end(), [](float b) { return b <= largestUnweighted; });
+  const auto first = std::find_if(values.begin(), values.end(),
+                                  [](float b) { return b <= nifti::greatestUnweighted; });
   facts.unweightedVolume = first == values.end() ? -1 : static_cast<int>(first - values.begin());
 }
 
