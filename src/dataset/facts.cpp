@@ -53,9 +53,12 @@ void readSidecars(const std::vector<std::string>& files, ImageFacts& facts) {
 
 std::string ImageFacts::fileName() const { return fs::path(image.path).filename().string(); }
 
+bool isEpiSuffix(const std::string& suffix) {
+  return isOneOf(suffix, {"bold", "sbref", "dwi", "asl", "m0scan", "epi"});
+}
+
 bool isEpi(const IndexedImage& image) {
-  return isOneOf(image.suffix(), {"bold", "sbref", "dwi", "asl", "m0scan", "epi"}) &&
-         isOneOf(image.datatype, {"func", "dwi", "perf", "fmap"});
+  return isEpiSuffix(image.suffix()) && isOneOf(image.datatype, {"func", "dwi", "perf", "fmap"});
 }
 
 bool isOtherField(const IndexedImage& image) {

@@ -10,6 +10,7 @@
 #include "base/json.h"
 #include "bids/name.h"
 #include "bids/sidecar.h"
+#include "dataset/facts.h"
 
 namespace mirel::dataset {
 
@@ -65,14 +66,8 @@ int warningsIn(const Json& json) {
   return list != nullptr && list->is_array() ? static_cast<int>(list->list().size()) : 0;
 }
 
-bool isCorrectedImage(const bids::Name& name) {
-  constexpr const char* suffixes[] = {"bold", "sbref", "dwi", "asl", "m0scan", "epi"};
-  return std::any_of(std::begin(suffixes), std::end(suffixes),
-                     [&](const char* suffix) { return name.suffix == suffix; });
-}
-
 std::optional<GroupRow> rowOf(const std::string& output, const fs::path& file) {
-  if (!isCorrectedImage(bids::Name::ofStem(file.stem().string()))) return std::nullopt;
+  if (!isEpiSuffix(bids::Name::ofStem(file.stem().string()).suffix)) return std::nullopt;
   const bids::Sidecar sidecar(file.string());
   const Json* record = sidecar.json().find("Mirel");
   if (record == nullptr) return std::nullopt;
