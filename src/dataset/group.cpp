@@ -2,15 +2,16 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <filesystem>
 #include <map>
 
 #include "base/error.h"
 #include "base/json.h"
+#include "base/numbertext.h"
 #include "bids/name.h"
 #include "bids/sidecar.h"
 #include "dataset/facts.h"
+#include "dataset/tsv.h"
 
 namespace mirel::dataset {
 
@@ -134,15 +135,6 @@ double medianOf(std::vector<double> values) {
   return values.size() % 2 == 1 ? values[middle] : 0.5 * (values[middle - 1] + values[middle]);
 }
 
-std::string cell(const std::optional<double>& value) {
-  if (!value) return "n/a";
-  char text[32];
-  std::snprintf(text, sizeof text, "%.6g", *value);
-  return text;
-}
-
-std::string cell(const std::string& text) { return text.empty() ? "n/a" : text; }
-
 }  // namespace
 
 void markOutliers(std::vector<GroupRow>& rows) {
@@ -184,15 +176,18 @@ std::vector<GroupRow> groupRows(const std::string& output) {
 }
 
 std::string groupTsv(const std::vector<GroupRow>& rows) {
-  std::string table = "image\tsource\tfield\tverdict";
-  for (const Column& column : columns) table += std::string("\t") + column.name;
-  table += "\tsign_check\twarnings\toutlier\n";
+  std::vector<std::string> titles = {"image", "source", "field", "verdict"};
+  for (const Column& column : columns) titles.emplace_back(column.name);
+  titles.insert(titles.end(), {"sign_check", "warnings", "outlier"});
+  std::string table = tsvLine(titles);
   for (const GroupRow& row : rows) {
-    table +=
-        row.image + "\t" + cell(row.source) + "\t" + cell(row.field) + "\t" + cell(row.verdict);
-    for (const Column& column : columns) table += "\t" + cell(row.*column.value);
-    table += "\t" + cell(row.signCheck) + "\t" + std::to_string(row.warnings) + "\t" +
-             cell(row.outlier) + "\n";
+    std::vector<std::string> cells = {row.image, row.source, row.field, row.verdict};
+    for (const Column& column : columns) {
+      const auto& value = row.*column.value;
+      cells.push_back(value ? text(*value) : "");
+    }
+    cells.insert(cells.end(), {row.signCheck, std::to_string(row.warnings), row.outlier});
+    table += tsvLine(cells);
   }
   return table;
 }
