@@ -12,6 +12,7 @@
 #include "bids/sidecar.h"
 #include "dataset/facts.h"
 #include "dataset/tsv.h"
+#include "nifti/filename.h"
 
 namespace mirel::dataset {
 
@@ -19,90 +20,86 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::optional<double> numberAt(const Json* json, const char* field) {
-  const Json* value = json == nullptr ? nullptr : json->find(field);
-  return value != nullptr && value->is_number() ? std::optional(value->number()) : std::nullopt;
-}
-
-std::string textAt(const Json* json, const char* field) {
-  const Json* value = json == nullptr ? nullptr : json->find(field);
-  return value != nullptr && value->is_string() ? value->string() : "";
-}
+constexpr const char* imageEnd = ".nii.gz";
+constexpr const char* recordEnd = ".json";
 
 // Of a list of three numbers.
-std::optional<double> lengthAt(const Json* json, const char* field) {
-  const Json* value = json == nullptr ? nullptr : json->find(field);
-  if (value == nullptr || !value->is_array()) return std::nullopt;
+std::optional<double> lengthOf(const Json& json, const char* field) {
+  const std::vector<double> parts = json.numbersOf(field);
+  if (parts.empty()) return std::nullopt;
   double sum = 0;
-  for (const Json& one : value->list())
-    if (one.is_number()) sum += one.number() * one.number();
+  for (const double part : parts) sum += part * part;
   return std::sqrt(sum);
 }
 
-std::vector<std::string> sourcesIn(const Json& sidecar) {
-  std::vector<std::string> sources;
-  if (const Json* list = sidecar.find("Sources"); list != nullptr && list->is_array())
-    for (const Json& one : list->list())
-      if (one.is_string()) sources.push_back(one.string());
-  return sources;
+int warningsIn(const Json& json) {
+  const Json& list = json.part("Warnings");
+  return list.is_array() ? static_cast<int>(list.list().size()) : 0;
 }
 
 // The figures of a pair, from the record of any of its results.
 void readPair(const Json& record, GroupRow& row) {
-  const Json *verdict = record.find("Verdict"), *agreement = record.find("PairCorrelation");
-  const Json* options = record.find("Options");
-  const Json* motion = options == nullptr ? nullptr : options->find("HeadMotion");
-  row.verdict = textAt(verdict, "Trust");
-  row.fieldHz = numberAt(verdict, "FieldHz");
-  row.displacementVoxels = numberAt(verdict, "DisplacementVoxels");
-  row.residual = numberAt(verdict, "Residual");
-  row.agreementBefore = numberAt(agreement, "Before");
-  row.agreementAfter = numberAt(agreement, "After");
-  row.motionMm = lengthAt(motion, "TranslationMm");
-  row.motionDegrees = lengthAt(motion, "RotationDegrees");
+  const Json &verdict = record.part("Verdict"), &agreement = record.part("PairCorrelation"),
+             &motion = record.part("Options").part("HeadMotion");
+  row.verdict = verdict.textOf("Trust");
+  row.fieldHz = verdict.numberOf("FieldHz");
+  row.displacementVoxels = verdict.numberOf("DisplacementVoxels");
+  row.residual = verdict.numberOf("Residual");
+  row.agreementBefore = agreement.numberOf("Before");
+  row.agreementAfter = agreement.numberOf("After");
+  row.motionMm = lengthOf(motion, "TranslationMm");
+  row.motionDegrees = lengthOf(motion, "RotationDegrees");
+  row.warnings += warningsIn(record);
 }
 
-int warningsIn(const Json& json) {
-  const Json* list = json.find("Warnings");
-  return list != nullptr && list->is_array() ? static_cast<int>(list->list().size()) : 0;
+// The path of a BIDS URI, whatever dataset it is of.
+std::string pathOf(const std::string& uri) { return uri.substr(uri.rfind(':') + 1); }
+
+// Both images of a pair are sources of each: which one it is its name tells.
+void readImageOfPair(const Json& record, const std::vector<std::string>& sources, GroupRow& row) {
+  for (const std::string& source : sources) {
+    row.field += (row.field.empty() ? "" : ", ") + source;
+    const std::string path = pathOf(source);
+    if (row.image.starts_with(path.substr(0, path.rfind('_')))) row.source = source;
+  }
+  readPair(record, row);
 }
 
+// The field of a series, whose record has the figures of the pair. It may be that of another
+// program, of which nothing is known.
+void readField(const std::string& output, const std::string& uri, GroupRow& row) {
+  constexpr const char* here = "bids::";
+  if (!uri.starts_with(here)) return;
+  row.field = pathOf(uri);
+  if (!nifti::hasNiftiName(row.field)) return;
+  const std::string file = output + "/" + nifti::niftiStem(row.field) + recordEnd;
+  std::error_code ignored;
+  if (!fs::is_regular_file(file, ignored)) return;
+  const bids::Sidecar field(file);
+  if (const Json* pair = field.json().find("Mirel")) readPair(*pair, row);
+}
+
+void readSeries(const std::string& output, const Json& series,
+                const std::vector<std::string>& sources, GroupRow& row) {
+  row.signCheck = series.part("SignCheck").textOf("Verdict");
+  row.warnings = warningsIn(series);
+  if (sources.size() > 1) readField(output, sources[1], row);
+}
+
+// Nothing for what is no record of a corrected image.
 std::optional<GroupRow> rowOf(const std::string& output, const fs::path& file) {
   if (!isEpiSuffix(bids::Name::ofStem(file.stem().string()).suffix)) return std::nullopt;
   const bids::Sidecar sidecar(file.string());
   const Json* record = sidecar.json().find("Mirel");
   if (record == nullptr) return std::nullopt;
-  const std::string stem = file.lexically_relative(output).replace_extension().generic_string();
-  const std::vector<std::string> sources = sourcesIn(sidecar.json());
+  const std::vector<std::string> sources = sidecar.texts("Sources");
   GroupRow row;
-  row.image = stem + ".nii.gz";
-  row.source = sources.empty() ? "" : sources[0];
-  const Json* series = record->find("Series");
-  if (series == nullptr) {
-    // Both images of a pair are sources of each: which one it is its name tells.
-    for (const std::string& source : sources) {
-      row.field += (row.field.empty() ? "" : ", ") + source;
-      if (row.image.starts_with(
-              source.substr(source.rfind(':') + 1, source.rfind('_') - source.rfind(':') - 1)))
-        row.source = source;
-    }
-    row.warnings = warningsIn(*record);
-    readPair(*record, row);
-    return row;
-  }
-  row.signCheck = textAt(series->find("SignCheck"), "Verdict");
-  row.warnings = warningsIn(*series);
-  constexpr const char* here = "bids::";
-  if (sources.size() > 1 && sources[1].starts_with(here)) {
-    row.field = sources[1].substr(std::string(here).size());
-    std::string fieldRecord = output + "/" + row.field;
-    fieldRecord.replace(fieldRecord.rfind(".nii"), std::string::npos, ".json");
-    const bids::Sidecar field(fieldRecord);
-    if (const Json* pair = field.json().find("Mirel")) {
-      row.warnings += warningsIn(*pair);
-      readPair(*pair, row);
-    }
-  }
+  row.image = file.lexically_relative(output).replace_extension().generic_string() + imageEnd;
+  if (!sources.empty()) row.source = sources[0];
+  if (const Json* series = record->find("Series"))
+    readSeries(output, *series, sources, row);
+  else
+    readImageOfPair(*record, sources, row);
   return row;
 }
 
