@@ -161,9 +161,13 @@ std::vector<GroupRow> groupRows(const std::string& output) {
   if (failure) throw Error(output, "cannot be listed: " + failure.message());
   for (const fs::recursive_directory_iterator end; entry != end; entry.increment(failure)) {
     const fs::path& path = entry->path();
-    if (path.extension() == ".json" && path.filename().string().starts_with("sub-"))
+    const std::string name = path.filename().string();
+    // What runs under way hide may be gone before it is looked at.
+    if (name.starts_with('.')) entry.disable_recursion_pending();
+    if (path.extension() == recordEnd && name.starts_with("sub-"))
       if (auto row = rowOf(output, path)) rows.push_back(std::move(*row));
   }
+  if (failure) throw Error(output, "cannot be listed to its end: " + failure.message());
   if (rows.empty())
     throw Error(output, "holds no corrected image: correct them first, at the level participant");
   std::sort(rows.begin(), rows.end(),

@@ -25,7 +25,8 @@ struct GroupRow {
 
 /// Reads the records of all corrected images of an output folder, sorted by path, and marks
 /// outliers.
-/// Errors  Error: no such folder, no corrected image in it; a record that cannot be read.
+/// Errors  Error: no such folder, or one in it that cannot be listed; no corrected image in it; a
+///         record that cannot be read.
 std::vector<GroupRow> groupRows(const std::string& output);
 
 /// Marks as outliers what lies more than 3.5 robust standard deviations (1.4826 times the median
