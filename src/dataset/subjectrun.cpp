@@ -1,6 +1,5 @@
 #include "dataset/subjectrun.h"
 
-#include <algorithm>
 #include <filesystem>
 #include <new>
 
@@ -141,10 +140,7 @@ class SubjectRun {
       for (const ImageFacts* image : {&a, &b})
         stems.push_back(folder + "/" + correctedName(image->image.name));
     const PairSource first{rawFile(a), field.volumeA}, second{rawFile(b), field.volumeB};
-    if (std::all_of(stems.begin(), stems.end(), [&](const std::string& stem) {
-          return isPairUpToDate(stem, first, second, settings.version);
-        }))
-      return files;
+    if (isPairUpToDate(stems, first, second, settings.version, sums)) return files;
     isNew = true;
     CorrectPairOptions options;
     options.a.file = first.file;
@@ -167,7 +163,7 @@ class SubjectRun {
     const std::string folder = folderOf(image.image.session, image.image.datatype);
     const std::string name = folder + "/" + correctedName(image.image.name);
     const std::string stem = settings.output + "/" + name;
-    if (isSeriesUpToDate(stem, rawFile(image), source.file(), settings.version)) {
+    if (isSeriesUpToDate(stem, rawFile(image), source.file(), settings.version, sums)) {
       copyPerfusionTable(rawFile(image), settings.output + "/" + folder);
       finish(target, Status::upToDate, name + imageEnd, {});
       return;
@@ -195,6 +191,7 @@ class SubjectRun {
   const RunSettings& settings;
   const Log& log;
   Progress& progress;
+  Checksums sums;
 };
 
 }  // namespace
