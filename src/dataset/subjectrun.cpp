@@ -37,19 +37,25 @@ class SubjectRun {
     for (std::size_t field = 0; field < plan.fields.size(); ++field) {
       const std::vector<std::size_t> targets = targetsOf(field);
       if (targets.empty()) continue;
-      try {
-        correctAll(plan.fields[field], targets);
-      } catch (const Cancelled&) {
-        throw;
-      } catch (const std::bad_alloc&) {
-        fail(targets, "there is not enough memory");
-      } catch (const std::exception& error) {
-        fail(targets, error.what());
-      }
+      guarded(targets, [&] { correctAll(plan.fields[field], targets); });
     }
   }
 
  private:
+  // A failure is the outcome of these targets.
+  template <typename Work>
+  void guarded(const std::vector<std::size_t>& targets, const Work& work) {
+    try {
+      work();
+    } catch (const Cancelled&) {
+      throw;
+    } catch (const std::bad_alloc&) {
+      fail(targets, "there is not enough memory");
+    } catch (const std::exception& error) {
+      fail(targets, error.what());
+    }
+  }
+
   std::vector<std::size_t> targetsOf(std::size_t field) const {
     std::vector<std::size_t> targets;
     for (std::size_t n = 0; n < plan.planned.size(); ++n)
@@ -90,15 +96,7 @@ class SubjectRun {
                source.warnings);
         continue;
       }
-      try {
-        correct(target, source);
-      } catch (const Cancelled&) {
-        throw;
-      } catch (const std::bad_alloc&) {
-        fail({target}, "there is not enough memory");
-      } catch (const std::exception& error) {
-        fail({target}, error.what());
-      }
+      guarded({target}, [&] { correct(target, source); });
     }
   }
 
