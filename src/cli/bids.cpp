@@ -99,8 +99,14 @@ int statusOf(const dataset::DatasetPlan& plan, bool strict) {
   return broken ? exitFailure : exitSuccess;
 }
 
+dataset::DatasetPlan planOf(const Options& options) try {
+  return planDataset(options.job);
+} catch (const dataset::WrongSelection& mistake) {
+  throw UsageError(sentenceOf(mistake));
+}
+
 int runBids(const Options& options) {
-  dataset::DatasetPlan plan = planDataset(options.job);
+  dataset::DatasetPlan plan = planOf(options);
   tellWarnings(plan);
   if (options.dryRun) {
     tellPlan(plan);

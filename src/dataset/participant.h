@@ -4,10 +4,17 @@
 #include <string>
 #include <vector>
 
+#include "base/error.h"
 #include "base/progress.h"
 #include "dataset/plantable.h"
 
 namespace mirel::dataset {
+
+/// What was asked for is not in the dataset: a mistake of who asked.
+class WrongSelection : public Error {
+ public:
+  using Error::Error;
+};
 
 /// What to correct of a dataset, where to, and with how much of the machine.
 struct ParticipantOptions {
@@ -42,8 +49,10 @@ struct DatasetPlan {
   std::vector<Remark> warnings;
 };
 
-/// Errors  Error: those of indexDataset; a label that the dataset does not have (those that it has
-///         are named); the output folder is the dataset, or lies in it and not in derivatives/.
+/// Errors  Error: those of indexDataset; the output folder is the dataset, or lies in it and not in
+///         derivatives/.
+///         WrongSelection: a label that the dataset does not have; up to 20 that it has are named,
+///         of more only those that differ in leading zeros.
 DatasetPlan planDataset(const ParticipantOptions& options);
 
 /// Corrects what is planned: subjects side by side in threads of this process, each in one thread

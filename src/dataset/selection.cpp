@@ -29,18 +29,34 @@ Labels labelsOf(const Labels& given, const std::string& prefix) {
   return labels;
 }
 
+std::string listed(const Labels& labels) {
+  std::string list;
+  for (const std::string& label : labels) list += (list.empty() ? "" : ", ") + label;
+  return list;
+}
+
+// "1" for "001".
+std::string withoutZeros(const std::string& label) {
+  return label.substr(std::min(label.find_first_not_of('0'), label.size()));
+}
+
+// What there is instead, in words that go on after the label that there is not.
+std::string insteadOf(const std::string& label, const Labels& known) {
+  constexpr std::size_t most = 20;
+  if (known.empty()) return "it has none";
+  if (known.size() <= most) return "there are " + listed(known);
+  Labels near;
+  for (const std::string& each : known)
+    if (withoutZeros(each) == withoutZeros(label)) near.push_back(each);
+  return "there are " + std::to_string(known.size()) +
+         (near.empty() ? "" : ", among them " + listed(near));
+}
+
 void refuseUnknown(const Labels& asked, const Labels& known, const std::string& what,
                    const std::string& root) {
-  for (const std::string& label : asked) {
-    if (contains(known, label)) continue;
-    constexpr std::size_t most = 20;
-    std::string list;
-    for (std::size_t n = 0; n < std::min(known.size(), most); ++n)
-      list += (n == 0 ? "" : ", ") + known[n];
-    if (known.size() > most) list += " and " + std::to_string(known.size() - most) + " more";
-    throw Error(root, "has no " + what + " " + label +
-                          (known.empty() ? ": it has none" : ": there are " + list));
-  }
+  for (const std::string& label : asked)
+    if (!contains(known, label))
+      throw WrongSelection(root, "has no " + what + " " + label + ": " + insteadOf(label, known));
 }
 
 Labels labelsIn(const Index& index, const std::string& entity) {

@@ -134,11 +134,14 @@ TEST_F(Bids, LabelsSelectWithOrWithoutPrefixAndUnknownOnesAreRefused) {
   const std::string plan = bids({"--participant_label", "sub-01,03", "--dry-run"}).out;
   EXPECT_THAT(plan, AllOf(HasSubstr("sub-01/"), HasSubstr("sub-03/"), Not(HasSubstr("sub-02/"))));
   const ProgramResult unknown = bids({"--participant-label", "1"});
-  EXPECT_EQ(unknown.status, 1);
-  EXPECT_THAT(unknown.err, HasSubstr("has no subject 1: there are 01, 02, 03"));
+  EXPECT_EQ(unknown.status, 2);
+  EXPECT_EQ(unknown.err, raw() +
+                             " has no subject 1: there are 01, 02, 03\n"
+                             "Run with --help for more information.\n");
   EXPECT_THAT(bids({"--task-id", "task-rest", "x"}).err,
               HasSubstr("has no task x: there are rest"));
   EXPECT_THAT(bids({"--session-label", "a"}).err, HasSubstr("has no session a: it has none"));
+  EXPECT_EQ(bids({"--session-label", "a"}).status, 2);
   EXPECT_FALSE(fs::exists(out()));
   const ProgramResult before =
       runMirel({"bids", "--participant-label", "01", raw(), out(), "participant"});
