@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/joined.h"
 #include "dataset/fieldlabels.h"
 #include "dataset/tsv.h"
 
@@ -36,12 +37,6 @@ std::vector<Row> rowsOf(const SubjectResult& result) {
     rows.push_back(std::move(row));
   }
   return rows;
-}
-
-std::string joined(const std::vector<std::string>& texts) {
-  std::string all;
-  for (const std::string& text : texts) all += (all.empty() ? "" : "; ") + text;
-  return all;
 }
 
 }  // namespace
@@ -81,7 +76,7 @@ std::string planTsv(const SubjectResult& result) {
       tsvLine({"image", "status", "field", "sources", "rule", "reason", "output", "warnings"});
   for (const Row& row : rowsOf(result))
     table += tsvLine({row.image, row.status, row.field, row.sources, row.rule, row.reason,
-                      row.output, joined(row.warnings)});
+                      row.output, joined(row.warnings, "; ")});
   return table;
 }
 

@@ -2,6 +2,7 @@
 #include <filesystem>
 
 #include "base/error.h"
+#include "base/joined.h"
 #include "dataset/participant.h"
 
 namespace mirel::dataset {
@@ -29,12 +30,6 @@ Labels labelsOf(const Labels& given, const std::string& prefix) {
   return labels;
 }
 
-std::string listed(const Labels& labels) {
-  std::string list;
-  for (const std::string& label : labels) list += (list.empty() ? "" : ", ") + label;
-  return list;
-}
-
 // "1" for "001".
 std::string withoutZeros(const std::string& label) {
   return label.substr(std::min(label.find_first_not_of('0'), label.size()));
@@ -44,12 +39,12 @@ std::string withoutZeros(const std::string& label) {
 std::string insteadOf(const std::string& label, const Labels& known) {
   constexpr std::size_t most = 20;
   if (known.empty()) return "it has none";
-  if (known.size() <= most) return "there are " + listed(known);
+  if (known.size() <= most) return "there are " + joined(known);
   Labels near;
   for (const std::string& each : known)
     if (withoutZeros(each) == withoutZeros(label)) near.push_back(each);
   return "there are " + std::to_string(known.size()) +
-         (near.empty() ? "" : ", among them " + listed(near));
+         (near.empty() ? "" : ", among them " + joined(near));
 }
 
 void refuseUnknown(const Labels& asked, const Labels& known, const std::string& what,

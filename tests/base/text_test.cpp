@@ -3,6 +3,7 @@
 #include <limits>
 
 #include "base/dimensions.h"
+#include "base/joined.h"
 #include "base/numbertext.h"
 
 namespace mirel {
@@ -20,6 +21,13 @@ TEST(NumberText, HasSixDigitsOrWhatTheFormatSays) {
   EXPECT_EQ(text("%.3f", 2.0 / 3.0), "0.667");
   EXPECT_EQ(text("%.0f %%", 12.4), "12 %");
   EXPECT_EQ(text("%.2f", -0.001), "-0.00");
+}
+
+TEST(JoinedTexts, StandOneAfterTheOther) {
+  EXPECT_EQ(joined({}), "");
+  EXPECT_EQ(joined({"a"}), "a");
+  EXPECT_EQ(joined({"a", "", "c"}), "a, , c");
+  EXPECT_EQ(joined({"a", "b"}, "|"), "a|b");
 }
 
 TEST(NumberText, IsCutShortAndNotWrittenBeyondItsEnd) {
