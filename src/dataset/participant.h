@@ -4,17 +4,11 @@
 #include <string>
 #include <vector>
 
-#include "base/error.h"
 #include "base/progress.h"
+#include "dataset/filter.h"
 #include "dataset/plantable.h"
 
 namespace mirel::dataset {
-
-/// What was asked for is not in the dataset: a mistake of who asked.
-class WrongSelection : public Error {
- public:
-  using Error::Error;
-};
 
 /// What to correct of a dataset, where to, and with how much of the machine.
 struct ParticipantOptions {
