@@ -160,6 +160,11 @@ void addSelection(Command* command, Options& options) {
       ->add_option("-t,--task-id,--task", options.job.tasks,
                    "Of images with a task only those of these, with or without task-")
       ->type_name("LABEL...");
+  command
+      ->add_option("--bids-filter-file,--bids_filter_file", options.job.filterFile,
+                   "Only images that fit a JSON file of filters, as in\n"
+                   R"({"bold": {"task": "rest"}, "fmap": {"acquisition": ["a", null]}})")
+      ->type_name("FILE");
 }
 
 }  // namespace

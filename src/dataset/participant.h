@@ -15,8 +15,9 @@ struct ParticipantOptions {
   std::string dataset, output;
   /// Labels with or without "sub-", "ses-", "task-"; empty: all.
   std::vector<std::string> participants, sessions, tasks;
-  int threads = 1;   ///< of all subjects together
-  int memoryMb = 0;  ///< that subjects side by side may need; 0: not bounded
+  std::string filterFile;  ///< of an ImageFilter; empty: none
+  int threads = 1;         ///< of all subjects together
+  int memoryMb = 0;        ///< that subjects side by side may need; 0: not bounded
   std::string version;
 };
 
@@ -36,8 +37,8 @@ class DatasetProgress {
 };
 
 /// The plan of a dataset: the subjects that were asked for, with the images that were not marked
-/// so. The plan of a subject is made of all its images whatever was asked for, so that it does not
-/// depend on it.
+/// so. The plan of a subject is made of all its images but for field maps that a filter leaves out,
+/// so that sessions and tasks that were asked for do not change it.
 struct DatasetPlan {
   std::vector<SubjectResult> subjects;
   std::vector<Remark> warnings;
@@ -46,7 +47,7 @@ struct DatasetPlan {
 /// Errors  Error: those of indexDataset; the output folder is the dataset, or lies in it and not in
 ///         derivatives/.
 ///         WrongSelection: a label that the dataset does not have; up to 20 that it has are named,
-///         of more only those that differ in leading zeros.
+///         of more only those that differ in leading zeros; those of ImageFilter.
 DatasetPlan planDataset(const ParticipantOptions& options);
 
 /// Corrects what is planned: subjects side by side in threads of this process, each in one thread
