@@ -17,9 +17,9 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::uintmax_t largestText = 64U << 20U;
-// Logs, tables of the group and what no rule of the standard has a name for.
+// Logs, pages, tables of the group and what no rule of the standard has a name for.
 constexpr const char* ignoreText =
-    "logs/\ngroup_*\n*_vdm.*\n*_xfm.*\n*_desc-*_dwi.bval\n*_desc-*_dwi.bvec\n";
+    "logs/\n*.html\ngroup_*\n*_vdm.*\n*_xfm.*\n*_desc-*_dwi.bval\n*_desc-*_dwi.bvec\n";
 
 std::string relativePath(const std::string& from, const std::string& to) {
   std::error_code ignored;

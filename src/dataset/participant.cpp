@@ -9,7 +9,6 @@
 
 #include "base/error.h"
 #include "dataset/description.h"
-#include "dataset/subjectrun.h"
 #include "numerics/fft/fftw.h"
 
 namespace mirel::dataset {
@@ -92,7 +91,9 @@ class Workers {
     log("Mirel " + options.version + ", subject " + subject.plan.subject);
     for (const Remark& warning : subject.plan.warnings) log("Warning: " + warning.text);
     JobProgress job(progress);
-    runSubject(subject, {options.dataset, options.output, options.version, threadsEach}, log, job);
+    runSubject(subject,
+               {options.dataset, options.output, options.version, threadsEach, options.report}, log,
+               job);
     for (std::size_t n = 0; n < subject.outcomes.size(); ++n)
       if (subject.outcomes[n].status == Status::left)
         log(subject.plan.images[subject.plan.planned[n].image].image.path +

@@ -7,6 +7,7 @@
 #include "base/progress.h"
 #include "dataset/filter.h"
 #include "dataset/plantable.h"
+#include "dataset/subjectrun.h"
 
 namespace mirel::dataset {
 
@@ -19,6 +20,7 @@ struct ParticipantOptions {
   int threads = 1;         ///< of all subjects together
   int memoryMb = 0;        ///< that subjects side by side may need; 0: not bounded
   std::string version;
+  ReportMaker report;  ///< empty: no pages
 };
 
 /// Who is told how far a dataset is. Called by several threads, but by one at a time.

@@ -129,6 +129,12 @@ class SubjectRun {
     return image.substr(0, image.size() - std::string(imageEnd).size());
   }
 
+  // A page that was asked for and is not there is missing like any other result.
+  bool hasPage(const std::string& stem) const {
+    std::error_code ignored;
+    return !settings.report || fs::is_regular_file(stem + reportEnd, ignored);
+  }
+
   FieldFile estimate(const PlannedField& field, bool& isNew) {
     const ImageFacts &a = plan.images[field.pair.a], &b = plan.images[field.pair.b];
     FieldFile files = filesOf(field);
@@ -138,7 +144,8 @@ class SubjectRun {
       for (const ImageFacts* image : {&a, &b})
         stems.push_back(folder + "/" + correctedName(image->image.name));
     const PairSource first{rawFile(a), field.volumeA}, second{rawFile(b), field.volumeB};
-    if (isPairUpToDate(stems, first, second, settings.version, sums)) return files;
+    if (hasPage(stems[0]) && isPairUpToDate(stems, first, second, settings.version, sums))
+      return files;
     isNew = true;
     CorrectPairOptions options;
     options.a.file = first.file;
@@ -147,6 +154,9 @@ class SubjectRun {
     options.b.volume = second.volume;
     options.results = {field.correctsPair, field.label};
     options.outputFolder = folder;
+    const std::unique_ptr<RunReport> report = settings.report ? settings.report() : nullptr;
+    options.report = report.get();
+    options.reportStem = fs::path(stems[0]).filename().string();
     options.overwrite = isOurs(stems[0]) || isOurs(stems[1]);
     options.version = settings.version;
     log("estimating the field of " + first.file + " and " + second.file);
@@ -161,7 +171,8 @@ class SubjectRun {
     const std::string folder = folderOf(image.image.session, image.image.datatype);
     const std::string name = folder + "/" + correctedName(image.image.name);
     const std::string stem = settings.output + "/" + name;
-    if (isSeriesUpToDate(stem, rawFile(image), source.file(), settings.version, sums)) {
+    if (hasPage(stem) &&
+        isSeriesUpToDate(stem, rawFile(image), source.file(), settings.version, sums)) {
       copyPerfusionTable(rawFile(image), settings.output + "/" + folder);
       finish(target, Status::upToDate, name + imageEnd, {});
       return;
@@ -174,6 +185,9 @@ class SubjectRun {
     options.seriesSettings.threads = settings.threads;
     options.output = settings.output + "/" + folder;
     options.reference = source.mean;
+    const std::unique_ptr<RunReport> report = settings.report ? settings.report() : nullptr;
+    options.report = report.get();
+    options.reportStem = correctedName(image.image.name);
     options.overwrite = isOurs(stem);
     options.version = settings.version;
     const RunRecord run = applyField(options, progress);
