@@ -8,6 +8,7 @@
 #include "cli/interrupt.h"
 #include "cli/numbers.h"
 #include "cli/progressbar.h"
+#include "cli/reportfacts.h"
 #include "dataset/description.h"
 #include "dataset/group.h"
 #include "dataset/participant.h"
@@ -32,7 +33,7 @@ constexpr const char* description =
 struct Options {
   dataset::ParticipantOptions job;
   std::string level;
-  bool dryRun = false, strict = false, quiet = false, skipValidation = false;
+  bool dryRun = false, strict = false, quiet = false, skipValidation = false, noReports = false;
 };
 
 /// A line for every subject on standard error.
@@ -207,9 +208,13 @@ void addBidsCommand(Command& app, Program& program) {
                     "Exit with 1 also where an image is left uncorrected for lack of a field");
   command->add_flag("--skip-bids-validation,--skip_bids_validation", options->skipValidation,
                     "Taken for the sake of scripts: the dataset is never validated as a whole");
+  command->add_flag(
+      "--no-reports,--no-report", options->noReports,
+      "Do not write pages to look at (STEM_report.html beside each field and series)");
   command->add_flag("--quiet", options->quiet, "No lines about progress");
   command->callback([options, &program] {
-    program.action = [options] {
+    program.action = [options, &program] {
+      if (!options->noReports) options->job.report = [&program] { return jobReportOf(program); };
       return options->level == "group" ? runGroup(*options) : runBids(*options);
     };
   });
