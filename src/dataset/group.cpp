@@ -11,6 +11,7 @@
 #include "bids/name.h"
 #include "bids/sidecar.h"
 #include "dataset/facts.h"
+#include "dataset/groupfigures.h"
 #include "dataset/tsv.h"
 #include "nifti/filename.h"
 
@@ -103,29 +104,6 @@ std::optional<GroupRow> rowOf(const std::string& output, const fs::path& file) {
   return row;
 }
 
-struct Column {
-  const char* name;
-  std::optional<double> GroupRow::*value;
-  const char* meaning;
-  const char* unit;
-};
-
-constexpr Column columns[] = {
-    {"field_hz", &GroupRow::fieldHz, "Root mean square of the field in the head", "Hz"},
-    {"displacement", &GroupRow::displacementVoxels,
-     "Root mean square of the pair's displacement in the head", "voxel"},
-    {"motion_translation", &GroupRow::motionMm,
-     "Translation of the head between the images of the pair", "mm"},
-    {"motion_rotation", &GroupRow::motionDegrees,
-     "Rotation of the head between the images of the pair", "degree"},
-    {"agreement_before", &GroupRow::agreementBefore,
-     "Correlation of the pair in the head as it was acquired", "1"},
-    {"agreement_after", &GroupRow::agreementAfter,
-     "Correlation of the pair in the head when corrected", "1"},
-    {"residual", &GroupRow::residual,
-     "Root mean square difference of the corrected pair over that of its mean", "1"},
-};
-
 double medianOf(std::vector<double> values) {
   std::sort(values.begin(), values.end());
   const std::size_t middle = values.size() / 2;
@@ -137,10 +115,10 @@ double medianOf(std::vector<double> values) {
 void markOutliers(std::vector<GroupRow>& rows) {
   constexpr double farthest = 3.5, toDeviation = 1.4826;
   constexpr std::size_t fewest = 5;
-  for (const Column& column : columns) {
+  for (const GroupFigure& figure : groupFigures) {
     std::map<std::string, double> byField;
     for (const GroupRow& row : rows)
-      if (const auto& value = row.*column.value) byField.emplace(row.field, *value);
+      if (const auto& value = row.*figure.value) byField.emplace(row.field, *value);
     if (byField.size() < fewest) continue;
     std::vector<double> values, deviations;
     for (const auto& [field, value] : byField) values.push_back(value);
@@ -148,9 +126,9 @@ void markOutliers(std::vector<GroupRow>& rows) {
     for (const double value : values) deviations.push_back(std::fabs(value - median));
     const double deviation = toDeviation * medianOf(deviations);
     for (GroupRow& row : rows)
-      if (const auto& value = row.*column.value;
+      if (const auto& value = row.*figure.value;
           value && std::fabs(*value - median) > farthest * deviation && deviation > 0)
-        row.outlier += (row.outlier.empty() ? "" : ",") + std::string(column.name);
+        row.outlier += (row.outlier.empty() ? "" : ",") + std::string(figure.name);
   }
 }
 
@@ -178,13 +156,13 @@ std::vector<GroupRow> groupRows(const std::string& output) {
 
 std::string groupTsv(const std::vector<GroupRow>& rows) {
   std::vector<std::string> titles = {"image", "source", "field", "verdict"};
-  for (const Column& column : columns) titles.emplace_back(column.name);
+  for (const GroupFigure& figure : groupFigures) titles.emplace_back(figure.name);
   titles.insert(titles.end(), {"sign_check", "warnings", "outlier"});
   std::string table = tsvLine(titles);
   for (const GroupRow& row : rows) {
     std::vector<std::string> cells = {row.image, row.source, row.field, row.verdict};
-    for (const Column& column : columns) {
-      const auto& value = row.*column.value;
+    for (const GroupFigure& figure : groupFigures) {
+      const auto& value = row.*figure.value;
       cells.push_back(value ? text(*value) : "");
     }
     cells.insert(cells.end(), {row.signCheck, std::to_string(row.warnings), row.outlier});
@@ -198,8 +176,8 @@ std::string groupDictionary() {
                {"source", {{"Description", "The image that it was made of, as a BIDS URI"}}},
                {"field", {{"Description", "The field, or the pair, that it was corrected with"}}},
                {"verdict", {{"Description", "How far the result is to be trusted"}}}};
-  for (const Column& column : columns)
-    json[column.name] = {{"Description", column.meaning}, {"Units", column.unit}};
+  for (const GroupFigure& figure : groupFigures)
+    json[figure.name] = {{"Description", figure.meaning}, {"Units", figure.unit}};
   json["sign_check"] = {{"Description", "Whether the sign of a series' direction is right"}};
   json["warnings"] = {{"Description", "Warnings about the image and its field"}, {"Units", "1"}};
   json["outlier"] = {{"Description", "Columns in which its field lies far from those of others"}};
