@@ -6,12 +6,14 @@
 #include <map>
 
 #include "base/error.h"
+#include "base/joined.h"
 #include "base/json.h"
 #include "base/numbertext.h"
 #include "bids/name.h"
 #include "bids/sidecar.h"
 #include "dataset/facts.h"
 #include "dataset/groupfigures.h"
+#include "dataset/subjectrun.h"
 #include "dataset/tsv.h"
 #include "nifti/filename.h"
 
@@ -58,12 +60,18 @@ std::string pathOf(const std::string& uri) { return uri.substr(uri.rfind(':') + 
 
 // Both images of a pair are sources of each: which one it is its name tells.
 void readImageOfPair(const Json& record, const std::vector<std::string>& sources, GroupRow& row) {
+  row.field = joined(sources);
   for (const std::string& source : sources) {
-    row.field += (row.field.empty() ? "" : ", ") + source;
     const std::string path = pathOf(source);
     if (row.image.starts_with(path.substr(0, path.rfind('_')))) row.source = source;
   }
   readPair(record, row);
+}
+
+// The page beside a result, from the output folder on.
+std::string pageBeside(const std::string& output, const std::string& stem) {
+  std::error_code ignored;
+  return fs::is_regular_file(output + "/" + stem + reportEnd, ignored) ? stem + reportEnd : "";
 }
 
 // The field of a series, whose record has the figures of the pair. It may be that of another
@@ -73,9 +81,10 @@ void readField(const std::string& output, const std::string& uri, GroupRow& row)
   if (!uri.starts_with(here)) return;
   row.field = pathOf(uri);
   if (!nifti::hasNiftiName(row.field)) return;
-  const std::string file = output + "/" + nifti::niftiStem(row.field) + recordEnd;
+  const std::string stem = nifti::niftiStem(row.field), file = output + "/" + stem + recordEnd;
   std::error_code ignored;
   if (!fs::is_regular_file(file, ignored)) return;
+  row.fieldPage = pageBeside(output, stem);
   const bids::Sidecar field(file);
   if (const Json* pair = field.json().find("Mirel")) readPair(*pair, row);
 }
@@ -87,6 +96,10 @@ void readSeries(const std::string& output, const Json& series,
   if (sources.size() > 1) readField(output, sources[1], row);
 }
 
+std::string stemOf(const std::string& output, const fs::path& record) {
+  return record.lexically_relative(output).replace_extension().generic_string();
+}
+
 // Nothing for what is no record of a corrected image.
 std::optional<GroupRow> rowOf(const std::string& output, const fs::path& file) {
   if (!isEpiSuffix(bids::Name::ofStem(file.stem().string()).suffix)) return std::nullopt;
@@ -95,13 +108,38 @@ std::optional<GroupRow> rowOf(const std::string& output, const fs::path& file) {
   if (record == nullptr) return std::nullopt;
   const std::vector<std::string> sources = sidecar.texts("Sources");
   GroupRow row;
-  row.image = file.lexically_relative(output).replace_extension().generic_string() + imageEnd;
+  row.image = stemOf(output, file) + imageEnd;
+  row.page = pageBeside(output, stemOf(output, file));
   if (!sources.empty()) row.source = sources[0];
   if (const Json* series = record->find("Series"))
     readSeries(output, *series, sources, row);
   else
     readImageOfPair(*record, sources, row);
   return row;
+}
+
+// The JSON files of all subjects.
+std::vector<fs::path> recordsIn(const std::string& output) {
+  std::vector<fs::path> records;
+  std::error_code failure;
+  fs::recursive_directory_iterator entry(output, failure);
+  if (failure) throw Error(output, "cannot be listed: " + failure.message());
+  for (const fs::recursive_directory_iterator end; entry != end; entry.increment(failure)) {
+    const std::string name = entry->path().filename().string();
+    // What runs under way hide may be gone before it is looked at.
+    if (name.starts_with('.')) entry.disable_recursion_pending();
+    if (name.starts_with("sub-") && name.ends_with(recordEnd)) records.push_back(entry->path());
+  }
+  if (failure) throw Error(output, "cannot be listed to its end: " + failure.message());
+  return records;
+}
+
+// The pages of fields by the images that these are made of, as rows of these have them.
+using FieldPages = std::map<std::string, std::string>;
+
+void addFieldPage(const std::string& output, const fs::path& file, FieldPages& pages) {
+  const std::string page = pageBeside(output, stemOf(output, file));
+  if (!page.empty()) pages.emplace(joined(bids::Sidecar(file.string()).texts("Sources")), page);
 }
 
 double medianOf(std::vector<double> values) {
@@ -134,20 +172,17 @@ void markOutliers(std::vector<GroupRow>& rows) {
 
 std::vector<GroupRow> groupRows(const std::string& output) {
   std::vector<GroupRow> rows;
-  std::error_code failure;
-  fs::recursive_directory_iterator entry(output, failure);
-  if (failure) throw Error(output, "cannot be listed: " + failure.message());
-  for (const fs::recursive_directory_iterator end; entry != end; entry.increment(failure)) {
-    const fs::path& path = entry->path();
-    const std::string name = path.filename().string();
-    // What runs under way hide may be gone before it is looked at.
-    if (name.starts_with('.')) entry.disable_recursion_pending();
-    if (path.extension() == recordEnd && name.starts_with("sub-"))
-      if (auto row = rowOf(output, path)) rows.push_back(std::move(*row));
+  FieldPages pages;
+  for (const fs::path& record : recordsIn(output)) {
+    if (auto row = rowOf(output, record))
+      rows.push_back(std::move(*row));
+    else
+      addFieldPage(output, record, pages);
   }
-  if (failure) throw Error(output, "cannot be listed to its end: " + failure.message());
   if (rows.empty())
     throw Error(output, "holds no corrected image: correct them first, at the level participant");
+  for (GroupRow& row : rows)
+    if (const auto page = pages.find(row.field); page != pages.end()) row.fieldPage = page->second;
   std::sort(rows.begin(), rows.end(),
             [](const GroupRow& a, const GroupRow& b) { return a.image < b.image; });
   markOutliers(rows);

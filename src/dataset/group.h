@@ -20,6 +20,9 @@ struct GroupRow {
   std::optional<double> residual;                         ///< of the corrected pair
   std::string signCheck;  ///< of a series: "right", "opposite", "undecided"
   int warnings = 0;
+  /// Paths of pages from the output folder on, of the image and of the field; empty where there is
+  /// none. Images of a pair have that of their field alone.
+  std::string page, fieldPage;
   std::string outlier;  ///< names of the columns in which it lies far from the others
 };
 
