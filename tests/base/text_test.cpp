@@ -5,6 +5,7 @@
 #include "base/dimensions.h"
 #include "base/joined.h"
 #include "base/numbertext.h"
+#include "base/percentencoded.h"
 
 namespace mirel {
 
@@ -28,6 +29,11 @@ TEST(JoinedTexts, StandOneAfterTheOther) {
   EXPECT_EQ(joined({"a"}), "a");
   EXPECT_EQ(joined({"a", "", "c"}), "a, , c");
   EXPECT_EQ(joined({"a", "b"}, "|"), "a|b");
+}
+
+TEST(PercentEncoded, LeavesOnlyWhatAnAddressCanHold) {
+  EXPECT_EQ(percentEncoded("sub-01/a_b.~9.html"), "sub-01/a_b.~9.html");
+  EXPECT_EQ(percentEncoded("a b:c?#%\xC3\xA9\"<"), "a%20b%3Ac%3F%23%25%C3%A9%22%3C");
 }
 
 TEST(NumberText, IsCutShortAndNotWrittenBeyondItsEnd) {
