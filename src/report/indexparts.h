@@ -22,4 +22,13 @@ Json columnsPart(const std::vector<IndexColumn>& columns, bool figuresOnly);
 /// A style by which every cell says what it is on narrow screens, where there are no titles.
 std::string labelsOf(const std::vector<IndexColumn>& columns);
 
+/// One image: its names, the addresses of its pages, verdict, figures, what makes it an outlier.
+Json rowPart(const dataset::GroupRow& row);
+
+/// {word, level, count} of every verdict that there is, and of outliers.
+Json countsPart(const std::vector<dataset::GroupRow>& rows);
+
+/// The labels of an entity ("ses") in the names of images, sorted.
+Json labelsIn(const std::vector<dataset::GroupRow>& rows, const std::string& entity);
+
 }  // namespace mirel::report
