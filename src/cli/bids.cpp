@@ -1,8 +1,11 @@
 #include <algorithm>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <thread>
 
+#include "base/error.h"
+#include "base/inputfile.h"
 #include "cli/advice.h"
 #include "cli/command.h"
 #include "cli/interrupt.h"
@@ -13,6 +16,7 @@
 #include "dataset/group.h"
 #include "dataset/participant.h"
 #include "host/session.h"
+#include "report/indexpage.h"
 
 namespace mirel {
 
@@ -132,6 +136,23 @@ int runBids(const Options& options) {
   return status;
 }
 
+// The name of the dataset: that of its folder.
+std::string nameOf(const std::string& dataset) {
+  std::error_code ignored;
+  return std::filesystem::weakly_canonical(dataset + "/.", ignored).filename().string();
+}
+
+// A page of others may have this name.
+void writeIndex(const std::string& file, const std::string& page) {
+  constexpr std::uintmax_t largestPage = 256U << 20U;
+  std::error_code ignored;
+  if (std::filesystem::exists(file, ignored) &&
+      readWholeFile(file, largestPage).find("name=\"generator\" content=\"Mirel\"") ==
+          std::string::npos)
+    throw Error(file, "is there already and is not by Mirel: move it away, or give --no-reports");
+  dataset::writeIfDifferent(file, page);
+}
+
 int runGroup(const Options& options) {
   const std::string& out = options.job.output;
   const std::vector<dataset::GroupRow> rows = dataset::groupRows(out);
@@ -142,9 +163,13 @@ int runGroup(const Options& options) {
     std::cout << groupTsv(rows);
     return exitSuccess;
   }
+  if (!options.noReports)
+    writeIndex(out + "/index.html",
+               report::indexPage(nameOf(options.job.dataset), options.job.version, rows));
   dataset::writeIfDifferent(out + "/group_corrected.tsv", groupTsv(rows));
   dataset::writeIfDifferent(out + "/group_corrected.json", dataset::groupDictionary());
   std::cout << out << "/group_corrected.tsv\n" << out << "/group_corrected.json\n";
+  if (!options.noReports) std::cout << out << "/index.html\n";
   return exitSuccess;
 }
 
@@ -187,7 +212,7 @@ void addBidsCommand(Command& app, Program& program) {
   command
       ->add_option("LEVEL", options->level,
                    "participant: correct the images; group: make a table of all corrected images,\n"
-                   "OUT/group_corrected.tsv, and name the outliers")
+                   "OUT/group_corrected.tsv and OUT/index.html, and name the outliers")
       ->type_name("")
       ->required()
       ->one_of({"participant", "group"});
@@ -210,7 +235,8 @@ void addBidsCommand(Command& app, Program& program) {
                     "Taken for the sake of scripts: the dataset is never validated as a whole");
   command->add_flag(
       "--no-reports,--no-report", options->noReports,
-      "Do not write pages to look at (STEM_report.html beside each field and series)");
+      "Do not write pages to look at: STEM_report.html beside each field and series,\n"
+      "OUT/index.html");
   command->add_flag("--quiet", options->quiet, "No lines about progress");
   command->callback([options, &program] {
     program.action = [options, &program] {
