@@ -4,10 +4,10 @@
 #include <sys/time.h>
 
 #include <chrono>
-#include <ctime>
 #include <string_view>
 
 #include "base/numbertext.h"
+#include "base/utctime.h"
 #include "cli/advice.h"
 #include "cli/command.h"
 #include "report/htmlreport.h"
@@ -28,15 +28,6 @@ std::string quoted(const std::string& word) {
   return text + "'";
 }
 
-std::string dateText() {
-  const std::time_t now = std::time(nullptr);
-  std::tm utc{};
-  gmtime_r(&now, &utc);
-  char text[64];
-  std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S UTC", &utc);
-  return text;
-}
-
 double seconds(const timeval& time) {
   return static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_usec);
 }
@@ -49,7 +40,7 @@ std::unique_ptr<RunReport> reportWith(const Program& program,
   facts.sentence = [](const Remark& remark) { return sentenceOf(remark); };
   facts.thisRun = [start = Clock::now(), moreOfThisRun] {
     const std::chrono::duration<double> passed = Clock::now() - start;
-    Facts all = {{"Date", dateText()},
+    Facts all = {{"Date", utcTime()},
                  {"Time until this page", text("%.1f", passed.count()) + " s"}};
     for (auto& fact : moreOfThisRun()) all.push_back(std::move(fact));
     return all;

@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "base/error.h"
+#include "base/utctime.h"
 #include "dataset/description.h"
 #include "numerics/fft/fftw.h"
 
@@ -87,7 +88,7 @@ class Workers {
   void correct(SubjectResult& subject) const {
     const std::string stem = options.output + "/logs/sub-" + subject.plan.subject;
     std::ofstream file(stem + ".log", std::ios::app);
-    const Log log = [&](const std::string& line) { file << line << std::endl; };
+    const Log log = [&](const std::string& line) { file << utcTime() << " " << line << std::endl; };
     log("Mirel " + options.version + ", subject " + subject.plan.subject);
     for (const Remark& warning : subject.plan.warnings) log("Warning: " + warning.text);
     JobProgress job(progress);

@@ -58,8 +58,8 @@ DatasetPlan planDataset(const ParticipantOptions& options);
 /// alone needs more than there is runs alone.
 ///
 /// Writes dataset_description.json and .bidsignore into the output folder, where they are not or
-/// differ, and for each subject logs/sub-LABEL.log, to which every run appends, and
-/// logs/sub-LABEL_plan.tsv and .json.
+/// differ, and for each subject logs/sub-LABEL.log, to which every run appends lines that begin
+/// with the time, and logs/sub-LABEL_plan.tsv and .json.
 ///
 /// Errors  Cancelled; Error where the output folder cannot be written to.
 void correctDataset(DatasetPlan& plan, const ParticipantOptions& options,
