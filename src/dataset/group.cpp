@@ -46,6 +46,10 @@ void readPair(const Json& record, GroupRow& row) {
              &motion = record.part("Options").part("HeadMotion");
   row.verdict = verdict.textOf("Trust");
   row.fieldHz = verdict.numberOf("FieldHz");
+  if (const auto range = verdict.numbersOf("FieldRangeHz"); range.size() == 2) {
+    row.fieldLowHz = range[0];
+    row.fieldHighHz = range[1];
+  }
   row.displacementVoxels = verdict.numberOf("DisplacementVoxels");
   row.residual = verdict.numberOf("Residual");
   row.agreementBefore = agreement.numberOf("Before");

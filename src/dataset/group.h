@@ -15,6 +15,7 @@ struct GroupRow {
   std::string verdict;  ///< "trusted", "doubtful", "do not trust"
   /// Root mean squares over the head: the field in Hz, the displacement in voxels of the pair.
   std::optional<double> fieldHz, displacementVoxels;
+  std::optional<double> fieldLowHz, fieldHighHz;  ///< the range of the middle 98 % of the head
   std::optional<double> motionMm, motionDegrees;  ///< of the head between the images of the pair
   std::optional<double> agreementBefore, agreementAfter;  ///< correlation of the pair in the head
   std::optional<double> residual;                         ///< of the corrected pair

@@ -18,6 +18,10 @@ struct GroupFigure {
 /// In the order of their columns.
 inline constexpr GroupFigure groupFigures[] = {
     {"field_hz", "Field", &GroupRow::fieldHz, "Root mean square of the field in the head", "Hz"},
+    {"field_low", "Field from", &GroupRow::fieldLowHz, "1st percentile of the field in the head",
+     "Hz"},
+    {"field_high", "Field to", &GroupRow::fieldHighHz, "99th percentile of the field in the head",
+     "Hz"},
     {"displacement", "Displacement", &GroupRow::displacementVoxels,
      "Root mean square of the pair's displacement in the head", "voxel"},
     {"motion_translation", "Translation", &GroupRow::motionMm,

@@ -70,13 +70,16 @@ TEST_F(GroupRecords, AFieldOfAnyNameIsNoError) {
 
 TEST_F(GroupRecords, TheFieldOfASeriesTellsOfItsPair) {
   series(R"(["bids:raw:a", "bids::sub-01/fmap/sub-01_desc-preproc_fieldmap.nii.gz"])");
-  record("fmap/sub-01_desc-preproc_fieldmap",
-         R"({"Mirel": {"Verdict": {"Trust": "doubtful", "FieldHz": 12}, "Warnings": ["a", "b"],
+  record(
+      "fmap/sub-01_desc-preproc_fieldmap",
+      R"({"Mirel": {"Verdict": {"Trust": "doubtful", "FieldHz": 12, "FieldRangeHz": [-30, 45]}, "Warnings": ["a", "b"],
                        "Options": {"HeadMotion": {"TranslationMm": [3, 0, 4]}}}})");
   const GroupRow row = groupRows(out()).at(0);
   EXPECT_EQ(row.field, "sub-01/fmap/sub-01_desc-preproc_fieldmap.nii.gz");
   EXPECT_EQ(row.verdict, "doubtful");
   EXPECT_EQ(row.fieldHz, 12);
+  EXPECT_EQ(row.fieldLowHz, -30);
+  EXPECT_EQ(row.fieldHighHz, 45);
   EXPECT_EQ(row.motionMm, 5);
   EXPECT_EQ(row.warnings, 3);
 }
