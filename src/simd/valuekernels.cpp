@@ -1,0 +1,12 @@
+#include "simd/valuekernels.h"
+
+#define MIREL_KERNEL_SOURCE "simd/valuekernels.inc.h"
+#include "simd/kernelvariants.inc.h"
+
+namespace mirel {
+
+bool allFinite(const float* values, int count, SimdVariant variant) {
+  return MIREL_DISPATCH(variant, allFinite)(values, count);
+}
+
+}  // namespace mirel
