@@ -14,6 +14,7 @@
 #include "base/samefile.h"
 #include "nifti/finite.h"
 #include "nifti/image.h"
+#include "simd/valuekernels.h"
 
 namespace mirel {
 
@@ -23,6 +24,7 @@ namespace {
 std::int64_t replaceNonFinite(Volume<float>& volume) {
   std::int64_t replaced = 0;
   float* values = volume.data();
+  if (allFinite(values, volume.size(), chosenVariant())) return replaced;
   for (int n = 0; n < volume.size(); ++n)
     if (!std::isfinite(values[n])) {
       values[n] = 0;
