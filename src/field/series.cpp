@@ -40,7 +40,7 @@ class Mean {
 
   void add(const Volume<float>& volume) {
     if (count == wanted) return;
-    for (int n = 0; n < sum.size(); ++n) sum.data()[n] += static_cast<double>(volume.data()[n]);
+    addValues(sum.data(), volume.data(), sum.size(), chosenVariant());
     ++count;
   }
 

@@ -8,4 +8,7 @@ namespace mirel {
 /// Whether none of `count` values is infinite or NaN.
 bool allFinite(const float* values, int count, SimdVariant variant);
 
+/// sums[i] += values[i], in double, for 0 <= i < count.
+void addValues(double* sums, const float* values, int count, SimdVariant variant);
+
 }  // namespace mirel

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "simd/eachvariant.h"
+#include "support/compare.h"
 #include "support/random_volume.h"
 
 namespace mirel {
@@ -52,6 +53,23 @@ TEST(AllFinite, TheEndsOfTheRangeAreFinite) {
     values[17] = std::numeric_limits<float>::denorm_min();
     values[39] = -0.0f;
     EXPECT_TRUE(allFinite(values.data(), 40, variant));
+  });
+}
+
+TEST(AddValues, EqualsTheLoopToTheBit) {
+  forEachVariant([](SimdVariant variant) {
+    for (const int count : counts) {
+      std::vector<double> sums(static_cast<std::size_t>(count) + 1, 0.1), wanted = sums;
+      for (unsigned volume = 0; volume < 5; ++volume) {
+        std::vector<float> values = randomValues(count, volume);
+        if (count > 8)
+          values[volume] = std::vector{infinity, -infinity, largest, 1e-45f, -0.0f}[volume];
+        for (std::size_t n = 0; n < values.size(); ++n) wanted[n] += static_cast<double>(values[n]);
+        addValues(sums.data(), values.data(), count, variant);
+      }
+      // The element behind them stays as it was.
+      EXPECT_TRUE(compare::same(sums, wanted)) << count << " values";
+    }
   });
 }
 
