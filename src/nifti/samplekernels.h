@@ -15,7 +15,7 @@ struct SampleRun {
   double slope, inter;
 };
 
-/// For the integer types of 8 and 16 bits, without scaling. Adds to `clamped` what it clamps.
+/// For the integer types of 8, 16 and 32 bits. Adds to `clamped` what it clamps.
 /// @return how many of run.count were encoded
 template <typename T>
 std::size_t encodeRegisters(const SampleRun& run, const float* src, unsigned char* bytes,

@@ -45,6 +45,19 @@ MIREL_INLINE void roundPlain(const float* src, Ints& rounded, ClampedLanes<Ints>
   rounded = (Ints)(v + 12582912.0f);
 }
 
+// The same of halfCount values, in double.
+template <typename T, bool isScaled>
+MIREL_INLINE void roundInDouble(const nifti::SampleRun& run, const float* src, HalfInts& rounded,
+                                ClampedLanes<Longs>& clamped) {
+  HalfFloats f;
+  Doubles v;
+  load(f, src);
+  widen(v, f);
+  if constexpr (isScaled) v = (v - run.inter) / run.slope;
+  clampTo<T, double>(v, clamped);
+  narrow(rounded, (Longs)(v + 6755399441055744.0));
+}
+
 template <typename T>
 MIREL_INLINE void storeSamples(unsigned char* bytes, const Ints& samples) {
   if constexpr (sizeof(T) == 4) {
@@ -74,11 +87,30 @@ std::size_t encodePlain(const nifti::SampleRun& run, const float* src, unsigned 
   return whole;
 }
 
+template <typename T, bool isScaled>
+std::size_t encodeInDouble(const nifti::SampleRun& given, const float* src, unsigned char* bytes,
+                           nifti::ClampedSamples& clamped) {
+  const nifti::SampleRun run = given;  // a copy, which no store can change
+  const std::size_t whole = run.count / laneCount * laneCount;
+  ClampedLanes<Longs> lanes;
+  for (std::size_t n = 0; n < whole; n += laneCount) {
+    HalfInts halves[2];
+    roundInDouble<T, isScaled>(run, src + n, halves[0], lanes);
+    roundInDouble<T, isScaled>(run, src + n + halfCount, halves[1], lanes);
+    Ints samples;
+    load(samples, halves);
+    storeSamples<T>(bytes + n * sizeof(T), samples);
+  }
+  addTo(clamped, lanes);
+  return whole;
+}
+
 template <typename T>
 std::size_t encodeSamples(const nifti::SampleRun& run, const float* src, unsigned char* bytes,
                           nifti::ClampedSamples& clamped) {
-  if constexpr (isSmall<T>) {
-    if (!run.isScaled) return encodePlain<T>(run, src, bytes, clamped);
-  }
-  return 0;
+  if (run.isScaled) return encodeInDouble<T, true>(run, src, bytes, clamped);
+  if constexpr (isSmall<T>)
+    return encodePlain<T>(run, src, bytes, clamped);
+  else
+    return encodeInDouble<T, false>(run, src, bytes, clamped);
 }
