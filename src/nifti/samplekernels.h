@@ -21,4 +21,10 @@ template <typename T>
 std::size_t encodeRegisters(const SampleRun& run, const float* src, unsigned char* bytes,
                             ClampedSamples& clamped, SimdVariant variant);
 
+/// For the integer types of 8 and 16 bits.
+/// @return how many of run.count were decoded
+template <typename T>
+std::size_t decodeRegisters(const SampleRun& run, const unsigned char* bytes, float* dst,
+                            SimdVariant variant);
+
 }  // namespace mirel::nifti

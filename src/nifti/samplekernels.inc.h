@@ -114,3 +114,47 @@ std::size_t encodeSamples(const nifti::SampleRun& run, const float* src, unsigne
   else
     return encodeInDouble<T, false>(run, src, bytes, clamped);
 }
+
+template <typename T>
+MIREL_INLINE void loadSamples(Ints& samples, const unsigned char* bytes) {
+  if constexpr (sizeof(T) == 2) {
+    ShortLanes stored;
+    load(stored, bytes);
+    samples = __builtin_convertvector(stored, Ints);
+    if constexpr (std::is_unsigned_v<T>) samples &= 0xffff;
+  } else {
+    ByteLanes stored;
+    load(stored, bytes);
+    samples = __builtin_convertvector(stored, Ints);
+    if constexpr (std::is_unsigned_v<T>) samples &= 0xff;
+  }
+}
+
+// Of halfCount samples; beyond the range of float infinite.
+MIREL_INLINE void scaleSamples(const nifti::SampleRun& run, const HalfInts& samples, float* dst) {
+  const Doubles largest = Doubles{} + static_cast<double>(std::numeric_limits<float>::max());
+  const Doubles infinity = Doubles{} + std::numeric_limits<double>::infinity();
+  Doubles v = __builtin_convertvector(samples, Doubles) * run.slope + run.inter;
+  v = v > largest ? infinity : v;
+  v = v < -largest ? -infinity : v;
+  store(dst, __builtin_convertvector(v, HalfFloats));
+}
+
+template <typename T>
+std::size_t decodeSamples(const nifti::SampleRun& given, const unsigned char* bytes, float* dst) {
+  const nifti::SampleRun run = given;
+  const std::size_t whole = run.count / laneCount * laneCount;
+  for (std::size_t n = 0; n < whole; n += laneCount) {
+    Ints samples;
+    loadSamples<T>(samples, bytes + n * sizeof(T));
+    if (run.isScaled) {
+      HalfInts halves[2];
+      store(halves, samples);
+      scaleSamples(run, halves[0], dst + n);
+      scaleSamples(run, halves[1], dst + n + halfCount);
+    } else {
+      store(dst + n, __builtin_convertvector(samples, Floats));
+    }
+  }
+  return whole;
+}

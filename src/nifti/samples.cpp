@@ -82,9 +82,11 @@ T toSample(double value) {
 template <typename T>
 constexpr bool losesDigits = !std::is_same_v<T, float> && sizeof(T) >= 4;
 
-// Types whose samples are encoded register by register.
+// Types whose samples are encoded, and decoded, register by register.
 template <typename T>
 constexpr bool hasEncodingKernel = std::numeric_limits<T>::is_integer && sizeof(T) <= 4;
+template <typename T>
+constexpr bool hasDecodingKernel = std::numeric_limits<T>::is_integer && sizeof(T) <= 2;
 
 SampleRun runOf(const Header& header, std::size_t count) {
   return {count, header.hasScaling(), header.slope, header.inter};
@@ -111,7 +113,10 @@ RoundingLoss decodeSamples(const Header& header, const unsigned char* bytes, std
   return withType(header.type, [&](auto kind) {
     using T = decltype(kind);
     RoundingLoss loss;
-    for (std::size_t n = 0; n < count; n++) {
+    std::size_t n = 0;
+    if constexpr (hasDecodingKernel<T>)
+      n = decodeRegisters<T>(runOf(header, count), bytes, dst, chosenVariant());
+    for (; n < count; n++) {
       T sample;
       std::memcpy(&sample, bytes + n * sizeof(T), sizeof(T));
       if (scaled)
