@@ -117,4 +117,46 @@ TEST(SampleKernels, EncodeEveryCountAndNothingBeyond) {
   });
 }
 
+TEST(SampleKernels, DecodeAsTheReferenceToTheBit) {
+  Random random(5);
+  forEachInteger([&](DataType type, auto kind) {
+    using T = decltype(kind);
+    std::vector<T> samples = {std::numeric_limits<T>::min(), std::numeric_limits<T>::max(), 0, 1};
+    while (samples.size() < 1500)
+      samples.push_back(static_cast<T>(
+          static_cast<std::uint64_t>(random.uniform(0.0, 1.8e19) / std::exp2(random.below(60)))));
+    forEachVariant([&](SimdVariant) {
+      for (const Scaling& scaling : scalings)
+        for (const std::size_t count : counts) {
+          std::vector<float> got(count + 1, 77.0f), wanted = got;
+          nifti::decodeSamples(headerOf(type, scaling),
+                               reinterpret_cast<const unsigned char*>(samples.data()), count,
+                               got.data());
+          reference::decodeSamples(scaling.slope, scaling.inter, samples.data(), count,
+                                   wanted.data());
+          EXPECT_TRUE(compare::same(got, wanted)) << nifti::nameOf(type) << " " << scaling.slope;
+        }
+    });
+  });
+}
+
+// Every sample there is comes back, whatever its place.
+TEST(SampleKernels, All16BitIntegersComeBack) {
+  std::vector<std::uint16_t> samples(65536), back(samples.size());
+  for (std::size_t n = 0; n < samples.size(); ++n)
+    samples[n] = static_cast<std::uint16_t>(n * 40503);
+  std::vector<float> values(samples.size());
+  forEachVariant([&](SimdVariant) {
+    for (const DataType type : {DataType::int16, DataType::uint16})
+      for (const Scaling& scaling : {scalings[0], scalings[2]}) {
+        const nifti::Header header = headerOf(type, scaling);
+        nifti::decodeSamples(header, reinterpret_cast<const unsigned char*>(samples.data()),
+                             samples.size(), values.data());
+        nifti::encodeSamples(header, values.data(), values.size(),
+                             reinterpret_cast<unsigned char*>(back.data()));
+        EXPECT_TRUE(compare::same(back, samples)) << nifti::nameOf(type);
+      }
+  });
+}
+
 }  // namespace mirel
