@@ -1,50 +1,61 @@
 #include "nifti/deflater.h"
 
-#include <zlib.h>
+#include <isa-l/crc.h>
+#include <isa-l/igzip_lib.h>
 
-#include <new>
+#include <stdexcept>
 
 namespace mirel::nifti {
 
 namespace {
 
-/// Of a diffusion series level 4 takes a quarter of the time of level 6, the library's default, for
-/// files that are 3 % larger (32-bit floats: less than half, 4 %).
-constexpr int compressionLevel = 4;
+// Of series of 16-bit integers level 2 takes a ninth of the time of zlib's level 4, for files that
+// are 0.1 % (a simulated one) to 3.3 % larger (a measured one), and gives the same bytes on all
+// processors since SSE 4.2. Level 3 is as fast, but has other bytes with AVX2, and others again
+// with AVX-512. More memory makes blocks longer, and files larger.
+constexpr std::uint32_t compressionLevel = 2;
+constexpr std::size_t levelMemory = ISAL_DEF_LVL2_MEDIUM;
 
-constexpr uInt chunk = 1 << 16;
+constexpr std::uint32_t chunk = 1 << 16;
 
 }  // namespace
 
-struct Deflater::Stream : z_stream {};
+struct Deflater::Stream : isal_zstream {
+  std::vector<unsigned char> memory = std::vector<unsigned char>(levelMemory);
+};
 
 Deflater::Deflater(std::vector<unsigned char>& target)
-    : result(target), stream(std::make_unique<Stream>()), crc(crc32(0, nullptr, 0)) {
-  // Negative window bits: deflate blocks without a head and a tail of their own.
-  if (deflateInit2(stream.get(), compressionLevel, Z_DEFLATED, -15, 8, Z_DEFAULT_STRATEGY) != Z_OK)
-    throw std::bad_alloc();
+    : result(target), stream(std::make_unique<Stream>()) {
+  isal_deflate_init(stream.get());
+  stream->gzip_flag = IGZIP_DEFLATE;  // without a head and a tail of their own
+  stream->level = compressionLevel;
+  stream->level_buf = stream->memory.data();
+  stream->level_buf_size = static_cast<std::uint32_t>(stream->memory.size());
 }
 
-Deflater::~Deflater() { deflateEnd(stream.get()); }
+Deflater::~Deflater() = default;
 
 void Deflater::add(const unsigned char* bytes, std::size_t count) {
-  crc = crc32(crc, bytes, static_cast<uInt>(count));
-  // zlib's interface knows no const unless ZLIB_CONST is defined; it does not write there.
+  // The library's interface knows no const; it does not write there.
   // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast)
-  stream->next_in = const_cast<unsigned char*>(bytes);
-  stream->avail_in = static_cast<uInt>(count);
-  drain(Z_NO_FLUSH);
+  unsigned char* const in = const_cast<unsigned char*>(bytes);
+  crc = crc32_gzip_refl(crc, in, count);
+  stream->next_in = in;
+  stream->avail_in = static_cast<std::uint32_t>(count);
+  drain(NO_FLUSH);
 }
 
-void Deflater::finish() { drain(Z_SYNC_FLUSH); }
+void Deflater::finish() { drain(SYNC_FLUSH); }
 
-void Deflater::drain(int flush) {
+void Deflater::drain(std::uint16_t flush) {
+  stream->flush = flush;
   do {
     const std::size_t used = result.size();
     result.resize(used + chunk);
     stream->next_out = result.data() + used;
     stream->avail_out = chunk;
-    deflate(stream.get(), flush);
+    if (isal_deflate(stream.get()) != COMP_OK)
+      throw std::logic_error("wrong use of the compressor");
     result.resize(used + chunk - stream->avail_out);
   } while (stream->avail_out == 0);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -13,7 +14,7 @@ namespace mirel::nifti {
 ///   deflater.add(bytes, count);  // as often as need be
 ///   deflater.finish();
 ///
-/// Equal calls give equal bytes.
+/// Equal calls give equal bytes, on every x86-64 processor that has SSE 4.2.
 class Deflater {
  public:
   /// Appends to `target`, which outlives the object.
@@ -28,11 +29,11 @@ class Deflater {
 
  private:
   struct Stream;
-  void drain(int flush);
+  void drain(std::uint16_t flush);
 
   std::vector<unsigned char>& result;
   std::unique_ptr<Stream> stream;
-  unsigned long crc;
+  std::uint32_t crc = 0;
 };
 
 }  // namespace mirel::nifti
