@@ -1,5 +1,7 @@
 #include "nifti/image.h"
 
+#include <zlib.h>
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -25,7 +27,6 @@ constexpr unsigned largestDenseVolume = 1U << 28U;
 
 /// Samples that are converted at a time: 64 K of them stay in the second-level cache.
 constexpr std::size_t blockSamples = 1 << 16;
-constexpr unsigned streamBuffer = 1 << 18;
 
 std::size_t voxelsOf(const Header& h) {
   return static_cast<std::size_t>(h.dims.x) * static_cast<std::size_t>(h.dims.y) *
@@ -96,13 +97,15 @@ std::uintmax_t regularFileSize(const std::string& name) {
   return size;
 }
 
+Error unreadable(const std::string& name) {
+  return {name, std::string("cannot be read: ") + std::strerror(errno)};
+}
+
 }  // namespace
 
 Reader::Reader(const std::string& fileName, Contents contents) : name(fileName) {
   const std::uintmax_t fileBytes = regularFileSize(name);
-  file.reset(gzopen(name.c_str(), "rb"));
-  if (!file) throw Error(name, std::string("cannot be opened: ") + std::strerror(errno));
-  gzbuffer(file.get(), streamBuffer);
+  file = std::make_unique<PlainBytes>(name);
   readHeader();
   if (header().vectorComponents > 1 && contents == Contents::scalars)
     throw Error(name, "has a dimension 5 of size " + std::to_string(header().vectorComponents) +
@@ -114,14 +117,14 @@ int Reader::storedVolumes() const { return header().volumes * header().vectorCom
 
 void Reader::readHeader() {
   unsigned char bytes[headerBytes2];
-  const int got = gzread(file.get(), bytes, headerBytes2);
-  int code = Z_OK;
-  gzerror(file.get(), &code);
-  if (got < 0 || (got < static_cast<int>(headerBytes1) && code == Z_DATA_ERROR))
+  const std::size_t got = file->read(bytes, headerBytes2);
+  using Fault = PlainBytes::Fault;
+  if (got < headerBytes1 && file->fault() == Fault::damaged)
     throw Error(name, "is damaged: its header cannot be decompressed");
-  if (got < static_cast<int>(headerBytes1) && code == Z_BUF_ERROR)
+  if (got < headerBytes1 && file->fault() == Fault::truncated)
     throw Error(name, "is truncated: the compressed file ends within the header");
-  stored = parseHeader(bytes, static_cast<std::size_t>(got), name);
+  if (file->fault() == Fault::unreadable) throw unreadable(name);
+  stored = parseHeader(bytes, got, name);
 }
 
 void Reader::checkSize(std::uintmax_t fileBytes) const {
@@ -131,7 +134,7 @@ void Reader::checkSize(std::uintmax_t fileBytes) const {
       static_cast<Wide>(volumeBytes(header())) * static_cast<Wide>(storedVolumes()) +
       static_cast<Wide>(stored.dataOffset);
   // No deflate stream grows by more than a factor of 1032.
-  const Wide most = gzdirect(file.get()) != 0 ? Wide{fileBytes} : Wide{fileBytes} * 1032 + 1024;
+  const Wide most = file->isCompressed() ? Wide{fileBytes} * 1032 + 1024 : Wide{fileBytes};
   if (wanted > most)
     throw Error(name, "is truncated or damaged: its header claims " + text(header().dims) +
                           " voxels in " + std::to_string(storedVolumes()) +
@@ -146,33 +149,27 @@ void Reader::checkSize(std::uintmax_t fileBytes) const {
 }
 
 void Reader::readBytes(unsigned char* bytes, std::size_t count, const std::string& what) {
-  while (count > 0) {
-    const unsigned part = static_cast<unsigned>(std::min<std::size_t>(count, 1 << 20));
-    const int got = gzread(file.get(), bytes, part);
-    if (got == static_cast<int>(part)) {
-      bytes += part;
-      count -= part;
-      continue;
-    }
-    int code = Z_OK;
-    gzerror(file.get(), &code);
-    if (code == Z_DATA_ERROR || code == Z_STREAM_ERROR)
-      throw Error(name, "is damaged: " + what + " cannot be decompressed");
-    if (code == Z_ERRNO) throw Error(name, std::string("cannot be read: ") + std::strerror(errno));
-    throw Error(name, "is truncated: it ends within " + what);
-  }
+  if (file->read(bytes, count) == count) return;
+  if (file->fault() == PlainBytes::Fault::damaged)
+    throw Error(name, "is damaged: " + what + " cannot be decompressed");
+  if (file->fault() == PlainBytes::Fault::unreadable) throw unreadable(name);
+  throw Error(name, "is truncated: it ends within " + what);
 }
 
 void Reader::readTail() {
   // The checksum of a compressed stream is compared only when its end is reached.
   unsigned char rest[4096];
-  int got = 0;
-  while ((got = gzread(file.get(), rest, sizeof(rest))) > 0) continue;
-  int code = Z_OK;
-  gzerror(file.get(), &code);
-  if (code == Z_BUF_ERROR)
-    throw Error(name, "is truncated: the compressed file ends before its checksum");
-  if (got < 0) throw Error(name, "is damaged: its checksum does not match its data");
+  while (file->read(rest, sizeof(rest)) > 0) continue;
+  switch (file->fault()) {
+    case PlainBytes::Fault::none:
+      return;
+    case PlainBytes::Fault::truncated:
+      throw Error(name, "is truncated: the compressed file ends before its checksum");
+    case PlainBytes::Fault::unreadable:
+      throw unreadable(name);
+    case PlainBytes::Fault::damaged:
+      throw Error(name, "is damaged: its checksum does not match its data");
+  }
 }
 
 Volume<float> Reader::readVolume(int t) {
@@ -190,9 +187,8 @@ void Reader::readVolume(int t, Volume<float>& volume) {
   if (volume.dimensions() != h.dims || volume.data() == nullptr) volume = Volume<float>(h.dims);
   const std::string what =
       "the data of volume " + std::to_string(t + 1) + " of " + std::to_string(volumes);
-  const z_off_t start = static_cast<z_off_t>(stored.dataOffset) +
-                        static_cast<z_off_t>(volumeBytes(h)) * static_cast<z_off_t>(t);
-  if (gztell(file.get()) != start && gzseek(file.get(), start, SEEK_SET) != start)
+  if (!file->seek(static_cast<std::uint64_t>(stored.dataOffset) +
+                  std::uint64_t{volumeBytes(h)} * static_cast<std::uint64_t>(t)))
     throw Error(name, "is truncated or damaged: " + what + " cannot be reached");
   const std::size_t size = static_cast<std::size_t>(bytesPerSample(h.type));
   block.resize(blockSamples * size);
@@ -206,7 +202,7 @@ void Reader::readVolume(int t, Volume<float>& volume) {
     lost.largest = std::max(lost.largest, loss.largest);
     done += count;
   }
-  if (t == volumes - 1 && gzdirect(file.get()) == 0) readTail();
+  if (t == volumes - 1 && file->isCompressed()) readTail();
 }
 
 Writer::Writer(const std::string& fileName, const Header& what)
