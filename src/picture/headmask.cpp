@@ -169,10 +169,14 @@ Volume<float> asFloats(const Flags& flags) {
 
 Volume<float> signalMask(const Volume<float>& image) { return asFloats(signalOf(image)); }
 
-Volume<float> headMask(const Volume<float>& image) {
-  const Flags signal = signalOf(image);
-  Flags filled = signal;
-  for (int axis = 0; axis < 3; ++axis) fillSlices(signal, axis, filled);
+Volume<float> headMask(const Volume<float>& image) { return headMaskAround(signalMask(image)); }
+
+Volume<float> headMaskAround(const Volume<float>& signal) {
+  Flags flags(signal.dimensions());
+  std::transform(signal.data(), signal.data() + signal.size(), flags.data(),
+                 [](float v) { return static_cast<unsigned char>(v != 0.0F); });
+  Flags filled = flags;
+  for (int axis = 0; axis < 3; ++axis) fillSlices(flags, axis, filled);
   smooth(filled);
   return asFloats(filled);
 }
