@@ -1,0 +1,77 @@
+'use strict';
+(() => {
+  const section = document.getElementById('viewer');
+  const part = (name) => section.querySelector(`[data-part="${name}"]`);
+  const canvas = part('canvas'), radios = [...section.querySelectorAll('input[type="radio"]')];
+  const sliders = ['sagittal', 'coronal', 'axial'].map(part), opacity = part('opacity');
+  const { unit, perVoxel, mm, limit, start, oriented } = section.dataset;
+  let view, field, place = [0, 0, 0];
+
+  // Images and library are gzip data in Base64.
+  const inflated = async (id) => {
+    const packed = Uint8Array.from(atob(document.getElementById(id).textContent.trim()),
+                                   (letter) => letter.charCodeAt(0));
+    const plain = new Blob([packed]).stream().pipeThrough(new DecompressionStream('gzip'));
+    return new Uint8Array(await new Response(plain).arrayBuffer());
+  };
+
+  // Of an image of the page (packedimage.h): differences of samples, byte by byte.
+  const headerBytes = 352;
+  const niftiFile = (bytes) => {
+    const file = bytes.slice();
+    const size = new DataView(file.buffer).getInt16(72, true) / 8;
+    const count = (bytes.length - headerBytes) / size;
+    const samples = new (size === 2 ? Uint16Array : Uint32Array)(file.buffer, headerBytes, count);
+    let sample = 0;
+    for (let n = 0; n < count; ++n) {
+      let stored = 0;
+      for (let b = 0; b < size; ++b) stored |= bytes[headerBytes + b * count + n] << (8 * b);
+      sample = (sample + ((stored >>> 1) ^ -(stored & 1))) | 0;
+      samples[n] = sample;
+    }
+    return file.buffer;
+  };
+  const valuesOf = (file) => {
+    const header = new DataView(file), slope = header.getFloat32(112, true);
+    if (header.getInt16(72, true) === 32) return new Float32Array(file, headerBytes);
+    return Float32Array.from(new Int16Array(file, headerBytes), (sample) => slope * sample);
+  };
+  // What a function makes of two images, voxel by voxel, as 32-bit floats.
+  const madeOf = (first, second, rule) => {
+    const a = valuesOf(first), b = valuesOf(second);
+    const made = new ArrayBuffer(headerBytes + 4 * a.length);
+    new Uint8Array(made).set(new Uint8Array(first, 0, headerBytes));
+    const header = new DataView(made);
+    header.setInt16(70, 16, true);
+    header.setInt16(72, 32, true);
+    header.setFloat32(112, 1, true);
+    new Float32Array(made, headerBytes).set(a.map((value, n) => rule(value, b[n])));
+    return made;
+  };
+  // The colours as in the still pictures: fainter where the field is small and where nothing was
+  // measured.
+  const weight = (value, measured) =>
+    0.85 * Math.min(1, Math.abs(value / limit)) ** 0.6 * (measured ? 1 : 0.25);
+
+  const files = new Map(), images = new Map(), means = new Map();
+  const fileOf = async (id) => {
+    if (!files.has(id)) {
+      const [first, second, weights] = id.split(' ');
+      files.set(id, second ? madeOf(await fileOf(first), await fileOf(second),
+                                    weights ? weight : (a, b) => (a + b) / 2)
+                           : niftiFile(await inflated(id)));
+    }
+    return files.get(id);
+  };
+  const imageOf = async (id, colours, low, high) => {
+    if (!images.has(id)) {
+      const file = (await fileOf(id)).slice(0);
+      const image = await niivue.NVImage.new(file, `${id}.nii`, colours, 1, null, low, high);
+      Object.assign(image, { cal_min: low, cal_max: high });
+      images.set(id, image);
+      const [first, second, weights] = id.split(' ');
+      if (second && !weights) means.set(image, await imageOf(first, colours, low, high));
+    }
+    return images.get(id);
+  };
+})();
