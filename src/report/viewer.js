@@ -74,4 +74,62 @@
     }
     return images.get(id);
   };
+
+  // Numbers with as many decimals as the stored steps bear, and a true minus sign.
+  const text = (value, decimals) =>
+    value.toFixed(decimals).replace(/^-(0\.?0*)$/, '$1').replace('-', '\u2212');
+  const decimalsOf = (image) => {
+    if (means.has(image)) return 1 + decimalsOf(means.get(image));
+    if (image.hdr.datatypeCode === 16) return 3;
+    return Math.max(0, Math.ceil(-Math.log10(image.hdr.scl_slope)));
+  };
+
+  const sides = () => view.volumes[0].dimsRAS.slice(1, 4);
+  const centre = (voxel) => sides().map((count, n) => (voxel[n] + 0.5) / count);
+  const within = (voxel) => sides().map((count, n) => Math.min(count - 1, Math.max(0, voxel[n])));
+  // Voxels are counted towards the patient's right, front and top here, in the file along its axes.
+  const inFile = (voxel) => {
+    const counted = [0, 0, 0];
+    view.volumes[0].permRAS.forEach((axis, n) => {
+      counted[Math.abs(axis) - 1] = axis > 0 ? voxel[n] : sides()[n] - 1 - voxel[n];
+    });
+    return counted;
+  };
+  const tell = (voxel) => {
+    const image = view.volumes[0], counted = inFile(voxel);
+    part('voxel').value = counted.join(', ');
+    part('value').value = text(image.getValue(...voxel), decimalsOf(image));
+    const strength = field.getValue(...voxel), displacement = strength / perVoxel;
+    if (unit === 'Hz') part('field').value = `${text(strength, decimalsOf(field))} Hz`;
+    part('displacement').value =
+        `${text(displacement, 2)} voxels, ${text(displacement * mm, 2)} mm`;
+    if (oriented) {
+      const [x, y, z] = image.convertFrac2MM(centre(voxel), true);
+      part('place').value = [x, y, z].map((each) => text(each, 1)).join(', ') + ' mm';
+    }
+  };
+  const move = (voxel) => {
+    place = within(voxel);
+    sliders.forEach((slider, n) => {
+      slider.value = place[n];
+      slider.nextElementSibling.value = place[n];
+    });
+    view.scene.crosshairPos = centre(place);
+    view.drawScene();
+    tell(place);
+  };
+
+  const show = async (radio) => {
+    const { low, high } = radio.dataset;
+    const image = await imageOf(radio.value, 'gray', +low, +high);
+    if (!radio.checked) return;
+    view.volumes = [image, ...view.volumes.slice(1)];
+    view.setVolume(image, 0);
+    move(place);
+    section.dataset.shown = radio.value;
+  };
+  const fade = () => {
+    opacity.nextElementSibling.value = `${opacity.value} %`;
+    view.setOpacity(1, opacity.value / 100);
+  };
 })();
