@@ -132,4 +132,88 @@
     opacity.nextElementSibling.value = `${opacity.value} %`;
     view.setOpacity(1, opacity.value / 100);
   };
+
+  const pixel = (event) => {
+    const box = canvas.getBoundingClientRect();
+    return [(event.clientX - box.left) * canvas.width / box.width,
+            (event.clientY - box.top) * canvas.height / box.height];
+  };
+  const voxelAt = (event) => {
+    const part = view.canvasPos2frac(pixel(event));
+    return part[0] < 0 ? null : within(sides().map((count, n) => Math.floor(part[n] * count)));
+  };
+  const listen = () => {
+    canvas.addEventListener('pointerdown', (event) => {
+      const voxel = voxelAt(event);
+      if (voxel) move(voxel);
+    });
+    canvas.addEventListener('pointermove', (event) => {
+      const voxel = voxelAt(event);
+      if (voxel && event.buttons) move(voxel);
+      else tell(voxel ?? place);
+    });
+    canvas.addEventListener('pointerleave', () => tell(place));
+    canvas.addEventListener('wheel', (event) => {
+      const tile = view.screenSlices[view.tileIndex(...pixel(event))];
+      if (!tile || tile.axCorSag > 2) return;
+      event.preventDefault();
+      step(2 - tile.axCorSag, event.deltaY < 0 ? 1 : -1);
+    }, { passive: false });
+    const keys = { ArrowLeft: [0, -1], ArrowRight: [0, 1], ArrowDown: [1, -1], ArrowUp: [1, 1],
+                   PageDown: [2, -1], PageUp: [2, 1] };
+    canvas.addEventListener('keydown', (event) => {
+      if (!keys[event.key]) return;
+      event.preventDefault();
+      step(...keys[event.key]);
+    });
+    sliders.forEach((slider, axis) =>
+      slider.addEventListener('input', () => step(axis, slider.value - place[axis])));
+    opacity.addEventListener('input', fade);
+    radios.forEach((radio) => radio.addEventListener('change', () => show(radio)));
+  };
+  const step = (axis, by) => move(place.map((at, n) => n === axis ? at + by : at));
+
+  const begin = async () => {
+    const script = document.createElement('script');
+    script.textContent = new TextDecoder().decode(await inflated('viewer-library'));
+    document.head.append(script);
+    view = new niivue.Niivue({
+      logLevel: 'error', loadingText: '', interactive: false, dragAndDropEnabled: false,
+      isNearestInterpolation: true, multiplanarShowRender: 0, isOrientationTextVisible: Boolean(oriented), crosshairWidth: 0.3,
+      fontColor: [0.9, 0.93, 0.96, 1], crosshairColor: [1, 0.83, 0, 0.7],
+    });
+    await view.attachToCanvas(canvas, false);
+    view.addColormap('displacement',
+        { R: [33, 255, 178], G: [70, 255, 24], B: [160, 255, 43], A: [255, 255, 255],
+          I: [0, 128, 255] });
+    const shown = radios.find((radio) => radio.checked);
+    view.addVolume(await imageOf(shown.value, 'gray', +shown.dataset.low, +shown.dataset.high));
+    field = await imageOf('viewer-field', 'displacement', -limit, +limit);
+    view.addVolume(field);
+    const weights = await imageOf('viewer-field viewer-measured weights', 'gray', 0, 1);
+    view.addVolume(weights);
+    view.setOpacity(2, 0);
+    view.setModulationImage(field.id, weights.id, 1);
+    sliders.forEach((slider, n) => { slider.max = sides()[n] - 1; });
+    fade();
+    listen();
+    move(start.split(' ').map(Number));
+    section.dataset.state = 'ready';
+  };
+  const unable = (why) => {
+    section.dataset.state = 'unable';
+    part('unable').textContent = `This browser cannot show the viewer: ${why}. ` +
+        'The other pictures of this page show chosen slices.';
+  };
+
+  section.hidden = false;
+  if (!document.createElement('canvas').getContext('webgl2')) return unable('it has no WebGL 2');
+  if (typeof DecompressionStream === 'undefined') return unable('it cannot unpack compressed data');
+  // Only once somebody looks at it: the other parts of the page are there at once.
+  const watch = new IntersectionObserver((seen) => {
+    if (!seen.some((one) => one.isIntersecting)) return;
+    watch.disconnect();
+    begin().catch((fault) => unable(fault.message));
+  }, { rootMargin: '200px' });
+  watch.observe(section);
 })();
