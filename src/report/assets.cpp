@@ -16,6 +16,7 @@ MIREL_ASSET("page", "page.html");
 MIREL_ASSET("card", "card.html");
 MIREL_ASSET("style", "style.css");
 MIREL_ASSET("script", "script.js");
+MIREL_ASSET("viewer", "viewer.js");
 MIREL_ASSET("licence", "NiiVue-LICENSE.txt");
 #ifdef MIREL_LIBRARY
 MIREL_EMBED("library", MIREL_LIBRARY);
@@ -26,6 +27,7 @@ extern const char mirel_page_begin[], mirel_page_end[];
 extern const char mirel_card_begin[], mirel_card_end[];
 extern const char mirel_style_begin[], mirel_style_end[];
 extern const char mirel_script_begin[], mirel_script_end[];
+extern const char mirel_viewer_begin[], mirel_viewer_end[];
 extern const char mirel_licence_begin[], mirel_licence_end[];
 extern const unsigned char mirel_library_begin[], mirel_library_end[];
 }
@@ -43,6 +45,7 @@ std::string pageTemplate() {
 
 std::string styleSheet() { return {mirel_style_begin, mirel_style_end}; }
 std::string scriptText() { return {mirel_script_begin, mirel_script_end}; }
+std::string viewerScript() { return {mirel_viewer_begin, mirel_viewer_end}; }
 std::string viewerLicence() { return {mirel_licence_begin, mirel_licence_end}; }
 
 #ifdef MIREL_LIBRARY

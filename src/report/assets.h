@@ -9,6 +9,7 @@ namespace mirel::report {
 std::string pageTemplate();  ///< with those that it is made of put in
 std::string styleSheet();
 std::string scriptText();
+std::string viewerScript();
 
 /// The library of the viewer, a script, as gzip data, and what a content security policy calls it;
 /// empty where the program was built without it, and its notices.
