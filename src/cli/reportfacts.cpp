@@ -47,9 +47,10 @@ std::string commandText(int argc, const char* const* argv) {
   return text;
 }
 
-std::unique_ptr<RunReport> reportOf(const Program& program) {
+std::unique_ptr<RunReport> reportOf(const Program& program, bool viewer) {
   using Clock = std::chrono::steady_clock;
   report::ReportFacts facts;
+  facts.viewer = viewer;
   facts.command = program.command;
   facts.sentence = [](const Remark& remark) { return sentenceOf(remark); };
   facts.thisRun = [start = Clock::now()]() -> std::vector<std::pair<std::string, std::string>> {

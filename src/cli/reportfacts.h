@@ -13,7 +13,7 @@ struct Program;
 std::string commandText(int argc, const char* const* argv);
 
 /// What makes the page of a run of this program: its command line, sentences with the advice of the
-/// command line, date, duration and memory.
-std::unique_ptr<RunReport> reportOf(const Program& program);
+/// command line, date, duration and memory. `viewer`: with all slices to scroll through.
+std::unique_ptr<RunReport> reportOf(const Program& program, bool viewer = true);
 
 }  // namespace mirel
