@@ -1,0 +1,74 @@
+// A page in headless Chromium, driven over its debugging protocol.
+import { spawn } from 'node:child_process';
+import { pathToFileURL } from 'node:url';
+
+// Opens a file; `flags` are further ones of the browser.
+export const openPage = async (chromium, page, profile, flags = ['--disable-gpu']) => {
+  const browser = spawn(
+      chromium,
+      [
+        '--headless', '--no-sandbox', '--disable-quic', '--no-first-run',
+        '--disable-background-networking', '--disable-component-update', '--disable-sync',
+        ...flags, `--user-data-dir=${profile}`, '--remote-debugging-pipe', 'about:blank',
+      ],
+      { stdio: ['ignore', 'ignore', 'ignore', 'pipe', 'pipe'] });
+
+  process.on('exit', () => browser.kill());
+
+  // The protocol over pipes: messages end with a zero byte.
+  const waiting = new Map();
+  const events = [];
+  let last = 0;
+  let rest = '';
+  browser.stdio[4].setEncoding('utf8').on('data', (data) => {
+    const parts = (rest + data).split('\0');
+    rest = parts.pop();
+    for (const part of parts) {
+      const message = JSON.parse(part);
+      if (message.id) waiting.get(message.id)(message);
+      else events.push(message);
+    }
+  });
+  const send = (method, params = {}, sessionId = undefined) => new Promise((done, fail) => {
+    waiting.set(++last, (message) => message.error ? fail(new Error(message.error.message))
+                                                   : done(message.result));
+    browser.stdio[3].write(JSON.stringify({ id: last, method, params, sessionId }) + '\0');
+  });
+  const until = async (what, holds) => {
+    for (let n = 0; n < 600; ++n) {
+      if (await holds()) return;
+      await new Promise((done) => setTimeout(done, 50));
+    }
+    throw new Error(`no ${what}`);
+  };
+
+  const { targetInfos } = await send('Target.getTargets');
+  const { targetId } = targetInfos.find((target) => target.type === 'page');
+  const { sessionId } = await send('Target.attachToTarget', { targetId, flatten: true });
+  const tell = (method, params) => send(method, params, sessionId);
+  const value = async (expression) => {
+    const { result, exceptionDetails } =
+        await tell('Runtime.evaluate', { expression, returnByValue: true });
+    if (exceptionDetails) throw new Error(exceptionDetails.exception?.description ?? expression);
+    return result.value;
+  };
+  const resize = (width) => tell('Emulation.setDeviceMetricsOverride',
+      { width, height: 900, deviceScaleFactor: 1, mobile: false });
+  for (const domain of ['Page', 'Runtime', 'Network', 'Log']) await tell(`${domain}.enable`);
+  await resize(1600);
+  await tell('Page.navigate', { url: pathToFileURL(page).href });
+  await until('load', () => events.some((event) => event.method === 'Page.loadEventFired'));
+
+  const requests = () => events.filter((event) => event.method === 'Network.requestWillBeSent')
+      .map((event) => event.params.request.url)
+      .filter((url) => !url.startsWith('data:') && url !== pathToFileURL(page).href);
+  const errors = () => events
+      .filter((event) => event.method === 'Runtime.exceptionThrown' ||
+                         (event.method === 'Log.entryAdded' && event.params.entry.level === 'error') ||
+                         (event.method === 'Runtime.consoleAPICalled' && event.params.type === 'error'))
+      .map((event) => JSON.stringify(event.params).slice(0, 300));
+  const close = async () => {
+    await send('Browser.close').catch(() => {});
+  };
+  return { tell, value, until, resize, requests, errors, close };
+};
