@@ -72,3 +72,36 @@ export const openPage = async (chromium, page, profile, flags = ['--disable-gpu'
   };
   return { tell, value, until, resize, requests, errors, close };
 };
+
+// Runs in the page.
+const overlaps = (selector) => {
+  const boxes = [...document.querySelectorAll(selector)]
+      .map((element) => ({ element, box: element.getBoundingClientRect() }));
+  const found = [];
+  for (const a of boxes)
+    for (const b of boxes) {
+      if (a === b || a.element.contains(b.element) || b.element.contains(a.element)) continue;
+      if (a.box.left < b.box.right - 1 && b.box.left < a.box.right - 1 &&
+          a.box.top < b.box.bottom - 1 && b.box.top < a.box.bottom - 1)
+        found.push(`${a.element.className} over ${b.element.className}`);
+    }
+  return found;
+};
+const wider = () => [...document.querySelectorAll('main *')]
+    .filter((element) => !element.closest('.unseen, thead, svg') &&
+                         element.getBoundingClientRect().right > document.documentElement.clientWidth + 1)
+    .map((element) => `${element.tagName} ${element.className}`);
+
+// How elements of a page lie at each of some widths of the window.
+export const layoutAt = async ({ resize, value }, widths, selector) => {
+  const sizes = {};
+  for (const width of widths) {
+    await resize(width);
+    sizes[width] = {
+      scrolls: await value(`document.documentElement.scrollWidth - document.documentElement.clientWidth`),
+      overlaps: JSON.parse(await value(`JSON.stringify((${overlaps})(${JSON.stringify(selector)}))`)),
+      wider: JSON.parse(await value(`JSON.stringify((${wider})())`)),
+    };
+  }
+  return sizes;
+};
