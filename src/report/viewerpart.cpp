@@ -7,8 +7,8 @@ namespace mirel::report {
 
 namespace {
 
-// Steps of about a thousandth of the grey window, and of a four-thousandth of the colours.
-constexpr int greySteps = 1000, fieldSteps = 4000;
+// At least so many steps from black to white, and from one end of the colours to the other.
+constexpr int greySteps = 500, fieldSteps = 4000;
 constexpr int mostVoxels = 4'000'000;
 
 }  // namespace
