@@ -2,6 +2,11 @@
 import { spawn } from 'node:child_process';
 import { pathToFileURL } from 'node:url';
 
+// WebGL without a graphics card.
+export const software3d = [
+  '--use-gl=angle', '--use-angle=swiftshader', '--enable-unsafe-swiftshader', '--ignore-gpu-blocklist',
+];
+
 // Opens a file; `flags` are further ones of the browser.
 export const openPage = async (chromium, page, profile, flags = ['--disable-gpu']) => {
   const browser = spawn(

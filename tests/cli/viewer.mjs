@@ -1,11 +1,9 @@
 // Goes through the images of a report's viewer in headless Chromium and says what it reads there,
 // as JSON on standard output.
 // Usage: node viewer.mjs CHROMIUM PAGE PROFILE [without]
-import { layoutAt, openPage } from './chromium.mjs';
+import { layoutAt, openPage, software3d } from './chromium.mjs';
 
-const flags = process.argv[5] === 'without'
-    ? ['--disable-3d-apis']
-    : ['--use-gl=angle', '--use-angle=swiftshader', '--enable-unsafe-swiftshader', '--ignore-gpu-blocklist'];
+const flags = process.argv[5] === 'without' ? ['--disable-3d-apis'] : software3d;
 try {
   const page = await openPage(...process.argv.slice(2, 5), flags);
   const { tell, value, until, requests, errors, close } = page;
