@@ -75,12 +75,15 @@
     return images.get(id);
   };
 
-  // Numbers with as many decimals as the stored steps bear, and a true minus sign.
+  // Numbers with as many decimals as the stored steps bear (without steps six digits), and a true
+  // minus sign.
   const text = (value, decimals) =>
-    value.toFixed(decimals).replace(/^-(0\.?0*)$/, '$1').replace('-', '\u2212');
+    (decimals === null ? String(Number(value.toPrecision(6))) : value.toFixed(decimals))
+        .replace(/^-(0\.?0*)$/, '$1').replace('-', '\u2212');
   const decimalsOf = (image) => {
-    if (means.has(image)) return 1 + decimalsOf(means.get(image));
-    if (image.hdr.datatypeCode === 16) return 3;
+    const part = means.get(image) ?? image;
+    if (part.hdr.datatypeCode === 16) return null;
+    if (part !== image) return 1 + decimalsOf(part);
     return Math.max(0, Math.ceil(-Math.log10(image.hdr.scl_slope)));
   };
 
@@ -179,7 +182,8 @@
     document.head.append(script);
     view = new niivue.Niivue({
       logLevel: 'error', loadingText: '', interactive: false, dragAndDropEnabled: false,
-      isNearestInterpolation: true, multiplanarShowRender: 0, isOrientationTextVisible: Boolean(oriented), crosshairWidth: 0.3,
+      isNearestInterpolation: true, multiplanarShowRender: 0, isOrientationTextVisible: Boolean(oriented),
+      crosshairWidth: 0.7, crosshairWidthUnit: 'mm',
       fontColor: [0.9, 0.93, 0.96, 1], crosshairColor: [1, 0.83, 0, 0.7],
     });
     await view.attachToCanvas(canvas, false);
