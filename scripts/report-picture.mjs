@@ -1,12 +1,11 @@
 // Writes a picture of a report: its verdict and its viewer, without what stands between them.
 // Usage: node report-picture.mjs CHROMIUM PAGE PROFILE PICTURE
 import { writeFileSync } from 'node:fs';
-import { openPage, software3d } from '../tests/cli/chromium.mjs';
+import { open, software3d } from '../tests/cli/chromium.mjs';
 
 const [chromium, file, profile, picture] = process.argv.slice(2);
-const page = await openPage(chromium, file, profile, software3d);
-const { tell, value, until, close } = page;
 const width = 1000;
+const { tell, value, until, end } = await open(chromium, file, profile, width, software3d);
 const resize = (height) => tell('Emulation.setDeviceMetricsOverride',
     { width, height, deviceScaleFactor: 1, mobile: false });
 await resize(900);
@@ -27,5 +26,5 @@ await resize(height);
 await new Promise((done) => setTimeout(done, 1000));
 const { data } = await tell('Page.captureScreenshot', { clip: { x: 0, y: 0, width, height, scale: 1 } });
 writeFileSync(picture, Buffer.from(data, 'base64'));
-await close();
+await end();
 process.exit(0);

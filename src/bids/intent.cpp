@@ -14,17 +14,7 @@ namespace {
 constexpr std::size_t namedAtMost = 3;
 
 std::vector<std::string> textsIn(const std::optional<Sidecar>& sidecar, const char* field) {
-  const Json* value = sidecar ? sidecar->json().find(field) : nullptr;
-  if (value == nullptr) return {};
-  std::vector<std::string> texts;
-  const auto add = [&](const Json& one) {
-    if (one.is_string() && !one.string().empty()) texts.push_back(one.string());
-  };
-  if (value->is_array())
-    std::for_each(value->list().begin(), value->list().end(), add);
-  else
-    add(*value);
-  return texts;
+  return sidecar ? sidecar->texts(field) : std::vector<std::string>();
 }
 
 bool haveCommon(const std::vector<std::string>& a, const std::vector<std::string>& b) {

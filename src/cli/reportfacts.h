@@ -16,4 +16,8 @@ std::string commandText(int argc, const char* const* argv);
 /// command line, date, duration and memory. `viewer`: with all slices to scroll through.
 std::unique_ptr<RunReport> reportOf(const Program& program, bool viewer = true);
 
+/// The same of one of many jobs of a process, of which only date and duration are known; without
+/// a viewer: datasets have hundreds of pages.
+std::unique_ptr<RunReport> jobReportOf(const Program& program);
+
 }  // namespace mirel

@@ -21,6 +21,9 @@ MIREL_ASSET("licence", "NiiVue-LICENSE.txt");
 #ifdef MIREL_LIBRARY
 MIREL_EMBED("library", MIREL_LIBRARY);
 #endif
+MIREL_ASSET("index", "index.html");
+MIREL_ASSET("indexstyle", "index.css");
+MIREL_ASSET("indexscript", "index.js");
 
 extern "C" {
 extern const char mirel_page_begin[], mirel_page_end[];
@@ -30,6 +33,9 @@ extern const char mirel_script_begin[], mirel_script_end[];
 extern const char mirel_viewer_begin[], mirel_viewer_end[];
 extern const char mirel_licence_begin[], mirel_licence_end[];
 extern const unsigned char mirel_library_begin[], mirel_library_end[];
+extern const char mirel_index_begin[], mirel_index_end[];
+extern const char mirel_indexstyle_begin[], mirel_indexstyle_end[];
+extern const char mirel_indexscript_begin[], mirel_indexscript_end[];
 }
 
 namespace mirel::report {
@@ -55,5 +61,8 @@ std::string viewerLibraryHash() { return policyHashOf(MIREL_LIBRARY_SHA256); }
 std::span<const unsigned char> viewerLibrary() { return {}; }
 std::string viewerLibraryHash() { return {}; }
 #endif
+std::string indexTemplate() { return {mirel_index_begin, mirel_index_end}; }
+std::string indexStyle() { return {mirel_indexstyle_begin, mirel_indexstyle_end}; }
+std::string indexScript() { return {mirel_indexscript_begin, mirel_indexscript_end}; }
 
 }  // namespace mirel::report

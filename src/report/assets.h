@@ -16,5 +16,9 @@ std::string viewerScript();
 std::span<const unsigned char> viewerLibrary();
 std::string viewerLibraryHash();
 std::string viewerLicence();
+/// Of the page over a dataset, whose style comes after the other one.
+std::string indexTemplate();
+std::string indexStyle();
+std::string indexScript();
 
 }  // namespace mirel::report

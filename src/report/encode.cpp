@@ -1,17 +1,20 @@
 #include "report/encode.h"
 
-#include <nettle/base16.h>
-#include <nettle/base64.h>
-#include <nettle/sha2.h>
+#include <openssl/crypto.h>
+#include <openssl/evp.h>
 
 #include <array>
 #include <stdexcept>
 
+#include "jobs/checksum.h"
+
 namespace mirel::report {
 
 std::string base64(std::span<const unsigned char> bytes) {
-  std::string text(BASE64_ENCODE_RAW_LENGTH(bytes.size()), '\0');
-  base64_encode_raw(text.data(), bytes.size(), bytes.data());
+  std::string text((bytes.size() + 2) / 3 * 4, '\0');
+  // It ends with a 0, in the place where a std::string has one.
+  EVP_EncodeBlock(reinterpret_cast<unsigned char*>(text.data()), bytes.data(),
+                  static_cast<int>(bytes.size()));
   return text;
 }
 
@@ -21,21 +24,14 @@ std::string dataAddress(const picture::RgbImage& image) {
 }
 
 std::string policyHash(const std::string& text) {
-  sha256_ctx context{};
-  sha256_init(&context);
-  sha256_update(&context, text.size(), reinterpret_cast<const std::uint8_t*>(text.data()));
-  std::array<std::uint8_t, SHA256_DIGEST_SIZE> digest{};
-  sha256_digest(&context, digest.size(), digest.data());
-  return "'sha256-" + base64(digest) + "'";
+  return "'sha256-" + base64(sha256Bytes(text)) + "'";
 }
 
 std::string policyHashOf(const std::string& checksum) {
-  std::array<std::uint8_t, SHA256_DIGEST_SIZE> digest{};
-  base16_decode_ctx context{};
-  base16_decode_init(&context);
-  std::size_t count = digest.size();
-  if (checksum.size() != 2 * digest.size() ||
-      base16_decode_update(&context, &count, digest.data(), checksum.size(), checksum.data()) == 0)
+  std::array<unsigned char, 32> digest{};
+  std::size_t count = 0;
+  if (OPENSSL_hexstr2buf_ex(digest.data(), digest.size(), &count, checksum.c_str(), '\0') != 1 ||
+      count != digest.size())
     throw std::invalid_argument("no SHA-256 checksum: " + checksum);
   return "'sha256-" + base64(digest) + "'";
 }

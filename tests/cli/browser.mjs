@@ -1,10 +1,13 @@
 // Opens a page in headless Chromium and says what it finds, as JSON on standard output.
 // Usage: node browser.mjs CHROMIUM PAGE PROFILE
-import { layoutAt, openPage } from './chromium.mjs';
+import { layoutAt, open } from './chromium.mjs';
 
+const [chromium, page, profile] = process.argv.slice(2);
+
+let opened;
 try {
-  const page = await openPage(...process.argv.slice(2, 5));
-  const { tell, value, requests, errors, close } = page;
+  opened = await open(chromium, page, profile);
+  const { tell, value } = opened;
 
   const shown = `getComputedStyle(document.querySelector('.pictures .before')).visibility`;
   const place = async () => JSON.parse(await value(`(() => {
@@ -27,25 +30,24 @@ try {
 
   // By keyboard alone: the first button has the focus after one step.
   await value(`document.querySelector('[data-do="flip"]').focus()`);
-  const press = async () => {
-    for (const type of ['keyDown', 'keyUp'])
-      await tell('Input.dispatchKeyEvent',
-          { type, key: ' ', code: 'Space', text: ' ', windowsVirtualKeyCode: 32 });
-  };
+  const press = () => opened.press(' ', 'Space', ' ');
   await press();
   states.pressed = await value(shown);
   await press();
   states.released = await value(shown);
 
-  const sizes = await layoutAt(page, [360, 1600], 'main > section, .card, .view, .chart');
+  const sizes = await layoutAt(opened, [360, 1600], 'main > section, .card, .view, .chart');
   const unnamed = await value(`[...document.querySelectorAll('img:not([alt]), img[alt=""]')].length +
     [...document.querySelectorAll('button')].filter((b) => !b.textContent.trim()).length`);
+  const requests = opened.requests();
+  const errors = opened.errors();
   const broken = await value(`[...document.images].filter((i) => !i.complete || !i.naturalWidth).length`);
   console.log(JSON.stringify(
-      { states, pictureChanged: before !== hovered, sizes, unnamed, broken,
-                       requests: requests(), errors: errors() }, null, 1));
-  await close();
+      { states, pictureChanged: before !== hovered, sizes, unnamed, broken, requests, errors }, null, 1));
+  await opened.end();
 } catch (error) {
   console.log(JSON.stringify({ failed: String(error) }));
+} finally {
+  opened?.kill();
 }
 process.exit(0);

@@ -1,4 +1,4 @@
-// A page in headless Chromium, driven over its debugging protocol.
+// A page in headless Chromium, driven by the remote-debugging protocol over pipes.
 import { spawn } from 'node:child_process';
 import { pathToFileURL } from 'node:url';
 
@@ -7,8 +7,7 @@ export const software3d = [
   '--use-gl=angle', '--use-angle=swiftshader', '--enable-unsafe-swiftshader', '--ignore-gpu-blocklist',
 ];
 
-// Opens a file; `flags` are further ones of the browser.
-export const openPage = async (chromium, page, profile, flags = ['--disable-gpu']) => {
+export const open = async (chromium, page, profile, width = 1600, flags = ['--disable-gpu']) => {
   const browser = spawn(
       chromium,
       [
@@ -18,9 +17,7 @@ export const openPage = async (chromium, page, profile, flags = ['--disable-gpu'
       ],
       { stdio: ['ignore', 'ignore', 'ignore', 'pipe', 'pipe'] });
 
-  process.on('exit', () => browser.kill());
-
-  // The protocol over pipes: messages end with a zero byte.
+  // Messages end with a zero byte.
   const waiting = new Map();
   const events = [];
   let last = 0;
@@ -57,25 +54,35 @@ export const openPage = async (chromium, page, profile, flags = ['--disable-gpu'
     if (exceptionDetails) throw new Error(exceptionDetails.exception?.description ?? expression);
     return result.value;
   };
-  const resize = (width) => tell('Emulation.setDeviceMetricsOverride',
-      { width, height: 900, deviceScaleFactor: 1, mobile: false });
+  const resize = (to) => tell('Emulation.setDeviceMetricsOverride',
+      { width: to, height: 900, deviceScaleFactor: 1, mobile: false });
   for (const domain of ['Page', 'Runtime', 'Network', 'Log']) await tell(`${domain}.enable`);
-  await resize(1600);
-  await tell('Page.navigate', { url: pathToFileURL(page).href });
+  await resize(width);
+  const address = pathToFileURL(page).href;
+  await tell('Page.navigate', { url: address });
   await until('load', () => events.some((event) => event.method === 'Page.loadEventFired'));
 
-  const requests = () => events.filter((event) => event.method === 'Network.requestWillBeSent')
-      .map((event) => event.params.request.url)
-      .filter((url) => !url.startsWith('data:') && url !== pathToFileURL(page).href);
-  const errors = () => events
-      .filter((event) => event.method === 'Runtime.exceptionThrown' ||
-                         (event.method === 'Log.entryAdded' && event.params.entry.level === 'error') ||
-                         (event.method === 'Runtime.consoleAPICalled' && event.params.type === 'error'))
-      .map((event) => JSON.stringify(event.params).slice(0, 300));
-  const close = async () => {
-    await send('Browser.close').catch(() => {});
+  return {
+    tell, value, until, resize,
+    press: async (key, code, text) => {
+      for (const type of ['keyDown', 'keyUp'])
+        await tell('Input.dispatchKeyEvent',
+            { type, key, code, text, windowsVirtualKeyCode: text ? text.charCodeAt(0) : 9 });
+    },
+    requests: () => events.filter((event) => event.method === 'Network.requestWillBeSent')
+        .map((event) => event.params.request.url)
+        .filter((url) => !url.startsWith('data:') && url !== address),
+    errors: () => events
+        .filter((event) => event.method === 'Runtime.exceptionThrown' ||
+            (event.method === 'Log.entryAdded' && event.params.entry.level === 'error') ||
+            (event.method === 'Runtime.consoleAPICalled' && event.params.type === 'error'))
+        .map((event) => JSON.stringify(event.params).slice(0, 300)),
+    end: async () => {
+      await send('Browser.close').catch(() => {});
+      browser.kill();
+    },
+    kill: () => browser.kill(),
   };
-  return { tell, value, until, resize, requests, errors, close };
 };
 
 // Runs in the page.

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "cli/browser.h"
 #include "cli/correctpair.h"
-#include "cli/inbrowser.h"
 
 namespace mirel {
 
@@ -11,14 +11,15 @@ namespace {
 
 using nlohmann::json;
 
-class ReportInBrowser : public CorrectPair {};
+using ReportInBrowser = CorrectPair;
 
 TEST_F(ReportInBrowser, LoadsFlipsAndFitsEveryScreen) {
-  if (!browserMissing().empty()) GTEST_SKIP() << browserMissing();
+  const Browser browser;
+  if (!browser.isThere()) GTEST_SKIP() << noBrowser;
   const ProgramResult result =
       correct({"--quiet", "--fast", "--apply", input("sub-phantom_task-rest_dir-AP_bold.nii.gz")});
   ASSERT_EQ(result.status, 0) << result.err;
-  const json seen = inBrowser("browser.mjs", out("report.html"), file("profile"));
+  const json seen = browser.looked(MIREL_BROWSER_SCRIPT, out("report.html"), file(""));
   ASSERT_FALSE(seen.contains("failed")) << seen.dump(1);
 
   EXPECT_EQ(seen["errors"], json::array());

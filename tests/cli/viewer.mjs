@@ -1,12 +1,13 @@
 // Goes through the images of a report's viewer in headless Chromium and says what it reads there,
 // as JSON on standard output.
 // Usage: node viewer.mjs CHROMIUM PAGE PROFILE [without]
-import { layoutAt, openPage, software3d } from './chromium.mjs';
+import { layoutAt, open, software3d } from './chromium.mjs';
 
 const flags = process.argv[5] === 'without' ? ['--disable-3d-apis'] : software3d;
+let opened;
 try {
-  const page = await openPage(...process.argv.slice(2, 5), flags);
-  const { tell, value, until, requests, errors, close } = page;
+  opened = await open(...process.argv.slice(2, 5), 1600, flags);
+  const { tell, value, until, requests, errors } = opened;
   await value(`document.getElementById('viewer').scrollIntoView()`);
   const state = `document.getElementById('viewer').dataset.state`;
   await until('viewer', () => value(`${state} !== undefined`));
@@ -68,12 +69,14 @@ try {
     await value(`${part('opacity')}.value = 0, ${part('opacity')}.dispatchEvent(new Event('input'))`);
     said.colours = coloured !== await picture();
   }
-  said.sizes = await layoutAt(page, [360, 1600],
+  said.sizes = await layoutAt(opened, [360, 1600],
       'main > section, .choices, .sliders label, .canvas, .readout > div');
   said.pictures = await value(`[...document.images].filter((i) => i.complete && i.naturalWidth).length`);
   console.log(JSON.stringify({ ...said, requests: requests(), errors: errors() }, null, 1));
-  await close();
+  await opened.end();
 } catch (error) {
   console.log(JSON.stringify({ failed: String(error) }));
+} finally {
+  opened?.kill();
 }
 process.exit(0);

@@ -3,7 +3,7 @@
 #include <regex>
 
 #include "cli/correctpair.h"
-#include "support/niftifiles.h"
+#include "support/temporaryfolder.h"
 
 namespace mirel {
 
@@ -14,9 +14,7 @@ namespace {
 
 class ViewerInPage : public CorrectPair {
  protected:
-  std::string page(const std::string& name = "out/report.html") const {
-    return niftifiles::readText(file(name));
-  }
+  std::string page(const std::string& name = "out/report.html") const { return textOf(file(name)); }
   // A failure need not print megabytes.
   static bool holds(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;

@@ -3,8 +3,8 @@
 #include <map>
 #include <set>
 
+#include "cli/browser.h"
 #include "cli/correctpair.h"
-#include "cli/inbrowser.h"
 #include "cli/plainimage.h"
 
 namespace mirel {
@@ -19,12 +19,14 @@ class Viewer : public CorrectPair {
  protected:
   void SetUp() override {
     if (!MIREL_HAS_VIEWER) GTEST_SKIP() << "Mirel was built without the viewer: npm is missing";
-    if (!browserMissing().empty()) GTEST_SKIP() << browserMissing();
+    if (!browser.isThere()) GTEST_SKIP() << noBrowser;
   }
 
   json looked(const std::vector<std::string>& options = {}) const {
-    return inBrowser("viewer.mjs", out("report.html"), file("profile"), options);
+    return browser.looked(MIREL_VIEWER_SCRIPT, out("report.html"), file(""), options);
   }
+
+  const Browser browser;
 
   // What the file has at the voxel of a reading.
   static double valueAt(const std::string& fileName, const json& voxel) {

@@ -123,7 +123,7 @@ TEST_F(ConvertFaults, AShortGradientTableIsLeftOutAndNoted) {
   raw.dim = {4, 2, 3, 2, 4};
   writeBytes(folder.file("a.nii"), bytesOf(raw));
   convert::convert(folder.file("a.nii"), folder.file("c.dmr"));
-  std::string text = readText(folder.file("c.dmr"));
+  std::string text = textOf(folder.file("c.dmr"));
   text.replace(text.rfind("NO"), 2, "YES\n1 0 0 700");
   writeText(folder.file("c.dmr"), text);
   const convert::ConvertReport report =

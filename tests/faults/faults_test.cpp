@@ -83,13 +83,14 @@ class Faults : public testing::TestWithParam<Command> {
     const ProgramResult made =
         runMirel({"phantom", inputs->file("in"), "--size", "16", "18", "10", "--volumes", "2"});
     ASSERT_EQ(made.status, 0) << made.err;
-    makeProject("run", "700 800\n");
-    makeProject("other", "900 1000\n");
+    makeProject("run", "1 0\n0 1\n0 0\n", "700 800\n");
+    makeProject("other", "0 0\n0 1\n1 0\n", "900 1000\n");
   }
   /// A diffusion project of the series, with a gradient table.
-  static void makeProject(const std::string& name, const std::string& bValues) {
+  static void makeProject(const std::string& name, const std::string& directions,
+                          const std::string& bValues) {
     const std::string bvec = inputs->file(name + ".bvec"), bval = inputs->file(name + ".bval");
-    std::ofstream(bvec) << "1 0\n0 1\n0 0\n";
+    std::ofstream(bvec) << directions;
     std::ofstream(bval) << bValues;
     const ProgramResult made =
         runMirel({"convert", inputs->file("in/sub-phantom_task-rest_dir-AP_bold.nii.gz"),
