@@ -68,7 +68,8 @@ void settle(Options& options) {
 
 int runCorrect(Options options, const Program& program) {
   settle(options);
-  const std::unique_ptr<RunReport> report = options.noReport ? nullptr : reportOf(program, /*viewer=*/!options.noViewer);
+  const std::unique_ptr<RunReport> report =
+      options.noReport ? nullptr : reportOf(program, /*viewer=*/!options.noViewer);
   options.job.report = report.get();
   return runJob({.quiet = options.quiet, .json = options.json, .strict = options.strict},
                 [&](Progress& progress) { return correctPair(options.job, progress); });
