@@ -65,6 +65,12 @@ try {
     await tell('Input.dispatchMouseEvent', { type: 'mouseWheel', deltaX: 0, deltaY: 100, ...at });
     await until('wheel', async () => await value(`${part('voxel')}.value`) !== said.reads.at(-1).voxel.join(', '));
     await read('wheel');
+    await tell('Emulation.setTouchEmulationEnabled', { enabled: true });
+    const touched = { x: at.x + 0.05 * shown.width, y: at.y };
+    await tell('Input.dispatchTouchEvent', { type: 'touchStart', touchPoints: [touched] });
+    await tell('Input.dispatchTouchEvent', { type: 'touchEnd', touchPoints: [] });
+    await tell('Emulation.setTouchEmulationEnabled', { enabled: false });
+    await read('touch');
     const coloured = await picture();
     await value(`${part('opacity')}.value = 0, ${part('opacity')}.dispatchEvent(new Event('input'))`);
     said.colours = coloured !== await picture();

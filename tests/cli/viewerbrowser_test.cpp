@@ -2,6 +2,7 @@
 
 #include <map>
 #include <set>
+#include <sstream>
 
 #include "cli/browser.h"
 #include "cli/correctpair.h"
@@ -14,6 +15,12 @@ namespace mirel {
 namespace {
 
 using nlohmann::json;
+
+double number(std::string text) {
+  const std::string minus = "\u2212";
+  if (text.rfind(minus, 0) == 0) text.replace(0, minus.size(), "-");
+  return std::stod(text);
+}
 
 class Viewer : public CorrectPair {
  protected:
@@ -33,12 +40,6 @@ class Viewer : public CorrectPair {
     const PlainImage image(fileName);
     const int i = voxel[0], j = voxel[1], k = voxel[2];
     return image.values()[static_cast<std::size_t>(i + image.dim(1) * (j + image.dim(2) * k))];
-  }
-
-  static double number(std::string text) {
-    const std::string minus = "\u2212";
-    if (text.rfind(minus, 0) == 0) text.replace(0, minus.size(), "-");
-    return std::stod(text);
   }
 
   // The last digit that is told, or the stored step of the image.
@@ -65,6 +66,9 @@ void expectScrolled(const json& seen) {
   EXPECT_NE(reads["hover"], reads["slider"]);
   EXPECT_EQ(reads["click"], reads["hover"]);
   EXPECT_EQ(reads["wheel"], moved("click", 0, 0, -1));
+  // A finger a little further to the right.
+  EXPECT_GT(reads["touch"][0], reads["wheel"][0]);
+  EXPECT_EQ(reads["touch"][2], reads["wheel"][2]);
 }
 
 void expectFits(const json& seen) {
@@ -73,6 +77,19 @@ void expectFits(const json& seen) {
     EXPECT_EQ(size["scrolls"], 0) << width;
     EXPECT_EQ(size["overlaps"], json::array()) << width;
     EXPECT_EQ(size["wider"], json::array()) << width;
+  }
+}
+
+// In mm, to the decimal that is told.
+void expectPlace(const json& read, const PlainImage& image) {
+  std::istringstream words(read["place"].get<std::string>());
+  for (int row = 0; row < 3; ++row) {
+    double mm = image.sform(row, 3);
+    for (int axis = 0; axis < 3; ++axis)
+      mm += image.sform(row, axis) * read["voxel"][axis].get<double>();
+    std::string word;
+    words >> word;
+    EXPECT_NEAR(number(word), mm, 0.051) << read.dump(1);
   }
 }
 
@@ -122,6 +139,7 @@ TEST_F(Viewer, FindsVoxelsOfAnyOrderOfAxes) {
   for (const json& read : seen["reads"]) {
     if (read["image"] == "First") expectFile(read, "value", a, 0), ++looks;
     if (read["image"] == "Second") expectFile(read, "value", b, 0), ++looks;
+    expectPlace(read, PlainImage(a));
     expectFile(read, "field", out("sub-x_desc-preproc_fieldmap.nii.gz"), 0.1);
   }
   EXPECT_EQ(looks, 2);
