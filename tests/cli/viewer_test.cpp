@@ -45,7 +45,7 @@ TEST_F(ViewerInPage, IsLeftOutWhereAsked) {
 }
 
 TEST_F(ViewerInPage, ShowsTheFirstSeriesWhereThereIsNoPair) {
-  if (!MIREL_HAS_VIEWER) GTEST_SKIP() << "Mirel was built without the viewer: npm is missing";
+  if (!MIREL_HAS_VIEWER) GTEST_SKIP() << "Mirel was built without the viewer (scripts/viewer.sh)";
   ASSERT_EQ(correct({"--quiet", "--fast", "--no-viewer"}).status, 0);
   const ProgramResult applied =
       runMirel({"apply", "--field", out("sub-phantom_desc-preproc_fieldmap.nii.gz"), ap(), pa(),

@@ -25,7 +25,7 @@ double number(std::string text) {
 class Viewer : public CorrectPair {
  protected:
   void SetUp() override {
-    if (!MIREL_HAS_VIEWER) GTEST_SKIP() << "Mirel was built without the viewer: npm is missing";
+    if (!MIREL_HAS_VIEWER) GTEST_SKIP() << "Mirel was built without the viewer (scripts/viewer.sh)";
     if (!browser.isThere()) GTEST_SKIP() << noBrowser;
   }
 
