@@ -8,7 +8,7 @@ namespace mirel::report {
 namespace {
 
 // At least so many steps from black to white, and from one end of the colours to the other.
-constexpr int greySteps = 500, fieldSteps = 4000;
+constexpr int greySteps = 500, fieldSteps = 1000;
 constexpr int mostVoxels = 4'000'000;
 
 }  // namespace
