@@ -93,6 +93,10 @@ ImageCommandOptions addApplyFieldOptions(Command* command, ApplyFieldArguments& 
   forImages(command->add_flag("--no-report", arguments.noReport,
                               "For images: do not write report.html, the page with pictures,\n"
                               "figures and warnings"));
+  forImages(
+      command->add_flag("--no-viewer", arguments.noViewer,
+                        "For images: leave the viewer of all slices out of the report, which\n"
+                        "makes it smaller"));
   forImages(command->add_flag("--quiet", arguments.quiet, "Say nothing but warnings and errors"));
   return options;
 }
@@ -100,7 +104,8 @@ ImageCommandOptions addApplyFieldOptions(Command* command, ApplyFieldArguments& 
 int runApplyField(const ApplyFieldArguments& arguments, const std::vector<std::string>& images,
                   const Program& program) {
   ApplyFieldOptions job = jobOf(arguments, images);
-  const std::unique_ptr<RunReport> report = arguments.noReport ? nullptr : reportOf(program);
+  const std::unique_ptr<RunReport> report =
+      arguments.noReport ? nullptr : reportOf(program, /*viewer=*/!arguments.noViewer);
   job.report = report.get();
   return runJob({.quiet = arguments.quiet},
                 [&](Progress& progress) { return applyField(job, progress); });

@@ -14,7 +14,7 @@ struct Program;
 struct ApplyFieldArguments {
   ApplyFieldOptions job;
   bids::GivenAcquisition given;
-  bool modulate = false, quiet = false, noReport = false;
+  bool modulate = false, quiet = false, noReport = false, noViewer = false;
 };
 
 struct ImageCommandOptions {

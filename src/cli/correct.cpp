@@ -32,7 +32,7 @@ struct Options {
   bool ssd = false, ncc = false, fast = false, noIc = false, ic = false, noMotion = false;
   bool uncertainty = false;
   bool modulate = false, noModulate = false, quiet = false, json = false, strict = false;
-  bool noReport = false;
+  bool noReport = false, noViewer = false;
 };
 
 bool hasSearchOptions(const Options& options) {
@@ -68,7 +68,8 @@ void settle(Options& options) {
 
 int runCorrect(Options options, const Program& program) {
   settle(options);
-  const std::unique_ptr<RunReport> report = options.noReport ? nullptr : reportOf(program);
+  const std::unique_ptr<RunReport> report =
+      options.noReport ? nullptr : reportOf(program, /*viewer=*/!options.noViewer);
   options.job.report = report.get();
   return runJob({.quiet = options.quiet, .json = options.json, .strict = options.strict},
                 [&](Progress& progress) { return correctPair(options.job, progress); });
@@ -220,6 +221,8 @@ void addCorrectCommand(Command& app, Program& program) {
                     "written)");
   command->add_flag("--no-report", options->noReport,
                     "Do not write report.html, the page with pictures, figures and warnings");
+  command->add_flag("--no-viewer", options->noViewer,
+                    "Leave the viewer of all slices out of report.html, which makes it smaller");
   command->add_flag(
       "--strict", options->strict,
       "Exit with 1 where the verdict is not to trust the result. It is written all the\n"

@@ -32,10 +32,11 @@ double seconds(const timeval& time) {
   return static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_usec);
 }
 
-std::unique_ptr<RunReport> reportWith(const Program& program,
+std::unique_ptr<RunReport> reportWith(const Program& program, bool viewer,
                                       const std::function<Facts()>& moreOfThisRun) {
   using Clock = std::chrono::steady_clock;
   report::ReportFacts facts;
+  facts.viewer = viewer;
   facts.command = program.command;
   facts.sentence = [](const Remark& remark) { return sentenceOf(remark); };
   facts.thisRun = [start = Clock::now(), moreOfThisRun] {
@@ -56,8 +57,8 @@ std::string commandText(int argc, const char* const* argv) {
   return text;
 }
 
-std::unique_ptr<RunReport> reportOf(const Program& program) {
-  return reportWith(program, []() -> Facts {
+std::unique_ptr<RunReport> reportOf(const Program& program, bool viewer) {
+  return reportWith(program, viewer, []() -> Facts {
     rusage used{};
     getrusage(RUSAGE_SELF, &used);
     return {
@@ -67,7 +68,7 @@ std::unique_ptr<RunReport> reportOf(const Program& program) {
 }
 
 std::unique_ptr<RunReport> jobReportOf(const Program& program) {
-  return reportWith(program, [] { return Facts(); });
+  return reportWith(program, /*viewer=*/false, [] { return Facts(); });
 }
 
 }  // namespace mirel

@@ -2,17 +2,25 @@
 
 #include <string_view>
 
+#include "report/encode.h"
+
 // The assembler copies the files into the program as they are.
-#define MIREL_ASSET(name, file)                                                     \
+#define MIREL_EMBED(name, path)                                                     \
   asm(".section .rodata\n.global mirel_" name "_begin\n.hidden mirel_" name         \
       "_begin\n.global mirel_" name "_end\n.hidden mirel_" name "_end\nmirel_" name \
       "_begin:\n"                                                                   \
-      ".incbin \"" MIREL_REPORT_FOLDER "/" file "\"\nmirel_" name "_end:\n.byte 0\n.previous\n")
+      ".incbin \"" path "\"\nmirel_" name "_end:\n.byte 0\n.previous\n")
+#define MIREL_ASSET(name, file) MIREL_EMBED(name, MIREL_REPORT_FOLDER "/" file)
 
 MIREL_ASSET("page", "page.html");
 MIREL_ASSET("card", "card.html");
 MIREL_ASSET("style", "style.css");
 MIREL_ASSET("script", "script.js");
+MIREL_ASSET("viewer", "viewer.js");
+MIREL_ASSET("licence", "NiiVue-LICENSE.txt");
+#ifdef MIREL_LIBRARY
+MIREL_EMBED("library", MIREL_LIBRARY);
+#endif
 MIREL_ASSET("index", "index.html");
 MIREL_ASSET("indexstyle", "index.css");
 MIREL_ASSET("indexscript", "index.js");
@@ -22,6 +30,9 @@ extern const char mirel_page_begin[], mirel_page_end[];
 extern const char mirel_card_begin[], mirel_card_end[];
 extern const char mirel_style_begin[], mirel_style_end[];
 extern const char mirel_script_begin[], mirel_script_end[];
+extern const char mirel_viewer_begin[], mirel_viewer_end[];
+extern const char mirel_licence_begin[], mirel_licence_end[];
+extern const unsigned char mirel_library_begin[], mirel_library_end[];
 extern const char mirel_index_begin[], mirel_index_end[];
 extern const char mirel_indexstyle_begin[], mirel_indexstyle_end[];
 extern const char mirel_indexscript_begin[], mirel_indexscript_end[];
@@ -40,6 +51,16 @@ std::string pageTemplate() {
 
 std::string styleSheet() { return {mirel_style_begin, mirel_style_end}; }
 std::string scriptText() { return {mirel_script_begin, mirel_script_end}; }
+std::string viewerScript() { return {mirel_viewer_begin, mirel_viewer_end}; }
+std::string viewerLicence() { return {mirel_licence_begin, mirel_licence_end}; }
+
+#ifdef MIREL_LIBRARY
+std::span<const unsigned char> viewerLibrary() { return {mirel_library_begin, mirel_library_end}; }
+std::string viewerLibraryHash() { return policyHashOf(MIREL_LIBRARY_SHA256); }
+#else
+std::span<const unsigned char> viewerLibrary() { return {}; }
+std::string viewerLibraryHash() { return {}; }
+#endif
 std::string indexTemplate() { return {mirel_index_begin, mirel_index_end}; }
 std::string indexStyle() { return {mirel_indexstyle_begin, mirel_indexstyle_end}; }
 std::string indexScript() { return {mirel_indexscript_begin, mirel_indexscript_end}; }

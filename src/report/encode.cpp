@@ -1,6 +1,10 @@
 #include "report/encode.h"
 
+#include <openssl/crypto.h>
 #include <openssl/evp.h>
+
+#include <array>
+#include <stdexcept>
 
 #include "jobs/checksum.h"
 
@@ -21,6 +25,15 @@ std::string dataAddress(const picture::RgbImage& image) {
 
 std::string policyHash(const std::string& text) {
   return "'sha256-" + base64(sha256Bytes(text)) + "'";
+}
+
+std::string policyHashOf(const std::string& checksum) {
+  std::array<unsigned char, 32> digest{};
+  std::size_t count = 0;
+  if (OPENSSL_hexstr2buf_ex(digest.data(), digest.size(), &count, checksum.c_str(), '\0') != 1 ||
+      count != digest.size())
+    throw std::invalid_argument("no SHA-256 checksum: " + checksum);
+  return "'sha256-" + base64(digest) + "'";
 }
 
 }  // namespace mirel::report

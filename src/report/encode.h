@@ -15,5 +15,7 @@ std::string dataAddress(const picture::RgbImage& image);
 
 /// What a content security policy calls a script or a style sheet in the page: "'sha256-...'".
 std::string policyHash(const std::string& text);
+/// The same of a text whose SHA-256 checksum is known, in hexadecimal digits.
+std::string policyHashOf(const std::string& checksum);
 
 }  // namespace mirel::report

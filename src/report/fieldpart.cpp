@@ -49,12 +49,16 @@ ProfileLine lineOf(const ShownField& field, const std::string& kind, const std::
 
 }  // namespace
 
+ColouredField colouredField(const ShownField& field) {
+  ColouredField coloured{field.shift, field.hzPerVoxel ? "Hz" : "voxels"};
+  coloured.map *= static_cast<float>(field.hzPerVoxel.value_or(1));
+  coloured.limit = picture::roundedUp(picture::robustLimit(coloured.map, field.measured));
+  return coloured;
+}
+
 Json fieldPart(const Views& views, const ShownField& field) {
   const double factor = field.hzPerVoxel.value_or(1);
-  const std::string unit = field.hzPerVoxel ? "Hz" : "voxels";
-  Volume<float> map = field.shift;
-  map *= static_cast<float>(factor);
-  const float limit = picture::roundedUp(picture::robustLimit(map, field.measured));
+  const auto [map, unit, limit] = colouredField(field);
   Json part = {{"title", field.title},
                {"note", field.note},
                {"bar", barPicture()},

@@ -20,6 +20,15 @@ struct ShownField {
   std::optional<double> hzPerVoxel{};  ///< of the field, with its sign; nothing: not known
 };
 
+/// The map in the unit of its colours: Hz where that is known, else voxels.
+struct ColouredField {
+  Volume<float> map;
+  std::string unit;
+  float limit = 1;  ///< full colour
+};
+
+ColouredField colouredField(const ShownField& field);
+
 /// Views, colour bar in all units that are known, histogram, and displacement against axial slice.
 /// The colours are those of the field in Hz where that is known, else of the displacement.
 Json fieldPart(const Views& views, const ShownField& field);

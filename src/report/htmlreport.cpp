@@ -16,6 +16,7 @@
 #include "report/mustache.h"
 #include "report/provenance.h"
 #include "report/verdictpart.h"
+#include "report/viewerpart.h"
 #include "report/views.h"
 
 namespace mirel::report {
@@ -62,6 +63,22 @@ struct Grids {
         voxelMm(nifti::columnLengths(of.affine())[axis]) {}
 };
 
+void addPair(ViewerPart& viewer, const PairInput& pair, const PairEstimate& estimate,
+             const ShownField& field) {
+  const auto windowA = picture::robustWindow(estimate.correctedA),
+             windowB = picture::robustWindow(estimate.correctedB);
+  viewer.addImage("First", pair.a.image, windowA);
+  viewer.addImage("Second", pair.b.image, windowB);
+  viewer.addImage("First, corrected", estimate.correctedA, windowA);
+  viewer.addImage("Second, corrected", estimate.correctedB, windowB);
+  viewer.addMean("Mean, corrected", 2, 3, picture::robustWindow(estimate.mean));
+  const auto told = [](const InputImage& image) {
+    return shortName(image.title()) + " (" + nameOf(image.direction()) + ")";
+  };
+  viewer.setField(field, "First is " + told(pair.a) + ", second " + told(pair.b) +
+                             ". Displacements are those of the first.");
+}
+
 }  // namespace
 
 struct HtmlReport::Content {
@@ -69,6 +86,7 @@ struct HtmlReport::Content {
   Json cards = Json::array(), overlays = Json::array(), fields = Json::array(),
        contours = Json::array(), seriesInputs = Json::array();
   std::optional<MeasuredMap> map;
+  std::optional<ViewerPart> viewer;
   int grids = 0;
 
   Views viewsOf(const std::string& name, const Grids& grid, const Volume<float>& shift) {
@@ -77,6 +95,15 @@ struct HtmlReport::Content {
     const Json outlines = views.contours();
     for (const Json& outline : outlines.list()) contours.push_back(outline);
     return views;
+  }
+
+  // Of the first images that are shown; null where there is none of these.
+  ViewerPart* viewerOf(const Grids& grid, const Volume<float>& shift) {
+    const Grid where = gridOf(grid.header);
+    if (viewer || !facts.viewer || viewerLibrary().empty() || !ViewerPart::shows(where))
+      return nullptr;
+    const glm::ivec3 start = meetingOf(chosenSlices(grid.head, shift, where.affine));
+    return &viewer.emplace(where, hasOrientation(grid.header), start);
   }
 
   void addField(const Views& views, const ShownField& field) {
@@ -105,9 +132,18 @@ void HtmlReport::showPair(const PairInput& pair, const PairEstimate& estimate) {
   content->overlays.push_back(views.redAndCyan(
       nameOf(pair.a.direction()) + " in red, " + nameOf(pair.b.direction()) + " in cyan", a, b));
   const auto hz = hzPerVoxel(pair.readoutSeconds, pair.a.direction().sign);
-  content->addField(
-      views, {"From the pair", noteOf(shortName(pair.a.title()), hz), estimate.mean, estimate.shift,
-              grid.stretch, grid.measured, grid.header.affine(), grid.voxelMm, hz});
+  const ShownField field{"From the pair",
+                         noteOf(shortName(pair.a.title()), hz),
+                         estimate.mean,
+                         estimate.shift,
+                         grid.stretch,
+                         grid.measured,
+                         grid.header.affine(),
+                         grid.voxelMm,
+                         hz};
+  content->addField(views, field);
+  if (ViewerPart* viewer = content->viewerOf(grid, estimate.shift))
+    addPair(*viewer, pair, estimate, field);
 }
 
 void HtmlReport::showSeries(const SeriesImages& series) {
@@ -122,9 +158,16 @@ void HtmlReport::showSeries(const SeriesImages& series) {
   // With a pair its own map is what was measured; without, each series shows what was applied.
   if (!content->map || content->overlays.list().empty()) {
     const auto hz = hzPerVoxelOf(series.record);
-    content->addField(views,
-                      {"Applied to " + name, noteOf(name, hz), series.meanAfter, series.shift,
-                       grid.stretch, grid.measured, grid.header.affine(), grid.voxelMm, hz});
+    const ShownField field{"Applied to " + name, noteOf(name, hz), series.meanAfter,
+                           series.shift,         grid.stretch,     grid.measured,
+                           grid.header.affine(), grid.voxelMm,     hz};
+    content->addField(views, field);
+    if (ViewerPart* viewer = content->viewerOf(grid, series.shift)) {
+      const auto window = picture::robustWindow(series.meanAfter);
+      viewer->addImage("As it came", series.meanBefore, window);
+      viewer->addImage("Corrected", series.meanAfter, window);
+      viewer->setField(field, "The mean of " + name + ".");
+    }
   }
   content->seriesInputs.push_back(inputPart("Series", series.origin.at("Series")));
 }
@@ -150,6 +193,15 @@ Json inputsOf(const Json& origin, const Json& series) {
     if (const Json* given = origin.find(source)) inputs.push_back(inputPart(source, *given));
   for (const Json& one : series.list()) inputs.push_back(one);
   return inputs;
+}
+
+// What is long stands in the page as it is. No text of a template's data holds the mark.
+void addBlocks(const ViewerPart& viewer, std::string& page) {
+  constexpr std::string_view mark = "<!--viewer-->";
+  const std::string library = "<!--\n" + viewerLicence() +
+                              "-->\n<script type=\"text/plain\" id=\"viewer-library\">" +
+                              base64(viewerLibrary()) + "</script>\n";
+  page.replace(page.find(mark), mark.size(), viewer.blocks() + library);
 }
 
 void setList(Json& page, const std::string& name, const std::string& flag, const Json& list) {
@@ -196,11 +248,19 @@ std::string HtmlReport::text(const RunRecord& run, const std::vector<std::string
   for (const auto& [what, value] : made.facts.thisRun())
     rows.push_back(Json{{"what", what}, {"value", value}});
   page["thisRun"] = rows;
+  if (made.viewer) {
+    page["viewer"] = made.viewer->part();
+    page["viewerScript"] = viewerScript();
+    page["viewerHash"] = policyHash(viewerScript());
+    page["libraryHash"] = viewerLibraryHash();
+  }
   page["style"] = styleSheet();
   page["script"] = scriptText();
   page["styleHash"] = policyHash(styleSheet());
   page["scriptHash"] = policyHash(scriptText());
-  return filled(pageTemplate(), page);
+  std::string text = filled(pageTemplate(), page);
+  if (made.viewer) addBlocks(*made.viewer, text);
+  return text;
 }
 
 }  // namespace mirel::report

@@ -10,6 +10,7 @@ namespace mirel::report {
 
 /// What a page tells that no record knows.
 struct ReportFacts {
+  bool viewer = false;  ///< whether there is a viewer in it, which this program may lack
   std::string command;  ///< as it was typed
   /// A warning in full, with what the user can do about it.
   std::function<std::string(const Remark&)> sentence;

@@ -75,4 +75,13 @@ std::vector<ChosenSlice> chosenSlices(const Volume<float>& head, const Volume<fl
   return slices;
 }
 
+glm::ivec3 meetingOf(const std::vector<ChosenSlice>& slices) {
+  glm::ivec3 place(0);
+  // From the last to the first, which stays.
+  std::for_each(slices.rbegin(), slices.rend(), [&place](const ChosenSlice& slice) {
+    place[2 - static_cast<int>(slice.plane)] = slice.index;
+  });
+  return place;
+}
+
 }  // namespace mirel::report

@@ -25,4 +25,8 @@ struct ChosenSlice {
 std::vector<ChosenSlice> chosenSlices(const Volume<float>& head, const Volume<float>& shift,
                                       const glm::dmat4& affine);
 
+/// Where the first slices of the three planes meet: the indices of the sagittal, the coronal and
+/// the axial one.
+glm::ivec3 meetingOf(const std::vector<ChosenSlice>& slices);
+
 }  // namespace mirel::report

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "cli/program.h"
 
@@ -27,9 +28,11 @@ struct Browser {
   bool isThere() const { return !chromium.empty() && !node.empty(); }
   /// What a script for Node says about a page; {"failed": ...} when it says nothing.
   nlohmann::json looked(const std::string& script, const std::string& page,
-                        const std::string& folder) const {
-    const ProgramResult seen =
-        runProgram(node, {script, chromium, page, folder + "/profile"}, folder);
+                        const std::string& folder,
+                        const std::vector<std::string>& options = {}) const {
+    std::vector<std::string> words = {script, chromium, page, folder + "/profile"};
+    words.insert(words.end(), options.begin(), options.end());
+    const ProgramResult seen = runProgram(node, words, folder);
     nlohmann::json said = nlohmann::json::parse(seen.out, nullptr, false);
     if (said.is_discarded()) return {{"failed", seen.out + seen.err}};
     return said;

@@ -1,33 +1,13 @@
 // Opens a page in headless Chromium and says what it finds, as JSON on standard output.
 // Usage: node browser.mjs CHROMIUM PAGE PROFILE
-import { open } from './chromium.mjs';
+import { layoutAt, open } from './chromium.mjs';
 
 const [chromium, page, profile] = process.argv.slice(2);
-
-// Runs in the page.
-const overlaps = () => {
-  const boxes = [...document.querySelectorAll('main > section, .card, .view, .chart')]
-      .map((element) => ({ element, box: element.getBoundingClientRect() }));
-  const found = [];
-  for (const a of boxes)
-    for (const b of boxes) {
-      if (a === b || a.element.contains(b.element) || b.element.contains(a.element)) continue;
-      if (a.box.left < b.box.right - 1 && b.box.left < a.box.right - 1 &&
-          a.box.top < b.box.bottom - 1 && b.box.top < a.box.bottom - 1)
-        found.push(`${a.element.className} over ${b.element.className}`);
-    }
-  return found;
-};
-const wider = () => [...document.querySelectorAll('main *')]
-    .filter((element) => !element.closest('.unseen, thead, svg') &&
-                         element.getBoundingClientRect().right > document.documentElement.clientWidth + 1)
-    .map((element) => `${element.tagName} ${element.className}`);
 
 let opened;
 try {
   opened = await open(chromium, page, profile);
-  const { tell, value, resize } = opened;
-  const sizes = {};
+  const { tell, value } = opened;
 
   const shown = `getComputedStyle(document.querySelector('.pictures .before')).visibility`;
   const place = async () => JSON.parse(await value(`(() => {
@@ -56,14 +36,7 @@ try {
   await press();
   states.released = await value(shown);
 
-  for (const width of [360, 1600]) {
-    await resize(width);
-    sizes[width] = {
-      scrolls: await value(`document.documentElement.scrollWidth - document.documentElement.clientWidth`),
-      overlaps: JSON.parse(await value(`JSON.stringify((${overlaps})())`)),
-      wider: JSON.parse(await value(`JSON.stringify((${wider})())`)),
-    };
-  }
+  const sizes = await layoutAt(opened, [360, 1600], 'main > section, .card, .view, .chart');
   const unnamed = await value(`[...document.querySelectorAll('img:not([alt]), img[alt=""]')].length +
     [...document.querySelectorAll('button')].filter((b) => !b.textContent.trim()).length`);
   const requests = opened.requests();

@@ -2,13 +2,18 @@
 import { spawn } from 'node:child_process';
 import { pathToFileURL } from 'node:url';
 
-export const open = async (chromium, page, profile, width = 1600) => {
+// WebGL without a graphics card.
+export const software3d = [
+  '--use-gl=angle', '--use-angle=swiftshader', '--enable-unsafe-swiftshader', '--ignore-gpu-blocklist',
+];
+
+export const open = async (chromium, page, profile, width = 1600, flags = ['--disable-gpu']) => {
   const browser = spawn(
       chromium,
       [
-        '--headless', '--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
+        '--headless', '--no-sandbox', '--disable-quic', '--no-first-run',
         '--disable-background-networking', '--disable-component-update', '--disable-sync',
-        `--user-data-dir=${profile}`, '--remote-debugging-pipe', 'about:blank',
+        ...flags, `--user-data-dir=${profile}`, '--remote-debugging-pipe', 'about:blank',
       ],
       { stdio: ['ignore', 'ignore', 'ignore', 'pipe', 'pipe'] });
 
@@ -31,12 +36,12 @@ export const open = async (chromium, page, profile, width = 1600) => {
                                                    : done(message.result));
     browser.stdio[3].write(JSON.stringify({ id: last, method, params, sessionId }) + '\0');
   });
-  const until = async (method) => {
+  const until = async (what, holds) => {
     for (let n = 0; n < 600; ++n) {
-      if (events.some((event) => event.method === method)) return;
+      if (await holds()) return;
       await new Promise((done) => setTimeout(done, 50));
     }
-    throw new Error(`no ${method}`);
+    throw new Error(`no ${what}`);
   };
 
   const { targetInfos } = await send('Target.getTargets');
@@ -55,10 +60,10 @@ export const open = async (chromium, page, profile, width = 1600) => {
   await resize(width);
   const address = pathToFileURL(page).href;
   await tell('Page.navigate', { url: address });
-  await until('Page.loadEventFired');
+  await until('load', () => events.some((event) => event.method === 'Page.loadEventFired'));
 
   return {
-    tell, value, resize,
+    tell, value, until, resize,
     press: async (key, code, text) => {
       for (const type of ['keyDown', 'keyUp'])
         await tell('Input.dispatchKeyEvent',
@@ -78,4 +83,37 @@ export const open = async (chromium, page, profile, width = 1600) => {
     },
     kill: () => browser.kill(),
   };
+};
+
+// Runs in the page.
+const overlaps = (selector) => {
+  const boxes = [...document.querySelectorAll(selector)]
+      .map((element) => ({ element, box: element.getBoundingClientRect() }));
+  const found = [];
+  for (const a of boxes)
+    for (const b of boxes) {
+      if (a === b || a.element.contains(b.element) || b.element.contains(a.element)) continue;
+      if (a.box.left < b.box.right - 1 && b.box.left < a.box.right - 1 &&
+          a.box.top < b.box.bottom - 1 && b.box.top < a.box.bottom - 1)
+        found.push(`${a.element.className} over ${b.element.className}`);
+    }
+  return found;
+};
+const wider = () => [...document.querySelectorAll('main *')]
+    .filter((element) => !element.closest('.unseen, thead, svg') &&
+                         element.getBoundingClientRect().right > document.documentElement.clientWidth + 1)
+    .map((element) => `${element.tagName} ${element.className}`);
+
+// How elements of a page lie at each of some widths of the window.
+export const layoutAt = async ({ resize, value }, widths, selector) => {
+  const sizes = {};
+  for (const width of widths) {
+    await resize(width);
+    sizes[width] = {
+      scrolls: await value(`document.documentElement.scrollWidth - document.documentElement.clientWidth`),
+      overlaps: JSON.parse(await value(`JSON.stringify((${overlaps})(${JSON.stringify(selector)}))`)),
+      wider: JSON.parse(await value(`JSON.stringify((${wider})())`)),
+    };
+  }
+  return sizes;
 };

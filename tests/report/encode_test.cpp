@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <stdexcept>
 #include <vector>
 
 namespace {
@@ -24,6 +25,13 @@ TEST(Base64, IsThatOfTheStandard) {
 // The SHA-256 of "abc" (FIPS 180-4) in base64.
 TEST(PolicyHash, IsTheSha256InBase64) {
   EXPECT_EQ(report::policyHash("abc"), "'sha256-ungWv48Bz+pBQUDeXa4iI7ADYaOWF3qctBD/YfIAFa0='");
+}
+
+TEST(PolicyHash, IsMadeOfAChecksumToo) {
+  const std::string sum = "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad";
+  EXPECT_EQ(report::policyHashOf(sum), report::policyHash("abc"));
+  EXPECT_THROW(report::policyHashOf(sum.substr(1)), std::invalid_argument);
+  EXPECT_THROW(report::policyHashOf("x" + sum.substr(1)), std::invalid_argument);
 }
 
 TEST(DataAddress, HoldsAPng) {

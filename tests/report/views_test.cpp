@@ -47,6 +47,14 @@ TEST(ChosenSlices, AreCountedTowardsThePatientsRight) {
   EXPECT_EQ(slices[1].index, 15 - 11);
 }
 
+TEST(ChosenSlices, MeetWhereTheFirstOfEachPlaneAre) {
+  EXPECT_EQ(meetingOf({{SlicePlane::axial, 6, false},
+                       {SlicePlane::axial, 11, true},
+                       {SlicePlane::coronal, 12, true},
+                       {SlicePlane::sagittal, 9, true}}),
+            glm::ivec3(9, 12, 6));
+}
+
 TEST(Views, HaveLettersOnlyWhereTheSidesAreKnown) {
   const Block block;
   const Grid grid{{20, 24, 16}, glm::dmat4(1)};

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <string>
+
+#include "containers/volume.h"
+#include "field/grid.h"
+
+/// Images inside the page, for its viewer.
+namespace mirel::report {
+
+/// How finely the values of an image are told: the largest power of two that is not above `range`
+/// divided by `steps`; 1 where that is above 1 and all values are integers: these stay what they
+/// are. `range` is positive and finite.
+double stepOf(const Volume<float>& image, double range, int steps);
+
+/// An image in Base64, as viewer.js reads it: a gzip stream of
+///
+///   352 bytes        a NIfTI-1 header, its end mark included: of 16-bit integers with the slope
+///                    `step` or, where these do not reach or a value is not finite, of 32-bit
+///                    floats
+///   n bytes each     the lowest bytes of all samples, then the next ones, ...
+///
+/// of samples that are replaced by their difference d to the one before (the first by itself), as
+/// integers of their size that overflow, stored as 2 d where that is not negative and as -2 d - 1
+/// where it is. What changes little from voxel to voxel becomes small so. The same image makes the
+/// same text.
+///
+/// Integers lie within half a step of the values, floats are the values.
+std::string packedImage(const Volume<float>& image, const Grid& grid, double step);
+
+}  // namespace mirel::report

@@ -1,0 +1,223 @@
+'use strict';
+(() => {
+  const section = document.getElementById('viewer');
+  const part = (name) => section.querySelector(`[data-part="${name}"]`);
+  const canvas = part('canvas'), radios = [...section.querySelectorAll('input[type="radio"]')];
+  const sliders = ['sagittal', 'coronal', 'axial'].map(part), opacity = part('opacity');
+  const { unit, perVoxel, mm, limit, start, oriented } = section.dataset;
+  let view, field, place = [0, 0, 0];
+
+  // Images and library are gzip data in Base64.
+  const inflated = async (id) => {
+    const packed = Uint8Array.from(atob(document.getElementById(id).textContent.trim()),
+                                   (letter) => letter.charCodeAt(0));
+    const plain = new Blob([packed]).stream().pipeThrough(new DecompressionStream('gzip'));
+    return new Uint8Array(await new Response(plain).arrayBuffer());
+  };
+
+  // Of an image of the page (packedimage.h): differences of samples, byte by byte.
+  const headerBytes = 352;
+  const niftiFile = (bytes) => {
+    const file = bytes.slice();
+    const size = new DataView(file.buffer).getInt16(72, true) / 8;
+    const count = (bytes.length - headerBytes) / size;
+    const samples = new (size === 2 ? Uint16Array : Uint32Array)(file.buffer, headerBytes, count);
+    let sample = 0;
+    for (let n = 0; n < count; ++n) {
+      let stored = 0;
+      for (let b = 0; b < size; ++b) stored |= bytes[headerBytes + b * count + n] << (8 * b);
+      sample = (sample + ((stored >>> 1) ^ -(stored & 1))) | 0;
+      samples[n] = sample;
+    }
+    return file.buffer;
+  };
+  const valuesOf = (file) => {
+    const header = new DataView(file), slope = header.getFloat32(112, true);
+    if (header.getInt16(72, true) === 32) return new Float32Array(file, headerBytes);
+    return Float32Array.from(new Int16Array(file, headerBytes), (sample) => slope * sample);
+  };
+  // What a function makes of two images, voxel by voxel, as 32-bit floats.
+  const madeOf = (first, second, rule) => {
+    const a = valuesOf(first), b = valuesOf(second);
+    const made = new ArrayBuffer(headerBytes + 4 * a.length);
+    new Uint8Array(made).set(new Uint8Array(first, 0, headerBytes));
+    const header = new DataView(made);
+    header.setInt16(70, 16, true);
+    header.setInt16(72, 32, true);
+    header.setFloat32(112, 1, true);
+    new Float32Array(made, headerBytes).set(a.map((value, n) => rule(value, b[n])));
+    return made;
+  };
+  // The colours as in the still pictures: fainter where the field is small and where nothing was
+  // measured.
+  const weight = (value, measured) =>
+    0.85 * Math.min(1, Math.abs(value / limit)) ** 0.6 * (measured ? 1 : 0.25);
+
+  const files = new Map(), images = new Map(), means = new Map();
+  const fileOf = async (id) => {
+    if (!files.has(id)) {
+      const [first, second, weights] = id.split(' ');
+      files.set(id, second ? madeOf(await fileOf(first), await fileOf(second),
+                                    weights ? weight : (a, b) => (a + b) / 2)
+                           : niftiFile(await inflated(id)));
+    }
+    return files.get(id);
+  };
+  const imageOf = async (id, colours, low, high) => {
+    if (!images.has(id)) {
+      const file = (await fileOf(id)).slice(0);
+      const image = await niivue.NVImage.new(file, `${id}.nii`, colours, 1, null, low, high);
+      Object.assign(image, { cal_min: low, cal_max: high });
+      images.set(id, image);
+      const [first, second, weights] = id.split(' ');
+      if (second && !weights) means.set(image, await imageOf(first, colours, low, high));
+    }
+    return images.get(id);
+  };
+
+  // Numbers with as many decimals as the stored steps bear (without steps six digits), and a true
+  // minus sign.
+  const text = (value, decimals) =>
+    (decimals === null ? String(Number(value.toPrecision(6))) : value.toFixed(decimals))
+        .replace(/^-(0\.?0*)$/, '$1').replace('-', '\u2212');
+  const decimalsOf = (image) => {
+    const part = means.get(image) ?? image;
+    if (part.hdr.datatypeCode === 16) return null;
+    if (part !== image) return 1 + decimalsOf(part);
+    return Math.max(0, Math.ceil(-Math.log10(image.hdr.scl_slope)));
+  };
+
+  const sides = () => view.volumes[0].dimsRAS.slice(1, 4);
+  const centre = (voxel) => sides().map((count, n) => (voxel[n] + 0.5) / count);
+  const within = (voxel) => sides().map((count, n) => Math.min(count - 1, Math.max(0, voxel[n])));
+  // Voxels are counted towards the patient's right, front and top here, in the file along its axes.
+  const inFile = (voxel) => {
+    const counted = [0, 0, 0];
+    view.volumes[0].permRAS.forEach((axis, n) => {
+      counted[Math.abs(axis) - 1] = axis > 0 ? voxel[n] : sides()[n] - 1 - voxel[n];
+    });
+    return counted;
+  };
+  const tell = (voxel) => {
+    const image = view.volumes[0], counted = inFile(voxel);
+    part('voxel').value = counted.join(', ');
+    part('value').value = text(image.getValue(...voxel), decimalsOf(image));
+    const strength = field.getValue(...voxel), displacement = strength / perVoxel;
+    if (unit === 'Hz') part('field').value = `${text(strength, decimalsOf(field))} Hz`;
+    part('displacement').value =
+        `${text(displacement, 2)} voxels, ${text(displacement * mm, 2)} mm`;
+    if (oriented) {
+      const [x, y, z] = image.convertFrac2MM(centre(voxel), true);
+      part('place').value = [x, y, z].map((each) => text(each, 1)).join(', ') + ' mm';
+    }
+  };
+  const move = (voxel) => {
+    place = within(voxel);
+    sliders.forEach((slider, n) => {
+      slider.value = place[n];
+      slider.nextElementSibling.value = place[n];
+    });
+    view.scene.crosshairPos = centre(place);
+    view.drawScene();
+    tell(place);
+  };
+
+  const show = async (radio) => {
+    const { low, high } = radio.dataset;
+    const image = await imageOf(radio.value, 'gray', +low, +high);
+    if (!radio.checked) return;
+    view.volumes = [image, ...view.volumes.slice(1)];
+    view.setVolume(image, 0);
+    move(place);
+    section.dataset.shown = radio.value;
+  };
+  const fade = () => {
+    opacity.nextElementSibling.value = `${opacity.value} %`;
+    view.setOpacity(1, opacity.value / 100);
+  };
+
+  const pixel = (event) => {
+    const box = canvas.getBoundingClientRect();
+    return [(event.clientX - box.left) * canvas.width / box.width,
+            (event.clientY - box.top) * canvas.height / box.height];
+  };
+  const voxelAt = (event) => {
+    const part = view.canvasPos2frac(pixel(event));
+    return part[0] < 0 ? null : within(sides().map((count, n) => Math.floor(part[n] * count)));
+  };
+  const listen = () => {
+    canvas.addEventListener('pointerdown', (event) => {
+      const voxel = voxelAt(event);
+      if (voxel) move(voxel);
+    });
+    canvas.addEventListener('pointermove', (event) => {
+      const voxel = voxelAt(event);
+      if (voxel && event.buttons) move(voxel);
+      else tell(voxel ?? place);
+    });
+    canvas.addEventListener('pointerleave', () => tell(place));
+    canvas.addEventListener('wheel', (event) => {
+      const tile = view.screenSlices[view.tileIndex(...pixel(event))];
+      if (!tile || tile.axCorSag > 2) return;
+      event.preventDefault();
+      step(2 - tile.axCorSag, event.deltaY < 0 ? 1 : -1);
+    }, { passive: false });
+    const keys = { ArrowLeft: [0, -1], ArrowRight: [0, 1], ArrowDown: [1, -1], ArrowUp: [1, 1],
+                   PageDown: [2, -1], PageUp: [2, 1] };
+    canvas.addEventListener('keydown', (event) => {
+      if (!keys[event.key]) return;
+      event.preventDefault();
+      step(...keys[event.key]);
+    });
+    sliders.forEach((slider, axis) =>
+      slider.addEventListener('input', () => step(axis, slider.value - place[axis])));
+    opacity.addEventListener('input', fade);
+    radios.forEach((radio) => radio.addEventListener('change', () => show(radio)));
+  };
+  const step = (axis, by) => move(place.map((at, n) => n === axis ? at + by : at));
+
+  const begin = async () => {
+    const script = document.createElement('script');
+    script.textContent = new TextDecoder().decode(await inflated('viewer-library'));
+    document.head.append(script);
+    view = new niivue.Niivue({
+      logLevel: 'error', loadingText: '', interactive: false, dragAndDropEnabled: false,
+      isNearestInterpolation: true, multiplanarShowRender: 0, isOrientationTextVisible: Boolean(oriented),
+      crosshairWidth: 0.7, crosshairWidthUnit: 'mm',
+      fontColor: [0.9, 0.93, 0.96, 1], crosshairColor: [1, 0.83, 0, 0.7],
+    });
+    await view.attachToCanvas(canvas, false);
+    view.addColormap('displacement',
+        { R: [33, 255, 178], G: [70, 255, 24], B: [160, 255, 43], A: [255, 255, 255],
+          I: [0, 128, 255] });
+    const shown = radios.find((radio) => radio.checked);
+    view.addVolume(await imageOf(shown.value, 'gray', +shown.dataset.low, +shown.dataset.high));
+    field = await imageOf('viewer-field', 'displacement', -limit, +limit);
+    view.addVolume(field);
+    const weights = await imageOf('viewer-field viewer-measured weights', 'gray', 0, 1);
+    view.addVolume(weights);
+    view.setOpacity(2, 0);
+    view.setModulationImage(field.id, weights.id, 1);
+    sliders.forEach((slider, n) => { slider.max = sides()[n] - 1; });
+    fade();
+    listen();
+    move(start.split(' ').map(Number));
+    section.dataset.state = 'ready';
+  };
+  const unable = (why) => {
+    section.dataset.state = 'unable';
+    part('unable').textContent = `This browser cannot show the viewer: ${why}. ` +
+        'The other pictures of this page show chosen slices.';
+  };
+
+  section.hidden = false;
+  if (!document.createElement('canvas').getContext('webgl2')) return unable('it has no WebGL 2');
+  if (typeof DecompressionStream === 'undefined') return unable('it cannot unpack compressed data');
+  // Only once somebody looks at it: the other parts of the page are there at once.
+  const watch = new IntersectionObserver((seen) => {
+    if (!seen.some((one) => one.isIntersecting)) return;
+    watch.disconnect();
+    begin().catch((fault) => unable(fault.message));
+  }, { rootMargin: '200px' });
+  watch.observe(section);
+})();
