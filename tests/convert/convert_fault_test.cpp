@@ -132,6 +132,28 @@ TEST_F(ConvertFaults, AShortGradientTableIsLeftOutAndNoted) {
   EXPECT_EQ(report.written, std::vector<std::string>{folder.file("d.nii")});
 }
 
+TEST_F(ConvertFaults, GradientsOfATwinAreNotReplaced) {
+  writeText(folder.file("a.bvec"), "1 0\n0 1\n0 0\n");
+  writeText(folder.file("a.bval"), "700 800\n");
+  convert::convert(folder.file("a.nii"), folder.file("c.dmr"));
+  EXPECT_THAT(message("c.dmr", "a.nii.gz"),
+              AllOf(HasSubstr("a.nii is there already"), HasSubstr("a.bvec and "),
+                    HasSubstr("would be read as its gradients, too")));
+  EXPECT_FALSE(std::filesystem::exists(folder.file("a.nii.gz")));
+  EXPECT_EQ(message("c.dmr", "b.nii.gz"), "nothing");
+  EXPECT_EQ(message("c.dmr", "b.nii.gz"), "nothing") << "its own are replaced";
+}
+
+TEST_F(ConvertFaults, GradientsThatStandBesideTheResultAreNoted) {
+  convert::convert(folder.file("a.nii"), folder.file("c.fmr"));
+  writeText(folder.file("d.bval"), "0 1000\n");
+  const convert::ConvertReport report =
+      convert::convert(folder.file("c.fmr"), folder.file("d.nii"));
+  EXPECT_THAT(report.notes, testing::ElementsAre(AllOf(HasSubstr("d.bval was there already"),
+                                                       HasSubstr("read as the gradients of"))));
+  EXPECT_EQ(textOf(folder.file("d.bval")), "0 1000\n");
+}
+
 TEST_F(ConvertFaults, GradientOptionsMakeNoSenseForAnImage) {
   convert::convert(folder.file("a.nii"), folder.file("c.dmr"));
   EXPECT_THAT(message("c.dmr", "d.nii", {"x", "y"}), HasSubstr("gradient files are read for"));
