@@ -166,6 +166,15 @@ class SubjectRun {
     return files;
   }
 
+  // The page of a series has no verdict of its own on the pair.
+  static std::vector<Remark> doubtsAbout(const FieldFile& source) {
+    const std::string trust = trustIn(stemOf(source.file()));
+    if (trust.empty() || trust == "trusted") return {};
+    return {Remark(source.file() + " is " +
+                   (trust == "doubtful" ? "doubtful" : "not to be trusted") +
+                   ", by the verdict on the pair that it is estimated from")};
+  }
+
   void correct(std::size_t target, const FieldFile& source) {
     const ImageFacts& image = imageOf(target);
     const std::string folder = folderOf(image.image.session, image.image.datatype);
@@ -185,6 +194,7 @@ class SubjectRun {
     options.seriesSettings.threads = settings.threads;
     options.output = settings.output + "/" + folder;
     options.reference = source.mean;
+    options.doubts = doubtsAbout(source);
     const std::unique_ptr<RunReport> report = settings.report ? settings.report() : nullptr;
     options.report = report.get();
     options.reportStem = correctedName(image.image.name);

@@ -116,6 +116,13 @@ bool isSeriesUpToDate(const std::string& stem, const std::string& series, const 
   return false;
 }
 
+std::string trustIn(const std::string& stem) try {
+  const std::optional<Json> record = recordOf(stem);
+  return record ? record->part("Verdict").textOf("Trust") : "";
+} catch (const std::exception&) {
+  return "";
+}
+
 bool isOurs(const std::string& stem) try {
   return recordOf(stem).has_value();
 } catch (const std::exception&) {

@@ -35,6 +35,10 @@ bool isPairUpToDate(const std::vector<std::string>& stems, const PairSource& a, 
 bool isSeriesUpToDate(const std::string& stem, const std::string& series, const std::string& field,
                       const std::string& version, Checksums& sums);
 
+/// How far a result is to be trusted by the verdict in its record: "trusted", "doubtful", "do not
+/// trust"; empty where there is none.
+std::string trustIn(const std::string& stem);
+
 /// Whether there is a record of this program beside a result, so that it may be replaced.
 bool isOurs(const std::string& stem);
 

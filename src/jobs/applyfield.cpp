@@ -110,7 +110,8 @@ RunRecord applyField(const ApplyFieldOptions& options, Progress& progress) {
   std::vector<SeriesInput> read;
   const Distortion distortion = readAll(options, source, read);
   run.notes = source.notes;
-  run.warnings = source.warnings;
+  run.warnings = options.doubts;
+  run.warnings.insert(run.warnings.end(), source.warnings.begin(), source.warnings.end());
   const std::optional<Reference> reference = readReference(options, source.file, run);
 
   SeriesCorrection series(options.seriesSettings, folder);

@@ -23,6 +23,7 @@ struct ApplyFieldOptions {
   SeriesSettings seriesSettings;
   /// A folder; with one series also the name of an image (.nii, .nii.gz).
   std::string output;
+  std::vector<Remark> doubts;  ///< about the field, of who estimated it: they go into the warnings
   /// An undistorted image of the same head for the sign check; empty: none is made.
   std::string reference;
   bool overwrite = false;       ///< replace results that were made of other inputs

@@ -150,7 +150,7 @@ TEST_F(Bids, LabelsSelectWithOrWithoutPrefixAndUnknownOnesAreRefused) {
   EXPECT_THAT(plan, AllOf(HasSubstr("sub-01/"), HasSubstr("sub-03/"), Not(HasSubstr("sub-02/"))));
   const ProgramResult unknown = bids({"--participant-label", "1"});
   EXPECT_EQ(unknown.status, 2);
-  EXPECT_EQ(unknown.err, raw() +
+  EXPECT_EQ(unknown.err, folder.file("raw") +
                              " has no subject 1: there are 01, 02, 03\n"
                              "Run with --help for more information.\n");
   EXPECT_THAT(bids({"--task-id", "task-rest", "x"}).err,

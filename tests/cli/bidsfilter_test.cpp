@@ -44,16 +44,19 @@ TEST_F(BidsFilter, FieldMapsThatItLeavesOutAreNoSources) {
 }
 
 TEST_F(BidsFilter, ChoosesAmongFieldMaps) {
-  for (const char* dir : {"AP", "PA"})
-    image(
-        "dir-" + std::string(dir) + "_epi",
-        "sub-01/fmap/sub-01_acq-other_dir-" + std::string(dir) + "_epi",
-        sidecar(*dir == 'A' ? "j-" : "j", R"("IntendedFor": "func/sub-01_task-rest_bold.nii.gz")"));
-  const std::string bold = "sub-01_task-rest_bold.nii.gz\n    planned: sub-01_";
-  EXPECT_THAT(filtered(R"({"fmap": {"acquisition": "other"}})").out,
-              HasSubstr(bold + "acq-other_desc-preproc_fieldmap"));
-  EXPECT_THAT(filtered(R"({"fmap": {"acquisition": null}})").out,
-              HasSubstr(bold + "desc-preproc_fieldmap"));
+  const std::string intent = R"("IntendedFor": "func/sub-02_task-rest_bold.nii.gz")";
+  for (const std::string acq : {"a", "b"})
+    for (const std::string dir : {"AP", "PA"})
+      image("dir-" + dir + "_epi", "sub-02/fmap/sub-02_acq-" + acq + "_dir-" + dir + "_epi",
+            sidecar(dir == "AP" ? "j-" : "j", intent));
+  image("task-rest_dir-AP_bold", "sub-02/func/sub-02_task-rest_bold", sidecar("j-"));
+  for (const std::string acq : {"a", "b"}) {
+    const std::string out =
+        filtered(R"({"fmap": {"acquisition": ")" + acq + R"("}})", {"--participant-label", "02"})
+            .out;
+    EXPECT_THAT(out, HasSubstr("sub-02_task-rest_bold.nii.gz\n    planned: sub-02_acq-" + acq +
+                               "_desc-preproc_fieldmap"));
+  }
 }
 
 TEST_F(BidsFilter, ThatIsNotUnderstoodIsAMistakeOfUsage) {

@@ -28,26 +28,44 @@ class BidsKilled : public TinyStudy {
     for (const char* label : {"01", "02", "03"}) subject(label);
   }
 
-  /// The bytes of all results: of images, sidecars and the plan, but not of pages and logs, which
-  /// tell times.
-  Files results(const std::string& where) const {
+  /// The bytes of all results but of pages, which tell times, and logs.
+  Files results() const {
     Files files;
-    for (const auto& entry : fs::recursive_directory_iterator(where)) {
-      const std::string name = entry.path().lexically_relative(where).string();
+    if (!fs::exists(out())) return files;
+    for (const auto& entry : fs::recursive_directory_iterator(out())) {
+      const std::string name = entry.path().lexically_relative(out()).string();
       if (!entry.is_regular_file() || name.ends_with(".log") || name.starts_with("logs/")) continue;
       files[name] = name.ends_with(".html") ? "" : textOf(entry.path().string());
     }
     return files;
   }
 
-  std::vector<std::string> words(const std::string& output) const {
-    return {"bids", raw(), output, "participant", "--n-cpus", "2"};
+  /// Names of files that are in one of both alone, or differ; of `common` only those that differ.
+  static std::vector<std::string> differences(const Files& expected, const Files& found,
+                                              bool common = false) {
+    std::vector<std::string> names;
+    for (const auto& [name, bytes] : expected)
+      if (!found.contains(name) ? !common : found.at(name) != bytes) names.push_back(name);
+    for (const auto& [name, bytes] : found)
+      if (!common && !expected.contains(name)) names.push_back(name);
+    return names;
+  }
+
+  ProgramResult run() const { return bids({"--n-cpus", "2"}); }
+
+  /// The files of a run that is left alone, which are removed again.
+  Files undisturbed() const {
+    const ProgramResult alone = run();
+    EXPECT_EQ(alone.status, 0) << alone.err;
+    const Files files = results();
+    fs::remove_all(out());
+    return files;
   }
 
   /// Starts a run and returns its process.
-  pid_t start(const std::string& output) const {
-    std::vector<std::string> line = words(output);
-    line.insert(line.begin(), MIREL_PROGRAM);
+  pid_t start() const {
+    std::vector<std::string> line = {MIREL_PROGRAM, "bids",     raw(), out(),
+                                     "participant", "--n-cpus", "2"};
     std::vector<char*> argv;
     for (std::string& word : line) argv.push_back(word.data());
     argv.push_back(nullptr);
@@ -69,52 +87,44 @@ class BidsKilled : public TinyStudy {
 }  // namespace
 
 TEST_F(BidsKilled, AtAnyMomentLeavesWhatTheNextRunGoesOnFrom) {
-  ProgramResult alone;
-  const double seconds = secondsOf([&] { alone = runMirel(words(folder.file("alone"))); });
-  ASSERT_EQ(alone.status, 0) << alone.err;
-  const Files expected = results(folder.file("alone"));
+  Files expected;
+  const double seconds = secondsOf([&] { expected = undisturbed(); });
   std::mt19937 random(20261122);
-  std::uniform_real_distribution<double> moment(0, 1.1 * seconds);
+  std::uniform_real_distribution<double> moment(0, 0.8 * seconds);
   int killed = 0;
-  for (int repetition = 0; repetition < 12; ++repetition) {
+  for (int repetition = 1; repetition <= 12; ++repetition) {
     const double after = moment(random);
-    const pid_t run = start(out());
-    ASSERT_GT(run, 0);
+    const pid_t child = start();
+    ASSERT_GT(child, 0);
     std::this_thread::sleep_for(std::chrono::duration<double>(after));
-    kill(run, SIGKILL);
+    kill(child, SIGKILL);
     int status = 0;
-    ASSERT_EQ(waitpid(run, &status, 0), run);
+    ASSERT_EQ(waitpid(child, &status, 0), child);
     killed += WIFSIGNALED(status) ? 1 : 0;
-    // What stands under a final name is whole.
-    if (fs::exists(out()))
-      for (const auto& [name, bytes] : results(out()))
-        if (name.starts_with("sub-") && name.find("/.mirel-") == std::string::npos)
-          EXPECT_TRUE(!expected.contains(name) || bytes == expected.at(name))
-              << name << " after " << after << " s";
-    const bool fromNothing = repetition % 2 == 1;
-    if (!fromNothing) continue;
-    const ProgramResult next = runMirel(words(out()));
+    EXPECT_THAT(differences(expected, results(), /*common=*/true), testing::IsEmpty())
+        << "not whole under their names after " << after << " s";
+    if (repetition % 2 == 1) continue;  // killed twice before it may end
+    const ProgramResult next = run();
     EXPECT_EQ(next.status, 0) << next.err;
-    EXPECT_EQ(results(out()), expected) << "killed after " << after << " s";
+    EXPECT_THAT(differences(expected, results()), testing::IsEmpty()) << after << " s";
     fs::remove_all(out());
   }
   EXPECT_GT(killed, 3);
 }
 
 TEST_F(BidsKilled, TwoRunsAtOnceDoNotHarmEachOther) {
-  ASSERT_EQ(runMirel(words(folder.file("alone"))).status, 0);
-  const Files expected = results(folder.file("alone"));
+  const Files expected = undisturbed();
   for (int repetition = 0; repetition < 3; ++repetition) {
     ProgramResult first, second;
-    std::thread other([&] { second = runMirel(words(out())); });
-    first = runMirel(words(out()));
+    std::thread other([&] { second = run(); });
+    first = run();
     other.join();
-    for (const ProgramResult& run : {first, second}) {
-      EXPECT_TRUE(run.status == 0 || run.status == 1) << run.status << run.err;
-      EXPECT_THAT(run.err, HasSubstr(run.status == 0 ? "Done: " : "Not all done: "));
+    for (const ProgramResult& each : {first, second}) {
+      EXPECT_TRUE(each.status == 0 || each.status == 1) << each.status << each.err;
+      EXPECT_THAT(each.err, HasSubstr(each.status == 0 ? "Done: " : "Not all done: "));
     }
-    EXPECT_EQ(runMirel(words(out())).status, 0);
-    EXPECT_EQ(results(out()), expected);
+    EXPECT_EQ(run().status, 0);
+    EXPECT_THAT(differences(expected, results()), testing::IsEmpty());
     fs::remove_all(out());
   }
 }

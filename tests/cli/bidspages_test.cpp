@@ -42,6 +42,16 @@ TEST_F(BidsPages, StandBesideFieldsAndSeries) {
   EXPECT_THAT(textOf(out(".bidsignore")), HasSubstr("*.html"));
 }
 
+TEST_F(BidsPages, OfASeriesDoubtAFieldThatIsNotToBeTrusted) {
+  const std::string pa = raw("sub-01/fmap/sub-01_dir-PA_epi.nii.gz");
+  fs::copy(raw("sub-01/fmap/sub-01_dir-AP_epi.nii.gz"), pa, fs::copy_options::overwrite_existing);
+  const ProgramResult result = bids();
+  ASSERT_TRUE(isThere(ofSeries)) << result.out << result.err;
+  EXPECT_THAT(textOf(out(ofField)), HasSubstr("<h2 id=\"verdict\">Do not trust</h2>"));
+  EXPECT_THAT(textOf(out(ofSeries)), HasSubstr("<h2 id=\"verdict\">Look here</h2>"));
+  EXPECT_THAT(textOf(out(ofSeries)), HasSubstr("fieldmap.nii.gz is not to be trusted, by the"));
+}
+
 TEST_F(BidsPages, AreLeftOutWhereAskedAndMadeWhereTheyAreMissing) {
   ASSERT_EQ(bids({"--no-reports"}).status, 0);
   EXPECT_THAT(pages(), testing::IsEmpty());

@@ -57,6 +57,8 @@ export const open = async (chromium, page, profile, width = 1600, flags = ['--di
   const resize = (to) => tell('Emulation.setDeviceMetricsOverride',
       { width: to, height: 900, deviceScaleFactor: 1, mobile: false });
   for (const domain of ['Page', 'Runtime', 'Network', 'Log']) await tell(`${domain}.enable`);
+  // Of its thread alone, whatever else the machine does.
+  await tell('Performance.enable', { timeDomain: 'threadTicks' });
   await resize(width);
   const address = pathToFileURL(page).href;
   await tell('Page.navigate', { url: address });
@@ -64,6 +66,8 @@ export const open = async (chromium, page, profile, width = 1600, flags = ['--di
 
   return {
     tell, value, until, resize,
+    processorMs: async () => 1000 * (await tell('Performance.getMetrics')).metrics
+        .find((metric) => metric.name === 'TaskDuration').value,
     press: async (key, code, text) => {
       for (const type of ['keyDown', 'keyUp'])
         await tell('Input.dispatchKeyEvent',

@@ -25,6 +25,7 @@ try {
   opened = await open(chromium, page, profile);
   const { tell, value, resize, press } = opened;
   const seen = {};
+  seen.processorMs = await opened.processorMs();
   seen.loadMs = await value(
       `performance.getEntriesByType('navigation')[0].loadEventEnd -
        performance.getEntriesByType('navigation')[0].startTime`);
