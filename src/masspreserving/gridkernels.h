@@ -1,0 +1,25 @@
+#pragma once
+
+#include <glm/vec3.hpp>
+
+#include "simd/variant.h"
+
+/// The inner loops of the mass-preserving estimate, over whole volumes, x fastest. Real is float or
+/// double. Each element comes of the stated operations in the stated order: all variants give the
+/// same bits.
+namespace mirel {
+
+/// out = wx Lx b + wy Ly b + wz Lz b with the negative second differences
+///
+///   (Lx b)(x) = (b(x) - b(x-1)) + (b(x) - b(x+1)),
+///
+/// terms with a neighbour off the grid left out: y and z first, then x. out is another volume.
+template <typename Real>
+struct LaplacianWeights {
+  Real x, y, z;
+};
+template <typename Real>
+void laplacian(glm::ivec3 dims, const LaplacianWeights<Real>& weights, const Real* b, Real* out,
+               SimdVariant variant);
+
+}  // namespace mirel
