@@ -1,0 +1,80 @@
+#include "masspreserving/gridkernels.h"
+
+#include <gtest/gtest.h>
+
+#include <glm/vector_relational.hpp>
+
+#include "simd/eachvariant.h"
+#include "support/compare.h"
+#include "support/random_volume.h"
+
+namespace mirel {
+
+namespace {
+
+template <typename Real>
+Volume<Real> randomVolume(glm::ivec3 dims, unsigned seed) {
+  Random random(seed);
+  Volume<Real> volume(dims);
+  for (int i = 0; i < volume.size(); ++i)
+    volume.data()[i] = static_cast<Real>(random.uniform(-2.0, 3.0));
+  return volume;
+}
+
+// Around the widths of all registers along x.
+std::vector<glm::ivec3> sizes() {
+  std::vector<glm::ivec3> result = testSizes();
+  for (const int nx : {1, 2, 15, 17, 31, 32, 33, 65}) result.emplace_back(nx, 5, 3);
+  return result;
+}
+
+/// Calls body(dims, variant, a value of the type) for both types, all sizes and variants.
+template <typename Body>
+void forAll(const Body& body) {
+  for (const glm::ivec3 dims : sizes())
+    forEachVariant([&](SimdVariant variant) {
+      SCOPED_TRACE(testing::Message() << dims.x << "x" << dims.y << "x" << dims.z);
+      body(dims, variant, float{});
+      body(dims, variant, double{});
+    });
+}
+
+// The difference to a neighbour; 0 where there is none.
+template <typename Real>
+Real difference(const Volume<Real>& b, glm::ivec3 p, glm::ivec3 step) {
+  const glm::ivec3 q = p + step;
+  const bool inside = glm::all(glm::greaterThanEqual(q, glm::ivec3(0))) &&
+                      glm::all(glm::lessThan(q, b.dimensions()));
+  return inside ? b[p] - b[q] : Real(0);
+}
+
+template <typename Real>
+Volume<Real> plainLaplacian(const Volume<Real>& b, const LaplacianWeights<Real>& w) {
+  Volume<Real> out(b.dimensions());
+  for (int z = 0; z < b.nz(); ++z)
+    for (int y = 0; y < b.ny(); ++y)
+      for (int x = 0; x < b.nx(); ++x) {
+        const auto second = [&](glm::ivec3 step) {
+          return difference(b, {x, y, z}, -step) + difference(b, {x, y, z}, step);
+        };
+        Real sum = w.y * second({0, 1, 0}) + w.z * second({0, 0, 1});
+        if (b.nx() > 1) sum += w.x * second({1, 0, 0});
+        out.at(x, y, z) = sum;
+      }
+  return out;
+}
+
+}  // namespace
+
+TEST(GridKernels, LaplacianEqualsTheLoopToTheBit) {
+  forAll([](glm::ivec3 dims, SimdVariant variant, auto kind) {
+    using Real = decltype(kind);
+    const Volume<Real> b = randomVolume<Real>(dims, 1);
+    const LaplacianWeights<Real> weights{Real(0.17), Real(0.29), Real(0.11)};
+    Volume<Real> got(dims, Real(7));
+    laplacian(dims, weights, b.data(), got.data(), variant);
+    EXPECT_TRUE(compare::same(got, plainLaplacian(b, weights)));
+  });
+}
+
+}  // namespace mirel
