@@ -11,9 +11,15 @@ void laplacian(glm::ivec3 dims, const LaplacianWeights<Real>& weights, const Rea
   MIREL_DISPATCH(variant, laplacian<Real>)(dims, weights, b, out);
 }
 
+template <typename Real>
+double dotOfRows(const Real* a, const Real* b, int nx, int rows, SimdVariant variant) {
+  return MIREL_DISPATCH(variant, dotOfRows<Real>)(a, b, nx, rows);
+}
+
 #define MIREL_GRID_KERNELS(Real)                                                         \
   template void laplacian(glm::ivec3, const LaplacianWeights<Real>&, const Real*, Real*, \
-                          SimdVariant);
+                          SimdVariant);                                                  \
+  template double dotOfRows(const Real*, const Real*, int, int, SimdVariant);
 MIREL_GRID_KERNELS(float)
 MIREL_GRID_KERNELS(double)
 

@@ -22,4 +22,10 @@ template <typename Real>
 void laplacian(glm::ivec3 dims, const LaplacianWeights<Real>& weights, const Real* b, Real* out,
                SimdVariant variant);
 
+/// The sum of a * b over `rows` rows of nx, in double. A row has eight sums, of every eighth
+/// element each, the elements behind the last whole eight going to the first; they are added up as
+/// ((0 + 4) + (2 + 6)) + ((1 + 5) + (3 + 7)), then row by row.
+template <typename Real>
+double dotOfRows(const Real* a, const Real* b, int nx, int rows, SimdVariant variant);
+
 }  // namespace mirel

@@ -26,3 +26,35 @@ void laplacian(glm::ivec3 dims, const LaplacianWeights<Real>& weights, const Rea
       o[nx - 1] = across(nx - 1) + wx * (v[nx - 1] - v[nx - 2]);
     }
 }
+
+MIREL_INLINE void loadWide(Doubles& v, const double* p) { load(v, p); }
+
+MIREL_INLINE void loadWide(Doubles& v, const float* p) {
+  HalfFloats narrow;
+  load(narrow, p);
+  widen(v, narrow);
+}
+
+template <typename Real>
+double dotOfRows(const Real* a, const Real* b, int nx, int rows) {
+  constexpr int registers = 8 / halfCount;
+  double total = 0.0;
+  for (int row = 0; row < rows; ++row, a += nx, b += nx) {
+    Doubles partial[registers] = {};
+    int x = 0;
+    for (; x + 8 <= nx; x += 8)
+#pragma GCC unroll 4
+      for (int k = 0; k < registers; ++k) {
+        Doubles p, q;
+        loadWide(p, a + x + k * halfCount);
+        loadWide(q, b + x + k * halfCount);
+        partial[k] += p * q;
+      }
+    double sums[8];
+    __builtin_memcpy(sums, partial, sizeof sums);
+    for (; x < nx; ++x) sums[0] += static_cast<double>(a[x]) * static_cast<double>(b[x]);
+    total +=
+        ((sums[0] + sums[4]) + (sums[2] + sums[6])) + ((sums[1] + sums[5]) + (sums[3] + sums[7]));
+  }
+  return total;
+}
