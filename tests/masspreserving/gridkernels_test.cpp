@@ -64,6 +64,20 @@ Volume<Real> plainLaplacian(const Volume<Real>& b, const LaplacianWeights<Real>&
   return out;
 }
 
+template <typename Real>
+double plainDot(const Volume<Real>& a, const Volume<Real>& b) {
+  double total = 0;
+  for (int row = 0; row < a.size(); row += a.nx()) {
+    double sums[8] = {};
+    for (int x = 0; x < a.nx(); ++x)
+      sums[x < a.nx() / 8 * 8 ? x % 8 : 0] +=
+          static_cast<double>(a.data()[row + x]) * static_cast<double>(b.data()[row + x]);
+    total +=
+        ((sums[0] + sums[4]) + (sums[2] + sums[6])) + ((sums[1] + sums[5]) + (sums[3] + sums[7]));
+  }
+  return total;
+}
+
 }  // namespace
 
 TEST(GridKernels, LaplacianEqualsTheLoopToTheBit) {
@@ -74,6 +88,15 @@ TEST(GridKernels, LaplacianEqualsTheLoopToTheBit) {
     Volume<Real> got(dims, Real(7));
     laplacian(dims, weights, b.data(), got.data(), variant);
     EXPECT_TRUE(compare::same(got, plainLaplacian(b, weights)));
+  });
+}
+
+TEST(GridKernels, SumsOfProductsEqualTheLoopToTheBit) {
+  forAll([](glm::ivec3 dims, SimdVariant variant, auto kind) {
+    using Real = decltype(kind);
+    const Volume<Real> a = randomVolume<Real>(dims, 2), b = randomVolume<Real>(dims, 3);
+    const double got = dotOfRows(a.data(), b.data(), dims.x, dims.y * dims.z, variant);
+    EXPECT_TRUE(compare::same(got, plainDot(a, b)));
   });
 }
 
