@@ -28,4 +28,15 @@ void laplacian(glm::ivec3 dims, const LaplacianWeights<Real>& weights, const Rea
 template <typename Real>
 double dotOfRows(const Real* a, const Real* b, int nx, int rows, SimdVariant variant);
 
+/// A slice of a ColumnIntegral: nx columns, x fastest, with the rows of ny + 1 edges.
+template <typename Real>
+struct IntegralSlice {
+  const Real *cumulative, *edgeDensity;
+  int nx, ny;
+};
+/// ColumnIntegral::sampleRow of the edge row j. The outputs are no others of the arrays.
+template <typename Real>
+void sampleEdgeRow(const IntegralSlice<Real>& slice, int j, const Real* shift, Real sign,
+                   Real* integral, Real* density, SimdVariant variant);
+
 }  // namespace mirel

@@ -58,3 +58,26 @@ double dotOfRows(const Real* a, const Real* b, int nx, int rows) {
   }
   return total;
 }
+
+template <typename Real>
+void sampleEdgeRow(const IntegralSlice<Real>& slice, int j, const Real* shift, Real sign,
+                   Real* __restrict integral, Real* __restrict density) {
+  const Real* c = slice.cumulative;
+  const Real* e = slice.edgeDensity;
+  const int nx = slice.nx, lastVoxel = slice.ny - 1;
+  const Real top = static_cast<Real>(slice.ny);
+  for (int x = 0; x < nx; ++x) {
+    const Real wanted = static_cast<Real>(j) + sign * shift[x];
+    const Real above = wanted < Real(0) ? Real(0) : wanted, p = top < above ? top : above;
+    const int whole = static_cast<int>(p), k = lastVoxel < whole ? lastVoxel : whole;
+    const Real t = p - static_cast<Real>(k);
+    const int at = k * nx + x;
+    const Real c0 = c[at], mean = c[at + nx] - c0, left = e[at], right = e[at + nx];
+    // I = left + t (right - left + six (1 - t)) with the mean of the voxel; C its integral.
+    const Real rise = right - left, six = Real(6) * mean - Real(3) * (left + right);
+    integral[x] =
+        c0 + t * (left + t * (Real(0.5) * rise + six * (Real(0.5) - t * (Real(1) / Real(3)))));
+    const Real inside = left + t * (rise + six * (Real(1) - t));
+    density[x] = wanted == p ? inside : Real(0);
+  }
+}
