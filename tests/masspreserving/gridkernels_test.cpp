@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <glm/vector_relational.hpp>
+#include <utility>
 
 #include "simd/eachvariant.h"
 #include "support/compare.h"
@@ -78,6 +80,22 @@ double plainDot(const Volume<Real>& a, const Volume<Real>& b) {
   return total;
 }
 
+// C and I of one column at the edge coordinate `wanted`: see ColumnIntegral.
+template <typename Real>
+std::pair<Real, Real> plainSample(const Volume<Real>& c, const Volume<Real>& e, int x,
+                                  Real wanted) {
+  const int ny = c.ny() - 1;
+  const Real p = std::min(std::max(wanted, Real(0)), static_cast<Real>(ny));
+  const int k = std::min(static_cast<int>(p), ny - 1);
+  const Real t = p - static_cast<Real>(k);
+  const Real mean = c.at(x, k + 1, 0) - c.at(x, k, 0);
+  const Real left = e.at(x, k, 0), right = e.at(x, k + 1, 0), rise = right - left;
+  const Real six = Real(6) * mean - Real(3) * (left + right);
+  const Real third = Real(1) / Real(3);
+  return {c.at(x, k, 0) + t * (left + t * (Real(0.5) * rise + six * (Real(0.5) - t * third))),
+          wanted == p ? left + t * (rise + six * (Real(1) - t)) : Real(0)};
+}
+
 }  // namespace
 
 TEST(GridKernels, LaplacianEqualsTheLoopToTheBit) {
@@ -97,6 +115,33 @@ TEST(GridKernels, SumsOfProductsEqualTheLoopToTheBit) {
     const Volume<Real> a = randomVolume<Real>(dims, 2), b = randomVolume<Real>(dims, 3);
     const double got = dotOfRows(a.data(), b.data(), dims.x, dims.y * dims.z, variant);
     EXPECT_TRUE(compare::same(got, plainDot(a, b)));
+  });
+}
+
+// Whole shifts, shifts beyond both ends, and any others.
+TEST(GridKernels, RowsOfIntegralsEqualTheLoopToTheBit) {
+  forAll([](glm::ivec3 dims, SimdVariant variant, auto kind) {
+    using Real = decltype(kind);
+    const int nx = dims.x, ny = dims.y;
+    const Volume<Real> c = randomVolume<Real>({nx, ny + 1, 1}, 4);
+    const Volume<Real> e = randomVolume<Real>({nx, ny + 1, 1}, 5);
+    Random random(6);
+    std::vector<Real> shift(static_cast<std::size_t>(nx)), integral = shift, density = shift;
+    for (const Real sign : {Real(1), Real(-1)})
+      for (int j = 0; j <= ny; ++j) {
+        for (Real& s : shift)
+          s = static_cast<Real>(random.below(3) == 0 ? random.below(9) - 4
+                                                     : random.uniform(-3.0, 3.0));
+        sampleEdgeRow({c.data(), e.data(), nx, ny}, j, shift.data(), sign, integral.data(),
+                      density.data(), variant);
+        for (int x = 0; x < nx; ++x) {
+          const std::size_t at = static_cast<std::size_t>(x);
+          const auto [wantedC, wantedI] =
+              plainSample(c, e, x, static_cast<Real>(j) + sign * shift[at]);
+          ASSERT_TRUE(compare::sameBits(integral[at], wantedC)) << x << " of row " << j;
+          ASSERT_TRUE(compare::sameBits(density[at], wantedI)) << x << " of row " << j;
+        }
+      }
   });
 }
 
