@@ -138,12 +138,32 @@ std::vector<fs::path> recordsIn(const std::string& output) {
   return records;
 }
 
-// The pages of fields by the images that these are made of, as rows of these have them.
-using FieldPages = std::map<std::string, std::string>;
+// The fields of pairs, without extension, by the images that they are made of.
+using FieldsOfPairs = std::map<std::string, std::string>;
 
-void addFieldPage(const std::string& output, const fs::path& file, FieldPages& pages) {
-  const std::string page = pageBeside(output, stemOf(output, file));
-  if (!page.empty()) pages.emplace(joined(bids::Sidecar(file.string()).texts("Sources")), page);
+// Of a pair without a readout time it is the map in voxels.
+void addField(const std::string& output, const fs::path& file, FieldsOfPairs& fields) {
+  const std::string stem = stemOf(output, file);
+  const bool isField =
+      stem.ends_with("_fieldmap") && stem.find("_desc-uncertainty") == std::string::npos;
+  if (!isField && (!stem.ends_with("_vdm") || stem.find("_desc-voxels") == std::string::npos))
+    return;
+  const bids::Sidecar sidecar(file.string());
+  const Json& record = sidecar.json().part("Mirel");
+  if (!record.is_object() || record.contains("Series")) return;
+  const std::string pair = joined(sidecar.texts("Sources"));
+  if (isField)
+    fields[pair] = stem;
+  else
+    fields.emplace(pair, stem);
+}
+
+// Images of a pair tell the pair that they are of, not the field.
+void findField(const std::string& output, const FieldsOfPairs& fields, GroupRow& row) {
+  const auto field = fields.find(row.field);
+  if (field == fields.end()) return;
+  row.field = field->second + imageEnd;
+  row.fieldPage = pageBeside(output, field->second);
 }
 
 double medianOf(std::vector<double> values) {
@@ -176,17 +196,16 @@ void markOutliers(std::vector<GroupRow>& rows) {
 
 std::vector<GroupRow> groupRows(const std::string& output) {
   std::vector<GroupRow> rows;
-  FieldPages pages;
+  FieldsOfPairs fields;
   for (const fs::path& record : recordsIn(output)) {
     if (auto row = rowOf(output, record))
       rows.push_back(std::move(*row));
     else
-      addFieldPage(output, record, pages);
+      addField(output, record, fields);
   }
   if (rows.empty())
     throw Error(output, "holds no corrected image: correct them first, at the level participant");
-  for (GroupRow& row : rows)
-    if (const auto page = pages.find(row.field); page != pages.end()) row.fieldPage = page->second;
+  for (GroupRow& row : rows) findField(output, fields, row);
   std::sort(rows.begin(), rows.end(),
             [](const GroupRow& a, const GroupRow& b) { return a.image < b.image; });
   markOutliers(rows);
@@ -211,10 +230,11 @@ std::string groupTsv(const std::vector<GroupRow>& rows) {
 }
 
 std::string groupDictionary() {
-  Json json = {{"image", {{"Description", "The corrected image, from this folder on"}}},
-               {"source", {{"Description", "The image that it was made of, as a BIDS URI"}}},
-               {"field", {{"Description", "The field, or the pair, that it was corrected with"}}},
-               {"verdict", {{"Description", "How far the result is to be trusted"}}}};
+  Json json = {
+      {"image", {{"Description", "The corrected image, from this folder on"}}},
+      {"source", {{"Description", "The image that it was made of, as a BIDS URI"}}},
+      {"field", {{"Description", "The field that it was corrected with, from this folder on"}}},
+      {"verdict", {{"Description", "How far the result is to be trusted"}}}};
   for (const GroupFigure& figure : groupFigures)
     json[figure.name] = {{"Description", figure.meaning}, {"Units", figure.unit}};
   json["sign_check"] = {{"Description", "Whether the sign of a series' direction is right"}};

@@ -9,9 +9,10 @@ namespace mirel::dataset {
 /// What the records of an output folder say about one corrected image and the field that it was
 /// corrected with.
 struct GroupRow {
-  std::string image;    ///< its path from the output folder on
-  std::string source;   ///< the raw image, as a BIDS URI
-  std::string field;    ///< the path of the field; for an image of a pair that of the pair
+  std::string image;   ///< its path from the output folder on
+  std::string source;  ///< the raw image, as a BIDS URI
+  std::string
+      field;  ///< the path of the field; of an image of a pair whose field is not there its sources
   std::string verdict;  ///< "trusted", "doubtful", "do not trust"
   /// Root mean squares over the head: the field in Hz, the displacement in voxels of the pair.
   std::optional<double> fieldHz, displacementVoxels;

@@ -37,6 +37,15 @@ bool isNamedIn(const std::string& list, const std::string& name) {
   return ("," + list + ",").find("," + name + ",") != std::string::npos;
 }
 
+// "field_hz,residual" in the words for people.
+std::string titlesOf(const std::string& outlier) {
+  std::string titles;
+  for (const GroupFigure& figure : dataset::groupFigures)
+    if (isNamedIn(outlier, figure.name))
+      titles += (titles.empty() ? "" : ", ") + std::string(figure.title);
+  return titles;
+}
+
 std::string entityOf(const GroupRow& row, const std::string& key) {
   for (const auto& [each, value] : bids::Name::of(row.image).entities)
     if (each == key) return value;
@@ -99,7 +108,7 @@ Json rowPart(const GroupRow& row) {
           {"cells", cells},
           {"sign", row.signCheck},
           {"warnings", std::to_string(row.warnings)},
-          {"outlier", textOrNull(row.outlier)}};
+          {"outlier", textOrNull(titlesOf(row.outlier))}};
 }
 
 Json countsPart(const std::vector<GroupRow>& rows) {

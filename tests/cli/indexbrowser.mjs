@@ -45,6 +45,7 @@ try {
       .map((r) => r.cells[0].textContent + ' ' + r.cells[4].textContent).slice(0, 3).join(', ')`);
   seen.foundRows = await shown();
   const set = (id, to) => value(`(() => { const e = document.getElementById('${id}');
+      if (!e) return;
       if (e.type === 'checkbox') e.checked = ${JSON.stringify(to)}; else e.value = ${JSON.stringify(to)};
       e.dispatchEvent(new Event('input', { bubbles: true }));
       e.dispatchEvent(new Event('change', { bubbles: true })); })()`);

@@ -151,7 +151,7 @@ TEST_F(ConvertFaults, GradientsThatStandBesideTheResultAreNoted) {
       convert::convert(folder.file("c.fmr"), folder.file("d.nii"));
   EXPECT_THAT(report.notes, testing::ElementsAre(AllOf(HasSubstr("d.bval was there already"),
                                                        HasSubstr("read as the gradients of"))));
-  EXPECT_EQ(readText(folder.file("d.bval")), "0 1000\n");
+  EXPECT_EQ(textOf(folder.file("d.bval")), "0 1000\n");
 }
 
 TEST_F(ConvertFaults, GradientOptionsMakeNoSenseForAnImage) {

@@ -84,6 +84,26 @@ TEST_F(GroupRecords, TheFieldOfASeriesTellsOfItsPair) {
   EXPECT_EQ(row.warnings, 3);
 }
 
+TEST_F(GroupRecords, TheImagesOfAPairHaveTheFieldOfItsSeries) {
+  const std::string pair = R"({"Sources": ["bids:raw:sub-01/fmap/sub-01_dir-AP_epi.nii.gz",
+      "bids:raw:sub-01/fmap/sub-01_dir-PA_epi.nii.gz"], "Mirel": {"Verdict": {"FieldHz": 9}}})";
+  for (const char* name :
+       {"dir-AP_desc-voxels_vdm", "desc-preproc_fieldmap", "desc-preproc_magnitude",
+        "desc-uncertainty_fieldmap", "dir-AP_desc-preproc_epi", "dir-PA_desc-preproc_epi"})
+    record("fmap/sub-01_" + std::string(name), pair);
+  series(R"(["bids:raw:a", "bids::sub-01/fmap/sub-01_desc-preproc_fieldmap.nii.gz"])");
+  folder.write("out/sub-01/fmap/sub-01_desc-preproc_fieldmap_report.html", "");
+  const std::vector<GroupRow> rows = groupRows(out());
+  ASSERT_EQ(rows.size(), 3U);
+  for (const GroupRow& row : rows) {
+    EXPECT_EQ(row.field, "sub-01/fmap/sub-01_desc-preproc_fieldmap.nii.gz") << row.image;
+    EXPECT_EQ(row.fieldPage, "sub-01/fmap/sub-01_desc-preproc_fieldmap_report.html") << row.image;
+  }
+  EXPECT_EQ(rows[1].source, "bids:raw:sub-01/fmap/sub-01_dir-PA_epi.nii.gz");
+  fs::remove(out() + "/sub-01/fmap/sub-01_desc-preproc_fieldmap.json");
+  EXPECT_EQ(groupRows(out())[0].field, "sub-01/fmap/sub-01_dir-AP_desc-voxels_vdm.nii.gz");
+}
+
 TEST_F(GroupRecords, AFolderThatCannotBeListedIsAnErrorAndNotHalfATable) {
   series(R"(["bids:raw:a"])");
   fs::create_directories(out() + "/sub-02");
