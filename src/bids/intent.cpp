@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/error.h"
+#include "base/isoneof.h"
 #include "base/samefile.h"
 #include "bids/inheritance.h"
 #include "bids/name.h"
@@ -30,10 +31,6 @@ std::string listed(const std::vector<std::string>& texts) {
   if (texts.size() > namedAtMost)
     list += " and " + std::to_string(texts.size() - namedAtMost) + " more";
   return list;
-}
-
-bool isOneOf(const std::string& word, std::initializer_list<const char*> words) {
-  return std::find(words.begin(), words.end(), word) != words.end();
 }
 
 std::optional<std::string> valueOf(const Name& name, const std::string& key) {

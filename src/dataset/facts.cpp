@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "base/error.h"
+#include "base/isoneof.h"
 #include "bids/sidecar.h"
 #include "dataset/scantime.h"
 #include "nifti/gradients.h"
@@ -15,10 +16,6 @@ namespace mirel::dataset {
 namespace fs = std::filesystem;
 
 namespace {
-
-bool isOneOf(const std::string& word, std::initializer_list<std::string_view> words) {
-  return std::find(words.begin(), words.end(), word) != words.end();
-}
 
 void readHeader(const std::string& file, ImageFacts& facts) {
   const nifti::Header header = nifti::Reader(file).header();

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "base/inputfile.h"
+#include "base/isoneof.h"
 #include "base/joined.h"
 #include "base/json.h"
 #include "base/numbertext.h"
@@ -18,11 +19,6 @@ constexpr std::uintmax_t largestFile = 1U << 20U;
 constexpr std::array<std::string_view, 7> ownFilters = {"bold", "sbref",  "dwi", "asl",
                                                         "perf", "m0scan", "fmap"};
 constexpr std::array<std::string_view, 5> otherFilters = {"t1w", "t2w", "flair", "pet", "roi"};
-
-template <std::size_t count>
-bool isOneOf(const std::string& word, const std::array<std::string_view, count>& words) {
-  return std::find(words.begin(), words.end(), word) != words.end();
-}
 
 }  // namespace
 
