@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "masspreserving/gridkernels.h"
+
 namespace mirel {
 
 template <typename Real>
@@ -35,22 +37,9 @@ ColumnIntegral<Real>::ColumnIntegral(const Volume<float>& image)
 template <typename Real>
 void ColumnIntegral<Real>::sampleRow(int j, int z, const Real* shift, Real sign, Real* integral,
                                      Real* density) const {
-  const Real* c = cumulative.data() + cumulative.index(0, 0, z);
-  const Real* e = edgeDensity.data() + edgeDensity.index(0, 0, z);
-  const Real top = static_cast<Real>(ny);
-  for (int x = 0; x < nx; ++x) {
-    const Real wanted = static_cast<Real>(j) + sign * shift[x];
-    const Real p = std::min(std::max(wanted, Real(0)), top);
-    const int k = std::min(static_cast<int>(p), ny - 1);
-    const Real t = p - static_cast<Real>(k);
-    const int at = k * nx + x;
-    const Real c0 = c[at], mean = c[at + nx] - c0, left = e[at], right = e[at + nx];
-    // I = left + t (right - left + six (1 - t)) with the mean of the voxel; C its integral.
-    const Real rise = right - left, six = Real(6) * mean - Real(3) * (left + right);
-    integral[x] =
-        c0 + t * (left + t * (Real(0.5) * rise + six * (Real(0.5) - t * (Real(1) / Real(3)))));
-    density[x] = wanted == p ? left + t * (rise + six * (Real(1) - t)) : Real(0);
-  }
+  const int start = cumulative.index(0, 0, z);
+  sampleEdgeRow({cumulative.data() + start, edgeDensity.data() + start, nx, ny}, j, shift, sign,
+                integral, density, variant);
 }
 
 template class ColumnIntegral<float>;

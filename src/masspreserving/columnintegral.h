@@ -1,6 +1,7 @@
 #pragma once
 
 #include "containers/volume.h"
+#include "simd/variant.h"
 
 namespace mirel {
 
@@ -32,6 +33,7 @@ class ColumnIntegral {
   Real atEdge(int x, int k, int z) const { return cumulative.at(x, k, z); }
 
  private:
+  SimdVariant variant = chosenVariant();
   int nx, ny, nz;
   Volume<Real> cumulative, edgeDensity;  // nx, ny + 1, nz
 };

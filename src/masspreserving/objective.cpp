@@ -3,6 +3,8 @@
 #include <cmath>
 #include <limits>
 
+#include "masspreserving/gridkernels.h"
+
 namespace mirel {
 
 Barrier::Barrier(double d) {
@@ -184,21 +186,7 @@ void Objective<Real>::gradientOf(const Volume<Real>& v, Volume<Real>& out) const
 
 template <typename Real>
 double dot(const Volume<Real>& a, const Volume<Real>& b) {
-  const int nx = a.nx();
-  double total = 0.0;
-  for (int row = 0; row < a.ny() * a.nz(); ++row) {
-    const Real* p = a.data() + row * nx;
-    const Real* q = b.data() + row * nx;
-    // Eight sums side by side: a single one cannot be vectorised without reassociation.
-    double sums[8] = {};
-    int x = 0;
-    for (; x + 8 <= nx; x += 8)
-      for (int k = 0; k < 8; ++k) sums[k] += static_cast<double>(p[x + k]) * q[x + k];
-    for (; x < nx; ++x) sums[0] += static_cast<double>(p[x]) * q[x];
-    total +=
-        ((sums[0] + sums[4]) + (sums[2] + sums[6])) + ((sums[1] + sums[5]) + (sums[3] + sums[7]));
-  }
-  return total;
+  return dotOfRows(a.data(), b.data(), a.nx(), a.ny() * a.nz(), chosenVariant());
 }
 
 template class Objective<float>;

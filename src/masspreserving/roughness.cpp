@@ -3,6 +3,8 @@
 #include <array>
 #include <cmath>
 
+#include "masspreserving/gridkernels.h"
+
 namespace mirel {
 
 template <typename Real>
@@ -17,27 +19,9 @@ Roughness<Real>::Roughness(glm::ivec3 dimensions, glm::dvec3 spacing, double gra
 
 template <typename Real>
 void Roughness<Real>::laplacian(const Volume<Real>& b, Volume<Real>& out) const {
-  const int nx = dims.x, row = nx, slice = nx * dims.y;
-  const Real wx = static_cast<Real>(inverseX), wy = static_cast<Real>(inverseY),
-             wz = static_cast<Real>(inverseZ);
-  for (int z = 0; z < dims.z; ++z)
-    for (int y = 0; y < dims.y; ++y) {
-      const Real* v = b.data() + b.index(0, y, z);
-      Real* o = out.data() + out.index(0, y, z);
-      // A neighbour off the grid is replaced by the voxel itself, which adds exactly 0.
-      const Real* down = y > 0 ? v - row : v;
-      const Real* up = y + 1 < dims.y ? v + row : v;
-      const Real* before = z > 0 ? v - slice : v;
-      const Real* behind = z + 1 < dims.z ? v + slice : v;
-      for (int x = 0; x < nx; ++x)
-        o[x] = wy * ((v[x] - down[x]) + (v[x] - up[x])) +
-               wz * ((v[x] - before[x]) + (v[x] - behind[x]));
-      for (int x = 1; x + 1 < nx; ++x) o[x] += wx * ((v[x] - v[x - 1]) + (v[x] - v[x + 1]));
-      if (nx > 1) {
-        o[0] += wx * (v[0] - v[1]);
-        o[nx - 1] += wx * (v[nx - 1] - v[nx - 2]);
-      }
-    }
+  const LaplacianWeights<Real> weights{static_cast<Real>(inverseX), static_cast<Real>(inverseY),
+                                       static_cast<Real>(inverseZ)};
+  mirel::laplacian(dims, weights, b.data(), out.data(), chosenVariant());
 }
 
 template <typename Real>

@@ -1,0 +1,34 @@
+#include "masspreserving/gridkernels.h"
+
+#define MIREL_KERNEL_SOURCE "masspreserving/gridkernels.inc.h"
+#include "simd/kernelvariants.inc.h"
+
+namespace mirel {
+
+template <typename Real>
+void laplacian(glm::ivec3 dims, const LaplacianWeights<Real>& weights, const Real* b, Real* out,
+               SimdVariant variant) {
+  MIREL_DISPATCH(variant, laplacian<Real>)(dims, weights, b, out);
+}
+
+template <typename Real>
+double dotOfRows(const Real* a, const Real* b, int nx, int rows, SimdVariant variant) {
+  return MIREL_DISPATCH(variant, dotOfRows<Real>)(a, b, nx, rows);
+}
+
+template <typename Real>
+void sampleEdgeRow(const IntegralSlice<Real>& slice, int j, const Real* shift, Real sign,
+                   Real* integral, Real* density, SimdVariant variant) {
+  MIREL_DISPATCH(variant, sampleEdgeRow<Real>)(slice, j, shift, sign, integral, density);
+}
+
+#define MIREL_GRID_KERNELS(Real)                                                                \
+  template void laplacian(glm::ivec3, const LaplacianWeights<Real>&, const Real*, Real*,        \
+                          SimdVariant);                                                         \
+  template double dotOfRows(const Real*, const Real*, int, int, SimdVariant);                   \
+  template void sampleEdgeRow(const IntegralSlice<Real>&, int, const Real*, Real, Real*, Real*, \
+                              SimdVariant);
+MIREL_GRID_KERNELS(float)
+MIREL_GRID_KERNELS(double)
+
+}  // namespace mirel

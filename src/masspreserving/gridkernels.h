@@ -1,0 +1,42 @@
+#pragma once
+
+#include <glm/vec3.hpp>
+
+#include "simd/variant.h"
+
+/// The inner loops of the mass-preserving estimate, over whole volumes, x fastest. Real is float or
+/// double. Each element comes of the stated operations in the stated order: all variants give the
+/// same bits.
+namespace mirel {
+
+/// out = wx Lx b + wy Ly b + wz Lz b with the negative second differences
+///
+///   (Lx b)(x) = (b(x) - b(x-1)) + (b(x) - b(x+1)),
+///
+/// terms with a neighbour off the grid left out: y and z first, then x. out is another volume.
+template <typename Real>
+struct LaplacianWeights {
+  Real x, y, z;
+};
+template <typename Real>
+void laplacian(glm::ivec3 dims, const LaplacianWeights<Real>& weights, const Real* b, Real* out,
+               SimdVariant variant);
+
+/// The sum of a * b over `rows` rows of nx, in double. A row has eight sums, of every eighth
+/// element each, the elements behind the last whole eight going to the first; they are added up as
+/// ((0 + 4) + (2 + 6)) + ((1 + 5) + (3 + 7)), then row by row.
+template <typename Real>
+double dotOfRows(const Real* a, const Real* b, int nx, int rows, SimdVariant variant);
+
+/// A slice of a ColumnIntegral: nx columns, x fastest, with the rows of ny + 1 edges.
+template <typename Real>
+struct IntegralSlice {
+  const Real *cumulative, *edgeDensity;
+  int nx, ny;
+};
+/// ColumnIntegral::sampleRow of the edge row j. The outputs are no others of the arrays.
+template <typename Real>
+void sampleEdgeRow(const IntegralSlice<Real>& slice, int j, const Real* shift, Real sign,
+                   Real* integral, Real* density, SimdVariant variant);
+
+}  // namespace mirel
