@@ -99,6 +99,12 @@ std::vector<std::string> textsOf(const std::vector<Remark>& remarks) {
   return texts;
 }
 
+Json listOf(const std::vector<double>& numbers) {
+  Json list = Json::array();
+  for (const double number : numbers) list.push_back(number);
+  return list;
+}
+
 // What was found of the pair, under the names of sidecars.
 Json verdictJson(const Verdict& verdict) {
   const PairFigures& found = verdict.figures;
@@ -108,6 +114,7 @@ Json verdictJson(const Verdict& verdict) {
                {"ColumnTotalsOfNoise", found.columnTotalsOfNoise},
                {"Residual", found.residual},
                {"ResidualOfNoise", found.residualOfNoise},
+               {"SliceResiduals", listOf(found.sliceResiduals)},
                {"DisplacementVoxels", found.shiftVoxels},
                {"Stretch", found.stretch},
                {"Shear", found.shear}};
@@ -183,6 +190,7 @@ Json verdictSummary(const Verdict& verdict) {
                {"columnTotalsOfNoise", found.columnTotalsOfNoise},
                {"residual", found.residual},
                {"residualOfNoise", found.residualOfNoise},
+               {"sliceResiduals", listOf(found.sliceResiduals)},
                {"displacementVoxels", found.shiftVoxels},
                {"stretch", found.stretch},
                {"shear", found.shear}};
