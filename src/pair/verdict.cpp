@@ -4,6 +4,7 @@
 
 #include "base/numbertext.h"
 #include "bids/phaseencoding.h"
+#include "numerics/statistics.h"
 
 namespace mirel {
 
@@ -20,6 +21,7 @@ constexpr double doubtfulTotals = 0.085, largestTotals = 0.12;
 // A residual above the first is too much for a field rougher than that in Hz per mm.
 constexpr double roughResidual = 0.15, roughHzPerMm = 1.9;
 constexpr double doubtfulHz = 150;
+constexpr std::size_t fewestSlices = 8;  // to tell some from the others
 
 constexpr const char* untrusted = ": do not trust this result";
 
@@ -63,6 +65,40 @@ void judgeSize(double found, double doubtful, double largest, const std::string&
                   " beyond noise, where those of one head differ by " + percent(doubtful) +
                   " at most (one may be mirrored, turned or of something else)" +
                   (grave ? untrusted : ""));
+}
+
+// The slices, counted from 0, with a residual above `limit`: "3 to 9, 12".
+std::string slicesAbove(const std::vector<double>& residuals, double limit) {
+  std::string result;
+  for (std::size_t k = 0; k < residuals.size(); ++k) {
+    if (!(residuals[k] > limit)) continue;
+    const std::size_t first = k;
+    while (k + 1 < residuals.size() && residuals[k + 1] > limit) ++k;
+    result += (result.empty() ? "" : ", ") + std::to_string(first);
+    if (k > first) result += " to " + std::to_string(k);
+  }
+  return result;
+}
+
+// Slices whose residual is too large and far out of those of the others (beyond the outer fence of
+// J. W. Tukey, Exploratory Data Analysis, 1977).
+void judgeSlices(const PairFigures& figures, const std::string& both, Verdict& verdict) {
+  std::vector<float> found;
+  for (const double residual : figures.sliceResiduals)
+    if (residual > 0) found.push_back(static_cast<float>(residual));
+  if (found.size() < fewestSlices) return;
+  const double low = static_cast<double>(quantile(found, 0.25)),
+               middle = static_cast<double>(quantile(found, 0.5)),
+               high = static_cast<double>(quantile(found, 0.75));
+  const double limit = std::max(high + 3 * (high - low), doubtfulResidual);
+  const std::string out = slicesAbove(figures.sliceResiduals, limit);
+  if (out.empty()) return;
+  const double most =
+      *std::max_element(figures.sliceResiduals.begin(), figures.sliceResiduals.end());
+  verdict.add(Trust::doubtful,
+              "in slices " + out + " (counted from 0) " + both + ", corrected, differ by up to " +
+                  percent(most) + " beyond noise, where the others differ by " + percent(middle) +
+                  ": one of them may have lost signal there, or the head moved meanwhile");
 }
 
 void judgeField(const PairFigures& figures, Verdict& verdict) {
@@ -129,6 +165,7 @@ Verdict judgePair(const PairFigures& figures, const PairAgreement& agreement, bo
   }
   judgeSize(figures.unexplainedResidual(), doubtfulResidual, largestResidual, both + ", corrected,",
             verdict);
+  judgeSlices(figures, both, verdict);
   judgeField(figures, verdict);
   judgeAxis(agreement, names, verdict);
   return verdict;
