@@ -78,15 +78,17 @@ struct Difference {
   }
 };
 
-std::vector<double> beyondNoise(const std::vector<Difference>& slices, double variance) {
-  double all = 0;
-  for (const Difference& slice : slices) all += slice.all;
-  std::vector<double> residuals;
-  for (const Difference& slice : slices)
-    residuals.push_back(slice.all * static_cast<double>(slices.size()) > hardlyAnything * all
-                            ? slice.beyondNoise(variance)
-                            : 0);
-  return residuals;
+void compareSlices(const std::vector<Difference>& slices, double variance, PairFigures& figures) {
+  double all = 0, squares = 0;
+  for (const Difference& slice : slices) {
+    all += slice.all;
+    squares += slice.squares;
+  }
+  for (const Difference& slice : slices) {
+    const bool counts = slice.all * static_cast<double>(slices.size()) > hardlyAnything * all;
+    figures.sliceResiduals.push_back(counts ? slice.beyondNoise(variance) : 0);
+    figures.sliceShares.push_back(counts && squares > 0 ? slice.squares / squares : 0);
+  }
 }
 
 void measureHead(const PairToMeasure& pair, double ratio, double noiseVariance,
@@ -118,7 +120,7 @@ void measureHead(const PairToMeasure& pair, double ratio, double noiseVariance,
   }
   figures.residual = rootOfRatio(difference, all);
   figures.residualOfNoise = rootOfRatio(noiseVariance * count, all);
-  figures.sliceResiduals = beyondNoise(slices, noiseVariance);
+  compareSlices(slices, noiseVariance, figures);
   figures.shiftVoxels = rootOfRatio(shift, all);
   figures.stretch = rootOfRatio(stretch, all);
   figures.shear = rootOfRatio(shear, all);

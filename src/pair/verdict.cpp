@@ -67,21 +67,21 @@ void judgeSize(double found, double doubtful, double largest, const std::string&
                   (grave ? untrusted : ""));
 }
 
-// The slices, counted from 0, with a residual above `limit`: "3 to 9, 12".
-std::string slicesAbove(const std::vector<double>& residuals, double limit) {
+// Slices counted from 0: "3 to 9, 12".
+std::string rangesOf(const std::vector<std::size_t>& slices) {
   std::string result;
-  for (std::size_t k = 0; k < residuals.size(); ++k) {
-    if (!(residuals[k] > limit)) continue;
-    const std::size_t first = k;
-    while (k + 1 < residuals.size() && residuals[k + 1] > limit) ++k;
+  for (std::size_t k = 0; k < slices.size(); ++k) {
+    const std::size_t first = slices[k];
+    while (k + 1 < slices.size() && slices[k + 1] == slices[k] + 1) ++k;
     result += (result.empty() ? "" : ", ") + std::to_string(first);
-    if (k > first) result += " to " + std::to_string(k);
+    if (slices[k] > first) result += " to " + std::to_string(slices[k]);
   }
   return result;
 }
 
 // Slices whose residual is too large and far out of those of the others (beyond the outer fence of
-// J. W. Tukey, Exploratory Data Analysis, 1977).
+// J. W. Tukey, Exploratory Data Analysis, 1977), where they hold most of what the images differ by:
+// a slice at the rim of a good pair does not.
 void judgeSlices(const PairFigures& figures, const std::string& both, Verdict& verdict) {
   std::vector<float> found;
   for (const double residual : figures.sliceResiduals)
@@ -91,13 +91,19 @@ void judgeSlices(const PairFigures& figures, const std::string& both, Verdict& v
                middle = static_cast<double>(quantile(found, 0.5)),
                high = static_cast<double>(quantile(found, 0.75));
   const double limit = std::max(high + 3 * (high - low), doubtfulResidual);
-  const std::string out = slicesAbove(figures.sliceResiduals, limit);
-  if (out.empty()) return;
-  const double most =
-      *std::max_element(figures.sliceResiduals.begin(), figures.sliceResiduals.end());
+  std::vector<std::size_t> out;
+  double share = 0, most = 0;
+  for (std::size_t k = 0; k < figures.sliceResiduals.size(); ++k) {
+    if (!(figures.sliceResiduals[k] > limit)) continue;
+    out.push_back(k);
+    share += figures.sliceShares[k];
+    most = std::max(most, figures.sliceResiduals[k]);
+  }
+  if (!(share > 0.5)) return;
   verdict.add(Trust::doubtful,
-              "in slices " + out + " (counted from 0) " + both + ", corrected, differ by up to " +
-                  percent(most) + " beyond noise, where the others differ by " + percent(middle) +
+              "in slices " + rangesOf(out) + " (counted from 0) " + both +
+                  ", corrected, differ by up to " + percent(most) +
+                  " beyond noise, where the others differ by " + percent(middle) +
                   ": one of them may have lost signal there, or the head moved meanwhile");
 }
 

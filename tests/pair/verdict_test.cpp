@@ -84,9 +84,12 @@ TEST(PairVerdict, SlicesThatStandOutAreNamed) {
   PairFigures figures = goodFigures();
   figures.sliceResiduals = {0,    0.12, 0.10, 0.11, 0.09, 0.10, 0.11, 0.12,
                             0.10, 0.08, 0.09, 0.11, 0.10, 0.12, 0.11, 0.10};
+  figures.sliceShares.assign(16, 1.0 / 16.0);
   EXPECT_EQ(verdictOf(figures).trust, Trust::trusted);
   figures.sliceResiduals[4] = figures.sliceResiduals[5] = 0.4;
   figures.sliceResiduals[8] = 0.3;
+  EXPECT_EQ(verdictOf(figures).trust, Trust::trusted);  // the others differ by as much
+  figures.sliceShares[4] = figures.sliceShares[5] = 0.3;
   const Verdict verdict = verdictOf(figures);
   EXPECT_EQ(verdict.trust, Trust::doubtful);
   EXPECT_THAT(textsOf(verdict.reasons),
