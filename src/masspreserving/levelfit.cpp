@@ -120,8 +120,8 @@ double LevelFit::shareLeft(const NoiseFit& fit) const {
 Volume<float> LevelFit::variance(int draws) {
   updateWeights();
   objective.linearise(b, gradient);
-  const NoiseFit fit = noiseOf(NoiseTails::normal);
-  return posteriorVariance(objective, lineSolver(), b, shareLeft(fit), draws);
+  const LineSolver<float> lines = lineSolver();
+  return posteriorVariance(objective, lines, b, sharesLeft(objective, lines, draws), draws);
 }
 
 double LevelFit::ratioSpread() const {
