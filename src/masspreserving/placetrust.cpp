@@ -11,7 +11,7 @@ namespace {
 // Nodes with less of the signal than this part of the mean tell nothing.
 constexpr double leastSignal = 0.05;
 constexpr double fence = 3.0;
-constexpr double leastShareOfMisfit = 0.5;
+constexpr double leastShareOfMisfit = 0.25;
 
 // Of values with weights, the one below which a part of the weight lies.
 double weightedQuantile(std::vector<std::pair<double, double>> values, double part) {

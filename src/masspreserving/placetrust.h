@@ -13,9 +13,9 @@ namespace mirel {
 /// With h_k the hat of node k and w = low * high, the square of the signal, the misfit there is
 /// v_k = sum h_k w r^2 / sum h_k w. Over the nodes, each weighted with sum h_k w, log v has the
 /// quartiles q1 and q3; a node stands far out beyond F = exp(q3 + 3 (q3 - q1)) (the outer fence of
-/// J. W. Tukey, Exploratory Data Analysis, 1977). Where such nodes hold more of the squared
-/// residuals than all others together, they weigh (F / v_k)^2, and all others 1. So noise and
-/// misfit that vary with place as they ordinarily do change nothing.
+/// J. W. Tukey, Exploratory Data Analysis, 1977). Where such nodes hold more than a
+/// quarter of the squared residuals, they weigh (F / v_k)^2, and all others 1. So noise and misfit
+/// that vary with place as they ordinarily do change nothing.
 class PlaceTrust {
  public:
   PlaceTrust() = default;
