@@ -85,6 +85,7 @@ Json settingsJson(const EstimateSettings& settings, const PairFindings& findings
     json["IntensityRatio"] = findings.intensityRatio;
     json["IntensityRatioVaries"] = varyingRatioJson(findings);
     json["HeadMotion"] = motionJson(findings);
+    json["ShareOut"] = findings.shareOut;
     json["Background"] = {findings.backgroundA, findings.backgroundB};
   }
   json["IntensityScale"] = findings.intensityScale;
@@ -208,6 +209,7 @@ void addPairSummary(Json& json, const PairRecord& pair) {
   json["background"] = {findings.backgroundA, findings.backgroundB};
   json["intensityRatio"] = findings.intensityRatio;
   json["intensityRatioVaries"] = varyingRatioJson(findings);
+  json["shareOut"] = findings.shareOut;
   json["estimateMotion"] = pair.settings.looksForMotion();
   json["headMotion"] = motionJson(findings);
   json["modulation"] = pair.settings.usedModulation() == Modulation::on;
