@@ -21,3 +21,5 @@ echo
 echo "| work | peak memory beyond the images | allowed |"
 echo "|---|---|---|"
 "$bin/mirel_memory"
+echo
+scripts/bench-apply.sh "$build"

@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # Continuous integration. Each step counts as one check, a run of tests as its tests; the last line
 # is the sum. A step that fails does not keep the next ones from running.
-#   layout and includes
+#   lint    layout, includes, clang-tidy without its analyzer on all of src/
 #   tests   all of them, as users get the program, the corpus of the fuzzers among them
-# On demand, half an hour more: scripts/dev.sh lint --all --quick (clang-tidy), scripts/dev.sh asan-ci
-# (what reads foreign files, under AddressSanitizer and UBSan), scripts/dev.sh fuzz 60.
+#   asan    what reads foreign files, under AddressSanitizer and UBSan
+#   fuzz    a minute in all, likewise under both
 set -uo pipefail
 cd "$(dirname "$0")/.."
 passed=0
@@ -32,8 +32,10 @@ step() { # NAME COMMAND...
   fi
 }
 
-step "layout and includes" scripts/lint.sh --layout
+step "lint" scripts/dev.sh lint --all --quick
 step "tests" scripts/dev.sh test
+step "asan" scripts/dev.sh asan-ci
+step "fuzz" scripts/dev.sh fuzz 60
 
 echo "$passed passed, $failed failed"
 [ "$failed" -eq 0 ]

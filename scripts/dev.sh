@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # One script for everything: scripts/dev.sh build | demo | test | dev | asan | tsan | lint | fuzz
-# [SECONDS [TARGET...]] | faults | valgrind | asan-ci | bench | ci
+# [SECONDS [TARGET...]] | faults | cluster | valgrind | asan-ci | bench | ci
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -26,13 +26,14 @@ case "${1:-}" in
   test)  setup test; build release; ctest --preset release ;;
   dev)   setup test; build dev; ctest --preset dev ;;
   asan)  setup test; build asan; ctest --preset asan ;;
-  asan-ci) setup test; configure asan; cmake --build --preset asan-ci; ctest --preset asan-ci ;;
+  asan-ci) setup test fuzz; build asan-ci; ctest --preset asan-ci ;;
   tsan)  setup test; build tsan; ctest --preset tsan ;;
   lint)  setup lint; configure lint; scripts/lint.sh "${@:2}" ;;
   fuzz)  setup fuzz; build fuzz; scripts/fuzz.sh build/fuzz "${2:-600}" "${@:3}" ;;
   valgrind) setup valgrind; build program; scripts/valgrind.sh build/release ;;
   faults) setup test; build release; MIREL_FAULT_SWEEP=all build/release/bin/faults_test ;;
+  cluster) setup cluster; build program; scripts/cluster.sh build/release ;;
   bench) setup test bench; build release; scripts/bench.sh build/release ;;
-  ci)    setup test lint; scripts/ci.sh ;;
+  ci)    setup test lint fuzz; scripts/ci.sh ;;
   *) sed -n '2,3s/^# //p' "$0" >&2; exit 2 ;;
 esac

@@ -125,6 +125,44 @@ const Json* Json::find(const std::string& name) const {
   return found == fields->end() ? nullptr : &found->second;
 }
 
+const Json& Json::part(const std::string& name) const {
+  static const Json nothing;
+  const Json* field = find(name);
+  return field == nullptr ? nothing : *field;
+}
+
+std::string Json::textOf(const std::string& name) const {
+  const Json& field = part(name);
+  return field.is_string() ? field.string() : "";
+}
+
+std::optional<double> Json::numberOf(const std::string& name) const {
+  const Json& field = part(name);
+  return field.is_number() ? std::optional(field.number()) : std::nullopt;
+}
+
+std::vector<std::string> Json::textsOf(const std::string& name) const {
+  std::vector<std::string> texts;
+  const auto add = [&](const Json& one) {
+    if (one.is_string() && !one.string().empty()) texts.push_back(one.string());
+  };
+  const Json& field = part(name);
+  if (field.is_array())
+    std::for_each(field.list().begin(), field.list().end(), add);
+  else
+    add(field);
+  return texts;
+}
+
+std::vector<double> Json::numbersOf(const std::string& name) const {
+  std::vector<double> numbers;
+  const Json& field = part(name);
+  if (!field.is_array()) return numbers;
+  for (const Json& one : field.list())
+    if (one.is_number()) numbers.push_back(one.number());
+  return numbers;
+}
+
 Json& Json::operator[](const std::string& name) {
   if (is_null()) content = Fields();
   auto* fields = std::get_if<Fields>(&content);

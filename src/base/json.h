@@ -71,6 +71,17 @@ class Json {
   /// Null when it is no object or has no such field.
   const Json* find(const std::string& name) const;
   bool contains(const std::string& name) const { return find(name) != nullptr; }
+  /// The field, or null as a value, in which nothing is found either: for texts of others, of which
+  /// nothing is certain.
+  const Json& part(const std::string& name) const;
+  /// The text of a field; "" when it is not there or no text.
+  std::string textOf(const std::string& name) const;
+  /// The number of a field; nothing when it is not there or no number.
+  std::optional<double> numberOf(const std::string& name) const;
+  /// Of a field that is a text or a list the texts that are not empty.
+  std::vector<std::string> textsOf(const std::string& name) const;
+  /// Of a field that is a list the numbers.
+  std::vector<double> numbersOf(const std::string& name) const;
 
   /// The field, added when it is not there; null becomes an object. Fault on all other values.
   Json& operator[](const std::string& name);

@@ -32,9 +32,8 @@ std::string valueOf(const Name& name, const std::string& entity) {
 
 // Of a field of the image's sidecars; nothing unless it is a positive number.
 std::optional<double> numberIn(const Acquisition& acquisition, const char* field) {
-  const Json* value = acquisition.sidecar->json().find(field);
-  if (value == nullptr || !value->is_number() || !(value->number() > 0)) return std::nullopt;
-  return value->number();
+  const std::optional<double> value = acquisition.sidecar->json().numberOf(field);
+  return value && *value > 0 ? value : std::nullopt;
 }
 
 bool isNear(double value, double expected) {

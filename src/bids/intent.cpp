@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/error.h"
+#include "base/isoneof.h"
 #include "base/samefile.h"
 #include "bids/inheritance.h"
 #include "bids/name.h"
@@ -14,17 +15,7 @@ namespace {
 constexpr std::size_t namedAtMost = 3;
 
 std::vector<std::string> textsIn(const std::optional<Sidecar>& sidecar, const char* field) {
-  const Json* value = sidecar ? sidecar->json().find(field) : nullptr;
-  if (value == nullptr) return {};
-  std::vector<std::string> texts;
-  const auto add = [&](const Json& one) {
-    if (one.is_string() && !one.string().empty()) texts.push_back(one.string());
-  };
-  if (value->is_array())
-    std::for_each(value->list().begin(), value->list().end(), add);
-  else
-    add(*value);
-  return texts;
+  return sidecar ? sidecar->texts(field) : std::vector<std::string>();
 }
 
 bool haveCommon(const std::vector<std::string>& a, const std::vector<std::string>& b) {
@@ -40,10 +31,6 @@ std::string listed(const std::vector<std::string>& texts) {
   if (texts.size() > namedAtMost)
     list += " and " + std::to_string(texts.size() - namedAtMost) + " more";
   return list;
-}
-
-bool isOneOf(const std::string& word, std::initializer_list<const char*> words) {
-  return std::find(words.begin(), words.end(), word) != words.end();
 }
 
 std::optional<std::string> valueOf(const Name& name, const std::string& key) {

@@ -101,9 +101,9 @@ std::optional<double> Sidecar::seconds(const char* field) const {
 }
 
 std::string Sidecar::contradictionOf(double totalReadoutTime, int lines) const {
-  const Json* spacing = content->find("EffectiveEchoSpacing");
-  if (spacing == nullptr || !spacing->is_number()) return {};
-  const double bySpacing = spacing->number() * (lines - 1.0);
+  const std::optional<double> spacing = content->numberOf("EffectiveEchoSpacing");
+  if (!spacing) return {};
+  const double bySpacing = *spacing * (lines - 1.0);
   if (std::abs(bySpacing - totalReadoutTime) <= largestContradiction * totalReadoutTime) return {};
   const std::string& one = fileOf("TotalReadoutTime");
   const std::string& other = fileOf("EffectiveEchoSpacing");

@@ -65,6 +65,8 @@ class Sidecar {
   /// What messages about a missing field call it: "near.json", "near.json (with far.json)".
   std::string title() const;
   const Json& json() const { return *content; }
+  /// Of a field that is a text or a list of them, such as IntendedFor, those that are not empty.
+  std::vector<std::string> texts(const std::string& field) const { return content->textsOf(field); }
 
   /// The field PhaseEncodingDirection; nothing when it is missing.
   std::optional<PhaseEncodingDirection> phaseEncoding() const;

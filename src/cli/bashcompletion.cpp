@@ -1,5 +1,6 @@
 #include <string>
 
+#include "base/joined.h"
 #include "cli/completion.h"
 
 namespace mirel {
@@ -32,12 +33,6 @@ constexpr const char* tail = R"(  if [[ -n $words ]]; then
   fi
 }
 )";
-
-std::string joined(const std::vector<std::string>& words, const char* separator) {
-  std::string text;
-  for (const std::string& word : words) text += (text.empty() ? "" : separator) + word;
-  return text;
-}
 
 std::string optionNames(const ListedCommand& command) {
   std::string text;

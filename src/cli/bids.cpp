@@ -1,17 +1,22 @@
 #include <algorithm>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <thread>
 
+#include "base/error.h"
+#include "base/inputfile.h"
 #include "cli/advice.h"
 #include "cli/command.h"
 #include "cli/interrupt.h"
 #include "cli/numbers.h"
 #include "cli/progressbar.h"
+#include "cli/reportfacts.h"
 #include "dataset/description.h"
 #include "dataset/group.h"
 #include "dataset/participant.h"
 #include "host/session.h"
+#include "report/indexpage.h"
 
 namespace mirel {
 
@@ -32,7 +37,7 @@ constexpr const char* description =
 struct Options {
   dataset::ParticipantOptions job;
   std::string level;
-  bool dryRun = false, strict = false, quiet = false, skipValidation = false;
+  bool dryRun = false, strict = false, quiet = false, skipValidation = false, noReports = false;
 };
 
 /// A line for every subject on standard error.
@@ -99,8 +104,14 @@ int statusOf(const dataset::DatasetPlan& plan, bool strict) {
   return broken ? exitFailure : exitSuccess;
 }
 
+dataset::DatasetPlan planOf(const Options& options) try {
+  return planDataset(options.job);
+} catch (const dataset::WrongSelection& mistake) {
+  throw UsageError(sentenceOf(mistake));
+}
+
 int runBids(const Options& options) {
-  dataset::DatasetPlan plan = planDataset(options.job);
+  dataset::DatasetPlan plan = planOf(options);
   tellWarnings(plan);
   if (options.dryRun) {
     tellPlan(plan);
@@ -125,6 +136,23 @@ int runBids(const Options& options) {
   return status;
 }
 
+// The name of the dataset: that of its folder.
+std::string nameOf(const std::string& dataset) {
+  std::error_code ignored;
+  return std::filesystem::weakly_canonical(dataset + "/.", ignored).filename().string();
+}
+
+// A page of others may have this name.
+void writeIndex(const std::string& file, const std::string& page) {
+  constexpr std::uintmax_t largestPage = 256U << 20U;
+  std::error_code ignored;
+  if (std::filesystem::exists(file, ignored) &&
+      readWholeFile(file, largestPage).find("name=\"generator\" content=\"Mirel\"") ==
+          std::string::npos)
+    throw Error(file, "is there already and is not by Mirel: move it away, or give --no-reports");
+  dataset::writeIfDifferent(file, page);
+}
+
 int runGroup(const Options& options) {
   const std::string& out = options.job.output;
   const std::vector<dataset::GroupRow> rows = dataset::groupRows(out);
@@ -135,9 +163,13 @@ int runGroup(const Options& options) {
     std::cout << groupTsv(rows);
     return exitSuccess;
   }
+  if (!options.noReports)
+    writeIndex(out + "/index.html",
+               report::indexPage(nameOf(options.job.dataset), options.job.version, rows));
   dataset::writeIfDifferent(out + "/group_corrected.tsv", groupTsv(rows));
   dataset::writeIfDifferent(out + "/group_corrected.json", dataset::groupDictionary());
   std::cout << out << "/group_corrected.tsv\n" << out << "/group_corrected.json\n";
+  if (!options.noReports) std::cout << out << "/index.html\n";
   return exitSuccess;
 }
 
@@ -154,6 +186,11 @@ void addSelection(Command* command, Options& options) {
       ->add_option("-t,--task-id,--task", options.job.tasks,
                    "Of images with a task only those of these, with or without task-")
       ->type_name("LABEL...");
+  command
+      ->add_option("--bids-filter-file,--bids_filter_file", options.job.filterFile,
+                   "Only images that fit a JSON file of filters, as in\n"
+                   R"({"bold": {"task": "rest"}, "fmap": {"acquisition": ["a", null]}})")
+      ->type_name("FILE");
 }
 
 }  // namespace
@@ -175,7 +212,7 @@ void addBidsCommand(Command& app, Program& program) {
   command
       ->add_option("LEVEL", options->level,
                    "participant: correct the images; group: make a table of all corrected images,\n"
-                   "OUT/group_corrected.tsv, and name the outliers")
+                   "OUT/group_corrected.tsv and OUT/index.html, and name the outliers")
       ->type_name("")
       ->required()
       ->one_of({"participant", "group"});
@@ -196,9 +233,14 @@ void addBidsCommand(Command& app, Program& program) {
                     "Exit with 1 also where an image is left uncorrected for lack of a field");
   command->add_flag("--skip-bids-validation,--skip_bids_validation", options->skipValidation,
                     "Taken for the sake of scripts: the dataset is never validated as a whole");
+  command->add_flag(
+      "--no-reports,--no-report", options->noReports,
+      "Do not write pages to look at: STEM_report.html beside each field and series,\n"
+      "OUT/index.html");
   command->add_flag("--quiet", options->quiet, "No lines about progress");
   command->callback([options, &program] {
-    program.action = [options] {
+    program.action = [options, &program] {
+      if (!options->noReports) options->job.report = [&program] { return jobReportOf(program); };
       return options->level == "group" ? runGroup(*options) : runBids(*options);
     };
   });

@@ -5,6 +5,7 @@
 #include <initializer_list>
 #include <list>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -93,6 +94,11 @@ class Command {
   std::list<Command> subcommands;
 };
 
+/// What a command throws that finds, once it knows its files, that the line is not a usage.
+struct UsageError : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
 /// For callbacks: the line is not a usage, "WHAT is required".
 [[noreturn]] void refuseMissing(const std::string& what);
 /// "OPTION requires NEEDED".
@@ -118,13 +124,14 @@ class CommandLine {
   /// "help" and "help COMMAND" mean --help and COMMAND --help. A command or an option that there is
   /// not is named, with the one that may have been meant.
   Outcome parse(int argc, char** argv);
+  /// Tells why the line is not a usage.
+  Outcome refuse(const std::string& sentence);
   /// Why the line was refused, in one sentence; empty when it was not.
   const std::string& refusal() const { return reason; }
 
  private:
   std::string unknownCommand(const std::vector<std::string>& words) const;
   std::string unknownOption(const std::vector<std::string>& words) const;
-  Outcome refuse(const std::string& sentence);
 
   std::unique_ptr<CLI::App> app;
   Command command;

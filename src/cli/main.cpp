@@ -49,11 +49,19 @@ void tell(const std::exception& failure, bool asJson) {
               error != nullptr ? error->field() : "");
 }
 
-int run(const Program& program, bool asJson) {
+int refused(const CommandLine& line, bool asJson) {
+  if (asJson) printAsJson(line.refusal(), "", "");
+  return exitUsage;
+}
+
+int run(const Program& program, CommandLine& line, bool asJson) {
   try {
     const int status = program.action();
     refuseLostOutput();
     return status;
+  } catch (const UsageError& mistake) {
+    line.refuse(mistake.what());
+    return refused(line, asJson);
   } catch (const Interrupted& stop) {
     tell(stop, asJson);
     return stop.exitStatus();
@@ -84,12 +92,11 @@ int runLine(int argc, char** argv) {
     case CommandLine::Outcome::answered:
       return exitSuccess;
     case CommandLine::Outcome::refused:
-      if (asJson) printAsJson(line.refusal(), "", "");
-      return exitUsage;
+      return refused(line, asJson);
     case CommandLine::Outcome::understood:
       break;
   }
-  return run(program, asJson);
+  return run(program, line, asJson);
 }
 
 }  // namespace

@@ -65,10 +65,7 @@ class SceneReader {
   // What the image's sidecars say of its unit; empty when they do not.
   std::string unitInSidecar(const std::string& file) {
     try {
-      if (const auto sidecar = bids::findSidecar(file)) {
-        const Json* unit = sidecar->json().find("Units");
-        if (unit != nullptr && unit->is_string()) return unit->string();
-      }
+      if (const auto sidecar = bids::findSidecar(file)) return sidecar->json().textOf("Units");
     } catch (const std::exception& failure) {
       result.notes.push_back(std::string(failure.what()) + "; drawn without it");
     }

@@ -4,10 +4,10 @@
 #include <sys/time.h>
 
 #include <chrono>
-#include <ctime>
 #include <string_view>
 
 #include "base/numbertext.h"
+#include "base/utctime.h"
 #include "cli/advice.h"
 #include "cli/command.h"
 #include "report/htmlreport.h"
@@ -15,6 +15,8 @@
 namespace mirel {
 
 namespace {
+
+using Facts = std::vector<std::pair<std::string, std::string>>;
 
 constexpr std::string_view plain =
     "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_@%+=:,./-";
@@ -26,17 +28,24 @@ std::string quoted(const std::string& word) {
   return text + "'";
 }
 
-std::string dateText() {
-  const std::time_t now = std::time(nullptr);
-  std::tm utc{};
-  gmtime_r(&now, &utc);
-  char text[64];
-  std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S UTC", &utc);
-  return text;
-}
-
 double seconds(const timeval& time) {
   return static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_usec);
+}
+
+std::unique_ptr<RunReport> reportWith(const Program& program,
+                                      const std::function<Facts()>& moreOfThisRun) {
+  using Clock = std::chrono::steady_clock;
+  report::ReportFacts facts;
+  facts.command = program.command;
+  facts.sentence = [](const Remark& remark) { return sentenceOf(remark); };
+  facts.thisRun = [start = Clock::now(), moreOfThisRun] {
+    const std::chrono::duration<double> passed = Clock::now() - start;
+    Facts all = {{"Date", utcTime()},
+                 {"Time until this page", text("%.1f", passed.count()) + " s"}};
+    for (auto& fact : moreOfThisRun()) all.push_back(std::move(fact));
+    return all;
+  };
+  return std::make_unique<report::HtmlReport>(std::move(facts));
 }
 
 }  // namespace
@@ -48,21 +57,17 @@ std::string commandText(int argc, const char* const* argv) {
 }
 
 std::unique_ptr<RunReport> reportOf(const Program& program) {
-  using Clock = std::chrono::steady_clock;
-  report::ReportFacts facts;
-  facts.command = program.command;
-  facts.sentence = [](const Remark& remark) { return sentenceOf(remark); };
-  facts.thisRun = [start = Clock::now()]() -> std::vector<std::pair<std::string, std::string>> {
-    const std::chrono::duration<double> passed = Clock::now() - start;
+  return reportWith(program, []() -> Facts {
     rusage used{};
     getrusage(RUSAGE_SELF, &used);
     return {
-        {"Date", dateText()},
-        {"Time until this page", text("%.1f", passed.count()) + " s"},
         {"Processor time", text("%.1f", seconds(used.ru_utime) + seconds(used.ru_stime)) + " s"},
         {"Largest memory", text("%.0f", static_cast<double>(used.ru_maxrss) / 1024) + " MiB"}};
-  };
-  return std::make_unique<report::HtmlReport>(std::move(facts));
+  });
+}
+
+std::unique_ptr<RunReport> jobReportOf(const Program& program) {
+  return reportWith(program, [] { return Facts(); });
 }
 
 }  // namespace mirel

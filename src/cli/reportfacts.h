@@ -16,4 +16,7 @@ std::string commandText(int argc, const char* const* argv);
 /// command line, date, duration and memory.
 std::unique_ptr<RunReport> reportOf(const Program& program);
 
+/// The same of one of many jobs of a process, of which only date and duration are known.
+std::unique_ptr<RunReport> jobReportOf(const Program& program);
+
 }  // namespace mirel

@@ -2,7 +2,6 @@
 
 #include <filesystem>
 #include <locale>
-#include <memory>
 #include <new>
 #include <sstream>
 
@@ -144,28 +143,49 @@ ConvertReport imageToProject(const std::string& in, const std::string& out, Proj
 
 // From a project to an image
 
-using PendingFiles = std::vector<std::unique_ptr<OutFile>>;
-
-void addFile(PendingFiles& files, const std::string& name, const std::string& text) {
-  files.push_back(std::make_unique<OutFile>(name));
-  files.back()->write(text);
+/// x.bvec belongs to x.nii as well as to x.nii.gz.
+void refuseSharedGradients(const std::string& out) {
+  const std::string stem = nifti::niftiStem(out);
+  for (const char* ending : {".nii", ".nii.gz"})
+    if (const std::string twin = stem + ending; twin != out && fs::exists(twin))
+      throw Error(twin, "is there already, and the new " + stem + ".bvec and " + stem +
+                            ".bval would be read as its gradients, too: name another output, or "
+                            "move that image away");
 }
 
-void writeGradients(const Project& project, const std::string& out, PendingFiles& files,
-                    ConvertReport& report) {
+/// Gradients that stand beside an image which has none of its own are read as its own.
+void noteForeignGradients(const std::string& out, ConvertReport& report) {
+  for (const char* ending : {".bvec", ".bval"})
+    if (const std::string file = nifti::niftiStem(out) + ending; fs::exists(file))
+      report.notes.push_back(file +
+                             " was there already and is not of this conversion, but will be "
+                             "read as the gradients of " +
+                             out);
+}
+
+/// Writes the gradient files, if the project has a table; returns their names.
+std::vector<std::string> writeGradients(const Project& project, const std::string& stem,
+                                        const OutFolder& folder, ConvertReport& report) {
   const DMR* dmr = project.dmr();
-  if (!dmr || !dmr->GradientInformationAvailable.value()) return;
+  if (!dmr || !dmr->GradientInformationAvailable.value()) return {};
   const std::size_t volumes = static_cast<std::size_t>(dmr->NrOfVolumes.value());
   const std::size_t rows = dmr->gradientDirections.size();
   if (rows != volumes || dmr->gradientWeights.size() != volumes) {
     report.notes.push_back(dmr->fileName + " has a gradient table of " + std::to_string(rows) +
                            " rows for " + std::to_string(volumes) +
                            " volumes: no .bvec and .bval are written");
-    return;
+    return {};
   }
   const nifti::GradientTable table{dmr->gradientDirections, dmr->gradientWeights};
-  addFile(files, nifti::niftiStem(out) + ".bvec", nifti::formatDirections(table));
-  addFile(files, nifti::niftiStem(out) + ".bval", nifti::formatBValues(table));
+  folder.write(stem + ".bvec", nifti::formatDirections(table));
+  folder.write(stem + ".bval", nifti::formatBValues(table));
+  return {stem + ".bvec", stem + ".bval"};
+}
+
+void writeImage(const std::string& name, const nifti::Header& header, const Volumes& volumes) {
+  nifti::Writer image(name, header);
+  for (const Volume<float>& volume : volumes) image.write(volume);
+  image.finish();
 }
 
 /// A data file that is too short would read as zeros.
@@ -195,15 +215,21 @@ ConvertReport projectToImage(const std::string& in, const std::string& out) {
   const Volumes& volumes = project.volumes();
   if (!nifti::isInteger(header.type) || !fitsType(volumes, header.type)) header.type = ownType;
 
-  nifti::Writer image(out, header);
-  PendingFiles gradients;
-  writeGradients(project, out, gradients, report);
-  for (const Volume<float>& volume : volumes) image.write(volume);
-  image.finish();
-  report.written.push_back(out);
-  for (const std::unique_ptr<OutFile>& file : gradients) {
-    file->commit();
-    report.written.push_back(file->target());
+  const fs::path target(out);
+  const std::string name = target.filename().string();
+  OutFolder folder(target.parent_path());
+  try {
+    std::vector<std::string> names =
+        writeGradients(project, nifti::niftiStem(name), folder, report);
+    if (names.empty())
+      noteForeignGradients(out, report);
+    else
+      refuseSharedGradients(out);
+    names.insert(names.begin(), name);
+    writeImage(folder.path(name), header, volumes);
+    report.written = folder.commit(names);
+  } catch (const Error& error) {
+    throw Error(folder.plain(error.what()), error.advice());
   }
   return report;
 }

@@ -1,12 +1,12 @@
 #include "dataset/description.h"
 
-#include <cctype>
 #include <filesystem>
 
 #include "base/error.h"
 #include "base/inputfile.h"
 #include "base/json.h"
 #include "base/outputfile.h"
+#include "base/percentencoded.h"
 #include "bids/inheritance.h"
 #include "bids/sidecar.h"
 
@@ -17,9 +17,9 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::uintmax_t largestText = 64U << 20U;
-// Logs, tables of the group and what no rule of the standard has a name for.
+// Logs, pages, tables of the group and what no rule of the standard has a name for.
 constexpr const char* ignoreText =
-    "logs/\ngroup_*\n*_vdm.*\n*_xfm.*\n*_desc-*_dwi.bval\n*_desc-*_dwi.bvec\n";
+    "logs/\n*.html\ngroup_*\n*_vdm.*\n*_xfm.*\n*_desc-*_dwi.bval\n*_desc-*_dwi.bvec\n";
 
 std::string relativePath(const std::string& from, const std::string& to) {
   std::error_code ignored;
@@ -31,16 +31,7 @@ std::string relativePath(const std::string& from, const std::string& to) {
 // As a URI, which has to be absolute.
 std::string uriOf(const std::string& folder) {
   std::error_code ignored;
-  std::string uri = "file://";
-  for (const char c : fs::weakly_canonical(folder, ignored).string()) {
-    const auto byte = static_cast<unsigned char>(c);
-    constexpr const char* digits = "0123456789ABCDEF";
-    if (std::isalnum(byte) != 0 || std::string("/-._~").find(c) != std::string::npos)
-      uri += c;
-    else
-      uri += {'%', digits[byte >> 4U], digits[byte & 15U]};
-  }
-  return uri;
+  return "file://" + percentEncoded(fs::weakly_canonical(folder, ignored).string());
 }
 
 Json rawDescription(const std::string& dataset) {

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "base/error.h"
+#include "base/isoneof.h"
 #include "bids/sidecar.h"
 #include "dataset/scantime.h"
 #include "nifti/gradients.h"
@@ -16,35 +17,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr float largestUnweighted = 100.0F;  // s/mm^2
-
-bool isOneOf(const std::string& word, std::initializer_list<std::string_view> words) {
-  return std::find(words.begin(), words.end(), word) != words.end();
-}
-
-std::vector<std::string> textsIn(const bids::Sidecar& sidecar, const char* field) {
-  std::vector<std::string> texts;
-  const Json* value = sidecar.json().find(field);
-  if (value == nullptr) return texts;
-  const auto add = [&](const Json& one) {
-    if (one.is_string() && !one.string().empty()) texts.push_back(one.string());
-  };
-  if (value->is_array())
-    std::for_each(value->list().begin(), value->list().end(), add);
-  else
-    add(*value);
-  return texts;
-}
-
-std::vector<double> numbersIn(const bids::Sidecar& sidecar, const char* field) {
-  std::vector<double> numbers;
-  const Json* value = sidecar.json().find(field);
-  if (value == nullptr || !value->is_array()) return numbers;
-  for (const Json& one : value->list())
-    if (one.is_number()) numbers.push_back(one.number());
-  return numbers;
-}
-
 void readHeader(const std::string& file, ImageFacts& facts) {
   const nifti::Header header = nifti::Reader(file).header();
   facts.grid = gridOf(header);
@@ -52,19 +24,19 @@ void readHeader(const std::string& file, ImageFacts& facts) {
   const std::string bValues = nifti::gradientFileOf(file, ".bval");
   if (bValues.empty()) return;
   const std::vector<float> values = nifti::readBValues(bValues, header.volumes);
-  const auto first =
-      std::find_if(values.begin(), values.end(), [](float b) { return b <= largestUnweighted; });
+  const auto first = std::find_if(values.begin(), values.end(),
+                                  [](float b) { return b <= nifti::greatestUnweighted; });
   facts.unweightedVolume = first == values.end() ? -1 : static_cast<int>(first - values.begin());
 }
 
 void readSidecars(const std::vector<std::string>& files, ImageFacts& facts) {
   const bids::Sidecar sidecar(files);
-  facts.identifiers = textsIn(sidecar, "B0FieldIdentifier");
-  facts.fieldSources = textsIn(sidecar, "B0FieldSource");
-  facts.intendedFor = textsIn(sidecar, "IntendedFor");
-  facts.shim = numbersIn(sidecar, "ShimSetting");
+  facts.identifiers = sidecar.texts("B0FieldIdentifier");
+  facts.fieldSources = sidecar.texts("B0FieldSource");
+  facts.intendedFor = sidecar.texts("IntendedFor");
+  facts.shim = sidecar.json().numbersOf("ShimSetting");
   for (const char* field : {"AcquisitionTime", "AcquisitionDateTime"})
-    if (const auto texts = textsIn(sidecar, field); !texts.empty() && !facts.acquiredSeconds)
+    if (const auto texts = sidecar.texts(field); !texts.empty() && !facts.acquiredSeconds)
       facts.acquiredSeconds = secondsOfDay(texts.front());
   facts.direction = sidecar.phaseEncoding();
   if (!facts.direction) return;
@@ -78,9 +50,12 @@ void readSidecars(const std::vector<std::string>& files, ImageFacts& facts) {
 
 std::string ImageFacts::fileName() const { return fs::path(image.path).filename().string(); }
 
+bool isEpiSuffix(const std::string& suffix) {
+  return isOneOf(suffix, {"bold", "sbref", "dwi", "asl", "m0scan", "epi"});
+}
+
 bool isEpi(const IndexedImage& image) {
-  return isOneOf(image.suffix(), {"bold", "sbref", "dwi", "asl", "m0scan", "epi"}) &&
-         isOneOf(image.datatype, {"func", "dwi", "perf", "fmap"});
+  return isEpiSuffix(image.suffix()) && isOneOf(image.datatype, {"func", "dwi", "perf", "fmap"});
 }
 
 bool isOtherField(const IndexedImage& image) {

@@ -33,8 +33,10 @@ struct ImageFacts {
 /// Whether the headers of images are read, or only what stands beside them.
 enum class Headers { read, left };
 
-/// bold, sbref, dwi, asl, m0scan and epi in the folders func, dwi, perf and fmap: what is acquired
-/// by echo-planar imaging, as a rule.
+/// bold, sbref, dwi, asl, m0scan and epi: what is acquired by echo-planar imaging, as a rule.
+bool isEpiSuffix(const std::string& suffix);
+
+/// Of one of these suffixes, in the folders func, dwi, perf and fmap.
 bool isEpi(const IndexedImage& image);
 
 /// phasediff, phase1, phase2 and fieldmap in the folder fmap: fields by other means.

@@ -2,14 +2,20 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <filesystem>
 #include <map>
 
 #include "base/error.h"
+#include "base/joined.h"
 #include "base/json.h"
+#include "base/numbertext.h"
 #include "bids/name.h"
 #include "bids/sidecar.h"
+#include "dataset/facts.h"
+#include "dataset/groupfigures.h"
+#include "dataset/subjectrun.h"
+#include "dataset/tsv.h"
+#include "nifti/filename.h"
 
 namespace mirel::dataset {
 
@@ -17,121 +23,148 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::optional<double> numberAt(const Json* json, const char* field) {
-  const Json* value = json == nullptr ? nullptr : json->find(field);
-  return value != nullptr && value->is_number() ? std::optional(value->number()) : std::nullopt;
-}
-
-std::string textAt(const Json* json, const char* field) {
-  const Json* value = json == nullptr ? nullptr : json->find(field);
-  return value != nullptr && value->is_string() ? value->string() : "";
-}
+constexpr const char* imageEnd = ".nii.gz";
+constexpr const char* recordEnd = ".json";
 
 // Of a list of three numbers.
-std::optional<double> lengthAt(const Json* json, const char* field) {
-  const Json* value = json == nullptr ? nullptr : json->find(field);
-  if (value == nullptr || !value->is_array()) return std::nullopt;
+std::optional<double> lengthOf(const Json& json, const char* field) {
+  const std::vector<double> parts = json.numbersOf(field);
+  if (parts.empty()) return std::nullopt;
   double sum = 0;
-  for (const Json& one : value->list())
-    if (one.is_number()) sum += one.number() * one.number();
+  for (const double part : parts) sum += part * part;
   return std::sqrt(sum);
 }
 
-std::vector<std::string> sourcesIn(const Json& sidecar) {
-  std::vector<std::string> sources;
-  if (const Json* list = sidecar.find("Sources"); list != nullptr && list->is_array())
-    for (const Json& one : list->list())
-      if (one.is_string()) sources.push_back(one.string());
-  return sources;
+int warningsIn(const Json& json) {
+  const Json& list = json.part("Warnings");
+  return list.is_array() ? static_cast<int>(list.list().size()) : 0;
 }
 
 // The figures of a pair, from the record of any of its results.
 void readPair(const Json& record, GroupRow& row) {
-  const Json *verdict = record.find("Verdict"), *agreement = record.find("PairCorrelation");
-  const Json* options = record.find("Options");
-  const Json* motion = options == nullptr ? nullptr : options->find("HeadMotion");
-  row.verdict = textAt(verdict, "Trust");
-  row.fieldHz = numberAt(verdict, "FieldHz");
-  row.displacementVoxels = numberAt(verdict, "DisplacementVoxels");
-  row.residual = numberAt(verdict, "Residual");
-  row.agreementBefore = numberAt(agreement, "Before");
-  row.agreementAfter = numberAt(agreement, "After");
-  row.motionMm = lengthAt(motion, "TranslationMm");
-  row.motionDegrees = lengthAt(motion, "RotationDegrees");
+  const Json &verdict = record.part("Verdict"), &agreement = record.part("PairCorrelation"),
+             &motion = record.part("Options").part("HeadMotion");
+  row.verdict = verdict.textOf("Trust");
+  row.fieldHz = verdict.numberOf("FieldHz");
+  if (const auto range = verdict.numbersOf("FieldRangeHz"); range.size() == 2) {
+    row.fieldLowHz = range[0];
+    row.fieldHighHz = range[1];
+  }
+  row.displacementVoxels = verdict.numberOf("DisplacementVoxels");
+  row.residual = verdict.numberOf("Residual");
+  row.agreementBefore = agreement.numberOf("Before");
+  row.agreementAfter = agreement.numberOf("After");
+  row.motionMm = lengthOf(motion, "TranslationMm");
+  row.motionDegrees = lengthOf(motion, "RotationDegrees");
+  row.warnings += warningsIn(record);
 }
 
-int warningsIn(const Json& json) {
-  const Json* list = json.find("Warnings");
-  return list != nullptr && list->is_array() ? static_cast<int>(list->list().size()) : 0;
+// The path of a BIDS URI, whatever dataset it is of.
+std::string pathOf(const std::string& uri) { return uri.substr(uri.rfind(':') + 1); }
+
+// Both images of a pair are sources of each: which one it is its name tells.
+void readImageOfPair(const Json& record, const std::vector<std::string>& sources, GroupRow& row) {
+  row.field = joined(sources);
+  for (const std::string& source : sources) {
+    const std::string path = pathOf(source);
+    if (row.image.starts_with(path.substr(0, path.rfind('_')))) row.source = source;
+  }
+  readPair(record, row);
 }
 
-bool isCorrectedImage(const bids::Name& name) {
-  constexpr const char* suffixes[] = {"bold", "sbref", "dwi", "asl", "m0scan", "epi"};
-  return std::any_of(std::begin(suffixes), std::end(suffixes),
-                     [&](const char* suffix) { return name.suffix == suffix; });
+// The page beside a result, from the output folder on.
+std::string pageBeside(const std::string& output, const std::string& stem) {
+  std::error_code ignored;
+  return fs::is_regular_file(output + "/" + stem + reportEnd, ignored) ? stem + reportEnd : "";
 }
 
+// The field of a series, whose record has the figures of the pair. It may be that of another
+// program, of which nothing is known.
+void readField(const std::string& output, const std::string& uri, GroupRow& row) {
+  constexpr const char* here = "bids::";
+  if (!uri.starts_with(here)) return;
+  row.field = pathOf(uri);
+  if (!nifti::hasNiftiName(row.field)) return;
+  const std::string stem = nifti::niftiStem(row.field), file = output + "/" + stem + recordEnd;
+  std::error_code ignored;
+  if (!fs::is_regular_file(file, ignored)) return;
+  row.fieldPage = pageBeside(output, stem);
+  const bids::Sidecar field(file);
+  if (const Json* pair = field.json().find("Mirel")) readPair(*pair, row);
+}
+
+void readSeries(const std::string& output, const Json& series,
+                const std::vector<std::string>& sources, GroupRow& row) {
+  row.signCheck = series.part("SignCheck").textOf("Verdict");
+  row.warnings = warningsIn(series);
+  if (sources.size() > 1) readField(output, sources[1], row);
+}
+
+std::string stemOf(const std::string& output, const fs::path& record) {
+  return record.lexically_relative(output).replace_extension().generic_string();
+}
+
+// Nothing for what is no record of a corrected image.
 std::optional<GroupRow> rowOf(const std::string& output, const fs::path& file) {
-  if (!isCorrectedImage(bids::Name::ofStem(file.stem().string()))) return std::nullopt;
+  if (!isEpiSuffix(bids::Name::ofStem(file.stem().string()).suffix)) return std::nullopt;
   const bids::Sidecar sidecar(file.string());
   const Json* record = sidecar.json().find("Mirel");
   if (record == nullptr) return std::nullopt;
-  const std::string stem = file.lexically_relative(output).replace_extension().generic_string();
-  const std::vector<std::string> sources = sourcesIn(sidecar.json());
+  const std::vector<std::string> sources = sidecar.texts("Sources");
   GroupRow row;
-  row.image = stem + ".nii.gz";
-  row.source = sources.empty() ? "" : sources[0];
-  const Json* series = record->find("Series");
-  if (series == nullptr) {
-    // Both images of a pair are sources of each: which one it is its name tells.
-    for (const std::string& source : sources) {
-      row.field += (row.field.empty() ? "" : ", ") + source;
-      if (row.image.starts_with(
-              source.substr(source.rfind(':') + 1, source.rfind('_') - source.rfind(':') - 1)))
-        row.source = source;
-    }
-    row.warnings = warningsIn(*record);
-    readPair(*record, row);
-    return row;
-  }
-  row.signCheck = textAt(series->find("SignCheck"), "Verdict");
-  row.warnings = warningsIn(*series);
-  constexpr const char* here = "bids::";
-  if (sources.size() > 1 && sources[1].starts_with(here)) {
-    row.field = sources[1].substr(std::string(here).size());
-    std::string fieldRecord = output + "/" + row.field;
-    fieldRecord.replace(fieldRecord.rfind(".nii"), std::string::npos, ".json");
-    const bids::Sidecar field(fieldRecord);
-    if (const Json* pair = field.json().find("Mirel")) {
-      row.warnings += warningsIn(*pair);
-      readPair(*pair, row);
-    }
-  }
+  row.image = stemOf(output, file) + imageEnd;
+  row.page = pageBeside(output, stemOf(output, file));
+  if (!sources.empty()) row.source = sources[0];
+  if (const Json* series = record->find("Series"))
+    readSeries(output, *series, sources, row);
+  else
+    readImageOfPair(*record, sources, row);
   return row;
 }
 
-struct Column {
-  const char* name;
-  std::optional<double> GroupRow::*value;
-  const char* meaning;
-  const char* unit;
-};
+// The JSON files of all subjects.
+std::vector<fs::path> recordsIn(const std::string& output) {
+  std::vector<fs::path> records;
+  std::error_code failure;
+  fs::recursive_directory_iterator entry(output, failure);
+  if (failure) throw Error(output, "cannot be listed: " + failure.message());
+  for (const fs::recursive_directory_iterator end; entry != end; entry.increment(failure)) {
+    const std::string name = entry->path().filename().string();
+    // What runs under way hide may be gone before it is looked at.
+    if (name.starts_with('.')) entry.disable_recursion_pending();
+    if (name.starts_with("sub-") && name.ends_with(recordEnd)) records.push_back(entry->path());
+  }
+  if (failure) throw Error(output, "cannot be listed to its end: " + failure.message());
+  return records;
+}
 
-constexpr Column columns[] = {
-    {"field_hz", &GroupRow::fieldHz, "Root mean square of the field in the head", "Hz"},
-    {"displacement", &GroupRow::displacementVoxels,
-     "Root mean square of the pair's displacement in the head", "voxel"},
-    {"motion_translation", &GroupRow::motionMm,
-     "Translation of the head between the images of the pair", "mm"},
-    {"motion_rotation", &GroupRow::motionDegrees,
-     "Rotation of the head between the images of the pair", "degree"},
-    {"agreement_before", &GroupRow::agreementBefore,
-     "Correlation of the pair in the head as it was acquired", "1"},
-    {"agreement_after", &GroupRow::agreementAfter,
-     "Correlation of the pair in the head when corrected", "1"},
-    {"residual", &GroupRow::residual,
-     "Root mean square difference of the corrected pair over that of its mean", "1"},
-};
+// The fields of pairs, without extension, by the images that they are made of.
+using FieldsOfPairs = std::map<std::string, std::string>;
+
+// Of a pair without a readout time it is the map in voxels.
+void addField(const std::string& output, const fs::path& file, FieldsOfPairs& fields) {
+  const std::string stem = stemOf(output, file);
+  const bool isField =
+      stem.ends_with("_fieldmap") && stem.find("_desc-uncertainty") == std::string::npos;
+  if (!isField && (!stem.ends_with("_vdm") || stem.find("_desc-voxels") == std::string::npos))
+    return;
+  const bids::Sidecar sidecar(file.string());
+  const Json& record = sidecar.json().part("Mirel");
+  if (!record.is_object() || record.contains("Series")) return;
+  const std::string pair = joined(sidecar.texts("Sources"));
+  if (isField)
+    fields[pair] = stem;
+  else
+    fields.emplace(pair, stem);
+}
+
+// Images of a pair tell the pair that they are of, not the field.
+void findField(const std::string& output, const FieldsOfPairs& fields, GroupRow& row) {
+  const auto field = fields.find(row.field);
+  if (field == fields.end()) return;
+  row.field = field->second + imageEnd;
+  row.fieldPage = pageBeside(output, field->second);
+}
 
 double medianOf(std::vector<double> values) {
   std::sort(values.begin(), values.end());
@@ -139,24 +172,15 @@ double medianOf(std::vector<double> values) {
   return values.size() % 2 == 1 ? values[middle] : 0.5 * (values[middle - 1] + values[middle]);
 }
 
-std::string cell(const std::optional<double>& value) {
-  if (!value) return "n/a";
-  char text[32];
-  std::snprintf(text, sizeof text, "%.6g", *value);
-  return text;
-}
-
-std::string cell(const std::string& text) { return text.empty() ? "n/a" : text; }
-
 }  // namespace
 
 void markOutliers(std::vector<GroupRow>& rows) {
   constexpr double farthest = 3.5, toDeviation = 1.4826;
   constexpr std::size_t fewest = 5;
-  for (const Column& column : columns) {
+  for (const GroupFigure& figure : groupFigures) {
     std::map<std::string, double> byField;
     for (const GroupRow& row : rows)
-      if (const auto& value = row.*column.value) byField.emplace(row.field, *value);
+      if (const auto& value = row.*figure.value) byField.emplace(row.field, *value);
     if (byField.size() < fewest) continue;
     std::vector<double> values, deviations;
     for (const auto& [field, value] : byField) values.push_back(value);
@@ -164,24 +188,24 @@ void markOutliers(std::vector<GroupRow>& rows) {
     for (const double value : values) deviations.push_back(std::fabs(value - median));
     const double deviation = toDeviation * medianOf(deviations);
     for (GroupRow& row : rows)
-      if (const auto& value = row.*column.value;
+      if (const auto& value = row.*figure.value;
           value && std::fabs(*value - median) > farthest * deviation && deviation > 0)
-        row.outlier += (row.outlier.empty() ? "" : ",") + std::string(column.name);
+        row.outlier += (row.outlier.empty() ? "" : ",") + std::string(figure.name);
   }
 }
 
 std::vector<GroupRow> groupRows(const std::string& output) {
   std::vector<GroupRow> rows;
-  std::error_code failure;
-  fs::recursive_directory_iterator entry(output, failure);
-  if (failure) throw Error(output, "cannot be listed: " + failure.message());
-  for (const fs::recursive_directory_iterator end; entry != end; entry.increment(failure)) {
-    const fs::path& path = entry->path();
-    if (path.extension() == ".json" && path.filename().string().starts_with("sub-"))
-      if (auto row = rowOf(output, path)) rows.push_back(std::move(*row));
+  FieldsOfPairs fields;
+  for (const fs::path& record : recordsIn(output)) {
+    if (auto row = rowOf(output, record))
+      rows.push_back(std::move(*row));
+    else
+      addField(output, record, fields);
   }
   if (rows.empty())
     throw Error(output, "holds no corrected image: correct them first, at the level participant");
+  for (GroupRow& row : rows) findField(output, fields, row);
   std::sort(rows.begin(), rows.end(),
             [](const GroupRow& a, const GroupRow& b) { return a.image < b.image; });
   markOutliers(rows);
@@ -189,26 +213,30 @@ std::vector<GroupRow> groupRows(const std::string& output) {
 }
 
 std::string groupTsv(const std::vector<GroupRow>& rows) {
-  std::string table = "image\tsource\tfield\tverdict";
-  for (const Column& column : columns) table += std::string("\t") + column.name;
-  table += "\tsign_check\twarnings\toutlier\n";
+  std::vector<std::string> titles = {"image", "source", "field", "verdict"};
+  for (const GroupFigure& figure : groupFigures) titles.emplace_back(figure.name);
+  titles.insert(titles.end(), {"sign_check", "warnings", "outlier"});
+  std::string table = tsvLine(titles);
   for (const GroupRow& row : rows) {
-    table +=
-        row.image + "\t" + cell(row.source) + "\t" + cell(row.field) + "\t" + cell(row.verdict);
-    for (const Column& column : columns) table += "\t" + cell(row.*column.value);
-    table += "\t" + cell(row.signCheck) + "\t" + std::to_string(row.warnings) + "\t" +
-             cell(row.outlier) + "\n";
+    std::vector<std::string> cells = {row.image, row.source, row.field, row.verdict};
+    for (const GroupFigure& figure : groupFigures) {
+      const auto& value = row.*figure.value;
+      cells.push_back(value ? text(*value) : "");
+    }
+    cells.insert(cells.end(), {row.signCheck, std::to_string(row.warnings), row.outlier});
+    table += tsvLine(cells);
   }
   return table;
 }
 
 std::string groupDictionary() {
-  Json json = {{"image", {{"Description", "The corrected image, from this folder on"}}},
-               {"source", {{"Description", "The image that it was made of, as a BIDS URI"}}},
-               {"field", {{"Description", "The field, or the pair, that it was corrected with"}}},
-               {"verdict", {{"Description", "How far the result is to be trusted"}}}};
-  for (const Column& column : columns)
-    json[column.name] = {{"Description", column.meaning}, {"Units", column.unit}};
+  Json json = {
+      {"image", {{"Description", "The corrected image, from this folder on"}}},
+      {"source", {{"Description", "The image that it was made of, as a BIDS URI"}}},
+      {"field", {{"Description", "The field that it was corrected with, from this folder on"}}},
+      {"verdict", {{"Description", "How far the result is to be trusted"}}}};
+  for (const GroupFigure& figure : groupFigures)
+    json[figure.name] = {{"Description", figure.meaning}, {"Units", figure.unit}};
   json["sign_check"] = {{"Description", "Whether the sign of a series' direction is right"}};
   json["warnings"] = {{"Description", "Warnings about the image and its field"}, {"Units", "1"}};
   json["outlier"] = {{"Description", "Columns in which its field lies far from those of others"}};

@@ -9,23 +9,29 @@ namespace mirel::dataset {
 /// What the records of an output folder say about one corrected image and the field that it was
 /// corrected with.
 struct GroupRow {
-  std::string image;    ///< its path from the output folder on
-  std::string source;   ///< the raw image, as a BIDS URI
-  std::string field;    ///< the path of the field; for an image of a pair that of the pair
+  std::string image;   ///< its path from the output folder on
+  std::string source;  ///< the raw image, as a BIDS URI
+  std::string
+      field;  ///< the path of the field; of an image of a pair whose field is not there its sources
   std::string verdict;  ///< "trusted", "doubtful", "do not trust"
   /// Root mean squares over the head: the field in Hz, the displacement in voxels of the pair.
   std::optional<double> fieldHz, displacementVoxels;
+  std::optional<double> fieldLowHz, fieldHighHz;  ///< the range of the middle 98 % of the head
   std::optional<double> motionMm, motionDegrees;  ///< of the head between the images of the pair
   std::optional<double> agreementBefore, agreementAfter;  ///< correlation of the pair in the head
   std::optional<double> residual;                         ///< of the corrected pair
   std::string signCheck;  ///< of a series: "right", "opposite", "undecided"
   int warnings = 0;
+  /// Paths of pages from the output folder on, of the image and of the field; empty where there is
+  /// none. Images of a pair have that of their field alone.
+  std::string page, fieldPage;
   std::string outlier;  ///< names of the columns in which it lies far from the others
 };
 
 /// Reads the records of all corrected images of an output folder, sorted by path, and marks
 /// outliers.
-/// Errors  Error: no such folder, no corrected image in it; a record that cannot be read.
+/// Errors  Error: no such folder, or one in it that cannot be listed; no corrected image in it; a
+///         record that cannot be read.
 std::vector<GroupRow> groupRows(const std::string& output);
 
 /// Marks as outliers what lies more than 3.5 robust standard deviations (1.4826 times the median

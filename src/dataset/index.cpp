@@ -37,12 +37,11 @@ void lookAtDescription(Index& index) {
   }
   try {
     const bids::Sidecar description(file);
-    const Json* type = description.json().find("DatasetType");
-    if (type != nullptr && type->is_string() && type->string() == "derivative")
+    if (description.json().textOf("DatasetType") == "derivative")
       throw Error(index.root,
                   "is a dataset of derivatives (DatasetType in its description): images are "
                   "corrected as they were acquired");
-    if (description.json().find("BIDSVersion") == nullptr)
+    if (!description.json().contains("BIDSVersion"))
       index.warnings.emplace_back(file + " does not tell the BIDSVersion");
   } catch (const Error& error) {
     if (error.file() == index.root) throw;

@@ -8,8 +8,8 @@
 #include <thread>
 
 #include "base/error.h"
+#include "base/utctime.h"
 #include "dataset/description.h"
-#include "dataset/subjectrun.h"
 #include "numerics/fft/fftw.h"
 
 namespace mirel::dataset {
@@ -88,11 +88,13 @@ class Workers {
   void correct(SubjectResult& subject) const {
     const std::string stem = options.output + "/logs/sub-" + subject.plan.subject;
     std::ofstream file(stem + ".log", std::ios::app);
-    const Log log = [&](const std::string& line) { file << line << std::endl; };
+    const Log log = [&](const std::string& line) { file << utcTime() << " " << line << std::endl; };
     log("Mirel " + options.version + ", subject " + subject.plan.subject);
     for (const Remark& warning : subject.plan.warnings) log("Warning: " + warning.text);
     JobProgress job(progress);
-    runSubject(subject, {options.dataset, options.output, options.version, threadsEach}, log, job);
+    runSubject(subject,
+               {options.dataset, options.output, options.version, threadsEach, options.report}, log,
+               job);
     for (std::size_t n = 0; n < subject.outcomes.size(); ++n)
       if (subject.outcomes[n].status == Status::left)
         log(subject.plan.images[subject.plan.planned[n].image].image.path +

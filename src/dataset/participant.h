@@ -5,7 +5,9 @@
 #include <vector>
 
 #include "base/progress.h"
+#include "dataset/filter.h"
 #include "dataset/plantable.h"
+#include "dataset/subjectrun.h"
 
 namespace mirel::dataset {
 
@@ -14,9 +16,11 @@ struct ParticipantOptions {
   std::string dataset, output;
   /// Labels with or without "sub-", "ses-", "task-"; empty: all.
   std::vector<std::string> participants, sessions, tasks;
-  int threads = 1;   ///< of all subjects together
-  int memoryMb = 0;  ///< that subjects side by side may need; 0: not bounded
+  std::string filterFile;  ///< of an ImageFilter; empty: none
+  int threads = 1;         ///< of all subjects together
+  int memoryMb = 0;        ///< that subjects side by side may need; 0: not bounded
   std::string version;
+  ReportMaker report;  ///< empty: no pages
 };
 
 /// Who is told how far a dataset is. Called by several threads, but by one at a time.
@@ -35,15 +39,17 @@ class DatasetProgress {
 };
 
 /// The plan of a dataset: the subjects that were asked for, with the images that were not marked
-/// so. The plan of a subject is made of all its images whatever was asked for, so that it does not
-/// depend on it.
+/// so. The plan of a subject is made of all its images but for field maps that a filter leaves out,
+/// so that sessions and tasks that were asked for do not change it.
 struct DatasetPlan {
   std::vector<SubjectResult> subjects;
   std::vector<Remark> warnings;
 };
 
-/// Errors  Error: those of indexDataset; a label that the dataset does not have (those that it has
-///         are named); the output folder is the dataset, or lies in it and not in derivatives/.
+/// Errors  Error: those of indexDataset; the output folder is the dataset, or lies in it and not in
+///         derivatives/.
+///         WrongSelection: a label that the dataset does not have; up to 20 that it has are named,
+///         of more only those that differ in leading zeros; those of ImageFilter.
 DatasetPlan planDataset(const ParticipantOptions& options);
 
 /// Corrects what is planned: subjects side by side in threads of this process, each in one thread
@@ -52,8 +58,8 @@ DatasetPlan planDataset(const ParticipantOptions& options);
 /// alone needs more than there is runs alone.
 ///
 /// Writes dataset_description.json and .bidsignore into the output folder, where they are not or
-/// differ, and for each subject logs/sub-LABEL.log, to which every run appends, and
-/// logs/sub-LABEL_plan.tsv and .json.
+/// differ, and for each subject logs/sub-LABEL.log, to which every run appends lines that begin
+/// with the time, and logs/sub-LABEL_plan.tsv and .json.
 ///
 /// Errors  Cancelled; Error where the output folder cannot be written to.
 void correctDataset(DatasetPlan& plan, const ParticipantOptions& options,

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 
+#include "base/joined.h"
 #include "dataset/fieldlabels.h"
+#include "dataset/tsv.h"
 
 namespace mirel::dataset {
 
@@ -35,18 +37,6 @@ std::vector<Row> rowsOf(const SubjectResult& result) {
     rows.push_back(std::move(row));
   }
   return rows;
-}
-
-std::string cell(std::string text) {
-  std::replace_if(
-      text.begin(), text.end(), [](char c) { return c == '\t' || c == '\n' || c == '\r'; }, ' ');
-  return text.empty() ? "n/a" : text;
-}
-
-std::string joined(const std::vector<std::string>& texts) {
-  std::string all;
-  for (const std::string& text : texts) all += (all.empty() ? "" : "; ") + text;
-  return all;
 }
 
 }  // namespace
@@ -82,11 +72,11 @@ int SubjectResult::count(Status status) const {
 }
 
 std::string planTsv(const SubjectResult& result) {
-  std::string table = "image\tstatus\tfield\tsources\trule\treason\toutput\twarnings\n";
+  std::string table =
+      tsvLine({"image", "status", "field", "sources", "rule", "reason", "output", "warnings"});
   for (const Row& row : rowsOf(result))
-    table += cell(row.image) + "\t" + cell(row.status) + "\t" + cell(row.field) + "\t" +
-             cell(row.sources) + "\t" + cell(row.rule) + "\t" + cell(row.reason) + "\t" +
-             cell(row.output) + "\t" + cell(joined(row.warnings)) + "\n";
+    table += tsvLine({row.image, row.status, row.field, row.sources, row.rule, row.reason,
+                      row.output, joined(row.warnings, "; ")});
   return table;
 }
 

@@ -23,7 +23,7 @@ std::string nameOf(Status status);
 
 struct Outcome {
   Status status = Status::planned;
-  std::string reason;  ///< of a failure: its sentence; empty: that of the plan
+  std::string reason;  ///< of a failure, or why it was not selected; empty: that of the plan
   std::string output;  ///< of what was corrected: its path from the output folder on
   std::vector<std::string> warnings = {};
 };

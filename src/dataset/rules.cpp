@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "base/joined.h"
+
 namespace mirel::dataset {
 
 namespace {
@@ -15,12 +17,6 @@ bool contains(const std::vector<std::string>& texts, const std::string& text) {
 void addNew(std::vector<std::string>& texts, const std::vector<std::string>& more) {
   for (const std::string& text : more)
     if (!contains(texts, text)) texts.push_back(text);
-}
-
-std::string listed(const std::vector<std::string>& texts) {
-  std::string list;
-  for (const std::string& text : texts) list += (list.empty() ? "" : ", ") + text;
-  return list;
 }
 
 std::vector<std::string> allIdentifiers(const std::vector<ImageFacts>& images) {
@@ -42,7 +38,7 @@ Choice fieldNamed(const SubjectImages& subject, const std::string& identifier, c
   const std::string field = "the field " + identifier + " that B0FieldSource asks for";
   if (sessions.size() > 1) {
     choice.reason = "the B0FieldIdentifier " + identifier + " is in several sessions, " +
-                    listed(sessions) + ": it has to stand for one field";
+                    joined(sessions) + ": it has to stand for one field";
     return choice;
   }
   const NearestPair nearest =
@@ -58,7 +54,7 @@ Choice fieldNamed(const SubjectImages& subject, const std::string& identifier, c
   } else {
     const auto known = allIdentifiers(images);
     choice.reason = field + " is the B0FieldIdentifier of no image" +
-                    (known.empty() ? "" : " (there are " + listed(known) + ")");
+                    (known.empty() ? "" : " (there are " + joined(known) + ")");
   }
   return choice;
 }

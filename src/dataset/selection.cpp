@@ -2,6 +2,7 @@
 #include <filesystem>
 
 #include "base/error.h"
+#include "base/joined.h"
 #include "dataset/participant.h"
 
 namespace mirel::dataset {
@@ -29,18 +30,28 @@ Labels labelsOf(const Labels& given, const std::string& prefix) {
   return labels;
 }
 
+// "1" for "001".
+std::string withoutZeros(const std::string& label) {
+  return label.substr(std::min(label.find_first_not_of('0'), label.size()));
+}
+
+// What there is instead, in words that go on after the label that there is not.
+std::string insteadOf(const std::string& label, const Labels& known) {
+  constexpr std::size_t most = 20;
+  if (known.empty()) return "it has none";
+  if (known.size() <= most) return "there are " + joined(known);
+  Labels near;
+  for (const std::string& each : known)
+    if (withoutZeros(each) == withoutZeros(label)) near.push_back(each);
+  return "there are " + std::to_string(known.size()) +
+         (near.empty() ? "" : ", among them " + joined(near));
+}
+
 void refuseUnknown(const Labels& asked, const Labels& known, const std::string& what,
                    const std::string& root) {
-  for (const std::string& label : asked) {
-    if (contains(known, label)) continue;
-    constexpr std::size_t most = 20;
-    std::string list;
-    for (std::size_t n = 0; n < std::min(known.size(), most); ++n)
-      list += (n == 0 ? "" : ", ") + known[n];
-    if (known.size() > most) list += " and " + std::to_string(known.size() - most) + " more";
-    throw Error(root, "has no " + what + " " + label +
-                          (known.empty() ? ": it has none" : ": there are " + list));
-  }
+  for (const std::string& label : asked)
+    if (!contains(known, label))
+      throw WrongSelection(root, "has no " + what + " " + label + ": " + insteadOf(label, known));
 }
 
 Labels labelsIn(const Index& index, const std::string& entity) {
@@ -65,30 +76,77 @@ void refuseOutput(const ParticipantOptions& options) {
                     (fs::path(options.dataset) / "derivatives/mirel").string());
 }
 
+/// Which images were asked for.
+class Selection {
+ public:
+  Selection(const ParticipantOptions& options, const Index& index)
+      : participants(labelsOf(options.participants, "sub-")),
+        sessions(labelsOf(options.sessions, "ses-")),
+        tasks(labelsOf(options.tasks, "task-")),
+        filter(options.filterFile.empty() ? ImageFilter() : ImageFilter(options.filterFile)) {
+    refuseUnknown(participants, index.subjects, "subject", index.root);
+    refuseUnknown(sessions, labelsIn(index, "ses"), "session", index.root);
+    refuseUnknown(tasks, labelsIn(index, "task"), "task", index.root);
+  }
+
+  bool wants(const std::string& subject) const {
+    return participants.empty() || contains(participants, subject);
+  }
+
+  // No field is estimated from those that a filter leaves out. Other images, and those of other
+  // sessions, may be sources of a field although they are not corrected.
+  void leaveFieldMapsOut(Index& index) const {
+    for (IndexedImage& image : index.images)
+      if (image.datatype == "fmap" && image.fault.empty())
+        if (const std::string why = filter.whyNot(image); !why.empty()) image.fault = "is " + why;
+  }
+
+  std::vector<Remark> warnings(const Index& index) const {
+    std::vector<IndexedImage> images;
+    for (const IndexedImage& image : index.images)
+      if (wants(image.subject)) images.push_back(image);
+    return filter.warnings(images);
+  }
+
+  void apply(SubjectResult& result) const {
+    for (std::size_t n = 0; n < result.outcomes.size(); ++n) {
+      const std::string why = whyNot(result.plan.images[result.plan.planned[n].image].image);
+      if (why.empty()) continue;
+      result.outcomes[n].status = Status::notSelected;
+      result.outcomes[n].reason = why;
+    }
+  }
+
+ private:
+  // A sentence; empty for an image that is wanted.
+  std::string whyNot(const IndexedImage& image) const {
+    if (!sessions.empty() && !contains(sessions, image.session))
+      return "its session is not among those that were asked for";
+    const std::string task = image.entity("task");
+    if (!tasks.empty() && !task.empty() && !contains(tasks, task))
+      return "its task is not among those that were asked for";
+    const std::string why = filter.whyNot(image);
+    return why.empty() ? "" : "it is " + why;
+  }
+
+  Labels participants, sessions, tasks;
+  ImageFilter filter;
+};
+
 }  // namespace
 
 DatasetPlan planDataset(const ParticipantOptions& options) {
   refuseOutput(options);
-  const Index index = indexDataset(options.dataset);
-  const Labels participants = labelsOf(options.participants, "sub-");
-  const Labels sessions = labelsOf(options.sessions, "ses-");
-  const Labels tasks = labelsOf(options.tasks, "task-");
-  refuseUnknown(participants, index.subjects, "subject", index.root);
-  refuseUnknown(sessions, labelsIn(index, "ses"), "session", index.root);
-  refuseUnknown(tasks, labelsIn(index, "task"), "task", index.root);
+  Index index = indexDataset(options.dataset);
+  const Selection selection(options, index);
+  selection.leaveFieldMapsOut(index);
   DatasetPlan plan;
   plan.warnings = index.warnings;
+  for (Remark& warning : selection.warnings(index)) plan.warnings.push_back(std::move(warning));
   for (const std::string& subject : index.subjects) {
-    if (!participants.empty() && !contains(participants, subject)) continue;
-    SubjectResult result = SubjectResult::of(planSubject(index, subject));
-    for (std::size_t n = 0; n < result.outcomes.size(); ++n) {
-      const IndexedImage& image = result.plan.images[result.plan.planned[n].image].image;
-      const std::string task = image.entity("task");
-      const bool wanted = (sessions.empty() || contains(sessions, image.session)) &&
-                          (tasks.empty() || task.empty() || contains(tasks, task));
-      if (!wanted) result.outcomes[n].status = Status::notSelected;
-    }
-    plan.subjects.push_back(std::move(result));
+    if (!selection.wants(subject)) continue;
+    plan.subjects.push_back(SubjectResult::of(planSubject(index, subject)));
+    selection.apply(plan.subjects.back());
   }
   return plan;
 }

@@ -1,6 +1,5 @@
 #include "dataset/subjectrun.h"
 
-#include <algorithm>
 #include <filesystem>
 #include <new>
 
@@ -38,19 +37,25 @@ class SubjectRun {
     for (std::size_t field = 0; field < plan.fields.size(); ++field) {
       const std::vector<std::size_t> targets = targetsOf(field);
       if (targets.empty()) continue;
-      try {
-        correctAll(plan.fields[field], targets);
-      } catch (const Cancelled&) {
-        throw;
-      } catch (const std::bad_alloc&) {
-        fail(targets, "there is not enough memory");
-      } catch (const std::exception& error) {
-        fail(targets, error.what());
-      }
+      guarded(targets, [&] { correctAll(plan.fields[field], targets); });
     }
   }
 
  private:
+  // A failure is the outcome of these targets.
+  template <typename Work>
+  void guarded(const std::vector<std::size_t>& targets, const Work& work) {
+    try {
+      work();
+    } catch (const Cancelled&) {
+      throw;
+    } catch (const std::bad_alloc&) {
+      fail(targets, "there is not enough memory");
+    } catch (const std::exception& error) {
+      fail(targets, error.what());
+    }
+  }
+
   std::vector<std::size_t> targetsOf(std::size_t field) const {
     std::vector<std::size_t> targets;
     for (std::size_t n = 0; n < plan.planned.size(); ++n)
@@ -91,15 +96,7 @@ class SubjectRun {
                source.warnings);
         continue;
       }
-      try {
-        correct(target, source);
-      } catch (const Cancelled&) {
-        throw;
-      } catch (const std::bad_alloc&) {
-        fail({target}, "there is not enough memory");
-      } catch (const std::exception& error) {
-        fail({target}, error.what());
-      }
+      guarded({target}, [&] { correct(target, source); });
     }
   }
 
@@ -132,6 +129,12 @@ class SubjectRun {
     return image.substr(0, image.size() - std::string(imageEnd).size());
   }
 
+  // A page that was asked for and is not there is missing like any other result.
+  bool hasPage(const std::string& stem) const {
+    std::error_code ignored;
+    return !settings.report || fs::is_regular_file(stem + reportEnd, ignored);
+  }
+
   FieldFile estimate(const PlannedField& field, bool& isNew) {
     const ImageFacts &a = plan.images[field.pair.a], &b = plan.images[field.pair.b];
     FieldFile files = filesOf(field);
@@ -141,9 +144,7 @@ class SubjectRun {
       for (const ImageFacts* image : {&a, &b})
         stems.push_back(folder + "/" + correctedName(image->image.name));
     const PairSource first{rawFile(a), field.volumeA}, second{rawFile(b), field.volumeB};
-    if (std::all_of(stems.begin(), stems.end(), [&](const std::string& stem) {
-          return isPairUpToDate(stem, first, second, settings.version);
-        }))
+    if (hasPage(stems[0]) && isPairUpToDate(stems, first, second, settings.version, sums))
       return files;
     isNew = true;
     CorrectPairOptions options;
@@ -153,6 +154,9 @@ class SubjectRun {
     options.b.volume = second.volume;
     options.results = {field.correctsPair, field.label};
     options.outputFolder = folder;
+    const std::unique_ptr<RunReport> report = settings.report ? settings.report() : nullptr;
+    options.report = report.get();
+    options.reportStem = fs::path(stems[0]).filename().string();
     options.overwrite = isOurs(stems[0]) || isOurs(stems[1]);
     options.version = settings.version;
     log("estimating the field of " + first.file + " and " + second.file);
@@ -167,7 +171,8 @@ class SubjectRun {
     const std::string folder = folderOf(image.image.session, image.image.datatype);
     const std::string name = folder + "/" + correctedName(image.image.name);
     const std::string stem = settings.output + "/" + name;
-    if (isSeriesUpToDate(stem, rawFile(image), source.file(), settings.version)) {
+    if (hasPage(stem) &&
+        isSeriesUpToDate(stem, rawFile(image), source.file(), settings.version, sums)) {
       copyPerfusionTable(rawFile(image), settings.output + "/" + folder);
       finish(target, Status::upToDate, name + imageEnd, {});
       return;
@@ -180,6 +185,9 @@ class SubjectRun {
     options.seriesSettings.threads = settings.threads;
     options.output = settings.output + "/" + folder;
     options.reference = source.mean;
+    const std::unique_ptr<RunReport> report = settings.report ? settings.report() : nullptr;
+    options.report = report.get();
+    options.reportStem = correctedName(image.image.name);
     options.overwrite = isOurs(stem);
     options.version = settings.version;
     const RunRecord run = applyField(options, progress);
@@ -195,6 +203,7 @@ class SubjectRun {
   const RunSettings& settings;
   const Log& log;
   Progress& progress;
+  Checksums sums;
 };
 
 }  // namespace

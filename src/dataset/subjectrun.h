@@ -1,18 +1,27 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
 
 #include "base/progress.h"
 #include "dataset/plantable.h"
+#include "jobs/runreport.h"
 
 namespace mirel::dataset {
+
+/// What ends the name of a page: it stands behind that of the field or series that it is about.
+inline constexpr const char* reportEnd = "_report.html";
+
+/// Makes the page of one job; called by several threads at a time.
+using ReportMaker = std::function<std::unique_ptr<RunReport>()>;
 
 /// How subjects are corrected.
 struct RunSettings {
   std::string dataset, output;  ///< folders
   std::string version;          ///< of the program, for the records
   int threads = 1;              ///< for the volumes of a series
+  ReportMaker report;           ///< empty: no pages
 };
 
 /// Gets sentences about a subject, one line each.
@@ -25,6 +34,7 @@ using Log = std::function<void(const std::string& line)>;
 ///   OUT/sub-LABEL[/ses-LABEL]/fmap   those of the pair (correctPair)
 ///   OUT/sub-LABEL[/ses-LABEL]/func, dwi, perf, fmap   RUN_desc-preproc_SUFFIX
 ///
+/// and beside each field and series a page, STEM_report.html.
 /// Each pair, and each series, appears whole or not at all. What an earlier run made and is up to
 /// date stays. The failure of one job is the outcome of its images and stops no other.
 ///

@@ -1,8 +1,8 @@
 #include "dataset/uptodate.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <optional>
-#include <vector>
 
 #include "base/error.h"
 #include "base/inputfile.h"
@@ -29,31 +29,24 @@ std::optional<Json> recordOf(const std::string& stem) {
   return record == nullptr ? std::nullopt : std::optional<Json>(*record);
 }
 
-// "" where there is no such text.
-std::string textIn(const Json& json, const char* field) {
-  const Json* value = json.find(field);
-  return value != nullptr && value->is_string() ? value->string() : "";
+int volumesIn(const Json& input, const char* field) {
+  return static_cast<int>(input.numberOf(field).value_or(0));
 }
 
-int numberIn(const Json& json, const char* field) {
-  const Json* value = json.find(field);
-  return value != nullptr && value->is_number() ? value->integer() : 0;
+bool isVolume(const Json& input, const PairSource& source) {
+  return volumesIn(input, "Volume") == source.volume && volumesIn(input, "MeanOfVolumes") == 0;
 }
 
 // The bytes of an image and of all that describes it.
-bool isOfFile(const Json& input, const std::string& file) {
-  if (textIn(input, "SHA256") != sha256Of(file)) return false;
-  std::vector<std::string> sums;
+bool isOfFile(const Json& input, const std::string& file, Checksums& sums) {
+  std::vector<std::string> ofSidecars;
   if (const auto sidecar = bids::findSidecar(file))
-    for (const std::string& each : sidecar->fileNames()) sums.push_back(sha256Of(each));
+    for (const std::string& each : sidecar->fileNames()) ofSidecars.push_back(sums.of(each));
   const Json* recorded = input.find("SidecarSHA256");
-  if (recorded == nullptr) return sums.empty();
-  return !sums.empty() && recorded->dump() == oneOrList(sums).dump();
-}
-
-bool isSource(const Json& input, const PairSource& source) {
-  return numberIn(input, "Volume") == source.volume && numberIn(input, "MeanOfVolumes") == 0 &&
-         isOfFile(input, source.file);
+  if (recorded == nullptr ? !ofSidecars.empty()
+                          : ofSidecars.empty() || recorded->dump() != oneOrList(ofSidecars).dump())
+    return false;
+  return input.textOf("SHA256") == sums.of(file);
 }
 
 bool hasImage(const std::string& stem) {
@@ -73,31 +66,52 @@ bool hasGradients(const std::string& stem, const std::string& series) {
   return true;
 }
 
+// All that is known without reading an image.
+bool hasResult(const std::string& stem, const std::optional<Json>& record,
+               const std::string& version) {
+  return record && hasImage(stem) && record->textOf("Version") == version;
+}
+
+bool isOfPair(const Json& record, const PairSource& a, const PairSource& b) {
+  const Json &inputs = record.at("Inputs"), &options = record.at("Options");
+  return options.textOf("Estimator") == "mass-preserving" &&
+         options.at("EstimateMotion").dump() == "true" &&
+         options.at("Modulation").dump() == "true" && isVolume(inputs.at(0), a) &&
+         isVolume(inputs.at(1), b);
+}
+
 }  // namespace
 
-bool isPairUpToDate(const std::string& stem, const PairSource& a, const PairSource& b,
-                    const std::string& version) try {
-  const auto record = recordOf(stem);
-  if (!record || !hasImage(stem) || textIn(*record, "Version") != version) return false;
-  const Json &inputs = record->at("Inputs"), &options = record->at("Options");
-  return textIn(options, "Estimator") == "mass-preserving" &&
-         options.at("EstimateMotion").dump() == "true" &&
-         options.at("Modulation").dump() == "true" && isSource(inputs.at(0), a) &&
-         isSource(inputs.at(1), b);
+const std::string& Checksums::of(const std::string& file) {
+  const auto there = known.find(file);
+  return there != known.end() ? there->second : known.emplace(file, sha256Of(file)).first->second;
+}
+
+bool isPairUpToDate(const std::vector<std::string>& stems, const PairSource& a, const PairSource& b,
+                    const std::string& version, Checksums& sums) try {
+  std::vector<Json> records;
+  for (const std::string& stem : stems) {
+    const std::optional<Json> record = recordOf(stem);
+    if (!hasResult(stem, record, version) || !isOfPair(*record, a, b)) return false;
+    records.push_back(*record);
+  }
+  return std::all_of(records.begin(), records.end(), [&](const Json& record) {
+    const Json& inputs = record.at("Inputs");
+    return isOfFile(inputs.at(0), a.file, sums) && isOfFile(inputs.at(1), b.file, sums);
+  });
 } catch (const std::exception&) {
   return false;
 }
 
 bool isSeriesUpToDate(const std::string& stem, const std::string& series, const std::string& field,
-                      const std::string& version) try {
-  const auto record = recordOf(stem);
-  if (!record || !hasImage(stem) || textIn(*record, "Version") != version) return false;
-  const Json* source = record->find("Field");
-  if (source == nullptr) source = record->find("Map");
+                      const std::string& version, Checksums& sums) try {
+  const std::optional<Json> record = recordOf(stem);
+  if (!hasResult(stem, record, version)) return false;
+  const Json& source = record->contains("Field") ? record->at("Field") : record->part("Map");
   const Json& options = record->at("Options");
-  return source != nullptr && textIn(*source, "SHA256") == sha256Of(field) &&
-         options.at("Modulation").dump() == "true" && options.at("FloatOutput").dump() == "false" &&
-         isOfFile(record->at("Series"), series) && hasGradients(stem, series);
+  return options.at("Modulation").dump() == "true" && options.at("FloatOutput").dump() == "false" &&
+         hasGradients(stem, series) && source.textOf("SHA256") == sums.of(field) &&
+         isOfFile(record->at("Series"), series, sums);
 } catch (const std::exception&) {
   return false;
 }

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <map>
 #include <string>
+#include <vector>
 
 namespace mirel::dataset {
 
@@ -8,18 +10,30 @@ namespace mirel::dataset {
 /// the program, of the same bytes of images and sidecars, of the same volumes, with the settings of
 /// this command, and all files are there. A record that cannot be read means no.
 
+/// SHA-256 of files, each of which is read once: raw series are large, and several results are made
+/// of one. For deciding only: what a file is later need not be what it was.
+class Checksums {
+ public:
+  /// Errors  Error: it cannot be read.
+  const std::string& of(const std::string& file);
+
+ private:
+  std::map<std::string, std::string> known;
+};
+
 struct PairSource {
   std::string file;
   int volume = 0;
 };
 
-/// @param stem  of the result whose record is looked at, with its folder
-bool isPairUpToDate(const std::string& stem, const PairSource& a, const PairSource& b,
-                    const std::string& version);
+/// @param stems  of all results, with their folders
+bool isPairUpToDate(const std::vector<std::string>& stems, const PairSource& a, const PairSource& b,
+                    const std::string& version, Checksums& sums);
 
+/// @param stem   of the result
 /// @param field  the file of the field or the map that corrects the series
 bool isSeriesUpToDate(const std::string& stem, const std::string& series, const std::string& field,
-                      const std::string& version);
+                      const std::string& version, Checksums& sums);
 
 /// Whether there is a record of this program beside a result, so that it may be replaced.
 bool isOurs(const std::string& stem);

@@ -14,6 +14,7 @@
 #include "base/samefile.h"
 #include "nifti/finite.h"
 #include "nifti/image.h"
+#include "simd/valuekernels.h"
 
 namespace mirel {
 
@@ -23,6 +24,7 @@ namespace {
 std::int64_t replaceNonFinite(Volume<float>& volume) {
   std::int64_t replaced = 0;
   float* values = volume.data();
+  if (allFinite(values, volume.size(), chosenVariant())) return replaced;
   for (int n = 0; n < volume.size(); ++n)
     if (!std::isfinite(values[n])) {
       values[n] = 0;
@@ -38,7 +40,7 @@ class Mean {
 
   void add(const Volume<float>& volume) {
     if (count == wanted) return;
-    for (int n = 0; n < sum.size(); ++n) sum.data()[n] += static_cast<double>(volume.data()[n]);
+    addValues(sum.data(), volume.data(), sum.size(), chosenVariant());
     ++count;
   }
 

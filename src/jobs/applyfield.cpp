@@ -89,11 +89,12 @@ std::vector<ResultInput> madeOf(const ApplyFieldOptions& options, const std::str
 ReportFile reportFileOf(const ApplyFieldOptions& options, const std::string& source,
                         const Place& place, const OutputFolder& folder, const SourceNames& names,
                         EarlierResults::Others others) {
-  const std::string stem = place.image.empty()
-                               ? correctedName(bids::Name::of(options.series.front().file))
+  std::string stem = options.reportStem;
+  if (stem.empty())
+    stem = place.image.empty() ? correctedName(bids::Name::of(options.series.front().file))
                                : nifti::niftiStem(place.image);
   ReportFile file(folder, names, madeOf(options, source), stem, others);
-  if (!place.image.empty()) file.useOwnName();
+  if (!place.image.empty() || !options.reportStem.empty()) file.useOwnName();
   return file;
 }
 

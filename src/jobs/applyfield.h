@@ -28,6 +28,7 @@ struct ApplyFieldOptions {
   bool overwrite = false;       ///< replace results that were made of other inputs
   std::string version;          ///< of the program, for the records
   RunReport* report = nullptr;  ///< makes the page of the run; null: there is none
+  std::string reportStem;       ///< the page is called STEM_report.html; empty: report.html
 };
 
 /// The job of `mirel apply` on images: series corrected with a field, or a displacement map, that

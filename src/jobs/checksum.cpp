@@ -1,10 +1,12 @@
 #include "jobs/checksum.h"
 
-#include <nettle/sha2.h>
+#include <openssl/crypto.h>
+#include <openssl/evp.h>
 
-#include <array>
-#include <cstdint>
 #include <fstream>
+#include <memory>
+#include <stdexcept>
+#include <vector>
 
 #include "base/error.h"
 
@@ -12,12 +14,42 @@ namespace mirel {
 
 namespace {
 
-std::string digestOf(sha256_ctx& context) {
-  std::array<std::uint8_t, SHA256_DIGEST_SIZE> digest{};
-  sha256_digest(&context, digest.size(), digest.data());
+/// One checksum, of bytes that come piece by piece.
+class Sum {
+ public:
+  Sum() {
+    // A sum needs nothing of the machine's settings for encryption, whose file may be broken.
+    OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG, nullptr);
+    context.reset(EVP_MD_CTX_new());
+    require(context && EVP_DigestInit_ex(context.get(), EVP_sha256(), nullptr) == 1);
+  }
+
+  void add(const char* bytes, std::size_t count) {
+    require(EVP_DigestUpdate(context.get(), bytes, count) == 1);
+  }
+
+  Sha256 value() {
+    Sha256 sum{};
+    require(EVP_DigestFinal_ex(context.get(), sum.data(), nullptr) == 1);
+    return sum;
+  }
+
+ private:
+  struct Free {
+    void operator()(EVP_MD_CTX* used) const { EVP_MD_CTX_free(used); }
+  };
+
+  static void require(bool done) {
+    if (!done) throw std::runtime_error("libcrypto could not compute a SHA-256 checksum");
+  }
+
+  std::unique_ptr<EVP_MD_CTX, Free> context;
+};
+
+std::string hexadecimal(const Sha256& sum) {
   constexpr const char* digits = "0123456789abcdef";
   std::string text;
-  for (const std::uint8_t byte : digest) {
+  for (const unsigned char byte : sum) {
     text += digits[byte >> 4U];
     text += digits[byte & 15U];
   }
@@ -26,24 +58,23 @@ std::string digestOf(sha256_ctx& context) {
 
 }  // namespace
 
+Sha256 sha256Bytes(const std::string& text) {
+  Sum sum;
+  sum.add(text.data(), text.size());
+  return sum.value();
+}
+
+std::string sha256OfText(const std::string& text) { return hexadecimal(sha256Bytes(text)); }
+
 std::string sha256Of(const std::string& fileName) {
   std::ifstream is(fileName, std::ios::binary);
   if (!is) throw Error(fileName, "cannot be opened");
-  sha256_ctx context{};
-  sha256_init(&context);
-  std::array<char, 1 << 16> block{};
-  while (is.read(block.data(), block.size()), is.gcount() > 0)
-    sha256_update(&context, static_cast<std::size_t>(is.gcount()),
-                  reinterpret_cast<const std::uint8_t*>(block.data()));
+  Sum sum;
+  std::vector<char> block(1 << 17);
+  while (is.read(block.data(), static_cast<std::streamsize>(block.size())), is.gcount() > 0)
+    sum.add(block.data(), static_cast<std::size_t>(is.gcount()));
   if (is.bad()) throw Error(fileName, "cannot be read");
-  return digestOf(context);
-}
-
-std::string sha256OfText(const std::string& text) {
-  sha256_ctx context{};
-  sha256_init(&context);
-  sha256_update(&context, text.size(), reinterpret_cast<const std::uint8_t*>(text.data()));
-  return digestOf(context);
+  return hexadecimal(sum.value());
 }
 
 std::string sha256Of(const FileStamp& before) {

@@ -123,7 +123,10 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
   if (description == Description::written) folder.announce(bids::descriptionFile, inputs);
   std::optional<ReportFile> page;
   if (options.report) {
-    page.emplace(folder, sources, resultInputsOf(pair), PairNames::reportStemOf(pair), others);
+    page.emplace(folder, sources, resultInputsOf(pair),
+                 options.reportStem.empty() ? PairNames::reportStemOf(pair) : options.reportStem,
+                 others);
+    if (!options.reportStem.empty()) page->useOwnName();
     page->announce(folder, inputs);
   }
   progress.at(Stage::reading, 1.0);

@@ -25,6 +25,7 @@ struct CorrectPairOptions {
   bool overwrite = false;       ///< replace results that were made of other inputs
   std::string version;          ///< of the program, for the records
   RunReport* report = nullptr;  ///< makes the page of the run; null: there is none
+  std::string reportStem;       ///< the page is called STEM_report.html; empty: report.html
 };
 
 /// The whole job of `mirel correct`: from a pair of images, and series of the same session, to a

@@ -28,11 +28,9 @@ bool stemEndsWith(const std::string& fileName, const std::vector<std::string>& e
 }
 
 bool hasPhaseType(const Json& sidecar) {
-  const Json* type = sidecar.find("ImageType");
-  if (type == nullptr || !type->is_array()) return false;
-  return std::any_of(type->list().begin(), type->list().end(), [](const Json& word) {
-    return word.is_string() && (word.string() == "P" || word.string() == "PHASE");
-  });
+  const std::vector<std::string> type = sidecar.textsOf("ImageType");
+  return std::any_of(type.begin(), type.end(),
+                     [](const std::string& word) { return word == "P" || word == "PHASE"; });
 }
 
 // Why an image without units is a phase and no field; empty when it is not.

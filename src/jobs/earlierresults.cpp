@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "base/error.h"
+#include "base/joined.h"
 #include "bids/sidecar.h"
 #include "jobs/checksum.h"
 
@@ -120,12 +121,6 @@ class RunInputs {
   std::vector<Key> byName, byBytes;
 };
 
-std::string listed(const std::vector<std::string>& words) {
-  std::string list;
-  for (const std::string& word : words) list += (list.empty() ? "" : ", ") + word;
-  return list;
-}
-
 // The record without what differs between results of one run, and between names of one file.
 Json comparable(const Json& json) {
   constexpr std::array<std::string_view, 7> left = {
@@ -216,7 +211,7 @@ void EarlierResults::refuseOthers(const std::string& stem, const std::vector<std
   if (RunInputs(inputs, names).are(record->sources, record->inputs())) return;
   throw Error(
       file,
-      "is there already and was made of other images or volumes (" + listed(record->sources) + ")",
+      "is there already and was made of other images or volumes (" + joined(record->sources) + ")",
       advice);
 }
 

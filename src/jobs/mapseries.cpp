@@ -35,14 +35,8 @@ struct MapDirection {
 // The images that this program made a map of, in its sidecar: the first one's map it is.
 const Json* recordedInputs(const DistortionFile& map) {
   if (!map.sidecar) return nullptr;
-  const Json* record = map.sidecar->json().find("Mirel");
-  const Json* inputs = record == nullptr ? nullptr : record->find("Inputs");
-  return inputs != nullptr && inputs->is_array() && !inputs->list().empty() ? inputs : nullptr;
-}
-
-std::string textIn(const Json& object, const char* name) {
-  const Json* field = object.find(name);
-  return field != nullptr && field->is_string() ? field->string() : "";
+  const Json& inputs = map.sidecar->json().part("Mirel").part("Inputs");
+  return inputs.is_array() && !inputs.list().empty() ? &inputs : nullptr;
 }
 
 MapDirection directionInRecord(const DistortionFile& map) {
@@ -50,11 +44,11 @@ MapDirection directionInRecord(const DistortionFile& map) {
   if (const auto stated = map.sidecar->phaseEncoding())
     return {stated->axis, stated->sign, map.sidecar->phaseEncodingFile()};
   const Json* inputs = recordedInputs(map);
-  const std::string of = inputs == nullptr ? "" : textIn(inputs->at(0), "PhaseEncodingDirection");
+  const std::string of = inputs == nullptr ? "" : inputs->at(0).textOf("PhaseEncodingDirection");
   if (of.empty()) return {};
   const std::string& file = map.sidecar->fileOf("Mirel");
   const PhaseEncodingDirection first = bids::parsePhaseEncoding(of, file);
-  const std::string source = textIn(inputs->at(0), "PhaseEncodingDirectionSource");
+  const std::string source = inputs->at(0).textOf("PhaseEncodingDirectionSource");
   return {first.axis, first.sign, file, source == "assumed"};
 }
 
@@ -75,10 +69,8 @@ std::optional<double> readoutInRecord(const DistortionFile& map, int axis) {
   if (const auto readout = map.sidecar->readout(map.values.dimensions()[axis]))
     return readout->seconds;
   const Json* inputs = recordedInputs(map);
-  const Json* readout = inputs == nullptr ? nullptr : inputs->at(0).find("TotalReadoutTime");
-  const Json* seconds = readout == nullptr ? nullptr : readout->find("Seconds");
-  if (seconds == nullptr || !seconds->is_number()) return std::nullopt;
-  return seconds->number();
+  if (inputs == nullptr) return std::nullopt;
+  return inputs->at(0).part("TotalReadoutTime").numberOf("Seconds");
 }
 
 void takeDirectionFromRecord(const DistortionFile& map, SeriesInput& input) {
@@ -86,8 +78,8 @@ void takeDirectionFromRecord(const DistortionFile& map, SeriesInput& input) {
   if (input.acquisition.direction || inputs == nullptr) return;
   const std::string sum = sha256Of(input.stamp);
   for (const Json& each : inputs->list()) {
-    const std::string direction = textIn(each, "PhaseEncodingDirection");
-    if (direction.empty() || textIn(each, "SHA256") != sum) continue;
+    const std::string direction = each.textOf("PhaseEncodingDirection");
+    if (direction.empty() || each.textOf("SHA256") != sum) continue;
     const std::string& file = map.sidecar->fileOf("Mirel");
     input.acquisition.direction =
         bids::StatedDirection{bids::parsePhaseEncoding(direction, file), Source::sidecar, file};

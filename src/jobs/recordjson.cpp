@@ -1,5 +1,7 @@
 #include "jobs/recordjson.h"
 
+#include <algorithm>
+
 #include "jobs/checksum.h"
 
 namespace mirel {
@@ -107,7 +109,7 @@ Json listOf(const std::vector<double>& numbers) {
 }
 
 // What was found of the pair, under the names of sidecars.
-Json verdictJson(const Verdict& verdict) {
+Json verdictJson(const Verdict& verdict, int sign) {
   const PairFigures& found = verdict.figures;
   Json json = {{"Trust", nameOf(verdict.trust)},
                {"Reasons", textsOf(verdict.reasons)},
@@ -120,6 +122,11 @@ Json verdictJson(const Verdict& verdict) {
                {"Stretch", found.stretch},
                {"Shear", found.shear}};
   if (found.fieldHz) json["FieldHz"] = *found.fieldHz;
+  if (found.hzPerVoxel) {
+    const double low = sign * found.shiftLow, high = sign * found.shiftHigh;
+    json["FieldRangeHz"] = {*found.hzPerVoxel * std::min(low, high),
+                            *found.hzPerVoxel * std::max(low, high)};
+  }
   if (found.fieldHzPerMm) json["FieldHzPerMm"] = *found.fieldHzPerMm;
   return json;
 }
@@ -129,7 +136,7 @@ void addPair(Json& json, const PairRecord& pair) {
   json["Options"] = settingsJson(pair.settings, pair.findings);
   const PairAgreement& agreement = pair.findings.agreement;
   json["PairCorrelation"] = {{"Before", agreement.before}, {"After", agreement.after}};
-  json["Verdict"] = verdictJson(pair.findings.verdict);
+  json["Verdict"] = verdictJson(pair.findings.verdict, pair.a.direction().sign);
   const std::vector<Remark>& warnings = pair.findings.verdict.reasons;
   if (!warnings.empty()) json["Warnings"] = textsOf(warnings);
 }

@@ -25,8 +25,8 @@ SeriesNames namesFrom(const SeriesInput& input, const std::string& stem, const s
   SeriesNames names;
   names.image = stem + end;
   names.sidecar = stem + ".json";
-  for (const std::string& file : input.gradientFiles)
-    names.gradients.push_back(stem + fs::path(file).extension().string());
+  for (const FileStamp& file : input.gradientFiles)
+    names.gradients.push_back(stem + fs::path(file.fileName()).extension().string());
   return names;
 }
 
@@ -213,8 +213,11 @@ void SeriesCorrection::writeRest(const Planned& one, const Json& origin, const C
   folder.writeText(one.names.sidecar, sidecarText(one.input.file + ", corrected for distortion", "",
                                                   sourcesOf(inputsOf(one), context.names), origin,
                                                   fieldsAfterCorrection(one.input)));
-  for (std::size_t n = 0; n < one.names.gradients.size(); ++n)
-    folder.copy(one.input.gradientFiles[n], one.names.gradients[n]);
+  for (std::size_t n = 0; n < one.names.gradients.size(); ++n) {
+    const FileStamp& table = one.input.gradientFiles[n];
+    folder.copy(table.fileName(), one.names.gradients[n]);
+    table.requireUnchanged();
+  }
 }
 
 void SeriesCorrection::writeWarp(const Planned& one, const Volume<float>& shift, const Json& origin,

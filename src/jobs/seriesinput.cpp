@@ -36,11 +36,11 @@ constexpr std::array<std::string_view, 19> outdatedNames = {
 };
 
 /// The gradient files (.bvec, .bval) that stand beside an image.
-std::vector<std::string> gradientFilesOf(const std::string& imageFile) {
-  std::vector<std::string> files;
+std::vector<FileStamp> gradientFilesOf(const std::string& imageFile) {
+  std::vector<FileStamp> files;
   for (const char* end : {".bvec", ".bval"})
     if (const std::string file = nifti::gradientFileOf(imageFile, end); !file.empty())
-      files.push_back(file);
+      files.emplace_back(file);
   return files;
 }
 
@@ -122,8 +122,8 @@ void finishSeries(const SeriesFile& options, SeriesInput& input) {
   for (const std::string& doubt : bids::doubtsAboutAcquiredLines(input.file, input.acquisition))
     input.notes.push_back(doubt);
   input.gradientFiles = gradientFilesOf(input.file);
-  for (const std::string& file : input.gradientFiles)
-    nifti::checkGradientCount(file, input.header.volumes);
+  for (const FileStamp& file : input.gradientFiles)
+    nifti::checkGradientCount(file.fileName(), input.header.volumes);
 }
 
 SeriesInput readSeries(const SeriesFile& options, const FieldHz& field) {
@@ -164,7 +164,7 @@ SeriesInput readSeriesOf(const PairInput& pair, const SeriesFile& options) {
 std::vector<std::string> filesOf(const SeriesInput& input) {
   std::vector<std::string> files = {input.file};
   for (const std::string& sidecar : input.acquisition.sidecarFiles()) files.push_back(sidecar);
-  files.insert(files.end(), input.gradientFiles.begin(), input.gradientFiles.end());
+  for (const FileStamp& table : input.gradientFiles) files.push_back(table.fileName());
   return files;
 }
 

@@ -25,7 +25,8 @@ struct SeriesInput {
   bool onGridOfField = false;     ///< so that nothing needs to be resampled
   /// Where a map is applied, in place of a field: the readout time over that of the map.
   double mapScale = 1;
-  std::vector<std::string> gradientFiles;  ///< .bvec and .bval beside it, if they are there
+  /// .bvec and .bval beside it, if they are there, before they were read.
+  std::vector<FileStamp> gradientFiles;
   std::vector<Remark> notes, warnings;
 };
 

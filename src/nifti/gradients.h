@@ -7,6 +7,10 @@
 /// Diffusion gradient tables as they stand beside a NIfTI image: a .bvec and a .bval text file.
 namespace mirel::nifti {
 
+/// Up to this b-value (s/mm^2) a volume counts as unweighted: scanners give small values to those
+/// that are meant as b = 0.
+inline constexpr float greatestUnweighted = 100;
+
 /// One direction and one b-value (s/mm^2) per volume. The directions are given in the image's
 /// own axes and taken over as they stand, as are project axes.
 struct GradientTable {

@@ -1,15 +1,18 @@
 #include "nifti/image.h"
 
+#include <zlib.h>
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <new>
+#include <optional>
 #include <stdexcept>
 
 #include "base/dimensions.h"
 #include "base/error.h"
+#include "nifti/deflater.h"
 #include "nifti/filename.h"
 #include "nifti/samples.h"
 
@@ -24,7 +27,6 @@ constexpr unsigned largestDenseVolume = 1U << 28U;
 
 /// Samples that are converted at a time: 64 K of them stay in the second-level cache.
 constexpr std::size_t blockSamples = 1 << 16;
-constexpr unsigned streamBuffer = 1 << 18;
 
 std::size_t voxelsOf(const Header& h) {
   return static_cast<std::size_t>(h.dims.x) * static_cast<std::size_t>(h.dims.y) *
@@ -53,63 +55,34 @@ std::array<unsigned char, 10> gzipTail(unsigned long checksum, std::size_t plain
   return tail;
 }
 
-/// Of a diffusion series level 4 takes a quarter of the time of level 6, the library's default, for
-/// files that are 3 % larger (32-bit floats: less than half, 4 %).
-constexpr int compressionLevel = 4;
-
 /// Fills an EncodedVolume piece by piece.
 class Encoder {
  public:
-  Encoder(EncodedVolume& target, bool compress) : result(target), compressed(compress) {
+  Encoder(EncodedVolume& target, bool compress) : result(target) {
     result.bytes.clear();
     result.plainBytes = 0;
     result.clamped = {};
-    result.checksum = crc32(0, nullptr, 0);
-    // Negative window bits: deflate blocks without a head and a tail of their own.
-    if (compressed &&
-        deflateInit2(&stream, compressionLevel, Z_DEFLATED, -15, 8, Z_DEFAULT_STRATEGY) != Z_OK)
-      throw std::bad_alloc();
-  }
-  Encoder(const Encoder&) = delete;
-  Encoder& operator=(const Encoder&) = delete;
-  ~Encoder() {
-    if (compressed) deflateEnd(&stream);
+    result.checksum = 0;
+    if (compress) deflater.emplace(result.bytes);
   }
 
   void add(const unsigned char* bytes, std::size_t count) {
     result.plainBytes += count;
-    if (!compressed) {
+    if (deflater)
+      deflater->add(bytes, count);
+    else
       result.bytes.insert(result.bytes.end(), bytes, bytes + count);
-      return;
-    }
-    result.checksum = crc32(result.checksum, bytes, static_cast<uInt>(count));
-    // zlib's interface knows no const unless ZLIB_CONST is defined; it does not write there.
-    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast)
-    stream.next_in = const_cast<unsigned char*>(bytes);
-    stream.avail_in = static_cast<uInt>(count);
-    drain(Z_NO_FLUSH);
   }
 
   void finish() {
-    if (compressed) drain(Z_SYNC_FLUSH);
+    if (!deflater) return;
+    deflater->finish();
+    result.checksum = deflater->checksum();
   }
 
  private:
-  void drain(int flush) {
-    do {
-      const std::size_t used = result.bytes.size();
-      result.bytes.resize(used + chunk);
-      stream.next_out = result.bytes.data() + used;
-      stream.avail_out = chunk;
-      deflate(&stream, flush);
-      result.bytes.resize(used + chunk - stream.avail_out);
-    } while (stream.avail_out == 0);
-  }
-
-  static constexpr uInt chunk = 1 << 16;
   EncodedVolume& result;
-  bool compressed;
-  z_stream stream{};
+  std::optional<Deflater> deflater;
 };
 
 /// Size of a regular file; anything else is named for what it is.
@@ -124,13 +97,15 @@ std::uintmax_t regularFileSize(const std::string& name) {
   return size;
 }
 
+Error unreadable(const std::string& name) {
+  return {name, std::string("cannot be read: ") + std::strerror(errno)};
+}
+
 }  // namespace
 
 Reader::Reader(const std::string& fileName, Contents contents) : name(fileName) {
   const std::uintmax_t fileBytes = regularFileSize(name);
-  file.reset(gzopen(name.c_str(), "rb"));
-  if (!file) throw Error(name, std::string("cannot be opened: ") + std::strerror(errno));
-  gzbuffer(file.get(), streamBuffer);
+  file = std::make_unique<PlainBytes>(name);
   readHeader();
   if (header().vectorComponents > 1 && contents == Contents::scalars)
     throw Error(name, "has a dimension 5 of size " + std::to_string(header().vectorComponents) +
@@ -142,14 +117,14 @@ int Reader::storedVolumes() const { return header().volumes * header().vectorCom
 
 void Reader::readHeader() {
   unsigned char bytes[headerBytes2];
-  const int got = gzread(file.get(), bytes, headerBytes2);
-  int code = Z_OK;
-  gzerror(file.get(), &code);
-  if (got < 0 || (got < static_cast<int>(headerBytes1) && code == Z_DATA_ERROR))
+  const std::size_t got = file->read(bytes, headerBytes2);
+  using Fault = PlainBytes::Fault;
+  if (got < headerBytes1 && file->fault() == Fault::damaged)
     throw Error(name, "is damaged: its header cannot be decompressed");
-  if (got < static_cast<int>(headerBytes1) && code == Z_BUF_ERROR)
+  if (got < headerBytes1 && file->fault() == Fault::truncated)
     throw Error(name, "is truncated: the compressed file ends within the header");
-  stored = parseHeader(bytes, static_cast<std::size_t>(got), name);
+  if (file->fault() == Fault::unreadable) throw unreadable(name);
+  stored = parseHeader(bytes, got, name);
 }
 
 void Reader::checkSize(std::uintmax_t fileBytes) const {
@@ -159,7 +134,7 @@ void Reader::checkSize(std::uintmax_t fileBytes) const {
       static_cast<Wide>(volumeBytes(header())) * static_cast<Wide>(storedVolumes()) +
       static_cast<Wide>(stored.dataOffset);
   // No deflate stream grows by more than a factor of 1032.
-  const Wide most = gzdirect(file.get()) != 0 ? Wide{fileBytes} : Wide{fileBytes} * 1032 + 1024;
+  const Wide most = file->isCompressed() ? Wide{fileBytes} * 1032 + 1024 : Wide{fileBytes};
   if (wanted > most)
     throw Error(name, "is truncated or damaged: its header claims " + text(header().dims) +
                           " voxels in " + std::to_string(storedVolumes()) +
@@ -174,33 +149,27 @@ void Reader::checkSize(std::uintmax_t fileBytes) const {
 }
 
 void Reader::readBytes(unsigned char* bytes, std::size_t count, const std::string& what) {
-  while (count > 0) {
-    const unsigned part = static_cast<unsigned>(std::min<std::size_t>(count, 1 << 20));
-    const int got = gzread(file.get(), bytes, part);
-    if (got == static_cast<int>(part)) {
-      bytes += part;
-      count -= part;
-      continue;
-    }
-    int code = Z_OK;
-    gzerror(file.get(), &code);
-    if (code == Z_DATA_ERROR || code == Z_STREAM_ERROR)
-      throw Error(name, "is damaged: " + what + " cannot be decompressed");
-    if (code == Z_ERRNO) throw Error(name, std::string("cannot be read: ") + std::strerror(errno));
-    throw Error(name, "is truncated: it ends within " + what);
-  }
+  if (file->read(bytes, count) == count) return;
+  if (file->fault() == PlainBytes::Fault::damaged)
+    throw Error(name, "is damaged: " + what + " cannot be decompressed");
+  if (file->fault() == PlainBytes::Fault::unreadable) throw unreadable(name);
+  throw Error(name, "is truncated: it ends within " + what);
 }
 
 void Reader::readTail() {
   // The checksum of a compressed stream is compared only when its end is reached.
   unsigned char rest[4096];
-  int got = 0;
-  while ((got = gzread(file.get(), rest, sizeof(rest))) > 0) continue;
-  int code = Z_OK;
-  gzerror(file.get(), &code);
-  if (code == Z_BUF_ERROR)
-    throw Error(name, "is truncated: the compressed file ends before its checksum");
-  if (got < 0) throw Error(name, "is damaged: its checksum does not match its data");
+  while (file->read(rest, sizeof(rest)) > 0) continue;
+  switch (file->fault()) {
+    case PlainBytes::Fault::none:
+      return;
+    case PlainBytes::Fault::truncated:
+      throw Error(name, "is truncated: the compressed file ends before its checksum");
+    case PlainBytes::Fault::unreadable:
+      throw unreadable(name);
+    case PlainBytes::Fault::damaged:
+      throw Error(name, "is damaged: its checksum does not match its data");
+  }
 }
 
 Volume<float> Reader::readVolume(int t) {
@@ -218,9 +187,8 @@ void Reader::readVolume(int t, Volume<float>& volume) {
   if (volume.dimensions() != h.dims || volume.data() == nullptr) volume = Volume<float>(h.dims);
   const std::string what =
       "the data of volume " + std::to_string(t + 1) + " of " + std::to_string(volumes);
-  const z_off_t start = static_cast<z_off_t>(stored.dataOffset) +
-                        static_cast<z_off_t>(volumeBytes(h)) * static_cast<z_off_t>(t);
-  if (gztell(file.get()) != start && gzseek(file.get(), start, SEEK_SET) != start)
+  if (!file->seek(static_cast<std::uint64_t>(stored.dataOffset) +
+                  std::uint64_t{volumeBytes(h)} * static_cast<std::uint64_t>(t)))
     throw Error(name, "is truncated or damaged: " + what + " cannot be reached");
   const std::size_t size = static_cast<std::size_t>(bytesPerSample(h.type));
   block.resize(blockSamples * size);
@@ -234,7 +202,7 @@ void Reader::readVolume(int t, Volume<float>& volume) {
     lost.largest = std::max(lost.largest, loss.largest);
     done += count;
   }
-  if (t == volumes - 1 && gzdirect(file.get()) == 0) readTail();
+  if (t == volumes - 1 && file->isCompressed()) readTail();
 }
 
 Writer::Writer(const std::string& fileName, const Header& what)

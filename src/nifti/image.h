@@ -1,7 +1,5 @@
 #pragma once
 
-#include <zlib.h>
-
 #include <cstdint>
 #include <cstdio>
 #include <memory>
@@ -11,6 +9,7 @@
 #include "base/outputfile.h"
 #include "containers/volume.h"
 #include "nifti/header.h"
+#include "nifti/plainbytes.h"
 #include "nifti/samples.h"
 
 /// Reading and writing NIfTI files (.nii, .nii.gz) one volume at a time: memory holds a volume
@@ -52,16 +51,13 @@ class Reader {
   const RoundingLoss& roundingLoss() const { return lost; }
 
  private:
-  struct Close {
-    void operator()(gzFile_s* open) const { gzclose_r(open); }
-  };
   void readHeader();
   void checkSize(std::uintmax_t fileBytes) const;
   void readBytes(unsigned char* bytes, std::size_t count, const std::string& what);
   void readTail();
 
   std::string name;
-  std::unique_ptr<gzFile_s, Close> file;
+  std::unique_ptr<PlainBytes> file;
   StoredHeader stored;
   std::vector<unsigned char> block;
   RoundingLoss lost;

@@ -7,6 +7,7 @@
 #include <type_traits>
 
 #include "base/error.h"
+#include "nifti/samplekernels.h"
 
 namespace mirel::nifti {
 
@@ -48,6 +49,14 @@ float toFloat(double value) {
   return static_cast<float>(value);
 }
 
+/// Nearest whole number, ties to even, without a call of the library for every value.
+double rounded(double value) {
+  constexpr double wholeFrom = 4503599627370496.0;  // 2^52: larger ones have no fraction
+  if (!(std::abs(value) < wholeFrom)) return value;
+  const double shift = std::copysign(wholeFrom, value);
+  return (value + shift) - shift;
+}
+
 /// Nearest value of the integer type T; NaN gives 0.
 template <typename T>
 T clampTo(double value) {
@@ -56,7 +65,7 @@ T clampTo(double value) {
   // The upper limit of a 64-bit type rounds up to 2^63 or 2^64: "at least" keeps it out.
   if (value >= static_cast<double>(Limits::max())) return Limits::max();
   if (value <= static_cast<double>(Limits::min())) return Limits::min();
-  return static_cast<T>(std::nearbyint(value));
+  return static_cast<T>(rounded(value));
 }
 
 template <typename T>
@@ -72,6 +81,16 @@ T toSample(double value) {
 // Types with samples that 32-bit floats do not hold.
 template <typename T>
 constexpr bool losesDigits = !std::is_same_v<T, float> && sizeof(T) >= 4;
+
+// Types whose samples are encoded, and decoded, register by register.
+template <typename T>
+constexpr bool hasEncodingKernel = std::numeric_limits<T>::is_integer && sizeof(T) <= 4;
+template <typename T>
+constexpr bool hasDecodingKernel = std::numeric_limits<T>::is_integer && sizeof(T) <= 2;
+
+SampleRun runOf(const Header& header, std::size_t count) {
+  return {count, header.hasScaling(), header.slope, header.inter};
+}
 
 template <typename T>
 void addLoss(const Header& header, T sample, float decoded, RoundingLoss& loss) {
@@ -94,7 +113,10 @@ RoundingLoss decodeSamples(const Header& header, const unsigned char* bytes, std
   return withType(header.type, [&](auto kind) {
     using T = decltype(kind);
     RoundingLoss loss;
-    for (std::size_t n = 0; n < count; n++) {
+    std::size_t n = 0;
+    if constexpr (hasDecodingKernel<T>)
+      n = decodeRegisters<T>(runOf(header, count), bytes, dst, chosenVariant());
+    for (; n < count; n++) {
       T sample;
       std::memcpy(&sample, bytes + n * sizeof(T), sizeof(T));
       if (scaled)
@@ -115,7 +137,10 @@ ClampedSamples encodeSamples(const Header& header, const float* src, std::size_t
   return withType(header.type, [&](auto kind) {
     using T = decltype(kind);
     ClampedSamples clamped;
-    for (std::size_t n = 0; n < count; n++) {
+    std::size_t n = 0;
+    if constexpr (hasEncodingKernel<T>)
+      n = encodeRegisters<T>(runOf(header, count), src, bytes, clamped, chosenVariant());
+    for (; n < count; n++) {
       double value = static_cast<double>(src[n]);
       if (scaled) value = (value - header.inter) / header.slope;
       const T sample = toSample<T>(value);

@@ -95,7 +95,8 @@ void measureHead(const PairToMeasure& pair, double ratio, double noiseVariance,
                  PairFigures& figures) {
   Volume<float> slopes[3];
   for (int axis = 0; axis < 3; ++axis) slopes[axis] = slopeAlong(pair.shift, axis);
-  double difference = 0, all = 0, count = 0, shift = 0, stretch = 0, shear = 0;
+  double difference = 0, all = 0, shift = 0, stretch = 0, shear = 0;
+  std::vector<float> inHead;
   std::vector<Difference> slices(static_cast<std::size_t>(pair.shift.nz()));
   const int perSlice = pair.shift.nx() * pair.shift.ny();
   for (int i = 0; i < pair.shift.size(); ++i) {
@@ -103,7 +104,7 @@ void measureHead(const PairToMeasure& pair, double ratio, double noiseVariance,
     const double b = ratio * static_cast<double>(pair.correctedSecond.data()[i]);
     const double mean = 0.5 * (a + b);
     if (mean <= pair.threshold) continue;
-    count += 1;
+    inHead.push_back(pair.shift.data()[i]);
     difference += squareOf(a - b);
     const double weight = mean * mean;
     all += weight;
@@ -119,12 +120,17 @@ void measureHead(const PairToMeasure& pair, double ratio, double noiseVariance,
     }
   }
   figures.residual = rootOfRatio(difference, all);
-  figures.residualOfNoise = rootOfRatio(noiseVariance * count, all);
+  figures.residualOfNoise = rootOfRatio(noiseVariance * static_cast<double>(inHead.size()), all);
   compareSlices(slices, noiseVariance, figures);
   figures.shiftVoxels = rootOfRatio(shift, all);
   figures.stretch = rootOfRatio(stretch, all);
   figures.shear = rootOfRatio(shear, all);
+  if (!inHead.empty()) {
+    figures.shiftLow = static_cast<double>(quantile(inHead, 0.01));
+    figures.shiftHigh = static_cast<double>(quantile(inHead, 0.99));
+  }
   if (!pair.readoutSeconds) return;
+  figures.hzPerVoxel = 1 / *pair.readoutSeconds;
   figures.fieldHz = figures.shiftVoxels / *pair.readoutSeconds;
   figures.fieldHzPerMm = figures.shear / pair.voxelMm[pair.axis] / *pair.readoutSeconds;
 }

@@ -27,6 +27,10 @@ struct PairFigures {
   double shiftVoxels = 0, stretch = 0, shear = 0;
   /// The first one as a field in Hz, and the last one in Hz per mm, where there is a readout time.
   std::optional<double> fieldHz, fieldHzPerMm;
+  /// The 1st and the 99th percentile of the displacement in the head, forward for the first image.
+  double shiftLow = 0, shiftHigh = 0;
+  /// By how much a field displaces, in Hz per voxel, likewise.
+  std::optional<double> hzPerVoxel;
 
   /// What is left of both differences beyond noise.
   double unexplainedTotals() const;

@@ -10,14 +10,12 @@ namespace mirel {
 
 namespace {
 
-// Scanners give small values to images that are meant as b = 0.
-constexpr float greatestUnweighted = 100;
 constexpr std::size_t namedAtMost = 5;
 
 std::string unweightedOf(const std::vector<float>& bValues) {
   std::vector<std::size_t> found;
   for (std::size_t n = 0; n < bValues.size(); ++n)
-    if (bValues[n] <= greatestUnweighted) found.push_back(n);
+    if (bValues[n] <= nifti::greatestUnweighted) found.push_back(n);
   if (found.empty()) return "none of its volumes has";
   std::string list = found.size() == 1 ? "its volume " : "its volumes ";
   for (std::size_t n = 0; n < std::min(found.size(), namedAtMost); ++n)
@@ -42,10 +40,11 @@ void checkWeighting(const ImageDescription& image, PairInput& pair) {
   }
   const auto first = bValues.begin() + image.options.volume;
   const float greatest = *std::max_element(first, first + std::max(image.options.meanOfFirst, 1));
-  if (greatest <= greatestUnweighted) return;
+  if (greatest <= nifti::greatestUnweighted) return;
   pair.notes.emplace_back(image.title() + " is diffusion-weighted: it has a b-value of " +
                               text(static_cast<double>(greatest)) + " s/mm2 (" + bvalFile +
-                              "), while " + unweightedOf(bValues) + " at most 100",
+                              "), while " + unweightedOf(bValues) + " at most " +
+                              text(static_cast<double>(nifti::greatestUnweighted)),
                           Advice{Advice::Kind::seeVolumes});
 }
 

@@ -48,10 +48,9 @@ bool isOurs(const fs::path& description) {
   if (!fs::is_regular_file(description, ignored)) return false;
   const std::optional<Json> content =
       Json::parse(readWholeFile(description.string(), largestDescription));
-  const Json* makers = content ? content->find("GeneratedBy") : nullptr;
-  if (makers == nullptr || !makers->is_array() || makers->list().empty()) return false;
-  const Json* name = makers->at(0).find("Name");
-  return name != nullptr && name->is_string() && name->string() == datasetMaker;
+  if (!content) return false;
+  const Json& makers = content->part("GeneratedBy");
+  return makers.is_array() && !makers.list().empty() && makers.at(0).textOf("Name") == datasetMaker;
 }
 
 // Before anything is computed: empty, not there, or an earlier dataset.

@@ -112,21 +112,34 @@ void fillSlices(const Flags& flags, int axis, Flags& result) {
   }
 }
 
+// Adds to every count those of its neighbours along an axis.
+void addNeighbours(Flags& counts, int axis) {
+  const Flags before = counts;
+  const glm::ivec3 dims = counts.dimensions();
+  const int step = axis == 0 ? 1 : axis == 1 ? dims.x : dims.x * dims.y;
+  const auto add = [&](int to, int from) {
+    counts.data()[to] = static_cast<unsigned char>(counts.data()[to] + before.data()[from]);
+  };
+  for (int line = 0; line < counts.size(); line += step * dims[axis])
+    for (int at = 0; at < dims[axis]; ++at)
+      for (int i = line + at * step; i < line + (at + 1) * step; ++i) {
+        if (at > 0) add(i, i - step);
+        if (at + 1 < dims[axis]) add(i, i + step);
+      }
+}
+
 // The majority of the voxel and its neighbours, those beyond the border left out.
 void takeMajority(Flags& flags) {
-  const Flags before = flags;
-  for (int i = 0; i < flags.size(); ++i) {
-    const glm::ivec3 p = placeOf(i, flags.dimensions());
-    int set = 0, all = 0;
-    for (int z = -1; z <= 1; ++z)
-      for (int y = -1; y <= 1; ++y)
-        for (int x = -1; x <= 1; ++x)
-          if (const glm::ivec3 q = p + glm::ivec3(x, y, z); inside(q, flags.dimensions())) {
-            ++all;
-            set += before[q];
-          }
-    flags.data()[i] = 2 * set > all;
-  }
+  for (int axis = 0; axis < 3; ++axis) addNeighbours(flags, axis);
+  const glm::ivec3 last = flags.dimensions() - 1;
+  for (int z = 0, i = 0; z <= last.z; ++z)
+    for (int y = 0; y <= last.y; ++y) {
+      const int ofPlane = (1 + (z > 0) + (z < last.z)) * (1 + (y > 0) + (y < last.y));
+      for (int x = 0; x <= last.x; ++x, ++i) {
+        const int all = ofPlane * (1 + (x > 0) + (x < last.x));
+        flags.data()[i] = static_cast<unsigned char>(2 * flags.data()[i] > all);
+      }
+    }
 }
 
 // Takes off what hangs on by a thread, and what was joined by nothing else.
@@ -169,10 +182,14 @@ Volume<float> asFloats(const Flags& flags) {
 
 Volume<float> signalMask(const Volume<float>& image) { return asFloats(signalOf(image)); }
 
-Volume<float> headMask(const Volume<float>& image) {
-  const Flags signal = signalOf(image);
-  Flags filled = signal;
-  for (int axis = 0; axis < 3; ++axis) fillSlices(signal, axis, filled);
+Volume<float> headMask(const Volume<float>& image) { return headMaskAround(signalMask(image)); }
+
+Volume<float> headMaskAround(const Volume<float>& signal) {
+  Flags flags(signal.dimensions());
+  std::transform(signal.data(), signal.data() + signal.size(), flags.data(),
+                 [](float v) { return static_cast<unsigned char>(v != 0.0F); });
+  Flags filled = flags;
+  for (int axis = 0; axis < 3; ++axis) fillSlices(flags, axis, filled);
   smooth(filled);
   return asFloats(filled);
 }

@@ -14,6 +14,8 @@ Volume<float> signalMask(const Volume<float>& image);
 /// The same with what it encloses in any slice of the array, along any axis: bone, sinuses and
 /// airways belong to the head, too.
 Volume<float> headMask(const Volume<float>& image);
+/// Of an image whose signalMask is known.
+Volume<float> headMaskAround(const Volume<float>& signal);
 
 /// The level on which the outline of a mask runs: halfway between its two values for an image of
 /// two values (0 and 1, 0 and 255), 0.5 for one of values from 0 to 1 (probabilities), else half

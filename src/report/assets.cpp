@@ -13,12 +13,18 @@ MIREL_ASSET("page", "page.html");
 MIREL_ASSET("card", "card.html");
 MIREL_ASSET("style", "style.css");
 MIREL_ASSET("script", "script.js");
+MIREL_ASSET("index", "index.html");
+MIREL_ASSET("indexstyle", "index.css");
+MIREL_ASSET("indexscript", "index.js");
 
 extern "C" {
 extern const char mirel_page_begin[], mirel_page_end[];
 extern const char mirel_card_begin[], mirel_card_end[];
 extern const char mirel_style_begin[], mirel_style_end[];
 extern const char mirel_script_begin[], mirel_script_end[];
+extern const char mirel_index_begin[], mirel_index_end[];
+extern const char mirel_indexstyle_begin[], mirel_indexstyle_end[];
+extern const char mirel_indexscript_begin[], mirel_indexscript_end[];
 }
 
 namespace mirel::report {
@@ -34,5 +40,8 @@ std::string pageTemplate() {
 
 std::string styleSheet() { return {mirel_style_begin, mirel_style_end}; }
 std::string scriptText() { return {mirel_script_begin, mirel_script_end}; }
+std::string indexTemplate() { return {mirel_index_begin, mirel_index_end}; }
+std::string indexStyle() { return {mirel_indexstyle_begin, mirel_indexstyle_end}; }
+std::string indexScript() { return {mirel_indexscript_begin, mirel_indexscript_end}; }
 
 }  // namespace mirel::report

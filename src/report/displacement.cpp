@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 
+#include "numerics/difference.h"
 #include "numerics/statistics.h"
 
 namespace mirel::report {
@@ -29,20 +30,9 @@ std::vector<float> absoluteIn(const Volume<float>& head, const Volume<float>& va
 }  // namespace
 
 Volume<float> stretchAlong(const Volume<float>& shift, int axis) {
-  const glm::ivec3 dims = shift.dimensions();
-  Volume<float> stretch(dims, 0.0F);
-  glm::ivec3 step(0);
-  step[axis] = 1;
-  for (int z = 0; z < dims.z; ++z)
-    for (int y = 0; y < dims.y; ++y)
-      for (int x = 0; x < dims.x; ++x) {
-        const glm::ivec3 here(x, y, z);
-        const glm::ivec3 before = here[axis] > 0 ? here - step : here;
-        const glm::ivec3 behind = here[axis] + 1 < dims[axis] ? here + step : here;
-        const int apart = behind[axis] - before[axis];
-        if (apart == 0) continue;
-        stretch[here] = std::abs(shift[behind] - shift[before]) / static_cast<float>(apart);
-      }
+  Volume<float> stretch = slopeAlong(shift, axis);
+  std::transform(stretch.data(), stretch.data() + stretch.size(), stretch.data(),
+                 [](float slope) { return std::abs(slope); });
   return stretch;
 }
 

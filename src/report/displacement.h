@@ -18,7 +18,7 @@ struct Displacement {
   double stretched = 0, folded = 0;
 };
 
-/// |d shift / d axis| by the rule of jacobianAlongY, in voxels per voxel.
+/// The absolute slopeAlong of a shift, in voxels per voxel.
 Volume<float> stretchAlong(const Volume<float>& shift, int axis);
 
 /// @param head     of the same dimensions: not 0 inside

@@ -1,15 +1,16 @@
 #include "report/encode.h"
 
-#include <nettle/base64.h>
-#include <nettle/sha2.h>
+#include <openssl/evp.h>
 
-#include <array>
+#include "jobs/checksum.h"
 
 namespace mirel::report {
 
 std::string base64(std::span<const unsigned char> bytes) {
-  std::string text(BASE64_ENCODE_RAW_LENGTH(bytes.size()), '\0');
-  base64_encode_raw(text.data(), bytes.size(), bytes.data());
+  std::string text((bytes.size() + 2) / 3 * 4, '\0');
+  // It ends with a 0, in the place where a std::string has one.
+  EVP_EncodeBlock(reinterpret_cast<unsigned char*>(text.data()), bytes.data(),
+                  static_cast<int>(bytes.size()));
   return text;
 }
 
@@ -19,12 +20,7 @@ std::string dataAddress(const picture::RgbImage& image) {
 }
 
 std::string policyHash(const std::string& text) {
-  sha256_ctx context{};
-  sha256_init(&context);
-  sha256_update(&context, text.size(), reinterpret_cast<const std::uint8_t*>(text.data()));
-  std::array<std::uint8_t, SHA256_DIGEST_SIZE> digest{};
-  sha256_digest(&context, digest.size(), digest.data());
-  return "'sha256-" + base64(digest) + "'";
+  return "'sha256-" + base64(sha256Bytes(text)) + "'";
 }
 
 }  // namespace mirel::report

@@ -51,13 +51,13 @@ std::string noteOf(const std::string& image, const std::optional<double>& hz) {
 // The parts of a page that are made from images of one grid.
 struct Grids {
   const nifti::Header& header;
-  Volume<float> head, measured, stretch;
+  Volume<float> measured, head, stretch;
   double voxelMm;
 
   Grids(const nifti::Header& of, const Volume<float>& mean, const Volume<float>& shift, int axis)
       : header(of),
-        head(picture::headMask(mean)),
         measured(picture::signalMask(mean)),
+        head(picture::headMaskAround(measured)),
         stretch(stretchAlong(shift, axis)),
         voxelMm(nifti::columnLengths(of.affine())[axis]) {}
 };

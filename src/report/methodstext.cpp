@@ -52,20 +52,26 @@ class Writer {
   void add(const std::string& sentence) { result.paragraph += " " + sentence; }
 
   void tellPair(const PairRecord& pair) {
-    const auto& readout = pair.a.acquisition.readout;
     add("The displacement of every voxel was estimated from two images with opposite phase "
         "encoding " +
         cited({reversed, reversedEpi}) + " (directions " + nameOf(pair.a.direction()) + " and " +
-        nameOf(pair.b.direction()) +
-        (readout ? ", total readout time " + text("%.4g", 1000 * readout->seconds) + " ms" : "") +
-        ")" + howEstimated(pair) + ".");
+        nameOf(pair.b.direction()) + readoutText(pair) + ")" + howEstimated(pair) + ".");
     const PairAgreement& found = pair.findings.agreement;
     if (map)
       add("In the head the displacement had a median of " + text("%.2f", map->displacement.median) +
           " and a 99th percentile of " + text("%.2f", map->displacement.high) + " voxels (" +
           text("%.2f", map->displacement.high * map->voxelMm) +
-          " mm), and the correlation of the two images rose from " + text("%.3f", found.before) +
-          " to " + text("%.3f", found.after) + ".");
+          " mm), and the correlation of the two images was " + text("%.3f", found.before) +
+          " before and " + text("%.3f", found.after) + " after the correction.");
+  }
+
+  static std::string readoutText(const PairRecord& pair) {
+    const auto &a = pair.a.acquisition.readout, &b = pair.b.acquisition.readout;
+    if (!a || !b) return "";
+    const std::string first = text("%.4g", 1000 * a->seconds),
+                      second = text("%.4g", 1000 * b->seconds);
+    return first == second ? ", total readout time " + first + " ms"
+                           : ", total readout times " + first + " and " + second + " ms";
   }
 
   static std::string howEstimated(const PairRecord& pair) {

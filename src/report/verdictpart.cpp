@@ -13,6 +13,11 @@ namespace {
 
 std::string percent(double share) { return text("%.1f", 100 * share) + " %"; }
 
+// Noise may be estimated larger than what was found, so it is no part of it.
+std::string besideNoise(double found, double ofNoise) {
+  return percent(found) + "; noise alone makes " + percent(ofNoise);
+}
+
 Json figure(const std::string& what, const std::string& found, const std::string& meaning) {
   return {{"what", what}, {"found", found}, {"meaning", meaning}};
 }
@@ -90,27 +95,30 @@ void addAgreement(const PairRecord& pair, Json& figures) {
         text("%.3f", found.fastAlongAxis) + " along " + bids::nameOf({pair.a.direction().axis, 1}) +
             ", " + text("%.3f", found.fastAcross) + " along " + bids::nameOf({found.otherAxis, 1}),
         "Correlation after a quick estimate along the stated axis and another"));
-  figures.push_back(
-      figure("What is left of the difference",
-             percent(measured.residual) + ", of which noise " + percent(measured.residualOfNoise),
-             "Root mean square difference of the corrected images in the head"));
-  figures.push_back(figure(
-      "Signal in columns",
-      percent(measured.columnTotals) + ", of which noise " + percent(measured.columnTotalsOfNoise),
-      "By how much the totals along the phase-encoding axis differ, which "
-      "distortion leaves as they are"));
+  figures.push_back(figure("What is left of the difference",
+                           besideNoise(measured.residual, measured.residualOfNoise),
+                           "Root mean square difference of the corrected images in the head"));
+  figures.push_back(figure("Signal in columns",
+                           besideNoise(measured.columnTotals, measured.columnTotalsOfNoise),
+                           "By how much the totals along the phase-encoding axis differ, which "
+                           "distortion leaves as they are"));
 }
 
-void addMotion(const PairFindings& found, Json& figures) {
-  if (found.estimator != Estimator::massPreserving) return;
-  figures.push_back(figure("Head motion between the images",
-                           !found.motion
-                               ? "none found"
-                               : vectorText(found.motion->translationMm) + " mm; " +
-                                     vectorText(found.motion->rotationDegrees) + " degrees",
+std::string motionText(const PairRecord& pair) {
+  if (!pair.settings.motion) return "not looked for";
+  const std::optional<RigidMotion>& motion = pair.findings.motion;
+  if (!motion) return "none found";
+  return vectorText(motion->translationMm) + " mm; " + vectorText(motion->rotationDegrees) +
+         " degrees";
+}
+
+void addMotion(const PairRecord& pair, Json& figures) {
+  if (pair.findings.estimator != Estimator::massPreserving) return;
+  figures.push_back(figure("Head motion between the images", motionText(pair),
                            "Along and about the axes i, j, k; undone in the second image"));
   figures.push_back(figure("Intensity of the first over the second",
-                           text("%.4g", found.intensityRatio), "1 where both have one scale"));
+                           text("%.4g", pair.findings.intensityRatio),
+                           "1 where both have one scale"));
 }
 
 void addMap(const MeasuredMap& map, Json& figures) {
@@ -162,7 +170,7 @@ Json figuresPart(const RunRecord& run, const std::optional<MeasuredMap>& map) {
   Json figures = Json::array();
   if (run.pair) addAgreement(*run.pair, figures);
   if (map) addMap(*map, figures);
-  if (run.pair) addMotion(run.pair->findings, figures);
+  if (run.pair) addMotion(*run.pair, figures);
   addSigns(run, figures);
   return figures;
 }

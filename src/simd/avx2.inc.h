@@ -23,3 +23,21 @@ MIREL_INLINE void widen(Doubles& wide, const HalfFloats& v) {
 MIREL_INLINE void roundDown(Doubles& whole, const Doubles& v) {
   whole = (Doubles)_mm256_floor_pd((__m256d)v);
 }
+
+// The lower bits of every lane.
+MIREL_INLINE void narrow(ShortLanes& low, const Ints& v) {
+  const __m256i ofHalf = _mm256_set1_epi64x(0x0d0c090805040100);
+  const __m256i halves = _mm256_shuffle_epi8((__m256i)v, ofHalf);
+  low = (ShortLanes)_mm256_castsi256_si128(_mm256_permute4x64_epi64(halves, 0x08));
+}
+MIREL_INLINE void narrow(ByteLanes& low, const Ints& v) {
+  const __m256i ofHalf = _mm256_set1_epi32(0x0c080400);
+  const __m256i halves = _mm256_shuffle_epi8((__m256i)v, ofHalf);
+  const __m256i both = _mm256_permutevar8x32_epi32(halves, _mm256_set1_epi64x(0x0000000400000000));
+  const long long bytes = _mm_cvtsi128_si64(_mm256_castsi256_si128(both));
+  __builtin_memcpy(&low, &bytes, sizeof low);
+}
+MIREL_INLINE void narrow(HalfInts& low, const Longs& v) {
+  const __m256i even = _mm256_set_epi32(6, 4, 2, 0, 6, 4, 2, 0);
+  low = (HalfInts)_mm256_castsi256_si128(_mm256_permutevar8x32_epi32((__m256i)v, even));
+}

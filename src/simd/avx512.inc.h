@@ -21,3 +21,14 @@ MIREL_INLINE void widen(Doubles& wide, const HalfFloats& v) {
 MIREL_INLINE void roundDown(Doubles& whole, const Doubles& v) {
   whole = (Doubles)_mm512_maskz_roundscale_pd(0xff, (__m512d)v, _MM_FROUND_TO_NEG_INF);
 }
+
+// The lower bits of every lane.
+MIREL_INLINE void narrow(ShortLanes& low, const Ints& v) {
+  low = (ShortLanes)_mm512_maskz_cvtepi32_epi16(0xffff, (__m512i)v);
+}
+MIREL_INLINE void narrow(ByteLanes& low, const Ints& v) {
+  low = (ByteLanes)_mm512_maskz_cvtepi32_epi8(0xffff, (__m512i)v);
+}
+MIREL_INLINE void narrow(HalfInts& low, const Longs& v) {
+  low = (HalfInts)_mm512_maskz_cvtepi64_epi32(0xff, (__m512i)v);
+}

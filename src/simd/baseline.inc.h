@@ -30,3 +30,9 @@ MIREL_INLINE void roundDown(Doubles& whole, const Doubles& v) {
   const Doubles truncated = __builtin_convertvector(__builtin_convertvector(v, HalfInts), Doubles);
   whole = truncated - (truncated > v ? Doubles{} + 1.0 : Doubles{});
 }
+
+// The lower bits of every lane.
+template <typename Low, typename Wide>
+MIREL_INLINE void narrow(Low& low, const Wide& v) {
+  low = __builtin_convertvector(v, Low);
+}

@@ -69,3 +69,7 @@ MIREL_INLINE void transpose(Doubles (&rows)[halfCount]) {
   if constexpr (halfCount > 2) swapBlocks<2>(rows);
   if constexpr (halfCount > 4) swapBlocks<4>(rows);
 }
+
+// As many small integers as ints fill a register.
+typedef short ShortLanes __attribute__((vector_size(laneCount * sizeof(short))));
+typedef signed char ByteLanes __attribute__((vector_size(laneCount)));

@@ -6,6 +6,7 @@
 #include "base/assertion.h"
 #include "containers/exchange.h"
 #include "numerics/volumegauss.h"
+#include "simd/valuekernels.h"
 #include "vdm/resamplingkernels.h"
 #include "vdm/vdm.h"
 

@@ -36,10 +36,6 @@ bool resampleSliceLinear(const ResamplingSlice& slice, SimdVariant variant) {
   return MIREL_DISPATCH(variant, resampleSliceLinear)(slice);
 }
 
-bool allFinite(const float* values, int count, SimdVariant variant) {
-  return MIREL_DISPATCH(variant, allFinite)(values, count);
-}
-
 SplineResampling::SplineResampling(int ny, SimdVariant simdVariant)
     : variant(simdVariant),
       factors(ny),

@@ -20,9 +20,6 @@ struct ResamplingSlice {
 /// @return whether a result is -0
 bool resampleSliceLinear(const ResamplingSlice& slice, SimdVariant variant);
 
-/// Whether none of `count` values is infinite or NaN.
-bool allFinite(const float* values, int count, SimdVariant variant);
-
 /// Cubic B-spline interpolation down the columns of slices, computed in double: at whole x and z
 /// the tensor product spline is, in exact arithmetic, the spline of the column alone. What is not
 /// finite stays in its column.

@@ -78,21 +78,6 @@ bool resampleSliceLinear(const ResamplingSlice& in) {
   return negativeZero;
 }
 
-bool allFinite(const float* values, int count) {
-  Floats differences = {};
-  int i = 0;
-  for (; i + laneCount <= count; i += laneCount) {
-    Floats v;
-    load(v, values + i);
-    differences += v - v;  // 0, or NaN that stays
-  }
-  const Ints notZero = differences != 0.0f;
-  if (any(notZero)) return false;
-  for (; i < count; ++i)
-    if (values[i] - values[i] != 0.0f) return false;
-  return true;
-}
-
 // The spline, computed in double. What is exploited, none of which changes an operation:
 // - The rows of a column's coefficients wait for one another, so that several registers of columns
 //   go side by side.

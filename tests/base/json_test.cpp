@@ -88,6 +88,27 @@ TEST(Json, ReadsNothingThatIsNestedTooDeep) {
   EXPECT_FALSE(Json::parse(nested(1000000)));
 }
 
+TEST(Json, GivesOfFieldsOfTheRightTypeAndNothingOfOthers) {
+  const Json value = {{"text", "a"},
+                      {"number", 1.5},
+                      {"texts", Json::array({"a", 1, "", "b"})},
+                      {"numbers", Json::array({1, "a", 2.5})},
+                      {"inner", {{"text", "deep"}}}};
+  EXPECT_EQ(value.textOf("text"), "a");
+  EXPECT_EQ(value.textOf("number"), "");
+  EXPECT_EQ(value.textOf("absent"), "");
+  EXPECT_EQ(value.numberOf("number"), 1.5);
+  EXPECT_FALSE(value.numberOf("text"));
+  EXPECT_FALSE(value.numberOf("absent"));
+  EXPECT_EQ(value.textsOf("texts"), (std::vector<std::string>{"a", "b"}));
+  EXPECT_EQ(value.textsOf("text"), std::vector<std::string>{"a"});
+  EXPECT_TRUE(value.textsOf("number").empty());
+  EXPECT_EQ(value.numbersOf("numbers"), (std::vector<double>{1, 2.5}));
+  EXPECT_TRUE(value.numbersOf("number").empty());
+  EXPECT_EQ(value.part("inner").textOf("text"), "deep");
+  EXPECT_EQ(value.part("text").part("inner").textOf("text"), "");
+}
+
 TEST(Json, RefusesToBeReadAsSomethingElse) {
   const Json value = {{"text", "1"}, {"number", 1}};
   EXPECT_THROW(value.at("text").number(), Json::Fault);

@@ -28,7 +28,7 @@ TEST(OutputFolder, FilesAppearAtTheEndInFoldersThatAreMade) {
     });
     EXPECT_THAT(written, ElementsAre(deep + "/x.json"));
   }
-  EXPECT_EQ(readText(deep + "/x.json"), "{}\n");
+  EXPECT_EQ(textOf(deep + "/x.json"), "{}\n");
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(deep), {}), 1);
 }
 
@@ -59,7 +59,7 @@ TEST(OutputFolder, AFolderThatWasThereStaysAndKeepsItsFiles) {
                  std::runtime_error);
   }
   EXPECT_THAT(folder.names(), ElementsAre("old"));
-  EXPECT_EQ(readText(folder.file("old")), "old");
+  EXPECT_EQ(textOf(folder.file("old")), "old");
 }
 
 TEST(OutputFolder, RefusesInputsDoublesAndFolders) {
@@ -104,7 +104,7 @@ TEST(OutputFolder, CopiesFilesAndNamesTheOneItCannotRead) {
   OutputFolder output(folder.file("out"));
   output.announce("b.bval", {});
   output.write([&] { output.copy(folder.file("a.bval"), "b.bval"); });
-  EXPECT_EQ(readText(folder.file("out/b.bval")), "0 1000\n");
+  EXPECT_EQ(textOf(folder.file("out/b.bval")), "0 1000\n");
   OutputFolder other(folder.file("other"));
   other.announce("b.bval", {});
   EXPECT_EQ(failure([&] { other.write([&] { other.copy(folder.file("none"), "b.bval"); }); }),

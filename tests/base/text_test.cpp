@@ -3,7 +3,9 @@
 #include <limits>
 
 #include "base/dimensions.h"
+#include "base/joined.h"
 #include "base/numbertext.h"
+#include "base/percentencoded.h"
 
 namespace mirel {
 
@@ -20,6 +22,18 @@ TEST(NumberText, HasSixDigitsOrWhatTheFormatSays) {
   EXPECT_EQ(text("%.3f", 2.0 / 3.0), "0.667");
   EXPECT_EQ(text("%.0f %%", 12.4), "12 %");
   EXPECT_EQ(text("%.2f", -0.001), "-0.00");
+}
+
+TEST(JoinedTexts, StandOneAfterTheOther) {
+  EXPECT_EQ(joined({}), "");
+  EXPECT_EQ(joined({"a"}), "a");
+  EXPECT_EQ(joined({"a", "", "c"}), "a, , c");
+  EXPECT_EQ(joined({"a", "b"}, "|"), "a|b");
+}
+
+TEST(PercentEncoded, LeavesOnlyWhatAnAddressCanHold) {
+  EXPECT_EQ(percentEncoded("sub-01/a_b.~9.html"), "sub-01/a_b.~9.html");
+  EXPECT_EQ(percentEncoded("a b:c?#%\xC3\xA9\"<"), "a%20b%3Ac%3F%23%25%C3%A9%22%3C");
 }
 
 TEST(NumberText, IsCutShortAndNotWrittenBeyondItsEnd) {

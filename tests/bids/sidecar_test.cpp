@@ -33,6 +33,14 @@ TEST_F(SidecarFile, StandsBesideTheImage) {
   EXPECT_EQ(bids::sidecarName("run.nii"), "run.json");
 }
 
+TEST_F(SidecarFile, TextsStandAloneOrInAList) {
+  const bids::Sidecar sidecar = read(R"({"One": "a", "Many": ["a", "", 1, "b"], "No": null})");
+  EXPECT_THAT(sidecar.texts("One"), testing::ElementsAre("a"));
+  EXPECT_THAT(sidecar.texts("Many"), testing::ElementsAre("a", "b"));
+  EXPECT_THAT(sidecar.texts("No"), testing::IsEmpty());
+  EXPECT_THAT(sidecar.texts("Absent"), testing::IsEmpty());
+}
+
 TEST_F(SidecarFile, PhaseEncodingDirection) {
   for (const char* text : {"i", "i-", "j", "j-", "k", "k-"}) {
     const auto direction =

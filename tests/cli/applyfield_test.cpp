@@ -82,7 +82,7 @@ TEST_F(ApplyField, CorrectsByTheSidecar) {
 
 TEST_F(ApplyField, RecordsWhatItDid) {
   ASSERT_EQ(apply({"-o", out, "--modulate"}).status, 0);
-  const json record = json::parse(niftifiles::readText(out + "/sub-1_desc-preproc_bold.json"));
+  const json record = json::parse(textOf(out + "/sub-1_desc-preproc_bold.json"));
   EXPECT_EQ(record["EchoTime"], 0.03);
   EXPECT_EQ(record["Sources"], json({"../sub-1_bold.nii.gz", "../field.nii.gz"}));
   EXPECT_EQ(record["Mirel"]["Field"]["SHA256"].get<std::string>().size(), 64u);
@@ -115,7 +115,7 @@ TEST_F(ApplyField, SidecarsHigherUpInTheDatasetCountToo) {
   EXPECT_THAT(result.err, HasSubstr("phase encoding j- (sub-1_bold.json), readout 0.05 s "
                                     "(TotalReadoutTime in " +
                                     above + ")"));
-  const json record = json::parse(niftifiles::readText(out + "/sub-1_desc-preproc_bold.json"));
+  const json record = json::parse(textOf(out + "/sub-1_desc-preproc_bold.json"));
   EXPECT_EQ(record["TaskName"], "rest");
   const json& series = record["Mirel"]["Series"];
   EXPECT_EQ(series["Sidecar"], json({above, own}));
@@ -154,7 +154,7 @@ TEST_F(ApplyField, OneRunMayNameItsOutput) {
 TEST_F(ApplyField, GradientFilesGoAlong) {
   writeText(folder.file("sub-1_bold.bval"), "0 700 700\n");
   ASSERT_EQ(apply({"-o", out}).status, 0);
-  EXPECT_EQ(niftifiles::readText(out + "/sub-1_desc-preproc_bold.bval"), "0 700 700\n");
+  EXPECT_EQ(textOf(out + "/sub-1_desc-preproc_bold.bval"), "0 700 700\n");
 }
 
 TEST_F(ApplyField, AWrongSignIsToldLoudlyAndNamesTheSidecar) {
@@ -196,8 +196,7 @@ TEST_F(ApplyField, NothingIsSkippedSilently) {
 TEST_F(ApplyField, FaultsAreOneSentenceAndLeaveNothing) {
   writeText(folder.file("run.fmr"), "");
   writeText(folder.file("text.json"), "no json");
-  writeText(folder.file("short.nii.gz"),
-            niftifiles::readText(run).substr(0, niftifiles::readText(run).size() / 2));
+  writeText(folder.file("short.nii.gz"), textOf(run).substr(0, textOf(run).size() / 2));
   const auto before = folder.names();
   const auto refused = [&](const ProgramResult& result, const std::string& text) {
     EXPECT_EQ(result.status, 1) << text;

@@ -77,7 +77,7 @@ TEST_F(ApplyMap, TakesTheOptionsForImages) {
               correctVolume(smoothImage(dims, 1), smoothShift(dims), 1, Modulation::on));
   EXPECT_TRUE(
       std::filesystem::exists(out + "/sub-1_from-orig_to-undistorted_mode-image_xfm.nii.gz"));
-  const json record = json::parse(niftifiles::readText(out + "/sub-1_desc-preproc_bold.json"));
+  const json record = json::parse(textOf(out + "/sub-1_desc-preproc_bold.json"));
   EXPECT_EQ(record["Sources"], json({"../sub-1_bold.nii.gz", "../a_vdm.map"}));
   EXPECT_EQ(record["Mirel"]["Map"]["SHA256"].get<std::string>().size(), 64u);
   EXPECT_EQ(record["Mirel"]["Series"]["DisplacementAxis"], "j");
@@ -93,7 +93,7 @@ TEST_F(ApplyMap, TheMapMayBeAnImage) {
   ASSERT_EQ(
       runMirel({"apply", "--vdm", image, run, "-o", folder.file("b.nii"), "--threads", "2"}).status,
       0);
-  EXPECT_EQ(niftifiles::readText(folder.file("a.nii")), niftifiles::readText(folder.file("b.nii")));
+  EXPECT_EQ(textOf(folder.file("a.nii")), textOf(folder.file("b.nii")));
   const ProgramResult series = runMirel({"apply", "--vdm", run, run, "-o", folder.file("c.nii")});
   EXPECT_EQ(series.status, 1);
   EXPECT_THAT(series.err, HasSubstr("a displacement map has one"));

@@ -1,5 +1,6 @@
 #include <map>
 #include <nlohmann/json.hpp>
+#include <sstream>
 
 #include "cli/tinystudy.h"
 
@@ -64,7 +65,21 @@ TEST_F(Bids, CorrectsEveryImageOfASubjectIntoADerivative) {
   EXPECT_THAT(textOf(out("logs/sub-01_plan.tsv")),
               HasSubstr("sub-01/func/sub-01_task-rest_bold.nii.gz\tcorrected\t"));
   EXPECT_EQ(json::parse(textOf(out("logs/sub-01_plan.json")))["Images"].size(), 3U);
-  EXPECT_THAT(textOf(out("logs/sub-01.log")), HasSubstr("estimating the field"));
+}
+
+TEST_F(Bids, TheLogOfASubjectTellsWhatWasDoneWhen) {
+  subject("01");
+  ASSERT_EQ(bids().status, 0);
+  const std::string first = textOf(out("logs/sub-01.log"));
+  ASSERT_EQ(bids().status, 0);
+  const std::string both = textOf(out("logs/sub-01.log"));
+  EXPECT_THAT(both, testing::StartsWith(first));
+  EXPECT_THAT(first, HasSubstr(" estimating the field of "));
+  EXPECT_THAT(both.substr(first.size()), HasSubstr(" up to date: "));
+  std::istringstream lines(both);
+  for (std::string line; std::getline(lines, line);)
+    EXPECT_THAT(line, testing::ContainsRegex(
+                          "^20[0-9]{2}-[01][0-9]-[0-3][0-9] [0-9]{2}:[0-9]{2}:[0-9]{2} UTC ."));
 }
 
 TEST_F(Bids, GivesTheBytesOfTheSingleCommand) {
@@ -134,11 +149,14 @@ TEST_F(Bids, LabelsSelectWithOrWithoutPrefixAndUnknownOnesAreRefused) {
   const std::string plan = bids({"--participant_label", "sub-01,03", "--dry-run"}).out;
   EXPECT_THAT(plan, AllOf(HasSubstr("sub-01/"), HasSubstr("sub-03/"), Not(HasSubstr("sub-02/"))));
   const ProgramResult unknown = bids({"--participant-label", "1"});
-  EXPECT_EQ(unknown.status, 1);
-  EXPECT_THAT(unknown.err, HasSubstr("has no subject 1: there are 01, 02, 03"));
+  EXPECT_EQ(unknown.status, 2);
+  EXPECT_EQ(unknown.err, raw() +
+                             " has no subject 1: there are 01, 02, 03\n"
+                             "Run with --help for more information.\n");
   EXPECT_THAT(bids({"--task-id", "task-rest", "x"}).err,
               HasSubstr("has no task x: there are rest"));
   EXPECT_THAT(bids({"--session-label", "a"}).err, HasSubstr("has no session a: it has none"));
+  EXPECT_EQ(bids({"--session-label", "a"}).status, 2);
   EXPECT_FALSE(fs::exists(out()));
   const ProgramResult before =
       runMirel({"bids", "--participant-label", "01", raw(), out(), "participant"});

@@ -50,7 +50,8 @@ TEST_F(BidsGroup, HasARowForEveryCorrectedImageAndDescribesEveryColumn) {
     EXPECT_THAT(cells[1], HasSubstr("bids:raw:sub-0"));
     EXPECT_NE(cells[3], "n/a");
     EXPECT_GT(std::stod(cells[4]), 1) << "Hz";
-    EXPECT_GT(std::stod(cells[9]), std::stod(cells[8])) << "agreement";
+    EXPECT_LT(std::stod(cells[5]), std::stod(cells[6])) << "range of the field";
+    EXPECT_GT(std::stod(cells[11]), std::stod(cells[10])) << "agreement";
   }
   EXPECT_THAT(lines[2], HasSubstr("dir-PA_desc-preproc_epi.nii.gz\tbids:raw:sub-01/fmap/"
                                   "sub-01_dir-PA_epi.nii.gz\t"));

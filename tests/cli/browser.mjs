@@ -1,44 +1,8 @@
 // Opens a page in headless Chromium and says what it finds, as JSON on standard output.
 // Usage: node browser.mjs CHROMIUM PAGE PROFILE
-import { spawn } from 'node:child_process';
-import { pathToFileURL } from 'node:url';
+import { open } from './chromium.mjs';
 
 const [chromium, page, profile] = process.argv.slice(2);
-const browser = spawn(
-    chromium,
-    [
-      '--headless', '--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
-      '--disable-background-networking', '--disable-component-update', '--disable-sync',
-      `--user-data-dir=${profile}`, '--remote-debugging-pipe', 'about:blank',
-    ],
-    { stdio: ['ignore', 'ignore', 'ignore', 'pipe', 'pipe'] });
-
-// The protocol over pipes: messages end with a zero byte.
-const waiting = new Map();
-const events = [];
-let last = 0;
-let rest = '';
-browser.stdio[4].setEncoding('utf8').on('data', (data) => {
-  const parts = (rest + data).split('\0');
-  rest = parts.pop();
-  for (const part of parts) {
-    const message = JSON.parse(part);
-    if (message.id) waiting.get(message.id)(message);
-    else events.push(message);
-  }
-});
-const send = (method, params = {}, sessionId = undefined) => new Promise((done, fail) => {
-  waiting.set(++last, (message) => message.error ? fail(new Error(message.error.message))
-                                                 : done(message.result));
-  browser.stdio[3].write(JSON.stringify({ id: last, method, params, sessionId }) + '\0');
-});
-const until = async (method) => {
-  for (let n = 0; n < 600; ++n) {
-    if (events.some((event) => event.method === method)) return;
-    await new Promise((done) => setTimeout(done, 50));
-  }
-  throw new Error(`no ${method}`);
-};
 
 // Runs in the page.
 const overlaps = () => {
@@ -59,24 +23,11 @@ const wider = () => [...document.querySelectorAll('main *')]
                          element.getBoundingClientRect().right > document.documentElement.clientWidth + 1)
     .map((element) => `${element.tagName} ${element.className}`);
 
+let opened;
 try {
-  const { targetInfos } = await send('Target.getTargets');
-  const { targetId } = targetInfos.find((target) => target.type === 'page');
-  const { sessionId } = await send('Target.attachToTarget', { targetId, flatten: true });
-  const tell = (method, params) => send(method, params, sessionId);
-  const value = async (expression) => {
-    const { result, exceptionDetails } =
-        await tell('Runtime.evaluate', { expression, returnByValue: true });
-    if (exceptionDetails) throw new Error(exceptionDetails.exception?.description ?? expression);
-    return result.value;
-  };
+  opened = await open(chromium, page, profile);
+  const { tell, value, resize } = opened;
   const sizes = {};
-  for (const domain of ['Page', 'Runtime', 'Network', 'Log']) await tell(`${domain}.enable`);
-  const resize = (width) => tell('Emulation.setDeviceMetricsOverride',
-      { width, height: 900, deviceScaleFactor: 1, mobile: false });
-  await resize(1600);
-  await tell('Page.navigate', { url: pathToFileURL(page).href });
-  await until('Page.loadEventFired');
 
   const shown = `getComputedStyle(document.querySelector('.pictures .before')).visibility`;
   const place = async () => JSON.parse(await value(`(() => {
@@ -99,11 +50,7 @@ try {
 
   // By keyboard alone: the first button has the focus after one step.
   await value(`document.querySelector('[data-do="flip"]').focus()`);
-  const press = async () => {
-    for (const type of ['keyDown', 'keyUp'])
-      await tell('Input.dispatchKeyEvent',
-          { type, key: ' ', code: 'Space', text: ' ', windowsVirtualKeyCode: 32 });
-  };
+  const press = () => opened.press(' ', 'Space', ' ');
   await press();
   states.pressed = await value(shown);
   await press();
@@ -119,21 +66,15 @@ try {
   }
   const unnamed = await value(`[...document.querySelectorAll('img:not([alt]), img[alt=""]')].length +
     [...document.querySelectorAll('button')].filter((b) => !b.textContent.trim()).length`);
-  const requests = events.filter((event) => event.method === 'Network.requestWillBeSent')
-      .map((event) => event.params.request.url)
-      .filter((url) => !url.startsWith('data:') && url !== pathToFileURL(page).href);
-  const errors = events
-      .filter((event) => event.method === 'Runtime.exceptionThrown' ||
-                         (event.method === 'Log.entryAdded' && event.params.entry.level === 'error') ||
-                         (event.method === 'Runtime.consoleAPICalled' && event.params.type === 'error'))
-      .map((event) => JSON.stringify(event.params).slice(0, 300));
+  const requests = opened.requests();
+  const errors = opened.errors();
   const broken = await value(`[...document.images].filter((i) => !i.complete || !i.naturalWidth).length`);
   console.log(JSON.stringify(
       { states, pictureChanged: before !== hovered, sizes, unnamed, broken, requests, errors }, null, 1));
-  await send('Browser.close').catch(() => {});
+  await opened.end();
 } catch (error) {
   console.log(JSON.stringify({ failed: String(error) }));
 } finally {
-  browser.kill();
+  opened?.kill();
 }
 process.exit(0);

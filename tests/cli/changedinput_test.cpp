@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "cli/correctpair.h"
+#include "nifti/image.h"
 
 namespace mirel {
 
@@ -106,6 +107,17 @@ TEST_F(ChangedInput, OfTheSeriesIsRefusedWithItsResults) {
                                   "--quiet", "--apply", series, "-o", out()},
                                  series),
                 series);
+}
+
+TEST_F(ChangedInput, OfGradientsIsRefusedWithItsResults) {
+  const std::string series = own("task-rest_dir-AP_bold"), table = series + ".bval";
+  std::string bValues;
+  for (int n = 0; n < nifti::Reader(series + ".nii.gz").header().volumes; ++n) bValues += "700 ";
+  std::ofstream(table) << bValues << "\n";
+  expectRefused(runWhileChanging({"correct", own("dir-AP_epi.nii.gz"), own("dir-PA_epi.nii.gz"),
+                                  "--quiet", "--apply", series + ".nii.gz", "-o", out()},
+                                 table),
+                table);
 }
 
 TEST_F(ChangedInput, ATableIsRefusedWithItsResults) {

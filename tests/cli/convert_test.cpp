@@ -36,8 +36,8 @@ struct ConvertCommand : testing::Test {
     const std::string command = "cd '" + folder.file("") + "' && '" MIREL_PROGRAM "' convert " +
                                 arguments + " >out.txt 2>err.txt";
     const int status = std::system(command.c_str());
-    output = readText(folder.file("out.txt"));
-    messages = readText(folder.file("err.txt"));
+    output = textOf(folder.file("out.txt"));
+    messages = textOf(folder.file("err.txt"));
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   }
   void writeMap(const std::string& name) {

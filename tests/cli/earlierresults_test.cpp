@@ -53,7 +53,7 @@ class EarlierResultsOf : public CorrectPair {
     for (const auto& entry : fs::directory_iterator(file(where)))
       // Reports tell the time; report_test.cpp holds the rest of them together.
       if (entry.is_regular_file() && entry.path().extension() != ".html")
-        bytes[entry.path().filename().string()] = niftifiles::readText(entry.path().string());
+        bytes[entry.path().filename().string()] = textOf(entry.path().string());
     return bytes;
   }
   json jsonOf(const std::string& name) const { return json::parse(std::ifstream(file(name))); }
@@ -100,12 +100,12 @@ TEST_F(EarlierResultsOf, AFieldThatThisRunDoesNotMakeIsRemoved) {
 TEST_F(EarlierResultsOf, TheFieldOfAnotherPairStays) {
   copyPair("AP", "PA");
   ASSERT_EQ(fast("AP", "PA", "out").status, 0);
-  const std::string field = niftifiles::readText(out("AP_PA_desc-preproc_fieldmap.nii.gz"));
+  const std::string field = textOf(out("AP_PA_desc-preproc_fieldmap.nii.gz"));
   copyOther("other/one", "other/two");
   fs::remove(file("other/one.json"));
   fs::remove(file("other/two.json"));
   ASSERT_EQ(fast("other/one", "other/two", "out", {"--pe-a", "j"}).status, 0);
-  EXPECT_EQ(niftifiles::readText(out("AP_PA_desc-preproc_fieldmap.nii.gz")), field);
+  EXPECT_EQ(textOf(out("AP_PA_desc-preproc_fieldmap.nii.gz")), field);
 }
 
 TEST_F(EarlierResultsOf, ASeriesCorrectedWithOtherSettingsIsCalledOld) {
@@ -201,7 +201,7 @@ TEST_F(EarlierResultsOf, AFileOfUnknownOriginIsNotReplaced) {
   EXPECT_EQ(result.status, 1);
   EXPECT_THAT(result.err, HasSubstr("out/" + name + " is there already, and no record"));
   EXPECT_THAT(namesInOut(), ElementsAre(name));
-  EXPECT_EQ(niftifiles::readText(out(name)), "mine");
+  EXPECT_EQ(textOf(out(name)), "mine");
   EXPECT_EQ(fast("AP", "PA", "out", {"--overwrite"}).status, 0);
 }
 
@@ -281,8 +281,7 @@ TEST_F(EarlierResultsOf, TheWarpOfASeriesComesWithItsSidecar) {
     EXPECT_THAT(sidecar["Sources"][0], HasSubstr("sub-phantom_task-rest_dir-AP_bold.nii.gz"));
     EXPECT_TRUE(sidecar["Mirel"].contains("Series"));
   }
-  EXPECT_TRUE(niftifiles::readText(file("out" + stem + ".nii.gz")) ==
-              niftifiles::readText(file("applied" + stem + ".nii.gz")));
+  EXPECT_TRUE(textOf(file("out" + stem + ".nii.gz")) == textOf(file("applied" + stem + ".nii.gz")));
 }
 
 }  // namespace

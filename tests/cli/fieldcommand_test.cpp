@@ -56,14 +56,14 @@ TEST_F(FieldCommand, AMapBecomesHz) {
 
 TEST_F(FieldCommand, AMapThatIsAnImageDoes) {
   ASSERT_EQ(toField({"--pe", "j-", "--readout", "0.05"}).status, 0);
-  const std::string expected = niftifiles::readText(field);
+  const std::string expected = textOf(field);
   const std::string image = folder.file("d.nii");
   writeImage(image, headerOf(dims, affine), [](int) { return smoothShift(dims); });
   ASSERT_EQ(runMirel({"field", "--from-map", image, "--reference", reference, "--pe", "j-",
                       "--readout", "0.05", "-o", field})
                 .status,
             0);
-  EXPECT_EQ(niftifiles::readText(field), expected);
+  EXPECT_EQ(textOf(field), expected);
 }
 
 TEST_F(FieldCommand, AndBack) {

@@ -104,7 +104,7 @@ TEST_F(ImageInfo, TellsAboutADisplacementFieldOfThreeComponents) {
 
 TEST_F(ImageInfo, ABadSidecarAndTruncatedDataAreWarnings) {
   niftifiles::writeText(folder.file("run.json"), "{");
-  std::string bytes = niftifiles::readText(image);
+  std::string bytes = textOf(image);
   bytes.resize(bytes.size() - 12);
   niftifiles::writeText(image, bytes);
   const ProgramResult result = runMirel({"info", "--json", image});

@@ -108,8 +108,7 @@ class EndedJob : public CorrectPair {
       _exit(127);
     }
     const auto says = [&] {
-      return std::filesystem::exists(told) &&
-             niftifiles::readText(told).find(stage) != std::string::npos;
+      return std::filesystem::exists(told) && textOf(told).find(stage) != std::string::npos;
     };
     for (int tries = 0; tries < 6000 && !says(); ++tries)
       std::this_thread::sleep_for(std::chrono::milliseconds(10));
@@ -127,9 +126,8 @@ TEST_F(EndedJob, TheStatusTellsTheSignal) {
   for (const auto& [signal, status] : ends) {
     EXPECT_EQ(statusAfter(signal, "Estimating"), status);
     EXPECT_FALSE(std::filesystem::exists(out()));
-    EXPECT_THAT(niftifiles::readText(file("told")), HasSubstr("nothing was written"));
-    EXPECT_THAT(json::parse(niftifiles::readText(file("result")))["error"]["message"],
-                HasSubstr("interrupted"));
+    EXPECT_THAT(textOf(file("told")), HasSubstr("nothing was written"));
+    EXPECT_THAT(json::parse(textOf(file("result")))["error"]["message"], HasSubstr("interrupted"));
   }
 }
 

@@ -19,9 +19,7 @@ using testing::Not;
 
 class Report : public CorrectPair {
  protected:
-  std::string page(const std::string& name = "out/report.html") const {
-    return niftifiles::readText(file(name));
-  }
+  std::string page(const std::string& name = "out/report.html") const { return textOf(file(name)); }
   // All but the block that tells date, duration and memory.
   static std::string lasting(const std::string& page) {
     const std::size_t from = page.find("<section id=\"this-run\""), to = page.find("</main>", from);

@@ -1,10 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <nlohmann/json.hpp>
-#include <sstream>
-
+#include "cli/browser.h"
 #include "cli/correctpair.h"
 
 namespace mirel {
@@ -13,38 +9,17 @@ namespace mirel {
 
 namespace {
 
-namespace fs = std::filesystem;
 using nlohmann::json;
 
-std::string onPath(const std::string& name) {
-  const char* path = std::getenv("PATH");
-  std::istringstream folders(path == nullptr ? "" : path);
-  for (std::string folder; std::getline(folders, folder, ':');)
-    if (fs::exists(fs::path(folder) / name)) return (fs::path(folder) / name).string();
-  return {};
-}
-
-class ReportInBrowser : public CorrectPair {
- protected:
-  // What browser.mjs says about the page.
-  json looked(const std::string& chromium, const std::string& node) const {
-    const ProgramResult seen = runProgram(
-        node, {MIREL_BROWSER_SCRIPT, chromium, out("report.html"), file("profile")}, file(""));
-    json said = json::parse(seen.out, nullptr, false);
-    if (said.is_discarded()) return {{"failed", seen.out + seen.err}};
-    return said;
-  }
-};
+using ReportInBrowser = CorrectPair;
 
 TEST_F(ReportInBrowser, LoadsFlipsAndFitsEveryScreen) {
-  const std::string chromium = onPath("chromium"), node = onPath("node");
-  if (chromium.empty() || node.empty())
-    GTEST_SKIP() << "Chromium or Node is not installed (packages chromium and nodejs): "
-                    "the page was not looked at";
+  const Browser browser;
+  if (!browser.isThere()) GTEST_SKIP() << noBrowser;
   const ProgramResult result =
       correct({"--quiet", "--fast", "--apply", input("sub-phantom_task-rest_dir-AP_bold.nii.gz")});
   ASSERT_EQ(result.status, 0) << result.err;
-  const json seen = looked(chromium, node);
+  const json seen = browser.looked(MIREL_BROWSER_SCRIPT, out("report.html"), file(""));
   ASSERT_FALSE(seen.contains("failed")) << seen.dump(1);
 
   EXPECT_EQ(seen["errors"], json::array());

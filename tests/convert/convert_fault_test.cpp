@@ -123,13 +123,35 @@ TEST_F(ConvertFaults, AShortGradientTableIsLeftOutAndNoted) {
   raw.dim = {4, 2, 3, 2, 4};
   writeBytes(folder.file("a.nii"), bytesOf(raw));
   convert::convert(folder.file("a.nii"), folder.file("c.dmr"));
-  std::string text = readText(folder.file("c.dmr"));
+  std::string text = textOf(folder.file("c.dmr"));
   text.replace(text.rfind("NO"), 2, "YES\n1 0 0 700");
   writeText(folder.file("c.dmr"), text);
   const convert::ConvertReport report =
       convert::convert(folder.file("c.dmr"), folder.file("d.nii"));
   EXPECT_THAT(report.notes, testing::ElementsAre(HasSubstr("for 4 volumes: no .bvec")));
   EXPECT_EQ(report.written, std::vector<std::string>{folder.file("d.nii")});
+}
+
+TEST_F(ConvertFaults, GradientsOfATwinAreNotReplaced) {
+  writeText(folder.file("a.bvec"), "1 0\n0 1\n0 0\n");
+  writeText(folder.file("a.bval"), "700 800\n");
+  convert::convert(folder.file("a.nii"), folder.file("c.dmr"));
+  EXPECT_THAT(message("c.dmr", "a.nii.gz"),
+              AllOf(HasSubstr("a.nii is there already"), HasSubstr("a.bvec and "),
+                    HasSubstr("would be read as its gradients, too")));
+  EXPECT_FALSE(std::filesystem::exists(folder.file("a.nii.gz")));
+  EXPECT_EQ(message("c.dmr", "b.nii.gz"), "nothing");
+  EXPECT_EQ(message("c.dmr", "b.nii.gz"), "nothing") << "its own are replaced";
+}
+
+TEST_F(ConvertFaults, GradientsThatStandBesideTheResultAreNoted) {
+  convert::convert(folder.file("a.nii"), folder.file("c.fmr"));
+  writeText(folder.file("d.bval"), "0 1000\n");
+  const convert::ConvertReport report =
+      convert::convert(folder.file("c.fmr"), folder.file("d.nii"));
+  EXPECT_THAT(report.notes, testing::ElementsAre(AllOf(HasSubstr("d.bval was there already"),
+                                                       HasSubstr("read as the gradients of"))));
+  EXPECT_EQ(textOf(folder.file("d.bval")), "0 1000\n");
 }
 
 TEST_F(ConvertFaults, GradientOptionsMakeNoSenseForAnImage) {

@@ -210,7 +210,7 @@ TEST_P(Convert, WithoutItsSidecarThePositionBlockIsUsed) {
 TEST_P(Convert, AProjectThatWasMovedDoesNotTakeItsOldGeometry) {
   writeBytes(in, bytesOf(image(DataType::int16, ramp<std::int16_t>(-20))));
   convert::convert(in, project);
-  std::string text = readText(project);
+  std::string text = textOf(project);
   const std::size_t at = text.find("Slice1CenterX:");
   const std::size_t end = text.find('\n', at);
   text.replace(at, end - at, "Slice1CenterX: -50");
@@ -238,7 +238,7 @@ TEST_P(Convert, ACorrectedCopyHasTheGeometryOfItsSource) {
 TEST_P(Convert, AProjectWithoutPositionKeepsItsVoxelSizes) {
   writeBytes(in, bytesOf(image(DataType::int16, ramp<std::int16_t>(-20))));
   convert::convert(in, project);
-  std::string text = readText(project);
+  std::string text = textOf(project);
   text.erase(text.find("RowDirX:"), text.find("NRows:") - text.find("RowDirX:"));
   writeText(project, text);
   const convert::ConvertReport report = convert::convert(project, out);
@@ -287,13 +287,13 @@ TEST_P(Convert, HeaderSaysWhatTheImageSays) {
 TEST_P(Convert, TheHeaderReadsAndPrintsTheSameAgain) {
   writeBytes(in, bytesOf(image(DataType::int16, ramp<std::int16_t>(-20))));
   convert::convert(in, project);
-  const std::string first = readText(project);
+  const std::string first = textOf(project);
   const std::string copy = folder.file(std::string("run.1.copy.") + GetParam());
   if (hasFmr())
     FMR(project, true).SaveAs(copy);
   else
     DMR(project, true).SaveAs(copy);
-  std::string second = readText(copy);
+  std::string second = textOf(copy);
   second.erase(second.find(".copy"), 5);
   EXPECT_EQ(first, second);
 }
@@ -321,8 +321,8 @@ TEST(ConvertGradients, BesideTheImageAndBack) {
   const convert::ConvertReport report =
       convert::convert(folder.file("b.dmr"), folder.file("c.nii.gz"));
   EXPECT_EQ(report.written.size(), 3U);
-  EXPECT_EQ(readText(folder.file("c.bvec")), bvec);
-  EXPECT_EQ(readText(folder.file("c.bval")), bval);
+  EXPECT_EQ(textOf(folder.file("c.bvec")), bvec);
+  EXPECT_EQ(textOf(folder.file("c.bval")), bval);
 }
 
 TEST(ConvertGradients, NamedFiles) {

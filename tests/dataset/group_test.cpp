@@ -44,7 +44,7 @@ TEST(Group, AFieldThatCorrectsManyImagesCountsOnce) {
 TEST(Group, WhatIsNotKnownIsNotAvailable) {
   const std::string table = groupTsv(rowsWith({20.5}));
   EXPECT_EQ(table.substr(table.find('\n') + 1),
-            "sub-0\tn/a\tsub-0\tn/a\t20.5\tn/a\tn/a\tn/a\tn/a\tn/a\tn/a\tn/a\t0\tn/a\n");
+            "sub-0\tn/a\tsub-0\tn/a\t20.5\tn/a\tn/a\tn/a\tn/a\tn/a\tn/a\tn/a\tn/a\tn/a\t0\tn/a\n");
 }
 
 }  // namespace mirel::dataset

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <memory>
@@ -67,6 +68,9 @@ const Command commands[] = {
      {"apply", "--field", "IN/sub-phantom_desc-truth_fieldmap.nii.gz", "--float",
       "IN/sub-phantom_task-rest_dir-AP_bold.nii.gz", "-o", "OUT/"}},
     {"convert", {"convert", "IN/sub-phantom_task-rest_dir-AP_bold.nii.gz", "OUT/bold.fmr"}, {}},
+    {"convertBack",
+     {"convert", "IN/run.dmr", "OUT/x.nii"},
+     {"convert", "IN/other.dmr", "OUT/x.nii"}},
     {"picture",
      {"picture", "IN/sub-phantom_dir-AP_epi.nii.gz", "-o", "OUT/a.png"},
      {"picture", "IN/sub-phantom_dir-PA_epi.nii.gz", "-o", "OUT/a.png"}},
@@ -78,6 +82,19 @@ class Faults : public testing::TestWithParam<Command> {
     inputs = std::make_unique<TemporaryFolder>();
     const ProgramResult made =
         runMirel({"phantom", inputs->file("in"), "--size", "16", "18", "10", "--volumes", "2"});
+    ASSERT_EQ(made.status, 0) << made.err;
+    makeProject("run", "1 0\n0 1\n0 0\n", "700 800\n");
+    makeProject("other", "0 0\n0 1\n1 0\n", "900 1000\n");
+  }
+  /// A diffusion project of the series, with a gradient table.
+  static void makeProject(const std::string& name, const std::string& directions,
+                          const std::string& bValues) {
+    const std::string bvec = inputs->file(name + ".bvec"), bval = inputs->file(name + ".bval");
+    std::ofstream(bvec) << directions;
+    std::ofstream(bval) << bValues;
+    const ProgramResult made =
+        runMirel({"convert", inputs->file("in/sub-phantom_task-rest_dir-AP_bold.nii.gz"),
+                  inputs->file("in/" + name + ".dmr"), "--bvec", bvec, "--bval", bval});
     ASSERT_EQ(made.status, 0) << made.err;
   }
   static void TearDownTestSuite() { inputs.reset(); }

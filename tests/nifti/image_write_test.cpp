@@ -160,7 +160,7 @@ TEST(ImageWrite, NothingAppearsWithoutFinish) {
     image.write(ramp({3, 2, 2}, 0));
     EXPECT_THROW(image.write(ramp({3, 2, 2}, 0)), std::logic_error);
   }
-  EXPECT_EQ(readText(folder.file("a.nii")), "older file");
+  EXPECT_EQ(textOf(folder.file("a.nii")), "older file");
   EXPECT_EQ(folder.names(), std::vector<std::string>{"a.nii"});
 }
 

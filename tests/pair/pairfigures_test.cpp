@@ -61,6 +61,18 @@ TEST(PairFigures, SlopesAreAlongAndAcrossTheAxis) {
   EXPECT_NEAR(*sheared.fieldHzPerMm, std::hypot(0.1, 0.1) / 0.05, 1e-4);
 }
 
+TEST(PairFigures, TheRangeOfDisplacementsIsThatInTheHead) {
+  const Volume<float> image = filled([](int x, int, int) { return x < 6 ? 1000.0 : 0.0; });
+  const Volume<float> shift =
+      filled([](int x, int y, int) { return x < 6 ? 0.1 * y - 0.5 : 100.0; });
+  PairToMeasure pair = pairOf(image, image, shift);
+  pair.threshold = 500;
+  const PairFigures figures = measurePair(pair);
+  EXPECT_FLOAT_EQ(static_cast<float>(figures.shiftLow), -0.5f);
+  EXPECT_FLOAT_EQ(static_cast<float>(figures.shiftHigh), 0.8f);
+  EXPECT_DOUBLE_EQ(figures.hzPerVoxel.value(), 20);
+}
+
 TEST(PairFigures, DifferencesAreThoseBeyondTheRatio) {
   const Volume<float> image = filled([](int x, int y, int) { return 300 + 20 * x + 10 * y; });
   const Volume<float> half = image * 0.5f, none(dims, 0.0f);

@@ -69,6 +69,16 @@ TEST(HeadMask, IsThePieceThatHangsTogetherWithItsCavities) {
   }
 }
 
+// Half of the neighbours that it has are no majority: beyond the border there are none.
+TEST(SignalMask, ASheetOfOneVoxelOnTheBorderIsTakenOff) {
+  const Volume<float> signal = signalMask(filled({20, 20, 20}, [](int x, int y, int z) {
+    const bool block = std::abs(x - 10) < 4 && std::abs(y - 10) < 4 && std::abs(z - 10) < 4;
+    return x == 0 || block ? 1000.0F : 0.0F;
+  }));
+  EXPECT_EQ(signal.at(10, 10, 10), 1);
+  for (const int y : {0, 5, 10, 19}) EXPECT_EQ(signal.at(0, y, 10), 0);
+}
+
 TEST(HeadMask, OfImagesWithoutContrastIsWhatIsAboveZero) {
   EXPECT_EQ(headMask(Volume<float>(5, 5, 5, 0.0F)), Volume<float>(5, 5, 5, 0.0F));
   EXPECT_EQ(headMask(Volume<float>(5, 5, 5, 9.0F)), Volume<float>(5, 5, 5, 1.0F));

@@ -19,7 +19,7 @@ RunRecord pairRun() {
       bids::StatedDirection{{1, -1}, bids::StatedDirection::Source::option};
   pair.b.acquisition.direction =
       bids::StatedDirection{{1, 1}, bids::StatedDirection::Source::option};
-  pair.a.acquisition.readout = bids::Readout{0.05};
+  pair.a.acquisition.readout = pair.b.acquisition.readout = bids::Readout{0.05};
   pair.findings.agreement.before = 0.61;
   pair.findings.agreement.after = 0.97;
   run.pair = pair;
@@ -82,14 +82,37 @@ TEST(FiguresPart, TellsDisplacementsInAllUnits) {
   EXPECT_TRUE(saysFigure(figures, "Agreement of the two images", "0.610 before, 0.970 after"));
 }
 
+TEST(FiguresPart, SetsTheDifferenceBesideThatOfNoise) {
+  RunRecord run = pairRun();
+  run.pair->findings.verdict.figures.residual = 0.021;
+  run.pair->findings.verdict.figures.residualOfNoise = 0.034;
+  EXPECT_TRUE(saysFigure(figuresPart(run, std::nullopt), "What is left of the difference",
+                         "2.1 %; noise alone makes 3.4 %"));
+}
+
+TEST(FiguresPart, ClaimsNoMotionOnlyWhereItLooked) {
+  RunRecord run = pairRun();
+  const std::string what = "Head motion between the images";
+  EXPECT_TRUE(saysFigure(figuresPart(run, std::nullopt), what, "none found"));
+  run.pair->settings.motion = false;
+  EXPECT_TRUE(saysFigure(figuresPart(run, std::nullopt), what, "not looked for"));
+}
+
 TEST(MethodsTextOfAPair, HoldsItsFiguresAndReferencesInOrder) {
   const MethodsText text = methodsText(pairRun(), MeasuredMap{{0.5, 2, 4, 0, 0}, 3.0, -20.0});
   for (const char* part : {"Mirel 9.8.7", "axis [1]",
                            "[2, 3] (directions j- and j, total readout "
                            "time 50 ms)",
-                           "2.00 voxels (6.00 mm)", "rose from 0.610 to 0.970"})
+                           "2.00 voxels (6.00 mm)", "was 0.610 before and 0.970 after"})
     EXPECT_NE(text.paragraph.find(part), std::string::npos) << part << " in " << text.paragraph;
   EXPECT_EQ(text.references.size(), 3U);
+}
+
+TEST(MethodsTextOfAPair, NamesBothReadoutTimesWhereTheyDiffer) {
+  RunRecord run = pairRun();
+  run.pair->b.acquisition.readout = bids::Readout{0.03};
+  EXPECT_NE(methodsText(run, std::nullopt).paragraph.find("total readout times 50 and 30 ms)"),
+            std::string::npos);
 }
 
 }  // namespace

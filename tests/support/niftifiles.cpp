@@ -135,14 +135,8 @@ void writeText(const std::string& name, const std::string& text) {
   writeBytes(name, {text.begin(), text.end()});
 }
 
-std::string readText(const std::string& name) {
-  std::ifstream is(name, std::ios::binary);
-  if (!is) throw std::runtime_error("cannot read " + name);
-  return {std::istreambuf_iterator<char>(is), std::istreambuf_iterator<char>()};
-}
-
 std::vector<unsigned char> readBytes(const std::string& name) {
-  const std::string text = readText(name);
+  const std::string text = textOf(name);
   return {text.begin(), text.end()};
 }
 

@@ -45,7 +45,6 @@ std::vector<unsigned char> gzipped(const std::vector<unsigned char>& bytes);
 void writeBytes(const std::string& name, const std::vector<unsigned char>& bytes);
 void writeText(const std::string& name, const std::string& text);
 std::vector<unsigned char> readBytes(const std::string& name);
-std::string readText(const std::string& name);
 
 template <typename T>
 std::vector<unsigned char> samples(const std::vector<T>& values) {

@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 
 namespace mirel {
 
@@ -57,12 +56,6 @@ void writeDmr(const std::string& fileName, const ProjectSketch& sketch) {
   std::ofstream data(fs::path(fileName).replace_extension("dwi"), std::ios::binary);
   for (int t = 0; t < sketch.volumes; ++t)
     for (int z = 0; z < sketch.dims.z; ++z) writeSlice(data, sketch, z, t);
-}
-
-std::string textOf(const std::string& fileName) {
-  std::ostringstream text;
-  text << std::ifstream(fileName, std::ios::binary).rdbuf();
-  return text.str();
 }
 
 bool fileExists(const std::string& fileName) { return fs::exists(fileName); }

@@ -26,7 +26,6 @@ struct ProjectSketch {
 void writeFmr(const std::string& fileName, const ProjectSketch& sketch);
 void writeDmr(const std::string& fileName, const ProjectSketch& sketch);
 
-std::string textOf(const std::string& fileName);
 bool fileExists(const std::string& fileName);
 
 }  // namespace mirel

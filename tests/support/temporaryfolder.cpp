@@ -4,12 +4,18 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
+#include <iterator>
 #include <stdexcept>
 
 namespace mirel {
 
 namespace fs = std::filesystem;
+
+std::string textOf(const std::string& fileName) {
+  std::ifstream is(fileName, std::ios::binary);
+  if (!is) throw std::runtime_error("cannot read " + fileName);
+  return {std::istreambuf_iterator<char>(is), std::istreambuf_iterator<char>()};
+}
 
 TemporaryFolder::TemporaryFolder() {
   std::string pattern = (fs::temp_directory_path() / "mirel-test-XXXXXX").string();
@@ -28,10 +34,7 @@ std::string TemporaryFolder::write(const std::string& name, const std::string& c
 }
 
 std::string TemporaryFolder::read(const std::string& name) const {
-  std::ostringstream text;
-  std::ifstream is(file(name), std::ios::binary);
-  text << is.rdbuf();
-  return text.str();
+  return exists(name) ? textOf(file(name)) : "";
 }
 
 bool TemporaryFolder::exists(const std::string& name) const { return fs::exists(file(name)); }

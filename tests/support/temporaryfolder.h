@@ -5,6 +5,10 @@
 
 namespace mirel {
 
+/// What is in a file. Throws std::runtime_error where there is none: two that are missing are not
+/// equal.
+std::string textOf(const std::string& fileName);
+
 /// A folder that exists for one test and goes with it.
 class TemporaryFolder {
  public:

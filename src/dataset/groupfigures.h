@@ -1,0 +1,39 @@
+#pragma once
+
+#include <optional>
+
+#include "dataset/group.h"
+
+namespace mirel::dataset {
+
+/// A figure of the table of a dataset.
+struct GroupFigure {
+  const char* name;   ///< of its column
+  const char* title;  ///< for people
+  std::optional<double> GroupRow::*value;
+  const char* meaning;
+  const char* unit;  ///< "1" for none
+};
+
+/// In the order of their columns.
+inline constexpr GroupFigure groupFigures[] = {
+    {"field_hz", "Field", &GroupRow::fieldHz, "Root mean square of the field in the head", "Hz"},
+    {"field_low", "Field from", &GroupRow::fieldLowHz, "1st percentile of the field in the head",
+     "Hz"},
+    {"field_high", "Field to", &GroupRow::fieldHighHz, "99th percentile of the field in the head",
+     "Hz"},
+    {"displacement", "Displacement", &GroupRow::displacementVoxels,
+     "Root mean square of the pair's displacement in the head", "voxel"},
+    {"motion_translation", "Translation", &GroupRow::motionMm,
+     "Translation of the head between the images of the pair", "mm"},
+    {"motion_rotation", "Rotation", &GroupRow::motionDegrees,
+     "Rotation of the head between the images of the pair", "degree"},
+    {"agreement_before", "Agreement before", &GroupRow::agreementBefore,
+     "Correlation of the pair in the head as it was acquired", "1"},
+    {"agreement_after", "Agreement after", &GroupRow::agreementAfter,
+     "Correlation of the pair in the head when corrected", "1"},
+    {"residual", "Residual", &GroupRow::residual,
+     "Root mean square difference of the corrected pair over that of its mean", "1"},
+};
+
+}  // namespace mirel::dataset

@@ -1,0 +1,34 @@
+#include "report/indexpage.h"
+
+#include "report/assets.h"
+#include "report/encode.h"
+#include "report/indexparts.h"
+#include "report/mustache.h"
+
+namespace mirel::report {
+
+std::string indexPage(const std::string& title, const std::string& version,
+                      const std::vector<dataset::GroupRow>& rows) {
+  const std::vector<IndexColumn> columns = indexColumns();
+  const std::string style = styleSheet() + indexStyle() + labelsOf(columns);
+  const Json sessions = labelsIn(rows, "ses");
+  Json list = Json::array();
+  for (const dataset::GroupRow& row : rows) list.push_back(rowPart(row));
+  return filled(indexTemplate(),
+                Json{{"title", title},
+                     {"version", version},
+                     {"images", std::to_string(rows.size())},
+                     {"subjects", std::to_string(labelsIn(rows, "sub").list().size())},
+                     {"counts", countsPart(rows)},
+                     {"hasSessions", !sessions.list().empty()},
+                     {"sessions", sessions},
+                     {"figures", columnsPart(columns, /*figuresOnly=*/true)},
+                     {"columns", columnsPart(columns, /*figuresOnly=*/false)},
+                     {"rows", list},
+                     {"style", style},
+                     {"styleHash", policyHash(style)},
+                     {"script", indexScript()},
+                     {"scriptHash", policyHash(indexScript())}});
+}
+
+}  // namespace mirel::report

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdlib>
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <string>
+
+#include "cli/program.h"
+
+namespace mirel {
+
+/// The full path of a program; empty where it is not installed.
+inline std::string onPath(const std::string& name) {
+  const char* path = std::getenv("PATH");
+  std::istringstream folders(path == nullptr ? "" : path);
+  for (std::string folder; std::getline(folders, folder, ':');)
+    if (std::filesystem::exists(std::filesystem::path(folder) / name))
+      return (std::filesystem::path(folder) / name).string();
+  return {};
+}
+
+/// Headless Chromium, where it and Node are installed (packages chromium and nodejs).
+struct Browser {
+  std::string chromium = onPath("chromium"), node = onPath("node");
+
+  bool isThere() const { return !chromium.empty() && !node.empty(); }
+  /// What a script for Node says about a page; {"failed": ...} when it says nothing.
+  nlohmann::json looked(const std::string& script, const std::string& page,
+                        const std::string& folder) const {
+    const ProgramResult seen =
+        runProgram(node, {script, chromium, page, folder + "/profile"}, folder);
+    nlohmann::json said = nlohmann::json::parse(seen.out, nullptr, false);
+    if (said.is_discarded()) return {{"failed", seen.out + seen.err}};
+    return said;
+  }
+};
+
+inline constexpr const char* noBrowser =
+    "Chromium or Node is not installed (packages chromium and nodejs): the page was not looked at";
+
+}  // namespace mirel
