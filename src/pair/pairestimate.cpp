@@ -151,15 +151,6 @@ void doubtForeground(const PairInput& pair, const PairEstimate& estimate, Verdic
   doubt(pair.b, estimate.foregroundB);
 }
 
-void doubtPlaces(const PairInput& pair, const PairEstimate& estimate, Verdict& verdict) {
-  if (estimate.shareOut <= 0) return;
-  verdict.add(Trust::doubtful,
-              "in places that hold " + text("%.2g", 100 * estimate.shareOut) + " % of the signal " +
-                  pair.a.title() + " and " + pair.b.title() +
-                  " do not show the same: signal may be lost or fall on one place there in one of "
-                  "them; the map continues what is around these places");
-}
-
 // `threshold` is that of the pair's mean; 0 when it has none.
 void chooseScale(const PairInput& pair, const EstimateSettings& settings, double threshold,
                  PairEstimate& estimate) {
@@ -233,7 +224,6 @@ void check(const PairInput& pair, Modulation modulation, const Volume<float>& he
   estimate.verdict = judgePair(figures, agreement, estimate.estimator == Estimator::massPreserving,
                                {pair.a.title(), pair.b.title(), sidecarsOf(pair),
                                 nameOf(pair.a.direction()) + " and " + nameOf(pair.b.direction())});
-  doubtPlaces(pair, estimate, estimate.verdict);
   doubtForeground(pair, estimate, estimate.verdict);
   progress.at(Stage::checking, 1.0);
 }
