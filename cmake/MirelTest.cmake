@@ -3,7 +3,7 @@ include(GoogleTest)
 find_package(GTest REQUIRED)
 # Of test programs, after the options of the build type: half of the time of a build from nothing went
 # into optimising expectations. What they test, and the references beside it, are libraries.
-set(mirel_test_options -O1)
+set(mirel_test_options -O0)
 
 if(MIREL_PCH)
   mirel_precompiled_headers(mirel_tests_precompiled
