@@ -78,12 +78,23 @@ void addRatioRemarks(RunRecord& run, const PairInput& pair, const PairEstimate& 
     run.notes.push_back("the brightness of " + both + " differs from place to place" + by);
 }
 
+// Not held against the result: elsewhere the map is as good as that of a whole pair.
+void addPlacesLeftOut(RunRecord& run, const PairInput& pair, const PairEstimate& estimate) {
+  if (estimate.shareOut <= 0) return;
+  run.warnings.push_back(
+      "in places that hold " + text("%.2g", 100 * estimate.shareOut) + " % of the signal " +
+      pair.a.title() + " and " + pair.b.title() +
+      " do not show the same: signal may be lost or fall on one place there in one of them; the "
+      "map continues what is around these places");
+}
+
 void addRemarks(RunRecord& run, const PairInput& pair, const PairEstimate& estimate) {
   run.notes = pair.notes;
   run.warnings = pair.warnings;
   const std::vector<Remark>& doubts = estimate.verdict.reasons;
   run.warnings.insert(run.warnings.end(), doubts.begin(), doubts.end());
   addRatioRemarks(run, pair, estimate);
+  addPlacesLeftOut(run, pair, estimate);
   if (estimate.motion)
     run.notes.push_back("the map and the field hold the distortion with the head where it was in " +
                         pair.a.title() + "; of " + pair.b.title() +

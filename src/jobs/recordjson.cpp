@@ -87,6 +87,7 @@ Json settingsJson(const EstimateSettings& settings, const PairFindings& findings
     json["IntensityRatio"] = findings.intensityRatio;
     json["IntensityRatioVaries"] = varyingRatioJson(findings);
     json["HeadMotion"] = motionJson(findings);
+    json["ShareOut"] = findings.shareOut;
     json["Background"] = {findings.backgroundA, findings.backgroundB};
   }
   json["IntensityScale"] = findings.intensityScale;
@@ -101,6 +102,12 @@ std::vector<std::string> textsOf(const std::vector<Remark>& remarks) {
   return texts;
 }
 
+Json listOf(const std::vector<double>& numbers) {
+  Json list = Json::array();
+  for (const double number : numbers) list.push_back(number);
+  return list;
+}
+
 // What was found of the pair, under the names of sidecars.
 Json verdictJson(const Verdict& verdict, int sign) {
   const PairFigures& found = verdict.figures;
@@ -110,6 +117,7 @@ Json verdictJson(const Verdict& verdict, int sign) {
                {"ColumnTotalsOfNoise", found.columnTotalsOfNoise},
                {"Residual", found.residual},
                {"ResidualOfNoise", found.residualOfNoise},
+               {"SliceResiduals", listOf(found.sliceResiduals)},
                {"DisplacementVoxels", found.shiftVoxels},
                {"Stretch", found.stretch},
                {"Shear", found.shear}};
@@ -190,6 +198,7 @@ Json verdictSummary(const Verdict& verdict) {
                {"columnTotalsOfNoise", found.columnTotalsOfNoise},
                {"residual", found.residual},
                {"residualOfNoise", found.residualOfNoise},
+               {"sliceResiduals", listOf(found.sliceResiduals)},
                {"displacementVoxels", found.shiftVoxels},
                {"stretch", found.stretch},
                {"shear", found.shear}};
@@ -207,6 +216,7 @@ void addPairSummary(Json& json, const PairRecord& pair) {
   json["background"] = {findings.backgroundA, findings.backgroundB};
   json["intensityRatio"] = findings.intensityRatio;
   json["intensityRatioVaries"] = varyingRatioJson(findings);
+  json["shareOut"] = findings.shareOut;
   json["estimateMotion"] = pair.settings.looksForMotion();
   json["headMotion"] = motionJson(findings);
   json["modulation"] = pair.settings.usedModulation() == Modulation::on;

@@ -55,23 +55,26 @@ double largestAllowed(const Volume<float>& b, const Volume<float>& d, double bou
 }  // namespace
 
 LevelFit::LevelFit(const MassModel<float>& massModel, glm::dvec3 shape, Volume<float> start,
-                   FitStatistics statistics, RatioFit<float>* ratio)
+                   FitStatistics statistics, RatioFit<float>* ratio, Volume<float> ofPlaces)
     : model(massModel),
       spacing(shape),
       b(std::move(start)),
+      trust(std::move(ofPlaces)),
       known(statistics),
       objective(model, form(statistics.roughnessWeight)),
       gradient(model.edges(), 0.0F),
       direction(model.edges(), 0.0F) {
   objective.value(b);
-  if (!(known.noise.variance > 0.0))
-    known.noise = fitNoise(objective.residuals(), objective.lowSlopes(), objective.highSlopes(),
-                           NoiseTails::normal)
-                      .noise;
+  if (!(known.noise.variance > 0.0)) known.noise = noiseOf(NoiseTails::normal).noise;
   known.noise.variance = std::max(known.noise.variance, leastNoise * leastNoise);
   if (ratio == nullptr) return;
   ratio->setIntensities(objective.means(), known.noise.variance);
   objective.ratio = ratio;
+}
+
+NoiseFit LevelFit::noiseOf(NoiseTails tails) const {
+  return fitNoise(objective.residuals(), objective.lowSlopes(), objective.highSlopes(), tails,
+                  trust);
 }
 
 Roughness<float> LevelFit::form(double weight) const {
@@ -91,6 +94,7 @@ void LevelFit::updateWeights() {
   }
   model.coverage(b, objective.weight);
   objective.weight *= static_cast<float>(1.0 / known.noise.variance);
+  if (trust.size() > 0) objective.weight *= trust;
   if (std::isfinite(known.noise.nu)) {
     for (int i = 0; i < objective.weight.size(); ++i)
       objective.weight.data()[i] *=
@@ -101,9 +105,12 @@ void LevelFit::updateWeights() {
 
 double LevelFit::logLikelihood() {
   objective.value(b);
-  return fitNoise(objective.residuals(), objective.lowSlopes(), objective.highSlopes(),
-                  NoiseTails::student)
-      .logLikelihood;
+  return noiseOf(NoiseTails::student).logLikelihood;
+}
+
+PlaceTrust LevelFit::placesOver(const CoarseGrid& nodes) {
+  objective.value(b);
+  return {objective.residuals(), objective.lowSlopes(), objective.highSlopes(), nodes};
 }
 
 double LevelFit::shareLeft(const NoiseFit& fit) const {
@@ -113,9 +120,8 @@ double LevelFit::shareLeft(const NoiseFit& fit) const {
 Volume<float> LevelFit::variance(int draws) {
   updateWeights();
   objective.linearise(b, gradient);
-  const NoiseFit fit = fitNoise(objective.residuals(), objective.lowSlopes(),
-                                objective.highSlopes(), NoiseTails::normal);
-  return posteriorVariance(objective, lineSolver(), b, shareLeft(fit), draws);
+  const LineSolver<float> lines = lineSolver();
+  return posteriorVariance(objective, lines, b, sharesLeft(objective, lines, draws), draws);
 }
 
 double LevelFit::ratioSpread() const {
@@ -235,8 +241,7 @@ void LevelFit::updateRatioWeights() {
 void LevelFit::updateStatistics(NoiseTails tails, RatioEvidence evidence) {
   known.degreesOfFreedom = std::max(traceEstimate(), 1.0);
   if (objective.ratio != nullptr && evidence == RatioEvidence::updated) updateRatioWeights();
-  const NoiseFit fit =
-      fitNoise(objective.residuals(), objective.lowSlopes(), objective.highSlopes(), tails);
+  const NoiseFit fit = noiseOf(tails);
   known.noise = fit.noise;
   known.noise.variance = std::max(known.noise.variance / shareLeft(fit), leastNoise * leastNoise);
   Volume<float> rough(b.dimensions(), 0.0F), scratch(b.dimensions(), 0.0F);

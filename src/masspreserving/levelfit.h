@@ -5,6 +5,7 @@
 #include "masspreserving/motionstep.h"
 #include "masspreserving/noise.h"
 #include "masspreserving/objective.h"
+#include "masspreserving/placetrust.h"
 #include "masspreserving/ratiofit.h"
 
 namespace mirel {
@@ -23,9 +24,10 @@ enum class RatioEvidence { kept, updated };
 /// strength of the smoothness estimated again after each.
 class LevelFit {
  public:
-  /// `ratio`: of the images' intensities, estimated along with b; null: none.
+  /// `ratio`: of the images' intensities, estimated along with b; null: none. `trust`: weights of
+  /// the residuals besides their noise's; empty: 1.
   LevelFit(const MassModel<float>& model, glm::dvec3 spacing, Volume<float> start,
-           FitStatistics statistics, RatioFit<float>* ratio = nullptr);
+           FitStatistics statistics, RatioFit<float>* ratio = nullptr, Volume<float> trust = {});
 
   struct Step {
     double energy, largestStep;
@@ -46,6 +48,9 @@ class LevelFit {
   /// Mean log likelihood of a residual over the whole volume, with the tails that fit it best.
   double logLikelihood();
 
+  /// Which places stand out by their residuals.
+  PlaceTrust placesOver(const CoarseGrid& nodes);
+
   /// How far the ratio of intensities varies (RatioFit::spread); 0 without one.
   double ratioSpread() const;
 
@@ -60,13 +65,14 @@ class LevelFit {
   LineSolver<float> lineSolver() const;
   Roughness<float> form(double weight) const;
   void updateWeights();
+  NoiseFit noiseOf(NoiseTails tails) const;
   double traceEstimate();
   double shareLeft(const NoiseFit& fit) const;
   void updateRatioWeights();
 
   const MassModel<float>& model;
   glm::dvec3 spacing;
-  Volume<float> b;
+  Volume<float> b, trust;
   FitStatistics known;
   Objective<float> objective;
   Volume<float> gradient, direction;

@@ -42,6 +42,7 @@ constexpr RatioModel shading{2, false}, contrast{0, true}, shadingAndContrast{2,
 // much it has to lower the residuals' variance; and by how much more than contrast alone where
 // there is contrast, or both parts than one.
 constexpr double leastSpread = 0.0175, leastGain = 1.25, leastGainBesideOther = 2.0;
+constexpr double placeMm = 12.0;
 constexpr double solverTolerance = 0.2;
 constexpr int mostSolverIterations = 60;
 // The motion needs fewer steps than the displacement, and its steps cost more.
@@ -78,6 +79,7 @@ class Estimation {
   void runLevel(int level, Head mode);
   // What a fit of the resolutions so far has found.
   struct State {
+    PlaceTrust trust;  // that the fit is made with
     Volume<float> b;
     FitStatistics statistics;
     HeadMotion head;
@@ -92,6 +94,10 @@ class Estimation {
   bool ratioExplains(const State& with, const State& without, double gain) const;
   RatioBasis<float> ratioBasis(int level) const;
   CoarseGrid nodesOver(int level, double cells) const;
+  CoarseGrid places(int level) const;
+  bool fitAll();
+  // Whether the places are those that the fit was made with, or none stands out.
+  bool isLastFit() const { return standingOut.isWhole() || !now.trust.isWhole(); }
   glm::dvec3 voxelPart(int level) const {
     return glm::dvec3(gridOf(level).factor) / glm::dvec3(levels.front().voxels);
   }
@@ -113,6 +119,7 @@ class Estimation {
   std::vector<PyramidLevel> levels;
   std::vector<Images> images;
   State now;
+  PlaceTrust standingOut;  // by the last fit at the finest resolution
   MotionEvidence motionEvidence;
   MassPreservingResult result;
 };
@@ -207,8 +214,10 @@ void Estimation::runLevel(int level, Head mode) {
   }
   std::optional<RatioFit<float>> ratioFit;
   if (!now.model.isNone()) ratioFit.emplace(ratioBasis(level), now.ratio);
-  LevelFit fit(model, gridOf(level).voxelMm, std::move(now.b), now.statistics,
-               ratioFit ? &*ratioFit : nullptr);
+  LevelFit fit(
+      model, gridOf(level).voxelMm, std::move(now.b), now.statistics,
+      ratioFit ? &*ratioFit : nullptr,
+      now.trust.isWhole() ? Volume<float>() : now.trust.at(places(level), gridOf(level).voxels));
   const int coarse =
       moving ? std::min(options.coarseIterations, mostMovingIterations) : options.coarseIterations;
   const int iterations = finest ? options.finestIterations : coarse;
@@ -232,7 +241,9 @@ void Estimation::runLevel(int level, Head mode) {
     report(level, i, step, fit.statistics());
     if (settled) break;
   }
-  if (finest && options.uncertainty) result.deviationVoxels = fit.variance(posteriorDraws);
+  if (finest) standingOut = fit.placesOver(places(0));
+  if (finest && options.uncertainty && isLastFit())
+    result.deviationVoxels = fit.variance(posteriorDraws);
   now.b = fit.displacement();
   now.statistics = fit.statistics();
   if (ratioFit) now.ratio = ratioFit->knowledge();
@@ -246,6 +257,14 @@ CoarseGrid Estimation::nodesOver(int level, double cells) const {
   const glm::dvec3 extent = glm::dvec3(own.voxels) * own.voxelMm;
   const double longest = std::max({extent.x, extent.y, extent.z});
   return {gridOf(level).voxels, voxelPart(level), CoarseGrid::nodesFor(extent, longest / cells)};
+}
+
+// The places that may stand out: nodes as far apart as a sulcus or a sinus is wide, for a
+// resolution's voxels.
+CoarseGrid Estimation::places(int level) const {
+  const PyramidLevel& own = levels.front();
+  return {gridOf(level).voxels, voxelPart(level),
+          CoarseGrid::nodesFor(glm::dvec3(own.voxels) * own.voxelMm, placeMm)};
 }
 
 RatioBasis<float> Estimation::ratioBasis(int level) const {
@@ -306,6 +325,16 @@ bool Estimation::headMoved(const State& plain) {
   return moved;
 }
 
+// All resolutions, with what the images ask for. Whether the head moved.
+bool Estimation::fitAll() {
+  fitCoarse(Head::still);
+  const State plain = now;
+  if (options.localRatio && options.estimateScale && levels.size() > 1) chooseRatio();
+  const bool moved = options.estimateMotion && levels.size() > 1 && headMoved(plain);
+  fitLevel(0, moved ? Head::moving : Head::still);
+  return moved;
+}
+
 // From the variance half way to the deviation where the head was in the first image.
 void Estimation::finishDeviation() {
   Volume<float>& deviation = result.deviationVoxels;
@@ -335,11 +364,12 @@ MassPreservingResult Estimation::run(const Volume<float>& first, const Volume<fl
   makeImages(scaledImage(first, std::exp(-0.5 * logScale) / signal),
              scaledImage(second, std::exp(0.5 * logScale) / signal));
 
-  fitCoarse(Head::still);
-  const State plain = now;
-  if (options.localRatio && options.estimateScale && levels.size() > 1) chooseRatio();
-  const bool moved = options.estimateMotion && levels.size() > 1 && headMoved(plain);
-  fitLevel(0, moved ? Head::moving : Head::still);
+  bool moved = fitAll();
+  if (!isLastFit()) {
+    now = State();
+    now.trust = standingOut;
+    moved = fitAll();
+  }
 
   result.shiftVoxels = edgesToVoxels(now.b, largestStretch);
   if (moved) result.shiftVoxels = seenByFirst(result.shiftVoxels);
@@ -349,6 +379,7 @@ MassPreservingResult Estimation::run(const Volume<float>& first, const Volume<fl
   result.shading = now.model.degree > 0;
   result.contrast = now.model.contrast;
   result.ratioSpread = now.ratioSpread;
+  result.shareOut = now.trust.shareOut();
   result.noiseSigma = std::sqrt(0.5 * now.statistics.noise.variance) * signal;
   result.noiseTails = now.statistics.noise.nu;
   result.roughnessWeight = now.statistics.roughnessWeight;

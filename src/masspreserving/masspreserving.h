@@ -51,6 +51,9 @@ struct MassPreservingResult {
   /// standard deviation of its logarithm in the signal.
   bool shading = false, contrast = false;
   double ratioSpread = 0.0;
+  /// Of the squared signal, the part in places whose residuals stand far out of those elsewhere
+  /// (PlaceTrust), which hardly count and where the map continues what is around them.
+  double shareOut = 0.0;
   /// The head's motion from the first to the second image, in mm along the axes of the grid and
   /// about its middle; none if it was not estimated or is not significant. What of it runs along y
   /// is a convention (docs/mass-preserving.md).

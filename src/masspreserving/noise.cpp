@@ -53,7 +53,7 @@ double logLikelihood(const Bins& bins, double nu, double v) {
 
 template <typename Real>
 NoiseFit fitNoise(const Volume<Real>& r, const Volume<Real>& low, const Volume<Real>& high,
-                  NoiseTails tails) {
+                  NoiseTails tails, const Volume<Real>& trust) {
   Bins bins;
   bins.weight.assign(std::size_t{1} << (31 - binShift), 0.0);
   bins.sum = bins.weight;
@@ -61,7 +61,8 @@ NoiseFit fitNoise(const Volume<Real>& r, const Volume<Real>& low, const Volume<R
   for (int z = 0; z < r.nz(); ++z)
     for (int j = 0; j < r.ny(); ++j)
       for (int x = 0; x < r.nx(); ++x) {
-        const double w = std::max(static_cast<double>(low.at(x, j, z)) * high.at(x, j, z), 0.0);
+        double w = std::max(static_cast<double>(low.at(x, j, z)) * high.at(x, j, z), 0.0);
+        if (trust.size() > 0) w *= static_cast<double>(trust.at(x, j, z));
         const double square = static_cast<double>(r.at(x, j, z)) * r.at(x, j, z);
         const std::size_t bin =
             std::bit_cast<std::uint32_t>(static_cast<float>(square)) >> binShift;
@@ -93,8 +94,8 @@ NoiseFit fitNoise(const Volume<Real>& r, const Volume<Real>& low, const Volume<R
 }
 
 template NoiseFit fitNoise(const Volume<float>&, const Volume<float>&, const Volume<float>&,
-                           NoiseTails);
+                           NoiseTails, const Volume<float>&);
 template NoiseFit fitNoise(const Volume<double>&, const Volume<double>&, const Volume<double>&,
-                           NoiseTails);
+                           NoiseTails, const Volume<double>&);
 
 }  // namespace mirel

@@ -42,14 +42,15 @@ enum class NoiseTails { normal, student };
 /// `NoiseTails::student`, nu is chosen from 3, 4, 6, 9, 15, 30 and infinity (normal); it then
 /// measures how far the residuals are from normal, so that pairs which the model explains keep
 /// all their information and outliers of others do not count.
-/// Residuals are binned by size, 16 bins per factor of two.
+/// Residuals are binned by size, 16 bins per factor of two. `trust`, if it is not empty, weighs the
+/// voxels besides.
 template <typename Real>
 NoiseFit fitNoise(const Volume<Real>& residuals, const Volume<Real>& low, const Volume<Real>& high,
-                  NoiseTails tails);
+                  NoiseTails tails, const Volume<Real>& trust = {});
 
 extern template NoiseFit fitNoise(const Volume<float>&, const Volume<float>&, const Volume<float>&,
-                                  NoiseTails);
+                                  NoiseTails, const Volume<float>&);
 extern template NoiseFit fitNoise(const Volume<double>&, const Volume<double>&,
-                                  const Volume<double>&, NoiseTails);
+                                  const Volume<double>&, NoiseTails, const Volume<double>&);
 
 }  // namespace mirel

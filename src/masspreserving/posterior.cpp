@@ -15,6 +15,10 @@ namespace {
 constexpr double solverTolerance = 0.003;
 constexpr int mostIterations = 400;
 constexpr int blockEdge = 3;
+// Of the leverages, which need not be as accurate.
+constexpr double leverageTolerance = 0.02;
+constexpr float leastShare = 0.05F;
+constexpr std::uint64_t leverageStream = 1000;  // of signs, beside those of the draws
 
 // Reproducible random numbers, one after the other.
 class Draws {
@@ -30,10 +34,10 @@ class Draws {
 };
 
 // The residuals with a sign for each block, the blocks' corner drawn as well.
-Volume<float> signedBlocks(const Volume<float>& residuals, float factor, Draws& draws) {
+Volume<float> signedBlocks(const Volume<float>& residuals, Draws& draws) {
   const glm::ivec3 size = residuals.dimensions(), blocks = size / blockEdge + 2;
   std::vector<float> signs;
-  for (int k = 0; k < blocks.x * blocks.y * blocks.z; ++k) signs.push_back(factor * draws.sign());
+  for (int k = 0; k < blocks.x * blocks.y * blocks.z; ++k) signs.push_back(draws.sign());
   glm::ivec3 corner;
   for (int axis = 0; axis < 3; ++axis) corner[axis] = draws.below(blockEdge);
   Volume<float> result(size);
@@ -49,10 +53,10 @@ Volume<float> signedBlocks(const Volume<float>& residuals, float factor, Draws& 
 
 // J'W of the residuals with their signs, and the roots of the barrier's and of the roughness'
 // second derivatives times signs.
-Volume<float> draw(const Objective<float>& objective, const Volume<float>& b, float factor,
-                   Draws& draws) {
+Volume<float> draw(const Objective<float>& objective, const Volume<float>& b,
+                   const Volume<float>& full, Draws& draws) {
   Volume<float> u(b.dimensions());
-  Volume<float> residuals = signedBlocks(objective.residuals(), factor, draws);
+  Volume<float> residuals = signedBlocks(full, draws);
   objective.takeRatioFrom(residuals);
   objective.gradientOf(residuals, u);
   for (int z = 0; z < b.nz(); ++z)
@@ -84,16 +88,43 @@ Volume<float> smoothedAlong(const Volume<float>& v, int axis) {
 
 }  // namespace
 
-Volume<float> posteriorVariance(Objective<float>& objective, const LineSolver<float>& lines,
-                                const Volume<float>& b, double shareLeft, int count) {
+Volume<float> sharesLeft(Objective<float>& objective, const LineSolver<float>& lines, int count) {
   const auto product = [&](const Volume<float>& v, Volume<float>& out) {
     objective.product(v, out);
   };
-  const float factor = static_cast<float>(1.0 / std::sqrt(shareLeft));
+  const Volume<float>& weight = objective.weight;
+  Volume<float> shares(weight.dimensions(), 1.0F), z(weight.dimensions()), y(weight.dimensions());
+  Volume<float> u(weight.nx(), weight.ny() + 1, weight.nz()), x;
+  for (int k = 0; k < count; ++k) {
+    Draws draws(leverageStream + static_cast<std::uint64_t>(k));
+    // gradientOf is J'W: of signs over the roots of the weights, J' W^1/2.
+    for (int i = 0; i < z.size(); ++i) {
+      const float w = weight.data()[i];
+      z.data()[i] = w > 0.0F ? draws.sign() / std::sqrt(w) : 0.0F;
+    }
+    objective.gradientOf(z, u);
+    conjugateGradients<float>(product, lines, u, x, leverageTolerance, mostIterations);
+    objective.residualChange(x, y);
+    for (int i = 0; i < z.size(); ++i)
+      shares.data()[i] -= weight.data()[i] * z.data()[i] * y.data()[i] / static_cast<float>(count);
+  }
+  for (int axis = 0; axis < 3; ++axis) shares = smoothedAlong(shares, axis);
+  for (int i = 0; i < shares.size(); ++i)
+    shares.data()[i] = std::clamp(shares.data()[i], leastShare, 1.0F);
+  return shares;
+}
+
+Volume<float> posteriorVariance(Objective<float>& objective, const LineSolver<float>& lines,
+                                const Volume<float>& b, const Volume<float>& shares, int count) {
+  const auto product = [&](const Volume<float>& v, Volume<float>& out) {
+    objective.product(v, out);
+  };
+  Volume<float> full = objective.residuals();
+  for (int i = 0; i < full.size(); ++i) full.data()[i] /= std::sqrt(shares.data()[i]);
   Volume<float> variance(objective.residuals().dimensions(), 0.0F), x;
   for (int k = 0; k < count; ++k) {
     Draws draws(static_cast<std::uint64_t>(k) + 1);
-    conjugateGradients<float>(product, lines, draw(objective, b, factor, draws), x, solverTolerance,
+    conjugateGradients<float>(product, lines, draw(objective, b, full, draws), x, solverTolerance,
                               mostIterations);
     for (int z = 0; z < variance.nz(); ++z)
       for (int y = 0; y < variance.ny(); ++y)

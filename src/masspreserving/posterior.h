@@ -14,15 +14,23 @@ namespace mirel {
 /// variance 1/W. They are correlated between neighbours, and more than noise in places, so that
 /// it is taken from them, as for clustered data:
 ///
-///   H^-1 (S + B + R) H^-1,   S = sum over blocks of J'W r r' W J / shareLeft
+///   H^-1 (S + B + R) H^-1,   S = sum over blocks of J'W r r' W J, each r over the root of its
+///   share
 ///
-/// with blocks of 3 x 3 x 3 voxels. `shareLeft` is what fitting b left of the residuals' degrees of
-/// freedom, (0, 1]. A vector of S + B + R's covariance is a sum of its parts' square roots times
-/// signs (G. Papandreou & A. Yuille, NIPS 23, 2010; for S, the residuals with a sign for each
-/// block: C.-F. J. Wu, Ann. Stat. 14:1261, 1986); the squares of H^-1 times `count` such vectors
-/// are averaged, also over each voxel and its 26 neighbours, between which the variance changes
-/// little. Signs are reproducible. `lines` is the preconditioner of H.
+/// with blocks of 3 x 3 x 3 voxels. `shares` (voxels) is what fitting b left of each residual's
+/// variance (`sharesLeft`), (0, 1]. A vector of S + B + R's covariance is a sum of its parts'
+/// square roots times signs (G. Papandreou & A. Yuille, NIPS 23, 2010; for S, the residuals with a
+/// sign for each block: C.-F. J. Wu, Ann. Stat. 14:1261, 1986); the squares of H^-1 times `count`
+/// such vectors are averaged, also over each voxel and its 26 neighbours, between which the
+/// variance changes little. Signs are reproducible. `lines` is the preconditioner of H.
 Volume<float> posteriorVariance(Objective<float>& objective, const LineSolver<float>& lines,
-                                const Volume<float>& b, double shareLeft, int count);
+                                const Volume<float>& b, const Volume<float>& shares, int count);
+
+/// What fitting b leaves of the variance of each residual (voxels), near by: 1 - h, where h is its
+/// leverage, the diagonal of W^1/2 J H^-1 J' W^1/2 (residuals over the roots of these are
+/// heteroscedasticity-consistent: J. MacKinnon & H. White, J. Econometrics 29:305, 1985). The
+/// diagonal is averaged over `count` vectors of reproducible signs and over each voxel and its 26
+/// neighbours; at least 0.05.
+Volume<float> sharesLeft(Objective<float>& objective, const LineSolver<float>& lines, int count);
 
 }  // namespace mirel

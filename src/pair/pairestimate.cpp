@@ -102,6 +102,7 @@ Found estimateMap(const PairInput& pair, const EstimateSettings& settings, PairE
   estimate.shading = result.shading;
   estimate.contrast = result.contrast;
   estimate.intensityRatioSpread = result.ratioSpread;
+  estimate.shareOut = result.shareOut;
   if (settings.uncertainty) estimate.deviation = frame.back(std::move(result.deviationVoxels));
   Found found;
   if (!result.motion.isNone()) {

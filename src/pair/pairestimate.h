@@ -64,6 +64,9 @@ struct PairFindings {
   bool shading = false, contrast = false;
   double intensityRatioSpread = 0;
   std::optional<RigidMotion> motion;
+  /// Of the mass-preserving estimate: the part of the squared signal in places where the images
+  /// do not belong together, which hardly count (PlaceTrust).
+  double shareOut = 0;
   PairAgreement agreement;
   /// Its reasons are the warnings about the pair's result.
   Verdict verdict;

@@ -66,12 +66,39 @@ void measureTotals(const PairToMeasure& pair, double ratio, double noiseVariance
   figures.columnTotalsOfNoise = rootOfRatio(noiseVariance * pair.first.size(), all);
 }
 
+// Slices with less than this part of the mean slice's squared signal say nothing of their own.
+constexpr double hardlyAnything = 0.05;
+
+// Sums over the head: of the squared difference of two images and of their squared mean.
+struct Difference {
+  double squares = 0, all = 0, count = 0;
+
+  double beyondNoise(double variance) const {
+    return rootOfRatio(std::max(squares - variance * count, 0.0), all);
+  }
+};
+
+void compareSlices(const std::vector<Difference>& slices, double variance, PairFigures& figures) {
+  double all = 0, squares = 0;
+  for (const Difference& slice : slices) {
+    all += slice.all;
+    squares += slice.squares;
+  }
+  for (const Difference& slice : slices) {
+    const bool counts = slice.all * static_cast<double>(slices.size()) > hardlyAnything * all;
+    figures.sliceResiduals.push_back(counts ? slice.beyondNoise(variance) : 0);
+    figures.sliceShares.push_back(counts && squares > 0 ? slice.squares / squares : 0);
+  }
+}
+
 void measureHead(const PairToMeasure& pair, double ratio, double noiseVariance,
                  PairFigures& figures) {
   Volume<float> slopes[3];
   for (int axis = 0; axis < 3; ++axis) slopes[axis] = slopeAlong(pair.shift, axis);
   double difference = 0, all = 0, shift = 0, stretch = 0, shear = 0;
   std::vector<float> inHead;
+  std::vector<Difference> slices(static_cast<std::size_t>(pair.shift.nz()));
+  const int perSlice = pair.shift.nx() * pair.shift.ny();
   for (int i = 0; i < pair.shift.size(); ++i) {
     const double a = static_cast<double>(pair.correctedFirst.data()[i]);
     const double b = ratio * static_cast<double>(pair.correctedSecond.data()[i]);
@@ -81,6 +108,10 @@ void measureHead(const PairToMeasure& pair, double ratio, double noiseVariance,
     difference += squareOf(a - b);
     const double weight = mean * mean;
     all += weight;
+    Difference& slice = slices[static_cast<std::size_t>(i / perSlice)];
+    slice.squares += squareOf(a - b);
+    slice.all += weight;
+    slice.count += 1;
     shift += weight * squareOf(static_cast<double>(pair.shift.data()[i]));
     for (int axis = 0; axis < 3; ++axis) {
       const double slope = static_cast<double>(slopes[axis].data()[i]);
@@ -90,6 +121,7 @@ void measureHead(const PairToMeasure& pair, double ratio, double noiseVariance,
   }
   figures.residual = rootOfRatio(difference, all);
   figures.residualOfNoise = rootOfRatio(noiseVariance * static_cast<double>(inHead.size()), all);
+  compareSlices(slices, noiseVariance, figures);
   figures.shiftVoxels = rootOfRatio(shift, all);
   figures.stretch = rootOfRatio(stretch, all);
   figures.shear = rootOfRatio(shear, all);

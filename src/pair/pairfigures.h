@@ -2,6 +2,7 @@
 
 #include <glm/vec3.hpp>
 #include <optional>
+#include <vector>
 
 #include "containers/volume.h"
 
@@ -18,6 +19,9 @@ struct PairFigures {
   /// Corrected and modulated the two images are the same: root mean square difference in the head
   /// over that of their mean, and what of it noise accounts for.
   double residual = 0, residualOfNoise = 0;
+  /// That difference beyond noise in each slice (along k) on its own, and the slice's part of the
+  /// squared differences of all; 0 in slices with hardly any of the head.
+  std::vector<double> sliceResiduals, sliceShares;
   /// Root mean squares over the head, weighted with the squared signal: of the displacement in
   /// voxels, of its change along the axis (voxels per voxel), and of that across it (mm per mm).
   double shiftVoxels = 0, stretch = 0, shear = 0;

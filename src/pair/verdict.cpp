@@ -4,6 +4,7 @@
 
 #include "base/numbertext.h"
 #include "bids/phaseencoding.h"
+#include "numerics/statistics.h"
 
 namespace mirel {
 
@@ -20,6 +21,7 @@ constexpr double doubtfulTotals = 0.085, largestTotals = 0.12;
 // A residual above the first is too much for a field rougher than that in Hz per mm.
 constexpr double roughResidual = 0.15, roughHzPerMm = 1.9;
 constexpr double doubtfulHz = 150;
+constexpr std::size_t fewestSlices = 8;  // to tell some from the others
 
 constexpr const char* untrusted = ": do not trust this result";
 
@@ -63,6 +65,46 @@ void judgeSize(double found, double doubtful, double largest, const std::string&
                   " beyond noise, where those of one head differ by " + percent(doubtful) +
                   " at most (one may be mirrored, turned or of something else)" +
                   (grave ? untrusted : ""));
+}
+
+// Slices counted from 0: "3 to 9, 12".
+std::string rangesOf(const std::vector<std::size_t>& slices) {
+  std::string result;
+  for (std::size_t k = 0; k < slices.size(); ++k) {
+    const std::size_t first = slices[k];
+    while (k + 1 < slices.size() && slices[k + 1] == slices[k] + 1) ++k;
+    result += (result.empty() ? "" : ", ") + std::to_string(first);
+    if (slices[k] > first) result += " to " + std::to_string(slices[k]);
+  }
+  return result;
+}
+
+// Slices whose residual is too large and far out of those of the others (beyond the outer fence of
+// J. W. Tukey, Exploratory Data Analysis, 1977), where they hold most of what the images differ by:
+// a slice at the rim of a good pair does not.
+void judgeSlices(const PairFigures& figures, const std::string& both, Verdict& verdict) {
+  std::vector<float> found;
+  for (const double residual : figures.sliceResiduals)
+    if (residual > 0) found.push_back(static_cast<float>(residual));
+  if (found.size() < fewestSlices) return;
+  const double low = static_cast<double>(quantile(found, 0.25)),
+               middle = static_cast<double>(quantile(found, 0.5)),
+               high = static_cast<double>(quantile(found, 0.75));
+  const double limit = std::max(high + 3 * (high - low), doubtfulResidual);
+  std::vector<std::size_t> out;
+  double share = 0, most = 0;
+  for (std::size_t k = 0; k < figures.sliceResiduals.size(); ++k) {
+    if (!(figures.sliceResiduals[k] > limit)) continue;
+    out.push_back(k);
+    share += figures.sliceShares[k];
+    most = std::max(most, figures.sliceResiduals[k]);
+  }
+  if (!(share > 0.5)) return;
+  verdict.add(Trust::doubtful,
+              "in slices " + rangesOf(out) + " (counted from 0) " + both +
+                  ", corrected, differ by up to " + percent(most) +
+                  " beyond noise, where the others differ by " + percent(middle) +
+                  ": one of them may have lost signal there, or the head moved meanwhile");
 }
 
 void judgeField(const PairFigures& figures, Verdict& verdict) {
@@ -129,6 +171,7 @@ Verdict judgePair(const PairFigures& figures, const PairAgreement& agreement, bo
   }
   judgeSize(figures.unexplainedResidual(), doubtfulResidual, largestResidual, both + ", corrected,",
             verdict);
+  judgeSlices(figures, both, verdict);
   judgeField(figures, verdict);
   judgeAxis(agreement, names, verdict);
   return verdict;

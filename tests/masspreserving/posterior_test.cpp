@@ -95,7 +95,8 @@ TEST(PosteriorVariance, IsTheDiagonalOfTheCovariance) {
   objective.linearise(b, gradient);
   const LineSolver<float> lines(objective.roughnessForm(), objective.blockDiagonal(),
                                 objective.blockNext());
-  const Volume<float> found = posteriorVariance(objective, lines, b, 0.5, 4000);
+  const Volume<float> found =
+      posteriorVariance(objective, lines, b, Volume<float>(size, 0.5F), 4000);
   const Eigen::MatrixXd hessian =
       matrixOf(model.edges(),
                [&](const Volume<float>& v, Volume<float>& out) { objective.product(v, out); });
@@ -118,6 +119,39 @@ TEST(PosteriorVariance, IsTheDiagonalOfTheCovariance) {
         const double expected = blockMean(exact, size, {x, y, z});
         EXPECT_NEAR(static_cast<double>(found.at(x, y, z)), expected, 0.08 * expected);
       }
+}
+
+TEST(PosteriorVariance, TheShareLeftIsThatBesideTheLeverage) {
+  const glm::ivec3 size(4, 6, 3);
+  const Volume<float> first = testdata::noisyImage(size, 1), second = testdata::noisyImage(size, 2);
+  const MassModel<float> model(first, second);
+  Objective<float> objective(model, Roughness<float>(model.edges(), {1.0, 1.2, 1.5}, 3.0, 2.0));
+  objective.weight *= 2.0F;
+  const Volume<float> b = testdata::noise<float>(model.edges(), 0.1, 3);
+  Volume<float> gradient(model.edges());
+  objective.linearise(b, gradient);
+  const LineSolver<float> lines(objective.roughnessForm(), objective.blockDiagonal(),
+                                objective.blockNext());
+  const Volume<float> found = sharesLeft(objective, lines, 4000);
+  const Eigen::MatrixXd inverse =
+      matrixOf(model.edges(), [&](const Volume<float>& v, Volume<float>& out) {
+        objective.product(v, out);
+      }).inverse();
+  std::vector<double> exact;
+  for (int i = 0; i < found.size(); ++i) {
+    Volume<float> unit(size, 0.0F), u(model.edges());
+    unit.data()[i] = 1.0F;
+    objective.gradientOf(unit, u);
+    const Eigen::VectorXd column =
+        Eigen::Map<const Eigen::VectorXf>(u.data(), u.size()).cast<double>();
+    const double weight = static_cast<double>(objective.weight.data()[i]);
+    exact.push_back(1.0 - column.dot(inverse * column) / weight);
+  }
+  for (int z = 0; z < size.z; ++z)
+    for (int y = 0; y < size.y; ++y)
+      for (int x = 0; x < size.x; ++x)
+        EXPECT_NEAR(static_cast<double>(found.at(x, y, z)), blockMean(exact, size, {x, y, z}),
+                    0.02);
 }
 
 // Where the model holds the errors have the deviation that is told: in thirds of the brain by that

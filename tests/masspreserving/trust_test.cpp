@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <glm/geometric.hpp>
 
 #include "masspreserving/masspreserving.h"
 #include "masspreserving/testdata.h"
@@ -67,11 +68,42 @@ TEST(MassPreservingTrust, BrighterFluidInOneImageHardlyCounts) {
   EXPECT_LT(rmsOf(addRicianNoise(signal, phantom().noiseSigma, 12, 1), phantom().pa), 0.11);
 }
 
+// Distance in mm from a place low in the front of the head.
+double fromThere(glm::dvec3 voxel) {
+  return glm::length((voxel + 0.5 - glm::dvec3(0.57, 0.70, 0.43) * glm::dvec3(size)) * voxelMm);
+}
+
+TEST(MassPreservingTrust, SignalLostInARegionHardlyCountsOutside) {
+  const HeadObject head = sampleHead({size, voxelMm}, options().seed);
+  Volume<float> density = head.density;
+  const glm::dvec3 cell(1.0 / HeadObject::cellsPerVoxel, 1.0 / HeadObject::cellsPerVoxel, 1.0);
+  for (int z = 0; z < density.nz(); ++z)
+    for (int y = 0; y < density.ny(); ++y)
+      for (int x = 0; x < density.nx(); ++x)
+        if (fromThere(glm::dvec3(x, y, z) * cell) < 16.0) density.at(x, y, z) = 0.0F;
+  const Volume<float> signal =
+      distort(density, phantom().shiftVoxels, PhaseEncodingAxis::y, HeadObject::cellsPerVoxel);
+  const MassPreservingResult found = estimateMassPreserving(
+      addRicianNoise(signal, phantom().noiseSigma, 12, 1), phantom().pa, voxelMm);
+  EXPECT_GT(found.shareOut, 0.005);
+  EXPECT_LT(found.shareOut, 0.1);
+  Volume<float> outside(size, 0.0F);
+  for (int z = 0; z < size.z; ++z)
+    for (int y = 0; y < size.y; ++y)
+      for (int x = 0; x < size.x; ++x)
+        if (phantom().brainMask.at(x, y, z) != 0 && fromThere({x, y, z}) > 20.0)
+          outside.at(x, y, z) = 1.0F;
+  const Volume<float> unspoiled = shiftWithRatio(phantom().ap, phantom().pa);
+  EXPECT_LT(testdata::rmsWhere(found.shiftVoxels, phantom().shiftVoxels, outside, 0.5F),
+            1.6 * testdata::rmsWhere(unspoiled, phantom().shiftVoxels, outside, 0.5F));
+}
+
 TEST(MassPreservingTrust, IsNothingWhereTheModelHolds) {
   MassPreservingOptions one;
   one.localRatio = false;
   EXPECT_EQ(shiftWithRatio(phantom().ap, phantom().pa),
             estimateMassPreserving(phantom().ap, phantom().pa, voxelMm, one).shiftVoxels);
+  EXPECT_EQ(estimateMassPreserving(phantom().ap, phantom().pa, voxelMm).shareOut, 0.0);
 }
 
 TEST(MassPreservingTrust, ExchangeOfShadedImagesOnlyChangesTheSign) {

@@ -84,6 +84,20 @@ TEST(PairFigures, DifferencesAreThoseBeyondTheRatio) {
   EXPECT_NEAR(measurePair(scaled).residual, 0, 1e-6);
 }
 
+TEST(PairFigures, EachSliceHasItsResidual) {
+  const Volume<float> image = filled([](int, int, int z) { return z == 9 ? 1.0 : 100.0; }),
+                      none(dims, 0.0f);
+  const Volume<float> dark = filled([](int, int, int z) {
+    return z == 9 ? 5.0 : z == 3 ? 60.0 : 100.0;
+  });
+  const PairFigures figures = measurePair(pairOf(image, dark, none));
+  const std::vector<double>& found = figures.sliceResiduals;
+  ASSERT_EQ(found.size(), 10U);
+  for (std::size_t k = 0; k < found.size(); ++k)
+    EXPECT_NEAR(found[k], k == 3 ? 40.0 / 80.0 : 0.0, 1e-6) << k;  // of slice 9 too little is left
+  EXPECT_NEAR(figures.sliceShares[3], 1600.0 / (1600.0 + 16.0), 1e-6);
+}
+
 TEST(PairFigures, NoiseIsMeasuredInTheAirWhateverWasAdded) {
   const Volume<float> object = filled([](int x, int, int) { return x < 5 ? 1000.0 : 0.0; }),
                       none(dims, 0.0f);

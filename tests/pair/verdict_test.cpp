@@ -80,6 +80,27 @@ TEST(PairVerdict, ARoughFieldThatExplainsLittleIsRefused) {
   EXPECT_EQ(verdictOf(figures).trust, Trust::trusted);
 }
 
+TEST(PairVerdict, SlicesThatStandOutAreNamed) {
+  PairFigures figures = goodFigures();
+  figures.sliceResiduals = {0,    0.12, 0.10, 0.11, 0.09, 0.10, 0.11, 0.12,
+                            0.10, 0.08, 0.09, 0.11, 0.10, 0.12, 0.11, 0.10};
+  figures.sliceShares.assign(16, 1.0 / 16.0);
+  EXPECT_EQ(verdictOf(figures).trust, Trust::trusted);
+  figures.sliceResiduals[4] = figures.sliceResiduals[5] = 0.4;
+  figures.sliceResiduals[8] = 0.3;
+  EXPECT_EQ(verdictOf(figures).trust, Trust::trusted);  // the others differ by as much
+  figures.sliceShares[4] = figures.sliceShares[5] = 0.3;
+  const Verdict verdict = verdictOf(figures);
+  EXPECT_EQ(verdict.trust, Trust::doubtful);
+  EXPECT_THAT(textsOf(verdict.reasons),
+              Contains(HasSubstr("in slices 4 to 5, 8 (counted from 0) a.nii and b.nii")));
+  EXPECT_EQ(verdictOf(figures, goodAgreement(), false).trust, Trust::trusted);
+  // Far out of the others, but small.
+  figures.sliceResiduals.assign(16, 0.02);
+  figures.sliceResiduals[4] = 0.12;
+  EXPECT_EQ(verdictOf(figures).trust, Trust::trusted);
+}
+
 TEST(PairVerdict, TotalsThatDifferAreRefusedOfAnyEstimate) {
   PairFigures figures = goodFigures();
   figures.columnTotals = 0.4;

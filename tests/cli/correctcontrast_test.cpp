@@ -1,0 +1,99 @@
+#include <gmock/gmock.h>
+
+#include <glm/geometric.hpp>
+#include <nlohmann/json.hpp>
+
+#include "cli/correctpair.h"
+#include "nifti/image.h"
+#include "phantom/distort.h"
+#include "phantom/object.h"
+#include "phantom/phantom.h"
+
+// What mirel correct says of a pair whose first image has another contrast, as a volume from before
+// the steady state has, or lost signal.
+
+namespace mirel {
+
+namespace {
+
+using nlohmann::json;
+using testing::HasSubstr;
+
+class CorrectContrast : public CorrectPair {
+ protected:
+  /// The first image of the pair with other factors of its tissues' signal and without signal in a
+  /// ball about the middle of the head, as "mirel phantom" made it otherwise.
+  std::string apWith(const TissueContrast& contrast, double lostMm = 0.0) const {
+    PhantomOptions options;
+    options.size = {40, 48, 28};
+    options.voxelMm = glm::dvec3(4.5);
+    options.readoutSeconds = 0.04;
+    options.maxShiftVoxels = 3.0;
+    const Phantom phantom = makePhantom(options);
+    HeadObject head = sampleHead({options.size, options.voxelMm}, options.seed, {}, contrast);
+    lose(head.density, options.voxelMm, lostMm);
+    const Volume<float> signal =
+        distort(head.density, phantom.shiftVoxels, options.axis, HeadObject::cellsPerVoxel);
+    nifti::Writer writer(file("changed.nii.gz"), nifti::floatMapLike(nifti::Reader(ap()).header()));
+    writer.write(addRicianNoise(signal, phantom.noiseSigma, options.seed, 1));
+    writer.finish();
+    return file("changed.nii.gz");
+  }
+  ProgramResult correctWith(const TissueContrast& contrast, double lostMm = 0.0) const {
+    return runMirel(
+        {"correct", apWith(contrast, lostMm), pa(), "--pe-a", "j-", "--json", "-o", out()});
+  }
+
+ private:
+  static void lose(Volume<float>& density, glm::dvec3 voxelMm, double radiusMm) {
+    const glm::dvec3 cellMm =
+        voxelMm / glm::dvec3(HeadObject::cellsPerVoxel, HeadObject::cellsPerVoxel, 1);
+    const glm::dvec3 middle = 0.5 * glm::dvec3(density.dimensions());
+    for (int z = 0; z < density.nz(); ++z)
+      for (int y = 0; y < density.ny(); ++y)
+        for (int x = 0; x < density.nx(); ++x)
+          if (glm::length((glm::dvec3(x, y, z) - middle) * cellMm) < radiusMm)
+            density.at(x, y, z) = 0.0F;
+  }
+};
+
+TEST_F(CorrectContrast, AnotherContrastIsWarnedOfWithWhatToTry) {
+  const ProgramResult result = correctWith({1.4F, 1.0F, 1.0F});
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_THAT(result.err, HasSubstr("Warning: "));
+  EXPECT_THAT(result.err, HasSubstr("differ in contrast"));
+  EXPECT_THAT(result.err, HasSubstr("before the steady state"));
+  EXPECT_THAT(result.err, HasSubstr("--volume"));
+  const json summary = json::parse(result.out);
+  EXPECT_EQ(summary["intensityRatioVaries"]["Contrast"], true);
+  EXPECT_THAT(summary["warnings"].dump(), HasSubstr("differ in contrast"));
+}
+
+TEST_F(CorrectContrast, NothingIsSaidOfTheSameContrast) {
+  const ProgramResult result = correctWith({});
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_THAT(result.err, testing::Not(HasSubstr("contrast")));
+  EXPECT_TRUE(json::parse(result.out)["intensityRatioVaries"].is_null());
+}
+
+TEST_F(CorrectContrast, LostSignalIsWarnedOfWithHowMuch) {
+  const ProgramResult result = correctWith({}, 22.0);
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_THAT(result.err, HasSubstr("do not show the same"));
+  const json summary = json::parse(result.out);
+  EXPECT_GT(summary["shareOut"], 0.003);
+  EXPECT_LT(summary["shareOut"], 0.2);
+  EXPECT_THAT(summary["warnings"].dump(), HasSubstr("% of the signal"));
+  EXPECT_EQ(summary["verdict"]["sliceResiduals"].size(), 28U);
+}
+
+TEST_F(CorrectContrast, NothingIsSaidOfAWholePair) {
+  const ProgramResult result = correctWith({});
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(json::parse(result.out)["shareOut"], 0.0);
+  EXPECT_EQ(json::parse(result.out)["verdict"]["trust"], "trusted");
+}
+
+}  // namespace
+
+}  // namespace mirel
