@@ -110,7 +110,11 @@ double LevelFit::logLikelihood() {
 
 PlaceTrust LevelFit::placesOver(const CoarseGrid& nodes) {
   objective.value(b);
-  return {objective.residuals(), objective.lowSlopes(), objective.highSlopes(), nodes};
+  // What one image does not reach says nothing of its place.
+  Volume<float> low = objective.lowSlopes(), reached(model.voxels());
+  model.coverage(b, reached);
+  low *= reached;
+  return {objective.residuals(), low, objective.highSlopes(), nodes};
 }
 
 double LevelFit::shareLeft(const NoiseFit& fit) const {

@@ -241,7 +241,8 @@ void Estimation::runLevel(int level, Head mode) {
     report(level, i, step, fit.statistics());
     if (settled) break;
   }
-  if (finest) standingOut = fit.placesOver(places(0));
+  // Of a head that moved the misfit is also that of its motion.
+  if (finest && mode == Head::still) standingOut = fit.placesOver(places(0));
   if (finest && options.uncertainty && isLastFit())
     result.deviationVoxels = fit.variance(posteriorDraws);
   now.b = fit.displacement();
