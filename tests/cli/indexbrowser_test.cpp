@@ -21,9 +21,9 @@ class IndexInBrowser : public testing::Test {
     const std::string digits = std::to_string(1000 + number).substr(1);
     const std::string session = number % 2 == 0 ? "a" : "b";
     const std::string name = "sub-" + digits + "_ses-" + session;
-    const std::string folder = "sub-" + digits + "/ses-" + session;
+    const std::string place = "sub-" + digits + "/ses-" + session;
     const double hz = number == 250 ? 900 : 10 + number % 40;
-    write(folder + "/fmap/" + name + "_desc-preproc_fieldmap",
+    write(place + "/fmap/" + name + "_desc-preproc_fieldmap",
           {{"Sources", {"bids:raw:a", "bids:raw:b"}},
            {"Mirel",
             {{"Verdict",
@@ -31,10 +31,10 @@ class IndexInBrowser : public testing::Test {
                {"FieldHz", hz},
                {"DisplacementVoxels", hz / 20}}},
              {"PairCorrelation", {{"Before", 0.8}, {"After", 0.95}}}}}});
-    write(folder + "/func/" + name + "_task-rest_desc-preproc_bold",
+    write(place + "/func/" + name + "_task-rest_desc-preproc_bold",
           {{"Sources",
-            {"bids:raw:" + folder + "/func/" + name + "_task-rest_bold.nii.gz",
-             "bids::" + folder + "/fmap/" + name + "_desc-preproc_fieldmap.nii.gz"}},
+            {"bids:raw:" + place + "/func/" + name + "_task-rest_bold.nii.gz",
+             "bids::" + place + "/fmap/" + name + "_desc-preproc_fieldmap.nii.gz"}},
            {"Mirel", {{"Series", {{"SignCheck", {{"Verdict", "right"}}}}}}}});
   }
   void write(const std::string& stem, const json& record) const {
