@@ -205,7 +205,9 @@ std::string hiddenName() {
 void removeOwnHidden(const fs::path& folder) {
   std::error_code ignored;
   for (const fs::path& path : hiddenIn(folder, [](long process) { return process == getpid(); })) {
-    for (int wait = 0; wait < 100 && movesAreLeft(path); ++wait)
+    // As long as a busy disk may need for what was renamed.
+    const auto giveUp = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    while (movesAreLeft(path) && std::chrono::steady_clock::now() < giveUp)
       std::this_thread::sleep_for(std::chrono::milliseconds(10));
     if (!movesAreLeft(path)) fs::remove_all(path, ignored);
   }

@@ -25,7 +25,7 @@ bool movesAreLeft(const std::filesystem::path& hidden);
 /// the process that made it.
 std::string hiddenName();
 
-/// For a process that ends now, from whichever thread: waits a little for moves that are under way
+/// For a process that ends now, from whichever thread: waits up to a minute for moves under way
 /// in the folder, then removes this process's hidden files and folders there.
 void removeOwnHidden(const std::filesystem::path& folder);
 

@@ -5,7 +5,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <filesystem>
+#include <fstream>
+#include <thread>
 
 #include "base/error.h"
 #include "support/messageof.h"
@@ -107,6 +110,21 @@ TEST_F(MoveAll, AListThatNamesOtherFoldersIsNotFollowed) {
                std::to_string(inodeOf(folder.file("other/c"))) + " ../other/c" + std::string(1, 0));
   clearLeftovers(folder.file(""));
   EXPECT_EQ(folder.read("other/c"), "c");
+}
+
+// A signal ends a command while its files are moved, and the disk is busy.
+TEST(RemoveOwnHidden, WaitsForAMoveOfSeconds) {
+  const TemporaryFolder folder;
+  const fs::path hidden = folder.file(hiddenName());
+  fs::create_directory(hidden);
+  std::ofstream(hidden / ".moves");
+  std::thread moving([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+    fs::remove(hidden / ".moves");
+  });
+  removeOwnHidden(folder.file(""));
+  EXPECT_FALSE(fs::exists(hidden));
+  moving.join();
 }
 
 }  // namespace
