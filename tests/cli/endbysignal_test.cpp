@@ -34,7 +34,7 @@ TEST_P(EndBySignalOf, APhantomLeavesNothing) {
     fclose(stdout);
     fclose(stderr);
     execl(MIREL_PROGRAM, "mirel", "phantom", out.c_str(), "--size", "64", "64", "40", "--volumes",
-          "200", static_cast<char*>(nullptr));
+          "1000", static_cast<char*>(nullptr));
     _exit(127);
   }
   // Until it writes.
