@@ -205,11 +205,13 @@ std::string hiddenName() {
 void removeOwnHidden(const fs::path& folder) {
   std::error_code ignored;
   for (const fs::path& path : hiddenIn(folder, [](long process) { return process == getpid(); })) {
-    // As long as a busy disk may need for what was renamed.
+    // As long as a busy disk may need for what was renamed. The process goes on meanwhile: removing
+    // fails where it renames a file in the folder just then.
     const auto giveUp = std::chrono::steady_clock::now() + std::chrono::minutes(1);
-    while (movesAreLeft(path) && std::chrono::steady_clock::now() < giveUp)
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    if (!movesAreLeft(path)) fs::remove_all(path, ignored);
+    while (inodeOf(path) && std::chrono::steady_clock::now() < giveUp) {
+      if (!movesAreLeft(path)) fs::remove_all(path, ignored);
+      if (inodeOf(path)) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
   }
 }
 
