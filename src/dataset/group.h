@@ -11,8 +11,8 @@ namespace mirel::dataset {
 struct GroupRow {
   std::string image;   ///< its path from the output folder on
   std::string source;  ///< the raw image, as a BIDS URI
-  std::string
-      field;  ///< the path of the field; of an image of a pair whose field is not there its sources
+  /// The path of the field; of an image of a pair whose field is not there its sources.
+  std::string field;
   std::string verdict;  ///< "trusted", "doubtful", "do not trust"
   /// Root mean squares over the head: the field in Hz, the displacement in voxels of the pair.
   std::optional<double> fieldHz, displacementVoxels;
