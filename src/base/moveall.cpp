@@ -203,14 +203,21 @@ std::string hiddenName() {
 }
 
 void removeOwnHidden(const fs::path& folder) {
+  using Clock = std::chrono::steady_clock;
+  // What a busy disk may need for what is being moved, and what removing may.
+  constexpr auto moving = std::chrono::minutes(1);
+  constexpr auto removing = std::chrono::seconds(2);
+  constexpr auto step = std::chrono::milliseconds(1);
   std::error_code ignored;
   for (const fs::path& path : hiddenIn(folder, [](long process) { return process == getpid(); })) {
-    // As long as a busy disk may need for what was renamed. The process goes on meanwhile: removing
-    // fails where it renames a file in the folder just then.
-    const auto giveUp = std::chrono::steady_clock::now() + std::chrono::minutes(1);
-    while (inodeOf(path) && std::chrono::steady_clock::now() < giveUp) {
-      if (!movesAreLeft(path)) fs::remove_all(path, ignored);
-      if (inodeOf(path)) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    for (const auto end = Clock::now() + moving; movesAreLeft(path) && Clock::now() < end;)
+      std::this_thread::sleep_for(step);
+    // The process goes on meanwhile: removing fails where it renames a file in the folder just
+    // then; and it never succeeds where the file system keeps open files under other names.
+    for (const auto end = Clock::now() + removing;
+         inodeOf(path) && !movesAreLeft(path) && Clock::now() < end;) {
+      fs::remove_all(path, ignored);
+      if (inodeOf(path)) std::this_thread::sleep_for(step);
     }
   }
 }

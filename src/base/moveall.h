@@ -26,7 +26,8 @@ bool movesAreLeft(const std::filesystem::path& hidden);
 std::string hiddenName();
 
 /// For a process that ends now, from whichever thread: waits up to a minute for moves under way
-/// in the folder, then removes this process's hidden files and folders there.
+/// in the folder, then removes this process's hidden files and folders there; for two seconds at
+/// most, since some file systems (NFS) keep files that are open.
 void removeOwnHidden(const std::filesystem::path& folder);
 
 /// Looks for hidden files and folders of processes of this machine that are gone: finishes their
