@@ -10,6 +10,7 @@
 #include "dataset/uptodate.h"
 #include "jobs/applyfield.h"
 #include "jobs/correctpair.h"
+#include "jobs/reportfile.h"
 #include "jobs/resultnames.h"
 
 namespace mirel::dataset {
