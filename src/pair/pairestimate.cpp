@@ -7,6 +7,7 @@
 #include "base/numbertext.h"
 #include "masspreserving/masspreserving.h"
 #include "numerics/statistics.h"
+#include "pair/agreement.h"
 #include "pair/background.h"
 #include "pair/estimateframe.h"
 #include "pair/foreground.h"
@@ -16,30 +17,6 @@ namespace mirel {
 namespace {
 
 constexpr double nearlyNothing = 0.01, nearlyEverything = 0.9;
-
-// Correlation in the mask; 0 where it is not defined.
-double agreementOf(const Volume<float>& a, const Volume<float>& b, const Volume<float>& mask) {
-  const double r = correlation(a, b, mask);
-  return std::isnan(r) ? 0 : r;
-}
-
-Volume<float> headMask(const Volume<float>& mean, double threshold) {
-  Volume<float> mask(mean.dimensions());
-  std::transform(mean.data(), mean.data() + mean.size(), mask.data(),
-                 [threshold](float v) { return static_cast<double>(v) > threshold ? 1.0f : 0.0f; });
-  return mask;
-}
-
-// Of images corrected with modulation.
-double agreementThrough(const Volume<float>& shift, int axis, const Volume<float>& first,
-                        const Volume<float>& second, const Volume<float>& mask) {
-  return agreementOf(correctVolume(first, shift, axis, Modulation::on),
-                     correctVolume(second, shift * -1.0f, axis, Modulation::on), mask);
-}
-
-bool isFinite(const Volume<float>& map) {
-  return std::all_of(map.data(), map.data() + map.size(), [](float v) { return std::isfinite(v); });
-}
 
 void requireUsable(const Volume<float>& map) {
   if (!isFinite(map))
