@@ -8,6 +8,7 @@
 #include "masspreserving/masspreserving.h"
 #include "numerics/statistics.h"
 #include "pair/agreement.h"
+#include "pair/axischeck.h"
 #include "pair/background.h"
 #include "pair/estimateframe.h"
 #include "pair/foreground.h"
@@ -94,15 +95,6 @@ Found estimateMap(const PairInput& pair, const EstimateSettings& settings, PairE
 // The other in-plane axis, by which the stated one is judged; for phase encoding across the
 // slices it is j.
 int otherAxisOf(int axis) { return axis == 1 ? 0 : 1; }
-
-// A column-wise estimate along `axis` and how well the images agree then.
-double fastAgreement(const PairInput& pair, int axis, const PairEstimate& estimate,
-                     const Volume<float>& mask) {
-  const EstimateFrame frame(pair, axis, OtherAxes::asStored);
-  Volume<float> map = searchMap(frame, estimate.intensityScale, {.fast = true});
-  if (!isFinite(map)) return -1;
-  return agreementThrough(frame.back(std::move(map)), axis, pair.a.image, pair.b.image, mask);
-}
 
 std::string sidecarsOf(const PairInput& pair) {
   const auto source = [](const InputImage& image) {
@@ -192,9 +184,11 @@ void check(const PairInput& pair, Modulation modulation, const Volume<float>& he
   agreement.modulated = agreementOf(modulatedA, modulatedB, head);
   agreement.negated = agreementThrough(opposite, axis, first, second, head);
   agreement.otherAxis = otherAxisOf(axis);
-  agreement.fastAlongAxis = fastAgreement(pair, axis, estimate, head);
-  progress.at(Stage::checking, 0.5);
-  agreement.fastAcross = fastAgreement(pair, agreement.otherAxis, estimate, head);
+  const AxisAgreement axes =
+      compareAxes(first, second, projectVoxelSize(pair.a.header), axis, agreement.otherAxis,
+                  estimate.intensityScale, estimate.threshold);
+  agreement.fastAlongAxis = axes.along;
+  agreement.fastAcross = axes.across;
   const PairFigures figures = measurePair(
       {first, second, modulatedA, modulatedB, estimate.shift, axis, projectVoxelSize(pair.a.header),
        ratioOf(estimate, modulatedA, modulatedB, head), estimate.threshold, pair.readoutSeconds});
