@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "containers/exchange.h"
+#include "numerics/fft/fftw.h"
 #include "pair/agreement.h"
 #include "pair/foreground.h"
 #include "support/smallpair.h"
@@ -19,6 +20,7 @@ namespace {
 // Of a head on 80 x 84 x 36 voxels, which are halved once along each axis.
 const Phantom& fineHead() {
   static const Phantom head = [] {
+    bindEngine();
     PhantomOptions options;
     options.size = {80, 84, 36};
     options.voxelMm = {2.6, 2.6, 3.6};
