@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "base/advice.h"
+#include "bids/inheritance.h"
 #include "bids/name.h"
 
 namespace mirel::dataset {
@@ -42,8 +43,13 @@ struct Index {
   /// The JSON files that describe an image by the inheritance principle, the farthest first, as
   /// bids::applicableSidecars finds them: in a dataset without a description only those of the
   /// image's own folder.
-  /// Errors  Error: two files of one folder apply.
+  /// Errors  Error: that of bids::chooseSidecar.
   std::vector<std::string> sidecarsOf(const IndexedImage& image) const;
+  /// As bids::sidecarsPassedOver finds them.
+  std::vector<std::string> sidecarsPassedOver(const IndexedImage& image) const;
+
+ private:
+  std::vector<bids::SidecarChoice> choicesFor(const IndexedImage& image) const;
 };
 
 /// Lists a raw dataset: what lies in its folders sub-LABEL, at whatever depth, and the JSON files
