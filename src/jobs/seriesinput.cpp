@@ -121,6 +121,9 @@ void finishSeries(const SeriesFile& options, SeriesInput& input) {
     input.warnings.push_back(doubt);
   for (const std::string& doubt : bids::doubtsAboutAcquiredLines(input.file, input.acquisition))
     input.notes.push_back(doubt);
+  for (const std::string& note :
+       bids::notesOnPassedOver(input.file, options.given, input.acquisition))
+    input.notes.push_back(note);
   input.gradientFiles = gradientFilesOf(input.file);
   for (const FileStamp& file : input.gradientFiles)
     nifti::checkGradientCount(file.fileName(), input.header.volumes);
