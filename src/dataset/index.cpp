@@ -24,6 +24,12 @@ void tellTwins(Index& index) {
   }
 }
 
+// "1.8.0", "1.11.0-dev"; what came before 1 has the same names.
+bool isKnownVersion(const Json& version) {
+  const std::string text = version.is_string() ? version.string() : "";
+  return text.starts_with("1.") || text.starts_with("0.");
+}
+
 void lookAtDescription(Index& index) {
   const std::string file = index.fileOf(bids::descriptionFile);
   std::error_code ignored;
@@ -40,8 +46,13 @@ void lookAtDescription(Index& index) {
       throw Error(index.root,
                   "is a dataset of derivatives (DatasetType in its description): images are "
                   "corrected as they were acquired");
-    if (!description.json().contains("BIDSVersion"))
+    const Json* version = description.json().find("BIDSVersion");
+    if (version == nullptr)
       index.warnings.emplace_back(file + " does not tell the BIDSVersion");
+    else if (!isKnownVersion(*version))
+      index.warnings.emplace_back(file + " tells the BIDSVersion " + version->dump() +
+                                  ", which is not known here: names and fields are taken for those "
+                                  "of version 1");
   } catch (const Error& error) {
     if (error.file() == index.root) throw;
     index.warnings.emplace_back(error.what());

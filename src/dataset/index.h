@@ -61,7 +61,8 @@ struct Index {
 ///   an image that is there twice, as .nii and as .nii.gz
 ///   an image whose name tells another subject or session than its folders
 ///
-/// Warnings  no dataset_description.json, or a broken one; a folder that cannot be read; a link
+/// Warnings  no dataset_description.json, or a broken one, or one of an unknown version; a folder
+/// that cannot be read; a link
 ///           that leads in a circle
 /// Errors    Error: no such folder, nothing in it that begins with "sub-", a dataset of
 ///           derivatives.
