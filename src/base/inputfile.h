@@ -13,4 +13,7 @@ namespace mirel {
 ///         read that fails is not the end of a file), it is a directory, or it is larger.
 std::string readWholeFile(const std::string& fileName, std::uintmax_t most);
 
+/// The first `most` bytes of a file, or all where there are fewer. Errors: the same, but for size.
+std::string readBeginning(const std::string& fileName, std::uintmax_t most);
+
 }  // namespace mirel

@@ -16,6 +16,7 @@
 #include "dataset/group.h"
 #include "dataset/participant.h"
 #include "host/session.h"
+#include "jobs/reportfile.h"
 #include "report/indexpage.h"
 
 namespace mirel {
@@ -144,10 +145,9 @@ std::string nameOf(const std::string& dataset) {
 
 // A page of others may have this name.
 void writeIndex(const std::string& file, const std::string& page) {
-  constexpr std::uintmax_t largestPage = 256U << 20U;
   std::error_code ignored;
   if (std::filesystem::exists(file, ignored) &&
-      readWholeFile(file, largestPage).find("name=\"generator\" content=\"Mirel\"") ==
+      readBeginning(file, pageHeadBytes).find("name=\"generator\" content=\"Mirel\"") ==
           std::string::npos)
     throw Error(file, "is there already and is not by Mirel: move it away, or give --no-reports");
   dataset::writeIfDifferent(file, page);

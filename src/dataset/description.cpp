@@ -5,6 +5,7 @@
 #include "base/error.h"
 #include "base/inputfile.h"
 #include "base/json.h"
+#include "base/moveall.h"
 #include "base/outputfile.h"
 #include "base/percentencoded.h"
 #include "bids/inheritance.h"
@@ -56,6 +57,7 @@ void refuseOthers(const std::string& output) {
 }  // namespace
 
 void writeIfDifferent(const std::string& file, const std::string& text) {
+  clearLeftovers(fs::path(file).parent_path());
   std::error_code ignored;
   if (fs::is_regular_file(file, ignored) && readWholeFile(file, largestText) == text) return;
   OutFile out(file);

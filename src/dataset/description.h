@@ -12,7 +12,8 @@ namespace mirel::dataset {
 void describeOutput(const std::string& dataset, const std::string& output,
                     const std::string& version);
 
-/// Writes a text file whole where it is not there with the same bytes.
+/// Writes a text file whole where it is not there with the same bytes. What killed runs left in its
+/// folder is gone afterwards.
 void writeIfDifferent(const std::string& file, const std::string& text);
 
 }  // namespace mirel::dataset

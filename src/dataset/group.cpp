@@ -13,8 +13,8 @@
 #include "bids/sidecar.h"
 #include "dataset/facts.h"
 #include "dataset/groupfigures.h"
-#include "dataset/subjectrun.h"
 #include "dataset/tsv.h"
+#include "jobs/reportfile.h"
 #include "nifti/filename.h"
 
 namespace mirel::dataset {

@@ -4,11 +4,13 @@
 #include <new>
 
 #include "base/error.h"
+#include "base/moveall.h"
 #include "dataset/fieldlabels.h"
 #include "dataset/perfusiontable.h"
 #include "dataset/uptodate.h"
 #include "jobs/applyfield.h"
 #include "jobs/correctpair.h"
+#include "jobs/reportfile.h"
 #include "jobs/resultnames.h"
 
 namespace mirel::dataset {
@@ -140,6 +142,8 @@ class SubjectRun {
     FieldFile files = filesOf(field);
     std::vector<std::string> stems = {stemOf(files.file()), stemOf(files.mean)};
     const std::string folder = settings.output + "/" + folderOf(field.session, "fmap");
+    // What a killed run left is finished before anybody asks what is there.
+    clearLeftovers(folder);
     if (field.correctsPair)
       for (const ImageFacts* image : {&a, &b})
         stems.push_back(folder + "/" + correctedName(image->image.name));
@@ -180,6 +184,7 @@ class SubjectRun {
     const std::string folder = folderOf(image.image.session, image.image.datatype);
     const std::string name = folder + "/" + correctedName(image.image.name);
     const std::string stem = settings.output + "/" + name;
+    clearLeftovers(settings.output + "/" + folder);
     if (hasPage(stem) &&
         isSeriesUpToDate(stem, rawFile(image), source.file(), settings.version, sums)) {
       copyPerfusionTable(rawFile(image), settings.output + "/" + folder);

@@ -10,9 +10,6 @@
 
 namespace mirel::dataset {
 
-/// What ends the name of a page: it stands behind that of the field or series that it is about.
-inline constexpr const char* reportEnd = "_report.html";
-
 /// Makes the page of one job; called by several threads at a time.
 using ReportMaker = std::function<std::unique_ptr<RunReport>()>;
 

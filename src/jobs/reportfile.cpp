@@ -1,7 +1,6 @@
 #include "jobs/reportfile.h"
 
 #include <algorithm>
-#include <cstdint>
 
 #include "base/error.h"
 #include "base/inputfile.h"
@@ -10,10 +9,6 @@
 namespace mirel {
 
 namespace {
-
-// The line stands among the first of a page.
-constexpr std::size_t lookedAt = 4096;
-constexpr std::uintmax_t largestPage = 256U << 20U;
 
 std::string keyOf(const std::vector<ResultInput>& inputs, const SourceNames& names) {
   std::vector<std::string> lines;
@@ -26,24 +21,21 @@ std::string keyOf(const std::vector<ResultInput>& inputs, const SourceNames& nam
   return sha256OfText(all);
 }
 
-// A read that fails is an error: a page that is ours must not be taken for another's.
-std::string beginningOf(const std::string& file) {
-  return readWholeFile(file, largestPage).substr(0, lookedAt);
-}
-
 }  // namespace
 
 ReportFile::ReportFile(const OutputFolder& folder, const SourceNames& names,
                        const std::vector<ResultInput>& madeOf, std::string stem,
                        EarlierResults::Others what)
-    : key(keyOf(madeOf, names)), ownName(std::move(stem) + "_report.html"), others(what) {
+    : key(keyOf(madeOf, names)), ownName(std::move(stem) + reportEnd), others(what) {
   plainNameIsOurs = others == EarlierResults::Others::replaced || !folder.isThere(name()) ||
                     isOurs(folder.target(name()));
 }
 
+// A read that fails is an error: a page that is ours must not be taken for another's.
 bool ReportFile::isOurs(const std::string& file) const {
-  return beginningOf(file).find(std::string("name=\"") + reportKeyName + "\" content=\"" + key +
-                                "\"") != std::string::npos;
+  return readBeginning(file, pageHeadBytes)
+             .find(std::string("name=\"") + reportKeyName + "\" content=\"" + key + "\"") !=
+         std::string::npos;
 }
 
 void ReportFile::announce(OutputFolder& folder, const std::vector<std::string>& inputs) const {

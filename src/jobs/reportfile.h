@@ -18,6 +18,12 @@ namespace mirel {
 /// alphabetical order.
 inline constexpr const char* reportKeyName = "mirel-inputs";
 
+/// What pages say about themselves stands among so many of their first bytes.
+inline constexpr std::size_t pageHeadBytes = 4096;
+
+/// What ends the name of a page that stands beside the field or series that it is about.
+inline constexpr const char* reportEnd = "_report.html";
+
 /// The page of one run among the outputs of a folder: report.html, unless one of other inputs has
 /// that name; then NAME_report.html. A page of the same inputs is replaced.
 class ReportFile {

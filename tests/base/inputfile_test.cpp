@@ -29,6 +29,17 @@ TEST(InputFile, LargerThanItsKindIsRefused) {
             "/dev/zero is larger than 1000 bytes, which no file of its kind is");
 }
 
+TEST(InputFile, BeginningIsReadAlone) {
+  const TemporaryFolder folder;
+  const std::string name = folder.write("a.txt", "123456");
+  EXPECT_EQ(readBeginning(name, 4), "1234");
+  EXPECT_EQ(readBeginning(name, 0), "");
+  EXPECT_EQ(readBeginning(name, 7), "123456");
+  EXPECT_EQ(readBeginning("/dev/zero", 100000), std::string(100000, '\0'));
+  EXPECT_EQ(messageOf<Error>([] { readBeginning("/proc/self/mem", 5); }),
+            "/proc/self/mem cannot be read: Input/output error");
+}
+
 TEST(InputFile, TellsTheSystemsReason) {
   const TemporaryFolder folder;
   EXPECT_EQ(messageOf<Error>([&] { readWholeFile(folder.file("a.txt"), 5); }),

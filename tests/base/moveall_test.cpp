@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -11,6 +10,7 @@
 #include <thread>
 
 #include "base/error.h"
+#include "support/killedprocess.h"
 #include "support/messageof.h"
 #include "support/temporaryfolder.h"
 
@@ -18,21 +18,6 @@ namespace {
 
 using namespace mirel;
 namespace fs = std::filesystem;
-
-/// The number of a process that is no more.
-pid_t goneProcess() {
-  const pid_t child = fork();
-  if (child == 0) _exit(0);
-  waitpid(child, nullptr, 0);
-  return child;
-}
-
-/// The name that a process would have given to a hidden folder of its own.
-std::string hiddenNameOf(pid_t process) {
-  const std::string mine = hiddenName(), number = "-" + std::to_string(getpid()) + "-";
-  const std::size_t at = mine.find(number);
-  return mine.substr(0, at + 1) + std::to_string(process) + mine.substr(at + number.size() - 1);
-}
 
 unsigned long inodeOf(const std::string& file) {
   struct stat status {};
