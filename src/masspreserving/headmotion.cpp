@@ -19,17 +19,16 @@ MovingPair::MovingPair(MassModel<float>& ofImages, const Volume<float>& one,
                        const Volume<float>& other, const GridPlace& where)
     : model(ofImages), place(where), first(one, where), second(other, where) {}
 
-HalfWayPair MovingPair::hold(const RigidMotion& motion, const Volume<float>& b) {
-  HalfWayPair pair(first, second, motion, b);
-  model.replace(pair.first, pair.firstKnown, pair.second, pair.secondKnown);
-  return pair;
+const HalfWayPair& MovingPair::hold(const RigidMotion& motion, const Volume<float>& b) {
+  held.emplace(first, second, motion, b);
+  model.replace(held->first, held->firstKnown, held->second, held->secondKnown);
+  return *held;
 }
 
 MovingPair::Step MovingPair::step(LevelFit& fit, HeadMotion& head, double tolerance,
                                   int maxSolverIterations) {
-  const HalfWayPair now = hold(head.motion, fit.displacement());
   const MotionStep step =
-      fit.motionStep(now, head.motion, place, head.response, tolerance, maxSolverIterations);
+      fit.motionStep(*held, head.motion, place, head.response, tolerance, maxSolverIterations);
   const glm::dvec3 translation = translationOf(step.change), rotation = rotationOf(step.change);
   head.motion = head.motion.followedBy(translation, rotation);
   head.chiSquare = chiSquareOf(parametersOf(head.motion), step);

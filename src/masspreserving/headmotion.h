@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+
 #include "containers/volume.h"
 #include "masspreserving/levelfit.h"
 #include "masspreserving/massmodel.h"
@@ -22,19 +24,22 @@ class MovingPair {
              const GridPlace& place);
 
   /// Gives the model the pair half way of `motion`, with the displacement b (edges).
-  HalfWayPair hold(const RigidMotion& motion, const Volume<float>& b);
+  const HalfWayPair& hold(const RigidMotion& motion, const Volume<float>& b);
 
   struct Step {
     double largestVoxels;  ///< that the farthest corner of the grid moved by
     int solverIterations;
   };
-  /// A step of the motion, with the fit's displacement going along.
+  /// A step of the motion that is held (call `hold` first), with the fit's displacement going
+  /// along; the new one is held then. The images are those of the displacement at the last hold:
+  /// they depend on it only as far as the motion turns, and making them is half of a step.
   Step step(LevelFit& fit, HeadMotion& head, double tolerance, int maxSolverIterations);
 
  private:
   MassModel<float>& model;
   GridPlace place;
   MovedImage first, second;
+  std::optional<HalfWayPair> held;
 };
 
 /// What speaks for a motion that was estimated.

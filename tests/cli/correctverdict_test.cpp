@@ -87,7 +87,7 @@ class CorrectVerdict : public CorrectPair {
   }
   ProgramResult correctAs(const std::string& a, const std::string& b,
                           const std::vector<std::string>& options) const {
-    std::vector<std::string> words = {"correct", a, b, "--overwrite", "-o", out()};
+    std::vector<std::string> words = {"correct", a, b, "--overwrite", "--no-report", "-o", out()};
     words.insert(words.end(), options.begin(), options.end());
     return runMirel(words);
   }
