@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # One script for everything: scripts/dev.sh build | demo | test | dev | asan | tsan | lint | fuzz
-# [SECONDS [TARGET...]] | faults | cluster | valgrind | asan-ci | bench | ci
+# [SECONDS [TARGET...]] | faults | cluster | container | validator | valgrind | asan-ci | bench | ci
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -33,6 +33,8 @@ case "${1:-}" in
   valgrind) setup valgrind; build program; scripts/valgrind.sh build/release ;;
   faults) setup test; build release; MIREL_FAULT_SWEEP=all build/release/bin/faults_test ;;
   cluster) setup cluster; build program; scripts/cluster.sh build/release ;;
+  container) scripts/setup.sh $(cat scripts/packages-container.txt); scripts/container.sh ;;
+  validator) setup; build program; scripts/validator.sh build/release ;;
   bench) setup test bench; build release; scripts/bench.sh build/release ;;
   ci)    setup test lint fuzz; scripts/ci.sh ;;
   *) sed -n '2,3s/^# //p' "$0" >&2; exit 2 ;;

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "base/error.h"
+#include "base/joined.h"
 #include "base/numbertext.h"
 #include "bids/inheritance.h"
 #include "bids/name.h"
@@ -34,6 +35,31 @@ std::string valueOf(const Name& name, const std::string& entity) {
 std::optional<double> numberIn(const Acquisition& acquisition, const char* field) {
   const std::optional<double> value = acquisition.sidecar->json().numberOf(field);
   return value && *value > 0 ? value : std::nullopt;
+}
+
+// Links between images and fields differ from image to image; only a missing one matters.
+constexpr const char* linkFields[] = {"B0FieldIdentifier", "B0FieldSource", "IntendedFor"};
+constexpr const char* acquisitionFields[] = {"PhaseEncodingDirection", "TotalReadoutTime",
+                                             "EffectiveEchoSpacing", "EstimatedTotalReadoutTime",
+                                             "EstimatedEffectiveEchoSpacing"};
+
+// What a file that was passed over says and the counting ones do not.
+std::string differenceOf(const Sidecar& counting, const Sidecar& passedOver) {
+  std::vector<std::string> other, missing;
+  const auto look = [&](const char* field, bool mayDiffer) {
+    const Json *there = passedOver.json().find(field), *here = counting.json().find(field);
+    if (there == nullptr) return;
+    if (here == nullptr)
+      missing.emplace_back(field);
+    else if (!mayDiffer && here->dump() != there->dump())
+      other.emplace_back(field);
+  };
+  for (const char* field : acquisitionFields) look(field, false);
+  for (const char* field : linkFields) look(field, true);
+  std::string text = other.empty() ? "" : "says otherwise of " + joined(other);
+  if (!missing.empty())
+    text += (text.empty() ? "" : " and ") + ("has what is told nowhere else, " + joined(missing));
+  return text;
 }
 
 bool isNear(double value, double expected) {
@@ -103,6 +129,27 @@ std::vector<std::string> doubtsAboutAcquiredLines(const std::string& imageFile,
           text(*spacing * (*reconstructed - 1)) + " s" +
           (ofAcquired ? ", but times the acquired ones less one" : "") +
           ": Hz may be off by a factor of " + text("%.3g", *reconstructed / *acquired)};
+}
+
+std::vector<std::string> notesOnPassedOver(const std::string& imageFile, const Sidecar& counting,
+                                           const std::vector<std::string>& passedOver) {
+  std::vector<std::string> notes;
+  for (const std::string& file : passedOver) try {
+      const std::string difference = differenceOf(counting, Sidecar(file));
+      if (difference.empty()) continue;
+      notes.push_back(
+          file + " could describe " + imageFile + ", too, and " + difference +
+          ": it does not count, since a sidecar in its folder has a more specific name");
+    } catch (const Error&) {  // of another image, which will have the fault
+    }
+  return notes;
+}
+
+std::vector<std::string> notesOnPassedOver(const std::string& imageFile,
+                                           const GivenAcquisition& given,
+                                           const Acquisition& settled) {
+  if (!given.sidecar.empty() || !settled.sidecar) return {};
+  return notesOnPassedOver(imageFile, *settled.sidecar, sidecarsPassedOver(imageFile));
 }
 
 }  // namespace mirel::bids

@@ -34,4 +34,16 @@ std::vector<std::string> doubtsAboutSecondCorrection(const std::string& imageFil
 std::vector<std::string> doubtsAboutAcquiredLines(const std::string& imageFile,
                                                   const Acquisition& acquisition);
 
+/// That files which could describe an image by their names were passed over for more specific ones
+/// (chooseSidecar): where they say otherwise about its direction or readout time, or have these or
+/// a link between image and field where the image's own sidecars do not. Files that cannot be read
+/// say nothing.
+std::vector<std::string> notesOnPassedOver(const std::string& imageFile, const Sidecar& counting,
+                                           const std::vector<std::string>& passedOver);
+
+/// The same of an image as it was resolved; nothing where the user gave the sidecar.
+std::vector<std::string> notesOnPassedOver(const std::string& imageFile,
+                                           const GivenAcquisition& given,
+                                           const Acquisition& settled);
+
 }  // namespace mirel::bids

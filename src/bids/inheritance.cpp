@@ -37,6 +37,38 @@ std::vector<fs::path> applicableIn(const fs::path& folder, const Name& image) {
   return files;
 }
 
+bool hasAllAndMore(const Name& name, const Name& other) {
+  return name.entities.size() > other.entities.size() && applies(other, name);
+}
+
+/// A choice for every folder where files apply, the farthest first.
+std::vector<SidecarChoice> choicesFor(const std::string& imageFile) {
+  const fs::path image(imageFile);
+  const auto shown = [&](const fs::path& file) {
+    return (image.is_absolute() ? file : file.lexically_proximate(fs::current_path())).string();
+  };
+  const Name name = Name::of(imageFile);
+  std::vector<SidecarChoice> choices;
+  // By the letters of its path: data sets are full of links to files that are kept elsewhere.
+  for (const fs::path& folder :
+       foldersDownTo(fs::absolute(image).lexically_normal().parent_path())) {
+    std::vector<std::string> files;
+    for (const fs::path& file : applicableIn(folder, name)) files.push_back(shown(file));
+    if (!files.empty()) choices.push_back(chooseSidecar(files, imageFile));
+  }
+  return choices;
+}
+
+/// The same; where there are none for a link, those for the image that it leads to.
+std::vector<SidecarChoice> choicesForLink(const std::string& imageFile) {
+  std::vector<SidecarChoice> choices = choicesFor(imageFile);
+  std::error_code ignored;
+  if (choices.empty() && fs::is_symlink(imageFile, ignored))
+    if (const fs::path target = fs::canonical(imageFile, ignored); !target.empty())
+      choices = choicesFor(target.string());
+  return choices;
+}
+
 }  // namespace
 
 fs::path datasetRoot(const fs::path& folder) {
@@ -55,32 +87,49 @@ bool applies(const Name& sidecar, const Name& image) {
          });
 }
 
-std::vector<std::string> applicableSidecars(const std::string& imageFile) {
-  const fs::path image(imageFile);
-  const auto shown = [&](const fs::path& file) {
-    return (image.is_absolute() ? file : file.lexically_proximate(fs::current_path())).string();
+SidecarChoice chooseSidecar(const std::vector<std::string>& files, const std::string& imageFile) {
+  const auto nameOf = [](const std::string& file) {
+    return Name::ofStem(fs::path(file).stem().string());
   };
-  const Name name = Name::of(imageFile);
-  std::vector<std::string> sidecars;
-  // By the letters of its path: data sets are full of links to files that are kept elsewhere.
-  for (const fs::path& folder :
-       foldersDownTo(fs::absolute(image).lexically_normal().parent_path())) {
-    const std::vector<fs::path> files = applicableIn(folder, name);
-    if (files.size() > 1)
-      throw Error(shown(files[0]) + " and " + shown(files[1]) + " both describe " + imageFile +
-                  ": of the sidecars in one folder only one may apply to an image");
-    for (const fs::path& file : files) sidecars.push_back(shown(file));
+  SidecarChoice choice{files.front(), {}};
+  for (const std::string& file : files)
+    if (hasAllAndMore(nameOf(file), nameOf(choice.counts))) choice.counts = file;
+  for (const std::string& file : files) {
+    if (file == choice.counts) continue;
+    if (!hasAllAndMore(nameOf(choice.counts), nameOf(file)))
+      throw Error(std::min(file, choice.counts) + " and " + std::max(file, choice.counts) +
+                  " both describe " + imageFile +
+                  ": of the sidecars in one folder only one may apply to an image, or one has to "
+                  "have all that the other names have");
+    choice.passedOver.push_back(file);
   }
-  return sidecars;
+  return choice;
+}
+
+std::vector<std::string> countingIn(const std::vector<SidecarChoice>& folders) {
+  std::vector<std::string> files;
+  for (const SidecarChoice& folder : folders) files.push_back(folder.counts);
+  return files;
+}
+
+std::vector<std::string> passedOverIn(const std::vector<SidecarChoice>& folders) {
+  std::vector<std::string> files;
+  for (const SidecarChoice& folder : folders)
+    files.insert(files.end(), folder.passedOver.begin(), folder.passedOver.end());
+  return files;
+}
+
+std::vector<std::string> applicableSidecars(const std::string& imageFile) {
+  return countingIn(choicesFor(imageFile));
+}
+
+std::vector<std::string> sidecarsPassedOver(const std::string& imageFile) {
+  return passedOverIn(choicesForLink(imageFile));
 }
 
 std::optional<Sidecar> findSidecar(const std::string& imageFile, const std::string& given) {
   if (!given.empty()) return Sidecar(given);
-  std::vector<std::string> files = applicableSidecars(imageFile);
-  std::error_code ignored;
-  if (files.empty() && fs::is_symlink(imageFile, ignored))
-    if (const fs::path target = fs::canonical(imageFile, ignored); !target.empty())
-      files = applicableSidecars(target.string());
+  const std::vector<std::string> files = countingIn(choicesForLink(imageFile));
   if (files.empty()) return std::nullopt;
   return Sidecar(files);
 }

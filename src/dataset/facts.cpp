@@ -6,6 +6,7 @@
 
 #include "base/error.h"
 #include "base/isoneof.h"
+#include "bids/doubts.h"
 #include "bids/sidecar.h"
 #include "dataset/scantime.h"
 #include "nifti/gradients.h"
@@ -29,8 +30,12 @@ void readHeader(const std::string& file, ImageFacts& facts) {
   facts.unweightedVolume = first == values.end() ? -1 : static_cast<int>(first - values.begin());
 }
 
-void readSidecars(const std::vector<std::string>& files, ImageFacts& facts) {
+void readSidecars(const Index& index, ImageFacts& facts) {
+  const std::vector<std::string> files = index.sidecarsOf(facts.image);
+  if (files.empty()) return;
   const bids::Sidecar sidecar(files);
+  facts.notes = bids::notesOnPassedOver(index.fileOf(facts.image.path), sidecar,
+                                        index.sidecarsPassedOver(facts.image));
   facts.identifiers = sidecar.texts("B0FieldIdentifier");
   facts.fieldSources = sidecar.texts("B0FieldSource");
   facts.intendedFor = sidecar.texts("IntendedFor");
@@ -79,7 +84,7 @@ ImageFacts factsOf(const Index& index, const IndexedImage& image, Headers header
     facts.fault = error.what();
   }
   try {
-    if (const auto files = index.sidecarsOf(image); !files.empty()) readSidecars(files, facts);
+    readSidecars(index, facts);
   } catch (const Error& error) {
     if (facts.fault.empty()) facts.fault = error.what();
   }

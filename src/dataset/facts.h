@@ -23,6 +23,8 @@ struct ImageFacts {
   int volumes = 1;
   /// Of a diffusion series: the first volume without weighting; below 0: there is none.
   int unweightedVolume = 0;
+  /// Of sidecars that could describe it and do not count (bids::notesOnPassedOver).
+  std::vector<std::string> notes;
   /// Why nothing can be done with it: a sentence with the file's name; empty for a good image.
   std::string fault;
 

@@ -4,7 +4,6 @@
 #include <filesystem>
 
 #include "base/error.h"
-#include "bids/inheritance.h"
 #include "bids/sidecar.h"
 #include "dataset/walk.h"
 #include "nifti/filename.h"
@@ -25,6 +24,12 @@ void tellTwins(Index& index) {
   }
 }
 
+// "1.8.0", "1.11.0-dev"; what came before 1 has the same names.
+bool isKnownVersion(const Json& version) {
+  const std::string text = version.is_string() ? version.string() : "";
+  return text.starts_with("1.") || text.starts_with("0.");
+}
+
 void lookAtDescription(Index& index) {
   const std::string file = index.fileOf(bids::descriptionFile);
   std::error_code ignored;
@@ -41,8 +46,13 @@ void lookAtDescription(Index& index) {
       throw Error(index.root,
                   "is a dataset of derivatives (DatasetType in its description): images are "
                   "corrected as they were acquired");
-    if (!description.json().contains("BIDSVersion"))
+    const Json* version = description.json().find("BIDSVersion");
+    if (version == nullptr)
       index.warnings.emplace_back(file + " does not tell the BIDSVersion");
+    else if (!isKnownVersion(*version))
+      index.warnings.emplace_back(file + " tells the BIDSVersion " + version->dump() +
+                                  ", which is not known here: names and fields are taken for those "
+                                  "of version 1");
   } catch (const Error& error) {
     if (error.file() == index.root) throw;
     index.warnings.emplace_back(error.what());
@@ -57,25 +67,27 @@ std::string IndexedImage::entity(const std::string& key) const {
   return "";
 }
 
-std::vector<std::string> Index::sidecarsOf(const IndexedImage& image) const {
+std::vector<bids::SidecarChoice> Index::choicesFor(const IndexedImage& image) const {
   std::vector<std::string> folders = {folderOf(image.path)};
   while (isDescribed && !folders.back().empty()) folders.push_back(folderOf(folders.back()));
-  std::vector<std::string> files;
+  std::vector<bids::SidecarChoice> choices;
   for (auto folder = folders.rbegin(); folder != folders.rend(); ++folder) {
     const auto there = sidecars.find(*folder);
     if (there == sidecars.end()) continue;
-    std::string found;
-    for (const IndexedSidecar& sidecar : there->second) {
-      if (!bids::applies(sidecar.name, image.name)) continue;
-      if (!found.empty())
-        throw Error(fileOf(found) + " and " + fileOf(sidecar.path) + " both describe " +
-                    fileOf(image.path) +
-                    ": of the sidecars in one folder only one may apply to an image");
-      found = sidecar.path;
-    }
-    if (!found.empty()) files.push_back(fileOf(found));
+    std::vector<std::string> files;
+    for (const IndexedSidecar& sidecar : there->second)
+      if (bids::applies(sidecar.name, image.name)) files.push_back(fileOf(sidecar.path));
+    if (!files.empty()) choices.push_back(bids::chooseSidecar(files, fileOf(image.path)));
   }
-  return files;
+  return choices;
+}
+
+std::vector<std::string> Index::sidecarsOf(const IndexedImage& image) const {
+  return bids::countingIn(choicesFor(image));
+}
+
+std::vector<std::string> Index::sidecarsPassedOver(const IndexedImage& image) const {
+  return bids::passedOverIn(choicesFor(image));
 }
 
 Index indexDataset(const std::string& root) {

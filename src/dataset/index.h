@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "base/advice.h"
+#include "bids/inheritance.h"
 #include "bids/name.h"
 
 namespace mirel::dataset {
@@ -42,8 +43,13 @@ struct Index {
   /// The JSON files that describe an image by the inheritance principle, the farthest first, as
   /// bids::applicableSidecars finds them: in a dataset without a description only those of the
   /// image's own folder.
-  /// Errors  Error: two files of one folder apply.
+  /// Errors  Error: that of bids::chooseSidecar.
   std::vector<std::string> sidecarsOf(const IndexedImage& image) const;
+  /// As bids::sidecarsPassedOver finds them.
+  std::vector<std::string> sidecarsPassedOver(const IndexedImage& image) const;
+
+ private:
+  std::vector<bids::SidecarChoice> choicesFor(const IndexedImage& image) const;
 };
 
 /// Lists a raw dataset: what lies in its folders sub-LABEL, at whatever depth, and the JSON files
@@ -55,7 +61,8 @@ struct Index {
 ///   an image that is there twice, as .nii and as .nii.gz
 ///   an image whose name tells another subject or session than its folders
 ///
-/// Warnings  no dataset_description.json, or a broken one; a folder that cannot be read; a link
+/// Warnings  no dataset_description.json, or a broken one, or one of an unknown version; a folder
+/// that cannot be read; a link
 ///           that leads in a circle
 /// Errors    Error: no such folder, nothing in it that begins with "sub-", a dataset of
 ///           derivatives.

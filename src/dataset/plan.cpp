@@ -119,6 +119,9 @@ SubjectPlan planSubject(const std::string& subject, std::vector<ImageFacts> imag
   plan.subject = subject;
   plan.images = std::move(images);
   plan.warnings = doubtsAboutIntent(plan.images, otherPaths);
+  for (const ImageFacts& image : plan.images)
+    if (!image.direction || !image.readoutSeconds)
+      plan.warnings.insert(plan.warnings.end(), image.notes.begin(), image.notes.end());
   Planner(plan).run();
   return plan;
 }

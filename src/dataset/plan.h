@@ -49,7 +49,8 @@ struct SubjectPlan {
 /// needs one, is left.
 ///
 /// Warnings  an entry of IntendedFor that names no file, or one of another dataset; IntendedFor
-///           that contradicts B0FieldSource, which counts
+///           that contradicts B0FieldSource, which counts; of images without a direction or a
+///           readout time, that a sidecar which could have told it does not count
 ///
 /// @param images      facts of all images for which isEpi or isOtherField holds
 /// @param otherPaths  of the subject's other images, which IntendedFor may name

@@ -4,6 +4,7 @@
 #include "field/warp.h"
 #include "jobs/recordjson.h"
 #include "jobs/resultnames.h"
+#include "jobs/seriesinput.h"
 #include "nifti/finite.h"
 #include "nifti/image.h"
 #include "nifti/orientation.h"
@@ -29,6 +30,20 @@ Json acquisitionOfMap(const PairInput& pair) {
   if (pair.a.acquisition.direction->source == bids::StatedDirection::Source::assumed) return json;
   json["PhaseEncodingDirection"] = nameOf(pair.a.direction());
   if (pair.readoutSeconds) json["TotalReadoutTime"] = *pair.readoutSeconds;
+  return json;
+}
+
+// What the standard requires of a field map, beside what tells that it is corrected already;
+// nothing of other images, nor what was assumed only.
+Json acquisitionOfCorrected(const InputImage& image, const std::optional<double>& readoutSeconds) {
+  Json json = Json::object(), before = Json::object();
+  if (!needsDirection(image.options.file) ||
+      image.acquisition.direction->source == bids::StatedDirection::Source::assumed)
+    return json;
+  json["PhaseEncodingDirection"] = nameOf(image.direction());
+  before["PhaseEncodingDirection"] = nameOf(image.direction());
+  if (readoutSeconds) before["TotalReadoutTime"] = *readoutSeconds;
+  json["DistortionCorrection"] = distortionCorrection(before);
   return json;
 }
 
@@ -150,8 +165,10 @@ void writePair(const PairNames& names, const PairInput& pair, const PairEstimate
   const std::string axis = bids::nameOf({pair.axis(), 1});
   const std::string done = ", " + correctedText(run);
   if (!names.correctedA.empty()) {
-    writer.image(names.correctedA, estimate.correctedA, pair.a.title() + done);
-    writer.image(names.correctedB, estimate.correctedB, pair.b.title() + done);
+    writer.image(names.correctedA, estimate.correctedA, pair.a.title() + done, {},
+                 acquisitionOfCorrected(pair.a, pair.readoutSeconds));
+    writer.image(names.correctedB, estimate.correctedB, pair.b.title() + done, {},
+                 acquisitionOfCorrected(pair.b, pair.readoutSeconds));
   }
   writer.image(names.mean, estimate.mean, "Mean of the pair" + done);
   const std::string meaning = "Displacement d along the voxel axis " + axis +

@@ -8,6 +8,7 @@
 #include "base/numbertext.h"
 #include "bids/doubts.h"
 #include "bids/inheritance.h"
+#include "bids/name.h"
 #include "field/grid.h"
 #include "nifti/gradients.h"
 #include "nifti/image.h"
@@ -121,6 +122,9 @@ void finishSeries(const SeriesFile& options, SeriesInput& input) {
     input.warnings.push_back(doubt);
   for (const std::string& doubt : bids::doubtsAboutAcquiredLines(input.file, input.acquisition))
     input.notes.push_back(doubt);
+  for (const std::string& note :
+       bids::notesOnPassedOver(input.file, options.given, input.acquisition))
+    input.notes.push_back(note);
   input.gradientFiles = gradientFilesOf(input.file);
   for (const FileStamp& file : input.gradientFiles)
     nifti::checkGradientCount(file.fileName(), input.header.volumes);
@@ -170,18 +174,28 @@ std::vector<std::string> filesOf(const SeriesInput& input) {
 
 Json fieldsAfterCorrection(const SeriesInput& input) {
   Json fields = Json::object(), before = Json::object();
+  const bool keepsDirection = needsDirection(input.file);
   if (input.acquisition.sidecar)
     for (const auto& [name, value] : input.acquisition.sidecar->json().items()) {
       const bool outdated =
           std::find(outdatedNames.begin(), outdatedNames.end(), name) != outdatedNames.end();
       (outdated ? before : fields)[name] = value;
+      if (keepsDirection && name == "PhaseEncodingDirection") fields[name] = value;
     }
   if (before.items().empty()) return fields;
+  fields["DistortionCorrection"] = distortionCorrection(before);
+  return fields;
+}
+
+Json distortionCorrection(const Json& fieldsBefore) {
   Json done = Json::object();
   done["Description"] = "What held of the image before; it does not hold of the corrected one";
-  done["FieldsBefore"] = before;
-  fields["DistortionCorrection"] = done;
-  return fields;
+  done["FieldsBefore"] = fieldsBefore;
+  return done;
+}
+
+bool needsDirection(const std::string& imageFile) {
+  return bids::Name::of(imageFile).suffix == "epi";
 }
 
 std::string headOffField(const Volume<float>& mean, const SeriesInput& input,

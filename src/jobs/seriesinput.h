@@ -62,8 +62,16 @@ std::vector<std::string> filesOf(const SeriesInput& input);
 /// The fields of the sidecars of a series as they stand in that of the corrected one: all that stay
 /// true as they are, and under "DistortionCorrection" those that described the distortion or the
 /// file (direction, readout time, echo spacings, links to fields, description, sources), so that
-/// nobody corrects it a second time by them.
+/// nobody corrects it a second time by them. A field map (`_epi`) has its direction in both places:
+/// the standard requires it of every image of that name.
 Json fieldsAfterCorrection(const SeriesInput& input);
+
+/// The value of "DistortionCorrection" in the sidecar of a corrected image, by which a second
+/// correction is noticed (bids::doubtsAboutSecondCorrection): the fields that held before.
+Json distortionCorrection(const Json& fieldsBefore);
+
+/// Whether an image of this file name has to tell its PhaseEncodingDirection: the suffix is epi.
+bool needsDirection(const std::string& imageFile);
 
 /// A sentence when more than a hundredth of the head in `mean`, the mean of a series, lies off the
 /// grid of the field; empty otherwise.

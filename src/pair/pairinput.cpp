@@ -123,6 +123,9 @@ void addDoubts(PairInput& pair) {
     for (const std::string& doubt :
          bids::doubtsAboutAcquiredLines(options.file, image->acquisition))
       addOnce(pair.notes, doubt);
+    for (const std::string& note :
+         bids::notesOnPassedOver(options.file, options.given, image->acquisition))
+      addOnce(pair.notes, note);
   }
   for (const std::string& doubt :
        bids::doubtsAboutSubject(pair.b.options.file, pair.a.options.file))

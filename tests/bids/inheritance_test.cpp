@@ -106,11 +106,45 @@ TEST_F(Dataset, AnImageWithoutEntitiesHasTheSidecarsOfItsName) {
   EXPECT_THAT(bids::applicableSidecars(file("sub-01/run 1_b0.nii")), ElementsAre(root, own));
 }
 
+TEST_F(Dataset, TheMostSpecificOfOneFolderCountsAlone) {
+  put("bold.json", R"({"TotalReadoutTime": 0.07})");
+  put("sub-01/func/sub-01_task-rest_bold.json",
+      R"({"PhaseEncodingDirection": "j", "EchoTime": 0.05})");
+  const std::string root = put("task-rest_bold.json", R"({"RepetitionTime": 2})");
+  const std::string own =
+      put("sub-01/func/sub-01_task-rest_run-1_bold.json", R"({"PhaseEncodingDirection": "j-"})");
+  EXPECT_THAT(bids::applicableSidecars(image), ElementsAre(root, own));
+  EXPECT_THAT(bids::sidecarsPassedOver(image),
+              ElementsAre(file("bold.json"), file("sub-01/func/sub-01_task-rest_bold.json")));
+  const auto sidecar = bids::findSidecar(image);
+  ASSERT_TRUE(sidecar);
+  EXPECT_EQ(nameOf(*sidecar->phaseEncoding()), "j-");
+  EXPECT_FALSE(sidecar->readout(65)) << "what only the others have is not taken";
+  EXPECT_FALSE(sidecar->json().contains("EchoTime"));
+  EXPECT_TRUE(sidecar->json().contains("RepetitionTime"));
+}
+
+// The image that the general name was written for has it as its own.
+TEST_F(Dataset, TheImageWithoutTheEntityHasTheOtherSidecar) {
+  put("sub-01/func/sub-01_task-rest_run-1_bold.json");
+  const std::string own = put("sub-01/func/sub-01_task-rest_bold.json");
+  const std::string other = file("sub-01/func/sub-01_task-rest_bold.nii.gz");
+  EXPECT_THAT(bids::applicableSidecars(other), ElementsAre(own));
+  EXPECT_THAT(bids::sidecarsPassedOver(other), IsEmpty());
+}
+
 TEST_F(Dataset, TwoInOneFolderAreRefusedByName) {
-  const std::string one = put("bold.json"), other = put("task-rest_bold.json");
+  const std::string one = put("run-1_bold.json"), other = put("task-rest_bold.json");
   EXPECT_THAT(fault(), AllOf(StartsWith(one + " and " + other + " both describe " + image),
                              HasSubstr("one")));
   EXPECT_EQ(bids::findSidecar(image, other)->fileNames(), std::vector<std::string>{other});
+  fs::remove(other);
+  const std::string same = put("bold.json"), again = put("sub-01/func/task-rest_sub-01_bold.json"),
+                    last = put("sub-01/func/sub-01_task-rest_bold.json");
+  EXPECT_THAT(fault(), StartsWith(last + " and " + again + " both describe")) << "same entities";
+  put("sub-01/func/sub-01_task-rest_run-1_bold.json");
+  EXPECT_THAT(bids::applicableSidecars(image),
+              ElementsAre(one, file("sub-01/func/sub-01_task-rest_run-1_bold.json")));
 }
 
 TEST_F(Dataset, RelativeImagesHaveRelativeSidecars) {

@@ -35,6 +35,48 @@ TEST_F(BadStudies, NoDescription) {
   expectTheRestCorrected(result, 0);
 }
 
+TEST_F(BadStudies, ADescriptionThatIsBroken) {
+  text("dataset_description.json", "{\"Name\": ");
+  const ProgramResult result = bids();
+  EXPECT_THAT(result.err, HasSubstr("dataset_description.json is not valid JSON"));
+  expectTheRestCorrected(result, 0);
+}
+
+TEST_F(BadStudies, AnUnknownVersion) {
+  for (const char* version : {R"("7.0.0")", "1.8", R"("")"}) {
+    text("dataset_description.json",
+         R"({"Name": "tiny", "BIDSVersion": )" + std::string(version) + "}");
+    EXPECT_THAT(bids({"--dry-run"}).err, HasSubstr("tells the BIDSVersion " + std::string(version) +
+                                                   ", which is not known"));
+  }
+  expectTheRestCorrected(bids(), 0);
+  text("dataset_description.json", R"({"Name": "tiny", "BIDSVersion": "1.11.0-dev"})");
+  EXPECT_EQ(bids({"--dry-run"}).err, "");
+}
+
+TEST_F(BadStudies, LinksBetweenFilesThatAreNotThere) {
+  const std::string links = R"("IntendedFor": ["func/sub-02_task-rest_bold.nii.gz",
+      "bids::sub-02/func/sub-02_task-gone_bold.nii.gz"])";
+  text("sub-02/fmap/sub-02_dir-AP_epi.json", sidecar("j-", links));
+  const ProgramResult result = bids();
+  EXPECT_THAT(result.err, HasSubstr("sub-02_task-gone_bold.nii.gz"));
+  expectTheRestCorrected(result, 0);
+  EXPECT_TRUE(isThere("sub-02/func/sub-02_task-rest_desc-preproc_bold.nii.gz"));
+}
+
+// Empty files under the names of images and their sidecars, as a copy that went wrong leaves them.
+TEST_F(BadStudies, TenThousandFiles) {
+  for (int run = 1000; run < 6000; ++run) {
+    const std::string stem = "sub-02/func/sub-02_task-x_run-" + std::to_string(run);
+    text(stem + "_bold.nii.gz", "");
+    text(stem + "_bold.json", "");
+  }
+  const ProgramResult result = bids();
+  EXPECT_THAT(result.err, HasSubstr("6 images corrected, 0 were up to date, 5000 left"));
+  EXPECT_THAT(result.out, HasSubstr("sub-02_task-x_run-5999_bold.nii.gz\n    left"));
+  expectTheRestCorrected(result, 1);
+}
+
 TEST_F(BadStudies, BrokenJsonInOneSubject) {
   text("sub-02/func/sub-02_task-rest_bold.json", "{\"PhaseEncodingDirection\": ");
   const ProgramResult result = bids();

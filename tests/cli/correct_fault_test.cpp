@@ -110,12 +110,13 @@ TEST_F(CorrectFaults, SidecarsThatAreNotJsonOrLackFields) {
   EXPECT_THAT(fault(), AllOf(HasSubstr("opposite"), HasSubstr("bad.json")));
 }
 
-TEST_F(CorrectFaults, TwoSidecarsInOneFolderThatApply) {
-  const std::string image = file("sub-1_epi.nii.gz");
+TEST_F(CorrectFaults, TwoSidecarsInOneFolderOfWhichNoneIsMoreSpecific) {
+  const std::string image = file("sub-1_acq-x_epi.nii.gz");
   fs::copy(bad, image);
-  for (const char* name : {"sub-1_epi.json", "epi.json"}) fs::copy(file("bad.json"), file(name));
+  for (const char* name : {"sub-1_epi.json", "acq-x_epi.json"})
+    fs::copy(file("bad.json"), file(name));
   EXPECT_THAT(sentenceOf(runMirel({"correct", image, pa(), "--quiet", "-o", out()})),
-              AllOf(HasSubstr(file("epi.json") + " and " + file("sub-1_epi.json")),
+              AllOf(HasSubstr(file("acq-x_epi.json") + " and " + file("sub-1_epi.json")),
                     HasSubstr("both describe " + image)));
 }
 

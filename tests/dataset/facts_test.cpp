@@ -2,12 +2,14 @@
 
 #include <gmock/gmock.h>
 
+#include "dataset/plan.h"
 #include "dataset/scantime.h"
 #include "dataset/tinydataset.h"
 
 namespace mirel::dataset {
 
 using testing::ElementsAre;
+using testing::Field;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
@@ -34,6 +36,20 @@ TEST(Facts, AreReadFromSidecarsAndHeader) {
   EXPECT_DOUBLE_EQ(*facts.acquiredSeconds, 12 * 3600 + 9 * 60 + 5.5);
   EXPECT_EQ(facts.volumes, 3);
   EXPECT_EQ(facts.grid->dims, glm::ivec3(4, 5, 6));
+}
+
+TEST(Facts, OfAMoreSpecificNameAreNotThoseOfTheImageBesideIt) {
+  const TinyDataset data;
+  const std::string special = "sub-01/func/sub-01_task-a_acq-x_bold";
+  data.image(bold, R"({"PhaseEncodingDirection": "j", "TotalReadoutTime": 0.05})");
+  data.image(special, R"({"PhaseEncodingDirection": "j-"})");
+  EXPECT_EQ(nameOf(*data.facts(image).direction), "j");
+  EXPECT_THAT(data.facts(image).notes, IsEmpty());
+  const ImageFacts facts = data.facts(special + ".nii.gz");
+  EXPECT_EQ(nameOf(*facts.direction), "j-");
+  EXPECT_FALSE(facts.readoutSeconds);
+  EXPECT_THAT(planSubject(data.index(), "01").warnings,
+              ElementsAre(Field(&Remark::text, HasSubstr("told nowhere else, TotalReadoutTime"))));
 }
 
 TEST(Facts, TheTableOfScansTellsTheTimeWhereSidecarsDoNot) {

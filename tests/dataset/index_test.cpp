@@ -103,6 +103,10 @@ TEST(Index, FindsSidecarsByInheritance) {
                           data.file("sub-01/func/sub-01_task-a_bold.json")));
   data.text("bold.json", "{}");
   index = data.index();
+  EXPECT_THAT(index.sidecarsOf(index.images[0]).front(), data.file("task-a_bold.json"));
+  EXPECT_THAT(index.sidecarsPassedOver(index.images[0]), ElementsAre(data.file("bold.json")));
+  data.text("sub-01_bold.json", "{}");
+  index = data.index();
   EXPECT_THAT(niftifiles::failure([&] { index.sidecarsOf(index.images[0]); }),
               HasSubstr("both describe"));
   fs::remove(data.file("dataset_description.json"));
