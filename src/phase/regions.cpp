@@ -10,48 +10,12 @@
 
 #include "numerics/statistics.h"
 #include "phase/angle.h"
+#include "phase/nearest.h"
+#include "phase/neighbours.h"
 
 namespace mirel {
 
 namespace {
-
-// Of every place the nearest voxel with a phase, and how many steps lie between.
-struct Nearest {
-  std::vector<int> voxel, steps;
-};
-
-template <class Do>
-void forEachNeighbour(int n, glm::ivec3 dims, const Do& act) {
-  const glm::ivec3 at(n % dims.x, n / dims.x % dims.y, n / (dims.x * dims.y));
-  const glm::ivec3 strides(1, dims.x, dims.x * dims.y);
-  for (int axis = 0; axis < 3; ++axis) {
-    if (at[axis] > 0) act(n - strides[axis]);
-    if (at[axis] + 1 < dims[axis]) act(n + strides[axis]);
-  }
-}
-
-Nearest nearestOf(const Volume<float>& phase) {
-  const auto count = static_cast<std::size_t>(phase.size());
-  Nearest nearest{std::vector<int>(count, -1), std::vector<int>(count, 0)};
-  std::vector<int> queue;
-  queue.reserve(count);
-  for (int n = 0; n < phase.size(); ++n)
-    if (!std::isnan(phase.data()[n])) {
-      nearest.voxel[static_cast<std::size_t>(n)] = n;
-      queue.push_back(n);
-    }
-  for (std::size_t next = 0; next < queue.size(); ++next) {
-    const auto from = static_cast<std::size_t>(queue[next]);
-    forEachNeighbour(queue[next], phase.dimensions(), [&](int to) {
-      const auto place = static_cast<std::size_t>(to);
-      if (nearest.voxel[place] >= 0) return;
-      nearest.voxel[place] = nearest.voxel[from];
-      nearest.steps[place] = nearest.steps[from] + 1;
-      queue.push_back(to);
-    });
-  }
-  return nearest;
-}
 
 // Two sets that face each other: the phase of the first one's voxels less that of the other's.
 struct Border {
@@ -68,7 +32,7 @@ struct Border {
 };
 
 std::vector<Border> bordersOf(const Volume<float>& phase, TurnSets& sets) {
-  const Nearest nearest = nearestOf(phase);
+  const Nearest nearest = nearestKnown(phase);
   const auto valueAt = [&](int voxel) {
     return static_cast<double>(phase.data()[voxel]) + turn * sets.turnsOf(voxel);
   };
