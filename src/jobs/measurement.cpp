@@ -1,0 +1,96 @@
+#include "jobs/measurement.h"
+
+#include <filesystem>
+
+#include "base/error.h"
+#include "bids/inheritance.h"
+#include "bids/name.h"
+#include "jobs/distortionfile.h"
+#include "jobs/recordjson.h"
+#include "nifti/image.h"
+
+namespace mirel {
+
+namespace {
+
+Json inputJson(const FileStamp& stamp, const std::optional<bids::Sidecar>& sidecar) {
+  Json json = fileJson(stamp);
+  if (sidecar) addSidecars(json, sidecar->stamps());
+  return json;
+}
+
+void addFiles(Measurement& measurement, const std::string& file,
+              const std::optional<bids::Sidecar>& sidecar) {
+  measurement.files.push_back(file);
+  if (!sidecar) return;
+  const std::vector<std::string>& names = sidecar->fileNames();
+  measurement.files.insert(measurement.files.end(), names.begin(), names.end());
+}
+
+// A magnitude of the same echoes by its name: empty where there is none.
+std::string magnitudeBeside(const std::string& image) {
+  const bids::Name name = bids::Name::of(image);
+  if (!name.isStructured()) return {};
+  const std::filesystem::path folder = std::filesystem::path(image).parent_path();
+  for (const char* suffix : {"magnitude1", "magnitude"})
+    for (const char* extension : {".nii.gz", ".nii"}) {
+      bids::Name beside = name;
+      beside.suffix = suffix;
+      if (const auto file = folder / (beside.text() + extension); std::filesystem::exists(file))
+        return file.string();
+    }
+  return {};
+}
+
+Volume<float> readMagnitude(const MeasureFieldOptions& options, Measurement& measurement,
+                            MeasuredFieldRun& run) {
+  std::string file = options.magnitudeFile;
+  if (file.empty()) {
+    file = magnitudeBeside(measurement.name);
+    run.notes.emplace_back(file.empty() ? "without a magnitude the head is found by the values "
+                                          "alone"
+                                        : "the magnitude is " + file);
+    if (file.empty()) return {};
+  }
+  const FileStamp stamp(file);
+  nifti::Reader image(file);
+  if (image.header().volumes != 1)
+    throw Error(file, "has " + std::to_string(image.header().volumes) +
+                          " volumes: the magnitude of one echo has one");
+  if (!coincide(gridOf(image.header()), gridOf(measurement.header)))
+    throw Error(file, "has another grid than " + measurement.name);
+  Volume<float> magnitude = image.readVolume(0);
+  measurement.origin["Magnitude"] = fileJson(stamp);
+  measurement.files.push_back(file);
+  return magnitude;
+}
+
+void fromField(const MeasureFieldOptions& options, Measurement& measurement,
+               MeasuredFieldRun& run) {
+  DistortionFile file = readDistortionFile(options.fieldFile, TakenFor::field, options.unit);
+  if (!file.isField())
+    throw Error(options.fieldFile,
+                "is a displacement map in " + nameOf(file.unit.value) + ", not a field");
+  measurement.header = *file.header;
+  measurement.name = options.fieldFile;
+  addFiles(measurement, options.fieldFile, file.sidecar);
+  Json json = inputJson(file.stamp, file.sidecar);
+  json["Units"] = nameOf(file.unit.value);
+  json["UnitsSource"] = file.unit.sourceText();
+  measurement.origin["Field"] = std::move(json);
+  run.notes = file.notes;
+  run.warnings = file.warnings;
+  const Volume<float> magnitude = readMagnitude(options, measurement, run);
+  measurement.field = fieldOfHertz(fieldOf(std::move(file)).hz, magnitude,
+                                   measurement.header.voxelSizeMm, measurement.name);
+}
+
+}  // namespace
+
+Measurement readMeasurement(const MeasureFieldOptions& options, MeasuredFieldRun& run) {
+  Measurement measurement;
+  fromField(options, measurement, run);
+  return measurement;
+}
+
+}  // namespace mirel
