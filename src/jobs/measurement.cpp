@@ -1,13 +1,17 @@
 #include "jobs/measurement.h"
 
+#include <cmath>
 #include <filesystem>
 
 #include "base/error.h"
+#include "base/isoneof.h"
+#include "base/numbertext.h"
 #include "bids/inheritance.h"
 #include "bids/name.h"
 #include "jobs/distortionfile.h"
 #include "jobs/recordjson.h"
 #include "nifti/image.h"
+#include "phase/echotimes.h"
 
 namespace mirel {
 
@@ -65,6 +69,57 @@ Volume<float> readMagnitude(const MeasureFieldOptions& options, Measurement& mea
   return magnitude;
 }
 
+void addPhase(const PhaseFile& phase, Measurement& measurement, MeasuredFieldRun& run) {
+  Json json = inputJson(phase.stamp, phase.sidecar);
+  json["PhaseScale"] = phase.scale.name;
+  json["PhaseScaleSource"] = phase.scale.sourceText();
+  measurement.origin["Phases"].push_back(std::move(json));
+  addFiles(measurement, phase.file, phase.sidecar);
+  run.notes.emplace_back(phase.scaleNote());
+}
+
+void addEchoTimes(const EchoTimes& times, Measurement& measurement, MeasuredFieldRun& run) {
+  measurement.origin["EchoTimes"] = {times.first, times.second};
+  measurement.origin["EchoTimesSource"] = times.source;
+  run.notes.emplace_back("the phase grew between the echoes at " + text(1000 * times.first) +
+                         " and " + text(1000 * times.second) + " ms (" + times.source +
+                         "): a whole turn is " + text("%.1f", 1 / std::abs(times.difference())) +
+                         " Hz");
+}
+
+void refuseOneEcho(const PhaseFile& phase) {
+  const std::string suffix = bids::Name::of(phase.file).suffix;
+  if (isOneOf(suffix, {"phase1", "phase2"}))
+    throw Error(phase.file, "is the phase of one echo by its name; a field takes both, " + suffix +
+                                " and " + (suffix == "phase1" ? "phase2" : "phase1"));
+}
+
+void fromPhases(const MeasureFieldOptions& options, Measurement& measurement,
+                MeasuredFieldRun& run) {
+  const bool isDifference = options.phaseFiles.size() == 1;
+  const PhaseFile first = readPhaseFile(options.phaseFiles.front());
+  if (isDifference) refuseOneEcho(first);
+  measurement.header = first.header;
+  measurement.name = first.file;
+  addPhase(first, measurement, run);
+  std::optional<PhaseFile> second;
+  if (!isDifference) {
+    second = readPhaseFile(options.phaseFiles.at(1));
+    addPhase(*second, measurement, run);
+  }
+  const EchoTimes times =
+      options.echoSeconds ? givenEchoTimes(options.echoSeconds->first, options.echoSeconds->second)
+      : isDifference      ? echoTimesOfDifference(first)
+                          : echoTimesOf(first, *second);
+  addEchoTimes(times, measurement, run);
+  const Volume<float> phase = isDifference ? first.radians : phaseDifference(first, *second);
+  const Volume<float> magnitude = readMagnitude(options, measurement, run);
+  measurement.field = fieldOfPhase(phase, magnitude, first.header.voxelSizeMm, times.difference(),
+                                   measurement.name);
+  run.notes.emplace_back("the turns are chosen so that the median in the head, " +
+                         text("%.1f", measurement.field.medianHz) + " Hz, is nearest to 0");
+}
+
 void fromField(const MeasureFieldOptions& options, Measurement& measurement,
                MeasuredFieldRun& run) {
   DistortionFile file = readDistortionFile(options.fieldFile, TakenFor::field, options.unit);
@@ -89,7 +144,10 @@ void fromField(const MeasureFieldOptions& options, Measurement& measurement,
 
 Measurement readMeasurement(const MeasureFieldOptions& options, MeasuredFieldRun& run) {
   Measurement measurement;
-  fromField(options, measurement, run);
+  if (options.phaseFiles.empty())
+    fromField(options, measurement, run);
+  else
+    fromPhases(options, measurement, run);
   return measurement;
 }
 
