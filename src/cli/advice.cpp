@@ -65,9 +65,7 @@ std::string withAdvice(const std::string& sentence, const Advice& advice) {
     case Advice::Kind::giveEchoTimes:
       return sentence + "; give both in seconds with --echo-times";
     case Advice::Kind::fieldFromPhase:
-      return sentence +
-             "; make a field of it first, for example with fsl_prepare_fieldmap, and give that "
-             "with --units rad/s";
+      return sentence + "; make a field of it first ('mirel field --from-phase')";
   }
   return sentence;
 }
