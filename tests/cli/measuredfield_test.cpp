@@ -91,6 +91,58 @@ TEST_F(MeasuredFieldCommand, TwoPhasesDoInEitherOrder) {
   EXPECT_LT(rms("s.nii.gz"), 1);
 }
 
+TEST_F(MeasuredFieldCommand, EchoTimesCanBeGivenAndUnitsTellRadians) {
+  const std::string head = magnitude();
+  const std::string radians =
+      changed(field(), "p.nii.gz", [](float hz) { return static_cast<float>(angle(hz, 0.003)); });
+  EXPECT_THAT(refusal(make({"--from-phase", radians, "--magnitude", head})),
+              HasSubstr("which is no scale of phases that is known"));
+  sidecar("p.json", {{"Units", "rad"}});
+  EXPECT_THAT(refusal(make({"--from-phase", radians, "--magnitude", head})),
+              AllOf(HasSubstr("p.json has no EchoTime1"), HasSubstr("--echo-times")));
+  ASSERT_EQ(
+      make({"--from-phase", radians, "--magnitude", head, "--echo-times", "0.004", "0.007"}).status,
+      0);
+  EXPECT_LT(rms(), 1);
+}
+
+TEST_F(MeasuredFieldCommand, AFieldInOtherUnitsBecomesHertz) {
+  magnitude();
+  const std::string measured = scaled(field(), "sub-1_fieldmap.nii.gz", 2 * pi);
+  sidecar("sub-1_fieldmap.json", {{"Units", "rad/s"}});
+  const ProgramResult result = make({"--from-fieldmap", measured});
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_LT(rms(), 1);
+  EXPECT_THAT(textOf(file("r.json")), HasSubstr("\"rad/s\""));
+}
+
+TEST_F(MeasuredFieldCommand, FaultsAreOneSentenceAndLeaveNothing) {
+  const std::string difference = phasediff();
+  const std::string head = magnitude();
+  EXPECT_THAT(refusal(make({"--from-phase", head})), HasSubstr("is a magnitude by its name"));
+  EXPECT_THAT(
+      refusal(make({"--from-phase", bare(head, "q.nii.gz"), "--echo-times", "0.01", "0.02"})),
+      HasSubstr("q.nii.gz runs from "));
+  EXPECT_THAT(refusal(make({"--from-phase", difference, "--magnitude", file("none.nii.gz")})),
+              HasSubstr("none.nii.gz"));
+  EXPECT_THAT(refusal(make({"--from-phase", difference, "--echo-times", "5", "15"})),
+              HasSubstr("may be in milliseconds"));
+  const std::string flat = changed(head, "flat.nii.gz", [](float) { return 0.0F; });
+  EXPECT_THAT(refusal(make({"--from-phase", difference, "--magnitude", flat})),
+              HasSubstr("shows no head"));
+  EXPECT_THAT(refusal(make({"--from-phase", difference}, "sub-1_phasediff.nii.gz")),
+              HasSubstr("sub-1_phasediff.nii.gz"));
+  EXPECT_THAT(refusal(make({"--from-phase", difference}, "r.txt")), HasSubstr("neither .nii nor"));
+}
+
+TEST_F(MeasuredFieldCommand, OptionsOfOtherSourcesAreNoUsage) {
+  EXPECT_EQ(make({"--from-phase", "p.nii", "--readout", "0.05"}).status, 2);
+  EXPECT_EQ(make({"--from-phase", "p.nii", "--from-fieldmap", "f.nii"}).status, 2);
+  EXPECT_EQ(make({"--from-map", "m.map", "--reference", "a.nii", "--echo-times", "1", "2"}).status,
+            2);
+  EXPECT_EQ(make({"--from-map", "m.map"}).status, 2);
+}
+
 }  // namespace
 
 }  // namespace mirel
