@@ -1,5 +1,7 @@
 #include "phase/echotimes.h"
 
+#include <cmath>
+
 #include "base/error.h"
 #include "base/numbertext.h"
 
@@ -8,6 +10,7 @@ namespace mirel {
 namespace {
 
 constexpr double shortest = 1e-4, longest = 0.3;
+constexpr double leastDifference = 1e-4;  // a field of 5000 Hz in half a turn
 constexpr Advice advice{Advice::Kind::giveEchoTimes};
 
 // `what` names the time and where it is from.
@@ -30,8 +33,15 @@ double timeOf(const PhaseFile& phase, const std::string& field) {
   return *seconds;
 }
 
+void refuseClose(const EchoTimes& times, const std::string& of) {
+  if (std::abs(times.difference()) >= leastDifference) return;
+  throw Error(of + " has the echo times " + text(times.first) + " s and " + text(times.second) +
+                  " s, between which no phase grows",
+              advice);
+}
+
 void refuseOrder(const EchoTimes& times, const std::string& of) {
-  if (times.second > times.first) return;
+  if (times.second > times.first) return refuseClose(times, of);
   throw Error(of + " has the echo times " + text(times.first) + " s and " + text(times.second) +
                   " s, of which the second is to be the later one",
               advice);
@@ -49,10 +59,7 @@ EchoTimes echoTimesOfDifference(const PhaseFile& phase) {
 EchoTimes echoTimesOf(const PhaseFile& first, const PhaseFile& second) {
   EchoTimes times{timeOf(first, "EchoTime"), timeOf(second, "EchoTime"), {}};
   times.source = first.sidecar->title() + ", " + second.sidecar->title();
-  if (times.difference() == 0)
-    throw Error(first.file + " and " + second.file + " have the same echo time, " +
-                    text(times.first) + " s",
-                advice);
+  refuseClose(times, times.source);
   return times;
 }
 

@@ -17,11 +17,11 @@ struct EchoTimes {
 /// Of a difference of phases: EchoTime1 and EchoTime2 of its sidecar.
 ///
 /// Errors  Error: no sidecar or no such fields; values that are no numbers of seconds between
-///         0.0001 and 0.3 (they may be in ms); EchoTime2 not after EchoTime1.
+///         0.0001 and 0.3 (they may be in ms); EchoTime2 not 0.0001 s after EchoTime1, or more.
 EchoTimes echoTimesOfDifference(const PhaseFile& phase);
 
 /// Of two phases: EchoTime of either sidecar. The second echo may be the earlier one.
-/// Errors  Error: as above; equal times.
+/// Errors  Error: as above; times less than 0.0001 s apart.
 EchoTimes echoTimesOf(const PhaseFile& first, const PhaseFile& second);
 
 /// Times that a user gave, of which the second is the later one. Errors as above.

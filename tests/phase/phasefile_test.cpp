@@ -91,7 +91,8 @@ TEST_F(PhaseFiles, EchoTimesOfTwoPhases) {
   };
   EXPECT_NEAR(times("0.005", "0.0075").difference(), 0.0025, 1e-12);
   EXPECT_NEAR(times("0.0075", "0.005").difference(), -0.0025, 1e-12);
-  EXPECT_THAT(failure([&] { times("0.005", "0.005"); }), HasSubstr("have the same echo time"));
+  EXPECT_THAT(failure([&] { times("0.005", "0.005"); }), HasSubstr("0.005 s and 0.005 s, between which no phase grows"));
+  EXPECT_THAT(failure([] { givenEchoTimes(0.005, 0.00505); }), HasSubstr("no phase grows"));
   EXPECT_THAT(failure([&] { times("5", "7.5"); }), HasSubstr("milliseconds"));
   EXPECT_THAT(failure([] { givenEchoTimes(0.01, 0.005); }), HasSubstr("the later one"));
 }
