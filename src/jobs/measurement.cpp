@@ -76,6 +76,7 @@ void addPhase(const PhaseFile& phase, Measurement& measurement, MeasuredFieldRun
   measurement.origin["Phases"].push_back(std::move(json));
   addFiles(measurement, phase.file, phase.sidecar);
   run.notes.emplace_back(phase.scaleNote());
+  if (phase.filled > 0) run.notes.emplace_back(phase.fillNote());
 }
 
 void addEchoTimes(const EchoTimes& times, Measurement& measurement, MeasuredFieldRun& run) {

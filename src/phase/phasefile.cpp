@@ -1,5 +1,11 @@
 #include "phase/phasefile.h"
 
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <limits>
+#include <vector>
+
 #include "base/error.h"
 #include "bids/inheritance.h"
 #include "bids/name.h"
@@ -31,7 +37,44 @@ std::optional<bids::Unit> statedUnit(const PhaseFile& phase) {
   return unit;
 }
 
+// The value that most voxels share, when that is more than one of 20.
+std::optional<float> fillOf(const Volume<float>& values) {
+  std::vector<float> sorted;
+  std::copy_if(values.data(), values.data() + values.size(), std::back_inserter(sorted),
+               [](float v) { return std::isfinite(v); });
+  std::sort(sorted.begin(), sorted.end());
+  std::optional<float> fill;
+  auto most = static_cast<std::ptrdiff_t>(values.size() / 20);
+  for (auto first = sorted.begin(); first != sorted.end();) {
+    const auto next = std::upper_bound(first, sorted.end(), *first);
+    if (next - first > most) {
+      most = next - first;
+      fill = *first;
+    }
+    first = next;
+  }
+  return fill;
+}
+
+int dropFill(const Volume<float>& values, Volume<float>& radians) {
+  const std::optional<float> fill = fillOf(values);
+  if (!fill) return 0;
+  int filled = 0;
+  for (int n = 0; n < values.size(); ++n)
+    if (values.data()[n] == *fill) {
+      radians.data()[n] = std::numeric_limits<float>::quiet_NaN();
+      ++filled;
+    }
+  return filled;
+}
+
 }  // namespace
+
+std::string PhaseFile::fillNote() const {
+  if (filled == 0) return {};
+  return std::to_string(filled) + " voxels of " + file +
+         " share one value, which counts as no phase";
+}
 
 std::string PhaseFile::scaleNote() const {
   return "the phases of " + file + " are taken to be " + scale.name + " (" + scale.sourceText() +
@@ -53,6 +96,7 @@ PhaseFile readPhaseFile(const std::string& fileName) {
   const Volume<float> values = image.readVolume(0);
   phase.scale = phaseScaleOf(values, phase.header, stated, fileName);
   phase.radians = radiansOf(values, phase.scale);
+  phase.filled = dropFill(values, phase.radians);
   return phase;
 }
 
@@ -64,6 +108,9 @@ Volume<float> phaseDifference(const PhaseFile& first, const PhaseFile& second) {
     difference.data()[n] =
         static_cast<float>(wrapped(static_cast<double>(second.radians.data()[n]) -
                                    static_cast<double>(first.radians.data()[n])));
+  if (std::all_of(difference.data(), difference.data() + difference.size(),
+                  [](float v) { return std::isnan(v) || v == 0.0F; }))
+    throw Error(second.file, "holds the same phases as " + first.file);
   return difference;
 }
 

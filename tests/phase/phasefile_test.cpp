@@ -52,6 +52,25 @@ TEST_F(PhaseFiles, TwoPhasesMakeTheirDifference) {
               HasSubstr("b_phase2.nii has another grid than "));
 }
 
+TEST_F(PhaseFiles, TheSamePhasesTwiceAreRefused) {
+  const PhaseFile first = readPhaseFile(phase("a_phase1.nii", 0.5));
+  EXPECT_EQ(first.filled, 0);
+  const PhaseFile second = readPhaseFile(phase("a_phase2.nii", 0.5));
+  EXPECT_THAT(failure([&] { phaseDifference(first, second); }),
+              HasSubstr("a_phase2.nii holds the same phases as "));
+}
+
+TEST_F(PhaseFiles, WhatWasMaskedHasNoPhase) {
+  nifti::Reader whole(phase("whole.nii", 0.5));
+  Volume<float> values = whole.readVolume(0);
+  for (int n = 2; n < values.size(); n += 3) values.data()[n] = 0;
+  writeImage(folder.file("m.nii"), whole.header(), [&](int) { return values; });
+  const PhaseFile masked = readPhaseFile(folder.file("m.nii"));
+  EXPECT_TRUE(std::isnan(masked.radians.data()[5]));
+  EXPECT_FALSE(std::isnan(masked.radians.data()[6]));
+  EXPECT_THAT(masked.fillNote(), HasSubstr("m.nii share one value, which counts as no phase"));
+}
+
 TEST_F(PhaseFiles, WhatIsNoPhaseIsRefused) {
   EXPECT_THAT(failure([&] { readPhaseFile(phase("sub-1_magnitude1.nii", 0.5)); }),
               HasSubstr("sub-1_magnitude1.nii is a magnitude by its name"));
@@ -91,7 +110,8 @@ TEST_F(PhaseFiles, EchoTimesOfTwoPhases) {
   };
   EXPECT_NEAR(times("0.005", "0.0075").difference(), 0.0025, 1e-12);
   EXPECT_NEAR(times("0.0075", "0.005").difference(), -0.0025, 1e-12);
-  EXPECT_THAT(failure([&] { times("0.005", "0.005"); }), HasSubstr("0.005 s and 0.005 s, between which no phase grows"));
+  EXPECT_THAT(failure([&] { times("0.005", "0.005"); }),
+              HasSubstr("0.005 s and 0.005 s, between which no phase grows"));
   EXPECT_THAT(failure([] { givenEchoTimes(0.005, 0.00505); }), HasSubstr("no phase grows"));
   EXPECT_THAT(failure([&] { times("5", "7.5"); }), HasSubstr("milliseconds"));
   EXPECT_THAT(failure([] { givenEchoTimes(0.01, 0.005); }), HasSubstr("the later one"));
