@@ -59,8 +59,7 @@ TEST(VariationOf, NoiseIsThatOfAReliabilityOfOne) {
 TEST(SmoothField, ASlopeStaysAsItIs) {
   const Volume<float> slope = filled(dims, ramp);
   const Volume<float> smooth = smoothField(slope, ones, ones, {1, 1}, voxelMm);
-  for (int n = 0; n < smooth.size(); ++n)
-    ASSERT_NEAR(smooth.data()[n], slope.data()[n], 0.5);
+  for (int n = 0; n < smooth.size(); ++n) ASSERT_NEAR(smooth.data()[n], slope.data()[n], 0.5);
 }
 
 TEST(SmoothField, NoiseGoesAndAHoleIsBridged) {
