@@ -61,6 +61,7 @@ Volume<float> readMagnitude(const MeasureFieldOptions& options, Measurement& mea
   if (image.header().volumes != 1)
     throw Error(file, "has " + std::to_string(image.header().volumes) +
                           " volumes: the magnitude of one echo has one");
+  voxelToVoxel(image.header().affine(), image.header().affine(), file);
   if (!coincide(gridOf(image.header()), gridOf(measurement.header)))
     throw Error(file, "has another grid than " + measurement.name);
   Volume<float> magnitude = image.readVolume(0);

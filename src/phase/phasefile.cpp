@@ -92,6 +92,7 @@ PhaseFile readPhaseFile(const std::string& fileName) {
   if (phase.header.volumes != 1)
     throw Error(fileName, "has " + std::to_string(phase.header.volumes) +
                               " volumes: a phase image of a field map has one");
+  voxelToVoxel(phase.header.affine(), phase.header.affine(), fileName);
   const std::optional<bids::Unit> stated = statedUnit(phase);
   const Volume<float> values = image.readVolume(0);
   phase.scale = phaseScaleOf(values, phase.header, stated, fileName);

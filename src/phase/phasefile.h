@@ -31,8 +31,9 @@ struct PhaseFile {
 /// without a phase are those that are not finite, and, where more than one of 20 voxels share one
 /// value, those: somebody masked them, and 0 may mean half a turn.
 ///
-/// Errors  Error: those of nifti::Reader, findSidecar and phaseScaleOf; several volumes; a
-///         magnitude, by its name or by the ImageType of its sidecar; units that are not known.
+/// Errors  Error: those of nifti::Reader, findSidecar and phaseScaleOf; several volumes; an
+///         orientation that is singular; a magnitude, by its name or by the ImageType of its
+///         sidecar; units that are not known.
 PhaseFile readPhaseFile(const std::string& fileName);
 
 /// The phase that `second` has beyond `first`, within half a turn of 0: the angle of the product of

@@ -78,6 +78,10 @@ TEST_F(PhaseFiles, WhatIsNoPhaseIsRefused) {
               HasSubstr("is a magnitude by the ImageType in "));
   EXPECT_THAT(failure([&] { withSidecar(R"({"Units": "furlongs"})"); }),
               HasSubstr("has the Units \"furlongs\""));
+  EXPECT_THAT(failure([&] {
+                readPhaseFile(phase("flat.nii", 0.5, {3, 3, 0}));
+              }),
+              HasSubstr("flat.nii has an orientation matrix that is singular"));
   writeImage(folder.file("s.nii"), headerOf(dims, affineOf(glm::dvec3(3)), 2),
              [](int t) { return smoothImage(dims, t); });
   EXPECT_THAT(failure([&] { readPhaseFile(folder.file("s.nii")); }), HasSubstr("has 2 volumes"));
