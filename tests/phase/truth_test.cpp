@@ -74,6 +74,17 @@ TEST_P(FieldTruth, VoidsAndSingularities) {
     compare(simulatePhase(head(), GetParam(), {10, true}, seed), "voids");
 }
 
+// The head is guessed from how well phases agree, and everything in it counts alike.
+TEST_P(FieldTruth, NoMagnitude) {
+  const SimulatedPhase phase = simulatePhase(head(), GetParam(), {10, false}, 1);
+  const MeasuredField field = fieldOfPhase(phase.difference, {}, voxelMm, phase.seconds, "p");
+  const FieldError error = errorOf(field.hz, phase);
+  std::cout << "no magnitude: " << error.wrongTurns << " voxels off by a turn, rms " << error.rms
+            << " Hz\n";
+  EXPECT_EQ(error.wrongTurns, 0);
+  EXPECT_LT(error.rms, 0.5 * field.noiseHz);
+}
+
 INSTANTIATE_TEST_SUITE_P(EchoDifferences, FieldTruth, testing::Values(0.00246, 0.007));
 
 }  // namespace
