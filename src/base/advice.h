@@ -24,6 +24,7 @@ struct Advice {
     seeMapDirection,     ///< the same, where what was taken may be right
     applyAsField,        ///< a field was given as a displacement map
     fieldFromPhase,      ///< make a field of a phase image first
+    giveEchoTimes,       ///< the two echo times of a phase
   };
   /// Which image it is about: the only one, one or both of a pair, or a series beside a pair.
   enum class Of { image, first, second, both, series };

@@ -62,10 +62,10 @@ std::string withAdvice(const std::string& sentence, const Advice& advice) {
       return sentence + " (--vdm-pe says for which direction it is)";
     case Advice::Kind::applyAsField:
       return sentence + "; apply it with --field";
+    case Advice::Kind::giveEchoTimes:
+      return sentence + "; give both in seconds with --echo-times";
     case Advice::Kind::fieldFromPhase:
-      return sentence +
-             "; make a field of it first, for example with fsl_prepare_fieldmap, and give that "
-             "with --units rad/s";
+      return sentence + "; make a field of it first ('mirel field --from-phase')";
   }
   return sentence;
 }

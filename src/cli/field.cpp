@@ -17,6 +17,7 @@
 #include "host/session.h"
 #include "jobs/distortionfile.h"
 #include "jobs/mapseries.h"
+#include "jobs/measurefield.h"
 #include "nifti/filename.h"
 #include "nifti/finite.h"
 #include "nifti/image.h"
@@ -26,17 +27,25 @@ namespace mirel {
 namespace {
 
 constexpr const char* description =
-    "Turn a displacement map into a field in Hz, or a field into a map.\n"
+    "Turn a displacement map into a field in Hz, or a field into a map; or make a field in Hz of\n"
+    "what a scanner measured: phases of gradient echoes, or a field in Hz, rad/s or T.\n"
     "\n"
     "The field f belongs to the head, the map d (shifts in voxels) to one acquisition of it:\n"
     "d = f T for phase encoding along i, j or k, d = -f T along i-, j- or k-, with the total\n"
     "readout time T. Direction and readout time are those of the map's image: from the sidecar\n"
-    "(.json) of the reference, or from options. Prints the name of the file written.\n";
+    "(.json) of the reference, or from options.\n"
+    "\n"
+    "A measured field is unwrapped, smoothed as far as its noise reaches, continued beyond the\n"
+    "head, and written with a sidecar of the same name. Prints the names of the files written.\n";
 
 struct Options {
   std::string mapFile, fieldFile, reference, output;
   std::optional<bids::Unit> unit;
   bids::GivenAcquisition given;
+  MeasureFieldOptions measured;
+  std::vector<double> echoTimes;
+
+  bool isMeasured() const { return !measured.phaseFiles.empty() || !measured.fieldFile.empty(); }
 };
 
 /// Direction and readout time of the reference: options first, then its sidecars. A project has
@@ -60,9 +69,11 @@ bids::Acquisition acquisitionOf(const Options& options, const nifti::Header& hea
   return acquisition;
 }
 
-void tell(const DistortionFile& file) {
-  for (const Remark& note : file.notes) std::cerr << "Note: " << sentenceOf(note) << "\n";
-  for (const Remark& warning : file.warnings) hostSession().console.warn(sentenceOf(warning));
+// Of a DistortionFile or a MeasuredFieldRun.
+template <class Told>
+void tell(const Told& told) {
+  for (const Remark& note : told.notes) std::cerr << "Note: " << sentenceOf(note) << "\n";
+  for (const Remark& warning : told.warnings) hostSession().console.warn(sentenceOf(warning));
 }
 
 void mapToField(const Options& options, const nifti::Header& header) {
@@ -102,8 +113,21 @@ void fieldToMap(const Options& options, const nifti::Header& header) {
   writeMapFile(options.output, map);
 }
 
+int runMeasured(const Options& options) {
+  MeasureFieldOptions job = options.measured;
+  job.output = options.output;
+  job.unit = options.unit;
+  job.version = MIREL_VERSION;
+  if (!options.echoTimes.empty()) job.echoSeconds = {options.echoTimes[0], options.echoTimes[1]};
+  const MeasuredFieldRun run = measureField(job);
+  tell(run);
+  for (const std::string& output : run.outputs) std::cout << output << "\n";
+  return exitSuccess;
+}
+
 int runField(const Options& options) {
   const EndBySignal end({options.output});
+  if (options.isMeasured()) return runMeasured(options);
   const std::string& in = options.mapFile.empty() ? options.fieldFile : options.mapFile;
   for (const std::string& input : {in, options.reference}) refuseOverwrite(options.output, input);
   std::vector<std::string> notes;
@@ -117,41 +141,105 @@ int runField(const Options& options) {
   return exitSuccess;
 }
 
+struct SourceOptions {
+  Option *fromMap, *toMap, *fromPhase, *fromField;
+
+  std::vector<Option*> given() const {
+    std::vector<Option*> all;
+    for (Option* option : {fromMap, toMap, fromPhase, fromField})
+      if (option->count() > 0) all.push_back(option);
+    return all;
+  }
+  bool isMeasured() const { return fromPhase->count() + fromField->count() > 0; }
+};
+
+SourceOptions addSources(Command* command, Options& options) {
+  return {
+      command
+          ->add_option("--from-map", options.mapFile,
+                       "The map to turn into a field: a .map, or a NIfTI image (shifts in voxels)")
+          ->type_name("A_vdm.map"),
+      command
+          ->add_option("--to-map", options.fieldFile,
+                       "The field to turn into a map on the reference's grid")
+          ->type_name("FIELD"),
+      command
+          ->add_option(
+              "--from-phase", options.measured.phaseFiles,
+              "The phase to make a field of: the difference of two echoes (phasediff), or\n"
+              "the phases of both (phase1 phase2)")
+          ->type_name("PHASE")
+          ->expected(1, 2),
+      command
+          ->add_option(
+              "--from-fieldmap", options.measured.fieldFile,
+              "The measured field to clean, smooth and continue, in Hz, rad/s or T as its\n"
+              "sidecar says (Units)")
+          ->type_name("FIELD"),
+  };
+}
+
+// Those that only a measured field has, and those that only a map has.
+std::vector<Option*> addMeasuredOptions(Command* command, Options& options) {
+  return {
+      command
+          ->add_option("--magnitude", options.measured.magnitudeFile,
+                       "Of the phase or measured field: its magnitude (default: magnitude1 or\n"
+                       "magnitude beside it, by the names of BIDS)")
+          ->type_name("IMAGE"),
+      command
+          ->add_option("--echo-times", options.echoTimes,
+                       "Of the phase: both echo times in s (default: EchoTime1 and EchoTime2 of\n"
+                       "its sidecar, EchoTime of both phases)")
+          ->type_name("S")
+          ->expected(2),
+  };
+}
+
+std::vector<Option*> addMapOptions(Command* command, Options& options) {
+  return {
+      command
+          ->add_option("--reference", options.reference,
+                       "Of a map: the image (or project) that it belongs to")
+          ->type_name("A"),
+      addDirectionOption(
+          command, "--pe", options.given.direction,
+          "Its phase-encoding direction: i, i-, j, j-, k or k- (default: its sidecar's)"),
+      addReadoutOption(command, "--readout", options.given.readoutSeconds,
+                       "Its total readout time in s (default: its sidecar's)"),
+  };
+}
+
+void refuseGiven(const std::vector<Option*>& options, const Option* source) {
+  for (const Option* option : options)
+    if (option->count() > 0) refuseTogether(source->get_name(), option->get_name());
+}
+
 }  // namespace
 
 void addFieldCommand(Command& app, Program& program) {
   Command* command = app.add_subcommand("field", description);
   const auto options = std::make_shared<Options>();
-  Option* fromMap =
-      command
-          ->add_option("--from-map", options->mapFile,
-                       "The map to turn into a field: a .map, or a NIfTI image (shifts in voxels)")
-          ->type_name("A_vdm.map");
-  Option* toMap = command
-                      ->add_option("--to-map", options->fieldFile,
-                                   "The field to turn into a map on the reference's grid")
-                      ->type_name("FIELD")
-                      ->excludes(fromMap);
-  command
-      ->add_option("--reference", options->reference,
-                   "The image (or project) that the map belongs to")
-      ->type_name("A")
-      ->required();
-  addDirectionOption(
-      command, "--pe", options->given.direction,
-      "Its phase-encoding direction: i, i-, j, j-, k or k- (default: its sidecar's)");
-  addReadoutOption(command, "--readout", options->given.readoutSeconds,
-                   "Its total readout time in s (default: its sidecar's)");
-  addUnitOption(command, options->unit,
-                "What the values of the field or the NIfTI map are (default: the Units of its\n"
-                "sidecar, else Hz and voxels)");
+  const SourceOptions sources = addSources(command, *options);
+  const std::vector<Option*> ofMaps = addMapOptions(command, *options);
+  const std::vector<Option*> ofMeasured = addMeasuredOptions(command, *options);
+  Option* unit =
+      addUnitOption(command, options->unit,
+                    "What the values of the field or the NIfTI map are (default: the Units of its\n"
+                    "sidecar, else Hz and voxels)");
   command
       ->add_option("-o,--output", options->output,
                    "The field (.nii, .nii.gz) or map (.map) to write; an older one is replaced")
       ->type_name("FILE")
       ->required();
-  command->callback([options, fromMap, toMap, &program] {
-    if (fromMap->count() == 0 && toMap->count() == 0) refuseMissing("--from-map or --to-map");
+  command->callback([options, sources, ofMaps, ofMeasured, unit, &program] {
+    const std::vector<Option*> given = sources.given();
+    if (given.empty()) refuseMissing("--from-phase, --from-fieldmap, --from-map or --to-map");
+    if (given.size() > 1) refuseTogether(given[0]->get_name(), given[1]->get_name());
+    refuseGiven(sources.isMeasured() ? ofMaps : ofMeasured, given[0]);
+    if (sources.fromPhase->count() > 0) refuseGiven({unit}, given[0]);
+    if (sources.fromField->count() > 0) refuseGiven({ofMeasured[1]}, given[0]);
+    if (!sources.isMeasured() && ofMaps[0]->count() == 0) refuseMissing("--reference");
     program.action = [options] { return runField(*options); };
   });
 }

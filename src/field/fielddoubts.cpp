@@ -5,6 +5,7 @@
 #include <set>
 
 #include "base/numbertext.h"
+#include "field/phaserange.h"
 #include "numerics/statistics.h"
 
 namespace mirel {
@@ -16,22 +17,6 @@ namespace {
 constexpr double impossibleHz = 1000;
 constexpr double idleHz = 0.01;
 constexpr std::size_t fewValues = 16;
-
-struct PhaseRange {
-  double lowest, highest;  ///< what a phase can be
-  double slack;            ///< so near to both ends it comes in a whole image
-};
-constexpr PhaseRange phaseRanges[] = {
-    {0, 4096, 64},     {-4096, 4096, 64},       {-2048, 2048, 64},
-    {-3142, 3142, 50}, {-3.1417, 3.1417, 0.05}, {0, 6.2833, 0.05},
-};
-
-bool isPhase(double least, double greatest) {
-  return std::any_of(std::begin(phaseRanges), std::end(phaseRanges), [&](const PhaseRange& range) {
-    return least >= range.lowest && least <= range.lowest + range.slack &&
-           greatest <= range.highest && greatest >= range.highest - range.slack;
-  });
-}
 
 // Of more than a few different values, as a field has them; a test image has one.
 bool isWhole(const Volume<float>& values) {
@@ -56,7 +41,7 @@ double medianOfRest(const Volume<float>& values) {
 std::vector<std::string> doubtsAbout(const Volume<float>& raw, double hertzPerUnit, bool isStated) {
   std::vector<std::string> doubts;
   const double least = static_cast<double>(raw.min()), greatest = static_cast<double>(raw.max());
-  if (isPhase(least, greatest))
+  if (filledPhaseRange(least, greatest) != nullptr)
     doubts.push_back("runs from " + text(least) + " to " + text(greatest) +
                      ", which is the range of raw phase images rather than of a field");
   else if (!isStated && isWhole(raw))

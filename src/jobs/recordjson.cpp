@@ -14,26 +14,11 @@ Json readoutJson(const bids::Readout& readout) {
   return json;
 }
 
-void addSidecars(Json& json, const std::vector<FileStamp>& files) {
-  if (files.empty()) return;
-  std::vector<std::string> names, sums;
-  for (const FileStamp& file : files) {
-    names.push_back(file.fileName());
-    sums.push_back(sha256Of(file));
-  }
-  json["Sidecar"] = oneOrList(names);
-  json["SidecarSHA256"] = oneOrList(sums);
-}
-
 void addAcquisition(Json& json, const bids::Acquisition& acquisition) {
   json["PhaseEncodingDirection"] = nameOf(acquisition.direction->value);
   json["PhaseEncodingDirectionSource"] = acquisition.direction->sourceText();
   if (acquisition.readout) json["TotalReadoutTime"] = readoutJson(*acquisition.readout);
   addSidecars(json, acquisition.sidecarStamps());
-}
-
-Json fileJson(const FileStamp& file) {
-  return {{"File", file.fileName()}, {"SHA256", sha256Of(file)}};
 }
 
 Json imageJson(const ImageDescription& image) {
@@ -245,6 +230,21 @@ Json seriesSummary(const SeriesRecord& series) {
 }
 
 }  // namespace
+
+void addSidecars(Json& json, const std::vector<FileStamp>& files) {
+  if (files.empty()) return;
+  std::vector<std::string> names, sums;
+  for (const FileStamp& file : files) {
+    names.push_back(file.fileName());
+    sums.push_back(sha256Of(file));
+  }
+  json["Sidecar"] = oneOrList(names);
+  json["SidecarSHA256"] = oneOrList(sums);
+}
+
+Json fileJson(const FileStamp& file) {
+  return {{"File", file.fileName()}, {"SHA256", sha256Of(file)}};
+}
 
 Json oneOrList(const std::vector<std::string>& names) {
   return names.size() == 1 ? Json(names.front()) : Json(names);

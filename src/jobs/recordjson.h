@@ -12,6 +12,12 @@ namespace mirel {
 /// A name by itself, several as a list.
 Json oneOrList(const std::vector<std::string>& names);
 
+/// A file that was read, with its SHA-256 checksum. Errors: those of sha256Of.
+Json fileJson(const FileStamp& file);
+
+/// Adds the sidecars of a file and their checksums; nothing without any.
+void addSidecars(Json& json, const std::vector<FileStamp>& files);
+
 /// What every output of a run says about where it comes from: the program and its version, the
 /// inputs with their SHA-256 checksums and acquisition, and the options. Reads the inputs' files.
 Json originOf(const RunRecord& run);

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "base/advice.h"
+#include "bids/units.h"
+
+namespace mirel {
+
+struct MeasureFieldOptions {
+  /// The difference of two phases, or the phases of two echoes; else empty.
+  std::vector<std::string> phaseFiles;
+  std::string fieldFile;           ///< in their place: a field in Hz, rad/s or T
+  std::optional<bids::Unit> unit;  ///< of that; nothing: readDistortionFile says
+  /// On the same grid; empty: sub-1_magnitude1 or sub-1_magnitude beside sub-1_phasediff, say.
+  std::string magnitudeFile;
+  std::optional<std::pair<double, double>> echoSeconds;  ///< nothing: the sidecars' echo times
+  std::string output;   ///< .nii or .nii.gz; its sidecar gets the same name
+  std::string version;  ///< of the program, for the record
+};
+
+/// What `measureField` wrote and has to say.
+struct MeasuredFieldRun {
+  std::vector<std::string> outputs;
+  std::vector<Remark> notes, warnings;
+};
+
+/// The job of `mirel field` on what a scanner measured: a field in Hz on the grid of the phase (or
+/// field) image, unwrapped, smoothed and continued beyond the head (fieldOfPhase, fieldOfHertz),
+/// and a sidecar with Units and where it comes from. Both files or none; older ones are replaced.
+///
+/// Errors  one sentence with the file and the fault, before anything is written: those of
+///         readPhaseFile, echoTimesOf, readDistortionFile, nifti::Reader and fieldOfPhase; the
+///         phase of one echo alone; a magnitude of another grid or of several volumes; an output
+///         that is no NIfTI or would overwrite an input.
+MeasuredFieldRun measureField(const MeasureFieldOptions& options);
+
+}  // namespace mirel

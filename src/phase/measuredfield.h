@@ -1,0 +1,38 @@
+#pragma once
+
+#include <glm/vec3.hpp>
+#include <string>
+
+#include "containers/volume.h"
+
+namespace mirel {
+
+/// A field in Hz made of a measured one, over the whole grid.
+struct MeasuredField {
+  Volume<float> hz;
+  Volume<float> head;   ///< 1 in the head
+  int voxels = 0;       ///< whose measurement was used
+  int outliers = 0;     ///< measurements in the head's signal that were left out
+  int regions = 1;      ///< of the unwrapped phase, brought to the same turns
+  double noiseHz = 0;   ///< of a voxel of usual signal, before smoothing
+  double medianHz = 0;  ///< in the head
+};
+
+/// The field of a phase that grew within `seconds` (which may be negative): unwrapped (unwrap),
+/// in Hz, without outliers, smoothed (smoothField) and continued (continuedHarmonically).
+///
+/// Outliers are voxels that differ from the median of their neighbours in the head (26 of them) by
+/// more than five times their noise and a tenth of a turn.
+///
+/// Shapes   magnitude: that of the phase; empty where there is none (headOfPhase)
+/// NaN      a voxel without a phase is as one without signal
+/// Errors   Error, naming `name`, when no head is found.
+MeasuredField fieldOfPhase(const Volume<float>& radians, const Volume<float>& magnitude,
+                           glm::dvec3 voxelMm, double seconds, const std::string& name);
+
+/// The same of values that are in Hz already and not wrapped. Without a magnitude the head is where
+/// they are not 0; outliers are beyond five times their noise and 10 Hz.
+MeasuredField fieldOfHertz(const Volume<float>& hz, const Volume<float>& magnitude,
+                           glm::dvec3 voxelMm, const std::string& name);
+
+}  // namespace mirel
