@@ -15,20 +15,26 @@
     return new Uint8Array(await new Response(plain).arrayBuffer());
   };
 
-  // Of an image of the page (packedimage.h): differences of samples, byte by byte.
+  // Of an image of the page (packedimage.h): differences of samples to what those before them let
+  // expect, byte by byte.
   const headerBytes = 352;
   const niftiFile = (bytes) => {
-    const file = bytes.slice();
-    const size = new DataView(file.buffer).getInt16(72, true) / 8;
-    const count = (bytes.length - headerBytes) / size;
-    const samples = new (size === 2 ? Uint16Array : Uint32Array)(file.buffer, headerBytes, count);
-    let sample = 0;
-    for (let n = 0; n < count; ++n) {
-      let stored = 0;
-      for (let b = 0; b < size; ++b) stored |= bytes[headerBytes + b * count + n] << (8 * b);
-      sample = (sample + ((stored >>> 1) ^ -(stored & 1))) | 0;
-      samples[n] = sample;
-    }
+    const file = bytes.slice(), header = new DataView(file.buffer);
+    const size = header.getInt16(72, true) / 8;
+    const [columns, rows, slices] = [42, 44, 46].map((at) => header.getInt16(at, true));
+    const plane = columns * rows, count = plane * slices;
+    const samples = new (size === 2 ? Int16Array : Int32Array)(file.buffer, headerBytes, count);
+    for (let z = 0, n = 0; z < slices; ++z)
+      for (let y = 0; y < rows; ++y)
+        for (let x = 0; x < columns; ++x, ++n) {
+          const before = (i, j, k) =>
+            x < i || y < j || z < k ? 0 : samples[n - i - j * columns - k * plane];
+          const sum = 2 * (before(1, 0, 0) + before(0, 1, 0) + before(0, 0, 1)) -
+                      before(1, 1, 0) - before(1, 0, 1) - before(0, 1, 1);
+          let stored = 0;
+          for (let b = 0; b < size; ++b) stored |= bytes[headerBytes + b * count + n] << (8 * b);
+          samples[n] = Math.floor((sum + 1) / 3) + ((stored >>> 1) ^ -(stored & 1));
+        }
     return file.buffer;
   };
   const valuesOf = (file) => {
