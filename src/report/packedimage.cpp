@@ -101,11 +101,12 @@ void addPlanes(const Bytes& samples, glm::ivec3 dims, Bytes& planes) {
 
 }  // namespace
 
-double stepOf(const Volume<float>& image, double range, int steps) {
+Steps stepsOf(const Volume<float>& image, double range, int steps) {
   const double step = std::exp2(std::floor(std::log2(range / steps)));
+  if (step > 1) return {step, false};
   const auto count = static_cast<std::size_t>(image.size());
   const bool integers = allRepresentable(nifti::DataType::int32, image.data(), count);
-  return integers ? std::min(step, 1.0) : step;
+  return integers ? Steps{1, true} : Steps{step, false};
 }
 
 std::string packedImage(const Volume<float>& image, const Grid& grid, double step) {

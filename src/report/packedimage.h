@@ -8,10 +8,15 @@
 /// Images inside the page, for its viewer.
 namespace mirel::report {
 
-/// How finely the values of an image are told: the largest power of two that is not above `range`
-/// divided by `steps`; 1 where that is above 1 and all values are integers: these stay what they
-/// are. `range` is positive and finite.
-double stepOf(const Volume<float>& image, double range, int steps);
+/// How finely the values of an image are told.
+struct Steps {
+  double size = 1;
+  bool exact = false;  ///< all values are integers, and multiples of the step
+};
+
+/// Steps of the largest power of two that is not above `range` divided by `steps`; of 1 where that
+/// is below 1 and all values are integers. `range` is positive and finite.
+Steps stepsOf(const Volume<float>& image, double range, int steps);
 
 /// An image in Base64, as viewer.js reads it: a gzip stream of
 ///

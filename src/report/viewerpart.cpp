@@ -28,7 +28,7 @@ void ViewerPart::addImage(const std::string& name, const Volume<float>& image,
                           const picture::Window& window) {
   const std::string id = "viewer-image-" + std::to_string(images.size());
   const double range = static_cast<double>(window.high) - window.low;
-  addBlock(id, packedImage(image, grid, stepOf(image, range, greySteps)));
+  addBlock(id, packedImage(image, grid, stepsOf(image, range, greySteps).size));
   images.push_back({name, id, window});
 }
 
@@ -40,7 +40,8 @@ void ViewerPart::addMean(const std::string& name, std::size_t first, std::size_t
 void ViewerPart::setField(const ShownField& shown, const std::string& note) {
   const ColouredField coloured = colouredField(shown);
   addBlock("viewer-field",
-           packedImage(coloured.map, grid, stepOf(coloured.map, 2.0 * coloured.limit, fieldSteps)));
+           packedImage(coloured.map, grid,
+                       stepsOf(coloured.map, 2.0 * coloured.limit, fieldSteps).size));
   addBlock("viewer-measured", packedImage(shown.measured, grid, 1));
   field = {{"note", note},
            {"unit", coloured.unit},

@@ -74,9 +74,19 @@ struct Unpacked {
   }
 };
 
+TEST(PackedImage, HasStepsOfPowersOfTwoAndOfOneForIntegers) {
+  const Volume<float> integers = imageOf(1), others = imageOf(0.77F);
+  EXPECT_EQ(stepsOf(integers, 1000, 250).size, 4);
+  EXPECT_FALSE(stepsOf(integers, 1000, 250).exact);
+  EXPECT_EQ(stepsOf(integers, 100, 250).size, 1);
+  EXPECT_TRUE(stepsOf(integers, 100, 250).exact);
+  EXPECT_EQ(stepsOf(others, 100, 250).size, 0.25);
+  EXPECT_FALSE(stepsOf(others, 100, 250).exact);
+}
+
 TEST(PackedImage, HoldsIntegersAsTheyAre) {
   const Volume<float> image = imageOf(70, -400);
-  const Unpacked unpacked(packedImage(image, grid, stepOf(image, 8000, 1000)));
+  const Unpacked unpacked(packedImage(image, grid, stepsOf(image, 8000, 10000).size));
   EXPECT_EQ(unpacked.header.dims, grid.dims);
   EXPECT_EQ(unpacked.header.affine(), grid.affine);
   ASSERT_EQ(unpacked.values.size(), 60U);
@@ -86,7 +96,7 @@ TEST(PackedImage, HoldsIntegersAsTheyAre) {
 
 TEST(PackedImage, RoundsOthersToTheNearestStep) {
   const Volume<float> image = imageOf(0.77F, -9.3F);
-  const double step = stepOf(image, 20, 1000);
+  const double step = stepsOf(image, 20, 1000).size;
   EXPECT_EQ(step, 1.0 / 64);
   const Unpacked unpacked(packedImage(image, grid, step));
   EXPECT_EQ(unpacked.header.type, nifti::DataType::int16);
@@ -98,7 +108,7 @@ TEST(PackedImage, KeepsAllBitsOfWhatNoIntegerReaches) {
   Volume<float> image = imageOf(0.77F);
   image.data()[7] = 1e6F;
   image.data()[8] = -std::numeric_limits<float>::infinity();
-  const Unpacked unpacked(packedImage(image, grid, stepOf(imageOf(0.77F), 20, 1000)));
+  const Unpacked unpacked(packedImage(image, grid, stepsOf(imageOf(0.77F), 20, 1000).size));
   EXPECT_EQ(unpacked.header.type, nifti::DataType::float32);
   for (int n = 0; n < image.size(); ++n)
     EXPECT_EQ(unpacked.values[static_cast<std::size_t>(n)], image.data()[n]) << n;
