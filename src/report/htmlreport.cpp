@@ -67,11 +67,11 @@ void addPair(ViewerPart& viewer, const PairInput& pair, const PairEstimate& esti
              const ShownField& field) {
   const auto windowA = picture::robustWindow(estimate.correctedA),
              windowB = picture::robustWindow(estimate.correctedB);
-  viewer.addImage("First", pair.a.image, windowA);
-  viewer.addImage("Second", pair.b.image, windowB);
-  viewer.addImage("First, corrected", estimate.correctedA, windowA);
-  viewer.addImage("Second, corrected", estimate.correctedB, windowB);
-  viewer.addMean("Mean, corrected", 2, 3, picture::robustWindow(estimate.mean));
+  viewer.addImage({"First", pair.a.image, windowA});
+  viewer.addImage({"Second", pair.b.image, windowB});
+  viewer.addWithMean({"First, corrected", estimate.correctedA, windowA},
+                     {"Second, corrected", estimate.correctedB, windowB}, "Mean, corrected",
+                     picture::robustWindow(estimate.mean));
   const auto told = [](const InputImage& image) {
     return shortName(image.title()) + " (" + nameOf(image.direction()) + ")";
   };
@@ -164,8 +164,8 @@ void HtmlReport::showSeries(const SeriesImages& series) {
     content->addField(views, field);
     if (ViewerPart* viewer = content->viewerOf(grid, series.shift)) {
       const auto window = picture::robustWindow(series.meanAfter);
-      viewer->addImage("As it came", series.meanBefore, window);
-      viewer->addImage("Corrected", series.meanAfter, window);
+      viewer->addImage({"As it came", series.meanBefore, window});
+      viewer->addImage({"Corrected", series.meanAfter, window});
       viewer->setField(field, "The mean of " + name + ".");
     }
   }

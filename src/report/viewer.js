@@ -5,7 +5,7 @@
   const canvas = part('canvas'), radios = [...section.querySelectorAll('input[type="radio"]')];
   const sliders = ['sagittal', 'coronal', 'axial'].map(part), opacity = part('opacity');
   const { unit, perVoxel, mm, limit, start, oriented } = section.dataset;
-  let view, field, place = [0, 0, 0];
+  let view, field, shown, place = [0, 0, 0];
 
   // Images and library are gzip data in Base64.
   const inflated = async (id) => {
@@ -59,7 +59,7 @@
   const weight = (value, measured) =>
     0.85 * Math.min(1, Math.abs(value / limit)) ** 0.6 * (measured ? 1 : 0.25);
 
-  const files = new Map(), images = new Map(), means = new Map();
+  const files = new Map(), images = new Map();
   const fileOf = async (id) => {
     if (!files.has(id)) {
       const [first, second, weights] = id.split(' ');
@@ -73,24 +73,31 @@
     if (!images.has(id)) {
       const file = (await fileOf(id)).slice(0);
       const image = await niivue.NVImage.new(file, `${id}.nii`, colours, 1, null, low, high);
-      Object.assign(image, { cal_min: low, cal_max: high });
-      images.set(id, image);
-      const [first, second, weights] = id.split(' ');
-      if (second && !weights) means.set(image, await imageOf(first, colours, low, high));
+      images.set(id, Object.assign(image, { cal_min: low, cal_max: high }));
     }
     return images.get(id);
   };
+  // Of one of the choices; its parts, for their values, where it is a mean.
+  const greyOf = ({ value, dataset }) => imageOf(value, 'gray', +dataset.low, +dataset.high);
+  const partsOf = (radio) =>
+    radio.value.split(' ').map((id) => radios.find((each) => each.value === id));
 
-  // Numbers with as many decimals as the stored steps bear (without steps six digits), and a true
-  // minus sign.
+  // With a true minus sign; `half` is how far off the number may be.
   const text = (value, decimals) =>
-    (decimals === null ? String(Number(value.toPrecision(6))) : value.toFixed(decimals))
-        .replace(/^-(0\.?0*)$/, '$1').replace('-', '\u2212');
-  const decimalsOf = (image) => {
-    const part = means.get(image) ?? image;
-    if (part.hdr.datatypeCode === 16) return null;
-    if (part !== image) return 1 + decimalsOf(part);
-    return Math.max(0, Math.ceil(-Math.log10(image.hdr.scl_slope)));
+    value.toFixed(decimals).replace(/^-(0\.?0*)$/, '$1').replace('-', '\u2212');
+  const decimalsOf = (half) => Math.max(0, Math.ceil(-Math.log10(half)));
+  const near = (value, half) =>
+    half ? `${text(value, decimalsOf(half))} \u00b1 ${Number(half.toPrecision(1))}`
+         : String(Number(value.toPrecision(6))).replace('-', '\u2212');
+  const sum = (numbers) => numbers.reduce((all, one) => all + one);
+  const valueText = (voxel) => {
+    const parts = partsOf(shown).map(({ dataset, value }) => ({
+      low: +dataset.low, half: +dataset.half, black: +dataset.black,
+      value: images.get(value).getValue(...voxel) }));
+    const mean = (key) => sum(parts.map((part) => part[key])) / parts.length;
+    if (parts.every(({ value, black }) => Math.abs(value - black) <= 1e-6 * Math.abs(black)))
+      return `below ${text(mean('low'), decimalsOf(mean('half') || 1))}`;
+    return near(mean('value'), mean('half'));
   };
 
   const sides = () => view.volumes[0].dimsRAS.slice(1, 4);
@@ -107,9 +114,9 @@
   const tell = (voxel) => {
     const image = view.volumes[0], counted = inFile(voxel);
     part('voxel').value = counted.join(', ');
-    part('value').value = text(image.getValue(...voxel), decimalsOf(image));
+    part('value').value = valueText(voxel);
     const strength = field.getValue(...voxel), displacement = strength / perVoxel;
-    if (unit === 'Hz') part('field').value = `${text(strength, decimalsOf(field))} Hz`;
+    if (unit === 'Hz') part('field').value = `${text(strength, decimalsOf(field.hdr.scl_slope))} Hz`;
     part('displacement').value =
         `${text(displacement, 2)} voxels, ${text(displacement * mm, 2)} mm`;
     if (oriented) {
@@ -128,14 +135,19 @@
     tell(place);
   };
 
+  const load = async (radio) => {
+    for (const part of partsOf(radio)) await greyOf(part);
+    return greyOf(radio);
+  };
   const show = async (radio) => {
-    const { low, high } = radio.dataset;
-    const image = await imageOf(radio.value, 'gray', +low, +high);
+    const image = await load(radio);
     if (!radio.checked) return;
+    shown = radio;
     view.volumes = [image, ...view.volumes.slice(1)];
     view.setVolume(image, 0);
     move(place);
     section.dataset.shown = radio.value;
+    section.dataset.window = `${image.cal_min} ${image.cal_max}`;
   };
   const fade = () => {
     opacity.nextElementSibling.value = `${opacity.value} %`;
@@ -196,8 +208,8 @@
     view.addColormap('displacement',
         { R: [33, 255, 178], G: [70, 255, 24], B: [160, 255, 43], A: [255, 255, 255],
           I: [0, 128, 255] });
-    const shown = radios.find((radio) => radio.checked);
-    view.addVolume(await imageOf(shown.value, 'gray', +shown.dataset.low, +shown.dataset.high));
+    shown = radios.find((radio) => radio.checked);
+    view.addVolume(await load(shown));
     field = await imageOf('viewer-field', 'displacement', -limit, +limit);
     view.addVolume(field);
     const weights = await imageOf('viewer-field viewer-measured weights', 'gray', 0, 1);
