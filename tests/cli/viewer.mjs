@@ -11,7 +11,7 @@ try {
   await value(`document.getElementById('viewer').scrollIntoView()`);
   const state = `document.getElementById('viewer').dataset.state`;
   await until('viewer', () => value(`${state} !== undefined`));
-  const said = { state: await value(state), reads: [] };
+  const said = { state: await value(state), reads: [], windows: [] };
 
   const part = (name) => `document.querySelector('[data-part="${name}"]')`;
   const read = async (how) => said.reads.push({
@@ -46,6 +46,9 @@ try {
       await value(`${radio}.click()`);
       await until('image', () => value(`document.getElementById('viewer').dataset.shown === ${radio}.value`));
       await read('chosen');
+      said.windows.push(JSON.parse(await value(`JSON.stringify([
+          document.getElementById('viewer').dataset.window,
+          ${radio}.dataset.low + ' ' + ${radio}.dataset.high])`)));
     }
     await value(`${part('canvas')}.focus()`);
     for (const key of ['ArrowLeft', 'ArrowLeft', 'ArrowUp', 'PageUp']) await press(key);
@@ -71,6 +74,12 @@ try {
     await tell('Input.dispatchTouchEvent', { type: 'touchEnd', touchPoints: [] });
     await tell('Emulation.setTouchEmulationEnabled', { enabled: false });
     await read('touch');
+    for (const name of ['sagittal', 'coronal', 'axial'])
+      await value(`${part(name)}.value = 0, ${part(name)}.dispatchEvent(new Event('input'))`);
+    await read('corner');
+    await value(`document.querySelector('#viewer input[type="radio"]').click()`);
+    await until('image', () => value(`document.getElementById('viewer').dataset.shown === 'viewer-image-0'`));
+    await read('corner');
     const coloured = await picture();
     await value(`${part('opacity')}.value = 0, ${part('opacity')}.dispatchEvent(new Event('input'))`);
     said.colours = coloured !== await picture();
