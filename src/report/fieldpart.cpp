@@ -65,8 +65,8 @@ Json fieldPart(const Views& views, const ShownField& field) {
                {"least", numberText(-limit) + " " + unit},
                {"most", numberText(limit) + " " + unit},
                {"scale", scaleOf(field, limit / factor)}};
-  part["views"] =
-      views.mapOver(field.title, {field.anatomy, map, limit, field.measured, field.stretch});
+  part["views"] = views.mapOver(
+      field.title, {field.anatomy, field.window, map, limit, field.measured, field.stretch});
   part["charts"] =
       Json::array({histogram(field.hzPerVoxel ? "Field" : "Displacement", unit,
                              valuesIn(field.measured, map, 1), limit),

@@ -12,6 +12,7 @@ namespace mirel::report {
 struct ShownField {
   std::string title, note;
   const Volume<float>& anatomy;
+  picture::Window window;         ///< of the anatomy
   const Volume<float>& shift;     ///< voxels
   const Volume<float>& stretch;   ///< of the shift
   const Volume<float>& measured;  ///< 1 where there was signal

@@ -63,15 +63,16 @@ struct Grids {
         voxelMm(nifti::columnLengths(of.affine())[axis]) {}
 };
 
-void addPair(ViewerPart& viewer, const PairInput& pair, const PairEstimate& estimate,
+BeforeAfter inWindowOfAfter(const Volume<float>& before, const Volume<float>& after) {
+  return {before, after, picture::robustWindow(after)};
+}
+
+void addPair(ViewerPart& viewer, const BeforeAfter& a, const BeforeAfter& b, const PairInput& pair,
              const ShownField& field) {
-  const auto windowA = picture::robustWindow(estimate.correctedA),
-             windowB = picture::robustWindow(estimate.correctedB);
-  viewer.addImage({"First", pair.a.image, windowA});
-  viewer.addImage({"Second", pair.b.image, windowB});
-  viewer.addWithMean({"First, corrected", estimate.correctedA, windowA},
-                     {"Second, corrected", estimate.correctedB, windowB}, "Mean, corrected",
-                     picture::robustWindow(estimate.mean));
+  viewer.addImage({"First", a.before, a.window});
+  viewer.addImage({"Second", b.before, b.window});
+  viewer.addWithMean({"First, corrected", a.after, a.window},
+                     {"Second, corrected", b.after, b.window}, "Mean, corrected", field.window);
   const auto told = [](const InputImage& image) {
     return shortName(image.title()) + " (" + nameOf(image.direction()) + ")";
   };
@@ -123,27 +124,25 @@ HtmlReport::~HtmlReport() = default;
 void HtmlReport::showPair(const PairInput& pair, const PairEstimate& estimate) {
   const Grids grid(pair.a.header, estimate.meanToCompare(), estimate.shift, pair.axis());
   const Views views = content->viewsOf(pair.a.options.file, grid, estimate.shift);
-  const BeforeAfter a{pair.a.image, estimate.correctedA}, b{pair.b.image, estimate.correctedB};
+  const BeforeAfter a = inWindowOfAfter(pair.a.image, estimate.correctedA),
+                    b = inWindowOfAfter(pair.b.image, estimate.correctedB);
   content->cards.push_back(views.beforeAndAfter(shortName(pair.a.title()), a));
   content->cards.push_back(views.beforeAndAfter(shortName(pair.b.title()), b));
   Volume<float> meanBefore = pair.a.image + pair.b.image;
   meanBefore *= 0.5F;
-  content->cards.push_back(views.beforeAndAfter("Mean of the pair", {meanBefore, estimate.mean}));
+  const BeforeAfter mean = inWindowOfAfter(meanBefore, estimate.mean);
+  content->cards.push_back(views.beforeAndAfter("Mean of the pair", mean));
   content->overlays.push_back(views.redAndCyan(
       nameOf(pair.a.direction()) + " in red, " + nameOf(pair.b.direction()) + " in cyan", a, b));
   const auto hz = hzPerVoxel(pair.readoutSeconds, pair.a.direction().sign);
-  const ShownField field{"From the pair",
-                         noteOf(shortName(pair.a.title()), hz),
-                         estimate.mean,
-                         estimate.shift,
-                         grid.stretch,
-                         grid.measured,
-                         grid.header.affine(),
-                         grid.voxelMm,
-                         hz};
+  const ShownField field{"From the pair", noteOf(shortName(pair.a.title()), hz),
+                         estimate.mean,   mean.window,
+                         estimate.shift,  grid.stretch,
+                         grid.measured,   grid.header.affine(),
+                         grid.voxelMm,    hz};
   content->addField(views, field);
   if (ViewerPart* viewer = content->viewerOf(grid, estimate.shift))
-    addPair(*viewer, pair, estimate, field);
+    addPair(*viewer, a, b, pair, field);
 }
 
 void HtmlReport::showSeries(const SeriesImages& series) {
@@ -151,21 +150,20 @@ void HtmlReport::showSeries(const SeriesImages& series) {
   const int axis = series.record.acquisition.direction->value.axis;
   const Grids grid(series.header, series.meanAfter, series.shift, axis);
   const Views views = content->viewsOf(series.record.file, grid, series.shift);
+  const BeforeAfter mean = inWindowOfAfter(series.meanBefore, series.meanAfter);
   const int volumes = series.record.volumes;
   content->cards.push_back(views.beforeAndAfter(
-      volumes == 1 ? name : name + ", mean of " + std::to_string(volumes) + " volumes",
-      {series.meanBefore, series.meanAfter}));
+      volumes == 1 ? name : name + ", mean of " + std::to_string(volumes) + " volumes", mean));
   // With a pair its own map is what was measured; without, each series shows what was applied.
   if (!content->map || content->overlays.list().empty()) {
     const auto hz = hzPerVoxelOf(series.record);
-    const ShownField field{"Applied to " + name, noteOf(name, hz), series.meanAfter,
-                           series.shift,         grid.stretch,     grid.measured,
-                           grid.header.affine(), grid.voxelMm,     hz};
+    const ShownField field{
+        "Applied to " + name, noteOf(name, hz), series.meanAfter,     mean.window,  series.shift,
+        grid.stretch,         grid.measured,    grid.header.affine(), grid.voxelMm, hz};
     content->addField(views, field);
     if (ViewerPart* viewer = content->viewerOf(grid, series.shift)) {
-      const auto window = picture::robustWindow(series.meanAfter);
-      viewer->addImage({"As it came", series.meanBefore, window});
-      viewer->addImage({"Corrected", series.meanAfter, window});
+      viewer->addImage({"As it came", mean.before, mean.window});
+      viewer->addImage({"Corrected", mean.after, mean.window});
       viewer->setField(field, "The mean of " + name + ".");
     }
   }

@@ -15,7 +15,6 @@ namespace {
 using picture::Cut;
 using picture::CutPlane;
 using picture::RgbImage;
-using picture::Window;
 
 // A slice is about so many pixels wide: a browser enlarges it as far as there is room.
 constexpr int wantedPixels = 200;
@@ -101,12 +100,11 @@ Json Views::contours() const {
 }
 
 Json Views::beforeAndAfter(const std::string& title, const BeforeAfter& image) const {
-  const Window window = picture::robustWindow(image.after);
   Json list = Json::array();
   for (std::size_t n = 0; n < views.size(); ++n) {
     Json view = frameOf(n);
-    view["before"] = dataAddress(drawGrey(cut(image.before, views[n]), window));
-    view["after"] = dataAddress(drawGrey(cut(image.after, views[n]), window));
+    view["before"] = dataAddress(drawGrey(cut(image.before, views[n]), image.window));
+    view["after"] = dataAddress(drawGrey(cut(image.after, views[n]), image.window));
     view["altBefore"] = title + ", " + views[n].where + ", before the correction";
     view["altAfter"] = title + ", " + views[n].where + ", after the correction";
     list.push_back(std::move(view));
@@ -116,11 +114,11 @@ Json Views::beforeAndAfter(const std::string& title, const BeforeAfter& image) c
 
 Json Views::redAndCyan(const std::string& title, const BeforeAfter& red,
                        const BeforeAfter& cyan) const {
-  const Window ofRed = picture::robustWindow(red.after), ofCyan = picture::robustWindow(cyan.after);
   Json list = Json::array();
   for (std::size_t n = 0; n < views.size(); ++n) {
     const auto drawn = [&](const Volume<float>& first, const Volume<float>& second) {
-      return dataAddress(drawOverlay(cut(first, views[n]), ofRed, cut(second, views[n]), ofCyan));
+      return dataAddress(
+          drawOverlay(cut(first, views[n]), red.window, cut(second, views[n]), cyan.window));
     };
     Json view = frameOf(n);
     view["before"] = drawn(red.before, cyan.before);
@@ -133,7 +131,6 @@ Json Views::redAndCyan(const std::string& title, const BeforeAfter& red,
 }
 
 Json Views::mapOver(const std::string& title, const MapOver& what) const {
-  const Window window = picture::robustWindow(what.anatomy);
   Json list = Json::array();
   for (std::size_t n = 0; n < views.size(); ++n) {
     const View& view = views[n];
@@ -141,8 +138,8 @@ Json Views::mapOver(const std::string& title, const MapOver& what) const {
     picture::Measured measured(where.values.size());
     std::transform(where.values.begin(), where.values.end(), measured.begin(),
                    [](float v) { return static_cast<char>(v > 0.5F); });
-    const RgbImage drawn =
-        drawMapOver(cut(what.anatomy, view), window, cut(what.map, view), what.limit, measured);
+    const RgbImage drawn = drawMapOver(cut(what.anatomy, view), what.window, cut(what.map, view),
+                                       what.limit, measured);
     const std::string stretched = pathAround(what.stretched, view);
     Json shown = frameOf(n);
     shown["picture"] = dataAddress(drawn);

@@ -60,7 +60,7 @@ TEST(Views, HaveLettersOnlyWhereTheSidesAreKnown) {
   const Grid grid{{20, 24, 16}, glm::dmat4(1)};
   for (const bool known : {true, false}) {
     const Views views("a.nii", grid, known, block.head, block.shift, "o-");
-    const Json card = views.beforeAndAfter("A", {block.image, block.image});
+    const Json card = views.beforeAndAfter("A", {block.image, block.image, {0, 1}});
     const Json& first = card.at("views").at(0);
     EXPECT_EQ(first.at("letters").is_null(), !known);
     if (known) {
@@ -71,12 +71,14 @@ TEST(Views, HaveLettersOnlyWhereTheSidesAreKnown) {
   }
 }
 
-TEST(Views, ShowBothStatesInTheWindowOfTheCorrectedOne) {
+TEST(Views, ShowBothStatesInOneWindow) {
   const Block block;
   const Views views("a.nii", {{20, 24, 16}, glm::dmat4(1)}, true, block.head, block.shift, "o-");
   const Volume<float> brighter = block.image * 1.2F;
-  const Json card = views.beforeAndAfter("A", {brighter, block.image});
-  const Json same = views.beforeAndAfter("A", {brighter, brighter});
+  const auto window = picture::robustWindow(block.image);
+  const Json card = views.beforeAndAfter("A", {brighter, block.image, window});
+  const Json same =
+      views.beforeAndAfter("A", {brighter, brighter, picture::robustWindow(brighter)});
   // In its own window the brighter image looks as the other does in that one's.
   EXPECT_NE(card.at("views").at(0).at("before").string(),
             card.at("views").at(0).at("after").string());
