@@ -4,7 +4,9 @@
 #include <cmath>
 
 #include "base/numbertext.h"
+#include "nifti/orientation.h"
 #include "picture/draw.h"
+#include "picture/orient.h"
 #include "picture/scale.h"
 #include "report/encode.h"
 
@@ -16,12 +18,20 @@ using picture::Cut;
 using picture::CutPlane;
 using picture::RgbImage;
 
-// A slice is about so many pixels wide: a browser enlarges it as far as there is room.
-constexpr int wantedPixels = 200;
-
-int pixelsPerVoxel(glm::ivec3 dims) {
-  const int largest = std::max({dims.x, dims.y, dims.z});
-  return std::clamp((wantedPixels + largest / 2) / largest, 1, 4);
+// A browser enlarges pixels; of the voxels' shorter side only so many are needed as give the longer
+// one whole pixels, too, or nearly.
+int pixelsPerVoxel(const Grid& grid, picture::SlicePlane plane) {
+  constexpr int most = 4;
+  constexpr double nearly = 0.02;
+  const glm::dvec3 sizes = nifti::columnLengths(grid.affine);
+  const auto axes = picture::patientAxes(grid.affine).axis;
+  const int across = 2 - static_cast<int>(plane);
+  const double one = sizes[axes[across == 0 ? 1 : 0]], other = sizes[axes[across == 2 ? 1 : 2]];
+  const double ratio = std::max(one, other) / std::min(one, other);
+  for (int pixels = 1; pixels < most; ++pixels)
+    if (std::abs(pixels * ratio - std::round(pixels * ratio)) < nearly * pixels * ratio)
+      return pixels;
+  return most;
 }
 
 std::string captionOf(const ChosenSlice& slice, const CutPlane& plane, bool oriented) {
@@ -55,7 +65,8 @@ Views::Views(std::string nameOfImage, Grid where, bool knowsSides, const Volume<
       oriented(knowsSides) {
   for (const ChosenSlice& slice : chosenSlices(head, shift, grid.affine)) {
     const picture::SliceAt at{slice.plane, slice.index, {}};
-    View view{cutPlane(grid, at, pixelsPerVoxel(grid.dims), name), cutPlane(grid, at, 1, name),
+    View view{cutPlane(grid, at, pixelsPerVoxel(grid, slice.plane), name),
+              cutPlane(grid, at, 1, name),
               nameOf(slice.plane) + (" slice " + std::to_string(slice.index)), "", ""};
     view.caption = captionOf(slice, view.plane, oriented);
     view.outline = pathAround(head, view);

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <glm/gtc/matrix_transform.hpp>
+#include <map>
+
 namespace {
 
 using namespace mirel;
@@ -68,6 +71,21 @@ TEST(Views, HaveLettersOnlyWhereTheSidesAreKnown) {
     }
     EXPECT_EQ(first.at("before").string(), first.at("after").string());
     EXPECT_EQ(first.at("contour").string(), views.contours().at(0).at("id").string());
+  }
+}
+
+TEST(Views, HaveThePixelsThatTheShapeOfVoxelsNeeds) {
+  const Block block;
+  // {size of slices in mm, width and height of a sagittal picture of 24 x 16 voxels of 2 mm}
+  const std::map<double, std::pair<std::string, std::string>> wanted = {
+      {2, {"24", "16"}}, {4, {"24", "32"}}, {3, {"48", "48"}}, {3.5, {"96", "112"}}};
+  for (const auto& [slice, size] : wanted) {
+    const glm::dmat4 affine = glm::scale(glm::dmat4(1), glm::dvec3(2, 2, slice));
+    const Views views("a.nii", {{20, 24, 16}, affine}, true, block.head, block.shift, "o-");
+    const Json card = views.beforeAndAfter("A", {block.image, block.image, {0, 1}});
+    const Json& last = card.at("views").list().back();
+    EXPECT_EQ(last.at("width").string(), size.first) << slice;
+    EXPECT_EQ(last.at("height").string(), size.second) << slice;
   }
 }
 
