@@ -12,7 +12,7 @@ namespace mirel::report {
 namespace {
 
 // At least so many steps from black to white, and from one end of the colours to the other.
-constexpr int greySteps = 250, fieldSteps = 500;
+constexpr int greySteps = 150, fieldSteps = 400;
 constexpr int mostVoxels = 4'000'000;
 
 // Most of an image is air, whose noise would take most of the page and is not seen.
