@@ -56,8 +56,9 @@
   };
   // The colours as in the still pictures: fainter where the field is small and where nothing was
   // measured.
+  const [atLimit, exponent, unmeasured] = section.dataset.weight.split(' ').map(Number);
   const weight = (value, measured) =>
-    0.85 * Math.min(1, Math.abs(value / limit)) ** 0.6 * (measured ? 1 : 0.25);
+    atLimit * Math.min(1, Math.abs(value / limit)) ** exponent * (measured ? 1 : unmeasured);
 
   const files = new Map(), images = new Map();
   const fileOf = async (id) => {
@@ -205,9 +206,9 @@
       fontColor: [0.9, 0.93, 0.96, 1], crosshairColor: [1, 0.83, 0, 0.7],
     });
     await view.attachToCanvas(canvas, false);
-    view.addColormap('displacement',
-        { R: [33, 255, 178], G: [70, 255, 24], B: [160, 255, 43], A: [255, 255, 255],
-          I: [0, 128, 255] });
+    const colours = section.dataset.colours.split(' ').map(Number);
+    const [R, G, B] = [0, 1, 2].map((part) => colours.filter((each, n) => n % 3 === part));
+    view.addColormap('displacement', { R, G, B, A: [255, 255, 255], I: [0, 128, 255] });
     shown = radios.find((radio) => radio.checked);
     view.addVolume(await load(shown));
     field = await imageOf('viewer-field', 'displacement', -limit, +limit);

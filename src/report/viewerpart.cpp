@@ -5,6 +5,7 @@
 #include <span>
 
 #include "base/numbertext.h"
+#include "picture/draw.h"
 #include "report/packedimage.h"
 
 namespace mirel::report {
@@ -23,6 +24,15 @@ std::vector<char> darkOf(const ViewerPart::Image& image) {
   std::transform(values.begin(), values.end(), dark.begin(),
                  [&](float value) { return static_cast<char>(value < image.window.low); });
   return dark;
+}
+
+// Of the values -1, 0 and 1: red, green and blue of each. Between them the scale is even.
+std::string coloursText() {
+  std::string list;
+  for (const float value : {-1.0F, 0.0F, 1.0F})
+    for (const int part : picture::divergingColour(value))
+      list += (list.empty() ? "" : " ") + std::to_string(part);
+  return list;
 }
 
 }  // namespace
@@ -77,7 +87,10 @@ void ViewerPart::setField(const ShownField& shown, const std::string& note) {
            {"hz", shown.hzPerVoxel.has_value()},
            {"perVoxel", text("%.9g", shown.hzPerVoxel.value_or(1))},
            {"mm", text("%.9g", shown.voxelMm)},
-           {"limit", text(coloured.limit)}};
+           {"limit", text(coloured.limit)},
+           {"weight", text(picture::mapWeight.atLimit) + " " + text(picture::mapWeight.exponent) +
+                          " " + text(picture::mapWeight.unmeasured)},
+           {"colours", coloursText()}};
 }
 
 Json ViewerPart::part() const {
