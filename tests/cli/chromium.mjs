@@ -7,7 +7,7 @@ export const software3d = [
   '--use-gl=angle', '--use-angle=swiftshader', '--enable-unsafe-swiftshader', '--ignore-gpu-blocklist',
 ];
 
-export const open = async (chromium, page, profile, width = 1600, flags = ['--disable-gpu']) => {
+const open = async (chromium, page, profile, width = 1600, flags = ['--disable-gpu']) => {
   const browser = spawn(
       chromium,
       [
@@ -87,6 +87,24 @@ export const open = async (chromium, page, profile, width = 1600, flags = ['--di
     },
     kill: () => browser.kill(),
   };
+};
+
+// Opens a page, looks at it and says what was found, what the page asked of a network and what went
+// wrong in it, as JSON on standard output. The end of the process.
+export const sayOf = async (where, look) => {
+  let opened;
+  try {
+    opened = await open(...where);
+    const seen = await look(opened);
+    console.log(JSON.stringify(
+        { ...seen, requests: opened.requests(), errors: opened.errors() }, null, 1));
+    await opened.end();
+  } catch (error) {
+    console.log(JSON.stringify({ failed: String(error) }));
+  } finally {
+    opened?.kill();
+  }
+  process.exit(0);
 };
 
 // Runs in the page.

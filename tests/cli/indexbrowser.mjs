@@ -2,9 +2,9 @@
 // output. Usage: node indexbrowser.mjs CHROMIUM PAGE PROFILE [FOLDER FOR SCREENSHOTS]
 import { writeFileSync } from 'node:fs';
 
-import { open } from './chromium.mjs';
+import { sayOf } from './chromium.mjs';
 
-const [chromium, page, profile, pictures] = process.argv.slice(2);
+const pictures = process.argv[5];
 
 // Runs in the page.
 const wider = () => [...document.querySelectorAll('main *')]
@@ -20,9 +20,7 @@ const overlaps = () => {
       .map((b) => `${a.element.textContent} over ${b.element.textContent}`));
 };
 
-let opened;
-try {
-  opened = await open(chromium, page, profile);
+await sayOf(process.argv.slice(2, 5), async (opened) => {
   const { tell, value, resize, press } = opened;
   const seen = {};
   seen.processorMs = await opened.processorMs();
@@ -89,13 +87,5 @@ try {
   seen.unnamed = await value(`[...document.querySelectorAll('input, select')]
       .filter((e) => !e.labels.length || !e.labels[0].textContent.trim()).length +
     [...document.querySelectorAll('button, a')].filter((b) => !b.textContent.trim()).length`);
-  seen.requests = opened.requests();
-  seen.errors = opened.errors();
-  console.log(JSON.stringify(seen, null, 1));
-  await opened.end();
-} catch (error) {
-  console.log(JSON.stringify({ failed: String(error) }));
-} finally {
-  opened?.kill();
-}
-process.exit(0);
+  return seen;
+});

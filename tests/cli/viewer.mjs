@@ -1,13 +1,11 @@
 // Goes through the images of a report's viewer in headless Chromium and says what it reads there,
 // as JSON on standard output.
 // Usage: node viewer.mjs CHROMIUM PAGE PROFILE [without]
-import { layoutAt, open, software3d } from './chromium.mjs';
+import { layoutAt, sayOf, software3d } from './chromium.mjs';
 
 const flags = process.argv[5] === 'without' ? ['--disable-3d-apis'] : software3d;
-let opened;
-try {
-  opened = await open(...process.argv.slice(2, 5), 1600, flags);
-  const { tell, value, until, requests, errors } = opened;
+await sayOf([...process.argv.slice(2, 5), 1600, flags], async (opened) => {
+  const { tell, value, until } = opened;
   await value(`document.getElementById('viewer').scrollIntoView()`);
   const state = `document.getElementById('viewer').dataset.state`;
   await until('viewer', () => value(`${state} !== undefined`));
@@ -87,11 +85,5 @@ try {
   said.sizes = await layoutAt(opened, [360, 1600],
       'main > section, .choices, .sliders label, .canvas, .readout > div');
   said.pictures = await value(`[...document.images].filter((i) => i.complete && i.naturalWidth).length`);
-  console.log(JSON.stringify({ ...said, requests: requests(), errors: errors() }, null, 1));
-  await opened.end();
-} catch (error) {
-  console.log(JSON.stringify({ failed: String(error) }));
-} finally {
-  opened?.kill();
-}
-process.exit(0);
+  return said;
+});
