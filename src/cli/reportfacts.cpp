@@ -67,8 +67,8 @@ std::unique_ptr<RunReport> reportOf(const Program& program, bool viewer) {
   });
 }
 
-std::unique_ptr<RunReport> jobReportOf(const Program& program) {
-  return reportWith(program, /*viewer=*/false, [] { return Facts(); });
+std::unique_ptr<RunReport> jobReportOf(const Program& program, bool viewer) {
+  return reportWith(program, viewer, [] { return Facts(); });
 }
 
 }  // namespace mirel
