@@ -47,9 +47,7 @@ std::string titlesOf(const std::string& outlier) {
 }
 
 std::string entityOf(const GroupRow& row, const std::string& key) {
-  for (const auto& [each, value] : bids::Name::of(row.image).entities)
-    if (each == key) return value;
-  return "";
+  return bids::Name::of(row.image).entity(key);
 }
 
 }  // namespace
