@@ -83,6 +83,14 @@ std::string Views::pathAround(const Volume<float>& mask, const View& view) const
   return pathOf(contourOf(cut, 0.5F));
 }
 
+void Views::addAnatomy(const Volume<float>& headOfAnatomy) {
+  for (View& view : views) view.anatomy = pathAround(headOfAnatomy, view);
+}
+
+std::string Views::anatomyId(std::size_t number) const {
+  return prefix + std::to_string(number) + "-anatomy";
+}
+
 // What all pictures of a slice have in common.
 Json Views::frameOf(std::size_t number) const {
   const View& view = views[number];
@@ -92,8 +100,10 @@ Json Views::frameOf(std::size_t number) const {
                 // Centres of pixels have whole numbers.
                 {"box", "-0.5 -0.5 " + std::to_string(box.x) + " " + std::to_string(box.y)},
                 {"contour", prefix + std::to_string(number)},
+                {"anatomy", nullptr},
                 {"caption", view.caption},
                 {"letters", nullptr}};
+  if (!view.anatomy.empty()) frame["anatomy"] = anatomyId(number);
   const picture::Letters& letters = view.plane.letters;
   if (oriented)
     frame["letters"] = Json{{"left", letters.left},
@@ -105,8 +115,11 @@ Json Views::frameOf(std::size_t number) const {
 
 Json Views::contours() const {
   Json list = Json::array();
-  for (std::size_t n = 0; n < views.size(); ++n)
+  for (std::size_t n = 0; n < views.size(); ++n) {
     list.push_back(Json{{"id", prefix + std::to_string(n)}, {"path", views[n].outline}});
+    if (!views[n].anatomy.empty())
+      list.push_back(Json{{"id", anatomyId(n)}, {"path", views[n].anatomy}});
+  }
   return list;
 }
 

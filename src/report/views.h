@@ -40,6 +40,9 @@ class Views {
   Views(std::string name, Grid grid, bool oriented, const Volume<float>& head,
         const Volume<float>& shift, std::string prefix);
 
+  /// The outline of another mask of this grid is drawn over before and after as well.
+  void addAnatomy(const Volume<float>& headOfAnatomy);
+
   /// {title, views}: both states of every slice in one grey window.
   Json beforeAndAfter(const std::string& title, const BeforeAfter& image) const;
   /// The same of two images, one in red and one in cyan, each in its window.
@@ -53,10 +56,12 @@ class Views {
   struct View {
     picture::CutPlane plane, outlinePlane;
     std::string where, caption, outline;
+    std::string anatomy = {};  ///< outline; empty: none
   };
 
   picture::Cut cut(const Volume<float>& volume, const View& view) const;
   Json frameOf(std::size_t number) const;
+  std::string anatomyId(std::size_t number) const;
   std::string pathAround(const Volume<float>& mask, const View& view) const;
 
   std::string name, prefix;

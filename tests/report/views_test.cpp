@@ -104,6 +104,20 @@ TEST(Views, ShowBothStatesInOneWindow) {
             same.at("views").at(0).at("before").string());
 }
 
+TEST(Views, HaveAnOutlineOfAnatomyWhereItIsGiven) {
+  const Block block;
+  Views views("a.nii", {{20, 24, 16}, glm::dmat4(1)}, true, block.head, block.shift, "o-");
+  const std::size_t without = views.contours().list().size();
+  views.addAnatomy(block.head);
+  EXPECT_EQ(views.contours().list().size(), 2 * without);
+  const Json card = views.beforeAndAfter("A", {block.image, block.image, {0, 1}});
+  const Json& own = views.contours().at(0);
+  const Json& anatomy = views.contours().at(1);
+  EXPECT_EQ(card.at("views").at(0).at("anatomy").string(), anatomy.at("id").string());
+  EXPECT_NE(own.at("id").string(), anatomy.at("id").string());
+  EXPECT_EQ(own.at("path").string(), anatomy.at("path").string());
+}
+
 TEST(PathOf, JoinsPiecesThatContinueOneAnother) {
   EXPECT_EQ(pathOf({{{0, 0}, {1, 0.25F}}, {{1, 0.25F}, {2, 1}}, {{5, 5}, {6, 6}}}),
             "M0.0 0.0L1.0 0.2L2.0 1.0M5.0 5.0L6.0 6.0");
