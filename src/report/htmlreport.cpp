@@ -4,6 +4,8 @@
 #include <filesystem>
 #include <optional>
 
+#include "base/error.h"
+#include "base/numbertext.h"
 #include "field/grid.h"
 #include "jobs/recordjson.h"
 #include "jobs/reportfile.h"
@@ -49,6 +51,17 @@ std::string noteOf(const std::string& image, const std::optional<double>& hz) {
          "of the signal changes by more than half.";
 }
 
+std::string noteOf(const Anatomy& anatomy, double overlap) {
+  constexpr double little = 0.7;
+  return "The thin blue line is the head in " + shortName(anatomy.file) +
+         ", where the scanner's coordinates of both files put it: motion between the scans is not "
+         "undone. Dice's overlap of the two heads is " +
+         text("%.2f", overlap) +
+         (overlap < little
+              ? ", which is little: it may be of another head, or not be where it says."
+              : ".");
+}
+
 // The parts of a page that are made from images of one grid.
 struct Grids {
   const nifti::Header& header;
@@ -89,13 +102,21 @@ struct HtmlReport::Content {
   std::optional<MeasuredMap> map;
   std::optional<ViewerPart> viewer;
   int grids = 0;
+  Json anatomyNote;
 
   Views viewsOf(const std::string& name, const Grids& grid, const Volume<float>& shift) {
     Views views(name, gridOf(grid.header), hasOrientation(grid.header), grid.head, shift,
                 "outline-" + std::to_string(++grids) + "-");
+    if (facts.anatomy) addAnatomy(grid, views);
     const Json outlines = views.contours();
     for (const Json& outline : outlines.list()) contours.push_back(outline);
     return views;
+  }
+
+  void addAnatomy(const Grids& grid, Views& views) {
+    const Volume<float> head = headOn(gridOf(grid.header), *facts.anatomy);
+    views.addAnatomy(head);
+    if (anatomyNote.is_null()) anatomyNote = noteOf(*facts.anatomy, overlapOf(head, grid.head));
   }
 
   // Of the first images that are shown; null where there is none of these.
@@ -120,6 +141,14 @@ HtmlReport::HtmlReport(ReportFacts facts) : content(std::make_unique<Content>())
 }
 
 HtmlReport::~HtmlReport() = default;
+
+std::vector<Remark> HtmlReport::check(const std::string& image, const nifti::Header& header) {
+  if (!content->facts.anatomy) return {};
+  const Anatomy& anatomy = *content->facts.anatomy;
+  if (!hasOrientation(header))
+    throw Error(anatomy.file, "cannot be drawn on " + image + ", which does not say where it lies");
+  return doubtsAbout(anatomy, gridOf(header), image);
+}
 
 void HtmlReport::showPair(const PairInput& pair, const PairEstimate& estimate) {
   const Grids grid(pair.a.header, estimate.meanToCompare(), estimate.shift, pair.axis());
@@ -181,7 +210,7 @@ std::string titleOf(const RunRecord& run) {
   return title;
 }
 
-Json inputsOf(const Json& origin, const Json& series) {
+Json inputsOf(const Json& origin, const Json& series, const std::optional<Anatomy>& anatomy) {
   Json inputs = Json::array();
   if (const Json* pair = origin.find("Inputs")) {
     inputs.push_back(inputPart("First image", pair->at(0)));
@@ -190,6 +219,9 @@ Json inputsOf(const Json& origin, const Json& series) {
   for (const char* source : {"Field", "Map"})
     if (const Json* given = origin.find(source)) inputs.push_back(inputPart(source, *given));
   for (const Json& one : series.list()) inputs.push_back(one);
+  if (anatomy)
+    inputs.push_back(inputPart("Outline of this page alone",
+                               Json{{"File", anatomy->file}, {"SHA256", anatomy->checksum}}));
   return inputs;
 }
 
@@ -219,9 +251,10 @@ std::string HtmlReport::text(const RunRecord& run, const std::vector<std::string
                {"title", titleOf(run)},
                {"version", run.version},
                {"verdict", verdictPart(run)},
+               {"anatomyNote", made.anatomyNote},
                {"overlayNote", "One image of the pair in red over the other in cyan."},
                {"command", made.facts.command},
-               {"inputs", inputsOf(origin, made.seriesInputs)},
+               {"inputs", inputsOf(origin, made.seriesInputs, made.facts.anatomy)},
                {"outputs", Json(outputs)},
                {"methods", methods.paragraph},
                {"references", Json(methods.references)},

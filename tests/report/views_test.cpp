@@ -111,8 +111,8 @@ TEST(Views, HaveAnOutlineOfAnatomyWhereItIsGiven) {
   views.addAnatomy(block.head);
   EXPECT_EQ(views.contours().list().size(), 2 * without);
   const Json card = views.beforeAndAfter("A", {block.image, block.image, {0, 1}});
-  const Json& own = views.contours().at(0);
-  const Json& anatomy = views.contours().at(1);
+  const Json outlines = views.contours();
+  const Json &own = outlines.at(0), &anatomy = outlines.at(1);
   EXPECT_EQ(card.at("views").at(0).at("anatomy").string(), anatomy.at("id").string());
   EXPECT_NE(own.at("id").string(), anatomy.at("id").string());
   EXPECT_EQ(own.at("path").string(), anatomy.at("path").string());
