@@ -103,6 +103,7 @@ struct HtmlReport::Content {
   std::optional<ViewerPart> viewer;
   int grids = 0;
   Json anatomyNote;
+  std::string thumbnail;  ///< of the first mean that is shown
 
   Views viewsOf(const std::string& name, const Grids& grid, const Volume<float>& shift) {
     Views views(name, gridOf(grid.header), hasOrientation(grid.header), grid.head, shift,
@@ -161,6 +162,7 @@ void HtmlReport::showPair(const PairInput& pair, const PairEstimate& estimate) {
   meanBefore *= 0.5F;
   const BeforeAfter mean = inWindowOfAfter(meanBefore, estimate.mean);
   content->cards.push_back(views.beforeAndAfter("Mean of the pair", mean));
+  content->thumbnail = views.thumbnail(mean.after, mean.window);
   content->overlays.push_back(views.redAndCyan(
       nameOf(pair.a.direction()) + " in red, " + nameOf(pair.b.direction()) + " in cyan", a, b));
   const auto hz = hzPerVoxel(pair.readoutSeconds, pair.a.direction().sign);
@@ -183,6 +185,7 @@ void HtmlReport::showSeries(const SeriesImages& series) {
   const int volumes = series.record.volumes;
   content->cards.push_back(views.beforeAndAfter(
       volumes == 1 ? name : name + ", mean of " + std::to_string(volumes) + " volumes", mean));
+  if (content->thumbnail.empty()) content->thumbnail = views.thumbnail(mean.after, mean.window);
   // With a pair its own map is what was measured; without, each series shows what was applied.
   if (!content->map || content->overlays.list().empty()) {
     const auto hz = hzPerVoxelOf(series.record);
@@ -249,6 +252,7 @@ std::string HtmlReport::text(const RunRecord& run, const std::vector<std::string
   Json page = {{"keyName", reportKeyName},
                {"key", key},
                {"title", titleOf(run)},
+               {"icon", made.thumbnail},
                {"version", run.version},
                {"verdict", verdictPart(run)},
                {"anatomyNote", made.anatomyNote},

@@ -17,6 +17,7 @@ namespace {
 using picture::Cut;
 using picture::CutPlane;
 using picture::RgbImage;
+using picture::Window;
 
 // A browser enlarges pixels; of the voxels' shorter side only so many are needed as give the longer
 // one whole pixels, too, or nearly.
@@ -32,6 +33,25 @@ int pixelsPerVoxel(const Grid& grid, picture::SlicePlane plane) {
     if (std::abs(pixels * ratio - std::round(pixels * ratio)) < nearly * pixels * ratio)
       return pixels;
   return most;
+}
+
+// Few enough for a page with hundreds of them.
+constexpr int thumbnailPixels = 40;
+
+// Whole blocks of a grey picture as one pixel, so that none is left with more on a side.
+RgbImage smaller(const RgbImage& grey, int most) {
+  const int block = (std::max(grey.width(), grey.height()) + most - 1) / most;
+  RgbImage small(std::max(1, grey.width() / block), std::max(1, grey.height() / block));
+  for (int y = 0; y < small.height(); ++y)
+    for (int x = 0; x < small.width(); ++x) {
+      int sum = 0, count = 0;
+      for (int j = y * block; j < std::min((y + 1) * block, grey.height()); ++j)
+        for (int i = x * block; i < std::min((x + 1) * block, grey.width()); ++i, ++count)
+          sum += grey.at(i, j)[0];
+      const auto mean = static_cast<std::uint8_t>((sum + count / 2) / count);
+      small.set(x, y, {mean, mean, mean});
+    }
+  return small;
 }
 
 std::string captionOf(const ChosenSlice& slice, const CutPlane& plane, bool oriented) {
@@ -134,6 +154,10 @@ Json Views::beforeAndAfter(const std::string& title, const BeforeAfter& image) c
     list.push_back(std::move(view));
   }
   return {{"title", title}, {"views", list}};
+}
+
+std::string Views::thumbnail(const Volume<float>& image, const Window& window) const {
+  return dataAddress(smaller(drawGrey(cut(image, views.front()), window), thumbnailPixels));
 }
 
 Json Views::redAndCyan(const std::string& title, const BeforeAfter& red,

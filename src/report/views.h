@@ -47,6 +47,8 @@ class Views {
   Json beforeAndAfter(const std::string& title, const BeforeAfter& image) const;
   /// The same of two images, one in red and one in cyan, each in its window.
   Json redAndCyan(const std::string& title, const BeforeAfter& red, const BeforeAfter& cyan) const;
+  /// The axial slice of an image in the middle of the head, small, as the address of a picture.
+  std::string thumbnail(const Volume<float>& image, const picture::Window& window) const;
   /// The views of a map.
   Json mapOver(const std::string& title, const MapOver& what) const;
   /// {id, path} of every slice's outline.

@@ -5,6 +5,8 @@
 #include <glm/gtc/matrix_transform.hpp>
 #include <map>
 
+#include "report/encode.h"
+
 namespace {
 
 using namespace mirel;
@@ -116,6 +118,13 @@ TEST(Views, HaveAnOutlineOfAnatomyWhereItIsGiven) {
   EXPECT_EQ(card.at("views").at(0).at("anatomy").string(), anatomy.at("id").string());
   EXPECT_NE(own.at("id").string(), anatomy.at("id").string());
   EXPECT_EQ(own.at("path").string(), anatomy.at("path").string());
+}
+
+TEST(Views, HaveSmallThumbnails) {
+  const Volume<float> image(200, 180, 16, 1.0F), none(200, 180, 16, 0.0F);
+  const Views views("a.nii", {{200, 180, 16}, glm::dmat4(1)}, true, image, none, "o-");
+  picture::RgbImage expected(40, 36, {51, 51, 51});
+  EXPECT_EQ(views.thumbnail(image, {0, 5}), dataAddress(expected));
 }
 
 TEST(PathOf, JoinsPiecesThatContinueOneAnother) {
