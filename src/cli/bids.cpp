@@ -166,7 +166,7 @@ int runGroup(const Options& options) {
   }
   if (!options.noReports)
     writeIndex(out + "/index.html",
-               report::indexPage(nameOf(options.job.dataset), options.job.version, rows));
+               report::indexPage(nameOf(options.job.dataset), options.job.version, rows, out));
   dataset::writeIfDifferent(out + "/group_corrected.tsv", groupTsv(rows));
   dataset::writeIfDifferent(out + "/group_corrected.json", dataset::groupDictionary());
   std::cout << out << "/group_corrected.tsv\n" << out << "/group_corrected.json\n";
