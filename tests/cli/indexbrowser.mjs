@@ -27,6 +27,8 @@ await sayOf(process.argv.slice(2, 5), async (opened) => {
   seen.loadMs = await value(
       `performance.getEntriesByType('navigation')[0].loadEventEnd -
        performance.getEntriesByType('navigation')[0].startTime`);
+  seen.thumbnails = await value(`document.querySelectorAll('#images img[src^="data:image/png;base64,"]').length`);
+  seen.decoded = await value(`[...document.images].filter((i) => i.complete && i.naturalWidth).length`);
   const count = () => value(`document.getElementById('count').textContent`);
   seen.start = await count();
 
