@@ -1,6 +1,6 @@
 // Opens a page in headless Chromium and says what it finds, as JSON on standard output.
 // Usage: node browser.mjs CHROMIUM PAGE PROFILE
-import { layoutAt, sayOf } from './chromium.mjs';
+import { accessibility, keyboard, layoutAt, sayOf } from './chromium.mjs';
 
 await sayOf(process.argv.slice(2, 5), async (opened) => {
   const { tell, value } = opened;
@@ -36,5 +36,6 @@ await sayOf(process.argv.slice(2, 5), async (opened) => {
   const unnamed = await value(`[...document.querySelectorAll('img:not([alt]), img[alt=""]')].length +
     [...document.querySelectorAll('button')].filter((b) => !b.textContent.trim()).length`);
   const broken = await value(`[...document.images].filter((i) => !i.complete || !i.naturalWidth).length`);
-  return { states, pictureChanged: before !== hovered, sizes, unnamed, broken };
+  return { states, pictureChanged: before !== hovered, sizes, unnamed, broken,
+           accessibility: await accessibility(opened), keyboard: await keyboard(opened) };
 });

@@ -2,7 +2,7 @@
 // output. Usage: node indexbrowser.mjs CHROMIUM PAGE PROFILE [FOLDER FOR SCREENSHOTS]
 import { writeFileSync } from 'node:fs';
 
-import { sayOf } from './chromium.mjs';
+import { accessibility, keyboard, sayOf } from './chromium.mjs';
 
 const pictures = process.argv[5];
 
@@ -89,5 +89,7 @@ await sayOf(process.argv.slice(2, 5), async (opened) => {
   seen.unnamed = await value(`[...document.querySelectorAll('input, select')]
       .filter((e) => !e.labels.length || !e.labels[0].textContent.trim()).length +
     [...document.querySelectorAll('button, a')].filter((b) => !b.textContent.trim()).length`);
+  seen.accessibility = await accessibility(opened);
+  seen.keyboard = await keyboard(opened);
   return seen;
 });

@@ -97,6 +97,7 @@ TEST_F(IndexInBrowser, LoadsAtOnceSortsAndFilters) {
     EXPECT_EQ(size["wider"], json::array()) << width;
     EXPECT_EQ(size["overlaps"], json::array()) << width;
   }
+  expectUsableWithoutSightAndMouse(seen);
   EXPECT_EQ(seen["unnamed"], 0);
   EXPECT_EQ(seen["requests"], json::array());
   EXPECT_EQ(seen["errors"], json::array());

@@ -1,7 +1,7 @@
 // Goes through the images of a report's viewer in headless Chromium and says what it reads there,
 // as JSON on standard output.
 // Usage: node viewer.mjs CHROMIUM PAGE PROFILE [without]
-import { layoutAt, sayOf, software3d } from './chromium.mjs';
+import { accessibility, keyboard, layoutAt, sayOf, software3d } from './chromium.mjs';
 
 const flags = process.argv[5] === 'without' ? ['--disable-3d-apis'] : software3d;
 await sayOf([...process.argv.slice(2, 5), 1600, flags], async (opened) => {
@@ -85,5 +85,7 @@ await sayOf([...process.argv.slice(2, 5), 1600, flags], async (opened) => {
   said.sizes = await layoutAt(opened, [360, 1600],
       'main > section, .choices, .sliders label, .canvas, .readout > div');
   said.pictures = await value(`[...document.images].filter((i) => i.complete && i.naturalWidth).length`);
+  said.accessibility = await accessibility(opened);
+  said.keyboard = await keyboard(opened);
   return said;
 });

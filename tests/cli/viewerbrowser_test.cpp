@@ -146,6 +146,7 @@ TEST_F(Viewer, ScrollsAndTellsWhatTheFilesHold) {
   }
   EXPECT_EQ(seen["windows"].size(), files.size());
   for (const json& window : seen["windows"]) EXPECT_EQ(window[0], window[1]);
+  expectUsableWithoutSightAndMouse(seen);
   expectScrolled(seen);
   expectFits(seen);
 }
