@@ -56,9 +56,9 @@ ColouredField colouredField(const ShownField& field) {
   return coloured;
 }
 
-Json fieldPart(const Views& views, const ShownField& field) {
+Json fieldPart(const Views& views, const ShownField& field, const ColouredField& coloured) {
   const double factor = field.hzPerVoxel.value_or(1);
-  const auto [map, unit, limit] = colouredField(field);
+  const auto& [map, unit, limit] = coloured;
   Json part = {{"title", field.title},
                {"note", field.note},
                {"bar", barPicture()},

@@ -32,6 +32,6 @@ ColouredField colouredField(const ShownField& field);
 
 /// Views, colour bar in all units that are known, histogram, and displacement against axial slice.
 /// The colours are those of the field in Hz where that is known, else of the displacement.
-Json fieldPart(const Views& views, const ShownField& field);
+Json fieldPart(const Views& views, const ShownField& field, const ColouredField& coloured);
 
 }  // namespace mirel::report

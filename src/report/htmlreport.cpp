@@ -81,7 +81,7 @@ BeforeAfter inWindowOfAfter(const Volume<float>& before, const Volume<float>& af
 }
 
 void addPair(ViewerPart& viewer, const BeforeAfter& a, const BeforeAfter& b, const PairInput& pair,
-             const ShownField& field) {
+             const ShownField& field, const ColouredField& coloured) {
   viewer.addImage({"First", a.before, a.window});
   viewer.addImage({"Second", b.before, b.window});
   viewer.addWithMean({"First, corrected", a.after, a.window},
@@ -89,8 +89,9 @@ void addPair(ViewerPart& viewer, const BeforeAfter& a, const BeforeAfter& b, con
   const auto told = [](const InputImage& image) {
     return shortName(image.title()) + " (" + nameOf(image.direction()) + ")";
   };
-  viewer.setField(field, "First is " + told(pair.a) + ", second " + told(pair.b) +
-                             ". Displacements are those of the first.");
+  viewer.setField(field, coloured,
+                  "First is " + told(pair.a) + ", second " + told(pair.b) +
+                      ". Displacements are those of the first.");
 }
 
 }  // namespace
@@ -121,16 +122,15 @@ struct HtmlReport::Content {
   }
 
   // Of the first images that are shown; null where there is none of these.
-  ViewerPart* viewerOf(const Grids& grid, const Volume<float>& shift) {
+  ViewerPart* viewerOf(const Grids& grid, const Views& views) {
     const Grid where = gridOf(grid.header);
     if (viewer || !facts.viewer || viewerLibrary().empty() || !ViewerPart::shows(where))
       return nullptr;
-    const glm::ivec3 start = meetingOf(chosenSlices(grid.head, shift, where.affine));
-    return &viewer.emplace(where, hasOrientation(grid.header), start);
+    return &viewer.emplace(where, hasOrientation(grid.header), views.meeting());
   }
 
-  void addField(const Views& views, const ShownField& field) {
-    fields.push_back(fieldPart(views, field));
+  void addField(const Views& views, const ShownField& field, const ColouredField& coloured) {
+    fields.push_back(fieldPart(views, field, coloured));
     if (!map)
       map = MeasuredMap{displacementIn(field.measured, field.shift, field.stretch), field.voxelMm,
                         field.hzPerVoxel};
@@ -171,9 +171,10 @@ void HtmlReport::showPair(const PairInput& pair, const PairEstimate& estimate) {
                          estimate.shift,  grid.stretch,
                          grid.measured,   grid.header.affine(),
                          grid.voxelMm,    hz};
-  content->addField(views, field);
-  if (ViewerPart* viewer = content->viewerOf(grid, estimate.shift))
-    addPair(*viewer, a, b, pair, field);
+  const ColouredField coloured = colouredField(field);
+  content->addField(views, field, coloured);
+  if (ViewerPart* viewer = content->viewerOf(grid, views))
+    addPair(*viewer, a, b, pair, field, coloured);
 }
 
 void HtmlReport::showSeries(const SeriesImages& series) {
@@ -192,11 +193,12 @@ void HtmlReport::showSeries(const SeriesImages& series) {
     const ShownField field{
         "Applied to " + name, noteOf(name, hz), series.meanAfter,     mean.window,  series.shift,
         grid.stretch,         grid.measured,    grid.header.affine(), grid.voxelMm, hz};
-    content->addField(views, field);
-    if (ViewerPart* viewer = content->viewerOf(grid, series.shift)) {
+    const ColouredField coloured = colouredField(field);
+    content->addField(views, field, coloured);
+    if (ViewerPart* viewer = content->viewerOf(grid, views)) {
       viewer->addImage({"As it came", mean.before, mean.window});
       viewer->addImage({"Corrected", mean.after, mean.window});
-      viewer->setField(field, "The mean of " + name + ".");
+      viewer->setField(field, coloured, "The mean of " + name + ".");
     }
   }
   content->seriesInputs.push_back(inputPart("Series", series.origin.at("Series")));

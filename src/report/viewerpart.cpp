@@ -76,8 +76,8 @@ void ViewerPart::addWithMean(const Image& first, const Image& second, const std:
   images.push_back({nameOfMean, ids, windowOfMean, "", 0});
 }
 
-void ViewerPart::setField(const ShownField& shown, const std::string& note) {
-  const ColouredField coloured = colouredField(shown);
+void ViewerPart::setField(const ShownField& shown, const ColouredField& coloured,
+                          const std::string& note) {
   addBlock("viewer-field",
            packedImage(coloured.map, grid,
                        stepsOf(coloured.map, 2.0 * coloured.limit, fieldSteps).size));

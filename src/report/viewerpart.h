@@ -32,7 +32,7 @@ class ViewerPart {
   /// kept where it is in both.
   void addWithMean(const Image& first, const Image& second, const std::string& nameOfMean,
                    const picture::Window& windowOfMean);
-  void setField(const ShownField& field, const std::string& note);
+  void setField(const ShownField& field, const ColouredField& coloured, const std::string& note);
 
   /// The data of the page's template.
   Json part() const;

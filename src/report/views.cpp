@@ -82,8 +82,11 @@ Views::Views(std::string nameOfImage, Grid where, bool knowsSides, const Volume<
     : name(std::move(nameOfImage)),
       prefix(std::move(startOfIds)),
       grid(where),
-      oriented(knowsSides) {
-  for (const ChosenSlice& slice : chosenSlices(head, shift, grid.affine)) {
+      oriented(knowsSides),
+      place(0) {
+  const std::vector<ChosenSlice> slices = chosenSlices(head, shift, grid.affine);
+  place = meetingOf(slices);
+  for (const ChosenSlice& slice : slices) {
     const picture::SliceAt at{slice.plane, slice.index, {}};
     View view{cutPlane(grid, at, pixelsPerVoxel(grid, slice.plane), name),
               cutPlane(grid, at, 1, name),

@@ -40,6 +40,9 @@ class Views {
   Views(std::string name, Grid grid, bool oriented, const Volume<float>& head,
         const Volume<float>& shift, std::string prefix);
 
+  /// Where the first slices of the three planes meet, counted as ChosenSlice::index.
+  glm::ivec3 meeting() const { return place; }
+
   /// The outline of another mask of this grid is drawn over before and after as well.
   void addAnatomy(const Volume<float>& headOfAnatomy);
 
@@ -69,6 +72,7 @@ class Views {
   std::string name, prefix;
   Grid grid;
   bool oriented;
+  glm::ivec3 place;
   std::vector<View> views;
 };
 
