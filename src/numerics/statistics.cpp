@@ -64,6 +64,11 @@ ClassBorder otsuBorder(std::span<const double> histogram) {
   return border;
 }
 
+bool isFinite(const Volume<float>& volume) {
+  return std::all_of(volume.data(), volume.data() + volume.size(),
+                     [](float v) { return std::isfinite(v); });
+}
+
 double correlation(const Volume<float>& a, const Volume<float>& b) {
   return correlationOver(a, b, [&](auto visit) {
     for (int i = 0; i < a.size(); ++i) visit(i);

@@ -17,6 +17,9 @@ float valueOfRank(std::vector<float>& values, std::size_t rank);
 /// half up: always one of the values. Reorders them; there is at least one, and none is NaN.
 float quantile(std::vector<float>& values, double fraction);
 
+/// Whether no voxel is infinite or not a number.
+bool isFinite(const Volume<float>& volume);
+
 /// Bins between which a histogram falls into two classes: the lower class ends with bin `first`,
 /// or just as well with any later one up to `last` (a gap of empty bins); both are 0 where all
 /// counts are in one bin.

@@ -1,9 +1,9 @@
 #include <algorithm>
-#include <cmath>
 #include <cstddef>
 #include <vector>
 
 #include "numerics/convolutionkernels.h"
+#include "numerics/statistics.h"
 #include "numerics/taprange.h"
 #include "numerics/volumegauss.h"
 
@@ -59,11 +59,6 @@ class SpreadVolumes {
   std::size_t firstVoxel;
   std::vector<float> weighted, weights;
 };
-
-bool isFinite(const Volume<float>& volume) {
-  return std::all_of(volume.data(), volume.data() + volume.size(),
-                     [](float v) { return std::isfinite(v); });
-}
 
 Volume<float> convolvedByLanes(const Volume<float>& image, const Volume<float>& kernel,
                                const Volume<float>& weight, bool normalize) {

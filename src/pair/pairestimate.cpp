@@ -7,6 +7,8 @@
 #include "base/numbertext.h"
 #include "masspreserving/masspreserving.h"
 #include "numerics/statistics.h"
+#include "pair/agreement.h"
+#include "pair/axischeck.h"
 #include "pair/background.h"
 #include "pair/estimateframe.h"
 #include "pair/foreground.h"
@@ -16,30 +18,6 @@ namespace mirel {
 namespace {
 
 constexpr double nearlyNothing = 0.01, nearlyEverything = 0.9;
-
-// Correlation in the mask; 0 where it is not defined.
-double agreementOf(const Volume<float>& a, const Volume<float>& b, const Volume<float>& mask) {
-  const double r = correlation(a, b, mask);
-  return std::isnan(r) ? 0 : r;
-}
-
-Volume<float> headMask(const Volume<float>& mean, double threshold) {
-  Volume<float> mask(mean.dimensions());
-  std::transform(mean.data(), mean.data() + mean.size(), mask.data(),
-                 [threshold](float v) { return static_cast<double>(v) > threshold ? 1.0f : 0.0f; });
-  return mask;
-}
-
-// Of images corrected with modulation.
-double agreementThrough(const Volume<float>& shift, int axis, const Volume<float>& first,
-                        const Volume<float>& second, const Volume<float>& mask) {
-  return agreementOf(correctVolume(first, shift, axis, Modulation::on),
-                     correctVolume(second, shift * -1.0f, axis, Modulation::on), mask);
-}
-
-bool isFinite(const Volume<float>& map) {
-  return std::all_of(map.data(), map.data() + map.size(), [](float v) { return std::isfinite(v); });
-}
 
 void requireUsable(const Volume<float>& map) {
   if (!isFinite(map))
@@ -117,15 +95,6 @@ Found estimateMap(const PairInput& pair, const EstimateSettings& settings, PairE
 // The other in-plane axis, by which the stated one is judged; for phase encoding across the
 // slices it is j.
 int otherAxisOf(int axis) { return axis == 1 ? 0 : 1; }
-
-// A column-wise estimate along `axis` and how well the images agree then.
-double fastAgreement(const PairInput& pair, int axis, const PairEstimate& estimate,
-                     const Volume<float>& mask) {
-  const EstimateFrame frame(pair, axis, OtherAxes::asStored);
-  Volume<float> map = searchMap(frame, estimate.intensityScale, {.fast = true});
-  if (!isFinite(map)) return -1;
-  return agreementThrough(frame.back(std::move(map)), axis, pair.a.image, pair.b.image, mask);
-}
 
 std::string sidecarsOf(const PairInput& pair) {
   const auto source = [](const InputImage& image) {
@@ -215,9 +184,11 @@ void check(const PairInput& pair, Modulation modulation, const Volume<float>& he
   agreement.modulated = agreementOf(modulatedA, modulatedB, head);
   agreement.negated = agreementThrough(opposite, axis, first, second, head);
   agreement.otherAxis = otherAxisOf(axis);
-  agreement.fastAlongAxis = fastAgreement(pair, axis, estimate, head);
-  progress.at(Stage::checking, 0.5);
-  agreement.fastAcross = fastAgreement(pair, agreement.otherAxis, estimate, head);
+  const AxisAgreement axes =
+      compareAxes(first, second, projectVoxelSize(pair.a.header), axis, agreement.otherAxis,
+                  estimate.intensityScale, estimate.threshold);
+  agreement.fastAlongAxis = axes.along;
+  agreement.fastAcross = axes.across;
   const PairFigures figures = measurePair(
       {first, second, modulatedA, modulatedB, estimate.shift, axis, projectVoxelSize(pair.a.header),
        ratioOf(estimate, modulatedA, modulatedB, head), estimate.threshold, pair.readoutSeconds});

@@ -12,38 +12,13 @@
 #include <sstream>
 
 #include "cli/program.h"
+#include "faults/snapshot.h"
 #include "support/temporaryfolder.h"
 
 namespace {
 
 using namespace mirel;
 namespace fs = std::filesystem;
-
-/// Every file below a folder with its content, hidden ones included.
-using Snapshot = std::map<std::string, std::string>;
-
-/// Without what differs between equal runs: the block of a report that tells date and duration.
-std::string lastingTextOf(const std::string& file) {
-  std::string text = textOf(file);
-  const std::size_t from = text.find("<section id=\"this-run\"");
-  if (from != std::string::npos) text.erase(from, text.find("</section>", from) - from);
-  return text;
-}
-
-Snapshot snapshotOf(const std::string& folder) {
-  Snapshot files;
-  for (const auto& entry : fs::recursive_directory_iterator(folder)) {
-    const std::string name = fs::relative(entry.path(), folder).string();
-    files[name] = entry.is_directory() ? "a folder" : lastingTextOf(entry.path().string());
-  }
-  return files;
-}
-
-std::string namesOf(const Snapshot& files) {
-  std::string names;
-  for (const auto& [name, content] : files) names += name + " ";
-  return names;
-}
 
 /// A command that works in a folder of its own, on inputs that all share.
 struct Command {

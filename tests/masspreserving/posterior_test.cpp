@@ -84,73 +84,74 @@ Eigen::MatrixXd blockScatter(const Objective<float>& objective, glm::ivec3 edges
   return sum;
 }
 
-TEST(PosteriorVariance, IsTheDiagonalOfTheCovariance) {
-  const glm::ivec3 size(4, 6, 3);
+/// A small problem, linearised at a field of noise.
+struct Linearised {
+  explicit Linearised(float weight)
+      : objective(model, Roughness<float>(model.edges(), {1.0, 1.2, 1.5}, 3.0, 2.0)) {
+    objective.weight *= weight;
+    objective.linearise(b, gradient);
+  }
+  LineSolver<float> lines() const {
+    return {objective.roughnessForm(), objective.blockDiagonal(), objective.blockNext()};
+  }
+  Eigen::MatrixXd hessian() {
+    return matrixOf(model.edges(), [this](const Volume<float>& v, Volume<float>& out) {
+      objective.product(v, out);
+    });
+  }
+
+  const glm::ivec3 size{4, 6, 3};
   const Volume<float> first = testdata::noisyImage(size, 1), second = testdata::noisyImage(size, 2);
-  const MassModel<float> model(first, second);
-  Objective<float> objective(model, Roughness<float>(model.edges(), {1.0, 1.2, 1.5}, 3.0, 2.0));
-  objective.weight *= 20.0F;
+  const MassModel<float> model{first, second};
   const Volume<float> b = testdata::noise<float>(model.edges(), 0.1, 3);
-  Volume<float> gradient(model.edges());
-  objective.linearise(b, gradient);
-  const LineSolver<float> lines(objective.roughnessForm(), objective.blockDiagonal(),
-                                objective.blockNext());
+  Volume<float> gradient{model.edges()};
+  Objective<float> objective;
+};
+
+TEST(PosteriorVariance, IsTheDiagonalOfTheCovariance) {
+  Linearised at(20.0F);
   const Volume<float> found =
-      posteriorVariance(objective, lines, b, Volume<float>(size, 0.5F), 4000);
-  const Eigen::MatrixXd hessian =
-      matrixOf(model.edges(),
-               [&](const Volume<float>& v, Volume<float>& out) { objective.product(v, out); });
-  const Eigen::MatrixXd ofData =
-      matrixOf(model.edges(),
-               [&](const Volume<float>& v, Volume<float>& out) { objective.dataProduct(v, out); });
+      posteriorVariance(at.objective, at.lines(), at.b, Volume<float>(at.size, 0.5F), 4000);
+  const Eigen::MatrixXd hessian = at.hessian();
+  const Eigen::MatrixXd ofData = matrixOf(
+      at.model.edges(),
+      [&](const Volume<float>& v, Volume<float>& out) { at.objective.dataProduct(v, out); });
   const Eigen::MatrixXd inverse = hessian.inverse();
   const Eigen::MatrixXd covariance =
-      inverse * (hessian - ofData + blockScatter(objective, model.edges()) / 0.5) * inverse;
+      inverse * (hessian - ofData + blockScatter(at.objective, at.model.edges()) / 0.5) * inverse;
   std::vector<double> exact;
-  for (int z = 0; z < size.z; ++z)
-    for (int y = 0; y < size.y; ++y)
-      for (int x = 0; x < size.x; ++x) {
-        const int i = b.index(x, y, z), k = b.index(x, y + 1, z);
+  for (int z = 0; z < at.size.z; ++z)
+    for (int y = 0; y < at.size.y; ++y)
+      for (int x = 0; x < at.size.x; ++x) {
+        const int i = at.b.index(x, y, z), k = at.b.index(x, y + 1, z);
         exact.push_back(0.25 * (covariance(i, i) + 2.0 * covariance(i, k) + covariance(k, k)));
       }
-  for (int z = 0; z < size.z; ++z)
-    for (int y = 0; y < size.y; ++y)
-      for (int x = 0; x < size.x; ++x) {
-        const double expected = blockMean(exact, size, {x, y, z});
+  for (int z = 0; z < at.size.z; ++z)
+    for (int y = 0; y < at.size.y; ++y)
+      for (int x = 0; x < at.size.x; ++x) {
+        const double expected = blockMean(exact, at.size, {x, y, z});
         EXPECT_NEAR(static_cast<double>(found.at(x, y, z)), expected, 0.08 * expected);
       }
 }
 
 TEST(PosteriorVariance, TheShareLeftIsThatBesideTheLeverage) {
-  const glm::ivec3 size(4, 6, 3);
-  const Volume<float> first = testdata::noisyImage(size, 1), second = testdata::noisyImage(size, 2);
-  const MassModel<float> model(first, second);
-  Objective<float> objective(model, Roughness<float>(model.edges(), {1.0, 1.2, 1.5}, 3.0, 2.0));
-  objective.weight *= 2.0F;
-  const Volume<float> b = testdata::noise<float>(model.edges(), 0.1, 3);
-  Volume<float> gradient(model.edges());
-  objective.linearise(b, gradient);
-  const LineSolver<float> lines(objective.roughnessForm(), objective.blockDiagonal(),
-                                objective.blockNext());
-  const Volume<float> found = sharesLeft(objective, lines, 4000);
-  const Eigen::MatrixXd inverse =
-      matrixOf(model.edges(), [&](const Volume<float>& v, Volume<float>& out) {
-        objective.product(v, out);
-      }).inverse();
+  Linearised at(2.0F);
+  const Volume<float> found = sharesLeft(at.objective, at.lines(), 4000);
+  const Eigen::MatrixXd inverse = at.hessian().inverse();
   std::vector<double> exact;
   for (int i = 0; i < found.size(); ++i) {
-    Volume<float> unit(size, 0.0F), u(model.edges());
+    Volume<float> unit(at.size, 0.0F), u(at.model.edges());
     unit.data()[i] = 1.0F;
-    objective.gradientOf(unit, u);
+    at.objective.gradientOf(unit, u);
     const Eigen::VectorXd column =
         Eigen::Map<const Eigen::VectorXf>(u.data(), u.size()).cast<double>();
-    const double weight = static_cast<double>(objective.weight.data()[i]);
+    const double weight = static_cast<double>(at.objective.weight.data()[i]);
     exact.push_back(1.0 - column.dot(inverse * column) / weight);
   }
-  for (int z = 0; z < size.z; ++z)
-    for (int y = 0; y < size.y; ++y)
-      for (int x = 0; x < size.x; ++x)
-        EXPECT_NEAR(static_cast<double>(found.at(x, y, z)), blockMean(exact, size, {x, y, z}),
+  for (int z = 0; z < at.size.z; ++z)
+    for (int y = 0; y < at.size.y; ++y)
+      for (int x = 0; x < at.size.x; ++x)
+        EXPECT_NEAR(static_cast<double>(found.at(x, y, z)), blockMean(exact, at.size, {x, y, z}),
                     0.02);
 }
 

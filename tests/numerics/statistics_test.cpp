@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 
 #include "support/random_volume.h"
 
@@ -120,6 +121,17 @@ TEST(Correlation, IsUndefinedForConstantsAndForNothing) {
   EXPECT_TRUE(std::isnan(correlation(a, constant)));
   EXPECT_TRUE(std::isnan(correlation(a, a, Volume<float>({4, 3, 2}, 0.0f))));
   EXPECT_TRUE(std::isnan(correlation(Volume<float>(), Volume<float>())));
+}
+
+TEST(IsFinite, LooksAtEveryVoxel) {
+  EXPECT_TRUE(isFinite(Volume<float>()));
+  for (const float odd : {std::numeric_limits<float>::infinity(), -std::nanf("")})
+    for (int i = 0; i < 12; ++i) {
+      Volume<float> volume({2, 3, 2}, std::numeric_limits<float>::max());
+      EXPECT_TRUE(isFinite(volume));
+      volume.data()[i] = odd;
+      EXPECT_FALSE(isFinite(volume)) << i;
+    }
 }
 
 }  // namespace mirel
