@@ -60,6 +60,12 @@ Name Name::ofStem(const std::string& stem) {
   return name;
 }
 
+std::string Name::entity(const std::string& wanted) const {
+  for (const auto& [key, value] : entities)
+    if (key == wanted) return value;
+  return "";
+}
+
 std::string Name::text() const {
   std::string result;
   for (const auto& [key, value] : entities)

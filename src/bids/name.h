@@ -18,6 +18,8 @@ struct Name {
   static Name ofStem(const std::string& stem);
 
   bool isStructured() const { return !entities.empty(); }
+  /// The value of an entity ("sub"); empty where the name has none of it.
+  std::string entity(const std::string& key) const;
   std::string text() const;
 };
 

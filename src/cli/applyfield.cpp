@@ -90,9 +90,15 @@ ImageCommandOptions addApplyFieldOptions(Command* command, ApplyFieldArguments& 
                                 "Threads that correct volumes (default: one per core)"))
       ->type_name("N")
       ->check([](const std::string& text) { return refuseBelow(1, text); });
+  Option* anatomy = forImages(command->add_option(
+      "--anat", arguments.anatomy,
+      "For images: a T1w or T2w image of the same head, whose outline the report\n"
+      "draws on before and after, where the coordinates of the files put it"));
+  anatomy->type_name("FILE");
   forImages(command->add_flag("--no-report", arguments.noReport,
                               "For images: do not write report.html, the page with pictures,\n"
-                              "figures and warnings"));
+                              "figures and warnings"))
+      ->excludes(anatomy);
   forImages(
       command->add_flag("--no-viewer", arguments.noViewer,
                         "For images: leave the viewer of all slices out of the report, which\n"
@@ -105,7 +111,8 @@ int runApplyField(const ApplyFieldArguments& arguments, const std::vector<std::s
                   const Program& program) {
   ApplyFieldOptions job = jobOf(arguments, images);
   const std::unique_ptr<RunReport> report =
-      arguments.noReport ? nullptr : reportOf(program, /*viewer=*/!arguments.noViewer);
+      arguments.noReport ? nullptr
+                         : reportOf(program, /*viewer=*/!arguments.noViewer, arguments.anatomy);
   job.report = report.get();
   return runJob({.quiet = arguments.quiet},
                 [&](Progress& progress) { return applyField(job, progress); });

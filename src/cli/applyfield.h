@@ -14,6 +14,7 @@ struct Program;
 struct ApplyFieldArguments {
   ApplyFieldOptions job;
   bids::GivenAcquisition given;
+  std::string anatomy;
   bool modulate = false, quiet = false, noReport = false, noViewer = false;
 };
 

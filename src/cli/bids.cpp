@@ -38,7 +38,8 @@ constexpr const char* description =
 struct Options {
   dataset::ParticipantOptions job;
   std::string level;
-  bool dryRun = false, strict = false, quiet = false, skipValidation = false, noReports = false;
+  bool dryRun = false, strict = false, quiet = false, skipValidation = false, noReports = false,
+       noViewer = false;
 };
 
 /// A line for every subject on standard error.
@@ -165,7 +166,7 @@ int runGroup(const Options& options) {
   }
   if (!options.noReports)
     writeIndex(out + "/index.html",
-               report::indexPage(nameOf(options.job.dataset), options.job.version, rows));
+               report::indexPage(nameOf(options.job.dataset), options.job.version, rows, out));
   dataset::writeIfDifferent(out + "/group_corrected.tsv", groupTsv(rows));
   dataset::writeIfDifferent(out + "/group_corrected.json", dataset::groupDictionary());
   std::cout << out << "/group_corrected.tsv\n" << out << "/group_corrected.json\n";
@@ -237,10 +238,17 @@ void addBidsCommand(Command& app, Program& program) {
       "--no-reports,--no-report", options->noReports,
       "Do not write pages to look at: STEM_report.html beside each field and series,\n"
       "OUT/index.html");
+  command->add_flag(
+      "--no-viewer", options->noViewer,
+      "Leave the viewer of all slices out of the pages, which makes each more than 1 MB\n"
+      "smaller");
   command->add_flag("--quiet", options->quiet, "No lines about progress");
   command->callback([options, &program] {
     program.action = [options, &program] {
-      if (!options->noReports) options->job.report = [&program] { return jobReportOf(program); };
+      if (!options->noReports)
+        options->job.report = [&program, viewer = !options->noViewer] {
+          return jobReportOf(program, viewer);
+        };
       return options->level == "group" ? runGroup(*options) : runBids(*options);
     };
   });

@@ -28,7 +28,7 @@ struct Options {
   int volumeB = -1;  // below 0: that of A
   int mean = 0;
   int meanB = 0;  // 0: as for A
-  std::string estimator;
+  std::string estimator, anatomy;
   bool ssd = false, ncc = false, fast = false, noIc = false, ic = false, noMotion = false;
   bool uncertainty = false;
   bool modulate = false, noModulate = false, quiet = false, json = false, strict = false;
@@ -69,7 +69,7 @@ void settle(Options& options) {
 int runCorrect(Options options, const Program& program) {
   settle(options);
   const std::unique_ptr<RunReport> report =
-      options.noReport ? nullptr : reportOf(program, /*viewer=*/!options.noViewer);
+      options.noReport ? nullptr : reportOf(program, /*viewer=*/!options.noViewer, options.anatomy);
   options.job.report = report.get();
   return runJob({.quiet = options.quiet, .json = options.json, .strict = options.strict},
                 [&](Progress& progress) { return correctPair(options.job, progress); });
@@ -219,8 +219,16 @@ void addCorrectCommand(Command& app, Program& program) {
                     "Also write the displacement field of every RUN for other programs,\n"
                     "RUN_from-orig_to-undistorted_mode-image_xfm.nii.gz (the pair's are always\n"
                     "written)");
-  command->add_flag("--no-report", options->noReport,
-                    "Do not write report.html, the page with pictures, figures and warnings");
+  Option* anatomy =
+      command
+          ->add_option("--anat", options->anatomy,
+                       "A T1w or T2w image of the same head: the report draws its outline on\n"
+                       "before and after, where the coordinates of the files put it")
+          ->type_name("FILE");
+  command
+      ->add_flag("--no-report", options->noReport,
+                 "Do not write report.html, the page with pictures, figures and warnings")
+      ->excludes(anatomy);
   command->add_flag("--no-viewer", options->noViewer,
                     "Leave the viewer of all slices out of report.html, which makes it smaller");
   command->add_flag(

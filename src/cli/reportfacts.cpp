@@ -33,10 +33,12 @@ double seconds(const timeval& time) {
 }
 
 std::unique_ptr<RunReport> reportWith(const Program& program, bool viewer,
+                                      const std::string& anatomy,
                                       const std::function<Facts()>& moreOfThisRun) {
   using Clock = std::chrono::steady_clock;
   report::ReportFacts facts;
   facts.viewer = viewer;
+  if (!anatomy.empty()) facts.anatomy = report::readAnatomy(anatomy);
   facts.command = program.command;
   facts.sentence = [](const Remark& remark) { return sentenceOf(remark); };
   facts.thisRun = [start = Clock::now(), moreOfThisRun] {
@@ -57,8 +59,9 @@ std::string commandText(int argc, const char* const* argv) {
   return text;
 }
 
-std::unique_ptr<RunReport> reportOf(const Program& program, bool viewer) {
-  return reportWith(program, viewer, []() -> Facts {
+std::unique_ptr<RunReport> reportOf(const Program& program, bool viewer,
+                                    const std::string& anatomy) {
+  return reportWith(program, viewer, anatomy, []() -> Facts {
     rusage used{};
     getrusage(RUSAGE_SELF, &used);
     return {
@@ -67,8 +70,8 @@ std::unique_ptr<RunReport> reportOf(const Program& program, bool viewer) {
   });
 }
 
-std::unique_ptr<RunReport> jobReportOf(const Program& program) {
-  return reportWith(program, /*viewer=*/false, [] { return Facts(); });
+std::unique_ptr<RunReport> jobReportOf(const Program& program, bool viewer) {
+  return reportWith(program, viewer, "", [] { return Facts(); });
 }
 
 }  // namespace mirel

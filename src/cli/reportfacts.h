@@ -14,10 +14,12 @@ std::string commandText(int argc, const char* const* argv);
 
 /// What makes the page of a run of this program: its command line, sentences with the advice of the
 /// command line, date, duration and memory. `viewer`: with all slices to scroll through.
-std::unique_ptr<RunReport> reportOf(const Program& program, bool viewer = true);
+/// `anatomy`: an image whose head is outlined; empty: none.
+/// Errors  those of report::readAnatomy.
+std::unique_ptr<RunReport> reportOf(const Program& program, bool viewer,
+                                    const std::string& anatomy);
 
-/// The same of one of many jobs of a process, of which only date and duration are known; without
-/// a viewer: datasets have hundreds of pages.
-std::unique_ptr<RunReport> jobReportOf(const Program& program);
+/// The same of one of many jobs of a process, of which only date and duration are known.
+std::unique_ptr<RunReport> jobReportOf(const Program& program, bool viewer);
 
 }  // namespace mirel

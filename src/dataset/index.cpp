@@ -61,11 +61,7 @@ void lookAtDescription(Index& index) {
 
 }  // namespace
 
-std::string IndexedImage::entity(const std::string& key) const {
-  for (const auto& [each, value] : name.entities)
-    if (each == key) return value;
-  return "";
-}
+std::string IndexedImage::entity(const std::string& key) const { return name.entity(key); }
 
 std::vector<bids::SidecarChoice> Index::choicesFor(const IndexedImage& image) const {
   std::vector<std::string> folders = {folderOf(image.path)};

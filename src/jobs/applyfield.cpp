@@ -114,6 +114,10 @@ RunRecord applyField(const ApplyFieldOptions& options, Progress& progress) {
   run.warnings.insert(run.warnings.end(), source.warnings.begin(), source.warnings.end());
   const std::optional<Reference> reference = readReference(options, source.file, run);
 
+  for (const SeriesInput& input : read)
+    if (options.report)
+      for (const Remark& doubt : options.report->check(input.file, input.header))
+        run.warnings.push_back(doubt);
   SeriesCorrection series(options.seriesSettings, folder);
   const bool withWarp = options.seriesSettings.writeWarp;
   for (SeriesInput& input : read) {

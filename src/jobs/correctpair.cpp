@@ -90,7 +90,7 @@ void addPlacesLeftOut(RunRecord& run, const PairInput& pair, const PairEstimate&
 
 void addRemarks(RunRecord& run, const PairInput& pair, const PairEstimate& estimate) {
   run.notes = pair.notes;
-  run.warnings = pair.warnings;
+  run.warnings.insert(run.warnings.begin(), pair.warnings.begin(), pair.warnings.end());
   const std::vector<Remark>& doubts = estimate.verdict.reasons;
   run.warnings.insert(run.warnings.end(), doubts.begin(), doubts.end());
   addRatioRemarks(run, pair, estimate);
@@ -139,6 +139,7 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
                  others);
     if (!options.reportStem.empty()) page->useOwnName();
     page->announce(folder, inputs);
+    run.warnings = options.report->check(pair.a.options.file, pair.a.header);
   }
   progress.at(Stage::reading, 1.0);
 

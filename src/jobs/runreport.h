@@ -26,6 +26,10 @@ class RunReport {
  public:
   virtual ~RunReport() = default;
 
+  /// Before anything is computed: what is to be doubted about what the page lays over an image.
+  /// Errors  Error where nothing can be laid over it.
+  virtual std::vector<Remark> check(const std::string& image, const nifti::Header& header) = 0;
+
   virtual void showPair(const PairInput& pair, const PairEstimate& estimate) = 0;
   virtual void showSeries(const SeriesImages& series) = 0;
   /// The whole page. `outputs` are the files that the run writes, `key` says which inputs it is of

@@ -8,10 +8,6 @@ namespace mirel::picture {
 
 namespace {
 
-constexpr float fadedWeight = 0.25F;
-// Over anatomy a map's colour has this weight at the end of its scale, and less towards 0.
-constexpr float mostWeight = 0.85F, weightExponent = 0.6F;
-
 // A picture of the cut's size with colourAt(index of the pixel).
 template <typename ColourAt>
 RgbImage draw(const Cut& cut, ColourAt colourAt) {
@@ -32,7 +28,7 @@ void requireSameSize(const Cut& a, const Measured& b) {
 }
 
 float weightAt(const Measured& measured, std::size_t i) {
-  return measured.empty() || measured[i] != 0 ? 1.0F : fadedWeight;
+  return measured.empty() || measured[i] != 0 ? 1.0F : mapWeight.unmeasured;
 }
 
 }  // namespace
@@ -74,7 +70,8 @@ RgbImage drawMapOver(const Cut& anatomy, Window window, const Cut& map, float li
     const Colour grey{g, g, g};
     if (!map.covered[i] || !std::isfinite(map.values[i])) return grey;
     const float value = map.values[i] / limit;
-    const float weight = mostWeight * std::pow(std::min(std::abs(value), 1.0F), weightExponent);
+    const float weight =
+        mapWeight.atLimit * std::pow(std::min(std::abs(value), 1.0F), mapWeight.exponent);
     return mixed(grey, divergingColour(value), weight * weightAt(measured, i));
   });
 }

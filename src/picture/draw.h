@@ -19,13 +19,19 @@ RgbImage drawOverlay(const Cut& first, Window firstWindow, const Cut& second, Wi
 /// One byte for each pixel of a cut: not 0 where the map was measured; empty: everywhere.
 using Measured = std::vector<char>;
 
+/// How much of a map's colour there is over anatomy, of 1: atLimit |value / limit|^exponent,
+/// atLimit beyond the limit; the part `unmeasured` of that where nothing was measured.
+struct MapWeight {
+  float atLimit = 0.85F, exponent = 0.6F, unmeasured = 0.25F;
+};
+inline constexpr MapWeight mapWeight;
+
 /// A map in colours (divergingColour), full colour at `limit` and beyond. Where nothing was
-/// measured it is faded: a quarter of the colour, on black.
+/// measured it is faded, by the same part, on black.
 RgbImage drawMap(const Cut& map, float limit, const Measured& measured = {});
 
-/// A map laid over anatomy in grey: the colour covers 85 % of it at `limit` and beyond, less
-/// towards 0 (the weight is 0.85 |value / limit|^0.6), where the anatomy stays as it is. Where
-/// nothing was measured a quarter of that is left.
+/// A map laid over anatomy in grey: the colour covers it by mapWeight, not at 0, where the anatomy
+/// stays as it is.
 RgbImage drawMapOver(const Cut& anatomy, Window window, const Cut& map, float limit,
                      const Measured& measured = {});
 

@@ -56,17 +56,17 @@ ColouredField colouredField(const ShownField& field) {
   return coloured;
 }
 
-Json fieldPart(const Views& views, const ShownField& field) {
+Json fieldPart(const Views& views, const ShownField& field, const ColouredField& coloured) {
   const double factor = field.hzPerVoxel.value_or(1);
-  const auto [map, unit, limit] = colouredField(field);
+  const auto& [map, unit, limit] = coloured;
   Json part = {{"title", field.title},
                {"note", field.note},
                {"bar", barPicture()},
                {"least", numberText(-limit) + " " + unit},
                {"most", numberText(limit) + " " + unit},
                {"scale", scaleOf(field, limit / factor)}};
-  part["views"] =
-      views.mapOver(field.title, {field.anatomy, map, limit, field.measured, field.stretch});
+  part["views"] = views.mapOver(
+      field.title, {field.anatomy, field.window, map, limit, field.measured, field.stretch});
   part["charts"] =
       Json::array({histogram(field.hzPerVoxel ? "Field" : "Displacement", unit,
                              valuesIn(field.measured, map, 1), limit),

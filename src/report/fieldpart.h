@@ -12,6 +12,7 @@ namespace mirel::report {
 struct ShownField {
   std::string title, note;
   const Volume<float>& anatomy;
+  picture::Window window;         ///< of the anatomy
   const Volume<float>& shift;     ///< voxels
   const Volume<float>& stretch;   ///< of the shift
   const Volume<float>& measured;  ///< 1 where there was signal
@@ -31,6 +32,6 @@ ColouredField colouredField(const ShownField& field);
 
 /// Views, colour bar in all units that are known, histogram, and displacement against axial slice.
 /// The colours are those of the field in Hz where that is known, else of the displacement.
-Json fieldPart(const Views& views, const ShownField& field);
+Json fieldPart(const Views& views, const ShownField& field, const ColouredField& coloured);
 
 }  // namespace mirel::report

@@ -4,6 +4,8 @@
 #include <filesystem>
 #include <optional>
 
+#include "base/error.h"
+#include "base/numbertext.h"
 #include "field/grid.h"
 #include "jobs/recordjson.h"
 #include "jobs/reportfile.h"
@@ -49,6 +51,17 @@ std::string noteOf(const std::string& image, const std::optional<double>& hz) {
          "of the signal changes by more than half.";
 }
 
+std::string noteOf(const Anatomy& anatomy, double overlap) {
+  constexpr double little = 0.7;
+  return "The thin blue line is the head in " + shortName(anatomy.file) +
+         ", where the scanner's coordinates of both files put it: motion between the scans is not "
+         "undone. Dice's overlap of the two heads is " +
+         text("%.2f", overlap) +
+         (overlap < little
+              ? ", which is little: it may be of another head, or not be where it says."
+              : ".");
+}
+
 // The parts of a page that are made from images of one grid.
 struct Grids {
   const nifti::Header& header;
@@ -63,20 +76,22 @@ struct Grids {
         voxelMm(nifti::columnLengths(of.affine())[axis]) {}
 };
 
-void addPair(ViewerPart& viewer, const PairInput& pair, const PairEstimate& estimate,
-             const ShownField& field) {
-  const auto windowA = picture::robustWindow(estimate.correctedA),
-             windowB = picture::robustWindow(estimate.correctedB);
-  viewer.addImage("First", pair.a.image, windowA);
-  viewer.addImage("Second", pair.b.image, windowB);
-  viewer.addImage("First, corrected", estimate.correctedA, windowA);
-  viewer.addImage("Second, corrected", estimate.correctedB, windowB);
-  viewer.addMean("Mean, corrected", 2, 3, picture::robustWindow(estimate.mean));
+BeforeAfter inWindowOfAfter(const Volume<float>& before, const Volume<float>& after) {
+  return {before, after, picture::robustWindow(after)};
+}
+
+void addPair(ViewerPart& viewer, const BeforeAfter& a, const BeforeAfter& b, const PairInput& pair,
+             const ShownField& field, const ColouredField& coloured) {
+  viewer.addImage({"First", a.before, a.window});
+  viewer.addImage({"Second", b.before, b.window});
+  viewer.addWithMean({"First, corrected", a.after, a.window},
+                     {"Second, corrected", b.after, b.window}, "Mean, corrected", field.window);
   const auto told = [](const InputImage& image) {
     return shortName(image.title()) + " (" + nameOf(image.direction()) + ")";
   };
-  viewer.setField(field, "First is " + told(pair.a) + ", second " + told(pair.b) +
-                             ". Displacements are those of the first.");
+  viewer.setField(field, coloured,
+                  "First is " + told(pair.a) + ", second " + told(pair.b) +
+                      ". Displacements are those of the first.");
 }
 
 }  // namespace
@@ -88,26 +103,34 @@ struct HtmlReport::Content {
   std::optional<MeasuredMap> map;
   std::optional<ViewerPart> viewer;
   int grids = 0;
+  Json anatomyNote;
+  std::string thumbnail;  ///< of the first mean that is shown
 
   Views viewsOf(const std::string& name, const Grids& grid, const Volume<float>& shift) {
     Views views(name, gridOf(grid.header), hasOrientation(grid.header), grid.head, shift,
                 "outline-" + std::to_string(++grids) + "-");
+    if (facts.anatomy) addAnatomy(grid, views);
     const Json outlines = views.contours();
     for (const Json& outline : outlines.list()) contours.push_back(outline);
     return views;
   }
 
+  void addAnatomy(const Grids& grid, Views& views) {
+    const Volume<float> head = headOn(gridOf(grid.header), *facts.anatomy);
+    views.addAnatomy(head);
+    if (anatomyNote.is_null()) anatomyNote = noteOf(*facts.anatomy, overlapOf(head, grid.head));
+  }
+
   // Of the first images that are shown; null where there is none of these.
-  ViewerPart* viewerOf(const Grids& grid, const Volume<float>& shift) {
+  ViewerPart* viewerOf(const Grids& grid, const Views& views) {
     const Grid where = gridOf(grid.header);
     if (viewer || !facts.viewer || viewerLibrary().empty() || !ViewerPart::shows(where))
       return nullptr;
-    const glm::ivec3 start = meetingOf(chosenSlices(grid.head, shift, where.affine));
-    return &viewer.emplace(where, hasOrientation(grid.header), start);
+    return &viewer.emplace(where, hasOrientation(grid.header), views.meeting());
   }
 
-  void addField(const Views& views, const ShownField& field) {
-    fields.push_back(fieldPart(views, field));
+  void addField(const Views& views, const ShownField& field, const ColouredField& coloured) {
+    fields.push_back(fieldPart(views, field, coloured));
     if (!map)
       map = MeasuredMap{displacementIn(field.measured, field.shift, field.stretch), field.voxelMm,
                         field.hzPerVoxel};
@@ -120,30 +143,38 @@ HtmlReport::HtmlReport(ReportFacts facts) : content(std::make_unique<Content>())
 
 HtmlReport::~HtmlReport() = default;
 
+std::vector<Remark> HtmlReport::check(const std::string& image, const nifti::Header& header) {
+  if (!content->facts.anatomy) return {};
+  const Anatomy& anatomy = *content->facts.anatomy;
+  if (!hasOrientation(header))
+    throw Error(anatomy.file, "cannot be drawn on " + image + ", which does not say where it lies");
+  return doubtsAbout(anatomy, gridOf(header), image);
+}
+
 void HtmlReport::showPair(const PairInput& pair, const PairEstimate& estimate) {
   const Grids grid(pair.a.header, estimate.meanToCompare(), estimate.shift, pair.axis());
   const Views views = content->viewsOf(pair.a.options.file, grid, estimate.shift);
-  const BeforeAfter a{pair.a.image, estimate.correctedA}, b{pair.b.image, estimate.correctedB};
+  const BeforeAfter a = inWindowOfAfter(pair.a.image, estimate.correctedA),
+                    b = inWindowOfAfter(pair.b.image, estimate.correctedB);
   content->cards.push_back(views.beforeAndAfter(shortName(pair.a.title()), a));
   content->cards.push_back(views.beforeAndAfter(shortName(pair.b.title()), b));
   Volume<float> meanBefore = pair.a.image + pair.b.image;
   meanBefore *= 0.5F;
-  content->cards.push_back(views.beforeAndAfter("Mean of the pair", {meanBefore, estimate.mean}));
+  const BeforeAfter mean = inWindowOfAfter(meanBefore, estimate.mean);
+  content->cards.push_back(views.beforeAndAfter("Mean of the pair", mean));
+  content->thumbnail = views.thumbnail(mean.after, mean.window);
   content->overlays.push_back(views.redAndCyan(
       nameOf(pair.a.direction()) + " in red, " + nameOf(pair.b.direction()) + " in cyan", a, b));
   const auto hz = hzPerVoxel(pair.readoutSeconds, pair.a.direction().sign);
-  const ShownField field{"From the pair",
-                         noteOf(shortName(pair.a.title()), hz),
-                         estimate.mean,
-                         estimate.shift,
-                         grid.stretch,
-                         grid.measured,
-                         grid.header.affine(),
-                         grid.voxelMm,
-                         hz};
-  content->addField(views, field);
-  if (ViewerPart* viewer = content->viewerOf(grid, estimate.shift))
-    addPair(*viewer, pair, estimate, field);
+  const ShownField field{"From the pair", noteOf(shortName(pair.a.title()), hz),
+                         estimate.mean,   mean.window,
+                         estimate.shift,  grid.stretch,
+                         grid.measured,   grid.header.affine(),
+                         grid.voxelMm,    hz};
+  const ColouredField coloured = colouredField(field);
+  content->addField(views, field, coloured);
+  if (ViewerPart* viewer = content->viewerOf(grid, views))
+    addPair(*viewer, a, b, pair, field, coloured);
 }
 
 void HtmlReport::showSeries(const SeriesImages& series) {
@@ -151,22 +182,23 @@ void HtmlReport::showSeries(const SeriesImages& series) {
   const int axis = series.record.acquisition.direction->value.axis;
   const Grids grid(series.header, series.meanAfter, series.shift, axis);
   const Views views = content->viewsOf(series.record.file, grid, series.shift);
+  const BeforeAfter mean = inWindowOfAfter(series.meanBefore, series.meanAfter);
   const int volumes = series.record.volumes;
   content->cards.push_back(views.beforeAndAfter(
-      volumes == 1 ? name : name + ", mean of " + std::to_string(volumes) + " volumes",
-      {series.meanBefore, series.meanAfter}));
+      volumes == 1 ? name : name + ", mean of " + std::to_string(volumes) + " volumes", mean));
+  if (content->thumbnail.empty()) content->thumbnail = views.thumbnail(mean.after, mean.window);
   // With a pair its own map is what was measured; without, each series shows what was applied.
   if (!content->map || content->overlays.list().empty()) {
     const auto hz = hzPerVoxelOf(series.record);
-    const ShownField field{"Applied to " + name, noteOf(name, hz), series.meanAfter,
-                           series.shift,         grid.stretch,     grid.measured,
-                           grid.header.affine(), grid.voxelMm,     hz};
-    content->addField(views, field);
-    if (ViewerPart* viewer = content->viewerOf(grid, series.shift)) {
-      const auto window = picture::robustWindow(series.meanAfter);
-      viewer->addImage("As it came", series.meanBefore, window);
-      viewer->addImage("Corrected", series.meanAfter, window);
-      viewer->setField(field, "The mean of " + name + ".");
+    const ShownField field{
+        "Applied to " + name, noteOf(name, hz), series.meanAfter,     mean.window,  series.shift,
+        grid.stretch,         grid.measured,    grid.header.affine(), grid.voxelMm, hz};
+    const ColouredField coloured = colouredField(field);
+    content->addField(views, field, coloured);
+    if (ViewerPart* viewer = content->viewerOf(grid, views)) {
+      viewer->addImage({"As it came", mean.before, mean.window});
+      viewer->addImage({"Corrected", mean.after, mean.window});
+      viewer->setField(field, coloured, "The mean of " + name + ".");
     }
   }
   content->seriesInputs.push_back(inputPart("Series", series.origin.at("Series")));
@@ -183,7 +215,7 @@ std::string titleOf(const RunRecord& run) {
   return title;
 }
 
-Json inputsOf(const Json& origin, const Json& series) {
+Json inputsOf(const Json& origin, const Json& series, const std::optional<Anatomy>& anatomy) {
   Json inputs = Json::array();
   if (const Json* pair = origin.find("Inputs")) {
     inputs.push_back(inputPart("First image", pair->at(0)));
@@ -192,6 +224,9 @@ Json inputsOf(const Json& origin, const Json& series) {
   for (const char* source : {"Field", "Map"})
     if (const Json* given = origin.find(source)) inputs.push_back(inputPart(source, *given));
   for (const Json& one : series.list()) inputs.push_back(one);
+  if (anatomy)
+    inputs.push_back(inputPart("Outline of this page alone",
+                               Json{{"File", anatomy->file}, {"SHA256", anatomy->checksum}}));
   return inputs;
 }
 
@@ -219,11 +254,13 @@ std::string HtmlReport::text(const RunRecord& run, const std::vector<std::string
   Json page = {{"keyName", reportKeyName},
                {"key", key},
                {"title", titleOf(run)},
+               {"icon", made.thumbnail},
                {"version", run.version},
                {"verdict", verdictPart(run)},
+               {"anatomyNote", made.anatomyNote},
                {"overlayNote", "One image of the pair in red over the other in cyan."},
                {"command", made.facts.command},
-               {"inputs", inputsOf(origin, made.seriesInputs)},
+               {"inputs", inputsOf(origin, made.seriesInputs, made.facts.anatomy)},
                {"outputs", Json(outputs)},
                {"methods", methods.paragraph},
                {"references", Json(methods.references)},

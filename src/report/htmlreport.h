@@ -2,9 +2,11 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "jobs/runreport.h"
+#include "report/anatomy.h"
 
 namespace mirel::report {
 
@@ -12,6 +14,7 @@ namespace mirel::report {
 struct ReportFacts {
   bool viewer = false;  ///< whether there is a viewer in it, which this program may lack
   std::string command;  ///< as it was typed
+  std::optional<Anatomy> anatomy = {};  ///< whose head is outlined on the images
   /// A warning in full, with what the user can do about it.
   std::function<std::string(const Remark&)> sentence;
   /// {what, value} of all that differs between equal runs: date, duration, memory. It is called
@@ -29,6 +32,7 @@ class HtmlReport : public RunReport {
   explicit HtmlReport(ReportFacts facts);
   ~HtmlReport() override;
 
+  std::vector<Remark> check(const std::string& image, const nifti::Header& header) override;
   void showPair(const PairInput& pair, const PairEstimate& estimate) override;
   void showSeries(const SeriesImages& series) override;
   std::string text(const RunRecord& run, const std::vector<std::string>& outputs,

@@ -4,16 +4,20 @@
 #include "report/encode.h"
 #include "report/indexparts.h"
 #include "report/mustache.h"
+#include "report/thumbnail.h"
 
 namespace mirel::report {
 
 std::string indexPage(const std::string& title, const std::string& version,
-                      const std::vector<dataset::GroupRow>& rows) {
+                      const std::vector<dataset::GroupRow>& rows, const std::string& folder) {
   const std::vector<IndexColumn> columns = indexColumns();
   const std::string style = styleSheet() + indexStyle() + labelsOf(columns);
   const Json sessions = labelsIn(rows, "ses");
   Json list = Json::array();
-  for (const dataset::GroupRow& row : rows) list.push_back(rowPart(row));
+  for (const dataset::GroupRow& row : rows) {
+    const std::string page = row.page.empty() ? row.fieldPage : row.page;
+    list.push_back(rowPart(row, page.empty() ? "" : thumbnailOf(folder + "/" + page)));
+  }
   return filled(indexTemplate(),
                 Json{{"title", title},
                      {"version", version},

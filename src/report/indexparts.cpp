@@ -47,9 +47,7 @@ std::string titlesOf(const std::string& outlier) {
 }
 
 std::string entityOf(const GroupRow& row, const std::string& key) {
-  for (const auto& [each, value] : bids::Name::of(row.image).entities)
-    if (each == key) return value;
-  return "";
+  return bids::Name::of(row.image).entity(key);
 }
 
 }  // namespace
@@ -91,7 +89,7 @@ std::string labelsOf(const std::vector<IndexColumn>& columns) {
   return style + "}\n";
 }
 
-Json rowPart(const GroupRow& row) {
+Json rowPart(const GroupRow& row, const std::string& thumbnail) {
   Json cells = Json::array();
   for (const GroupFigure& figure : dataset::groupFigures) {
     const auto& value = row.*figure.value;
@@ -101,6 +99,7 @@ Json rowPart(const GroupRow& row) {
   return {{"subject", entityOf(row, "sub")},
           {"session", entityOf(row, "ses")},
           {"image", std::filesystem::path(row.image).filename().string()},
+          {"thumbnail", textOrNull(thumbnail)},
           {"page", textOrNull(percentEncoded(row.page))},
           {"fieldPage", textOrNull(percentEncoded(row.fieldPage))},
           {"verdict", levelOf(row).verdict},

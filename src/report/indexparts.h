@@ -22,8 +22,9 @@ Json columnsPart(const std::vector<IndexColumn>& columns, bool figuresOnly);
 /// A style by which every cell says what it is on narrow screens, where there are no titles.
 std::string labelsOf(const std::vector<IndexColumn>& columns);
 
-/// One image: its names, the addresses of its pages, verdict, figures, what makes it an outlier.
-Json rowPart(const dataset::GroupRow& row);
+/// One image: its thumbnail (an address; may be empty), its names, the addresses of its pages,
+/// verdict, figures, what makes it an outlier.
+Json rowPart(const dataset::GroupRow& row, const std::string& thumbnail);
 
 /// {word, level, count} of every verdict that there is, and of outliers.
 Json countsPart(const std::vector<dataset::GroupRow>& rows);

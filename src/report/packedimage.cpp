@@ -9,6 +9,7 @@
 #include <limits>
 #include <new>
 #include <span>
+#include <type_traits>
 #include <vector>
 
 #include "nifti/header.h"
@@ -21,14 +22,18 @@ namespace {
 
 using Bytes = std::vector<unsigned char>;
 
-// As in files of images: a third of the time of the library's default.
-constexpr int compressionLevel = 4;
+// Of what is left of images after the prediction, mostly noise, codes for single bytes and runs of
+// equal ones make it smaller than searched repetitions do, in a third of the time: 10 ms and 547 kB
+// for a simulated image of 104x104x72 voxels in steps of 4, where the library's default takes 34 ms
+// and 568 kB, and ISA-L, which files of images are written with, 2 ms and 551 kB (a field: 172,
+// 183, 210 kB).
+constexpr int compressionLevel = 6, compressionStrategy = Z_RLE, mostMemory = 9;
 
 Bytes gzipped(const Bytes& plain) {
   constexpr int gzipWindow = 15 + 16;
   z_stream stream{};
-  if (deflateInit2(&stream, compressionLevel, Z_DEFLATED, gzipWindow, 8, Z_DEFAULT_STRATEGY) !=
-      Z_OK)
+  if (deflateInit2(&stream, compressionLevel, Z_DEFLATED, gzipWindow, mostMemory,
+                   compressionStrategy) != Z_OK)
     throw std::bad_alloc();
   Bytes packed(deflateBound(&stream, plain.size()));
   // zlib's interface knows no const unless ZLIB_CONST is defined; it does not write there.
@@ -43,30 +48,66 @@ Bytes gzipped(const Bytes& plain) {
   return packed;
 }
 
+// The samples of an image with a layer of zeros in front of each axis.
 template <typename Sample>
-void addPlanes(const Bytes& samples, Bytes& planes) {
+class Framed {
+ public:
+  Framed(const Bytes& samples, glm::ivec3 dims)
+      : columns(dims.x + 1),
+        plane(static_cast<std::ptrdiff_t>(columns) * (dims.y + 1)),
+        values(static_cast<std::size_t>(plane) * static_cast<std::size_t>(dims.z + 1)) {
+    const auto bytes = static_cast<std::size_t>(dims.x) * sizeof(Sample);
+    const unsigned char* from = samples.data();
+    for (int z = 0; z < dims.z; ++z)
+      for (int y = 0; y < dims.y; ++y, from += bytes)
+        std::memcpy(&values[static_cast<std::size_t>(indexOf({0, y, z}))], from, bytes);
+  }
+
+  // What the sample is expected to be, and is: see packedImage.
+  Sample changeAt(glm::ivec3 p) const {
+    const Sample* at = &values[static_cast<std::size_t>(indexOf(p))];
+    const auto before = [&](std::ptrdiff_t step) { return static_cast<std::int64_t>(at[-step]); };
+    const std::int64_t sum = 2 * (before(1) + before(columns) + before(plane)) -
+                             before(1 + columns) - before(1 + plane) - before(columns + plane);
+    const std::int64_t third = sum + 1 >= 0 ? (sum + 1) / 3 : -((1 - sum) / 3);
+    return static_cast<Sample>(*at - third);
+  }
+
+ private:
+  std::ptrdiff_t indexOf(glm::ivec3 p) const {
+    return p.x + 1 + columns * (p.y + 1) + plane * (p.z + 1);
+  }
+
+  std::ptrdiff_t columns, plane;
+  std::vector<Sample> values;
+};
+
+template <typename Sample>
+void addPlanes(const Bytes& samples, glm::ivec3 dims, Bytes& planes) {
+  using Stored = std::make_unsigned_t<Sample>;
+  const Framed<Sample> framed(samples, dims);
   const std::size_t count = samples.size() / sizeof(Sample), start = planes.size();
   planes.resize(start + samples.size());
-  Sample before = 0;
-  for (std::size_t n = 0; n < count; ++n) {
-    Sample sample = 0;
-    std::memcpy(&sample, samples.data() + n * sizeof(Sample), sizeof(Sample));
-    const auto change = static_cast<Sample>(sample - before);
-    const bool negative = change >> (8 * sizeof(Sample) - 1) != 0;
-    const auto stored = static_cast<Sample>(negative ? ~(change << 1) : change << 1);
-    before = sample;
-    for (std::size_t b = 0; b < sizeof(Sample); ++b)
-      planes[start + b * count + n] = static_cast<unsigned char>(stored >> (8 * b));
-  }
+  std::size_t n = start;
+  for (int z = 0; z < dims.z; ++z)
+    for (int y = 0; y < dims.y; ++y)
+      for (int x = 0; x < dims.x; ++x, ++n) {
+        const Sample change = framed.changeAt({x, y, z});
+        const auto doubled = static_cast<Stored>(static_cast<Stored>(change) << 1U);
+        const auto stored = static_cast<Stored>(change < 0 ? ~doubled : doubled);
+        for (std::size_t b = 0; b < sizeof(Sample); ++b)
+          planes[b * count + n] = static_cast<unsigned char>(stored >> (8 * b));
+      }
 }
 
 }  // namespace
 
-double stepOf(const Volume<float>& image, double range, int steps) {
+Steps stepsOf(const Volume<float>& image, double range, int steps) {
   const double step = std::exp2(std::floor(std::log2(range / steps)));
+  if (step > 1) return {step, false};
   const auto count = static_cast<std::size_t>(image.size());
   const bool integers = allRepresentable(nifti::DataType::int32, image.data(), count);
-  return integers ? std::min(step, 1.0) : step;
+  return integers ? Steps{1, true} : Steps{step, false};
 }
 
 std::string packedImage(const Volume<float>& image, const Grid& grid, double step) {
@@ -83,9 +124,9 @@ std::string packedImage(const Volume<float>& image, const Grid& grid, double ste
   encodeSamples(header, values.data(), values.size(), samples.data());
   Bytes plain = formatHeader(header, "image of the report");
   if (fits)
-    addPlanes<std::uint16_t>(samples, plain);
+    addPlanes<std::int16_t>(samples, grid.dims, plain);
   else
-    addPlanes<std::uint32_t>(samples, plain);
+    addPlanes<std::int32_t>(samples, grid.dims, plain);
   return base64(gzipped(plain));
 }
 

@@ -8,10 +8,15 @@
 /// Images inside the page, for its viewer.
 namespace mirel::report {
 
-/// How finely the values of an image are told: the largest power of two that is not above `range`
-/// divided by `steps`; 1 where that is above 1 and all values are integers: these stay what they
-/// are. `range` is positive and finite.
-double stepOf(const Volume<float>& image, double range, int steps);
+/// How finely the values of an image are told.
+struct Steps {
+  double size = 1;
+  bool exact = false;  ///< all values are integers, and multiples of the step
+};
+
+/// Steps of the largest power of two that is not above `range` divided by `steps`; of 1 where that
+/// is below 1 and all values are integers. `range` is positive and finite.
+Steps stepsOf(const Volume<float>& image, double range, int steps);
 
 /// An image in Base64, as viewer.js reads it: a gzip stream of
 ///
@@ -20,10 +25,14 @@ double stepOf(const Volume<float>& image, double range, int steps);
 ///                    floats
 ///   n bytes each     the lowest bytes of all samples, then the next ones, ...
 ///
-/// of samples that are replaced by their difference d to the one before (the first by itself), as
-/// integers of their size that overflow, stored as 2 d where that is not negative and as -2 d - 1
-/// where it is. What changes little from voxel to voxel becomes small so. The same image makes the
-/// same text.
+/// of samples v that are replaced by their difference d = v - p, as integers of their size that
+/// overflow, to what those before them let expect: the mean of three planes through them,
+///
+///   p = floor((2 (vx + vy + vz) - vxy - vxz - vyz + 1) / 3),
+///
+/// vx being the sample before along x, vxy the one before along x and along y, 0 off the grid.
+/// d is stored as 2 d where it is not negative and as -2 d - 1 where it is. What changes little, or
+/// evenly, from voxel to voxel becomes small so. The same image makes the same text.
 ///
 /// Integers lie within half a step of the values, floats are the values.
 std::string packedImage(const Volume<float>& image, const Grid& grid, double step);

@@ -5,7 +5,7 @@
   const canvas = part('canvas'), radios = [...section.querySelectorAll('input[type="radio"]')];
   const sliders = ['sagittal', 'coronal', 'axial'].map(part), opacity = part('opacity');
   const { unit, perVoxel, mm, limit, start, oriented } = section.dataset;
-  let view, field, place = [0, 0, 0];
+  let view, field, shown, place = [0, 0, 0];
 
   // Images and library are gzip data in Base64.
   const inflated = async (id) => {
@@ -15,20 +15,26 @@
     return new Uint8Array(await new Response(plain).arrayBuffer());
   };
 
-  // Of an image of the page (packedimage.h): differences of samples, byte by byte.
+  // Of an image of the page (packedimage.h): differences of samples to what those before them let
+  // expect, byte by byte.
   const headerBytes = 352;
   const niftiFile = (bytes) => {
-    const file = bytes.slice();
-    const size = new DataView(file.buffer).getInt16(72, true) / 8;
-    const count = (bytes.length - headerBytes) / size;
-    const samples = new (size === 2 ? Uint16Array : Uint32Array)(file.buffer, headerBytes, count);
-    let sample = 0;
-    for (let n = 0; n < count; ++n) {
-      let stored = 0;
-      for (let b = 0; b < size; ++b) stored |= bytes[headerBytes + b * count + n] << (8 * b);
-      sample = (sample + ((stored >>> 1) ^ -(stored & 1))) | 0;
-      samples[n] = sample;
-    }
+    const file = bytes.slice(), header = new DataView(file.buffer);
+    const size = header.getInt16(72, true) / 8;
+    const [columns, rows, slices] = [42, 44, 46].map((at) => header.getInt16(at, true));
+    const plane = columns * rows, count = plane * slices;
+    const samples = new (size === 2 ? Int16Array : Int32Array)(file.buffer, headerBytes, count);
+    for (let z = 0, n = 0; z < slices; ++z)
+      for (let y = 0; y < rows; ++y)
+        for (let x = 0; x < columns; ++x, ++n) {
+          const before = (i, j, k) =>
+            x < i || y < j || z < k ? 0 : samples[n - i - j * columns - k * plane];
+          const sum = 2 * (before(1, 0, 0) + before(0, 1, 0) + before(0, 0, 1)) -
+                      before(1, 1, 0) - before(1, 0, 1) - before(0, 1, 1);
+          let stored = 0;
+          for (let b = 0; b < size; ++b) stored |= bytes[headerBytes + b * count + n] << (8 * b);
+          samples[n] = Math.floor((sum + 1) / 3) + ((stored >>> 1) ^ -(stored & 1));
+        }
     return file.buffer;
   };
   const valuesOf = (file) => {
@@ -50,10 +56,11 @@
   };
   // The colours as in the still pictures: fainter where the field is small and where nothing was
   // measured.
+  const [atLimit, exponent, unmeasured] = section.dataset.weight.split(' ').map(Number);
   const weight = (value, measured) =>
-    0.85 * Math.min(1, Math.abs(value / limit)) ** 0.6 * (measured ? 1 : 0.25);
+    atLimit * Math.min(1, Math.abs(value / limit)) ** exponent * (measured ? 1 : unmeasured);
 
-  const files = new Map(), images = new Map(), means = new Map();
+  const files = new Map(), images = new Map();
   const fileOf = async (id) => {
     if (!files.has(id)) {
       const [first, second, weights] = id.split(' ');
@@ -67,24 +74,31 @@
     if (!images.has(id)) {
       const file = (await fileOf(id)).slice(0);
       const image = await niivue.NVImage.new(file, `${id}.nii`, colours, 1, null, low, high);
-      Object.assign(image, { cal_min: low, cal_max: high });
-      images.set(id, image);
-      const [first, second, weights] = id.split(' ');
-      if (second && !weights) means.set(image, await imageOf(first, colours, low, high));
+      images.set(id, Object.assign(image, { cal_min: low, cal_max: high }));
     }
     return images.get(id);
   };
+  // Of one of the choices; its parts, for their values, where it is a mean.
+  const greyOf = ({ value, dataset }) => imageOf(value, 'gray', +dataset.low, +dataset.high);
+  const partsOf = (radio) =>
+    radio.value.split(' ').map((id) => radios.find((each) => each.value === id));
 
-  // Numbers with as many decimals as the stored steps bear (without steps six digits), and a true
-  // minus sign.
+  // With a true minus sign; `half` is how far off the number may be.
   const text = (value, decimals) =>
-    (decimals === null ? String(Number(value.toPrecision(6))) : value.toFixed(decimals))
-        .replace(/^-(0\.?0*)$/, '$1').replace('-', '\u2212');
-  const decimalsOf = (image) => {
-    const part = means.get(image) ?? image;
-    if (part.hdr.datatypeCode === 16) return null;
-    if (part !== image) return 1 + decimalsOf(part);
-    return Math.max(0, Math.ceil(-Math.log10(image.hdr.scl_slope)));
+    value.toFixed(decimals).replace(/^-(0\.?0*)$/, '$1').replace('-', '\u2212');
+  const decimalsOf = (half) => Math.max(0, Math.ceil(-Math.log10(half)));
+  const near = (value, half) =>
+    half ? `${text(value, decimalsOf(half))} \u00b1 ${Number(half.toPrecision(1))}`
+         : String(Number(value.toPrecision(6))).replace('-', '\u2212');
+  const sum = (numbers) => numbers.reduce((all, one) => all + one);
+  const valueText = (voxel) => {
+    const parts = partsOf(shown).map(({ dataset, value }) => ({
+      low: +dataset.low, half: +dataset.half, black: +dataset.black,
+      value: images.get(value).getValue(...voxel) }));
+    const mean = (key) => sum(parts.map((part) => part[key])) / parts.length;
+    if (parts.every(({ value, black }) => Math.abs(value - black) <= 1e-6 * Math.abs(black)))
+      return `below ${text(mean('low'), decimalsOf(mean('half') || 1))}`;
+    return near(mean('value'), mean('half'));
   };
 
   const sides = () => view.volumes[0].dimsRAS.slice(1, 4);
@@ -101,9 +115,9 @@
   const tell = (voxel) => {
     const image = view.volumes[0], counted = inFile(voxel);
     part('voxel').value = counted.join(', ');
-    part('value').value = text(image.getValue(...voxel), decimalsOf(image));
+    part('value').value = valueText(voxel);
     const strength = field.getValue(...voxel), displacement = strength / perVoxel;
-    if (unit === 'Hz') part('field').value = `${text(strength, decimalsOf(field))} Hz`;
+    if (unit === 'Hz') part('field').value = `${text(strength, decimalsOf(field.hdr.scl_slope))} Hz`;
     part('displacement').value =
         `${text(displacement, 2)} voxels, ${text(displacement * mm, 2)} mm`;
     if (oriented) {
@@ -122,14 +136,19 @@
     tell(place);
   };
 
+  const load = async (radio) => {
+    for (const part of partsOf(radio)) await greyOf(part);
+    return greyOf(radio);
+  };
   const show = async (radio) => {
-    const { low, high } = radio.dataset;
-    const image = await imageOf(radio.value, 'gray', +low, +high);
+    const image = await load(radio);
     if (!radio.checked) return;
+    shown = radio;
     view.volumes = [image, ...view.volumes.slice(1)];
     view.setVolume(image, 0);
     move(place);
     section.dataset.shown = radio.value;
+    section.dataset.window = `${image.cal_min} ${image.cal_max}`;
   };
   const fade = () => {
     opacity.nextElementSibling.value = `${opacity.value} %`;
@@ -187,11 +206,11 @@
       fontColor: [0.9, 0.93, 0.96, 1], crosshairColor: [1, 0.83, 0, 0.7],
     });
     await view.attachToCanvas(canvas, false);
-    view.addColormap('displacement',
-        { R: [33, 255, 178], G: [70, 255, 24], B: [160, 255, 43], A: [255, 255, 255],
-          I: [0, 128, 255] });
-    const shown = radios.find((radio) => radio.checked);
-    view.addVolume(await imageOf(shown.value, 'gray', +shown.dataset.low, +shown.dataset.high));
+    const colours = section.dataset.colours.split(' ').map(Number);
+    const [R, G, B] = [0, 1, 2].map((part) => colours.filter((each, n) => n % 3 === part));
+    view.addColormap('displacement', { R, G, B, A: [255, 255, 255], I: [0, 128, 255] });
+    shown = radios.find((radio) => radio.checked);
+    view.addVolume(await load(shown));
     field = await imageOf('viewer-field', 'displacement', -limit, +limit);
     view.addVolume(field);
     const weights = await imageOf('viewer-field viewer-measured weights', 'gray', 0, 1);

@@ -20,12 +20,19 @@ class ViewerPart {
   /// Larger images would make pages of tens of megabytes.
   static bool shows(const Grid& grid);
 
-  /// In the given grey window. The last one added is shown first.
-  void addImage(const std::string& name, const Volume<float>& image, const picture::Window& window);
-  /// The mean of two that were added, counted from 0; made from them in the page.
-  void addMean(const std::string& name, std::size_t first, std::size_t second,
-               const picture::Window& window);
-  void setField(const ShownField& field, const std::string& note);
+  struct Image {
+    std::string name;
+    const Volume<float>& values;
+    picture::Window window;
+  };
+
+  /// The last one added is shown first. Where it is below its window, and black, only that is kept.
+  void addImage(const Image& image);
+  /// Two images and their mean, which is made from them in the page. Of what is black only that is
+  /// kept where it is in both.
+  void addWithMean(const Image& first, const Image& second, const std::string& nameOfMean,
+                   const picture::Window& windowOfMean);
+  void setField(const ShownField& field, const ColouredField& coloured, const std::string& note);
 
   /// The data of the page's template.
   Json part() const;
@@ -37,9 +44,12 @@ class ViewerPart {
   struct Shown {
     std::string name, id;
     picture::Window window;
+    std::string black;  ///< stands for what is below the window; of a mean: that of its images
+    double half;        ///< a step: values lie so close to what is told, at least
   };
 
   void addBlock(const std::string& id, const std::string& packed);
+  void addBut(const Image& image, const std::vector<char>& dark);
 
   Grid grid;
   bool oriented;

@@ -10,6 +10,8 @@ TEST(BidsName, EntitiesAndSuffixAreTakenApart) {
   const Name name = Name::of("data/sub-01/sub-01_dir-AP_epi.nii.gz");
   ASSERT_EQ(name.entities.size(), 2U);
   EXPECT_EQ(name.entities[1], (std::pair<std::string, std::string>("dir", "AP")));
+  EXPECT_EQ(name.entity("dir"), "AP");
+  EXPECT_EQ(name.entity("ses"), "");
   EXPECT_EQ(name.suffix, "epi");
   EXPECT_EQ(name.text(), "sub-01_dir-AP_epi");
 }

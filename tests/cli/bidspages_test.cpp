@@ -42,6 +42,17 @@ TEST_F(BidsPages, StandBesideFieldsAndSeries) {
   EXPECT_THAT(textOf(out(".bidsignore")), HasSubstr("*.html"));
 }
 
+TEST_F(BidsPages, HaveTheViewerUnlessItIsLeftOut) {
+  const std::string viewer = "<section id=\"viewer\"";
+  ASSERT_EQ(bids().status, 0);
+  for (const char* page : {ofField, ofSeries})
+    EXPECT_EQ(textOf(out(page)).find(viewer) != std::string::npos, bool{MIREL_HAS_VIEWER}) << page;
+  fs::remove_all(out());
+  ASSERT_EQ(bids({"--no-viewer"}).status, 0);
+  for (const char* page : {ofField, ofSeries})
+    EXPECT_THAT(textOf(out(page)), Not(HasSubstr(viewer))) << page;
+}
+
 TEST_F(BidsPages, OfASeriesDoubtAFieldThatIsNotToBeTrusted) {
   const std::string pa = raw("sub-01/fmap/sub-01_dir-PA_epi.nii.gz");
   fs::copy(raw("sub-01/fmap/sub-01_dir-AP_epi.nii.gz"), pa, fs::copy_options::overwrite_existing);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstdlib>
 #include <filesystem>
 #include <nlohmann/json.hpp>
@@ -38,6 +40,18 @@ struct Browser {
     return said;
   }
 };
+
+/// Of what a script said: a screen reader has a name for every control and picture, and the
+/// tabulator key comes by every control, in the order of the page.
+inline void expectUsableWithoutSightAndMouse(const nlohmann::json& seen) {
+  const nlohmann::json none = nlohmann::json::array();
+  EXPECT_EQ(seen["accessibility"]["nameless"], none);
+  EXPECT_GT(seen["accessibility"]["counts"].value("image", 0), 0);
+  EXPECT_GT(seen["accessibility"]["counts"].value("button", 0), 0);
+  EXPECT_EQ(seen["keyboard"]["leftOut"], none);
+  EXPECT_EQ(seen["keyboard"]["inOrder"], true);
+  EXPECT_GT(seen["keyboard"]["count"], 5);
+}
 
 inline constexpr const char* noBrowser =
     "Chromium or Node is not installed (packages chromium and nodejs): the page was not looked at";

@@ -1,12 +1,8 @@
 // Opens a page in headless Chromium and says what it finds, as JSON on standard output.
 // Usage: node browser.mjs CHROMIUM PAGE PROFILE
-import { layoutAt, open } from './chromium.mjs';
+import { accessibility, keyboard, layoutAt, sayOf } from './chromium.mjs';
 
-const [chromium, page, profile] = process.argv.slice(2);
-
-let opened;
-try {
-  opened = await open(chromium, page, profile);
+await sayOf(process.argv.slice(2, 5), async (opened) => {
   const { tell, value } = opened;
 
   const shown = `getComputedStyle(document.querySelector('.pictures .before')).visibility`;
@@ -39,15 +35,7 @@ try {
   const sizes = await layoutAt(opened, [360, 1600], 'main > section, .card, .view, .chart');
   const unnamed = await value(`[...document.querySelectorAll('img:not([alt]), img[alt=""]')].length +
     [...document.querySelectorAll('button')].filter((b) => !b.textContent.trim()).length`);
-  const requests = opened.requests();
-  const errors = opened.errors();
   const broken = await value(`[...document.images].filter((i) => !i.complete || !i.naturalWidth).length`);
-  console.log(JSON.stringify(
-      { states, pictureChanged: before !== hovered, sizes, unnamed, broken, requests, errors }, null, 1));
-  await opened.end();
-} catch (error) {
-  console.log(JSON.stringify({ failed: String(error) }));
-} finally {
-  opened?.kill();
-}
-process.exit(0);
+  return { states, pictureChanged: before !== hovered, sizes, unnamed, broken,
+           accessibility: await accessibility(opened), keyboard: await keyboard(opened) };
+});

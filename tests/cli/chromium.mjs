@@ -7,7 +7,7 @@ export const software3d = [
   '--use-gl=angle', '--use-angle=swiftshader', '--enable-unsafe-swiftshader', '--ignore-gpu-blocklist',
 ];
 
-export const open = async (chromium, page, profile, width = 1600, flags = ['--disable-gpu']) => {
+const open = async (chromium, page, profile, width = 1600, flags = ['--disable-gpu']) => {
   const browser = spawn(
       chromium,
       [
@@ -89,6 +89,24 @@ export const open = async (chromium, page, profile, width = 1600, flags = ['--di
   };
 };
 
+// Opens a page, looks at it and says what was found, what the page asked of a network and what went
+// wrong in it, as JSON on standard output. The end of the process.
+export const sayOf = async (where, look) => {
+  let opened;
+  try {
+    opened = await open(...where);
+    const seen = await look(opened);
+    console.log(JSON.stringify(
+        { ...seen, requests: opened.requests(), errors: opened.errors() }, null, 1));
+    await opened.end();
+  } catch (error) {
+    console.log(JSON.stringify({ failed: String(error) }));
+  } finally {
+    opened?.kill();
+  }
+  process.exit(0);
+};
+
 // Runs in the page.
 const overlaps = (selector) => {
   const boxes = [...document.querySelectorAll(selector)]
@@ -107,6 +125,41 @@ const wider = () => [...document.querySelectorAll('main *')]
     .filter((element) => !element.closest('.unseen, thead, svg') &&
                          element.getBoundingClientRect().right > document.documentElement.clientWidth + 1)
     .map((element) => `${element.tagName} ${element.className}`);
+
+// What a screen reader is told: of controls and pictures those without a name, and how many there
+// are of each kind.
+const spoken = ['button', 'link', 'checkbox', 'radio', 'slider', 'spinbutton', 'searchbox', 'textbox',
+                'combobox', 'image', 'img', 'application', 'table'];
+export const accessibility = async ({ tell }) => {
+  const { nodes } = await tell('Accessibility.getFullAXTree');
+  const told = nodes.filter((node) => !node.ignored && spoken.includes(node.role?.value));
+  const counts = {};
+  for (const node of told) counts[node.role.value] = (counts[node.role.value] ?? 0) + 1;
+  return { counts, nameless: told.filter((node) => !node.name?.value?.trim())
+      .map((node) => `${node.role.value} ${node.nodeId}`) };
+};
+
+// The controls that the tabulator key comes by, from the beginning of the page to its end: how many,
+// whether each stands behind the one before, and those in sight that it leaves out.
+export const keyboard = async ({ value, press }) => {
+  await value(`window.visited = []; (() => {
+    const start = document.createElement('span');
+    start.tabIndex = -1;
+    document.body.prepend(start);
+    start.focus();
+  })()`);
+  const step = `(() => { const e = document.activeElement;
+    if (!e || e === document.body || visited.includes(e)) return false;
+    visited.push(e); return true; })()`;
+  do await press('Tab', 'Tab'); while (await value(step));
+  return JSON.parse(await value(`JSON.stringify({
+    count: visited.length,
+    inOrder: visited.every((e, n) => !n || Boolean(
+        visited[n - 1].compareDocumentPosition(e) & Node.DOCUMENT_POSITION_FOLLOWING)),
+    leftOut: [...document.querySelectorAll('button, a[href], input, select, [tabindex="0"]')]
+        .filter((e) => e.checkVisibility() && !visited.includes(e) &&
+                       !(e.type === 'radio' && !e.checked)).map((e) => e.outerHTML.slice(0, 80)) })`));
+};
 
 // How elements of a page lie at each of some widths of the window.
 export const layoutAt = async ({ resize, value }, widths, selector) => {

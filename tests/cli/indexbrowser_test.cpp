@@ -40,10 +40,27 @@ class IndexInBrowser : public testing::Test {
   void write(const std::string& stem, const json& record) const {
     fs::create_directories(fs::path(file("out/" + stem)).parent_path());
     folder.write("out/" + stem + ".json", record.dump());
-    folder.write("out/" + stem + "_report.html", "<p>");
+    folder.write("out/" + stem + "_report.html", icon + "<p>");
+  }
+  // That of a page of a run: as many pixels as they have at most.
+  static std::string iconOfARun() {
+    const TemporaryFolder run;
+    const std::string stem = run.file("in/sub-phantom_dir-");
+    EXPECT_EQ(runMirel({"phantom", run.file("in"), "--size", "40", "40", "16", "--voxel", "5",
+                        "--volumes", "0"})
+                  .status,
+              0);
+    EXPECT_EQ(runMirel({"correct", stem + "AP_epi.nii.gz", stem + "PA_epi.nii.gz", "--fast",
+                        "--quiet", "--no-viewer", "-o", run.file("out")})
+                  .status,
+              0);
+    const std::string page = textOf(run.file("out/report.html"));
+    const std::size_t at = page.find("<link rel=\"icon\"");
+    return page.substr(at, page.find('>', at) + 1 - at);
   }
   std::string file(const std::string& name) const { return folder.file(name); }
 
+  const std::string icon = iconOfARun();
   TemporaryFolder folder;
 };
 
@@ -61,6 +78,9 @@ TEST_F(IndexInBrowser, LoadsAtOnceSortsAndFilters) {
 
   EXPECT_GT(seen["processorMs"], 1);
   EXPECT_LT(seen["processorMs"], 1000) << "the page was there after " << seen["loadMs"] << " ms";
+  EXPECT_LT(fs::file_size(file("out/index.html")), 2U << 20U);
+  EXPECT_EQ(seen["thumbnails"], 500);
+  EXPECT_GT(seen["decoded"], 0) << "thumbnails in sight";
   EXPECT_EQ(seen["start"], "500 of 500 images");
   EXPECT_EQ(seen["found"], "1 of 500 images");
   EXPECT_EQ(seen["foundRows"], "007 17");
@@ -77,6 +97,7 @@ TEST_F(IndexInBrowser, LoadsAtOnceSortsAndFilters) {
     EXPECT_EQ(size["wider"], json::array()) << width;
     EXPECT_EQ(size["overlaps"], json::array()) << width;
   }
+  expectUsableWithoutSightAndMouse(seen);
   EXPECT_EQ(seen["unnamed"], 0);
   EXPECT_EQ(seen["requests"], json::array());
   EXPECT_EQ(seen["errors"], json::array());

@@ -33,6 +33,7 @@ TEST_F(ReportInBrowser, LoadsFlipsAndFitsEveryScreen) {
                        {"pressed", "visible"},
                        {"released", "hidden"}};
   EXPECT_EQ(seen["states"], states);
+  expectUsableWithoutSightAndMouse(seen);
   for (const char* width : {"360", "1600"}) {
     const json& size = seen["sizes"][width];
     EXPECT_EQ(size["scrolls"], 0) << width;

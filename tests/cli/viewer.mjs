@@ -1,17 +1,15 @@
 // Goes through the images of a report's viewer in headless Chromium and says what it reads there,
 // as JSON on standard output.
 // Usage: node viewer.mjs CHROMIUM PAGE PROFILE [without]
-import { layoutAt, open, software3d } from './chromium.mjs';
+import { accessibility, keyboard, layoutAt, sayOf, software3d } from './chromium.mjs';
 
 const flags = process.argv[5] === 'without' ? ['--disable-3d-apis'] : software3d;
-let opened;
-try {
-  opened = await open(...process.argv.slice(2, 5), 1600, flags);
-  const { tell, value, until, requests, errors } = opened;
+await sayOf([...process.argv.slice(2, 5), 1600, flags], async (opened) => {
+  const { tell, value, until } = opened;
   await value(`document.getElementById('viewer').scrollIntoView()`);
   const state = `document.getElementById('viewer').dataset.state`;
   await until('viewer', () => value(`${state} !== undefined`));
-  const said = { state: await value(state), reads: [] };
+  const said = { state: await value(state), reads: [], windows: [] };
 
   const part = (name) => `document.querySelector('[data-part="${name}"]')`;
   const read = async (how) => said.reads.push({
@@ -46,6 +44,9 @@ try {
       await value(`${radio}.click()`);
       await until('image', () => value(`document.getElementById('viewer').dataset.shown === ${radio}.value`));
       await read('chosen');
+      said.windows.push(JSON.parse(await value(`JSON.stringify([
+          document.getElementById('viewer').dataset.window,
+          ${radio}.dataset.low + ' ' + ${radio}.dataset.high])`)));
     }
     await value(`${part('canvas')}.focus()`);
     for (const key of ['ArrowLeft', 'ArrowLeft', 'ArrowUp', 'PageUp']) await press(key);
@@ -71,6 +72,12 @@ try {
     await tell('Input.dispatchTouchEvent', { type: 'touchEnd', touchPoints: [] });
     await tell('Emulation.setTouchEmulationEnabled', { enabled: false });
     await read('touch');
+    for (const name of ['sagittal', 'coronal', 'axial'])
+      await value(`${part(name)}.value = 0, ${part(name)}.dispatchEvent(new Event('input'))`);
+    await read('corner');
+    await value(`document.querySelector('#viewer input[type="radio"]').click()`);
+    await until('image', () => value(`document.getElementById('viewer').dataset.shown === 'viewer-image-0'`));
+    await read('corner');
     const coloured = await picture();
     await value(`${part('opacity')}.value = 0, ${part('opacity')}.dispatchEvent(new Event('input'))`);
     said.colours = coloured !== await picture();
@@ -78,11 +85,7 @@ try {
   said.sizes = await layoutAt(opened, [360, 1600],
       'main > section, .choices, .sliders label, .canvas, .readout > div');
   said.pictures = await value(`[...document.images].filter((i) => i.complete && i.naturalWidth).length`);
-  console.log(JSON.stringify({ ...said, requests: requests(), errors: errors() }, null, 1));
-  await opened.end();
-} catch (error) {
-  console.log(JSON.stringify({ failed: String(error) }));
-} finally {
-  opened?.kill();
-}
-process.exit(0);
+  said.accessibility = await accessibility(opened);
+  said.keyboard = await keyboard(opened);
+  return said;
+});

@@ -16,6 +16,7 @@ using Others = EarlierResults::Others;
 struct PlainReport : RunReport {
   std::string body;
   explicit PlainReport(std::string text) : body(std::move(text)) {}
+  std::vector<Remark> check(const std::string&, const nifti::Header&) override { return {}; }
   void showPair(const PairInput&, const PairEstimate&) override {}
   void showSeries(const SeriesImages&) override {}
   std::string text(const RunRecord&, const std::vector<std::string>&,

@@ -3,6 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "report/thumbnail.h"
+#include "support/temporaryfolder.h"
+
 namespace mirel::report {
 
 using testing::HasSubstr;
@@ -25,7 +28,7 @@ TEST(IndexPage, HasARowForEveryImage) {
   first.page = "sub-01/func/a b_report.html";
   second.outlier = "field_hz";
   second.verdict = "";
-  const std::string page = indexPage("study", "1.2", {first, second});
+  const std::string page = indexPage("study", "1.2", {first, second}, "");
   EXPECT_THAT(page, HasSubstr("by Mirel 1.2: 2 images of 2 subjects"));
   EXPECT_THAT(page, HasSubstr("<tr class=\"look\"><td>01</td><td>a</td><th scope=\"row\">"
                               "sub-01_ses-a_task-rest_bold.nii.gz "
@@ -35,7 +38,7 @@ TEST(IndexPage, HasARowForEveryImage) {
   EXPECT_THAT(page, HasSubstr("<td class=\"far\">90<span class=\"unseen\">, an outlier</span>"));
   EXPECT_THAT(page, HasSubstr("<option>a</option>"));
   EXPECT_THAT(page, HasSubstr("<div class=\"outlier\"><dt>outlier</dt><dd>1</dd></div>"));
-  EXPECT_EQ(page, indexPage("study", "1.2", {first, second}));
+  EXPECT_EQ(page, indexPage("study", "1.2", {first, second}, ""));
 }
 
 TEST(IndexPage, EscapesWhatOthersNamed) {
@@ -43,7 +46,7 @@ TEST(IndexPage, EscapesWhatOthersNamed) {
   evil.image = "sub-<b>/sub-<b>_task-\"x\"_bold.nii.gz";
   evil.page = "sub-<b>/\"onmouseover=alert(1)?#%.html";
   evil.signCheck = "<img src=x>";
-  const std::string page = indexPage("<script>alert(2)</script>", "1", {evil});
+  const std::string page = indexPage("<script>alert(2)</script>", "1", {evil}, "");
   EXPECT_THAT(page, Not(HasSubstr("<script>alert")));
   EXPECT_THAT(page, Not(HasSubstr("<img src=x")));
   EXPECT_THAT(page, Not(HasSubstr("<b>")));
@@ -51,11 +54,32 @@ TEST(IndexPage, EscapesWhatOthersNamed) {
 }
 
 TEST(IndexPage, LoadsNothing) {
-  const std::string page = indexPage("study", "1", {row("01", 1)});
+  const std::string page = indexPage("study", "1", {row("01", 1)}, "");
   EXPECT_THAT(page, HasSubstr("default-src 'none'"));
   EXPECT_THAT(page, Not(HasSubstr("http://")));
   EXPECT_THAT(page, Not(HasSubstr("https://")));
   EXPECT_THAT(page, Not(HasSubstr("{{")));
+}
+
+TEST(IndexPage, ShowsTheIconsOfPages) {
+  const TemporaryFolder folder;
+  const std::string icon = "data:image/png;base64,iVBORw0+/=";
+  folder.write("good.html", "<head><link rel=\"icon\" href=\"" + icon + "\"></head>");
+  folder.write("none.html", "<head><link rel=\"icon\" href=\"data:,\"></head>");
+  folder.write("evil.html", "<link rel=\"icon\" href=\"data:image/png;base64,AA' onload='x()\">");
+  EXPECT_EQ(thumbnailOf(folder.file("good.html")), icon);
+  for (const char* name : {"none.html", "evil.html", "missing.html"})
+    EXPECT_EQ(thumbnailOf(folder.file(name)), "") << name;
+  dataset::GroupRow first = row("01", 1), second = row("02", 1), third = row("03", 1);
+  first.page = "good.html";
+  second.fieldPage = "good.html";
+  third.page = "evil.html";
+  const std::string page = indexPage("study", "1.2", {first, second, third}, folder.file(""));
+  for (const char* subject : {"01", "02"})
+    EXPECT_THAT(page, HasSubstr("<img src=\"" + icon + "\" width=\"40\" height=\"40\" " +
+                                "loading=\"lazy\" decoding=\"async\" alt=\"Slice of sub-" +
+                                subject + "_ses-a_task-rest_bold.nii.gz\">"));
+  EXPECT_THAT(page, Not(HasSubstr("Slice of sub-03")));
 }
 
 }  // namespace mirel::report

@@ -2,6 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <glm/gtc/matrix_transform.hpp>
+#include <map>
+
+#include "report/encode.h"
+
 namespace {
 
 using namespace mirel;
@@ -60,7 +65,7 @@ TEST(Views, HaveLettersOnlyWhereTheSidesAreKnown) {
   const Grid grid{{20, 24, 16}, glm::dmat4(1)};
   for (const bool known : {true, false}) {
     const Views views("a.nii", grid, known, block.head, block.shift, "o-");
-    const Json card = views.beforeAndAfter("A", {block.image, block.image});
+    const Json card = views.beforeAndAfter("A", {block.image, block.image, {0, 1}});
     const Json& first = card.at("views").at(0);
     EXPECT_EQ(first.at("letters").is_null(), !known);
     if (known) {
@@ -71,17 +76,55 @@ TEST(Views, HaveLettersOnlyWhereTheSidesAreKnown) {
   }
 }
 
-TEST(Views, ShowBothStatesInTheWindowOfTheCorrectedOne) {
+TEST(Views, HaveThePixelsThatTheShapeOfVoxelsNeeds) {
+  const Block block;
+  // {size of slices in mm, width and height of a sagittal picture of 24 x 16 voxels of 2 mm}
+  const std::map<double, std::pair<std::string, std::string>> wanted = {
+      {2, {"24", "16"}}, {4, {"24", "32"}}, {3, {"48", "48"}}, {3.5, {"96", "112"}}};
+  for (const auto& [slice, size] : wanted) {
+    const glm::dmat4 affine = glm::scale(glm::dmat4(1), glm::dvec3(2, 2, slice));
+    const Views views("a.nii", {{20, 24, 16}, affine}, true, block.head, block.shift, "o-");
+    const Json card = views.beforeAndAfter("A", {block.image, block.image, {0, 1}});
+    const Json& last = card.at("views").list().back();
+    EXPECT_EQ(last.at("width").string(), size.first) << slice;
+    EXPECT_EQ(last.at("height").string(), size.second) << slice;
+  }
+}
+
+TEST(Views, ShowBothStatesInOneWindow) {
   const Block block;
   const Views views("a.nii", {{20, 24, 16}, glm::dmat4(1)}, true, block.head, block.shift, "o-");
   const Volume<float> brighter = block.image * 1.2F;
-  const Json card = views.beforeAndAfter("A", {brighter, block.image});
-  const Json same = views.beforeAndAfter("A", {brighter, brighter});
+  const auto window = picture::robustWindow(block.image);
+  const Json card = views.beforeAndAfter("A", {brighter, block.image, window});
+  const Json same =
+      views.beforeAndAfter("A", {brighter, brighter, picture::robustWindow(brighter)});
   // In its own window the brighter image looks as the other does in that one's.
   EXPECT_NE(card.at("views").at(0).at("before").string(),
             card.at("views").at(0).at("after").string());
   EXPECT_NE(card.at("views").at(0).at("before").string(),
             same.at("views").at(0).at("before").string());
+}
+
+TEST(Views, HaveAnOutlineOfAnatomyWhereItIsGiven) {
+  const Block block;
+  Views views("a.nii", {{20, 24, 16}, glm::dmat4(1)}, true, block.head, block.shift, "o-");
+  const std::size_t without = views.contours().list().size();
+  views.addAnatomy(block.head);
+  EXPECT_EQ(views.contours().list().size(), 2 * without);
+  const Json card = views.beforeAndAfter("A", {block.image, block.image, {0, 1}});
+  const Json outlines = views.contours();
+  const Json &own = outlines.at(0), &anatomy = outlines.at(1);
+  EXPECT_EQ(card.at("views").at(0).at("anatomy").string(), anatomy.at("id").string());
+  EXPECT_NE(own.at("id").string(), anatomy.at("id").string());
+  EXPECT_EQ(own.at("path").string(), anatomy.at("path").string());
+}
+
+TEST(Views, HaveSmallThumbnails) {
+  const Volume<float> image(200, 180, 16, 1.0F), none(200, 180, 16, 0.0F);
+  const Views views("a.nii", {{200, 180, 16}, glm::dmat4(1)}, true, image, none, "o-");
+  picture::RgbImage expected(40, 36, {51, 51, 51});
+  EXPECT_EQ(views.thumbnail(image, {0, 5}), dataAddress(expected));
 }
 
 TEST(PathOf, JoinsPiecesThatContinueOneAnother) {
