@@ -4,7 +4,7 @@
   const body = at('images').tBodies[0];
   const rows = [...body.rows];  // in their own order, by subject and image
   const heads = [...document.querySelectorAll('#images thead th')];
-  const words = rows.map((row) => 
+  const words = rows.map((row) =>
       [...row.cells[2].childNodes].find((part) => part.nodeType === Node.TEXT_NODE).data.toLowerCase());
   const subjects = rows.map((row) => row.cells[0].textContent);
   const number = (cell) => parseFloat(cell.textContent);
