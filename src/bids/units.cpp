@@ -50,8 +50,10 @@ constexpr std::array<std::pair<const char*, Unit>, 29> spellings{{
 
 std::optional<Unit> unitOf(const std::string& text) {
   std::string plain;
-  for (const unsigned char c : text)
+  for (const char each : text) {
+    const auto c = static_cast<unsigned char>(each);
     if (std::isspace(c) == 0) plain += static_cast<char>(std::tolower(c));
+  }
   const auto* found = std::find_if(spellings.begin(), spellings.end(),
                                    [&](const auto& each) { return plain == each.first; });
   if (found == spellings.end()) return std::nullopt;

@@ -68,5 +68,5 @@ constexpr int laneCount = 4;
    : (variant) == SimdVariant::avx2 ? avx2::function   \
                                     : baseline::function)
 #else
-#define MIREL_DISPATCH(variant, function) (baseline::function)
+#define MIREL_DISPATCH(variant, function) (static_cast<void>(variant), baseline::function)
 #endif

@@ -73,13 +73,13 @@ struct PlainBytesOf : testing::Test {
 }  // namespace
 
 TEST_F(PlainBytesOf, PlainAndCompressedFilesAreTheSame) {
-  for (const std::size_t count : {0, 1, 2, 999, 65536, 1000000}) {
+  for (const std::size_t count : {0U, 1U, 2U, 999U, 65536U, 1000000U}) {
     const Bytes wanted = content(count);
     write(wanted);
     EXPECT_EQ(readHere(name), (Outcome{wanted})) << count;
     EXPECT_FALSE(PlainBytes(name).isCompressed());
     write(gzipped(wanted));
-    for (const std::size_t block : {7, 1000, 300000, 2000000})
+    for (const std::size_t block : {7U, 1000U, 300000U, 2000000U})
       EXPECT_EQ(readHere(name, block), (Outcome{wanted})) << count;
     EXPECT_TRUE(PlainBytes(name).isCompressed());
   }
