@@ -64,7 +64,7 @@ EchoTimes echoTimesOf(const PhaseFile& first, const PhaseFile& second) {
 }
 
 EchoTimes givenEchoTimes(double first, double second) {
-  const EchoTimes times{first, second, "option"};
+  EchoTimes times{first, second, "option"};
   refuseImpossible(first, "the first echo time");
   refuseImpossible(second, "the second echo time");
   refuseOrder(times, "the command line");
