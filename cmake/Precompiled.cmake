@@ -28,9 +28,41 @@ if(MIREL_PCH)
   mirel_precompiled_headers(mirel_precompiled HEADERS ${MIREL_PRECOMPILED} USES glm::glm)
 endif()
 
-# Sources with compile options of their own need SKIP_PRECOMPILE_HEADERS.
+# The options that set how far code is optimised, in a list of options.
+function(mirel_optimisation_of options result)
+  string(REGEX MATCHALL "-O[0-9sgf][a-z]*" found "${options}")
+  set(${result} "${found}" PARENT_SCOPE)
+endfunction()
+
+# GCC takes the optimisation that the headers were precompiled with, whatever the command line says,
+# and says nothing. Where it differs the headers must not be used.
+function(mirel_check_precompiled target owner)
+  get_target_property(is_off ${target} DISABLE_PRECOMPILE_HEADERS)
+  if(is_off)
+    return()
+  endif()
+  get_target_property(options ${target} COMPILE_OPTIONS)
+  get_target_property(owner_options ${owner} COMPILE_OPTIONS)
+  mirel_optimisation_of("${options}" own)
+  mirel_optimisation_of("${owner_options}" of_owner)
+  if(NOT own STREQUAL of_owner)
+    message(FATAL_ERROR "${target} (${own}) is optimised otherwise than the headers that are precompiled for it: set DISABLE_PRECOMPILE_HEADERS.")
+  endif()
+  get_target_property(sources ${target} SOURCES)
+  foreach(source ${sources})
+    get_source_file_property(options ${source} COMPILE_OPTIONS)
+    get_source_file_property(is_off ${source} SKIP_PRECOMPILE_HEADERS)
+    mirel_optimisation_of("${options}" own)
+    if(own AND NOT is_off)
+      message(FATAL_ERROR "${source} (${own}) is optimised otherwise than the precompiled headers: set SKIP_PRECOMPILE_HEADERS.")
+    endif()
+  endforeach()
+endfunction()
+
 function(mirel_use_precompiled target owner)
   if(MIREL_PCH)
     target_precompile_headers(${target} REUSE_FROM ${owner})
+    # When the folder has said all about the target.
+    cmake_language(EVAL CODE "cmake_language(DEFER CALL mirel_check_precompiled ${target} ${owner})")
   endif()
 endfunction()
