@@ -31,7 +31,8 @@ void resampleCubic(Volume<float>& result, const Volume<float>& source, const glm
   std::vector<double> coefficients(source.data(), source.data() + source.size());
   const glm::ivec3 n = source.dimensions();
   convertToBSplineCoeff3D(coefficients.data(), n.x, n.y, n.z);
-  const std::size_t slice = static_cast<std::size_t>(result.nx()) * result.ny();
+  const std::size_t slice =
+      static_cast<std::size_t>(result.nx()) * static_cast<std::size_t>(result.ny());
   std::vector<double> px(slice), py(slice), pz(slice), values(slice);
   for (int z = 0; z < result.nz(); ++z) {
     std::size_t at = 0;
