@@ -21,5 +21,3 @@ echo
 echo "| work | peak memory beyond the images | allowed |"
 echo "|---|---|---|"
 "$bin/mirel_memory"
-echo
-scripts/bench-apply.sh "$build"

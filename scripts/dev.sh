@@ -35,7 +35,7 @@ case "${1:-}" in
   cluster) setup cluster; build program; scripts/cluster.sh build/release ;;
   container) scripts/setup.sh $(cat scripts/packages-container.txt); scripts/container.sh ;;
   validator) setup; build program; scripts/validator.sh build/release ;;
-  bench) setup test bench; build release; scripts/bench.sh build/release ;;
+  bench) setup test bench; build release; scripts/bench.sh build/release; scripts/bench-commands.sh build/release ;;
   ci)    setup test lint fuzz; scripts/ci.sh ;;
   *) sed -n '2,3s/^# //p' "$0" >&2; exit 2 ;;
 esac
