@@ -4,8 +4,6 @@
 #include <cmath>
 #include <vector>
 
-#include "masspreserving/objective.h"
-
 namespace mirel {
 
 template <typename Real>
@@ -83,82 +81,37 @@ void LineSolver<Real>::solve(const Volume<Real>& v, Volume<Real>& out) const {
 
 namespace {
 
-// From x with the residual r = rhs - H x; the tolerance is relative to the norm sqrt(reference).
 template <typename Real>
-SolveResult iterate(const std::function<void(const Volume<Real>&, Volume<Real>&)>& product,
-                    const LineSolver<Real>& preconditioner, Volume<Real>& r, Volume<Real>& x,
-                    double reference, double tolerance, int maxIterations) {
-  const int n = r.size();
-  Volume<Real> z(r.dimensions(), Real(0)), q(r.dimensions(), Real(0));
-  preconditioner.solve(r, z);
-  Volume<Real> p = z;
-  double rz = dot(r, z);
-  if (reference < 0.0) reference = rz;
-  const auto relative = [reference](double square) {
-    return reference > 0.0 ? std::sqrt(std::max(square, 0.0) / reference) : 0.0;
-  };
-  SolveResult result{0, relative(rz)};
-  while (rz > 0.0 && result.iterations < maxIterations && result.relativeResidual > tolerance) {
-    product(p, q);
-    const double curvature = dot(p, q);
-    if (!(curvature > 0.0)) break;
-    const Real step = static_cast<Real>(rz / curvature);
-    for (int i = 0; i < n; ++i) {
-      x.data()[i] += step * p.data()[i];
-      r.data()[i] -= step * q.data()[i];
-    }
-    preconditioner.solve(r, z);
-    const double nextRz = dot(r, z);
-    const Real beta = static_cast<Real>(nextRz / rz);
-    for (int i = 0; i < n; ++i) p.data()[i] = z.data()[i] + beta * p.data()[i];
-    rz = nextRz;
-    ++result.iterations;
-    result.relativeResidual = relative(rz);
-  }
-  return result;
+LinearMap<Real> solving(const LineSolver<Real>& lines) {
+  return [&lines](const Volume<Real>& v, Volume<Real>& out) { lines.solve(v, out); };
 }
 
 }  // namespace
 
 template <typename Real>
-SolveResult conjugateGradients(
-    const std::function<void(const Volume<Real>&, Volume<Real>&)>& product,
-    const LineSolver<Real>& preconditioner, const Volume<Real>& rhs, Volume<Real>& x,
-    double tolerance, int maxIterations) {
-  x = Volume<Real>(rhs.dimensions(), Real(0));
-  Volume<Real> r = rhs;
-  return iterate(product, preconditioner, r, x, -1.0, tolerance, maxIterations);
+SolveResult conjugateGradients(const LinearMap<Real>& product,
+                               const LineSolver<Real>& preconditioner, const Volume<Real>& rhs,
+                               Volume<Real>& x, double tolerance, int maxIterations) {
+  return conjugateGradients<Real>(product, solving(preconditioner), rhs, x, tolerance,
+                                  maxIterations);
 }
 
 template <typename Real>
-SolveResult improveSolution(const std::function<void(const Volume<Real>&, Volume<Real>&)>& product,
-                            const LineSolver<Real>& preconditioner, const Volume<Real>& rhs,
-                            Volume<Real>& x, double tolerance, int maxIterations) {
-  Volume<Real> r(rhs.dimensions(), Real(0));
-  preconditioner.solve(rhs, r);
-  const double reference = dot(rhs, r);
-  if (!(reference > 0.0)) {
-    x.setAll(Real(0));
-    return {0, 0.0};
-  }
-  product(x, r);
-  for (int i = 0; i < r.size(); ++i) r.data()[i] = rhs.data()[i] - r.data()[i];
-  return iterate(product, preconditioner, r, x, reference, tolerance, maxIterations);
+SolveResult improveSolution(const LinearMap<Real>& product, const LineSolver<Real>& preconditioner,
+                            const Volume<Real>& rhs, Volume<Real>& x, double tolerance,
+                            int maxIterations) {
+  return improveSolution<Real>(product, solving(preconditioner), rhs, x, tolerance, maxIterations);
 }
 
 template class LineSolver<float>;
 template class LineSolver<double>;
-template SolveResult conjugateGradients(
-    const std::function<void(const Volume<float>&, Volume<float>&)>&, const LineSolver<float>&,
-    const Volume<float>&, Volume<float>&, double, int);
-template SolveResult conjugateGradients(
-    const std::function<void(const Volume<double>&, Volume<double>&)>&, const LineSolver<double>&,
-    const Volume<double>&, Volume<double>&, double, int);
-template SolveResult improveSolution(
-    const std::function<void(const Volume<float>&, Volume<float>&)>&, const LineSolver<float>&,
-    const Volume<float>&, Volume<float>&, double, int);
-template SolveResult improveSolution(
-    const std::function<void(const Volume<double>&, Volume<double>&)>&, const LineSolver<double>&,
-    const Volume<double>&, Volume<double>&, double, int);
+template SolveResult conjugateGradients(const LinearMap<float>&, const LineSolver<float>&,
+                                        const Volume<float>&, Volume<float>&, double, int);
+template SolveResult conjugateGradients(const LinearMap<double>&, const LineSolver<double>&,
+                                        const Volume<double>&, Volume<double>&, double, int);
+template SolveResult improveSolution(const LinearMap<float>&, const LineSolver<float>&,
+                                     const Volume<float>&, Volume<float>&, double, int);
+template SolveResult improveSolution(const LinearMap<double>&, const LineSolver<double>&,
+                                     const Volume<double>&, Volume<double>&, double, int);
 
 }  // namespace mirel

@@ -1,8 +1,7 @@
 #pragma once
 
-#include <functional>
-
 #include "containers/volume.h"
+#include "masspreserving/conjugategradients.h"
 #include "masspreserving/roughness.h"
 
 namespace mirel {
@@ -23,27 +22,15 @@ class LineSolver {
   Volume<Real> inversePivot, lower1, lower2;
 };
 
-/// Outcome of `conjugateGradients`.
-struct SolveResult {
-  int iterations;
-  double relativeResidual;  ///< in the norm of the preconditioner
-};
-
-/// Preconditioned conjugate gradients for H x = rhs from x = 0. `product(v, out)` is H v.
-/// Ends when the residual's preconditioned norm is at most `tolerance` times that of rhs, after
-/// `maxIterations`, or where rounding leaves no descent.
+/// `conjugateGradients` and `improveSolution` with these columns as the preconditioner.
 template <typename Real>
-SolveResult conjugateGradients(
-    const std::function<void(const Volume<Real>&, Volume<Real>&)>& product,
-    const LineSolver<Real>& preconditioner, const Volume<Real>& rhs, Volume<Real>& x,
-    double tolerance, int maxIterations);
-
-/// The same from the x that is given, with the tolerance relative to rhs as well; x = 0 for a rhs
-/// of 0.
+SolveResult conjugateGradients(const LinearMap<Real>& product,
+                               const LineSolver<Real>& preconditioner, const Volume<Real>& rhs,
+                               Volume<Real>& x, double tolerance, int maxIterations);
 template <typename Real>
-SolveResult improveSolution(const std::function<void(const Volume<Real>&, Volume<Real>&)>& product,
-                            const LineSolver<Real>& preconditioner, const Volume<Real>& rhs,
-                            Volume<Real>& x, double tolerance, int maxIterations);
+SolveResult improveSolution(const LinearMap<Real>& product, const LineSolver<Real>& preconditioner,
+                            const Volume<Real>& rhs, Volume<Real>& x, double tolerance,
+                            int maxIterations);
 
 extern template class LineSolver<float>;
 extern template class LineSolver<double>;
