@@ -3,8 +3,8 @@
 #include <cmath>
 #include <utility>
 
+#include "masspreserving/conjugategradients.h"
 #include "masspreserving/roughness.h"
-#include "phase/conjugategradients.h"
 #include "phase/nearest.h"
 #include "phase/voxelweights.h"
 
@@ -31,7 +31,8 @@ Volume<float> continuedHarmonically(const Volume<float>& field, glm::dvec3 voxel
     if (isKnown(n)) std::swap(known.data()[n], rest.data()[n]);
   laplacian(known, rhs);
   rhs = -rhs;
-  conjugateGradients(laplacian, Volume<double>(dims, 1.0), rhs, rest, tolerance, mostSteps);
+  const auto asItIs = [](const Volume<double>& v, Volume<double>& out) { out = v; };
+  improveSolution<double>(laplacian, asItIs, rhs, rest, tolerance, mostSteps);
   Volume<float> result = field;
   for (int n = 0; n < result.size(); ++n)
     if (!isKnown(n)) result.data()[n] = static_cast<float>(rest.data()[n]);

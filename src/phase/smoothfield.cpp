@@ -4,7 +4,7 @@
 #include <cmath>
 #include <limits>
 
-#include "phase/conjugategradients.h"
+#include "masspreserving/conjugategradients.h"
 #include "phase/nearest.h"
 #include "phase/neighbours.h"
 #include "phase/voxelweights.h"
@@ -90,8 +90,12 @@ Volume<float> smoothField(const Volume<float>& measured, const Volume<float>& re
   }
   const double ratio = variation.noise / variation.curvature;
   const SmoothSystem system(std::move(weights), domain, ratio * ratio, voxelMm);
-  conjugateGradients([&](const auto& v, auto& out) { system.apply(v, out); }, system.diagonal(),
-                     rhs, f, tolerance, mostSteps);
+  Volume<double> inverse(dims, 1.0);
+  inverse /= system.diagonal();
+  improveSolution<double>(
+      [&](const Volume<double>& v, Volume<double>& out) { system.apply(v, out); },
+      [&](const Volume<double>& v, Volume<double>& out) { out = v * inverse; }, rhs, f, tolerance,
+      mostSteps);
   Volume<float> result(dims, std::numeric_limits<float>::quiet_NaN());
   for (int n = 0; n < result.size(); ++n)
     if (domain.data()[n] > 0.0F) result.data()[n] = static_cast<float>(f.data()[n]);
