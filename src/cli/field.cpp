@@ -179,8 +179,13 @@ SourceOptions addSources(Command* command, Options& options) {
   };
 }
 
-// Those that only a measured field has, and those that only a map has.
-std::vector<Option*> addMeasuredOptions(Command* command, Options& options) {
+struct MeasuredOptions {
+  Option *magnitude, *echoTimes;
+
+  std::vector<Option*> all() const { return {magnitude, echoTimes}; }
+};
+
+MeasuredOptions addMeasuredOptions(Command* command, Options& options) {
   return {
       command
           ->add_option("--magnitude", options.measured.magnitudeFile,
@@ -196,7 +201,13 @@ std::vector<Option*> addMeasuredOptions(Command* command, Options& options) {
   };
 }
 
-std::vector<Option*> addMapOptions(Command* command, Options& options) {
+struct MapOptions {
+  Option *reference, *direction, *readout;
+
+  std::vector<Option*> all() const { return {reference, direction, readout}; }
+};
+
+MapOptions addMapOptions(Command* command, Options& options) {
   return {
       command
           ->add_option("--reference", options.reference,
@@ -221,8 +232,8 @@ void addFieldCommand(Command& app, Program& program) {
   Command* command = app.add_subcommand("field", description);
   const auto options = std::make_shared<Options>();
   const SourceOptions sources = addSources(command, *options);
-  const std::vector<Option*> ofMaps = addMapOptions(command, *options);
-  const std::vector<Option*> ofMeasured = addMeasuredOptions(command, *options);
+  const MapOptions ofMaps = addMapOptions(command, *options);
+  const MeasuredOptions ofMeasured = addMeasuredOptions(command, *options);
   Option* unit =
       addUnitOption(command, options->unit,
                     "What the values of the field or the NIfTI map are (default: the Units of its\n"
@@ -236,10 +247,10 @@ void addFieldCommand(Command& app, Program& program) {
     const std::vector<Option*> given = sources.given();
     if (given.empty()) refuseMissing("--from-phase, --from-fieldmap, --from-map or --to-map");
     if (given.size() > 1) refuseTogether(given[0]->get_name(), given[1]->get_name());
-    refuseGiven(sources.isMeasured() ? ofMaps : ofMeasured, given[0]);
+    refuseGiven(sources.isMeasured() ? ofMaps.all() : ofMeasured.all(), given[0]);
     if (sources.fromPhase->count() > 0) refuseGiven({unit}, given[0]);
-    if (sources.fromField->count() > 0) refuseGiven({ofMeasured[1]}, given[0]);
-    if (!sources.isMeasured() && ofMaps[0]->count() == 0) refuseMissing("--reference");
+    if (sources.fromField->count() > 0) refuseGiven({ofMeasured.echoTimes}, given[0]);
+    if (!sources.isMeasured() && ofMaps.reference->count() == 0) refuseMissing("--reference");
     program.action = [options] { return runField(*options); };
   });
 }
