@@ -73,7 +73,7 @@ TEST_F(PairMasks, OfOneValueEverywhereAreWhole) {
 TEST_F(PairMasks, AreNoLabelsAndNoImages) {
   values.at(2, 2, 2) = 14.0F;
   EXPECT_EQ(fault(),
-            file + ": holds values from 0 to 14: a mask holds 0 to 1, or 0 and one other value");
+            file + " holds values from 0 to 14: a mask holds 0 to 1, or 0 and one other value");
   values.at(2, 2, 2) = -1.0F;
   EXPECT_THAT(fault(), HasSubstr("from -1 to 1"));
   values.at(2, 2, 2) = std::numeric_limits<float>::quiet_NaN();
