@@ -13,13 +13,14 @@
 #include "pair/background.h"
 #include "pair/estimateframe.h"
 #include "pair/foreground.h"
+#include "pair/pairmask.h"
 
 namespace mirel {
 
 namespace {
 
 constexpr double nearlyNothing = 0.01, nearlyEverything = 0.9;
-constexpr double leastOfHead = 0.1;  // in a mask
+constexpr double leastOfHead = 0.1, mostCut = 0.5;  // of a mask
 
 void requireUsable(const Volume<float>& map) {
   if (!isFinite(map))
@@ -126,7 +127,15 @@ void doubtForeground(const PairInput& pair, const PairEstimate& estimate, Verdic
 }
 
 void doubtMask(const PairInput& pair, const PairEstimate& estimate, Verdict& verdict) {
-  if (!pair.mask || estimate.partOfHead >= leastOfHead) return;
+  if (!pair.mask) return;
+  if (estimate.cutByMask > mostCut)
+    verdict.add(Trust::doubtful,
+                {"the mask " + pair.mask->stamp.fileName() + " cuts through " +
+                 text("%.0f", 100 * estimate.cutByMask) +
+                 " % of the head along the phase-encoding axis, as one of the brain does: what the "
+                 "border of the head tells is lost, and the field is better without the mask, or "
+                 "with one that leaves out only what is spoiled"});
+  if (estimate.partOfHead >= leastOfHead) return;
   verdict.add(Trust::doubtful,
               {"the mask " + pair.mask->stamp.fileName() + " takes only " +
                text("%.2g", 100 * estimate.partOfHead) + " % of the head of " + pair.a.title()});
@@ -259,7 +268,10 @@ PairEstimate estimateFrom(const PairInput& input, const EstimateSettings& settin
   const double threshold = headThreshold(before);
   chooseScale(pair, settings, threshold, estimate);
   Volume<float> head = headMask(before, threshold);
-  if (pair.mask) estimate.partOfHead = restrict(head, pair.mask->weights);
+  if (pair.mask) {
+    estimate.cutByMask = partInCutColumns(head, pair.mask->weights, pair.axis());
+    estimate.partOfHead = restrict(head, pair.mask->weights);
+  }
   estimate.agreement.before = agreementOf(pair.a.image, pair.b.image, head);
   progress.at(Stage::estimating, 0.0);
   Found found = estimateMap(pair, settings, estimate, progress);

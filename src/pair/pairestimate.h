@@ -60,6 +60,8 @@ struct PairFindings {
   double foregroundA = 0, foregroundB = 0;
   /// The part of the head (of the uncorrected mean) that the pair's mask takes; 1 without one.
   double partOfHead = 1;
+  /// partInCutColumns of it.
+  double cutByMask = 0;
   /// Of the mass-preserving estimate: intensity of A over that of B, and the head's motion from A
   /// to B in mm along i, j, k and about the middle of the grid, if there was any.
   double intensityRatio = 1;

@@ -83,4 +83,23 @@ void readMask(const std::string& file, PairInput& pair) {
   pair.mask = std::move(mask);
 }
 
+double partInCutColumns(const Volume<float>& head, const Volume<float>& weights, int axis) {
+  constexpr double least = 0.05;
+  const glm::ivec3 dims = head.dimensions();
+  const int steps[] = {1, dims.x, dims.x * dims.y};
+  double taken = 0, cut = 0;
+  for (int start = 0; start < head.size(); ++start) {
+    if (start / steps[axis] % dims[axis] != 0) continue;
+    double inHead = 0, inMask = 0;
+    for (int n = 0; n < dims[axis]; ++n) {
+      const int i = start + n * steps[axis];
+      inHead += static_cast<double>(head.data()[i]);
+      inMask += static_cast<double>(head.data()[i] * weights.data()[i]);
+    }
+    taken += inMask;
+    if (inMask > least * inHead && inMask < (1 - least) * inHead) cut += inMask;
+  }
+  return taken > 0 ? cut / taken : 0;
+}
+
 }  // namespace mirel

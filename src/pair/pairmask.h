@@ -16,4 +16,10 @@ namespace mirel {
 ///         finite, below 0, or above 1 where there are more than two; it is 0 everywhere.
 void readMask(const std::string& file, PairInput& pair);
 
+/// Of the signal that weights take of a head (1 inside, 0 outside), the part in columns along the
+/// phase-encoding axis of which they leave out between a twentieth and nineteen twentieths. The
+/// total of such a column and where it ends no longer tell anything; a mask of the brain cuts
+/// nearly all.
+double partInCutColumns(const Volume<float>& head, const Volume<float>& weights, int axis);
+
 }  // namespace mirel

@@ -67,6 +67,13 @@ TEST_F(CorrectMask, ThatTakesHardlyAnythingOfTheHeadIsDoubted) {
   EXPECT_THAT(result.err, HasSubstr("corner.nii.gz takes only"));
 }
 
+TEST_F(CorrectMask, OfTheBrainIsDoubtedSinceTheHeadsBorderIsLost) {
+  const ProgramResult result = correct({"--mask", truth("brain_mask.nii.gz")});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.err, HasSubstr("brain_mask.nii.gz cuts through"));
+  EXPECT_THAT(correct({"--mask", headMask()}, "head").err, Not(HasSubstr("cuts through")));
+}
+
 TEST_F(CorrectMask, OfAnotherGridIsRefused) {
   const std::string moved = changed(
       headMask(), "moved.nii.gz", [](float v) { return v; },

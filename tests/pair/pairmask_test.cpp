@@ -100,6 +100,21 @@ TEST_F(PairMasks, HaveTheGridOfThePair) {
   EXPECT_EQ(fault(), "nothing");
 }
 
+TEST(MaskedColumns, AreCutWhereTheyAreTakenInPart) {
+  const Volume<float> head(4, 10, 6, 1.0F);
+  Volume<float> weights = head;
+  EXPECT_EQ(partInCutColumns(head, weights, 1), 0.0);
+  // Whole slices, as far as the encoded axis goes.
+  for (int y = 0; y < 10; ++y)
+    for (int x = 0; x < 4; ++x) weights.at(x, y, 0) = 0.0F;
+  EXPECT_EQ(partInCutColumns(head, weights, 1), 0.0);
+  EXPECT_EQ(partInCutColumns(head, weights, 2), 1.0);
+  // One column of four in one of the five slices that are left.
+  for (int y = 0; y < 5; ++y) weights.at(0, y, 1) = 0.0F;
+  EXPECT_NEAR(partInCutColumns(head, weights, 1), 5.0 / 195.0, 1e-9);
+  EXPECT_EQ(partInCutColumns(head, Volume<float>(4, 10, 6, 0.0F), 1), 0.0);
+}
+
 TEST_F(PairMasks, OfAnotherSubjectAreWarnedOf) {
   pair.a.options.file = "sub-2_epi.nii.gz";
   read();
