@@ -96,6 +96,11 @@ Option* Option::required() {
   return this;
 }
 
+Option* Option::may_be_empty() {
+  emptyAllowed = true;
+  return this;
+}
+
 Option* Option::needs(const Option* other) {
   option->needs(other->option);
   return this;
@@ -160,6 +165,10 @@ Option* Command::keep(CLI::Option* parsers, bool number) {
   Option& option = options.emplace_back(parsers);
   option.number = number;
   if (parsers->get_items_expected_max() > 0) option.value = number ? "N" : "TEXT";
+  if (!number && parsers->get_items_expected_max() > 0)
+    parsers->check([&option](const std::string& given) {
+      return given.empty() && !option.emptyAllowed ? "its value is empty" : std::string();
+    });
   return &option;
 }
 

@@ -29,6 +29,9 @@ class Option {
   /// What help shows for the value, "" for nothing.
   Option* type_name(const std::string& name);
   Option* required();
+  /// A text without characters is a value; else it is refused, since it is what a script gives
+  /// whose variable is not set.
+  Option* may_be_empty();
   Option* needs(const Option* other);
   Option* excludes(const Option* other);
   /// The number of values: of a list one or `least` to `most` in all, or with take_all() one each
@@ -54,7 +57,7 @@ class Option {
   friend class Command;
 
   CLI::Option* option;
-  bool number = false;
+  bool number = false, emptyAllowed = false;
   std::string value;
   std::vector<std::string> words;
 };

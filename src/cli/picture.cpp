@@ -156,7 +156,8 @@ void addImageOptions(Command* command, Options& options) {
               "\"head\" for the head in the first image. May be repeated",
               "FILE");
   addRepeated(command, "--contour-label", options.files.contourLabels,
-              "Labels for the contours (default: names of their files)", "TEXT");
+              "Labels for the contours (default: names of their files)", "TEXT")
+      ->may_be_empty();
 }
 
 void addLooks(Command* command, Options& options) {
@@ -165,7 +166,8 @@ void addLooks(Command* command, Options& options) {
               "superior, anterior, right; axial:-12mm by its place in the scanner; without a\n"
               "number the middle one. May be repeated",
               "PLANE[:N]");
-  addRepeated(command, "--label", options.files.labels, "Labels for the inputs, maps last", "TEXT");
+  addRepeated(command, "--label", options.files.labels, "Labels for the inputs, maps last", "TEXT")
+      ->may_be_empty();
   command
       ->add_option("--pixels", options.style.pixelsPerVoxel,
                    "Pixels along the shorter side of a voxel of the first input")

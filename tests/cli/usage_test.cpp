@@ -40,6 +40,21 @@ TEST(Usage, MistakesHaveTheirOwnStatus) {
   }
 }
 
+// "$MASK" of a script in which the variable is not set.
+TEST(Usage, EmptyValuesAreRefused) {
+  const std::vector<std::vector<std::string>> lines = {
+      {"correct", "a.nii", "b.nii", "-o", "out", "--mask", ""},
+      {"correct", "a.nii", "", "-o", "out"},
+      {"correct", "a.nii", "b.nii", "-o", ""},
+      {"apply", "--field", "", "a.nii", "-o", "out"},
+      {"bids", "in", "out", "participant", "--participant-label", ""}};
+  for (const auto& line : lines) {
+    const ProgramResult result = runMirel(line);
+    EXPECT_EQ(result.status, 2);
+    EXPECT_THAT(result.err, HasSubstr("its value is empty"));
+  }
+}
+
 // A result that is lost must not look like success.
 TEST(Usage, AFullStandardOutputIsAFailure) {
   const TemporaryFolder folder;
