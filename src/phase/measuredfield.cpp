@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <stdexcept>
 #include <vector>
 
 #include "base/error.h"
@@ -56,6 +57,38 @@ MeasuredField finished(Volume<float> measured, MeasuredHead head, glm::dvec3 vox
   return field;
 }
 
+// Radians per second by least squares over times, the first of which is 0 with the phase 0.
+class PhaseSlope {
+ public:
+  void add(double seconds, double radians) {
+    ++count;
+    times += seconds;
+    phases += radians;
+    squares += seconds * seconds;
+    products += seconds * radians;
+  }
+  double value() const {
+    return (products - times * phases / count) / (squares - times * times / count);
+  }
+
+ private:
+  double count = 1, times = 0, phases = 0, squares = 0, products = 0;
+};
+
+// Of a voxel: `nearest` is the unwrapped phase of the first of the echoes, which are sorted.
+double slopeOver(const std::vector<EchoPhase>& echoes, int voxel, double nearest) {
+  PhaseSlope slope;
+  slope.add(echoes.front().seconds, nearest);
+  if (std::isnan(nearest)) return nearest;
+  for (std::size_t n = 1; n < echoes.size(); ++n) {
+    const double radians = static_cast<double>(echoes[n].radians.data()[voxel]);
+    if (!std::isfinite(radians)) continue;
+    const double expected = slope.value() * echoes[n].seconds;
+    slope.add(echoes[n].seconds, expected + wrapped(radians - expected));
+  }
+  return slope.value();
+}
+
 void refuseNoHead(int voxels, const std::string& name) {
   if (voxels < leastVoxels)
     throw Error(name, "shows no head: " + std::to_string(voxels) + " voxels tell a field");
@@ -65,15 +98,25 @@ void refuseNoHead(int voxels, const std::string& name) {
 
 MeasuredField fieldOfPhase(const Volume<float>& radians, const Volume<float>& magnitude,
                            glm::dvec3 voxelMm, double seconds, const std::string& name) {
-  MeasuredHead head = magnitude.size() == 0 ? headOfPhase(radians) : headOfMagnitude(magnitude);
-  UnwrappedPhase unwrapped = unwrap(radians, magnitude, head.reliability);
+  return fieldOfEchoes({{radians, seconds}}, magnitude, voxelMm, name);
+}
+
+MeasuredField fieldOfEchoes(std::vector<EchoPhase> echoes, const Volume<float>& magnitude,
+                            glm::dvec3 voxelMm, const std::string& name) {
+  if (echoes.empty()) throw std::invalid_argument("a field needs the phases of two echoes");
+  std::sort(echoes.begin(), echoes.end(), [](const EchoPhase& one, const EchoPhase& other) {
+    return std::abs(one.seconds) < std::abs(other.seconds);
+  });
+  const Volume<float>& nearest = echoes.front().radians;
+  MeasuredHead head = magnitude.size() == 0 ? headOfPhase(nearest) : headOfMagnitude(magnitude);
+  UnwrappedPhase unwrapped = unwrap(nearest, magnitude, head.reliability);
   refuseNoHead(unwrapped.voxels, name);
-  const double hertzPerRadian = 1 / (turn * seconds);
-  for (int n = 0; n < unwrapped.radians.size(); ++n)
-    unwrapped.radians.data()[n] =
-        static_cast<float>(hertzPerRadian * static_cast<double>(unwrapped.radians.data()[n]));
-  MeasuredField field = finished(std::move(unwrapped.radians), std::move(head), voxelMm,
-                                 outlierTurns / std::abs(seconds));
+  Volume<float>& measured = unwrapped.radians;
+  for (int n = 0; n < measured.size(); ++n)
+    measured.data()[n] =
+        static_cast<float>(slopeOver(echoes, n, static_cast<double>(measured.data()[n])) / turn);
+  MeasuredField field = finished(std::move(measured), std::move(head), voxelMm,
+                                 outlierTurns / std::abs(echoes.front().seconds));
   field.regions = unwrapped.regions;
   return field;
 }

@@ -2,6 +2,7 @@
 
 #include <glm/vec3.hpp>
 #include <string>
+#include <vector>
 
 #include "containers/volume.h"
 
@@ -29,6 +30,23 @@ struct MeasuredField {
 /// Errors   Error, naming `name`, when no head is found.
 MeasuredField fieldOfPhase(const Volume<float>& radians, const Volume<float>& magnitude,
                            glm::dvec3 voxelMm, double seconds, const std::string& name);
+
+/// How much further a phase is than that of the first echo, within half a turn of 0, and how much
+/// later, in s (which may be negative).
+struct EchoPhase {
+  Volume<float> radians;
+  double seconds = 0;
+};
+
+/// The same of more than two echoes: the pair of echoes that are nearest in time is unwrapped in
+/// space, and each further one, from the nearest to the farthest, to within half a turn of
+/// what the field of those before makes expect (time-wise unwrapping). The field is the slope of
+/// the phase over time by least squares, the first echo's noise counting as the others'. A voxel in
+/// which one echo has no phase does without it.
+///
+/// Errors  as above; std::invalid_argument without any
+MeasuredField fieldOfEchoes(std::vector<EchoPhase> echoes, const Volume<float>& magnitude,
+                            glm::dvec3 voxelMm, const std::string& name);
 
 /// The same of values that are in Hz already and not wrapped. Without a magnitude the head is where
 /// they are not 0; outliers are beyond five times their noise and 10 Hz.
