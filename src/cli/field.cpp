@@ -26,6 +26,8 @@ namespace mirel {
 
 namespace {
 
+constexpr int mostEchoes = 32;
+
 constexpr const char* description =
     "Turn a displacement map into a field in Hz, or a field into a map; or make a field in Hz of\n"
     "what a scanner measured: phases of gradient echoes, or a field in Hz, rad/s or T.\n"
@@ -118,7 +120,7 @@ int runMeasured(const Options& options) {
   job.output = options.output;
   job.unit = options.unit;
   job.version = MIREL_VERSION;
-  if (!options.echoTimes.empty()) job.echoSeconds = {options.echoTimes[0], options.echoTimes[1]};
+  job.echoSeconds = options.echoTimes;
   const MeasuredFieldRun run = measureField(job);
   tell(run);
   for (const std::string& output : run.outputs) std::cout << output << "\n";
@@ -167,9 +169,9 @@ SourceOptions addSources(Command* command, Options& options) {
           ->add_option(
               "--from-phase", options.measured.phaseFiles,
               "The phase to make a field of: the difference of two echoes (phasediff), or\n"
-              "the phases of both (phase1 phase2)")
+              "the phases of two or more (phase1 phase2)")
           ->type_name("PHASE")
-          ->expected(1, 2),
+          ->expected(1, mostEchoes),
       command
           ->add_option(
               "--from-fieldmap", options.measured.fieldFile,
@@ -193,11 +195,12 @@ MeasuredOptions addMeasuredOptions(Command* command, Options& options) {
                        "magnitude beside it, by the names of BIDS)")
           ->type_name("IMAGE"),
       command
-          ->add_option("--echo-times", options.echoTimes,
-                       "Of the phase: both echo times in s (default: EchoTime1 and EchoTime2 of\n"
-                       "its sidecar, EchoTime of both phases)")
+          ->add_option(
+              "--echo-times", options.echoTimes,
+              "Of the phase: the echo times in s (default: EchoTime1 and EchoTime2 of its\n"
+              "sidecar, EchoTime of each phase)")
           ->type_name("S")
-          ->expected(2),
+          ->expected(2, mostEchoes),
   };
 }
 

@@ -11,15 +11,15 @@
 namespace mirel {
 
 struct MeasureFieldOptions {
-  /// The difference of two phases, or the phases of two echoes; else empty.
+  /// The difference of two phases, or the phases of two or more echoes; else empty.
   std::vector<std::string> phaseFiles;
   std::string fieldFile;           ///< in their place: a field in Hz, rad/s or T
   std::optional<bids::Unit> unit;  ///< of that; nothing: readDistortionFile says
   /// On the same grid; empty: sub-1_magnitude1 or sub-1_magnitude beside sub-1_phasediff, say.
   std::string magnitudeFile;
-  std::optional<std::pair<double, double>> echoSeconds;  ///< nothing: the sidecars' echo times
-  std::string output;   ///< .nii or .nii.gz; its sidecar gets the same name
-  std::string version;  ///< of the program, for the record
+  std::vector<double> echoSeconds;  ///< one per echo; empty: the sidecars' echo times
+  std::string output;               ///< .nii or .nii.gz; its sidecar gets the same name
+  std::string version;              ///< of the program, for the record
 };
 
 /// What `measureField` wrote and has to say.
@@ -34,8 +34,9 @@ struct MeasuredFieldRun {
 ///
 /// Errors  one sentence with the file and the fault, before anything is written: those of
 ///         readPhaseFile, echoTimesOf, readDistortionFile, nifti::Reader and fieldOfPhase; the
-///         phase of one echo alone; a magnitude of another grid or of several volumes; an output
-///         that is no NIfTI or would overwrite an input.
+///         phase of one echo alone; another number of echo times than of echoes; a magnitude of
+///         another grid or of several volumes; an output that is no NIfTI or would overwrite an
+///         input.
 MeasuredFieldRun measureField(const MeasureFieldOptions& options);
 
 }  // namespace mirel

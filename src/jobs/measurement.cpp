@@ -1,10 +1,12 @@
 #include "jobs/measurement.h"
 
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
 
 #include "base/error.h"
 #include "base/isoneof.h"
+#include "base/joined.h"
 #include "base/numbertext.h"
 #include "bids/inheritance.h"
 #include "bids/name.h"
@@ -66,12 +68,17 @@ void addPhase(const PhaseFile& phase, Measurement& measurement, MeasuredFieldRun
 }
 
 void addEchoTimes(const EchoTimes& times, Measurement& measurement, MeasuredFieldRun& run) {
-  measurement.origin["EchoTimes"] = {times.first, times.second};
+  std::vector<std::string> milliseconds;
+  double shortest = std::abs(times.difference());
+  for (std::size_t echo = 0; echo < times.seconds.size(); ++echo) {
+    measurement.origin["EchoTimes"].push_back(times.seconds[echo]);
+    milliseconds.push_back(text(1000 * times.seconds[echo]));
+    if (echo > 0) shortest = std::min(shortest, std::abs(times.difference(echo)));
+  }
   measurement.origin["EchoTimesSource"] = times.source;
-  run.notes.emplace_back("the phase grew between the echoes at " + text(1000 * times.first) +
-                         " and " + text(1000 * times.second) + " ms (" + times.source +
-                         "): a whole turn is " + text("%.1f", 1 / std::abs(times.difference())) +
-                         " Hz");
+  run.notes.emplace_back("the phase grew between the echoes at " + joined(milliseconds, " and ") +
+                         " ms (" + times.source + "): a whole turn is " +
+                         text("%.1f", 1 / shortest) + " Hz");
 }
 
 void refuseOneEcho(const PhaseFile& phase) {
@@ -81,28 +88,38 @@ void refuseOneEcho(const PhaseFile& phase) {
                                 " and " + (suffix == "phase1" ? "phase2" : "phase1"));
 }
 
+EchoTimes timesOf(const std::vector<PhaseFile>& phases, const MeasureFieldOptions& options) {
+  const std::size_t given = options.echoSeconds.size(),
+                    echoes = std::max<std::size_t>(phases.size(), 2);
+  if (given == 0)
+    return phases.size() == 1 ? echoTimesOfDifference(phases.front()) : echoTimesOf(phases);
+  if (given != echoes)
+    throw Error(std::to_string(given) + " echo times are given for " + std::to_string(echoes) +
+                " echoes");
+  return givenEchoTimes(options.echoSeconds);
+}
+
 void fromPhases(const MeasureFieldOptions& options, Measurement& measurement,
                 MeasuredFieldRun& run) {
   const bool isDifference = options.phaseFiles.size() == 1;
-  const PhaseFile first = readPhaseFile(options.phaseFiles.front());
-  if (isDifference) refuseOneEcho(first);
+  std::vector<PhaseFile> phases;
+  for (const std::string& file : options.phaseFiles) {
+    phases.push_back(readPhaseFile(file));
+    if (isDifference) refuseOneEcho(phases.back());
+    addPhase(phases.back(), measurement, run);
+  }
+  const PhaseFile& first = phases.front();
   measurement.header = first.header;
   measurement.name = first.file;
-  addPhase(first, measurement, run);
-  std::optional<PhaseFile> second;
-  if (!isDifference) {
-    second = readPhaseFile(options.phaseFiles.at(1));
-    addPhase(*second, measurement, run);
-  }
-  const EchoTimes times =
-      options.echoSeconds ? givenEchoTimes(options.echoSeconds->first, options.echoSeconds->second)
-      : isDifference      ? echoTimesOfDifference(first)
-                          : echoTimesOf(first, *second);
+  const EchoTimes times = timesOf(phases, options);
   addEchoTimes(times, measurement, run);
-  const Volume<float> phase = isDifference ? first.radians : phaseDifference(first, *second);
+  std::vector<EchoPhase> echoes;
+  if (isDifference) echoes.push_back({first.radians, times.difference()});
+  for (std::size_t n = 1; n < phases.size(); ++n)
+    echoes.push_back({phaseDifference(first, phases[n]), times.difference(n)});
   const Volume<float> magnitude = readMagnitude(options, measurement, run);
-  measurement.field = fieldOfPhase(phase, magnitude, first.header.voxelSizeMm, times.difference(),
-                                   measurement.name);
+  measurement.field =
+      fieldOfEchoes(std::move(echoes), magnitude, first.header.voxelSizeMm, measurement.name);
   run.notes.emplace_back("the turns are chosen so that the median in the head, " +
                          text("%.1f", measurement.field.medianHz) + " Hz, is nearest to 0");
 }

@@ -1,5 +1,6 @@
 #include "phase/echotimes.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "base/error.h"
@@ -33,40 +34,53 @@ double timeOf(const PhaseFile& phase, const std::string& field) {
   return *seconds;
 }
 
+std::string listOf(const std::vector<double>& seconds) {
+  std::string list;
+  for (std::size_t n = 0; n < seconds.size(); ++n)
+    list += (n == 0 ? "" : n + 1 == seconds.size() ? " s and " : " s, ") + text(seconds[n]);
+  return list + " s";
+}
+
 void refuseClose(const EchoTimes& times, const std::string& of) {
-  if (std::abs(times.difference()) >= leastDifference) return;
-  throw Error(of + " has the echo times " + text(times.first) + " s and " + text(times.second) +
-                  " s, between which no phase grows",
-              advice);
+  for (std::size_t n = 0; n < times.seconds.size(); ++n)
+    for (std::size_t m = 0; m < n; ++m)
+      if (std::abs(times.seconds[n] - times.seconds[m]) < leastDifference)
+        throw Error(
+            of + " has the echo times " + listOf(times.seconds) + ", between which no phase grows",
+            advice);
 }
 
 void refuseOrder(const EchoTimes& times, const std::string& of) {
-  if (times.second > times.first) return refuseClose(times, of);
-  throw Error(of + " has the echo times " + text(times.first) + " s and " + text(times.second) +
-                  " s, of which the second is to be the later one",
-              advice);
+  const std::vector<double>& seconds = times.seconds;
+  if (!std::is_sorted(seconds.begin(), seconds.end()))
+    throw Error(of + " has the echo times " + listOf(seconds) +
+                    ", of which each is to be later than the one before",
+                advice);
+  refuseClose(times, of);
 }
 
 }  // namespace
 
 EchoTimes echoTimesOfDifference(const PhaseFile& phase) {
-  EchoTimes times{timeOf(phase, "EchoTime1"), timeOf(phase, "EchoTime2"), {}};
+  EchoTimes times{{timeOf(phase, "EchoTime1"), timeOf(phase, "EchoTime2")}, {}};
   times.source = phase.sidecar->title();
   refuseOrder(times, times.source);
   return times;
 }
 
-EchoTimes echoTimesOf(const PhaseFile& first, const PhaseFile& second) {
-  EchoTimes times{timeOf(first, "EchoTime"), timeOf(second, "EchoTime"), {}};
-  times.source = first.sidecar->title() + ", " + second.sidecar->title();
+EchoTimes echoTimesOf(const std::vector<PhaseFile>& phases) {
+  EchoTimes times;
+  for (const PhaseFile& phase : phases) {
+    times.seconds.push_back(timeOf(phase, "EchoTime"));
+    times.source += (times.source.empty() ? "" : ", ") + phase.sidecar->title();
+  }
   refuseClose(times, times.source);
   return times;
 }
 
-EchoTimes givenEchoTimes(double first, double second) {
-  EchoTimes times{first, second, "option"};
-  refuseImpossible(first, "the first echo time");
-  refuseImpossible(second, "the second echo time");
+EchoTimes givenEchoTimes(const std::vector<double>& seconds) {
+  for (const double each : seconds) refuseImpossible(each, "an echo time of the command line");
+  EchoTimes times{seconds, "option"};
   refuseOrder(times, "the command line");
   return times;
 }

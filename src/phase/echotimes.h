@@ -1,17 +1,19 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "phase/phasefile.h"
 
 namespace mirel {
 
-/// When the two echoes were, between which a phase grew, in s.
+/// When the echoes were, between which a phase grew, in s: two or more.
 struct EchoTimes {
-  double first = 0, second = 0;
-  std::string source;  ///< the sidecar or the two, or "option"
+  std::vector<double> seconds;
+  std::string source;  ///< the sidecars, or "option"
 
-  double difference() const { return second - first; }
+  /// From the first echo to another one.
+  double difference(std::size_t echo = 1) const { return seconds.at(echo) - seconds.front(); }
 };
 
 /// Of a difference of phases: EchoTime1 and EchoTime2 of its sidecar.
@@ -20,11 +22,11 @@ struct EchoTimes {
 ///         0.0001 and 0.3 (they may be in ms); EchoTime2 not 0.0001 s after EchoTime1, or more.
 EchoTimes echoTimesOfDifference(const PhaseFile& phase);
 
-/// Of two phases: EchoTime of either sidecar. The second echo may be the earlier one.
+/// Of phases, two or more: EchoTime of each sidecar, in any order.
 /// Errors  Error: as above; times less than 0.0001 s apart.
-EchoTimes echoTimesOf(const PhaseFile& first, const PhaseFile& second);
+EchoTimes echoTimesOf(const std::vector<PhaseFile>& phases);
 
-/// Times that a user gave, of which the second is the later one. Errors as above.
-EchoTimes givenEchoTimes(double first, double second);
+/// Times that a user gave, each later than the one before. Errors as above.
+EchoTimes givenEchoTimes(const std::vector<double>& seconds);
 
 }  // namespace mirel
