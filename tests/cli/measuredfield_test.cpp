@@ -91,6 +91,26 @@ TEST_F(MeasuredFieldCommand, TwoPhasesDoInEitherOrder) {
   EXPECT_LT(rms("s.nii.gz"), 1);
 }
 
+TEST_F(MeasuredFieldCommand, ThreePhasesAndMoreDo) {
+  magnitude();
+  std::vector<std::string> words = {"--from-phase"};
+  for (int echo = 1; echo <= 4; ++echo) {
+    const std::string stem = "sub-1_echo-" + std::to_string(echo) + "_part-phase_MEGRE";
+    words.push_back(phase(stem + ".nii.gz", 0.005 * echo));
+    sidecar(stem + ".json", {{"EchoTime", 0.005 * echo}});
+  }
+  words.insert(words.end(), {"--magnitude", file("sub-1_magnitude1.nii.gz")});
+  const ProgramResult result = make(words);
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_LT(rms(), 1);
+  EXPECT_THAT(result.err, HasSubstr("the echoes at 5 and 10 and 15 and 20 ms"));
+  const auto origin = nlohmann::json::parse(textOf(file("r.json"))).at("Mirel");
+  EXPECT_EQ(origin.at("Phases").size(), 4U);
+  EXPECT_EQ(origin.at("EchoTimes"), nlohmann::json({0.005, 0.01, 0.015, 0.02}));
+  words.insert(words.end(), {"--echo-times", "0.005", "0.01"});
+  EXPECT_THAT(make(words, "s.nii.gz").err, HasSubstr("2 echo times are given for 4 echoes"));
+}
+
 TEST_F(MeasuredFieldCommand, EchoTimesCanBeGivenAndUnitsTellRadians) {
   const std::string head = magnitude();
   const std::string radians =
