@@ -37,10 +37,11 @@ Range rangeOf(const Volume<float>& image, const std::string& file) {
   const auto finite = [](float v) { return std::isfinite(v); };
   if (!std::all_of(image.data(), image.data() + image.size(), finite))
     throw Error(file, "has voxels that are NaN or infinite: a mask holds 0 to 1");
-  const auto [least, most] = std::minmax_element(image.data(), image.data() + image.size());
+  const auto ends = std::minmax_element(image.data(), image.data() + image.size());
+  const float least = *ends.first, most = *ends.second;
   const bool two = std::all_of(image.data(), image.data() + image.size(),
-                               [&](float v) { return v == *least || v == *most; });
-  return {*least, *most, two};
+                               [&](float v) { return v == least || v == most; });
+  return {least, most, two};
 }
 
 // Brings the values to 0 .. 1.
