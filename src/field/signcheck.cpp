@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <vector>
 
+#include "numerics/jointhistogram.h"
 #include "numerics/statistics.h"
 
 namespace mirel {
@@ -91,26 +92,10 @@ std::vector<int> binned(const Volume<float>& image, const std::vector<int>& voxe
   return bins;
 }
 
-template <std::size_t N>
-double entropy(const std::array<double, N>& counts, double total) {
-  double sum = 0;
-  for (const double count : counts)
-    if (count > 0) sum -= count / total * std::log(count / total);
-  return sum;
-}
-
 double normalisedMutualInformation(const std::vector<int>& a, const std::vector<int>& b) {
-  std::array<double, binCount> left{}, right{};
-  std::array<double, std::size_t{binCount} * binCount> joint{};
-  for (std::size_t n = 0; n < a.size(); ++n) {
-    const auto i = static_cast<std::size_t>(a[n]), j = static_cast<std::size_t>(b[n]);
-    ++left[i];
-    ++right[j];
-    ++joint[i * binCount + j];
-  }
-  const double total = static_cast<double>(a.size());
-  const double together = entropy(joint, total);
-  return together > 0 ? (entropy(left, total) + entropy(right, total)) / together : 1;
+  JointHistogram joint(binCount);
+  for (std::size_t n = 0; n < a.size(); ++n) joint.add(a[n], b[n]);
+  return joint.normalisedMutualInformation();
 }
 
 // 0 where it is not defined.
