@@ -107,8 +107,12 @@ std::string alignmentText(const SeriesRecord& series, const std::string& since) 
            " mm along and " + three(motion.rotationDegrees) +
            " degrees about x, y, z of the scanner; the field was carried along\n";
   if (found.outcome == AlignmentRecord::Outcome::notMoved)
-    return series.file + ": the head is where it was in " + since + " (" +
-           text("%.2f", found.displacementMm) + " mm off)\n";
+    return series.file + ": the head is taken to be where it was in " + since + " (found " +
+           text("%.2f", found.displacementMm) + " mm off" +
+           (found.standardErrorMm
+                ? ", with a standard error of " + text("%.2f", *found.standardErrorMm) + " mm"
+                : "") +
+           ")\n";
   return {};  // A warning or a note tells.
 }
 

@@ -7,6 +7,7 @@
 #include "field/warp.h"
 #include "jobs/resultnames.h"
 #include "nifti/filename.h"
+#include "nifti/gradients.h"
 #include "nifti/image.h"
 #include "numerics/spikes.h"
 #include "pair/background.h"
@@ -66,6 +67,18 @@ Volume<float> shiftOn(const Grid& grid, const SeriesInput& input, const Distorti
                           readout ? std::optional(readout->seconds) : std::nullopt);
   if (input.mapScale != 1) shift *= static_cast<float>(input.mapScale);
   return shift;
+}
+
+// Of a diffusion series the volumes without gradients, which the others hardly resemble.
+Volume<float> meanToAlign(const SeriesInput& input) {
+  std::vector<int> unweighted;
+  for (const FileStamp& table : input.gradientFiles) {
+    if (!table.fileName().ends_with(".bval")) continue;
+    const std::vector<float> b = nifti::readBValues(table.fileName(), input.header.volumes);
+    for (int t = 0; t < input.header.volumes; ++t)
+      if (b[static_cast<std::size_t>(t)] <= nifti::greatestUnweighted) unweighted.push_back(t);
+  }
+  return unweighted.empty() ? meanOfSeries(input.file) : meanOfVolumes(input.file, unweighted);
 }
 
 void tellOfAlignment(const SeriesInput& input, const Reference& reference, SeriesRecord& record,
@@ -226,7 +239,7 @@ AlignmentRecord SeriesCorrection::align(const SeriesInput& input, const SeriesOp
                                         const Context& context) const {
   context.progress.at(Stage::correcting, 0.0, fs::path(input.file).filename().string());
   UnalignedSeries series;
-  series.mean = withoutSpikes(meanOfSeries(input.file)) - static_cast<float>(how.background);
+  series.mean = withoutSpikes(meanToAlign(input)) - static_cast<float>(how.background);
   series.grid = gridOf(input.header);
   series.name = input.file;
   series.axis = how.axis;
