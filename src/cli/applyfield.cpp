@@ -92,7 +92,7 @@ ImageCommandOptions addApplyFieldOptions(Command* command, ApplyFieldArguments& 
                 "--align", arguments.job.seriesSettings.align,
                 "With --field and --reference: look for motion of the head between the\n"
                 "reference, in which it is where the field was measured, and RUN, and carry\n"
-                "the field along where it moved by 0.15 mm or more and not by chance"))
+                "the field along where it moved by 1/16 of a voxel or more, and not by chance"))
       ->needs(field)
       ->needs(reference);
   forImages(command->add_option("--threads", arguments.job.seriesSettings.threads,

@@ -1,11 +1,13 @@
 #include "jobs/seriesalignment.h"
 
+#include <algorithm>
 #include <cmath>
 #include <glm/geometric.hpp>
 #include <glm/matrix.hpp>
 #include <numbers>
 
 #include "base/numbertext.h"
+#include "nifti/orientation.h"
 
 namespace mirel {
 
@@ -17,7 +19,7 @@ constexpr std::size_t fewestSamples = 1000;
 constexpr int mostRounds = 10;
 constexpr double settledMm = 0.03;
 // Twice the largest motion that is found of simulated heads that did not move (docs/accuracy.md).
-constexpr double leastDisplacementMm = 0.15;
+constexpr double leastDisplacementVoxels = 1.0 / 16;
 constexpr double leastStandardErrors = 4;
 constexpr double largestStandardErrorMm = 1;
 constexpr double farthestMm = 40, farthestDegrees = 30;
@@ -54,7 +56,9 @@ void refuse(AlignmentRecord& record, const std::string& reason) {
 }
 
 void judge(const RigidAligner& aligner, const PlacedImage& corrected, AlignmentRecord& record) {
-  if (record.displacementMm < leastDisplacementMm) return;
+  const glm::dvec3 edges = nifti::columnLengths(corrected.affine);
+  if (record.displacementMm < leastDisplacementVoxels * std::max({edges.x, edges.y, edges.z}))
+    return;
   if (const std::string doubt = doubtAbout(record.fit); !doubt.empty())
     return refuse(record, doubt);
   const double error = aligner.standardErrorMm(corrected, record.fit.motion);
