@@ -8,7 +8,9 @@
 #include "jobs/reportfile.h"
 #include "jobs/seriescorrection.h"
 #include "jobs/sourcenames.h"
+#include "jobs/startingfield.h"
 #include "numerics/fft/fftw.h"
+#include "pair/pairmask.h"
 #include "pair/tablepair.h"
 
 namespace mirel {
@@ -25,15 +27,20 @@ std::vector<std::string> filesOf(const PairInput& pair) {
   return files;
 }
 
-std::vector<std::string> allInputs(const PairInput& pair, const SeriesCorrection& series) {
+std::vector<std::string> allInputs(const PairInput& pair,
+                                   const std::optional<DistortionFile>& start,
+                                   const SeriesCorrection& series) {
   std::vector<std::string> inputs = filesOf(pair);
+  if (pair.mask) inputs.push_back(pair.mask->stamp.fileName());
+  if (start)
+    for (const std::string& file : start->files()) inputs.push_back(file);
   for (const std::string& file : series.inputFiles()) inputs.push_back(file);
   return inputs;
 }
 
-void announceAll(const PairInput& pair, const PairNames& names, const EarlierResults& earlier,
-                 SeriesCorrection& series, OutputFolder& folder) {
-  const std::vector<std::string> inputs = allInputs(pair, series);
+void announceAll(const PairInput& pair, const std::vector<std::string>& inputs,
+                 const PairNames& names, const EarlierResults& earlier, SeriesCorrection& series,
+                 OutputFolder& folder) {
   const std::vector<ResultInput> madeOf = resultInputsOf(pair);
   for (const std::string& name : names.all()) {
     for (const std::string& file : filesNamed(name)) folder.announce(file, inputs);
@@ -114,14 +121,17 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
   run.seriesSettings.modulation = options.estimate.usedModulation();
   OutputFolder folder(options.outputFolder);
   progress.at(Stage::reading, 0.0);
-  const PairInput pair = readPairOf(options);
+  PairInput pair = readPairOf(options);
+  if (!options.maskFile.empty()) readMask(options.maskFile, pair);
+  std::optional<DistortionFile> start;
+  if (!options.startingField.empty()) start = readStartingField(options.startingField, pair);
   SeriesCorrection series(run.seriesSettings, folder);
   for (const SeriesFile& file : options.series) {
     SeriesInput input = readSeriesOf(pair, file);
     SeriesNames names = SeriesNames::inFolder(input, run.seriesSettings.writeWarp);
     series.add(std::move(input), std::move(names));
   }
-  const std::vector<std::string> inputs = allInputs(pair, series);
+  const std::vector<std::string> inputs = allInputs(pair, start, series);
   using Description = SourceNames::Description;
   const Description description =
       mayDescribe(options.outputFolder, inputs) ? Description::written : Description::kept;
@@ -130,7 +140,7 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
       options.overwrite ? EarlierResults::Others::replaced : EarlierResults::Others::kept;
   const EarlierResults earlier(folder, sources, others);
   const PairNames names = PairNames::of(pair, options.estimate, options.results);
-  announceAll(pair, names, earlier, series, folder);
+  announceAll(pair, inputs, names, earlier, series, folder);
   if (description == Description::written) folder.announce(bids::descriptionFile, inputs);
   std::optional<ReportFile> page;
   if (options.report) {
@@ -148,6 +158,8 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
   // The record keeps what is known without the voxels.
   // NOLINTNEXTLINE(cppcoreguidelines-slicing)
   run.pair = PairRecord{pair.a, pair.b, options.estimate, estimate};
+  if (pair.mask) run.pair->mask = pair.mask->stamp;
+  if (start) run.pair->start = recordOf(*start);
   progress.at(Stage::writing, 0.0);
   run.outputs = folder.write([&] {
     writePair(names, pair, estimate, run, sources, folder, progress);

@@ -143,6 +143,11 @@ void addPair(Json& json, const PairRecord& pair) {
   const PairAgreement& agreement = pair.findings.agreement;
   json["PairCorrelation"] = {{"Before", agreement.before}, {"After", agreement.after}};
   json["Verdict"] = verdictJson(pair.findings.verdict, pair.a.direction().sign);
+  if (pair.mask) {
+    json["Mask"] = fileJson(*pair.mask);
+    json["Mask"]["PartOfHead"] = pair.findings.partOfHead;
+  }
+  if (pair.start) json["InitialField"] = sourceJson(*pair.start);
   const std::vector<Remark>& warnings = pair.findings.verdict.reasons;
   if (!warnings.empty()) json["Warnings"] = textsOf(warnings);
 }

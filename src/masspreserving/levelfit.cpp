@@ -108,12 +108,13 @@ double LevelFit::logLikelihood() {
   return noiseOf(NoiseTails::student).logLikelihood;
 }
 
-PlaceTrust LevelFit::placesOver(const CoarseGrid& nodes) {
+PlaceTrust LevelFit::placesOver(const CoarseGrid& nodes, const Volume<float>& weights) {
   objective.value(b);
   // What one image does not reach says nothing of its place.
   Volume<float> low = objective.lowSlopes(), reached(model.voxels());
   model.coverage(b, reached);
   low *= reached;
+  if (weights.size() > 0) low *= weights;
   return {objective.residuals(), low, objective.highSlopes(), nodes};
 }
 

@@ -48,8 +48,8 @@ class LevelFit {
   /// Mean log likelihood of a residual over the whole volume, with the tails that fit it best.
   double logLikelihood();
 
-  /// Which places stand out by their residuals.
-  PlaceTrust placesOver(const CoarseGrid& nodes);
+  /// Which places stand out by their residuals, voxels counting by `weights`; empty: alike.
+  PlaceTrust placesOver(const CoarseGrid& nodes, const Volume<float>& weights = {});
 
   /// How far the ratio of intensities varies (RatioFit::spread); 0 without one.
   double ratioSpread() const;
