@@ -1,6 +1,7 @@
 #include "field/alignmentlevel.h"
 
 #include <algorithm>
+#include <cmath>
 #include <glm/common.hpp>
 
 #include "nifti/orientation.h"
@@ -15,9 +16,23 @@ namespace {
 
 constexpr double blockMm = 20;
 constexpr double narrowestVoxels = 0.5;
+constexpr float largestSummable = 1e20F;
 
 // A number in -0.5 .. 0.5 that depends on nothing but `n`.
 double jitter(std::uint64_t n) { return static_cast<double>(splitMix64(n) >> 11) * 0x1p-53 - 0.5; }
+
+// Scaled down where sums over the image could leave the range of floats, with 0 for what is not
+// finite.
+Volume<float> summable(Volume<float> image) {
+  float largest = 0;
+  for (int n = 0; n < image.size(); ++n) {
+    float& value = image.data()[n];
+    if (!std::isfinite(value)) value = 0;
+    largest = std::max(largest, std::fabs(value));
+  }
+  if (largest > largestSummable) image *= 1 / largestSummable;
+  return image;
+}
 
 int groupAt(const glm::dvec3& mm) {
   const glm::dvec3 block = glm::floor(mm / blockMm) + 1024.0;
@@ -37,7 +52,8 @@ ValueBins::ValueBins(std::vector<float> values) {
 
 Volume<float> smoothedBy(double sigmaMm, const PlacedImage& image) {
   const glm::dvec3 sigma = sigmaMm / nifti::columnLengths(image.affine);
-  return getAppliedGauss(image.values, glm::max(sigma, glm::dvec3(narrowestVoxels)), glm::ivec3(0));
+  return getAppliedGauss(summable(image.values), glm::max(sigma, glm::dvec3(narrowestVoxels)),
+                         glm::ivec3(0));
 }
 
 void sampleReference(const PlacedImage& reference, const std::vector<int>& voxels,

@@ -22,7 +22,8 @@ class ValueBins {
 };
 
 /// An image smoothed with a Gaussian of this standard deviation, and of at least half a voxel along
-/// each axis: narrower ones cannot be sampled.
+/// each axis: narrower ones cannot be sampled. Voxels that are not finite count as 0, and an image
+/// with values above 1e20 is divided by that, so that no sum leaves the range of floats.
 Volume<float> smoothedBy(double sigmaMm, const PlacedImage& image);
 
 /// A place of the reference that others are compared with.

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+
 #include "base/error.h"
 #include "field/alignmentmeasure.h"
 #include "field/seriesfiles.h"
@@ -70,6 +72,17 @@ TEST_F(Alignment, HangsNeitherOnTheScaleOfIntensitiesNorOnTheCall) {
   image.values *= 0.125F;
   EXPECT_LT(aligner.distanceMm(aligner.align(image, {}, AlignmentRange::wide).motion, once.motion),
             0.02);
+}
+
+TEST_F(Alignment, BearsValuesAtTheEndOfFloats) {
+  const RigidAligner aligner(reference());
+  const RigidMotion motion{{2, 1, -2}, {1, -2, 2}};
+  PlacedImage image = moved(motion);
+  image.values *= 3e35F;
+  image.values.at(3, 4, 5) = std::numeric_limits<float>::infinity();
+  image.values.at(4, 4, 5) = std::numeric_limits<float>::quiet_NaN();
+  const AlignmentFit fit = aligner.align(image, {}, AlignmentRange::wide);
+  EXPECT_LT(aligner.distanceMm(fit.motion, motion), 0.2);
 }
 
 TEST_F(Alignment, FollowsTheHeader) {
