@@ -28,7 +28,7 @@ struct Options {
   int volumeB = -1;  // below 0: that of A
   int mean = 0;
   int meanB = 0;  // 0: as for A
-  std::string estimator, anatomy;
+  std::string estimator, anatomy, priorField;
   bool ssd = false, ncc = false, fast = false, noIc = false, ic = false, noMotion = false;
   bool uncertainty = false, headMask = false;
   bool modulate = false, noModulate = false, quiet = false, json = false, strict = false;
@@ -63,6 +63,8 @@ void settle(Options& options) {
   job.estimate.motion = !options.noMotion;
   job.estimate.uncertainty = options.uncertainty;
   job.seriesSettings.align = !options.noAlign;
+  job.startIsPrior = !options.priorField.empty();
+  if (job.startIsPrior) job.startingField = options.priorField;
   job.results.headMask = options.headMask;
   if (options.modulate) job.estimate.modulation = Modulation::on;
   if (options.noModulate) job.estimate.modulation = Modulation::off;
@@ -89,6 +91,8 @@ void checkPair(const CorrectPairOptions& job) {
 }
 
 void checkEstimate(const Options& options) {
+  if (!options.priorField.empty() && !options.job.startingField.empty())
+    refuseTogether("--prior-field", "--initial-field");
   const bool search = hasSearchOptions(options);
   if (options.estimator == nameOf(Estimator::massPreserving) && search)
     refuseTogether("--estimator mass-preserving",
@@ -98,6 +102,8 @@ void checkEstimate(const Options& options) {
   if (options.uncertainty) refuseTogether("--uncertainty", "the search, which does not know it");
   if (!options.job.maskFile.empty())
     refuseTogether("--mask", "the search, which takes all voxels alike");
+  if (!options.priorField.empty())
+    refuseTogether("--prior-field", "the search, which has no prior");
   if (!options.job.startingField.empty())
     refuseTogether("--initial-field", "the search, which has a start of its own");
 }
@@ -196,6 +202,11 @@ void addEstimateOptions(Command* command, Options& options) {
       ->add_option("--initial-field", options.job.startingField,
                    "Field in Hz, on any grid, that the estimate starts from in place of its own\n"
                    "start")
+      ->type_name("FILE");
+  command
+      ->add_option("--prior-field", options.priorField,
+                   "The same, and what is most likely beforehand: a measured field, from which\n"
+                   "the estimate departs as far and as roughly as the images ask")
       ->type_name("FILE");
   command->add_flag("--head-mask", options.headMask,
                     "Also write where the head is in the corrected mean: desc-head_mask");

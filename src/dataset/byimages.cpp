@@ -55,7 +55,9 @@ class Search {
       if (const auto choice = chooseAmong(possible(mixed))) return *choice;
     const Numbers ownKind = sources(/*ofFieldMaps=*/false);
     if (const auto choice = chooseAmong(possible(pairsOf(images, ownKind)))) return *choice;
-    return {Rule::images, {}, whyNothing(fieldMaps, ownKind)};
+    const Numbers measuring = imagesThatMeasure();
+    if (const auto choice = chooseMeasured(measurementsAmong(images, measuring))) return *choice;
+    return {Rule::images, {}, whyNothing(fieldMaps, ownKind, measuring)};
   }
 
  private:
@@ -108,7 +110,40 @@ class Search {
     return choice;
   }
 
-  std::string whyNothing(const Numbers& fieldMaps, const Numbers& ownKind) const {
+  // Of the session, for no other images by their sidecars.
+  Numbers imagesThatMeasure() {
+    Numbers found;
+    for (std::size_t n = 0; n < images.size(); ++n) {
+      if (!isOtherField(images[n].image) || images[n].image.session != group.session) continue;
+      if (isLinked(images[n]))
+        linked.push_back(n);
+      else if (!haveSameShim(own, images[n]))
+        otherwiseShimmed.push_back(n);
+      else
+        found.push_back(n);
+    }
+    return found;
+  }
+
+  std::optional<Choice> chooseMeasured(const std::vector<MeasuringImages>& all) const {
+    if (all.empty()) return std::nullopt;
+    Choice choice{Rule::images, {}, ""};
+    if (const auto nearest = nearestMeasurement(images, all, group.front())) {
+      choice.measured = *nearest;
+      choice.reason = "assumed, since no sidecar says it: " + namesOf(images, *nearest) +
+                      (nearest->size() > 1 ? " measure" : " measures") + " a field of its session";
+      return choice;
+    }
+    for (const MeasuringImages& each : all)
+      choice.reason += (choice.reason.empty() ? "" : ", or ") + namesOf(images, each);
+    choice.reason =
+        "several images of its session measure a field, and nothing says which counts: " +
+        choice.reason;
+    return choice;
+  }
+
+  std::string whyNothing(const Numbers& fieldMaps, const Numbers& ownKind,
+                         const Numbers& measuring) const {
     std::string why = "nothing in its session tells its field: ";
     Numbers pool = fieldMaps.empty() ? ownKind : fieldMaps;
     if (fieldMaps.size() == 1 && !group.isFieldMap) pool.push_back(group.front());
@@ -119,13 +154,7 @@ class Search {
       why += "; " + namesOf(images, linked) + " are by their sidecars for other images";
     if (!otherwiseShimmed.empty())
       why += "; " + namesOf(images, otherwiseShimmed) + " have another ShimSetting";
-    Numbers others;
-    for (std::size_t n = 0; n < images.size(); ++n)
-      if (isOtherField(images[n].image) && images[n].image.session == group.session)
-        others.push_back(n);
-    if (!others.empty())
-      why += "; " + namesOf(images, others) +
-             (others.size() > 1 ? " are not yet sources" : " is not yet a source") + " of a field";
+    if (!measuring.empty()) why += "; " + whyNoMeasurement(images, measuring);
     return why;
   }
 

@@ -94,10 +94,19 @@ std::optional<Choice> byIntent(const SubjectImages& subject, const Group& group)
                     ", which is opposite to " + images[choice.pair->b].fileName();
     return choice;
   }
+  if (const auto measurements = measurementsAmong(images, sources); !measurements.empty()) {
+    const auto nearest = nearestMeasurement(images, measurements, group.front());
+    choice.measured = nearest.value_or(measurements[0]);
+    choice.reason = "IntendedFor in the sidecar of what measures its field, " +
+                    namesOf(images, choice.measured) +
+                    (nearest ? "" : ", of several the first by name");
+    return choice;
+  }
   Numbers epi = sources;
   std::erase_if(epi, [&](std::size_t n) { return isOtherField(images[n].image); });
   if (epi.empty()) {
-    choice.reason = notYetASource(images, sources);
+    choice.reason =
+        "what is meant for it by IntendedFor tells no field: " + whyNoMeasurement(images, sources);
     return choice;
   }
   choice.reason = namesOf(images, epi) + (epi.size() > 1 ? " are" : " is") +

@@ -52,7 +52,9 @@ std::string fieldResultName(const SubjectPlan& plan, const PlannedField& field,
 
 void labelFields(SubjectPlan& plan) {
   for (PlannedField& field : plan.fields)
-    field.label = labelOf(nameOf(plan, field.pair.a), nameOf(plan, field.pair.b));
+    field.label = field.isMeasured()
+                      ? "Measured"
+                      : labelOf(nameOf(plan, field.pair.a), nameOf(plan, field.pair.b));
   for (const auto& fields : ofOneName(plan))
     for (PlannedField* field : fields) {
       const auto direction = [&](std::size_t image) {

@@ -43,7 +43,10 @@ class Planner {
     if (group.isFieldMap && takeOwnField(group)) return;
     Choice choice = choiceFor(group);
     std::optional<std::size_t> field;
-    if (choice.pair) field = fieldOf(choice);
+    if (choice.pair)
+      field = fieldOf(choice);
+    else if (!choice.measured.empty())
+      field = measuredField(choice);
     for (const std::size_t member : group.members) set(member, field, choice.rule, choice.reason);
   }
 
@@ -76,12 +79,25 @@ class Planner {
   std::size_t fieldOf(const Choice& choice) {
     const ImagePair pair = *choice.pair;
     for (std::size_t n = 0; n < plan.fields.size(); ++n)
-      if (plan.fields[n].pair == pair) return n;
+      if (!plan.fields[n].isMeasured() && plan.fields[n].pair == pair) return n;
     const ImageFacts &a = plan.images[pair.a], &b = plan.images[pair.b];
     PlannedField field{pair, volumeOf(a), volumeOf(b), a.image.session, choice.identifier,
                        "",   false};
     field.correctsPair = a.image.datatype == "fmap" && b.image.datatype == "fmap" &&
                          a.volumes == 1 && b.volumes == 1;
+    plan.fields.push_back(field);
+    ruleOfField.push_back(choice.rule);
+    return plan.fields.size() - 1;
+  }
+
+  std::size_t measuredField(const Choice& choice) {
+    for (std::size_t n = 0; n < plan.fields.size(); ++n)
+      if (plan.fields[n].measured == choice.measured) return n;
+    PlannedField field;
+    field.measured = choice.measured;
+    field.pair = {choice.measured.front(), choice.measured.back()};
+    field.session = plan.images[field.pair.a].image.session;
+    field.identifier = choice.identifier;
     plan.fields.push_back(field);
     ruleOfField.push_back(choice.rule);
     return plan.fields.size() - 1;
@@ -97,8 +113,8 @@ class Planner {
   void leaveWithoutReadout(PlannedImage& image) const {
     if (!image.field || plan.images[image.image].readoutSeconds) return;
     const PlannedField& field = plan.fields[*image.field];
-    const bool inHz =
-        plan.images[field.pair.a].readoutSeconds || plan.images[field.pair.b].readoutSeconds;
+    const bool inHz = field.isMeasured() || plan.images[field.pair.a].readoutSeconds ||
+                      plan.images[field.pair.b].readoutSeconds;
     if (!inHz || (field.correctsPair && field.pair.has(image.image))) return;
     image.field.reset();
     image.reason =

@@ -10,9 +10,10 @@
 
 namespace mirel::dataset {
 
-/// A field to be estimated from a pair.
+/// A field to be estimated from a pair, or to be made of what measured it.
 struct PlannedField {
-  ImagePair pair;  ///< numbers of images in SubjectPlan::images
+  ImagePair pair;  ///< numbers of images in SubjectPlan::images; of measuring ones, the first and
+                   ///< the last
   int volumeA = 0, volumeB = 0;
   std::string session;     ///< of its first image; its results lie there
   std::string identifier;  ///< its B0FieldIdentifier, where it was found by that
@@ -22,6 +23,9 @@ struct PlannedField {
   /// Whether both are single images of the folder fmap, which are corrected as a pair, with the
   /// head's motion between them undone.
   bool correctsPair = false;
+  MeasuringImages measured = {};  ///< empty: it is estimated from the pair
+
+  bool isMeasured() const { return !measured.empty(); }
 };
 
 /// What is to become of an EPI image.

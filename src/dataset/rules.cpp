@@ -47,10 +47,13 @@ Choice fieldNamed(const SubjectImages& subject, const std::string& identifier, c
   if (!pairs.empty()) {
     choice.pair = nearest.pair.value_or(pairs[0]);
     choice.reason = field + (nearest.pair ? nearest.how : ", of several pairs the first by name");
-  } else if (!sources.empty()) {
-    choice.reason = field + " cannot be estimated: " + whyNone(images, sources);
-  } else if (!others.empty()) {
-    choice.reason = notYetASource(images, others);
+  } else if (const auto measurements = measurementsAmong(images, others); !measurements.empty()) {
+    const auto nearestOne = nearestMeasurement(images, measurements, group.front());
+    choice.measured = nearestOne.value_or(measurements[0]);
+    choice.reason = field + " is measured by " + namesOf(images, choice.measured);
+  } else if (!sources.empty() || !others.empty()) {
+    choice.reason = field + " cannot be found: " +
+                    (sources.empty() ? whyNoMeasurement(images, others) : whyNone(images, sources));
   } else {
     const auto known = allIdentifiers(images);
     choice.reason = field + " is the B0FieldIdentifier of no image" +
@@ -92,15 +95,10 @@ std::optional<Choice> byIdentifier(const SubjectImages& subject, const Group& gr
   std::optional<Choice> first;
   for (const std::string& identifier : asked) {
     const Choice choice = fieldNamed(subject, identifier, group);
-    if (choice.pair) return choice;
+    if (choice.hasField()) return choice;
     if (!first) first = choice;
   }
   return first;
-}
-
-std::string notYetASource(const std::vector<ImageFacts>& images, const Numbers& which) {
-  return "its field is measured by " + namesOf(images, which) +
-         (which.size() > 1 ? ", which are" : ", which is") + " not yet a source of a field";
 }
 
 }  // namespace mirel::dataset

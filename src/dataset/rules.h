@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "dataset/groups.h"
+#include "dataset/measurement.h"
 #include "dataset/pairing.h"
 
 /// The rules by which the field of an image is found, in the order in which they count.
@@ -19,12 +20,16 @@ enum class Rule {
 /// "B0FieldIdentifier", "IntendedFor", "images".
 std::string nameOf(Rule rule);
 
-/// What a rule says about a group: the pair that its field is estimated from, or why there is none.
+/// What a rule says about a group: the pair that its field is estimated from, or else the images
+/// that measure it, or why there is neither.
 struct Choice {
   Rule rule = Rule::images;
   std::optional<ImagePair> pair;
   std::string reason;           ///< a sentence without a full stop
   std::string identifier = {};  ///< of the field, by the first rule
+  MeasuringImages measured = {};
+
+  bool hasField() const { return pair || !measured.empty(); }
 };
 
 /// The images of one subject.
@@ -39,23 +44,20 @@ struct SubjectImages {
 };
 
 /// By B0FieldSource, of a field map also by its own B0FieldIdentifier; nothing where there is none.
-/// All images of the subject with the identifier are sources of the field. An identifier in two
-/// sessions stands for no field.
+/// All images of the subject with the identifier are sources of the field: a pair of them, else
+/// what measures it. An identifier in two sessions stands for no field.
 std::optional<Choice> byIdentifier(const SubjectImages& subject, const Group& group);
 
 /// By the images whose IntendedFor names a member of the group: two of them of opposite directions,
-/// else one and the group itself. Of a field map also by the images that are intended for the same.
-/// Nothing where there is none.
+/// else one and the group itself, else what measures a field. Of a field map also by the images
+/// that are intended for the same. Nothing where there is none.
 std::optional<Choice> byIntent(const SubjectImages& subject, const Group& group);
 
 /// By the images of the same session that no identifier and no IntendedFor links to others, with
 /// the same ShimSetting (or none) and a place in common: the nearest pair of field maps; one field
-/// map of the opposite direction and the group itself; the nearest pair of the group's own kind.
-/// Where several pairs are possible and no time of acquisition decides, none is taken.
+/// map of the opposite direction and the group itself; the nearest pair of the group's own kind;
+/// what measures a field. Where several are possible and no time of acquisition decides, none is
+/// taken.
 Choice byImages(const SubjectImages& subject, const Group& group);
-
-/// "its field is measured by X, which is not yet a source of a field"
-std::string notYetASource(const std::vector<ImageFacts>& images,
-                          const std::vector<std::size_t>& which);
 
 }  // namespace mirel::dataset

@@ -4,12 +4,14 @@
 #include <new>
 
 #include "base/error.h"
+#include "base/joined.h"
 #include "base/moveall.h"
 #include "dataset/fieldlabels.h"
 #include "dataset/perfusiontable.h"
 #include "dataset/uptodate.h"
 #include "jobs/applyfield.h"
 #include "jobs/correctpair.h"
+#include "jobs/measurement.h"
 #include "jobs/reportfile.h"
 #include "jobs/resultnames.h"
 
@@ -89,7 +91,7 @@ class SubjectRun {
 
   void correctAll(const PlannedField& field, const std::vector<std::size_t>& targets) {
     bool isNew = false;
-    const FieldFile source = estimate(field, isNew);
+    const FieldFile source = field.isMeasured() ? measure(field) : estimate(field, isNew);
     for (const std::size_t target : targets) {
       if (field.correctsPair && field.pair.has(plan.planned[target].image)) {
         finish(target, isNew ? Status::corrected : Status::upToDate,
@@ -135,6 +137,32 @@ class SubjectRun {
   bool hasPage(const std::string& stem) const {
     std::error_code ignored;
     return !settings.report || fs::is_regular_file(stem + reportEnd, ignored);
+  }
+
+  // The field of phases, or one of a scanner smoothed and continued. Its magnitude shows the head
+  // as it is.
+  FieldFile measure(const PlannedField& field) {
+    const std::string folder = settings.output + "/" + folderOf(field.session, "fmap");
+    const std::string stem = folder + "/" + fieldResultName(plan, field, "fieldmap");
+    clearLeftovers(folder);
+    std::vector<std::string> images;
+    for (const std::size_t image : field.measured) images.push_back(rawFile(plan.images[image]));
+    FieldFile files;
+    files.field = stem + imageEnd;
+    files.mean = magnitudeBeside(images.front());
+    if (isMeasurementUpToDate(stem, images, files.mean, settings.version, sums)) return files;
+    MeasureFieldOptions options;
+    if (plan.images[field.measured.front()].image.suffix() == "fieldmap")
+      options.fieldFile = images.front();
+    else
+      options.phaseFiles = images;
+    options.output = files.field;
+    options.version = settings.version;
+    log("making a field of " + joined(images, " and "));
+    const MeasuredFieldRun run = measureField(options);
+    for (const Remark& note : run.notes) log(note.text);
+    for (const Remark& warning : run.warnings) files.warnings.push_back(warning.text);
+    return files;
   }
 
   FieldFile estimate(const PlannedField& field, bool& isNew) {

@@ -116,6 +116,22 @@ bool isSeriesUpToDate(const std::string& stem, const std::string& series, const 
   return false;
 }
 
+bool isMeasurementUpToDate(const std::string& stem, const std::vector<std::string>& files,
+                           const std::string& magnitude, const std::string& version,
+                           Checksums& sums) try {
+  const std::optional<Json> record = recordOf(stem);
+  if (!hasResult(stem, record, version)) return false;
+  const Json* phases = record->find("Phases");
+  const Json::List inputs = phases != nullptr ? phases->list() : Json::List{record->at("Field")};
+  if (inputs.size() != files.size()) return false;
+  for (std::size_t n = 0; n < files.size(); ++n)
+    if (!isOfFile(inputs[n], files[n], sums)) return false;
+  const std::string ofMagnitude = magnitude.empty() ? "" : sums.of(magnitude);
+  return record->part("Magnitude").textOf("SHA256") == ofMagnitude;
+} catch (const std::exception&) {
+  return false;
+}
+
 std::string trustIn(const std::string& stem) try {
   const std::optional<Json> record = recordOf(stem);
   return record ? record->part("Verdict").textOf("Trust") : "";

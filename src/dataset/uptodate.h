@@ -35,6 +35,13 @@ bool isPairUpToDate(const std::vector<std::string>& stems, const PairSource& a, 
 bool isSeriesUpToDate(const std::string& stem, const std::string& series, const std::string& field,
                       const std::string& version, Checksums& sums);
 
+/// @param stem       of the field
+/// @param files      that it was measured with, in the order of their echoes
+/// @param magnitude  beside these; empty: there is none
+bool isMeasurementUpToDate(const std::string& stem, const std::vector<std::string>& files,
+                           const std::string& magnitude, const std::string& version,
+                           Checksums& sums);
+
 /// How far a result is to be trusted by the verdict in its record: "trusted", "doubtful", "do not
 /// trust"; empty where there is none.
 std::string trustIn(const std::string& stem);

@@ -17,6 +17,9 @@ namespace mirel {
 
 namespace {
 
+constexpr double leastCorrelation = 0.5;  // of two fields of one head
+constexpr double mostZeros = 0.05;        // in the head, of a field that was not masked
+
 std::vector<std::string> filesOf(const PairInput& pair) {
   std::vector<std::string> files;
   for (const InputImage* image : {&pair.a, &pair.b}) {
@@ -95,6 +98,28 @@ void addPlacesLeftOut(RunRecord& run, const PairInput& pair, const PairEstimate&
       "map continues what is around these places");
 }
 
+// How the estimate agrees with the field that it started from.
+void addAgreement(RunRecord& run, const PairInput& pair, const PairEstimate& estimate,
+                  const std::string& field) {
+  if (!estimate.withStart) return;
+  const StartAgreement& with = *estimate.withStart;
+  const std::string correlated = "(correlation " + text("%.2f", with.correlation) + ")";
+  const double median = pair.a.direction().sign * with.median / *pair.readoutSeconds;
+  run.notes.push_back("the field of the pair less that of " + field + " is " +
+                      text("%.3g", median) + " Hz in the median, and within " +
+                      text("%.3g", with.halfWidthOf95 / *pair.readoutSeconds) +
+                      " Hz of that in 95 % of the head " + correlated);
+  if (pair.startIsPrior && with.shareOfZeros > mostZeros)
+    run.warnings.push_back(field + " is 0 in " + text("%.2g", 100 * with.shareOfZeros) +
+                           " % of the head: if it was masked, the field of the pair has its edges "
+                           "now; one that goes on outside of the brain is better");
+  if (with.correlation >= leastCorrelation) return;
+  run.warnings.push_back(
+      field + " does not show the field that the pair has " + correlated + ": it may " +
+      (with.correlation < -leastCorrelation ? "have the opposite sign"
+                                            : "be of another head or session, or in other units"));
+}
+
 void addRemarks(RunRecord& run, const PairInput& pair, const PairEstimate& estimate) {
   run.notes = pair.notes;
   run.warnings.insert(run.warnings.begin(), pair.warnings.begin(), pair.warnings.end());
@@ -125,6 +150,7 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
   if (!options.maskFile.empty()) readMask(options.maskFile, pair);
   std::optional<DistortionFile> start;
   if (!options.startingField.empty()) start = readStartingField(options.startingField, pair);
+  pair.startIsPrior = options.startIsPrior;
   SeriesCorrection series(run.seriesSettings, folder);
   for (const SeriesFile& file : options.series) {
     SeriesInput input = readSeriesOf(pair, file);
@@ -155,11 +181,13 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
 
   const PairEstimate estimate = estimatePairMap(pair, options.estimate, progress);
   addRemarks(run, pair, estimate);
+  addAgreement(run, pair, estimate, options.startingField);
   // The record keeps what is known without the voxels.
   // NOLINTNEXTLINE(cppcoreguidelines-slicing)
   run.pair = PairRecord{pair.a, pair.b, options.estimate, estimate};
   if (pair.mask) run.pair->mask = pair.mask->stamp;
   if (start) run.pair->start = recordOf(*start);
+  run.pair->startIsPrior = pair.startIsPrior;
   progress.at(Stage::writing, 0.0);
   run.outputs = folder.write([&] {
     writePair(names, pair, estimate, run, sources, folder, progress);

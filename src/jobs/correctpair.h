@@ -18,6 +18,8 @@ struct CorrectPairOptions {
   /// Of the mass-preserving estimate: an image of weights on the pair's grid (readMask), and a
   /// field in Hz to start from (readStartingField). Each may be empty.
   std::string maskFile, startingField;
+  /// The field is what is most likely, too: the estimate departs from it as the images ask.
+  bool startIsPrior = false;
   EstimateSettings estimate;
   /// Further images of the session to correct.
   std::vector<SeriesFile> series;

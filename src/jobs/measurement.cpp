@@ -31,21 +31,6 @@ void addFiles(Measurement& measurement, const std::string& file,
   measurement.files.insert(measurement.files.end(), names.begin(), names.end());
 }
 
-// A magnitude of the same echoes by its name: empty where there is none.
-std::string magnitudeBeside(const std::string& image) {
-  const bids::Name name = bids::Name::of(image);
-  if (!name.isStructured()) return {};
-  const std::filesystem::path folder = std::filesystem::path(image).parent_path();
-  for (const char* suffix : {"magnitude1", "magnitude"})
-    for (const char* extension : {".nii.gz", ".nii"}) {
-      bids::Name beside = name;
-      beside.suffix = suffix;
-      if (const auto file = folder / (beside.text() + extension); std::filesystem::exists(file))
-        return file.string();
-    }
-  return {};
-}
-
 Volume<float> readMagnitude(const MeasureFieldOptions& options, Measurement& measurement,
                             MeasuredFieldRun& run) {
   std::string file = options.magnitudeFile;
@@ -143,6 +128,20 @@ void fromField(const MeasureFieldOptions& options, Measurement& measurement,
 }
 
 }  // namespace
+
+std::string magnitudeBeside(const std::string& image) {
+  const bids::Name name = bids::Name::of(image);
+  if (!name.isStructured()) return {};
+  const std::filesystem::path folder = std::filesystem::path(image).parent_path();
+  for (const char* suffix : {"magnitude1", "magnitude"})
+    for (const char* extension : {".nii.gz", ".nii"}) {
+      bids::Name beside = name;
+      beside.suffix = suffix;
+      if (const auto file = folder / (beside.text() + extension); std::filesystem::exists(file))
+        return file.string();
+    }
+  return {};
+}
 
 Measurement readMeasurement(const MeasureFieldOptions& options, MeasuredFieldRun& run) {
   Measurement measurement;

@@ -19,6 +19,10 @@ struct Measurement {
   MeasuredField field;
 };
 
+/// A magnitude of the same echoes as a phase or field image by its name: sub-1_magnitude1 or
+/// sub-1_magnitude beside sub-1_phasediff, say; empty where there is none.
+std::string magnitudeBeside(const std::string& image);
+
 /// Reads what the options name and makes the field; adds to the notes and warnings of `run`.
 /// Errors: those of measureField that are about its inputs.
 Measurement readMeasurement(const MeasureFieldOptions& options, MeasuredFieldRun& run);

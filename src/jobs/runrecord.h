@@ -59,6 +59,7 @@ struct PairRecord {
   PairFindings findings;
   std::optional<FileStamp> mask = {};      ///< of the file that says where the pair counts
   std::optional<SourceRecord> start = {};  ///< of the field that the estimate began with
+  bool startIsPrior = false;
 };
 
 /// One run, whatever it began with: what sidecars, the summary in JSON and the text on the terminal

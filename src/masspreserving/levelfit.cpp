@@ -129,6 +129,8 @@ Volume<float> LevelFit::variance(int draws) {
   return posteriorVariance(objective, lines, b, sharesLeft(objective, lines, draws), draws);
 }
 
+void LevelFit::setPriorMean(Volume<float> mean) { objective.priorMean = std::move(mean); }
+
 double LevelFit::ratioSpread() const {
   return objective.ratio != nullptr ? objective.ratio->spread(objective.means()) : 0.0;
 }
@@ -249,9 +251,7 @@ void LevelFit::updateStatistics(NoiseTails tails, RatioEvidence evidence) {
   const NoiseFit fit = noiseOf(tails);
   known.noise = fit.noise;
   known.noise.variance = std::max(known.noise.variance / shareLeft(fit), leastNoise * leastNoise);
-  Volume<float> rough(b.dimensions(), 0.0F), scratch(b.dimensions(), 0.0F);
-  form(1.0).apply(b, rough, scratch);
-  const double roughness = dot(b, rough);
+  const double roughness = objective.roughnessOf(b, form(1.0));
   if (roughness > 0.0) known.roughnessWeight = known.degreesOfFreedom / roughness;
 }
 

@@ -29,6 +29,9 @@ class LevelFit {
   LevelFit(const MassModel<float>& model, glm::dvec3 spacing, Volume<float> start,
            FitStatistics statistics, RatioFit<float>* ratio = nullptr, Volume<float> trust = {});
 
+  /// Of the displacement at the edges; 0 unless this is called before the first step.
+  void setPriorMean(Volume<float> mean);
+
   struct Step {
     double energy, largestStep;
     int solverIterations;

@@ -244,6 +244,7 @@ void Estimation::runLevel(int level, Head mode) {
   if (!now.model.isNone()) ratioFit.emplace(ratioBasis(level), now.ratio);
   LevelFit fit(model, gridOf(level).voxelMm, std::move(now.b), now.statistics,
                ratioFit ? &*ratioFit : nullptr, trustOn(level));
+  if (options.startIsPrior && options.start.size() > 0) fit.setPriorMean(startOn(level));
   const int coarse =
       moving ? std::min(options.coarseIterations, mostMovingIterations) : options.coarseIterations;
   const int iterations = finest ? options.finestIterations : coarse;

@@ -27,6 +27,8 @@ struct MassPreservingOptions {
   /// Displacement in voxels to start from in place of the transport, of the images' size. Empty:
   /// there is none. The estimate is the same but for what the images leave open.
   Volume<float> start;
+  /// Take the start for what is most likely, too: rough is how far the displacement is from it.
+  bool startIsPrior = false;
   /// Gauss-Newton steps per resolution at most.
   int coarseIterations = 10;
   int finestIterations = 8;

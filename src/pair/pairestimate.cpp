@@ -41,6 +41,7 @@ MassPreservingResult massPreserving(const PairInput& pair, const EstimateFrame& 
   options.uncertainty = settings.uncertainty;
   if (pair.mask) options.weights = frame.turned(pair.mask->weights);
   options.start = frame.turned(pair.start);
+  options.startIsPrior = pair.startIsPrior;
   // The coarse resolutions come a second time when motion is looked for.
   double done = 0.0;
   return estimateMassPreserving(frame.first(), frame.second(), frame.voxelMm(), options,
@@ -264,6 +265,8 @@ PairEstimate estimateFrom(const PairInput& input, const EstimateSettings& settin
   Found found = estimateMap(pair, settings, estimate, progress);
   progress.at(Stage::estimating, 1.0);
   estimate.shift = std::move(found.shift);
+  if (pair.start.size() > 0)
+    estimate.withStart = agreementWithStart(estimate.shift, pair.start, head);
   // From here on the head has not moved.
   if (found.unmovedSecond) {
     if (!changed) changed = input;

@@ -8,6 +8,7 @@
 #include "field/corrector.h"
 #include "numerics/rigidmotion.h"
 #include "pair/pairinput.h"
+#include "pair/startagreement.h"
 #include "pair/verdict.h"
 #include "vdm/estimatepair.h"
 
@@ -69,6 +70,8 @@ struct PairFindings {
   /// Of the mass-preserving estimate: the part of the squared signal in places where the images
   /// do not belong together, which hardly count (PlaceTrust).
   double shareOut = 0;
+  /// Of the map with what it started from, where the pair has that.
+  std::optional<StartAgreement> withStart;
   PairAgreement agreement;
   /// Its reasons are the warnings about the pair's result.
   Verdict verdict;

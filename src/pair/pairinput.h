@@ -53,6 +53,8 @@ struct PairInput {
   /// Displacement in voxels along the axis, forward for A, that the estimate starts from. Empty: it
   /// finds a start of its own.
   Volume<float> start;
+  /// It is the mean of the estimate's prior, too.
+  bool startIsPrior = false;
   /// The readout time that both have; nothing when it is not known: then there are no Hz.
   std::optional<double> readoutSeconds;
   /// What had to be assumed, and what is suspicious.

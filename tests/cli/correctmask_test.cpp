@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include <cmath>
 #include <nlohmann/json.hpp>
 
 #include "cli/fieldfiles.h"
@@ -12,8 +13,8 @@ namespace {
 
 using nlohmann::json;
 using testing::AllOf;
-using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::Not;
 
 class CorrectMask : public FieldFiles {
  protected:
@@ -112,6 +113,43 @@ TEST_F(CorrectInitialField, IsRecordedAndLeadsToTheSameField) {
   EXPECT_EQ(record()["InitialField"]["Units"], "Hz");
   ASSERT_EQ(correct({}, "plain").status, 0);
   EXPECT_LT(rmsInBrain(fieldIn("out"), fieldIn("plain")), 0.5);
+}
+
+TEST_F(CorrectInitialField, IsComparedWithTheFieldOfThePair) {
+  const ProgramResult result = correct({"--initial-field", field()});
+  EXPECT_THAT(result.err, AllOf(HasSubstr("Note: the field of the pair less that of " + field()),
+                                HasSubstr("(correlation 1.00)")));
+  EXPECT_THAT(result.err, Not(HasSubstr("Warning")));
+  const json agreement = record()["InitialField"]["Agreement"];
+  EXPECT_GT(agreement["Correlation"].get<double>(), 0.99);
+  EXPECT_LT(std::abs(agreement["MedianHz"].get<double>()), 1.0);
+  const std::string turned = scaled(field(), "turned.nii.gz", -1);
+  EXPECT_THAT(correct({"--initial-field", turned}, "turned").err,
+              HasSubstr("it may have the opposite sign"));
+}
+
+TEST_F(CorrectInitialField, MayBeAPriorThatNoisyImagesFollow) {
+  ASSERT_EQ(correct({"--prior-field", field()}, "prior").status, 0);
+  ASSERT_EQ(correct({}, "plain").status, 0);
+  const Volume<float> truthHz = imageIn(field());
+  EXPECT_LT(rmsInBrain(fieldIn("prior"), truthHz), 0.6 * rmsInBrain(fieldIn("plain"), truthHz));
+  EXPECT_EQ(record("prior")["PriorField"]["File"], field());
+  EXPECT_FALSE(record("prior").contains("InitialField"));
+}
+
+TEST_F(CorrectInitialField, ThatWasMaskedIsDoubtedAsPrior) {
+  const Volume<float> brain = imageIn(truth("brain_mask.nii.gz"));
+  int voxel = 0;
+  const std::string masked = changed(
+      field(), "masked.nii.gz", [&](float v) { return brain.data()[voxel++] > 0.0F ? v : 0.0F; });
+  EXPECT_THAT(correct({"--prior-field", masked}).err, HasSubstr("masked.nii.gz is 0 in"));
+  EXPECT_THAT(correct({"--initial-field", masked}, "start").err, Not(HasSubstr("is 0 in")));
+}
+
+TEST_F(CorrectInitialField, AndPriorAreNotTwo) {
+  const ProgramResult result = correct({"--initial-field", field(), "--prior-field", field()});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_THAT(result.err, HasSubstr("--prior-field excludes --initial-field"));
 }
 
 TEST_F(CorrectInitialField, NeedsToDisplaceSomething) {

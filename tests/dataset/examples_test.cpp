@@ -43,15 +43,24 @@ TEST_F(Examples, PerfusionIsLinkedByIdentifier) {
             "sub-1_dir-AP_epi.nii.gz+sub-1_dir-PA_epi.nii.gz (B0FieldIdentifier)");
 }
 
-TEST_F(Examples, EverySeriesOfAPhaseDifferenceIsLeftWithAReason) {
+TEST_F(Examples, PhaseDifferencesAreSources) {
   for (const auto& [name, subject] : std::vector<std::pair<std::string, std::string>>{
            {"ds000117", "01"}, {"7t_trt", "01"}, {"7t_trt", "02"}}) {
     const SubjectPlan plan = planOf(name, subject);
     EXPECT_FALSE(plan.planned.empty()) << name;
-    EXPECT_TRUE(plan.fields.empty()) << name;
+    for (const PlannedField& field : plan.fields) EXPECT_TRUE(field.isMeasured()) << name;
     for (const PlannedImage& image : plan.planned)
       EXPECT_GT(image.reason.size(), 20U) << plan.images[image.image].image.path;
   }
+}
+
+TEST_F(Examples, NineRunsShareOnePhaseDifference) {
+  const SubjectPlan plan = planOf("ds000117", "01");
+  EXPECT_EQ(plan.fields.size(), 1U);
+  for (const char* run : {"01", "09"})
+    EXPECT_EQ(fateOf(plan, "sub-01/ses-mri/func/sub-01_ses-mri_task-facerecognition_run-" +
+                               std::string(run) + "_bold.nii.gz"),
+              "sub-01_ses-mri_phasediff.nii (IntendedFor)");
 }
 
 }  // namespace mirel::dataset

@@ -58,8 +58,9 @@ TEST(Plan, AnIdentifierThatLeadsNowhereIsToldAndNothingElseIsTaken) {
   EXPECT_THAT(
       fate({identified(facts(ap, "j-"), {"f"}), asks}),
       HasSubstr("no image of the direction opposite to that of sub-1_dir-AP_epi.nii.gz, j-"));
-  EXPECT_THAT(fate({identified(facts("sub-1/fmap/sub-1_phasediff.nii.gz", ""), {"f"}), asks}),
-              HasSubstr("sub-1_phasediff.nii.gz, which is not yet a source of a field"));
+  EXPECT_THAT(fate({identified(facts("sub-1/fmap/sub-1_phase1.nii.gz", ""), {"f"}), asks}),
+              HasSubstr("the field f that B0FieldSource asks for cannot be found: "
+                        "sub-1_phase1.nii.gz is the phase of one echo"));
 }
 
 TEST(Plan, AnIdentifierInTwoSessionsNamesBoth) {
@@ -120,12 +121,16 @@ TEST(Plan, FieldMapsIntendedForDifferentRunsAreNotMergedSilently) {
                     HasSubstr("opposite would be sub-1_dir-PA_epi.nii.gz")));
 }
 
-TEST(Plan, IntendedPhaseDifferencesAreNotYetSources) {
-  const SubjectPlan plan =
-      planOf({intended(facts("sub-1/fmap/sub-1_phasediff.nii.gz", ""), {rest}), facts(rest, "j")});
-  EXPECT_EQ(fateOf(plan, rest),
-            "left: its field is measured by sub-1_phasediff.nii.gz, which is not yet a source of a "
-            "field");
+TEST(Plan, WhatMeasuresAFieldIsASourceByIntentAndByIdentifier) {
+  const ImageFacts measured = facts("sub-1/fmap/sub-1_phasediff.nii.gz", "");
+  EXPECT_EQ(fateOf(planOf({intended(measured, {rest}), facts(rest, "j")}), rest),
+            "sub-1_phasediff.nii.gz (IntendedFor)");
+  EXPECT_EQ(fateOf(planOf({identified(measured, {"f"}), asking(facts(rest, "j"), {"f"})}), rest),
+            "sub-1_phasediff.nii.gz (B0FieldIdentifier)");
+  EXPECT_THAT(fateOf(planOf({intended(facts("sub-1/fmap/sub-1_phase1.nii.gz", ""), {rest}),
+                             facts(rest, "j")}),
+                     rest),
+              HasSubstr("left: what is meant for it by IntendedFor tells no field"));
 }
 
 TEST(Plan, SeveralPairsServeTheirOwnRunsOrTheNearest) {

@@ -46,14 +46,16 @@ inline ImageFacts at(ImageFacts image, double seconds) {
   return with(std::move(image), &ImageFacts::acquiredSeconds, seconds);
 }
 
-/// "AP_epi.nii.gz+PA_epi.nii.gz (IntendedFor)" of the field of an image, or "left: REASON".
+/// "AP_epi.nii.gz+PA_epi.nii.gz (IntendedFor)" of the field of an image, or "left: REASON"; of one
+/// that was measured with one image "phasediff.nii.gz (IntendedFor)".
 inline std::string fateOf(const SubjectPlan& plan, const std::string& path) {
   for (const PlannedImage& planned : plan.planned) {
     if (plan.images[planned.image].image.path != path) continue;
     if (!planned.field) return "left: " + planned.reason;
     const ImagePair& pair = plan.fields[*planned.field].pair;
-    return plan.images[pair.a].fileName() + "+" + plan.images[pair.b].fileName() + " (" +
-           nameOf(planned.rule) + ")";
+    std::string sources = plan.images[pair.a].fileName();
+    if (pair.a != pair.b) sources += "+" + plan.images[pair.b].fileName();
+    return sources + " (" + nameOf(planned.rule) + ")";
   }
   return "not planned";
 }

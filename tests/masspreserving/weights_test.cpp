@@ -112,6 +112,28 @@ TEST(MassPreservingStart, LeadsToTheSameDisplacement) {
   EXPECT_LT(testdata::rmsWhere(given, own, phantom().ap, 300.0F), 0.02);
 }
 
+// A field that was measured: the true one with errors of a twentieth of a voxel.
+TEST(MassPreservingStart, AsPriorTellsWhatNoiseHides) {
+  const Volume<float> noisy =
+      phantom().ap + testdata::noise<float>(phantom().ap.dimensions(), 100.0, 3);
+  MassPreservingOptions options;
+  options.start =
+      phantom().shiftVoxels + testdata::noise<float>(phantom().ap.dimensions(), 0.05, 4);
+  const double started = rmsBelow(shiftOf(noisy, options));
+  options.startIsPrior = true;
+  const double withPrior = rmsBelow(shiftOf(noisy, options));
+  EXPECT_LT(withPrior, 0.8 * started);
+  EXPECT_LT(withPrior, 0.9 * 0.05);
+}
+
+// Of the opposite sign.
+TEST(MassPreservingStart, AsWrongPriorIsOverruledByTheImages) {
+  MassPreservingOptions options;
+  options.start = phantom().shiftVoxels * -1.0F;
+  options.startIsPrior = true;
+  EXPECT_LT(rmsBelow(shiftOf(phantom().ap, options)), 2.0 * rmsBelow(shiftOf(phantom().ap)));
+}
+
 TEST(MassPreservingStart, MayFoldAndIsTakenAsFarAsItDoesNot) {
   MassPreservingOptions options;
   options.start = phantom().shiftVoxels;
