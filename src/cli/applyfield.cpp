@@ -81,11 +81,20 @@ ImageCommandOptions addApplyFieldOptions(Command* command, ApplyFieldArguments& 
   forImages(command->add_flag("--warp", arguments.job.seriesSettings.writeWarp,
                               "Also write the displacement field for other programs,\n"
                               "RUN_from-orig_to-undistorted_mode-image_xfm.nii.gz"));
-  forImages(command->add_option("--reference", arguments.job.reference,
-                                "An undistorted image of the head on any grid: tell whether the\n"
-                                "opposite sign agrees better with it, by normalised mutual\n"
-                                "information (no unit; 1: none, 2: one image tells the other)"))
-      ->type_name("IMAGE");
+  Option* reference =
+      forImages(
+          command->add_option("--reference", arguments.job.reference,
+                              "An undistorted image of the head on any grid: tell whether the\n"
+                              "opposite sign agrees better with it, by normalised mutual\n"
+                              "information (no unit; 1: none, 2: one image tells the other)"))
+          ->type_name("IMAGE");
+  forImages(command->add_flag(
+                "--align", arguments.job.seriesSettings.align,
+                "With --field and --reference: look for motion of the head between the\n"
+                "reference, in which it is where the field was measured, and RUN, and carry\n"
+                "the field along where it moved by 1/16 of a voxel or more, and not by chance"))
+      ->needs(field)
+      ->needs(reference);
   forImages(command->add_option("--threads", arguments.job.seriesSettings.threads,
                                 "Threads that correct volumes (default: one per core)"))
       ->type_name("N")

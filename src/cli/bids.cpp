@@ -39,7 +39,7 @@ struct Options {
   dataset::ParticipantOptions job;
   std::string level;
   bool dryRun = false, strict = false, quiet = false, skipValidation = false, noReports = false,
-       noViewer = false;
+       noViewer = false, noAlign = false;
 };
 
 /// A line for every subject on standard error.
@@ -242,9 +242,13 @@ void addBidsCommand(Command& app, Program& program) {
       "--no-viewer", options->noViewer,
       "Leave the viewer of all slices out of the pages, which makes each more than 1 MB\n"
       "smaller");
+  command->add_flag("--no-align", options->noAlign,
+                    "Take the head to be in every image where it was in the pair that corrects it\n"
+                    "(default: look for its motion, and carry the field along)");
   command->add_flag("--quiet", options->quiet, "No lines about progress");
   command->callback([options, &program] {
     program.action = [options, &program] {
+      options->job.align = !options->noAlign;
       if (!options->noReports)
         options->job.report = [&program, viewer = !options->noViewer] {
           return jobReportOf(program, viewer);

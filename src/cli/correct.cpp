@@ -33,6 +33,7 @@ struct Options {
   bool uncertainty = false, headMask = false;
   bool modulate = false, noModulate = false, quiet = false, json = false, strict = false;
   bool noReport = false, noViewer = false;
+  bool noAlign = false;
 };
 
 bool hasSearchOptions(const Options& options) {
@@ -61,6 +62,7 @@ void settle(Options& options) {
     job.estimate.estimator = Estimator::search;
   job.estimate.motion = !options.noMotion;
   job.estimate.uncertainty = options.uncertainty;
+  job.seriesSettings.align = !options.noAlign;
   job.startIsPrior = !options.priorField.empty();
   if (job.startIsPrior) job.startingField = options.priorField;
   job.results.headMask = options.headMask;
@@ -251,6 +253,10 @@ void addCorrectCommand(Command& app, Program& program) {
                    "Threads that correct the volumes of a RUN (default: one per core)")
       ->type_name("N")
       ->check([](const std::string& text) { return refuseBelow(1, text); });
+  command->add_flag("--no-align", options->noAlign,
+                    "Take the head to be in every RUN where it was in the pair, by the headers\n"
+                    "(default: look for its motion between the pair and RUN, and carry the field\n"
+                    "along where it moved by 1/16 of a voxel or more, and not by chance)");
   command->add_flag("--float", options->job.seriesSettings.floatOutput,
                     "Write every RUN as 32-bit floats (default: its own data type and scaling,\n"
                     "rounded)");

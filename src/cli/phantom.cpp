@@ -32,7 +32,7 @@ struct Options {
   PhantomOptions phantom;
   std::vector<int> size;
   std::vector<double> voxelMm;
-  std::vector<double> motion;
+  std::vector<double> motion, seriesMotion;
   std::string direction = "j";
   double maxShift = 0.0;
   DatasetRequest dataset;
@@ -49,6 +49,10 @@ std::pair<float, float> shiftRange(const Phantom& phantom) {
   return {low, high};
 }
 
+RigidMotion motionOf(const std::vector<double>& numbers) {
+  return {{numbers[0], numbers[1], numbers[2]}, {numbers[3], numbers[4], numbers[5]}};
+}
+
 int runPhantom(Options options, bool maxShiftGiven) {
   const EndBySignal end({options.folder});
   PhantomOptions& phantomOptions = options.phantom;
@@ -59,12 +63,8 @@ int runPhantom(Options options, bool maxShiftGiven) {
   if (options.voxelMm.size() == 1) phantomOptions.voxelMm = glm::dvec3(options.voxelMm[0]);
   if (options.voxelMm.size() == 3)
     phantomOptions.voxelMm = {options.voxelMm[0], options.voxelMm[1], options.voxelMm[2]};
-  if (!options.motion.empty()) {
-    phantomOptions.paMotion.translationMm = {options.motion[0], options.motion[1],
-                                             options.motion[2]};
-    phantomOptions.paMotion.rotationDegrees = {options.motion[3], options.motion[4],
-                                               options.motion[5]};
-  }
+  if (!options.motion.empty()) phantomOptions.paMotion = motionOf(options.motion);
+  if (!options.seriesMotion.empty()) phantomOptions.seriesMotion = motionOf(options.seriesMotion);
   phantomOptions.axis = options.direction == "i" ? PhaseEncodingAxis::x : PhaseEncodingAxis::y;
   if (maxShiftGiven) phantomOptions.maxShiftVoxels = options.maxShift;
   if (options.dataset.asked)
@@ -143,6 +143,20 @@ void addPhantomCommand(Command& app, Program& program) {
                    "degrees about the x, y and z axis (default: none)")
       ->type_name("TX TY TZ RX RY RZ")
       ->expected(6)
+      ->excludes(bids);
+  command
+      ->add_option("--series-motion", options->seriesMotion,
+                   "The same before the series was taken (default: none)")
+      ->type_name("TX TY TZ RX RY RZ")
+      ->expected(6)
+      ->excludes(bids);
+  command
+      ->add_option(
+          "--series-echo", options->phantom.seriesEchoSeconds,
+          "Take the series with gradient echoes of this echo time in s: of another\n"
+          "contrast than the pair, and with signal lost where the field changes (default:\n"
+          "the contrast of the pair)")
+      ->type_name("S")
       ->excludes(bids);
   command->callback([options, maxShift, &program] {
     program.action = [options, given = maxShift->count() > 0] {

@@ -99,6 +99,23 @@ std::string textOf(const SeriesRecord& series) {
   return text;
 }
 
+std::string alignmentText(const SeriesRecord& series, const std::string& since) {
+  const AlignmentRecord& found = *series.alignment;
+  const RigidMotion& motion = found.fit.motion;
+  if (found.moved())
+    return series.file + ": the head moved since " + since + ", by " + three(motion.translationMm) +
+           " mm along and " + three(motion.rotationDegrees) +
+           " degrees about x, y, z of the scanner; the field was carried along\n";
+  if (found.outcome == AlignmentRecord::Outcome::notMoved)
+    return series.file + ": the head is taken to be where it was in " + since + " (found " +
+           text("%.2f", found.displacementMm) + " mm off" +
+           (found.standardErrorMm
+                ? ", with a standard error of " + text("%.2f", *found.standardErrorMm) + " mm"
+                : "") +
+           ")\n";
+  return {};  // A warning or a note tells.
+}
+
 std::string signText(const SeriesRecord& series) {
   return series.file + ": normalised mutual information with the reference (1 none, 2 full) " +
          text("%.4f", series.signs->asGiven) + ", with the opposite sign " +
@@ -116,6 +133,7 @@ std::string textOf(const RunRecord& run) {
   }
   for (const SeriesRecord& series : run.series) {
     text += textOf(series);
+    if (series.alignment) text += alignmentText(series, run.pair ? "the pair" : "the reference");
     // With a pair the reference is its own corrected mean, and a doubt is a warning or a note.
     if (!run.pair && series.signs) text += signText(series);
   }

@@ -93,8 +93,9 @@ class Workers {
     for (const Remark& warning : subject.plan.warnings) log("Warning: " + warning.text);
     JobProgress job(progress);
     runSubject(subject,
-               {options.dataset, options.output, options.version, threadsEach, options.report}, log,
-               job);
+               {options.dataset, options.output, options.version, threadsEach, options.report,
+                options.align},
+               log, job);
     for (std::size_t n = 0; n < subject.outcomes.size(); ++n)
       if (subject.outcomes[n].status == Status::left)
         log(subject.plan.images[subject.plan.planned[n].image].image.path +

@@ -21,6 +21,7 @@ struct ParticipantOptions {
   int memoryMb = 0;        ///< that subjects side by side may need; 0: not bounded
   std::string version;
   ReportMaker report;  ///< empty: no pages
+  bool align = true;   ///< SeriesSettings::align
 };
 
 /// Who is told how far a dataset is. Called by several threads, but by one at a time.

@@ -225,6 +225,7 @@ class SubjectRun {
     options.mapFile = source.map;
     options.series = {{rawFile(image), {}}};
     options.seriesSettings.modulation = Modulation::on;
+    options.seriesSettings.align = settings.align;
     options.seriesSettings.threads = settings.threads;
     options.output = settings.output + "/" + folder;
     options.reference = source.mean;

@@ -19,6 +19,7 @@ struct RunSettings {
   std::string version;          ///< of the program, for the records
   int threads = 1;              ///< for the volumes of a series
   ReportMaker report;           ///< empty: no pages
+  bool align = true;            ///< SeriesSettings::align
 };
 
 /// Gets sentences about a subject, one line each.

@@ -5,6 +5,7 @@
 #include <condition_variable>
 #include <exception>
 #include <mutex>
+#include <numeric>
 #include <thread>
 
 #include "base/dimensions.h"
@@ -237,6 +238,20 @@ void tellOfTypes(const std::string& in, nifti::DataType typeRead, SeriesReport& 
       .push_back(clampedSentence(in, report.clampedBelow, written, /*above=*/false));
 }
 
+Volume<float> meanOf(const std::string& in, const std::vector<int>& volumes,
+                     std::int64_t* nonFinite) {
+  nifti::Reader reader(in);
+  Mean mean(reader.header().dims, static_cast<int>(volumes.size()));
+  Volume<float> volume;
+  for (const int t : volumes) {
+    reader.readVolume(t, volume);
+    const std::int64_t replaced = replaceNonFinite(volume);
+    if (nonFinite != nullptr) *nonFinite += replaced;
+    mean.add(volume);
+  }
+  return mean.value();
+}
+
 }  // namespace
 
 SeriesReport correctSeries(const std::string& in, const Volume<float>& shift,
@@ -269,17 +284,14 @@ SeriesReport correctSeries(const std::string& in, const Volume<float>& shift,
 }
 
 Volume<float> meanOfSeries(const std::string& in, int count, std::int64_t* nonFinite) {
-  nifti::Reader reader(in);
-  const int wanted = wantedForMean(count, reader.header().volumes);
-  Mean mean(reader.header().dims, wanted);
-  Volume<float> volume;
-  for (int t = 0; t < wanted; ++t) {
-    reader.readVolume(t, volume);
-    const std::int64_t replaced = replaceNonFinite(volume);
-    if (nonFinite != nullptr) *nonFinite += replaced;
-    mean.add(volume);
-  }
-  return mean.value();
+  std::vector<int> volumes(
+      static_cast<std::size_t>(wantedForMean(count, nifti::Reader(in).header().volumes)));
+  std::iota(volumes.begin(), volumes.end(), 0);
+  return meanOf(in, volumes, nonFinite);
+}
+
+Volume<float> meanOfVolumes(const std::string& in, const std::vector<int>& volumes) {
+  return meanOf(in, volumes, nullptr);
 }
 
 }  // namespace mirel

@@ -67,4 +67,7 @@ SeriesReport correctSeries(const std::string& in, const Volume<float>& shift,
 /// @param nonFinite  the values that were NaN or infinite, and counted as 0, are added to it.
 Volume<float> meanOfSeries(const std::string& in, int count = 0, std::int64_t* nonFinite = nullptr);
 
+/// The same of some volumes, counted from 0, in ascending order.
+Volume<float> meanOfVolumes(const std::string& in, const std::vector<int>& volumes);
+
 }  // namespace mirel

@@ -13,6 +13,7 @@
 #include "jobs/sourcenames.h"
 #include "nifti/filename.h"
 #include "nifti/image.h"
+#include "numerics/fft/fftw.h"
 #include "numerics/spikes.h"
 
 namespace mirel {
@@ -99,6 +100,7 @@ ReportFile reportFileOf(const ApplyFieldOptions& options, const std::string& sou
 }  // namespace
 
 RunRecord applyField(const ApplyFieldOptions& options, Progress& progress) {
+  bindEngine();
   RunRecord run;
   run.version = options.version;
   run.seriesSettings = options.seriesSettings;

@@ -42,12 +42,33 @@ Json sourceJson(const SourceRecord& source) {
   return json;
 }
 
+Json three(const glm::dvec3& v) { return {v.x, v.y, v.z}; }
+
+Json motionJson(const RigidMotion& motion) {
+  return {{"TranslationMm", three(motion.translationMm)},
+          {"RotationDegrees", three(motion.rotationDegrees)}};
+}
+
+// The motion that was found, also where it was not taken.
+Json alignmentJson(const AlignmentRecord& alignment) {
+  Json json = {{"Outcome", nameOf(alignment.outcome)}};
+  if (!alignment.reason.empty()) json["Reason"] = alignment.reason;
+  if (alignment.rounds == 0) return json;
+  json["HeadMotion"] = motionJson(alignment.fit.motion);
+  json["CentreMm"] = three(alignment.centreMm);
+  json["DisplacementMm"] = alignment.displacementMm;
+  if (alignment.standardErrorMm) json["StandardErrorMm"] = *alignment.standardErrorMm;
+  json["NormalisedMutualInformation"] = {{"Unmoved", alignment.fit.nmiUnmoved},
+                                         {"Moved", alignment.fit.nmi}};
+  json["Rounds"] = alignment.rounds;
+  return json;
+}
+
 // The head's motion from A to B along and about i, j, k; null: none was found, or none was looked
 // for.
 Json motionJson(const PairFindings& findings) {
   if (!findings.motion) return nullptr;
-  const glm::dvec3 t = findings.motion->translationMm, r = findings.motion->rotationDegrees;
-  return {{"TranslationMm", {t.x, t.y, t.z}}, {"RotationDegrees", {r.x, r.y, r.z}}};
+  return motionJson(*findings.motion);
 }
 
 // Null: one ratio of intensities served.
@@ -168,6 +189,7 @@ Json seriesJson(const SeriesRecord& series) {
     json["SignCheck"] = {{"Verdict", verdictName(series.signs->verdict)},
                          {"AsGiven", series.signs->asGiven},
                          {"Opposite", series.signs->opposite}};
+  if (series.alignment) json["Alignment"] = alignmentJson(*series.alignment);
   if (!series.warnings.empty()) json["Warnings"] = textsOf(series.warnings);
   if (series.mapFactor) {
     json["DisplacementAxis"] = bids::nameOf({direction.value.axis, 1});
@@ -231,6 +253,17 @@ void addPairSummary(Json& json, const PairRecord& pair) {
   json["verdict"] = verdictSummary(findings.verdict);
 }
 
+Json alignmentSummary(const AlignmentRecord& alignment) {
+  Json json = {{"outcome", nameOf(alignment.outcome)}};
+  if (!alignment.reason.empty()) json["reason"] = alignment.reason;
+  if (alignment.rounds == 0) return json;
+  json["headMotion"] = motionJson(alignment.fit.motion);
+  json["displacementMm"] = alignment.displacementMm;
+  json["normalisedMutualInformation"] = {{"unmoved", alignment.fit.nmiUnmoved},
+                                         {"moved", alignment.fit.nmi}};
+  return json;
+}
+
 Json seriesSummary(const SeriesRecord& series) {
   const bids::Acquisition& acquisition = series.acquisition;
   Json json = {{"file", series.file},
@@ -241,6 +274,7 @@ Json seriesSummary(const SeriesRecord& series) {
                {"fieldResampled", series.resampledField}};
   if (series.signs) json["signCheck"] = verdictName(series.signs->verdict);
   if (acquisition.readout) json["readout"] = readoutSummary(*acquisition.readout);
+  if (series.alignment) json["alignment"] = alignmentSummary(*series.alignment);
   return json;
 }
 

@@ -8,6 +8,7 @@
 #include "bids/acquisition.h"
 #include "field/corrector.h"
 #include "field/signcheck.h"
+#include "jobs/seriesalignment.h"
 #include "jobs/statedunit.h"
 #include "pair/pairestimate.h"
 #include "pair/pairinput.h"
@@ -19,7 +20,10 @@ struct SeriesSettings {
   Modulation modulation = Modulation::off;
   bool floatOutput = false;  ///< 32-bit floats instead of their own data types
   bool writeWarp = false;    ///< also their displacement fields (writeWarpLps)
-  int threads = 0;           ///< 0: as many as there are cores
+  /// Look for motion of the head between an undistorted reference and each series, and carry the
+  /// field along. The reference shows the head where the field was measured or estimated.
+  bool align = false;
+  int threads = 0;  ///< 0: as many as there are cores
 };
 
 /// What was found and done about one series.
@@ -33,7 +37,8 @@ struct SeriesRecord {
   /// The map that was applied, times what: -1 where it was turned round for the opposite
   /// direction, scaled where the readout times differ. Nothing with a field.
   std::optional<double> mapFactor;
-  std::optional<SignCheck> signs;  ///< where there was an undistorted reference
+  std::optional<SignCheck> signs;            ///< where there was an undistorted reference
+  std::optional<AlignmentRecord> alignment;  ///< where it was looked for
   std::vector<Remark> warnings;
 };
 

@@ -7,6 +7,7 @@
 #include "field/warp.h"
 #include "jobs/resultnames.h"
 #include "nifti/filename.h"
+#include "nifti/gradients.h"
 #include "nifti/image.h"
 #include "numerics/spikes.h"
 #include "pair/background.h"
@@ -58,6 +59,41 @@ void judge(const SeriesInput& input, const Reference& reference, SeriesRecord& r
         nameOf(direction.value.opposite()) + "; it or " + reference.otherwiseWrong + " wrong");
 }
 
+// The series' map if its voxels lay on `grid`.
+Volume<float> shiftOn(const Grid& grid, const SeriesInput& input, const Distortion& distortion) {
+  const auto& readout = input.acquisition.readout;
+  Volume<float> shift =
+      distortion.shiftFor(grid, input.acquisition.direction->value,
+                          readout ? std::optional(readout->seconds) : std::nullopt);
+  if (input.mapScale != 1) shift *= static_cast<float>(input.mapScale);
+  return shift;
+}
+
+// Of a diffusion series the volumes without gradients, which the others hardly resemble.
+Volume<float> meanToAlign(const SeriesInput& input) {
+  std::vector<int> unweighted;
+  for (const FileStamp& table : input.gradientFiles) {
+    if (!table.fileName().ends_with(".bval")) continue;
+    const std::vector<float> b = nifti::readBValues(table.fileName(), input.header.volumes);
+    for (int t = 0; t < input.header.volumes; ++t)
+      if (b[static_cast<std::size_t>(t)] <= nifti::greatestUnweighted) unweighted.push_back(t);
+  }
+  return unweighted.empty() ? meanOfSeries(input.file) : meanOfVolumes(input.file, unweighted);
+}
+
+void tellOfAlignment(const SeriesInput& input, const Reference& reference, SeriesRecord& record,
+                     std::vector<Remark>& notes) {
+  const AlignmentRecord& alignment = *record.alignment;
+  const std::string place = ": the head is taken to be where the headers put it";
+  if (alignment.outcome == AlignmentRecord::Outcome::refused)
+    record.warnings.push_back("the motion of the head between " + reference.image.name + " and " +
+                              input.file + " that was found is not credible, since " +
+                              alignment.reason + place);
+  if (alignment.outcome == AlignmentRecord::Outcome::notPossible)
+    notes.push_back("the motion of the head between " + reference.image.name + " and " +
+                    input.file + " could not be looked for, since " + alignment.reason + place);
+}
+
 SeriesRecord recordOf(const SeriesInput& input, const std::string& output,
                       const SeriesReport& corrected, const Distortion& distortion) {
   SeriesRecord record;
@@ -99,6 +135,7 @@ SeriesNames SeriesNames::asImage(const SeriesInput& input, const std::string& im
 struct SeriesCorrection::Context {
   const Distortion& distortion;
   const std::optional<Reference>& reference;
+  const RigidAligner* aligner;  ///< to the reference; null: nothing is aligned
   const SourceNames& names;
   Json origin;
   RunReport* report;
@@ -145,22 +182,29 @@ void SeriesCorrection::run(const Distortion& distortion, const std::optional<Ref
                            const SourceNames& names, RunReport* report, RunRecord& run,
                            Progress& progress) {
   if (planned.empty()) return;
-  const Context context{distortion, reference, names, originOf(run), report, run, progress};
+  std::optional<RigidAligner> aligner;
+  if (settings.align && reference && distortion.isField()) aligner.emplace(reference->image);
+  const Context context{distortion, reference,     aligner ? &*aligner : nullptr,
+                        names,      originOf(run), report,
+                        run,        progress};
   for (const Planned& one : planned) correctOne(one, context);
 }
 
 void SeriesCorrection::correctOne(const Planned& one, const Context& context) {
   const SeriesInput& input = one.input;
   const bids::PhaseEncodingDirection direction = input.acquisition.direction->value;
-  const auto& readout = input.acquisition.readout;
-  Volume<float> shift = context.distortion.shiftFor(
-      gridOf(input.header), direction, readout ? std::optional(readout->seconds) : std::nullopt);
-  if (input.mapScale != 1) shift *= static_cast<float>(input.mapScale);
   const SeriesOptions how = optionsFor(input);
+  std::optional<AlignmentRecord> alignment;
+  if (context.aligner) alignment = align(input, how, context);
+  Grid place = gridOf(input.header);  // of the head where the field is known
+  if (alignment && alignment->moved())
+    place = beforeMotion(place, alignment->fit.motion, alignment->centreMm);
+  const Volume<float> shift = shiftOn(place, input, context.distortion);
   const SeriesReport corrected = resample(one, shift, how, context);
 
   SeriesRecord record = recordOf(input, one.names.image, corrected, context.distortion);
   record.background = how.background;
+  record.alignment = alignment;
   if (context.run.source)
     if (const std::string doubt = shiftDoubt(corrected.meanBefore, shift, direction.axis,
                                              input.file, context.run.source->file);
@@ -175,9 +219,10 @@ void SeriesCorrection::correctOne(const Planned& one, const Context& context) {
       return correctVolume(mean - static_cast<float>(how.background), map, direction.axis,
                            settings.modulation);
     };
-    record.signs = compareSigns(through(shift), through(-shift), input.header.affine(),
-                                context.reference->image);
+    record.signs =
+        compareSigns(through(shift), through(-shift), place.affine, context.reference->image);
     judge(input, *context.reference, record, notes);
+    if (alignment) tellOfAlignment(input, *context.reference, record, notes);
   }
   const Json origin = originOf(context.run, context.origin, record);
   writeRest(one, origin, context);
@@ -188,6 +233,37 @@ void SeriesCorrection::correctOne(const Planned& one, const Context& context) {
   std::vector<Remark>& warnings = context.run.warnings;
   warnings.insert(warnings.end(), record.warnings.begin(), record.warnings.end());
   context.run.series.push_back(std::move(record));
+}
+
+AlignmentRecord SeriesCorrection::align(const SeriesInput& input, const SeriesOptions& how,
+                                        const Context& context) const {
+  context.progress.at(Stage::correcting, 0.0, fs::path(input.file).filename().string());
+  UnalignedSeries series;
+  series.mean = withoutSpikes(meanToAlign(input)) - static_cast<float>(how.background);
+  series.grid = gridOf(input.header);
+  series.name = input.file;
+  series.axis = how.axis;
+  series.modulation = how.modulation;
+  series.shiftOn = [&](const Grid& grid) { return shiftOn(grid, input, context.distortion); };
+  AlignmentRecord found = alignSeries(*context.aligner, series);
+  if (!found.moved()) return found;
+  // With the wrong sign the head seems to be where it is not. Where the headers put it the sign
+  // that is given agrees better then only if it is the right one, or the motion is large.
+  const auto through = [&](const Volume<float>& map) {
+    return correctVolume(series.mean, map, how.axis, how.modulation);
+  };
+  const Volume<float> unmoved = series.shiftOn(series.grid);
+  if (compareSigns(through(unmoved), through(-unmoved), series.grid.affine,
+                   context.reference->image)
+          .verdict == SignCheck::Verdict::right)
+    return found;
+  series.shiftOn = [&](const Grid& grid) { return -shiftOn(grid, input, context.distortion); };
+  const AlignmentRecord opposite = alignSeries(*context.aligner, series);
+  if (opposite.fit.nmi > found.fit.nmi) {
+    found.outcome = AlignmentRecord::Outcome::refused;
+    found.reason = "with the opposite sign of the field the images agree better";
+  }
+  return found;
 }
 
 SeriesOptions SeriesCorrection::optionsFor(const SeriesInput& input) const {

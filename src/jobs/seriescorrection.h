@@ -59,7 +59,9 @@ class SeriesCorrection {
   ///   its displacement field where asked for, with a sidecar: see writeWarpLps
   ///
   /// and takes down in `run` what was done. With a reference the mean of each series is compared
-  /// with it under both signs.
+  /// with it under both signs. Where the settings ask to align, and the distortion is a field, the
+  /// head's motion since the reference is looked for first (alignSeries): the field is sampled
+  /// where the head was then, while the corrected series stays where the head is in it.
   ///
   /// @param names   of what results are made of, for their records
   /// @param report  is shown every series; may be null
@@ -76,6 +78,8 @@ class SeriesCorrection {
 
   void correctOne(const Planned& one, const Context& context);
   SeriesOptions optionsFor(const SeriesInput& input) const;
+  AlignmentRecord align(const SeriesInput& input, const SeriesOptions& how,
+                        const Context& context) const;
   SeriesReport resample(const Planned& one, const Volume<float>& shift, SeriesOptions how,
                         const Context& context);
   void writeRest(const Planned& one, const Json& origin, const Context& context);

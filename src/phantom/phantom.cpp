@@ -6,6 +6,7 @@
 #include <string>
 
 #include "phantom/field.h"
+#include "phantom/gradientecho.h"
 #include "phantom/random.h"
 
 namespace mirel {
@@ -28,6 +29,8 @@ void checkOptions(const PhantomOptions& options) {
     throw std::invalid_argument("the total readout time must be above 0 s and at most 10 s");
   if (!(options.noise >= 0.0) || !(options.noise <= 10.0))
     throw std::invalid_argument("the noise must be a fraction from 0 to 10 of the brain's mean");
+  if (!(options.seriesEchoSeconds >= 0.0) || !(options.seriesEchoSeconds <= 1.0))
+    throw std::invalid_argument("the echo time of the series must be from 0 to 1 s");
   if (options.volumes < 0)
     throw std::invalid_argument("a series of " + std::to_string(options.volumes) +
                                 " volumes is not possible");
@@ -39,7 +42,9 @@ void checkOptions(const PhantomOptions& options) {
     if (!(options.voxelMm[axis] >= smallestVoxelMm) || !(options.voxelMm[axis] <= largestVoxelMm))
       throw std::invalid_argument("a phantom's voxel size must be from 0.001 to 1000 mm");
     if (!(std::abs(options.paMotion.translationMm[axis]) <= largestMotionMm) ||
-        !(std::abs(options.paMotion.rotationDegrees[axis]) <= largestRotationDegrees))
+        !(std::abs(options.paMotion.rotationDegrees[axis]) <= largestRotationDegrees) ||
+        !(std::abs(options.seriesMotion.translationMm[axis]) <= largestMotionMm) ||
+        !(std::abs(options.seriesMotion.rotationDegrees[axis]) <= largestRotationDegrees))
       throw std::invalid_argument(
           "the head moves by at most 1000 mm along and turns by at most 360 degrees about each "
           "axis");
@@ -58,6 +63,22 @@ Volume<float> activeDensity(const Volume<float>& density) {
         active.at(x, y, z) = static_cast<float>(density.at(x, y, z) * weight);
       }
   return active;
+}
+
+// The series of a head that moved, or of gradient echoes.
+void addSeries(Phantom& phantom, const PhantomGrid& grid, const HeadField& field) {
+  const PhantomOptions& options = phantom.options;
+  const bool gradientEcho = options.seriesEchoSeconds > 0;
+  HeadObject head = sampleHead(grid, options.seed, options.seriesMotion,
+                               gradientEcho ? gradientEchoContrast : TissueContrast{});
+  phantom.seriesTruth = head.image;
+  const Volume<float> hz = field.hz(options.seriesMotion);
+  const Volume<float> shift = hz * -static_cast<float>(options.readoutSeconds);
+  if (gradientEcho) dephase(head.density, hz, options.seriesEchoSeconds);
+  constexpr int cells = HeadObject::cellsPerVoxel;
+  phantom.seriesSignal = distort(head.density, shift, options.axis, cells);
+  phantom.activitySignal = distort(activeDensity(head.density), shift, options.axis, cells);
+  if (!options.seriesMotion.isNone()) phantom.seriesShiftVoxels = shift;
 }
 
 }  // namespace
@@ -85,8 +106,11 @@ Phantom makePhantom(const PhantomOptions& options) {
 
   constexpr int cells = HeadObject::cellsPerVoxel;
   phantom.apSignal = distort(head.density, phantom.shiftVoxels, options.axis, cells);
-  phantom.activitySignal =
-      distort(activeDensity(head.density), phantom.shiftVoxels, options.axis, cells);
+  if (options.seriesMotion.isNone() && options.seriesEchoSeconds == 0)
+    phantom.activitySignal =
+        distort(activeDensity(head.density), phantom.shiftVoxels, options.axis, cells);
+  else
+    addSeries(phantom, grid, field);
   if (options.paMotion.isNone()) {
     phantom.paSignal = distort(head.density, -phantom.shiftVoxels, options.axis, cells);
   } else {
@@ -103,7 +127,8 @@ Phantom makePhantom(const PhantomOptions& options) {
 Volume<float> Phantom::seriesVolume(int t) const {
   if (t < 0 || t >= options.volumes)
     throw std::out_of_range("the series has no volume " + std::to_string(t));
-  const Volume<float> signal = (apSignal + activitySignal * seriesActivity(t)) * seriesDrift(t);
+  const Volume<float>& rest = seriesSignal.size() > 0 ? seriesSignal : apSignal;
+  const Volume<float> signal = (rest + activitySignal * seriesActivity(t)) * seriesDrift(t);
   return addRicianNoise(signal, noiseSigma, options.seed,
                         seriesStream + static_cast<std::uint64_t>(t));
 }

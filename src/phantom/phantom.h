@@ -27,6 +27,11 @@ struct PhantomOptions {
   int volumes = 8;  ///< of the series
   /// Of the head before the PA image was taken; its field moves along.
   RigidMotion paMotion;
+  /// Of the head before the series was taken; its field moves along.
+  RigidMotion seriesMotion;
+  /// Makes the series one of gradient echoes with this echo time in s (gradientecho.h): of another
+  /// contrast, and with signal lost where the field changes. 0: it shows what the AP image does.
+  double seriesEchoSeconds = 0;
 };
 
 /// A head whose echo-planar images are distorted by a known field.
@@ -63,7 +68,11 @@ struct Phantom {
 
   Volume<float> apSignal;        ///< the AP image without noise
   Volume<float> paSignal;        ///< the PA image without noise
-  Volume<float> activitySignal;  ///< the AP image of the active region
+  Volume<float> seriesSignal;    ///< the series at rest without noise; empty: it is `apSignal`
+  Volume<float> activitySignal;  ///< of the active region, as the series shows it
+  /// With motion or gradient echoes: the undistorted image of the series, and with motion the
+  /// shift b where the head is in it. Otherwise empty, since they are `truth` and `shiftVoxels`.
+  Volume<float> seriesTruth, seriesShiftVoxels;
 };
 
 /// Errors  std::invalid_argument with a sentence for options that make no sense: a size below 1

@@ -96,6 +96,8 @@ class PhantomWriter {
     names.push_back(stem(name) + ".nii.gz");
     Json sidecar = imageSidecar(/*positive=*/false);
     sidecar["TaskName"] = "rest";
+    if (phantom.options.seriesEchoSeconds > 0)
+      sidecar["EchoTime"] = phantom.options.seriesEchoSeconds;
     writeSidecar(name, sidecar);
     convertToProject(name);
   }
@@ -132,6 +134,8 @@ class PhantomWriter {
     writeImage("desc-truth_fieldmap", phantom.fieldHz, DataType::float32, {{"Units", "Hz"}});
     writeMask("desc-brain_mask", phantom.brainMask);
     writeMask("desc-head_mask", phantom.headMask);
+    if (phantom.seriesTruth.size() > 0)
+      writeImage("desc-undistorted_bold", phantom.seriesTruth, DataType::float32, undistorted);
     if (phantom.paTruth.size() == 0) return;
     writeImage("desc-moved_epi", phantom.paTruth, DataType::float32, undistorted);
     writeImage("desc-moved_displacement", phantom.paShiftVoxels, DataType::float32,

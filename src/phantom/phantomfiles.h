@@ -22,6 +22,8 @@ namespace mirel {
 ///   sub-phantom_desc-moved_epi, sub-phantom_desc-moved_displacement
 ///                                       with motion: the truth where the head is in the PA image
 ///
+///   sub-phantom_desc-undistorted_bold   with motion or gradient echoes of the series: its truth
+///
 /// each as .nii.gz with a .json sidecar; the first three as .fmr and .stc too. Images and masks
 /// are integers, the truth is in 32-bit floats. x points to the right, y anterior, z superior.
 ///

@@ -106,6 +106,12 @@ class Writer {
     add(sentence + " resampled once, with cubic B-splines along the phase-encoding axis" +
         (modulated ? ", and multiplied by the Jacobian of the displacement."
                    : ", without modulation of intensities."));
+    const bool moved = std::any_of(run.series.begin(), run.series.end(), [](const SeriesRecord& s) {
+      return s.alignment && s.alignment->moved();
+    });
+    if (moved)
+      add("Where the head had moved, as rigid alignment by normalised mutual information " +
+          cited({information}) + " showed, the field was carried along with it.");
     const bool checked = std::any_of(run.series.begin(), run.series.end(),
                                      [](const SeriesRecord& s) { return s.signs.has_value(); });
     if (checked)

@@ -151,6 +151,19 @@ void addSigns(const RunRecord& run, Json& figures) {
                                "full"));
 }
 
+void addAlignments(const RunRecord& run, Json& figures) {
+  for (const SeriesRecord& series : run.series) {
+    if (!series.alignment || series.alignment->rounds == 0) continue;
+    const AlignmentRecord& found = *series.alignment;
+    figures.push_back(figure(
+        "Head in " + std::filesystem::path(series.file).filename().string(),
+        nameOf(found.outcome) + ", " + vectorText(found.fit.motion.translationMm) + " mm, " +
+            vectorText(found.fit.motion.rotationDegrees) + " degrees",
+        "The motion that was found, along and about x, y, z of the scanner, and whether the field "
+        "was carried along with it"));
+  }
+}
+
 }  // namespace
 
 Json verdictPart(const RunRecord& run) {
@@ -172,6 +185,7 @@ Json figuresPart(const RunRecord& run, const std::optional<MeasuredMap>& map) {
   if (map) addMap(*map, figures);
   if (run.pair) addMotion(*run.pair, figures);
   addSigns(run, figures);
+  addAlignments(run, figures);
   return figures;
 }
 
