@@ -1,0 +1,101 @@
+#include "restore/pairrestorer.h"
+
+#include <Eigen/SparseCholesky>
+#include <cmath>
+#include <stdexcept>
+
+#include "containers/exchange.h"
+#include "restore/lostdetail.h"
+
+namespace mirel {
+
+namespace {
+
+using Band = Eigen::SparseMatrix<double>;
+using Factor = Eigen::SimplicialLLT<Band, Eigen::Lower, Eigen::NaturalOrdering<int>>;
+
+constexpr double unitPart = 1e-6;
+
+// What all columns have in common.
+struct Common {
+  explicit Common(int n, const RestoreWeights& known)
+      : weights(known),
+        weightSum(1 / known.firstVariance + 1 / known.secondVariance),
+        differences(secondDifferences(n)),
+        unit(n, n) {
+    unit.setIdentity();
+  }
+
+  RestoreWeights weights;
+  double weightSum;
+  SparseRows differences;
+  Band unit;
+};
+
+// One matrix above the other, divided by a number each.
+SparseRows stacked(const SparseRows& first, double byFirst, const SparseRows& second,
+                   double bySecond) {
+  SparseRows both(first.rows() + second.rows(), first.cols());
+  both.topRows(first.rows()) = first / byFirst;
+  both.bottomRows(second.rows()) = second / bySecond;
+  return both;
+}
+
+SparseRows matrixOfColumn(const Volume<float>& shift, int x, int z) {
+  std::vector<double> column;
+  column.reserve(static_cast<std::size_t>(shift.ny()));
+  for (int y = 0; y < shift.ny(); ++y) column.push_back(static_cast<double>(shift.at(x, y, z)));
+  return columnMatrix(edgePlaces(column));
+}
+
+bool isPositive(double value) { return value > 0 && std::isfinite(value); }
+
+void check(const Volume<float>& firstShift, const Volume<float>& secondShift,
+           const RestoreWeights& weights) {
+  if (firstShift.dimensions() != secondShift.dimensions())
+    throw std::invalid_argument("the shifts of two images have different dimensions");
+  if (!isPositive(weights.firstVariance) || !isPositive(weights.secondVariance) ||
+      !isPositive(weights.roughness))
+    throw std::invalid_argument("variances and roughness are above 0");
+}
+
+}  // namespace
+
+struct PairRestorer::Column {
+  Column(const SparseRows& first, const SparseRows& second, const Common& common) {
+    const RestoreWeights& known = common.weights;
+    const SparseRows seen =
+        stacked(first, std::sqrt(known.firstVariance), second, std::sqrt(known.secondVariance));
+    const SparseRows& differences = common.differences;
+    const Eigen::VectorXd prior = lostDetail(seen, differences, common.weightSum) / known.roughness;
+    const Band normal = Band(seen.transpose() * seen) +
+                        Band(differences.transpose() * prior.asDiagonal() * differences) +
+                        unitPart * common.weightSum * common.unit;
+    factor = std::make_unique<Factor>(normal);
+    if (factor->info() != Eigen::Success)
+      throw std::logic_error("the normal equations of a column have no Cholesky factor");
+    transposed =
+        stacked(first, known.firstVariance, second, known.secondVariance).transpose().cast<float>();
+  }
+
+  // K1' / v1 beside K2' / v2
+  Eigen::SparseMatrix<float, Eigen::RowMajor> transposed;
+  std::unique_ptr<Factor> factor;
+};
+
+PairRestorer::~PairRestorer() = default;
+
+PairRestorer::PairRestorer(const Volume<float>& firstShift, const Volume<float>& secondShift,
+                           int alongAxis, const RestoreWeights& weights)
+    : axis(alongAxis) {
+  check(firstShift, secondShift, weights);
+  const AlongY<float> first(firstShift, axis), second(secondShift, axis);
+  size = first->dimensions();
+  const Common common(size.y, weights);
+  columns.reserve(static_cast<std::size_t>(size.x) * static_cast<std::size_t>(size.z));
+  for (int z = 0; z < size.z; ++z)
+    for (int x = 0; x < size.x; ++x)
+      columns.emplace_back(matrixOfColumn(*first, x, z), matrixOfColumn(*second, x, z), common);
+}
+
+}  // namespace mirel
