@@ -98,4 +98,32 @@ PairRestorer::PairRestorer(const Volume<float>& firstShift, const Volume<float>&
       columns.emplace_back(matrixOfColumn(*first, x, z), matrixOfColumn(*second, x, z), common);
 }
 
+void PairRestorer::restore(const Volume<float>& first, const Volume<float>& second,
+                           Volume<float>& result, Scratch& scratch) const {
+  const bool alongY = axis == 1;
+  if (!alongY) {
+    exchangeWithY(first, axis, scratch.first);
+    exchangeWithY(second, axis, scratch.second);
+  }
+  const Volume<float>& one = alongY ? first : scratch.first;
+  const Volume<float>& other = alongY ? second : scratch.second;
+  if (one.dimensions() != size || other.dimensions() != size)
+    throw std::logic_error("the images and their maps have different dimensions");
+  Volume<float>& joined = alongY ? result : scratch.out;
+  if (joined.dimensions() != size || joined.data() == nullptr) joined = Volume<float>(size);
+  Eigen::VectorXf acquired(2 * size.y);
+  auto column = columns.begin();
+  for (int z = 0; z < size.z; ++z)
+    for (int x = 0; x < size.x; ++x, ++column) {
+      for (int y = 0; y < size.y; ++y) {
+        acquired[y] = one.at(x, y, z);
+        acquired[size.y + y] = other.at(x, y, z);
+      }
+      const Eigen::VectorXf seen = column->transposed * acquired;
+      const Eigen::VectorXd solution = column->factor->solve(seen.cast<double>());
+      for (int y = 0; y < size.y; ++y) joined.at(x, y, z) = static_cast<float>(solution[y]);
+    }
+  if (!alongY) exchangeWithY(joined, axis, result);
+}
+
 }  // namespace mirel
