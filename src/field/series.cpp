@@ -2,16 +2,14 @@
 
 #include <algorithm>
 #include <cmath>
-#include <condition_variable>
-#include <exception>
-#include <mutex>
-#include <thread>
+#include <stdexcept>
 
 #include "base/dimensions.h"
 #include "base/error.h"
 #include "base/numbertext.h"
 #include "base/outputfile.h"
 #include "base/samefile.h"
+#include "field/inorder.h"
 #include "nifti/finite.h"
 #include "nifti/image.h"
 #include "simd/valuekernels.h"
@@ -75,9 +73,7 @@ void checkInputs(const std::string& in, const nifti::Header& header, const Volum
   refuseOverwrite(out, in);
 }
 
-/// The work on one series. Each worker takes the next volume from the reader, corrects and
-/// encodes it, and waits for its turn to write: the number of volumes in memory is that of the
-/// workers.
+/// The work on one series.
 class Work {
  public:
   Work(nifti::Reader& from, nifti::Writer& to, const Corrector& how, const SeriesOptions& what)
@@ -89,17 +85,12 @@ class Work {
         before(from.header().dims, wantedForMean(what.meanVolumes, volumes)),
         after(before) {}
 
-  void run(int threads) {
-    std::vector<std::thread> helpers;
-    helpers.reserve(static_cast<std::size_t>(threads));
-    try {
-      for (int n = 1; n < threads; ++n) helpers.emplace_back([this] { serve(); });
-    } catch (const std::exception&) {
-      // The system gives no more threads, or no memory for them: those that run do the work.
-    }
-    serve();
-    for (std::thread& helper : helpers) helper.join();
-    if (failure) std::rethrow_exception(failure);
+  void run() {
+    inOrder<Buffers>(
+        volumes, options.threads,
+        [&](int t, Buffers& buffers) { reader.readVolume(t, buffers.in); },
+        [&](Buffers& buffers) { compute(buffers); },
+        [&](int t, const Buffers& buffers) { put(t, buffers); });
   }
 
   void report(SeriesReport& result) const {
@@ -120,21 +111,11 @@ class Work {
     std::int64_t nonFinite = 0;
   };
 
-  void serve() {
-    try {
-      Buffers buffers;
-      for (int t = take(buffers); t < volumes; t = take(buffers)) {
-        buffers.nonFinite = replaceNonFinite(buffers.in);
-        correct(buffers);
-        nifti::requireFinite(buffers.out, writer.fileName());
-        writer.encode(buffers.out, buffers.encoded);
-        if (!put(t, buffers)) return;
-      }
-    } catch (...) {
-      const std::lock_guard lock(writing);
-      if (!failure) failure = std::current_exception();
-      turn.notify_all();
-    }
+  void compute(Buffers& buffers) const {
+    buffers.nonFinite = replaceNonFinite(buffers.in);
+    correct(buffers);
+    nifti::requireFinite(buffers.out, writer.fileName());
+    writer.encode(buffers.out, buffers.encoded);
   }
 
   void correct(Buffers& buffers) const {
@@ -146,28 +127,14 @@ class Work {
     buffers.out += background;
   }
 
-  /// Reads the next volume; its index, or the number of volumes when there are no more.
-  int take(Buffers& buffers) {
-    const std::lock_guard lock(reading);
-    if (next < volumes) reader.readVolume(next, buffers.in);
-    return next < volumes ? next++ : volumes;
-  }
-
-  /// False when another worker has failed.
-  bool put(int t, const Buffers& buffers) {
-    std::unique_lock lock(writing);
-    turn.wait(lock, [&] { return failure || written == t; });
-    if (failure) return false;
+  void put(int t, const Buffers& buffers) {
     nonFinite += buffers.nonFinite;
     clamped += static_cast<std::int64_t>(buffers.encoded.clamped.above);
     clampedBelow += static_cast<std::int64_t>(buffers.encoded.clamped.below);
     before.add(buffers.in);
     after.add(buffers.out);
     writer.write(buffers.encoded);
-    ++written;
-    turn.notify_all();
-    if (options.done) options.done(static_cast<double>(written) / volumes);
-    return true;
+    if (options.done) options.done(static_cast<double>(t + 1) / volumes);
   }
 
   nifti::Reader& reader;
@@ -176,22 +143,10 @@ class Work {
   const SeriesOptions& options;
   const int volumes;
 
-  std::mutex reading;
-  int next = 0;  // guarded by reading
-
-  std::mutex writing;  // guards all that follows
-  std::condition_variable turn;
-  int written = 0;
   std::int64_t nonFinite = 0;
   std::int64_t clamped = 0, clampedBelow = 0;
   Mean before, after;
-  std::exception_ptr failure;
 };
-
-int chosenThreads(int asked, int volumes) {
-  const int cores = std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
-  return std::clamp(asked > 0 ? asked : cores, 1, volumes);
-}
 
 std::string nonFiniteSentence(const std::string& in, std::int64_t count) {
   return in + " has " + std::to_string(count) +
@@ -253,7 +208,7 @@ SeriesReport correctSeries(const std::string& in, const Volume<float>& shift,
   const Corrector corrector(shift, options.axis, options.modulation);
   nifti::Writer writer(out, report.header);
   Work work(reader, writer, corrector, options);
-  work.run(chosenThreads(options.threads, report.header.volumes));
+  work.run();
   work.report(report);
   report.folded = corrector.foldedVoxels();
   if (report.nonFinite > 0) {
