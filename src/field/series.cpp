@@ -6,54 +6,16 @@
 
 #include "base/dimensions.h"
 #include "base/error.h"
-#include "base/numbertext.h"
 #include "base/outputfile.h"
 #include "base/samefile.h"
 #include "field/inorder.h"
+#include "field/seriesparts.h"
 #include "nifti/finite.h"
 #include "nifti/image.h"
-#include "simd/valuekernels.h"
 
 namespace mirel {
 
 namespace {
-
-/// Sets voxels that are not finite to 0; their number.
-std::int64_t replaceNonFinite(Volume<float>& volume) {
-  std::int64_t replaced = 0;
-  float* values = volume.data();
-  if (allFinite(values, volume.size(), chosenVariant())) return replaced;
-  for (int n = 0; n < volume.size(); ++n)
-    if (!std::isfinite(values[n])) {
-      values[n] = 0;
-      ++replaced;
-    }
-  return replaced;
-}
-
-/// The average of volumes that come one after the other.
-class Mean {
- public:
-  Mean(glm::ivec3 dims, int wantedVolumes) : sum(dims, 0.0), wanted(wantedVolumes) {}
-
-  void add(const Volume<float>& volume) {
-    if (count == wanted) return;
-    addValues(sum.data(), volume.data(), sum.size(), chosenVariant());
-    ++count;
-  }
-
-  Volume<float> value() const {
-    Volume<float> mean(sum.dimensions(), 0.0f);
-    for (int n = 0; n < sum.size() && count > 0; ++n)
-      mean.data()[n] = static_cast<float>(sum.data()[n] / count);
-    return mean;
-  }
-
- private:
-  Volume<double> sum;
-  int wanted;
-  int count = 0;
-};
 
 int wantedForMean(int asked, int volumes) { return asked > 0 ? std::min(asked, volumes) : volumes; }
 
@@ -145,51 +107,12 @@ class Work {
 
   std::int64_t nonFinite = 0;
   std::int64_t clamped = 0, clampedBelow = 0;
-  Mean before, after;
+  MeanOfVolumes before, after;
 };
-
-std::string nonFiniteSentence(const std::string& in, std::int64_t count) {
-  return in + " has " + std::to_string(count) +
-         (count == 1 ? " value that is NaN or infinite; it counts as 0"
-                     : " values that are NaN or infinite; they count as 0");
-}
 
 std::string foldedSentence(const std::string& in, std::int64_t count) {
   return "the map folds at " + std::to_string(count) + (count == 1 ? " voxel" : " voxels") +
          " of each volume of " + in + ": no signal belongs there, and 0 is written";
-}
-
-std::string clampedSentence(const std::string& in, std::int64_t count, nifti::DataType type,
-                            bool above) {
-  const bool one = count == 1;
-  const std::string verb = above ? (one ? "exceeds" : "exceed") : (one ? "falls" : "fall");
-  return std::to_string(count) + (one ? " voxel of " : " voxels of ") + in + ", corrected, " +
-         verb + (above ? " the largest value that " : " below the least value that ") +
-         nameOf(type) + " holds; that value is written (32-bit floats would hold " +
-         (one ? "it)" : "them)");
-}
-
-std::string roundingSentence(const std::string& in, const nifti::RoundingLoss& loss,
-                             nifti::DataType type) {
-  return in + " is computed with 32-bit floats, which do not hold all digits of its " +
-         nameOf(type) + " values: " + std::to_string(loss.values) +
-         (loss.values == 1 ? " is" : " are") + " rounded, by " + text("%.3g", loss.largest) +
-         " at most";
-}
-
-bool isUnsigned(nifti::DataType type) { return nameOf(type).starts_with("uint"); }
-
-// What the data type of the input, or that of the output, did to values.
-void tellOfTypes(const std::string& in, nifti::DataType typeRead, SeriesReport& report) {
-  const nifti::DataType written = report.header.type;
-  if (report.rounding.values > 0)
-    report.warnings.push_back(roundingSentence(in, report.rounding, typeRead));
-  if (report.clamped > 0)
-    report.warnings.push_back(clampedSentence(in, report.clamped, written, /*above=*/true));
-  if (report.clampedBelow == 0) return;
-  // Interpolation beside air falls a little below it: of types that begin with 0 that is ordinary.
-  (isUnsigned(written) ? report.notes : report.warnings)
-      .push_back(clampedSentence(in, report.clampedBelow, written, /*above=*/false));
 }
 
 }  // namespace
@@ -211,14 +134,9 @@ SeriesReport correctSeries(const std::string& in, const Volume<float>& shift,
   work.run();
   work.report(report);
   report.folded = corrector.foldedVoxels();
-  if (report.nonFinite > 0) {
-    if (report.nonFinite == std::int64_t{shift.size()} * report.volumes)
-      throw Error(in, "holds no image: every value is NaN or infinite");
-    report.warnings.push_back(nonFiniteSentence(in, report.nonFinite));
-  }
+  tellOfValues(in, reader.header().type, report);
   if (report.folded > 0 && options.modulation == Modulation::on)
     report.warnings.push_back(foldedSentence(in, report.folded));
-  tellOfTypes(in, reader.header().type, report);
   writer.finish();
   return report;
 }
@@ -226,7 +144,7 @@ SeriesReport correctSeries(const std::string& in, const Volume<float>& shift,
 Volume<float> meanOfSeries(const std::string& in, int count, std::int64_t* nonFinite) {
   nifti::Reader reader(in);
   const int wanted = wantedForMean(count, reader.header().volumes);
-  Mean mean(reader.header().dims, wanted);
+  MeanOfVolumes mean(reader.header().dims, wanted);
   Volume<float> volume;
   for (int t = 0; t < wanted; ++t) {
     reader.readVolume(t, volume);
