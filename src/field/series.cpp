@@ -43,14 +43,15 @@ class Work {
         writer(to),
         corrector(how),
         options(what),
-        volumes(from.header().volumes),
+        volumes(what.volumes.empty() ? from.header().volumes
+                                     : static_cast<int>(what.volumes.size())),
         before(from.header().dims, wantedForMean(what.meanVolumes, volumes)),
         after(before) {}
 
   void run() {
     inOrder<Buffers>(
         volumes, options.threads,
-        [&](int t, Buffers& buffers) { reader.readVolume(t, buffers.in); },
+        [&](int t, Buffers& buffers) { reader.readVolume(volumeAt(t), buffers.in); },
         [&](Buffers& buffers) { compute(buffers); },
         [&](int t, const Buffers& buffers) { put(t, buffers); });
   }
@@ -72,6 +73,10 @@ class Work {
     nifti::EncodedVolume encoded;
     std::int64_t nonFinite = 0;
   };
+
+  int volumeAt(int t) const {
+    return options.volumes.empty() ? t : options.volumes[static_cast<std::size_t>(t)];
+  }
 
   void compute(Buffers& buffers) const {
     buffers.nonFinite = replaceNonFinite(buffers.in);
@@ -128,6 +133,7 @@ SeriesReport correctSeries(const std::string& in, const Volume<float>& shift,
     report.header.slope = 1;
     report.header.inter = 0;
   }
+  if (!options.volumes.empty()) report.header.volumes = static_cast<int>(options.volumes.size());
   const Corrector corrector(shift, options.axis, options.modulation);
   nifti::Writer writer(out, report.header);
   Work work(reader, writer, corrector, options);
