@@ -93,10 +93,56 @@ GradientMatch matchAsGiven(const GradientTable& first, const GradientTable& seco
   return match;
 }
 
+int weightedPairs(const GradientMatch& match, const GradientTable& first) {
+  return static_cast<int>(
+      std::count_if(match.pairs.begin(), match.pairs.end(),
+                    [&](const VolumePair& pair) { return isWeighted(first, pair.first); }));
+}
+
+// The axis by whose sign the tables differ (GradientMatch::negatedAxis).
+int negatedAxisOf(const GradientMatch& match, const GradientTable& first,
+                  const GradientTable& second) {
+  int weighted = 0;
+  for (int t = 0; t < static_cast<int>(first.bValues.size()); ++t) weighted += isWeighted(first, t);
+  for (int axis = 0; axis < 3; ++axis) {
+    GradientTable negated = second;
+    for (glm::vec3& direction : negated.directions) direction[axis] = -direction[axis];
+    const int found = weightedPairs(matchAsGiven(first, negated), first);
+    if (2 * found > weighted && found >= 2 * std::max(1, weightedPairs(match, first))) return axis;
+  }
+  return -1;
+}
+
 }  // namespace
 
 GradientMatch matchGradients(const GradientTable& first, const GradientTable& second) {
-  return matchAsGiven(first, second);
+  GradientMatch match = matchAsGiven(first, second);
+  match.negatedAxis = negatedAxisOf(match, first, second);
+  return match;
+}
+
+GradientTable joinedGradients(const GradientTable& first, const GradientTable& second,
+                              const std::vector<VolumePair>& pairs) {
+  GradientTable table;
+  for (const VolumePair& pair : pairs) {
+    const auto a = static_cast<std::size_t>(pair.first), b = static_cast<std::size_t>(pair.second);
+    table.bValues.push_back((first.bValues[a] + second.bValues[b]) / 2);
+    const glm::vec3 one = first.directions[a];
+    const float sense = glm::dot(one, second.directions[b]) < 0 ? -1.0f : 1.0f;
+    const glm::vec3 other = sense * second.directions[b];
+    const bool same = one == other || !isWeighted(first, pair.first);
+    table.directions.push_back(same ? one : glm::normalize(one + other) * glm::length(one));
+  }
+  return table;
+}
+
+GradientTable gradientsOf(const GradientTable& table, const std::vector<int>& volumes) {
+  GradientTable some;
+  for (const int t : volumes) {
+    some.bValues.push_back(table.bValues[static_cast<std::size_t>(t)]);
+    some.directions.push_back(table.directions[static_cast<std::size_t>(t)]);
+  }
+  return some;
 }
 
 }  // namespace mirel

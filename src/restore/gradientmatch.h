@@ -1,6 +1,5 @@
 #pragma once
 
-#include <string>
 #include <vector>
 
 #include "nifti/gradients.h"
@@ -44,8 +43,5 @@ nifti::GradientTable joinedGradients(const nifti::GradientTable& first,
 /// The entries of some volumes of a table.
 nifti::GradientTable gradientsOf(const nifti::GradientTable& table,
                                  const std::vector<int>& volumes);
-
-/// Volumes as a person reads them: "3, 5 to 9 and 12".
-std::string listOfVolumes(const std::vector<int>& volumes);
 
 }  // namespace mirel
