@@ -2,6 +2,7 @@
 
 #include <Eigen/SparseCholesky>
 #include <cmath>
+#include <cstdint>
 #include <stdexcept>
 
 #include "containers/exchange.h"
@@ -40,6 +41,31 @@ SparseRows stacked(const SparseRows& first, double byFirst, const SparseRows& se
   both.bottomRows(second.rows()) = second / bySecond;
   return both;
 }
+
+// What is left of acquired columns, in noise's variances.
+class Residuals {
+ public:
+  Residuals(const RestoreWeights& known, int voxels) : weights(known), n(voxels) {}
+
+  // `expected` is K x / v.
+  void add(const Eigen::VectorXf& acquired, const Eigen::VectorXf& expected) {
+    for (int i = 0; i < 2 * n; ++i) {
+      const double value = static_cast<double>(acquired[i]);
+      if (!(value > weights.head)) continue;
+      const double variance = i < n ? weights.firstVariance : weights.secondVariance;
+      const double left = value / variance - static_cast<double>(expected[i]);
+      sum += left * left * variance;
+      ++count;
+    }
+  }
+  double value() const { return count > 0 ? std::sqrt(2 * sum / static_cast<double>(count)) : 0; }
+
+ private:
+  const RestoreWeights& weights;
+  int n;
+  double sum = 0;
+  std::int64_t count = 0;
+};
 
 SparseRows matrixOfColumn(const Volume<float>& shift, int x, int z) {
   std::vector<double> column;
@@ -86,8 +112,8 @@ struct PairRestorer::Column {
 PairRestorer::~PairRestorer() = default;
 
 PairRestorer::PairRestorer(const Volume<float>& firstShift, const Volume<float>& secondShift,
-                           int alongAxis, const RestoreWeights& weights)
-    : axis(alongAxis) {
+                           int alongAxis, const RestoreWeights& known)
+    : axis(alongAxis), weights(known) {
   check(firstShift, secondShift, weights);
   const AlongY<float> first(firstShift, axis), second(secondShift, axis);
   size = first->dimensions();
@@ -98,8 +124,8 @@ PairRestorer::PairRestorer(const Volume<float>& firstShift, const Volume<float>&
       columns.emplace_back(matrixOfColumn(*first, x, z), matrixOfColumn(*second, x, z), common);
 }
 
-void PairRestorer::restore(const Volume<float>& first, const Volume<float>& second,
-                           Volume<float>& result, Scratch& scratch) const {
+double PairRestorer::restore(const Volume<float>& first, const Volume<float>& second,
+                             Volume<float>& result, Scratch& scratch) const {
   const bool alongY = axis == 1;
   if (!alongY) {
     exchangeWithY(first, axis, scratch.first);
@@ -112,6 +138,7 @@ void PairRestorer::restore(const Volume<float>& first, const Volume<float>& seco
   Volume<float>& joined = alongY ? result : scratch.out;
   if (joined.dimensions() != size || joined.data() == nullptr) joined = Volume<float>(size);
   Eigen::VectorXf acquired(2 * size.y);
+  Residuals residuals(weights, size.y);
   auto column = columns.begin();
   for (int z = 0; z < size.z; ++z)
     for (int x = 0; x < size.x; ++x, ++column) {
@@ -122,8 +149,10 @@ void PairRestorer::restore(const Volume<float>& first, const Volume<float>& seco
       const Eigen::VectorXf seen = column->transposed * acquired;
       const Eigen::VectorXd solution = column->factor->solve(seen.cast<double>());
       for (int y = 0; y < size.y; ++y) joined.at(x, y, z) = static_cast<float>(solution[y]);
+      residuals.add(acquired, column->transposed.transpose() * solution.cast<float>());
     }
   if (!alongY) exchangeWithY(joined, axis, result);
+  return residuals.value();
 }
 
 }  // namespace mirel

@@ -12,6 +12,8 @@ struct RestoreWeights {
   double firstVariance = 1, secondVariance = 1;  ///< of the noise in each acquired image
   /// Mean square of x_(j-1) - 2 x_j + x_(j+1) along the columns of the undistorted image.
   double roughness = 1;
+  /// Acquired intensities above this are of the head.
+  double head = 0;
 };
 
 /// Joins two images that one field distorted differently into the undistorted one.
@@ -49,12 +51,20 @@ class PairRestorer {
 
   /// Voxels that are not finite must have been replaced. Throws std::logic_error for images of
   /// other dimensions than the shifts.
-  void restore(const Volume<float>& first, const Volume<float>& second, Volume<float>& result,
-               Scratch& scratch) const;
+  ///
+  /// @returns what is left of the images in the head, as a multiple of the noise:
+  ///
+  ///   sqrt(2 / count * sum over acquired voxels above `head` of (y - K x)^2 / v)
+  ///
+  /// the 2 since half of their degrees of freedom go into x. About 1 where both images show the
+  /// same; 0 where there is no such voxel.
+  double restore(const Volume<float>& first, const Volume<float>& second, Volume<float>& result,
+                 Scratch& scratch) const;
 
  private:
   struct Column;
   int axis;
+  RestoreWeights weights;
   glm::ivec3 size;              // with `axis` as y
   std::vector<Column> columns;  // x fastest, then z
 };

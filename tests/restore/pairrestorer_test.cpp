@@ -130,6 +130,24 @@ TEST(PairRestorer, RefusesWhatDoesNotFit) {
                std::logic_error);
 }
 
+TEST(PairRestorer, MeasuresWhatIsLeftByTheNoise) {
+  const glm::ivec3 dims{40, n, 10};
+  Random random(7);
+  Volume<float> first(dims), second(dims), result;
+  for (Volume<float>* image : {&first, &second})
+    for (int i = 0; i < image->size(); ++i)
+      image->data()[i] = 100 + (random.below(2) == 0 ? -2.0f : 2.0f);
+  PairRestorer::Scratch scratch;
+  const Volume<float> none(dims, 0.0f);
+  const auto left = [&](const RestoreWeights& weights) {
+    return PairRestorer(none, none, 1, weights).restore(first, second, result, scratch);
+  };
+  EXPECT_NEAR(left({4, 4, 1, 50}), 1, 0.03);
+  EXPECT_EQ(left({4, 4, 1, 200}), 0);
+  second += 8;  // half of it in each
+  EXPECT_NEAR(left({4, 4, 1, 50}), 3, 0.03);
+}
+
 TEST(LostDetail, IsMostHalfWayBetweenVoxelsAndNothingOnThem) {
   const SparseRows differences = secondDifferences(n);
   const auto lostAt = [&](double shift) {
