@@ -66,6 +66,128 @@ RestoreWeights measure(const SeriesToJoin& first, const SeriesToJoin& second,
   return measurement.weights();
 }
 
+class Work {
+ public:
+  Work(const SeriesToJoin& one, const SeriesToJoin& other, const std::vector<VolumePair>& which,
+       const PairRestorer& how, const JoinOptions& what, nifti::Writer& to)
+      : first(one),
+        second(other),
+        pairs(which),
+        restorer(how),
+        options(what),
+        writer(to),
+        added((first.added() + second.added()) / 2),
+        before(first.header().dims, count()),
+        after(before) {}
+
+  void run(JoinReport& report) {
+    inOrder<Buffers>(
+        count(), options.threads,
+        [&](int t, Buffers& buffers) {
+          first.read(pairs[static_cast<std::size_t>(t)].first, buffers.first);
+          second.read(pairs[static_cast<std::size_t>(t)].second, buffers.second);
+        },
+        [&](Buffers& buffers) { compute(buffers); },
+        [&](int t, const Buffers& buffers) { put(t, buffers, report); });
+    SeriesReport& series = report.series;
+    series.volumes = count();
+    series.meanBefore = before.value();
+    series.meanAfter = after.value();
+    series.rounding = first.roundingLoss();
+    series.rounding.values += second.roundingLoss().values;
+    series.rounding.largest = std::max(series.rounding.largest, second.roundingLoss().largest);
+  }
+
+ private:
+  struct Buffers {
+    Volume<float> first, second, out;
+    PairRestorer::Scratch scratch;
+    nifti::EncodedVolume encoded;
+    std::int64_t nonFinite = 0, negative = 0;
+    double residual = 0;
+  };
+
+  int count() const { return static_cast<int>(pairs.size()); }
+
+  void compute(Buffers& buffers) const {
+    bool anyBelowZero = false;
+    buffers.nonFinite =
+        first.prepare(buffers.first, anyBelowZero) + second.prepare(buffers.second, anyBelowZero);
+    buffers.residual =
+        restorer.restore(buffers.first, buffers.second, buffers.out, buffers.scratch);
+    if (added != 0.0f) buffers.out += added;
+    buffers.negative = anyBelowZero ? 0 : raiseToZero(buffers.out);
+    nifti::requireFinite(buffers.out, writer.fileName());
+    writer.encode(buffers.out, buffers.encoded);
+  }
+
+  static std::int64_t raiseToZero(Volume<float>& volume) {
+    std::int64_t raised = 0;
+    for (int n = 0; n < volume.size(); ++n)
+      if (volume.data()[n] < 0.0f) {
+        volume.data()[n] = 0.0f;
+        ++raised;
+      }
+    return raised;
+  }
+
+  void put(int t, const Buffers& buffers, JoinReport& report) {
+    SeriesReport& series = report.series;
+    series.nonFinite += buffers.nonFinite;
+    series.clamped += static_cast<std::int64_t>(buffers.encoded.clamped.above);
+    series.clampedBelow += static_cast<std::int64_t>(buffers.encoded.clamped.below);
+    report.negative += buffers.negative;
+    report.residuals.push_back(buffers.residual);
+    before.add(buffers.first);
+    after.add(buffers.out);
+    writer.write(buffers.encoded);
+    if (options.done) options.done(static_cast<double>(t + 1) / count());
+  }
+
+  Source first, second;
+  const std::vector<VolumePair>& pairs;
+  const PairRestorer& restorer;
+  const JoinOptions& options;
+  nifti::Writer& writer;
+  float added;
+  MeanOfVolumes before, after;
+};
+
+void tellOfJoined(const std::string& both, nifti::DataType typeRead, JoinReport& report) {
+  tellOfValues(both, typeRead, report.series);
+  if (report.negative > 0)
+    report.series.notes.push_back(
+        std::to_string(report.negative) + (report.negative == 1 ? " voxel" : " voxels") + " of " +
+        both +
+        ", joined, fell below 0 beside edges or in air, which no voxel of theirs does: 0 is "
+        "written");
+}
+
 }  // namespace
+
+JoinReport joinSeries(const SeriesToJoin& first, const SeriesToJoin& second,
+                      const std::vector<VolumePair>& pairs, const JoinOptions& options,
+                      const std::string& out) {
+  if (pairs.empty()) throw std::invalid_argument("no volumes of two series are to be joined");
+  refuseOverwrite(out, first.file);
+  refuseOverwrite(out, second.file);
+  JoinReport report;
+  report.weights = measure(first, second, pairs, options.axis);
+  const nifti::Header read = nifti::Reader(first.file).header();
+  nifti::Header& header = report.series.header;
+  header = read;
+  header.volumes = static_cast<int>(pairs.size());
+  if (options.floatOutput) {
+    header.type = nifti::DataType::float32;
+    header.slope = 1;
+    header.inter = 0;
+  }
+  const PairRestorer restorer(first.shift, second.shift, options.axis, report.weights);
+  nifti::Writer writer(out, header);
+  Work(first, second, pairs, restorer, options, writer).run(report);
+  tellOfJoined(first.file + " and " + second.file, read.type, report);
+  writer.finish();
+  return report;
+}
 
 }  // namespace mirel
