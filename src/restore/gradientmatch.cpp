@@ -136,13 +136,4 @@ GradientTable joinedGradients(const GradientTable& first, const GradientTable& s
   return table;
 }
 
-GradientTable gradientsOf(const GradientTable& table, const std::vector<int>& volumes) {
-  GradientTable some;
-  for (const int t : volumes) {
-    some.bValues.push_back(table.bValues[static_cast<std::size_t>(t)]);
-    some.directions.push_back(table.directions[static_cast<std::size_t>(t)]);
-  }
-  return some;
-}
-
 }  // namespace mirel

@@ -40,8 +40,4 @@ nifti::GradientTable joinedGradients(const nifti::GradientTable& first,
                                      const nifti::GradientTable& second,
                                      const std::vector<VolumePair>& pairs);
 
-/// The entries of some volumes of a table.
-nifti::GradientTable gradientsOf(const nifti::GradientTable& table,
-                                 const std::vector<int>& volumes);
-
 }  // namespace mirel

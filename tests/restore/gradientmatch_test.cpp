@@ -77,7 +77,7 @@ TEST(JoinedGradients, AreTheMiddleInTheFirstOnesSense) {
   EXPECT_EQ(joined.directions[0], none);
   EXPECT_LT(glm::distance(joined.directions[1], turned(0.5)), 1e-5f);
   EXPECT_EQ(joined.directions[2], slanted);
-  const GradientTable some = gradientsOf(first, {2, 0});
+  const GradientTable some = nifti::gradientsOf(first, {2, 0});
   EXPECT_THAT(some.bValues, ElementsAre(3000, 0));
   EXPECT_THAT(some.directions, ElementsAre(slanted, none));
 }
