@@ -87,9 +87,10 @@ std::vector<std::string> textsOf(const std::vector<Remark>& remarks) {
   return texts;
 }
 
-Json listOf(const std::vector<double>& numbers) {
+template <typename Number>
+Json listOf(const std::vector<Number>& numbers) {
   Json list = Json::array();
-  for (const double number : numbers) list.push_back(number);
+  for (const Number number : numbers) list.push_back(number);
   return list;
 }
 
@@ -148,6 +149,7 @@ Json seriesJson(const SeriesRecord& series) {
     addAcquisition(json, series.acquisition);
     json["FieldResampled"] = series.resampledField;
   }
+  if (!series.chosenVolumes.empty()) json["Volumes"] = listOf(series.chosenVolumes);
   if (series.background != 0) json["Background"] = series.background;
   if (series.signs)
     json["SignCheck"] = {{"Verdict", verdictName(series.signs->verdict)},

@@ -28,8 +28,9 @@ struct SeriesRecord {
   FileStamp stamp;  ///< of the file before it was read
   bids::Acquisition acquisition;
   int volumes = 0;
-  double background = 0;        ///< that was not modulated (SeriesOptions::background)
-  bool resampledField = false;  ///< its grid is not that of the field
+  std::vector<int> chosenVolumes;  ///< where not all were corrected, counted from 0
+  double background = 0;           ///< that was not modulated (SeriesOptions::background)
+  bool resampledField = false;     ///< its grid is not that of the field
   /// The map that was applied, times what: -1 where it was turned round for the opposite
   /// direction, scaled where the readout times differ. Nothing with a field.
   std::optional<double> mapFactor;

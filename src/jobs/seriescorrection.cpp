@@ -7,6 +7,7 @@
 #include "field/warp.h"
 #include "jobs/resultnames.h"
 #include "nifti/filename.h"
+#include "nifti/gradients.h"
 #include "nifti/image.h"
 #include "numerics/spikes.h"
 #include "pair/background.h"
@@ -66,6 +67,7 @@ SeriesRecord recordOf(const SeriesInput& input, const std::string& output,
   record.stamp = input.stamp;
   record.acquisition = input.acquisition;
   record.volumes = corrected.volumes;
+  record.chosenVolumes = input.volumes;
   record.resampledField = !input.onGridOfField;
   if (!distortion.isField()) {
     const bool turned = input.acquisition.direction->value != distortion.gridShift().direction;
@@ -77,6 +79,18 @@ SeriesRecord recordOf(const SeriesInput& input, const std::string& output,
   const std::string doubt = headOffField(corrected.meanBefore, input, distortion.field());
   if (!doubt.empty()) record.warnings.push_back(doubt);
   return record;
+}
+
+// What a gradient file says about the volumes that are corrected.
+std::string gradientTextOf(const SeriesInput& input, const std::string& table) {
+  const bool directions = table.ends_with(".bvec");
+  nifti::GradientTable all;
+  if (directions)
+    all.directions = nifti::readDirections(table, input.header.volumes);
+  else
+    all.bValues = nifti::readBValues(table, input.header.volumes);
+  const nifti::GradientTable some = nifti::gradientsOf(all, input.volumes);
+  return directions ? nifti::formatDirections(some) : nifti::formatBValues(some);
 }
 
 }  // namespace
@@ -196,6 +210,7 @@ SeriesOptions SeriesCorrection::optionsFor(const SeriesInput& input) const {
   how.modulation = settings.modulation;
   how.floatOutput = settings.floatOutput;
   how.threads = settings.threads;
+  how.volumes = input.volumes;
   if (how.modulation == Modulation::on)
     how.background = addedBackground(withoutSpikes(nifti::Reader(input.file).readVolume(0)));
   return how;
@@ -215,7 +230,10 @@ void SeriesCorrection::writeRest(const Planned& one, const Json& origin, const C
                                                   fieldsAfterCorrection(one.input)));
   for (std::size_t n = 0; n < one.names.gradients.size(); ++n) {
     const FileStamp& table = one.input.gradientFiles[n];
-    folder.copy(table.fileName(), one.names.gradients[n]);
+    if (one.input.volumes.empty())
+      folder.copy(table.fileName(), one.names.gradients[n]);
+    else
+      folder.writeText(one.names.gradients[n], gradientTextOf(one.input, table.fileName()));
     table.requireUnchanged();
   }
 }

@@ -27,6 +27,8 @@ struct SeriesInput {
   double mapScale = 1;
   /// .bvec and .bval beside it, if they are there, before they were read.
   std::vector<FileStamp> gradientFiles;
+  /// The volumes to correct, counted from 0; empty: all.
+  std::vector<int> volumes;
   std::vector<Remark> notes, warnings;
 };
 
