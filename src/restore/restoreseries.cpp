@@ -78,6 +78,7 @@ class Work {
         writer(to),
         added((first.added() + second.added()) / 2),
         before(first.header().dims, count()),
+        ofSecond(before),
         after(before) {}
 
   void run(JoinReport& report) {
@@ -93,6 +94,7 @@ class Work {
     series.volumes = count();
     series.meanBefore = before.value();
     series.meanAfter = after.value();
+    report.meanOfSecond = ofSecond.value();
     series.rounding = first.roundingLoss();
     series.rounding.values += second.roundingLoss().values;
     series.rounding.largest = std::max(series.rounding.largest, second.roundingLoss().largest);
@@ -116,6 +118,8 @@ class Work {
     buffers.residual =
         restorer.restore(buffers.first, buffers.second, buffers.out, buffers.scratch);
     if (added != 0.0f) buffers.out += added;
+    buffers.first += first.added();
+    buffers.second += second.added();
     buffers.negative = anyBelowZero ? 0 : raiseToZero(buffers.out);
     nifti::requireFinite(buffers.out, writer.fileName());
     writer.encode(buffers.out, buffers.encoded);
@@ -139,6 +143,7 @@ class Work {
     report.negative += buffers.negative;
     report.residuals.push_back(buffers.residual);
     before.add(buffers.first);
+    ofSecond.add(buffers.second);
     after.add(buffers.out);
     writer.write(buffers.encoded);
     if (options.done) options.done(static_cast<double>(t + 1) / count());
@@ -150,7 +155,7 @@ class Work {
   const JoinOptions& options;
   nifti::Writer& writer;
   float added;
-  MeanOfVolumes before, after;
+  MeanOfVolumes before, ofSecond, after;
 };
 
 void tellOfJoined(const std::string& both, nifti::DataType typeRead, JoinReport& report) {

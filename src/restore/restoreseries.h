@@ -28,6 +28,7 @@ struct JoinReport {
   /// Of the joined series; its means are of the first one's volumes that were joined, and of the
   /// joined ones. Voxels that were not finite count for both series.
   SeriesReport series;
+  Volume<float> meanOfSecond;  ///< of the second series' volumes that were joined
   RestoreWeights weights;
   /// Of each joined volume: what PairRestorer::restore tells.
   std::vector<double> residuals;
