@@ -95,10 +95,24 @@ std::string gradientTextOf(const SeriesInput& input, const std::string& table) {
 
 }  // namespace
 
+void checkSigns(const SeriesInput& input, const Volume<float>& meanBefore,
+                const Volume<float>& shift, Modulation modulation, const Reference& reference,
+                SeriesRecord& record, std::vector<Remark>& notes) {
+  const Volume<float> mean = withoutSpikes(meanBefore) - static_cast<float>(record.background);
+  const int axis = input.acquisition.direction->value.axis;
+  const auto through = [&](const Volume<float>& map) {
+    return correctVolume(mean, map, axis, modulation);
+  };
+  record.signs =
+      compareSigns(through(shift), through(-shift), input.header.affine(), reference.image);
+  judge(input, reference, record, notes);
+}
+
 SeriesNames SeriesNames::inFolder(const SeriesInput& input, bool withWarp) {
   const bids::Name name = bids::Name::of(input.file);
-  SeriesNames names = namesFrom(input, correctedName(name), imageEnd);
-  if (withWarp) names.warp = warpName(name);
+  const bool whole = input.volumes.empty();
+  SeriesNames names = namesFrom(input, correctedName(name, whole ? "" : "Unmatched"), imageEnd);
+  if (withWarp && whole) names.warp = warpName(name);
   return names;
 }
 
@@ -183,16 +197,9 @@ void SeriesCorrection::correctOne(const Planned& one, const Context& context) {
   std::vector<Remark>& notes = context.run.notes;
   notes.insert(notes.end(), input.notes.begin(), input.notes.end());
   for (const std::string& note : corrected.notes) notes.emplace_back(note);
-  if (context.reference) {
-    const Volume<float> mean = withoutSpikes(corrected.meanBefore);
-    const auto through = [&](const Volume<float>& map) {
-      return correctVolume(mean - static_cast<float>(how.background), map, direction.axis,
-                           settings.modulation);
-    };
-    record.signs = compareSigns(through(shift), through(-shift), input.header.affine(),
-                                context.reference->image);
-    judge(input, *context.reference, record, notes);
-  }
+  if (context.reference)
+    checkSigns(input, corrected.meanBefore, shift, settings.modulation, *context.reference, record,
+               notes);
   const Json origin = originOf(context.run, context.origin, record);
   writeRest(one, origin, context);
   if (!one.names.warp.empty()) writeWarp(one, shift, origin, context);
