@@ -1,6 +1,7 @@
 #include "jobs/recordjson.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "jobs/checksum.h"
 
@@ -226,6 +227,10 @@ Json seriesSummary(const SeriesRecord& series) {
                {"direction", nameOf(acquisition.direction->value)},
                {"directionSource", acquisition.direction->sourceText()},
                {"fieldResampled", series.resampledField}};
+  if (!series.partner.empty()) {
+    json["joinedWith"] = series.partner.front().file;
+    json["residuals"] = listOf(series.joining.residuals);
+  }
   if (series.signs) json["signCheck"] = verdictName(series.signs->verdict);
   if (acquisition.readout) json["readout"] = readoutSummary(*acquisition.readout);
   return json;
@@ -266,6 +271,13 @@ Json originOf(const RunRecord& run, const Json& origin, const SeriesRecord& seri
   Json json = origin;
   json["Options"]["FloatOutput"] = run.seriesSettings.floatOutput;
   json["Series"] = seriesJson(series);
+  if (series.partner.empty()) return json;
+  json["Partner"] = seriesJson(series.partner.front());
+  const RestoreWeights& weights = series.joining.weights;
+  json["Joining"] = {
+      {"NoiseDeviation", {std::sqrt(weights.firstVariance), std::sqrt(weights.secondVariance)}},
+      {"Roughness", std::sqrt(weights.roughness)},
+      {"Residuals", listOf(series.joining.residuals)}};
   return json;
 }
 

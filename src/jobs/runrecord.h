@@ -11,6 +11,7 @@
 #include "jobs/statedunit.h"
 #include "pair/pairestimate.h"
 #include "pair/pairinput.h"
+#include "restore/pairrestorer.h"
 
 namespace mirel {
 
@@ -20,6 +21,12 @@ struct SeriesSettings {
   bool floatOutput = false;  ///< 32-bit floats instead of their own data types
   bool writeWarp = false;    ///< also their displacement fields (writeWarpLps)
   int threads = 0;           ///< 0: as many as there are cores
+};
+
+/// What was found when two series were joined.
+struct JoiningRecord {
+  RestoreWeights weights;
+  std::vector<double> residuals;  ///< of each joined volume, by the noise (PairRestorer::restore)
 };
 
 /// What was found and done about one series.
@@ -36,6 +43,9 @@ struct SeriesRecord {
   std::optional<double> mapFactor;
   std::optional<SignCheck> signs;  ///< where there was an undistorted reference
   std::vector<Remark> warnings;
+  /// Of a series that was joined with another one: that one, without output.
+  std::vector<SeriesRecord> partner;
+  JoiningRecord joining;
 };
 
 /// The pair that a run began with.

@@ -68,6 +68,10 @@ std::vector<std::string> filesOf(const SeriesInput& input);
 /// the standard requires it of every image of that name.
 Json fieldsAfterCorrection(const SeriesInput& input);
 
+/// The same of two series that were joined: the fields that are equal in both. Under
+/// "DistortionCorrection" those of the second one are its "FieldsBeforeOfPartner".
+Json fieldsAfterJoining(const SeriesInput& first, const SeriesInput& second);
+
 /// The value of "DistortionCorrection" in the sidecar of a corrected image, by which a second
 /// correction is noticed (bids::doubtsAboutSecondCorrection): the fields that held before.
 Json distortionCorrection(const Json& fieldsBefore);
