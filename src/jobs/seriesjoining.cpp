@@ -111,4 +111,89 @@ std::vector<ResultInput> SeriesJoining::inputs() const {
   return all;
 }
 
+void SeriesJoining::announce(const std::vector<std::string>& inputFiles,
+                             const std::vector<ResultInput>& common,
+                             const EarlierResults& earlier) {
+  others = common;
+  const auto announceResult = [&](const std::string& stem, const std::vector<std::string>& ends) {
+    std::vector<std::string> files;
+    for (const std::string& end : ends) files.push_back(stem + end);
+    for (const std::string& file : files) folder.announce(file, inputFiles);
+    earlier.refuseOthers(stem, files, inputs());
+  };
+  announceResult(plan.stem, {imageEnd, ".json", ".bvec", ".bval"});
+  if (!settings.writeWarp) return;
+  for (const SeriesInput* input : {&plan.first, &plan.second})
+    announceResult(warpName(bids::Name::of(input->file)), {imageEnd, ".json"});
+}
+
+void SeriesJoining::run(const Distortion& distortion, const std::optional<Reference>& reference,
+                        const SourceNames& names, RunReport* report, RunRecord& run,
+                        Progress& progress) {
+  const SeriesToJoin first = toJoin(plan.first, distortion),
+                     second = toJoin(plan.second, distortion);
+  JoinOptions how;
+  how.axis = plan.first.acquisition.direction->value.axis;
+  how.floatOutput = settings.floatOutput;
+  how.threads = settings.threads;
+  how.done = [&](double done) { progress.at(Stage::correcting, done, plan.stem); };
+  how.done(0);
+  const JoinReport joined =
+      joinSeries(first, second, plan.pairs, how, folder.path(plan.stem + imageEnd));
+
+  SeriesRecord record = recordOf(plan.first, first, volumesOf(plan.pairs, &VolumePair::first));
+  SeriesRecord partner = recordOf(plan.second, second, volumesOf(plan.pairs, &VolumePair::second));
+  record.output = plan.stem + imageEnd;
+  if (reference) {
+    checkSigns(plan.first, joined.series.meanBefore, first.shift, Modulation::on, *reference,
+               record, run.notes);
+    checkSigns(plan.second, joined.meanOfSecond, second.shift, Modulation::on, *reference, partner,
+               run.notes);
+  }
+  record.joining = {joined.weights, joined.residuals};
+  for (const auto* more : {&partner.warnings, &plan.warnings})
+    record.warnings.insert(record.warnings.end(), more->begin(), more->end());
+  doubtResiduals(plan, joined.residuals, record);
+  for (const std::string& warning : joined.series.warnings) record.warnings.push_back(warning);
+  for (const auto* notes : {&plan.first.notes, &plan.second.notes, &plan.notes})
+    run.notes.insert(run.notes.end(), notes->begin(), notes->end());
+  for (const std::string& note : joined.series.notes) run.notes.emplace_back(note);
+  record.partner.push_back(std::move(partner));
+
+  const Json origin = originOf(run, originOf(run), record);
+  writeTexts(names, origin);
+  if (settings.writeWarp) writeWarps(first.shift, second.shift, names, origin);
+  if (report)
+    report->showSeries({plan.first.header, joined.series.meanBefore, joined.series.meanAfter,
+                        first.shift, record, origin});
+  run.warnings.insert(run.warnings.end(), record.warnings.begin(), record.warnings.end());
+  run.series.push_back(std::move(record));
+}
+
+void SeriesJoining::writeTexts(const SourceNames& names, const Json& origin) {
+  folder.writeText(plan.stem + ".json",
+                   sidecarText(plan.first.file + " and " + plan.second.file +
+                                   ", joined into one series without distortion, by least squares",
+                               "", sourcesOf(inputs(), names), origin,
+                               fieldsAfterJoining(plan.first, plan.second)));
+  folder.writeText(plan.stem + ".bvec", nifti::formatDirections(plan.gradients));
+  folder.writeText(plan.stem + ".bval", nifti::formatBValues(plan.gradients));
+  for (const SeriesInput* input : {&plan.first, &plan.second})
+    for (const FileStamp& table : input->gradientFiles) table.requireUnchanged();
+}
+
+void SeriesJoining::writeWarps(const Volume<float>& first, const Volume<float>& second,
+                               const SourceNames& names, const Json& origin) {
+  const auto write = [&](const SeriesInput& input, const Volume<float>& shift) {
+    const std::string name = warpName(bids::Name::of(input.file));
+    writeWarpLps(shift, input.header, input.acquisition.direction->value.axis,
+                 folder.path(name + imageEnd));
+    folder.writeText(name + ".json",
+                     sidecarText(warpDescription(input.file), "mm", sourcesOf(inputs(), names),
+                                 origin, Json::object()));
+  };
+  write(plan.first, first);
+  write(plan.second, second);
+}
+
 }  // namespace mirel
