@@ -24,7 +24,7 @@ Eigen::VectorXd lostDetail(const SparseRows& seen, const SparseRows& differences
   for (int j = 0; j < lost.size(); ++j) {
     const double whole = differences.row(j).squaredNorm() * weight;
     const double held = whole > 0 ? patterns.col(j).squaredNorm() / whole : 1;
-    lost[j] = std::sqrt(1 - std::min(1.0, held));
+    lost[j] = std::sqrt(std::sqrt(1 - std::min(1.0, held)));
   }
   return lost;
 }

@@ -53,7 +53,7 @@ Eigen::VectorXd reference(const Eigen::MatrixXd& k1, const Eigen::VectorXd& y1,
     d[std::min<int>(j + 1, static_cast<int>(k1.cols()) - 1)] -= 1;
     const double held =
         (w1 * (k1 * d).squaredNorm() + w2 * (k2 * d).squaredNorm()) / ((w1 + w2) * d.squaredNorm());
-    normal += std::sqrt(1 - std::min(1.0, held)) / weights.roughness * d * d.transpose();
+    normal += std::pow(1 - std::min(1.0, held), 0.25) / weights.roughness * d * d.transpose();
   }
   return normal.fullPivLu().solve(w1 * k1.transpose() * y1 + w2 * k2.transpose() * y2);
 }
@@ -153,9 +153,9 @@ TEST(LostDetail, IsMostHalfWayBetweenVoxelsAndNothingOnThem) {
   const auto lostAt = [&](double shift) {
     return lostDetail(columnMatrix(edgePlaces(std::vector<double>(n, shift))), differences, 1.0)[9];
   };
-  EXPECT_NEAR(lostAt(0), 0, 1e-6);
-  EXPECT_NEAR(lostAt(1), 0, 1e-6);
-  EXPECT_GT(lostAt(0.5), 0.75);
+  EXPECT_NEAR(lostAt(0), 0, 1e-3);
+  EXPECT_NEAR(lostAt(1), 0, 1e-3);
+  EXPECT_GT(lostAt(0.5), 0.85);
   EXPECT_DOUBLE_EQ(lostAt(n + 5), 1);
 }
 
