@@ -11,6 +11,7 @@ namespace mirel {
 namespace {
 
 constexpr double sameVariances = 4.0 / 3;
+constexpr double leastOfAcquired = 0.25;
 constexpr double leastRoughness = 0.02, leastVariance = 1e-6;
 
 double secondDifference(double below, double middle, double above) {
@@ -74,7 +75,12 @@ void WeightMeasurement::add(const Volume<float>& first, const Volume<float>& sec
   heads.push_back(static_cast<float>(head));
   firstVariances.push_back(static_cast<float>(noiseVariance(first, head)));
   secondVariances.push_back(static_cast<float>(noiseVariance(second, head)));
-  roughness.push_back(static_cast<float>(commonRoughness(a, b, axis, head)));
+  const double ofFirst = commonRoughness(first, first, axis, head) -
+                         6 * static_cast<double>(firstVariances.back()),
+               ofSecond = commonRoughness(second, second, axis, head) -
+                          6 * static_cast<double>(secondVariances.back());
+  roughness.push_back(static_cast<float>(
+      std::max(commonRoughness(a, b, axis, head), leastOfAcquired * (ofFirst + ofSecond) / 2)));
 }
 
 RestoreWeights WeightMeasurement::weights() const {

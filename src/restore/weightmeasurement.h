@@ -14,7 +14,10 @@ namespace mirel {
 ///              for white noise; edges along either axis leave it alone. (J. Immerkaer, Comput.
 ///              Vis. Image Underst. 64:300, 1996; the median in place of the mean.)
 ///   roughness  the mean product of the second differences of both corrected volumes along the
-///              phase-encoding axis in the head: noise, which differs, cancels out.
+///              phase-encoding axis in the head: noise, which differs, cancels out. Eddy currents
+///              may move the volumes against each other, which takes it away: it is at least a
+///              quarter of that of the acquired volumes by themselves less the noise's, piled-up
+///              signal being rougher.
 ///   head       headThreshold of the mean of the acquired volumes
 ///
 /// Of several volumes the medians count. Variances that differ by less than a third are taken for
