@@ -1,0 +1,103 @@
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+
+#include "cli/correctpair.h"
+#include "nifti/image.h"
+#include "support/niftifiles.h"
+
+namespace mirel {
+
+// Two diffusion series of opposite directions, joined by "mirel correct --restore" as a user does.
+
+namespace {
+
+using niftifiles::readBytes;
+using testing::AllOf;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+
+struct Table {
+  std::string bval, bvec;
+};
+
+class Restore : public CorrectPair {
+ protected:
+  /// Volumes that are the pair's image times a factor each, with the pair's sidecar.
+  std::string writeSeries(const std::string& name, const std::string& image,
+                          const std::vector<float>& factors, const Table& table) const {
+    nifti::Reader reader(image);
+    nifti::Header header = reader.header();
+    header.volumes = static_cast<int>(factors.size());
+    nifti::Writer writer(file(name + ".nii.gz"), header);
+    for (const float factor : factors) writer.write(reader.readVolume(0) * factor);
+    writer.finish();
+    const std::string stem = image.substr(0, image.size() - 7);
+    std::filesystem::copy_file(stem + ".json", file(name + ".json"));
+    std::ofstream(file(name + ".bval")) << table.bval << "\n";
+    std::ofstream(file(name + ".bvec")) << table.bvec;
+    return file(name + ".nii.gz");
+  }
+  void SetUp() override {
+    first = writeSeries("sub-1_dir-AP_dwi", ap(), {1, 0.5f, 0.4f, 0.9f},
+                        {"0 1000 1000 0", "0 1 0 0\n0 0 0.6 0\n0 0 0.8 0\n"});
+    second = writeSeries("sub-1_dir-PA_dwi", pa(), {0.4f, 1, 0.3f, 0.5f},
+                         {"1005 0 2000 995", "0 0 0 -1\n-0.6 0 1 0\n-0.8 0 0 0\n"});
+  }
+  ProgramResult restore(std::vector<std::string> options = {},
+                        const std::string& where = "out") const {
+    options.insert(options.end(),
+                   {"--restore", "--apply", first, "--apply", second, "--quiet", "--no-viewer"});
+    return correct(options, where);
+  }
+  Volume<float> volume(const std::string& name, int t) const {
+    return nifti::Reader(out(name)).readVolume(t);
+  }
+  std::string first, second;
+};
+
+}  // namespace
+
+TEST_F(Restore, JoinsWhatMatchesAndCorrectsTheRestAlone) {
+  const ProgramResult result = restore();
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_THAT(result.out, AllOf(HasSubstr("sub-1_desc-restored_dwi.nii.gz"),
+                                HasSubstr("sub-1_dir-AP_desc-preprocUnmatched_dwi.nii.gz"),
+                                HasSubstr("sub-1_dir-PA_desc-preprocUnmatched_dwi.bvec")));
+  EXPECT_THAT(result.err, AllOf(HasSubstr("volume 3 of"), HasSubstr("volume 2 of"),
+                                HasSubstr("has no partner of the same gradient")));
+  EXPECT_THAT(namesInOut(), Not(Contains("sub-1_dir-AP_desc-preproc_dwi.nii.gz")));
+  EXPECT_EQ(textOf(out("sub-1_desc-restored_dwi.bval")), "0 997.5 1002.5\n");
+  EXPECT_EQ(textOf(out("sub-1_desc-restored_dwi.bvec")), "0 1 0\n0 0 0.6\n0 0 0.8\n");
+  EXPECT_EQ(textOf(out("sub-1_dir-PA_desc-preprocUnmatched_dwi.bval")), "2000\n");
+  EXPECT_EQ(textOf(out("sub-1_dir-PA_desc-preprocUnmatched_dwi.bvec")), "0\n1\n0\n");
+  EXPECT_EQ(nifti::Reader(out("sub-1_desc-restored_dwi.nii.gz")).header().volumes, 3);
+  EXPECT_EQ(nifti::Reader(out("sub-1_dir-AP_desc-preprocUnmatched_dwi.nii.gz")).header().volumes,
+            1);
+}
+
+TEST_F(Restore, IsCloserToTheTruthThanTheMeanOfBoth) {
+  ASSERT_EQ(restore({"--float"}).status, 0);
+  const Volume<float> truth = imageIn(input("sub-phantom_desc-undistorted_epi.nii.gz"));
+  const Volume<float> mean = imageIn(out("sub-phantom_desc-preproc_magnitude.nii.gz"));
+  const double ofMean = rmsInBrain(mean, truth);
+  EXPECT_LT(rmsInBrain(volume("sub-1_desc-restored_dwi.nii.gz", 0), truth), ofMean);
+  for (const auto& [t, factor] : {std::pair{1, 0.5f}, {2, 0.4f}})
+    EXPECT_LT(rmsInBrain(volume("sub-1_desc-restored_dwi.nii.gz", t) / factor, truth), ofMean) << t;
+}
+
+TEST_F(Restore, GivesEqualBytesInAnyNumberOfThreads) {
+  ASSERT_EQ(restore({"--threads", "1"}, "one").status, 0);
+  ASSERT_EQ(restore({"--threads", "3"}, "three").status, 0);
+  for (const char* name : {"sub-1_desc-restored_dwi.nii.gz", "sub-1_desc-restored_dwi.json",
+                           "sub-1_dir-AP_desc-preprocUnmatched_dwi.nii.gz"})
+    EXPECT_EQ(readBytes(file("one/" + std::string(name))),
+              readBytes(file("three/" + std::string(name))))
+        << name;
+}
+
+}  // namespace mirel
