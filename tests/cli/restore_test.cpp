@@ -100,4 +100,90 @@ TEST_F(Restore, GivesEqualBytesInAnyNumberOfThreads) {
         << name;
 }
 
+TEST_F(Restore, SaysInItsRecordWhatWasJoined) {
+  ASSERT_EQ(restore().status, 0);
+  const auto json = nlohmann::json::parse(textOf(out("sub-1_desc-restored_dwi.json")));
+  ASSERT_EQ(json["Sources"].size(), 4U);
+  EXPECT_THAT(json["Sources"][0].get<std::string>(), HasSubstr("sub-1_dir-AP_dwi.nii.gz"));
+  EXPECT_THAT(json["Sources"][1].get<std::string>(), HasSubstr("sub-1_dir-PA_dwi.nii.gz"));
+  EXPECT_FALSE(json.contains("PhaseEncodingDirection"));
+  const auto& mirel = json["Mirel"];
+  EXPECT_THAT(mirel["Series"]["Volumes"], ElementsAre(0, 1, 2));
+  EXPECT_THAT(mirel["Partner"]["Volumes"], ElementsAre(1, 3, 0));
+  EXPECT_EQ(mirel["Partner"]["SHA256"].get<std::string>().size(), 64U);
+  EXPECT_EQ(mirel["Series"]["SignCheck"]["Verdict"], "right");
+  EXPECT_EQ(mirel["Partner"]["SignCheck"]["Verdict"], "right");
+  ASSERT_EQ(mirel["Joining"]["Residuals"].size(), 3U);
+  EXPECT_LT(mirel["Joining"]["Residuals"][0].get<double>(), 2);
+}
+
+TEST_F(Restore, ReplacesResultsOfTheSameSeriesOnly) {
+  ASSERT_EQ(restore().status, 0);
+  EXPECT_EQ(restore().status, 0);
+  std::filesystem::create_directory(file("other"));
+  for (const char* end : {".nii.gz", ".json", ".bval", ".bvec"})
+    std::filesystem::copy_file(file("sub-1_dir-AP_dwi") + end,
+                               file("other/sub-1_dir-AP_dwi") + end);
+  first = file("other/sub-1_dir-AP_dwi.nii.gz");
+  nifti::Writer writer(first, nifti::Reader(second).header());
+  for (int t = 0; t < 4; ++t) writer.write(imageIn(ap()));
+  writer.finish();
+  const ProgramResult refused = restore();
+  EXPECT_NE(refused.status, 0);
+  EXPECT_THAT(refused.err, HasSubstr("was made of other images"));
+}
+
+TEST_F(Restore, DoubtsVolumesThatShowDifferentThings) {
+  nifti::Reader reader(ap());
+  Volume<float> moved = reader.readVolume(0), still = moved;
+  for (int n = 0; n + 3 < moved.size(); ++n) moved.data()[n] = still.data()[n + 3];
+  nifti::Header header = reader.header();
+  header.volumes = 4;
+  nifti::Writer writer(first, header);
+  for (const int t : {0, 1, 2, 3}) writer.write(t == 3 ? moved : still);
+  writer.finish();
+  std::ofstream(file("sub-1_dir-AP_dwi.bval")) << "0 0 0 0\n";
+  std::ofstream(file("sub-1_dir-PA_dwi.bval")) << "0 0 0 0\n";
+  nifti::Writer other(second, header);
+  for (int t = 0; t < 4; ++t) other.write(imageIn(pa()));
+  other.finish();
+  const ProgramResult result = restore();
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_THAT(result.err, HasSubstr("in volume 3 of sub-1_desc-restored_dwi"));
+}
+
+TEST_F(Restore, RefusesWhatCannotBeJoined) {
+  const auto refusal = [&](const std::vector<std::string>& options) {
+    const ProgramResult result = correct(options);
+    EXPECT_NE(result.status, 0);
+    EXPECT_FALSE(std::filesystem::exists(out()));
+    return result.err;
+  };
+  EXPECT_THAT(refusal({"--restore", "--apply", first}), HasSubstr("give both"));
+  EXPECT_THAT(refusal({"--restore", "--apply", first, "--apply", pa()}),
+              HasSubstr("of those given 1 has both"));
+  EXPECT_THAT(refusal({"--restore", "--no-modulate", "--apply", first, "--apply", second}),
+              HasSubstr("--no-modulate"));
+  EXPECT_THAT(refusal({"--restore", "--fast", "--apply", first, "--apply", second}),
+              HasSubstr("--modulate"));
+  EXPECT_THAT(refusal({"--restore", "--apply-pe", "j", "--apply", first, "--apply", second}),
+              HasSubstr("do not have opposite phase-encoding directions"));
+  std::ofstream(file("sub-1_dir-PA_dwi.bval")) << "3000 3000 3000 3000\n";
+  EXPECT_THAT(refusal({"--restore", "--apply", first, "--apply", second}),
+              HasSubstr("there is nothing to join"));
+  std::ofstream(file("sub-1_dir-PA_dwi.bval")) << "0 1000 1000 0\n";
+  auto sidecar = nlohmann::json::parse(textOf(file("sub-1_dir-PA_dwi.json")));
+  const auto ofFirst = nlohmann::json::parse(textOf(file("sub-1_dir-AP_dwi.json")));
+  sidecar["EchoTime"] = 2 * ofFirst.value("EchoTime", 0.03);
+  std::ofstream(file("sub-1_dir-PA_dwi.json")) << sidecar.dump();
+  EXPECT_THAT(refusal({"--restore", "--apply", first, "--apply", second}), HasSubstr("echo time"));
+  nifti::Header header = nifti::Reader(second).header();
+  header.setAffine(glm::dmat4(1.0), 1);
+  nifti::Writer writer(second, header);
+  for (int t = 0; t < 4; ++t) writer.write(imageIn(pa()));
+  writer.finish();
+  EXPECT_THAT(refusal({"--restore", "--apply", first, "--apply", second}),
+              HasSubstr("lie at different places"));
+}
+
 }  // namespace mirel
