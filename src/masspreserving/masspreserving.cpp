@@ -73,6 +73,11 @@ class Estimation {
  private:
   enum class Head { still, moving };
   void makeImages(const Volume<float>& first, const Volume<float>& second);
+  Volume<float> startOn(int level) const;
+  Volume<float> trustOn(int level) const;
+  Volume<float> weightsOn(int level) const {
+    return weights.empty() ? Volume<float>() : weights[static_cast<std::size_t>(level)];
+  }
   void fitCoarse(Head mode);
   void fitLevel(int level, Head mode);
   void startLevel(int level, Head mode);
@@ -118,6 +123,7 @@ class Estimation {
   const std::function<void(const MassPreservingProgress&)>& progress;
   std::vector<PyramidLevel> levels;
   std::vector<Images> images;
+  std::vector<Volume<float>> weights;  // of the options, by resolution; none: all alike
   State now;
   PlaceTrust standingOut;  // by the last fit at the finest resolution
   MotionEvidence motionEvidence;
@@ -139,8 +145,10 @@ void Estimation::startLevel(int level, Head mode) {
   const glm::ivec3 voxels = gridOf(level).voxels;
   if (isCoarsest(level)) {
     const glm::dvec3 spacing = gridOf(level).voxelMm;
-    now.b =
-        transportStart<float>(imagesOf(level).first, imagesOf(level).second, spacing / spacing.y);
+    now.b = options.start.size() > 0
+                ? startOn(level)
+                : transportStart<float>(imagesOf(level).first, imagesOf(level).second,
+                                        spacing / spacing.y);
     now.statistics = {};
     startRatio();
     now.statistics.roughnessWeight = firstRoughnessWeight(spacing);
@@ -155,6 +163,26 @@ void Estimation::startLevel(int level, Head mode) {
   now.statistics.roughnessWeight /= halved.y * halved.y;
   if (mode == Head::moving)
     for (Volume<float>& z : now.head.response) z = prolong(z, voxels, halved);
+}
+
+// The displacement that the options start from, on a resolution's edges.
+Volume<float> Estimation::startOn(int level) const {
+  Volume<float> map = options.start;
+  limitStretch(map, static_cast<float>(largestStretch));
+  for (int finer = 0; finer < level; ++finer) {
+    const glm::ivec3 halved = gridOf(finer + 1).halved;
+    map = coarsen(map, halved);
+    map *= 1.0F / static_cast<float>(halved.y);
+  }
+  return voxelsToEdges(map);
+}
+
+// What the residuals of a resolution weigh: by the options and by their places.
+Volume<float> Estimation::trustOn(int level) const {
+  Volume<float> trust = weightsOn(level);
+  if (now.trust.isWhole()) return trust;
+  Volume<float> ofPlaces = now.trust.at(places(level), gridOf(level).voxels);
+  return trust.size() > 0 ? std::move(trust *= ofPlaces) : ofPlaces;
 }
 
 void Estimation::fitLevel(int level, Head mode) {
@@ -214,10 +242,9 @@ void Estimation::runLevel(int level, Head mode) {
   }
   std::optional<RatioFit<float>> ratioFit;
   if (!now.model.isNone()) ratioFit.emplace(ratioBasis(level), now.ratio);
-  LevelFit fit(
-      model, gridOf(level).voxelMm, std::move(now.b), now.statistics,
-      ratioFit ? &*ratioFit : nullptr,
-      now.trust.isWhole() ? Volume<float>() : now.trust.at(places(level), gridOf(level).voxels));
+  LevelFit fit(model, gridOf(level).voxelMm, std::move(now.b), now.statistics,
+               ratioFit ? &*ratioFit : nullptr, trustOn(level));
+  if (options.startIsPrior && options.start.size() > 0) fit.setPriorMean(startOn(level));
   const int coarse =
       moving ? std::min(options.coarseIterations, mostMovingIterations) : options.coarseIterations;
   const int iterations = finest ? options.finestIterations : coarse;
@@ -242,7 +269,7 @@ void Estimation::runLevel(int level, Head mode) {
     if (settled) break;
   }
   // Of a head that moved the misfit is also that of its motion.
-  if (finest && mode == Head::still) standingOut = fit.placesOver(places(0));
+  if (finest && mode == Head::still) standingOut = fit.placesOver(places(0), weightsOn(0));
   if (finest && options.uncertainty && isLastFit())
     result.deviationVoxels = fit.variance(posteriorDraws);
   now.b = fit.displacement();
@@ -350,6 +377,10 @@ void Estimation::makeImages(const Volume<float>& first, const Volume<float>& sec
   for (std::size_t l = 1; l < levels.size(); ++l)
     images.emplace_back(coarsen(images[l - 1].first, levels[l].halved),
                         coarsen(images[l - 1].second, levels[l].halved));
+  if (options.weights.size() == 0) return;
+  weights.push_back(options.weights);
+  for (std::size_t l = 1; l < levels.size(); ++l)
+    weights.push_back(coarsen(weights[l - 1], levels[l].halved));
 }
 
 MassPreservingResult Estimation::run(const Volume<float>& first, const Volume<float>& second,
@@ -358,7 +389,8 @@ MassPreservingResult Estimation::run(const Volume<float>& first, const Volume<fl
   if (options.uncertainty) result.deviationVoxels = result.shiftVoxels;
   const double signal1 = signalLevel(first), signal2 = signalLevel(second);
   if (!(signal1 > 0.0) || !(signal2 > 0.0)) return std::move(result);
-  const double logScale = options.estimateScale ? logSignalRatio(first, second) : 0.0;
+  const double logScale =
+      options.estimateScale ? logSignalRatio(first, second, options.weights) : 0.0;
   const double signal = std::sqrt(signal1) * std::sqrt(signal2);
   levels = makePyramid(first.dimensions(), voxelMm, fewestVoxels);
   // Half of the scale goes to each, so that exchanging the images changes nothing but signs.
@@ -396,6 +428,9 @@ MassPreservingResult estimateMassPreserving(
     const std::function<void(const MassPreservingProgress&)>& progress) {
   if (first.dimensions() != second.dimensions())
     throw std::invalid_argument("the two images of a pair have different sizes");
+  for (const Volume<float>* other : {&options.weights, &options.start})
+    if (other->size() > 0 && other->dimensions() != first.dimensions())
+      throw std::invalid_argument("weights or start have another size than the images");
   for (int axis = 0; axis < 3; ++axis)
     if (!(voxelMm[axis] > 0.0) || !std::isfinite(voxelMm[axis]))
       throw std::invalid_argument("a voxel edge is not a positive number");
