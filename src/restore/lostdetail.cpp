@@ -18,13 +18,18 @@ SparseRows secondDifferences(int n) {
   return differences;
 }
 
-Eigen::VectorXd lostDetail(const SparseRows& seen, const SparseRows& differences, double weight) {
-  const Eigen::SparseMatrix<double> patterns = seen * differences.transpose();
+Eigen::VectorXd lostDetail(const SparseRows& gram, const SparseRows& differences, double weight) {
+  using Entry = SparseRows::InnerIterator;
   Eigen::VectorXd lost(differences.rows());
   for (int j = 0; j < lost.size(); ++j) {
-    const double whole = differences.row(j).squaredNorm() * weight;
-    const double held = whole > 0 ? patterns.col(j).squaredNorm() / whole : 1;
-    lost[j] = std::sqrt(std::sqrt(1 - std::min(1.0, held)));
+    double seen = 0, whole = 0;
+    for (Entry a(differences, j); a; ++a) {
+      whole += a.value() * a.value() * weight;
+      for (Entry b(differences, j); b; ++b)
+        seen += a.value() * b.value() * gram.coeff(a.col(), b.col());
+    }
+    const double held = whole > 0 ? std::clamp(seen / whole, 0.0, 1.0) : 1;
+    lost[j] = std::sqrt(std::sqrt(1 - held));
   }
   return lost;
 }

@@ -10,7 +10,7 @@ SparseRows secondDifferences(int n);
 
 /// How much of each voxel's detail is lost, from 0 (nothing) to 1, in images of a column that
 /// depend on it as `seen` (rows of images one above the other, each over its noise's standard
-/// deviation):
+/// deviation), `gram` being seen' seen:
 ///
 ///   (1 - min(1, h_j))^(1/4),   h_j = |seen d_j|^2 / (|d_j|^2 w)
 ///
@@ -19,6 +19,6 @@ SparseRows secondDifferences(int n);
 /// image covers the voxel and close to it where both sample it half way between voxels. Of the
 /// exponents 0 to 2 that were tried on simulated heads 1/4 is the largest with which joining is
 /// nowhere worse than the mean of both corrected images.
-Eigen::VectorXd lostDetail(const SparseRows& seen, const SparseRows& differences, double weight);
+Eigen::VectorXd lostDetail(const SparseRows& gram, const SparseRows& differences, double weight);
 
 }  // namespace mirel

@@ -23,14 +23,11 @@ struct Common {
       : weights(known),
         weightSum(1 / known.firstVariance + 1 / known.secondVariance),
         differences(secondDifferences(n)),
-        unit(n, n) {
-    unit.setIdentity();
-  }
+        transposed(differences.transpose()) {}
 
   RestoreWeights weights;
   double weightSum;
-  SparseRows differences;
-  Band unit;
+  SparseRows differences, transposed;
 };
 
 // One matrix above the other, divided by a number each.
@@ -92,12 +89,13 @@ struct PairRestorer::Column {
     const RestoreWeights& known = common.weights;
     const SparseRows seen =
         stacked(first, std::sqrt(known.firstVariance), second, std::sqrt(known.secondVariance));
+    const SparseRows gram = SparseRows(seen.transpose()) * seen;
     const SparseRows& differences = common.differences;
-    const Eigen::VectorXd prior = lostDetail(seen, differences, common.weightSum) / known.roughness;
-    const Band normal = Band(seen.transpose() * seen) +
-                        Band(differences.transpose() * prior.asDiagonal() * differences) +
-                        unitPart * common.weightSum * common.unit;
-    factor = std::make_unique<Factor>(normal);
+    const Eigen::VectorXd prior = lostDetail(gram, differences, common.weightSum) / known.roughness;
+    const SparseRows rough = prior.asDiagonal() * differences;
+    factor = std::make_unique<Factor>();
+    factor->setShift(unitPart * common.weightSum);
+    factor->compute(Band(gram) + Band(common.transposed * rough));
     if (factor->info() != Eigen::Success)
       throw std::logic_error("the normal equations of a column have no Cholesky factor");
     transposed =

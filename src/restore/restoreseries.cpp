@@ -16,7 +16,7 @@ namespace mirel {
 
 namespace {
 
-constexpr int sampledPairs = 5;
+constexpr int sampledPairs = 3;
 
 // A series that is read: its voxels finite, its background taken off.
 class Source {

@@ -39,7 +39,7 @@ struct JoinReport {
 
 /// Joins `pairs` of volumes of `first` and `second` (PairRestorer) and writes the results to `out`,
 /// in their order: the header of the first series with its data type and scaling, or floats. The
-/// weights are measured (WeightMeasurement) in up to five of the pairs, spread evenly.
+/// weights are measured (WeightMeasurement) in up to three of the pairs, spread evenly.
 ///
 /// Memory, threads and errors are those of correctSeries, with about 200 bytes per voxel on top
 /// (PairRestorer). std::invalid_argument where there are no pairs.

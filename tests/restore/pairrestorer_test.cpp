@@ -151,7 +151,8 @@ TEST(PairRestorer, MeasuresWhatIsLeftByTheNoise) {
 TEST(LostDetail, IsMostHalfWayBetweenVoxelsAndNothingOnThem) {
   const SparseRows differences = secondDifferences(n);
   const auto lostAt = [&](double shift) {
-    return lostDetail(columnMatrix(edgePlaces(std::vector<double>(n, shift))), differences, 1.0)[9];
+    const SparseRows k = columnMatrix(edgePlaces(std::vector<double>(n, shift)));
+    return lostDetail(SparseRows(k.transpose()) * k, differences, 1.0)[9];
   };
   EXPECT_NEAR(lostAt(0), 0, 1e-3);
   EXPECT_NEAR(lostAt(1), 0, 1e-3);
