@@ -12,4 +12,17 @@ inline std::string joined(const std::vector<std::string>& texts, const char* bet
   return all;
 }
 
+/// Ascending numbers, consecutive ones as a range: "3 to 9, 12".
+template <typename Integer>
+std::string rangesOf(const std::vector<Integer>& numbers) {
+  std::vector<std::string> ranges;
+  for (std::size_t k = 0; k < numbers.size(); ++k) {
+    const Integer first = numbers[k];
+    while (k + 1 < numbers.size() && numbers[k + 1] == numbers[k] + 1) ++k;
+    ranges.push_back(std::to_string(first));
+    if (numbers[k] > first) ranges.back() += " to " + std::to_string(numbers[k]);
+  }
+  return joined(ranges);
+}
+
 }  // namespace mirel

@@ -32,6 +32,7 @@ struct Options {
   bool ssd = false, ncc = false, fast = false, noIc = false, ic = false, noMotion = false;
   bool uncertainty = false, headMask = false;
   bool modulate = false, noModulate = false, quiet = false, json = false, strict = false;
+  bool restore = false;
   bool noReport = false, noViewer = false;
   bool noAlign = false;
 };
@@ -68,6 +69,7 @@ void settle(Options& options) {
   job.results.headMask = options.headMask;
   if (options.modulate) job.estimate.modulation = Modulation::on;
   if (options.noModulate) job.estimate.modulation = Modulation::off;
+  job.joinSeries = options.restore;
   for (const std::string& file : options.runs) job.series.push_back({file, options.ofRuns});
 }
 
@@ -88,6 +90,16 @@ void checkPair(const CorrectPairOptions& job) {
     refuseTogether("--datain",
                    "--pe-a, --pe-b, --readout, --readout-b, --sidecar-a and --sidecar-b");
   }
+}
+
+/// Joining models signal that piles up, and so do the volumes that are left over.
+void checkRestore(const Options& options, bool search) {
+  if (!options.restore) return;
+  if (options.noModulate) refuseTogether("--restore", "--no-modulate");
+  if (!options.modulate && (search || options.estimator == nameOf(Estimator::search)))
+    refuseTogether("--restore", "the search without --modulate");
+  if (options.runs.size() < 2)
+    throw Error("--restore joins two diffusion series: give both, --apply RUN --apply RUN");
 }
 
 void checkEstimate(const Options& options) {
@@ -260,6 +272,11 @@ void addCorrectCommand(Command& app, Program& program) {
   command->add_flag("--float", options->job.seriesSettings.floatOutput,
                     "Write every RUN as 32-bit floats (default: its own data type and scaling,\n"
                     "rounded)");
+  command->add_flag("--restore", options->restore,
+                    "Join two diffusion series among the RUNs, of opposite directions and with\n"
+                    ".bval and .bvec beside them, into one, desc-restored: volumes of the same\n"
+                    "gradient give one image by least squares, which holds what either lost.\n"
+                    "Volumes without a partner are corrected alone, desc-preprocUnmatched");
   command->add_flag("--warp", options->job.seriesSettings.writeWarp,
                     "Also write the displacement field of every RUN for other programs,\n"
                     "RUN_from-orig_to-undistorted_mode-image_xfm.nii.gz (the pair's are always\n"
@@ -286,6 +303,7 @@ void addCorrectCommand(Command& app, Program& program) {
   command->callback([options, &program] {
     checkPair(options->job);
     checkEstimate(*options);
+    checkRestore(*options, hasSearchOptions(*options));
     program.action = [options, &program] { return runCorrect(*options, program); };
   });
 }

@@ -2,61 +2,21 @@
 
 #include <algorithm>
 #include <cmath>
-#include <condition_variable>
-#include <exception>
-#include <mutex>
 #include <numeric>
-#include <thread>
+#include <stdexcept>
 
 #include "base/dimensions.h"
 #include "base/error.h"
-#include "base/numbertext.h"
 #include "base/outputfile.h"
 #include "base/samefile.h"
+#include "field/inorder.h"
+#include "field/seriesparts.h"
 #include "nifti/finite.h"
 #include "nifti/image.h"
-#include "simd/valuekernels.h"
 
 namespace mirel {
 
 namespace {
-
-/// Sets voxels that are not finite to 0; their number.
-std::int64_t replaceNonFinite(Volume<float>& volume) {
-  std::int64_t replaced = 0;
-  float* values = volume.data();
-  if (allFinite(values, volume.size(), chosenVariant())) return replaced;
-  for (int n = 0; n < volume.size(); ++n)
-    if (!std::isfinite(values[n])) {
-      values[n] = 0;
-      ++replaced;
-    }
-  return replaced;
-}
-
-/// The average of volumes that come one after the other.
-class Mean {
- public:
-  Mean(glm::ivec3 dims, int wantedVolumes) : sum(dims, 0.0), wanted(wantedVolumes) {}
-
-  void add(const Volume<float>& volume) {
-    if (count == wanted) return;
-    addValues(sum.data(), volume.data(), sum.size(), chosenVariant());
-    ++count;
-  }
-
-  Volume<float> value() const {
-    Volume<float> mean(sum.dimensions(), 0.0f);
-    for (int n = 0; n < sum.size() && count > 0; ++n)
-      mean.data()[n] = static_cast<float>(sum.data()[n] / count);
-    return mean;
-  }
-
- private:
-  Volume<double> sum;
-  int wanted;
-  int count = 0;
-};
 
 int wantedForMean(int asked, int volumes) { return asked > 0 ? std::min(asked, volumes) : volumes; }
 
@@ -76,9 +36,7 @@ void checkInputs(const std::string& in, const nifti::Header& header, const Volum
   refuseOverwrite(out, in);
 }
 
-/// The work on one series. Each worker takes the next volume from the reader, corrects and
-/// encodes it, and waits for its turn to write: the number of volumes in memory is that of the
-/// workers.
+/// The work on one series.
 class Work {
  public:
   Work(nifti::Reader& from, nifti::Writer& to, const Corrector& how, const SeriesOptions& what)
@@ -86,21 +44,17 @@ class Work {
         writer(to),
         corrector(how),
         options(what),
-        volumes(from.header().volumes),
+        volumes(what.volumes.empty() ? from.header().volumes
+                                     : static_cast<int>(what.volumes.size())),
         before(from.header().dims, wantedForMean(what.meanVolumes, volumes)),
         after(before) {}
 
-  void run(int threads) {
-    std::vector<std::thread> helpers;
-    helpers.reserve(static_cast<std::size_t>(threads));
-    try {
-      for (int n = 1; n < threads; ++n) helpers.emplace_back([this] { serve(); });
-    } catch (const std::exception&) {
-      // The system gives no more threads, or no memory for them: those that run do the work.
-    }
-    serve();
-    for (std::thread& helper : helpers) helper.join();
-    if (failure) std::rethrow_exception(failure);
+  void run() {
+    inOrder<Buffers>(
+        volumes, options.threads,
+        [&](int t, Buffers& buffers) { reader.readVolume(volumeAt(t), buffers.in); },
+        [&](Buffers& buffers) { compute(buffers); },
+        [&](int t, const Buffers& buffers) { put(t, buffers); });
   }
 
   void report(SeriesReport& result) const {
@@ -121,21 +75,15 @@ class Work {
     std::int64_t nonFinite = 0;
   };
 
-  void serve() {
-    try {
-      Buffers buffers;
-      for (int t = take(buffers); t < volumes; t = take(buffers)) {
-        buffers.nonFinite = replaceNonFinite(buffers.in);
-        correct(buffers);
-        nifti::requireFinite(buffers.out, writer.fileName());
-        writer.encode(buffers.out, buffers.encoded);
-        if (!put(t, buffers)) return;
-      }
-    } catch (...) {
-      const std::lock_guard lock(writing);
-      if (!failure) failure = std::current_exception();
-      turn.notify_all();
-    }
+  int volumeAt(int t) const {
+    return options.volumes.empty() ? t : options.volumes[static_cast<std::size_t>(t)];
+  }
+
+  void compute(Buffers& buffers) const {
+    buffers.nonFinite = replaceNonFinite(buffers.in);
+    correct(buffers);
+    nifti::requireFinite(buffers.out, writer.fileName());
+    writer.encode(buffers.out, buffers.encoded);
   }
 
   void correct(Buffers& buffers) const {
@@ -147,28 +95,14 @@ class Work {
     buffers.out += background;
   }
 
-  /// Reads the next volume; its index, or the number of volumes when there are no more.
-  int take(Buffers& buffers) {
-    const std::lock_guard lock(reading);
-    if (next < volumes) reader.readVolume(next, buffers.in);
-    return next < volumes ? next++ : volumes;
-  }
-
-  /// False when another worker has failed.
-  bool put(int t, const Buffers& buffers) {
-    std::unique_lock lock(writing);
-    turn.wait(lock, [&] { return failure || written == t; });
-    if (failure) return false;
+  void put(int t, const Buffers& buffers) {
     nonFinite += buffers.nonFinite;
     clamped += static_cast<std::int64_t>(buffers.encoded.clamped.above);
     clampedBelow += static_cast<std::int64_t>(buffers.encoded.clamped.below);
     before.add(buffers.in);
     after.add(buffers.out);
     writer.write(buffers.encoded);
-    ++written;
-    turn.notify_all();
-    if (options.done) options.done(static_cast<double>(written) / volumes);
-    return true;
+    if (options.done) options.done(static_cast<double>(t + 1) / volumes);
   }
 
   nifti::Reader& reader;
@@ -177,71 +111,20 @@ class Work {
   const SeriesOptions& options;
   const int volumes;
 
-  std::mutex reading;
-  int next = 0;  // guarded by reading
-
-  std::mutex writing;  // guards all that follows
-  std::condition_variable turn;
-  int written = 0;
   std::int64_t nonFinite = 0;
   std::int64_t clamped = 0, clampedBelow = 0;
-  Mean before, after;
-  std::exception_ptr failure;
+  MeanOfVolumes before, after;
 };
-
-int chosenThreads(int asked, int volumes) {
-  const int cores = std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
-  return std::clamp(asked > 0 ? asked : cores, 1, volumes);
-}
-
-std::string nonFiniteSentence(const std::string& in, std::int64_t count) {
-  return in + " has " + std::to_string(count) +
-         (count == 1 ? " value that is NaN or infinite; it counts as 0"
-                     : " values that are NaN or infinite; they count as 0");
-}
 
 std::string foldedSentence(const std::string& in, std::int64_t count) {
   return "the map folds at " + std::to_string(count) + (count == 1 ? " voxel" : " voxels") +
          " of each volume of " + in + ": no signal belongs there, and 0 is written";
 }
 
-std::string clampedSentence(const std::string& in, std::int64_t count, nifti::DataType type,
-                            bool above) {
-  const bool one = count == 1;
-  const std::string verb = above ? (one ? "exceeds" : "exceed") : (one ? "falls" : "fall");
-  return std::to_string(count) + (one ? " voxel of " : " voxels of ") + in + ", corrected, " +
-         verb + (above ? " the largest value that " : " below the least value that ") +
-         nameOf(type) + " holds; that value is written (32-bit floats would hold " +
-         (one ? "it)" : "them)");
-}
-
-std::string roundingSentence(const std::string& in, const nifti::RoundingLoss& loss,
-                             nifti::DataType type) {
-  return in + " is computed with 32-bit floats, which do not hold all digits of its " +
-         nameOf(type) + " values: " + std::to_string(loss.values) +
-         (loss.values == 1 ? " is" : " are") + " rounded, by " + text("%.3g", loss.largest) +
-         " at most";
-}
-
-bool isUnsigned(nifti::DataType type) { return nameOf(type).starts_with("uint"); }
-
-// What the data type of the input, or that of the output, did to values.
-void tellOfTypes(const std::string& in, nifti::DataType typeRead, SeriesReport& report) {
-  const nifti::DataType written = report.header.type;
-  if (report.rounding.values > 0)
-    report.warnings.push_back(roundingSentence(in, report.rounding, typeRead));
-  if (report.clamped > 0)
-    report.warnings.push_back(clampedSentence(in, report.clamped, written, /*above=*/true));
-  if (report.clampedBelow == 0) return;
-  // Interpolation beside air falls a little below it: of types that begin with 0 that is ordinary.
-  (isUnsigned(written) ? report.notes : report.warnings)
-      .push_back(clampedSentence(in, report.clampedBelow, written, /*above=*/false));
-}
-
 Volume<float> meanOf(const std::string& in, const std::vector<int>& volumes,
                      std::int64_t* nonFinite) {
   nifti::Reader reader(in);
-  Mean mean(reader.header().dims, static_cast<int>(volumes.size()));
+  MeanOfVolumes mean(reader.header().dims, static_cast<int>(volumes.size()));
   Volume<float> volume;
   for (const int t : volumes) {
     reader.readVolume(t, volume);
@@ -265,20 +148,16 @@ SeriesReport correctSeries(const std::string& in, const Volume<float>& shift,
     report.header.slope = 1;
     report.header.inter = 0;
   }
+  if (!options.volumes.empty()) report.header.volumes = static_cast<int>(options.volumes.size());
   const Corrector corrector(shift, options.axis, options.modulation);
   nifti::Writer writer(out, report.header);
   Work work(reader, writer, corrector, options);
-  work.run(chosenThreads(options.threads, report.header.volumes));
+  work.run();
   work.report(report);
   report.folded = corrector.foldedVoxels();
-  if (report.nonFinite > 0) {
-    if (report.nonFinite == std::int64_t{shift.size()} * report.volumes)
-      throw Error(in, "holds no image: every value is NaN or infinite");
-    report.warnings.push_back(nonFiniteSentence(in, report.nonFinite));
-  }
+  tellOfValues(in, reader.header().type, report);
   if (report.folded > 0 && options.modulation == Modulation::on)
     report.warnings.push_back(foldedSentence(in, report.folded));
-  tellOfTypes(in, reader.header().type, report);
   writer.finish();
   return report;
 }

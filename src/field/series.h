@@ -23,6 +23,8 @@ struct SeriesOptions {
   bool floatOutput = false;
   /// 0: as many as there are cores. Never more than there are volumes.
   int threads = 0;
+  /// The volumes to correct, counted from 0, in the order in which they are written; empty: all.
+  std::vector<int> volumes;
   /// The means are formed from the first so many volumes; 0: from all.
   int meanVolumes = 0;
   /// Told after each volume, in order, from any thread but never from two at a time. What it
@@ -59,7 +61,7 @@ struct SeriesReport {
 /// Errors   Error, naming the file: see nifti::Reader and nifti::Writer; a map of other
 ///          dimensions or with voxels that are not finite; corrected values beyond the range of
 ///          32-bit floats; one voxel along the axis; `out` is
-///          `in`. Nothing is left behind then.
+///          `in`; std::out_of_range for a volume that there is not. Nothing is left behind then.
 SeriesReport correctSeries(const std::string& in, const Volume<float>& shift,
                            const SeriesOptions& options, const std::string& out);
 

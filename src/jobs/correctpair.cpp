@@ -1,12 +1,14 @@
 #include "jobs/correctpair.h"
 
+#include <glm/geometric.hpp>
+
 #include "base/numbertext.h"
 #include "bids/inheritance.h"
 #include "jobs/earlierresults.h"
 #include "jobs/pairoutputs.h"
 #include "jobs/recordjson.h"
 #include "jobs/reportfile.h"
-#include "jobs/seriescorrection.h"
+#include "jobs/seriesjoining.h"
 #include "jobs/sourcenames.h"
 #include "jobs/startingfield.h"
 #include "numerics/fft/fftw.h"
@@ -98,6 +100,16 @@ void addPlacesLeftOut(RunRecord& run, const PairInput& pair, const PairEstimate&
       "map continues what is around these places");
 }
 
+// The series are joined where their headers put them: what the head did in between is not known.
+void addMotionDoubt(RunRecord& run, const PairInput& pair, const PairEstimate& estimate) {
+  if (!estimate.motion) return;
+  run.warnings.push_back("the head moved between " + pair.a.title() + " and " + pair.b.title() +
+                         " (by " + text("%.2g", glm::length(estimate.motion->translationMm)) +
+                         " mm and " + text("%.2g", glm::length(estimate.motion->rotationDegrees)) +
+                         " degrees): if it did so between the series that are joined, too, the "
+                         "joined images are blurred, since their motion is not undone");
+}
+
 // How the estimate agrees with the field that it started from.
 void addAgreement(RunRecord& run, const PairInput& pair, const PairEstimate& estimate,
                   const std::string& field) {
@@ -152,12 +164,17 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
   if (!options.startingField.empty()) start = readStartingField(options.startingField, pair);
   pair.startIsPrior = options.startIsPrior;
   SeriesCorrection series(run.seriesSettings, folder);
-  for (const SeriesFile& file : options.series) {
-    SeriesInput input = readSeriesOf(pair, file);
+  std::vector<SeriesInput> inputSeries;
+  for (const SeriesFile& file : options.series) inputSeries.push_back(readSeriesOf(pair, file));
+  std::optional<SeriesJoining> joining;
+  if (options.joinSeries) joining.emplace(planJoining(inputSeries), run.seriesSettings, folder);
+  for (SeriesInput& input : inputSeries) {
     SeriesNames names = SeriesNames::inFolder(input, run.seriesSettings.writeWarp);
     series.add(std::move(input), std::move(names));
   }
-  const std::vector<std::string> inputs = allInputs(pair, start, series);
+  std::vector<std::string> inputs = allInputs(pair, start, series);
+  if (joining)
+    for (const std::string& file : joining->inputFiles()) inputs.push_back(file);
   using Description = SourceNames::Description;
   const Description description =
       mayDescribe(options.outputFolder, inputs) ? Description::written : Description::kept;
@@ -167,6 +184,7 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
   const EarlierResults earlier(folder, sources, others);
   const PairNames names = PairNames::of(pair, options.estimate, options.results);
   announceAll(pair, inputs, names, earlier, series, folder);
+  if (joining) joining->announce(inputs, resultInputsOf(pair), earlier);
   if (description == Description::written) folder.announce(bids::descriptionFile, inputs);
   std::optional<ReportFile> page;
   if (options.report) {
@@ -195,7 +213,12 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
     const Reference reference{
         {estimate.meanToCompare(), pair.a.header.affine(), "the corrected pair"},
         "the pair's directions are"};
-    series.run(distortionOf(pair, estimate), reference, sources, options.report, run, progress);
+    const Distortion distortion = distortionOf(pair, estimate);
+    if (joining) {
+      addMotionDoubt(run, pair, estimate);
+      joining->run(distortion, reference, sources, options.report, run, progress);
+    }
+    series.run(distortion, reference, sources, options.report, run, progress);
     if (description == Description::written)
       folder.writeText(bids::descriptionFile, datasetDescription(options.version, sources.links()));
     earlier.settle(resultInputsOf(pair), PairNames::fieldOf(pair, options.results), originOf(run),

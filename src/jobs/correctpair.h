@@ -23,6 +23,8 @@ struct CorrectPairOptions {
   EstimateSettings estimate;
   /// Further images of the session to correct.
   std::vector<SeriesFile> series;
+  /// Join two diffusion series of `series`, of opposite directions, into one (SeriesJoining).
+  bool joinSeries = false;
   /// Of the series; their modulation is that of the estimate's settings.
   SeriesSettings seriesSettings;
   PairResults results;
@@ -53,6 +55,7 @@ struct CorrectPairOptions {
 ///                                            displacement fields for programs that compose
 ///                                            transforms (writeWarpLps)
 ///   RUN_desc-preproc_SUFFIX                  every series: see SeriesCorrection
+///   sub-01_desc-restored_dwi                 two of them joined, with `joinSeries`: SeriesJoining
 ///   report.html                              the page of `report`: see ReportFile
 ///   dataset_description.json                 unless there is one, there or above (mayDescribe)
 ///

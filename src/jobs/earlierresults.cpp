@@ -26,12 +26,13 @@ struct Recorded {
 
 struct Record {
   std::vector<std::string> sources;
-  std::optional<Recorded> series;
-  std::vector<Recorded> others;  ///< the pair, the field or the map
+  std::optional<Recorded> series, partner;  ///< `partner` was joined with `series`
+  std::vector<Recorded> others;             ///< the pair, the field or the map
   Json mirel;
 
   std::vector<Recorded> inputs() const {
     std::vector<Recorded> all = others;
+    if (partner) all.insert(all.begin(), *partner);
     if (series) all.insert(all.begin(), *series);
     return all;
   }
@@ -55,6 +56,7 @@ std::optional<Record> readRecord(const std::string& file) try {
   if (const Json* sources = sidecar.json().find("Sources"))
     for (const Json& source : sources->list()) record.sources.push_back(source.string());
   if (const Json* series = mirel->find("Series")) record.series = recordedInput(*series);
+  if (const Json* partner = mirel->find("Partner")) record.partner = recordedInput(*partner);
   if (const Json* pair = mirel->find("Inputs"))
     for (const Json& input : pair->list()) record.others.push_back(recordedInput(input));
   for (const char* single : {"Field", "Map"})
@@ -123,9 +125,10 @@ class RunInputs {
 
 // The record without what differs between results of one run, and between names of one file.
 Json comparable(const Json& json) {
-  constexpr std::array<std::string_view, 7> left = {
-      "File",        "Sidecar",         "PhaseEncodingDirectionSource", "Warnings", "Series",
-      "FloatOutput", "DisplacementAxis"};
+  constexpr std::array<std::string_view, 9> left = {
+      "File",     "Sidecar",     "PhaseEncodingDirectionSource",
+      "Warnings", "Series",      "Partner",
+      "Joining",  "FloatOutput", "DisplacementAxis"};
   if (json.is_array()) {
     Json list = Json::array();
     for (const Json& element : json.list()) list.push_back(comparable(element));
@@ -147,7 +150,8 @@ std::string textOf(const Json& json) {
 
 bool isOfPair(const Record& record, RunInputs& pair) {
   std::vector<std::string> sources = record.sources;
-  if (record.series && !sources.empty()) sources.erase(sources.begin());
+  for (const bool isThere : {record.series.has_value(), record.partner.has_value()})
+    if (isThere && !sources.empty()) sources.erase(sources.begin());
   return pair.are(sources, record.others);
 }
 

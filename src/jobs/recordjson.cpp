@@ -1,6 +1,7 @@
 #include "jobs/recordjson.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "jobs/checksum.h"
 
@@ -108,9 +109,10 @@ std::vector<std::string> textsOf(const std::vector<Remark>& remarks) {
   return texts;
 }
 
-Json listOf(const std::vector<double>& numbers) {
+template <typename Number>
+Json listOf(const std::vector<Number>& numbers) {
   Json list = Json::array();
-  for (const double number : numbers) list.push_back(number);
+  for (const Number number : numbers) list.push_back(number);
   return list;
 }
 
@@ -184,6 +186,7 @@ Json seriesJson(const SeriesRecord& series) {
     addAcquisition(json, series.acquisition);
     json["FieldResampled"] = series.resampledField;
   }
+  if (!series.chosenVolumes.empty()) json["Volumes"] = listOf(series.chosenVolumes);
   if (series.background != 0) json["Background"] = series.background;
   if (series.signs)
     json["SignCheck"] = {{"Verdict", verdictName(series.signs->verdict)},
@@ -272,6 +275,10 @@ Json seriesSummary(const SeriesRecord& series) {
                {"direction", nameOf(acquisition.direction->value)},
                {"directionSource", acquisition.direction->sourceText()},
                {"fieldResampled", series.resampledField}};
+  if (!series.partner.empty()) {
+    json["joinedWith"] = series.partner.front().file;
+    json["residuals"] = listOf(series.joining.residuals);
+  }
   if (series.signs) json["signCheck"] = verdictName(series.signs->verdict);
   if (acquisition.readout) json["readout"] = readoutSummary(*acquisition.readout);
   if (series.alignment) json["alignment"] = alignmentSummary(*series.alignment);
@@ -313,6 +320,13 @@ Json originOf(const RunRecord& run, const Json& origin, const SeriesRecord& seri
   Json json = origin;
   json["Options"]["FloatOutput"] = run.seriesSettings.floatOutput;
   json["Series"] = seriesJson(series);
+  if (series.partner.empty()) return json;
+  json["Partner"] = seriesJson(series.partner.front());
+  const RestoreWeights& weights = series.joining.weights;
+  json["Joining"] = {
+      {"NoiseDeviation", {std::sqrt(weights.firstVariance), std::sqrt(weights.secondVariance)}},
+      {"Roughness", std::sqrt(weights.roughness)},
+      {"Residuals", listOf(series.joining.residuals)}};
   return json;
 }
 

@@ -42,6 +42,10 @@ std::string correctedName(const bids::Name& image, const std::string& detail) {
   return derivedName(image, (hasDescription(image) ? "undistorted" : description) + detail);
 }
 
+std::string restoredName(const bids::Name& first, const bids::Name& second) {
+  return derivedName(commonName(first, second), "restored");
+}
+
 std::string warpName(const bids::Name& image, const std::string& detail) {
   bids::Name warp;
   std::string front, label;

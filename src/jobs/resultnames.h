@@ -19,6 +19,10 @@ namespace mirel {
 /// sub-01_desc-denoisedUndistorted_bold.
 std::string correctedName(const bids::Name& image, const std::string& detail = {});
 
+/// sub-01_desc-restored_dwi of sub-01_dir-AP_dwi and sub-01_dir-PA_dwi: the entities that both
+/// have.
+std::string restoredName(const bids::Name& first, const bids::Name& second);
+
 /// sub-01_dir-AP_from-orig_to-undistorted_mode-image_xfm; a description of the image follows.
 std::string warpName(const bids::Name& image, const std::string& detail = {});
 

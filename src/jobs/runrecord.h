@@ -12,6 +12,7 @@
 #include "jobs/statedunit.h"
 #include "pair/pairestimate.h"
 #include "pair/pairinput.h"
+#include "restore/pairrestorer.h"
 
 namespace mirel {
 
@@ -26,20 +27,30 @@ struct SeriesSettings {
   int threads = 0;  ///< 0: as many as there are cores
 };
 
+/// What was found when two series were joined.
+struct JoiningRecord {
+  RestoreWeights weights;
+  std::vector<double> residuals;  ///< of each joined volume, by the noise (PairRestorer::restore)
+};
+
 /// What was found and done about one series.
 struct SeriesRecord {
   std::string file, output;
   FileStamp stamp;  ///< of the file before it was read
   bids::Acquisition acquisition;
   int volumes = 0;
-  double background = 0;        ///< that was not modulated (SeriesOptions::background)
-  bool resampledField = false;  ///< its grid is not that of the field
+  std::vector<int> chosenVolumes;  ///< where not all were corrected, counted from 0
+  double background = 0;           ///< that was not modulated (SeriesOptions::background)
+  bool resampledField = false;     ///< its grid is not that of the field
   /// The map that was applied, times what: -1 where it was turned round for the opposite
   /// direction, scaled where the readout times differ. Nothing with a field.
   std::optional<double> mapFactor;
   std::optional<SignCheck> signs;            ///< where there was an undistorted reference
   std::optional<AlignmentRecord> alignment;  ///< where it was looked for
   std::vector<Remark> warnings;
+  /// Of a series that was joined with another one: that one, without output.
+  std::vector<SeriesRecord> partner;
+  JoiningRecord joining;
 };
 
 /// The file that a run took the distortion from.

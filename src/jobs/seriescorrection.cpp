@@ -102,6 +102,7 @@ SeriesRecord recordOf(const SeriesInput& input, const std::string& output,
   record.stamp = input.stamp;
   record.acquisition = input.acquisition;
   record.volumes = corrected.volumes;
+  record.chosenVolumes = input.volumes;
   record.resampledField = !input.onGridOfField;
   if (!distortion.isField()) {
     const bool turned = input.acquisition.direction->value != distortion.gridShift().direction;
@@ -115,12 +116,37 @@ SeriesRecord recordOf(const SeriesInput& input, const std::string& output,
   return record;
 }
 
+// What a gradient file says about the volumes that are corrected.
+std::string gradientTextOf(const SeriesInput& input, const std::string& table) {
+  const bool directions = table.ends_with(".bvec");
+  nifti::GradientTable all;
+  if (directions)
+    all.directions = nifti::readDirections(table, input.header.volumes);
+  else
+    all.bValues = nifti::readBValues(table, input.header.volumes);
+  const nifti::GradientTable some = nifti::gradientsOf(all, input.volumes);
+  return directions ? nifti::formatDirections(some) : nifti::formatBValues(some);
+}
+
 }  // namespace
+
+void checkSigns(const SeriesInput& input, const Volume<float>& meanBefore,
+                const Volume<float>& shift, const Grid& place, Modulation modulation,
+                const Reference& reference, SeriesRecord& record, std::vector<Remark>& notes) {
+  const Volume<float> mean = withoutSpikes(meanBefore) - static_cast<float>(record.background);
+  const int axis = input.acquisition.direction->value.axis;
+  const auto through = [&](const Volume<float>& map) {
+    return correctVolume(mean, map, axis, modulation);
+  };
+  record.signs = compareSigns(through(shift), through(-shift), place.affine, reference.image);
+  judge(input, reference, record, notes);
+}
 
 SeriesNames SeriesNames::inFolder(const SeriesInput& input, bool withWarp) {
   const bids::Name name = bids::Name::of(input.file);
-  SeriesNames names = namesFrom(input, correctedName(name), imageEnd);
-  if (withWarp) names.warp = warpName(name);
+  const bool whole = input.volumes.empty();
+  SeriesNames names = namesFrom(input, correctedName(name, whole ? "" : "Unmatched"), imageEnd);
+  if (withWarp && whole) names.warp = warpName(name);
   return names;
 }
 
@@ -214,14 +240,8 @@ void SeriesCorrection::correctOne(const Planned& one, const Context& context) {
   notes.insert(notes.end(), input.notes.begin(), input.notes.end());
   for (const std::string& note : corrected.notes) notes.emplace_back(note);
   if (context.reference) {
-    const Volume<float> mean = withoutSpikes(corrected.meanBefore);
-    const auto through = [&](const Volume<float>& map) {
-      return correctVolume(mean - static_cast<float>(how.background), map, direction.axis,
-                           settings.modulation);
-    };
-    record.signs =
-        compareSigns(through(shift), through(-shift), place.affine, context.reference->image);
-    judge(input, *context.reference, record, notes);
+    checkSigns(input, corrected.meanBefore, shift, place, settings.modulation, *context.reference,
+               record, notes);
     if (alignment) tellOfAlignment(input, *context.reference, record, notes);
   }
   const Json origin = originOf(context.run, context.origin, record);
@@ -272,6 +292,7 @@ SeriesOptions SeriesCorrection::optionsFor(const SeriesInput& input) const {
   how.modulation = settings.modulation;
   how.floatOutput = settings.floatOutput;
   how.threads = settings.threads;
+  how.volumes = input.volumes;
   if (how.modulation == Modulation::on)
     how.background = addedBackground(withoutSpikes(nifti::Reader(input.file).readVolume(0)));
   return how;
@@ -291,7 +312,10 @@ void SeriesCorrection::writeRest(const Planned& one, const Json& origin, const C
                                                   fieldsAfterCorrection(one.input)));
   for (std::size_t n = 0; n < one.names.gradients.size(); ++n) {
     const FileStamp& table = one.input.gradientFiles[n];
-    folder.copy(table.fileName(), one.names.gradients[n]);
+    if (one.input.volumes.empty())
+      folder.copy(table.fileName(), one.names.gradients[n]);
+    else
+      folder.writeText(one.names.gradients[n], gradientTextOf(one.input, table.fileName()));
     table.requireUnchanged();
   }
 }

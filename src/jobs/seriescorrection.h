@@ -24,7 +24,8 @@ struct SeriesNames {
   std::string warp;                    ///< RUN_from-..._xfm, without extension; empty: none
   std::vector<std::string> gradients;  ///< parallel to SeriesInput::gradientFiles
 
-  /// For results in a folder.
+  /// For results in a folder. Of chosen volumes (SeriesInput::volumes), those that joining left
+  /// over, the image is RUN_desc-preprocUnmatched_SUFFIX, and there is no warp.
   static SeriesNames inFolder(const SeriesInput& input, bool withWarp);
   /// For one result of a name of its own, IMAGE.nii or IMAGE.nii.gz without its folder.
   static SeriesNames asImage(const SeriesInput& input, const std::string& image, bool withWarp);
@@ -36,6 +37,14 @@ struct Reference {
   /// What is wrong when a series' sign is not: "the pair's directions are".
   std::string otherwiseWrong;
 };
+
+/// Corrects the mean of a series as it came, `meanBefore`, with its map and with the negative,
+/// compares both with the reference, and takes down in `record` and `notes` what that says of the
+/// sign. `place` is the series' grid where the reference has its head. The record's background is
+/// set.
+void checkSigns(const SeriesInput& input, const Volume<float>& meanBefore,
+                const Volume<float>& shift, const Grid& place, Modulation modulation,
+                const Reference& reference, SeriesRecord& record, std::vector<Remark>& notes);
 
 /// The part of a run that corrects series, whatever the field is from.
 class SeriesCorrection {

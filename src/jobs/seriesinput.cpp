@@ -187,6 +187,21 @@ Json fieldsAfterCorrection(const SeriesInput& input) {
   return fields;
 }
 
+Json fieldsAfterJoining(const SeriesInput& first, const SeriesInput& second) {
+  constexpr const char* correction = "DistortionCorrection";
+  const Json one = fieldsAfterCorrection(first), other = fieldsAfterCorrection(second);
+  Json both = Json::object();
+  for (const auto& [name, value] : one.items())
+    if (const Json* same = other.find(name);
+        name != correction && same != nullptr && same->dump(0) == value.dump(0))
+      both[name] = value;
+  Json before = one.contains(correction) ? one.at(correction) : Json::object();
+  if (other.contains(correction))
+    before["FieldsBeforeOfPartner"] = other.at(correction).at("FieldsBefore");
+  if (!before.items().empty()) both[correction] = before;
+  return both;
+}
+
 Json distortionCorrection(const Json& fieldsBefore) {
   Json done = Json::object();
   done["Description"] = "What held of the image before; it does not hold of the corrected one";

@@ -27,6 +27,8 @@ struct SeriesInput {
   double mapScale = 1;
   /// .bvec and .bval beside it, if they are there, before they were read.
   std::vector<FileStamp> gradientFiles;
+  /// The volumes to correct, counted from 0; empty: all.
+  std::vector<int> volumes;
   std::vector<Remark> notes, warnings;
 };
 
@@ -65,6 +67,10 @@ std::vector<std::string> filesOf(const SeriesInput& input);
 /// nobody corrects it a second time by them. A field map (`_epi`) has its direction in both places:
 /// the standard requires it of every image of that name.
 Json fieldsAfterCorrection(const SeriesInput& input);
+
+/// The same of two series that were joined: the fields that are equal in both. Under
+/// "DistortionCorrection" those of the second one are its "FieldsBeforeOfPartner".
+Json fieldsAfterJoining(const SeriesInput& first, const SeriesInput& second);
 
 /// The value of "DistortionCorrection" in the sidecar of a corrected image, by which a second
 /// correction is noticed (bids::doubtsAboutSecondCorrection): the fields that held before.

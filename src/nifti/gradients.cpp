@@ -84,23 +84,6 @@ void requireThree(const Row& row, const std::string& fileName) {
                 "length nor lines of three numbers");
 }
 
-std::vector<glm::vec3> readDirections(const std::string& fileName, int volumes) {
-  const Rows rows = readRows(fileName);
-  std::vector<glm::vec3> directions;
-  if (isInColumns(rows, volumes)) {
-    for (std::size_t n = 0; n < rows[0].size(); n++)
-      directions.emplace_back(rows[0][n], rows[1][n], rows[2][n]);
-  } else {
-    for (const std::vector<float>& row : rows) {
-      requireThree(row, fileName);
-      directions.emplace_back(row[0], row[1], row[2]);
-    }
-  }
-  if (directions.size() != static_cast<std::size_t>(volumes))
-    throw Error(fileName + countText(directions.size(), "directions", volumes));
-  return directions;
-}
-
 /// Numbers on one line, in the stream's default 6 digits.
 template <typename Range, typename Get>
 void printLine(std::ostream& os, const Range& range, const Get& get) {
@@ -147,6 +130,33 @@ void checkGradientCount(const std::string& fileName, int volumes) {
   }
   if (count != static_cast<std::size_t>(volumes))
     throw Error(fileName + countText(count, areDirections ? "directions" : "b-values", volumes));
+}
+
+std::vector<glm::vec3> readDirections(const std::string& fileName, int volumes) {
+  const Rows rows = readRows(fileName);
+  std::vector<glm::vec3> directions;
+  if (isInColumns(rows, volumes)) {
+    for (std::size_t n = 0; n < rows[0].size(); n++)
+      directions.emplace_back(rows[0][n], rows[1][n], rows[2][n]);
+  } else {
+    for (const std::vector<float>& row : rows) {
+      requireThree(row, fileName);
+      directions.emplace_back(row[0], row[1], row[2]);
+    }
+  }
+  if (directions.size() != static_cast<std::size_t>(volumes))
+    throw Error(fileName + countText(directions.size(), "directions", volumes));
+  return directions;
+}
+
+GradientTable gradientsOf(const GradientTable& table, const std::vector<int>& volumes) {
+  GradientTable some;
+  for (const int t : volumes) {
+    const auto at = static_cast<std::size_t>(t);
+    if (!table.bValues.empty()) some.bValues.push_back(table.bValues[at]);
+    if (!table.directions.empty()) some.directions.push_back(table.directions[at]);
+  }
+  return some;
 }
 
 GradientTable readGradients(const std::string& bvecFile, const std::string& bvalFile, int volumes) {

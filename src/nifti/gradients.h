@@ -28,6 +28,12 @@ struct GradientTable {
 /// volumes than `volumes`. For three volumes a 3 x 3 .bvec is read as three lines x, y, z.
 GradientTable readGradients(const std::string& bvecFile, const std::string& bvalFile, int volumes);
 
+/// The directions of a .bvec file, one per volume. Errors: as above.
+std::vector<glm::vec3> readDirections(const std::string& bvecFile, int volumes);
+
+/// The entries of some volumes of a table, of which either part may be empty.
+GradientTable gradientsOf(const GradientTable& table, const std::vector<int>& volumes);
+
 /// The file of the image's name with `ending`, ".bval" or ".bvec", beside the image or, if there is
 /// none and the image is a link, beside what it leads to; empty when there is none either.
 std::string gradientFileOf(const std::string& imageFile, const std::string& ending);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/joined.h"
 #include "base/numbertext.h"
 #include "bids/phaseencoding.h"
 #include "numerics/statistics.h"
@@ -65,18 +66,6 @@ void judgeSize(double found, double doubtful, double largest, const std::string&
                   " beyond noise, where those of one head differ by " + percent(doubtful) +
                   " at most (one may be mirrored, turned or of something else)" +
                   (grave ? untrusted : ""));
-}
-
-// Slices counted from 0: "3 to 9, 12".
-std::string rangesOf(const std::vector<std::size_t>& slices) {
-  std::string result;
-  for (std::size_t k = 0; k < slices.size(); ++k) {
-    const std::size_t first = slices[k];
-    while (k + 1 < slices.size() && slices[k + 1] == slices[k] + 1) ++k;
-    result += (result.empty() ? "" : ", ") + std::to_string(first);
-    if (slices[k] > first) result += " to " + std::to_string(slices[k]);
-  }
-  return result;
 }
 
 // Slices whose residual is too large and far out of those of the others (beyond the outer fence of

@@ -61,6 +61,21 @@ TEST_F(Series, EachVolumeAsIfItWereAlone) {
     }
 }
 
+TEST_F(Series, OnlyTheVolumesAskedForInTheirOrder) {
+  const std::string in = write("in.nii.gz");
+  SeriesOptions options;
+  options.volumes = {3, 0};
+  EXPECT_EQ(correct(in, options).volumes, 2);
+  nifti::Reader out(folder.file("out.nii.gz"));
+  ASSERT_EQ(out.header().volumes, 2);
+  for (const int t : {0, 1})
+    EXPECT_TRUE(out.readVolume(t) ==
+                correctVolume(smoothImage(dims, t == 0 ? 3 : 0), shift, 1, Modulation::off));
+  options.volumes = {5};
+  EXPECT_THROW(correct(in, options, "other.nii"), std::out_of_range);
+  EXPECT_FALSE(std::filesystem::exists(folder.file("other.nii")));
+}
+
 TEST_F(Series, AThreeDimensionalImageIsASeriesOfOne) {
   header.volumes = 1;
   correct(write("in.nii"));
