@@ -42,6 +42,10 @@ constexpr RatioModel shading{2, false}, contrast{0, true}, shadingAndContrast{2,
 // much it has to lower the residuals' variance; and by how much more than contrast alone where
 // there is contrast, or both parts than one.
 constexpr double leastSpread = 0.0175, leastGain = 1.25, leastGainBesideOther = 2.0;
+// A ratio that is there varies by half as much as in the end after two steps, and by this part of
+// what it has to at the very least.
+constexpr int firstRatioSteps = 2;
+constexpr double leastFirstSpread = leastSpread / 3.0;
 constexpr double placeMm = 12.0;
 constexpr double solverTolerance = 0.2;
 constexpr int mostSolverIterations = 60;
@@ -239,7 +243,9 @@ void Estimation::runLevel(int level, Head mode) {
     const RatioEvidence evidence = finest ? RatioEvidence::kept : RatioEvidence::updated;
     if (!last) fit.updateStatistics(student ? NoiseTails::student : NoiseTails::normal, evidence);
     report(level, i, step, fit.statistics());
-    if (settled) break;
+    // A ratio at half the resolution without motion is one that may yet be taken (`withRatio`).
+    const bool inQuestion = ratioFit && level == 1 && !moving && i + 1 == firstRatioSteps;
+    if (settled || (inQuestion && fit.ratioSpread() < leastFirstSpread)) break;
   }
   // Of a head that moved the misfit is also that of its motion.
   if (finest && mode == Head::still) standingOut = fit.placesOver(places(0));
