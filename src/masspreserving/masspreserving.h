@@ -22,7 +22,7 @@ struct MassPreservingOptions {
   bool uncertainty = false;
   /// Gauss-Newton steps per resolution at most.
   int coarseIterations = 10;
-  int finestIterations = 8;
+  int finestIterations = 6;
 };
 
 /// State after a Gauss-Newton step.
