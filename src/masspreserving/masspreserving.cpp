@@ -99,6 +99,10 @@ class Estimation {
   RatioBasis<float> ratioBasis(int level) const;
   CoarseGrid nodesOver(int level, double cells) const;
   CoarseGrid places(int level) const;
+  Volume<float> trustOf(const State& state, int level) const {
+    return state.trust.isWhole() ? Volume<float>()
+                                 : state.trust.at(places(level), gridOf(level).voxels);
+  }
   bool fitAll();
   // Whether the places are those that the fit was made with, or none stands out.
   bool isLastFit() const { return standingOut.isWhole() || !now.trust.isWhole(); }
@@ -106,6 +110,7 @@ class Estimation {
     return glm::dvec3(gridOf(level).factor) / glm::dvec3(levels.front().voxels);
   }
   bool findMotion(const State& still);
+  MotionEvidence firstEvidence(const State& still);
   bool headMoved(const State& plain);
   Volume<float> seenByFirst(const Volume<float>& halfWay) const;
   void finishDeviation();
@@ -218,10 +223,8 @@ void Estimation::runLevel(int level, Head mode) {
   }
   std::optional<RatioFit<float>> ratioFit;
   if (!now.model.isNone()) ratioFit.emplace(ratioBasis(level), now.ratio);
-  LevelFit fit(
-      model, gridOf(level).voxelMm, std::move(now.b), now.statistics,
-      ratioFit ? &*ratioFit : nullptr,
-      now.trust.isWhole() ? Volume<float>() : now.trust.at(places(level), gridOf(level).voxels));
+  LevelFit fit(model, gridOf(level).voxelMm, std::move(now.b), now.statistics,
+               ratioFit ? &*ratioFit : nullptr, trustOf(now, level));
   const int coarse =
       moving ? std::min(options.coarseIterations, mostMovingIterations) : options.coarseIterations;
   const int iterations = finest ? options.finestIterations : coarse;
@@ -297,14 +300,30 @@ Volume<float> Estimation::seenByFirst(const Volume<float>& halfWay) const {
 // Fits the coarse resolutions again with a moving head, and keeps that if the head moved since
 // `still`.
 bool Estimation::findMotion(const State& still) {
-  fitCoarse(Head::moving);
   const Images& pair = imagesOf(1);
+  const glm::dvec3 mm = levels.front().voxelMm;
+  const double shortest = std::min({mm.x, mm.y, mm.z});
+  motionEvidence = firstEvidence(still);
+  if (!motionEvidence.mayBeMotion(shortest)) return false;
+  fitCoarse(Head::moving);
   motionEvidence = MotionEvidence(pair.first, pair.second, now.b, now.head, placeOfLevel(1));
   motionEvidence.varianceRatio = still.statistics.noise.variance / now.statistics.noise.variance;
-  const glm::dvec3 mm = levels.front().voxelMm;
-  if (motionEvidence.isMotion(std::min({mm.x, mm.y, mm.z}))) return true;
+  if (motionEvidence.isMotion(shortest)) return true;
   now = still;
   return false;
+}
+
+// What one step of the motion from `still` tells.
+MotionEvidence Estimation::firstEvidence(const State& still) {
+  const Images& pair = imagesOf(1);
+  const MassModel<float> model(pair.first, pair.second);
+  std::optional<RatioFit<float>> ratioFit;
+  if (!still.model.isNone()) ratioFit.emplace(ratioBasis(1), still.ratio);
+  LevelFit fit(model, gridOf(1).voxelMm, still.b, still.statistics, ratioFit ? &*ratioFit : nullptr,
+               trustOf(still, 1));
+  const HeadMotion head = firstMotion(fit, pair.first, pair.second, placeOfLevel(1),
+                                      solverTolerance, mostSolverIterations);
+  return {pair.first, pair.second, fit.displacement(), head, placeOfLevel(1)};
 }
 
 // Whether the head moved, by the fit without motion that was made last and, where that has a ratio
