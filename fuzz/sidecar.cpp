@@ -23,10 +23,10 @@ void askAll(const bids::Sidecar& sidecar, const std::string& image) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const fuzz::MemoryFolder folder;
+  static const std::string description = folder.put("dataset_description.json", "{}");
+  static const std::string image = folder.put("sub-1/sub-1_task-rest_bold.nii", "");
   const auto sections = fuzz::sectionsOf({reinterpret_cast<const char*>(data), size}, 2);
-  folder.put("dataset_description.json", "{}");
   folder.put("bold.json", sections[0]);
-  const std::string image = folder.put("sub-1/sub-1_task-rest_bold.nii", "");
   folder.put("sub-1/sub-1_task-rest_bold.json", sections[1]);
   fuzz::answers([&] {
     if (const auto sidecar = bids::findSidecar(image)) askAll(*sidecar, image);

@@ -284,6 +284,7 @@ std::string CommandLine::unknownOption(const std::vector<std::string>& words) co
 }
 
 CommandLine::Outcome CommandLine::parse(int argc, char** argv) {
+  reason.clear();
   std::vector<std::string> words(argv + 1, argv + argc);
   if (const auto at = commandIn(words); at != words.end() && *at == "help")
     words = at + 1 == words.end() ? std::vector<std::string>{"--help"}

@@ -122,7 +122,7 @@ class CommandLine {
     refused,     ///< the reason is on standard error
   };
   /// "help" and "help COMMAND" mean --help and COMMAND --help. A command or an option that there is
-  /// not is named, with the one that may have been meant.
+  /// not is named, with the one that may have been meant. Another line may be parsed afterwards.
   Outcome parse(int argc, char** argv);
   /// Tells why the line is not a usage.
   Outcome refuse(const std::string& sentence);

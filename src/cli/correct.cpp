@@ -28,9 +28,9 @@ struct Options {
   int volumeB = -1;  // below 0: that of A
   int mean = 0;
   int meanB = 0;  // 0: as for A
-  std::string estimator, anatomy;
+  std::string estimator, anatomy, priorField;
   bool ssd = false, ncc = false, fast = false, noIc = false, ic = false, noMotion = false;
-  bool uncertainty = false;
+  bool uncertainty = false, headMask = false;
   bool modulate = false, noModulate = false, quiet = false, json = false, strict = false;
   bool noReport = false, noViewer = false;
 };
@@ -61,6 +61,9 @@ void settle(Options& options) {
     job.estimate.estimator = Estimator::search;
   job.estimate.motion = !options.noMotion;
   job.estimate.uncertainty = options.uncertainty;
+  job.startIsPrior = !options.priorField.empty();
+  if (job.startIsPrior) job.startingField = options.priorField;
+  job.results.headMask = options.headMask;
   if (options.modulate) job.estimate.modulation = Modulation::on;
   if (options.noModulate) job.estimate.modulation = Modulation::off;
   for (const std::string& file : options.runs) job.series.push_back({file, options.ofRuns});
@@ -83,6 +86,24 @@ void checkPair(const CorrectPairOptions& job) {
     refuseTogether("--datain",
                    "--pe-a, --pe-b, --readout, --readout-b, --sidecar-a and --sidecar-b");
   }
+}
+
+void checkEstimate(const Options& options) {
+  if (!options.priorField.empty() && !options.job.startingField.empty())
+    refuseTogether("--prior-field", "--initial-field");
+  const bool search = hasSearchOptions(options);
+  if (options.estimator == nameOf(Estimator::massPreserving) && search)
+    refuseTogether("--estimator mass-preserving",
+                   "--ssd, --ncc, --ic, --no-ic and --fast, which are of the search");
+  if (!search && options.estimator != nameOf(Estimator::search)) return;
+  if (options.noMotion) refuseTogether("--no-motion", "the search, which knows no motion");
+  if (options.uncertainty) refuseTogether("--uncertainty", "the search, which does not know it");
+  if (!options.job.maskFile.empty())
+    refuseTogether("--mask", "the search, which takes all voxels alike");
+  if (!options.priorField.empty())
+    refuseTogether("--prior-field", "the search, which has no prior");
+  if (!options.job.startingField.empty())
+    refuseTogether("--initial-field", "the search, which has a start of its own");
 }
 
 void addImageOptions(Command* command, Options& options) {
@@ -169,6 +190,24 @@ void addEstimateOptions(Command* command, Options& options) {
   command->add_flag("--uncertainty", options.uncertainty,
                     "Also write the standard deviation of the field in Hz, given the images:\n"
                     "desc-uncertainty_fieldmap (takes two to three times as long)");
+  command
+      ->add_option("--mask", options.job.maskFile,
+                   "Image of 0 to 1 on the grid of A, drawn on corrected images: how much each\n"
+                   "voxel counts in the estimate and in all figures. Where it is 0 the field\n"
+                   "continues what is around")
+      ->type_name("FILE");
+  command
+      ->add_option("--initial-field", options.job.startingField,
+                   "Field in Hz, on any grid, that the estimate starts from in place of its own\n"
+                   "start")
+      ->type_name("FILE");
+  command
+      ->add_option("--prior-field", options.priorField,
+                   "The same, and what is most likely beforehand: a measured field, from which\n"
+                   "the estimate departs as far and as roughly as the images ask")
+      ->type_name("FILE");
+  command->add_flag("--head-mask", options.headMask,
+                    "Also write where the head is in the corrected mean: desc-head_mask");
   Option* ssd = command->add_flag("--ssd", options.ssd, "Search by the sum of squared differences");
   command
       ->add_flag("--ncc", options.ncc,
@@ -240,14 +279,7 @@ void addCorrectCommand(Command& app, Program& program) {
                     "Print a summary as JSON instead of the names of the files written");
   command->callback([options, &program] {
     checkPair(options->job);
-    const bool search = hasSearchOptions(*options);
-    if (options->estimator == nameOf(Estimator::massPreserving) && search)
-      refuseTogether("--estimator mass-preserving",
-                     "--ssd, --ncc, --ic, --no-ic and --fast, which are of the search");
-    if (options->noMotion && (search || options->estimator == nameOf(Estimator::search)))
-      refuseTogether("--no-motion", "the search, which knows no motion");
-    if (options->uncertainty && (search || options->estimator == nameOf(Estimator::search)))
-      refuseTogether("--uncertainty", "the search, which does not know it");
+    checkEstimate(*options);
     program.action = [options, &program] { return runCorrect(*options, program); };
   });
 }

@@ -156,7 +156,8 @@ class SubjectRun {
     options.a.volume = first.volume;
     options.b.file = second.file;
     options.b.volume = second.volume;
-    options.results = {field.correctsPair, field.label};
+    options.results.corrected = field.correctsPair;
+    options.results.label = field.label;
     options.outputFolder = folder;
     const std::unique_ptr<RunReport> report = settings.report ? settings.report() : nullptr;
     options.report = report.get();

@@ -42,9 +42,7 @@ DistortionFile readSource(const ApplyFieldOptions& options, RunRecord& run) {
   const bool asMap = !options.mapFile.empty();
   DistortionFile file = readDistortionFile(asMap ? options.mapFile : options.fieldFile,
                                            asMap ? TakenFor::map : TakenFor::field, options.unit);
-  run.source = SourceRecord{file.isField() ? SourceRecord::Kind::field : SourceRecord::Kind::map,
-                            file.stamp, file.file, file.unit,
-                            file.sidecar ? file.sidecar->stamps() : std::vector<FileStamp>{}};
+  run.source = recordOf(file);
   return file;
 }
 

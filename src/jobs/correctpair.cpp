@@ -8,12 +8,17 @@
 #include "jobs/reportfile.h"
 #include "jobs/seriescorrection.h"
 #include "jobs/sourcenames.h"
+#include "jobs/startingfield.h"
 #include "numerics/fft/fftw.h"
+#include "pair/pairmask.h"
 #include "pair/tablepair.h"
 
 namespace mirel {
 
 namespace {
+
+constexpr double leastCorrelation = 0.5;  // of two fields of one head
+constexpr double mostZeros = 0.05;        // in the head, of a field that was not masked
 
 std::vector<std::string> filesOf(const PairInput& pair) {
   std::vector<std::string> files;
@@ -25,15 +30,20 @@ std::vector<std::string> filesOf(const PairInput& pair) {
   return files;
 }
 
-std::vector<std::string> allInputs(const PairInput& pair, const SeriesCorrection& series) {
+std::vector<std::string> allInputs(const PairInput& pair,
+                                   const std::optional<DistortionFile>& start,
+                                   const SeriesCorrection& series) {
   std::vector<std::string> inputs = filesOf(pair);
+  if (pair.mask) inputs.push_back(pair.mask->stamp.fileName());
+  if (start)
+    for (const std::string& file : start->files()) inputs.push_back(file);
   for (const std::string& file : series.inputFiles()) inputs.push_back(file);
   return inputs;
 }
 
-void announceAll(const PairInput& pair, const PairNames& names, const EarlierResults& earlier,
-                 SeriesCorrection& series, OutputFolder& folder) {
-  const std::vector<std::string> inputs = allInputs(pair, series);
+void announceAll(const PairInput& pair, const std::vector<std::string>& inputs,
+                 const PairNames& names, const EarlierResults& earlier, SeriesCorrection& series,
+                 OutputFolder& folder) {
   const std::vector<ResultInput> madeOf = resultInputsOf(pair);
   for (const std::string& name : names.all()) {
     for (const std::string& file : filesNamed(name)) folder.announce(file, inputs);
@@ -88,6 +98,28 @@ void addPlacesLeftOut(RunRecord& run, const PairInput& pair, const PairEstimate&
       "map continues what is around these places");
 }
 
+// How the estimate agrees with the field that it started from.
+void addAgreement(RunRecord& run, const PairInput& pair, const PairEstimate& estimate,
+                  const std::string& field) {
+  if (!estimate.withStart) return;
+  const StartAgreement& with = *estimate.withStart;
+  const std::string correlated = "(correlation " + text("%.2f", with.correlation) + ")";
+  const double median = pair.a.direction().sign * with.median / *pair.readoutSeconds;
+  run.notes.push_back("the field of the pair less that of " + field + " is " +
+                      text("%.3g", median) + " Hz in the median, and within " +
+                      text("%.3g", with.halfWidthOf95 / *pair.readoutSeconds) +
+                      " Hz of that in 95 % of the head " + correlated);
+  if (pair.startIsPrior && with.shareOfZeros > mostZeros)
+    run.warnings.push_back(field + " is 0 in " + text("%.2g", 100 * with.shareOfZeros) +
+                           " % of the head: if it was masked, the field of the pair has its edges "
+                           "now; one that goes on outside of the brain is better");
+  if (with.correlation >= leastCorrelation) return;
+  run.warnings.push_back(
+      field + " does not show the field that the pair has " + correlated + ": it may " +
+      (with.correlation < -leastCorrelation ? "have the opposite sign"
+                                            : "be of another head or session, or in other units"));
+}
+
 void addRemarks(RunRecord& run, const PairInput& pair, const PairEstimate& estimate) {
   run.notes = pair.notes;
   run.warnings.insert(run.warnings.begin(), pair.warnings.begin(), pair.warnings.end());
@@ -114,14 +146,18 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
   run.seriesSettings.modulation = options.estimate.usedModulation();
   OutputFolder folder(options.outputFolder);
   progress.at(Stage::reading, 0.0);
-  const PairInput pair = readPairOf(options);
+  PairInput pair = readPairOf(options);
+  if (!options.maskFile.empty()) readMask(options.maskFile, pair);
+  std::optional<DistortionFile> start;
+  if (!options.startingField.empty()) start = readStartingField(options.startingField, pair);
+  pair.startIsPrior = options.startIsPrior;
   SeriesCorrection series(run.seriesSettings, folder);
   for (const SeriesFile& file : options.series) {
     SeriesInput input = readSeriesOf(pair, file);
     SeriesNames names = SeriesNames::inFolder(input, run.seriesSettings.writeWarp);
     series.add(std::move(input), std::move(names));
   }
-  const std::vector<std::string> inputs = allInputs(pair, series);
+  const std::vector<std::string> inputs = allInputs(pair, start, series);
   using Description = SourceNames::Description;
   const Description description =
       mayDescribe(options.outputFolder, inputs) ? Description::written : Description::kept;
@@ -130,7 +166,7 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
       options.overwrite ? EarlierResults::Others::replaced : EarlierResults::Others::kept;
   const EarlierResults earlier(folder, sources, others);
   const PairNames names = PairNames::of(pair, options.estimate, options.results);
-  announceAll(pair, names, earlier, series, folder);
+  announceAll(pair, inputs, names, earlier, series, folder);
   if (description == Description::written) folder.announce(bids::descriptionFile, inputs);
   std::optional<ReportFile> page;
   if (options.report) {
@@ -145,9 +181,13 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
 
   const PairEstimate estimate = estimatePairMap(pair, options.estimate, progress);
   addRemarks(run, pair, estimate);
+  addAgreement(run, pair, estimate, options.startingField);
   // The record keeps what is known without the voxels.
   // NOLINTNEXTLINE(cppcoreguidelines-slicing)
   run.pair = PairRecord{pair.a, pair.b, options.estimate, estimate};
+  if (pair.mask) run.pair->mask = pair.mask->stamp;
+  if (start) run.pair->start = recordOf(*start);
+  run.pair->startIsPrior = pair.startIsPrior;
   progress.at(Stage::writing, 0.0);
   run.outputs = folder.write([&] {
     writePair(names, pair, estimate, run, sources, folder, progress);

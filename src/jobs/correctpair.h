@@ -15,6 +15,11 @@ struct CorrectPairOptions {
   ImageOptions a, b;
   /// A table that tells directions and readout times of both (pairByTable); may be empty.
   std::string acquisitionTable;
+  /// Of the mass-preserving estimate: an image of weights on the pair's grid (readMask), and a
+  /// field in Hz to start from (readStartingField). Each may be empty.
+  std::string maskFile, startingField;
+  /// The field is what is most likely, too: the estimate departs from it as the images ask.
+  bool startIsPrior = false;
   EstimateSettings estimate;
   /// Further images of the session to correct.
   std::vector<SeriesFile> series;
@@ -41,6 +46,8 @@ struct CorrectPairOptions {
 ///   sub-01_dir-AP_desc-mm_vdm                the same in mm
 ///   sub-01_desc-uncertainty_fieldmap         the field's standard deviation in Hz, with the
 ///                                            settings' uncertainty
+///   sub-01_desc-head_mask                    the head of the mean, with its cavities: 1 inside, 0
+///                                            outside, where the results ask for it
 ///   sub-01_dir-AP_from-orig_to-undistorted_mode-image_xfm
 ///   sub-01_dir-PA_from-orig_to-undistorted_mode-image_xfm
 ///                                            displacement fields for programs that compose
@@ -56,9 +63,9 @@ struct CorrectPairOptions {
 /// with the readout time T, and I(y - f T) for "j-".
 ///
 /// Errors  one sentence with the file and the fault; nothing was written. Besides those of
-///         readPair, readSeriesOf and estimatePairMap: an output folder that cannot be made or
-///         written to, an output that would overwrite an input, or a result of other inputs unless
-///         `overwrite` says so; a full disk; what `progress` throws.
+///         readPair, readMask, readStartingField, readSeriesOf and estimatePairMap: an output
+///         folder that cannot be made or written to, an output that would overwrite an input, or a
+///         result of other inputs unless `overwrite` says so; a full disk; what `progress` throws.
 RunRecord correctPair(const CorrectPairOptions& options, Progress& progress);
 
 }  // namespace mirel

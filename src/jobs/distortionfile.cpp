@@ -176,6 +176,11 @@ DistortionFile readDistortionFile(const std::string& fileName, TakenFor takenFor
   return file;
 }
 
+SourceRecord recordOf(const DistortionFile& file) {
+  return {file.isField() ? SourceRecord::Kind::field : SourceRecord::Kind::map, file.stamp,
+          file.file, file.unit, file.sidecar ? file.sidecar->stamps() : std::vector<FileStamp>{}};
+}
+
 FieldHz fieldOf(DistortionFile file) {
   FieldHz field{std::move(file.values), file.header->affine(), file.file, file.nonFinite,
                 hasOrientation(*file.header)};

@@ -8,6 +8,7 @@
 #include "base/advice.h"
 #include "bids/sidecar.h"
 #include "field/fieldhz.h"
+#include "jobs/runrecord.h"
 #include "jobs/statedunit.h"
 #include "nifti/header.h"
 
@@ -44,6 +45,9 @@ enum class TakenFor { field, map };
 ///         that was given as a map.
 DistortionFile readDistortionFile(const std::string& fileName, TakenFor takenFor,
                                   std::optional<bids::Unit> given = {});
+
+/// What a run records of it.
+SourceRecord recordOf(const DistortionFile& file);
 
 /// The field in Hz of a file that holds one.
 FieldHz fieldOf(DistortionFile file);

@@ -8,13 +8,14 @@
 #include "nifti/finite.h"
 #include "nifti/image.h"
 #include "nifti/orientation.h"
+#include "picture/headmask.h"
 
 namespace mirel {
 
 namespace {
 
 constexpr const char* imageEnd = ".nii.gz";
-constexpr const char* uncertaintyLabel = "uncertainty";
+constexpr const char *uncertaintyLabel = "uncertainty", *headLabel = "head";
 
 // Which volumes of several an image was made of.
 std::string detailOf(const InputImage& image) {
@@ -80,6 +81,16 @@ class PairWriter {
     sidecar(name, description, units, moreFields);
   }
 
+  /// Of 0 and 1.
+  void mask(const std::string& name, const Volume<float>& volume, const std::string& description) {
+    nifti::Header bytes = header;
+    bytes.type = nifti::DataType::uint8;
+    nifti::Writer writer(folder.path(name + imageEnd), bytes);
+    writer.write(volume);
+    writer.finish();
+    sidecar(name, description, {}, {{"Type", "ROI"}});
+  }
+
   void warp(const std::string& name, const Volume<float>& shift, const std::string& source,
             const RigidMotion& motion) {
     writeWarpLps(shift, header, pair.axis(), folder.path(name + imageEnd), motion);
@@ -118,6 +129,7 @@ PairNames PairNames::of(const PairInput& pair, const EstimateSettings& settings,
     names.deviation = pair.readoutSeconds
                           ? pairResultName(a, b, "fieldmap", wanted.label, uncertaintyLabel)
                           : displacementName(a, uncertaintyLabel, wanted.label + ofA);
+  if (wanted.headMask) names.headMask = pairResultName(a, b, "mask", wanted.label, headLabel);
   if (!wanted.corrected) return names;
   names.correctedA = correctedName(a, ofA);
   names.correctedB = correctedName(b, ofB);
@@ -138,8 +150,8 @@ std::string PairNames::reportStemOf(const PairInput& pair) {
 
 std::vector<std::string> PairNames::all() const {
   std::vector<std::string> result;
-  for (const std::string* name :
-       {&correctedA, &correctedB, &mean, &voxels, &mm, &field, &deviation, &warpA, &warpB})
+  for (const std::string* name : {&correctedA, &correctedB, &mean, &voxels, &mm, &field, &deviation,
+                                  &headMask, &warpA, &warpB})
     if (!name->empty()) result.push_back(*name);
   return result;
 }
@@ -197,6 +209,9 @@ void writePair(const PairNames& names, const PairInput& pair, const PairEstimate
                      " given the images, by the model of the estimate",
                  pair.readoutSeconds ? "Hz" : "voxels");
   }
+  if (!names.headMask.empty())
+    writer.mask(names.headMask, picture::headMask(estimate.meanToCompare()),
+                "The head in the mean of the pair, with its cavities: 1 inside, 0 outside");
   if (names.warpA.empty()) return;
   writer.warp(names.warpA, estimate.shift, pair.a.title(), {});
   writer.warp(names.warpB, estimate.shift * -1.0f, pair.b.title(),

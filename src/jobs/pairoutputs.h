@@ -17,6 +17,7 @@ struct PairResults {
   /// The corrected images and their warps, too. Without them the field, the displacements and the
   /// mean: for a pair of volumes of series that are corrected as a whole.
   bool corrected = true;
+  bool headMask = false;   ///< where the head is in the mean, too
   std::string label = {};  ///< goes into the descriptions of field, mean and displacements
 };
 
@@ -27,6 +28,7 @@ struct PairNames {
   /// Of the field in Hz, or of the displacement where there is no readout time; empty where it is
   /// not wanted.
   std::string deviation;
+  std::string headMask;
   std::string warpA, warpB;
 
   /// By resultnames.h. An image that is one of several volumes has "preprocVolume3" or

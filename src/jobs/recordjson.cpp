@@ -116,12 +116,27 @@ Json verdictJson(const Verdict& verdict, int sign) {
   return json;
 }
 
+Json startJson(const PairRecord& pair) {
+  Json json = sourceJson(*pair.start);
+  const StartAgreement& with = *pair.findings.withStart;
+  const double hz = pair.findings.verdict.figures.hzPerVoxel.value_or(0.0);
+  json["Agreement"] = {{"Correlation", with.correlation},
+                       {"MedianHz", pair.a.direction().sign * hz * with.median},
+                       {"HalfWidthOf95Hz", hz * with.halfWidthOf95}};
+  return json;
+}
+
 void addPair(Json& json, const PairRecord& pair) {
   json["Inputs"] = Json::array({imageJson(pair.a), imageJson(pair.b)});
   json["Options"] = settingsJson(pair.settings, pair.findings);
   const PairAgreement& agreement = pair.findings.agreement;
   json["PairCorrelation"] = {{"Before", agreement.before}, {"After", agreement.after}};
   json["Verdict"] = verdictJson(pair.findings.verdict, pair.a.direction().sign);
+  if (pair.mask) {
+    json["Mask"] = fileJson(*pair.mask);
+    json["Mask"]["PartOfHead"] = pair.findings.partOfHead;
+  }
+  if (pair.start) json[pair.startIsPrior ? "PriorField" : "InitialField"] = startJson(pair);
   const std::vector<Remark>& warnings = pair.findings.verdict.reasons;
   if (!warnings.empty()) json["Warnings"] = textsOf(warnings);
 }

@@ -37,13 +37,6 @@ struct SeriesRecord {
   std::vector<Remark> warnings;
 };
 
-/// The pair that a run began with.
-struct PairRecord {
-  ImageDescription a, b;
-  EstimateSettings settings;
-  PairFindings findings;
-};
-
 /// The file that a run took the distortion from.
 struct SourceRecord {
   enum class Kind { field, map };
@@ -52,6 +45,16 @@ struct SourceRecord {
   std::string file;
   StatedUnit unit;
   std::vector<FileStamp> sidecars;
+};
+
+/// The pair that a run began with.
+struct PairRecord {
+  ImageDescription a, b;
+  EstimateSettings settings;
+  PairFindings findings;
+  std::optional<FileStamp> mask = {};      ///< of the file that says where the pair counts
+  std::optional<SourceRecord> start = {};  ///< of the field that the estimate began with
+  bool startIsPrior = false;
 };
 
 /// One run, whatever it began with: what sidecars, the summary in JSON and the text on the terminal

@@ -41,13 +41,17 @@ double signalLevel(const Volume<float>& image) {
   return sum > 0.0 ? squares / sum : 0.0;
 }
 
-double logSignalRatio(const Volume<float>& first, const Volume<float>& second) {
+double logSignalRatio(const Volume<float>& first, const Volume<float>& second,
+                      const Volume<float>& weights) {
   std::vector<std::pair<double, double>> ratios;
   for (int z = 0; z < first.nz(); ++z)
     for (int x = 0; x < first.nx(); ++x) {
       const double total1 = columnTotal(first, x, z), total2 = columnTotal(second, x, z);
-      if (total1 > 0.0 && total2 > 0.0)
-        ratios.emplace_back(std::log(total1 / total2), std::sqrt(total1) * std::sqrt(total2));
+      if (!(total1 > 0.0) || !(total2 > 0.0)) continue;
+      const double counts = weights.size() > 0 ? columnTotal(weights, x, z) / weights.ny() : 1.0;
+      if (counts > 0.0)
+        ratios.emplace_back(std::log(total1 / total2),
+                            counts * std::sqrt(total1) * std::sqrt(total2));
     }
   return weightedMedian(ratios);
 }

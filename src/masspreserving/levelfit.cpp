@@ -117,12 +117,13 @@ double LevelFit::logLikelihood() {
   return noiseOf(NoiseTails::student).logLikelihood;
 }
 
-PlaceTrust LevelFit::placesOver(const CoarseGrid& nodes) {
+PlaceTrust LevelFit::placesOver(const CoarseGrid& nodes, const Volume<float>& weights) {
   evaluate();
   // What one image does not reach says nothing of its place.
   Volume<float> low = objective.lowSlopes(), reached(model.voxels());
   model.coverage(b, reached);
   low *= reached;
+  if (weights.size() > 0) low *= weights;
   return {objective.residuals(), low, objective.highSlopes(), nodes};
 }
 
@@ -135,6 +136,8 @@ Volume<float> LevelFit::variance(int draws) {
   linearise();
   return posteriorVariance(objective, *lines, b, sharesLeft(objective, *lines, draws), draws);
 }
+
+void LevelFit::setPriorMean(Volume<float> mean) { objective.priorMean = std::move(mean); }
 
 double LevelFit::ratioSpread() const {
   return objective.ratio != nullptr ? objective.ratio->spread(objective.means()) : 0.0;
@@ -256,9 +259,7 @@ void LevelFit::updateStatistics(NoiseTails tails, RatioEvidence evidence) {
   const NoiseFit fit = noiseOf(tails);
   known.noise = fit.noise;
   known.noise.variance = std::max(known.noise.variance / shareLeft(fit), leastNoise * leastNoise);
-  Volume<float> rough(b.dimensions(), 0.0F), scratch(b.dimensions(), 0.0F);
-  form(1.0).apply(b, rough, scratch);
-  const double roughness = dot(b, rough);
+  const double roughness = objective.roughnessOf(b, form(1.0));
   if (roughness > 0.0) known.roughnessWeight = known.degreesOfFreedom / roughness;
 }
 

@@ -32,6 +32,9 @@ class LevelFit {
   LevelFit(const MassModel<float>& model, glm::dvec3 spacing, Volume<float> start,
            FitStatistics statistics, RatioFit<float>* ratio = nullptr, Volume<float> trust = {});
 
+  /// Of the displacement at the edges; 0 unless this is called before the first step.
+  void setPriorMean(Volume<float> mean);
+
   struct Step {
     double energy, largestStep;
     int solverIterations;
@@ -51,8 +54,8 @@ class LevelFit {
   /// Mean log likelihood of a residual over the whole volume, with the tails that fit it best.
   double logLikelihood();
 
-  /// Which places stand out by their residuals.
-  PlaceTrust placesOver(const CoarseGrid& nodes);
+  /// Which places stand out by their residuals, voxels counting by `weights`; empty: alike.
+  PlaceTrust placesOver(const CoarseGrid& nodes, const Volume<float>& weights = {});
 
   /// How far the ratio of intensities varies (RatioFit::spread); 0 without one.
   double ratioSpread() const;

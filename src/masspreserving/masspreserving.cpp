@@ -77,6 +77,11 @@ class Estimation {
  private:
   enum class Head { still, moving };
   void makeImages(const Volume<float>& first, const Volume<float>& second);
+  Volume<float> startOn(int level) const;
+  Volume<float> trustOn(int level) const;
+  Volume<float> weightsOn(int level) const {
+    return weights.empty() ? Volume<float>() : weights[static_cast<std::size_t>(level)];
+  }
   void fitCoarse(Head mode);
   void fitLevel(int level, Head mode);
   void startLevel(int level, Head mode);
@@ -99,10 +104,6 @@ class Estimation {
   RatioBasis<float> ratioBasis(int level) const;
   CoarseGrid nodesOver(int level, double cells) const;
   CoarseGrid places(int level) const;
-  Volume<float> trustOf(const State& state, int level) const {
-    return state.trust.isWhole() ? Volume<float>()
-                                 : state.trust.at(places(level), gridOf(level).voxels);
-  }
   bool fitAll();
   // Whether the places are those that the fit was made with, or none stands out.
   bool isLastFit() const { return standingOut.isWhole() || !now.trust.isWhole(); }
@@ -110,7 +111,7 @@ class Estimation {
     return glm::dvec3(gridOf(level).factor) / glm::dvec3(levels.front().voxels);
   }
   bool findMotion(const State& still);
-  MotionEvidence firstEvidence(const State& still);
+  MotionEvidence firstEvidence() const;
   bool headMoved(const State& plain);
   Volume<float> seenByFirst(const Volume<float>& halfWay) const;
   void finishDeviation();
@@ -127,6 +128,7 @@ class Estimation {
   const std::function<void(const MassPreservingProgress&)>& progress;
   std::vector<PyramidLevel> levels;
   std::vector<Images> images;
+  std::vector<Volume<float>> weights;  // of the options, by resolution; none: all alike
   State now;
   PlaceTrust standingOut;  // by the last fit at the finest resolution
   MotionEvidence motionEvidence;
@@ -148,8 +150,10 @@ void Estimation::startLevel(int level, Head mode) {
   const glm::ivec3 voxels = gridOf(level).voxels;
   if (isCoarsest(level)) {
     const glm::dvec3 spacing = gridOf(level).voxelMm;
-    now.b =
-        transportStart<float>(imagesOf(level).first, imagesOf(level).second, spacing / spacing.y);
+    now.b = options.start.size() > 0
+                ? startOn(level)
+                : transportStart<float>(imagesOf(level).first, imagesOf(level).second,
+                                        spacing / spacing.y);
     now.statistics = {};
     startRatio();
     now.statistics.roughnessWeight = firstRoughnessWeight(spacing);
@@ -164,6 +168,26 @@ void Estimation::startLevel(int level, Head mode) {
   now.statistics.roughnessWeight /= halved.y * halved.y;
   if (mode == Head::moving)
     for (Volume<float>& z : now.head.response) z = prolong(z, voxels, halved);
+}
+
+// The displacement that the options start from, on a resolution's edges.
+Volume<float> Estimation::startOn(int level) const {
+  Volume<float> map = options.start;
+  limitStretch(map, static_cast<float>(largestStretch));
+  for (int finer = 0; finer < level; ++finer) {
+    const glm::ivec3 halved = gridOf(finer + 1).halved;
+    map = coarsen(map, halved);
+    map *= 1.0F / static_cast<float>(halved.y);
+  }
+  return voxelsToEdges(map);
+}
+
+// What the residuals of a resolution weigh: by the options and by their places.
+Volume<float> Estimation::trustOn(int level) const {
+  Volume<float> trust = weightsOn(level);
+  if (now.trust.isWhole()) return trust;
+  Volume<float> ofPlaces = now.trust.at(places(level), gridOf(level).voxels);
+  return trust.size() > 0 ? std::move(trust *= ofPlaces) : ofPlaces;
 }
 
 void Estimation::fitLevel(int level, Head mode) {
@@ -224,7 +248,8 @@ void Estimation::runLevel(int level, Head mode) {
   std::optional<RatioFit<float>> ratioFit;
   if (!now.model.isNone()) ratioFit.emplace(ratioBasis(level), now.ratio);
   LevelFit fit(model, gridOf(level).voxelMm, std::move(now.b), now.statistics,
-               ratioFit ? &*ratioFit : nullptr, trustOf(now, level));
+               ratioFit ? &*ratioFit : nullptr, trustOn(level));
+  if (options.startIsPrior && options.start.size() > 0) fit.setPriorMean(startOn(level));
   const int coarse =
       moving ? std::min(options.coarseIterations, mostMovingIterations) : options.coarseIterations;
   const int iterations = finest ? options.finestIterations : coarse;
@@ -251,7 +276,7 @@ void Estimation::runLevel(int level, Head mode) {
     if (settled || (inQuestion && fit.ratioSpread() < leastFirstSpread)) break;
   }
   // Of a head that moved the misfit is also that of its motion.
-  if (finest && mode == Head::still) standingOut = fit.placesOver(places(0));
+  if (finest && mode == Head::still) standingOut = fit.placesOver(places(0), weightsOn(0));
   if (finest && options.uncertainty && isLastFit())
     result.deviationVoxels = fit.variance(posteriorDraws);
   now.b = fit.displacement();
@@ -303,7 +328,7 @@ bool Estimation::findMotion(const State& still) {
   const Images& pair = imagesOf(1);
   const glm::dvec3 mm = levels.front().voxelMm;
   const double shortest = std::min({mm.x, mm.y, mm.z});
-  motionEvidence = firstEvidence(still);
+  motionEvidence = firstEvidence();
   if (!motionEvidence.mayBeMotion(shortest)) return false;
   fitCoarse(Head::moving);
   motionEvidence = MotionEvidence(pair.first, pair.second, now.b, now.head, placeOfLevel(1));
@@ -313,14 +338,15 @@ bool Estimation::findMotion(const State& still) {
   return false;
 }
 
-// What one step of the motion from `still` tells.
-MotionEvidence Estimation::firstEvidence(const State& still) {
+// What one step of the motion tells, from a fit without.
+MotionEvidence Estimation::firstEvidence() const {
   const Images& pair = imagesOf(1);
   const MassModel<float> model(pair.first, pair.second);
   std::optional<RatioFit<float>> ratioFit;
-  if (!still.model.isNone()) ratioFit.emplace(ratioBasis(1), still.ratio);
-  LevelFit fit(model, gridOf(1).voxelMm, still.b, still.statistics, ratioFit ? &*ratioFit : nullptr,
-               trustOf(still, 1));
+  if (!now.model.isNone()) ratioFit.emplace(ratioBasis(1), now.ratio);
+  LevelFit fit(model, gridOf(1).voxelMm, now.b, now.statistics, ratioFit ? &*ratioFit : nullptr,
+               trustOn(1));
+  if (options.startIsPrior && options.start.size() > 0) fit.setPriorMean(startOn(1));
   const HeadMotion head = firstMotion(fit, pair.first, pair.second, placeOfLevel(1),
                                       solverTolerance, mostSolverIterations);
   return {pair.first, pair.second, fit.displacement(), head, placeOfLevel(1)};
@@ -375,6 +401,10 @@ void Estimation::makeImages(const Volume<float>& first, const Volume<float>& sec
   for (std::size_t l = 1; l < levels.size(); ++l)
     images.emplace_back(coarsen(images[l - 1].first, levels[l].halved),
                         coarsen(images[l - 1].second, levels[l].halved));
+  if (options.weights.size() == 0) return;
+  weights.push_back(options.weights);
+  for (std::size_t l = 1; l < levels.size(); ++l)
+    weights.push_back(coarsen(weights[l - 1], levels[l].halved));
 }
 
 MassPreservingResult Estimation::run(const Volume<float>& first, const Volume<float>& second,
@@ -383,7 +413,8 @@ MassPreservingResult Estimation::run(const Volume<float>& first, const Volume<fl
   if (options.uncertainty) result.deviationVoxels = result.shiftVoxels;
   const double signal1 = signalLevel(first), signal2 = signalLevel(second);
   if (!(signal1 > 0.0) || !(signal2 > 0.0)) return std::move(result);
-  const double logScale = options.estimateScale ? logSignalRatio(first, second) : 0.0;
+  const double logScale =
+      options.estimateScale ? logSignalRatio(first, second, options.weights) : 0.0;
   const double signal = std::sqrt(signal1) * std::sqrt(signal2);
   levels = makePyramid(first.dimensions(), voxelMm, fewestVoxels);
   // Half of the scale goes to each, so that exchanging the images changes nothing but signs.
@@ -421,6 +452,9 @@ MassPreservingResult estimateMassPreserving(
     const std::function<void(const MassPreservingProgress&)>& progress) {
   if (first.dimensions() != second.dimensions())
     throw std::invalid_argument("the two images of a pair have different sizes");
+  for (const Volume<float>* other : {&options.weights, &options.start})
+    if (other->size() > 0 && other->dimensions() != first.dimensions())
+      throw std::invalid_argument("weights or start have another size than the images");
   for (int axis = 0; axis < 3; ++axis)
     if (!(voxelMm[axis] > 0.0) || !std::isfinite(voxelMm[axis]))
       throw std::invalid_argument("a voxel edge is not a positive number");

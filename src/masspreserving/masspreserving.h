@@ -20,6 +20,15 @@ struct MassPreservingOptions {
   bool localRatio = true;
   /// Also find out how uncertain the displacement is.
   bool uncertainty = false;
+  /// How much each voxel of the undistorted image counts, 0 or more, of the images' size; where the
+  /// head moved, of the place half way between its two. Empty: all alike. Where nothing counts the
+  /// map continues what is around.
+  Volume<float> weights;
+  /// Displacement in voxels to start from in place of the transport, of the images' size. Empty:
+  /// there is none. The estimate is the same but for what the images leave open.
+  Volume<float> start;
+  /// Take the start for what is most likely, too: rough is how far the displacement is from it.
+  bool startIsPrior = false;
   /// Gauss-Newton steps per resolution at most.
   int coarseIterations = 10;
   int finestIterations = 6;
@@ -100,7 +109,8 @@ struct MassPreservingResult {
 ///          of zeros or of small values, never NaN. |b(y+1) - b(y)| < 1 everywhere.
 /// Threads  None. The same input gives the same bits.
 /// Progress Called after each step if given; what it throws ends the estimation.
-/// Errors   std::invalid_argument if the sizes differ or a voxel edge is not a positive number.
+/// Errors   std::invalid_argument if the sizes differ, those of the options too, or a voxel edge is
+///          not a positive number.
 MassPreservingResult estimateMassPreserving(
     const Volume<float>& first, const Volume<float>& second, const glm::dvec3& voxelMm,
     const MassPreservingOptions& options = {},

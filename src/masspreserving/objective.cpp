@@ -75,9 +75,21 @@ double Objective<Real>::addDataTerms(const Volume<Real>& b, Volume<Real>* gradie
 }
 
 template <typename Real>
+double Objective<Real>::roughnessOf(const Volume<Real>& b, const Roughness<Real>& form) {
+  if (priorMean.size() == 0) {
+    form.apply(b, rough, scratch);
+    return dot(b, rough);
+  }
+  Volume<Real> beside = b;
+  beside -= priorMean;
+  form.apply(beside, rough, scratch);
+  return dot(beside, rough);
+}
+
+// Leaves the gradient of the roughness in `rough`.
+template <typename Real>
 double Objective<Real>::valueOfPriors(const Volume<Real>& b) {
-  roughness.apply(b, rough, scratch);
-  return 0.5 * dot(b, rough) + (ratio != nullptr ? ratio->priorEnergy() : 0.0);
+  return 0.5 * roughnessOf(b, roughness) + (ratio != nullptr ? ratio->priorEnergy() : 0.0);
 }
 
 template <typename Real>

@@ -16,9 +16,11 @@ struct Barrier {
 
 /// What the estimated displacement b (at edges, see MassModel) minimises:
 ///
-///   E(b) = 1/2 sum_j weight_j r_j(b)^2  +  sum_j barrier(b_(j+1) - b_j)  +  1/2 b' R b
+///   E(b) = 1/2 sum_j weight_j r_j(b)^2  +  sum_j barrier(b_(j+1) - b_j)
+///          +  1/2 (b - m)' R (b - m)
 ///
-/// and c'Pc / 2 of the coefficients c of the images' ratio of intensities if that is estimated
+/// with the prior's mean m, 0 unless it is known, and c'Pc / 2 of the coefficients c of the images'
+/// ratio of intensities if that is estimated
 /// (`ratio`), summed over all columns, R the roughness form. `weight` is the inverse noise variance
 /// of a residual (0 where an image does not reach), so E is in units of the noise.
 template <typename Real>
@@ -31,6 +33,9 @@ class Objective {
   /// The ratio of intensities; null: 1. `linearise` and `product` are then those of E with the
   /// ratio's coefficients at their best for each b (eliminated, see RatioFit).
   RatioFit<Real>* ratio = nullptr;
+
+  /// m at the edges; empty: 0.
+  Volume<Real> priorMean;
 
   /// E(b); infinite if a |stretch| reaches 1.
   double value(const Volume<Real>& b);
@@ -59,6 +64,8 @@ class Objective {
   /// The residuals with the ratio at its best for small changes.
   Volume<Real> residualsBesideRatio() const;
 
+  /// (b - m)' F (b - m) of another form F than R.
+  double roughnessOf(const Volume<Real>& b, const Roughness<Real>& form);
   void setRoughness(const Roughness<Real>& form) { roughness = form; }
   const Roughness<Real>& roughnessForm() const { return roughness; }
   /// Residuals of the last call to `value`, `evaluate` or `linearise`, their slopes at the voxels'

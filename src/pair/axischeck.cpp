@@ -57,15 +57,16 @@ Volume<float> coarseMap(const TurnedPair& pair, float scale, int halvings) {
 
 AxisAgreement compareAxes(const Volume<float>& first, const Volume<float>& second,
                           glm::dvec3 voxelMm, int axis, int other, double intensityScale,
-                          double threshold) {
+                          double threshold, const Volume<float>* weights) {
   const int halvings = halvingsOf(first.dimensions(), axis, other);
   const auto agreement = [&](int along) {
     TurnedPair pair{exchangedWithY(first, along), exchangedWithY(second, along), voxelMm};
     std::swap(pair.voxelMm[along], pair.voxelMm[1]);
     const Volume<float> map = coarseMap(pair, static_cast<float>(intensityScale), halvings);
     if (!isFinite(map)) return -1.0;
-    return agreementThrough(map, 1, pair.first, pair.second,
-                            headMask(meanOf(pair.first, pair.second), threshold));
+    Volume<float> head = headMask(meanOf(pair.first, pair.second), threshold);
+    if (weights != nullptr) head *= exchangedWithY(*weights, along);
+    return agreementThrough(map, 1, pair.first, pair.second, head);
   };
   return {agreement(axis), agreement(other)};
 }

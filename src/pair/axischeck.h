@@ -20,8 +20,9 @@ struct AxisAgreement {
 /// @param voxelMm         along x, y and z, in mm
 /// @param intensityScale  brings the threshold between head and air to the estimator's
 /// @param threshold       between head and air, of the images' mean
+/// @param weights         how much each voxel counts, 0 to 1; null: all alike
 AxisAgreement compareAxes(const Volume<float>& first, const Volume<float>& second,
                           glm::dvec3 voxelMm, int axis, int other, double intensityScale,
-                          double threshold);
+                          double threshold, const Volume<float>* weights = nullptr);
 
 }  // namespace mirel

@@ -28,6 +28,7 @@ EstimateFrame::EstimateFrame(const PairInput& images, int encodedAxis, OtherAxes
 }
 
 Volume<float> EstimateFrame::turned(const Volume<float>& image) const {
+  if (image.size() == 0) return image;
   Volume<float> along = exchangedWithY(image, axis);
   return exchangesOthers ? exchangedXZ(std::move(along)) : along;
 }

@@ -26,6 +26,9 @@ class EstimateFrame {
   const Volume<float>& second() const { return isAsStored() ? pair.b.image : turnedSecond; }
   glm::dvec3 voxelMm() const { return size; }
 
+  /// A volume of the images' grid as the frame has it; one without voxels stays so.
+  Volume<float> turned(const Volume<float>& image) const;
+
   /// A map or image of the frame in the order of the images' axes.
   Volume<float> back(Volume<float>&& volume) const;
   /// A motion in mm along and about the frame's axes along those of the images.
@@ -33,7 +36,6 @@ class EstimateFrame {
 
  private:
   bool isAsStored() const { return axis == 1 && !exchangesOthers; }
-  Volume<float> turned(const Volume<float>& image) const;
 
   const PairInput& pair;
   int axis;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 #include <sstream>
 
 #include "base/numbertext.h"
@@ -18,6 +19,7 @@ namespace mirel {
 namespace {
 
 constexpr double nearlyNothing = 0.01, nearlyEverything = 0.9;
+constexpr double leastOfHead = 0.1;  // in a mask
 
 void requireUsable(const Volume<float>& map) {
   if (!isFinite(map))
@@ -32,11 +34,14 @@ double doneAt(const MassPreservingProgress& state) {
   return finished * (state.iteration + 1) / (state.iteration + 2);
 }
 
-MassPreservingResult massPreserving(const EstimateFrame& frame, const EstimateSettings& settings,
-                                    Progress& progress) {
+MassPreservingResult massPreserving(const PairInput& pair, const EstimateFrame& frame,
+                                    const EstimateSettings& settings, Progress& progress) {
   MassPreservingOptions options;
   options.estimateMotion = settings.motion;
   options.uncertainty = settings.uncertainty;
+  if (pair.mask) options.weights = frame.turned(pair.mask->weights);
+  options.start = frame.turned(pair.start);
+  options.startIsPrior = pair.startIsPrior;
   // The coarse resolutions come a second time when motion is looked for.
   double done = 0.0;
   return estimateMassPreserving(frame.first(), frame.second(), frame.voxelMm(), options,
@@ -74,7 +79,7 @@ Found estimateMap(const PairInput& pair, const EstimateSettings& settings, PairE
   if (settings.estimator == Estimator::search)
     return estimateBySearch(pair, settings, estimate, progress);
   const EstimateFrame frame(pair, pair.axis(), OtherAxes::byPatient);
-  MassPreservingResult result = massPreserving(frame, settings, progress);
+  MassPreservingResult result = massPreserving(pair, frame, settings, progress);
   requireUsable(result.shiftVoxels);
   estimate.intensityRatio = result.scale;
   estimate.shading = result.shading;
@@ -118,6 +123,21 @@ void doubtForeground(const PairInput& pair, const PairEstimate& estimate, Verdic
   };
   doubt(pair.a, estimate.foregroundA);
   doubt(pair.b, estimate.foregroundB);
+}
+
+void doubtMask(const PairInput& pair, const PairEstimate& estimate, Verdict& verdict) {
+  if (!pair.mask || estimate.partOfHead >= leastOfHead) return;
+  verdict.add(Trust::doubtful,
+              {"the mask " + pair.mask->stamp.fileName() + " takes only " +
+               text("%.2g", 100 * estimate.partOfHead) + " % of the head of " + pair.a.title()});
+}
+
+// Takes what weights leave of a head; returns the part of its voxels.
+double restrict(Volume<float>& head, const Volume<float>& weights) {
+  const auto sum = [&] { return std::accumulate(head.data(), head.data() + head.size(), 0.0); };
+  const double whole = sum();
+  head *= weights;
+  return whole > 0 ? sum() / whole : 0;
 }
 
 // `threshold` is that of the pair's mean; 0 when it has none.
@@ -166,6 +186,10 @@ double ratioOf(const PairEstimate& estimate, const Volume<float>& first,
   return a > 0 && b > 0 ? a / b : 1.0;
 }
 
+const Volume<float>* weightsOf(const PairInput& pair) {
+  return pair.mask ? &pair.mask->weights : nullptr;
+}
+
 // Corrects the pair, of which the head has not moved, and finds how good that is.
 void check(const PairInput& pair, Modulation modulation, const Volume<float>& head,
            PairEstimate& estimate, Progress& progress) {
@@ -186,16 +210,18 @@ void check(const PairInput& pair, Modulation modulation, const Volume<float>& he
   agreement.otherAxis = otherAxisOf(axis);
   const AxisAgreement axes =
       compareAxes(first, second, projectVoxelSize(pair.a.header), axis, agreement.otherAxis,
-                  estimate.intensityScale, estimate.threshold);
+                  estimate.intensityScale, estimate.threshold, weightsOf(pair));
   agreement.fastAlongAxis = axes.along;
   agreement.fastAcross = axes.across;
-  const PairFigures figures = measurePair(
-      {first, second, modulatedA, modulatedB, estimate.shift, axis, projectVoxelSize(pair.a.header),
-       ratioOf(estimate, modulatedA, modulatedB, head), estimate.threshold, pair.readoutSeconds});
+  const PairFigures figures =
+      measurePair({first, second, modulatedA, modulatedB, estimate.shift, axis,
+                   projectVoxelSize(pair.a.header), ratioOf(estimate, modulatedA, modulatedB, head),
+                   estimate.threshold, pair.readoutSeconds, weightsOf(pair)});
   estimate.verdict = judgePair(figures, agreement, estimate.estimator == Estimator::massPreserving,
                                {pair.a.title(), pair.b.title(), sidecarsOf(pair),
                                 nameOf(pair.a.direction()) + " and " + nameOf(pair.b.direction())});
   doubtForeground(pair, estimate, estimate.verdict);
+  doubtMask(pair, estimate, estimate.verdict);
   progress.at(Stage::checking, 1.0);
 }
 
@@ -232,12 +258,15 @@ PairEstimate estimateFrom(const PairInput& input, const EstimateSettings& settin
   const Volume<float> before = meanOf(pair.a.image, pair.b.image);
   const double threshold = headThreshold(before);
   chooseScale(pair, settings, threshold, estimate);
-  const Volume<float> head = headMask(before, threshold);
+  Volume<float> head = headMask(before, threshold);
+  if (pair.mask) estimate.partOfHead = restrict(head, pair.mask->weights);
   estimate.agreement.before = agreementOf(pair.a.image, pair.b.image, head);
   progress.at(Stage::estimating, 0.0);
   Found found = estimateMap(pair, settings, estimate, progress);
   progress.at(Stage::estimating, 1.0);
   estimate.shift = std::move(found.shift);
+  if (pair.start.size() > 0)
+    estimate.withStart = agreementWithStart(estimate.shift, pair.start, head);
   // From here on the head has not moved.
   if (found.unmovedSecond) {
     if (!changed) changed = input;

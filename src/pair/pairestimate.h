@@ -8,6 +8,7 @@
 #include "field/corrector.h"
 #include "numerics/rigidmotion.h"
 #include "pair/pairinput.h"
+#include "pair/startagreement.h"
 #include "pair/verdict.h"
 #include "vdm/estimatepair.h"
 
@@ -57,6 +58,8 @@ struct PairFindings {
   double threshold = 0;
   /// Fraction of the voxels above the threshold in either image.
   double foregroundA = 0, foregroundB = 0;
+  /// The part of the head (of the uncorrected mean) that the pair's mask takes; 1 without one.
+  double partOfHead = 1;
   /// Of the mass-preserving estimate: intensity of A over that of B, and the head's motion from A
   /// to B in mm along i, j, k and about the middle of the grid, if there was any.
   double intensityRatio = 1;
@@ -67,6 +70,8 @@ struct PairFindings {
   /// Of the mass-preserving estimate: the part of the squared signal in places where the images
   /// do not belong together, which hardly count (PlaceTrust).
   double shareOut = 0;
+  /// Of the map with what it started from, where the pair has that.
+  std::optional<StartAgreement> withStart;
   PairAgreement agreement;
   /// Its reasons are the warnings about the pair's result.
   Verdict verdict;
@@ -96,6 +101,8 @@ struct PairEstimate : PairFindings {
 ///
 /// The mass-preserving estimate is that of the images less their background, and so is what is
 /// modulated: corrected = (image - background) through the map, times its Jacobian, + background.
+/// It weighs the voxels by the pair's mask and starts from the pair's start. The search knows
+/// neither; the figures and the verdict look where the mask does in any case.
 ///
 /// Spikes    of the images (InputImage::spikes) are replaced by what is around them (withoutSpikes)
 ///           for the map and all that is found. The corrected images keep them, but for one whose

@@ -52,18 +52,33 @@ struct Columns {
   }
 };
 
+// The part of a column's corrected signal that the weights take.
+double countedPart(const PairToMeasure& pair, const Columns& columns, int start) {
+  if (pair.weights == nullptr) return 1;
+  double counted = 0, all = 0;
+  for (int n = 0; n < columns.length; ++n) {
+    const int i = start + n * columns.step;
+    const double signal = std::max(static_cast<double>(pair.correctedFirst.data()[i]), 0.0);
+    counted += pair.weightOf(i) * signal;
+    all += signal;
+  }
+  return all > 0 ? counted / all : 0;
+}
+
 void measureTotals(const PairToMeasure& pair, double ratio, double noiseVariance,
                    PairFigures& figures) {
   const Columns columns(pair.first.dimensions(), pair.axis);
-  double difference = 0, all = 0;
+  double difference = 0, all = 0, voxels = 0;
   for (const int start : columns.first) {
     const double a = columns.total(pair.first, start);
     const double b = ratio * columns.total(pair.second, start);
-    difference += squareOf(a - b);
-    all += squareOf(0.5 * (a + b));
+    const double part = countedPart(pair, columns, start);
+    difference += part * squareOf(a - b);
+    all += part * squareOf(0.5 * (a + b));
+    voxels += part * columns.length;
   }
   figures.columnTotals = rootOfRatio(difference, all);
-  figures.columnTotalsOfNoise = rootOfRatio(noiseVariance * pair.first.size(), all);
+  figures.columnTotalsOfNoise = rootOfRatio(noiseVariance * voxels, all);
 }
 
 // Slices with less than this part of the mean slice's squared signal say nothing of their own.
@@ -95,7 +110,7 @@ void measureHead(const PairToMeasure& pair, double ratio, double noiseVariance,
                  PairFigures& figures) {
   Volume<float> slopes[3];
   for (int axis = 0; axis < 3; ++axis) slopes[axis] = slopeAlong(pair.shift, axis);
-  double difference = 0, all = 0, shift = 0, stretch = 0, shear = 0;
+  double difference = 0, all = 0, voxels = 0, shift = 0, stretch = 0, shear = 0;
   std::vector<float> inHead;
   std::vector<Difference> slices(static_cast<std::size_t>(pair.shift.nz()));
   const int perSlice = pair.shift.nx() * pair.shift.ny();
@@ -103,15 +118,17 @@ void measureHead(const PairToMeasure& pair, double ratio, double noiseVariance,
     const double a = static_cast<double>(pair.correctedFirst.data()[i]);
     const double b = ratio * static_cast<double>(pair.correctedSecond.data()[i]);
     const double mean = 0.5 * (a + b);
-    if (mean <= pair.threshold) continue;
+    const double counts = pair.weightOf(i);
+    if (mean <= pair.threshold || counts <= 0) continue;
     inHead.push_back(pair.shift.data()[i]);
-    difference += squareOf(a - b);
-    const double weight = mean * mean;
+    const double square = counts * squareOf(a - b), weight = counts * mean * mean;
+    difference += square;
     all += weight;
+    voxels += counts;
     Difference& slice = slices[static_cast<std::size_t>(i / perSlice)];
-    slice.squares += squareOf(a - b);
+    slice.squares += square;
     slice.all += weight;
-    slice.count += 1;
+    slice.count += counts;
     shift += weight * squareOf(static_cast<double>(pair.shift.data()[i]));
     for (int axis = 0; axis < 3; ++axis) {
       const double slope = static_cast<double>(slopes[axis].data()[i]);
@@ -120,7 +137,7 @@ void measureHead(const PairToMeasure& pair, double ratio, double noiseVariance,
     }
   }
   figures.residual = rootOfRatio(difference, all);
-  figures.residualOfNoise = rootOfRatio(noiseVariance * static_cast<double>(inHead.size()), all);
+  figures.residualOfNoise = rootOfRatio(noiseVariance * voxels, all);
   compareSlices(slices, noiseVariance, figures);
   figures.shiftVoxels = rootOfRatio(shift, all);
   figures.stretch = rootOfRatio(stretch, all);

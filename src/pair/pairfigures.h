@@ -47,9 +47,16 @@ struct PairToMeasure {
   double intensityRatio = 1;  ///< of the first over the second
   double threshold = 0;       ///< of the first image, between head and air
   std::optional<double> readoutSeconds;
+  /// How much each voxel of the corrected images counts, 0 to 1; null: all alike.
+  const Volume<float>* weights = nullptr;
+
+  double weightOf(int voxel) const {
+    return weights != nullptr ? static_cast<double>(weights->data()[voxel]) : 1.0;
+  }
 };
 
-/// Measures the figures. The noise's standard deviation is that of the Rayleigh distribution whose
+/// Measures the figures. With weights a column counts as the part of its corrected signal does that
+/// they take. The noise's standard deviation is that of the Rayleigh distribution whose
 /// lower quartiles, q50 - q25 = 0.4189 sigma, those of the air have (of what headThreshold leaves
 /// below), whatever was added to it.
 PairFigures measurePair(const PairToMeasure& pair);

@@ -39,9 +39,22 @@ struct InputImage : ImageDescription {
   Volume<float> image;
 };
 
+/// Where a pair counts: 0 to 1 at each voxel of the undistorted image.
+struct PairMask {
+  FileStamp stamp;  ///< of its file before it was read
+  Volume<float> weights;
+};
+
 /// Two images of one object and one grid with opposite phase encoding, their directions settled.
 struct PairInput {
   InputImage a, b;
+  /// Where the estimate and the figures look; nothing: everywhere.
+  std::optional<PairMask> mask;
+  /// Displacement in voxels along the axis, forward for A, that the estimate starts from. Empty: it
+  /// finds a start of its own.
+  Volume<float> start;
+  /// It is the mean of the estimate's prior, too.
+  bool startIsPrior = false;
   /// The readout time that both have; nothing when it is not known: then there are no Hz.
   std::optional<double> readoutSeconds;
   /// What had to be assumed, and what is suspicious.

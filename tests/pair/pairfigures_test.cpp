@@ -115,4 +115,30 @@ TEST(PairFigures, NoiseIsMeasuredInTheAirWhateverWasAdded) {
   }
 }
 
+TEST(PairFigures, WeightsOfOneChangeNothing) {
+  const Volume<float> image(dims, 700.0f), half(dims, 0.5f), ones(dims, 1.0f);
+  const Volume<float> first = magnitudeNoise(image, 30, 1), second = magnitudeNoise(image, 30, 2);
+  PairToMeasure pair = pairOf(first, second, half);
+  const PairFigures all = measurePair(pair);
+  pair.weights = &ones;
+  const PairFigures weighted = measurePair(pair);
+  EXPECT_EQ(weighted.columnTotals, all.columnTotals);
+  EXPECT_EQ(weighted.columnTotalsOfNoise, all.columnTotalsOfNoise);
+  EXPECT_EQ(weighted.residual, all.residual);
+  EXPECT_EQ(weighted.residualOfNoise, all.residualOfNoise);
+  EXPECT_EQ(weighted.sliceResiduals, all.sliceResiduals);
+}
+
+TEST(PairFigures, WhatWeightsLeaveOutIsNotSeen) {
+  const Volume<float> image(dims, 700.0f), half(dims, 0.5f);
+  const Volume<float> weights = filled([](int, int, int z) { return z < 6 ? 1 : 0; });
+  const Volume<float> spoiled = filled([](int, int, int z) { return z < 6 ? 700 : 200; });
+  PairToMeasure pair = pairOf(image, spoiled, half);
+  EXPECT_GT(measurePair(pair).columnTotals, 0.3);
+  EXPECT_GT(measurePair(pair).residual, 0.3);
+  pair.weights = &weights;
+  EXPECT_EQ(measurePair(pair).columnTotals, 0);
+  EXPECT_EQ(measurePair(pair).residual, 0);
+}
+
 }  // namespace mirel

@@ -1,0 +1,27 @@
+#include "jobs/startingfield.h"
+
+#include <algorithm>
+
+#include "base/error.h"
+
+namespace mirel {
+
+DistortionFile readStartingField(const std::string& file, PairInput& pair) {
+  DistortionFile source = readDistortionFile(file, TakenFor::field);
+  if (!source.isField())
+    throw Error(file, "holds displacements in " + nameOf(source.unit.value) +
+                          ": an estimate starts from a field in Hz");
+  if (!pair.readoutSeconds)
+    throw Error(pair.a.options.file,
+                "has no known readout time, without which " + file + " displaces nothing");
+  const Grid grid = gridOf(pair.a.header);
+  const FieldHz field = fieldOf(source);
+  const Volume<float> covered = coverage(grid, gridOf(field), file);
+  if (std::count(covered.data(), covered.data() + covered.size(), 1.0F) == 0)
+    throw Error(file, "does not overlap " + pair.a.options.file + ", by their affines");
+  pair.start = shiftVoxels(field, grid, pair.a.direction(), *pair.readoutSeconds);
+  pair.warnings.insert(pair.warnings.end(), source.warnings.begin(), source.warnings.end());
+  return source;
+}
+
+}  // namespace mirel

@@ -1,0 +1,86 @@
+#include "pair/pairmask.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "base/dimensions.h"
+#include "base/error.h"
+#include "base/numbertext.h"
+#include "bids/name.h"
+#include "field/grid.h"
+#include "nifti/image.h"
+
+namespace mirel {
+
+namespace {
+
+constexpr double placeTolerance = 0.05;  // voxels
+
+void requireGridOf(const InputImage& image, const nifti::Header& mask, const std::string& file) {
+  const std::string& other = image.options.file;
+  if (mask.dims != image.header.dims)
+    throw Error(file, "has " + text(mask.dims) + " voxels and " + other + " " +
+                          text(image.header.dims) + ": a mask has the grid of the pair");
+  if (!hasOrientation(mask)) return;
+  const double apart = cornersApart(gridOf(mask), gridOf(image.header), other);
+  if (!(apart <= placeTolerance))
+    throw Error(file, "lies at another place than " + other + " (up to " + text("%.3g", apart) +
+                          " voxels away): a mask has the grid of the pair");
+}
+
+struct Range {
+  float least, most;
+  bool two;  ///< no other value lies between
+};
+
+Range rangeOf(const Volume<float>& image, const std::string& file) {
+  const auto finite = [](float v) { return std::isfinite(v); };
+  if (!std::all_of(image.data(), image.data() + image.size(), finite))
+    throw Error(file, "has voxels that are NaN or infinite: a mask holds 0 to 1");
+  const auto [least, most] = std::minmax_element(image.data(), image.data() + image.size());
+  const bool two = std::all_of(image.data(), image.data() + image.size(),
+                               [&](float v) { return v == *least || v == *most; });
+  return {*least, *most, two};
+}
+
+// Brings the values to 0 .. 1.
+void scale(Volume<float>& weights, const std::string& file, PairInput& pair) {
+  const Range range = rangeOf(weights, file);
+  if (range.most <= 0)
+    throw Error(file, "is 0 everywhere: as a mask it leaves nothing of the pair");
+  const bool twoFromZero = range.two && (range.least == 0 || range.least == range.most);
+  if (range.least < 0 || (range.most > 1 && !twoFromZero))
+    throw Error(file, "holds values from " + text(static_cast<double>(range.least)) + " to " +
+                          text(static_cast<double>(range.most)) +
+                          ": a mask holds 0 to 1, or 0 and one other value");
+  if (range.most == 1 || !twoFromZero) return;
+  weights *= 1 / range.most;
+  pair.notes.emplace_back("the " + text(static_cast<double>(range.most)) + " of the mask " + file +
+                          " is taken for 1");
+}
+
+void warnOfOtherSubject(const std::string& file, PairInput& pair) {
+  const std::string own = bids::Name::of(file).entity("sub");
+  const std::string& image = pair.a.options.file;
+  const std::string subject = bids::Name::of(image).entity("sub");
+  if (own.empty() || subject.empty() || own == subject) return;
+  pair.warnings.emplace_back("the mask " + file + " is of sub-" + own + " and " + image +
+                             " of sub-" + subject + ", by their names");
+}
+
+}  // namespace
+
+void readMask(const std::string& file, PairInput& pair) {
+  PairMask mask;
+  mask.stamp = FileStamp(file);
+  nifti::Reader reader(file);
+  if (reader.storedVolumes() != 1)
+    throw Error(file, "has " + std::to_string(reader.storedVolumes()) + " volumes: a mask has one");
+  requireGridOf(pair.a, reader.header(), file);
+  mask.weights = reader.readVolume(0);
+  scale(mask.weights, file, pair);
+  warnOfOtherSubject(file, pair);
+  pair.mask = std::move(mask);
+}
+
+}  // namespace mirel
