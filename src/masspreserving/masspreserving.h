@@ -31,7 +31,7 @@ struct MassPreservingOptions {
   bool startIsPrior = false;
   /// Gauss-Newton steps per resolution at most.
   int coarseIterations = 10;
-  int finestIterations = 6;
+  int finestIterations = 8;
 };
 
 /// State after a Gauss-Newton step.
