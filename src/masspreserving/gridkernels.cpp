@@ -22,12 +22,19 @@ void sampleEdgeRow(const IntegralSlice<Real>& slice, int j, const Real* shift, R
   MIREL_DISPATCH(variant, sampleEdgeRow<Real>)(slice, j, shift, sign, integral, density);
 }
 
+template <typename Real>
+void solveColumns(int nx, int ny, const ColumnFactors<Real>& factors, const Real* v, Real* out,
+                  SimdVariant variant) {
+  MIREL_DISPATCH(variant, solveColumns<Real>)(nx, ny, factors, v, out);
+}
+
 #define MIREL_GRID_KERNELS(Real)                                                                \
   template void laplacian(glm::ivec3, const LaplacianWeights<Real>&, const Real*, Real*,        \
                           SimdVariant);                                                         \
   template double dotOfRows(const Real*, const Real*, int, int, SimdVariant);                   \
   template void sampleEdgeRow(const IntegralSlice<Real>&, int, const Real*, Real, Real*, Real*, \
-                              SimdVariant);
+                              SimdVariant);                                                     \
+  template void solveColumns(int, int, const ColumnFactors<Real>&, const Real*, Real*, SimdVariant);
 MIREL_GRID_KERNELS(float)
 MIREL_GRID_KERNELS(double)
 

@@ -28,6 +28,18 @@ void laplacian(glm::ivec3 dims, const LaplacianWeights<Real>& weights, const Rea
 template <typename Real>
 double dotOfRows(const Real* a, const Real* b, int nx, int rows, SimdVariant variant);
 
+/// The columns' systems L D L' out = v of a slice (nx columns of ny rows): D's inverses, and the
+/// two diagonals of L below the unit one, l1 of row j next to row j - 1, l2 to row j - 2 (not read
+/// where there is none). Down, o_j = (v_j - l1_j o_(j-1)) - l2_j o_(j-2); then up,
+/// o_j = (o_j / D_j - l1_(j+1) o_(j+1)) - l2_(j+2) o_(j+2). out is another array.
+template <typename Real>
+struct ColumnFactors {
+  const Real *inversePivot, *lower1, *lower2;
+};
+template <typename Real>
+void solveColumns(int nx, int ny, const ColumnFactors<Real>& factors, const Real* v, Real* out,
+                  SimdVariant variant);
+
 /// A slice of a ColumnIntegral: nx columns, x fastest, with the rows of ny + 1 edges.
 template <typename Real>
 struct IntegralSlice {

@@ -81,3 +81,35 @@ void sampleEdgeRow(const IntegralSlice<Real>& slice, int j, const Real* shift, R
     density[x] = wanted == p ? inside : Real(0);
   }
 }
+
+template <typename Real>
+void solveColumns(int nx, int ny, const ColumnFactors<Real>& factors, const Real* v, Real* out) {
+  for (int j = 0; j < ny; ++j) {
+    const Real* p = v + j * nx;
+    const Real* l1 = factors.lower1 + j * nx;
+    const Real* l2 = factors.lower2 + j * nx;
+    Real* __restrict o = out + j * nx;
+    const Real* one = j > 0 ? o - nx : o;
+    const Real* two = j > 1 ? one - nx : one;
+    if (j == 0)
+      for (int x = 0; x < nx; ++x) o[x] = p[x];
+    else if (j == 1)
+      for (int x = 0; x < nx; ++x) o[x] = p[x] - l1[x] * one[x];
+    else
+      for (int x = 0; x < nx; ++x) o[x] = p[x] - l1[x] * one[x] - l2[x] * two[x];
+  }
+  for (int j = ny - 1; j >= 0; --j) {
+    const Real* inverse = factors.inversePivot + j * nx;
+    const Real* l1 = factors.lower1 + (j + 1) * nx;
+    const Real* l2 = factors.lower2 + (j + 2) * nx;
+    Real* __restrict o = out + j * nx;
+    const Real* one = o + nx;
+    const Real* two = one + nx;
+    if (j + 1 == ny)
+      for (int x = 0; x < nx; ++x) o[x] *= inverse[x];
+    else if (j + 2 == ny)
+      for (int x = 0; x < nx; ++x) o[x] = o[x] * inverse[x] - l1[x] * one[x];
+    else
+      for (int x = 0; x < nx; ++x) o[x] = o[x] * inverse[x] - l1[x] * one[x] - l2[x] * two[x];
+  }
+}

@@ -15,6 +15,17 @@ constexpr double largeMotionMm = 1.5;
 
 }  // namespace
 
+HeadMotion firstMotion(LevelFit& fit, const Volume<float>& first, const Volume<float>& second,
+                       const GridPlace& place, double tolerance, int maxSolverIterations) {
+  HeadMotion head;
+  head.response.fill(Volume<float>(fit.displacement().dimensions(), 0.0F));
+  const MotionStep step = fit.motionStep(HalfWayPair(first, second), head.motion, place,
+                                         head.response, tolerance, maxSolverIterations);
+  head.motion = head.motion.followedBy(translationOf(step.change), rotationOf(step.change));
+  head.chiSquare = chiSquareOf(parametersOf(head.motion), step);
+  return head;
+}
+
 MovingPair::MovingPair(MassModel<float>& ofImages, const Volume<float>& one,
                        const Volume<float>& other, const GridPlace& where)
     : model(ofImages), place(where), first(one, where), second(other, where) {}
@@ -69,6 +80,10 @@ MotionEvidence::MotionEvidence(const Volume<float>& first, const Volume<float>& 
 bool MotionEvidence::isMotion(double shortestEdgeMm) const {
   return displacementMm >= smallestShareOfVoxel * shortestEdgeMm &&
          chiSquare >= significantChiSquare && varianceRatio >= leastVarianceRatio;
+}
+
+bool MotionEvidence::mayBeMotion(double shortestEdgeMm) const {
+  return displacementMm >= 0.5 * smallestShareOfVoxel * shortestEdgeMm;
 }
 
 bool MotionEvidence::isLarge() const { return displacementMm >= largeMotionMm; }

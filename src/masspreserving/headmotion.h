@@ -17,6 +17,11 @@ struct HeadMotion {
   MotionResponse response;  ///< of b, at the last step
 };
 
+/// The motion by one step from none, of a fit without motion that has come to its end: how far the
+/// head moved if it moved little. `first` and `second` are the fit's images.
+HeadMotion firstMotion(LevelFit& fit, const Volume<float>& first, const Volume<float>& second,
+                       const GridPlace& place, double tolerance, int maxSolverIterations);
+
 /// The images of a model when the head moved between them.
 class MovingPair {
  public:
@@ -63,6 +68,10 @@ struct MotionEvidence {
   /// images differ by explained. Ghosts, say, can make a small rotation of a sphere significant,
   /// which then explains next to nothing of them.
   bool isMotion(double shortestEdgeMm) const;
+  /// Whether that may still come out where this is the evidence of `firstMotion`: unless the
+  /// displacement is less than half of what it has to be. (Its chi^2 does not count: the scatter
+  /// still holds what a large motion explains, and bounds it by the number of blocks.)
+  bool mayBeMotion(double shortestEdgeMm) const;
 
   /// Whether the head moved so far that it probably did so along y as well. Only the sum of half
   /// that translation and of the mean of b can be told from images. A head that hardly moved is

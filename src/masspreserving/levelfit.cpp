@@ -6,7 +6,6 @@
 #include <glm/geometric.hpp>
 #include <utility>
 
-#include "masspreserving/linesolver.h"
 #include "masspreserving/posterior.h"
 #include "numerics/splitmix.h"
 
@@ -64,12 +63,25 @@ LevelFit::LevelFit(const MassModel<float>& massModel, glm::dvec3 shape, Volume<f
       objective(model, form(statistics.roughnessWeight)),
       gradient(model.edges(), 0.0F),
       direction(model.edges(), 0.0F) {
-  objective.value(b);
+  evaluate();
   if (!(known.noise.variance > 0.0)) known.noise = noiseOf(NoiseTails::normal).noise;
   known.noise.variance = std::max(known.noise.variance, leastNoise * leastNoise);
   if (ratio == nullptr) return;
   ratio->setIntensities(objective.means(), known.noise.variance);
   objective.ratio = ratio;
+  evaluated = false;
+}
+
+void LevelFit::evaluate() {
+  if (!evaluated) objective.evaluate(b);
+  evaluated = true;
+}
+
+double LevelFit::linearise() {
+  evaluate();
+  const double energy = objective.lineariseEvaluated(b, gradient);
+  lines.emplace(objective.roughnessForm(), objective.blockDiagonal(), objective.blockNext());
+  return energy;
 }
 
 NoiseFit LevelFit::noiseOf(NoiseTails tails) const {
@@ -82,15 +94,12 @@ Roughness<float> LevelFit::form(double weight) const {
                           weight * bendingLengthMm * bendingLengthMm);
 }
 
-LineSolver<float> LevelFit::lineSolver() const {
-  return {objective.roughnessForm(), objective.blockDiagonal(), objective.blockNext()};
-}
-
 void LevelFit::updateWeights() {
-  if (objective.ratio != nullptr || std::isfinite(known.noise.nu)) objective.value(b);
+  if (objective.ratio != nullptr || std::isfinite(known.noise.nu)) evaluate();
   if (objective.ratio != nullptr) {
     objective.ratio->setIntensities(objective.means(), known.noise.variance);
-    objective.value(b);
+    evaluated = false;
+    evaluate();
   }
   model.coverage(b, objective.weight);
   objective.weight *= static_cast<float>(1.0 / known.noise.variance);
@@ -104,12 +113,12 @@ void LevelFit::updateWeights() {
 }
 
 double LevelFit::logLikelihood() {
-  objective.value(b);
+  evaluate();
   return noiseOf(NoiseTails::student).logLikelihood;
 }
 
 PlaceTrust LevelFit::placesOver(const CoarseGrid& nodes, const Volume<float>& weights) {
-  objective.value(b);
+  evaluate();
   // What one image does not reach says nothing of its place.
   Volume<float> low = objective.lowSlopes(), reached(model.voxels());
   model.coverage(b, reached);
@@ -124,9 +133,8 @@ double LevelFit::shareLeft(const NoiseFit& fit) const {
 
 Volume<float> LevelFit::variance(int draws) {
   updateWeights();
-  objective.linearise(b, gradient);
-  const LineSolver<float> lines = lineSolver();
-  return posteriorVariance(objective, lines, b, sharesLeft(objective, lines, draws), draws);
+  linearise();
+  return posteriorVariance(objective, *lines, b, sharesLeft(objective, *lines, draws), draws);
 }
 
 void LevelFit::setPriorMean(Volume<float> mean) { objective.priorMean = std::move(mean); }
@@ -137,12 +145,11 @@ double LevelFit::ratioSpread() const {
 
 LevelFit::Step LevelFit::step(double tolerance, int maxSolverIterations) {
   updateWeights();
-  const double before = objective.linearise(b, gradient);
-  const LineSolver<float> lines = lineSolver();
+  const double before = linearise();
   const auto product = [&](const Volume<float>& v, Volume<float>& out) {
     objective.product(v, out);
   };
-  const SolveResult solved = conjugateGradients<float>(product, lines, gradient, direction,
+  const SolveResult solved = conjugateGradients<float>(product, *lines, gradient, direction,
                                                        tolerance, maxSolverIterations);
   double descent = dot(gradient, direction);
   direction *= -1.0F;
@@ -173,7 +180,7 @@ LevelFit::Step LevelFit::step(double tolerance, int maxSolverIterations) {
     return result;
   }
   if (withRatio) objective.ratio->setCoefficients(ratioFrom);
-  objective.value(b);
+  evaluated = false;
   return result;
 }
 
@@ -181,10 +188,10 @@ MotionStep LevelFit::motionStep(const HalfWayPair& pair, const RigidMotion& moti
                                 const GridPlace& place, MotionResponse& response, double tolerance,
                                 int maxSolverIterations) {
   updateWeights();
-  objective.linearise(b, gradient);
+  linearise();
   MotionStep step =
-      mirel::motionStep(objective, lineSolver(), gradient, motionDerivatives(pair, b, place),
-                        motion, response, tolerance, maxSolverIterations);
+      mirel::motionStep(objective, *lines, gradient, motionDerivatives(pair, b, place), motion,
+                        response, tolerance, maxSolverIterations);
   const double radius = glm::length(place.firstMm);
   const double largest = std::max(glm::length(translationOf(step.change)),
                                   radius * glm::length(rotationOf(step.change)));
@@ -195,20 +202,20 @@ MotionStep LevelFit::motionStep(const HalfWayPair& pair, const RigidMotion& moti
   step.shift *= static_cast<float>(allowed);
   step.change *= part * allowed;
   b += step.shift;
+  evaluated = false;
   return step;
 }
 
 // Trace of (H^-1 J'WJ), with one vector of random signs (Hutchinson, Commun. Stat. 18:1059, 1989).
+// H is that of the last step, from which a step changes it little.
 double LevelFit::traceEstimate() {
-  objective.linearise(b, gradient);
   Volume<float> signs(b.dimensions()), rhs(b.dimensions(), 0.0F), solution;
   for (int i = 0; i < signs.size(); ++i) signs.data()[i] = signOf(static_cast<std::uint64_t>(i));
   objective.dataProduct(signs, rhs);
-  const LineSolver<float> lines = lineSolver();
   const auto product = [&](const Volume<float>& v, Volume<float>& out) {
     objective.product(v, out);
   };
-  conjugateGradients<float>(product, lines, rhs, solution, 0.2, 40);
+  conjugateGradients<float>(product, *lines, rhs, solution, 0.2, 40);
   return dot(signs, solution);
 }
 
@@ -227,7 +234,7 @@ void LevelFit::updateRatioWeights() {
   const auto product = [&](const Volume<float>& v, Volume<float>& out) {
     objective.product(v, out);
   };
-  conjugateGradients<float>(product, lineSolver(), rhs, solution, 0.1, 60);
+  conjugateGradients<float>(product, *lines, rhs, solution, 0.1, 60);
   objective.residualChange(solution, change);
   const Eigen::VectorXd spread = ratio.solve(signs - ratio.weighted(change));
   const auto weight = [&](double beta, int rank, const Eigen::VectorXd& roughSigns,
@@ -246,6 +253,7 @@ void LevelFit::updateRatioWeights() {
 }
 
 void LevelFit::updateStatistics(NoiseTails tails, RatioEvidence evidence) {
+  evaluate();
   known.degreesOfFreedom = std::max(traceEstimate(), 1.0);
   if (objective.ratio != nullptr && evidence == RatioEvidence::updated) updateRatioWeights();
   const NoiseFit fit = noiseOf(tails);

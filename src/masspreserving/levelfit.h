@@ -1,6 +1,9 @@
 #pragma once
 
+#include <optional>
+
 #include "containers/volume.h"
+#include "masspreserving/linesolver.h"
 #include "masspreserving/massmodel.h"
 #include "masspreserving/motionstep.h"
 #include "masspreserving/noise.h"
@@ -40,8 +43,8 @@ class LevelFit {
   Step step(double tolerance, int maxSolverIterations);
 
   /// A step of the motion, `pair` being the model's images at `motion`. b goes along; the model's
-  /// images are then to be replaced. No parameter moves the grid's farthest corner
-  /// by more than about a voxel.
+  /// images are then to be replaced, before anything else is called. No parameter moves the grid's
+  /// farthest corner by more than about a voxel.
   MotionStep motionStep(const HalfWayPair& pair, const RigidMotion& motion, const GridPlace& place,
                         MotionResponse& response, double tolerance, int maxSolverIterations);
 
@@ -65,7 +68,8 @@ class LevelFit {
   const FitStatistics& statistics() const { return known; }
 
  private:
-  LineSolver<float> lineSolver() const;
+  void evaluate();
+  double linearise();
   Roughness<float> form(double weight) const;
   void updateWeights();
   NoiseFit noiseOf(NoiseTails tails) const;
@@ -78,6 +82,8 @@ class LevelFit {
   Volume<float> b, trust;
   FitStatistics known;
   Objective<float> objective;
+  bool evaluated = false;  // whether the objective's residuals are those of b and the model now
+  std::optional<LineSolver<float>> lines;  // of the last linearisation
   Volume<float> gradient, direction;
 };
 

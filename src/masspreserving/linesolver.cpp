@@ -4,6 +4,8 @@
 #include <cmath>
 #include <vector>
 
+#include "masspreserving/gridkernels.h"
+
 namespace mirel {
 
 template <typename Real>
@@ -49,33 +51,12 @@ LineSolver<Real>::LineSolver(const Roughness<Real>& roughness, const Volume<Real
 
 template <typename Real>
 void LineSolver<Real>::solve(const Volume<Real>& v, Volume<Real>& out) const {
-  const int nx = v.nx(), ny = v.ny(), nz = v.nz();
-  for (int z = 0; z < nz; ++z) {
-    for (int j = 0; j < ny; ++j) {
-      const int at = v.index(0, j, z);
-      Real* o = out.data() + at;
-      const Real* p = v.data() + at;
-      const Real* l1 = lower1.data() + at;
-      const Real* l2 = lower2.data() + at;
-      if (j == 0)
-        std::copy(p, p + nx, o);
-      else if (j == 1)
-        for (int x = 0; x < nx; ++x) o[x] = p[x] - l1[x] * o[x - nx];
-      else
-        for (int x = 0; x < nx; ++x) o[x] = p[x] - l1[x] * o[x - nx] - l2[x] * o[x - 2 * nx];
-    }
-    for (int j = ny - 1; j >= 0; --j) {
-      const int at = v.index(0, j, z);
-      Real* o = out.data() + at;
-      const Real* inverse = inversePivot.data() + at;
-      const Real* l1 = lower1.data() + at;
-      const Real* l2 = lower2.data() + at;
-      for (int x = 0; x < nx; ++x) o[x] *= inverse[x];
-      if (j + 1 < ny)
-        for (int x = 0; x < nx; ++x) o[x] -= l1[x + nx] * o[x + nx];
-      if (j + 2 < ny)
-        for (int x = 0; x < nx; ++x) o[x] -= l2[x + 2 * nx] * o[x + 2 * nx];
-    }
+  for (int z = 0; z < v.nz(); ++z) {
+    const int at = v.index(0, 0, z);
+    solveColumns(
+        v.nx(), v.ny(),
+        ColumnFactors<Real>{inversePivot.data() + at, lower1.data() + at, lower2.data() + at},
+        v.data() + at, out.data() + at, variant);
   }
 }
 

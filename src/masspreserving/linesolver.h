@@ -3,6 +3,7 @@
 #include "containers/volume.h"
 #include "masspreserving/conjugategradients.h"
 #include "masspreserving/roughness.h"
+#include "simd/variant.h"
 
 namespace mirel {
 
@@ -19,6 +20,7 @@ class LineSolver {
   void solve(const Volume<Real>& v, Volume<Real>& out) const;
 
  private:
+  SimdVariant variant = chosenVariant();
   Volume<Real> inversePivot, lower1, lower2;
 };
 

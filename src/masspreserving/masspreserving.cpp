@@ -42,6 +42,10 @@ constexpr RatioModel shading{2, false}, contrast{0, true}, shadingAndContrast{2,
 // much it has to lower the residuals' variance; and by how much more than contrast alone where
 // there is contrast, or both parts than one.
 constexpr double leastSpread = 0.0175, leastGain = 1.25, leastGainBesideOther = 2.0;
+// A ratio that is there varies by half as much as in the end after two steps, and by this part of
+// what it has to at the very least.
+constexpr int firstRatioSteps = 2;
+constexpr double leastFirstSpread = leastSpread / 3.0;
 constexpr double placeMm = 12.0;
 constexpr double solverTolerance = 0.2;
 constexpr int mostSolverIterations = 60;
@@ -107,6 +111,7 @@ class Estimation {
     return glm::dvec3(gridOf(level).factor) / glm::dvec3(levels.front().voxels);
   }
   bool findMotion(const State& still);
+  MotionEvidence firstEvidence() const;
   bool headMoved(const State& plain);
   Volume<float> seenByFirst(const Volume<float>& halfWay) const;
   void finishDeviation();
@@ -266,7 +271,9 @@ void Estimation::runLevel(int level, Head mode) {
     const RatioEvidence evidence = finest ? RatioEvidence::kept : RatioEvidence::updated;
     if (!last) fit.updateStatistics(student ? NoiseTails::student : NoiseTails::normal, evidence);
     report(level, i, step, fit.statistics());
-    if (settled) break;
+    // A ratio at half the resolution without motion is one that may yet be taken (`withRatio`).
+    const bool inQuestion = ratioFit && level == 1 && !moving && i + 1 == firstRatioSteps;
+    if (settled || (inQuestion && fit.ratioSpread() < leastFirstSpread)) break;
   }
   // Of a head that moved the misfit is also that of its motion.
   if (finest && mode == Head::still) standingOut = fit.placesOver(places(0), weightsOn(0));
@@ -318,14 +325,31 @@ Volume<float> Estimation::seenByFirst(const Volume<float>& halfWay) const {
 // Fits the coarse resolutions again with a moving head, and keeps that if the head moved since
 // `still`.
 bool Estimation::findMotion(const State& still) {
-  fitCoarse(Head::moving);
   const Images& pair = imagesOf(1);
+  const glm::dvec3 mm = levels.front().voxelMm;
+  const double shortest = std::min({mm.x, mm.y, mm.z});
+  motionEvidence = firstEvidence();
+  if (!motionEvidence.mayBeMotion(shortest)) return false;
+  fitCoarse(Head::moving);
   motionEvidence = MotionEvidence(pair.first, pair.second, now.b, now.head, placeOfLevel(1));
   motionEvidence.varianceRatio = still.statistics.noise.variance / now.statistics.noise.variance;
-  const glm::dvec3 mm = levels.front().voxelMm;
-  if (motionEvidence.isMotion(std::min({mm.x, mm.y, mm.z}))) return true;
+  if (motionEvidence.isMotion(shortest)) return true;
   now = still;
   return false;
+}
+
+// What one step of the motion tells, from a fit without.
+MotionEvidence Estimation::firstEvidence() const {
+  const Images& pair = imagesOf(1);
+  const MassModel<float> model(pair.first, pair.second);
+  std::optional<RatioFit<float>> ratioFit;
+  if (!now.model.isNone()) ratioFit.emplace(ratioBasis(1), now.ratio);
+  LevelFit fit(model, gridOf(1).voxelMm, now.b, now.statistics, ratioFit ? &*ratioFit : nullptr,
+               trustOn(1));
+  if (options.startIsPrior && options.start.size() > 0) fit.setPriorMean(startOn(1));
+  const HeadMotion head = firstMotion(fit, pair.first, pair.second, placeOfLevel(1),
+                                      solverTolerance, mostSolverIterations);
+  return {pair.first, pair.second, fit.displacement(), head, placeOfLevel(1)};
 }
 
 // Whether the head moved, by the fit without motion that was made last and, where that has a ratio

@@ -70,7 +70,7 @@ struct MassPreservingResult {
   /// Root mean square of the displacement, in the signal, that the estimated motion makes without
   /// its translation along y; and what speaks for it: chi^2 of its five parameters, and the
   /// residuals' variance at half the resolution without it over that with it. Also of a motion that
-  /// was dismissed.
+  /// was dismissed; the ratio is 1 where its first step was enough for that.
   double motionMm = 0.0, motionChiSquare = 0.0, motionVarianceRatio = 1.0;
   /// Standard deviation per voxel and image that the fit leaves, in the units of sqrt(I1 I2)
   /// (geometric mean of the two images' scales): noise and what the model does not explain.

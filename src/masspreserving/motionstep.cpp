@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <glm/geometric.hpp>
 #include <numbers>
+#include <utility>
 
 #include "masspreserving/massmodel.h"
 #include "numerics/difference.h"
@@ -93,6 +94,12 @@ HalfWayPair::HalfWayPair(MovedImage& firstMoved, MovedImage& secondMoved, const 
   second = std::move(other.image);
   secondKnown = std::move(other.covered);
 }
+
+HalfWayPair::HalfWayPair(Volume<float> one, Volume<float> other)
+    : first(std::move(one)),
+      second(std::move(other)),
+      firstKnown(first.dimensions(), 1),
+      secondKnown(second.dimensions(), 1) {}
 
 std::array<Volume<float>, motionParameters> motionDerivatives(const HalfWayPair& pair,
                                                               const Volume<float>& b,

@@ -50,6 +50,8 @@ struct HalfWayPair {
 
   HalfWayPair(MovedImage& first, MovedImage& second, const RigidMotion& motion,
               const Volume<float>& b);
+  /// Of a head that did not move: the images themselves.
+  HalfWayPair(Volume<float> first, Volume<float> second);
 };
 
 /// How much the residuals (voxels) change with each motion parameter, at the displacement b.

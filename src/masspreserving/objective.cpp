@@ -102,6 +102,11 @@ double Objective<Real>::value(const Volume<Real>& b) {
 template <typename Real>
 double Objective<Real>::linearise(const Volume<Real>& b, Volume<Real>& gradient) {
   evaluate(b);
+  return lineariseEvaluated(b, gradient);
+}
+
+template <typename Real>
+double Objective<Real>::lineariseEvaluated(const Volume<Real>& b, Volume<Real>& gradient) {
   const double data = addDataTerms(b, &gradient);
   const double priors = valueOfPriors(b);
   gradient += rough;

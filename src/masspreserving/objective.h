@@ -40,8 +40,13 @@ class Objective {
   /// E(b); infinite if a |stretch| reaches 1.
   double value(const Volume<Real>& b);
 
+  /// The residuals, their slopes and the mean at b, without E.
+  void evaluate(const Volume<Real>& b);
+
   /// E(b) and its gradient (with c following b); keeps what `product` and `LineSolver` need of b.
   double linearise(const Volume<Real>& b, Volume<Real>& gradient);
+  /// The same where the last call of `value` or `evaluate` was at this b, with this ratio.
+  double lineariseEvaluated(const Volume<Real>& b, Volume<Real>& gradient);
 
   /// out = H v at the last linearisation: J' W J of the residuals (Gauss-Newton) and the exact
   /// second derivatives of barrier and roughness, with the ratio eliminated.
@@ -63,8 +68,8 @@ class Objective {
   double roughnessOf(const Volume<Real>& b, const Roughness<Real>& form);
   void setRoughness(const Roughness<Real>& form) { roughness = form; }
   const Roughness<Real>& roughnessForm() const { return roughness; }
-  /// Residuals of the last call to `value` or `linearise`, their slopes at the voxels' lower and
-  /// upper edges, and the mean of the two corrected images.
+  /// Residuals of the last call to `value`, `evaluate` or `linearise`, their slopes at the voxels'
+  /// lower and upper edges, and the mean of the two corrected images.
   const Volume<Real>& residuals() const { return residual; }
   const Volume<Real>& lowSlopes() const { return low; }
   const Volume<Real>& highSlopes() const { return high; }
@@ -75,7 +80,6 @@ class Objective {
 
  private:
   double addDataTerms(const Volume<Real>& b, Volume<Real>* gradient);
-  void evaluate(const Volume<Real>& b);
   bool eliminates() const { return ratio != nullptr; }
   void addGradientOf(const Volume<Real>& v, Volume<Real>& out) const;
   double valueOfPriors(const Volume<Real>& b);

@@ -96,6 +96,26 @@ std::pair<Real, Real> plainSample(const Volume<Real>& c, const Volume<Real>& e, 
           wanted == p ? left + t * (rise + six * (Real(1) - t)) : Real(0)};
 }
 
+// L D L' of one column after another.
+template <typename Real>
+Volume<Real> plainColumns(const Volume<Real>& inverse, const Volume<Real>& l1,
+                          const Volume<Real>& l2, const Volume<Real>& v) {
+  Volume<Real> o = v;
+  const int ny = v.ny();
+  for (int x = 0; x < v.nx(); ++x) {
+    for (int j = 0; j < ny; ++j) {
+      if (j > 0) o.at(x, j, 0) -= l1.at(x, j, 0) * o.at(x, j - 1, 0);
+      if (j > 1) o.at(x, j, 0) -= l2.at(x, j, 0) * o.at(x, j - 2, 0);
+    }
+    for (int j = ny - 1; j >= 0; --j) {
+      o.at(x, j, 0) *= inverse.at(x, j, 0);
+      if (j + 1 < ny) o.at(x, j, 0) -= l1.at(x, j + 1, 0) * o.at(x, j + 1, 0);
+      if (j + 2 < ny) o.at(x, j, 0) -= l2.at(x, j + 2, 0) * o.at(x, j + 2, 0);
+    }
+  }
+  return o;
+}
+
 }  // namespace
 
 TEST(GridKernels, LaplacianEqualsTheLoopToTheBit) {
@@ -115,6 +135,20 @@ TEST(GridKernels, SumsOfProductsEqualTheLoopToTheBit) {
     const Volume<Real> a = randomVolume<Real>(dims, 2), b = randomVolume<Real>(dims, 3);
     const double got = dotOfRows(a.data(), b.data(), dims.x, dims.y * dims.z, variant);
     EXPECT_TRUE(compare::same(got, plainDot(a, b)));
+  });
+}
+
+TEST(GridKernels, ColumnsEqualTheLoopToTheBit) {
+  forAll([](glm::ivec3 dims, SimdVariant variant, auto kind) {
+    using Real = decltype(kind);
+    const glm::ivec3 slice(dims.x, dims.y, 1);
+    const Volume<Real> inverse = randomVolume<Real>(slice, 7), v = randomVolume<Real>(slice, 8);
+    const Volume<Real> l1 = randomVolume<Real>(slice, 9) * Real(0.3);
+    const Volume<Real> l2 = randomVolume<Real>(slice, 10) * Real(0.1);
+    Volume<Real> got(slice, Real(7));
+    solveColumns(dims.x, dims.y, ColumnFactors<Real>{inverse.data(), l1.data(), l2.data()},
+                 v.data(), got.data(), variant);
+    EXPECT_TRUE(compare::same(got, plainColumns(inverse, l1, l2, v)));
   });
 }
 

@@ -108,6 +108,17 @@ void expectNoMotion(const Volume<float>& first, const Volume<float>& second, glm
   EXPECT_TRUE(plain.motion.isNone());
 }
 
+TEST(NoMotion, TakesNoStepsOfAMovingHeadToBeSeen) {
+  MassPreservingOptions without;
+  without.estimateMotion = false;
+  const auto steps = [&](const Phantom& head, const MassPreservingOptions& wanted) {
+    return estimateMassPreserving(head.ap, head.pa, head.options.voxelMm, wanted).iterations;
+  };
+  EXPECT_EQ(steps(stillHead(), {}), steps(stillHead(), without));
+  const Phantom moved = headOf({{0.3, 0.0, -0.3}, {0.0, 0.0, 0.0}});
+  EXPECT_GT(steps(moved, {}), steps(moved, without) + 6);
+}
+
 TEST(NoMotion, IsInventedInAHead) {
   const Phantom& head = stillHead();
   expectNoMotion(head.ap, head.pa, head.options.voxelMm);

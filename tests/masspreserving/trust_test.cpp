@@ -106,6 +106,18 @@ TEST(MassPreservingTrust, IsNothingWhereTheModelHolds) {
   EXPECT_EQ(estimateMassPreserving(phantom().ap, phantom().pa, voxelMm).shareOut, 0.0);
 }
 
+TEST(MassPreservingTrust, LooksForARatioThatIsNotThereInTwoStepsOfEachKind) {
+  MassPreservingOptions with;
+  with.estimateMotion = false;
+  MassPreservingOptions without = with;
+  without.localRatio = false;
+  const auto steps = [&](const Volume<float>& first, const MassPreservingOptions& wanted) {
+    return estimateMassPreserving(first, phantom().pa, voxelMm, wanted).iterations;
+  };
+  EXPECT_EQ(steps(phantom().ap, with), steps(phantom().ap, without) + 4);
+  EXPECT_GT(steps(shaded(0.1), with), steps(shaded(0.1), without) + 6);
+}
+
 TEST(MassPreservingTrust, ExchangeOfShadedImagesOnlyChangesTheSign) {
   const Volume<float> there = shiftWithRatio(shaded(0.3), phantom().pa);
   const Volume<float> back = shiftWithRatio(phantom().pa, shaded(0.3));
