@@ -34,24 +34,22 @@ std::vector<std::string> filesOf(const PairInput& pair) {
 
 std::vector<std::string> allInputs(const PairInput& pair,
                                    const std::optional<DistortionFile>& start,
-                                   const SeriesCorrection& series) {
+                                   const std::vector<std::string>& seriesFiles) {
   std::vector<std::string> inputs = filesOf(pair);
   if (pair.mask) inputs.push_back(pair.mask->stamp.fileName());
   if (start)
     for (const std::string& file : start->files()) inputs.push_back(file);
-  for (const std::string& file : series.inputFiles()) inputs.push_back(file);
+  inputs.insert(inputs.end(), seriesFiles.begin(), seriesFiles.end());
   return inputs;
 }
 
-void announceAll(const PairInput& pair, const std::vector<std::string>& inputs,
-                 const PairNames& names, const EarlierResults& earlier, SeriesCorrection& series,
-                 OutputFolder& folder) {
+void announcePair(const PairInput& pair, const std::vector<std::string>& inputs,
+                  const PairNames& names, const EarlierResults& earlier, OutputFolder& folder) {
   const std::vector<ResultInput> madeOf = resultInputsOf(pair);
   for (const std::string& name : names.all()) {
     for (const std::string& file : filesNamed(name)) folder.announce(file, inputs);
     earlier.refuseOthers(name, filesNamed(name), madeOf);
   }
-  series.announce(inputs, madeOf, earlier);
 }
 
 PairInput readPairOf(const CorrectPairOptions& options) {
@@ -148,6 +146,75 @@ void addRemarks(RunRecord& run, const PairInput& pair, const PairEstimate& estim
                                                  "that stand out"));
 }
 
+EarlierResults::Others othersOf(const CorrectPairOptions& options) {
+  return options.overwrite ? EarlierResults::Others::replaced : EarlierResults::Others::kept;
+}
+
+// What a run reads before it computes.
+struct Inputs {
+  PairInput pair;
+  std::optional<DistortionFile> start;
+  std::vector<SeriesInput> series;
+};
+
+Inputs readInputs(const CorrectPairOptions& options) {
+  Inputs inputs{readPairOf(options), {}, {}};
+  PairInput& pair = inputs.pair;
+  if (!options.maskFile.empty()) readMask(options.maskFile, pair);
+  if (!options.startingField.empty()) inputs.start = readStartingField(options.startingField, pair);
+  pair.startIsPrior = options.startIsPrior;
+  for (const SeriesFile& file : options.series) inputs.series.push_back(readSeriesOf(pair, file));
+  return inputs;
+}
+
+// The series of a run: those that are joined, and those that are corrected alone.
+struct SeriesParts {
+  std::optional<SeriesJoining> joining;
+  SeriesCorrection correction;
+
+  SeriesParts(std::vector<SeriesInput>&& series, bool join, const SeriesSettings& settings,
+              OutputFolder& folder)
+      : correction(settings, folder) {
+    if (join) joining.emplace(planJoining(series), settings, folder);
+    for (SeriesInput& input : series) {
+      SeriesNames names = SeriesNames::inFolder(input, settings.writeWarp);
+      correction.add(std::move(input), std::move(names));
+    }
+  }
+
+  std::vector<std::string> inputFiles() const {
+    std::vector<std::string> files = correction.inputFiles();
+    if (joining)
+      for (const std::string& file : joining->inputFiles()) files.push_back(file);
+    return files;
+  }
+};
+
+// The page, announced in the folder; nothing when there is to be none.
+std::optional<ReportFile> announcePage(const CorrectPairOptions& options, const PairInput& pair,
+                                       const std::vector<std::string>& inputs,
+                                       const SourceNames& sources, OutputFolder& folder) {
+  if (!options.report) return std::nullopt;
+  ReportFile page(folder, sources, resultInputsOf(pair),
+                  options.reportStem.empty() ? PairNames::reportStemOf(pair) : options.reportStem,
+                  othersOf(options));
+  if (!options.reportStem.empty()) page.useOwnName();
+  page.announce(folder, inputs);
+  return page;
+}
+
+// The record keeps what is known without the voxels.
+PairRecord recordOf(const Inputs& inputs, const CorrectPairOptions& options,
+                    const PairEstimate& estimate) {
+  const PairInput& pair = inputs.pair;
+  // NOLINTNEXTLINE(cppcoreguidelines-slicing)
+  PairRecord record{pair.a, pair.b, options.estimate, estimate};
+  if (pair.mask) record.mask = pair.mask->stamp;
+  if (inputs.start) record.start = recordOf(*inputs.start);
+  record.startIsPrior = pair.startIsPrior;
+  return record;
+}
+
 }  // namespace
 
 RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
@@ -158,54 +225,29 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
   run.seriesSettings.modulation = options.estimate.usedModulation();
   OutputFolder folder(options.outputFolder);
   progress.at(Stage::reading, 0.0);
-  PairInput pair = readPairOf(options);
-  if (!options.maskFile.empty()) readMask(options.maskFile, pair);
-  std::optional<DistortionFile> start;
-  if (!options.startingField.empty()) start = readStartingField(options.startingField, pair);
-  pair.startIsPrior = options.startIsPrior;
-  SeriesCorrection series(run.seriesSettings, folder);
-  std::vector<SeriesInput> inputSeries;
-  for (const SeriesFile& file : options.series) inputSeries.push_back(readSeriesOf(pair, file));
-  std::optional<SeriesJoining> joining;
-  if (options.joinSeries) joining.emplace(planJoining(inputSeries), run.seriesSettings, folder);
-  for (SeriesInput& input : inputSeries) {
-    SeriesNames names = SeriesNames::inFolder(input, run.seriesSettings.writeWarp);
-    series.add(std::move(input), std::move(names));
-  }
-  std::vector<std::string> inputs = allInputs(pair, start, series);
-  if (joining)
-    for (const std::string& file : joining->inputFiles()) inputs.push_back(file);
+  Inputs read = readInputs(options);
+  const PairInput& pair = read.pair;
+  SeriesParts series(std::move(read.series), options.joinSeries, run.seriesSettings, folder);
+  const std::vector<std::string> inputs = allInputs(pair, read.start, series.inputFiles());
   using Description = SourceNames::Description;
   const Description description =
       mayDescribe(options.outputFolder, inputs) ? Description::written : Description::kept;
   const SourceNames sources(options.outputFolder, inputs, description);
-  const auto others =
-      options.overwrite ? EarlierResults::Others::replaced : EarlierResults::Others::kept;
-  const EarlierResults earlier(folder, sources, others);
+  const EarlierResults earlier(folder, sources, othersOf(options));
   const PairNames names = PairNames::of(pair, options.estimate, options.results);
-  announceAll(pair, inputs, names, earlier, series, folder);
-  if (joining) joining->announce(inputs, resultInputsOf(pair), earlier);
+  announcePair(pair, inputs, names, earlier, folder);
+  series.correction.announce(inputs, resultInputsOf(pair), earlier);
+  if (series.joining) series.joining->announce(inputs, resultInputsOf(pair), earlier);
   if (description == Description::written) folder.announce(bids::descriptionFile, inputs);
-  std::optional<ReportFile> page;
-  if (options.report) {
-    page.emplace(folder, sources, resultInputsOf(pair),
-                 options.reportStem.empty() ? PairNames::reportStemOf(pair) : options.reportStem,
-                 others);
-    if (!options.reportStem.empty()) page->useOwnName();
-    page->announce(folder, inputs);
-    run.warnings = options.report->check(pair.a.options.file, pair.a.header);
-  }
+  std::optional<ReportFile> page = announcePage(options, pair, inputs, sources, folder);
+  if (page) run.warnings = options.report->check(pair.a.options.file, pair.a.header);
   progress.at(Stage::reading, 1.0);
 
   const PairEstimate estimate = estimatePairMap(pair, options.estimate, progress);
   addRemarks(run, pair, estimate);
   addAgreement(run, pair, estimate, options.startingField);
-  // The record keeps what is known without the voxels.
-  // NOLINTNEXTLINE(cppcoreguidelines-slicing)
-  run.pair = PairRecord{pair.a, pair.b, options.estimate, estimate};
-  if (pair.mask) run.pair->mask = pair.mask->stamp;
-  if (start) run.pair->start = recordOf(*start);
-  run.pair->startIsPrior = pair.startIsPrior;
+  if (series.joining) addMotionDoubt(run, pair, estimate);
+  run.pair = recordOf(read, options, estimate);
   progress.at(Stage::writing, 0.0);
   run.outputs = folder.write([&] {
     writePair(names, pair, estimate, run, sources, folder, progress);
@@ -214,11 +256,9 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
         {estimate.meanToCompare(), pair.a.header.affine(), "the corrected pair"},
         "the pair's directions are"};
     const Distortion distortion = distortionOf(pair, estimate);
-    if (joining) {
-      addMotionDoubt(run, pair, estimate);
-      joining->run(distortion, reference, sources, options.report, run, progress);
-    }
-    series.run(distortion, reference, sources, options.report, run, progress);
+    if (series.joining)
+      series.joining->run(distortion, reference, sources, options.report, run, progress);
+    series.correction.run(distortion, reference, sources, options.report, run, progress);
     if (description == Description::written)
       folder.writeText(bids::descriptionFile, datasetDescription(options.version, sources.links()));
     earlier.settle(resultInputsOf(pair), PairNames::fieldOf(pair, options.results), originOf(run),
