@@ -34,8 +34,8 @@ struct UnalignedSeries {
   Volume<float> mean;  ///< less its background
   Grid grid;
   std::string name;
-  int axis;  ///< phase encoding
-  Modulation modulation;
+  int axis = 1;  ///< phase encoding
+  Modulation modulation = Modulation::off;
   /// The series' displacement map if its voxels lay elsewhere.
   std::function<Volume<float>(const Grid&)> shiftOn;
 };

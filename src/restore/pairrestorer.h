@@ -65,7 +65,7 @@ class PairRestorer {
   struct Column;
   int axis;
   RestoreWeights weights;
-  glm::ivec3 size;              // with `axis` as y
+  glm::ivec3 size{0};           // with `axis` as y
   std::vector<Column> columns;  // x fastest, then z
 };
 
