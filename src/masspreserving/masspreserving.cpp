@@ -22,6 +22,7 @@ namespace {
 constexpr int fewestVoxels = 12;         // along an axis of the coarsest resolution
 constexpr double smallestStep = 0.01;    // in voxels; steps below it end a resolution
 constexpr double smallestMotion = 0.05;  // of the grid's farthest corner, in voxels
+constexpr double heldMotion = 0.025;     // the same; a resolution's later steps leave it as it is
 constexpr double largestStretch = 0.98;  // between voxels of the result
 // Of the ratio of intensities: a function of the intensity relative to its level near by (nodes a
 // sixth of the longest edge apart), up to three times that, and polynomials of the place.
@@ -253,16 +254,18 @@ void Estimation::runLevel(int level, Head mode) {
   const int coarse =
       moving ? std::min(options.coarseIterations, mostMovingIterations) : options.coarseIterations;
   const int iterations = finest ? options.finestIterations : coarse;
+  bool motionHeld = false;
   for (int i = 0; i < iterations; ++i) {
     const bool last = finest && i + 1 == iterations;
     const LevelFit::Step step = fit.step(solverTolerance, mostSolverIterations);
     bool settled = step.largestStep < smallestStep;
-    if (moving && !(finest && i >= mostFinestMotionSteps)) {
+    if (moving && !motionHeld && !(finest && i >= mostFinestMotionSteps)) {
       const MovingPair::Step moved =
           moving->step(fit, now.head, solverTolerance,
                        finest ? mostFinestMotionIterations : mostSolverIterations);
       result.solverIterations += moved.solverIterations;
       settled = settled && moved.largestVoxels < smallestMotion;
+      motionHeld = moved.largestVoxels < heldMotion;
     }
     // Outliers are told apart in the second half of the finest resolution only: before, what is not
     // yet explained is not an outlier.
