@@ -12,7 +12,6 @@ namespace mirel::dataset {
 
 namespace {
 
-constexpr double placeTolerance = 0.05;  // voxels; that of readPair
 constexpr double never = std::numeric_limits<double>::infinity();
 
 using Pool = std::vector<std::size_t>;
@@ -75,7 +74,7 @@ std::string whyNoPair(const ImageFacts& a, const ImageFacts& b) {
     return "have other grids, " + text(a.grid->dims) + " and " + text(b.grid->dims) + " voxels";
   try {
     const double apart = cornersApart(*b.grid, *a.grid, a.image.path);
-    if (apart <= placeTolerance) return "";
+    if (apart <= samePlaceVoxels) return "";
     return "lie at different places, up to " + text("%.2g", apart) + " voxels apart";
   } catch (const Error& error) {
     return std::string("cannot be compared: ") + error.what();

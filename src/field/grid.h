@@ -31,6 +31,9 @@ glm::dmat4 voxelToVoxel(const glm::dmat4& from, const glm::dmat4& to, const std:
 /// the other's: two files of one acquisition whose headers were rounded differently.
 bool coincide(const Grid& a, const Grid& b);
 
+/// Grids whose corners lie no farther apart, in voxels, are taken for one: headers are rounded.
+inline constexpr double samePlaceVoxels = 0.05;
+
 /// How far the corners of two grids of the same dimensions lie apart along any axis, in voxels of
 /// `b`: the largest of all. Throws Error, naming `name` (the image that `b` belongs to), when its
 /// affine is singular or not finite.

@@ -14,7 +14,6 @@ namespace mirel {
 
 namespace {
 
-constexpr double largestDistance = 0.05;    // voxels
 constexpr double largestDifference = 0.01;  // of times
 constexpr double doubtfulAngle = 0.5;       // degrees
 
@@ -41,7 +40,7 @@ void refuseGrids(const SeriesInput& first, const SeriesInput& second) {
     throw Error(first.file, "has " + text(first.header.dims) + " voxels and " + second.file + " " +
                                 text(second.header.dims) + ": they cannot be joined");
   const double apart = cornersApart(gridOf(first.header), gridOf(second.header), second.file);
-  if (!(apart <= largestDistance))
+  if (!(apart <= samePlaceVoxels))
     throw Error(first.file, "and " + second.file + " lie at different places (up to " +
                                 text("%.3g", apart) + " voxels apart): they cannot be joined");
 }

@@ -18,7 +18,6 @@ namespace {
 using bids::PhaseEncodingDirection;
 using Source = bids::StatedDirection::Source;
 
-constexpr double placeTolerance = 0.05;    // voxels
 constexpr double readoutTolerance = 0.01;  // of the readout time
 
 // What is known about the direction of a map, and from where.
@@ -199,7 +198,7 @@ void checkGrid(const DistortionFile& map, SeriesInput& input) {
   const std::string found =
       " lie at different places (up to " + text("%.3g", apart) + " voxels apart)";
   if (!(apart <= 1)) throw Error(map.file, "and " + input.file + found, {Advice::Kind::makeField});
-  if (apart > placeTolerance) input.warnings.push_back(map.file + " and " + input.file + found);
+  if (apart > samePlaceVoxels) input.warnings.push_back(map.file + " and " + input.file + found);
 }
 
 }  // namespace

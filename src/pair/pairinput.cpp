@@ -21,7 +21,6 @@ namespace mirel {
 namespace {
 
 constexpr int fewestVoxels = 4;
-constexpr double placeTolerance = 0.05;    // voxels
 constexpr double readoutTolerance = 0.01;  // of the readout time
 
 Volume<float> readImage(nifti::Reader& reader, const ImageOptions& options) {
@@ -88,7 +87,7 @@ void checkSameGrid(const InputImage& a, const InputImage& b) {
                                     text(b.header.dims) +
                                     ": both images of a pair have the same grid");
   const double farthest = cornersApart(gridOf(b.header), gridOf(a.header), a.options.file);
-  if (!(farthest <= placeTolerance))
+  if (!(farthest <= samePlaceVoxels))
     throw Error(a.options.file + " and " + b.options.file +
                 " have as many voxels but lie at different places (up to " + text(farthest) +
                 " voxels apart): both images of a pair have the same grid");

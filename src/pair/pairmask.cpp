@@ -14,8 +14,6 @@ namespace mirel {
 
 namespace {
 
-constexpr double placeTolerance = 0.05;  // voxels
-
 void requireGridOf(const InputImage& image, const nifti::Header& mask, const std::string& file) {
   const std::string& other = image.options.file;
   if (mask.dims != image.header.dims)
@@ -23,7 +21,7 @@ void requireGridOf(const InputImage& image, const nifti::Header& mask, const std
                           text(image.header.dims) + ": a mask has the grid of the pair");
   if (!hasOrientation(mask)) return;
   const double apart = cornersApart(gridOf(mask), gridOf(image.header), other);
-  if (!(apart <= placeTolerance))
+  if (!(apart <= samePlaceVoxels))
     throw Error(file, "lies at another place than " + other + " (up to " + text("%.3g", apart) +
                           " voxels away): a mask has the grid of the pair");
 }
