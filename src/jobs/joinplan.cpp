@@ -47,8 +47,7 @@ void refuseGrids(const SeriesInput& first, const SeriesInput& second) {
 
 double echoTimeOf(const SeriesInput& input) {
   const auto& sidecar = input.acquisition.sidecar;
-  const Json* time = sidecar ? sidecar->json().find("EchoTime") : nullptr;
-  return time != nullptr && time->is_number() ? time->number() : 0;
+  return sidecar ? sidecar->json().numberOf("EchoTime").value_or(0) : 0;
 }
 
 bool differ(double a, double b) {
