@@ -1,8 +1,8 @@
 #include "dataset/measurement.h"
 
 #include <algorithm>
-#include <cmath>
-#include <limits>
+
+#include "dataset/pairing.h"
 
 namespace mirel::dataset {
 
@@ -36,13 +36,6 @@ std::string faultOf(const std::vector<ImageFacts>& images, const MeasuringImages
   return "";
 }
 
-double secondsFrom(const std::vector<ImageFacts>& images, const MeasuringImages& measurement,
-                   std::size_t image) {
-  const auto &one = images[measurement.front()].acquiredSeconds,
-             &other = images[image].acquiredSeconds;
-  return one && other ? std::fabs(*one - *other) : std::numeric_limits<double>::infinity();
-}
-
 }  // namespace
 
 std::vector<MeasuringImages> measurementsAmong(const std::vector<ImageFacts>& images,
@@ -74,21 +67,11 @@ std::optional<MeasuringImages> nearestMeasurement(const std::vector<ImageFacts>&
                                                   const std::vector<MeasuringImages>& measurements,
                                                   std::size_t image) {
   if (measurements.size() == 1) return measurements.front();
-  constexpr double never = std::numeric_limits<double>::infinity();
-  std::optional<MeasuringImages> nearest;
-  double least = never, second = never;
-  for (const MeasuringImages& each : measurements) {
-    const double seconds = secondsFrom(images, each, image);
-    if (seconds == never) return std::nullopt;
-    if (seconds < least) {
-      second = least;
-      least = seconds;
-      nearest = each;
-    } else {
-      second = std::min(second, seconds);
-    }
-  }
-  return least < second ? nearest : std::nullopt;
+  std::vector<double> seconds;
+  for (const MeasuringImages& each : measurements)
+    seconds.push_back(secondsBetween(images[each.front()], images[image]));
+  const std::optional<std::size_t> nearest = shortestOf(seconds);
+  return nearest ? std::optional(measurements[*nearest]) : std::nullopt;
 }
 
 }  // namespace mirel::dataset

@@ -16,11 +16,6 @@ constexpr double never = std::numeric_limits<double>::infinity();
 
 using Pool = std::vector<std::size_t>;
 
-double secondsBetween(const ImageFacts& a, const ImageFacts& b) {
-  if (!a.acquiredSeconds || !b.acquiredSeconds) return never;
-  return std::fabs(*a.acquiredSeconds - *b.acquiredSeconds);
-}
-
 std::string nameWithoutDirection(const ImageFacts& image) {
   bids::Name name = image.image.name;
   std::erase_if(name.entities, [](const auto& entity) { return entity.first == "dir"; });
@@ -120,28 +115,30 @@ std::string whyNone(const std::vector<ImageFacts>& images, const Pool& pool) {
   return why.empty() ? "" : namesOf(images, shown) + " " + why;
 }
 
+double secondsBetween(const ImageFacts& a, const ImageFacts& b) {
+  if (!a.acquiredSeconds || !b.acquiredSeconds) return never;
+  return std::fabs(*a.acquiredSeconds - *b.acquiredSeconds);
+}
+
+std::optional<std::size_t> shortestOf(const std::vector<double>& seconds) {
+  const auto isKnown = [](double each) { return std::isfinite(each); };
+  if (seconds.empty() || !std::all_of(seconds.begin(), seconds.end(), isKnown)) return std::nullopt;
+  const auto shortest = std::min_element(seconds.begin(), seconds.end());
+  if (std::count(seconds.begin(), seconds.end(), *shortest) > 1) return std::nullopt;
+  return static_cast<std::size_t>(shortest - seconds.begin());
+}
+
 NearestPair nearestPair(const std::vector<ImageFacts>& images, const std::vector<ImagePair>& pairs,
                         std::size_t image) {
   for (const ImagePair& pair : pairs)
     if (pair.has(image)) return {pair, ""};
   if (pairs.size() == 1) return {pairs[0], ""};
-  NearestPair nearest;
-  double least = never, second = never;
-  for (const ImagePair& pair : pairs) {
-    const double seconds = secondsFrom(images, pair, image);
-    if (seconds == never) return {};
-    if (seconds < least) {
-      second = least;
-      least = seconds;
-      nearest.pair = pair;
-    } else {
-      second = std::min(second, seconds);
-    }
-  }
-  if (!nearest.pair || least == second) return {};
-  nearest.how = ", the nearest in time of " + std::to_string(pairs.size()) + " pairs (" +
-                text("%.0f", least) + " s away)";
-  return nearest;
+  std::vector<double> seconds;
+  for (const ImagePair& pair : pairs) seconds.push_back(secondsFrom(images, pair, image));
+  const std::optional<std::size_t> nearest = shortestOf(seconds);
+  if (!nearest) return {};
+  return {pairs[*nearest], ", the nearest in time of " + std::to_string(pairs.size()) + " pairs (" +
+                               text("%.0f", seconds[*nearest]) + " s away)"};
 }
 
 std::string namesOf(const std::vector<ImageFacts>& images, const Pool& which) {

@@ -30,6 +30,13 @@ std::vector<ImagePair> pairsOf(const std::vector<ImageFacts>& images,
 /// Why there is no pair in a pool, in a sentence that names images; empty for an empty pool.
 std::string whyNone(const std::vector<ImageFacts>& images, const std::vector<std::size_t>& pool);
 
+/// Which of several times is the shortest, in s; nothing where one is infinite (not known), two are
+/// the shortest, or there are none.
+std::optional<std::size_t> shortestOf(const std::vector<double>& seconds);
+
+/// Time between two acquisitions in s; infinite where one is not known.
+double secondsBetween(const ImageFacts& a, const ImageFacts& b);
+
 /// Which of several pairs serves an image.
 struct NearestPair {
   std::optional<ImagePair> pair;  ///< nothing where there is none, or time cannot decide

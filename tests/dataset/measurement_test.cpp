@@ -2,6 +2,9 @@
 
 #include <gmock/gmock.h>
 
+#include <limits>
+
+#include "dataset/pairing.h"
 #include "dataset/planned.h"
 
 namespace mirel::dataset {
@@ -52,6 +55,14 @@ TEST(Measurement, TheNearestInTimeServes) {
   EXPECT_EQ(nearestMeasurement(images, {{0}}, 3), MeasuringImages{0});
   EXPECT_EQ(nearestMeasurement(images, {{0}, {1}}, 3), std::nullopt);
   EXPECT_EQ(nearestMeasurement(images, {}, 2), std::nullopt);
+}
+
+TEST(Measurement, TimesDecideWhereAllAreKnownAndOneIsTheShortest) {
+  constexpr double unknown = std::numeric_limits<double>::infinity();
+  EXPECT_EQ(shortestOf({30, 5, 40}), 1U);
+  EXPECT_EQ(shortestOf({5, 5, 40}), std::nullopt);
+  EXPECT_EQ(shortestOf({5, unknown}), std::nullopt);
+  EXPECT_EQ(shortestOf({}), std::nullopt);
 }
 
 TEST(Measurement, WithoutLinksIsAssumedWhereItIsTheOnlyOne) {
