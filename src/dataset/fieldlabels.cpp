@@ -52,7 +52,7 @@ std::string fieldResultName(const SubjectPlan& plan, const PlannedField& field,
 
 void labelFields(SubjectPlan& plan) {
   for (PlannedField& field : plan.fields)
-    field.label = field.isMeasured()
+    field.label = field.isMeasured
                       ? "Measured"
                       : labelOf(nameOf(plan, field.pair.a), nameOf(plan, field.pair.b));
   for (const auto& fields : ofOneName(plan))

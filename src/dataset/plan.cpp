@@ -79,7 +79,7 @@ class Planner {
   std::size_t fieldOf(const Choice& choice) {
     const ImagePair pair = *choice.pair;
     for (std::size_t n = 0; n < plan.fields.size(); ++n)
-      if (!plan.fields[n].isMeasured() && plan.fields[n].pair == pair) return n;
+      if (plan.fields[n].pair == pair) return n;
     const ImageFacts &a = plan.images[pair.a], &b = plan.images[pair.b];
     PlannedField field{pair, volumeOf(a), volumeOf(b), a.image.session, choice.identifier,
                        "",   false};
@@ -91,11 +91,12 @@ class Planner {
   }
 
   std::size_t measuredField(const Choice& choice) {
+    const ImagePair pair{choice.measured.front(), choice.measured.back()};
     for (std::size_t n = 0; n < plan.fields.size(); ++n)
-      if (plan.fields[n].measured == choice.measured) return n;
+      if (plan.fields[n].pair == pair) return n;
     PlannedField field;
-    field.measured = choice.measured;
-    field.pair = {choice.measured.front(), choice.measured.back()};
+    field.pair = pair;
+    field.isMeasured = true;
     field.session = plan.images[field.pair.a].image.session;
     field.identifier = choice.identifier;
     plan.fields.push_back(field);
@@ -113,7 +114,7 @@ class Planner {
   void leaveWithoutReadout(PlannedImage& image) const {
     if (!image.field || plan.images[image.image].readoutSeconds) return;
     const PlannedField& field = plan.fields[*image.field];
-    const bool inHz = field.isMeasured() || plan.images[field.pair.a].readoutSeconds ||
+    const bool inHz = field.isMeasured || plan.images[field.pair.a].readoutSeconds ||
                       plan.images[field.pair.b].readoutSeconds;
     if (!inHz || (field.correctsPair && field.pair.has(image.image))) return;
     image.field.reset();

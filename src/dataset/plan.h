@@ -12,8 +12,8 @@ namespace mirel::dataset {
 
 /// A field to be estimated from a pair, or to be made of what measured it.
 struct PlannedField {
-  ImagePair pair;  ///< numbers of images in SubjectPlan::images; of measuring ones, the first and
-                   ///< the last
+  /// Numbers of images in SubjectPlan::images; twice the same where a single one measured it.
+  ImagePair pair;
   int volumeA = 0, volumeB = 0;
   std::string session;     ///< of its first image; its results lie there
   std::string identifier;  ///< its B0FieldIdentifier, where it was found by that
@@ -23,9 +23,11 @@ struct PlannedField {
   /// Whether both are single images of the folder fmap, which are corrected as a pair, with the
   /// head's motion between them undone.
   bool correctsPair = false;
-  MeasuringImages measured = {};  ///< empty: it is estimated from the pair
+  bool isMeasured = false;  ///< it is not estimated from the images, which measured it
 
-  bool isMeasured() const { return !measured.empty(); }
+  std::vector<std::size_t> sources() const {
+    return pair.a == pair.b ? std::vector{pair.a} : std::vector{pair.a, pair.b};
+  }
 };
 
 /// What is to become of an EPI image.

@@ -30,8 +30,10 @@ std::vector<Row> rowsOf(const SubjectResult& result) {
     if (planned.field) {
       const PlannedField& field = plan.fields[*planned.field];
       row.field = fieldResultName(plan, field, "fieldmap");
-      row.sources = plan.images[field.pair.a].image.path;
-      if (field.pair.b != field.pair.a) row.sources += ", " + plan.images[field.pair.b].image.path;
+      std::vector<std::string> sources;
+      for (const std::size_t source : field.sources())
+        sources.push_back(plan.images[source].image.path);
+      row.sources = joined(sources);
       row.rule = nameOf(planned.rule);
     }
     rows.push_back(std::move(row));

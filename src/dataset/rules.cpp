@@ -50,7 +50,8 @@ Choice fieldNamed(const SubjectImages& subject, const std::string& identifier, c
   } else if (const auto measurements = measurementsAmong(images, others); !measurements.empty()) {
     const auto nearestOne = nearestMeasurement(images, measurements, group.front());
     choice.measured = nearestOne.value_or(measurements[0]);
-    choice.reason = field + " is measured by " + namesOf(images, choice.measured);
+    choice.reason = field + " is measured by " + namesOf(images, choice.measured) +
+                    (nearestOne ? "" : ", of several the first by name");
   } else if (!sources.empty() || !others.empty()) {
     choice.reason = field + " cannot be found: " +
                     (sources.empty() ? whyNoMeasurement(images, others) : whyNone(images, sources));

@@ -91,7 +91,7 @@ class SubjectRun {
 
   void correctAll(const PlannedField& field, const std::vector<std::size_t>& targets) {
     bool isNew = false;
-    const FieldFile source = field.isMeasured() ? measure(field) : estimate(field, isNew);
+    const FieldFile source = field.isMeasured ? measure(field) : estimate(field, isNew);
     for (const std::size_t target : targets) {
       if (field.correctsPair && field.pair.has(plan.planned[target].image)) {
         finish(target, isNew ? Status::corrected : Status::upToDate,
@@ -146,13 +146,13 @@ class SubjectRun {
     const std::string stem = folder + "/" + fieldResultName(plan, field, "fieldmap");
     clearLeftovers(folder);
     std::vector<std::string> images;
-    for (const std::size_t image : field.measured) images.push_back(rawFile(plan.images[image]));
+    for (const std::size_t image : field.sources()) images.push_back(rawFile(plan.images[image]));
     FieldFile files;
     files.field = stem + imageEnd;
     files.mean = magnitudeBeside(images.front());
     if (isMeasurementUpToDate(stem, images, files.mean, settings.version, sums)) return files;
     MeasureFieldOptions options;
-    if (plan.images[field.measured.front()].image.suffix() == "fieldmap")
+    if (plan.images[field.pair.a].image.suffix() == "fieldmap")
       options.fieldFile = images.front();
     else
       options.phaseFiles = images;

@@ -48,7 +48,7 @@ TEST_F(Examples, PhaseDifferencesAreSources) {
            {"ds000117", "01"}, {"7t_trt", "01"}, {"7t_trt", "02"}}) {
     const SubjectPlan plan = planOf(name, subject);
     EXPECT_FALSE(plan.planned.empty()) << name;
-    for (const PlannedField& field : plan.fields) EXPECT_TRUE(field.isMeasured()) << name;
+    for (const PlannedField& field : plan.fields) EXPECT_TRUE(field.isMeasured) << name;
     for (const PlannedImage& image : plan.planned)
       EXPECT_GT(image.reason.size(), 20U) << plan.images[image.image].image.path;
   }
