@@ -78,8 +78,7 @@ ImageFacts factsOf(const Index& index, const IndexedImage& image, Headers header
   const std::string file = index.fileOf(image.path);
   if (!image.fault.empty()) facts.fault = file + " " + image.fault;
   try {
-    if (facts.fault.empty() && headers == Headers::read && !isOtherField(image))
-      readHeader(file, facts);
+    if (facts.fault.empty() && headers == Headers::read) readHeader(file, facts);
   } catch (const Error& error) {
     facts.fault = error.what();
   }
