@@ -208,14 +208,19 @@ class SubjectRun {
                    ", by the verdict on the pair that it is estimated from")};
   }
 
+  // A series is aligned to the undistorted image, by a field in Hz.
+  bool isAligned(const FieldFile& source) const {
+    return settings.align && !source.field.empty() && !source.mean.empty();
+  }
+
   void correct(std::size_t target, const FieldFile& source) {
     const ImageFacts& image = imageOf(target);
     const std::string folder = folderOf(image.image.session, image.image.datatype);
     const std::string name = folder + "/" + correctedName(image.image.name);
     const std::string stem = settings.output + "/" + name;
     clearLeftovers(settings.output + "/" + folder);
-    if (hasPage(stem) &&
-        isSeriesUpToDate(stem, rawFile(image), source.file(), settings.version, sums)) {
+    if (hasPage(stem) && isSeriesUpToDate(stem, rawFile(image), source.file(), isAligned(source),
+                                          settings.version, sums)) {
       copyPerfusionTable(rawFile(image), settings.output + "/" + folder);
       finish(target, Status::upToDate, name + imageEnd, {});
       return;

@@ -104,14 +104,14 @@ bool isPairUpToDate(const std::vector<std::string>& stems, const PairSource& a, 
 }
 
 bool isSeriesUpToDate(const std::string& stem, const std::string& series, const std::string& field,
-                      const std::string& version, Checksums& sums) try {
+                      bool aligned, const std::string& version, Checksums& sums) try {
   const std::optional<Json> record = recordOf(stem);
   if (!hasResult(stem, record, version)) return false;
   const Json& source = record->contains("Field") ? record->at("Field") : record->part("Map");
   const Json& options = record->at("Options");
   return options.at("Modulation").dump() == "true" && options.at("FloatOutput").dump() == "false" &&
-         hasGradients(stem, series) && source.textOf("SHA256") == sums.of(field) &&
-         isOfFile(record->at("Series"), series, sums);
+         record->at("Series").contains("Alignment") == aligned && hasGradients(stem, series) &&
+         source.textOf("SHA256") == sums.of(field) && isOfFile(record->at("Series"), series, sums);
 } catch (const std::exception&) {
   return false;
 }

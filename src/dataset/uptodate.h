@@ -31,9 +31,10 @@ bool isPairUpToDate(const std::vector<std::string>& stems, const PairSource& a, 
                     const std::string& version, Checksums& sums);
 
 /// @param stem   of the result
-/// @param field  the file of the field or the map that corrects the series
+/// @param field    the file of the field or the map that corrects the series
+/// @param aligned  whether the head's motion is to have been looked for
 bool isSeriesUpToDate(const std::string& stem, const std::string& series, const std::string& field,
-                      const std::string& version, Checksums& sums);
+                      bool aligned, const std::string& version, Checksums& sums);
 
 /// @param stem       of the field
 /// @param files      that it was measured with, in the order of their echoes

@@ -14,6 +14,7 @@ namespace {
 namespace fs = std::filesystem;
 using testing::AllOf;
 using testing::HasSubstr;
+using testing::Not;
 
 constexpr double pi = std::numbers::pi;
 constexpr const char* truthHz = "desc-truth_fieldmap";
@@ -98,6 +99,29 @@ TEST_F(BidsMeasured, AFieldInHertzIsAssumedToServeItsSession) {
   EXPECT_THAT(tableOfPlan(), HasSubstr("assumed, since no sidecar says it: sub-1_fieldmap.nii.gz "
                                        "measures a field of its session"));
   EXPECT_TRUE(fs::exists(out(corrected() + ".nii.gz")));
+  EXPECT_THAT(correct().out, HasSubstr("up to date: sub-1_desc-preprocMeasured"));
+}
+
+TEST_F(BidsMeasured, WhatCannotBeReadIsLeftBeforeAnythingIsDone) {
+  text("sub-1/fmap/sub-1_phasediff.nii.gz", "no image");
+  text("sub-1/fmap/sub-1_phasediff.json", R"({"EchoTime1": 0.005, "EchoTime2": 0.015})");
+  EXPECT_EQ(correct().status, 0);
+  EXPECT_THAT(tableOfPlan(), AllOf(HasSubstr("left"), HasSubstr("sub-1_phasediff.nii.gz")));
+}
+
+// The settings of the command decide, too.
+TEST_F(BidsMeasured, AlignmentThatIsNotWantedAnyMoreIsDoneWithout) {
+  image(truthHz, "sub-1/fmap/sub-1_fieldmap", R"({"Units": "Hz"})");
+  magnitude();
+  ASSERT_EQ(correct().status, 0);
+  EXPECT_THAT(textOf(out(corrected() + ".json")), HasSubstr("\"Alignment\""));
+  const auto without = [&] {
+    return runMirel({"bids", raw(), out(), "participant", "--no-report", "--no-align"}).out;
+  };
+  EXPECT_THAT(without(), HasSubstr("corrected: sub-1_desc-preprocMeasured"));
+  EXPECT_THAT(textOf(out(corrected() + ".json")), Not(HasSubstr("\"Alignment\"")));
+  EXPECT_THAT(without(), HasSubstr("up to date"));
+  EXPECT_THAT(correct().out, HasSubstr("corrected: sub-1_desc-preprocMeasured"));
 }
 
 TEST_F(BidsMeasured, AFaultyOneFailsWithItsSentenceAndNothingIsWritten) {

@@ -27,7 +27,7 @@ TEST(UpToDate, RecordsThatCannotBeReadMeanNo) {
                              R"({"Mirel": {"Version": "1", "Inputs": {}, "Options": []}})"}) {
     folder.write("sub-01_desc-preproc_bold.json", record);
     EXPECT_FALSE(isPairUpToDate({stem}, {"a"}, {"b"}, "1", sums)) << record;
-    EXPECT_FALSE(isSeriesUpToDate(stem, "a", "b", "1", sums)) << record;
+    EXPECT_FALSE(isSeriesUpToDate(stem, "a", "b", true, "1", sums)) << record;
   }
 }
 
