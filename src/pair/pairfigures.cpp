@@ -6,6 +6,7 @@
 
 #include "numerics/difference.h"
 #include "numerics/statistics.h"
+#include "pair/columns.h"
 #include "pair/foreground.h"
 
 namespace mirel {
@@ -34,34 +35,18 @@ double noiseSigma(const Volume<float>& image) {
   return static_cast<double>(half - quantile(air, 0.25)) / rayleighQuartiles;
 }
 
-// Index 0 of each column along `axis`, and the step from voxel to voxel in it.
-struct Columns {
-  std::vector<int> first;
-  int step = 1, length = 0;
-
-  Columns(glm::ivec3 dims, int axis) : length(dims[axis]) {
-    const int steps[] = {1, dims.x, dims.x * dims.y};
-    step = steps[axis];
-    for (int i = 0; i < dims.x * dims.y * dims.z; ++i)
-      if (i / step % length == 0) first.push_back(i);
-  }
-  double total(const Volume<float>& image, int start) const {
-    double sum = 0;
-    for (int n = 0; n < length; ++n) sum += static_cast<double>(image.data()[start + n * step]);
-    return sum;
-  }
-};
+double totalOf(const Volume<float>& image, const Columns& columns, int start) {
+  return columns.total(start, [&](int i) { return static_cast<double>(image.data()[i]); });
+}
 
 // The part of a column's corrected signal that the weights take.
 double countedPart(const PairToMeasure& pair, const Columns& columns, int start) {
   if (pair.weights == nullptr) return 1;
-  double counted = 0, all = 0;
-  for (int n = 0; n < columns.length; ++n) {
-    const int i = start + n * columns.step;
-    const double signal = std::max(static_cast<double>(pair.correctedFirst.data()[i]), 0.0);
-    counted += pair.weightOf(i) * signal;
-    all += signal;
-  }
+  const auto signal = [&](int i) {
+    return std::max(static_cast<double>(pair.correctedFirst.data()[i]), 0.0);
+  };
+  const double all = columns.total(start, signal);
+  const double counted = columns.total(start, [&](int i) { return pair.weightOf(i) * signal(i); });
   return all > 0 ? counted / all : 0;
 }
 
@@ -70,8 +55,8 @@ void measureTotals(const PairToMeasure& pair, double ratio, double noiseVariance
   const Columns columns(pair.first.dimensions(), pair.axis);
   double difference = 0, all = 0, voxels = 0;
   for (const int start : columns.first) {
-    const double a = columns.total(pair.first, start);
-    const double b = ratio * columns.total(pair.second, start);
+    const double a = totalOf(pair.first, columns, start);
+    const double b = ratio * totalOf(pair.second, columns, start);
     const double part = countedPart(pair, columns, start);
     difference += part * squareOf(a - b);
     all += part * squareOf(0.5 * (a + b));
