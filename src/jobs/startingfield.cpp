@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/error.h"
+#include "bids/doubts.h"
 
 namespace mirel {
 
@@ -21,6 +22,8 @@ DistortionFile readStartingField(const std::string& file, PairInput& pair) {
     throw Error(file, "does not overlap " + pair.a.options.file + ", by their affines");
   pair.start = shiftVoxels(field, grid, pair.a.direction(), *pair.readoutSeconds);
   pair.warnings.insert(pair.warnings.end(), source.warnings.begin(), source.warnings.end());
+  for (const std::string& doubt : bids::doubtsAboutSubject(file, pair.a.options.file))
+    pair.warnings.emplace_back(doubt);
   return source;
 }
 

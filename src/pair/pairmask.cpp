@@ -6,9 +6,10 @@
 #include "base/dimensions.h"
 #include "base/error.h"
 #include "base/numbertext.h"
-#include "bids/name.h"
+#include "bids/doubts.h"
 #include "field/grid.h"
 #include "nifti/image.h"
+#include "pair/columns.h"
 
 namespace mirel {
 
@@ -58,15 +59,6 @@ void scale(Volume<float>& weights, const std::string& file, PairInput& pair) {
                           " is taken for 1");
 }
 
-void warnOfOtherSubject(const std::string& file, PairInput& pair) {
-  const std::string own = bids::Name::of(file).entity("sub");
-  const std::string& image = pair.a.options.file;
-  const std::string subject = bids::Name::of(image).entity("sub");
-  if (own.empty() || subject.empty() || own == subject) return;
-  pair.warnings.emplace_back("the mask " + file + " is of sub-" + own + " and " + image +
-                             " of sub-" + subject + ", by their names");
-}
-
 }  // namespace
 
 void readMask(const std::string& file, PairInput& pair) {
@@ -78,25 +70,21 @@ void readMask(const std::string& file, PairInput& pair) {
   requireGridOf(pair.a, reader.header(), file);
   mask.weights = reader.readVolume(0);
   scale(mask.weights, file, pair);
-  warnOfOtherSubject(file, pair);
+  for (const std::string& doubt : bids::doubtsAboutSubject(file, pair.a.options.file))
+    pair.warnings.emplace_back(doubt);
   pair.mask = std::move(mask);
 }
 
 double partInCutColumns(const Volume<float>& head, const Volume<float>& weights, int axis) {
   constexpr double least = 0.05;
-  const glm::ivec3 dims = head.dimensions();
-  const int steps[] = {1, dims.x, dims.x * dims.y};
+  const auto inHead = [&](int i) { return static_cast<double>(head.data()[i]); };
+  const auto inMask = [&](int i) { return inHead(i) * static_cast<double>(weights.data()[i]); };
+  const Columns columns(head.dimensions(), axis);
   double taken = 0, cut = 0;
-  for (int start = 0; start < head.size(); ++start) {
-    if (start / steps[axis] % dims[axis] != 0) continue;
-    double inHead = 0, inMask = 0;
-    for (int n = 0; n < dims[axis]; ++n) {
-      const int i = start + n * steps[axis];
-      inHead += static_cast<double>(head.data()[i]);
-      inMask += static_cast<double>(head.data()[i] * weights.data()[i]);
-    }
-    taken += inMask;
-    if (inMask > least * inHead && inMask < (1 - least) * inHead) cut += inMask;
+  for (const int start : columns.first) {
+    const double whole = columns.total(start, inHead), part = columns.total(start, inMask);
+    taken += part;
+    if (part > least * whole && part < (1 - least) * whole) cut += part;
   }
   return taken > 0 ? cut / taken : 0;
 }

@@ -8,7 +8,7 @@ namespace mirel {
 
 /// Reads where a pair counts into its `mask`: an image of the pair's grid, drawn on the undistorted
 /// head. An image of two values of which the lower is 0 (0 and 255) is taken as 0 and 1, with a
-/// note. A mask of another subject, by the names, is warned of.
+/// note. A mask of another subject or session, by the names, is warned of.
 ///
 /// Errors  Error, naming the file: those of nifti::Reader; it holds several volumes, lies on
 /// another
