@@ -29,11 +29,11 @@ struct MeasuredFieldRun {
 };
 
 /// The job of `mirel field` on what a scanner measured: a field in Hz on the grid of the phase (or
-/// field) image, unwrapped, smoothed and continued beyond the head (fieldOfPhase, fieldOfHertz),
+/// field) image, unwrapped, smoothed and continued beyond the head (fieldOfEchoes, fieldOfHertz),
 /// and a sidecar with Units and where it comes from. Both files or none; older ones are replaced.
 ///
 /// Errors  one sentence with the file and the fault, before anything is written: those of
-///         readPhaseFile, echoTimesOf, readDistortionFile, nifti::Reader and fieldOfPhase; the
+///         readPhaseFile, echoTimesOf, readDistortionFile, nifti::Reader and fieldOfEchoes; the
 ///         phase of one echo alone; another number of echo times than of echoes; a magnitude of
 ///         another grid or of several volumes; an output that is no NIfTI or would overwrite an
 ///         input.

@@ -96,11 +96,6 @@ void refuseNoHead(int voxels, const std::string& name) {
 
 }  // namespace
 
-MeasuredField fieldOfPhase(const Volume<float>& radians, const Volume<float>& magnitude,
-                           glm::dvec3 voxelMm, double seconds, const std::string& name) {
-  return fieldOfEchoes({{radians, seconds}}, magnitude, voxelMm, name);
-}
-
 MeasuredField fieldOfEchoes(std::vector<EchoPhase> echoes, const Volume<float>& magnitude,
                             glm::dvec3 voxelMm, const std::string& name) {
   if (echoes.empty()) throw std::invalid_argument("a field needs the phases of two echoes");

@@ -19,18 +19,6 @@ struct MeasuredField {
   double medianHz = 0;  ///< in the head
 };
 
-/// The field of a phase that grew within `seconds` (which may be negative): unwrapped (unwrap),
-/// in Hz, without outliers, smoothed (smoothField) and continued (continuedHarmonically).
-///
-/// Outliers are voxels that differ from the median of their neighbours in the head (26 of them) by
-/// more than five times their noise and a tenth of a turn.
-///
-/// Shapes   magnitude: that of the phase; empty where there is none (headOfPhase)
-/// NaN      a voxel without a phase is as one without signal
-/// Errors   Error, naming `name`, when no head is found.
-MeasuredField fieldOfPhase(const Volume<float>& radians, const Volume<float>& magnitude,
-                           glm::dvec3 voxelMm, double seconds, const std::string& name);
-
 /// How much further a phase is than that of the first echo, within half a turn of 0, and how much
 /// later, in s (which may be negative).
 struct EchoPhase {
@@ -38,13 +26,20 @@ struct EchoPhase {
   double seconds = 0;
 };
 
-/// The same of more than two echoes: the pair of echoes that are nearest in time is unwrapped in
-/// space, and each further one, from the nearest to the farthest, to within half a turn of
-/// what the field of those before makes expect (time-wise unwrapping). The field is the slope of
-/// the phase over time by least squares, the first echo's noise counting as the others'. A voxel in
-/// which one echo has no phase does without it.
+/// The field of phases that grew from the first echo to each other one, or of a difference of two:
+/// unwrapped (unwrap), in Hz, without outliers, smoothed (smoothField) and continued
+/// (continuedHarmonically).
 ///
-/// Errors  as above; std::invalid_argument without any
+/// Several  The pair of echoes that are nearest in time is unwrapped in space, and each further
+///          one, from the nearest to the farthest, to within half a turn of what the field of those
+///          before makes expect (time-wise unwrapping). The field is the slope of the phase over
+///          time by least squares, the first echo's noise counting as the others'. A voxel in which
+///          one echo has no phase does without it.
+/// Outliers are voxels that differ from the median of their neighbours in the head (26 of them) by
+///          more than five times their noise and a tenth of a turn.
+/// Shapes   magnitude: that of the phases; empty where there is none (headOfPhase)
+/// NaN      a voxel without a phase is as one without signal
+/// Errors   Error, naming `name`, when no head is found; std::invalid_argument without any phase.
 MeasuredField fieldOfEchoes(std::vector<EchoPhase> echoes, const Volume<float>& magnitude,
                             glm::dvec3 voxelMm, const std::string& name);
 

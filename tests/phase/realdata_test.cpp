@@ -51,9 +51,10 @@ TEST_F(RealPhase, TheFieldBesideItComesOut) {
   const Volume<float> published = imageIn(derived + "fieldmap_Hz.nii.gz");
   const Volume<float> brain = eroded(imageIn(derived + "approx_brainmask.nii.gz"));
   for (const bool withMagnitude : {true, false}) {
-    const MeasuredField field = fieldOfPhase(
-        phase.radians, withMagnitude ? imageIn(fmap + "magnitude1.nii.gz") : Volume<float>(),
-        phase.header.voxelSizeMm, times.difference(), phase.file);
+    const MeasuredField field =
+        fieldOfEchoes({{phase.radians, times.difference()}},
+                      withMagnitude ? imageIn(fmap + "magnitude1.nii.gz") : Volume<float>(),
+                      phase.header.voxelSizeMm, phase.file);
     const std::vector<double> sizes = differences(field.hz, published, brain);
     const double median = sizes[sizes.size() / 2], most = sizes[sizes.size() * 95 / 100];
     std::cout << (withMagnitude ? "with" : "without") << " magnitude: median " << median

@@ -48,7 +48,7 @@ class FieldTruth : public testing::TestWithParam<double> {
   // Both without and with the truth's help.
   static void compare(const SimulatedPhase& phase, const std::string& what) {
     const MeasuredField ours =
-        fieldOfPhase(phase.difference, phase.magnitude, voxelMm, phase.seconds, "p");
+        fieldOfEchoes({{phase.difference, phase.seconds}}, phase.magnitude, voxelMm, "p");
     const MeasuredField helped =
         fieldOfHertz(phase.unwrappedByTruth(), phase.magnitude, voxelMm, "p");
     const FieldError error = errorOf(ours.hz, phase), best = errorOf(helped.hz, phase);
@@ -77,7 +77,7 @@ TEST_P(FieldTruth, VoidsAndSingularities) {
 // The head is guessed from how well phases agree, and everything in it counts alike.
 TEST_P(FieldTruth, NoMagnitude) {
   const SimulatedPhase phase = simulatePhase(head(), GetParam(), {10, false}, 1);
-  const MeasuredField field = fieldOfPhase(phase.difference, {}, voxelMm, phase.seconds, "p");
+  const MeasuredField field = fieldOfEchoes({{phase.difference, phase.seconds}}, {}, voxelMm, "p");
   const FieldError error = errorOf(field.hz, phase);
   std::cout << "no magnitude: " << error.wrongTurns << " voxels off by a turn, rms " << error.rms
             << " Hz\n";
