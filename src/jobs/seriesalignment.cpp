@@ -100,20 +100,18 @@ AlignmentRecord alignSeries(const RigidAligner& aligner, const UnalignedSeries& 
     record.reason = "too few voxels show the head";
     return record;
   }
-  for (double change = settledMm; !(change < settledMm);) {
+  while (record.rounds < mostRounds) {
     const RigidMotion before = record.fit.motion;
     const PlacedImage corrected = correctedFor(series, before, record.centreMm);
     record.fit = aligner.align(corrected, before,
                                record.rounds == 0 ? AlignmentRange::wide : AlignmentRange::nearby);
-    record.displacementMm = aligner.distanceMm(record.fit.motion, {});
-    change = aligner.distanceMm(record.fit.motion, before);
     ++record.rounds;
-    if (change < settledMm) judge(aligner, corrected, record);
-    if (!(change < settledMm) && record.rounds == mostRounds) {
-      refuse(record, "aligning and correcting in turn comes to no end");
-      break;
-    }
+    record.displacementMm = aligner.distanceMm(record.fit.motion, {});
+    if (!(aligner.distanceMm(record.fit.motion, before) < settledMm)) continue;
+    judge(aligner, corrected, record);
+    return record;
   }
+  refuse(record, "aligning and correcting in turn comes to no end");
   return record;
 }
 
