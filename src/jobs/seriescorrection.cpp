@@ -1,6 +1,8 @@
 #include "jobs/seriescorrection.h"
 
+#include <algorithm>
 #include <filesystem>
+#include <numeric>
 
 #include "bids/name.h"
 #include "field/series.h"
@@ -21,6 +23,7 @@ namespace fs = std::filesystem;
 using Source = bids::StatedDirection::Source;
 
 constexpr const char* imageEnd = ".nii.gz";
+constexpr std::size_t mostVolumesToAlign = 20;
 
 SeriesNames namesFrom(const SeriesInput& input, const std::string& stem, const std::string& end) {
   SeriesNames names;
@@ -59,26 +62,24 @@ void judge(const SeriesInput& input, const Reference& reference, SeriesRecord& r
         nameOf(direction.value.opposite()) + "; it or " + reference.otherwiseWrong + " wrong");
 }
 
-// The series' map if its voxels lay on `grid`.
-Volume<float> shiftOn(const Grid& grid, const SeriesInput& input, const Distortion& distortion) {
-  const auto& readout = input.acquisition.readout;
-  Volume<float> shift =
-      distortion.shiftFor(grid, input.acquisition.direction->value,
-                          readout ? std::optional(readout->seconds) : std::nullopt);
-  if (input.mapScale != 1) shift *= static_cast<float>(input.mapScale);
-  return shift;
-}
-
-// Of a diffusion series the volumes without gradients, which the others hardly resemble.
+// As many volumes as tell where the head is; more would only be read a second time. Of a diffusion
+// series those without gradients, which the others hardly resemble.
 Volume<float> meanToAlign(const SeriesInput& input) {
-  std::vector<int> unweighted;
+  std::vector<int> usable;
   for (const FileStamp& table : input.gradientFiles) {
     if (!table.fileName().ends_with(".bval")) continue;
     const std::vector<float> b = nifti::readBValues(table.fileName(), input.header.volumes);
     for (int t = 0; t < input.header.volumes; ++t)
-      if (b[static_cast<std::size_t>(t)] <= nifti::greatestUnweighted) unweighted.push_back(t);
+      if (b[static_cast<std::size_t>(t)] <= nifti::greatestUnweighted) usable.push_back(t);
   }
-  return unweighted.empty() ? meanOfSeries(input.file) : meanOfVolumes(input.file, unweighted);
+  if (usable.empty()) {
+    usable.resize(static_cast<std::size_t>(input.header.volumes));
+    std::iota(usable.begin(), usable.end(), 0);
+  }
+  std::vector<int> chosen;
+  const std::size_t wanted = std::min(usable.size(), mostVolumesToAlign);
+  for (std::size_t n = 0; n < wanted; ++n) chosen.push_back(usable[n * usable.size() / wanted]);
+  return meanOfVolumes(input.file, chosen);
 }
 
 void tellOfAlignment(const SeriesInput& input, const Reference& reference, SeriesRecord& record,
@@ -129,6 +130,19 @@ std::string gradientTextOf(const SeriesInput& input, const std::string& table) {
 }
 
 }  // namespace
+
+Volume<float> shiftOn(const Grid& grid, const SeriesInput& input, const Distortion& distortion) {
+  const auto& readout = input.acquisition.readout;
+  Volume<float> shift =
+      distortion.shiftFor(grid, input.acquisition.direction->value,
+                          readout ? std::optional(readout->seconds) : std::nullopt);
+  if (input.mapScale != 1) shift *= static_cast<float>(input.mapScale);
+  return shift;
+}
+
+double backgroundOf(const SeriesInput& input) {
+  return addedBackground(withoutSpikes(nifti::Reader(input.file).readVolume(0)));
+}
 
 void checkSigns(const SeriesInput& input, const Volume<float>& meanBefore,
                 const Volume<float>& shift, const Grid& place, Modulation modulation,
@@ -293,8 +307,7 @@ SeriesOptions SeriesCorrection::optionsFor(const SeriesInput& input) const {
   how.floatOutput = settings.floatOutput;
   how.threads = settings.threads;
   how.volumes = input.volumes;
-  if (how.modulation == Modulation::on)
-    how.background = addedBackground(withoutSpikes(nifti::Reader(input.file).readVolume(0)));
+  if (how.modulation == Modulation::on) how.background = backgroundOf(input);
   return how;
 }
 

@@ -38,6 +38,13 @@ struct Reference {
   std::string otherwiseWrong;
 };
 
+/// The displacement map of a series if its voxels lay on `grid` (its own, or that of its head
+/// before it moved).
+Volume<float> shiftOn(const Grid& grid, const SeriesInput& input, const Distortion& distortion);
+
+/// The intensity that was added to all voxels of a series, by its first volume (addedBackground).
+double backgroundOf(const SeriesInput& input);
+
 /// Corrects the mean of a series as it came, `meanBefore`, with its map and with the negative,
 /// compares both with the reference, and takes down in `record` and `notes` what that says of the
 /// sign. `place` is the series' grid where the reference has its head. The record's background is

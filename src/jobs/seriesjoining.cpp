@@ -8,10 +8,7 @@
 #include "bids/name.h"
 #include "field/warp.h"
 #include "jobs/resultnames.h"
-#include "nifti/image.h"
-#include "numerics/spikes.h"
 #include "numerics/statistics.h"
-#include "pair/background.h"
 #include "restore/restoreseries.h"
 
 namespace mirel {
@@ -21,18 +18,8 @@ namespace {
 constexpr const char* imageEnd = ".nii.gz";
 constexpr double doubtfulResidual = 5, outlyingResidual = 2;
 
-Volume<float> shiftOf(const SeriesInput& input, const Distortion& distortion) {
-  const auto& readout = input.acquisition.readout;
-  Volume<float> shift =
-      distortion.shiftFor(gridOf(input.header), input.acquisition.direction->value,
-                          readout ? std::optional(readout->seconds) : std::nullopt);
-  if (input.mapScale != 1) shift *= static_cast<float>(input.mapScale);
-  return shift;
-}
-
 SeriesToJoin toJoin(const SeriesInput& input, const Distortion& distortion) {
-  return {input.file, shiftOf(input, distortion),
-          addedBackground(withoutSpikes(nifti::Reader(input.file).readVolume(0)))};
+  return {input.file, shiftOn(gridOf(input.header), input, distortion), backgroundOf(input)};
 }
 
 std::vector<int> volumesOf(const std::vector<VolumePair>& pairs, int VolumePair::*which) {
