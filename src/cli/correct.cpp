@@ -99,7 +99,7 @@ void checkRestore(const Options& options, bool search) {
   if (!options.modulate && (search || options.estimator == nameOf(Estimator::search)))
     refuseTogether("--restore", "the search without --modulate");
   if (options.runs.size() < 2)
-    throw Error("--restore joins two diffusion series: give both, --apply RUN --apply RUN");
+    refuseWithout("--restore", "two diffusion series, --apply RUN --apply RUN");
 }
 
 void checkEstimate(const Options& options) {

@@ -159,7 +159,8 @@ TEST_F(Restore, RefusesWhatCannotBeJoined) {
     EXPECT_FALSE(std::filesystem::exists(out()));
     return result.err;
   };
-  EXPECT_THAT(refusal({"--restore", "--apply", first}), HasSubstr("give both"));
+  EXPECT_THAT(refusal({"--restore", "--apply", first}),
+              HasSubstr("--restore requires two diffusion series"));
   EXPECT_THAT(refusal({"--restore", "--apply", first, "--apply", pa()}),
               HasSubstr("of those given 1 has both"));
   EXPECT_THAT(refusal({"--restore", "--no-modulate", "--apply", first, "--apply", second}),
