@@ -47,6 +47,9 @@ constexpr double leastSpread = 0.0175, leastGain = 1.25, leastGainBesideOther = 
 // what it has to at the very least.
 constexpr int firstRatioSteps = 2;
 constexpr double leastFirstSpread = leastSpread / 3.0;
+// A motion that lowers the residuals' variance by so much is no ratio in disguise: those that
+// pretend a motion are explained by it in part only.
+constexpr double clearVarianceRatio = 4.0;
 constexpr double placeMm = 12.0;
 constexpr double solverTolerance = 0.2;
 constexpr int mostSolverIterations = 60;
@@ -77,6 +80,7 @@ class Estimation {
 
  private:
   enum class Head { still, moving };
+  enum class Ratio { taken, inQuestion };
   void makeImages(const Volume<float>& first, const Volume<float>& second);
   Volume<float> startOn(int level) const;
   Volume<float> trustOn(int level) const;
@@ -86,7 +90,7 @@ class Estimation {
   void fitCoarse(Head mode);
   void fitLevel(int level, Head mode);
   void startLevel(int level, Head mode);
-  void runLevel(int level, Head mode);
+  void runLevel(int level, Head mode, Ratio ratio = Ratio::taken);
   // What a fit of the resolutions so far has found.
   struct State {
     PlaceTrust trust;  // that the fit is made with
@@ -98,9 +102,17 @@ class Estimation {
     double ratioSpread = 0.0;
     double logLikelihood = 0.0;  // of a residual, at half the resolution
   };
+  // A fit of the coarse resolutions with motion, or without where there was none, and why.
+  struct MotionFit {
+    State fit;
+    MotionEvidence evidence = {};
+    bool moved = false;
+
+    bool isClear() const { return moved && evidence.varianceRatio > clearVarianceRatio; }
+  };
   void startRatio();
-  State withRatio(RatioModel model, const State& from);
-  void chooseRatio();
+  State withRatio(RatioModel model, const State& from, Head mode);
+  bool chooseRatio(Head mode);
   bool ratioExplains(const State& with, const State& without, double gain) const;
   RatioBasis<float> ratioBasis(int level) const;
   CoarseGrid nodesOver(int level, double cells) const;
@@ -111,9 +123,12 @@ class Estimation {
   glm::dvec3 voxelPart(int level) const {
     return glm::dvec3(gridOf(level).factor) / glm::dvec3(levels.front().voxels);
   }
-  bool findMotion(const State& still);
+  MotionFit findMotion(State still);
   MotionEvidence firstEvidence() const;
-  bool headMoved(const State& plain);
+  MotionEvidence evidenceNow() const;
+  MotionFit ratioBeside(const MotionFit& moved);
+  MotionFit motionBeside(const MotionFit& plain);
+  void take(const MotionFit& found);
   Volume<float> seenByFirst(const Volume<float>& halfWay) const;
   void finishDeviation();
   void report(int level, int iteration, const LevelFit::Step& step, const FitStatistics& at);
@@ -132,7 +147,6 @@ class Estimation {
   std::vector<Volume<float>> weights;  // of the options, by resolution; none: all alike
   State now;
   PlaceTrust standingOut;  // by the last fit at the finest resolution
-  MotionEvidence motionEvidence;
   MassPreservingResult result;
 };
 
@@ -203,11 +217,11 @@ void Estimation::startRatio() {
 }
 
 // Half the resolution again, with a ratio of intensities.
-Estimation::State Estimation::withRatio(RatioModel model, const State& from) {
+Estimation::State Estimation::withRatio(RatioModel model, const State& from, Head mode) {
   now = from;
   startRatio();
   now.model = model;
-  runLevel(1, Head::still);
+  runLevel(1, mode, Ratio::inQuestion);
   return now;
 }
 
@@ -218,26 +232,28 @@ bool Estimation::ratioExplains(const State& with, const State& without, double g
 }
 
 // Takes the ratio of intensities that explains the images, if any does; if not, everything is left
-// as it was.
-void Estimation::chooseRatio() {
+// as it was. Whether one was taken.
+bool Estimation::chooseRatio(Head mode) {
   const State plain = now;
-  const State shaded = withRatio(shading, plain), contrasted = withRatio(contrast, plain);
+  const State shaded = withRatio(shading, plain, mode),
+              contrasted = withRatio(contrast, plain, mode);
   const bool hasShading = ratioExplains(shaded, plain, leastGain),
              hasContrast = ratioExplains(contrasted, plain, leastGain);
   if (!hasShading && !hasContrast) {
     now = plain;
-    return;
+    return false;
   }
   // Contrast can be told from a displacement more easily.
   const bool shadingFirst =
       !hasContrast || (hasShading && ratioExplains(shaded, contrasted, leastGainBesideOther));
   const State& first = shadingFirst ? shaded : contrasted;
-  if (!ratioExplains(withRatio(shadingAndContrast, plain), first, leastGainBesideOther))
+  if (!ratioExplains(withRatio(shadingAndContrast, plain, mode), first, leastGainBesideOther))
     now = first;
+  return true;
 }
 
 // Steps from the current displacement.
-void Estimation::runLevel(int level, Head mode) {
+void Estimation::runLevel(int level, Head mode, Ratio ratio) {
   const Images& pair = imagesOf(level);
   const bool finest = level == 0;
   MassModel<float> model(pair.first, pair.second);
@@ -259,7 +275,9 @@ void Estimation::runLevel(int level, Head mode) {
     const bool last = finest && i + 1 == iterations;
     const LevelFit::Step step = fit.step(solverTolerance, mostSolverIterations);
     bool settled = step.largestStep < smallestStep;
-    if (moving && !motionHeld && !(finest && i >= mostFinestMotionSteps)) {
+    // A ratio that may yet be left is looked for with the motion as it is.
+    const bool asked = ratio == Ratio::inQuestion && i < firstRatioSteps;
+    if (moving && !motionHeld && !asked && !(finest && i >= mostFinestMotionSteps)) {
       const MovingPair::Step moved =
           moving->step(fit, now.head, solverTolerance,
                        finest ? mostFinestMotionIterations : mostSolverIterations);
@@ -274,9 +292,8 @@ void Estimation::runLevel(int level, Head mode) {
     const RatioEvidence evidence = finest ? RatioEvidence::kept : RatioEvidence::updated;
     if (!last) fit.updateStatistics(student ? NoiseTails::student : NoiseTails::normal, evidence);
     report(level, i, step, fit.statistics());
-    // A ratio at half the resolution without motion is one that may yet be taken (`withRatio`).
-    const bool inQuestion = ratioFit && level == 1 && !moving && i + 1 == firstRatioSteps;
-    if (settled || (inQuestion && fit.ratioSpread() < leastFirstSpread)) break;
+    const bool answered = asked && i + 1 == firstRatioSteps;
+    if (settled || (answered && fit.ratioSpread() < leastFirstSpread)) break;
   }
   // Of a head that moved the misfit is also that of its motion.
   if (finest && mode == Head::still) standingOut = fit.placesOver(places(0), weightsOn(0));
@@ -325,20 +342,25 @@ Volume<float> Estimation::seenByFirst(const Volume<float>& halfWay) const {
   return map;
 }
 
-// Fits the coarse resolutions again with a moving head, and keeps that if the head moved since
-// `still`.
-bool Estimation::findMotion(const State& still) {
-  const Images& pair = imagesOf(1);
+// Fits the coarse resolutions again with a moving head, where it may have moved since `still`.
+Estimation::MotionFit Estimation::findMotion(State still) {
+  now = still;
   const glm::dvec3 mm = levels.front().voxelMm;
   const double shortest = std::min({mm.x, mm.y, mm.z});
-  motionEvidence = firstEvidence();
-  if (!motionEvidence.mayBeMotion(shortest)) return false;
+  const double stillVariance = still.statistics.noise.variance;
+  MotionFit found{std::move(still), firstEvidence()};
+  if (!found.evidence.mayBeMotion(shortest)) return found;
   fitCoarse(Head::moving);
-  motionEvidence = MotionEvidence(pair.first, pair.second, now.b, now.head, placeOfLevel(1));
-  motionEvidence.varianceRatio = still.statistics.noise.variance / now.statistics.noise.variance;
-  if (motionEvidence.isMotion(shortest)) return true;
-  now = still;
-  return false;
+  found.evidence = evidenceNow();
+  found.evidence.varianceRatio = stillVariance / now.statistics.noise.variance;
+  found.moved = found.evidence.isMotion(shortest);
+  if (found.moved) found.fit = now;
+  return found;
+}
+
+MotionEvidence Estimation::evidenceNow() const {
+  const Images& pair = imagesOf(1);
+  return {pair.first, pair.second, now.b, now.head, placeOfLevel(1)};
 }
 
 // What one step of the motion tells, from a fit without.
@@ -355,39 +377,51 @@ MotionEvidence Estimation::firstEvidence() const {
   return {pair.first, pair.second, fit.displacement(), head, placeOfLevel(1)};
 }
 
-// Whether the head moved, by the fit without motion that was made last and, where that has a ratio
-// of intensities, by `plain`, which has none. Motion at edges looks like a contrast: so a ratio is
-// kept beside a motion only where the images need it with the motion, too.
-bool Estimation::headMoved(const State& plain) {
-  const State still = now;
-  bool moved = findMotion(still);
-  if (moved && !still.model.isNone()) {
-    const State both = now;
-    const MotionEvidence ofBoth = motionEvidence;
-    now = plain;
-    if (!findMotion(plain) || ratioExplains(both, now, leastGain)) {
-      now = both;
-      motionEvidence = ofBoth;
-    }
-  }
-  result.motionMm = motionEvidence.displacementMm;
-  result.motionChiSquare = motionEvidence.chiSquare;
-  result.motionVarianceRatio = motionEvidence.varianceRatio;
-  if (moved && motionEvidence.isLarge()) {
-    now.b -= static_cast<float>(motionEvidence.meanShift);
-    now.head.motion.translationMm.y = -2.0 * motionEvidence.meanShift * placeOfLevel(1).voxelMm.y;
-  }
-  return moved;
+// A ratio of intensities where a head that clearly moved needs one, too.
+Estimation::MotionFit Estimation::ratioBeside(const MotionFit& moved) {
+  now = moved.fit;
+  if (!chooseRatio(Head::moving)) return moved;
+  MotionFit both{now, evidenceNow(), true};
+  both.evidence.varianceRatio = moved.evidence.varianceRatio;
+  return both;
+}
+
+// A motion beside the ratio of intensities that was taken; `plain` is without that. Motion at edges
+// looks like a contrast: so a ratio is kept beside a motion only where the images need it with the
+// motion, too.
+Estimation::MotionFit Estimation::motionBeside(const MotionFit& plain) {
+  MotionFit both = findMotion(now);
+  const bool needed = !plain.moved || ratioExplains(both.fit, plain.fit, leastGain);
+  return both.moved && !needed ? plain : both;
+}
+
+void Estimation::take(const MotionFit& found) {
+  now = found.fit;
+  result.motionMm = found.evidence.displacementMm;
+  result.motionChiSquare = found.evidence.chiSquare;
+  result.motionVarianceRatio = found.evidence.varianceRatio;
+  if (!found.moved || !found.evidence.isLarge()) return;
+  now.b -= static_cast<float>(found.evidence.meanShift);
+  now.head.motion.translationMm.y = -2.0 * found.evidence.meanShift * placeOfLevel(1).voxelMm.y;
 }
 
 // All resolutions, with what the images ask for. Whether the head moved.
 bool Estimation::fitAll() {
   fitCoarse(Head::still);
   const State plain = now;
-  if (options.localRatio && options.estimateScale && levels.size() > 1) chooseRatio();
-  const bool moved = options.estimateMotion && levels.size() > 1 && headMoved(plain);
-  fitLevel(0, moved ? Head::moving : Head::still);
-  return moved;
+  const bool several = levels.size() > 1, motions = options.estimateMotion && several,
+             ratios = options.localRatio && options.estimateScale && several;
+  // A clear motion comes first, since it pretends a ratio; otherwise a ratio may pretend a motion.
+  MotionFit found = motions ? findMotion(plain) : MotionFit{plain};
+  if (ratios && found.isClear()) {
+    found = ratioBeside(found);
+  } else if (ratios) {
+    now = plain;
+    if (chooseRatio(Head::still)) found = motions ? motionBeside(found) : MotionFit{now};
+  }
+  take(found);
+  fitLevel(0, found.moved ? Head::moving : Head::still);
+  return found.moved;
 }
 
 // From the variance half way to the deviation where the head was in the first image.
