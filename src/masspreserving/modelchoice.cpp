@@ -106,6 +106,7 @@ MotionEvidence Estimation::firstEvidence() const {
 Estimation::MotionFit Estimation::ratioBeside(const MotionFit& moved) {
   now = moved.fit;
   if (!chooseRatio(Head::moving)) return moved;
+  fitCoarse(Head::moving);  // once more: the motion was found without the ratio
   MotionFit both{now, evidenceNow(), true};
   both.evidence.varianceRatio = moved.evidence.varianceRatio;
   return both;
