@@ -44,22 +44,27 @@ class Residuals {
  public:
   Residuals(const RestoreWeights& known, int voxels) : weights(known), n(voxels) {}
 
-  // `expected` is K x / v.
-  void add(const Eigen::VectorXf& acquired, const Eigen::VectorXf& expected) {
+  // `expected` is K x / v. Returns the squares, in noise's variances.
+  const Eigen::VectorXf& add(const Eigen::VectorXf& acquired, const Eigen::VectorXf& expected) {
+    squares.resize(2 * n);
     for (int i = 0; i < 2 * n; ++i) {
       const double value = static_cast<double>(acquired[i]);
-      if (!(value > weights.head)) continue;
       const double variance = i < n ? weights.firstVariance : weights.secondVariance;
       const double left = value / variance - static_cast<double>(expected[i]);
-      sum += left * left * variance;
+      const double square = left * left * variance;
+      squares[i] = static_cast<float>(square);
+      if (!(value > weights.head)) continue;
+      sum += square;
       ++count;
     }
+    return squares;
   }
   double value() const { return count > 0 ? std::sqrt(2 * sum / static_cast<double>(count)) : 0; }
 
  private:
   const RestoreWeights& weights;
   int n;
+  Eigen::VectorXf squares;
   double sum = 0;
   std::int64_t count = 0;
 };
@@ -102,6 +107,17 @@ struct PairRestorer::Column {
         stacked(first, known.firstVariance, second, known.secondVariance).transpose().cast<float>();
   }
 
+  // Of an undistorted voxel: the mean of what the acquired ones it falls into have, by its parts.
+  double meanOver(const Eigen::VectorXf& acquired, int voxel, double ifNone) const {
+    double sum = 0, parts = 0;
+    for (decltype(transposed)::InnerIterator entry(transposed, voxel); entry; ++entry) {
+      const double part = std::abs(static_cast<double>(entry.value()));
+      sum += part * static_cast<double>(acquired[entry.col()]);
+      parts += part;
+    }
+    return parts > 0 ? sum / parts : ifNone;
+  }
+
   // K1' / v1 beside K2' / v2
   Eigen::SparseMatrix<float, Eigen::RowMajor> transposed;
   std::unique_ptr<Factor> factor;
@@ -134,7 +150,9 @@ double PairRestorer::restore(const Volume<float>& first, const Volume<float>& se
   if (one.dimensions() != size || other.dimensions() != size)
     throw std::logic_error("the images and their maps have different dimensions");
   Volume<float>& joined = alongY ? result : scratch.out;
-  if (joined.dimensions() != size || joined.data() == nullptr) joined = Volume<float>(size);
+  Volume<float>& misfit = alongY ? scratch.misfit : scratch.misfitAlongY;
+  for (Volume<float>* image : {&joined, &misfit})
+    if (image->dimensions() != size || image->data() == nullptr) *image = Volume<float>(size);
   Eigen::VectorXf acquired(2 * size.y);
   Residuals residuals(weights, size.y);
   auto column = columns.begin();
@@ -146,10 +164,17 @@ double PairRestorer::restore(const Volume<float>& first, const Volume<float>& se
       }
       const Eigen::VectorXf seen = column->transposed * acquired;
       const Eigen::VectorXd solution = column->factor->solve(seen.cast<double>());
-      for (int y = 0; y < size.y; ++y) joined.at(x, y, z) = static_cast<float>(solution[y]);
-      residuals.add(acquired, column->transposed.transpose() * solution.cast<float>());
+      const Eigen::VectorXf& squares =
+          residuals.add(acquired, column->transposed.transpose() * solution.cast<float>());
+      for (int y = 0; y < size.y; ++y) {
+        joined.at(x, y, z) = static_cast<float>(solution[y]);
+        misfit.at(x, y, z) = static_cast<float>(2 * column->meanOver(squares, y, 0.5));
+      }
     }
-  if (!alongY) exchangeWithY(joined, axis, result);
+  if (!alongY) {
+    exchangeWithY(joined, axis, result);
+    exchangeWithY(misfit, axis, scratch.misfit);
+  }
   return residuals.value();
 }
 

@@ -46,11 +46,15 @@ class PairRestorer {
 
   /// Memory of one worker, used again from volume to volume.
   struct Scratch {
-    Volume<float> first, second, out;
+    Volume<float> first, second, out, misfitAlongY;
+    /// Of the last images: how far the acquired voxels that a voxel falls into are from what was
+    /// joined, 2 (y - K x)^2 / v by the parts that fall there. About 1 where both show the same,
+    /// and where neither covers the voxel.
+    Volume<float> misfit;
   };
 
-  /// Voxels that are not finite must have been replaced. Throws std::logic_error for images of
-  /// other dimensions than the shifts.
+  /// Leaves the misfit in `scratch`. Voxels that are not finite must have been replaced. Throws
+  /// std::logic_error for images of other dimensions than the shifts.
   ///
   /// @returns what is left of the images in the head, as a multiple of the noise:
   ///
