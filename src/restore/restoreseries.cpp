@@ -10,6 +10,7 @@
 #include "field/seriesparts.h"
 #include "nifti/finite.h"
 #include "nifti/image.h"
+#include "restore/contradiction.h"
 #include "restore/weightmeasurement.h"
 
 namespace mirel {
@@ -69,11 +70,13 @@ RestoreWeights measure(const SeriesToJoin& first, const SeriesToJoin& second,
 class Work {
  public:
   Work(const SeriesToJoin& one, const SeriesToJoin& other, const std::vector<VolumePair>& which,
-       const PairRestorer& how, const JoinOptions& what, nifti::Writer& to)
+       const PairRestorer& how, const Contradiction& where, const JoinOptions& what,
+       nifti::Writer& to)
       : first(one),
         second(other),
         pairs(which),
         restorer(how),
+        contradiction(where),
         options(what),
         writer(to),
         added((first.added() + second.added()) / 2),
@@ -104,8 +107,9 @@ class Work {
   struct Buffers {
     Volume<float> first, second, out;
     PairRestorer::Scratch scratch;
+    Contradiction::Scratch ofMean;
     nifti::EncodedVolume encoded;
-    std::int64_t nonFinite = 0, negative = 0;
+    std::int64_t nonFinite = 0, negative = 0, contradicted = 0;
     double residual = 0;
   };
 
@@ -117,6 +121,8 @@ class Work {
         first.prepare(buffers.first, anyBelowZero) + second.prepare(buffers.second, anyBelowZero);
     buffers.residual =
         restorer.restore(buffers.first, buffers.second, buffers.out, buffers.scratch);
+    buffers.contradicted = contradiction.replaceWithMean(
+        buffers.first, buffers.second, buffers.scratch.misfit, buffers.out, buffers.ofMean);
     if (added != 0.0f) buffers.out += added;
     buffers.first += first.added();
     buffers.second += second.added();
@@ -142,6 +148,7 @@ class Work {
     series.clampedBelow += static_cast<std::int64_t>(buffers.encoded.clamped.below);
     report.negative += buffers.negative;
     report.residuals.push_back(buffers.residual);
+    report.contradicted.push_back(buffers.contradicted);
     before.add(buffers.first);
     ofSecond.add(buffers.second);
     after.add(buffers.out);
@@ -152,6 +159,7 @@ class Work {
   Source first, second;
   const std::vector<VolumePair>& pairs;
   const PairRestorer& restorer;
+  const Contradiction& contradiction;
   const JoinOptions& options;
   nifti::Writer& writer;
   float added;
@@ -160,6 +168,12 @@ class Work {
 
 void tellOfJoined(const std::string& both, nifti::DataType typeRead, JoinReport& report) {
   tellOfValues(both, typeRead, report.series);
+  const auto most = std::max_element(report.contradicted.begin(), report.contradicted.end());
+  if (most != report.contradicted.end() && *most > 0)
+    report.series.notes.push_back("in up to " + std::to_string(*most) + " voxels of a volume " +
+                                  both +
+                                  " differ by more than their noise where they show one place: "
+                                  "the mean of both stands there");
   if (report.negative > 0)
     report.series.notes.push_back(
         std::to_string(report.negative) + (report.negative == 1 ? " voxel" : " voxels") + " of " +
@@ -189,7 +203,8 @@ JoinReport joinSeries(const SeriesToJoin& first, const SeriesToJoin& second,
   }
   const PairRestorer restorer(first.shift, second.shift, options.axis, report.weights);
   nifti::Writer writer(out, header);
-  Work(first, second, pairs, restorer, options, writer).run(report);
+  const Contradiction contradiction(first.shift, second.shift, options.axis, report.weights);
+  Work(first, second, pairs, restorer, contradiction, options, writer).run(report);
   tellOfJoined(first.file + " and " + second.file, read.type, report);
   writer.finish();
   return report;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -32,14 +33,17 @@ struct JoinReport {
   RestoreWeights weights;
   /// Of each joined volume: what PairRestorer::restore tells.
   std::vector<double> residuals;
+  /// Of each joined volume: what Contradiction::replaceWithMean tells.
+  std::vector<std::int64_t> contradicted;
   /// Voxels of the joined volumes that fell below 0 where both images have no values below 0: they
   /// are written as 0.
   std::int64_t negative = 0;
 };
 
-/// Joins `pairs` of volumes of `first` and `second` (PairRestorer) and writes the results to `out`,
-/// in their order: the header of the first series with its data type and scaling, or floats. The
-/// weights are measured (WeightMeasurement) in up to three of the pairs, spread evenly.
+/// Joins `pairs` of volumes of `first` and `second` (PairRestorer, Contradiction) and writes the
+/// results to `out`, in their order: the header of the first series with its data type and scaling,
+/// or floats. The weights are measured (WeightMeasurement) in up to three of the pairs, spread
+/// evenly.
 ///
 /// Memory, threads and errors are those of correctSeries, with about 200 bytes per voxel on top
 /// (PairRestorer). std::invalid_argument where there are no pairs.

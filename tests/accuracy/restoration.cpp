@@ -15,6 +15,7 @@
 #include "numerics/fft/fftw.h"
 #include "pair/pairestimate.h"
 #include "phantom/phantom.h"
+#include "restore/contradiction.h"
 #include "restore/restoreseries.h"
 #include "restore/weightmeasurement.h"
 #include "support/noprogress.h"
@@ -48,6 +49,9 @@ Images imagesOf(const Phantom& head, const Volume<float>& shift) {
   PairRestorer::Scratch scratch;
   PairRestorer(shift, reverse, y, measurement.weights())
       .restore(head.ap, head.pa, images.joined, scratch);
+  Contradiction::Scratch ofMean;
+  Contradiction(shift, reverse, y, measurement.weights())
+      .replaceWithMean(head.ap, head.pa, scratch.misfit, images.joined, ofMean);
   return images;
 }
 
