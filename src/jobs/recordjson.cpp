@@ -326,7 +326,8 @@ Json originOf(const RunRecord& run, const Json& origin, const SeriesRecord& seri
   json["Joining"] = {
       {"NoiseDeviation", {std::sqrt(weights.firstVariance), std::sqrt(weights.secondVariance)}},
       {"Roughness", std::sqrt(weights.roughness)},
-      {"Residuals", listOf(series.joining.residuals)}};
+      {"Residuals", listOf(series.joining.residuals)},
+      {"ContradictedVoxels", listOf(series.joining.contradicted)}};
   return json;
 }
 

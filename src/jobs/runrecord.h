@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -31,6 +32,8 @@ struct SeriesSettings {
 struct JoiningRecord {
   RestoreWeights weights;
   std::vector<double> residuals;  ///< of each joined volume, by the noise (PairRestorer::restore)
+  /// Of each joined volume: voxels where the mean of both stands (Contradiction)
+  std::vector<std::int64_t> contradicted;
 };
 
 /// What was found and done about one series.

@@ -141,7 +141,7 @@ void SeriesJoining::run(const Distortion& distortion, const std::optional<Refere
     checkSigns(plan.second, joined.meanOfSecond, second.shift, gridOf(plan.second.header),
                Modulation::on, *reference, partner, run.notes);
   }
-  record.joining = {joined.weights, joined.residuals};
+  record.joining = {joined.weights, joined.residuals, joined.contradicted};
   for (const auto* more : {&partner.warnings, &plan.warnings})
     record.warnings.insert(record.warnings.end(), more->begin(), more->end());
   doubtResiduals(plan, joined.residuals, record);

@@ -115,6 +115,7 @@ TEST_F(Restore, SaysInItsRecordWhatWasJoined) {
   EXPECT_EQ(mirel["Partner"]["SignCheck"]["Verdict"], "right");
   ASSERT_EQ(mirel["Joining"]["Residuals"].size(), 3U);
   EXPECT_LT(mirel["Joining"]["Residuals"][0].get<double>(), 2);
+  EXPECT_EQ(mirel["Joining"]["ContradictedVoxels"].size(), 3U);
 }
 
 TEST_F(Restore, ReplacesResultsOfTheSameSeriesOnly) {
