@@ -18,7 +18,8 @@ SparseRows secondDifferences(int n) {
   return differences;
 }
 
-Eigen::VectorXd lostDetail(const SparseRows& gram, const SparseRows& differences, double weight) {
+Eigen::VectorXd lostDetail(const SymmetricBand& gram, const SparseRows& differences,
+                           double weight) {
   using Entry = SparseRows::InnerIterator;
   Eigen::VectorXd lost(differences.rows());
   for (int j = 0; j < lost.size(); ++j) {
@@ -26,7 +27,8 @@ Eigen::VectorXd lostDetail(const SparseRows& gram, const SparseRows& differences
     for (Entry a(differences, j); a; ++a) {
       whole += a.value() * a.value() * weight;
       for (Entry b(differences, j); b; ++b)
-        seen += a.value() * b.value() * gram.coeff(a.col(), b.col());
+        seen +=
+            a.value() * b.value() * gram.at(static_cast<int>(a.col()), static_cast<int>(b.col()));
     }
     const double held = whole > 0 ? std::clamp(seen / whole, 0.0, 1.0) : 1;
     lost[j] = std::sqrt(std::sqrt(1 - held));

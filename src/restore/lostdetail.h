@@ -1,6 +1,7 @@
 #pragma once
 
 #include "restore/columnmatrix.h"
+#include "restore/symmetricband.h"
 
 namespace mirel {
 
@@ -19,6 +20,6 @@ SparseRows secondDifferences(int n);
 /// image covers the voxel and close to it where both sample it half way between voxels. Of the
 /// exponents 0 to 2 that were tried on simulated heads 1/4 is the largest with which joining is
 /// nowhere worse than the mean of both corrected images.
-Eigen::VectorXd lostDetail(const SparseRows& gram, const SparseRows& differences, double weight);
+Eigen::VectorXd lostDetail(const SymmetricBand& gram, const SparseRows& differences, double weight);
 
 }  // namespace mirel

@@ -1,19 +1,22 @@
 #include "restore/pairrestorer.h"
 
 #include <Eigen/SparseCholesky>
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <stdexcept>
 
 #include "containers/exchange.h"
 #include "restore/lostdetail.h"
+#include "restore/symmetricband.h"
 
 namespace mirel {
 
 namespace {
 
-using Band = Eigen::SparseMatrix<double>;
-using Factor = Eigen::SimplicialLLT<Band, Eigen::Lower, Eigen::NaturalOrdering<int>>;
+using Factor =
+    Eigen::SimplicialLLT<Eigen::SparseMatrix<double>, Eigen::Lower, Eigen::NaturalOrdering<int>>;
+using FloatRows = Eigen::SparseMatrix<float, Eigen::RowMajor>;
 
 constexpr double unitPart = 1e-6;
 
@@ -22,21 +25,44 @@ struct Common {
   explicit Common(int n, const RestoreWeights& known)
       : weights(known),
         weightSum(1 / known.firstVariance + 1 / known.secondVariance),
-        differences(secondDifferences(n)),
-        transposed(differences.transpose()) {}
+        differences(secondDifferences(n)) {}
 
   RestoreWeights weights;
   double weightSum;
-  SparseRows differences, transposed;
+  SparseRows differences;
 };
 
 // One matrix above the other, divided by a number each.
-SparseRows stacked(const SparseRows& first, double byFirst, const SparseRows& second,
-                   double bySecond) {
-  SparseRows both(first.rows() + second.rows(), first.cols());
-  both.topRows(first.rows()) = first / byFirst;
-  both.bottomRows(second.rows()) = second / bySecond;
+FloatRows stacked(const SparseRows& first, double byFirst, const SparseRows& second,
+                  double bySecond) {
+  FloatRows both(first.rows() + second.rows(), first.cols());
+  both.reserve(first.nonZeros() + second.nonZeros());
+  for (int row = 0; row < both.rows(); ++row) {
+    const bool isFirst = row < first.rows();
+    const double by = isFirst ? byFirst : bySecond;
+    both.startVec(row);
+    for (SparseRows::InnerIterator entry(isFirst ? first : second,
+                                         isFirst ? row : row - first.rows());
+         entry; ++entry)
+      both.insertBack(row, entry.col()) = static_cast<float>(entry.value() / by);
+  }
+  both.finalize();
   return both;
+}
+
+// The normal equations of a column.
+SymmetricBand normalEquations(const SparseRows& first, const SparseRows& second,
+                              const Common& common) {
+  const RestoreWeights& known = common.weights;
+  const SparseRows& differences = common.differences;
+  SymmetricBand matrix(static_cast<int>(first.cols()),
+                       std::max({widthOf(first), widthOf(second), widthOf(differences)}));
+  matrix.addGram(first, 1 / known.firstVariance);
+  matrix.addGram(second, 1 / known.secondVariance);
+  const Eigen::VectorXd prior = lostDetail(matrix, differences, common.weightSum) / known.roughness;
+  for (int j = 0; j < matrix.size(); ++j) matrix.addSquareOf(differences, j, prior[j]);
+  matrix.addToDiagonal(unitPart * common.weightSum);
+  return matrix;
 }
 
 // What is left of acquired columns, in noise's variances.
@@ -90,37 +116,29 @@ void check(const Volume<float>& firstShift, const Volume<float>& secondShift,
 }  // namespace
 
 struct PairRestorer::Column {
-  Column(const SparseRows& first, const SparseRows& second, const Common& common) {
-    const RestoreWeights& known = common.weights;
-    const SparseRows seen =
-        stacked(first, std::sqrt(known.firstVariance), second, std::sqrt(known.secondVariance));
-    const SparseRows gram = SparseRows(seen.transpose()) * seen;
-    const SparseRows& differences = common.differences;
-    const Eigen::VectorXd prior = lostDetail(gram, differences, common.weightSum) / known.roughness;
-    const SparseRows rough = prior.asDiagonal() * differences;
-    factor = std::make_unique<Factor>();
-    factor->setShift(unitPart * common.weightSum);
-    factor->compute(Band(gram) + Band(common.transposed * rough));
+  Column(const SparseRows& first, const SparseRows& second, const Common& common)
+      : factor(std::make_unique<Factor>()),
+        transposed(
+            stacked(first, common.weights.firstVariance, second, common.weights.secondVariance)
+                .transpose()) {
+    factor->compute(normalEquations(first, second, common).lower());
     if (factor->info() != Eigen::Success)
       throw std::logic_error("the normal equations of a column have no Cholesky factor");
-    transposed =
-        stacked(first, known.firstVariance, second, known.secondVariance).transpose().cast<float>();
   }
 
   // Of an undistorted voxel: the mean of what the acquired ones it falls into have, by its parts.
-  double meanOver(const Eigen::VectorXf& acquired, int voxel, double ifNone) const {
-    double sum = 0, parts = 0;
-    for (decltype(transposed)::InnerIterator entry(transposed, voxel); entry; ++entry) {
-      const double part = std::abs(static_cast<double>(entry.value()));
-      sum += part * static_cast<double>(acquired[entry.col()]);
+  float meanOver(const Eigen::VectorXf& acquired, int voxel, float ifNone) const {
+    float sum = 0, parts = 0;
+    for (FloatRows::InnerIterator entry(transposed, voxel); entry; ++entry) {
+      const float part = std::abs(entry.value());
+      sum += part * acquired[entry.col()];
       parts += part;
     }
     return parts > 0 ? sum / parts : ifNone;
   }
 
-  // K1' / v1 beside K2' / v2
-  Eigen::SparseMatrix<float, Eigen::RowMajor> transposed;
   std::unique_ptr<Factor> factor;
+  FloatRows transposed;  // K1' / v1 beside K2' / v2
 };
 
 PairRestorer::~PairRestorer() = default;
@@ -168,7 +186,7 @@ double PairRestorer::restore(const Volume<float>& first, const Volume<float>& se
           residuals.add(acquired, column->transposed.transpose() * solution.cast<float>());
       for (int y = 0; y < size.y; ++y) {
         joined.at(x, y, z) = static_cast<float>(solution[y]);
-        misfit.at(x, y, z) = static_cast<float>(2 * column->meanOver(squares, y, 0.5));
+        misfit.at(x, y, z) = 2 * column->meanOver(squares, y, 0.5F);
       }
     }
   if (!alongY) {
