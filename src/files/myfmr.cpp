@@ -50,7 +50,8 @@ void FMR::readSliceTimingTable(std::istream& is) {
 }
 
 std::size_t FMR::storedSlices() const {
-  return ResolutionX == 0 || ResolutionY == 0 ? 0 : std::size_t(NrOfSlices.value());
+  const bool none = ResolutionX == 0 || ResolutionY == 0 || stcData.empty();
+  return none ? 0 : std::size_t(NrOfSlices.value());
 }
 
 void FMR::LoadSTC() {

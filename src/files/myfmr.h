@@ -63,7 +63,8 @@ class FMR : public ProjectHeader {
 
   void readHeader();
   void readSliceTimingTable(std::istream& is);
-  /// Slices without voxels take no room in a file, and no time, however many a header promises.
+  /// Slices without voxels, or of no volumes, take no room in a file, and no time, however many a
+  /// header promises.
   std::size_t storedSlices() const;
 };
 
