@@ -117,6 +117,7 @@ SeriesMotion readSeriesMotion(const GivenMotion& given, const std::string& serie
   const MovedSeries what{series, header};
   SeriesMotion motion;
   motion.file = given.file;
+  motion.referenceImage = given.referenceImage;
   std::error_code ignored;
   if (std::filesystem::is_directory(given.file, ignored))
     readFolder(given, what, motion);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <glm/mat4x4.hpp>
+#include <glm/vec3.hpp>
 #include <optional>
 #include <string>
 #include <vector>
@@ -30,6 +31,19 @@ struct SeriesMotion {
   std::vector<FileStamp> stamps;  ///< of the files that were read, before that
   /// A volume, counted from 0, in which the head is at the reference place; nothing: in none.
   std::optional<int> referenceVolume;
+  std::string referenceImage;  ///< that was given for it; empty: none
 };
+
+/// "FSL's matrices" and so on, as messages call them.
+std::string nameOf(MotionForm form);
+
+/// The same motions in voxels of a grid of the series, its own: SeriesOptions::toVolume.
+std::vector<glm::dmat4> voxelMotions(const SeriesMotion& motion, const glm::dmat4& affine);
+
+/// The directions of diffusion gradients as the head saw them, which turned against the scanner.
+/// They are given in the axes of the image, the first one reversed where the determinant of the
+/// affine is positive (the convention of .bvec files); one for each volume, in their order.
+std::vector<glm::vec3> directionsInHead(const std::vector<glm::vec3>& directions,
+                                        const SeriesMotion& motion, const glm::dmat4& affine);
 
 }  // namespace mirel
