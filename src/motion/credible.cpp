@@ -31,7 +31,7 @@ double strainOf(const glm::dmat3& r) {
 }
 
 // Why a transform is no motion of a head; empty: it can be one.
-std::string faultOf(const glm::dmat4& m, const glm::dvec3& middle, bool ofAngles) {
+std::string faultOf(const glm::dmat4& m, const glm::dvec3& middle) {
   const glm::dmat3 r(m);
   if (!std::isfinite(strainOf(r)) || !std::isfinite(glm::length(glm::dvec3(m[3]))))
     return "is singular, or beyond all numbers: it is no motion";
@@ -42,10 +42,7 @@ std::string faultOf(const glm::dmat4& m, const glm::dvec3& middle, bool ofAngles
   const double degrees = turnedDegrees(r);
   if (mm <= farthestHeadMm && degrees <= farthestHeadDegrees) return {};
   return "would displace the head by " + text("%.0f", mm) + " mm and turn it by " +
-         text("%.0f", degrees) + " degrees" +
-         (ofAngles && degrees > farthestHeadDegrees
-              ? ": are its angles in degrees, where radians are expected?"
-              : "");
+         text("%.0f", degrees) + " degrees";
 }
 
 }  // namespace
@@ -73,10 +70,8 @@ std::string placeInFile(const SeriesMotion& motion, std::size_t volume) {
 }
 
 void requireHeadMotion(const SeriesMotion& motion, const Grid& grid) {
-  const bool ofAngles =
-      motion.form == MotionForm::fslParameters || motion.form == MotionForm::spmParameters;
   for (std::size_t t = 0; t < motion.fromReference.size(); ++t) {
-    const std::string fault = faultOf(motion.fromReference[t], middleOf(grid), ofAngles);
+    const std::string fault = faultOf(motion.fromReference[t], middleOf(grid));
     if (fault.empty()) continue;
     const std::string place = placeInFile(motion, t);
     if (place.empty()) throw Error(motion.stamps[t].fileName(), fault);

@@ -20,11 +20,11 @@ MotionProgram programOf(MotionForm form);
 struct GivenMotion {
   std::string file;  ///< or the folder of FSL's matrices; empty: nothing
   /// Nothing: as the file tells itself.
-  std::optional<MotionProgram> program;
+  std::optional<MotionProgram> program = {};
   /// The volume of the series, counted from 0, that the others were aligned to; nothing: the one
   /// that did not move, where there is one.
-  std::optional<int> referenceVolume;
-  std::string referenceImage;  ///< or the image; empty: not said
+  std::optional<int> referenceVolume = {};
+  std::string referenceImage = {};  ///< or the image; empty: not said
 };
 
 /// Nothing that is farther off counts as in place: six digits of a coordinate, and less than a

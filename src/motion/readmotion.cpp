@@ -1,6 +1,8 @@
 #include "motion/readmotion.h"
 
+#include <cmath>
 #include <filesystem>
+#include <numbers>
 
 #include "base/error.h"
 #include "base/numbertext.h"
@@ -9,6 +11,7 @@
 #include "motion/fsltransforms.h"
 #include "motion/numberrows.h"
 #include "motion/scannertransforms.h"
+#include "numerics/rigidmotion.h"
 
 namespace mirel {
 
@@ -68,6 +71,18 @@ void readFolder(const GivenMotion& given, const MovedSeries& series, SeriesMotio
   motion.fromReference = fslFromReference(matrices, given, series);
 }
 
+// A turn in degrees could be about a whole one in radians, and pass for none.
+void requireRadians(const std::vector<std::vector<double>>& rows, std::size_t firstAngle,
+                    const std::string& file) {
+  constexpr double largest = farthestHeadDegrees * std::numbers::pi / 180.0;
+  for (std::size_t t = 0; t < rows.size(); ++t)
+    for (std::size_t n = firstAngle; n < firstAngle + 3; ++n)
+      if (std::fabs(rows[t][n]) > largest)
+        throw Error(file, "has in row " + std::to_string(t + 1) + " an angle of " +
+                              text(rows[t][n]) +
+                              ": are its angles in degrees, where radians are expected?");
+}
+
 void readFile(const GivenMotion& given, const MovedSeries& series, SeriesMotion& motion) {
   motion.stamps.emplace_back(given.file);
   const Words words = readTransformWords(given.file);
@@ -78,6 +93,8 @@ void readFile(const GivenMotion& given, const MovedSeries& series, SeriesMotion&
   }
   const std::vector<std::vector<double>> rows = numbersOf(words, given.file);
   requireCount(given, rows.size(), series);
+  if (motion.form == MotionForm::fslParameters) requireRadians(rows, 0, given.file);
+  if (motion.form == MotionForm::spmParameters) requireRadians(rows, 3, given.file);
   if (motion.form == MotionForm::fslParameters) {
     const glm::dvec3 centre = fslCentre(rows, given, series);
     std::vector<glm::dmat4> matrices;
