@@ -1,3 +1,4 @@
+#include <glm/gtc/matrix_transform.hpp>
 #include <nlohmann/json.hpp>
 
 #include "cli/movedhead.h"
@@ -106,6 +107,30 @@ TEST_F(ApplyMotion, MisuseIsAMatterOfOptions) {
   EXPECT_EQ(form.status, 1);
   EXPECT_THAT(form.err, HasSubstr("say whose they are with --motion-from (fsl, spm, afni, itk)"));
   EXPECT_FALSE(folder.exists("r.nii.gz"));
+}
+
+// The reference of the motion is no volume, and the field is known elsewhere.
+TEST_F(ApplyMotion, AlignsTheReferenceOfTheMotion) {
+  const glm::dvec3 away(3, -2, 2);
+  Motions farther = motions;
+  for (RigidMotion& motion : farther) motion.translationMm = motion.after(away);
+  const std::string itk = folder.write("far.txt", motionforms::itkText(farther));
+  const ProgramResult result = apply({"--motion", itk, "--reference", truth(), "--align"});
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_THAT(result.err, HasSubstr("to its place in an image outside of the series by "));
+  EXPECT_THAT(result.err, HasSubstr(": the sign is right"));
+  const nlohmann::json found =
+      nlohmann::json::parse(folder.read("r.json")).at("Mirel").at("Series").at("Alignment");
+  EXPECT_EQ(found.at("Outcome"), "moved");
+  const std::vector<double> mm = found.at("HeadMotion").at("TranslationMm");
+  for (int axis = 0; axis < 3; ++axis)
+    EXPECT_NEAR(mm[static_cast<std::size_t>(axis)], -away[axis], 0.3) << axis;
+  const Volume<float> still = nifti::Reader(truth()).readVolume(0);
+  const glm::dmat4 affine = nifti::Reader(truth()).header().affine();
+  const glm::dmat4 there = glm::translate(affine, away / grid.mm);
+  const Volume<float> moved =
+      resampleTo({still.dimensions(), there}, still, affine, "truth", Interpolation::cubic);
+  for (const Volume<float>& volume : volumesIn(file("r.nii.gz"))) EXPECT_LT(rms(volume, moved), 70);
 }
 
 }  // namespace mirel
