@@ -310,10 +310,6 @@ Json seriesSummary(const SeriesRecord& series) {
   if (series.signs) json["signCheck"] = verdictName(series.signs->verdict);
   if (acquisition.readout) json["readout"] = readoutSummary(*acquisition.readout);
   if (series.alignment) json["alignment"] = alignmentSummary(*series.alignment);
-  if (series.motion)
-    json["motion"] = {{"form", nameOf(series.motion->told.form)},
-                      {"largestDisplacementMm", series.motion->largestMm},
-                      {"check", verdictName(series.motion->check.verdict)}};
   return json;
 }
 
