@@ -37,16 +37,17 @@ void tellOfCheck(const SeriesInput& input, const MotionCheck& check, SeriesRecor
   const std::string& file = input.motion->file;
   std::vector<int> volumes = check.volumes;
   std::sort(volumes.begin(), volumes.end());
-  const std::string which = (volumes.size() == 1 ? "volume " : "volumes ") + rangesOf(volumes) +
-                            " of " + input.file + (volumes.size() == 1 ? " agrees" : " agree") +
-                            " better with volume " + std::to_string(check.against);
+  const bool one = volumes.size() == 1;
+  const std::string which = (one ? "volume " : "volumes ") + rangesOf(volumes) + " of " +
+                            input.file + (one ? " agrees" : " agree") + " better with volume " +
+                            std::to_string(check.against);
   if (check.verdict == Verdict::opposite)
     record.warnings.push_back("CHECK THE MOTION in " + file + ": " + which +
-                              " when they are moved the opposite way" +
+                              " when moved the opposite way" +
                               informationText(check.opposite, check.asGiven));
   if (check.verdict == Verdict::unmoved)
     record.warnings.push_back("CHECK THE MOTION in " + file + ": " + which +
-                              " when they are left where they are" +
+                              (one ? " when left where it is" : " when left where they are") +
                               informationText(check.unmoved, check.asGiven));
   if (check.verdict == Verdict::undecided && check.largestMm >= worthANoteMm)
     notes.push_back("the motion in " + file + " could not be checked: with it, with its opposite " +
@@ -120,6 +121,7 @@ void judgeMotion(const SeriesInput& input, const Volume<float>& shift,
                              *input.motion);
   tellOfCheck(input, motion.check, record, notes);
   tellOfOutside(input, corrected, record);
+  for (const FileStamp& file : input.motion->stamps) file.requireUnchanged();
   record.motion = std::move(motion);
 }
 
