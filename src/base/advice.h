@@ -9,22 +9,24 @@ namespace mirel {
 struct Advice {
   enum class Kind {
     none,
-    giveDirection,       ///< the phase-encoding direction
-    giveReadout,         ///< the total readout time
-    giveIntensityScale,  ///< a factor on the intensities
-    seeIntensityScale,   ///< the same, where what was found may be right
-    chooseVolumes,       ///< which volumes of the two files make the pair
-    seeVolumes,          ///< another volume, where the chosen one may be right
-    makeField,           ///< of a displacement map a field, which fits any grid
-    givePlugin,          ///< where the plugin is
-    overwrite,           ///< another output, or that what is there may go
-    giveUnits,           ///< what the values of a field or a map are
-    seeUnits,            ///< the same, where what was taken may be right
-    giveMapDirection,    ///< the direction of the images that a displacement map is for
-    seeMapDirection,     ///< the same, where what was taken may be right
-    applyAsField,        ///< a field was given as a displacement map
-    fieldFromPhase,      ///< make a field of a phase image first
-    giveEchoTimes,       ///< the two echo times of a phase
+    giveDirection,        ///< the phase-encoding direction
+    giveReadout,          ///< the total readout time
+    giveIntensityScale,   ///< a factor on the intensities
+    seeIntensityScale,    ///< the same, where what was found may be right
+    chooseVolumes,        ///< which volumes of the two files make the pair
+    seeVolumes,           ///< another volume, where the chosen one may be right
+    makeField,            ///< of a displacement map a field, which fits any grid
+    givePlugin,           ///< where the plugin is
+    overwrite,            ///< another output, or that what is there may go
+    giveUnits,            ///< what the values of a field or a map are
+    seeUnits,             ///< the same, where what was taken may be right
+    giveMapDirection,     ///< the direction of the images that a displacement map is for
+    seeMapDirection,      ///< the same, where what was taken may be right
+    applyAsField,         ///< a field was given as a displacement map
+    fieldFromPhase,       ///< make a field of a phase image first
+    giveEchoTimes,        ///< the two echo times of a phase
+    giveMotionForm,       ///< whose conventions transforms follow
+    giveMotionReference,  ///< the volume or the image that volumes were aligned to
   };
   /// Which image it is about: the only one, one or both of a pair, or a series beside a pair.
   enum class Of { image, first, second, both, series };

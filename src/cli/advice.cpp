@@ -64,6 +64,11 @@ std::string withAdvice(const std::string& sentence, const Advice& advice) {
       return sentence + "; apply it with --field";
     case Advice::Kind::giveEchoTimes:
       return sentence + "; give both in seconds with --echo-times";
+    case Advice::Kind::giveMotionForm:
+      return sentence + "; say whose they are with --motion-from (fsl, spm, afni, itk)";
+    case Advice::Kind::giveMotionReference:
+      return sentence +
+             "; name that volume or image with --motion-reference (a volume is a number from 0)";
     case Advice::Kind::fieldFromPhase:
       return sentence + "; make a field of it first ('mirel field --from-phase')";
   }

@@ -14,6 +14,8 @@ struct Program;
 struct ApplyFieldArguments {
   ApplyFieldOptions job;
   bids::GivenAcquisition given;
+  GivenMotion motion;
+  std::string motionFrom, motionReference;
   std::string anatomy;
   bool modulate = false, quiet = false, noReport = false, noViewer = false;
 };

@@ -9,6 +9,7 @@
 #include "cli/command.h"
 #include "cli/interrupt.h"
 #include "cli/phantomdataset.h"
+#include "motion/numberrows.h"
 #include "phantom/phantomfiles.h"
 
 namespace mirel {
@@ -33,6 +34,7 @@ struct Options {
   std::vector<int> size;
   std::vector<double> voxelMm;
   std::vector<double> motion, seriesMotion;
+  std::string volumeMotion;
   std::string direction = "j";
   double maxShift = 0.0;
   DatasetRequest dataset;
@@ -53,6 +55,18 @@ RigidMotion motionOf(const std::vector<double>& numbers) {
   return {{numbers[0], numbers[1], numbers[2]}, {numbers[3], numbers[4], numbers[5]}};
 }
 
+// Rows of six numbers, one for each volume.
+std::vector<RigidMotion> motionsIn(const std::string& file) {
+  std::vector<RigidMotion> motions;
+  for (const std::vector<double>& row : numbersOf(readTransformWords(file), file)) {
+    if (row.size() != 6)
+      throw Error(file, "has " + std::to_string(row.size()) +
+                            " numbers in a row, not the six of a motion (TX TY TZ RX RY RZ)");
+    motions.push_back(motionOf(row));
+  }
+  return motions;
+}
+
 int runPhantom(Options options, bool maxShiftGiven) {
   const EndBySignal end({options.folder});
   PhantomOptions& phantomOptions = options.phantom;
@@ -65,6 +79,7 @@ int runPhantom(Options options, bool maxShiftGiven) {
     phantomOptions.voxelMm = {options.voxelMm[0], options.voxelMm[1], options.voxelMm[2]};
   if (!options.motion.empty()) phantomOptions.paMotion = motionOf(options.motion);
   if (!options.seriesMotion.empty()) phantomOptions.seriesMotion = motionOf(options.seriesMotion);
+  if (!options.volumeMotion.empty()) phantomOptions.volumeMotion = motionsIn(options.volumeMotion);
   phantomOptions.axis = options.direction == "i" ? PhaseEncodingAxis::x : PhaseEncodingAxis::y;
   if (maxShiftGiven) phantomOptions.maxShiftVoxels = options.maxShift;
   if (options.dataset.asked)
@@ -149,6 +164,12 @@ void addPhantomCommand(Command& app, Program& program) {
                    "The same before the series was taken (default: none)")
       ->type_name("TX TY TZ RX RY RZ")
       ->expected(6)
+      ->excludes(bids);
+  command
+      ->add_option("--volume-motion", options->volumeMotion,
+                   "A text file with a row of such six numbers for each volume of the series: the\n"
+                   "head moves within it (default: it keeps still)")
+      ->type_name("FILE")
       ->excludes(bids);
   command
       ->add_option(

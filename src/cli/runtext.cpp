@@ -117,6 +117,21 @@ std::string alignmentText(const SeriesRecord& series, const std::string& since) 
   return {};  // A warning or a note tells.
 }
 
+std::string motionText(const SeriesRecord& series) {
+  const MotionRecord& motion = *series.motion;
+  const SeriesMotion& told = motion.told;
+  const std::string reference = told.referenceVolume
+                                    ? "volume " + std::to_string(*told.referenceVolume)
+                                : !told.referenceImage.empty() ? told.referenceImage
+                                                               : "an image outside of the series";
+  return series.file + ": the head is brought to its place in " + reference + " by " + told.file +
+         " (" + nameOf(told.form) + "), by up to " + text("%.2f", motion.largestMm) +
+         " mm (volume " + std::to_string(motion.largestVolume) + ")" +
+         (motion.check.verdict == MotionCheck::Verdict::right ? ", and the images agree with that"
+                                                              : "") +
+         "\n";
+}
+
 std::string signText(const SeriesRecord& series) {
   return series.file + ": normalised mutual information with the reference (1 none, 2 full) " +
          text("%.4f", series.signs->asGiven) + ", with the opposite sign " +
@@ -135,6 +150,7 @@ std::string textOf(const RunRecord& run) {
   for (const SeriesRecord& series : run.series) {
     text += textOf(series);
     if (series.alignment) text += alignmentText(series, run.pair ? "the pair" : "the reference");
+    if (series.motion) text += motionText(series);
     // With a pair the reference is its own corrected mean, and a doubt is a warning or a note.
     if (!run.pair && series.signs) text += signText(series);
   }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numeric>
+#include <optional>
 #include <stdexcept>
 
 #include "base/dimensions.h"
@@ -33,16 +34,21 @@ void checkInputs(const std::string& in, const nifti::Header& header, const Volum
   if (!std::all_of(shift.data(), shift.data() + shift.size(),
                    [](float v) { return std::isfinite(v); }))
     throw Error("the map for " + in + " has voxels that are NaN or infinite");
+  if (!options.toVolume.empty() &&
+      options.toVolume.size() != static_cast<std::size_t>(header.volumes))
+    throw std::logic_error("there are as many motions as volumes");
   refuseOverwrite(out, in);
 }
 
 /// The work on one series.
 class Work {
  public:
-  Work(nifti::Reader& from, nifti::Writer& to, const Corrector& how, const SeriesOptions& what)
+  Work(nifti::Reader& from, nifti::Writer& to, const Corrector& how, const MovedCorrector* moved,
+       const SeriesOptions& what)
       : reader(from),
         writer(to),
         corrector(how),
+        movedCorrector(moved),
         options(what),
         volumes(what.volumes.empty() ? from.header().volumes
                                      : static_cast<int>(what.volumes.size())),
@@ -52,7 +58,10 @@ class Work {
   void run() {
     inOrder<Buffers>(
         volumes, options.threads,
-        [&](int t, Buffers& buffers) { reader.readVolume(volumeAt(t), buffers.in); },
+        [&](int t, Buffers& buffers) {
+          buffers.volume = volumeAt(t);
+          reader.readVolume(buffers.volume, buffers.in);
+        },
         [&](Buffers& buffers) { compute(buffers); },
         [&](int t, const Buffers& buffers) { put(t, buffers); });
   }
@@ -69,8 +78,10 @@ class Work {
 
  private:
   struct Buffers {
+    int volume = 0;
     Volume<float> in, out;
     Corrector::Scratch scratch;
+    MovedCorrector::Scratch movedScratch;
     nifti::EncodedVolume encoded;
     std::int64_t nonFinite = 0;
   };
@@ -89,10 +100,19 @@ class Work {
   void correct(Buffers& buffers) const {
     const float background = static_cast<float>(options.background);
     if (background != 0.0f) buffers.in -= background;
-    corrector.correct(buffers.in, buffers.out, buffers.scratch);
+    resample(buffers);
     if (background == 0.0f) return;
     buffers.in += background;
     buffers.out += background;
+  }
+
+  void resample(Buffers& buffers) const {
+    if (movedCorrector != nullptr) {
+      const glm::dmat4& m = options.toVolume[static_cast<std::size_t>(buffers.volume)];
+      if (m != glm::dmat4(1.0))
+        return movedCorrector->correct(buffers.in, m, buffers.out, buffers.movedScratch);
+    }
+    corrector.correct(buffers.in, buffers.out, buffers.scratch);
   }
 
   void put(int t, const Buffers& buffers) {
@@ -108,6 +128,7 @@ class Work {
   nifti::Reader& reader;
   nifti::Writer& writer;
   const Corrector& corrector;
+  const MovedCorrector* movedCorrector;  ///< null: nothing moved
   const SeriesOptions& options;
   const int volumes;
 
@@ -151,7 +172,9 @@ SeriesReport correctSeries(const std::string& in, const Volume<float>& shift,
   if (!options.volumes.empty()) report.header.volumes = static_cast<int>(options.volumes.size());
   const Corrector corrector(shift, options.axis, options.modulation);
   nifti::Writer writer(out, report.header);
-  Work work(reader, writer, corrector, options);
+  std::optional<MovedCorrector> moved;
+  if (!options.toVolume.empty()) moved.emplace(shift, options.axis, options.modulation);
+  Work work(reader, writer, corrector, moved ? &*moved : nullptr, options);
   work.run();
   work.report(report);
   report.folded = corrector.foldedVoxels();

@@ -7,6 +7,7 @@
 #include "base/progress.h"
 #include "field/corrector.h"
 #include "field/fieldhz.h"
+#include "field/movedcorrector.h"
 #include "nifti/header.h"
 #include "nifti/samples.h"
 
@@ -25,6 +26,10 @@ struct SeriesOptions {
   int threads = 0;
   /// The volumes to correct, counted from 0, in the order in which they are written; empty: all.
   std::vector<int> volumes;
+  /// Where the head is in each volume of the file, by voxels of the result (see MovedCorrector).
+  /// Where that is the identity the volume gets the bits of a head that did not move. Empty: it
+  /// moved in none.
+  std::vector<glm::dmat4> toVolume;
   /// The means are formed from the first so many volumes; 0: from all.
   int meanVolumes = 0;
   /// Told after each volume, in order, from any thread but never from two at a time. What it
@@ -61,7 +66,8 @@ struct SeriesReport {
 /// Errors   Error, naming the file: see nifti::Reader and nifti::Writer; a map of other
 ///          dimensions or with voxels that are not finite; corrected values beyond the range of
 ///          32-bit floats; one voxel along the axis; `out` is
-///          `in`; std::out_of_range for a volume that there is not. Nothing is left behind then.
+///          `in`; std::out_of_range for a volume that there is not; std::logic_error for another
+///          number of motions than volumes. Nothing is left behind then.
 SeriesReport correctSeries(const std::string& in, const Volume<float>& shift,
                            const SeriesOptions& options, const std::string& out);
 

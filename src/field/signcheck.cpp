@@ -15,7 +15,6 @@ namespace {
 
 constexpr int binCount = 32;
 constexpr std::int64_t fewestVoxels = 100;
-constexpr double decisiveDifference = 0.002;
 
 /// Bin of every listed voxel, between the 1st and 99th percentile.
 std::vector<int> binned(const Volume<float>& image, const std::vector<int>& voxels) {
@@ -71,8 +70,8 @@ SignCheck compareSigns(const Volume<float>& asGiven, const Volume<float>& opposi
   check.correlationAsGiven = agreement(asGiven, there, voxels);
   check.correlationOpposite = agreement(opposite, there, voxels);
   const double difference = check.asGiven - check.opposite;
-  if (difference > decisiveDifference) check.verdict = SignCheck::Verdict::right;
-  if (difference < -decisiveDifference) check.verdict = SignCheck::Verdict::opposite;
+  if (difference > decisiveNmiDifference) check.verdict = SignCheck::Verdict::right;
+  if (difference < -decisiveNmiDifference) check.verdict = SignCheck::Verdict::opposite;
   return check;
 }
 

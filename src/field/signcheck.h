@@ -17,6 +17,9 @@ struct PlacedImage {
   std::string name;
 };
 
+/// Normalised mutual informations that differ by more tell which image agrees better.
+inline constexpr double decisiveNmiDifference = 0.002;
+
 struct SignCheck {
   enum class Verdict { right, opposite, undecided };
 

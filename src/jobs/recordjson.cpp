@@ -164,6 +164,33 @@ void addPair(Json& json, const PairRecord& pair) {
   if (!warnings.empty()) json["Warnings"] = textsOf(warnings);
 }
 
+const char* verdictName(MotionCheck::Verdict verdict) {
+  switch (verdict) {
+    case MotionCheck::Verdict::right:
+      return "right";
+    case MotionCheck::Verdict::opposite:
+      return "opposite";
+    case MotionCheck::Verdict::unmoved:
+      return "unmoved";
+    case MotionCheck::Verdict::undecided:
+      break;
+  }
+  return "undecided";
+}
+
+Json withinSeriesJson(const MotionRecord& motion) {
+  Json json = {{"File", motion.told.file}, {"Form", nameOf(motion.told.form)}};
+  if (motion.told.stamps.size() == 1) json["SHA256"] = sha256Of(motion.told.stamps.front());
+  if (motion.told.referenceVolume) json["ReferenceVolume"] = *motion.told.referenceVolume;
+  if (!motion.told.referenceImage.empty()) json["ReferenceImage"] = motion.told.referenceImage;
+  json["LargestDisplacementMm"] = motion.largestMm;
+  json["Check"] = {{"Verdict", verdictName(motion.check.verdict)},
+                   {"AsGiven", motion.check.asGiven},
+                   {"Opposite", motion.check.opposite},
+                   {"Unmoved", motion.check.unmoved}};
+  return json;
+}
+
 const char* verdictName(SignCheck::Verdict verdict) {
   switch (verdict) {
     case SignCheck::Verdict::right:
@@ -193,6 +220,7 @@ Json seriesJson(const SeriesRecord& series) {
                          {"AsGiven", series.signs->asGiven},
                          {"Opposite", series.signs->opposite}};
   if (series.alignment) json["Alignment"] = alignmentJson(*series.alignment);
+  if (series.motion) json["Motion"] = withinSeriesJson(*series.motion);
   if (!series.warnings.empty()) json["Warnings"] = textsOf(series.warnings);
   if (series.mapFactor) {
     json["DisplacementAxis"] = bids::nameOf({direction.value.axis, 1});

@@ -11,6 +11,7 @@
 #include "field/signcheck.h"
 #include "jobs/seriesalignment.h"
 #include "jobs/statedunit.h"
+#include "motion/motioncheck.h"
 #include "pair/pairestimate.h"
 #include "pair/pairinput.h"
 #include "restore/pairrestorer.h"
@@ -36,6 +37,14 @@ struct JoiningRecord {
   std::vector<std::int64_t> contradicted;
 };
 
+/// The head's motion within a series, which was told by another program.
+struct MotionRecord {
+  SeriesMotion told;
+  double largestMm = 0;  ///< of all volumes, against the reference (displacementMm)
+  int largestVolume = 0;
+  MotionCheck check;
+};
+
 /// What was found and done about one series.
 struct SeriesRecord {
   std::string file, output;
@@ -50,6 +59,7 @@ struct SeriesRecord {
   std::optional<double> mapFactor;
   std::optional<SignCheck> signs;            ///< where there was an undistorted reference
   std::optional<AlignmentRecord> alignment;  ///< where it was looked for
+  std::optional<MotionRecord> motion;        ///< where it was told
   std::vector<Remark> warnings;
   /// Of a series that was joined with another one: that one, without output.
   std::vector<SeriesRecord> partner;

@@ -1,10 +1,8 @@
 #include "jobs/seriesalignment.h"
 
 #include <algorithm>
-#include <cmath>
 #include <glm/geometric.hpp>
 #include <glm/matrix.hpp>
-#include <numbers>
 
 #include "base/numbertext.h"
 #include "nifti/orientation.h"
@@ -22,14 +20,7 @@ constexpr double settledMm = 0.03;
 constexpr double leastDisplacementVoxels = 1.0 / 16;
 constexpr double leastStandardErrors = 4;
 constexpr double largestStandardErrorMm = 1;
-constexpr double farthestMm = 40, farthestDegrees = 30;
 constexpr double leastCovered = 0.3;
-
-double turnedDegrees(const RigidMotion& motion) {
-  const glm::dmat3 r = motion.rotation();
-  const double cosine = std::clamp(0.5 * (r[0][0] + r[1][1] + r[2][2] - 1.0), -1.0, 1.0);
-  return std::acos(cosine) * 180.0 / std::numbers::pi;
-}
 
 PlacedImage correctedFor(const UnalignedSeries& series, const RigidMotion& motion,
                          glm::dvec3 centreMm) {
@@ -41,8 +32,9 @@ PlacedImage correctedFor(const UnalignedSeries& series, const RigidMotion& motio
 
 // Why a motion cannot be that of the head; empty: it can.
 std::string doubtAbout(const AlignmentFit& fit) {
-  const double mm = glm::length(fit.motion.translationMm), degrees = turnedDegrees(fit.motion);
-  if (mm > farthestMm || degrees > farthestDegrees)
+  const double mm = glm::length(fit.motion.translationMm),
+               degrees = turnedDegrees(fit.motion.rotation());
+  if (mm > farthestHeadMm || degrees > farthestHeadDegrees)
     return "the head would have moved by " + text("%.0f", mm) + " mm and turned by " +
            text("%.0f", degrees) + " degrees";
   if (fit.covered < leastCovered)

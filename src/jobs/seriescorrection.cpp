@@ -2,13 +2,13 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <numeric>
 
 #include "bids/name.h"
 #include "field/series.h"
 #include "field/warp.h"
 #include "jobs/checksum.h"
 #include "jobs/resultnames.h"
+#include "jobs/seriesmoved.h"
 #include "nifti/filename.h"
 #include "nifti/gradients.h"
 #include "nifti/image.h"
@@ -66,17 +66,8 @@ void judge(const SeriesInput& input, const Reference& reference, SeriesRecord& r
 // As many volumes as tell where the head is; more would only be read a second time. Of a diffusion
 // series those without gradients, which the others hardly resemble.
 Volume<float> meanToAlign(const SeriesInput& input) {
-  std::vector<int> usable;
-  for (const FileStamp& table : input.gradientFiles) {
-    if (!table.fileName().ends_with(".bval")) continue;
-    const std::vector<float> b = nifti::readBValues(table.fileName(), input.header.volumes);
-    for (int t = 0; t < input.header.volumes; ++t)
-      if (b[static_cast<std::size_t>(t)] <= nifti::greatestUnweighted) usable.push_back(t);
-  }
-  if (usable.empty()) {
-    usable.resize(static_cast<std::size_t>(input.header.volumes));
-    std::iota(usable.begin(), usable.end(), 0);
-  }
+  const std::vector<int> usable = likeVolumes(input);
+  if (input.motion) return meanInPlace(input, usable, mostVolumesToAlign);
   std::vector<int> chosen;
   const std::size_t wanted = std::min(usable.size(), mostVolumesToAlign);
   for (std::size_t n = 0; n < wanted; ++n) chosen.push_back(usable[n * usable.size() / wanted]);
@@ -117,15 +108,21 @@ SeriesRecord recordOf(const SeriesInput& input, const std::string& output,
   return record;
 }
 
+std::vector<glm::vec3> directionsOf(const SeriesInput& input, const std::string& table) {
+  const std::vector<glm::vec3> read = nifti::readDirections(table, input.header.volumes);
+  return input.motion ? directionsInHead(read, *input.motion, input.header.affine()) : read;
+}
+
 // What a gradient file says about the volumes that are corrected.
 std::string gradientTextOf(const SeriesInput& input, const std::string& table) {
   const bool directions = table.ends_with(".bvec");
   nifti::GradientTable all;
   if (directions)
-    all.directions = nifti::readDirections(table, input.header.volumes);
+    all.directions = directionsOf(input, table);
   else
     all.bValues = nifti::readBValues(table, input.header.volumes);
-  const nifti::GradientTable some = nifti::gradientsOf(all, input.volumes);
+  const nifti::GradientTable some =
+      input.volumes.empty() ? all : nifti::gradientsOf(all, input.volumes);
   return directions ? nifti::formatDirections(some) : nifti::formatBValues(some);
 }
 
@@ -255,9 +252,10 @@ void SeriesCorrection::correctOne(const Planned& one, const Context& context) {
   std::vector<Remark>& notes = context.run.notes;
   notes.insert(notes.end(), input.notes.begin(), input.notes.end());
   for (const std::string& note : corrected.notes) notes.emplace_back(note);
+  if (input.motion) judgeMotion(input, shift, corrected.meanAfter, record, notes);
   if (context.reference) {
-    checkSigns(input, corrected.meanBefore, shift, place, settings.modulation, *context.reference,
-               record, notes);
+    checkSigns(input, input.motion ? meanToAlign(input) : corrected.meanBefore, shift, place,
+               settings.modulation, *context.reference, record, notes);
     if (alignment) tellOfAlignment(input, *context.reference, record, notes);
   }
   const Json origin = originOf(context.run, context.origin, record);
@@ -309,6 +307,7 @@ SeriesOptions SeriesCorrection::optionsFor(const SeriesInput& input) const {
   how.floatOutput = settings.floatOutput;
   how.threads = settings.threads;
   how.volumes = input.volumes;
+  if (input.motion) how.toVolume = voxelMotions(*input.motion, input.header.affine());
   if (how.modulation == Modulation::on) how.background = backgroundOf(input);
   return how;
 }
@@ -327,7 +326,8 @@ void SeriesCorrection::writeRest(const Planned& one, const Json& origin, const C
                                                   fieldsAfterCorrection(one.input)));
   for (std::size_t n = 0; n < one.names.gradients.size(); ++n) {
     const FileStamp& table = one.input.gradientFiles[n];
-    if (one.input.volumes.empty())
+    const bool turned = one.input.motion && table.fileName().ends_with(".bvec");
+    if (one.input.volumes.empty() && !turned)
       folder.copy(table.fileName(), one.names.gradients[n]);
     else
       folder.writeText(one.names.gradients[n], gradientTextOf(one.input, table.fileName()));

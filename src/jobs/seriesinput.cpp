@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <string_view>
 
 #include "base/error.h"
@@ -12,6 +13,7 @@
 #include "field/grid.h"
 #include "nifti/gradients.h"
 #include "nifti/image.h"
+#include "nifti/orientation.h"
 #include "pair/foreground.h"
 
 namespace mirel {
@@ -21,6 +23,8 @@ namespace {
 using Source = bids::StatedDirection::Source;
 
 constexpr double largestPartOff = 0.01;
+// Of half a degree, which displaces the rim of a head by less than a millimetre.
+constexpr double leastCosine = 0.99996;
 
 // Fields that tell how an image is distorted, or what it is good for as it was acquired, with those
 // that converters write beside the ones of the standard; and those that every result has of its
@@ -48,6 +52,16 @@ std::vector<FileStamp> gradientFilesOf(const std::string& imageFile) {
 void addContradiction(SeriesInput& input) {
   const auto& readout = input.acquisition.readout;
   if (readout && !readout->contradiction.empty()) input.warnings.push_back(readout->contradiction);
+}
+
+bool isOblique(const glm::dmat4& affine) {
+  const glm::dvec3 edges = nifti::columnLengths(affine);
+  const nifti::NearestAxes axes = nifti::nearestAxes(affine);
+  for (int axis = 0; axis < 3; ++axis) {
+    const int nearest = axes.patient[static_cast<std::size_t>(axis)];
+    if (nearest < 0 || std::fabs(affine[axis][nearest]) < leastCosine * edges[axis]) return true;
+  }
+  return false;
 }
 
 /// On another grid than the field's: that there is a place in common, and how sure that is.
@@ -83,6 +97,19 @@ void settleReadout(const PairInput& pair, SeriesInput& input) {
   acquisition.readout = pair.a.acquisition.readout;
   input.notes.push_back(input.file + " has no sidecar: its readout time is taken to be that of " +
                         pair.a.options.file);
+}
+
+void readMotion(const GivenMotion& given, SeriesInput& input) {
+  input.motion = readSeriesMotion(given, input.file, input.header);
+  if (input.motion->form == MotionForm::fslParameters)
+    input.notes.push_back("the rotations in " + given.file +
+                          " are taken to be about the centre of gravity of their reference, which "
+                          "the file does not tell; the folder of matrices (MAT_0000) needs none");
+  if (input.motion->form == MotionForm::afniMatrices && isOblique(input.header.affine()))
+    input.warnings.push_back(input.file + " lies obliquely to the scanner: the transforms in " +
+                             given.file +
+                             " are taken to be along the scanner's axes, but some programs of AFNI "
+                             "mean those of the image");
 }
 
 /// What cannot be corrected with a map in voxels.
@@ -128,6 +155,7 @@ void finishSeries(const SeriesFile& options, SeriesInput& input) {
   input.gradientFiles = gradientFilesOf(input.file);
   for (const FileStamp& file : input.gradientFiles)
     nifti::checkGradientCount(file.fileName(), input.header.volumes);
+  if (!options.motion.file.empty()) readMotion(options.motion, input);
 }
 
 SeriesInput readSeries(const SeriesFile& options, const FieldHz& field) {
@@ -169,6 +197,9 @@ std::vector<std::string> filesOf(const SeriesInput& input) {
   std::vector<std::string> files = {input.file};
   for (const std::string& sidecar : input.acquisition.sidecarFiles()) files.push_back(sidecar);
   for (const FileStamp& table : input.gradientFiles) files.push_back(table.fileName());
+  if (!input.motion) return files;
+  for (const FileStamp& file : input.motion->stamps) files.push_back(file.fileName());
+  if (!input.motion->referenceImage.empty()) files.push_back(input.motion->referenceImage);
   return files;
 }
 

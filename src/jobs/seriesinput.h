@@ -6,6 +6,7 @@
 #include "base/json.h"
 #include "bids/intent.h"
 #include "field/fieldhz.h"
+#include "motion/readmotion.h"
 #include "pair/pairinput.h"
 
 namespace mirel {
@@ -14,6 +15,7 @@ namespace mirel {
 struct SeriesFile {
   std::string file;
   bids::GivenAcquisition given;
+  GivenMotion motion = {};  ///< of the head within the series
 };
 
 /// What is known about a series before it is corrected.
@@ -29,6 +31,7 @@ struct SeriesInput {
   std::vector<FileStamp> gradientFiles;
   /// The volumes to correct, counted from 0; empty: all.
   std::vector<int> volumes;
+  std::optional<SeriesMotion> motion;  ///< of the head within it; nothing: none is known
   std::vector<Remark> notes, warnings;
 };
 
@@ -47,9 +50,10 @@ SeriesInput readSeries(const SeriesFile& options, const FieldHz& field);
 SeriesInput readSeriesOf(const PairInput& pair, const SeriesFile& options);
 
 /// The first and the last step of both, and of readSeriesForMap: the image is opened; the gradient
-/// files beside it are found and their entries counted, contradicting sidecars are noted.
-/// Errors   Error: those of nifti::Reader; gradient files with another number of entries than the
-///          series has volumes.
+/// files beside it are found and their entries counted, contradicting sidecars are noted, the
+/// head's motion is read. Errors   Error: those of nifti::Reader and of readSeriesMotion; gradient
+/// files with another
+///          number of entries than the series has volumes.
 SeriesInput openSeries(const SeriesFile& options);
 void finishSeries(const SeriesFile& options, SeriesInput& input);
 
@@ -58,7 +62,7 @@ void finishSeries(const SeriesFile& options, SeriesInput& input);
 void doubtUse(const std::vector<bids::FieldOrigin>& origins, const std::string& field,
               SeriesInput& input);
 
-/// The files that a series is read from: image, sidecars, gradients.
+/// The files that a series is read from: image, sidecars, gradients, motion.
 std::vector<std::string> filesOf(const SeriesInput& input);
 
 /// The fields of the sidecars of a series as they stand in that of the corrected one: all that stay

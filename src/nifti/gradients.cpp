@@ -6,6 +6,7 @@
 
 #include "base/error.h"
 #include "base/inputfile.h"
+#include "base/words.h"
 #include "nifti/filename.h"
 
 namespace mirel::nifti {
@@ -41,18 +42,7 @@ Words readWords(const std::string& fileName) {
   std::error_code ignored;
   if (std::filesystem::is_directory(fileName, ignored))
     throw Error(fileName, "is a directory, not a gradient file");
-  std::istringstream is(readWholeFile(fileName, largestTable));
-  Words rows;
-  std::string line;
-  while (std::getline(is, line)) {
-    for (char& c : line)
-      if (c == ',' || c == '\r') c = ' ';
-    std::istringstream words(line);
-    std::vector<std::string> row;
-    for (std::string word; words >> word;) row.push_back(word);
-    if (!row.empty()) rows.push_back(row);
-  }
-  return rows;
+  return wordsByLine(readWholeFile(fileName, largestTable));
 }
 
 Rows readRows(const std::string& fileName) {

@@ -1,5 +1,6 @@
 #include "numerics/rigidmotion.h"
 
+#include <algorithm>
 #include <cmath>
 #include <glm/geometric.hpp>
 #include <glm/matrix.hpp>
@@ -75,6 +76,11 @@ RigidMotion RigidMotion::inverse() const {
 RigidMotion RigidMotion::half() const {
   const glm::dmat3 r = rotationBy(0.5 * rotationVector(rotation()));
   return {glm::inverse(glm::dmat3(1.0) + r) * translationMm, anglesOf(r)};
+}
+
+double turnedDegrees(const glm::dmat3& r) {
+  const double cosine = std::clamp(0.5 * (r[0][0] + r[1][1] + r[2][2] - 1.0), -1.0, 1.0);
+  return std::acos(cosine) * 180.0 / std::numbers::pi;
 }
 
 }  // namespace mirel

@@ -29,4 +29,10 @@ struct RigidMotion {
   RigidMotion half() const;
 };
 
+/// The angle by which a rotation turns, 0 .. 180.
+double turnedDegrees(const glm::dmat3& rotation);
+
+/// No head moves farther within a scanner.
+inline constexpr double farthestHeadMm = 40, farthestHeadDegrees = 30;
+
 }  // namespace mirel

@@ -24,6 +24,15 @@ constexpr double largestMotionMm = 1000, largestRotationDegrees = 360;
 
 constexpr std::uint64_t apStream = 1, paStream = 2, seriesStream = 16;
 
+void checkMotion(const RigidMotion& motion) {
+  for (int axis = 0; axis < 3; ++axis)
+    if (!(std::abs(motion.translationMm[axis]) <= largestMotionMm) ||
+        !(std::abs(motion.rotationDegrees[axis]) <= largestRotationDegrees))
+      throw std::invalid_argument(
+          "the head moves by at most 1000 mm along and turns by at most 360 degrees about each "
+          "axis");
+}
+
 void checkOptions(const PhantomOptions& options) {
   if (!(options.readoutSeconds > 0.0) || !(options.readoutSeconds <= 10.0))
     throw std::invalid_argument("the total readout time must be above 0 s and at most 10 s");
@@ -38,17 +47,19 @@ void checkOptions(const PhantomOptions& options) {
   if (size.x * size.y * size.z * options.volumes > mostSamples)
     throw std::invalid_argument("a series of " + std::to_string(options.volumes) +
                                 " volumes is too large: a phantom has at most 2^31 voxels in all");
-  for (int axis = 0; axis < 3; ++axis) {
+  for (int axis = 0; axis < 3; ++axis)
     if (!(options.voxelMm[axis] >= smallestVoxelMm) || !(options.voxelMm[axis] <= largestVoxelMm))
       throw std::invalid_argument("a phantom's voxel size must be from 0.001 to 1000 mm");
-    if (!(std::abs(options.paMotion.translationMm[axis]) <= largestMotionMm) ||
-        !(std::abs(options.paMotion.rotationDegrees[axis]) <= largestRotationDegrees) ||
-        !(std::abs(options.seriesMotion.translationMm[axis]) <= largestMotionMm) ||
-        !(std::abs(options.seriesMotion.rotationDegrees[axis]) <= largestRotationDegrees))
-      throw std::invalid_argument(
-          "the head moves by at most 1000 mm along and turns by at most 360 degrees about each "
-          "axis");
-  }
+  checkMotion(options.paMotion);
+  checkMotion(options.seriesMotion);
+  for (const RigidMotion& motion : options.volumeMotion) checkMotion(motion);
+  if (options.volumeMotion.empty()) return;
+  if (options.volumeMotion.size() != static_cast<std::size_t>(options.volumes))
+    throw std::invalid_argument("there are " + std::to_string(options.volumeMotion.size()) +
+                                " motions for a series of " + std::to_string(options.volumes) +
+                                " volumes");
+  if (!options.seriesMotion.isNone())
+    throw std::invalid_argument("a series moves as a whole or volume by volume, not both");
 }
 
 // Of the head's density the part that is active: a smooth spot in the back on the right.
@@ -65,20 +76,41 @@ Volume<float> activeDensity(const Volume<float>& density) {
   return active;
 }
 
-// The series of a head that moved, or of gradient echoes.
-void addSeries(Phantom& phantom, const PhantomGrid& grid, const HeadField& field) {
-  const PhantomOptions& options = phantom.options;
+// What a series shows of a head that moved, or in gradient echoes.
+struct SeriesSignals {
+  Volume<float> truth, shift, rest, active;
+};
+
+SeriesSignals seriesSignals(const PhantomOptions& options, const PhantomGrid& grid,
+                            const HeadField& field, const RigidMotion& motion) {
   const bool gradientEcho = options.seriesEchoSeconds > 0;
-  HeadObject head = sampleHead(grid, options.seed, options.seriesMotion,
+  HeadObject head = sampleHead(grid, options.seed, motion,
                                gradientEcho ? gradientEchoContrast : TissueContrast{});
-  phantom.seriesTruth = head.image;
-  const Volume<float> hz = field.hz(options.seriesMotion);
-  const Volume<float> shift = hz * -static_cast<float>(options.readoutSeconds);
+  SeriesSignals signals;
+  signals.truth = head.image;
+  const Volume<float> hz = field.hz(motion);
+  signals.shift = hz * -static_cast<float>(options.readoutSeconds);
   if (gradientEcho) dephase(head.density, hz, options.seriesEchoSeconds);
   constexpr int cells = HeadObject::cellsPerVoxel;
-  phantom.seriesSignal = distort(head.density, shift, options.axis, cells);
-  phantom.activitySignal = distort(activeDensity(head.density), shift, options.axis, cells);
-  if (!options.seriesMotion.isNone()) phantom.seriesShiftVoxels = shift;
+  signals.rest = distort(head.density, signals.shift, options.axis, cells);
+  signals.active = distort(activeDensity(head.density), signals.shift, options.axis, cells);
+  return signals;
+}
+
+void addSeries(Phantom& phantom, const PhantomGrid& grid, const HeadField& field) {
+  SeriesSignals signals = seriesSignals(phantom.options, grid, field, phantom.options.seriesMotion);
+  phantom.seriesTruth = std::move(signals.truth);
+  phantom.seriesSignal = std::move(signals.rest);
+  phantom.activitySignal = std::move(signals.active);
+  if (!phantom.options.seriesMotion.isNone()) phantom.seriesShiftVoxels = std::move(signals.shift);
+}
+
+void addVolumes(Phantom& phantom, const PhantomGrid& grid, const HeadField& field) {
+  for (const RigidMotion& motion : phantom.options.volumeMotion) {
+    const SeriesSignals signals = seriesSignals(phantom.options, grid, field, motion);
+    const int t = static_cast<int>(phantom.volumeSignals.size());
+    phantom.volumeSignals.push_back(signals.rest + signals.active * seriesActivity(t));
+  }
 }
 
 }  // namespace
@@ -111,6 +143,7 @@ Phantom makePhantom(const PhantomOptions& options) {
         distort(activeDensity(head.density), phantom.shiftVoxels, options.axis, cells);
   else
     addSeries(phantom, grid, field);
+  addVolumes(phantom, grid, field);
   if (options.paMotion.isNone()) {
     phantom.paSignal = distort(head.density, -phantom.shiftVoxels, options.axis, cells);
   } else {
@@ -128,7 +161,10 @@ Volume<float> Phantom::seriesVolume(int t) const {
   if (t < 0 || t >= options.volumes)
     throw std::out_of_range("the series has no volume " + std::to_string(t));
   const Volume<float>& rest = seriesSignal.size() > 0 ? seriesSignal : apSignal;
-  const Volume<float> signal = (rest + activitySignal * seriesActivity(t)) * seriesDrift(t);
+  const Volume<float> signal =
+      (volumeSignals.empty() ? rest + activitySignal * seriesActivity(t)
+                             : volumeSignals[static_cast<std::size_t>(t)]) *
+      seriesDrift(t);
   return addRicianNoise(signal, noiseSigma, options.seed,
                         seriesStream + static_cast<std::uint64_t>(t));
 }

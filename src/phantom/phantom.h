@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <vector>
 
 #include "containers/volume.h"
 #include "phantom/distort.h"
@@ -29,6 +30,9 @@ struct PhantomOptions {
   RigidMotion paMotion;
   /// Of the head before the series was taken; its field moves along.
   RigidMotion seriesMotion;
+  /// Of the head before each volume of the series, in place of seriesMotion; its field moves along.
+  /// Empty: it keeps still during the series.
+  std::vector<RigidMotion> volumeMotion;
   /// Makes the series one of gradient echoes with this echo time in s (gradientecho.h): of another
   /// contrast, and with signal lost where the field changes. 0: it shows what the AP image does.
   double seriesEchoSeconds = 0;
@@ -70,6 +74,8 @@ struct Phantom {
   Volume<float> paSignal;        ///< the PA image without noise
   Volume<float> seriesSignal;    ///< the series at rest without noise; empty: it is `apSignal`
   Volume<float> activitySignal;  ///< of the active region, as the series shows it
+  /// With volumeMotion: the series without noise and drift, volume by volume.
+  std::vector<Volume<float>> volumeSignals;
   /// With motion or gradient echoes: the undistorted image of the series, and with motion the
   /// shift b where the head is in it. Otherwise empty, since they are `truth` and `shiftVoxels`.
   Volume<float> seriesTruth, seriesShiftVoxels;
@@ -77,7 +83,8 @@ struct Phantom {
 
 /// Errors  std::invalid_argument with a sentence for options that make no sense: a size below 1
 /// or too large, a voxel size, readout, noise or shift that is not a sensible number, a negative
-/// number of volumes, a motion of more than 1000 mm or 360 degrees.
+/// number of volumes, a motion of more than 1000 mm or 360 degrees, another number of motions than
+/// volumes, motion both of the series and of its volumes.
 Phantom makePhantom(const PhantomOptions& options);
 
 /// Throws as makePhantom for options that make no sense, before anything is made; sizes, shifts and

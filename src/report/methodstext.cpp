@@ -103,8 +103,14 @@ class Writer {
       sentence = std::to_string(count) + (count == 1 ? " series of " : " series of in all ") +
                  std::to_string(volumes) + (volumes == 1 ? " volume was" : " volumes were");
     }
-    add(sentence + " resampled once, with cubic B-splines along the phase-encoding axis" +
-        (modulated ? ", and multiplied by the Jacobian of the displacement."
+    const bool within = std::any_of(run.series.begin(), run.series.end(),
+                                    [](const SeriesRecord& s) { return s.motion.has_value(); });
+    add(sentence + " resampled once, with cubic B-splines " +
+        (within ? "in three dimensions, through the motion of the head that was estimated "
+                  "beforehand and the displacement together"
+                : "along the phase-encoding axis") +
+        (modulated ? std::string(", and multiplied by the Jacobian of the displacement") +
+                         (within ? " along the axis as the turned head sees it." : ".")
                    : ", without modulation of intensities."));
     const bool moved = std::any_of(run.series.begin(), run.series.end(), [](const SeriesRecord& s) {
       return s.alignment && s.alignment->moved();

@@ -164,6 +164,16 @@ void addAlignments(const RunRecord& run, Json& figures) {
   }
 }
 
+void addMotionWithin(const RunRecord& run, Json& figures) {
+  for (const SeriesRecord& series : run.series)
+    if (series.motion)
+      figures.push_back(
+          figure("Motion within " + std::filesystem::path(series.file).filename().string(),
+                 "up to " + text("%.2f", series.motion->largestMm) + " mm (volume " +
+                     std::to_string(series.motion->largestVolume) + ")",
+                 "As it was given, root mean square over a ball of 80 mm, against its reference"));
+}
+
 }  // namespace
 
 Json verdictPart(const RunRecord& run) {
@@ -186,6 +196,7 @@ Json figuresPart(const RunRecord& run, const std::optional<MeasuredMap>& map) {
   if (run.pair) addMotion(*run.pair, figures);
   addSigns(run, figures);
   addAlignments(run, figures);
+  addMotionWithin(run, figures);
   return figures;
 }
 

@@ -1,0 +1,59 @@
+#include "motion/numberrows.h"
+
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+
+#include "base/error.h"
+#include "base/inputfile.h"
+#include "base/words.h"
+
+namespace mirel {
+
+namespace {
+
+// A hundred thousand volumes of twelve numbers in full length, and more.
+constexpr std::uintmax_t largestTable = 64U << 20U;
+constexpr std::size_t longestQuote = 40;
+
+std::string withoutComments(const std::string& text) {
+  std::string bare;
+  bool comment = false;
+  for (const char c : text) {
+    comment = c != '\n' && (comment || c == '#');
+    if (!comment) bare += c;
+  }
+  return bare;
+}
+
+}  // namespace
+
+std::vector<std::vector<std::string>> readTransformWords(const std::string& fileName) {
+  std::error_code ignored;
+  if (std::filesystem::is_directory(fileName, ignored))
+    throw Error(fileName, "is a folder, not a table of transforms");
+  return wordsByLine(withoutComments(readWholeFile(fileName, largestTable)));
+}
+
+std::vector<std::vector<double>> numbersOf(const std::vector<std::vector<std::string>>& words,
+                                           const std::string& fileName) {
+  if (words.empty()) throw Error(fileName, "holds no transforms: it has no rows of numbers");
+  std::vector<std::vector<double>> rows;
+  for (const std::vector<std::string>& line : words) {
+    const std::string row = "row " + std::to_string(rows.size() + 1);
+    rows.emplace_back();
+    for (const std::string& word : line) {
+      char* end = nullptr;
+      rows.back().push_back(std::strtod(word.c_str(), &end));
+      if (*end != '\0' || !std::isfinite(rows.back().back()))
+        throw Error(fileName, "holds \"" + word.substr(0, longestQuote) + "\" in " + row +
+                                  ", where a finite number is expected");
+    }
+    if (rows.back().size() != rows.front().size())
+      throw Error(fileName, "has " + std::to_string(rows.back().size()) + " numbers in " + row +
+                                ", but " + std::to_string(rows.front().size()) + " in the first");
+  }
+  return rows;
+}
+
+}  // namespace mirel
