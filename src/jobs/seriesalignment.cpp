@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <glm/geometric.hpp>
-#include <glm/matrix.hpp>
 #include <numbers>
 
 #include "base/numbertext.h"
@@ -83,13 +82,6 @@ std::string nameOf(Outcome outcome) {
       break;
   }
   return "not moved";
-}
-
-Grid beforeMotion(const Grid& grid, const RigidMotion& motion, glm::dvec3 centreMm) {
-  const glm::dmat3 r = motion.rotation();
-  glm::dmat4 forward(r);
-  forward[3] = glm::dvec4(centreMm + motion.translationMm - r * centreMm, 1.0);
-  return {grid.dims, glm::inverse(forward) * grid.affine};
 }
 
 AlignmentRecord alignSeries(const RigidAligner& aligner, const UnalignedSeries& series) {
