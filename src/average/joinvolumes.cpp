@@ -22,7 +22,8 @@ Grid gridOf(const PlacedImage& image) { return {image.values.dimensions(), image
 class Joining {
  public:
   explicit Joining(std::vector<VolumeToJoin>&& given) : volumes(std::move(given)) {
-    for (const VolumeToJoin& one : volumes) result.parts.push_back({one.image.name, one.volume});
+    for (const VolumeToJoin& one : volumes)
+      result.parts.push_back({one.image.name, one.file, one.volume});
   }
 
   JoinedVolumes run() {
@@ -43,6 +44,7 @@ class Joining {
   }
 
   void leaveOutUnsteady();
+  void leaveOutUnsteady(std::size_t from, std::size_t to);
   void chooseReference();
   void align();
   void join();
@@ -53,18 +55,31 @@ class Joining {
   JoinedVolumes result;
 };
 
-// Against the last volume: signal that is lost in some of its slices leaves the median as it is.
 void Joining::leaveOutUnsteady() {
-  const Volume<float>& last = volumes.back().image.values;
-  std::vector<double> gains;
-  for (const VolumeToJoin& one : volumes) gains.push_back(gainOver(last, {one.image.values}));
+  for (std::size_t from = 0; from < volumes.size();) {
+    std::size_t to = from + 1;
+    while (to < volumes.size() && volumes[to].file == volumes[from].file) ++to;
+    leaveOutUnsteady(from, to);
+    from = to;
+  }
+}
+
+// Of a file. Against its last volume: signal that is lost in some of its slices leaves the median
+// as it is.
+void Joining::leaveOutUnsteady(std::size_t from, std::size_t to) {
+  const Volume<float>& last = volumes[to - 1].image.values;
+  std::vector<float> gains;
+  for (std::size_t n = from; n < to; ++n)
+    gains.push_back(static_cast<float>(gainOver(last, {volumes[n].image.values})));
   std::vector<float> later(gains.begin() + static_cast<std::ptrdiff_t>(gains.size() / 2),
                            gains.end());
   const double steady = static_cast<double>(quantile(later, 0.5));
-  for (std::size_t n = 0; n + 1 < volumes.size() && volumes[n].volume == static_cast<int>(n); ++n) {
-    if (!(gains[n] > brighter * steady)) break;
-    result.parts[n].fate = Fate::beforeSteady;
-    result.parts[n].gain = gains[n] / steady;
+  for (std::size_t n = 0; from + n + 1 < to && volumes[from + n].volume == static_cast<int>(n);
+       ++n) {
+    const double gain = static_cast<double>(gains[n]) / steady;
+    if (!(gain > brighter)) break;
+    result.parts[from + n].fate = Fate::beforeSteady;
+    result.parts[from + n].gain = gain;
   }
 }
 
@@ -75,20 +90,29 @@ std::vector<AlignedVolume> unaligned(const std::vector<VolumeToJoin>& volumes,
   return result;
 }
 
+// On the grid of the first volume: it is that of the result.
 void Joining::chooseReference() {
   const std::vector<std::size_t> steady = counted();
   result.reference = steady.front();
   if (steady.size() < 3) return;
   const std::vector<VolumeAgreement> agreements = agreementsOf(unaligned(volumes, steady));
-  std::size_t best = 0;
-  for (std::size_t n = 0; n < steady.size() && agreements[best].share < referenceShare; ++n)
-    if (agreements[n].share > agreements[best].share) best = n;
-  result.reference = steady[best];
+  double best = 0;
+  for (std::size_t n = 0; n < steady.size() && best < referenceShare; ++n) {
+    if (!(agreements[n].share > best) ||
+        !coincide(gridOf(volumes[steady[n]].image), gridOf(volumes.front().image)))
+      continue;
+    best = agreements[n].share;
+    result.reference = steady[n];
+  }
 }
 
 void Joining::align() {
   left = counted();
   const PlacedImage& reference = volumes[result.reference].image;
+  if (left.size() == 1) {
+    aligned.push_back({reference.values});
+    return;
+  }
   const RigidAligner aligner(reference);
   result.centreMm = aligner.centreMm();
   for (const std::size_t n : left) {

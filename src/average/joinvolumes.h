@@ -12,7 +12,8 @@ namespace mirel {
 /// One volume of several that were taken with the same phase-encoding direction.
 struct VolumeToJoin {
   PlacedImage image;  ///< its name is what messages call it: "volume 3 of a.nii.gz"
-  int volume = 0;     ///< counted from 0 in its file
+  std::string file;   ///< that it is from
+  int volume = 0;     ///< counted from 0 in it
 };
 
 /// What became of a volume.
@@ -22,7 +23,7 @@ struct JoinedPart {
     beforeSteady,  ///< left out: brighter than those after it
     differs,       ///< left out: most of it does not show what the others do
   };
-  std::string name;
+  std::string name, file;
   int volume = 0;
   Fate fate = Fate::counted;
   double gain = 1;   ///< its intensity over the others'
@@ -45,10 +46,11 @@ struct JoinedVolumes {
 /// Joins volumes of one head and one phase-encoding direction to one image. Their distortion is
 /// taken to be the same but for a rigid motion of the head.
 ///
-/// Steady    volumes from the beginning of a file, before the others, whose intensity exceeds that
-///           of the last half of the volumes by 5 % are left out.
-/// Reference the first volume that agrees with the others (agreementsOf) in 9/10 of its signal.
-/// Motion    between it and each volume, by RigidAligner, is undone with cubic splines where it
+/// Steady    volumes from the beginning of a file, before its others, whose intensity exceeds that
+///           of the last half of these by 5 % are left out.
+/// Reference the first volume on the grid of the first one that agrees with the others
+/// (agreementsOf) in 9/10 of its signal. Motion    between it and each volume, by RigidAligner, is
+/// undone with cubic splines where it
 ///           displaces the head by a sixteenth of the longest voxel edge or more, and by 4 standard
 ///           errors. Other volumes are not interpolated.
 /// Mean      weighted by agreementsOf; a volume of which less than half counts is left out. Where
