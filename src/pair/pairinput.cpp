@@ -6,6 +6,7 @@
 
 #include "base/dimensions.h"
 #include "base/error.h"
+#include "base/joined.h"
 #include "base/numbertext.h"
 #include "base/outputfile.h"
 #include "base/samefile.h"
@@ -14,6 +15,7 @@
 #include "field/grid.h"
 #include "nifti/image.h"
 #include "nifti/orientation.h"
+#include "pair/joinedinput.h"
 #include "pair/weighting.h"
 
 namespace mirel {
@@ -74,7 +76,10 @@ InputImage readInput(const ImageOptions& options) {
   input.stamp = FileStamp(options.file);
   nifti::Reader reader(options.file);
   input.header = reader.header();
-  input.image = readImage(reader, options);
+  if (options.isJoined())
+    readJoined(reader, input);
+  else
+    input.image = readImage(reader, options);
   checkImage(input.image, input.title());
   input.spikes = findSpikes(input.image);
   return input;
@@ -230,16 +235,32 @@ void settleReadout(PairInput& pair) {
 
 std::string ImageDescription::title() const {
   if (header.volumes <= 1) return options.file;
+  if (options.choice.isMade()) {
+    const std::vector<int> taken = volumesTaken();
+    return std::string(taken.size() == 1 ? "volume " : "volumes ") + rangesOf(taken) + " of " +
+           options.file;
+  }
   if (options.meanOfFirst > 1)
     return "the mean of " + std::to_string(options.meanOfFirst) + " volumes of " + options.file;
   return "volume " + std::to_string(options.volume) + " of " + options.file;
+}
+
+std::vector<int> ImageDescription::volumesTaken() const {
+  std::vector<int> taken;
+  if (joined && options.choice.isMade()) {
+    for (const JoinedPart& part : joined->parts)
+      if (part.file == options.file) taken.push_back(part.volume);
+    return taken;
+  }
+  for (int n = 0; n < std::max(options.meanOfFirst, 1); ++n) taken.push_back(options.volume + n);
+  return taken;
 }
 
 PairInput readPair(const ImageOptions& a, const ImageOptions& b) {
   PairInput pair;
   pair.a = readInput(a);
   pair.b = readInput(b);
-  if (sameFile(a.file, b.file) && a.volume == b.volume)
+  if (sameFile(a.file, b.file) && takeSameVolume(pair.a, pair.b))
     throw Error("both images of the pair are " + pair.a.title(), {Advice::Kind::chooseVolumes});
   checkSameGrid(pair.a, pair.b);
   readAcquisition(pair.a, Advice::Of::first);
@@ -247,6 +268,7 @@ PairInput readPair(const ImageOptions& a, const ImageOptions& b) {
   settleDirections(pair);
   settleReadout(pair);
   for (const InputImage* image : {&pair.a, &pair.b}) {
+    tellOfJoining(*image, pair);
     warnOfSpikes(*image, pair);
     checkWeighting(*image, pair);
   }
