@@ -20,6 +20,11 @@ constexpr const char *uncertaintyLabel = "uncertainty", *headLabel = "head";
 // Which volumes of several an image was made of.
 std::string detailOf(const InputImage& image) {
   if (image.header.volumes <= 1) return {};
+  if (image.joined) {
+    const std::vector<int> taken = image.volumesTaken();
+    return taken.size() > 1 ? "MeanOf" + std::to_string(taken.size())
+                            : "Volume" + std::to_string(taken.front());
+  }
   if (image.options.meanOfFirst > 1) return "MeanOf" + std::to_string(image.options.meanOfFirst);
   return "Volume" + std::to_string(image.options.volume);
 }
@@ -160,6 +165,10 @@ std::vector<ResultInput> resultInputsOf(const PairInput& pair) {
   std::vector<ResultInput> inputs;
   for (const InputImage* image : {&pair.a, &pair.b}) {
     const ImageOptions& options = image->options;
+    if (image->joined) {
+      inputs.push_back({options.file, 0, 0, image->volumesTaken()});
+      continue;
+    }
     inputs.push_back({options.file, image->header.volumes > 1 ? options.volume : 0,
                       options.meanOfFirst > 1 ? options.meanOfFirst : 0});
   }
