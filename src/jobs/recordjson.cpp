@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "jobs/checksum.h"
+#include "jobs/joinedjson.h"
 
 namespace mirel {
 
@@ -24,7 +25,8 @@ void addAcquisition(Json& json, const bids::Acquisition& acquisition) {
 
 Json imageJson(const ImageDescription& image) {
   Json json = fileJson(image.stamp);
-  if (image.header.volumes > 1) json["Volume"] = image.options.volume;
+  if (image.joined) addJoined(json, image);
+  if (image.header.volumes > 1 && !image.joined) json["Volume"] = image.options.volume;
   if (image.options.meanOfFirst > 1) json["MeanOfVolumes"] = image.options.meanOfFirst;
   if (const Spikes& spikes = image.spikes; !spikes.empty())
     json["Spikes"] = {{"Voxels", spikes.voxels.size()},
@@ -44,11 +46,6 @@ Json sourceJson(const SourceRecord& source) {
 }
 
 Json three(const glm::dvec3& v) { return {v.x, v.y, v.z}; }
-
-Json motionJson(const RigidMotion& motion) {
-  return {{"TranslationMm", three(motion.translationMm)},
-          {"RotationDegrees", three(motion.rotationDegrees)}};
-}
 
 // The motion that was found, also where it was not taken.
 Json alignmentJson(const AlignmentRecord& alignment) {
@@ -107,13 +104,6 @@ std::vector<std::string> textsOf(const std::vector<Remark>& remarks) {
   std::vector<std::string> texts;
   for (const Remark& remark : remarks) texts.push_back(remark.text);
   return texts;
-}
-
-template <typename Number>
-Json listOf(const std::vector<Number>& numbers) {
-  Json list = Json::array();
-  for (const Number number : numbers) list.push_back(number);
-  return list;
 }
 
 // What was found of the pair, under the names of sidecars.
@@ -212,6 +202,7 @@ Json imageSummary(const ImageDescription& image) {
                {"direction", nameOf(image.direction())},
                {"directionSource", image.acquisition.direction->sourceText()}};
   if (image.acquisition.readout) json["readout"] = readoutSummary(*image.acquisition.readout);
+  if (image.joined) json["joined"] = joinedSummary(*image.joined);
   return json;
 }
 
@@ -286,6 +277,11 @@ Json seriesSummary(const SeriesRecord& series) {
 }
 
 }  // namespace
+
+Json motionJson(const RigidMotion& motion) {
+  return {{"TranslationMm", three(motion.translationMm)},
+          {"RotationDegrees", three(motion.rotationDegrees)}};
+}
 
 void addSidecars(Json& json, const std::vector<FileStamp>& files) {
   if (files.empty()) return;
