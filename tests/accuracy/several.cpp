@@ -81,14 +81,64 @@ struct Head {
   TemporaryFolder folder;
 };
 
+using Spoil = std::function<void(const Head&, std::vector<Volume<float>>&)>;
+
+struct Case {
+  const char* name;
+  Spoil spoil;
+};
+
+void scaleSlices(Volume<float>& image, float factor, int from, int to, int step) {
+  for (int z = from; z < to; z += step)
+    for (int y = 0; y < image.ny(); ++y)
+      for (int x = 0; x < image.nx(); ++x) image.at(x, y, z) *= factor;
+}
+
+// Every other slice was taken after the head moved.
+Volume<float> interleaved(const Volume<float>& before, const Volume<float>& after) {
+  Volume<float> mixed = before;
+  for (int z = 1; z < mixed.nz(); z += 2)
+    for (int y = 0; y < mixed.ny(); ++y)
+      for (int x = 0; x < mixed.nx(); ++x) mixed.at(x, y, z) = after.at(x, y, z);
+  return mixed;
+}
+
+// Brighter, and what has more signal the more so.
+Volume<float> beforeSteadyState(const Phantom& phantom) {
+  Volume<float> image = phantom.apSignal;
+  for (int i = 0; i < image.size(); ++i) image.data()[i] *= 1.1F + 1e-4F * image.data()[i];
+  return image;
+}
+
+const std::vector<Case> cases = {
+    {"a third of volume 1 without signal",
+     [](const Head&, auto& ap) { scaleSlices(ap[1], 0.3F, 20, 40, 1); }},
+    {"each fifth slice of volume 2 at half its signal",
+     [](const Head&, auto& ap) { scaleSlices(ap[2], 0.5F, 0, 60, 5); }},
+    {"the head moved within volume 1",
+     [](const Head& h, auto& ap) {
+       ap[1] = h.noisy(interleaved(h.phantom.apSignal, h.phantom.seriesSignal), 1, 0);
+     }},
+    {"the head moved before volume 2 and back after it",
+     [](const Head& h, auto& ap) { ap[2] = h.noisy(h.phantom.seriesSignal, 2, 0); }},
+    {"volume 0 before the steady state",
+     [](const Head& h, auto& ap) { ap[0] = h.noisy(beforeSteadyState(h.phantom), 0, 0); }},
+};
+
 void print(std::uint64_t seed) {
   const Head head(seed);
-  double one = 0;
+  double one = 0, four = 0;
   for (int n = 1; n <= 4; ++n) {
-    const double error = head.error(n, {});
+    const double error = four = head.error(n, {});
     if (n == 1) one = error;
     std::printf("| %llu | %d | %.3f | %.2f |\n", static_cast<unsigned long long>(seed), n, error,
                 n == 1 ? 0.0 : std::log(error / one) / std::log(n));
+    std::fflush(stdout);
+  }
+  for (const Case& each : cases) {
+    const double error = head.error(4, [&](auto& ap) { each.spoil(head, ap); });
+    std::printf("| %llu | 4, %s | %.3f | %+.1f %% |\n", static_cast<unsigned long long>(seed),
+                each.name, error, 100 * (error / four - 1));
     std::fflush(stdout);
   }
 }
