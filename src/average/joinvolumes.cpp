@@ -15,7 +15,7 @@ using Fate = JoinedPart::Fate;
 
 constexpr double brighter = 1.05;       // than those after it, before the steady state
 constexpr double referenceShare = 0.9;  // that has to agree
-constexpr double leastShare = 0.5;
+constexpr double leastShare = 0.25;
 Grid gridOf(const PlacedImage& image) { return {image.values.dimensions(), image.affine}; }
 
 // Of the volumes that are left, with what they were before.

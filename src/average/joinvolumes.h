@@ -53,7 +53,8 @@ struct JoinedVolumes {
 /// undone with cubic splines where it
 ///           displaces the head by a sixteenth of the longest voxel edge or more, and by 4 standard
 ///           errors. Other volumes are not interpolated.
-/// Mean      weighted by agreementsOf; a volume of which less than half counts is left out. Where
+/// Mean      weighted by agreementsOf; a volume of which less than a quarter counts is left out.
+/// Where
 ///           all volumes count and none moved it is the plain mean, bit for bit.
 ///
 /// All volumes have the same dimensions; there is at least one. Those on a grid elsewhere (another

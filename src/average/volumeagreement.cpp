@@ -12,8 +12,8 @@ namespace mirel {
 namespace {
 
 constexpr double countsFully = 1.5, countsNot = 3;
-constexpr int fewestVoxels = 100;   // of a slice that tell a variance
-constexpr double leastGain = 0.01;  // nothing is to be divided by that of an empty volume
+constexpr std::size_t fewestVoxels = 100;  // of a slice that tell a variance
+constexpr double leastGain = 0.01;         // nothing is to be divided by that of an empty volume
 
 int sliceSize(const Volume<float>& volume) { return volume.nx() * volume.ny(); }
 
@@ -49,7 +49,7 @@ double meanOf(const Volume<float>& image) {
 std::optional<double> varianceAbout(const Volume<float>& middle, const AlignedVolume& volume,
                                     double gain, double head, int from, int to) {
   double squares = 0;
-  int count = 0;
+  std::size_t count = 0;
   for (int i = from; i < to; ++i) {
     const double expected = static_cast<double>(middle.data()[i]);
     if (!(expected > head) || !volume.covers(i)) continue;
@@ -58,7 +58,7 @@ std::optional<double> varianceAbout(const Volume<float>& middle, const AlignedVo
     ++count;
   }
   if (count < fewestVoxels) return std::nullopt;
-  return squares / count;
+  return squares / static_cast<double>(count);
 }
 
 // In each slice; where there is little of the head, of air.
@@ -84,19 +84,33 @@ double expectedOfNoise(const std::vector<AlignedVolume>& volumes, std::size_t wh
   return volumes[which].noiseLeft * (1 - 1 / n) * (1 - 1 / n) + others / (n * n);
 }
 
-double weightAt(double excess) {
-  if (!(excess > countsFully)) return 1;
-  return excess < countsNot ? countsFully / excess : 0;
+double weightAt(double excess, double chance) {
+  const double e = excess / chance;
+  if (!(e > countsFully)) return 1;
+  return e < countsNot ? (countsNot - e) / (countsNot - countsFully) : 0;
 }
 
-void weigh(const std::vector<std::vector<double>>& excesses,
+// What the variance of so many voxels of noise may be by chance, 4 standard deviations, over its
+// expectation.
+double largestByChance(const Volume<float>& middle, int slice) {
+  const auto head = static_cast<float>(meanOf(middle));
+  const float* first = middle.data() + slice * sliceSize(middle);
+  const auto inHead = static_cast<std::size_t>(
+      std::count_if(first, first + sliceSize(middle), [&](float v) { return v > head; }));
+  const std::size_t count =
+      inHead < fewestVoxels ? static_cast<std::size_t>(sliceSize(middle)) : inHead;
+  return 1 + 4 * std::sqrt(2.0 / static_cast<double>(count));
+}
+
+void weigh(const Volume<float>& middle, const std::vector<std::vector<double>>& excesses,
            std::vector<VolumeAgreement>& agreements) {
   for (std::size_t k = 0; k < excesses.front().size(); ++k) {
     std::vector<double> ofAll;
     for (const std::vector<double>& excess : excesses) ofAll.push_back(excess[k]);
     const double typical = middleOf(ofAll);
+    const double chance = largestByChance(middle, static_cast<int>(k));
     for (std::size_t v = 0; v < excesses.size(); ++v)
-      agreements[v].weights.push_back(typical > 0 ? weightAt(ofAll[v] / typical) : 1.0);
+      agreements[v].weights.push_back(typical > 0 ? weightAt(ofAll[v] / typical, chance) : 1.0);
   }
 }
 
@@ -119,11 +133,16 @@ void findShares(const Volume<float>& middle, std::vector<VolumeAgreement>& agree
 
 double gainOver(const Volume<float>& reference, const AlignedVolume& volume) {
   const auto head = static_cast<float>(meanOf(reference));
-  std::vector<float> ratios;
-  for (int i = 0; i < reference.size(); ++i)
-    if (reference.data()[i] > head && volume.covers(i))
-      ratios.push_back(volume.image.data()[i] / reference.data()[i]);
-  const double gain = ratios.empty() ? 1.0 : static_cast<double>(quantile(ratios, 0.5));
+  std::vector<double> ofSlices;
+  for (int k = 0; k < reference.nz(); ++k) {
+    std::vector<float> ratios;
+    for (int i = k * sliceSize(reference); i < (k + 1) * sliceSize(reference); ++i)
+      if (reference.data()[i] > head && volume.covers(i))
+        ratios.push_back(volume.image.data()[i] / reference.data()[i]);
+    if (ratios.size() >= fewestVoxels)
+      ofSlices.push_back(static_cast<double>(quantile(ratios, 0.5)));
+  }
+  const double gain = ofSlices.empty() ? 1.0 : middleOf(ofSlices);
   return gain > leastGain ? gain : 1.0;
 }
 
@@ -138,7 +157,7 @@ std::vector<VolumeAgreement> agreementsOf(const std::vector<AlignedVolume>& volu
     excesses.push_back(variancesAbout(middle, volumes[v], agreements[v].gain));
     for (double& variance : excesses.back()) variance /= expectedOfNoise(volumes, v);
   }
-  weigh(excesses, agreements);
+  weigh(middle, excesses, agreements);
   findShares(middle, agreements);
   return agreements;
 }

@@ -40,6 +40,7 @@ class JoinVolumes : public testing::Test {
     affine[3] = glm::dvec4(-90, -100, -60, 1);
     return {{addRicianNoise(signal, sigma, 7, static_cast<std::uint64_t>(n)), affine,
              "volume " + std::to_string(n)},
+            "a.nii.gz",
             n};
   }
   static std::vector<VolumeToJoin> four() {
@@ -100,7 +101,7 @@ TEST_F(JoinVolumes, LeavesOutSlicesThatLostTheirSignal) {
 TEST_F(JoinVolumes, LeavesOutAVolumeOfAnotherContrast) {
   std::vector<VolumeToJoin> volumes = four();
   Volume<float> bright = *truth;
-  for (int i = 0; i < bright.size(); ++i) bright.data()[i] *= 1.1F + 0.0003F * bright.data()[i];
+  for (int i = 0; i < bright.size(); ++i) bright.data()[i] *= 1.1F + 0.0008F * bright.data()[i];
   volumes[0] = noisy(bright, 0);
   JoinedVolumes joined = joinVolumes(volumes);
   EXPECT_EQ(joined.parts[0].fate, Fate::beforeSteady);
