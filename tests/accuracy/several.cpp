@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "accuracy/measure.h"
+#include "base/numbertext.h"
 #include "jobs/correctpair.h"
 #include "nifti/image.h"
 #include "phantom/phantom.h"
@@ -26,13 +27,16 @@ const std::string stem = "sub-phantom_dir-";
 
 /// A simulated head and the folder with its images.
 struct Head {
-  explicit Head(std::uint64_t seed) : phantom(makePhantom(optionsOf(seed))) {
+  Head(std::uint64_t seed, double noise) : phantom(makePhantom(optionsOf(seed, noise))) {
     writePhantom(phantom, folder.file(""));
   }
 
-  static PhantomOptions optionsOf(std::uint64_t seed) {
+  static PhantomOptions optionsOf(std::uint64_t seed, double noise) {
     PhantomOptions options;
     options.seed = seed;
+    options.noise = noise;
+    options.size = {64, 72, 44};
+    options.voxelMm = glm::dvec3(3.4);
     options.volumes = 0;
     options.seriesMotion = {{1, 2, -1.5}, {2, -1, 1.5}};
     return options;
@@ -112,9 +116,9 @@ Volume<float> beforeSteadyState(const Phantom& phantom) {
 
 const std::vector<Case> cases = {
     {"a third of volume 1 without signal",
-     [](const Head&, auto& ap) { scaleSlices(ap[1], 0.3F, 20, 40, 1); }},
+     [](const Head&, auto& ap) { scaleSlices(ap[1], 0.3F, 15, 30, 1); }},
     {"each fifth slice of volume 2 at half its signal",
-     [](const Head&, auto& ap) { scaleSlices(ap[2], 0.5F, 0, 60, 5); }},
+     [](const Head&, auto& ap) { scaleSlices(ap[2], 0.5F, 0, 44, 5); }},
     {"the head moved within volume 1",
      [](const Head& h, auto& ap) {
        ap[1] = h.noisy(interleaved(h.phantom.apSignal, h.phantom.seriesSignal), 1, 0);
@@ -125,20 +129,21 @@ const std::vector<Case> cases = {
      [](const Head& h, auto& ap) { ap[0] = h.noisy(beforeSteadyState(h.phantom), 0, 0); }},
 };
 
-void print(std::uint64_t seed) {
-  const Head head(seed);
+void print(std::uint64_t seed, double noise) {
+  const Head head(seed, noise);
+  const std::string beginning = "| " + text("%.0f", 100 * noise) + " % | " + std::to_string(seed);
   double one = 0, four = 0;
   for (int n = 1; n <= 4; ++n) {
     const double error = four = head.error(n, {});
     if (n == 1) one = error;
-    std::printf("| %llu | %d | %.3f | %.2f |\n", static_cast<unsigned long long>(seed), n, error,
-                n == 1 ? 0.0 : std::log(error / one) / std::log(n));
+    std::printf("%s | %d | %.3f | %s |\n", beginning.c_str(), n, error,
+                n == 1 ? "" : text("%.2f", std::log(error / one) / std::log(n)).c_str());
     std::fflush(stdout);
   }
   for (const Case& each : cases) {
     const double error = head.error(4, [&](auto& ap) { each.spoil(head, ap); });
-    std::printf("| %llu | 4, %s | %.3f | %+.1f %% |\n", static_cast<unsigned long long>(seed),
-                each.name, error, 100 * (error / four - 1));
+    std::printf("%s | 4, %s | %.3f | %+.1f %% |\n", beginning.c_str(), each.name, error,
+                100 * (error / four - 1));
     std::fflush(stdout);
   }
 }
@@ -150,8 +155,9 @@ int main(int argc, char** argv) {
   for (int n = 1; n < argc; ++n) seeds.push_back(std::strtoull(argv[n], nullptr, 10));
   if (seeds.empty()) seeds = {1, 2, 3};
   std::printf(
-      "| seed | volumes of each direction | rms Hz in the brain | exponent, or cost |\n"
-      "|---|---|---|---|\n");
-  for (const std::uint64_t seed : seeds) print(seed);
+      "| noise | seed | volumes of each direction | rms Hz in the brain | exponent, or cost |\n"
+      "|---|---|---|---|---|\n");
+  for (const double noise : {0.03, 0.1})
+    for (const std::uint64_t seed : seeds) print(seed, noise);
   return 0;
 }
