@@ -259,7 +259,7 @@ void correctWithSpikes(const PairInput& pair, Modulation modulation, PairEstimat
 }
 
 PairEstimate estimateFrom(const PairInput& input, const EstimateSettings& settings,
-                          Progress& progress) {
+                          const ChangeMap& change, Progress& progress) {
   PairEstimate estimate;
   estimate.estimator = settings.estimator;
   std::optional<PairInput> changed = withoutBackground(input, estimate);
@@ -277,6 +277,7 @@ PairEstimate estimateFrom(const PairInput& input, const EstimateSettings& settin
   Found found = estimateMap(pair, settings, estimate, progress);
   progress.at(Stage::estimating, 1.0);
   estimate.shift = std::move(found.shift);
+  if (change) change(estimate.shift, *estimate.deviation);
   if (pair.start.size() > 0)
     estimate.withStart = agreementWithStart(estimate.shift, pair.start, head);
   // From here on the head has not moved.
@@ -304,8 +305,16 @@ std::string nameOf(Estimator estimator) {
 
 PairEstimate estimatePairMap(const PairInput& input, const EstimateSettings& settings,
                              Progress& progress) {
+  return estimatePairMap(input, settings, progress, {});
+}
+
+PairEstimate estimatePairMap(const PairInput& input, const EstimateSettings& settings,
+                             Progress& progress, const ChangeMap& change) {
   const std::optional<PairInput> clean = pairWithoutSpikes(input);
-  PairEstimate estimate = estimateFrom(clean ? *clean : input, settings, progress);
+  EstimateSettings used = settings;
+  if (change) used.uncertainty = true;
+  PairEstimate estimate = estimateFrom(clean ? *clean : input, used, change, progress);
+  if (!settings.uncertainty) estimate.deviation.reset();
   if (clean) correctWithSpikes(input, settings.usedModulation(), estimate);
   return estimate;
 }

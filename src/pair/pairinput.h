@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -68,6 +69,8 @@ struct PairInput {
   Volume<float> start;
   /// It is the mean of the estimate's prior, too.
   bool startIsPrior = false;
+  /// A pair of the same head along another axis, whose field counts beside that of the pair.
+  std::shared_ptr<const PairInput> across;
   /// The readout time that both have; nothing when it is not known: then there are no Hz.
   std::optional<double> readoutSeconds;
   /// What had to be assumed, and what is suspicious.
