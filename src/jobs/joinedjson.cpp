@@ -32,6 +32,22 @@ Json partJson(const JoinedPart& part, bool ofOtherFile) {
 
 }  // namespace
 
+std::vector<int> joinedOf(const JoinedVolumes& joined, const std::string& file) {
+  std::vector<int> volumes;
+  for (const JoinedPart& part : joined.parts)
+    if (part.file == file) volumes.push_back(part.volume);
+  return volumes;
+}
+
+void addFurther(Json& inputs, const ImageDescription& a, const ImageDescription& b) {
+  for (const ImageDescription* image : {&a, &b})
+    for (const FileStamp& stamp : image->moreStamps) {
+      Json input = fileJson(stamp);
+      input["JoinedVolumes"] = listOf(joinedOf(*image->joined, stamp.fileName()));
+      inputs.push_back(input);
+    }
+}
+
 void addJoined(Json& json, const ImageDescription& image) {
   json["JoinedVolumes"] = listOf(image.volumesTaken());
   json["Reference"] = image.joined->parts[image.joined->reference].name;

@@ -2,6 +2,7 @@
 
 #include "bids/name.h"
 #include "field/warp.h"
+#include "jobs/joinedjson.h"
 #include "jobs/recordjson.h"
 #include "jobs/resultnames.h"
 #include "jobs/seriesinput.h"
@@ -165,13 +166,17 @@ std::vector<ResultInput> resultInputsOf(const PairInput& pair) {
   std::vector<ResultInput> inputs;
   for (const InputImage* image : {&pair.a, &pair.b}) {
     const ImageOptions& options = image->options;
-    if (image->joined) {
+    if (image->joined)
       inputs.push_back({options.file, 0, 0, image->volumesTaken()});
-      continue;
-    }
-    inputs.push_back({options.file, image->header.volumes > 1 ? options.volume : 0,
-                      options.meanOfFirst > 1 ? options.meanOfFirst : 0});
+    else
+      inputs.push_back({options.file, image->header.volumes > 1 ? options.volume : 0,
+                        options.meanOfFirst > 1 ? options.meanOfFirst : 0});
   }
+  for (const InputImage* image : {&pair.a, &pair.b})
+    for (const std::string& file : image->options.more)
+      inputs.push_back({file, 0, 0, joinedOf(*image->joined, file)});
+  if (pair.across)
+    for (const ResultInput& input : resultInputsOf(*pair.across)) inputs.push_back(input);
   return inputs;
 }
 

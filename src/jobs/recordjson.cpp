@@ -139,8 +139,23 @@ Json startJson(const PairRecord& pair) {
   return json;
 }
 
+Json acrossJson(const AcrossFindings& findings) {
+  Json json = {{"Used", findings.used}, {"DisplacementMm", findings.displacementMm}};
+  if (findings.motion) json["HeadMotion"] = motionJson(*findings.motion);
+  if (findings.with) json["Correlation"] = findings.with->correlation;
+  return json;
+}
+
 void addPair(Json& json, const PairRecord& pair) {
-  json["Inputs"] = Json::array({imageJson(pair.a), imageJson(pair.b)});
+  Json inputs = Json::array({imageJson(pair.a), imageJson(pair.b)});
+  addFurther(inputs, pair.a, pair.b);
+  if (pair.across) {
+    inputs.push_back(imageJson(pair.across->a));
+    inputs.push_back(imageJson(pair.across->b));
+    addFurther(inputs, pair.across->a, pair.across->b);
+    json["OtherAxis"] = acrossJson(pair.across->findings);
+  }
+  json["Inputs"] = inputs;
   json["Options"] = settingsJson(pair.settings, pair.findings);
   const PairAgreement& agreement = pair.findings.agreement;
   json["PairCorrelation"] = {{"Before", agreement.before}, {"After", agreement.after}};
@@ -227,6 +242,11 @@ void addPairSummary(Json& json, const PairRecord& pair) {
   const PairFindings& findings = pair.findings;
   json["a"] = imageSummary(pair.a);
   json["b"] = imageSummary(pair.b);
+  if (pair.across)
+    json["otherAxis"] = {{"a", imageSummary(pair.across->a)},
+                         {"b", imageSummary(pair.across->b)},
+                         {"used", pair.across->findings.used},
+                         {"displacementMm", pair.across->findings.displacementMm}};
   json["intensityScale"] = findings.intensityScale;
   json["foregroundThreshold"] = findings.threshold;
   json["background"] = {findings.backgroundA, findings.backgroundB};
