@@ -94,6 +94,8 @@ void checkPair(const Options& options) {
     if (job.b.file.empty()) refuseMissing("B");
   } else if (!options.volumes.empty()) {
     refuseTogether("--datain", "--volumes, since its rows tell the volumes apart");
+  } else if (!job.more.empty()) {
+    refuseTogether("--datain", "--more, whose sidecars tell the directions");
   } else if (saysOfPair(job)) {
     refuseTogether("--datain",
                    "--pe-a, --pe-b, --readout, --readout-b, --sidecar-a and --sidecar-b");
@@ -139,6 +141,12 @@ void addImageOptions(Command* command, Options& options) {
                    "another volume of the same file. With --datain A may hold both directions\n"
                    "instead, a row for each of its volumes")
       ->type_name("");
+  command
+      ->add_option("--more", job.more,
+                   "Further images of the session for the field, with sidecars: those of the\n"
+                   "direction of A or B are joined with it, a pair along another axis adds what\n"
+                   "it knows. They are not corrected (see --apply)")
+      ->type_name("IMAGE");
   command->add_option("--apply", options.runs, "Series of the same session to correct, too")
       ->type_name("RUN");
   command
