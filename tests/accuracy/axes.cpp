@@ -64,11 +64,9 @@ struct Head {
     NoProgress progress;
     const RunRecord run = correctPair(job, progress);
     for (const Remark& warning : run.warnings) std::fprintf(stderr, "  %s\n", warning.text.c_str());
-    for (const std::string& file : run.outputs) {
-      if (file.ends_with("_desc-preproc_fieldmap.nii.gz")) field = file;
-      if (file.ends_with("_desc-uncertainty_fieldmap.nii.gz")) uncertainty = file;
-    }
-    return nifti::Reader(field).readVolume(0);
+    for (const std::string& file : run.outputs)
+      if (file.ends_with("_desc-preproc_fieldmap.nii.gz")) return nifti::Reader(file).readVolume(0);
+    return {};
   }
 
   double error(const Volume<float>& hz) const {
@@ -79,7 +77,6 @@ struct Head {
   Volume<float> density;
   TemporaryFolder folder;
   int images = 0, runs = 0;
-  std::string field, uncertainty;  ///< files of the last run
 };
 
 CorrectPairOptions jobOf(const std::string& a, const std::string& b) {
@@ -89,16 +86,6 @@ CorrectPairOptions jobOf(const std::string& a, const std::string& b) {
   return job;
 }
 
-Volume<float> weighted(const Volume<float>& f, const Volume<float>& s, const Volume<float>& g,
-                       const Volume<float>& t) {
-  Volume<float> mean = f;
-  for (int i = 0; i < f.size(); ++i) {
-    const float u = 1 / (s.data()[i] * s.data()[i]), v = 1 / (t.data()[i] * t.data()[i]);
-    mean.data()[i] = (u * f.data()[i] + v * g.data()[i]) / (u + v);
-  }
-  return mean;
-}
-
 void print(std::uint64_t seed, double noise) {
   Head head(seed, noise);
   const auto row = [&](const char* what, double error) {
@@ -106,23 +93,13 @@ void print(std::uint64_t seed, double noise) {
                 static_cast<unsigned long long>(seed), what, error);
     std::fflush(stdout);
   };
-  CorrectPairOptions first = jobOf(head.write("j-"), head.write("j"));
-  CorrectPairOptions second = jobOf(head.write("i-"), head.write("i"));
-  first.estimate.uncertainty = second.estimate.uncertainty = true;
-  const Volume<float> f = head.fieldOf(first);
-  const std::string firstField = head.field;
-  const Volume<float> s = nifti::Reader(head.uncertainty).readVolume(0);
-  row("AP and PA", head.error(f));
-  const Volume<float> g = head.fieldOf(second);
-  const Volume<float> t = nifti::Reader(head.uncertainty).readVolume(0);
-  row("RL and LR", head.error(g));
-  row("weighed", head.error(weighted(f, s, g, t)));
-  first.estimate.uncertainty = second.estimate.uncertainty = false;
-  first.startIsPrior = second.startIsPrior = true;
-  first.startingField = head.field;
-  row("AP and PA with RL and LR as prior", head.error(head.fieldOf(first)));
-  second.startingField = firstField;
-  row("RL and LR with AP and PA as prior", head.error(head.fieldOf(second)));
+  const CorrectPairOptions first = jobOf(head.write("j-"), head.write("j"));
+  const CorrectPairOptions second = jobOf(head.write("i-"), head.write("i"));
+  row("AP and PA", head.error(head.fieldOf(first)));
+  row("RL and LR", head.error(head.fieldOf(second)));
+  CorrectPairOptions both = first;
+  both.more = {second.a.file, second.b.file};
+  row("all four", head.error(head.fieldOf(both)));
   row("AP and PA at 0.6 T",
       head.error(head.fieldOf(jobOf(head.write("j-"), head.write("j", 0.6)))));
 }
