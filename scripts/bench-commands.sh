@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Times whole commands on simulated images, in processor seconds (both modes, all threads), and
 # prints the tables in Markdown; the least of three runs each. `mirel correct` of a pair with and
-# without motion, and `mirel apply` to a series of 16-bit integers, beside a plain copy and gzip of it.
+# without motion, and `mirel apply` to a series of 16-bit integers, beside a plain copy and gzip of it;
+# then what two threads gain by the clock, which an otherwise idle machine tells.
 # Usage: scripts/bench-commands.sh [build folder]
 #   scripts/bench-commands.sh | scripts/into-benchmarks.sh commands    puts the run into BENCHMARKS.md
 # MIREL_BENCH_VOLUMES=20 takes a shorter series than 200 volumes.
@@ -29,6 +30,21 @@ row() {
 apply() {
   row "\`mirel apply --field\`, $1" "$3" \
     "$mirel" apply --field "$field" "$2" -o "$3" --overwrite --no-report
+}
+leastSeconds() { # COMMAND...: by the clock
+  local TIMEFORMAT='%R'
+  for _ in 1 2 3 4 5; do
+    { time "$@" >/dev/null 2>&1; } 2>&1
+  done | sort -g | head -1
+}
+# threads NAME IN OUT: by the clock with one thread and with two; the result is a new file each time
+threads() {
+  local name=$1 in=$2 out=$3 one two
+  again() { rm -f "${out%%.*}".*; "$mirel" apply --field "$field" "$in" -o "$out" --no-report --threads "$1"; }
+  one=$(leastSeconds again 1)
+  two=$(leastSeconds again 2)
+  awk -v name="$name" -v one="$one" -v two="$two" \
+    'BEGIN { printf "| `mirel apply --field`, %s | %.2f | %.2f | %.2f |\n", name, one, two, one / two }'
 }
 # correct NAME PHANTOM OPTIONS...
 correct() {
@@ -64,3 +80,9 @@ apply ".nii.gz to .nii.gz" "$packed" out.nii.gz
 row "\`cp\`" copy cp "$plain" copy
 row "\`gzip -4\`" copy.gz sh -c "gzip -4 <'$plain' >copy.gz"
 row "\`gzip -d\`" copy sh -c "gzip -d <copy.gz >copy"
+echo
+echo "| the same series | s by the clock, one thread | two threads | times as fast |"
+echo "|---|---|---|---|"
+threads ".nii to .nii" "$plain" out.nii
+threads ".nii to .nii.gz" "$plain" out.nii.gz
+threads ".nii.gz to .nii.gz" "$packed" out.nii.gz

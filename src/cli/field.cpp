@@ -47,7 +47,10 @@ struct Options {
   MeasureFieldOptions measured;
   std::vector<double> echoTimes;
 
-  bool isMeasured() const { return !measured.phaseFiles.empty() || !measured.fieldFile.empty(); }
+  bool isMeasured() const {
+    return !measured.phaseFiles.empty() || !measured.realFiles.empty() ||
+           !measured.fieldFile.empty();
+  }
 };
 
 /// Direction and readout time of the reference: options first, then its sidecars. A project has
@@ -144,15 +147,16 @@ int runField(const Options& options) {
 }
 
 struct SourceOptions {
-  Option *fromMap, *toMap, *fromPhase, *fromField;
+  Option *fromMap, *toMap, *fromPhase, *fromReal, *fromField;
 
   std::vector<Option*> given() const {
     std::vector<Option*> all;
-    for (Option* option : {fromMap, toMap, fromPhase, fromField})
+    for (Option* option : {fromMap, toMap, fromPhase, fromReal, fromField})
       if (option->count() > 0) all.push_back(option);
     return all;
   }
-  bool isMeasured() const { return fromPhase->count() + fromField->count() > 0; }
+  bool hasEchoes() const { return fromPhase->count() + fromReal->count() > 0; }
+  bool isMeasured() const { return hasEchoes() || fromField->count() > 0; }
 };
 
 SourceOptions addSources(Command* command, Options& options) {
@@ -173,6 +177,11 @@ SourceOptions addSources(Command* command, Options& options) {
           ->type_name("PHASE")
           ->expected(1, mostEchoes),
       command
+          ->add_option("--from-real", options.measured.realFiles,
+                       "The real parts of two or more echoes' images (part-real)")
+          ->type_name("REAL")
+          ->expected(1, mostEchoes),
+      command
           ->add_option(
               "--from-fieldmap", options.measured.fieldFile,
               "The measured field to clean, smooth and continue, in Hz, rad/s or T as its\n"
@@ -182,9 +191,9 @@ SourceOptions addSources(Command* command, Options& options) {
 }
 
 struct MeasuredOptions {
-  Option *magnitude, *echoTimes;
+  Option *magnitude, *echoTimes, *imaginary;
 
-  std::vector<Option*> all() const { return {magnitude, echoTimes}; }
+  std::vector<Option*> all() const { return {magnitude, echoTimes, imaginary}; }
 };
 
 MeasuredOptions addMeasuredOptions(Command* command, Options& options) {
@@ -192,7 +201,7 @@ MeasuredOptions addMeasuredOptions(Command* command, Options& options) {
       command
           ->add_option("--magnitude", options.measured.magnitudeFile,
                        "Of the phase or measured field: its magnitude (default: magnitude1 or\n"
-                       "magnitude beside it, by the names of BIDS)")
+                       "magnitude beside it, by the names of BIDS; that of the first echo's parts)")
           ->type_name("IMAGE"),
       command
           ->add_option(
@@ -201,6 +210,13 @@ MeasuredOptions addMeasuredOptions(Command* command, Options& options) {
               "sidecar, EchoTime of each phase)")
           ->type_name("S")
           ->expected(2, mostEchoes),
+      command
+          ->add_option(
+              "--imaginary", options.measured.imaginaryFiles,
+              "Of the real parts: the imaginary ones in the same order (default: part-imag\n"
+              "beside each)")
+          ->type_name("IMAG")
+          ->expected(1, mostEchoes),
   };
 }
 
@@ -248,10 +264,12 @@ void addFieldCommand(Command& app, Program& program) {
       ->required();
   command->callback([options, sources, ofMaps, ofMeasured, unit, &program] {
     const std::vector<Option*> given = sources.given();
-    if (given.empty()) refuseMissing("--from-phase, --from-fieldmap, --from-map or --to-map");
+    if (given.empty())
+      refuseMissing("--from-phase, --from-real, --from-fieldmap, --from-map or --to-map");
     if (given.size() > 1) refuseTogether(given[0]->get_name(), given[1]->get_name());
     refuseGiven(sources.isMeasured() ? ofMaps.all() : ofMeasured.all(), given[0]);
-    if (sources.fromPhase->count() > 0) refuseGiven({unit}, given[0]);
+    if (sources.hasEchoes()) refuseGiven({unit}, given[0]);
+    if (sources.fromReal->count() == 0) refuseGiven({ofMeasured.imaginary}, given[0]);
     if (sources.fromField->count() > 0) refuseGiven({ofMeasured.echoTimes}, given[0]);
     if (!sources.isMeasured() && ofMaps.reference->count() == 0) refuseMissing("--reference");
     program.action = [options] { return runField(*options); };

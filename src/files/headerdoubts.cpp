@@ -46,6 +46,17 @@ bool isUnknownType(const Entry& entry) {
   return entry.key == "DataType" && entry.value != "1" && entry.value != "2";
 }
 
+// The number that a header ends with, where a line feed follows it: its label is then matched again
+// with nothing left to read.
+std::string labelMatchedTwice(const std::string& projectFile) {
+  const std::string text = readWholeFile(projectFile, largestHeader);
+  const std::size_t end = text.find_last_not_of(" \t\r\n");
+  if (end == std::string::npos || end + 1 == text.size()) return "";
+  const std::size_t line = text.find_last_of('\n', end) + 1;
+  const std::string key = text.substr(line, text.find(':', line) - line);
+  return std::find(wholeNumbers.begin(), wholeNumbers.end(), key) != wholeNumbers.end() ? key : "";
+}
+
 std::string typeFault(const Entry& entry) {
   return "has the DataType " + entry.value +
          ", which is neither 1 (16-bit integers) nor 2 (32-bit floats)";
@@ -66,6 +77,10 @@ std::vector<std::string> doubtsAboutHeader(const std::string& projectFile) try {
                        ": its data are read as 16-bit integers");
     }
   }
+  if (const std::string key = labelMatchedTwice(projectFile); !key.empty())
+    doubts.push_back(
+        projectFile + " ends with its " + key +
+        ": where it is saved there is no blank before that number, and it is not found");
   return doubts;
 } catch (const Error&) {
   // Whoever reads it as a project says what is wrong.

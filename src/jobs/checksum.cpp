@@ -6,6 +6,9 @@
 #include <fstream>
 #include <memory>
 #include <stdexcept>
+#include <stop_token>
+#include <system_error>
+#include <utility>
 #include <vector>
 
 #include "base/error.h"
@@ -56,6 +59,18 @@ std::string hexadecimal(const Sha256& sum) {
   return text;
 }
 
+std::string sumOf(const std::string& fileName, const std::stop_token& stop) {
+  std::ifstream is(fileName, std::ios::binary);
+  if (!is) throw Error(fileName, "cannot be opened");
+  Sum sum;
+  std::vector<char> block(1 << 17);
+  while (!stop.stop_requested() &&
+         (is.read(block.data(), static_cast<std::streamsize>(block.size())), is.gcount() > 0))
+    sum.add(block.data(), static_cast<std::size_t>(is.gcount()));
+  if (is.bad()) throw Error(fileName, "cannot be read");
+  return hexadecimal(sum.value());
+}
+
 }  // namespace
 
 Sha256 sha256Bytes(const std::string& text) {
@@ -66,21 +81,32 @@ Sha256 sha256Bytes(const std::string& text) {
 
 std::string sha256OfText(const std::string& text) { return hexadecimal(sha256Bytes(text)); }
 
-std::string sha256Of(const std::string& fileName) {
-  std::ifstream is(fileName, std::ios::binary);
-  if (!is) throw Error(fileName, "cannot be opened");
-  Sum sum;
-  std::vector<char> block(1 << 17);
-  while (is.read(block.data(), static_cast<std::streamsize>(block.size())), is.gcount() > 0)
-    sum.add(block.data(), static_cast<std::size_t>(is.gcount()));
-  if (is.bad()) throw Error(fileName, "cannot be read");
-  return hexadecimal(sum.value());
-}
+std::string sha256Of(const std::string& fileName) { return sumOf(fileName, {}); }
 
 std::string sha256Of(const FileStamp& before) {
   std::string sum = sha256Of(before.fileName());
   before.requireUnchanged();
   return sum;
+}
+
+ChecksumBeside::ChecksumBeside(FileStamp file, int threads) : before(std::move(file)) {
+  if (threads == 1) return;
+  std::packaged_task<std::string(std::stop_token)> work(
+      [name = before.fileName()](const std::stop_token& stop) { return sumOf(name, stop); });
+  std::future<std::string> result = work.get_future();
+  try {
+    worker = std::jthread(std::move(work));
+  } catch (const std::system_error&) {
+    return;
+  }
+  sum = std::move(result);
+}
+
+std::string ChecksumBeside::value() {
+  if (!sum.valid()) return sha256Of(before);
+  std::string found = sum.get();
+  before.requireUnchanged();
+  return found;
 }
 
 }  // namespace mirel

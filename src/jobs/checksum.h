@@ -1,7 +1,9 @@
 #pragma once
 
 #include <array>
+#include <future>
 #include <string>
+#include <thread>
 
 #include "base/filestamp.h"
 
@@ -23,5 +25,23 @@ std::string sha256Of(const std::string& fileName);
 /// The same of a file that was read since `before` was taken: the checksum is that of what was
 /// read, or an Error says that the file changed.
 std::string sha256Of(const FileStamp& before);
+
+/// The same of a file that is being read: computed in a thread of its own beside other work. Where
+/// there is no thread to be had it is computed when it is asked for.
+class ChecksumBeside {
+ public:
+  /// @param file     as it was before anything was read of it
+  /// @param threads  1: no other than the caller's is wanted; otherwise one is taken
+  ChecksumBeside(FileStamp file, int threads);
+
+  /// To be asked for once, when the file has been read: waits for the checksum. Errors: those of
+  /// sha256Of.
+  std::string value();
+
+ private:
+  FileStamp before;
+  std::future<std::string> sum;
+  std::jthread worker;  // stops when nobody asks any more
+};
 
 }  // namespace mirel

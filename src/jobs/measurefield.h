@@ -13,9 +13,13 @@ namespace mirel {
 struct MeasureFieldOptions {
   /// The difference of two phases, or the phases of two or more echoes; else empty.
   std::vector<std::string> phaseFiles;
+  /// In their place the real parts of two or more echoes, and their imaginary ones; those empty:
+  /// sub-1_echo-1_part-imag_MEGRE beside sub-1_echo-1_part-real_MEGRE, say (imaginaryBeside).
+  std::vector<std::string> realFiles, imaginaryFiles;
   std::string fieldFile;           ///< in their place: a field in Hz, rad/s or T
   std::optional<bids::Unit> unit;  ///< of that; nothing: readDistortionFile says
-  /// On the same grid; empty: sub-1_magnitude1 or sub-1_magnitude beside sub-1_phasediff, say.
+  /// On the same grid; empty: that of the first echo's parts, or sub-1_magnitude1 or
+  /// sub-1_magnitude beside sub-1_phasediff, say.
   std::string magnitudeFile;
   std::vector<double> echoSeconds;  ///< one per echo; empty: the sidecars' echo times
   std::string output;               ///< .nii or .nii.gz; its sidecar gets the same name
@@ -33,10 +37,10 @@ struct MeasuredFieldRun {
 /// and a sidecar with Units and where it comes from. Both files or none; older ones are replaced.
 ///
 /// Errors  one sentence with the file and the fault, before anything is written: those of
-///         readPhaseFile, echoTimesOf, readDistortionFile, nifti::Reader and fieldOfEchoes; the
-///         phase of one echo alone; another number of echo times than of echoes; a magnitude of
-///         another grid or of several volumes; an output that is no NIfTI or would overwrite an
-///         input.
+///         readPhaseFile, readComplexParts, echoTimesOf, readDistortionFile, nifti::Reader and
+///         fieldOfEchoes; the phase of one echo alone; imaginary parts of another number than real
+///         ones; another number of echo times than of echoes; a magnitude of another grid or of
+///         several volumes; an output that is no NIfTI or would overwrite an input.
 MeasuredFieldRun measureField(const MeasureFieldOptions& options);
 
 }  // namespace mirel

@@ -13,6 +13,7 @@
 #include "jobs/distortionfile.h"
 #include "jobs/recordjson.h"
 #include "nifti/image.h"
+#include "phase/complexparts.h"
 #include "phase/echotimes.h"
 
 namespace mirel {
@@ -99,15 +100,53 @@ EchoTimes timesOf(const std::vector<PhaseFile>& phases, const MeasureFieldOption
   return givenEchoTimes(options.echoSeconds);
 }
 
-void fromPhases(const MeasureFieldOptions& options, Measurement& measurement,
-                MeasuredFieldRun& run) {
-  const bool isDifference = options.phaseFiles.size() == 1;
+std::vector<PhaseFile> readPhases(const MeasureFieldOptions& options, Measurement& measurement,
+                                  MeasuredFieldRun& run) {
   std::vector<PhaseFile> phases;
   for (const std::string& file : options.phaseFiles) {
     phases.push_back(readPhaseFile(file));
-    if (isDifference) refuseOneEcho(phases.back());
+    if (options.phaseFiles.size() == 1) refuseOneEcho(phases.back());
     addPhase(phases.back(), measurement, run);
   }
+  return phases;
+}
+
+void addParts(const ComplexParts& parts, Measurement& measurement, MeasuredFieldRun& run) {
+  Json json = inputJson(parts.phase.stamp, parts.phase.sidecar);
+  json["ImaginaryPart"] = fileJson(parts.imaginaryStamp);
+  measurement.origin["Phases"].push_back(std::move(json));
+  addFiles(measurement, parts.phase.file, parts.phase.sidecar);
+  measurement.files.push_back(parts.imaginaryFile);
+  run.notes.emplace_back(parts.note());
+}
+
+// Leaves the magnitude of the first echo in `magnitude`.
+std::vector<PhaseFile> readParts(const MeasureFieldOptions& options, Volume<float>& magnitude,
+                                 Measurement& measurement, MeasuredFieldRun& run) {
+  const std::vector<std::string>&reals = options.realFiles, &given = options.imaginaryFiles;
+  if (!given.empty() && given.size() != reals.size())
+    throw Error(std::to_string(given.size()) + " imaginary parts are given for " +
+                std::to_string(reals.size()) + " real ones");
+  if (reals.size() < 2)
+    throw Error(reals.front(), "is of one echo; a field takes the parts of two or more");
+  std::vector<PhaseFile> phases;
+  for (std::size_t n = 0; n < reals.size(); ++n) {
+    ComplexParts parts =
+        readComplexParts(reals[n], given.empty() ? imaginaryBeside(reals[n]) : given[n]);
+    addParts(parts, measurement, run);
+    phases.push_back(std::move(parts.phase));
+    if (n == 0) magnitude = std::move(parts.magnitude);
+  }
+  return phases;
+}
+
+void fromPhases(const MeasureFieldOptions& options, Measurement& measurement,
+                MeasuredFieldRun& run) {
+  const bool isDifference = options.phaseFiles.size() == 1;
+  Volume<float> magnitude;
+  const std::vector<PhaseFile> phases = options.realFiles.empty()
+                                            ? readPhases(options, measurement, run)
+                                            : readParts(options, magnitude, measurement, run);
   const PhaseFile& first = phases.front();
   measurement.header = first.header;
   measurement.name = first.file;
@@ -117,7 +156,8 @@ void fromPhases(const MeasureFieldOptions& options, Measurement& measurement,
   if (isDifference) echoes.push_back({first.radians, times.difference()});
   for (std::size_t n = 1; n < phases.size(); ++n)
     echoes.push_back({phaseDifference(first, phases[n]), times.difference(n)});
-  const Volume<float> magnitude = readMagnitude(options, measurement, run);
+  if (magnitude.size() == 0 || !options.magnitudeFile.empty())
+    magnitude = readMagnitude(options, measurement, run);
   measurement.field =
       fieldOfEchoes(std::move(echoes), magnitude, first.header.voxelSizeMm, measurement.name);
   run.notes.emplace_back("the turns are chosen so that the median in the head, " +
@@ -162,7 +202,7 @@ std::string magnitudeBeside(const std::string& image) {
 
 Measurement readMeasurement(const MeasureFieldOptions& options, MeasuredFieldRun& run) {
   Measurement measurement;
-  if (options.phaseFiles.empty())
+  if (!options.fieldFile.empty())
     fromField(options, measurement, run);
   else
     fromPhases(options, measurement, run);

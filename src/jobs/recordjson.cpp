@@ -182,7 +182,7 @@ const char* verdictName(SignCheck::Verdict verdict) {
 }
 
 Json seriesJson(const SeriesRecord& series) {
-  Json json = fileJson(series.stamp);
+  Json json = {{"File", series.file}, {"SHA256", series.checksum}};
   const bids::StatedDirection& direction = *series.acquisition.direction;
   if (direction.source == bids::StatedDirection::Source::map) {
     // Nobody told the polarity: only the axis along which the map shifts is known.

@@ -37,7 +37,7 @@ struct JoiningRecord {
 /// What was found and done about one series.
 struct SeriesRecord {
   std::string file, output;
-  FileStamp stamp;  ///< of the file before it was read
+  std::string checksum;  ///< of the file (SHA-256)
   bids::Acquisition acquisition;
   int volumes = 0;
   std::vector<int> chosenVolumes;  ///< where not all were corrected, counted from 0

@@ -7,6 +7,7 @@
 #include "bids/name.h"
 #include "field/series.h"
 #include "field/warp.h"
+#include "jobs/checksum.h"
 #include "jobs/resultnames.h"
 #include "nifti/filename.h"
 #include "nifti/gradients.h"
@@ -100,7 +101,6 @@ SeriesRecord recordOf(const SeriesInput& input, const std::string& output,
   SeriesRecord record;
   record.file = input.file;
   record.output = output;
-  record.stamp = input.stamp;
   record.acquisition = input.acquisition;
   record.volumes = corrected.volumes;
   record.chosenVolumes = input.volumes;
@@ -233,6 +233,7 @@ void SeriesCorrection::run(const Distortion& distortion, const std::optional<Ref
 void SeriesCorrection::correctOne(const Planned& one, const Context& context) {
   const SeriesInput& input = one.input;
   const bids::PhaseEncodingDirection direction = input.acquisition.direction->value;
+  ChecksumBeside checksum(input.stamp, settings.threads);
   const SeriesOptions how = optionsFor(input);
   std::optional<AlignmentRecord> alignment;
   if (context.aligner) alignment = align(input, how, context);
@@ -243,6 +244,7 @@ void SeriesCorrection::correctOne(const Planned& one, const Context& context) {
   const SeriesReport corrected = resample(one, shift, how, context);
 
   SeriesRecord record = recordOf(input, one.names.image, corrected, context.distortion);
+  record.checksum = checksum.value();
   record.background = how.background;
   record.alignment = alignment;
   if (context.run.source)

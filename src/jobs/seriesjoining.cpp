@@ -7,6 +7,7 @@
 #include "base/numbertext.h"
 #include "bids/name.h"
 #include "field/warp.h"
+#include "jobs/checksum.h"
 #include "jobs/resultnames.h"
 #include "numerics/statistics.h"
 #include "restore/restoreseries.h"
@@ -32,7 +33,6 @@ SeriesRecord recordOf(const SeriesInput& input, const SeriesToJoin& joined,
                       std::vector<int> volumes) {
   SeriesRecord record;
   record.file = input.file;
-  record.stamp = input.stamp;
   record.acquisition = input.acquisition;
   record.volumes = static_cast<int>(volumes.size());
   record.chosenVolumes = std::move(volumes);
@@ -117,6 +117,8 @@ void SeriesJoining::announce(const std::vector<std::string>& inputFiles,
 void SeriesJoining::run(const Distortion& distortion, const std::optional<Reference>& reference,
                         const SourceNames& names, RunReport* report, RunRecord& run,
                         Progress& progress) {
+  ChecksumBeside firstSum(plan.first.stamp, settings.threads),
+      secondSum(plan.second.stamp, settings.threads);
   const SeriesToJoin first = toJoin(plan.first, distortion),
                      second = toJoin(plan.second, distortion);
   JoinOptions how;
@@ -131,6 +133,8 @@ void SeriesJoining::run(const Distortion& distortion, const std::optional<Refere
   SeriesRecord record = recordOf(plan.first, first, volumesOf(plan.pairs, &VolumePair::first));
   SeriesRecord partner = recordOf(plan.second, second, volumesOf(plan.pairs, &VolumePair::second));
   record.output = plan.stem + imageEnd;
+  record.checksum = firstSum.value();
+  partner.checksum = secondSum.value();
   if (reference) {
     checkSigns(plan.first, joined.series.meanBefore, first.shift, gridOf(plan.first.header),
                Modulation::on, *reference, record, run.notes);

@@ -1,11 +1,11 @@
 #include "pair/background.h"
 
-#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <span>
 #include <vector>
 
+#include "numerics/sortedvalues.h"
 #include "pair/foreground.h"
 
 namespace mirel {
@@ -17,15 +17,6 @@ constexpr double negligible = 0.04;                 // of the head's level
 constexpr double darker = 0.2;                      // of the head's level
 constexpr double darkestPart = 0.001;               // of the voxels
 constexpr double floorReach = 0.5;                  // of the mode
-
-std::vector<float> sortedValues(const Volume<float>& image) {
-  std::vector<float> values;
-  values.reserve(static_cast<std::size_t>(image.size()));
-  std::copy_if(image.data(), image.data() + image.size(), std::back_inserter(values),
-               [](float v) { return std::isfinite(v); });
-  std::sort(values.begin(), values.end());
-  return values;
-}
 
 // The shortest interval that holds `count` of the values, the middle one of equals.
 std::span<const float> densest(std::span<const float> values, std::size_t count) {
@@ -72,7 +63,7 @@ double headLevel(const Volume<float>& image, double base) {
 }  // namespace
 
 double addedBackground(const Volume<float>& image) {
-  const std::vector<float> sorted = sortedValues(image);
+  const std::vector<float> sorted = sortedFinite(image);
   if (sorted.empty()) return 0;
   const double mode = modeOf(sorted);
   const double level = headLevel(image, mode);

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <iterator>
 #include <limits>
 #include <vector>
 
@@ -11,6 +10,7 @@
 #include "bids/name.h"
 #include "field/grid.h"
 #include "nifti/image.h"
+#include "numerics/sortedvalues.h"
 #include "phase/angle.h"
 
 namespace mirel {
@@ -39,10 +39,7 @@ std::optional<bids::Unit> statedUnit(const PhaseFile& phase) {
 
 // The value that most voxels share, when that is more than one of 20.
 std::optional<float> fillOf(const Volume<float>& values) {
-  std::vector<float> sorted;
-  std::copy_if(values.data(), values.data() + values.size(), std::back_inserter(sorted),
-               [](float v) { return std::isfinite(v); });
-  std::sort(sorted.begin(), sorted.end());
+  const std::vector<float> sorted = sortedFinite(values);
   std::optional<float> fill;
   auto most = static_cast<std::ptrdiff_t>(values.size() / 20);
   for (auto first = sorted.begin(); first != sorted.end();) {

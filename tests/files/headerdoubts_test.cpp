@@ -3,8 +3,10 @@
 #include <gmock/gmock.h>
 
 #include <fstream>
+#include <sstream>
 
 #include "base/error.h"
+#include "files/myfmr.h"
 #include "support/messageof.h"
 #include "support/projectfiles.h"
 
@@ -33,7 +35,7 @@ TEST_F(HeaderDoubts, ThereAreNoneAboutAProject) {
 }
 
 TEST_F(HeaderDoubts, CountsThatAreNoWholeNumbers) {
-  EXPECT_THAT(of("NrOfVolumes:   1e9\nNrOfSlices: 20\nResolutionX: 64.5\n"),
+  EXPECT_THAT(of("NrOfVolumes:   1e9\nNrOfSlices: 20\nResolutionX: 64.5\nTR: 2\n"),
               ElementsAre(HasSubstr("run.fmr has the NrOfVolumes \"1e9\", which is no whole number "
                                     "and read as 1"),
                           HasSubstr("ResolutionX \"64.5\"")));
@@ -41,10 +43,22 @@ TEST_F(HeaderDoubts, CountsThatAreNoWholeNumbers) {
 }
 
 TEST_F(HeaderDoubts, ADataTypeThatIsNotKnown) {
-  EXPECT_THAT(of("DataType: 7\n"), ElementsAre(HasSubstr("has the DataType 7, which is neither")));
+  EXPECT_THAT(of("DataType: 7\nTR: 2\n"),
+              ElementsAre(HasSubstr("has the DataType 7, which is neither")));
   EXPECT_THAT(messageOf<Error>([&] { refuseUnknownDataType(file); }),
               HasSubstr("run.fmr has the DataType 7"));
-  EXPECT_THAT(of("DataType: 1\n"), IsEmpty());
+  EXPECT_THAT(of("DataType: 1\nTR: 2\n"), IsEmpty());
+}
+
+TEST_F(HeaderDoubts, ANumberAtTheEndIsSavedWithoutItsBlank) {
+  EXPECT_THAT(of("TR: 2\nNrOfVolumes:   3\n\n"),
+              ElementsAre(HasSubstr("run.fmr ends with its NrOfVolumes")));
+  const FMR project(file, false);
+  std::ostringstream saved;
+  project.PrintTo(saved);
+  EXPECT_THAT(saved.str(), HasSubstr("NrOfVolumes:3"));
+  EXPECT_THAT(of("TR: 2\nNrOfVolumes: 3"), IsEmpty());
+  EXPECT_THAT(of(""), IsEmpty());
 }
 
 TEST_F(HeaderDoubts, AFileThatIsNotThereIsForOthersToTellOf) {

@@ -2,6 +2,10 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
+#include <string>
+#include <thread>
+
 #include "support/niftifiles.h"
 
 namespace mirel {
@@ -27,6 +31,30 @@ TEST(Checksum, MissingFileAndFolderAreNamed) {
   EXPECT_THAT(failure([&] { sha256Of(folder.file("none")); }),
               testing::HasSubstr(folder.file("none")));
   EXPECT_THAT(failure([&] { sha256Of(folder.file("")); }), testing::HasSubstr("cannot be"));
+}
+
+TEST(Checksum, BesideOtherWorkIsTheSame) {
+  TemporaryFolder folder;
+  const std::string file = folder.file("million");
+  writeText(file, std::string(1000000, 'a'));
+  for (const int threads : {0, 1, 2})
+    EXPECT_EQ(ChecksumBeside(FileStamp(file), threads).value(), sha256Of(file));
+  // Nobody asks: nothing is waited for.
+  const ChecksumBeside unused(FileStamp(file), 2);
+}
+
+TEST(Checksum, BesideOtherWorkNoticesAChangeAfterItWasComputed) {
+  TemporaryFolder folder;
+  const std::string file = folder.file("changed");
+  for (const int threads : {1, 2}) {
+    writeText(file, "before");
+    ChecksumBeside checksum(FileStamp(file), threads);
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    writeText(file, "afterwards");
+    EXPECT_THAT(failure([&] { checksum.value(); }), testing::HasSubstr(file)) << threads;
+  }
+  ChecksumBeside missing(FileStamp(folder.file("none")), 2);
+  EXPECT_NE(failure([&] { missing.value(); }), "");
 }
 
 }  // namespace mirel

@@ -78,6 +78,21 @@ TEST_P(LargeMotion, IsFoundAndTakenOutOfTheField) {
   EXPECT_GT(found.motionVarianceRatio, 4.0);
 }
 
+// The motion is seen before the shading is, which a fit without motion would hide.
+TEST_P(LargeMotion, IsToldFromShading) {
+  const RigidMotion motion = largeMotions[GetParam()];
+  Phantom head = headOf(motion);
+  for (int i = 0; i < head.pa.size(); ++i)
+    head.pa.data()[i] *= 1.0F + 0.1F * (static_cast<float>(i % head.pa.nx()) / 24.0F - 1.0F);
+  const MassPreservingResult found = estimate(head);
+  EXPECT_TRUE(found.shading);
+  EXPECT_FALSE(found.contrast);
+  EXPECT_NEAR(found.ratioSpread, 0.028, 0.006);
+  expectNear(found.motion, motion, 0.2, 0.2);
+  const double still = rmsInBrain(stillHead(), estimate(stillHead()).shiftVoxels);
+  EXPECT_LT(rmsInBrain(head, found.shiftVoxels), 2.2 * still);
+}
+
 INSTANTIATE_TEST_SUITE_P(Heads, LargeMotion, testing::Values(0, 1, 2));
 
 TEST(SmallMotion, IsFoundAndTakenNotToRunAlongY) {

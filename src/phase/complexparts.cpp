@@ -1,0 +1,129 @@
+#include "phase/complexparts.h"
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <limits>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "base/error.h"
+#include "bids/inheritance.h"
+#include "bids/name.h"
+#include "field/grid.h"
+#include "nifti/image.h"
+
+namespace mirel {
+
+namespace {
+
+struct Part {
+  std::string_view entity;              // its label in names of BIDS
+  std::string_view text;                // in sentences
+  std::vector<std::string_view> types;  // words of its ImageType
+};
+
+const std::vector<Part>& parts() {
+  static const std::vector<Part> all{{"real", "a real part", {"R", "REAL"}},
+                                     {"imag", "an imaginary part", {"I", "IMAGINARY"}},
+                                     {"mag", "a magnitude", {"M", "MAGNITUDE"}},
+                                     {"phase", "a phase", {"P", "PHASE"}}};
+  return all;
+}
+
+void refuseOtherPart(const std::string& file, const std::optional<bids::Sidecar>& sidecar,
+                     const Part& wanted) {
+  const std::string named = bids::Name::of(file).entity("part");
+  const std::vector<std::string> types =
+      sidecar ? sidecar->texts("ImageType") : std::vector<std::string>();
+  for (const Part& part : parts()) {
+    if (part.entity == wanted.entity) continue;
+    if (named == part.entity)
+      throw Error(file,
+                  "is " + std::string(part.text) + " by its name, not " + std::string(wanted.text));
+    for (const std::string_view word : part.types)
+      if (std::find(types.begin(), types.end(), word) != types.end())
+        throw Error(file, "is " + std::string(part.text) + " by the ImageType in " +
+                              sidecar->fileOf("ImageType") + ", not " + std::string(wanted.text));
+  }
+}
+
+struct ReadPart {
+  nifti::Header header;
+  std::optional<bids::Sidecar> sidecar;
+  Volume<float> values;
+};
+
+ReadPart readPart(const std::string& file, const Part& wanted) {
+  nifti::Reader image(file);
+  ReadPart part{image.header(), bids::findSidecar(file), {}};
+  refuseOtherPart(file, part.sidecar, wanted);
+  if (part.header.volumes != 1)
+    throw Error(file, "has " + std::to_string(part.header.volumes) +
+                          " volumes: a part of one echo's image has one");
+  voxelToVoxel(part.header.affine(), part.header.affine(), file);
+  part.values = image.readVolume(0);
+  float least = 0, most = 0;
+  for (int i = 0; i < part.values.size(); ++i) {
+    least = std::min(least, part.values.data()[i]);
+    most = std::max(most, part.values.data()[i]);
+  }
+  if (least == 0 || most == 0)
+    throw Error(file, "has no values " + std::string(least == 0 ? "below" : "above") +
+                          " 0: those of " + std::string(wanted.text) + " lie on both sides");
+  return part;
+}
+
+}  // namespace
+
+std::string ComplexParts::note() const {
+  return "the phases are those of " + phase.file + " as real and " + imaginaryFile +
+         " as imaginary part" +
+         (phase.filled > 0 ? "; " + std::to_string(phase.filled) + " voxels are 0 in both" : "");
+}
+
+std::string imaginaryBeside(const std::string& realFile) {
+  bids::Name name = bids::Name::of(realFile);
+  if (name.entity("part") != "real")
+    throw Error(realFile,
+                "is no real part by its name (part-real), by which the imaginary one "
+                "would be found");
+  for (auto& [key, label] : name.entities)
+    if (key == "part") label = "imag";
+  const std::filesystem::path folder = std::filesystem::path(realFile).parent_path();
+  for (const char* extension : {".nii.gz", ".nii"})
+    if (const auto file = folder / (name.text() + extension); std::filesystem::exists(file))
+      return file.string();
+  throw Error(realFile, "has no imaginary part (" + name.text() + ") beside it");
+}
+
+ComplexParts readComplexParts(const std::string& realFile, const std::string& imaginaryFile) {
+  ComplexParts both;
+  both.phase.file = realFile;
+  both.phase.stamp = FileStamp(realFile);
+  both.imaginaryFile = imaginaryFile;
+  both.imaginaryStamp = FileStamp(imaginaryFile);
+  ReadPart real = readPart(realFile, parts()[0]);
+  const ReadPart imaginary = readPart(imaginaryFile, parts()[1]);
+  if (!coincide(gridOf(imaginary.header), gridOf(real.header)))
+    throw Error(imaginaryFile, "has another grid than " + realFile);
+  if (std::equal(real.values.data(), real.values.data() + real.values.size(),
+                 imaginary.values.data()))
+    throw Error(imaginaryFile, "holds the same values as " + realFile);
+  both.phase.header = real.header;
+  both.phase.sidecar = std::move(real.sidecar);
+  both.phase.radians = both.magnitude = Volume<float>(real.values.dimensions());
+  for (int i = 0; i < real.values.size(); ++i) {
+    const double re = real.values.data()[i], im = imaginary.values.data()[i];
+    const double size = std::hypot(re, im);
+    const bool told = size > 0 && std::isfinite(size);
+    both.phase.radians.data()[i] =
+        told ? static_cast<float>(std::atan2(im, re)) : std::numeric_limits<float>::quiet_NaN();
+    both.magnitude.data()[i] = told ? static_cast<float>(size) : 0.0F;
+    both.phase.filled += size == 0;
+  }
+  return both;
+}
+
+}  // namespace mirel

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <string>
+
+#include "phase/phasefile.h"
+
+namespace mirel {
+
+/// An image of complex values whose real and imaginary parts stand in two files.
+struct ComplexParts {
+  PhaseFile phase;  ///< its file is the real part; NaN where both are 0 or one is not finite
+  std::string imaginaryFile;
+  FileStamp imaginaryStamp;
+  Volume<float> magnitude;
+
+  /// A sentence about what the phases are.
+  std::string note() const;
+};
+
+/// The file beside a real part that holds the imaginary one, by the names of BIDS (part-real,
+/// part-imag). Throws Error where the name is another one or there is no such file.
+std::string imaginaryBeside(const std::string& realFile);
+
+/// Reads both parts, of one volume each, NIfTI.
+///
+/// Errors  Error: those of nifti::Reader and findSidecar; several volumes; an orientation that is
+///         singular; other grids; another part by its name or the ImageType of its sidecar; no
+///         values on one side of 0, as in parts that are stored with an offset; twice the same.
+ComplexParts readComplexParts(const std::string& realFile, const std::string& imaginaryFile);
+
+}  // namespace mirel
