@@ -1,5 +1,6 @@
 #include "jobs/pairoutputs.h"
 
+#include "base/numbertext.h"
 #include "bids/name.h"
 #include "field/warp.h"
 #include "jobs/joinedjson.h"
@@ -9,6 +10,7 @@
 #include "nifti/finite.h"
 #include "nifti/image.h"
 #include "nifti/orientation.h"
+#include "pair/readoutratio.h"
 #include "picture/headmask.h"
 
 namespace mirel {
@@ -194,12 +196,16 @@ void writePair(const PairNames& names, const PairInput& pair, const PairEstimate
     writer.image(names.correctedA, estimate.correctedA, pair.a.title() + done, {},
                  acquisitionOfCorrected(pair.a, pair.readoutSeconds));
     writer.image(names.correctedB, estimate.correctedB, pair.b.title() + done, {},
-                 acquisitionOfCorrected(pair.b, pair.readoutSeconds));
+                 acquisitionOfCorrected(pair.b, partOfSecond(pair) == 1
+                                                    ? pair.readoutSeconds
+                                                    : pair.b.acquisition.readout->seconds));
   }
   writer.image(names.mean, estimate.mean, "Mean of the pair" + done);
+  const double part = partOfSecond(pair);
   const std::string meaning = "Displacement d along the voxel axis " + axis +
                               ", towards greater indices: true(y) = I(y + d) for " +
-                              pair.a.title() + ", I(y - d) for " + pair.b.title();
+                              pair.a.title() + ", I(y - " + (part == 1 ? "" : text("%.4g ", part)) +
+                              "d) for " + pair.b.title();
   const Json ofMap = acquisitionOfMap(pair);
   writer.image(names.voxels, estimate.shift, meaning, "voxels", ofMap);
   const double size = nifti::columnLengths(pair.a.header.affine())[pair.axis()];
@@ -228,7 +234,7 @@ void writePair(const PairNames& names, const PairInput& pair, const PairEstimate
                 "The head in the mean of the pair, with its cavities: 1 inside, 0 outside");
   if (names.warpA.empty()) return;
   writer.warp(names.warpA, estimate.shift, pair.a.title(), {});
-  writer.warp(names.warpB, estimate.shift * -1.0f, pair.b.title(),
+  writer.warp(names.warpB, mapOfSecond(pair, estimate.shift), pair.b.title(),
               estimate.motion.value_or(RigidMotion{}));
 }
 

@@ -10,6 +10,7 @@
 #include "field/fieldhz.h"
 #include "pair/agreement.h"
 #include "pair/foreground.h"
+#include "pair/readoutratio.h"
 
 namespace mirel {
 
@@ -30,7 +31,7 @@ FieldHz fieldOf(const PairInput& pair, const PairEstimate& estimate) {
 // Of the pair by a map of it.
 Volume<float> correctedMean(const PairInput& pair, const Volume<float>& shift) {
   return meanOf(correctVolume(pair.a.image, shift, pair.axis(), Modulation::on),
-                correctVolume(pair.b.image, shift * -1.0F, pair.axis(), Modulation::on));
+                correctVolume(pair.b.image, mapOfSecond(pair, shift), pair.axis(), Modulation::on));
 }
 
 // The field of the pair across and its deviation, joined with the map of the pair.

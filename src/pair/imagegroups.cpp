@@ -7,12 +7,11 @@
 #include "base/numbertext.h"
 #include "base/samefile.h"
 #include "nifti/image.h"
+#include "pair/readoutratio.h"
 
 namespace mirel {
 
 namespace {
-
-constexpr double readoutTolerance = 0.01;  // of the readout time
 
 // An image of a group and how it was acquired.
 struct Known {

@@ -16,6 +16,7 @@
 #include "nifti/image.h"
 #include "nifti/orientation.h"
 #include "pair/joinedinput.h"
+#include "pair/readoutratio.h"
 #include "pair/weighting.h"
 
 namespace mirel {
@@ -23,7 +24,6 @@ namespace mirel {
 namespace {
 
 constexpr int fewestVoxels = 4;
-constexpr double readoutTolerance = 0.01;  // of the readout time
 
 Volume<float> readImage(nifti::Reader& reader, const ImageOptions& options) {
   const int volumes = reader.header().volumes;
@@ -187,12 +187,9 @@ void settleCommonReadout(PairInput& pair) {
                                  " s (" + nameOf(a.source) + "), " + pair.b.title() + " one of " +
                                  text(b.seconds) + " s (" + nameOf(b.source) + ")";
   if (std::abs(a.seconds - b.seconds) > readoutTolerance * std::max(a.seconds, b.seconds)) {
-    // With displacements T1 f and -T2 f the estimate finds (T1 + T2) / 2 f, half-way.
-    const double part = std::abs(a.seconds - b.seconds) / (a.seconds + b.seconds);
-    pair.warnings.push_back(difference +
-                            ": the estimate takes both to be equal, their mean counts, and the "
-                            "corrected images stay displaced by " +
-                            text("%.2g", 100 * part) + " % of the displacement found");
+    pair.readoutSeconds = a.seconds;
+    pair.warnings.push_back(difference + ": each is taken to be displaced by its own");
+    return;
   }
   pair.readoutSeconds = a.seconds == b.seconds ? a.seconds : 0.5 * (a.seconds + b.seconds);
 }
