@@ -28,6 +28,7 @@ struct Options {
   int volumeB = -1;  // below 0: that of A
   int mean = 0;
   int meanB = 0;  // 0: as for A
+  std::string volumes, volumesB;
   std::string estimator, anatomy, priorField;
   bool ssd = false, ncc = false, fast = false, noIc = false, ic = false, noMotion = false;
   bool uncertainty = false, headMask = false;
@@ -56,6 +57,8 @@ void settle(Options& options) {
       options.volumeB < 0 && job.acquisitionTable.empty() ? job.a.volume : options.volumeB;
   job.a.meanOfFirst = options.mean;
   job.b.meanOfFirst = options.meanB > 0 ? options.meanB : options.mean;
+  if (!options.volumes.empty()) job.a.choice = job.b.choice = *volumeChoiceOf(options.volumes);
+  if (!options.volumesB.empty()) job.b.choice = *volumeChoiceOf(options.volumesB);
   if (!job.b.given.readoutSeconds) job.b.given.readoutSeconds = job.a.given.readoutSeconds;
   job.estimate.search = {
       .fast = options.fast, .useSsd = options.ssd, .intensityCorrection = !options.noIc};
@@ -83,9 +86,16 @@ int runCorrect(Options options, const Program& program) {
 }
 
 /// Of the parsed line.
-void checkPair(const CorrectPairOptions& job) {
+void checkPair(const Options& options) {
+  const CorrectPairOptions& job = options.job;
+  if (options.volumes.empty() && !options.volumesB.empty())
+    refuseWithout("--volumes-b", "--volumes");
   if (job.acquisitionTable.empty()) {
     if (job.b.file.empty()) refuseMissing("B");
+  } else if (!options.volumes.empty()) {
+    refuseTogether("--datain", "--volumes, since its rows tell the volumes apart");
+  } else if (!job.more.empty()) {
+    refuseTogether("--datain", "--more, whose sidecars tell the directions");
   } else if (saysOfPair(job)) {
     refuseTogether("--datain",
                    "--pe-a, --pe-b, --readout, --readout-b, --sidecar-a and --sidecar-b");
@@ -131,6 +141,12 @@ void addImageOptions(Command* command, Options& options) {
                    "another volume of the same file. With --datain A may hold both directions\n"
                    "instead, a row for each of its volumes")
       ->type_name("");
+  command
+      ->add_option("--more", job.more,
+                   "Further images of the session for the field, with sidecars: those of the\n"
+                   "direction of A or B are joined with it, a pair along another axis adds what\n"
+                   "it knows. They are not corrected (see --apply)")
+      ->type_name("IMAGE");
   command->add_option("--apply", options.runs, "Series of the same session to correct, too")
       ->type_name("RUN");
   command
@@ -142,22 +158,49 @@ void addImageOptions(Command* command, Options& options) {
       ->required();
   command->add_flag("--overwrite", job.overwrite,
                     "Replace files of the same names whatever they were made of");
+}
+
+void addVolumeOptions(Command* command, Options& options) {
+  CorrectPairOptions& job = options.job;
+  const auto refuseNegative = [](const std::string& text) { return refuseBelow(0, text); };
+  const auto refuseNone = [](const std::string& text) { return refuseBelow(1, text); };
+  const auto refuseChoice = [](const std::string& text) {
+    return volumeChoiceOf(text) ? "" : text + " is neither b0 nor all nor a list such as 0,3,7-9";
+  };
+  Option* volume =
+      command
+          ->add_option("--volume", job.a.volume,
+                       "Volume of A and B to use, counted from 0 (default: 0, the first)")
+          ->type_name("N")
+          ->check(refuseNegative);
+  Option* volumeB =
+      command->add_option("--volume-b", options.volumeB, "Volume of B (default: that of A)")
+          ->type_name("N")
+          ->check(refuseNegative);
+  Option* mean = command
+                     ->add_option("--mean", options.mean,
+                                  "Use the mean of N volumes, from --volume on, instead of one")
+                     ->type_name("N")
+                     ->check(refuseNone);
+  Option* meanB =
+      command->add_option("--mean-b", options.meanB, "The same of B (default: as for A)")
+          ->type_name("N")
+          ->check(refuseNone);
   command
-      ->add_option("--volume", job.a.volume,
-                   "Volume of A and B to use, counted from 0 (default: 0, the first)")
-      ->type_name("N")
-      ->check([](const std::string& text) { return refuseBelow(0, text); });
-  command->add_option("--volume-b", options.volumeB, "Volume of B (default: that of A)")
-      ->type_name("N")
-      ->check([](const std::string& text) { return refuseBelow(0, text); });
-  command
-      ->add_option("--mean", options.mean,
-                   "Use the mean of N volumes, from --volume on, instead of one")
-      ->type_name("N")
-      ->check([](const std::string& text) { return refuseBelow(1, text); });
-  command->add_option("--mean-b", options.meanB, "The same of B (default: as for A)")
-      ->type_name("N")
-      ->check([](const std::string& text) { return refuseBelow(1, text); });
+      ->add_option("--volumes", options.volumes,
+                   "Use several volumes of A and of B, joined to one image of each: b0 (those of\n"
+                   "b = 0, by the .bval file beside the image), all, or a list such as 0,3,7-9.\n"
+                   "Motion of the head between them is undone; volumes and slices that differ\n"
+                   "from the others, or are from before the steady state, are left out and named")
+      ->type_name("WHICH")
+      ->check(refuseChoice)
+      ->excludes(volume)
+      ->excludes(volumeB)
+      ->excludes(mean)
+      ->excludes(meanB);
+  command->add_option("--volumes-b", options.volumesB, "The same of B (default: as for A)")
+      ->type_name("WHICH")
+      ->check(refuseChoice);
 }
 
 void addAcquisitionOptions(Command* command, Options& options) {
@@ -258,6 +301,7 @@ void addCorrectCommand(Command& app, Program& program) {
   Command* command = app.add_subcommand("correct", description);
   const auto options = std::make_shared<Options>();
   addImageOptions(command, *options);
+  addVolumeOptions(command, *options);
   addAcquisitionOptions(command, *options);
   addEstimateOptions(command, *options);
   command
@@ -301,7 +345,7 @@ void addCorrectCommand(Command& app, Program& program) {
   command->add_flag("--json", options->json,
                     "Print a summary as JSON instead of the names of the files written");
   command->callback([options, &program] {
-    checkPair(options->job);
+    checkPair(*options);
     checkEstimate(*options);
     checkRestore(*options, hasSearchOptions(*options));
     program.action = [options, &program] { return runCorrect(*options, program); };

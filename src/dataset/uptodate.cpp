@@ -34,7 +34,8 @@ int volumesIn(const Json& input, const char* field) {
 }
 
 bool isVolume(const Json& input, const PairSource& source) {
-  return volumesIn(input, "Volume") == source.volume && volumesIn(input, "MeanOfVolumes") == 0;
+  return volumesIn(input, "Volume") == source.volume && volumesIn(input, "MeanOfVolumes") == 0 &&
+         input.find("JoinedVolumes") == nullptr;
 }
 
 // The bytes of an image and of all that describes it.

@@ -1,7 +1,9 @@
 #include "jobs/correctpair.h"
 
 #include <glm/geometric.hpp>
+#include <memory>
 
+#include "base/error.h"
 #include "base/numbertext.h"
 #include "bids/inheritance.h"
 #include "jobs/earlierresults.h"
@@ -12,6 +14,7 @@
 #include "jobs/sourcenames.h"
 #include "jobs/startingfield.h"
 #include "numerics/fft/fftw.h"
+#include "pair/imagegroups.h"
 #include "pair/pairmask.h"
 #include "pair/tablepair.h"
 
@@ -26,9 +29,12 @@ std::vector<std::string> filesOf(const PairInput& pair) {
   std::vector<std::string> files;
   for (const InputImage* image : {&pair.a, &pair.b}) {
     files.push_back(image->options.file);
+    files.insert(files.end(), image->options.more.begin(), image->options.more.end());
     for (const std::string& sidecar : image->acquisition.sidecarFiles()) files.push_back(sidecar);
     if (!image->options.given.table.empty()) files.push_back(image->options.given.table);
   }
+  if (pair.across)
+    for (const std::string& file : filesOf(*pair.across)) files.push_back(file);
   return files;
 }
 
@@ -52,8 +58,23 @@ void announcePair(const PairInput& pair, const std::vector<std::string>& inputs,
   }
 }
 
+// The pair, and one along another axis if there are images of it.
+PairInput readGroups(const CorrectPairOptions& options) {
+  const ImageGroups groups = groupImages({options.a, options.b}, options.more);
+  PairInput pair = readPair(groups.pair.a, groups.pair.b);
+  if (!groups.across) return pair;
+  const std::string& file = groups.across->a.file;
+  if (options.estimate.estimator == Estimator::search)
+    throw Error(file, "is encoded along another axis, which the search does not take into account");
+  if (!pair.readoutSeconds)
+    throw Error(pair.a.options.file,
+                "has no known readout time, without which " + file + " tells nothing about it");
+  pair.across = std::make_shared<PairInput>(readPair(groups.across->a, groups.across->b));
+  return pair;
+}
+
 PairInput readPairOf(const CorrectPairOptions& options) {
-  if (options.acquisitionTable.empty()) return readPair(options.a, options.b);
+  if (options.acquisitionTable.empty()) return readGroups(options);
   const TablePair stated = pairByTable(options.a, options.b, options.acquisitionTable);
   PairInput pair = readPair(stated.a, stated.b);
   pair.notes.insert(pair.notes.begin(), stated.notes.begin(), stated.notes.end());
@@ -243,11 +264,18 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
   if (page) run.warnings = options.report->check(pair.a.options.file, pair.a.header);
   progress.at(Stage::reading, 1.0);
 
-  const PairEstimate estimate = estimatePairMap(pair, options.estimate, progress);
+  AcrossFindings across;
+  const PairEstimate estimate = pair.across
+                                    ? estimateWithAcross(pair, options.estimate, progress, across)
+                                    : estimatePairMap(pair, options.estimate, progress);
   addRemarks(run, pair, estimate);
+  run.notes.insert(run.notes.end(), across.notes.begin(), across.notes.end());
+  run.warnings.insert(run.warnings.end(), across.warnings.begin(), across.warnings.end());
   addAgreement(run, pair, estimate, options.startingField);
   if (series.joining) addMotionDoubt(run, pair, estimate);
   run.pair = recordOf(read, options, estimate);
+  // NOLINTNEXTLINE(cppcoreguidelines-slicing)
+  if (pair.across) run.pair->across = {pair.across->a, pair.across->b, across};
   progress.at(Stage::writing, 0.0);
   run.outputs = folder.write([&] {
     writePair(names, pair, estimate, run, sources, folder, progress);

@@ -13,6 +13,8 @@ namespace mirel {
 
 struct CorrectPairOptions {
   ImageOptions a, b;
+  /// Further images of the session that the field is estimated from (groupImages).
+  std::vector<std::string> more;
   /// A table that tells directions and readout times of both (pairByTable); may be empty.
   std::string acquisitionTable;
   /// Of the mass-preserving estimate: an image of weights on the pair's grid (readMask), and a

@@ -22,6 +22,7 @@ namespace {
 struct Recorded {
   std::string checksum;
   int volume = 0, meanOfFirst = 0;
+  std::vector<int> joined;
 };
 
 struct Record {
@@ -43,6 +44,8 @@ Recorded recordedInput(const Json& json) {
   if (const Json* sum = json.find("SHA256")) result.checksum = sum->string();
   if (const Json* volume = json.find("Volume")) result.volume = volume->integer();
   if (const Json* mean = json.find("MeanOfVolumes")) result.meanOfFirst = mean->integer();
+  if (const Json* joined = json.find("JoinedVolumes"))
+    for (const Json& volume : joined->list()) result.joined.push_back(volume.integer());
   return result;
 }
 
@@ -70,6 +73,7 @@ std::optional<Record> readRecord(const std::string& file) try {
 struct Key {
   std::string file;
   int volume = 0, meanOfFirst = 0;
+  std::vector<int> joined;
 
   auto operator<=>(const Key&) const = default;
 };
@@ -85,13 +89,14 @@ std::vector<Key> keysByName(const std::vector<std::string>& sources,
                             const std::vector<Recorded>& recorded) {
   std::vector<Key> keys;
   for (std::size_t n = 0; n < std::min(sources.size(), recorded.size()); ++n)
-    keys.push_back({sources[n], recorded[n].volume, recorded[n].meanOfFirst});
+    keys.push_back({sources[n], recorded[n].volume, recorded[n].meanOfFirst, recorded[n].joined});
   return sorted(keys);
 }
 
 std::vector<Key> keysByBytes(const std::vector<Recorded>& recorded) {
   std::vector<Key> keys;
-  for (const Recorded& one : recorded) keys.push_back({one.checksum, one.volume, one.meanOfFirst});
+  for (const Recorded& one : recorded)
+    keys.push_back({one.checksum, one.volume, one.meanOfFirst, one.joined});
   return keys;
 }
 
@@ -101,7 +106,7 @@ class RunInputs {
  public:
   RunInputs(const std::vector<ResultInput>& what, const SourceNames& names) : inputs(what) {
     for (const ResultInput& input : inputs)
-      byName.push_back({names.of(input.file), input.volume, input.meanOfFirst});
+      byName.push_back({names.of(input.file), input.volume, input.meanOfFirst, input.joined});
     byName = sorted(byName);
   }
 
@@ -115,7 +120,7 @@ class RunInputs {
   const std::vector<Key>& checksums() {
     if (byBytes.empty())
       for (const ResultInput& input : inputs)
-        byBytes.push_back({sha256Of(input.file), input.volume, input.meanOfFirst});
+        byBytes.push_back({sha256Of(input.file), input.volume, input.meanOfFirst, input.joined});
     return byBytes;
   }
 

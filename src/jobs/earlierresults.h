@@ -13,8 +13,9 @@ namespace mirel {
 /// One of the files that a result is made of.
 struct ResultInput {
   std::string file;
-  int volume = 0;       ///< of several
-  int meanOfFirst = 0;  ///< above 1: the mean of so many volumes
+  int volume = 0;                ///< of several
+  int meanOfFirst = 0;           ///< above 1: the mean of so many volumes
+  std::vector<int> joined = {};  ///< in place of both: volumes that were joined
 };
 
 /// Their names for a record.

@@ -1,13 +1,16 @@
 #include "jobs/pairoutputs.h"
 
+#include "base/numbertext.h"
 #include "bids/name.h"
 #include "field/warp.h"
+#include "jobs/joinedjson.h"
 #include "jobs/recordjson.h"
 #include "jobs/resultnames.h"
 #include "jobs/seriesinput.h"
 #include "nifti/finite.h"
 #include "nifti/image.h"
 #include "nifti/orientation.h"
+#include "pair/readoutratio.h"
 #include "picture/headmask.h"
 
 namespace mirel {
@@ -20,6 +23,11 @@ constexpr const char *uncertaintyLabel = "uncertainty", *headLabel = "head";
 // Which volumes of several an image was made of.
 std::string detailOf(const InputImage& image) {
   if (image.header.volumes <= 1) return {};
+  if (image.joined) {
+    const std::vector<int> taken = image.volumesTaken();
+    return taken.size() > 1 ? "MeanOf" + std::to_string(taken.size())
+                            : "Volume" + std::to_string(taken.front());
+  }
   if (image.options.meanOfFirst > 1) return "MeanOf" + std::to_string(image.options.meanOfFirst);
   return "Volume" + std::to_string(image.options.volume);
 }
@@ -160,9 +168,17 @@ std::vector<ResultInput> resultInputsOf(const PairInput& pair) {
   std::vector<ResultInput> inputs;
   for (const InputImage* image : {&pair.a, &pair.b}) {
     const ImageOptions& options = image->options;
-    inputs.push_back({options.file, image->header.volumes > 1 ? options.volume : 0,
-                      options.meanOfFirst > 1 ? options.meanOfFirst : 0});
+    if (image->joined)
+      inputs.push_back({options.file, 0, 0, image->volumesTaken()});
+    else
+      inputs.push_back({options.file, image->header.volumes > 1 ? options.volume : 0,
+                        options.meanOfFirst > 1 ? options.meanOfFirst : 0});
   }
+  for (const InputImage* image : {&pair.a, &pair.b})
+    for (const std::string& file : image->options.more)
+      inputs.push_back({file, 0, 0, joinedOf(*image->joined, file)});
+  if (pair.across)
+    for (const ResultInput& input : resultInputsOf(*pair.across)) inputs.push_back(input);
   return inputs;
 }
 
@@ -180,12 +196,16 @@ void writePair(const PairNames& names, const PairInput& pair, const PairEstimate
     writer.image(names.correctedA, estimate.correctedA, pair.a.title() + done, {},
                  acquisitionOfCorrected(pair.a, pair.readoutSeconds));
     writer.image(names.correctedB, estimate.correctedB, pair.b.title() + done, {},
-                 acquisitionOfCorrected(pair.b, pair.readoutSeconds));
+                 acquisitionOfCorrected(pair.b, partOfSecond(pair) == 1
+                                                    ? pair.readoutSeconds
+                                                    : pair.b.acquisition.readout->seconds));
   }
   writer.image(names.mean, estimate.mean, "Mean of the pair" + done);
+  const double part = partOfSecond(pair);
   const std::string meaning = "Displacement d along the voxel axis " + axis +
                               ", towards greater indices: true(y) = I(y + d) for " +
-                              pair.a.title() + ", I(y - d) for " + pair.b.title();
+                              pair.a.title() + ", I(y - " + (part == 1 ? "" : text("%.4g ", part)) +
+                              "d) for " + pair.b.title();
   const Json ofMap = acquisitionOfMap(pair);
   writer.image(names.voxels, estimate.shift, meaning, "voxels", ofMap);
   const double size = nifti::columnLengths(pair.a.header.affine())[pair.axis()];
@@ -214,7 +234,7 @@ void writePair(const PairNames& names, const PairInput& pair, const PairEstimate
                 "The head in the mean of the pair, with its cavities: 1 inside, 0 outside");
   if (names.warpA.empty()) return;
   writer.warp(names.warpA, estimate.shift, pair.a.title(), {});
-  writer.warp(names.warpB, estimate.shift * -1.0f, pair.b.title(),
+  writer.warp(names.warpB, mapOfSecond(pair, estimate.shift), pair.b.title(),
               estimate.motion.value_or(RigidMotion{}));
 }
 

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "jobs/checksum.h"
+#include "jobs/joinedjson.h"
 
 namespace mirel {
 
@@ -24,7 +25,8 @@ void addAcquisition(Json& json, const bids::Acquisition& acquisition) {
 
 Json imageJson(const ImageDescription& image) {
   Json json = fileJson(image.stamp);
-  if (image.header.volumes > 1) json["Volume"] = image.options.volume;
+  if (image.joined) addJoined(json, image);
+  if (image.header.volumes > 1 && !image.joined) json["Volume"] = image.options.volume;
   if (image.options.meanOfFirst > 1) json["MeanOfVolumes"] = image.options.meanOfFirst;
   if (const Spikes& spikes = image.spikes; !spikes.empty())
     json["Spikes"] = {{"Voxels", spikes.voxels.size()},
@@ -44,11 +46,6 @@ Json sourceJson(const SourceRecord& source) {
 }
 
 Json three(const glm::dvec3& v) { return {v.x, v.y, v.z}; }
-
-Json motionJson(const RigidMotion& motion) {
-  return {{"TranslationMm", three(motion.translationMm)},
-          {"RotationDegrees", three(motion.rotationDegrees)}};
-}
 
 // The motion that was found, also where it was not taken.
 Json alignmentJson(const AlignmentRecord& alignment) {
@@ -109,13 +106,6 @@ std::vector<std::string> textsOf(const std::vector<Remark>& remarks) {
   return texts;
 }
 
-template <typename Number>
-Json listOf(const std::vector<Number>& numbers) {
-  Json list = Json::array();
-  for (const Number number : numbers) list.push_back(number);
-  return list;
-}
-
 // What was found of the pair, under the names of sidecars.
 Json verdictJson(const Verdict& verdict, int sign) {
   const PairFigures& found = verdict.figures;
@@ -149,8 +139,23 @@ Json startJson(const PairRecord& pair) {
   return json;
 }
 
+Json acrossJson(const AcrossFindings& findings) {
+  Json json = {{"Used", findings.used}, {"DisplacementMm", findings.displacementMm}};
+  if (findings.motion) json["HeadMotion"] = motionJson(*findings.motion);
+  if (findings.with) json["Correlation"] = findings.with->correlation;
+  return json;
+}
+
 void addPair(Json& json, const PairRecord& pair) {
-  json["Inputs"] = Json::array({imageJson(pair.a), imageJson(pair.b)});
+  Json inputs = Json::array({imageJson(pair.a), imageJson(pair.b)});
+  addFurther(inputs, pair.a, pair.b);
+  if (pair.across) {
+    inputs.push_back(imageJson(pair.across->a));
+    inputs.push_back(imageJson(pair.across->b));
+    addFurther(inputs, pair.across->a, pair.across->b);
+    json["OtherAxis"] = acrossJson(pair.across->findings);
+  }
+  json["Inputs"] = inputs;
   json["Options"] = settingsJson(pair.settings, pair.findings);
   const PairAgreement& agreement = pair.findings.agreement;
   json["PairCorrelation"] = {{"Before", agreement.before}, {"After", agreement.after}};
@@ -240,6 +245,7 @@ Json imageSummary(const ImageDescription& image) {
                {"direction", nameOf(image.direction())},
                {"directionSource", image.acquisition.direction->sourceText()}};
   if (image.acquisition.readout) json["readout"] = readoutSummary(*image.acquisition.readout);
+  if (image.joined) json["joined"] = joinedSummary(*image.joined);
   return json;
 }
 
@@ -264,6 +270,11 @@ void addPairSummary(Json& json, const PairRecord& pair) {
   const PairFindings& findings = pair.findings;
   json["a"] = imageSummary(pair.a);
   json["b"] = imageSummary(pair.b);
+  if (pair.across)
+    json["otherAxis"] = {{"a", imageSummary(pair.across->a)},
+                         {"b", imageSummary(pair.across->b)},
+                         {"used", pair.across->findings.used},
+                         {"displacementMm", pair.across->findings.displacementMm}};
   json["intensityScale"] = findings.intensityScale;
   json["foregroundThreshold"] = findings.threshold;
   json["background"] = {findings.backgroundA, findings.backgroundB};
@@ -314,6 +325,11 @@ Json seriesSummary(const SeriesRecord& series) {
 }
 
 }  // namespace
+
+Json motionJson(const RigidMotion& motion) {
+  return {{"TranslationMm", three(motion.translationMm)},
+          {"RotationDegrees", three(motion.rotationDegrees)}};
+}
 
 void addSidecars(Json& json, const std::vector<FileStamp>& files) {
   if (files.empty()) return;

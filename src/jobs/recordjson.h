@@ -12,8 +12,19 @@ namespace mirel {
 /// A name by itself, several as a list.
 Json oneOrList(const std::vector<std::string>& names);
 
+/// Numbers as a list.
+template <typename Number>
+Json listOf(const std::vector<Number>& numbers) {
+  Json list = Json::array();
+  for (const Number number : numbers) list.push_back(number);
+  return list;
+}
+
 /// A file that was read, with its SHA-256 checksum. Errors: those of sha256Of.
 Json fileJson(const FileStamp& file);
+
+/// Translation and rotation of a head.
+Json motionJson(const RigidMotion& motion);
 
 /// Adds the sidecars of a file and their checksums; nothing without any.
 void addSidecars(Json& json, const std::vector<FileStamp>& files);

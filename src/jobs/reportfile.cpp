@@ -12,9 +12,11 @@ namespace {
 
 std::string keyOf(const std::vector<ResultInput>& inputs, const SourceNames& names) {
   std::vector<std::string> lines;
-  for (const ResultInput& input : inputs)
+  for (const ResultInput& input : inputs) {
     lines.push_back(names.of(input.file) + " " + std::to_string(input.volume) + " " +
                     std::to_string(input.meanOfFirst));
+    for (const int volume : input.joined) lines.back() += "," + std::to_string(volume);
+  }
   std::sort(lines.begin(), lines.end());
   std::string all;
   for (const std::string& line : lines) all += line + '\n';

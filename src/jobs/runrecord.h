@@ -12,6 +12,7 @@
 #include "jobs/seriesalignment.h"
 #include "jobs/statedunit.h"
 #include "motion/motioncheck.h"
+#include "pair/acrosspair.h"
 #include "pair/pairestimate.h"
 #include "pair/pairinput.h"
 #include "restore/pairrestorer.h"
@@ -76,6 +77,12 @@ struct SourceRecord {
   std::vector<FileStamp> sidecars;
 };
 
+/// A pair along another axis, and how it was taken into account.
+struct AcrossRecord {
+  ImageDescription a, b;
+  AcrossFindings findings;
+};
+
 /// The pair that a run began with.
 struct PairRecord {
   ImageDescription a, b;
@@ -84,6 +91,7 @@ struct PairRecord {
   std::optional<FileStamp> mask = {};      ///< of the file that says where the pair counts
   std::optional<SourceRecord> start = {};  ///< of the field that the estimate began with
   bool startIsPrior = false;
+  std::optional<AcrossRecord> across = {};
 };
 
 /// One run, whatever it began with: what sidecars, the summary in JSON and the text on the terminal

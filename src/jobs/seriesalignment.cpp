@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <glm/geometric.hpp>
-#include <glm/matrix.hpp>
 
 #include "base/numbertext.h"
 #include "nifti/orientation.h"
@@ -75,13 +74,6 @@ std::string nameOf(Outcome outcome) {
       break;
   }
   return "not moved";
-}
-
-Grid beforeMotion(const Grid& grid, const RigidMotion& motion, glm::dvec3 centreMm) {
-  const glm::dmat3 r = motion.rotation();
-  glm::dmat4 forward(r);
-  forward[3] = glm::dvec4(centreMm + motion.translationMm - r * centreMm, 1.0);
-  return {grid.dims, glm::inverse(forward) * grid.affine};
 }
 
 AlignmentRecord alignSeries(const RigidAligner& aligner, const UnalignedSeries& series) {

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "field/beforemotion.h"
 #include "field/corrector.h"
 #include "field/rigidalignment.h"
 
@@ -42,10 +43,6 @@ struct UnalignedSeries {
 
 /// "moved", "not moved", "refused" or "not possible".
 std::string nameOf(AlignmentRecord::Outcome outcome);
-
-/// Where the voxels of a grid lie in the head's place before a motion about `centreMm`: what an
-/// image taken after the motion shows there.
-Grid beforeMotion(const Grid& grid, const RigidMotion& motion, glm::dvec3 centreMm);
 
 /// Finds how the head moved from its place in the aligner's reference, at which the field is known,
 /// to that in the series. The series is corrected by the field where the head is thought to be and

@@ -14,6 +14,7 @@
 #include "pair/estimateframe.h"
 #include "pair/foreground.h"
 #include "pair/pairmask.h"
+#include "pair/readoutratio.h"
 
 namespace mirel {
 
@@ -41,7 +42,8 @@ MassPreservingResult massPreserving(const PairInput& pair, const EstimateFrame& 
   options.estimateMotion = settings.motion;
   options.uncertainty = settings.uncertainty;
   if (pair.mask) options.weights = frame.turned(pair.mask->weights);
-  options.start = frame.turned(pair.start);
+  if (pair.start.size() > 0)
+    options.start = frame.turned(toHalfWay(pair.start, partOfSecond(pair), pair.axis()));
   options.startIsPrior = pair.startIsPrior;
   // The coarse resolutions come a second time when motion is looked for.
   double done = 0.0;
@@ -204,12 +206,13 @@ void check(const PairInput& pair, Modulation modulation, const Volume<float>& he
            PairEstimate& estimate, Progress& progress) {
   const int axis = pair.axis();
   const Volume<float>&first = pair.a.image, &second = pair.b.image;
-  const Volume<float> opposite = estimate.shift * -1.0f;
+  const Volume<float> opposite = estimate.shift * -1.0f,
+                      ofSecond = mapOfSecond(pair, estimate.shift);
   const Volume<float> modulatedA = correctVolume(first, estimate.shift, axis, Modulation::on);
-  const Volume<float> modulatedB = correctVolume(second, opposite, axis, Modulation::on);
+  const Volume<float> modulatedB = correctVolume(second, ofSecond, axis, Modulation::on);
   const bool on = modulation == Modulation::on;
   estimate.correctedA = on ? modulatedA : correctVolume(first, estimate.shift, axis, modulation);
-  estimate.correctedB = on ? modulatedB : correctVolume(second, opposite, axis, modulation);
+  estimate.correctedB = on ? modulatedB : correctVolume(second, ofSecond, axis, modulation);
 
   progress.at(Stage::checking, 0.0);
   PairAgreement& agreement = estimate.agreement;
@@ -253,13 +256,13 @@ void correctWithSpikes(const PairInput& pair, Modulation modulation, PairEstimat
   if (!pair.a.spikes.empty())
     estimate.correctedA = through(pair.a, estimate.backgroundA, estimate.shift);
   if (!pair.b.spikes.empty() && !estimate.motion)
-    estimate.correctedB = through(pair.b, estimate.backgroundB, estimate.shift * -1.0f);
+    estimate.correctedB = through(pair.b, estimate.backgroundB, mapOfSecond(pair, estimate.shift));
   estimate.meanWithoutSpikes = std::move(estimate.mean);
   estimate.mean = meanOf(estimate.correctedA, estimate.correctedB);
 }
 
 PairEstimate estimateFrom(const PairInput& input, const EstimateSettings& settings,
-                          Progress& progress) {
+                          const ChangeMap& change, Progress& progress) {
   PairEstimate estimate;
   estimate.estimator = settings.estimator;
   std::optional<PairInput> changed = withoutBackground(input, estimate);
@@ -276,7 +279,11 @@ PairEstimate estimateFrom(const PairInput& input, const EstimateSettings& settin
   progress.at(Stage::estimating, 0.0);
   Found found = estimateMap(pair, settings, estimate, progress);
   progress.at(Stage::estimating, 1.0);
-  estimate.shift = std::move(found.shift);
+  const double part = partOfSecond(pair);
+  estimate.shift = fromHalfWay(found.shift, found.shift, part, pair.axis());
+  if (estimate.deviation)
+    estimate.deviation = fromHalfWay(*estimate.deviation, found.shift, part, pair.axis());
+  if (change) change(estimate.shift, *estimate.deviation);
   if (pair.start.size() > 0)
     estimate.withStart = agreementWithStart(estimate.shift, pair.start, head);
   // From here on the head has not moved.
@@ -304,8 +311,16 @@ std::string nameOf(Estimator estimator) {
 
 PairEstimate estimatePairMap(const PairInput& input, const EstimateSettings& settings,
                              Progress& progress) {
+  return estimatePairMap(input, settings, progress, {});
+}
+
+PairEstimate estimatePairMap(const PairInput& input, const EstimateSettings& settings,
+                             Progress& progress, const ChangeMap& change) {
   const std::optional<PairInput> clean = pairWithoutSpikes(input);
-  PairEstimate estimate = estimateFrom(clean ? *clean : input, settings, progress);
+  EstimateSettings used = settings;
+  if (change) used.uncertainty = true;
+  PairEstimate estimate = estimateFrom(clean ? *clean : input, used, change, progress);
+  if (!settings.uncertainty) estimate.deviation.reset();
   if (clean) correctWithSpikes(input, settings.usedModulation(), estimate);
   return estimate;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -94,6 +95,10 @@ struct PairEstimate : PairFindings {
   }
 };
 
+/// What else is known of a pair's map: changes the estimated map in voxels, and its standard
+/// deviation, before the images are corrected by it.
+using ChangeMap = std::function<void(Volume<float>& shift, Volume<float>& deviation)>;
+
 /// Estimates the map of a pair and corrects both images.
 ///
 /// By the search the map is that of the estimate task for the projects that A and B become, bit for
@@ -116,5 +121,9 @@ struct PairEstimate : PairFindings {
 ///           everywhere); what `progress` throws.
 PairEstimate estimatePairMap(const PairInput& pair, const EstimateSettings& settings,
                              Progress& progress);
+
+/// The same with a change of the map, for which the mass-preserving estimate finds the deviation.
+PairEstimate estimatePairMap(const PairInput& pair, const EstimateSettings& settings,
+                             Progress& progress, const ChangeMap& change);
 
 }  // namespace mirel

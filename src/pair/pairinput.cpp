@@ -6,6 +6,7 @@
 
 #include "base/dimensions.h"
 #include "base/error.h"
+#include "base/joined.h"
 #include "base/numbertext.h"
 #include "base/outputfile.h"
 #include "base/samefile.h"
@@ -14,6 +15,8 @@
 #include "field/grid.h"
 #include "nifti/image.h"
 #include "nifti/orientation.h"
+#include "pair/joinedinput.h"
+#include "pair/readoutratio.h"
 #include "pair/weighting.h"
 
 namespace mirel {
@@ -21,7 +24,6 @@ namespace mirel {
 namespace {
 
 constexpr int fewestVoxels = 4;
-constexpr double readoutTolerance = 0.01;  // of the readout time
 
 Volume<float> readImage(nifti::Reader& reader, const ImageOptions& options) {
   const int volumes = reader.header().volumes;
@@ -74,7 +76,10 @@ InputImage readInput(const ImageOptions& options) {
   input.stamp = FileStamp(options.file);
   nifti::Reader reader(options.file);
   input.header = reader.header();
-  input.image = readImage(reader, options);
+  if (options.isJoined())
+    readJoined(reader, input);
+  else
+    input.image = readImage(reader, options);
   checkImage(input.image, input.title());
   input.spikes = findSpikes(input.image);
   return input;
@@ -182,12 +187,9 @@ void settleCommonReadout(PairInput& pair) {
                                  " s (" + nameOf(a.source) + "), " + pair.b.title() + " one of " +
                                  text(b.seconds) + " s (" + nameOf(b.source) + ")";
   if (std::abs(a.seconds - b.seconds) > readoutTolerance * std::max(a.seconds, b.seconds)) {
-    // With displacements T1 f and -T2 f the estimate finds (T1 + T2) / 2 f, half-way.
-    const double part = std::abs(a.seconds - b.seconds) / (a.seconds + b.seconds);
-    pair.warnings.push_back(difference +
-                            ": the estimate takes both to be equal, their mean counts, and the "
-                            "corrected images stay displaced by " +
-                            text("%.2g", 100 * part) + " % of the displacement found");
+    pair.readoutSeconds = a.seconds;
+    pair.warnings.push_back(difference + ": each is taken to be displaced by its own");
+    return;
   }
   pair.readoutSeconds = a.seconds == b.seconds ? a.seconds : 0.5 * (a.seconds + b.seconds);
 }
@@ -230,16 +232,32 @@ void settleReadout(PairInput& pair) {
 
 std::string ImageDescription::title() const {
   if (header.volumes <= 1) return options.file;
+  if (options.choice.isMade()) {
+    const std::vector<int> taken = volumesTaken();
+    return std::string(taken.size() == 1 ? "volume " : "volumes ") + rangesOf(taken) + " of " +
+           options.file;
+  }
   if (options.meanOfFirst > 1)
     return "the mean of " + std::to_string(options.meanOfFirst) + " volumes of " + options.file;
   return "volume " + std::to_string(options.volume) + " of " + options.file;
+}
+
+std::vector<int> ImageDescription::volumesTaken() const {
+  std::vector<int> taken;
+  if (joined && options.choice.isMade()) {
+    for (const JoinedPart& part : joined->parts)
+      if (part.file == options.file) taken.push_back(part.volume);
+    return taken;
+  }
+  for (int n = 0; n < std::max(options.meanOfFirst, 1); ++n) taken.push_back(options.volume + n);
+  return taken;
 }
 
 PairInput readPair(const ImageOptions& a, const ImageOptions& b) {
   PairInput pair;
   pair.a = readInput(a);
   pair.b = readInput(b);
-  if (sameFile(a.file, b.file) && a.volume == b.volume)
+  if (sameFile(a.file, b.file) && takeSameVolume(pair.a, pair.b))
     throw Error("both images of the pair are " + pair.a.title(), {Advice::Kind::chooseVolumes});
   checkSameGrid(pair.a, pair.b);
   readAcquisition(pair.a, Advice::Of::first);
@@ -247,6 +265,7 @@ PairInput readPair(const ImageOptions& a, const ImageOptions& b) {
   settleDirections(pair);
   settleReadout(pair);
   for (const InputImage* image : {&pair.a, &pair.b}) {
+    tellOfJoining(*image, pair);
     warnOfSpikes(*image, pair);
     checkWeighting(*image, pair);
   }

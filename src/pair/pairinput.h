@@ -1,9 +1,12 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "average/joinvolumes.h"
+#include "average/volumechoice.h"
 #include "base/advice.h"
 #include "bids/acquisition.h"
 #include "containers/volume.h"
@@ -17,7 +20,13 @@ struct ImageOptions {
   std::string file;
   int volume = 0;       ///< counted from 0
   int meanOfFirst = 0;  ///< above 0: the mean of so many volumes, from `volume` on
-  bids::GivenAcquisition given;
+  /// In place of both: several volumes, joined to one image (joinVolumes).
+  VolumeChoice choice = {};
+  /// Further images of the same direction and readout time that are joined with it.
+  std::vector<std::string> more = {};
+  bids::GivenAcquisition given = {};
+
+  bool isJoined() const { return choice.isMade() || !more.empty(); }
 };
 
 /// What is known about an image without its voxels.
@@ -25,11 +34,16 @@ struct ImageDescription {
   ImageOptions options;
   nifti::Header header;
   bids::Acquisition acquisition;
-  Spikes spikes;    ///< voxels that the estimate leaves out
-  FileStamp stamp;  ///< of the file before it was read
+  /// What became of the volumes that were joined, without the image.
+  std::optional<JoinedVolumes> joined;
+  std::vector<FileStamp> moreStamps;  ///< of options.more
+  Spikes spikes;                      ///< voxels that the estimate leaves out
+  FileStamp stamp;                    ///< of the file before it was read
 
   /// What messages call it: the file, with the volume if it has several.
   std::string title() const;
+  /// The volumes of the file that it was made of, ascending.
+  std::vector<int> volumesTaken() const;
   /// Of an image whose direction is settled.
   bids::PhaseEncodingDirection direction() const { return acquisition.direction->value; }
 };
@@ -55,6 +69,8 @@ struct PairInput {
   Volume<float> start;
   /// It is the mean of the estimate's prior, too.
   bool startIsPrior = false;
+  /// A pair of the same head along another axis, whose field counts beside that of the pair.
+  std::shared_ptr<const PairInput> across;
   /// The readout time that both have; nothing when it is not known: then there are no Hz.
   std::optional<double> readoutSeconds;
   /// What had to be assumed, and what is suspicious.

@@ -38,8 +38,9 @@ void checkWeighting(const ImageDescription& image, PairInput& pair) {
                             " is diffusion-weighted is not known");
     return;
   }
-  const auto first = bValues.begin() + image.options.volume;
-  const float greatest = *std::max_element(first, first + std::max(image.options.meanOfFirst, 1));
+  float greatest = 0;
+  for (const int n : image.volumesTaken())
+    greatest = std::max(greatest, bValues[static_cast<std::size_t>(n)]);
   if (greatest <= nifti::greatestUnweighted) return;
   pair.notes.emplace_back(image.title() + " is diffusion-weighted: it has a b-value of " +
                               text(static_cast<double>(greatest)) + " s/mm2 (" + bvalFile +

@@ -60,6 +60,8 @@ Json inputPart(const std::string& role, const Json& input) {
   Json rows = Json::array();
   addAs("Volume", input, "Volume", rows);
   addAs("Mean of volumes", input, "MeanOfVolumes", rows);
+  addAs("Joined volumes", input, "JoinedVolumes", rows);
+  addAs("In the place of", input, "Reference", rows);
   if (const Json* direction = input.find("PhaseEncodingDirection")) {
     const Json* source = input.find("PhaseEncodingDirectionSource");
     rows.push_back(row("Phase encoding",

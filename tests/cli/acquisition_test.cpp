@@ -118,9 +118,9 @@ TEST_P(Acquisition, OptionsComeBeforeSidecars) {
   EXPECT_EQ(named["b"]["readout"]["file"], file("another.json"));
 }
 
-TEST_P(Acquisition, TheFieldTakesTheMeanOfTwoReadoutTimes) {
+TEST_P(Acquisition, TheFieldTakesTheMeanOfReadoutTimesThatAgree) {
   correct(axis(), {"--fast", "--readout", "0.05"}, "equal");
-  correct(axis(), {"--fast", "--readout", "0.04", "--readout-b", "0.06"}, "mean");
+  correct(axis(), {"--fast", "--readout", "0.0499", "--readout-b", "0.0501"}, "mean");
   const std::string name = "/sub-phantom_desc-preproc_fieldmap.nii.gz";
   EXPECT_TRUE(valuesOf(file("equal" + name)) == valuesOf(file("mean" + name)));
 }

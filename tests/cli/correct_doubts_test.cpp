@@ -149,7 +149,7 @@ TEST_F(Doubts, ReadoutTimesThatDifferOrAreEstimates) {
                     "--readout-b", "0.05"}),
               AllOf(HasSubstr("Warning: " + ap('i') + " has a readout time of 0.04 s (option), " +
                               pa('i') + " one of 0.05 s (option)"),
-                    HasSubstr("their mean counts")));
+                    HasSubstr("each is taken to be displaced by its own")));
   const std::string a = copied(ap('i'), "a.nii.gz");
   write("a.json", R"({"PhaseEncodingDirection": "i-", "EstimatedTotalReadoutTime": 0.04})");
   EXPECT_THAT(said({"correct", a, pa('i'), "--fast"}),
