@@ -1,5 +1,6 @@
 #include "nifti/image.h"
 
+#include <fcntl.h>
 #include <zlib.h>
 
 #include <algorithm>
@@ -27,6 +28,9 @@ constexpr unsigned largestDenseVolume = 1U << 28U;
 
 /// Samples that are converted at a time: 64 K of them stay in the second-level cache.
 constexpr std::size_t blockSamples = 1 << 16;
+
+/// So much of a long series is written to the disk while the rest is made, not all at the end.
+constexpr std::size_t writebackBytes = 8 << 20;
 
 std::size_t voxelsOf(const Header& h) {
   return static_cast<std::size_t>(h.dims.x) * static_cast<std::size_t>(h.dims.y) *
@@ -230,6 +234,16 @@ void Writer::append(const unsigned char* bytes, std::size_t count) {
   if (std::fwrite(bytes, 1, count, file.get()) != count) fail(errno);
 }
 
+void Writer::startWriteback(std::size_t newBytes) {
+  unsynchronised += newBytes;
+  if (unsynchronised < writebackBytes) return;
+  unsynchronised = 0;
+#ifdef SYNC_FILE_RANGE_WRITE
+  // Only begun, not waited for; what fails is found by fsync.
+  sync_file_range(fileno(file.get()), 0, 0, SYNC_FILE_RANGE_WRITE);
+#endif
+}
+
 void Writer::append(const EncodedVolume& part) {
   append(part.bytes.data(), part.bytes.size());
   checksum = crc32_combine(checksum, part.checksum, static_cast<z_off_t>(part.plainBytes));
@@ -259,6 +273,7 @@ void Writer::write(const EncodedVolume& volume) {
     throw std::logic_error(out.target() + ": a volume that the header does not announce");
   append(volume);
   written++;
+  startWriteback(volume.bytes.size());
 }
 
 void Writer::write(const Volume<float>& volume) {

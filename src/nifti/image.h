@@ -101,6 +101,7 @@ class Writer {
   };
   void append(const unsigned char* bytes, std::size_t count);
   void append(const EncodedVolume& part);
+  void startWriteback(std::size_t newBytes);
   [[noreturn]] void fail(int systemError);
 
   OutFile out;
@@ -109,6 +110,7 @@ class Writer {
   std::unique_ptr<std::FILE, Close> file;
   std::int64_t written = 0;
   std::size_t plainBytes = 0;
+  std::size_t unsynchronised = 0;  // bytes since the system was told to write
   unsigned long checksum = 0;
   EncodedVolume own;
 };
