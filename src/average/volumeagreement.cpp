@@ -94,7 +94,7 @@ double weightAt(double excess, double chance) {
 // expectation.
 double largestByChance(const Volume<float>& middle, int slice) {
   const auto head = static_cast<float>(meanOf(middle));
-  const float* first = middle.data() + slice * sliceSize(middle);
+  const float* first = &middle.at(0, 0, slice);
   const auto inHead = static_cast<std::size_t>(
       std::count_if(first, first + sliceSize(middle), [&](float v) { return v > head; }));
   const std::size_t count =

@@ -31,9 +31,9 @@ std::vector<double> numbersBehind(const std::vector<std::string>& words,
 
 glm::dmat4 matrixOf(const std::vector<double>& rotation, glm::dvec3 offset) {
   glm::dmat4 m(1.0);
+  auto number = rotation.begin();
   for (int row = 0; row < 3; ++row)
-    for (int column = 0; column < 3; ++column)
-      m[column][row] = rotation[static_cast<std::size_t>(3 * row + column)];
+    for (int column = 0; column < 3; ++column) m[column][row] = *number++;
   m[3] = glm::dvec4(offset, 1.0);
   return m;
 }

@@ -14,8 +14,8 @@ constexpr double steepness = 4;
 // Each of n runs of `length` values, and its neighbours, in place.
 void averageRuns(float* values, int n, int length, std::vector<float>& before) {
   before.assign(static_cast<std::size_t>(length), 0.0F);
-  for (int k = 0; k < n; ++k) {
-    float* here = values + k * length;
+  float* here = values;
+  for (int k = 0; k < n; ++k, here += length) {
     const bool last = k + 1 == n;
     const float part = 1.0F / static_cast<float>(k == 0 || last ? 2 : 3);
     for (int i = 0; i < length; ++i) {

@@ -72,7 +72,7 @@ class Residuals {
 
   // `expected` is K x / v. Returns the squares, in noise's variances.
   const Eigen::VectorXf& add(const Eigen::VectorXf& acquired, const Eigen::VectorXf& expected) {
-    squares.resize(2 * n);
+    squares.resize(acquired.size());
     for (int i = 0; i < 2 * n; ++i) {
       const double value = static_cast<double>(acquired[i]);
       const double variance = i < n ? weights.firstVariance : weights.secondVariance;
