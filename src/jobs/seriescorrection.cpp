@@ -141,6 +141,36 @@ double backgroundOf(const SeriesInput& input) {
   return addedBackground(withoutSpikes(nifti::Reader(input.file).readVolume(0)));
 }
 
+AlignmentRecord alignToReference(const SeriesInput& input, const SeriesOptions& how,
+                                 const Distortion& distortion, const Reference& reference,
+                                 const RigidAligner& aligner) {
+  UnalignedSeries series;
+  series.mean = withoutSpikes(meanToAlign(input)) - static_cast<float>(how.background);
+  series.grid = gridOf(input.header);
+  series.name = input.file;
+  series.axis = how.axis;
+  series.modulation = how.modulation;
+  series.shiftOn = [&](const Grid& grid) { return shiftOn(grid, input, distortion); };
+  AlignmentRecord found = alignSeries(aligner, series);
+  if (!found.moved()) return found;
+  // With the wrong sign the head seems to be where it is not. Where the headers put it the sign
+  // that is given agrees better then only if it is the right one, or the motion is large.
+  const auto through = [&](const Volume<float>& map) {
+    return correctVolume(series.mean, map, how.axis, how.modulation);
+  };
+  const Volume<float> unmoved = series.shiftOn(series.grid);
+  if (compareSigns(through(unmoved), through(-unmoved), series.grid.affine, reference.image)
+          .verdict == SignCheck::Verdict::right)
+    return found;
+  series.shiftOn = [&](const Grid& grid) { return -shiftOn(grid, input, distortion); };
+  const AlignmentRecord opposite = alignSeries(aligner, series);
+  if (opposite.fit.nmi > found.fit.nmi) {
+    found.outcome = AlignmentRecord::Outcome::refused;
+    found.reason = "with the opposite sign of the field the images agree better";
+  }
+  return found;
+}
+
 void checkSigns(const SeriesInput& input, const Volume<float>& meanBefore,
                 const Volume<float>& shift, const Grid& place, Modulation modulation,
                 const Reference& reference, SeriesRecord& record, std::vector<Remark>& notes) {
@@ -233,7 +263,11 @@ void SeriesCorrection::correctOne(const Planned& one, const Context& context) {
   ChecksumBeside checksum(input.stamp, settings.threads);
   const SeriesOptions how = optionsFor(input);
   std::optional<AlignmentRecord> alignment;
-  if (context.aligner) alignment = align(input, how, context);
+  if (context.aligner) {
+    context.progress.at(Stage::correcting, 0.0, fs::path(input.file).filename().string());
+    alignment =
+        alignToReference(input, how, context.distortion, *context.reference, *context.aligner);
+  }
   Grid place = gridOf(input.header);  // of the head where the field is known
   if (alignment && alignment->moved())
     place = beforeMotion(place, alignment->fit.motion, alignment->centreMm);
@@ -267,37 +301,6 @@ void SeriesCorrection::correctOne(const Planned& one, const Context& context) {
   std::vector<Remark>& warnings = context.run.warnings;
   warnings.insert(warnings.end(), record.warnings.begin(), record.warnings.end());
   context.run.series.push_back(std::move(record));
-}
-
-AlignmentRecord SeriesCorrection::align(const SeriesInput& input, const SeriesOptions& how,
-                                        const Context& context) const {
-  context.progress.at(Stage::correcting, 0.0, fs::path(input.file).filename().string());
-  UnalignedSeries series;
-  series.mean = withoutSpikes(meanToAlign(input)) - static_cast<float>(how.background);
-  series.grid = gridOf(input.header);
-  series.name = input.file;
-  series.axis = how.axis;
-  series.modulation = how.modulation;
-  series.shiftOn = [&](const Grid& grid) { return shiftOn(grid, input, context.distortion); };
-  AlignmentRecord found = alignSeries(*context.aligner, series);
-  if (!found.moved()) return found;
-  // With the wrong sign the head seems to be where it is not. Where the headers put it the sign
-  // that is given agrees better then only if it is the right one, or the motion is large.
-  const auto through = [&](const Volume<float>& map) {
-    return correctVolume(series.mean, map, how.axis, how.modulation);
-  };
-  const Volume<float> unmoved = series.shiftOn(series.grid);
-  if (compareSigns(through(unmoved), through(-unmoved), series.grid.affine,
-                   context.reference->image)
-          .verdict == SignCheck::Verdict::right)
-    return found;
-  series.shiftOn = [&](const Grid& grid) { return -shiftOn(grid, input, context.distortion); };
-  const AlignmentRecord opposite = alignSeries(*context.aligner, series);
-  if (opposite.fit.nmi > found.fit.nmi) {
-    found.outcome = AlignmentRecord::Outcome::refused;
-    found.reason = "with the opposite sign of the field the images agree better";
-  }
-  return found;
 }
 
 SeriesOptions SeriesCorrection::optionsFor(const SeriesInput& input) const {

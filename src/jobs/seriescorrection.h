@@ -42,6 +42,12 @@ struct Reference {
 /// before it moved).
 Volume<float> shiftOn(const Grid& grid, const SeriesInput& input, const Distortion& distortion);
 
+/// Where the head is in a series beside the reference (alignSeries), by the mean of its volumes
+/// without gradients. A motion that the field's opposite sign would explain better is refused.
+AlignmentRecord alignToReference(const SeriesInput& input, const SeriesOptions& how,
+                                 const Distortion& distortion, const Reference& reference,
+                                 const RigidAligner& aligner);
+
 /// The intensity that was added to all voxels of a series, by its first volume (addedBackground).
 double backgroundOf(const SeriesInput& input);
 
@@ -94,8 +100,6 @@ class SeriesCorrection {
 
   void correctOne(const Planned& one, const Context& context);
   SeriesOptions optionsFor(const SeriesInput& input) const;
-  AlignmentRecord align(const SeriesInput& input, const SeriesOptions& how,
-                        const Context& context) const;
   SeriesReport resample(const Planned& one, const Volume<float>& shift, SeriesOptions how,
                         const Context& context);
   void writeRest(const Planned& one, const Json& origin, const Context& context);
