@@ -312,7 +312,8 @@ void addCorrectCommand(Command& app, Program& program) {
   command->add_flag("--no-align", options->noAlign,
                     "Take the head to be in every RUN where it was in the pair, by the headers\n"
                     "(default: look for its motion between the pair and RUN, and carry the field\n"
-                    "along where it moved by 1/16 of a voxel or more, and not by chance)");
+                    "along where it moved by 1/16 of a voxel or more, and not by chance; of\n"
+                    "series that --restore joins the motion is only warned of)");
   command->add_flag("--float", options->job.seriesSettings.floatOutput,
                     "Write every RUN as 32-bit floats (default: its own data type and scaling,\n"
                     "rounded)");

@@ -51,6 +51,21 @@ std::vector<int> volumesOf(const JoinPlan& plan, bool weighted) {
   return volumes;
 }
 
+// Joining leaves the field where the reference has its head.
+void doubtMotion(const SeriesInput& input, const SeriesToJoin& joined, const Distortion& distortion,
+                 const Reference& reference, const RigidAligner& aligner, SeriesRecord& record) {
+  SeriesOptions how;
+  how.axis = input.acquisition.direction->value.axis;
+  how.modulation = Modulation::on;
+  how.background = joined.background;
+  const AlignmentRecord found = alignToReference(input, how, distortion, reference, aligner);
+  if (found.moved())
+    record.warnings.emplace_back("the head moved by " + text("%.2g", found.displacementMm) +
+                                 " mm between " + reference.image.name + " and " + input.file +
+                                 ": joining does not carry the field along, as correcting the "
+                                 "series alone does");
+}
+
 // What is left by the noise depends on the signal: volumes of one kind are held against each other.
 void doubtResiduals(const JoinPlan& plan, const std::vector<double>& residuals,
                     SeriesRecord& record) {
@@ -140,6 +155,11 @@ void SeriesJoining::run(const Distortion& distortion, const std::optional<Refere
                Modulation::on, *reference, record, run.notes);
     checkSigns(plan.second, joined.meanOfSecond, second.shift, gridOf(plan.second.header),
                Modulation::on, *reference, partner, run.notes);
+  }
+  if (reference && settings.align && distortion.isField()) {
+    const RigidAligner aligner(reference->image);
+    doubtMotion(plan.first, first, distortion, *reference, aligner, record);
+    doubtMotion(plan.second, second, distortion, *reference, aligner, partner);
   }
   record.joining = {joined.weights, joined.residuals, joined.contradicted};
   for (const auto* more : {&partner.warnings, &plan.warnings})

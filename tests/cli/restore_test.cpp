@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -88,6 +89,28 @@ TEST_F(Restore, IsCloserToTheTruthThanTheMeanOfBoth) {
   EXPECT_LT(rmsInBrain(volume("sub-1_desc-restored_dwi.nii.gz", 0), truth), ofMean);
   for (const auto& [t, factor] : {std::pair{1, 0.5f}, {2, 0.4f}})
     EXPECT_LT(rmsInBrain(volume("sub-1_desc-restored_dwi.nii.gz", t) / factor, truth), ofMean) << t;
+}
+
+// The field stays where the pair has its head.
+TEST_F(Restore, DoubtsAHeadThatMovedSinceThePair) {
+  EXPECT_THAT(restore({}, "still").err, Not(HasSubstr("the head moved")));
+  for (const std::string& series : {first, second}) {
+    nifti::Reader reader(series);
+    const nifti::Header header = reader.header();
+    std::vector<Volume<float>> volumes;
+    for (int t = 0; t < header.volumes; ++t) volumes.push_back(reader.readVolume(t));
+    nifti::Writer writer(series, header);
+    for (Volume<float>& volume : volumes) {
+      std::move_backward(volume.data(), volume.data() + volume.size() - 2,
+                         volume.data() + volume.size());  // two voxels along x
+      writer.write(volume);
+    }
+    writer.finish();
+  }
+  EXPECT_THAT(restore({}, "moved").err,
+              AllOf(HasSubstr("the head moved by "), HasSubstr(" mm between "),
+                    HasSubstr("joining does not carry the field along")));
+  EXPECT_THAT(restore({"--no-align"}, "unasked").err, Not(HasSubstr("the head moved")));
 }
 
 TEST_F(Restore, GivesEqualBytesInAnyNumberOfThreads) {
