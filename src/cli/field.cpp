@@ -206,8 +206,8 @@ MeasuredOptions addMeasuredOptions(Command* command, Options& options) {
       command
           ->add_option(
               "--echo-times", options.echoTimes,
-              "Of the phase: the echo times in s (default: EchoTime1 and EchoTime2 of its\n"
-              "sidecar, EchoTime of each phase)")
+              "Of the phase or the parts: the echo times in s, one per echo (default: EchoTime1\n"
+              "and EchoTime2 of its sidecar, EchoTime of each phase or real part)")
           ->type_name("S")
           ->expected(2, mostEchoes),
       command

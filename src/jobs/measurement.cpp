@@ -129,6 +129,11 @@ std::vector<PhaseFile> readParts(const MeasureFieldOptions& options, Volume<floa
                 std::to_string(reals.size()) + " real ones");
   if (reals.size() < 2)
     throw Error(reals.front(), "is of one echo; a field takes the parts of two or more");
+  for (const std::vector<std::string>* files : {&reals, &given})
+    for (std::size_t n = 1; n < files->size(); ++n)
+      if (std::find(files->begin(), files->begin() + static_cast<std::ptrdiff_t>(n), (*files)[n]) !=
+          files->begin() + static_cast<std::ptrdiff_t>(n))
+        throw Error((*files)[n], "is given for two echoes");
   std::vector<PhaseFile> phases;
   for (std::size_t n = 0; n < reals.size(); ++n) {
     ComplexParts parts =

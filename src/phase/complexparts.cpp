@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "base/error.h"
+#include "base/numbertext.h"
 #include "bids/inheritance.h"
 #include "bids/name.h"
 #include "field/grid.h"
@@ -17,6 +18,8 @@
 namespace mirel {
 
 namespace {
+
+constexpr double sameEchoSeconds = 1e-5;
 
 struct Part {
   std::string_view entity;              // its label in names of BIDS
@@ -75,6 +78,24 @@ ReadPart readPart(const std::string& file, const Part& wanted) {
   return part;
 }
 
+// By the names, and by the sidecars.
+void refuseOtherEcho(const std::string& realFile, const std::optional<bids::Sidecar>& real,
+                     const std::string& imaginaryFile,
+                     const std::optional<bids::Sidecar>& imaginary) {
+  const std::string one = bids::Name::of(realFile).entity("echo"),
+                    other = bids::Name::of(imaginaryFile).entity("echo");
+  if (!one.empty() && !other.empty() && one != other)
+    throw Error(imaginaryFile, "is of echo " + other + " by its name, and " + realFile +
+                                   ", whose imaginary part it would be, of echo " + one);
+  const auto timeOf = [](const std::optional<bids::Sidecar>& sidecar) {
+    return sidecar ? sidecar->json().numberOf("EchoTime") : std::nullopt;
+  };
+  const std::optional<double> time = timeOf(real), otherTime = timeOf(imaginary);
+  if (time && otherTime && std::fabs(*time - *otherTime) > sameEchoSeconds)
+    throw Error(imaginaryFile, "has the EchoTime " + text(*otherTime) + ", and " + realFile +
+                                   ", whose imaginary part it would be, " + text(*time));
+}
+
 }  // namespace
 
 std::string ComplexParts::note() const {
@@ -106,6 +127,7 @@ ComplexParts readComplexParts(const std::string& realFile, const std::string& im
   both.imaginaryStamp = FileStamp(imaginaryFile);
   ReadPart real = readPart(realFile, parts()[0]);
   const ReadPart imaginary = readPart(imaginaryFile, parts()[1]);
+  refuseOtherEcho(realFile, real.sidecar, imaginaryFile, imaginary.sidecar);
   if (!coincide(gridOf(imaginary.header), gridOf(real.header)))
     throw Error(imaginaryFile, "has another grid than " + realFile);
   if (std::equal(real.values.data(), real.values.data() + real.values.size(),

@@ -25,7 +25,8 @@ std::string imaginaryBeside(const std::string& realFile);
 ///
 /// Errors  Error: those of nifti::Reader and findSidecar; several volumes; an orientation that is
 ///         singular; other grids; another part by its name or the ImageType of its sidecar; no
-///         values on one side of 0, as in parts that are stored with an offset; twice the same.
+///         values on one side of 0, as in parts that are stored with an offset; twice the same;
+///         other echoes by their names (echo-1) or by EchoTime of their sidecars.
 ComplexParts readComplexParts(const std::string& realFile, const std::string& imaginaryFile);
 
 }  // namespace mirel

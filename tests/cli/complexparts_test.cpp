@@ -76,7 +76,8 @@ TEST_F(ComplexPartsCommand, OfOtherNamesAreGiven) {
 }
 
 TEST_F(ComplexPartsCommand, WhatIsNoPairOfPartsIsRefused) {
-  const std::string one = echo(1, 0.005), two = echo(2, 0.012), imaginary = file(nameOf(1, "imag"));
+  const std::string one = echo(1, 0.005), two = echo(2, 0.012), imaginary = file(nameOf(1, "imag")),
+                    other = file(nameOf(2, "imag"));
   EXPECT_THAT(refusal(make({"--from-real", one})), HasSubstr("is of one echo"));
   EXPECT_THAT(refusal(make({"--from-real", one, imaginary})),
               HasSubstr(imaginary + " is no real part by its name"));
@@ -85,14 +86,22 @@ TEST_F(ComplexPartsCommand, WhatIsNoPairOfPartsIsRefused) {
   EXPECT_THAT(refusal(make({"--from-real", one, two, "--imaginary", imaginary})),
               HasSubstr("1 imaginary parts are given for 2 real ones"));
   const std::string head = bare(truth("undistorted_epi.nii.gz"), "head.nii.gz");
-  EXPECT_THAT(refusal(make({"--from-real", one, head, "--imaginary", imaginary, imaginary})),
+  EXPECT_THAT(refusal(make({"--from-real", one, head, "--imaginary", imaginary, other})),
               HasSubstr("head.nii.gz has no values below 0"));
   const std::string copy = bare(imaginary, "copy.nii.gz");
-  EXPECT_THAT(refusal(make({"--from-real", copy, two, "--imaginary", imaginary, imaginary})),
+  EXPECT_THAT(refusal(make({"--from-real", copy, two, "--imaginary", imaginary, other})),
               HasSubstr("holds the same values as " + copy));
   sidecar("copy.json", {{"ImageType", {"ORIGINAL", "IMAGINARY"}}});
-  EXPECT_THAT(refusal(make({"--from-real", copy, two, "--imaginary", imaginary, imaginary})),
+  EXPECT_THAT(refusal(make({"--from-real", copy, two, "--imaginary", imaginary, other})),
               HasSubstr("by the ImageType in " + file("copy.json")));
+  EXPECT_THAT(refusal(make({"--from-real", one, two, "--imaginary", other, imaginary})),
+              HasSubstr(other + " is of echo 2 by its name"));
+  const std::string unnamed = bare(other, "unnamed.nii.gz");
+  sidecar("unnamed.json", {{"EchoTime", 0.012}});
+  EXPECT_THAT(refusal(make({"--from-real", one, two, "--imaginary", unnamed, other})),
+              HasSubstr("unnamed.nii.gz has the EchoTime 0.012"));
+  EXPECT_THAT(refusal(make({"--from-real", one, two, "--imaginary", imaginary, imaginary})),
+              HasSubstr("is given for two echoes"));
   std::filesystem::remove(imaginary);
   EXPECT_THAT(refusal(make({"--from-real", one, two})),
               HasSubstr("has no imaginary part (sub-1_echo-1_part-imag_MEGRE) beside it"));
