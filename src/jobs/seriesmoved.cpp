@@ -20,6 +20,8 @@ namespace {
 constexpr double largestPartOutside = 0.01;
 // Less is not worth a word where images cannot tell.
 constexpr double worthANoteMm = 0.5;
+// Between runs of a session heads rarely move so far.
+constexpr double doubtfulMm = 5;
 
 double displacementOf(const SeriesInput& input, int volume) {
   return displacementMm(input.motion->fromReference[static_cast<std::size_t>(volume)],
@@ -52,6 +54,17 @@ void tellOfCheck(const SeriesInput& input, const MotionCheck& check, SeriesRecor
   if (check.verdict == Verdict::undecided && check.largestMm >= worthANoteMm)
     notes.push_back("the motion in " + file + " could not be checked: with it, with its opposite " +
                     "and without it the volumes of " + input.file + " agree about as well");
+}
+
+// The volumes among one another do not tell where the reference is.
+void tellOfReference(const SeriesInput& input, SeriesRecord& record) {
+  double least = displacementOf(input, 0);
+  for (int t = 1; t < input.header.volumes; ++t) least = std::min(least, displacementOf(input, t));
+  if (least > doubtfulMm)
+    record.warnings.push_back(
+        input.motion->file + " displaces every volume of " + input.file + " by " +
+        text("%.2g", least) +
+        " mm or more: is the reference of its motion the one that was meant?");
 }
 
 void tellOfOutside(const SeriesInput& input, const Volume<float>& corrected, SeriesRecord& record) {
@@ -116,6 +129,7 @@ void judgeMotion(const SeriesInput& input, const Volume<float>& shift,
       motion.largestMm = mm;
       motion.largestVolume = t;
     }
+  tellOfReference(input, record);
   motion.check = checkMotion({input.file, gridOf(input.header), likeVolumes(input), shift,
                               input.acquisition.direction->value.axis, record.background},
                              *input.motion);

@@ -74,12 +74,21 @@ TEST_F(ApplyMotion, DoubtsWhatTheImagesSpeakAgainst) {
   EXPECT_THAT(other.err, HasSubstr("when left where they are"));
   const ProgramResult right =
       apply({"--motion", folder.write("hmc.txt", motionforms::itkText(motions))});
-  EXPECT_THAT(right.err, HasSubstr("and the images agree with that"));
+  EXPECT_THAT(right.err, HasSubstr("and its volumes agree with one another so"));
   const nlohmann::json sidecar = nlohmann::json::parse(folder.read("r.json"));
   const nlohmann::json& told = sidecar.at("Mirel").at("Series").at("Motion");
   EXPECT_EQ(told.at("Check").at("Verdict"), "right");
   EXPECT_EQ(told.at("ReferenceVolume"), 0);
   EXPECT_NEAR(told.at("LargestDisplacementMm").get<double>(), 7.67, 0.001);
+}
+
+// The volumes among one another cannot tell.
+TEST_F(ApplyMotion, DoubtsAReferenceThatIsFarFromAllVolumes) {
+  folder.write("far.aff12.1D",
+               "1 0 0 12 0 1 0 0 0 0 1 0\n1 0 0 13 0 1 0 0 0 0 1 0\n"
+               "1 0 0 12 0 1 0 1 0 0 1 0\n1 0 0 12 0 1 0 0 0 0 1 1\n");
+  EXPECT_THAT(apply({"--motion", file("far.aff12.1D")}).err,
+              HasSubstr("displaces every volume of " + series() + " by 12 mm or more"));
 }
 
 TEST_F(ApplyMotion, NoMotionLeavesEveryBit) {
