@@ -127,8 +127,9 @@ std::string motionText(const SeriesRecord& series) {
   return series.file + ": the head is brought to its place in " + reference + " by " + told.file +
          " (" + nameOf(told.form) + "), by up to " + text("%.2f", motion.largestMm) +
          " mm (volume " + std::to_string(motion.largestVolume) + ")" +
-         (motion.check.verdict == MotionCheck::Verdict::right ? ", and its volumes agree with one another so"
-                                                              : "") +
+         (motion.check.verdict == MotionCheck::Verdict::right
+              ? ", and its volumes agree with one another so"
+              : "") +
          "\n";
 }
 
