@@ -1,20 +1,12 @@
 #include "average/volumealignment.h"
 
-#include <algorithm>
-#include <cmath>
-
 #include "field/beforemotion.h"
-#include "nifti/orientation.h"
+#include "field/foundmotion.h"
 #include "numerics/splitmix.h"
 
 namespace mirel {
 
 namespace {
-
-// As for series that are corrected.
-constexpr std::size_t fewestSamples = 1000;
-constexpr double leastDisplacementVoxels = 1.0 / 16, leastStandardErrors = 4;
-constexpr double largestStandardErrorMm = 1, farthestMm = 40, leastCovered = 0.3;
 
 // What interpolation from one grid to another leaves of the variance of noise.
 double noiseLeftOf(const Grid& target, const Grid& source, const Volume<float>& covered) {
@@ -33,24 +25,13 @@ double noiseLeftOf(const Grid& target, const Grid& source, const Volume<float>& 
   return count > 0 ? 12 * squares / count : 1.0;
 }
 
-bool isCredible(const AlignmentFit& fit) {
-  const glm::dvec3& t = fit.motion.translationMm;
-  return std::max({std::abs(t.x), std::abs(t.y), std::abs(t.z)}) < farthestMm &&
-         fit.covered >= leastCovered;
-}
-
 // The motion, if it is one.
 void findMotion(const RigidAligner& aligner, const PlacedImage& image, VolumeAlignment& found) {
-  if (aligner.sampleCount() < fewestSamples) return;
+  if (!aligner.canCompare()) return;
   const AlignmentFit fit = aligner.align(image, {}, AlignmentRange::wide);
-  found.displacementMm = aligner.distanceMm(fit.motion, {});
-  const glm::dvec3 edges = nifti::columnLengths(image.affine);
-  if (found.displacementMm < leastDisplacementVoxels * std::max({edges.x, edges.y, edges.z}) ||
-      !isCredible(fit))
-    return;
-  const double error = aligner.standardErrorMm(image, fit.motion);
-  found.moved =
-      error < largestStandardErrorMm && found.displacementMm > leastStandardErrors * error;
+  const FoundMotion judged = judgedMotion(aligner, image, fit);
+  found.displacementMm = judged.displacementMm;
+  found.moved = judged.outcome == FoundMotion::Outcome::moved;
   if (found.moved) found.motion = fit.motion;
 }
 

@@ -14,9 +14,8 @@ struct VolumeAlignment {
 };
 
 /// Looks for motion between a reference and a volume of the same contrast and distortion and undoes
-/// it where it displaces the head by a sixteenth of the longest voxel edge or more, and by 4
-/// standard errors, which are at most 1 mm, by cubic splines. A volume that did not move and lies
-/// on the reference's grid is not interpolated.
+/// it by cubic splines where judgedMotion says that the head moved. A volume that did not move and
+/// lies on the reference's grid is not interpolated.
 ///
 /// @param aligner  of the reference
 /// @param target   its grid

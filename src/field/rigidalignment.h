@@ -38,8 +38,8 @@ class RigidAligner {
 
   glm::dvec3 centreMm() const { return centre; }
 
-  /// Places of the reference that are compared at full resolution.
-  std::size_t sampleCount() const { return levels.back().samples.size(); }
+  /// Whether the reference has enough places to compare, 1000 at full resolution.
+  bool canCompare() const { return levels.back().samples.size() >= 1000; }
 
   /// The motion from the reference to `image`, looked for from `start` on.
   /// Errors  Error, naming the image, for an affine that is singular or not finite.

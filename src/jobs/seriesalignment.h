@@ -48,11 +48,9 @@ std::string nameOf(AlignmentRecord::Outcome outcome);
 /// to that in the series. The series is corrected by the field where the head is thought to be and
 /// aligned, in turn, until the motion changes by less than 0.03 mm.
 ///
-/// Moved        the head was displaced by a sixteenth of the series' longest voxel edge or more,
-///              and by 4 standard errors.
-/// Refused      a translation beyond 40 mm or a rotation beyond 30 degrees; less than 3/10 of the
-///              head in the series; a standard error above 1 mm; no end after 10 rounds.
-/// Not possible with fewer than 1000 places to compare.
+/// Moved        as judgedMotion says.
+/// Refused      as it says, or with no end after 10 rounds.
+/// Not possible where the aligner cannot compare (RigidAligner::canCompare).
 /// Errors       those of RigidAligner::align and of shiftOn.
 AlignmentRecord alignSeries(const RigidAligner& aligner, const UnalignedSeries& series);
 
