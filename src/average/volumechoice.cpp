@@ -34,16 +34,11 @@ bool addRange(std::string_view word, std::set<int>& volumes) {
   return true;
 }
 
-bool isUnweighted(float bValue) { return bValue <= nifti::greatestUnweighted; }
-
 std::vector<int> unweightedOf(const std::string& file, int volumes) {
   const std::string bvalFile = nifti::gradientFileOf(file, ".bval");
   if (bvalFile.empty())
     throw Error(file, "has no .bval file beside it, which would tell its b = 0 volumes");
-  const std::vector<float> bValues = nifti::readBValues(bvalFile, volumes);
-  std::vector<int> found;
-  for (int n = 0; n < volumes; ++n)
-    if (isUnweighted(bValues[static_cast<std::size_t>(n)])) found.push_back(n);
+  const std::vector<int> found = nifti::unweightedVolumes(nifti::readBValues(bvalFile, volumes));
   if (found.empty())
     throw Error(bvalFile, "tells of no volume of " + file + " with a b-value of at most " +
                               text(static_cast<double>(nifti::greatestUnweighted)) + " s/mm2");
@@ -53,15 +48,15 @@ std::vector<int> unweightedOf(const std::string& file, int volumes) {
 void refuseMixed(const std::vector<int>& chosen, const std::string& file, int volumes) {
   const std::string bvalFile = nifti::gradientFileOf(file, ".bval");
   if (bvalFile.empty()) return;
-  const std::vector<float> bValues = nifti::readBValues(bvalFile, volumes);
+  const std::vector<int> all = nifti::unweightedVolumes(nifti::readBValues(bvalFile, volumes));
   const auto unweighted = std::count_if(chosen.begin(), chosen.end(), [&](int n) {
-    return isUnweighted(bValues[static_cast<std::size_t>(n)]);
+    return std::binary_search(all.begin(), all.end(), n);
   });
   if (unweighted == 0 || unweighted == static_cast<std::ptrdiff_t>(chosen.size())) return;
   throw Error(file, "has diffusion weighting in " +
                         std::to_string(static_cast<std::ptrdiff_t>(chosen.size()) - unweighted) +
                         " of the " + std::to_string(chosen.size()) +
-                        " volumes chosen and none in " + "the others (" + bvalFile +
+                        " volumes chosen and none in the others (" + bvalFile +
                         "): they cannot be joined to one image");
 }
 

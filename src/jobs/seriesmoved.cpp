@@ -87,9 +87,7 @@ std::vector<int> likeVolumes(const SeriesInput& input) {
   std::vector<int> like;
   for (const FileStamp& table : input.gradientFiles) {
     if (!table.fileName().ends_with(".bval")) continue;
-    const std::vector<float> b = nifti::readBValues(table.fileName(), input.header.volumes);
-    for (int t = 0; t < input.header.volumes; ++t)
-      if (b[static_cast<std::size_t>(t)] <= nifti::greatestUnweighted) like.push_back(t);
+    like = nifti::unweightedVolumes(nifti::readBValues(table.fileName(), input.header.volumes));
   }
   if (!like.empty()) return like;
   like.resize(static_cast<std::size_t>(input.header.volumes));

@@ -106,6 +106,13 @@ std::vector<float> readBValues(const std::string& fileName, int volumes) {
   return values;
 }
 
+std::vector<int> unweightedVolumes(const std::vector<float>& bValues) {
+  std::vector<int> found;
+  for (std::size_t t = 0; t < bValues.size(); ++t)
+    if (bValues[t] <= greatestUnweighted) found.push_back(static_cast<int>(t));
+  return found;
+}
+
 void checkGradientCount(const std::string& fileName, int volumes) {
   const Words rows = readWords(fileName);
   std::size_t count = 0;

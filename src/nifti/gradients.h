@@ -41,6 +41,9 @@ std::string gradientFileOf(const std::string& imageFile, const std::string& endi
 /// The numbers of a .bval file, one per volume. Errors: as above.
 std::vector<float> readBValues(const std::string& bvalFile, int volumes);
 
+/// Which volumes count as unweighted, counted from 0.
+std::vector<int> unweightedVolumes(const std::vector<float>& bValues);
+
 /// Counts the entries of a .bval or a .bvec file, by its name, without asking that they be finite
 /// (some programs write "nan" where there is no direction). Errors: Error, naming the file: it
 /// cannot be opened, another number than `volumes`, a .bvec of another shape.

@@ -13,9 +13,7 @@ namespace {
 constexpr std::size_t namedAtMost = 5;
 
 std::string unweightedOf(const std::vector<float>& bValues) {
-  std::vector<std::size_t> found;
-  for (std::size_t n = 0; n < bValues.size(); ++n)
-    if (bValues[n] <= nifti::greatestUnweighted) found.push_back(n);
+  const std::vector<int> found = nifti::unweightedVolumes(bValues);
   if (found.empty()) return "none of its volumes has";
   std::string list = found.size() == 1 ? "its volume " : "its volumes ";
   for (std::size_t n = 0; n < std::min(found.size(), namedAtMost); ++n)
