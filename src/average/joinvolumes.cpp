@@ -16,6 +16,7 @@ using Fate = JoinedPart::Fate;
 constexpr double brighter = 1.05;       // than those after it, before the steady state
 constexpr double referenceShare = 0.9;  // that has to agree
 constexpr double leastShare = 0.25;
+
 Grid gridOf(const PlacedImage& image) { return {image.values.dimensions(), image.affine}; }
 
 // Of the volumes that are left, with what they were before.
@@ -159,6 +160,13 @@ void Joining::join() {
 }
 
 }  // namespace
+
+std::vector<int> JoinedVolumes::volumesOf(const std::string& file) const {
+  std::vector<int> volumes;
+  for (const JoinedPart& part : parts)
+    if (part.file == file) volumes.push_back(part.volume);
+  return volumes;
+}
 
 JoinedVolumes joinVolumes(std::vector<VolumeToJoin> volumes) {
   return Joining(std::move(volumes)).run();

@@ -41,6 +41,9 @@ struct JoinedVolumes {
   glm::dvec3 centreMm{0.0};
   std::vector<JoinedPart> parts;  ///< in the order of the volumes
   std::vector<Remark> notes, warnings;
+
+  /// Those of one file, counted from 0 in it.
+  std::vector<int> volumesOf(const std::string& file) const;
 };
 
 /// Joins volumes of one head and one phase-encoding direction to one image. Their distortion is

@@ -32,18 +32,11 @@ Json partJson(const JoinedPart& part, bool ofOtherFile) {
 
 }  // namespace
 
-std::vector<int> joinedOf(const JoinedVolumes& joined, const std::string& file) {
-  std::vector<int> volumes;
-  for (const JoinedPart& part : joined.parts)
-    if (part.file == file) volumes.push_back(part.volume);
-  return volumes;
-}
-
 void addFurther(Json& inputs, const ImageDescription& a, const ImageDescription& b) {
   for (const ImageDescription* image : {&a, &b})
     for (const FileStamp& stamp : image->moreStamps) {
       Json input = fileJson(stamp);
-      input["JoinedVolumes"] = listOf(joinedOf(*image->joined, stamp.fileName()));
+      input["JoinedVolumes"] = listOf(image->joined->volumesOf(stamp.fileName()));
       inputs.push_back(input);
     }
 }

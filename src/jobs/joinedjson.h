@@ -5,9 +5,6 @@
 
 namespace mirel {
 
-/// The volumes of a file that were joined.
-std::vector<int> joinedOf(const JoinedVolumes& joined, const std::string& file);
-
 /// The files beside the two of a pair, or of each of them, that the pair's images were joined from,
 /// as inputs for a record.
 void addFurther(Json& inputs, const ImageDescription& a, const ImageDescription& b);

@@ -176,7 +176,7 @@ std::vector<ResultInput> resultInputsOf(const PairInput& pair) {
   }
   for (const InputImage* image : {&pair.a, &pair.b})
     for (const std::string& file : image->options.more)
-      inputs.push_back({file, 0, 0, joinedOf(*image->joined, file)});
+      inputs.push_back({file, 0, 0, image->joined->volumesOf(file)});
   if (pair.across)
     for (const ResultInput& input : resultInputsOf(*pair.across)) inputs.push_back(input);
   return inputs;

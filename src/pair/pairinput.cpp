@@ -243,12 +243,8 @@ std::string ImageDescription::title() const {
 }
 
 std::vector<int> ImageDescription::volumesTaken() const {
+  if (joined && options.choice.isMade()) return joined->volumesOf(options.file);
   std::vector<int> taken;
-  if (joined && options.choice.isMade()) {
-    for (const JoinedPart& part : joined->parts)
-      if (part.file == options.file) taken.push_back(part.volume);
-    return taken;
-  }
   for (int n = 0; n < std::max(options.meanOfFirst, 1); ++n) taken.push_back(options.volume + n);
   return taken;
 }
