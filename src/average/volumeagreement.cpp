@@ -92,8 +92,8 @@ double weightAt(double excess, double chance) {
 
 // What the variance of so many voxels of noise may be by chance, 4 standard deviations, over its
 // expectation.
-double largestByChance(const Volume<float>& middle, int slice) {
-  const auto head = static_cast<float>(meanOf(middle));
+double largestByChance(const Volume<float>& middle, double threshold, int slice) {
+  const auto head = static_cast<float>(threshold);
   const float* first = &middle.at(0, 0, slice);
   const auto inHead = static_cast<std::size_t>(
       std::count_if(first, first + sliceSize(middle), [&](float v) { return v > head; }));
@@ -104,11 +104,12 @@ double largestByChance(const Volume<float>& middle, int slice) {
 
 void weigh(const Volume<float>& middle, const std::vector<std::vector<double>>& excesses,
            std::vector<VolumeAgreement>& agreements) {
+  const double head = meanOf(middle);
   for (std::size_t k = 0; k < excesses.front().size(); ++k) {
     std::vector<double> ofAll;
     for (const std::vector<double>& excess : excesses) ofAll.push_back(excess[k]);
     const double typical = middleOf(ofAll);
-    const double chance = largestByChance(middle, static_cast<int>(k));
+    const double chance = largestByChance(middle, head, static_cast<int>(k));
     for (std::size_t v = 0; v < excesses.size(); ++v)
       agreements[v].weights.push_back(typical > 0 ? weightAt(ofAll[v] / typical, chance) : 1.0);
   }
