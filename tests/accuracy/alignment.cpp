@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
 #include <vector>
 
 #include "accuracy/measure.h"
@@ -90,9 +89,7 @@ void print(const Case& one, std::uint64_t seed) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::vector<std::uint64_t> seeds;
-  for (int n = 1; n < argc; ++n) seeds.push_back(std::strtoull(argv[n], nullptr, 10));
-  if (seeds.empty()) seeds = {1, 2, 3};
+  const std::vector<std::uint64_t> seeds = seedsOf(argc, argv);
   std::printf(
       "| motion | seed | outcome | largest error mm | degrees | found displacement mm |"
       " map without, rms voxels | with |\n|---|---|---|---|---|---|---|---|\n");

@@ -5,7 +5,6 @@
 
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <string>
 #include <vector>
@@ -107,9 +106,7 @@ void print(std::uint64_t seed, double noise) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::vector<std::uint64_t> seeds;
-  for (int n = 1; n < argc; ++n) seeds.push_back(std::strtoull(argv[n], nullptr, 10));
-  if (seeds.empty()) seeds = {1, 2, 3};
+  const std::vector<std::uint64_t> seeds = seedsOf(argc, argv);
   std::printf("| noise | seed | images | rms Hz in the brain |\n|---|---|---|---|\n");
   for (const double noise : {0.03, 0.1})
     for (const std::uint64_t seed : seeds) print(seed, noise);

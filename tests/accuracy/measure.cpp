@@ -2,11 +2,19 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <vector>
 
 #include "nifti/image.h"
 
 namespace mirel {
+
+std::vector<std::uint64_t> seedsOf(int argc, char** argv) {
+  std::vector<std::uint64_t> seeds;
+  for (int n = 1; n < argc; ++n) seeds.push_back(std::strtoull(argv[n], nullptr, 10));
+  if (seeds.empty()) seeds = {1, 2, 3};
+  return seeds;
+}
 
 Placed readPlaced(const std::string& fileName) {
   nifti::Reader reader(fileName);

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstdint>
 #include <glm/mat4x4.hpp>
 #include <string>
+#include <vector>
 
 #include "containers/volume.h"
 
@@ -10,6 +12,9 @@ namespace mirel {
 /// What the accuracy program measures with.
 
 using Mask = Volume<unsigned char>;
+
+/// The seeds on a command line: its numbers; 1, 2 and 3 where there are none.
+std::vector<std::uint64_t> seedsOf(int argc, char** argv);
 
 /// An image and where its voxels lie (mm).
 struct Placed {

@@ -4,7 +4,6 @@
 //   mirel_withinmotion [SEED ...]      (default: 1 2 3)
 
 #include <cstdio>
-#include <cstdlib>
 #include <glm/matrix.hpp>
 #include <vector>
 
@@ -82,9 +81,7 @@ void print(std::uint64_t seed, double noise) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::vector<std::uint64_t> seeds;
-  for (int n = 1; n < argc; ++n) seeds.push_back(std::strtoull(argv[n], nullptr, 10));
-  if (seeds.empty()) seeds = {1, 2, 3};
+  const std::vector<std::uint64_t> seeds = seedsOf(argc, argv);
   std::printf(
       "| motion | noise %% | seed | rms without | corrected, then realigned | in one, the Jacobian"
       " not turned | in one |\n|---|---|---|---|---|---|---|\n");
