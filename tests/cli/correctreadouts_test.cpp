@@ -4,7 +4,7 @@
 
 #include "cli/correctpair.h"
 #include "nifti/image.h"
-#include "phantom/phantom.h"
+#include "support/smallpair.h"
 
 // mirel correct with images of two readout times: each is displaced by its own.
 
@@ -18,13 +18,8 @@ using CorrectReadouts = CorrectPair;
 
 TEST_F(CorrectReadouts, OfAPairMayDiffer) {
   // The head of the other tests, its PA image with 0.6 of the readout time.
-  PhantomOptions options;
-  options.size = {40, 48, 28};
-  options.voxelMm = glm::dvec3(4.5);
-  options.readoutSeconds = 0.04;
-  options.maxShiftVoxels = 3;
-  options.volumes = 0;
-  const Phantom head = makePhantom(options);
+  const Phantom& head = smallPhantom();
+  const PhantomOptions& options = head.options;
   const Volume<float> density = sampleHead({options.size, options.voxelMm}, options.seed).density;
   nifti::Writer writer(file("sub-phantom_dir-PA_epi.nii.gz"), nifti::Reader(pa()).header());
   writer.write(addRicianNoise(
