@@ -63,17 +63,6 @@ void judge(const SeriesInput& input, const Reference& reference, SeriesRecord& r
         nameOf(direction.value.opposite()) + "; it or " + reference.otherwiseWrong + " wrong");
 }
 
-// As many volumes as tell where the head is; more would only be read a second time. Of a diffusion
-// series those without gradients, which the others hardly resemble.
-Volume<float> meanToAlign(const SeriesInput& input) {
-  const std::vector<int> usable = likeVolumes(input);
-  if (input.motion) return meanInPlace(input, usable, mostVolumesToAlign);
-  std::vector<int> chosen;
-  const std::size_t wanted = std::min(usable.size(), mostVolumesToAlign);
-  for (std::size_t n = 0; n < wanted; ++n) chosen.push_back(usable[n * usable.size() / wanted]);
-  return meanOfVolumes(input.file, chosen);
-}
-
 void tellOfAlignment(const SeriesInput& input, const Reference& reference, SeriesRecord& record,
                      std::vector<Remark>& notes) {
   const AlignmentRecord& alignment = *record.alignment;
@@ -141,11 +130,20 @@ double backgroundOf(const SeriesInput& input) {
   return addedBackground(withoutSpikes(nifti::Reader(input.file).readVolume(0)));
 }
 
-AlignmentRecord alignToReference(const SeriesInput& input, const SeriesOptions& how,
-                                 const Distortion& distortion, const Reference& reference,
-                                 const RigidAligner& aligner) {
+Volume<float> meanToAlign(const SeriesInput& input) {
+  const std::vector<int> usable = likeVolumes(input);
+  if (input.motion) return meanInPlace(input, usable, mostVolumesToAlign);
+  std::vector<int> chosen;
+  const std::size_t wanted = std::min(usable.size(), mostVolumesToAlign);
+  for (std::size_t n = 0; n < wanted; ++n) chosen.push_back(usable[n * usable.size() / wanted]);
+  return meanOfVolumes(input.file, chosen);
+}
+
+AlignmentRecord alignToReference(const SeriesInput& input, const Volume<float>& mean,
+                                 const SeriesOptions& how, const Distortion& distortion,
+                                 const Reference& reference, const RigidAligner& aligner) {
   UnalignedSeries series;
-  series.mean = withoutSpikes(meanToAlign(input)) - static_cast<float>(how.background);
+  series.mean = withoutSpikes(mean) - static_cast<float>(how.background);
   series.grid = gridOf(input.header);
   series.name = input.file;
   series.axis = how.axis;
@@ -263,10 +261,12 @@ void SeriesCorrection::correctOne(const Planned& one, const Context& context) {
   ChecksumBeside checksum(input.stamp, settings.threads);
   const SeriesOptions how = optionsFor(input);
   std::optional<AlignmentRecord> alignment;
+  Volume<float> mean;  // where corrected.meanBefore, which costs nothing, is not it
+  if (context.aligner || (input.motion && context.reference)) mean = meanToAlign(input);
   if (context.aligner) {
     context.progress.at(Stage::correcting, 0.0, fs::path(input.file).filename().string());
-    alignment =
-        alignToReference(input, how, context.distortion, *context.reference, *context.aligner);
+    alignment = alignToReference(input, mean, how, context.distortion, *context.reference,
+                                 *context.aligner);
   }
   Grid place = gridOf(input.header);  // of the head where the field is known
   if (alignment && alignment->moved())
@@ -288,8 +288,8 @@ void SeriesCorrection::correctOne(const Planned& one, const Context& context) {
   for (const std::string& note : corrected.notes) notes.emplace_back(note);
   if (input.motion) judgeMotion(input, shift, corrected.meanAfter, record, notes);
   if (context.reference) {
-    checkSigns(input, input.motion ? meanToAlign(input) : corrected.meanBefore, shift, place,
-               settings.modulation, *context.reference, record, notes);
+    checkSigns(input, input.motion ? mean : corrected.meanBefore, shift, place, settings.modulation,
+               *context.reference, record, notes);
     if (alignment) tellOfAlignment(input, *context.reference, record, notes);
   }
   const Json origin = originOf(context.run, context.origin, record);

@@ -42,11 +42,16 @@ struct Reference {
 /// before it moved).
 Volume<float> shiftOn(const Grid& grid, const SeriesInput& input, const Distortion& distortion);
 
-/// Where the head is in a series beside the reference (alignSeries), by the mean of its volumes
-/// without gradients. A motion that the field's opposite sign would explain better is refused.
-AlignmentRecord alignToReference(const SeriesInput& input, const SeriesOptions& how,
-                                 const Distortion& distortion, const Reference& reference,
-                                 const RigidAligner& aligner);
+/// The mean of as many volumes as tell where the head is, in the place of the first where their
+/// motion is given. Of a diffusion series those without gradients, which the others hardly
+/// resemble. Errors  those of nifti::Reader.
+Volume<float> meanToAlign(const SeriesInput& input);
+
+/// Where the head is in a series beside the reference (alignSeries), by its mean (meanToAlign). A
+/// motion that the field's opposite sign would explain better is refused.
+AlignmentRecord alignToReference(const SeriesInput& input, const Volume<float>& mean,
+                                 const SeriesOptions& how, const Distortion& distortion,
+                                 const Reference& reference, const RigidAligner& aligner);
 
 /// The intensity that was added to all voxels of a series, by its first volume (addedBackground).
 double backgroundOf(const SeriesInput& input);

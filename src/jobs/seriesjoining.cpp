@@ -58,7 +58,8 @@ void doubtMotion(const SeriesInput& input, const SeriesToJoin& joined, const Dis
   how.axis = input.acquisition.direction->value.axis;
   how.modulation = Modulation::on;
   how.background = joined.background;
-  const AlignmentRecord found = alignToReference(input, how, distortion, reference, aligner);
+  const AlignmentRecord found =
+      alignToReference(input, meanToAlign(input), how, distortion, reference, aligner);
   if (found.moved())
     record.warnings.emplace_back("the head moved by " + text("%.2g", found.displacementMm) +
                                  " mm between " + reference.image.name + " and " + input.file +
