@@ -15,6 +15,7 @@
 #include "dataset/groupfigures.h"
 #include "dataset/tsv.h"
 #include "jobs/reportfile.h"
+#include "jobs/resultnames.h"
 #include "nifti/filename.h"
 
 namespace mirel::dataset {
