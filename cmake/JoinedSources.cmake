@@ -10,10 +10,10 @@ endif()
 option(MIREL_UNITY "Compile the files of a folder several at a time" ${mirel_unity_default})
 
 function(mirel_join_sources target)
-  if(MIREL_UNITY AND CMAKE_CXX_COMPILER_ID STREQUAL GNU)
-    # It takes the files for headers, whose types would differ from file to file, and names of one
-    # file for those that another one meant.
-    target_compile_options(${target} PRIVATE -Wno-subobject-linkage -Wno-shadow)
+  # They would take names of one file for those that another one meant, and GCC the files for headers,
+  # whose types would differ from file to file.
+  if(MIREL_UNITY)
+    target_compile_options(${target} PRIVATE -Wno-shadow $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
   endif()
   set_target_properties(${target} PROPERTIES UNITY_BUILD ${MIREL_UNITY} UNITY_BUILD_BATCH_SIZE 8)
 endfunction()
