@@ -16,7 +16,7 @@ namespace mirel {
 
 namespace {
 
-constexpr const char* description =
+constexpr const char* applyDescription =
     "Correct projects or NIfTI images with a map of 'mirel estimate', or images with a field in\n"
     "Hz.\n"
     "\n"
@@ -30,7 +30,7 @@ constexpr const char* description =
     "Images are written to DIR as RUN_desc-preproc_SUFFIX.nii.gz with a sidecar, and report.html,\n"
     "a page to look at. Prints the names of the files written.\n";
 
-struct Options {
+struct ApplyCommandOptions {
   std::string map;
   std::vector<std::string> files;
   bool rllr = false;
@@ -43,7 +43,7 @@ MapHeader checkedMap(const std::string& fileName) {
   return readMapFile(fileName).header;
 }
 
-std::vector<ProjectInfo> checkedProjects(const Options& options, const MapHeader& map) {
+std::vector<ProjectInfo> checkedProjects(const ApplyCommandOptions& options, const MapHeader& map) {
   ProjectInfo shape;
   shape.dimX = map.dimX;
   shape.dimY = map.dimY;
@@ -64,7 +64,7 @@ std::vector<ProjectInfo> checkedProjects(const Options& options, const MapHeader
   return projects;
 }
 
-int runApply(const Options& options, const std::string& pluginFile) {
+int runApply(const ApplyCommandOptions& options, const std::string& pluginFile) {
   const EndBySignal end(options.files);
   const MapHeader map = checkedMap(options.map);
   const std::vector<ProjectInfo> projects = checkedProjects(options, map);
@@ -99,8 +99,8 @@ void checkUsage(const ImageCommandOptions& line, bool withImages) {
 }  // namespace
 
 void addApplyCommand(Command& app, Program& program) {
-  Command* command = app.add_subcommand("apply", description);
-  const auto options = std::make_shared<Options>();
+  Command* command = app.add_subcommand("apply", applyDescription);
+  const auto options = std::make_shared<ApplyCommandOptions>();
   Option* map =
       command
           ->add_option("--vdm", options->map,

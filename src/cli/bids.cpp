@@ -26,7 +26,7 @@ namespace {
 using dataset::Status;
 using dataset::SubjectResult;
 
-constexpr const char* description =
+constexpr const char* bidsDescription =
     "Correct a whole BIDS dataset.\n"
     "\n"
     "Finds the field of every EPI image of DATASET (bold, sbref, dwi, asl, m0scan, epi) by\n"
@@ -35,7 +35,7 @@ constexpr const char* description =
     "derivatives. What is left uncorrected is told with the reason, here and in\n"
     "OUT/logs/sub-LABEL_plan.tsv. A run again does only what is missing or has changed.\n";
 
-struct Options {
+struct BidsCommandOptions {
   dataset::ParticipantOptions job;
   std::string level;
   bool dryRun = false, strict = false, quiet = false, skipValidation = false, noReports = false,
@@ -43,9 +43,9 @@ struct Options {
 };
 
 /// A line for every subject on standard error.
-class TerminalProgress : public dataset::DatasetProgress {
+class TerminalDatasetProgress : public dataset::DatasetProgress {
  public:
-  explicit TerminalProgress(bool isQuiet)
+  explicit TerminalDatasetProgress(bool isQuiet)
       : quiet(isQuiet), bar(isQuiet ? ProgressBar::Output::none : ProgressBar::suitable()) {
     interrupts.beginWriting();
   }
@@ -106,20 +106,20 @@ int statusOf(const dataset::DatasetPlan& plan, bool strict) {
   return broken ? exitFailure : exitSuccess;
 }
 
-dataset::DatasetPlan planOf(const Options& options) try {
+dataset::DatasetPlan planOf(const BidsCommandOptions& options) try {
   return planDataset(options.job);
 } catch (const dataset::WrongSelection& mistake) {
   throw UsageError(sentenceOf(mistake));
 }
 
-int runBids(const Options& options) {
+int runBids(const BidsCommandOptions& options) {
   dataset::DatasetPlan plan = planOf(options);
   tellWarnings(plan);
   if (options.dryRun) {
     tellPlan(plan);
     return statusOf(plan, options.strict);
   }
-  TerminalProgress progress(options.quiet);
+  TerminalDatasetProgress progress(options.quiet);
   try {
     correctDataset(plan, options.job, progress);
   } catch (const Interrupted& stop) {
@@ -154,7 +154,7 @@ void writeIndex(const std::string& file, const std::string& page) {
   dataset::writeIfDifferent(file, page);
 }
 
-int runGroup(const Options& options) {
+int runGroup(const BidsCommandOptions& options) {
   const std::string& out = options.job.output;
   const std::vector<dataset::GroupRow> rows = dataset::groupRows(out);
   for (const dataset::GroupRow& row : rows)
@@ -174,7 +174,7 @@ int runGroup(const Options& options) {
   return exitSuccess;
 }
 
-void addSelection(Command* command, Options& options) {
+void addSelection(Command* command, BidsCommandOptions& options) {
   command
       ->add_option("--participant-label,--participant_label", options.job.participants,
                    "Only these subjects, with or without sub- (default: all)")
@@ -197,8 +197,8 @@ void addSelection(Command* command, Options& options) {
 }  // namespace
 
 void addBidsCommand(Command& app, Program& program) {
-  Command* command = app.add_subcommand("bids", description);
-  const auto options = std::make_shared<Options>();
+  Command* command = app.add_subcommand("bids", bidsDescription);
+  const auto options = std::make_shared<BidsCommandOptions>();
   options->job.version = MIREL_VERSION;
   options->job.threads = static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
   command->add_option("DATASET", options->job.dataset, "Folder of the raw dataset")

@@ -7,7 +7,7 @@ namespace mirel {
 
 namespace {
 
-constexpr const char* description =
+constexpr const char* checkDescription =
     "Check that files are projects by their names and can be opened.\n"
     "\n"
     "A quick test before 'mirel apply'; it reads no content. Shows all findings and then exits\n"
@@ -22,7 +22,7 @@ int runCheck(const std::vector<std::string>& files, const std::string& pluginFil
 }  // namespace
 
 void addCheckCommand(Command& app, Program& program) {
-  Command* command = app.add_subcommand("check", description);
+  Command* command = app.add_subcommand("check", checkDescription);
   const auto files = std::make_shared<std::vector<std::string>>();
   command->add_option("FILE", *files, "Projects to check (.fmr or .dmr)")
       ->type_name("")

@@ -22,14 +22,14 @@ namespace {
 
 constexpr double placeTolerance = 0.05;  // voxels
 
-constexpr const char* description =
+constexpr const char* compareDescription =
     "Tell how alike two images or displacement maps of the same size are.\n"
     "\n"
     "Prints their correlation (1 for images that differ by scale and offset only) and the\n"
     "root-mean-square difference in the unit of the images (voxels for displacement maps).\n"
     "Voxels of equal indices are compared; a warning says when they lie at different places.\n";
 
-struct Options {
+struct CompareCommandOptions {
   std::string a, b, mask;
   int volumeA = 0, volumeB = 0;
   bool json = false;
@@ -77,7 +77,7 @@ Comparison compareVolumes(const Volume<float>& a, const Volume<float>& b,
   return result;
 }
 
-int runCompare(const Options& options) {
+int runCompare(const CompareCommandOptions& options) {
   const Volume<float> a = readInputVolume(options.a, options.volumeA);
   const Volume<float> b = readInputVolume(options.b, options.volumeB);
   requireSameSize(a, b, options.a, options.b);
@@ -109,8 +109,8 @@ int runCompare(const Options& options) {
 }  // namespace
 
 void addCompareCommand(Command& app, Program& program) {
-  Command* command = app.add_subcommand("compare", description);
-  const auto options = std::make_shared<Options>();
+  Command* command = app.add_subcommand("compare", compareDescription);
+  const auto options = std::make_shared<CompareCommandOptions>();
   command->add_option("A", options->a, "An image (.nii, .nii.gz), a project or a map")
       ->type_name("")
       ->required();

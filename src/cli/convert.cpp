@@ -16,7 +16,7 @@ namespace mirel {
 
 namespace {
 
-constexpr const char* description =
+constexpr const char* convertDescription =
     "Convert between NIfTI images and projects, or a map to NIfTI.\n"
     "\n"
     "The extensions say what becomes what:\n"
@@ -29,7 +29,7 @@ constexpr const char* description =
     "For a .dmr, the .bvec and .bval files beside the image become the gradient table, and a\n"
     "gradient table comes back as such files.\n";
 
-struct Options {
+struct ConvertCommandOptions {
   std::string in;
   std::string out;
   std::string reference;
@@ -49,7 +49,7 @@ std::string projectOfMap(const std::string& mapFile) {
   return found;
 }
 
-convert::ConvertReport convertMapFile(const Options& options) {
+convert::ConvertReport convertMapFile(const ConvertCommandOptions& options) {
   if (!nifti::hasNiftiName(options.out))
     throw Error("a map is converted to a NIfTI image; " + options.out +
                 " ends with neither .nii nor .nii.gz");
@@ -63,7 +63,7 @@ convert::ConvertReport convertMapFile(const Options& options) {
   return convert::convertMap(volume, options.in, reference, options.out);
 }
 
-convert::ConvertReport convertAny(const Options& options) {
+convert::ConvertReport convertAny(const ConvertCommandOptions& options) {
   if (options.in.ends_with(".map")) {
     if (!options.bvec.empty() || !options.bval.empty())
       throw Error("a map has no gradients: --bvec and --bval are for an image");
@@ -74,7 +74,7 @@ convert::ConvertReport convertAny(const Options& options) {
   return convert::convert(options.in, options.out, {options.bvec, options.bval});
 }
 
-int runConvert(const Options& options) {
+int runConvert(const ConvertCommandOptions& options) {
   const EndBySignal end({options.out});
   const convert::ConvertReport report = convertAny(options);
   for (const std::string& note : report.notes) std::cerr << "Note: " << note << "\n";
@@ -85,8 +85,8 @@ int runConvert(const Options& options) {
 }  // namespace
 
 void addConvertCommand(Command& app, Program& program) {
-  Command* command = app.add_subcommand("convert", description);
-  const auto options = std::make_shared<Options>();
+  Command* command = app.add_subcommand("convert", convertDescription);
+  const auto options = std::make_shared<ConvertCommandOptions>();
   command->add_option("IN", options->in, "A NIfTI image, a project or a map")
       ->type_name("")
       ->required();

@@ -14,7 +14,7 @@ namespace mirel {
 
 namespace {
 
-constexpr const char* description =
+constexpr const char* estimateDescription =
     "Estimate the displacement maps of two projects with opposite phase encoding.\n"
     "\n"
     "Writes A_vdm.map and B_vdm.map beside the projects: the shift of every voxel along the\n"
@@ -23,7 +23,7 @@ constexpr const char* description =
     "NCC, for phase encoding along y. --estimator mass-preserving takes the method of\n"
     "'mirel correct' instead of the plugin's.\n";
 
-struct Options {
+struct EstimateCommandOptions {
   ProjectPair pair;
   bool intensityCorrection = false;
   bool ssd = false;
@@ -40,7 +40,7 @@ std::string refuseNegative(const std::string& text) {
   return text.starts_with("-") ? "volumes are counted from 0, but " + text + " is given" : "";
 }
 
-ExpectedOutputs expectedOutputs(const Options& options) {
+ExpectedOutputs expectedOutputs(const EstimateCommandOptions& options) {
   ExpectedOutputs outputs;
   for (const std::string& file : options.pair.files) outputs.add(vdm_filename(file));
   if (options.pair.saveDerivative)
@@ -53,7 +53,7 @@ ExpectedOutputs expectedOutputs(const Options& options) {
   return outputs;
 }
 
-void setParameters(const Options& options, ParameterStore& parameters) {
+void setParameters(const EstimateCommandOptions& options, ParameterStore& parameters) {
   parameters.setText("file0", options.pair.files[0]);
   parameters.setText("file1", options.pair.files[1]);
   parameters.setInt("volume0", options.pair.volumes[0]);
@@ -74,7 +74,8 @@ void refuseMissingVoxelSize(const ProjectInfo& project) {
 }
 
 // The task of the plugin, which finds its options and the maps' store in the session.
-bool runSearch(const Options& options, const ProjectInfo& first, const std::string& pluginFile) {
+bool runSearch(const EstimateCommandOptions& options, const ProjectInfo& first,
+               const std::string& pluginFile) {
   HostSession& session = hostSession();
   setParameters(options, session.parameters);
   session.maps.setCurrentDimensions(first.dimX, first.dimY, first.dimZ);
@@ -85,12 +86,12 @@ bool runSearch(const Options& options, const ProjectInfo& first, const std::stri
   return true;
 }
 
-void runMassPreserving(const Options& options) {
+void runMassPreserving(const EstimateCommandOptions& options) {
   CNZTLog log([](const char* text) { hostSession().console.log(text); });
   estimateProjectsMassPreserving(options.pair, /*estimateMotion=*/!options.noMotion, log);
 }
 
-int runEstimate(const Options& options, const std::string& pluginFile) {
+int runEstimate(const EstimateCommandOptions& options, const std::string& pluginFile) {
   const EndBySignal end({options.pair.files[0], options.pair.files[1]});
   for (const std::string& file : options.pair.files) refuseImpossibleName(file);
   const std::vector<ProjectInfo> projects = {readProjectInfo(options.pair.files[0]),
@@ -118,8 +119,8 @@ int runEstimate(const Options& options, const std::string& pluginFile) {
 }  // namespace
 
 void addEstimateCommand(Command& app, Program& program) {
-  Command* command = app.add_subcommand("estimate", description);
-  const auto options = std::make_shared<Options>();
+  Command* command = app.add_subcommand("estimate", estimateDescription);
+  const auto options = std::make_shared<EstimateCommandOptions>();
   command->add_option("A", options->pair.files[0], "First project (.fmr or .dmr)")
       ->type_name("")
       ->required();

@@ -11,7 +11,7 @@ namespace mirel {
 
 namespace {
 
-constexpr const char* description =
+constexpr const char* generateDescription =
     "Write manual pages and completion for shells into a folder, laid out like share/.\n";
 
 void writeText(const std::filesystem::path& file, const std::string& text) {
@@ -38,7 +38,7 @@ int runGenerate(const ListedCommand& program, const std::filesystem::path& folde
 }  // namespace
 
 void addGenerateCommand(Command& app, Program& program) {
-  Command* command = app.add_subcommand("generate", description);
+  Command* command = app.add_subcommand("generate", generateDescription);
   command->hide();
   const auto folder = std::make_shared<std::string>();
   command->add_option("DIR", *folder, "The folder to write to; made if need be")

@@ -17,7 +17,7 @@ namespace mirel {
 
 namespace {
 
-constexpr const char* description =
+constexpr const char* infoDescription =
     "Tell what an image, a project or a map contains: its header and a summary of its data.\n";
 
 Json jsonOf(const DataSummary& summary) {
@@ -131,12 +131,12 @@ int runInfo(const std::string& fileName, bool json) {
 }  // namespace
 
 void addInfoCommand(Command& app, Program& program) {
-  Command* command = app.add_subcommand("info", description);
-  struct Options {
+  Command* command = app.add_subcommand("info", infoDescription);
+  struct InfoCommandOptions {
     std::string file;
     bool json = false;
   };
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<InfoCommandOptions>();
   command
       ->add_option("FILE", options->file,
                    "An image (.nii, .nii.gz), a project (.fmr, .dmr) or a map (.map)")

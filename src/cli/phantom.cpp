@@ -16,7 +16,7 @@ namespace mirel {
 
 namespace {
 
-constexpr const char* description =
+constexpr const char* phantomDescription =
     "Make a pair of distorted images, and a short series, of a simulated head whose true\n"
     "displacements are known.\n"
     "\n"
@@ -28,7 +28,7 @@ constexpr const char* description =
     "With --bids, DIR becomes a BIDS dataset of several subjects, with the truth in\n"
     "derivatives/truth. An earlier one is replaced, a folder that holds anything else refused.\n";
 
-struct Options {
+struct PhantomCommandOptions {
   std::string folder;
   PhantomOptions phantom;
   std::vector<int> size;
@@ -67,7 +67,7 @@ std::vector<RigidMotion> motionsIn(const std::string& file) {
   return motions;
 }
 
-int runPhantom(Options options, bool maxShiftGiven) {
+int runPhantom(PhantomCommandOptions options, bool maxShiftGiven) {
   const EndBySignal end({options.folder});
   PhantomOptions& phantomOptions = options.phantom;
   if (options.dataset.asked) takeDatasetDefaults(phantomOptions);
@@ -96,7 +96,7 @@ int runPhantom(Options options, bool maxShiftGiven) {
   return exitSuccess;
 }
 
-void addImageOptions(Command* command, Options& options, const Option* bids) {
+void addPhantomOptions(Command* command, PhantomCommandOptions& options, const Option* bids) {
   command
       ->add_option("--size", options.size,
                    "Voxels along x, y and z (default: 90 104 60; --bids: 32 36 20)")
@@ -132,13 +132,13 @@ void addImageOptions(Command* command, Options& options, const Option* bids) {
 }  // namespace
 
 void addPhantomCommand(Command& app, Program& program) {
-  Command* command = app.add_subcommand("phantom", description);
-  const auto options = std::make_shared<Options>();
+  Command* command = app.add_subcommand("phantom", phantomDescription);
+  const auto options = std::make_shared<PhantomCommandOptions>();
   command->add_option("DIR", options->folder, "The folder to write to; made if need be")
       ->type_name("")
       ->required();
   const Option* bids = addDatasetOptions(*command, options->dataset);
-  addImageOptions(command, *options, bids);
+  addPhantomOptions(command, *options, bids);
   command
       ->add_option("--readout", options->phantom.readoutSeconds,
                    "Total readout time in s; displacement in voxels = field in Hz * readout time")

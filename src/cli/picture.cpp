@@ -16,7 +16,7 @@ namespace {
 
 using namespace picture;
 
-constexpr const char* description =
+constexpr const char* pictureDescription =
     "Draw slices of images and maps side by side, as a PNG picture.\n"
     "\n"
     "One column per input, one row per slice; without --slice the middle axial, coronal and\n"
@@ -28,7 +28,7 @@ constexpr const char* description =
     "images with Units of Hz, rad/s, T, mm or voxels in their sidecars, those named _fieldmap,\n"
     "_vdm or _displacement, and what --map names.\n";
 
-struct Options {
+struct PictureCommandOptions {
   PictureFiles files;
   Style style;
   std::vector<std::string> slices;
@@ -89,7 +89,7 @@ void parseLimit(const std::string& text, Style& style) {
     style.limitOfUnit[text.substr(0, equals)] = *limit;
 }
 
-int runPicture(Options options) {
+int runPicture(PictureCommandOptions options) {
   const EndBySignal end({options.out});
   if (!options.out.ends_with(".png"))
     throw Error("the picture is a PNG file; " + options.out + " does not end with .png");
@@ -115,7 +115,7 @@ Option* addRepeated(Command* command, const std::string& name, std::vector<std::
   return command->add_option(name, values, help)->type_name(type)->expected(1)->take_all();
 }
 
-void addMapOptions(Command* command, Options& options) {
+void addSourceOptions(Command* command, PictureCommandOptions& options) {
   addRepeated(command, "--map", options.files.maps, "Draw this image as a map", "FILE");
   command
       ->add_option("--anatomy", options.files.anatomy, "Lay the maps over this image, of any grid")
@@ -141,7 +141,7 @@ void addMapOptions(Command* command, Options& options) {
       ->one_of({"i", "j", "k"});
 }
 
-void addImageOptions(Command* command, Options& options) {
+void addPictureOptions(Command* command, PictureCommandOptions& options) {
   command->add_option("--volume", options.files.volume, "Volume of a series, counted from 0")
       ->type_name("N")
       ->not_negative()
@@ -160,7 +160,7 @@ void addImageOptions(Command* command, Options& options) {
       ->may_be_empty();
 }
 
-void addLooks(Command* command, Options& options) {
+void addLooks(Command* command, PictureCommandOptions& options) {
   addRepeated(command, "--slice", options.slices,
               "A slice: axial:30 (or z:30), coronal:50, sagittal:45, counted from 0 towards\n"
               "superior, anterior, right; axial:-12mm by its place in the scanner; without a\n"
@@ -183,8 +183,8 @@ void addLooks(Command* command, Options& options) {
 }  // namespace
 
 void addPictureCommand(Command& app, Program& program) {
-  Command* command = app.add_subcommand("picture", description);
-  const auto options = std::make_shared<Options>();
+  Command* command = app.add_subcommand("picture", pictureDescription);
+  const auto options = std::make_shared<PictureCommandOptions>();
   command
       ->add_option("IN", options->files.images,
                    "NIfTI images, projects (.fmr, .dmr) and maps (.map) on grids of their own")
@@ -193,8 +193,8 @@ void addPictureCommand(Command& app, Program& program) {
       ->type_name("FILE.png")
       ->required();
   addLooks(command, *options);
-  addImageOptions(command, *options);
-  addMapOptions(command, *options);
+  addPictureOptions(command, *options);
+  addSourceOptions(command, *options);
   command->callback(
       [options, &program] { program.action = [options] { return runPicture(*options); }; });
 }

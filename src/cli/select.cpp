@@ -12,7 +12,7 @@ namespace mirel {
 
 namespace {
 
-constexpr const char* description =
+constexpr const char* selectDescription =
     "Run the selection task as the dialog does when a file is picked.\n"
     "\n"
     "Prints filename, nr_of_volumes and display_volume (counted from 1) of a project (.fmr or\n"
@@ -45,7 +45,7 @@ int runSelect(const std::string& fileName, const std::string& pluginFile) {
 }  // namespace
 
 void addSelectCommand(Command& app, Program& program) {
-  Command* command = app.add_subcommand("select", description);
+  Command* command = app.add_subcommand("select", selectDescription);
   const auto file = std::make_shared<std::string>();
   command->add_option("FILE", *file, "The file to pick")->type_name("")->required();
   command->callback([file, &program] {

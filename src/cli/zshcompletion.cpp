@@ -7,7 +7,7 @@ namespace mirel {
 namespace {
 
 /// In single quotes.
-std::string quoted(const std::string& text) {
+std::string quotedForZsh(const std::string& text) {
   std::string safe;
   for (const char character : text)
     safe += character == '\'' ? std::string("'\\''") : std::string(1, character);
@@ -34,7 +34,7 @@ std::string brief(const std::string& description) {
 }
 
 /// ":NAME:WHAT TO OFFER"
-std::string valueOf(const ListedOption& option) {
+std::string zshValueOf(const ListedOption& option) {
   std::string offered = "_files";
   if (option.number) offered = " ";
   if (!option.words.empty()) {
@@ -46,15 +46,16 @@ std::string valueOf(const ListedOption& option) {
 }
 
 std::string specificationsOf(const ListedOption& option) {
-  if (option.isArgument()) return "  " + quoted((option.many ? "*" : "") + valueOf(option));
+  if (option.isArgument())
+    return "  " + quotedForZsh((option.many ? "*" : "") + zshValueOf(option));
   std::string all, text;
   for (const std::string& name : option.names) all += (all.empty() ? "" : " ") + name;
   for (const std::string& name : option.names) {
     const std::string head = option.many ? "*" : "(" + all + ")";
     const std::string equals = !option.isFlag() && name.starts_with("--") ? "=" : "";
     text += (text.empty() ? "  " : " ") +
-            quoted(head + name + equals + "[" + plain(brief(option.description)) + "]" +
-                   (option.isFlag() ? "" : valueOf(option)));
+            quotedForZsh(head + name + equals + "[" + plain(brief(option.description)) + "]" +
+                         (option.isFlag() ? "" : zshValueOf(option)));
   }
   return text;
 }
@@ -71,7 +72,7 @@ std::string specificationsOf(const ListedCommand& command) {
 std::string zshCompletionOf(const ListedCommand& program) {
   std::string names, cases;
   for (const ListedCommand& command : program.commands) {
-    names += "    " + quoted(command.name + ":" + plain(command.summary())) + "\n";
+    names += "    " + quotedForZsh(command.name + ":" + plain(command.summary())) + "\n";
     cases += "    " + command.name + ") _arguments" + specificationsOf(command) + " ;;\n";
   }
   const std::string function = "_" + program.name;
