@@ -8,9 +8,8 @@ status=0
 rm -f "$log"
 ctest --preset "$1" "${@:3}" || status=$?
 
-passed=0 failed=1 skipped=0
-read -r passed failed skipped < <(awk -f scripts/count-tests.awk "$log")
-
+counts=$(awk -f scripts/count-tests.awk "$log") || counts="0 1 0"  # no test was run
+read -r passed failed skipped <<< "$counts"
 echo "$skipped skipped"
 echo "$passed passed, $failed failed"
 [ "$status" -eq 0 ] && [ "$failed" -eq 0 ] && [ "$passed" -gt 0 ]
