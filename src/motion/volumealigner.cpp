@@ -138,4 +138,47 @@ VolumeAligner::Equations VolumeAligner::equationsOf(const MotionLevel& level, co
   return equations;
 }
 
+// False: it does not come to an end.
+bool VolumeAligner::improve(const MotionLevel& level, Motion& motion, Scratch& scratch) const {
+  for (int step = 0; step < mostSteps; ++step) {
+    const RigidMotion small = motionOf(equationsOf(level, motion, scratch).solved());
+    const glm::dmat4 change = matrixAbout(middleMm, small.rotation(), small.translationMm);
+    const double mm = displacementMm(change, place.grid);
+    if (!(mm < farthestHeadMm)) return false;
+    motion = motion.after(small);
+    if (mm < level.toleranceMm) return true;
+  }
+  return false;
+}
+
+double VolumeAligner::standardErrorMm(const Equations& all) const {
+  double squares = 0;
+  for (int group = 0; group < groups; ++group) {
+    const RigidMotion apart = motionOf(all.solved(group));
+    const double mm =
+        displacementMm(matrixAbout(middleMm, apart.rotation(), apart.translationMm), place.grid);
+    squares += mm * mm;
+  }
+  return std::sqrt((groups - 1.0) / groups * squares);
+}
+
+VolumeFit VolumeAligner::align(const Volume<float>& image, Scratch& scratch) const {
+  Motion motion;
+  VolumeFit fit;
+  for (const MotionLevel& level : levels) {
+    smoothCoefficients(image, level.sigmaMm / nifti::columnLengths(place.grid.affine),
+                       scratch.spline);
+    const Motion before = motion;
+    fit.converged = improve(level, motion, scratch);
+    if (!fit.converged && &level != &levels.back()) motion = before;
+  }
+  const Equations equations = equationsOf(levels.back(), motion, scratch);
+  fit.motion = matrixAbout(middleMm, motion.turn, motion.shift);
+  fit.standardErrorMm = standardErrorMm(equations);
+  fit.correlation = equations.correlation;
+  fit.covered = static_cast<double>(scratch.samples.size()) /
+                static_cast<double>(std::max<std::size_t>(levels.back().samples.size(), 1));
+  return fit;
+}
+
 }  // namespace mirel
