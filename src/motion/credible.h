@@ -13,6 +13,10 @@ namespace mirel {
 ///   sqrt(r^2 / 5 tr(A^T A) + |t + A c|^2),     [A | t] = m - 1, c the middle, r = 80 mm
 double displacementMm(const glm::dmat4& m, const Grid& grid);
 
+/// Why a transform of images on `grid` is no motion of a head, as a sentence goes on: "scales or
+/// shears, by ..."; empty: it can be one. For the limits see requireHeadMotion.
+std::string faultOfMotion(const glm::dmat4& m, const Grid& grid);
+
 /// Refuses transforms that are no rigid motions of a head within a scanner, whose images lie on
 /// `grid`.
 /// Errors  Error, naming the file, the place in it (or the file of the matrix) and the fault: a
