@@ -58,6 +58,7 @@ std::string faultOfMotion(const glm::dmat4& m, const Grid& grid) {
 std::string placeInFile(const SeriesMotion& motion, std::size_t volume) {
   switch (motion.form) {
     case MotionForm::fslMatrices:
+    case MotionForm::found:
       break;
     case MotionForm::itkText:
       return "transform " + std::to_string(volume);
