@@ -17,10 +17,6 @@ constexpr double ballMm = 80;
 // A millimetre at ten centimetres would be 0.01; programs write six digits.
 constexpr double largestStrain = 1e-3;
 
-glm::dvec3 middleOf(const Grid& grid) {
-  return glm::dvec3(grid.affine * glm::dvec4(0.5 * (glm::dvec3(grid.dims) - 1.0), 1.0));
-}
-
 // The largest element of R^T R - 1.
 double strainOf(const glm::dmat3& r) {
   const glm::dmat3 off = glm::transpose(r) * r - glm::dmat3(1.0);
@@ -31,6 +27,10 @@ double strainOf(const glm::dmat3& r) {
 }
 
 }  // namespace
+
+glm::dvec3 middleOf(const Grid& grid) {
+  return glm::dvec3(grid.affine * glm::dvec4(0.5 * (glm::dvec3(grid.dims) - 1.0), 1.0));
+}
 
 double displacementMm(const glm::dmat4& m, const Grid& grid) {
   const glm::dmat3 turn = glm::dmat3(m) - glm::dmat3(1.0);

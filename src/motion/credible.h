@@ -7,6 +7,9 @@
 
 namespace mirel {
 
+/// The middle of a grid in mm.
+glm::dvec3 middleOf(const Grid& grid);
+
 /// How far a motion displaces a head: the root mean square over a ball of 80 mm about the middle of
 /// a grid, in mm (M. Jenkinson, FMRIB technical report TR99MJ1, 1999).
 ///

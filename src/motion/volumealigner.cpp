@@ -69,9 +69,7 @@ struct VolumeAligner::Equations {
 
 VolumeAligner::VolumeAligner(const Volume<float>& reference, const DistortedPlace& where,
                              const std::string& name)
-    : place(where),
-      toVoxels(where.grid, name),
-      middleMm(where.grid.affine * glm::dvec4(toVoxels.middle, 1.0)) {
+    : place(where), toVoxels(where.grid, name), middleMm(middleOf(where.grid)) {
   const Volume<float> undistorted =
       correctVolume(reference, place.shift, place.axis, Modulation::off);
   const std::vector<int> voxels =
