@@ -52,6 +52,17 @@ ApplyFieldOptions jobOf(const ApplyFieldArguments& arguments,
   return job;
 }
 
+// Of every RUN.
+Option* addRealignOption(Command* command, bool& realign, Option* warp, Option* motion) {
+  return command
+      ->add_flag("--realign", realign,
+                 "Find where the head was in each volume of RUN and take its motion out together\n"
+                 "with the distortion in one interpolation; also written, as ITK text. Volumes\n"
+                 "with b > 100 s/mm^2 get the motion between those without gradients")
+      ->excludes(warp)
+      ->excludes(motion);
+}
+
 std::vector<Option*> addMotionOptions(Command* command, ApplyFieldArguments& arguments,
                                       Option* warp) {
   Option* motion = command->add_option(
@@ -70,7 +81,8 @@ std::vector<Option*> addMotionOptions(Command* command, ApplyFieldArguments& arg
       "The volume of RUN, counted from 0, or the image that its volumes were aligned\n"
       "to (default: the volume that did not move)");
   reference->type_name("N|IMAGE")->needs(motion);
-  return {motion, from, reference};
+  return {motion, from, reference,
+          addRealignOption(command, arguments.job.seriesSettings.realign, warp, motion)};
 }
 
 }  // namespace
