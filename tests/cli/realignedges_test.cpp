@@ -88,4 +88,54 @@ TEST_F(RealignEdges, NamesVolumesThatShowNoHead) {
   for (const std::size_t t : {2U, 5U}) EXPECT_NE(motion[t], glm::dmat4(1.0)) << t;
 }
 
+TEST_F(RealignEdges, TwoVolumesWithHoles) {
+  // Floats, which hold what is not finite.
+  const std::string image = write("two", {0, 1});
+  nifti::Reader reader(image);
+  nifti::Header header = reader.header();
+  header.type = nifti::DataType::float32;
+  const std::string holes = file("holes.nii.gz");
+  nifti::Writer writer(holes, header);
+  for (int t = 0; t < 2; ++t) {
+    Volume<float> volume = reader.readVolume(t);
+    volume.at(20, 24, 14) = std::numeric_limits<float>::quiet_NaN();
+    volume.at(22, 20, 12 + t) = std::numeric_limits<float>::infinity();
+    writer.write(volume);
+  }
+  writer.finish();
+  std::filesystem::copy(file("two.json"), file("holes.json"));
+  ASSERT_EQ(applyTo(image, {"--realign"}).status, 0);
+  const std::vector<glm::dmat4> whole = found();
+  ASSERT_EQ(applyTo(holes, {"--realign"}).status, 0);
+  EXPECT_EQ(realignment().at("VolumesMoved"), 1);
+  const std::size_t moved = whole[0] == glm::dmat4(1.0) ? 1 : 0;
+  for (int axis = 0; axis < 3; ++axis)
+    EXPECT_NEAR(found()[moved][3][axis], whole[moved][3][axis], 0.02) << axis;
+}
+
+// Of b = 0 are volumes 0, 2 and 6.
+TEST_F(RealignEdges, WeightedVolumesGetTheMotionBetween) {
+  const std::string image = write("dwi", {0, 0, 0, 0, 1, 2, 1}, [](int n, Volume<float>& volume) {
+    if (n % 2 == 1 || n == 4) volume *= 0.3F;
+  });
+  folder.write("dwi.bvec", "0 1 0 1 1 1 0\n0 0 0 0 0 0 0\n0 0 0 0 0 0 0\n");
+  folder.write("dwi.bval", "0 1000 5 1000 1000 1000 0\n");
+  const ProgramResult result = applyTo(image, {"--realign"});
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_THAT(result.err, HasSubstr("with diffusion gradients (b > 100 s/mm^2) are not realigned "
+                                    "themselves: they get the motion between"));
+  EXPECT_EQ(realignment().at("VolumesCompared"), 3);
+  EXPECT_EQ(realignment().at("VolumesBetween"), 4);
+  const std::vector<glm::dmat4> motion = found();
+  // The head is at the reference until volume 2, and half of the way to volume 6 in volume 4.
+  for (const std::size_t t : {0U, 1U, 2U}) EXPECT_EQ(motion[t], glm::dmat4(1.0)) << t;
+  for (int axis = 0; axis < 3; ++axis)
+    EXPECT_NEAR(motion[4][3][axis], 0.5 * motions[1].translationMm[axis], 0.1) << axis;
+  std::istringstream row(folder.read("r.bvec"));
+  double x[7];
+  for (double& one : x) row >> one;
+  EXPECT_EQ(x[1], 1);
+  EXPECT_LT(x[5], 1);
+}
+
 }  // namespace mirel
