@@ -104,7 +104,7 @@ Realignment realign(const SeriesToRealign& series) {
   const VolumeAligner aligner(prepared(reader.readVolume(found.reference), series.background),
                               series.place, series.file);
   if (!aligner.canCompare()) {
-    found.notPossible = "too few voxels show the head";
+    found.notPossible = "too few voxels, or too few slices, show the head";
     return found;
   }
   struct Buffers {
