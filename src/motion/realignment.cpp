@@ -7,6 +7,7 @@
 #include "base/numbertext.h"
 #include "field/inorder.h"
 #include "field/seriesparts.h"
+#include "motion/acrosscontrasts.h"
 #include "motion/credible.h"
 #include "nifti/image.h"
 #include "nifti/orientation.h"
@@ -133,6 +134,21 @@ Realignment realign(const SeriesToRealign& series) {
         found.volumes.push_back(buffers.found);
         if (series.done) series.done((n + 1.0) / static_cast<double>(series.like.size()));
       });
+  return found;
+}
+
+std::vector<std::optional<glm::dmat4>> realignAcross(const SeriesToRealign& series, int reference,
+                                                     const std::vector<glm::dmat4>& starts) {
+  nifti::Reader reader(series.file);
+  const AcrossContrasts aligner(prepared(reader.readVolume(reference), series.background),
+                                series.place, series.file);
+  std::vector<std::optional<glm::dmat4>> found;
+  for (std::size_t n = 0; n < series.like.size(); ++n) {
+    found.push_back(
+        aligner.align(prepared(reader.readVolume(series.like[n]), series.background), starts[n]));
+    if (series.done)
+      series.done(static_cast<double>(n + 1) / static_cast<double>(series.like.size()));
+  }
   return found;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -60,5 +61,12 @@ int typicalVolume(const std::string& file, const std::vector<int>& like, int thr
 /// not depend on the number of threads.
 /// Errors  those of nifti::Reader and of VolumeAligner; what `done` throws.
 Realignment realign(const SeriesToRealign& series);
+
+/// The same of volumes of other contrasts (AcrossContrasts), series.like, against volume
+/// `reference`, each from what its motion may be. Nothing for those where no motion is credible.
+/// One after the other, whatever the number of threads.
+/// Errors  those of nifti::Reader and of AcrossContrasts; what `done` throws.
+std::vector<std::optional<glm::dmat4>> realignAcross(const SeriesToRealign& series, int reference,
+                                                     const std::vector<glm::dmat4>& starts);
 
 }  // namespace mirel
