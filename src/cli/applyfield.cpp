@@ -16,6 +16,7 @@ ApplyFieldOptions jobOf(const ApplyFieldArguments& arguments,
   ApplyFieldOptions job = arguments.job;
   job.version = MIREL_VERSION;
   job.seriesSettings.realign = arguments.motion.realign;
+  job.seriesSettings.realignWeighted = arguments.motion.realignWeighted;
   if (arguments.modulate) job.seriesSettings.modulation = Modulation::on;
   if (!arguments.given.sidecar.empty() && images.size() > 1)
     throw Error("--sidecar is for one image, but " + std::to_string(images.size()) + " are given");

@@ -76,6 +76,7 @@ void settle(Options& options) {
   if (options.noModulate) job.estimate.modulation = Modulation::off;
   job.joinSeries = options.restore;
   job.seriesSettings.realign = options.motion.realign;
+  job.seriesSettings.realignWeighted = options.motion.realignWeighted;
   const GivenMotion motion = motionOf(options.motion);
   for (const std::string& file : options.runs) job.series.push_back({file, options.ofRuns, motion});
 }

@@ -60,7 +60,13 @@ std::vector<Option*> addMotionOptions(Command* command, MotionArguments& argumen
       "The volume of RUN, counted from 0, or the image that its volumes were aligned\n"
       "to (default: the volume that did not move)");
   reference->type_name("N|IMAGE")->needs(motion);
-  return {motion, from, reference, addRealignOption(command, arguments.realign, warp, motion)};
+  Option* realign = addRealignOption(command, arguments.realign, warp, motion);
+  Option* weighted = command->add_flag(
+      "--realign-weighted", arguments.realignWeighted,
+      "With --realign: volumes with b > 100 s/mm^2, too, by mutual information with\n"
+      "the reference, which takes half a second each and is less precise");
+  weighted->needs(realign);
+  return {motion, from, reference, realign, weighted};
 }
 
 }  // namespace mirel

@@ -11,7 +11,7 @@ namespace mirel {
 /// What a command line says of the head's motion within series.
 struct MotionArguments {
   std::string file, from, reference;  ///< of --motion, --motion-from and --motion-reference
-  bool realign = false;
+  bool realign = false, realignWeighted = false;
 };
 
 /// Adds --motion, with what goes with it, and --realign, which exclude one another and `warp`.

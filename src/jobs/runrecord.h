@@ -30,7 +30,8 @@ struct SeriesSettings {
   /// Look for motion of the head within each series and undo it: of volumes of one contrast, those
   /// without diffusion gradients where there are some with.
   bool realign = false;
-  int threads = 0;  ///< 0: as many as there are cores
+  bool realignWeighted = false;  ///< those with gradients, too, across contrasts
+  int threads = 0;               ///< 0: as many as there are cores
 };
 
 /// What was found when two series were joined.
@@ -51,6 +52,8 @@ struct RealignmentRecord {
   std::vector<int> compared;     ///< volumes, with the reference
   std::vector<int> moved;        ///< of them
   std::vector<Refused> refused;  ///< of them: no motion was taken
+  bool weightedToo = false;      ///< those with diffusion gradients were asked for
+  std::vector<int> across;       ///< volumes of another contrast that were aligned all the same
   std::vector<int> between;      ///< volumes with the motion between those that were compared
   std::string notPossible;       ///< why nothing was looked for; empty: it was
 };

@@ -22,14 +22,14 @@ std::string namedVolumes(const std::vector<int>& volumes) {
   return (volumes.size() == 1 ? "volume " : "volumes ") + rangesOf(volumes);
 }
 
-Realignment found(const SeriesInput& input, const Volume<float>& shift, int threads,
-                  const std::vector<int>& like, Progress& progress) {
+SeriesToRealign seriesOf(const SeriesInput& input, const Volume<float>& shift, int threads,
+                         const std::vector<int>& volumes, Progress& progress) {
   const std::string subject = std::filesystem::path(input.file).filename().string();
   const DistortedPlace place{gridOf(input.header), shift, input.acquisition.direction->value.axis};
-  SeriesToRealign series{input.file, place, like, backgroundOf(input), threads};
+  SeriesToRealign series{input.file, place, volumes, backgroundOf(input), threads};
   // What takes most of the time, correcting, is still to come.
-  series.done = [&](double) { progress.at(Stage::correcting, 0.0, subject); };
-  return realign(series);
+  series.done = [&progress, subject](double) { progress.at(Stage::correcting, 0.0, subject); };
+  return series;
 }
 
 RealignmentRecord recordOf(const Realignment& realignment) {
@@ -56,6 +56,20 @@ std::vector<glm::dmat4> motionsOf(const Realignment& realignment, const SeriesIn
   return motions;
 }
 
+// Those that cannot be aligned keep the motion between others.
+void alignWeighted(const SeriesToRealign& series, RealignmentRecord& record,
+                   std::vector<glm::dmat4>& motions) {
+  std::vector<glm::dmat4> starts;
+  for (const int t : series.like) starts.push_back(motions[static_cast<std::size_t>(t)]);
+  const auto found = realignAcross(series, record.reference, starts);
+  record.weightedToo = true;
+  record.between.clear();
+  for (std::size_t n = 0; n < series.like.size(); ++n) {
+    (found[n] ? record.across : record.between).push_back(series.like[n]);
+    if (found[n]) motions[static_cast<std::size_t>(series.like[n])] = *found[n];
+  }
+}
+
 }  // namespace
 
 RealignmentRecord realignSeries(const Volume<float>& shift, const SeriesSettings& settings,
@@ -71,12 +85,18 @@ RealignmentRecord realignSeries(const Volume<float>& shift, const SeriesSettings
                                                    : "fewer than two volumes have no gradients";
     return record;
   }
-  const Realignment realignment = found(input, shift, settings.threads, like, progress);
+  const Realignment realignment = realign(seriesOf(input, shift, settings.threads, like, progress));
   record = recordOf(realignment);
+  if (!record.notPossible.empty()) return record;
   record.between = weighted;
-  if (record.moved.empty()) return record;
   SeriesMotion motion;
   motion.fromReference = motionsOf(realignment, input);
+  if (settings.realignWeighted && !weighted.empty())
+    alignWeighted(seriesOf(input, shift, settings.threads, weighted, progress), record,
+                  motion.fromReference);
+  if (std::all_of(motion.fromReference.begin(), motion.fromReference.end(),
+                  [](const glm::dmat4& m) { return m == glm::dmat4(1.0); }))
+    return record;
   motion.form = MotionForm::found;
   motion.file = file;
   motion.referenceVolume = record.reference;
@@ -99,11 +119,16 @@ void tellOfRealignment(const SeriesInput& input, SeriesRecord& record, std::vect
                               input.file + " is not credible, since " + reason +
                               ": the head is taken to be at its place in volume " +
                               std::to_string(found.reference));
-  if (!found.between.empty())
+  if (found.between.empty()) return;
+  const std::string instead =
+      ": they get the motion between that of the volumes without gradients before and after them";
+  if (found.weightedToo)
+    notes.push_back("no credible motion was found for " + namedVolumes(found.between) + " of " +
+                    input.file + " with diffusion gradients" + instead);
+  else
     notes.push_back("the volumes of " + input.file +
-                    " with diffusion gradients (b > 100 s/mm^2) are not realigned themselves: they "
-                    "get the motion between that of the volumes without gradients before and "
-                    "after them");
+                    " with diffusion gradients (b > 100 s/mm^2) are not realigned themselves" +
+                    instead);
 }
 
 std::string motionText(const SeriesInput& input) {

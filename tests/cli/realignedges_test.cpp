@@ -136,6 +136,13 @@ TEST_F(RealignEdges, WeightedVolumesGetTheMotionBetween) {
   for (double& one : x) row >> one;
   EXPECT_EQ(x[1], 1);
   EXPECT_LT(x[5], 1);
+  // Asked for, volume 4 is where the head is rather than half of the way.
+  const ProgramResult all = applyTo(image, {"--realign", "--realign-weighted"});
+  ASSERT_EQ(all.status, 0) << all.err;
+  EXPECT_EQ(realignment().at("VolumesAcrossContrasts"), 4);
+  for (int axis = 0; axis < 3; ++axis)
+    EXPECT_NEAR(found()[4][3][axis], motions[1].translationMm[axis], 0.4) << axis;
+  EXPECT_EQ(applyTo(image, {"--realign-weighted"}).status, 2);
 }
 
 }  // namespace mirel
