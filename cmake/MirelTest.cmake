@@ -1,5 +1,5 @@
-# One test program of a folder: mirel_test(name SOURCES a_test.cpp ... USES libraries).
-include(GoogleTest)
+# One test program of a folder: mirel_test(name SOURCES a_test.cpp ... USES libraries
+# [APART b_test.cpp ...]). APART are sources that have names of others in anonymous namespaces.
 find_package(GTest REQUIRED)
 # Of test programs, after the options of the build type: half of the time of a build from nothing went
 # into optimising expectations. What they test, and the references beside it, are libraries.
@@ -13,14 +13,33 @@ if(MIREL_PCH)
   target_compile_options(mirel_tests_precompiled PRIVATE -fPIE ${mirel_test_options})
 endif()
 
+# A suite is one test of ctest: what its tests share is made once. scripts/test.sh counts them.
+function(mirel_discover_suites name label)
+  set(suites ${CMAKE_CURRENT_BINARY_DIR}/${name}_suites.cmake)
+  set(included ${CMAKE_CURRENT_BINARY_DIR}/${name}_include.cmake)
+  add_custom_command(TARGET ${name} POST_BUILD BYPRODUCTS ${suites}
+    COMMAND ${CMAKE_COMMAND} -D PROGRAM=$<TARGET_FILE:${name}> -D NAME=${name} -D LABEL=${label}
+            -D OUTPUT=${suites} -P ${PROJECT_SOURCE_DIR}/cmake/DiscoverSuites.cmake
+    VERBATIM)
+  file(WRITE ${included} "if(EXISTS [=[${suites}]=])
+  include([=[${suites}]=])
+else()
+  add_test(${name}_NOT_BUILT ${name}_NOT_BUILT)
+endif()
+")
+  set_property(DIRECTORY APPEND PROPERTY TEST_INCLUDE_FILES ${included})
+endfunction()
+
 function(mirel_test name)
-  cmake_parse_arguments(arg "" "" "SOURCES;USES" ${ARGN})
-  add_executable(${name} ${arg_SOURCES})
+  cmake_parse_arguments(arg "" "" "SOURCES;USES;APART" ${ARGN})
+  add_executable(${name} ${arg_SOURCES} ${arg_APART})
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/tests)
   target_compile_options(${name} PRIVATE ${mirel_test_options})
   target_link_libraries(${name} PRIVATE ${arg_USES} GTest::gmock_main)
   mirel_use_precompiled(${name} mirel_tests_precompiled)
+  mirel_join_sources(${name})
+  set_source_files_properties(${arg_APART} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
   # The folder's name picks tests for the sanitizers (CMakePresets.json).
   get_filename_component(folder ${CMAKE_CURRENT_SOURCE_DIR} NAME)
-  gtest_discover_tests(${name} PROPERTIES TIMEOUT 900 LABELS ${folder} DISCOVERY_TIMEOUT 60)
+  mirel_discover_suites(${name} ${folder})
 endfunction()

@@ -23,11 +23,11 @@ build() { # preset
 case "${1:-}" in
   build) setup; build program ;;
   demo)  setup; build program; scripts/demo.sh build/release ;;
-  test)  setup test; build release; ctest --preset release ;;
-  dev)   setup test; build dev; ctest --preset dev ;;
-  asan)  setup test; build asan; ctest --preset asan ;;
-  asan-ci) setup test fuzz; build asan-ci; ctest --preset asan-ci ;;
-  tsan)  setup test; build tsan; ctest --preset tsan ;;
+  test)  setup test; build release; scripts/test.sh release build/release ;;
+  dev)   setup test; build dev; scripts/test.sh dev build/dev ;;
+  asan)  setup test; build asan; scripts/test.sh asan build/asan ;;
+  asan-ci) setup test fuzz; build asan-ci; scripts/test.sh asan-ci build/fuzz ;;
+  tsan)  setup test; build tsan; scripts/test.sh tsan build/tsan ;;
   lint)  setup lint; configure lint; scripts/lint.sh "${@:2}" ;;
   fuzz)  setup fuzz; build fuzz; scripts/fuzz.sh build/fuzz "${2:-600}" "${@:3}" ;;
   valgrind) setup valgrind; build program; scripts/valgrind.sh build/release ;;

@@ -24,7 +24,6 @@ namespace {
 namespace fs = std::filesystem;
 using Source = bids::StatedDirection::Source;
 
-constexpr const char* imageEnd = ".nii.gz";
 constexpr const char* motionEnd = ".txt";
 constexpr std::size_t mostVolumesToAlign = 20;
 
