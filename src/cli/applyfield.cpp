@@ -11,34 +11,16 @@ namespace mirel {
 
 namespace {
 
-// A number names a volume of the series, anything else an image.
-GivenMotion motionOf(const ApplyFieldArguments& arguments) {
-  GivenMotion motion = arguments.motion;
-  if (arguments.motionFrom == "fsl") motion.program = MotionProgram::fsl;
-  if (arguments.motionFrom == "spm") motion.program = MotionProgram::spm;
-  if (arguments.motionFrom == "afni") motion.program = MotionProgram::afni;
-  if (arguments.motionFrom == "itk") motion.program = MotionProgram::itk;
-  const std::string& reference = arguments.motionReference;
-  if (reference.empty()) return motion;
-  if (refuseBelow(0, reference).empty())
-    motion.referenceVolume = std::atoi(reference.c_str());
-  else if (nifti::hasNiftiName(reference))
-    motion.referenceImage = reference;
-  else
-    throw Error(reference,
-                "is neither the number of a volume nor a NIfTI image (.nii, .nii.gz), "
-                "one of which --motion-reference takes");
-  return motion;
-}
-
 ApplyFieldOptions jobOf(const ApplyFieldArguments& arguments,
                         const std::vector<std::string>& images) {
   ApplyFieldOptions job = arguments.job;
   job.version = MIREL_VERSION;
+  job.seriesSettings.realign = arguments.motion.realign;
+  job.seriesSettings.realignWeighted = arguments.motion.realignWeighted;
   if (arguments.modulate) job.seriesSettings.modulation = Modulation::on;
   if (!arguments.given.sidecar.empty() && images.size() > 1)
     throw Error("--sidecar is for one image, but " + std::to_string(images.size()) + " are given");
-  const GivenMotion motion = motionOf(arguments);
+  const GivenMotion motion = motionOf(arguments.motion);
   if (!motion.file.empty() && images.size() > 1)
     throw Error("--motion is for one image, but " + std::to_string(images.size()) + " are given");
   for (const std::string& file : images) {
@@ -50,27 +32,6 @@ ApplyFieldOptions jobOf(const ApplyFieldArguments& arguments,
     job.series.push_back({file, arguments.given, motion});
   }
   return job;
-}
-
-std::vector<Option*> addMotionOptions(Command* command, ApplyFieldArguments& arguments,
-                                      Option* warp) {
-  Option* motion = command->add_option(
-      "--motion", arguments.motion.file,
-      "For one image: where the head was in each of its volumes, as another\n"
-      "program found it; taken out together with the distortion in one\n"
-      "interpolation. FSL's folder of matrices (MAT_0000, ...) or .par, rows of\n"
-      "AFNI (.aff12.1D), affine transforms in ITK's text (fMRIPrep), SPM's rp_*");
-  motion->type_name("FILE|DIR")->excludes(warp);
-  Option* from =
-      command->add_option("--motion-from", arguments.motionFrom,
-                          "Whose conventions --motion follows (default: as the file tells itself)");
-  from->type_name("fsl|spm|afni|itk")->one_of({"fsl", "spm", "afni", "itk"})->needs(motion);
-  Option* reference = command->add_option(
-      "--motion-reference", arguments.motionReference,
-      "The volume of RUN, counted from 0, or the image that its volumes were aligned\n"
-      "to (default: the volume that did not move)");
-  reference->type_name("N|IMAGE")->needs(motion);
-  return {motion, from, reference};
 }
 
 }  // namespace
@@ -126,7 +87,7 @@ ImageCommandOptions addApplyFieldOptions(Command* command, ApplyFieldArguments& 
       forImages(command->add_flag("--warp", arguments.job.seriesSettings.writeWarp,
                                   "Also write the displacement field for other programs,\n"
                                   "RUN_from-orig_to-undistorted_mode-image_xfm.nii.gz"));
-  for (Option* option : addMotionOptions(command, arguments, warp)) forImages(option);
+  for (Option* option : addMotionOptions(command, arguments.motion, warp)) forImages(option);
   Option* reference =
       forImages(
           command->add_option("--reference", arguments.job.reference,

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "cli/commandline.h"
+#include "cli/motionoption.h"
 #include "jobs/applyfield.h"
 
 namespace mirel {
@@ -14,8 +15,7 @@ struct Program;
 struct ApplyFieldArguments {
   ApplyFieldOptions job;
   bids::GivenAcquisition given;
-  GivenMotion motion;
-  std::string motionFrom, motionReference;
+  MotionArguments motion;
   std::string anatomy;
   bool modulate = false, quiet = false, noReport = false, noViewer = false;
 };

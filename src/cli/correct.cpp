@@ -2,6 +2,7 @@
 
 #include "cli/command.h"
 #include "cli/directionoption.h"
+#include "cli/motionoption.h"
 #include "cli/numbers.h"
 #include "cli/reportfacts.h"
 #include "cli/runjob.h"
@@ -25,7 +26,8 @@ struct Options {
   CorrectPairOptions job;
   std::vector<std::string> runs;
   bids::GivenAcquisition ofRuns;
-  int volumeB = -1;  // below 0: that of A
+  MotionArguments motion;  ///< within the runs
+  int volumeB = -1;        // below 0: that of A
   int mean = 0;
   int meanB = 0;  // 0: as for A
   std::string volumes, volumesB;
@@ -73,7 +75,10 @@ void settle(Options& options) {
   if (options.modulate) job.estimate.modulation = Modulation::on;
   if (options.noModulate) job.estimate.modulation = Modulation::off;
   job.joinSeries = options.restore;
-  for (const std::string& file : options.runs) job.series.push_back({file, options.ofRuns});
+  job.seriesSettings.realign = options.motion.realign;
+  job.seriesSettings.realignWeighted = options.motion.realignWeighted;
+  const GivenMotion motion = motionOf(options.motion);
+  for (const std::string& file : options.runs) job.series.push_back({file, options.ofRuns, motion});
 }
 
 int runCorrect(Options options, const Program& program) {
@@ -110,6 +115,17 @@ void checkRestore(const Options& options, bool search) {
     refuseTogether("--restore", "the search without --modulate");
   if (options.runs.size() < 2)
     refuseWithout("--restore", "two diffusion series, --apply RUN --apply RUN");
+}
+
+/// Joining takes the head to keep still within each series.
+void checkMotion(const Options& options) {
+  const bool told = !options.motion.file.empty();
+  if (!told && !options.motion.realign) return;
+  const char* name = told ? "--motion" : "--realign";
+  if (options.restore) refuseTogether(name, "--restore, which takes the head to keep still");
+  if (options.runs.empty()) refuseWithout(name, "a series, --apply RUN");
+  if (told && options.runs.size() > 1)
+    refuseTogether("--motion", "more than one --apply RUN, since it is of one");
 }
 
 void checkEstimate(const Options& options) {
@@ -322,10 +338,12 @@ void addCorrectCommand(Command& app, Program& program) {
                     ".bval and .bvec beside them, into one, desc-restored: volumes of the same\n"
                     "gradient give one image by least squares, which holds what either lost.\n"
                     "Volumes without a partner are corrected alone, desc-preprocUnmatched");
-  command->add_flag("--warp", options->job.seriesSettings.writeWarp,
-                    "Also write the displacement field of every RUN for other programs,\n"
-                    "RUN_from-orig_to-undistorted_mode-image_xfm.nii.gz (the pair's are always\n"
-                    "written)");
+  Option* warp = command->add_flag(
+      "--warp", options->job.seriesSettings.writeWarp,
+      "Also write the displacement field of every RUN for other programs,\n"
+      "RUN_from-orig_to-undistorted_mode-image_xfm.nii.gz (the pair's are always\n"
+      "written)");
+  addMotionOptions(command, options->motion, warp);
   Option* anatomy =
       command
           ->add_option("--anat", options->anatomy,
@@ -349,6 +367,7 @@ void addCorrectCommand(Command& app, Program& program) {
     checkPair(*options);
     checkEstimate(*options);
     checkRestore(*options, hasSearchOptions(*options));
+    checkMotion(*options);
     program.action = [options, &program] { return runCorrect(*options, program); };
   });
 }

@@ -133,6 +133,20 @@ std::string motionText(const SeriesRecord& series) {
          "\n";
 }
 
+std::string realignmentText(const SeriesRecord& series) {
+  const RealignmentRecord& found = *series.realignment;
+  if (!found.notPossible.empty()) return {};  // A note tells.
+  const std::string against = " against volume " + std::to_string(found.reference);
+  const std::string of = std::to_string(found.compared.size()) + " volumes";
+  if (!series.motion)
+    return series.file + ": in none of " + of + " the head has moved" + against +
+           " by more than could be chance\n";
+  return series.file + ": in " + std::to_string(found.moved.size()) + " of " + of +
+         " the head has moved" + against + ", by up to " + text("%.2f", series.motion->largestMm) +
+         " mm (volume " + std::to_string(series.motion->largestVolume) +
+         "); it is brought back there\n";
+}
+
 std::string signText(const SeriesRecord& series) {
   return series.file + ": normalised mutual information with the reference (1 none, 2 full) " +
          text("%.4f", series.signs->asGiven) + ", with the opposite sign " +
@@ -151,7 +165,10 @@ std::string textOf(const RunRecord& run) {
   for (const SeriesRecord& series : run.series) {
     text += textOf(series);
     if (series.alignment) text += alignmentText(series, run.pair ? "the pair" : "the reference");
-    if (series.motion) text += motionText(series);
+    if (series.realignment)
+      text += realignmentText(series);
+    else if (series.motion)
+      text += motionText(series);
     // With a pair the reference is its own corrected mean, and a doubt is a warning or a note.
     if (!run.pair && series.signs) text += signText(series);
   }

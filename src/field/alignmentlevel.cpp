@@ -34,14 +34,18 @@ Volume<float> summable(Volume<float> image) {
   return image;
 }
 
-int groupAt(const glm::dvec3& mm) {
+}  // namespace
+
+int sampleGroupAt(const glm::dvec3& mm) {
   const glm::dvec3 block = glm::floor(mm / blockMm) + 1024.0;
   const auto part = [](double v) { return static_cast<std::uint64_t>(v) & 0x7ff; };
   return static_cast<int>(splitMix64(part(block.x) << 22 | part(block.y) << 11 | part(block.z)) %
                           AlignmentSample::groups);
 }
 
-}  // namespace
+glm::dvec3 placeInVoxel(std::size_t number) {
+  return {jitter(3 * number), jitter(3 * number + 1), jitter(3 * number + 2)};
+}
 
 ValueBins::ValueBins(std::vector<float> values) {
   if (values.empty()) return;
@@ -66,10 +70,10 @@ void sampleReference(const PlacedImage& reference, const std::vector<int>& voxel
     const int at = voxels[n * voxels.size() / count];
     const glm::dvec3 voxel(at % image.nx(), at / image.nx() % image.ny(),
                            at / image.nx() / image.ny());
-    const glm::dvec3 p = voxel + glm::dvec3(jitter(3 * n), jitter(3 * n + 1), jitter(3 * n + 2));
+    const glm::dvec3 p = voxel + placeInVoxel(n);
     const glm::dvec3 mm = glm::dvec3(reference.affine * glm::dvec4(p, 1.0)) - centre;
     values.push_back(static_cast<float>(trilinear(image, p)));
-    level.samples.push_back({mm, 0.0, groupAt(mm)});
+    level.samples.push_back({mm, 0.0, sampleGroupAt(mm)});
   }
   const ValueBins bins(values);
   for (std::size_t n = 0; n < count; ++n)

@@ -32,10 +32,17 @@ struct AlignmentSample {
 
   glm::dvec3 mm;  ///< about the middle of the reference's grid
   double bin;     ///< of the smoothed reference's value there
-  /// 0 .. groups - 1: blocks of 20 mm are dealt out to groups at random, so that each group is
-  /// spread over the head while the errors of neighbours, which go together, stay in one.
-  int group;
+  int group;      ///< sampleGroupAt
 };
+
+/// 0 .. AlignmentSample::groups - 1, of a place in mm: blocks of 20 mm are dealt out to groups at
+/// random, so that each group is spread over the head while the errors of neighbours, which go
+/// together, stay in one.
+int sampleGroupAt(const glm::dvec3& mm);
+
+/// Where the `number`th of a list of samples lies within its voxel: -0.5 .. 0.5 along each axis,
+/// drawn at random, the same in every call.
+glm::dvec3 placeInVoxel(std::size_t number);
 
 /// A resolution of an alignment.
 struct AlignmentLevel {

@@ -119,10 +119,10 @@ RunRecord applyField(const ApplyFieldOptions& options, Progress& progress) {
       for (const Remark& doubt : options.report->check(input.file, input.header))
         run.warnings.push_back(doubt);
   SeriesCorrection series(options.seriesSettings, folder);
-  const bool withWarp = options.seriesSettings.writeWarp;
+  const SeriesSettings& settings = options.seriesSettings;
   for (SeriesInput& input : read) {
-    SeriesNames names = place.image.empty() ? SeriesNames::inFolder(input, withWarp)
-                                            : SeriesNames::asImage(input, place.image, withWarp);
+    SeriesNames names = place.image.empty() ? SeriesNames::inFolder(input, settings)
+                                            : SeriesNames::asImage(input, place.image, settings);
     series.add(std::move(input), std::move(names));
   }
   std::vector<std::string> inputs = series.inputFiles();

@@ -198,7 +198,7 @@ struct SeriesParts {
       : correction(settings, folder) {
     if (join) joining.emplace(planJoining(series), settings, folder);
     for (SeriesInput& input : series) {
-      SeriesNames names = SeriesNames::inFolder(input, settings.writeWarp);
+      SeriesNames names = SeriesNames::inFolder(input, settings);
       correction.add(std::move(input), std::move(names));
     }
   }

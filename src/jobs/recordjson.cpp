@@ -5,6 +5,7 @@
 
 #include "jobs/checksum.h"
 #include "jobs/joinedjson.h"
+#include "jobs/realignmentjson.h"
 
 namespace mirel {
 
@@ -225,6 +226,7 @@ Json seriesJson(const SeriesRecord& series) {
                          {"AsGiven", series.signs->asGiven},
                          {"Opposite", series.signs->opposite}};
   if (series.alignment) json["Alignment"] = alignmentJson(*series.alignment);
+  if (series.realignment) json["Realignment"] = realignmentJson(*series.realignment);
   if (series.motion) json["Motion"] = withinSeriesJson(*series.motion);
   if (!series.warnings.empty()) json["Warnings"] = textsOf(series.warnings);
   if (series.mapFactor) {
@@ -321,6 +323,7 @@ Json seriesSummary(const SeriesRecord& series) {
   if (series.signs) json["signCheck"] = verdictName(series.signs->verdict);
   if (acquisition.readout) json["readout"] = readoutSummary(*acquisition.readout);
   if (series.alignment) json["alignment"] = alignmentSummary(*series.alignment);
+  if (series.realignment) json["realignment"] = realignmentSummary(*series.realignment);
   return json;
 }
 

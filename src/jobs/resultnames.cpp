@@ -27,6 +27,26 @@ bool mayStandInFieldmap(const std::string& key) {
   return std::find(keys.begin(), keys.end(), key) != keys.end();
 }
 
+// A transform of an image to another place; a description of the image comes first.
+std::string transformName(const bids::Name& image, const std::string& target,
+                          const std::string& detail) {
+  bids::Name warp;
+  std::string front, label;
+  for (const auto& entity : image.entities)
+    if (entity.first == "desc")
+      label = entity.second;
+    else
+      warp.entities.push_back(entity);
+  if (!image.isStructured() && !image.suffix.empty()) front = image.suffix + "_";
+  warp.entities.emplace_back("from", "orig");
+  warp.entities.emplace_back("to", target);
+  warp.entities.emplace_back("mode", "image");
+  label += label.empty() ? uncapitalised(detail) : detail;
+  if (!label.empty()) warp.entities.emplace_back("desc", label);
+  warp.suffix = "xfm";
+  return front + warp.text();
+}
+
 }  // namespace
 
 std::string labelPart(const std::string& word) {
@@ -47,21 +67,12 @@ std::string restoredName(const bids::Name& first, const bids::Name& second) {
 }
 
 std::string warpName(const bids::Name& image, const std::string& detail) {
-  bids::Name warp;
-  std::string front, label;
-  for (const auto& entity : image.entities)
-    if (entity.first == "desc")
-      label = entity.second;
-    else
-      warp.entities.push_back(entity);
-  if (!image.isStructured() && !image.suffix.empty()) front = image.suffix + "_";
-  warp.entities.emplace_back("from", "orig");
-  warp.entities.emplace_back("to", "undistorted");
-  warp.entities.emplace_back("mode", "image");
-  label += label.empty() ? uncapitalised(detail) : detail;
-  if (!label.empty()) warp.entities.emplace_back("desc", label);
-  warp.suffix = "xfm";
-  return front + warp.text();
+  return transformName(image, "undistorted", detail);
+}
+
+std::string motionName(const bids::Name& image) {
+  const bool named = image.isStructured() && !image.suffix.empty();
+  return transformName(image, named ? image.suffix + "ref" : "reference", "Hmc");
 }
 
 std::string displacementName(const bids::Name& image, const std::string& unit,

@@ -29,6 +29,10 @@ std::string restoredName(const bids::Name& first, const bids::Name& second);
 /// sub-01_dir-AP_from-orig_to-undistorted_mode-image_xfm; a description of the image follows.
 std::string warpName(const bids::Name& image, const std::string& detail = {});
 
+/// sub-01_task-rest_from-orig_to-boldref_mode-image_desc-hmc_xfm: the head's motion within a
+/// series. A series whose name has no suffix of its own gets to-reference.
+std::string motionName(const bids::Name& image);
+
 /// sub-01_dir-AP_desc-voxels_vdm, where `unit` is "voxels" or "mm".
 std::string displacementName(const bids::Name& image, const std::string& unit,
                              const std::string& detail = {});

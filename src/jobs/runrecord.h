@@ -27,7 +27,11 @@ struct SeriesSettings {
   /// Look for motion of the head between an undistorted reference and each series, and carry the
   /// field along. The reference shows the head where the field was measured or estimated.
   bool align = false;
-  int threads = 0;  ///< 0: as many as there are cores
+  /// Look for motion of the head within each series and undo it: of volumes of one contrast, those
+  /// without diffusion gradients where there are some with.
+  bool realign = false;
+  bool realignWeighted = false;  ///< those with gradients, too, across contrasts
+  int threads = 0;               ///< 0: as many as there are cores
 };
 
 /// What was found when two series were joined.
@@ -38,7 +42,23 @@ struct JoiningRecord {
   std::vector<std::int64_t> contradicted;
 };
 
-/// The head's motion within a series, which was told by another program.
+/// What looking for the head's motion within a series came to.
+struct RealignmentRecord {
+  struct Refused {
+    int volume = 0;
+    std::string reason;  ///< "it does not resemble ..."
+  };
+  int reference = 0;             ///< volume that the others were held to
+  std::vector<int> compared;     ///< volumes, with the reference
+  std::vector<int> moved;        ///< of them
+  std::vector<Refused> refused;  ///< of them: no motion was taken
+  bool weightedToo = false;      ///< those with diffusion gradients were asked for
+  std::vector<int> across;       ///< volumes of another contrast that were aligned all the same
+  std::vector<int> between;      ///< volumes with the motion between those that were compared
+  std::string notPossible;       ///< why nothing was looked for; empty: it was
+};
+
+/// The head's motion within a series, which was told by another program or found.
 struct MotionRecord {
   SeriesMotion told;
   double largestMm = 0;  ///< of all volumes, against the reference (displacementMm)
@@ -58,9 +78,10 @@ struct SeriesRecord {
   /// The map that was applied, times what: -1 where it was turned round for the opposite
   /// direction, scaled where the readout times differ. Nothing with a field.
   std::optional<double> mapFactor;
-  std::optional<SignCheck> signs;            ///< where there was an undistorted reference
-  std::optional<AlignmentRecord> alignment;  ///< where it was looked for
-  std::optional<MotionRecord> motion;        ///< where it was told
+  std::optional<SignCheck> signs;                ///< where there was an undistorted reference
+  std::optional<AlignmentRecord> alignment;      ///< where it was looked for
+  std::optional<RealignmentRecord> realignment;  ///< where motion within it was looked for
+  std::optional<MotionRecord> motion;            ///< where it was told, or the head moved
   std::vector<Remark> warnings;
   /// Of a series that was joined with another one: that one, without output.
   std::vector<SeriesRecord> partner;

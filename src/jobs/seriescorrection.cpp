@@ -9,6 +9,7 @@
 #include "jobs/checksum.h"
 #include "jobs/resultnames.h"
 #include "jobs/seriesmoved.h"
+#include "jobs/seriesrealigned.h"
 #include "nifti/filename.h"
 #include "nifti/gradients.h"
 #include "nifti/image.h"
@@ -23,6 +24,7 @@ namespace {
 namespace fs = std::filesystem;
 using Source = bids::StatedDirection::Source;
 
+constexpr const char* motionEnd = ".txt";
 constexpr std::size_t mostVolumesToAlign = 20;
 
 SeriesNames namesFrom(const SeriesInput& input, const std::string& stem, const std::string& end) {
@@ -180,19 +182,21 @@ void checkSigns(const SeriesInput& input, const Volume<float>& meanBefore,
   judge(input, reference, record, notes);
 }
 
-SeriesNames SeriesNames::inFolder(const SeriesInput& input, bool withWarp) {
+SeriesNames SeriesNames::inFolder(const SeriesInput& input, const SeriesSettings& settings) {
   const bids::Name name = bids::Name::of(input.file);
   const bool whole = input.volumes.empty();
   SeriesNames names = namesFrom(input, correctedName(name, whole ? "" : "Unmatched"), imageEnd);
-  if (withWarp && whole) names.warp = warpName(name);
+  if (settings.writeWarp && whole) names.warp = warpName(name);
+  if (settings.realign && whole) names.motion = motionName(name);
   return names;
 }
 
 SeriesNames SeriesNames::asImage(const SeriesInput& input, const std::string& image,
-                                 bool withWarp) {
+                                 const SeriesSettings& settings) {
   const std::string stem = nifti::niftiStem(image);
   SeriesNames names = namesFrom(input, stem, image.substr(stem.size()));
-  if (withWarp) names.warp = warpName(bids::Name::ofStem(stem));
+  if (settings.writeWarp) names.warp = warpName(bids::Name::ofStem(stem));
+  if (settings.realign) names.motion = motionName(bids::Name::ofStem(stem));
   return names;
 }
 
@@ -239,6 +243,8 @@ void SeriesCorrection::announce(const std::vector<std::string>& inputs,
     announceResult(one, fs::path(one.names.sidecar).stem().string(), files);
     const std::string& warp = one.names.warp;
     if (!warp.empty()) announceResult(one, warp, {warp + imageEnd, warp + ".json"});
+    const std::string& motion = one.names.motion;
+    if (!motion.empty()) announceResult(one, motion, {motion + motionEnd, motion + ".json"});
   }
 }
 
@@ -254,22 +260,38 @@ void SeriesCorrection::run(const Distortion& distortion, const std::optional<Ref
   for (const Planned& one : planned) correctOne(one, context);
 }
 
-void SeriesCorrection::correctOne(const Planned& one, const Context& context) {
+std::optional<RealignmentRecord> SeriesCorrection::realign(Planned& one, const Grid& place,
+                                                           const Context& context) const {
+  if (one.names.motion.empty()) return std::nullopt;
+  return realignSeries(shiftOn(place, one.input, context.distortion), settings,
+                       one.names.motion + motionEnd, context.progress, one.input);
+}
+
+SeriesCorrection::Head SeriesCorrection::findHead(Planned& one, const Context& context) const {
+  const SeriesInput& input = one.input;
+  Head head;
+  head.place = gridOf(input.header);
+  head.realignment = realign(one, head.place, context);
+  if (context.aligner || (input.motion && context.reference)) head.mean = meanToAlign(input);
+  if (!context.aligner) return head;
+  context.progress.at(Stage::correcting, 0.0, fs::path(input.file).filename().string());
+  head.alignment = alignToReference(input, head.mean, optionsFor(input), context.distortion,
+                                    *context.reference, *context.aligner);
+  if (!head.alignment->moved()) return head;
+  head.place = beforeMotion(head.place, head.alignment->fit.motion, head.alignment->centreMm);
+  // With the field of another place the motion was a little off.
+  head.realignment = realign(one, head.place, context);
+  return head;
+}
+
+void SeriesCorrection::correctOne(Planned one, const Context& context) {
   const SeriesInput& input = one.input;
   const bids::PhaseEncodingDirection direction = input.acquisition.direction->value;
   ChecksumBeside checksum(input.stamp, settings.threads);
+  Head head = findHead(one, context);
+  const Grid& place = head.place;
+  const std::optional<AlignmentRecord>& alignment = head.alignment;
   const SeriesOptions how = optionsFor(input);
-  std::optional<AlignmentRecord> alignment;
-  Volume<float> mean;  // where corrected.meanBefore, which costs nothing, is not it
-  if (context.aligner || (input.motion && context.reference)) mean = meanToAlign(input);
-  if (context.aligner) {
-    context.progress.at(Stage::correcting, 0.0, fs::path(input.file).filename().string());
-    alignment = alignToReference(input, mean, how, context.distortion, *context.reference,
-                                 *context.aligner);
-  }
-  Grid place = gridOf(input.header);  // of the head where the field is known
-  if (alignment && alignment->moved())
-    place = beforeMotion(place, alignment->fit.motion, alignment->centreMm);
   const Volume<float> shift = shiftOn(place, input, context.distortion);
   const SeriesReport corrected = resample(one, shift, how, context);
 
@@ -277,6 +299,7 @@ void SeriesCorrection::correctOne(const Planned& one, const Context& context) {
   record.checksum = checksum.value();
   record.background = how.background;
   record.alignment = alignment;
+  record.realignment = std::move(head.realignment);
   if (context.run.source)
     if (const std::string doubt = shiftDoubt(corrected.meanBefore, shift, direction.axis,
                                              input.file, context.run.source->file);
@@ -285,15 +308,17 @@ void SeriesCorrection::correctOne(const Planned& one, const Context& context) {
   std::vector<Remark>& notes = context.run.notes;
   notes.insert(notes.end(), input.notes.begin(), input.notes.end());
   for (const std::string& note : corrected.notes) notes.emplace_back(note);
+  if (record.realignment) tellOfRealignment(input, record, notes);
   if (input.motion) judgeMotion(input, shift, corrected.meanAfter, record, notes);
   if (context.reference) {
-    checkSigns(input, input.motion ? mean : corrected.meanBefore, shift, place, settings.modulation,
-               *context.reference, record, notes);
+    checkSigns(input, input.motion ? head.mean : corrected.meanBefore, shift, place,
+               settings.modulation, *context.reference, record, notes);
     if (alignment) tellOfAlignment(input, *context.reference, record, notes);
   }
   const Json origin = originOf(context.run, context.origin, record);
   writeRest(one, origin, context);
   if (!one.names.warp.empty()) writeWarp(one, shift, origin, context);
+  if (!one.names.motion.empty()) writeMotion(one, origin, context);
   if (context.report)
     context.report->showSeries(
         {input.header, corrected.meanBefore, corrected.meanAfter, shift, record, origin});
@@ -345,6 +370,17 @@ void SeriesCorrection::writeWarp(const Planned& one, const Volume<float>& shift,
   folder.writeText(name + ".json",
                    sidecarText(warpDescription(one.input.file), "mm",
                                sourcesOf(inputsOf(one), context.names), origin, Json::object()));
+}
+
+void SeriesCorrection::writeMotion(const Planned& one, const Json& origin, const Context& context) {
+  const std::string& name = one.names.motion;
+  folder.writeText(name + motionEnd, motionText(one.input));
+  folder.writeText(
+      name + ".json",
+      sidecarText("Where the head is in every volume of " + one.input.file +
+                      ": rigid transforms from its place in the reference volume, one "
+                      "after the other, in mm, x to the left and y to the back",
+                  "", sourcesOf(inputsOf(one), context.names), origin, Json::object()));
 }
 
 }  // namespace mirel

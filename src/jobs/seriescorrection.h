@@ -19,16 +19,18 @@ namespace mirel {
 
 /// What one series becomes: names in the output folder.
 struct SeriesNames {
-  std::string image;                   ///< RUN_desc-preproc_SUFFIX.nii.gz
-  std::string sidecar;                 ///< the same with .json
-  std::string warp;                    ///< RUN_from-..._xfm, without extension; empty: none
+  std::string image;    ///< RUN_desc-preproc_SUFFIX.nii.gz
+  std::string sidecar;  ///< the same with .json
+  std::string warp;     ///< RUN_from-..._xfm, without extension; empty: none
+  std::string motion;   ///< RUN_from-..._desc-hmc_xfm, without extension; empty: none
   std::vector<std::string> gradients;  ///< parallel to SeriesInput::gradientFiles
 
   /// For results in a folder. Of chosen volumes (SeriesInput::volumes), those that joining left
   /// over, the image is RUN_desc-preprocUnmatched_SUFFIX, and there is no warp.
-  static SeriesNames inFolder(const SeriesInput& input, bool withWarp);
+  static SeriesNames inFolder(const SeriesInput& input, const SeriesSettings& settings);
   /// For one result of a name of its own, IMAGE.nii or IMAGE.nii.gz without its folder.
-  static SeriesNames asImage(const SeriesInput& input, const std::string& image, bool withWarp);
+  static SeriesNames asImage(const SeriesInput& input, const std::string& image,
+                             const SeriesSettings& settings);
 };
 
 /// An undistorted image that the corrected series are held against.
@@ -84,6 +86,7 @@ class SeriesCorrection {
   ///   original's that stay true, and where it comes from
   ///   the gradient files (.bvec, .bval) beside it
   ///   its displacement field where asked for, with a sidecar: see writeWarpLps
+  ///   the motion within it where the settings ask to look for it, as ITK text, with a sidecar
   ///
   /// and takes down in `run` what was done. With a reference the mean of each series is compared
   /// with it under both signs. Where the settings ask to align, and the distortion is a field, the
@@ -102,14 +105,25 @@ class SeriesCorrection {
     SeriesNames names;
   };
   struct Context;
+  /// Where the head is in a series.
+  struct Head {
+    Grid place;  ///< of the series' grid where the field is known
+    std::optional<AlignmentRecord> alignment;
+    std::optional<RealignmentRecord> realignment;
+    Volume<float> mean;  ///< where it is not that of all volumes
+  };
 
-  void correctOne(const Planned& one, const Context& context);
+  void correctOne(Planned one, const Context& context);
+  std::optional<RealignmentRecord> realign(Planned& one, const Grid& place,
+                                           const Context& context) const;
+  Head findHead(Planned& one, const Context& context) const;
   SeriesOptions optionsFor(const SeriesInput& input) const;
   SeriesReport resample(const Planned& one, const Volume<float>& shift, SeriesOptions how,
                         const Context& context);
   void writeRest(const Planned& one, const Json& origin, const Context& context);
   void writeWarp(const Planned& one, const Volume<float>& shift, const Json& origin,
                  const Context& context);
+  void writeMotion(const Planned& one, const Json& origin, const Context& context);
   std::vector<ResultInput> inputsOf(const Planned& one) const;
 
   SeriesSettings settings;

@@ -1,6 +1,7 @@
 #include "jobs/seriesmoved.h"
 
 #include <algorithm>
+#include <iterator>
 #include <numeric>
 
 #include "base/joined.h"
@@ -84,15 +85,23 @@ void tellOfOutside(const SeriesInput& input, const Volume<float>& corrected, Ser
 }  // namespace
 
 std::vector<int> likeVolumes(const SeriesInput& input) {
-  std::vector<int> like;
+  const std::vector<int> weighted = weightedVolumes(input);
+  std::vector<int> all(static_cast<std::size_t>(input.header.volumes)), like;
+  std::iota(all.begin(), all.end(), 0);
+  std::set_difference(all.begin(), all.end(), weighted.begin(), weighted.end(),
+                      std::back_inserter(like));
+  return like.empty() ? all : like;
+}
+
+std::vector<int> weightedVolumes(const SeriesInput& input) {
+  std::vector<int> weighted;
   for (const FileStamp& table : input.gradientFiles) {
     if (!table.fileName().ends_with(".bval")) continue;
-    like = nifti::unweightedVolumes(nifti::readBValues(table.fileName(), input.header.volumes));
+    const std::vector<float> b = nifti::readBValues(table.fileName(), input.header.volumes);
+    for (int t = 0; t < input.header.volumes; ++t)
+      if (!(b[static_cast<std::size_t>(t)] <= nifti::greatestUnweighted)) weighted.push_back(t);
   }
-  if (!like.empty()) return like;
-  like.resize(static_cast<std::size_t>(input.header.volumes));
-  std::iota(like.begin(), like.end(), 0);
-  return like;
+  return weighted;
 }
 
 Volume<float> meanInPlace(const SeriesInput& input, const std::vector<int>& like,

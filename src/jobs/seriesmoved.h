@@ -13,6 +13,10 @@ namespace mirel {
 /// Errors  those of nifti::readBValues.
 std::vector<int> likeVolumes(const SeriesInput& input);
 
+/// The volumes with diffusion gradients (b above nifti::greatestUnweighted), counted from 0.
+/// Errors  those of nifti::readBValues.
+std::vector<int> weightedVolumes(const SeriesInput& input);
+
 /// The mean of those volumes of `like` in which the head moved least, `most` at most, each brought
 /// back to where it is in the reference; not corrected for distortion.
 Volume<float> meanInPlace(const SeriesInput& input, const std::vector<int>& like, std::size_t most);

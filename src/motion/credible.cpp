@@ -17,10 +17,6 @@ constexpr double ballMm = 80;
 // A millimetre at ten centimetres would be 0.01; programs write six digits.
 constexpr double largestStrain = 1e-3;
 
-glm::dvec3 middleOf(const Grid& grid) {
-  return glm::dvec3(grid.affine * glm::dvec4(0.5 * (glm::dvec3(grid.dims) - 1.0), 1.0));
-}
-
 // The largest element of R^T R - 1.
 double strainOf(const glm::dmat3& r) {
   const glm::dmat3 off = glm::transpose(r) * r - glm::dmat3(1.0);
@@ -30,8 +26,22 @@ double strainOf(const glm::dmat3& r) {
   return largest;
 }
 
-// Why a transform is no motion of a head; empty: it can be one.
-std::string faultOf(const glm::dmat4& m, const glm::dvec3& middle) {
+}  // namespace
+
+glm::dvec3 middleOf(const Grid& grid) {
+  return glm::dvec3(grid.affine * glm::dvec4(0.5 * (glm::dvec3(grid.dims) - 1.0), 1.0));
+}
+
+double displacementMm(const glm::dmat4& m, const Grid& grid) {
+  const glm::dmat3 turn = glm::dmat3(m) - glm::dmat3(1.0);
+  double squares = 0;
+  for (int column = 0; column < 3; ++column) squares += glm::dot(turn[column], turn[column]);
+  const glm::dvec3 shift = turn * middleOf(grid) + glm::dvec3(m[3]);
+  return std::sqrt(ballMm * ballMm / 5 * squares + glm::dot(shift, shift));
+}
+
+std::string faultOfMotion(const glm::dmat4& m, const Grid& grid) {
+  const glm::dvec3 middle = middleOf(grid);
   const glm::dmat3 r(m);
   if (!std::isfinite(strainOf(r)) || !std::isfinite(glm::length(glm::dvec3(m[3]))))
     return "is singular, or beyond all numbers: it is no motion";
@@ -45,19 +55,10 @@ std::string faultOf(const glm::dmat4& m, const glm::dvec3& middle) {
          text("%.0f", degrees) + " degrees";
 }
 
-}  // namespace
-
-double displacementMm(const glm::dmat4& m, const Grid& grid) {
-  const glm::dmat3 turn = glm::dmat3(m) - glm::dmat3(1.0);
-  double squares = 0;
-  for (int column = 0; column < 3; ++column) squares += glm::dot(turn[column], turn[column]);
-  const glm::dvec3 shift = turn * middleOf(grid) + glm::dvec3(m[3]);
-  return std::sqrt(ballMm * ballMm / 5 * squares + glm::dot(shift, shift));
-}
-
 std::string placeInFile(const SeriesMotion& motion, std::size_t volume) {
   switch (motion.form) {
     case MotionForm::fslMatrices:
+    case MotionForm::found:
       break;
     case MotionForm::itkText:
       return "transform " + std::to_string(volume);
@@ -71,7 +72,7 @@ std::string placeInFile(const SeriesMotion& motion, std::size_t volume) {
 
 void requireHeadMotion(const SeriesMotion& motion, const Grid& grid) {
   for (std::size_t t = 0; t < motion.fromReference.size(); ++t) {
-    const std::string fault = faultOf(motion.fromReference[t], middleOf(grid));
+    const std::string fault = faultOfMotion(motion.fromReference[t], grid);
     if (fault.empty()) continue;
     const std::string place = placeInFile(motion, t);
     if (place.empty()) throw Error(motion.stamps[t].fileName(), fault);

@@ -7,11 +7,18 @@
 
 namespace mirel {
 
+/// The middle of a grid in mm.
+glm::dvec3 middleOf(const Grid& grid);
+
 /// How far a motion displaces a head: the root mean square over a ball of 80 mm about the middle of
 /// a grid, in mm (M. Jenkinson, FMRIB technical report TR99MJ1, 1999).
 ///
 ///   sqrt(r^2 / 5 tr(A^T A) + |t + A c|^2),     [A | t] = m - 1, c the middle, r = 80 mm
 double displacementMm(const glm::dmat4& m, const Grid& grid);
+
+/// Why a transform of images on `grid` is no motion of a head, as a sentence goes on: "scales or
+/// shears, by ..."; empty: it can be one. For the limits see requireHeadMotion.
+std::string faultOfMotion(const glm::dmat4& m, const Grid& grid);
 
 /// Refuses transforms that are no rigid motions of a head within a scanner, whose images lie on
 /// `grid`.

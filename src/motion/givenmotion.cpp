@@ -26,6 +26,7 @@ MotionProgram programOf(MotionForm form) {
     case MotionForm::afniMatrices:
       return MotionProgram::afni;
     case MotionForm::itkText:
+    case MotionForm::found:
       break;
   }
   return MotionProgram::itk;

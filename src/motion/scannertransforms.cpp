@@ -4,6 +4,7 @@
 #include <glm/matrix.hpp>
 
 #include "base/error.h"
+#include "base/numbertext.h"
 #include "motion/numberrows.h"
 
 namespace mirel {
@@ -99,6 +100,22 @@ std::vector<glm::dmat4> readItkTransforms(const std::string& fileName) {
   if (!transform.type.empty()) matrixOf(transform, fileName, transforms.size());
   if (transforms.empty()) throw Error(fileName, "holds no transform");
   return transforms;
+}
+
+std::string formatItkTransforms(const std::vector<glm::dmat4>& transforms) {
+  std::string all = "#Insight Transform File V1.0\n";
+  // Without the sign that reversed axes give to 0.
+  const auto number = [](double v) { return " " + text("%.17g", v == 0 ? 0.0 : v); };
+  for (std::size_t t = 0; t < transforms.size(); ++t) {
+    const glm::dmat4 m = withXAndYReversed(transforms[t]);
+    all +=
+        "#Transform " + std::to_string(t) + "\nTransform: AffineTransform_double_3_3\nParameters:";
+    for (int row = 0; row < 3; ++row)
+      for (int column = 0; column < 3; ++column) all += number(m[column][row]);
+    for (int row = 0; row < 3; ++row) all += number(m[3][row]);
+    all += "\nFixedParameters: 0 0 0\n";
+  }
+  return all;
 }
 
 }  // namespace mirel

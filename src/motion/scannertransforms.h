@@ -32,4 +32,7 @@ glm::dmat4 spmMatrixOf(const std::vector<double>& row);
 /// another number of parameters; words that are no finite numbers; no transform.
 std::vector<glm::dmat4> readItkTransforms(const std::string& fileName);
 
+/// Text of which readItkTransforms reads the same transforms to the last bit.
+std::string formatItkTransforms(const std::vector<glm::dmat4>& transforms);
+
 }  // namespace mirel

@@ -15,6 +15,8 @@ std::string nameOf(MotionForm form) {
       return "SPM parameters";
     case MotionForm::afniMatrices:
       return "AFNI matrices";
+    case MotionForm::found:
+      return "found in the images";
     case MotionForm::itkText:
       break;
   }

@@ -8,7 +8,7 @@
 
 #include "base/filestamp.h"
 
-/// Where a head was in each volume of a series, as other programs found it.
+/// Where a head was in each volume of a series, as other programs or this one found it.
 namespace mirel {
 
 /// The forms in which programs write one rigid transform per volume.
@@ -18,6 +18,7 @@ enum class MotionForm {
   spmParameters,  ///< rows of three translations and three angles, rp_*.txt
   afniMatrices,   ///< rows of twelve numbers, .aff12.1D
   itkText,        ///< affine transforms in ITK's text form, one after the other (fMRIPrep, ANTs)
+  found,          ///< by this program, in the images
 };
 
 /// Positions are in mm, x towards right, y towards anterior, z towards superior: those that the
@@ -27,7 +28,8 @@ struct SeriesMotion {
   /// in the volume.
   std::vector<glm::dmat4> fromReference;
   MotionForm form = MotionForm::itkText;
-  std::string file;               ///< as it was given: a file, or the folder of FSL's matrices
+  /// As it was given: a file, or the folder of FSL's matrices. Of what was found: that it goes to.
+  std::string file;
   std::vector<FileStamp> stamps;  ///< of the files that were read, before that
   /// A volume, counted from 0, in which the head is at the reference place; nothing: in none.
   std::optional<int> referenceVolume;

@@ -22,6 +22,10 @@ constexpr const char* information =
     "C. Studholme, D. L. G. Hill, D. J. Hawkes: An overlap invariant entropy measure of 3D medical "
     "image alignment. Pattern Recognition 32:71-86, 1999.";
 
+constexpr const char* realigned =
+    "K. J. Friston, J. Ashburner, C. D. Frith, J.-B. Poline, J. D. Heather, R. S. J. Frackowiak: "
+    "Spatial registration and normalization of images. Hum. Brain Mapp. 3:165-189, 1995.";
+
 class Writer {
  public:
   Writer(const RunRecord& what, const std::optional<MeasuredMap>& measured)
@@ -112,6 +116,12 @@ class Writer {
         (modulated ? std::string(", and multiplied by the Jacobian of the displacement") +
                          (within ? " along the axis as the turned head sees it." : ".")
                    : ", without modulation of intensities."));
+    const bool found = std::any_of(run.series.begin(), run.series.end(),
+                                   [](const SeriesRecord& s) { return s.realignment && s.motion; });
+    if (found)
+      add("That motion was found by rigid alignment of the volumes of a series to one of them, by "
+          "least squares of intensities " +
+          cited({realigned}) + " with the distortion in the model.");
     const bool moved = std::any_of(run.series.begin(), run.series.end(), [](const SeriesRecord& s) {
       return s.alignment && s.alignment->moved();
     });

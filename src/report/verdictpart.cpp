@@ -171,7 +171,8 @@ void addMotionWithin(const RunRecord& run, Json& figures) {
           figure("Motion within " + std::filesystem::path(series.file).filename().string(),
                  "up to " + text("%.2f", series.motion->largestMm) + " mm (volume " +
                      std::to_string(series.motion->largestVolume) + ")",
-                 "As it was given, root mean square over a ball of 80 mm, against its reference"));
+                 std::string(series.realignment ? "As it was found" : "As it was given") +
+                     ", root mean square over a ball of 80 mm, against its reference"));
 }
 
 }  // namespace

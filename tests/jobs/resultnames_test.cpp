@@ -31,6 +31,8 @@ TEST(ResultNames, OfOneVolumeOfSeveral) {
 TEST(ResultNames, OfAnImageThatHasADescription) {
   const Name bold = Name::of("sub-01_task-rest_desc-preproc_bold.nii.gz");
   EXPECT_EQ(correctedName(bold), "sub-01_task-rest_desc-preprocUndistorted_bold");
+  EXPECT_EQ(motionName(bids::Name::of("sub-01_task-rest_bold.nii.gz")),
+            "sub-01_task-rest_from-orig_to-boldref_mode-image_desc-hmc_xfm");
   EXPECT_EQ(warpName(bold, "Volume3"),
             "sub-01_task-rest_from-orig_to-undistorted_mode-image_desc-preprocVolume3_xfm");
 }
@@ -50,6 +52,7 @@ TEST(ResultNames, OtherNamesStayInFront) {
   EXPECT_EQ(correctedName(one), "subj1_AP_desc-preproc");
   EXPECT_EQ(displacementName(one, "voxels"), "subj1_AP_desc-voxels_vdm");
   EXPECT_EQ(warpName(one), "subj1_AP_from-orig_to-undistorted_mode-image_xfm");
+  EXPECT_EQ(motionName(one), "subj1_AP_from-orig_to-reference_mode-image_desc-hmc_xfm");
   EXPECT_EQ(pairResultName(one, two, "fieldmap"), "subj1_AP_PA_desc-preproc_fieldmap");
 }
 

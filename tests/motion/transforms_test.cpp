@@ -99,6 +99,17 @@ TEST_F(Transforms, ItkHasOneAfterTheOther) {
   EXPECT_LT(largestDifference(read[1], known()), 1e-12);
 }
 
+TEST_F(Transforms, ItkTextIsReadAsItWasWritten) {
+  glm::dmat4 turned = glm::rotate(glm::dmat4(1.0), 0.1, glm::dvec3(1, 2, -3));
+  turned[3] = {1.0 / 3, -2e-17, 1e9 / 7, 1};
+  const std::vector<glm::dmat4> motions = {glm::dmat4(1.0), turned, known()};
+  const std::string file = write("found.txt", formatItkTransforms(motions));
+  EXPECT_EQ(readItkTransforms(file), motions);
+  EXPECT_THAT(readTransformWords(file)[1],
+              testing::ElementsAre("Parameters:", "1", "0", "0", "0", "1", "0", "0", "0", "1", "0",
+                                   "0", "0"));
+}
+
 // p -> R (p - c) + c + t: with R a quarter turn about z, a point above the centre stays.
 TEST_F(Transforms, ItkTurnsAboutItsFixedParameters) {
   const glm::dmat4 m = readItkTransforms(

@@ -1,0 +1,140 @@
+#include "jobs/seriesrealigned.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <map>
+
+#include "base/joined.h"
+#include "jobs/seriescorrection.h"
+#include "jobs/seriesmoved.h"
+#include "motion/credible.h"
+#include "motion/motionbetween.h"
+#include "motion/realignment.h"
+#include "motion/scannertransforms.h"
+
+namespace mirel {
+
+namespace {
+
+using Outcome = RealignedVolume::Outcome;
+
+std::string namedVolumes(const std::vector<int>& volumes) {
+  return (volumes.size() == 1 ? "volume " : "volumes ") + rangesOf(volumes);
+}
+
+SeriesToRealign seriesOf(const SeriesInput& input, const Volume<float>& shift, int threads,
+                         const std::vector<int>& volumes, Progress& progress) {
+  const std::string subject = std::filesystem::path(input.file).filename().string();
+  const DistortedPlace place{gridOf(input.header), shift, input.acquisition.direction->value.axis};
+  SeriesToRealign series{input.file, place, volumes, backgroundOf(input), threads};
+  // What takes most of the time, correcting, is still to come.
+  series.done = [&progress, subject](double) { progress.at(Stage::correcting, 0.0, subject); };
+  return series;
+}
+
+RealignmentRecord recordOf(const Realignment& realignment) {
+  RealignmentRecord record;
+  record.reference = realignment.reference;
+  record.notPossible = realignment.notPossible;
+  for (const RealignedVolume& one : realignment.volumes) {
+    record.compared.push_back(one.volume);
+    if (one.outcome == Outcome::moved) record.moved.push_back(one.volume);
+    if (one.outcome == Outcome::refused) record.refused.push_back({one.volume, one.reason});
+  }
+  return record;
+}
+
+// Of all volumes, as far as they are compared with the reference.
+std::vector<glm::dmat4> motionsOf(const Realignment& realignment, const SeriesInput& input) {
+  std::vector<KnownMotion> known;
+  for (const RealignedVolume& one : realignment.volumes)
+    if (one.outcome != Outcome::refused) known.push_back({one.volume, one.motion});
+  std::vector<glm::dmat4> motions =
+      motionsBetween(input.header.volumes, known, middleOf(gridOf(input.header)));
+  for (const RealignedVolume& one : realignment.volumes)
+    motions[static_cast<std::size_t>(one.volume)] = one.motion;
+  return motions;
+}
+
+// Those that cannot be aligned keep the motion between others.
+void alignWeighted(const SeriesToRealign& series, RealignmentRecord& record,
+                   std::vector<glm::dmat4>& motions) {
+  std::vector<glm::dmat4> starts;
+  for (const int t : series.like) starts.push_back(motions[static_cast<std::size_t>(t)]);
+  const auto found = realignAcross(series, record.reference, starts);
+  record.weightedToo = true;
+  record.between.clear();
+  for (std::size_t n = 0; n < series.like.size(); ++n) {
+    (found[n] ? record.across : record.between).push_back(series.like[n]);
+    if (found[n]) motions[static_cast<std::size_t>(series.like[n])] = *found[n];
+  }
+}
+
+}  // namespace
+
+RealignmentRecord realignSeries(const Volume<float>& shift, const SeriesSettings& settings,
+                                const std::string& file, Progress& progress, SeriesInput& input) {
+  const std::vector<int> weighted = weightedVolumes(input);
+  std::vector<int> like;
+  for (int t = 0; t < input.header.volumes; ++t)
+    if (!std::binary_search(weighted.begin(), weighted.end(), t)) like.push_back(t);
+  input.motion.reset();
+  RealignmentRecord record;
+  if (like.size() < 2) {
+    record.notPossible = input.header.volumes == 1 ? "it has one volume"
+                                                   : "fewer than two volumes have no gradients";
+    return record;
+  }
+  const Realignment realignment = realign(seriesOf(input, shift, settings.threads, like, progress));
+  record = recordOf(realignment);
+  if (!record.notPossible.empty()) return record;
+  record.between = weighted;
+  SeriesMotion motion;
+  motion.fromReference = motionsOf(realignment, input);
+  if (settings.realignWeighted && !weighted.empty())
+    alignWeighted(seriesOf(input, shift, settings.threads, weighted, progress), record,
+                  motion.fromReference);
+  if (std::all_of(motion.fromReference.begin(), motion.fromReference.end(),
+                  [](const glm::dmat4& m) { return m == glm::dmat4(1.0); }))
+    return record;
+  motion.form = MotionForm::found;
+  motion.file = file;
+  motion.referenceVolume = record.reference;
+  input.motion = std::move(motion);
+  return record;
+}
+
+void tellOfRealignment(const SeriesInput& input, SeriesRecord& record, std::vector<Remark>& notes) {
+  const RealignmentRecord& found = *record.realignment;
+  if (!found.notPossible.empty()) {
+    notes.push_back("no motion was looked for within " + input.file + ", since " +
+                    found.notPossible);
+    return;
+  }
+  std::map<std::string, std::vector<int>> byReason;
+  for (const RealignmentRecord::Refused& one : found.refused)
+    byReason[one.reason].push_back(one.volume);
+  for (const auto& [reason, volumes] : byReason)
+    record.warnings.push_back("the motion that was found for " + namedVolumes(volumes) + " of " +
+                              input.file + " is not credible, since " + reason +
+                              ": the head is taken to be at its place in volume " +
+                              std::to_string(found.reference));
+  if (found.between.empty()) return;
+  const std::string instead =
+      ": they get the motion between that of the volumes without gradients before and after them";
+  if (found.weightedToo)
+    notes.push_back("no credible motion was found for " + namedVolumes(found.between) + " of " +
+                    input.file + " with diffusion gradients" + instead);
+  else
+    notes.push_back("the volumes of " + input.file +
+                    " with diffusion gradients (b > 100 s/mm^2) are not realigned themselves" +
+                    instead);
+}
+
+std::string motionText(const SeriesInput& input) {
+  const std::vector<glm::dmat4> still(static_cast<std::size_t>(input.header.volumes),
+                                      glm::dmat4(1.0));
+  return formatItkTransforms(input.motion ? input.motion->fromReference : still);
+}
+
+}  // namespace mirel

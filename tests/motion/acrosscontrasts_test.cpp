@@ -1,0 +1,43 @@
+#include "motion/acrosscontrasts.h"
+
+#include <gtest/gtest.h>
+
+#include <glm/gtc/matrix_transform.hpp>
+#include <glm/matrix.hpp>
+
+#include "motion/credible.h"
+#include "numerics/fft/fftw.h"
+#include "phantom/gridheader.h"
+#include "phantom/phantom.h"
+
+namespace mirel {
+
+TEST(AcrossContrasts, FindTheMotionFromOneThatIsAboutRight) {
+  bindEngine();
+  PhantomOptions options;
+  options.size = {48, 56, 32};
+  options.voxelMm = glm::dvec3(4.0);
+  options.readoutSeconds = 0.04;
+  options.maxShiftVoxels = 3;
+  options.volumeMotion = {{}, {{-2, 2, 2}, {2, -2, 3}}};
+  options.volumes = 2;
+  options.seriesEchoSeconds = 0.03;  // another contrast than the spin echoes of the pair
+  const Phantom phantom = makePhantom(options);
+  const Grid grid =
+      gridOf(headerOn({options.size, options.voxelMm}, nifti::DataType::float32, 1, 2, ""));
+  const AcrossContrasts aligner(phantom.ap, {grid, phantom.shiftVoxels, 1}, "head");
+  glm::dmat4 truth(options.volumeMotion[1].rotation());
+  truth[3] = glm::dvec4(options.volumeMotion[1].translationMm, 1.0);
+  const Volume<float> moved = phantom.seriesVolume(1);
+  const glm::dmat4 near = glm::translate(glm::dmat4(1.0), glm::dvec3(-1, 1, 1));
+  for (const glm::dmat4& start : {glm::dmat4(1.0), near}) {
+    const auto found = aligner.align(moved, start);
+    ASSERT_TRUE(found);
+    EXPECT_LT(displacementMm(*found * glm::inverse(truth), grid), 0.3);
+  }
+  // From the right motion on nothing changes.
+  EXPECT_LT(displacementMm(*aligner.align(moved, truth) * glm::inverse(truth), grid), 1e-9);
+  EXPECT_EQ(*aligner.align(phantom.seriesVolume(0), glm::dmat4(1.0)), glm::dmat4(1.0));
+}
+
+}  // namespace mirel

@@ -1,0 +1,121 @@
+#include "motion/volumealigner.h"
+
+#include <gtest/gtest.h>
+
+#include <glm/matrix.hpp>
+#include <memory>
+
+#include "motion/credible.h"
+#include "motion/realignment.h"
+#include "phantom/gridheader.h"
+#include "phantom/phantom.h"
+
+namespace mirel {
+
+namespace {
+
+const std::vector<RigidMotion> motions = {
+    {}, {}, {{1.5, -1, 2}, {2, -1.5, 3}}, {{-4, 4, 4}, {4, -4, 4}}, {{0, 3, 0}, {0, 0, 8}}};
+
+glm::dmat4 placeOf(const RigidMotion& motion) {
+  glm::dmat4 m(motion.rotation());
+  m[3] = glm::dvec4(motion.translationMm, 1.0);
+  return m;
+}
+
+/// A simulated head that moves, its field with it; made once.
+class VolumeAlignment : public testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    PhantomOptions options;
+    options.size = {48, 56, 32};
+    options.voxelMm = glm::dvec3(4.0);
+    options.readoutSeconds = 0.04;
+    options.maxShiftVoxels = 3;
+    options.volumes = static_cast<int>(motions.size());
+    options.volumeMotion = motions;
+    phantom = std::make_unique<Phantom>(makePhantom(options));
+    grid = gridOf(headerOn({options.size, options.voxelMm}, nifti::DataType::float32, 1, 2, ""));
+  }
+  static void TearDownTestSuite() { phantom.reset(); }
+
+  static VolumeAligner aligner(const Volume<float>& shift) {
+    return {phantom->seriesVolume(0), {grid, shift, 1}, "head"};
+  }
+  static double errorMm(const VolumeFit& fit, std::size_t volume) {
+    return displacementMm(fit.motion * glm::inverse(placeOf(motions[volume])), grid);
+  }
+
+  VolumeAligner::Scratch scratch;
+  static inline std::unique_ptr<Phantom> phantom;
+  static inline Grid grid;
+};
+
+}  // namespace
+
+TEST_F(VolumeAlignment, FindsTheMotionOfADistortedHead) {
+  const VolumeAligner with = aligner(phantom->shiftVoxels);
+  for (std::size_t t = 1; t < motions.size(); ++t) {
+    const VolumeFit fit = with.align(phantom->seriesVolume(static_cast<int>(t)), scratch);
+    EXPECT_TRUE(fit.converged) << t;
+    EXPECT_LT(errorMm(fit, t), 0.1) << t;
+    EXPECT_LT(errorMm(fit, t), 4 * fit.standardErrorMm) << t;
+    EXPECT_EQ(judgedFit(fit, grid).outcome,
+              t == 1 ? RealignedVolume::Outcome::notMoved : RealignedVolume::Outcome::moved)
+        << t;
+  }
+}
+
+// What the field displaces goes along with the head, in a direction that turns against it.
+TEST_F(VolumeAlignment, IsBetterWithTheDistortionThanWithout) {
+  const Volume<float> none(grid.dims, 0.0F);
+  const VolumeAligner with = aligner(phantom->shiftVoxels), without = aligner(none);
+  for (const std::size_t t : {std::size_t{3}, std::size_t{4}}) {
+    const Volume<float> volume = phantom->seriesVolume(static_cast<int>(t));
+    EXPECT_LT(2 * errorMm(with.align(volume, scratch), t),
+              errorMm(without.align(volume, scratch), t))
+        << t;
+  }
+}
+
+TEST_F(VolumeAlignment, TakesNoNoticeOfBrightness) {
+  const VolumeAligner with = aligner(phantom->shiftVoxels);
+  const VolumeFit fit = with.align(phantom->seriesVolume(2), scratch),
+                  bright = with.align(phantom->seriesVolume(2) * 3.0F, scratch);
+  EXPECT_LT(displacementMm(bright.motion * glm::inverse(fit.motion), grid), 1e-3);
+}
+
+TEST_F(VolumeAlignment, RefusesWhatShowsNoHead) {
+  const VolumeAligner with = aligner(phantom->shiftVoxels);
+  const auto reason = [&](const Volume<float>& volume) {
+    const RealignedVolume found = judgedFit(with.align(volume, scratch), grid);
+    EXPECT_EQ(found.outcome, RealignedVolume::Outcome::refused);
+    EXPECT_EQ(found.motion, glm::dmat4(1.0));
+    return found.reason;
+  };
+  EXPECT_EQ(reason(Volume<float>(grid.dims, 0.0F)), "it does not resemble the reference");
+  EXPECT_EQ(reason(Volume<float>(grid.dims, 700.0F)), "it does not resemble the reference");
+  EXPECT_EQ(reason(addRicianNoise(Volume<float>(grid.dims, 0.0F), 300, 5, 7)),
+            "it does not resemble the reference");
+  VolumeFit far;
+  far.converged = true;
+  far.correlation = far.covered = 1;
+  far.motion[3][0] = 41;
+  EXPECT_EQ(judgedFit(far, grid).reason,
+            "what was found would displace the head by 41 mm and turn it by 0 degrees");
+  far.motion[3][0] = 10;
+  far.standardErrorMm = 2;
+  EXPECT_EQ(judgedFit(far, grid).reason, "parts of the head tell different motions, by 2 mm");
+  far.covered = 0.2;
+  EXPECT_EQ(judgedFit(far, grid).reason, "only 20 % of the head would lie in it");
+  far.converged = false;
+  EXPECT_EQ(judgedFit(far, grid).reason, "its search comes to no end");
+}
+
+TEST_F(VolumeAlignment, NeedsAHeadToCompare) {
+  const Volume<float> empty(grid.dims, 0.0F);
+  EXPECT_FALSE(VolumeAligner(empty, {grid, phantom->shiftVoxels, 1}, "nothing").canCompare());
+  EXPECT_TRUE(aligner(phantom->shiftVoxels).canCompare());
+}
+
+}  // namespace mirel
