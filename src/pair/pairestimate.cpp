@@ -261,6 +261,18 @@ void correctWithSpikes(const PairInput& pair, Modulation modulation, PairEstimat
   estimate.mean = meanOf(estimate.correctedA, estimate.correctedB);
 }
 
+// The map of the first image and its deviation; returns the second one where the head is in the
+// first, if it moved.
+std::optional<Volume<float>> estimateShift(const PairInput& pair, const EstimateSettings& settings,
+                                           PairEstimate& estimate, Progress& progress) {
+  Found found = estimateMap(pair, settings, estimate, progress);
+  const double part = partOfSecond(pair);
+  estimate.shift = fromHalfWay(found.shift, found.shift, part, pair.axis());
+  if (estimate.deviation)
+    estimate.deviation = fromHalfWay(*estimate.deviation, found.shift, part, pair.axis());
+  return std::move(found.unmovedSecond);
+}
+
 PairEstimate estimateFrom(const PairInput& input, const EstimateSettings& settings,
                           const ChangeMap& change, Progress& progress) {
   PairEstimate estimate;
@@ -277,19 +289,19 @@ PairEstimate estimateFrom(const PairInput& input, const EstimateSettings& settin
   }
   estimate.agreement.before = agreementOf(pair.a.image, pair.b.image, head);
   progress.at(Stage::estimating, 0.0);
-  Found found = estimateMap(pair, settings, estimate, progress);
+  std::optional<Volume<float>> unmovedSecond;
+  if (settings.estimator == Estimator::none)
+    estimate.shift = pair.start;
+  else
+    unmovedSecond = estimateShift(pair, settings, estimate, progress);
   progress.at(Stage::estimating, 1.0);
-  const double part = partOfSecond(pair);
-  estimate.shift = fromHalfWay(found.shift, found.shift, part, pair.axis());
-  if (estimate.deviation)
-    estimate.deviation = fromHalfWay(*estimate.deviation, found.shift, part, pair.axis());
   if (change) change(estimate.shift, *estimate.deviation);
   if (pair.start.size() > 0)
     estimate.withStart = agreementWithStart(estimate.shift, pair.start, head);
   // From here on the head has not moved.
-  if (found.unmovedSecond) {
+  if (unmovedSecond) {
     if (!changed) changed = input;
-    changed->b.image = std::move(*found.unmovedSecond);
+    changed->b.image = std::move(*unmovedSecond);
   }
   check(changed ? *changed : input, settings.usedModulation(), head, estimate, progress);
   addBackground(estimate);
@@ -303,6 +315,8 @@ std::string nameOf(Estimator estimator) {
   switch (estimator) {
     case Estimator::massPreserving:
       return "mass-preserving";
+    case Estimator::none:
+      return "none";
     case Estimator::search:
       break;
   }
