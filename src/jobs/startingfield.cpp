@@ -20,6 +20,7 @@ DistortionFile readStartingField(const std::string& file, PairInput& pair) {
   const Volume<float> covered = coverage(grid, gridOf(field), file);
   if (std::count(covered.data(), covered.data() + covered.size(), 1.0F) == 0)
     throw Error(file, "does not overlap " + pair.a.options.file + ", by their affines");
+  pair.startFile = file;
   pair.start = shiftVoxels(field, grid, pair.a.direction(), *pair.readoutSeconds);
   pair.warnings.insert(pair.warnings.end(), source.warnings.begin(), source.warnings.end());
   for (const std::string& doubt : bids::doubtsAboutSubject(file, pair.a.options.file))

@@ -201,6 +201,18 @@ const Volume<float>* weightsOf(const PairInput& pair) {
   return pair.mask ? &pair.mask->weights : nullptr;
 }
 
+MapOrigin originOf(Estimator estimator) {
+  switch (estimator) {
+    case Estimator::massPreserving:
+      return MapOrigin::massPreserving;
+    case Estimator::none:
+      return MapOrigin::measured;
+    case Estimator::search:
+      break;
+  }
+  return MapOrigin::search;
+}
+
 // Corrects the pair, of which the head has not moved, and finds how good that is.
 void check(const PairInput& pair, Modulation modulation, const Volume<float>& head,
            PairEstimate& estimate, Progress& progress) {
@@ -229,9 +241,10 @@ void check(const PairInput& pair, Modulation modulation, const Volume<float>& he
       measurePair({first, second, modulatedA, modulatedB, estimate.shift, axis,
                    projectVoxelSize(pair.a.header), ratioOf(estimate, modulatedA, modulatedB, head),
                    estimate.threshold, pair.readoutSeconds, weightsOf(pair)});
-  estimate.verdict = judgePair(figures, agreement, estimate.estimator == Estimator::massPreserving,
-                               {pair.a.title(), pair.b.title(), sidecarsOf(pair),
-                                nameOf(pair.a.direction()) + " and " + nameOf(pair.b.direction())});
+  estimate.verdict = judgePair(
+      figures, agreement, originOf(estimate.estimator),
+      {pair.a.title(), pair.b.title(), sidecarsOf(pair),
+       nameOf(pair.a.direction()) + " and " + nameOf(pair.b.direction()), pair.startFile});
   doubtForeground(pair, estimate, estimate.verdict);
   doubtMask(pair, estimate, estimate.verdict);
   progress.at(Stage::checking, 1.0);

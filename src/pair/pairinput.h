@@ -67,6 +67,7 @@ struct PairInput {
   /// Displacement in voxels along the axis, forward for A, that the estimate starts from. Empty: it
   /// finds a start of its own.
   Volume<float> start;
+  std::string startFile;  ///< of the field that it was made of
   /// It is the mean of the estimate's prior, too.
   bool startIsPrior = false;
   /// A pair of the same head along another axis, whose field counts beside that of the pair.

@@ -56,6 +56,36 @@ void judgeMap(const PairAgreement& found, Verdict& verdict) {
                                        text("%.3f", found.before) + ")" + untrusted);
 }
 
+// The same of a field that the images had no part in.
+void judgeField(const PairAgreement& found, const PairNamesAndAxis& names, Verdict& verdict) {
+  if (found.negated > found.modulated + decisive && found.negated > found.before)
+    verdict.add(Trust::doNotTrust,
+                "CHECK THE SIGN of " + names.field + ": with the opposite sign " + names.first +
+                    " and " + names.second + " agree better (correlation " +
+                    text("%.3f", found.negated) + ") than with it (" +
+                    text("%.3f", found.modulated) + "); it or the directions in " + names.statedBy +
+                    " are wrong" + untrusted);
+  else if (found.modulated < found.before)
+    verdict.add(Trust::doNotTrust,
+                "CHECK " + names.field + ": corrected by it " + names.first + " and " +
+                    names.second + " agree less (correlation " + text("%.3f", found.modulated) +
+                    ") than as they came (" + text("%.3f", found.before) +
+                    "); it may be of another head or session, or in other units" + untrusted);
+}
+
+// What it leaves of the images' difference.
+void judgeFieldResidual(const PairFigures& figures, const PairNamesAndAxis& names,
+                        Verdict& verdict) {
+  const double residual = figures.unexplainedResidual();
+  if (residual <= doubtfulResidual) return;
+  verdict.add(Trust::doubtful, "CHECK " + names.field + ": corrected by it " + names.first +
+                                   " and " + names.second + " differ by " + percent(residual) +
+                                   " beyond noise, where those of one head differ by " +
+                                   percent(doubtfulResidual) +
+                                   " at most by a field of their own (the head may have moved "
+                                   "since it was measured, or between the images)");
+}
+
 // A figure that is small in pairs of one head.
 void judgeSize(double found, double doubtful, double largest, const std::string& what,
                Verdict& verdict) {
@@ -96,7 +126,7 @@ void judgeSlices(const PairFigures& figures, const std::string& both, Verdict& v
                   ": one of them may have lost signal there, or the head moved meanwhile");
 }
 
-void judgeField(const PairFigures& figures, Verdict& verdict) {
+void judgeSmoothness(const PairFigures& figures, Verdict& verdict) {
   if (!figures.fieldHz || !figures.fieldHzPerMm) return;
   const double residual = figures.unexplainedResidual();
   const bool rough = *figures.fieldHzPerMm > roughHzPerMm;
@@ -143,25 +173,27 @@ void Verdict::add(Trust level, Remark reason) {
   reasons.push_back(std::move(reason));
 }
 
-Verdict judgePair(const PairFigures& figures, const PairAgreement& agreement, bool conservesSignal,
+Verdict judgePair(const PairFigures& figures, const PairAgreement& agreement, MapOrigin origin,
                   const PairNamesAndAxis& names) {
   Verdict verdict;
   verdict.figures = figures;
   judgeLikeness(figures, agreement, names, verdict);
-  judgeMap(agreement, verdict);
+  if (origin == MapOrigin::measured)
+    judgeField(agreement, names, verdict);
+  else
+    judgeMap(agreement, verdict);
   const std::string both = names.first + " and " + names.second;
   judgeSize(
       figures.unexplainedTotals(), doubtfulTotals, largestTotals,
       "the totals along the phase-encoding axis, which distortion does not change, of " + both,
       verdict);
-  if (!conservesSignal) {
-    judgeAxis(agreement, names, verdict);
-    return verdict;
+  if (origin == MapOrigin::measured) judgeFieldResidual(figures, names, verdict);
+  if (origin == MapOrigin::massPreserving) {
+    judgeSize(figures.unexplainedResidual(), doubtfulResidual, largestResidual,
+              both + ", corrected,", verdict);
+    judgeSlices(figures, both, verdict);
+    judgeSmoothness(figures, verdict);
   }
-  judgeSize(figures.unexplainedResidual(), doubtfulResidual, largestResidual, both + ", corrected,",
-            verdict);
-  judgeSlices(figures, both, verdict);
-  judgeField(figures, verdict);
   judgeAxis(agreement, names, verdict);
   return verdict;
 }
