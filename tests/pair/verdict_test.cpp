@@ -135,4 +135,26 @@ TEST(PairVerdict, TheAxisIsAccusedWithWhatStatesIt) {
   EXPECT_THAT(textsOf(verdict.reasons), Contains(HasSubstr("CHECK THE AXIS in a.json")));
 }
 
+TEST(PairVerdict, AMeasuredFieldIsAccusedByName) {
+  PairAgreement agreement = goodAgreement();
+  EXPECT_EQ(verdictOf(goodFigures(), agreement, MapOrigin::measured).trust, Trust::trusted);
+  std::swap(agreement.modulated, agreement.negated);
+  Verdict verdict = verdictOf(goodFigures(), agreement, MapOrigin::measured);
+  EXPECT_EQ(verdict.trust, Trust::doNotTrust);
+  EXPECT_THAT(textsOf(verdict.reasons), Contains(HasSubstr("CHECK THE SIGN of f.nii")));
+  // The opposite explains the images no better than none.
+  agreement.negated = 0.4;
+  verdict = verdictOf(goodFigures(), agreement, MapOrigin::measured);
+  EXPECT_EQ(verdict.trust, Trust::doNotTrust);
+  EXPECT_THAT(textsOf(verdict.reasons), Contains(HasSubstr("CHECK f.nii: corrected by it")));
+}
+
+TEST(PairVerdict, AMeasuredFieldThatLeavesMuchIsDoubtfulOnly) {
+  PairFigures figures = goodFigures();
+  figures.residual = 0.3;
+  const Verdict verdict = verdictOf(figures, goodAgreement(), MapOrigin::measured);
+  EXPECT_EQ(verdict.trust, Trust::doubtful);
+  EXPECT_THAT(textsOf(verdict.reasons), Contains(HasSubstr("differ by 30 % beyond noise")));
+}
+
 }  // namespace mirel
