@@ -4,6 +4,7 @@
 
 #include "base/error.h"
 #include "bids/doubts.h"
+#include "jobs/seriesinput.h"
 
 namespace mirel {
 
@@ -22,6 +23,11 @@ DistortionFile readStartingField(const std::string& file, PairInput& pair) {
     throw Error(file, "does not overlap " + pair.a.options.file + ", by their affines");
   pair.startFile = file;
   pair.start = shiftVoxels(field, grid, pair.a.direction(), *pair.readoutSeconds);
+  for (const InputImage* image : {&pair.a, &pair.b})
+    if (const std::string doubt =
+            headOffField(image->image, image->header, image->options.file, field);
+        !doubt.empty())
+      pair.warnings.emplace_back(doubt);
   pair.warnings.insert(pair.warnings.end(), source.warnings.begin(), source.warnings.end());
   for (const std::string& doubt : bids::doubtsAboutSubject(file, pair.a.options.file))
     pair.warnings.emplace_back(doubt);
