@@ -130,7 +130,7 @@ void doubtForeground(const PairInput& pair, const PairEstimate& estimate, Verdic
 
 void doubtMask(const PairInput& pair, const PairEstimate& estimate, Verdict& verdict) {
   if (!pair.mask) return;
-  if (estimate.cutByMask > mostCut)
+  if (estimate.cutByMask > mostCut && !pair.startIsMap)
     verdict.add(Trust::doubtful,
                 {"the mask " + pair.mask->stamp.fileName() + " cuts through " +
                  text("%.0f", 100 * estimate.cutByMask) +
@@ -141,6 +141,16 @@ void doubtMask(const PairInput& pair, const PairEstimate& estimate, Verdict& ver
   verdict.add(Trust::doubtful,
               {"the mask " + pair.mask->stamp.fileName() + " takes only " +
                text("%.2g", 100 * estimate.partOfHead) + " % of the head of " + pair.a.title()});
+}
+
+// What the border of a masked field does to the head around it nobody measured.
+void doubtMaskedField(const PairInput& pair, const PairEstimate& estimate, Verdict& verdict) {
+  if (!pair.startIsMap || estimate.withStart->shareOfZeros <= mostZeros) return;
+  verdict.add(Trust::doubtful,
+              "CHECK " + pair.startFile + ": it is 0 in " +
+                  text("%.2g", 100 * estimate.withStart->shareOfZeros) +
+                  " % of the head; if it was masked, the corrected images are torn at the mask's "
+                  "border, and one that goes on outside of the brain is better");
 }
 
 // Takes what weights leave of a head; returns the part of its voxels.
@@ -247,6 +257,7 @@ void check(const PairInput& pair, Modulation modulation, const Volume<float>& he
        nameOf(pair.a.direction()) + " and " + nameOf(pair.b.direction()), pair.startFile});
   doubtForeground(pair, estimate, estimate.verdict);
   doubtMask(pair, estimate, estimate.verdict);
+  doubtMaskedField(pair, estimate, estimate.verdict);
   progress.at(Stage::checking, 1.0);
 }
 

@@ -70,6 +70,8 @@ struct PairInput {
   std::string startFile;  ///< of the field that it was made of
   /// It is the mean of the estimate's prior, too.
   bool startIsPrior = false;
+  /// It is the map, and nothing is estimated.
+  bool startIsMap = false;
   /// A pair of the same head along another axis, whose field counts beside that of the pair.
   std::shared_ptr<const PairInput> across;
   /// The readout time that both have; nothing when it is not known: then there are no Hz.
