@@ -58,11 +58,13 @@ Json acquisitionOfCorrected(const InputImage& image, const std::optional<double>
 
 // What was done to the intensities of a corrected image.
 std::string correctedText(const RunRecord& run) {
-  return run.pair->settings.usedModulation() == Modulation::on
-             ? "corrected for distortion, intensities multiplied by the local density change"
-             : "corrected for distortion, intensities moved but not multiplied by the local "
-               "density "
-               "change";
+  const std::string corrected =
+      run.pair->settings.estimator == Estimator::none
+          ? "corrected for distortion with the measured field " + run.pair->start->file
+          : "corrected for distortion";
+  return corrected + (run.pair->settings.usedModulation() == Modulation::on
+                          ? ", intensities multiplied by the local density change"
+                          : ", intensities moved but not multiplied by the local density change");
 }
 
 class PairWriter {
@@ -179,6 +181,7 @@ std::vector<ResultInput> resultInputsOf(const PairInput& pair) {
       inputs.push_back({file, 0, 0, image->joined->volumesOf(file)});
   if (pair.across)
     for (const ResultInput& input : resultInputsOf(*pair.across)) inputs.push_back(input);
+  if (pair.startIsMap) inputs.push_back({pair.startFile});
   return inputs;
 }
 
@@ -215,8 +218,10 @@ void writePair(const PairNames& names, const PairInput& pair, const PairEstimate
                  fieldFromShift(estimate.shift, gridOf(pair.a.header), pair.a.direction(),
                                 *pair.readoutSeconds, names.field)
                      .hz,
-                 "Off-resonance field f: true(y) = I(y + f T) for an image with the "
-                 "PhaseEncodingDirection " +
+                 (pair.startIsMap ? "Measured off-resonance field f (" + pair.startFile + ")"
+                                  : std::string("Off-resonance field f")) +
+                     ": true(y) = I(y + f T) for an image with the "
+                     "PhaseEncodingDirection " +
                      axis + " and the TotalReadoutTime T, I(y - f T) for " + axis +
                      "-, y in voxels",
                  "Hz");
