@@ -23,14 +23,11 @@ DistortionFile readStartingField(const std::string& file, PairInput& pair) {
     throw Error(file, "does not overlap " + pair.a.options.file + ", by their affines");
   pair.startFile = file;
   pair.start = shiftVoxels(field, grid, pair.a.direction(), *pair.readoutSeconds);
-  for (const InputImage* image : {&pair.a, &pair.b})
-    if (const std::string doubt =
-            headOffField(image->image, image->header, image->options.file, field);
-        !doubt.empty())
-      pair.warnings.emplace_back(doubt);
+  const std::string doubt = headOffField(pair.a.image, pair.a.header, pair.a.options.file, field);
+  if (!doubt.empty()) pair.warnings.emplace_back(doubt);
   pair.warnings.insert(pair.warnings.end(), source.warnings.begin(), source.warnings.end());
-  for (const std::string& doubt : bids::doubtsAboutSubject(file, pair.a.options.file))
-    pair.warnings.emplace_back(doubt);
+  for (const std::string& other : bids::doubtsAboutSubject(file, pair.a.options.file))
+    pair.warnings.emplace_back(other);
   return source;
 }
 
