@@ -132,13 +132,15 @@ void addMotionDoubt(RunRecord& run, const PairInput& pair, const PairEstimate& e
 void addFieldFound(RunRecord& run, const PairInput& pair, const PairEstimate& estimate) {
   if (!pair.startIsMap) return;
   const PairAgreement& found = estimate.agreement;
-  run.notes.push_back("the field is that of " + pair.startFile +
-                      ", nothing was estimated: corrected by it " + pair.a.title() + " and " +
-                      pair.b.title() + " correlate by " + text("%.3f", found.modulated) +
-                      " in the head, as they came by " + text("%.3f", found.before) +
-                      ", and with the opposite sign by " + text("%.3f", found.negated) +
-                      "; motion of the head since it was measured, or between the images, was not "
-                      "looked for");
+  run.notes.push_back(
+      "the field is that of " + pair.startFile + ", nothing was estimated: corrected by it " +
+      pair.a.title() + " and " + pair.b.title() + " correlate by " + text("%.3f", found.modulated) +
+      " in the head, as they came by " + text("%.3f", found.before) +
+      ", and with the opposite sign by " + text("%.3f", found.negated) + "; they differ by " +
+      text("%.3g", 100 * estimate.verdict.figures.unexplainedResidual()) +
+      " % beyond noise (by an estimate from them, 16 % at most); motion of the head since it was "
+      "measured, or between the images, was not "
+      "looked for");
 }
 
 // How the estimate agrees with the field that it started from.

@@ -289,7 +289,9 @@ void correctWithSpikes(const PairInput& pair, Modulation modulation, PairEstimat
 // first, if it moved.
 std::optional<Volume<float>> estimateShift(const PairInput& pair, const EstimateSettings& settings,
                                            PairEstimate& estimate, Progress& progress) {
+  progress.at(Stage::estimating, 0.0);
   Found found = estimateMap(pair, settings, estimate, progress);
+  progress.at(Stage::estimating, 1.0);
   const double part = partOfSecond(pair);
   estimate.shift = fromHalfWay(found.shift, found.shift, part, pair.axis());
   if (estimate.deviation)
@@ -312,13 +314,11 @@ PairEstimate estimateFrom(const PairInput& input, const EstimateSettings& settin
     estimate.partOfHead = restrict(head, pair.mask->weights);
   }
   estimate.agreement.before = agreementOf(pair.a.image, pair.b.image, head);
-  progress.at(Stage::estimating, 0.0);
   std::optional<Volume<float>> unmovedSecond;
   if (settings.estimator == Estimator::none)
     estimate.shift = pair.start;
   else
     unmovedSecond = estimateShift(pair, settings, estimate, progress);
-  progress.at(Stage::estimating, 1.0);
   if (change) change(estimate.shift, *estimate.deviation);
   if (pair.start.size() > 0)
     estimate.withStart = agreementWithStart(estimate.shift, pair.start, head);

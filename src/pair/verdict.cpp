@@ -18,6 +18,7 @@ constexpr double decisive = 0.01;
 constexpr double oneImage = 0.9999;  // correlation of the images as they came
 constexpr double alike = 0.95, hardlyDisplaced = 0.05;
 constexpr double doubtfulResidual = 0.16, largestResidual = 0.19;
+constexpr double doubtfulOfField = 0.45;  // measured beside a pair: 0.30 and 0.38
 constexpr double doubtfulTotals = 0.085, largestTotals = 0.12;
 // A residual above the first is too much for a field rougher than that in Hz per mm.
 constexpr double roughResidual = 0.15, roughHzPerMm = 1.9;
@@ -59,12 +60,12 @@ void judgeMap(const PairAgreement& found, Verdict& verdict) {
 // The same of a field that the images had no part in.
 void judgeField(const PairAgreement& found, const PairNamesAndAxis& names, Verdict& verdict) {
   if (found.negated > found.modulated + decisive && found.negated > found.before)
-    verdict.add(Trust::doNotTrust,
-                "CHECK THE SIGN of " + names.field + ": with the opposite sign " + names.first +
-                    " and " + names.second + " agree better (correlation " +
-                    text("%.3f", found.negated) + ") than with it (" +
-                    text("%.3f", found.modulated) + "); it or the directions in " + names.statedBy +
-                    " are wrong" + untrusted);
+    verdict.add(Trust::doNotTrust, "CHECK THE SIGN of " + names.field + ", or in " +
+                                       names.statedBy + ", which say " + names.directions +
+                                       ": with the opposite sign of the field " + names.first +
+                                       " and " + names.second + " agree better (correlation " +
+                                       text("%.3f", found.negated) + ") than with it (" +
+                                       text("%.3f", found.modulated) + ")" + untrusted);
   else if (found.modulated < found.before)
     verdict.add(Trust::doNotTrust,
                 "CHECK " + names.field + ": corrected by it " + names.first + " and " +
@@ -73,17 +74,17 @@ void judgeField(const PairAgreement& found, const PairNamesAndAxis& names, Verdi
                     "); it may be of another head or session, or in other units" + untrusted);
 }
 
-// What it leaves of the images' difference.
+// What it leaves of the images' difference, where nothing else was said of it.
 void judgeFieldResidual(const PairFigures& figures, const PairNamesAndAxis& names,
                         Verdict& verdict) {
   const double residual = figures.unexplainedResidual();
-  if (residual <= doubtfulResidual) return;
+  if (residual <= doubtfulOfField || verdict.trust != Trust::trusted) return;
   verdict.add(Trust::doubtful, "CHECK " + names.field + ": corrected by it " + names.first +
                                    " and " + names.second + " differ by " + percent(residual) +
-                                   " beyond noise, where those of one head differ by " +
-                                   percent(doubtfulResidual) +
-                                   " at most by a field of their own (the head may have moved "
-                                   "since it was measured, or between the images)");
+                                   " beyond noise, where a field measured beside them leaves " +
+                                   percent(doubtfulOfField) +
+                                   " at most (the head may have moved since, or between the "
+                                   "images)");
 }
 
 // A figure that is small in pairs of one head.

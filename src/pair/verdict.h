@@ -54,7 +54,7 @@ enum class MapOrigin { massPreserving, search, measured };
 /// together with a field of doubtful size or roughness are not to be trusted.
 ///
 /// A field that was measured and explains the images less than its opposite, or than none, is not
-/// to be trusted; one that leaves a residual that an estimate does not leave is doubtful, since the
+/// to be trusted; one that leaves more of their difference than good ones do is doubtful, since the
 /// head may have moved since it was measured.
 ///
 /// @param origin  of the map; of the search the residual says too little

@@ -151,10 +151,12 @@ TEST(PairVerdict, AMeasuredFieldIsAccusedByName) {
 
 TEST(PairVerdict, AMeasuredFieldThatLeavesMuchIsDoubtfulOnly) {
   PairFigures figures = goodFigures();
-  figures.residual = 0.3;
+  figures.residual = 0.38;
+  EXPECT_EQ(verdictOf(figures, goodAgreement(), MapOrigin::measured).trust, Trust::trusted);
+  figures.residual = 0.5;
   const Verdict verdict = verdictOf(figures, goodAgreement(), MapOrigin::measured);
   EXPECT_EQ(verdict.trust, Trust::doubtful);
-  EXPECT_THAT(textsOf(verdict.reasons), Contains(HasSubstr("differ by 30 % beyond noise")));
+  EXPECT_THAT(textsOf(verdict.reasons), Contains(HasSubstr("differ by 50 % beyond noise")));
 }
 
 }  // namespace mirel
