@@ -1,6 +1,7 @@
 #include "jobs/pairoutputs.h"
 
 #include "base/numbertext.h"
+#include "base/samefile.h"
 #include "bids/name.h"
 #include "field/warp.h"
 #include "jobs/joinedjson.h"
@@ -30,6 +31,16 @@ std::string detailOf(const InputImage& image) {
   }
   if (image.options.meanOfFirst > 1) return "MeanOf" + std::to_string(image.options.meanOfFirst);
   return "Volume" + std::to_string(image.options.volume);
+}
+
+// Volumes of one file have names of their own even where as many make either image.
+std::pair<std::string, std::string> detailsOf(const PairInput& pair) {
+  std::pair<std::string, std::string> details{detailOf(pair.a), detailOf(pair.b)};
+  if (details.first != details.second || !sameFile(pair.a.options.file, pair.b.options.file))
+    return details;
+  details.first += "From" + std::to_string(pair.a.volumesTaken().front());
+  details.second += "From" + std::to_string(pair.b.volumesTaken().front());
+  return details;
 }
 
 // Of the image that the map is added to, so that it can be turned round for others; nothing that
@@ -129,7 +140,7 @@ PairNames PairNames::of(const PairInput& pair, const EstimateSettings& settings,
                         const PairResults& wanted) {
   const bids::Name a = bids::Name::of(pair.a.options.file);
   const bids::Name b = bids::Name::of(pair.b.options.file);
-  const std::string ofA = detailOf(pair.a), ofB = detailOf(pair.b);
+  const auto [ofA, ofB] = detailsOf(pair);
   PairNames names;
   names.mean = pairResultName(a, b, "magnitude", wanted.label);
   names.voxels = displacementName(a, "voxels", wanted.label + ofA);
