@@ -89,6 +89,27 @@ void refuseOneEcho(const PhaseFile& phase) {
                                 " and " + (suffix == "phase1" ? "phase2" : "phase1"));
 }
 
+// By the sidecars of the phases; nothing where they do not tell.
+std::optional<EchoTimes> statedTimes(const std::vector<PhaseFile>& phases) try {
+  return phases.size() == 1 ? echoTimesOfDifference(phases.front()) : echoTimesOf(phases);
+} catch (const Error&) {
+  return std::nullopt;
+}
+
+// Times of the command line that are not those of the sidecars.
+void doubtGivenTimes(const EchoTimes& times, const std::vector<PhaseFile>& phases,
+                     MeasuredFieldRun& run) {
+  const std::optional<EchoTimes> stated = statedTimes(phases);
+  if (!stated) return;
+  for (std::size_t n = 0; n < times.seconds.size(); ++n) {
+    const double said = times.seconds[n], stands = stated->seconds.at(n);
+    if (std::abs(said - stands) <= 0.01 * stands) continue;
+    run.warnings.emplace_back("the echo time of " + text(said) + " s given for echo " +
+                              std::to_string(n + 1) + " is not that of the sidecars (" +
+                              stated->source + "), " + text(stands) + " s");
+  }
+}
+
 EchoTimes timesOf(const std::vector<PhaseFile>& phases, const MeasureFieldOptions& options) {
   const std::size_t given = options.echoSeconds.size(),
                     echoes = std::max<std::size_t>(phases.size(), 2);
@@ -187,6 +208,7 @@ void fromPhases(const MeasureFieldOptions& options, Measurement& measurement,
   measurement.header = first.header;
   measurement.name = first.file;
   const EchoTimes times = timesOf(phases, options);
+  if (!options.echoSeconds.empty()) doubtGivenTimes(times, phases, run);
   addEchoTimes(times, measurement, run);
   std::vector<EchoPhase> echoes;
   if (isDifference) echoes.push_back({first.radians, times.difference()});
