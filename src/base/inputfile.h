@@ -5,6 +5,10 @@
 
 namespace mirel {
 
+/// In bytes. A table has a row per volume or image, of 40 bytes and some thousand in the largest:
+/// what is longer is something else.
+inline constexpr std::uintmax_t largestTable = 16U << 20U;
+
 /// The bytes of a text file that is small by its nature, such as a sidecar or a gradient table.
 ///
 /// @param most  so many bytes at the most: a file of another kind under that name is not taken

@@ -12,6 +12,7 @@
 #include <sstream>
 
 #include "base/error.h"
+#include "base/inputfile.h"
 #include "base/numbertext.h"
 #include "base/plaintext.h"
 #include "bids/sidecar.h"
@@ -21,8 +22,6 @@ namespace mirel::bids {
 namespace {
 
 constexpr double vectorTolerance = 0.01;
-// A table has one row per volume: what is longer is something else.
-constexpr std::uintmax_t largestTable = 16U << 20U;
 
 std::istringstream openTable(const std::string& fileName) {
   std::error_code failure;

@@ -33,7 +33,7 @@ std::string listed(const std::vector<std::string>& texts) {
   return list;
 }
 
-std::optional<std::string> valueOf(const Name& name, const std::string& key) {
+std::optional<std::string> entityOf(const Name& name, const std::string& key) {
   for (const auto& [entity, value] : name.entities)
     if (entity == key) return value;
   return std::nullopt;
@@ -55,11 +55,11 @@ bool isIntended(const std::string& entry, const std::string& image) {
   if (own.suffix != named.suffix && own.suffix != "sbref") return false;
   const bool hasAll =
       std::all_of(named.entities.begin(), named.entities.end(), [&](const auto& entity) {
-        return isOfOneAcquisition(entity.first) || valueOf(own, entity.first) == entity.second;
+        return isOfOneAcquisition(entity.first) || entityOf(own, entity.first) == entity.second;
       });
   return hasAll && std::all_of(own.entities.begin(), own.entities.end(), [&](const auto& entity) {
            return isOfOneAcquisition(entity.first) || isOfDerivatives(entity.first) ||
-                  valueOf(named, entity.first).has_value();
+                  entityOf(named, entity.first).has_value();
          });
 }
 

@@ -4,6 +4,8 @@
 #include <ostream>
 #include <utility>
 
+#include "containers/shown.h"
+
 namespace mirel {
 
 template <typename T>
@@ -175,19 +177,7 @@ bool Matrix<T>::operator==(const Matrix& other) const {
 
 namespace {
 
-constexpr int shownEnds = 10;
-
-// Calls item(i) for every i of 0 .. n-1 that the dump shows, elision() where it leaves some out.
-template <typename Item, typename Elision>
-void forShown(int n, Item item, Elision elision) {
-  for (int i = 0; i < n; ++i) {
-    item(i);
-    if (i == shownEnds - 1 && n - shownEnds > shownEnds) {
-      elision();
-      i = n - shownEnds - 1;
-    }
-  }
-}
+constexpr Shown shownOfMatrix{10, 10};
 
 }  // namespace
 
@@ -198,11 +188,11 @@ std::ostream& operator<<(std::ostream& os, const Matrix<T>& m) {
   const auto writeRow = [&](int i) {
     os << "\n  [";
     forShown(
-        m.columns(), [&](int j) { os << (j == 0 ? "" : " ") << m.data()[i + j]; },
+        m.columns(), shownOfMatrix, [&](int j) { os << (j == 0 ? "" : " ") << m.data()[i + j]; },
         [&] { os << " ..."; });
     os << "]";
   };
-  forShown(m.rows(), writeRow, [&] { os << "\n   ..."; });
+  forShown(m.rows(), shownOfMatrix, writeRow, [&] { os << "\n   ..."; });
   return os;
 }
 

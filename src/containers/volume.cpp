@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "containers/exchange.h"
+#include "containers/shown.h"
 
 namespace mirel {
 
@@ -228,17 +229,7 @@ Volume<T> Volume<T>::transposeXY() const {
 
 namespace {
 
-// Calls item(i) for every i of 0 .. n-1 that the dump shows, elision() where it leaves some out.
-template <typename Item, typename Elision>
-void forShown(int n, Item item, Elision elision) {
-  for (int i = 0; i < n; ++i) {
-    item(i);
-    if (i == 1 && n > 3) {
-      elision();
-      i = n - 2;
-    }
-  }
-}
+constexpr Shown shownOfVolume{2, 1};
 
 }  // namespace
 
@@ -249,15 +240,16 @@ std::ostream& operator<<(std::ostream& os, const Volume<T>& v) {
   const auto writeRow = [&](int y, int z) {
     os << "\n    [";
     forShown(
-        v.nx(), [&](int x) { os << (x == 0 ? "" : " ") << v.at(x, y, z); }, [&] { os << " ..."; });
+        v.nx(), shownOfVolume, [&](int x) { os << (x == 0 ? "" : " ") << v.at(x, y, z); },
+        [&] { os << " ..."; });
     os << "]";
   };
   const auto writeSlice = [&](int z) {
     os << "\n  slice " << z << ":";
     forShown(
-        v.ny(), [&](int y) { writeRow(y, z); }, [&] { os << "\n     ..."; });
+        v.ny(), shownOfVolume, [&](int y) { writeRow(y, z); }, [&] { os << "\n     ..."; });
   };
-  forShown(v.nz(), writeSlice, [&] { os << "\n   ..."; });
+  forShown(v.nz(), shownOfVolume, writeSlice, [&] { os << "\n   ..."; });
   return os;
 }
 

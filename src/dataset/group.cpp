@@ -15,6 +15,7 @@
 #include "dataset/groupfigures.h"
 #include "dataset/tsv.h"
 #include "jobs/reportfile.h"
+#include "jobs/resultnames.h"
 #include "nifti/filename.h"
 
 namespace mirel::dataset {
@@ -23,7 +24,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* imageEnd = ".nii.gz";
 constexpr const char* recordEnd = ".json";
 
 // Of a list of three numbers.
@@ -60,13 +60,13 @@ void readPair(const Json& record, GroupRow& row) {
 }
 
 // The path of a BIDS URI, whatever dataset it is of.
-std::string pathOf(const std::string& uri) { return uri.substr(uri.rfind(':') + 1); }
+std::string pathOfUri(const std::string& uri) { return uri.substr(uri.rfind(':') + 1); }
 
 // Both images of a pair are sources of each: which one it is its name tells.
 void readImageOfPair(const Json& record, const std::vector<std::string>& sources, GroupRow& row) {
   row.field = joined(sources);
   for (const std::string& source : sources) {
-    const std::string path = pathOf(source);
+    const std::string path = pathOfUri(source);
     if (row.image.starts_with(path.substr(0, path.rfind('_')))) row.source = source;
   }
   readPair(record, row);
@@ -83,7 +83,7 @@ std::string pageBeside(const std::string& output, const std::string& stem) {
 void readField(const std::string& output, const std::string& uri, GroupRow& row) {
   constexpr const char* here = "bids::";
   if (!uri.starts_with(here)) return;
-  row.field = pathOf(uri);
+  row.field = pathOfUri(uri);
   if (!nifti::hasNiftiName(row.field)) return;
   const std::string stem = nifti::niftiStem(row.field), file = output + "/" + stem + recordEnd;
   std::error_code ignored;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/isoneof.h"
 #include "base/joined.h"
 
 namespace mirel::dataset {
@@ -10,13 +11,9 @@ namespace {
 
 using Numbers = std::vector<std::size_t>;
 
-bool contains(const std::vector<std::string>& texts, const std::string& text) {
-  return std::find(texts.begin(), texts.end(), text) != texts.end();
-}
-
 void addNew(std::vector<std::string>& texts, const std::vector<std::string>& more) {
   for (const std::string& text : more)
-    if (!contains(texts, text)) texts.push_back(text);
+    if (!isOneOf(text, texts)) texts.push_back(text);
 }
 
 std::vector<std::string> allIdentifiers(const std::vector<ImageFacts>& images) {
@@ -31,7 +28,7 @@ Choice fieldNamed(const SubjectImages& subject, const std::string& identifier, c
   Numbers sources, others;
   std::vector<std::string> sessions;
   for (std::size_t n = 0; n < images.size(); ++n) {
-    if (!contains(images[n].identifiers, identifier)) continue;
+    if (!isOneOf(identifier, images[n].identifiers)) continue;
     (isOtherField(images[n].image) ? others : sources).push_back(n);
     addNew(sessions, {"ses-" + images[n].image.session});
   }

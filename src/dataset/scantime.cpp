@@ -15,8 +15,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::uintmax_t largestTable = 16U << 20U;
-
 // The words of a line between tabs.
 std::vector<std::string> cellsOf(std::string line) {
   if (line.ends_with('\r')) line.pop_back();

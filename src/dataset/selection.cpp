@@ -2,6 +2,7 @@
 #include <filesystem>
 
 #include "base/error.h"
+#include "base/isoneof.h"
 #include "base/joined.h"
 #include "dataset/participant.h"
 
@@ -12,10 +13,6 @@ namespace {
 namespace fs = std::filesystem;
 using Labels = std::vector<std::string>;
 
-bool contains(const Labels& labels, const std::string& label) {
-  return std::find(labels.begin(), labels.end(), label) != labels.end();
-}
-
 // "sub-01,02" and "03": 01, 02, 03.
 Labels labelsOf(const Labels& given, const std::string& prefix) {
   Labels labels;
@@ -24,7 +21,7 @@ Labels labelsOf(const Labels& given, const std::string& prefix) {
       const std::size_t end = std::min(word.find(',', start), word.size());
       std::string label = word.substr(start, end - start);
       if (label.starts_with(prefix)) label.erase(0, prefix.size());
-      if (!label.empty() && !contains(labels, label)) labels.push_back(label);
+      if (!label.empty() && !isOneOf(label, labels)) labels.push_back(label);
       start = end + 1;
     }
   return labels;
@@ -50,14 +47,14 @@ std::string insteadOf(const std::string& label, const Labels& known) {
 void refuseUnknown(const Labels& asked, const Labels& known, const std::string& what,
                    const std::string& root) {
   for (const std::string& label : asked)
-    if (!contains(known, label))
+    if (!isOneOf(label, known))
       throw WrongSelection(root, "has no " + what + " " + label + ": " + insteadOf(label, known));
 }
 
 Labels labelsIn(const Index& index, const std::string& entity) {
   Labels labels;
   for (const IndexedImage& image : index.images)
-    if (const std::string label = image.entity(entity); !label.empty() && !contains(labels, label))
+    if (const std::string label = image.entity(entity); !label.empty() && !isOneOf(label, labels))
       labels.push_back(label);
   std::sort(labels.begin(), labels.end());
   return labels;
@@ -90,7 +87,7 @@ class Selection {
   }
 
   bool wants(const std::string& subject) const {
-    return participants.empty() || contains(participants, subject);
+    return participants.empty() || isOneOf(subject, participants);
   }
 
   // No field is estimated from those that a filter leaves out. Other images, and those of other
@@ -120,10 +117,10 @@ class Selection {
  private:
   // A sentence; empty for an image that is wanted.
   std::string whyNot(const IndexedImage& image) const {
-    if (!sessions.empty() && !contains(sessions, image.session))
+    if (!sessions.empty() && !isOneOf(image.session, sessions))
       return "its session is not among those that were asked for";
     const std::string task = image.entity("task");
-    if (!tasks.empty() && !task.empty() && !contains(tasks, task))
+    if (!tasks.empty() && !task.empty() && !isOneOf(task, tasks))
       return "its task is not among those that were asked for";
     const std::string why = filter.whyNot(image);
     return why.empty() ? "" : "it is " + why;

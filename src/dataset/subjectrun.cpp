@@ -21,8 +21,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* imageEnd = ".nii.gz";
-
 /// A field as it stands in the output folder.
 struct FieldFile {
   std::string field, map;  ///< one of them is empty

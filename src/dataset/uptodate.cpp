@@ -19,8 +19,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::uintmax_t largestTable = 16U << 20U;
-
 std::optional<Json> recordOf(const std::string& stem) {
   std::error_code ignored;
   if (!fs::is_regular_file(stem + ".json", ignored)) return std::nullopt;

@@ -17,7 +17,7 @@ namespace mirel {
 
 namespace {
 
-constexpr const char* description =
+constexpr const char* fieldDescription =
     "Measured field, smoothed and continued beyond the head: f in true(y) = I(y + f T) for phase "
     "encoding along i, j or k and the total readout time T, I(y - f T) along i-, j- or k-";
 
@@ -61,7 +61,7 @@ std::vector<std::string> write(const Measurement& measurement, const Json& origi
   return folder.write([&] {
     writeField({measurement.field.hz, measurement.header.affine(), output}, measurement.header,
                folder.path(image));
-    folder.writeText(sidecar, sidecarText(description, "Hz", sources, origin, Json::object()));
+    folder.writeText(sidecar, sidecarText(fieldDescription, "Hz", sources, origin, Json::object()));
   });
 }
 

@@ -18,7 +18,6 @@ namespace mirel {
 
 namespace {
 
-constexpr const char* imageEnd = ".nii.gz";
 constexpr const char *uncertaintyLabel = "uncertainty", *headLabel = "head";
 
 // Which volumes of several an image was made of.

@@ -15,6 +15,9 @@
 /// which volumes of several an image is of ("Volume3"), and continues the description.
 namespace mirel {
 
+/// Of images.
+inline constexpr const char* imageEnd = ".nii.gz";
+
 /// sub-01_dir-AP_desc-preproc_epi. What has a description gets
 /// sub-01_desc-denoisedUndistorted_bold.
 std::string correctedName(const bids::Name& image, const std::string& detail = {});

@@ -23,7 +23,6 @@ namespace {
 namespace fs = std::filesystem;
 using Source = bids::StatedDirection::Source;
 
-constexpr const char* imageEnd = ".nii.gz";
 constexpr std::size_t mostVolumesToAlign = 20;
 
 SeriesNames namesFrom(const SeriesInput& input, const std::string& stem, const std::string& end) {

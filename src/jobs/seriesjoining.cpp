@@ -16,7 +16,6 @@ namespace mirel {
 
 namespace {
 
-constexpr const char* imageEnd = ".nii.gz";
 constexpr double doubtfulResidual = 5, outlyingResidual = 2;
 
 SeriesToJoin toJoin(const SeriesInput& input, const Distortion& distortion) {

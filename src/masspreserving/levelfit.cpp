@@ -31,7 +31,7 @@ constexpr double largestRatioWeight = 1e8;
 constexpr std::uint64_t ratioSigns = 1000003;  // another part of the sequence of signs
 
 // The largest stretch that a step may reach.
-constexpr double largestStretch = 0.98;
+constexpr double largestStepStretch = 0.98;
 
 // +1 or -1, the same for equal n.
 float signOf(std::uint64_t n) { return (splitMix64(n) & 1U) != 0 ? 1.0F : -1.0F; }
@@ -164,7 +164,7 @@ LevelFit::Step LevelFit::step(double tolerance, int maxSolverIterations) {
     descent += ratio.gradient().dot(ratio.solve(ratio.gradient()));
   }
   Step result{before, 0.0, solved.iterations};
-  double t = largestAllowed(b, direction, largestStretch);
+  double t = largestAllowed(b, direction, largestStepStretch);
   Volume<float> candidate(b.dimensions());
   for (int trial = 0; trial < 8 && descent > 0.0; ++trial, t *= 0.5) {
     for (int i = 0; i < b.size(); ++i)
@@ -198,7 +198,7 @@ MotionStep LevelFit::motionStep(const HalfWayPair& pair, const RigidMotion& moti
   const double voxel = std::min({spacing.x, spacing.y, spacing.z});
   double part = largest > voxel ? voxel / largest : 1.0;
   step.shift *= static_cast<float>(part);
-  const double allowed = largestAllowed(b, step.shift, largestStretch);
+  const double allowed = largestAllowed(b, step.shift, largestStepStretch);
   step.shift *= static_cast<float>(allowed);
   step.change *= part * allowed;
   b += step.shift;

@@ -12,7 +12,7 @@ namespace mirel {
 
 namespace {
 
-constexpr double solverTolerance = 0.003;
+constexpr double drawTolerance = 0.003;
 constexpr int mostIterations = 400;
 constexpr int blockEdge = 3;
 // Of the leverages, which need not be as accurate.
@@ -124,7 +124,7 @@ Volume<float> posteriorVariance(Objective<float>& objective, const LineSolver<fl
   Volume<float> variance(objective.residuals().dimensions(), 0.0F), x;
   for (int k = 0; k < count; ++k) {
     Draws draws(static_cast<std::uint64_t>(k) + 1);
-    conjugateGradients<float>(product, lines, draw(objective, b, full, draws), x, solverTolerance,
+    conjugateGradients<float>(product, lines, draw(objective, b, full, draws), x, drawTolerance,
                               mostIterations);
     for (int z = 0; z < variance.nz(); ++z)
       for (int y = 0; y < variance.ny(); ++y)

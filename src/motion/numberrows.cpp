@@ -13,7 +13,7 @@ namespace mirel {
 namespace {
 
 // A hundred thousand volumes of twelve numbers in full length, and more.
-constexpr std::uintmax_t largestTable = 64U << 20U;
+constexpr std::uintmax_t largestMotionTable = 64U << 20U;
 constexpr std::size_t longestQuote = 40;
 
 std::string withoutComments(const std::string& text) {
@@ -32,7 +32,7 @@ std::vector<std::vector<std::string>> readTransformWords(const std::string& file
   std::error_code ignored;
   if (std::filesystem::is_directory(fileName, ignored))
     throw Error(fileName, "is a folder, not a table of transforms");
-  return wordsByLine(withoutComments(readWholeFile(fileName, largestTable)));
+  return wordsByLine(withoutComments(readWholeFile(fileName, largestMotionTable)));
 }
 
 std::vector<std::vector<double>> numbersOf(const std::vector<std::vector<std::string>>& words,

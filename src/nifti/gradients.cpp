@@ -16,9 +16,6 @@ namespace {
 
 using Rows = std::vector<std::vector<float>>;
 
-// The largest diffusion series have some thousand directions of 40 bytes.
-constexpr std::uintmax_t largestTable = 16U << 20U;
-
 float numberFrom(const std::string& word, const std::string& fileName) {
   std::size_t used = 0;
   float value = 0;

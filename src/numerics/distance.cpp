@@ -8,7 +8,7 @@ namespace mirel {
 
 namespace {
 
-constexpr const char* sourceFile = "src/numerics/distance.cpp";
+constexpr const char* distanceSource = "src/numerics/distance.cpp";
 
 double squaredDifference(float a, float b) {
   const double difference = a - b;
@@ -40,7 +40,7 @@ struct CorrelationSums {
 
 template <typename T>
 double ssd(const Volume<T>& a, const Volume<T>& b) {
-  require(a.dimensions() == b.dimensions(), sourceFile, 15, "dim1 == dim2");
+  require(a.dimensions() == b.dimensions(), distanceSource, 15, "dim1 == dim2");
   double sum = 0.0;
   for (int i = 0; i < a.size(); ++i) sum += squaredDifference(a.data()[i], b.data()[i]);
   return sum;
@@ -48,7 +48,7 @@ double ssd(const Volume<T>& a, const Volume<T>& b) {
 
 template <typename T>
 double ncc(const Volume<T>& a, const Volume<T>& b) {
-  require(a.dimensions() == b.dimensions(), sourceFile, 37, "dim1 == dim2");
+  require(a.dimensions() == b.dimensions(), distanceSource, 37, "dim1 == dim2");
   CorrelationSums sums;
   for (int i = 0; i < a.size(); ++i) sums.add(a.data()[i], b.data()[i]);
   return sums.correlation(static_cast<float>(a.size()));
@@ -56,7 +56,7 @@ double ncc(const Volume<T>& a, const Volume<T>& b) {
 
 template <typename T>
 double ssd(const Volume<T>& a, const Volume<T>& b, const std::vector<glm::ivec3>& voxels) {
-  require(a.dimensions() == b.dimensions(), sourceFile, 63,
+  require(a.dimensions() == b.dimensions(), distanceSource, 63,
           "vol1.dimensions() == vol2.dimensions()");
   double sum = 0.0;
   for (const glm::ivec3& p : voxels) sum += squaredDifference(a[p], b[p]);
@@ -65,7 +65,7 @@ double ssd(const Volume<T>& a, const Volume<T>& b, const std::vector<glm::ivec3>
 
 template <typename T>
 double ncc(const Volume<T>& a, const Volume<T>& b, const std::vector<glm::ivec3>& voxels) {
-  require(a.dimensions() == b.dimensions(), sourceFile, 76,
+  require(a.dimensions() == b.dimensions(), distanceSource, 76,
           "vol1.dimensions() == vol2.dimensions()");
   CorrelationSums sums;
   for (const glm::ivec3& p : voxels) sums.add(a[p], b[p]);
@@ -79,7 +79,7 @@ double ssd_norm(const Volume<T>& a, const Volume<T>& b) {
 
 template <typename T>
 double ssd(const Vector<T>& a, const Vector<T>& b) {
-  require(a.size() == b.size(), sourceFile, 109, "vec1.size() == vec2.size()");
+  require(a.size() == b.size(), distanceSource, 109, "vec1.size() == vec2.size()");
   double sum = 0.0;
   for (int i = 0; i < a.size(); ++i) sum += squaredDifference(a[i], b[i]);
   return sum;
@@ -92,7 +92,7 @@ double ssd_norm(const Vector<T>& a, const Vector<T>& b) {
 
 template <typename T>
 double ssd_norm_nonbackground(const Vector<T>& a, const Vector<T>& b) {
-  require(a.size() == b.size(), sourceFile, 133, "vec1.size() == vec2.size()");
+  require(a.size() == b.size(), distanceSource, 133, "vec1.size() == vec2.size()");
   double sum = 0.0;
   int count = 0;
   for (int i = 0; i < a.size(); ++i) {

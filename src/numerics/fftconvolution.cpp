@@ -13,7 +13,7 @@ namespace mirel {
 namespace {
 
 // The site belongs to the filters, whichever file the check stands in.
-constexpr const char* sourceFile = "src/numerics/volumegauss.cpp";
+constexpr const char* convolutionSource = "src/numerics/volumegauss.cpp";
 constexpr unsigned estimateFlag = 64;
 
 // Complex values of a half spectrum: how many the transforms use, how many are multiplied, and
@@ -80,7 +80,7 @@ void multiply(plugin_fftw_complex* product, const plugin_fftw_complex* a,
 }  // namespace
 
 void fftwConvolve3D(Volume<float>& input, Volume<float>& kernel) {
-  require(input.dimensions() == kernel.dimensions(), sourceFile, 198,
+  require(input.dimensions() == kernel.dimensions(), convolutionSource, 198,
           "input.dimensions() == kernel.dimensions()");
   if (input.size() == 0) return;
   requireTransforms();

@@ -11,11 +11,11 @@ namespace mirel {
 
 namespace {
 
-constexpr const char* sourceFile = "src/numerics/volumetransform.cpp";
+constexpr const char* transformSource = "src/numerics/volumetransform.cpp";
 
 template <typename T>
 void requireDistinct(const Volume<T>& dst, const Volume<T>& src, int line) {
-  require(&dst != &src, sourceFile, line, "&dst != &src");
+  require(&dst != &src, transformSource, line, "&dst != &src");
 }
 
 template <typename T>

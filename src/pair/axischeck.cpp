@@ -18,12 +18,12 @@ namespace {
 
 // On the coarse grid, of the two axes and of the third: with fewer, small distortions are not told
 // apart.
-constexpr int fewestVoxels = 40, fewestOfThird = 16;
+constexpr int fewestOfAxis = 40, fewestOfThird = 16;
 
 // Both axes are halved alike: the finer one would be at an advantage.
 int halvingsOf(glm::ivec3 voxels, int axis, int other) {
   int count = 0;
-  for (int n = std::min(voxels[axis], voxels[other]); n >= 2 * fewestVoxels; n = (n + 1) / 2)
+  for (int n = std::min(voxels[axis], voxels[other]); n >= 2 * fewestOfAxis; n = (n + 1) / 2)
     ++count;
   return count;
 }

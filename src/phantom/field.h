@@ -6,6 +6,10 @@
 
 namespace mirel {
 
+/// A map with steeper ones would nearly fold. Leaves room for what the cubic interpolation of the
+/// shift overshoots between voxel centres.
+inline constexpr double steepestShift = 0.8;
+
 /// What the field of a phantom shall do to an image.
 struct FieldGoal {
   double readoutSeconds;    ///< total readout time: shift in voxels = field in Hz * readout

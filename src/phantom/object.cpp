@@ -17,7 +17,7 @@ namespace mirel {
 
 namespace {
 
-constexpr int cells = HeadObject::cellsPerVoxel;
+constexpr int densityCells = HeadObject::cellsPerVoxel;
 constexpr int layers = 2;  // samples per voxel along z
 
 void checkGrid(const PhantomGrid& grid) {
@@ -102,7 +102,7 @@ std::vector<double> gaussianHalf(double sigma) {
 
 void blurInPlane(Volume<float>& density) {
   const double fwhmToSigma = 1.0 / (2.0 * std::sqrt(2.0 * std::numbers::ln2));
-  const std::vector<double> half = gaussianHalf(1.5 * cells * fwhmToSigma);
+  const std::vector<double> half = gaussianHalf(1.5 * densityCells * fwhmToSigma);
   std::vector<double> work;
   const int nx = density.nx(), ny = density.ny();
   for (int z = 0; z < density.nz(); ++z) {
@@ -117,9 +117,10 @@ Volume<float> meanPerVoxel(const Volume<float>& density, glm::ivec3 size) {
     for (int y = 0; y < size.y; ++y)
       for (int x = 0; x < size.x; ++x) {
         double sum = 0.0;
-        for (int j = 0; j < cells; ++j)
-          for (int i = 0; i < cells; ++i) sum += density.at(cells * x + i, cells * y + j, z);
-        image.at(x, y, z) = static_cast<float>(sum / (cells * cells));
+        for (int j = 0; j < densityCells; ++j)
+          for (int i = 0; i < densityCells; ++i)
+            sum += density.at(densityCells * x + i, densityCells * y + j, z);
+        image.at(x, y, z) = static_cast<float>(sum / (densityCells * densityCells));
       }
   return image;
 }
@@ -155,14 +156,14 @@ HeadObject sampleHead(const PhantomGrid& grid, std::uint64_t seed, const RigidMo
     throw std::invalid_argument("a phantom of that many voxels is not possible");
 
   HeadObject head;
-  head.density = Volume<float>(grid.size.x * cells, grid.size.y * cells, grid.size.z);
+  head.density = Volume<float>(grid.size.x * densityCells, grid.size.y * densityCells, grid.size.z);
   Volume<unsigned char> headCount(grid.size, 0), brainCount(grid.size, 0);
   const auto sample = [&](int x, int y, int z) {
     double sum = 0.0;
-    const glm::ivec3 voxel(x / cells, y / cells, z);
+    const glm::ivec3 voxel(x / densityCells, y / densityCells, z);
     glm::dvec3 p;
     for (int layer = 0; layer < layers; ++layer) {
-      const glm::dvec3 position((x + 0.5) / cells - 0.5, (y + 0.5) / cells - 0.5,
+      const glm::dvec3 position((x + 0.5) / densityCells - 0.5, (y + 0.5) / densityCells - 0.5,
                                 z + (layer + 0.5) / layers - 0.5);
       p = scale * (back * (grid.positionMm(position) - motion.translationMm));
       const Tissue tissue = anatomy.tissueAt(p);
@@ -176,15 +177,16 @@ HeadObject sampleHead(const PhantomGrid& grid, std::uint64_t seed, const RigidMo
     return static_cast<float>(sum / layers * receive * (1.0 + 0.03 * texture.at(p)));
   };
   for (int z = 0; z < grid.size.z; ++z)
-    for (int y = 0; y < grid.size.y * cells; ++y)
-      for (int x = 0; x < grid.size.x * cells; ++x) head.density.at(x, y, z) = sample(x, y, z);
+    for (int y = 0; y < grid.size.y * densityCells; ++y)
+      for (int x = 0; x < grid.size.x * densityCells; ++x)
+        head.density.at(x, y, z) = sample(x, y, z);
   blurInPlane(head.density);
   head.image = meanPerVoxel(head.density, grid.size);
 
   const auto mostly = [](const Volume<unsigned char>& count) {
     Volume<unsigned char> mask(count.dimensions());
     for (int i = 0; i < count.size(); ++i)
-      mask.data()[i] = 2 * count.data()[i] >= cells * cells * layers ? 1 : 0;
+      mask.data()[i] = 2 * count.data()[i] >= densityCells * densityCells * layers ? 1 : 0;
     return mask;
   };
   head.headMask = mostly(headCount);

@@ -14,8 +14,6 @@ namespace mirel {
 namespace {
 
 constexpr double defaultPeakHz = 120.0;
-// Leaves room for what the cubic interpolation of the shift overshoots between voxel centres.
-constexpr double maxShiftGradient = 0.8;
 
 constexpr double smallestVoxelMm = 0.001, largestVoxelMm = 1000;
 // A project of the series is made in memory, in 32-bit floats.
@@ -119,10 +117,9 @@ Phantom makePhantom(const PhantomOptions& options) {
   checkOptions(options);
   const PhantomGrid grid{options.size, options.voxelMm};
   const HeadObject head = sampleHead(grid, options.seed);
-  const FieldGoal goal{
-      options.readoutSeconds, wantedShiftVoxels(options),
-      options.allowFolds ? std::numeric_limits<double>::infinity() : maxShiftGradient,
-      options.axis};
+  const FieldGoal goal{options.readoutSeconds, wantedShiftVoxels(options),
+                       options.allowFolds ? std::numeric_limits<double>::infinity() : steepestShift,
+                       options.axis};
   const HeadField field = makeHeadField(grid, head, options.seed, goal);
 
   Phantom phantom;

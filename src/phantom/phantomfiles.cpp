@@ -16,7 +16,6 @@ namespace {
 
 constexpr double repetitionTimeSeconds = 2.0;
 constexpr double echoTimeSeconds = 0.06;
-constexpr double fieldStrengthTesla = 2.89;
 
 // Writes a phantom's files into a hidden folder and keeps their names.
 class PhantomWriter {

@@ -5,13 +5,13 @@
 #include <glm/geometric.hpp>
 #include <limits>
 
+#include "phantom/field.h"
 #include "phantom/random.h"
 
 namespace mirel {
 
 namespace {
 
-constexpr double maxShiftGradient = 0.8;
 constexpr std::uint64_t poseStream = 0x706f7365ULL;
 
 // Factors of the signal of the spin-echo image.
@@ -23,8 +23,7 @@ constexpr double diffusivity = 0.2e-3, diffusivityAlongX = 1.2e-3;
 
 HeadField fieldFor(const PhantomOptions& options, const PhantomGrid& grid) {
   checkPhantomOptions(options);
-  const double bound =
-      options.allowFolds ? std::numeric_limits<double>::infinity() : maxShiftGradient;
+  const double bound = options.allowFolds ? std::numeric_limits<double>::infinity() : steepestShift;
   return makeHeadField(grid, sampleHead(grid, options.seed), options.seed,
                        {options.readoutSeconds, wantedShiftVoxels(options), bound, options.axis});
 }
@@ -36,7 +35,7 @@ void boundGradient(Volume<float>& fieldHz, const PhantomOptions& options) {
   float steepest = 0.0F;
   for (int i = 0; i < slope.size(); ++i) steepest = std::max(steepest, std::abs(slope.data()[i]));
   const double gradient = static_cast<double>(steepest) * options.readoutSeconds;
-  if (gradient > maxShiftGradient) fieldHz *= static_cast<float>(maxShiftGradient / gradient);
+  if (gradient > steepestShift) fieldHz *= static_cast<float>(steepestShift / gradient);
 }
 
 PhantomScan seriesOf(const Volume<float>& density, int volumes) {

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "phantom/gridheader.h"
 #include "phantom/random.h"
 #include "phantom/sessionwriter.h"
 
@@ -10,7 +11,6 @@ namespace mirel {
 
 namespace {
 
-constexpr double fieldStrengthTesla = 2.89;
 constexpr std::uint64_t shimStream = 0x7368696dULL;
 
 std::string identifierOf(const SessionPlace& place) {

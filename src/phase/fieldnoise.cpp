@@ -35,7 +35,7 @@ std::vector<Difference> differencesOf(const Volume<float>& field, const Volume<f
   return all;
 }
 
-double rangeOf(const Volume<float>& field) {
+double spreadOf(const Volume<float>& field) {
   float least = INFINITY, greatest = -INFINITY;
   for (int n = 0; n < field.size(); ++n) {
     least = std::fmin(least, field.data()[n]);
@@ -55,7 +55,7 @@ double noiseOf(const Volume<float>& field, const Volume<float>& reliability) {
 
 FieldVariation variationOf(const Volume<float>& field, const Volume<float>& reliability) {
   FieldVariation found;
-  found.noise = std::max(noiseOf(field, reliability), 1e-6 * rangeOf(field));
+  found.noise = std::max(noiseOf(field, reliability), 1e-6 * spreadOf(field));
   std::vector<float> squares;
   std::vector<float> noises;
   for (const Difference& one : differencesOf<3>(field, reliability, {1, -2, 1})) {

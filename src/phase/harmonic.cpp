@@ -5,17 +5,11 @@
 
 #include "masspreserving/conjugategradients.h"
 #include "masspreserving/roughness.h"
+#include "phase/fieldsolver.h"
 #include "phase/nearest.h"
 #include "phase/voxelweights.h"
 
 namespace mirel {
-
-namespace {
-
-constexpr double tolerance = 1e-5;
-constexpr int mostSteps = 2000;
-
-}  // namespace
 
 Volume<float> continuedHarmonically(const Volume<float>& field, glm::dvec3 voxelMm) {
   const glm::ivec3 dims = field.dimensions();
@@ -32,7 +26,7 @@ Volume<float> continuedHarmonically(const Volume<float>& field, glm::dvec3 voxel
   laplacian(known, rhs);
   rhs = -rhs;
   const auto asItIs = [](const Volume<double>& v, Volume<double>& out) { out = v; };
-  improveSolution<double>(laplacian, asItIs, rhs, rest, tolerance, mostSteps);
+  improveSolution<double>(laplacian, asItIs, rhs, rest, fieldTolerance, mostFieldSteps);
   Volume<float> result = field;
   for (int n = 0; n < result.size(); ++n)
     if (!isKnown(n)) result.data()[n] = static_cast<float>(rest.data()[n]);

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "masspreserving/conjugategradients.h"
+#include "phase/fieldsolver.h"
 #include "phase/nearest.h"
 #include "phase/neighbours.h"
 #include "phase/voxelweights.h"
@@ -14,8 +15,6 @@ namespace mirel {
 namespace {
 
 constexpr double pull = 0.01;
-constexpr double tolerance = 1e-5;
-constexpr int mostSteps = 2000;
 
 // The quadratic form of smoothField on the voxels of a domain; 1 on the diagonal elsewhere.
 class SmoothSystem {
@@ -94,8 +93,8 @@ Volume<float> smoothField(const Volume<float>& measured, const Volume<float>& re
   inverse /= system.diagonal();
   improveSolution<double>(
       [&](const Volume<double>& v, Volume<double>& out) { system.apply(v, out); },
-      [&](const Volume<double>& v, Volume<double>& out) { out = v * inverse; }, rhs, f, tolerance,
-      mostSteps);
+      [&](const Volume<double>& v, Volume<double>& out) { out = v * inverse; }, rhs, f,
+      fieldTolerance, mostFieldSteps);
   Volume<float> result(dims, std::numeric_limits<float>::quiet_NaN());
   for (int n = 0; n < result.size(); ++n)
     if (domain.data()[n] > 0.0F) result.data()[n] = static_cast<float>(f.data()[n]);

@@ -27,7 +27,7 @@ constexpr glm::ivec3 along(1, 0, 0);
 constexpr std::array<glm::ivec3, 4> beside{glm::ivec3(0, 1, 0), glm::ivec3(0, -1, 0),
                                            glm::ivec3(0, 0, 1), glm::ivec3(0, 0, -1)};
 
-bool inside(glm::ivec3 p, glm::ivec3 dims) {
+bool isInside(glm::ivec3 p, glm::ivec3 dims) {
   return p.x >= 0 && p.y >= 0 && p.z >= 0 && p.x < dims.x && p.y < dims.y && p.z < dims.z;
 }
 
@@ -60,7 +60,7 @@ int flood(Flags& flags, glm::ivec3 start, unsigned char from, unsigned char to) 
     std::fill_n(&flags[first], end.x - first.x, to);
     count += end.x - first.x;
     for (const glm::ivec3 step : beside)
-      if (inside(first + step, dims)) addRuns(flags, first + step, end.x - 1, from, open);
+      if (isInside(first + step, dims)) addRuns(flags, first + step, end.x - 1, from, open);
   }
   return count;
 }
@@ -119,7 +119,7 @@ void fillSlices(const Flags& flags, int axis, Flags& result) {
     shift[axis] = at;
     for (int i = 0; i < slice.size(); ++i)
       if (const glm::ivec3 p = placeOf(i, slice.dimensions()) + shift;
-          slice.data()[i] != 2 && inside(p, flags.dimensions()))
+          slice.data()[i] != 2 && isInside(p, flags.dimensions()))
         result[p] = 1;
   }
 }

@@ -69,8 +69,4 @@ ProgramResult AxesPair::correct(char axis, const std::vector<std::string>& optio
   return result;
 }
 
-nlohmann::json AxesPair::jsonOf(const std::string& fileName) {
-  return nlohmann::json::parse(std::ifstream(fileName));
-}
-
 }  // namespace mirel

@@ -36,9 +36,6 @@ class AxesPair : public testing::Test {
   ProgramResult correct(char axis, const std::vector<std::string>& options,
                         const std::string& name) const;
 
-  /// A sidecar or summary.
-  static nlohmann::json jsonOf(const std::string& fileName);
-
   TemporaryFolder folder;
 
  private:

@@ -36,14 +36,6 @@ INSTANTIATE_TEST_SUITE_P(Axes, EachAxis, testing::Values('i', 'j', 'k'),
 INSTANTIATE_TEST_SUITE_P(Axes, EachOtherAxis, testing::Values('i', 'k'),
                          [](const auto& each) { return std::string(1, each.param); });
 
-double largestDifference(const Values& a, const Values& b) {
-  if (a.size() != b.size()) return INFINITY;
-  double largest = 0;
-  for (std::size_t n = 0; n < a.size(); ++n)
-    largest = std::max(largest, std::abs(static_cast<double>(a[n]) - static_cast<double>(b[n])));
-  return largest;
-}
-
 float sixDigitsOf(float size) {
   char text[20];
   std::snprintf(text, sizeof text, "%.6g", static_cast<double>(size));

@@ -4,6 +4,7 @@
 #include <fstream>
 
 #include "cli/axespair.h"
+#include "support/jsonfile.h"
 
 namespace mirel {
 

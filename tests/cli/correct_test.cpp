@@ -8,6 +8,7 @@
 #include "cli/correctpair.h"
 #include "files/mapfile.h"
 #include "nifti/image.h"
+#include "support/jsonfile.h"
 
 namespace mirel {
 
@@ -23,10 +24,6 @@ using testing::IsEmpty;
 using testing::Not;
 
 class CorrectCommand : public CorrectPair {};
-
-nlohmann::json jsonOf(const std::string& file) {
-  return nlohmann::json::parse(std::ifstream(file));
-}
 
 TEST_F(CorrectCommand, WritesAllOfItAndNamesTheFiles) {
   const ProgramResult result = correct({});

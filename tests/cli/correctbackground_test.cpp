@@ -6,6 +6,7 @@
 
 #include "cli/correctpair.h"
 #include "nifti/image.h"
+#include "support/jsonfile.h"
 #include "support/niftifiles.h"
 
 namespace mirel {
@@ -16,10 +17,6 @@ namespace {
 
 using testing::HasSubstr;
 using testing::Not;
-
-nlohmann::json jsonOf(const std::string& file) {
-  return nlohmann::json::parse(std::ifstream(file));
-}
 
 class CorrectBackground : public CorrectPair {
  protected:

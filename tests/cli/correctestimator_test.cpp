@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/correctpair.h"
+#include "support/jsonfile.h"
 
 namespace mirel {
 
@@ -15,10 +16,6 @@ namespace {
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
-
-nlohmann::json jsonOf(const std::string& file) {
-  return nlohmann::json::parse(std::ifstream(file));
-}
 
 class CorrectEstimator : public CorrectPair {
  protected:

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/correctpair.h"
+#include "support/jsonfile.h"
 
 namespace mirel {
 
@@ -15,10 +16,6 @@ namespace {
 
 using testing::AllOf;
 using testing::HasSubstr;
-
-nlohmann::json jsonOf(const std::string& file) {
-  return nlohmann::json::parse(std::ifstream(file));
-}
 
 const std::vector<std::string> images = {"dir-AP_desc-preproc_epi", "dir-PA_desc-preproc_epi",
                                          "desc-preproc_magnitude",

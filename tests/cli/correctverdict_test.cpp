@@ -7,6 +7,7 @@
 
 #include "cli/correctpair.h"
 #include "nifti/image.h"
+#include "support/jsonfile.h"
 #include "support/niftifiles.h"
 
 namespace mirel {
@@ -19,8 +20,6 @@ using nlohmann::json;
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
-
-json jsonOf(const std::string& file) { return json::parse(std::ifstream(file)); }
 
 using Change = Volume<float> (*)(const Volume<float>&);
 

@@ -73,14 +73,6 @@ class DataIn : public testing::Test {
   std::vector<std::string> names{"AP", "PA"};
 };
 
-double largestDifference(const std::vector<float>& a, const std::vector<float>& b) {
-  if (a.size() != b.size()) return INFINITY;
-  double largest = 0;
-  for (std::size_t n = 0; n < a.size(); ++n)
-    largest = std::max(largest, std::abs(static_cast<double>(a[n]) - static_cast<double>(b[n])));
-  return largest;
-}
-
 TEST_F(DataIn, ARowPerImageSaysWhatTheOptionsSay) {
   makePair();
   correctByOptions("j-", "j");

@@ -4,8 +4,10 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 #include <stdexcept>
 #include <utility>
 
@@ -167,6 +169,14 @@ PlainImage PlainImage::onlyVolume(int t) const {
   const std::ptrdiff_t bytes = std::ptrdiff_t{voxels()} * bytesPerSample();
   result.data.assign(data.begin() + t * bytes, data.begin() + (t + 1) * bytes);
   return result;
+}
+
+double largestDifference(const std::vector<float>& a, const std::vector<float>& b) {
+  if (a.size() != b.size()) return std::numeric_limits<double>::infinity();
+  double largest = 0;
+  for (std::size_t n = 0; n < a.size(); ++n)
+    largest = std::max(largest, std::abs(static_cast<double>(a[n]) - static_cast<double>(b[n])));
+  return largest;
 }
 
 }  // namespace mirel

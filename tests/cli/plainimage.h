@@ -5,6 +5,9 @@
 
 namespace mirel {
 
+/// Infinite where one has more values.
+double largestDifference(const std::vector<float>& a, const std::vector<float>& b);
+
 /// A little-endian NIfTI-1 file, read and written by the format's own offsets: what the tests of
 /// the program say about an image shares no code with the program.
 class PlainImage {
