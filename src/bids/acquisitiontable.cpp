@@ -8,11 +8,13 @@
 #include <fstream>
 #include <glm/geometric.hpp>
 #include <glm/matrix.hpp>
+#include <iterator>
 #include <sstream>
 
 #include "base/error.h"
 #include "base/inputfile.h"
 #include "base/numbertext.h"
+#include "base/plaintext.h"
 #include "bids/sidecar.h"
 
 namespace mirel::bids {
@@ -21,7 +23,7 @@ namespace {
 
 constexpr double vectorTolerance = 0.01;
 
-std::ifstream openTable(const std::string& fileName) {
+std::istringstream openTable(const std::string& fileName) {
   std::error_code failure;
   if (std::filesystem::is_directory(fileName, failure))
     throw Error(fileName, "is a directory, not an acquisition table");
@@ -29,7 +31,9 @@ std::ifstream openTable(const std::string& fileName) {
   if (!is) throw Error(fileName, std::string("cannot be opened: ") + std::strerror(errno));
   if (std::filesystem::file_size(fileName, failure) > largestTable || failure)
     throw Error(fileName, "is no acquisition table: it is larger than 16 MB, or no ordinary file");
-  return is;
+  const std::string text{std::istreambuf_iterator<char>(is), {}};
+  requirePlainText(text, fileName);
+  return std::istringstream(text);
 }
 
 /// The numbers of a line; one too many is enough to know.
@@ -41,8 +45,9 @@ std::vector<double> numbersIn(const std::string& line, const std::string& fileNa
     char* end = nullptr;
     numbers.push_back(std::strtod(word.c_str(), &end));
     if (*end != '\0' || !std::isfinite(numbers.back()))
-      throw Error(fileName, "is no acquisition table (rows of x y z and the readout time in s): " +
-                                row + " has \"" + word.substr(0, 40) + "\"");
+      throw Error(fileName,
+                  "is no acquisition table (rows of x y z and the readout time in s): " + row +
+                      " has \"" + word.substr(0, 40) + "\"" + decimalCommaText(word));
   }
   return numbers;
 }
@@ -62,10 +67,12 @@ void checkVector(glm::dvec3 vector, const std::string& fileName, const std::stri
 }  // namespace
 
 std::vector<TableRow> readAcquisitionTable(const std::string& fileName) {
-  std::ifstream is = openTable(fileName);
+  std::istringstream is = openTable(fileName);
   std::vector<TableRow> rows;
+  int lines = 0;
   for (std::string line; std::getline(is, line);) {
-    const std::string row = "row " + std::to_string(rows.size() + 1);
+    // As an editor counts them, empty ones, too.
+    const std::string row = "row " + std::to_string(++lines);
     const std::vector<double> numbers = numbersIn(line, fileName, row);
     if (numbers.empty()) continue;
     if (numbers.size() != 4)

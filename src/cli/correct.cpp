@@ -31,7 +31,7 @@ struct Options {
   int mean = 0;
   int meanB = 0;  // 0: as for A
   std::string volumes, volumesB;
-  std::string estimator, anatomy, priorField;
+  std::string estimator, anatomy, priorField, fieldSource;
   bool ssd = false, ncc = false, fast = false, noIc = false, ic = false, noMotion = false;
   bool uncertainty = false, headMask = false;
   bool modulate = false, noModulate = false, quiet = false, json = false, strict = false;
@@ -69,6 +69,10 @@ void settle(Options& options) {
   job.estimate.motion = !options.noMotion;
   job.estimate.uncertainty = options.uncertainty;
   job.seriesSettings.align = !options.noAlign;
+  if (!options.fieldSource.empty()) {
+    job.estimate.estimator = Estimator::none;
+    job.startingField = options.fieldSource;
+  }
   job.startIsPrior = !options.priorField.empty();
   if (job.startIsPrior) job.startingField = options.priorField;
   job.results.headMask = options.headMask;
@@ -128,7 +132,26 @@ void checkMotion(const Options& options) {
     refuseTogether("--motion", "more than one --apply RUN, since it is of one");
 }
 
+// A field that was measured leaves nothing to estimate.
+void checkFieldSource(const Options& options) {
+  if (options.fieldSource.empty()) return;
+  const CorrectPairOptions& job = options.job;
+  const auto refuse = [](bool given, const char* option) {
+    if (given)
+      refuseTogether("--field-source",
+                     std::string(option) + ", which is of an estimate from A and B");
+  };
+  refuse(!options.priorField.empty(), "--prior-field");
+  refuse(!job.startingField.empty(), "--initial-field");
+  refuse(!options.estimator.empty(), "--estimator");
+  refuse(hasSearchOptions(options), "--ssd, --ncc, --ic, --no-ic and --fast");
+  refuse(options.noMotion, "--no-motion");
+  refuse(options.uncertainty, "--uncertainty");
+  refuse(!job.more.empty(), "--more");
+}
+
 void checkEstimate(const Options& options) {
+  checkFieldSource(options);
   if (!options.priorField.empty() && !options.job.startingField.empty())
     refuseTogether("--prior-field", "--initial-field");
   const bool search = hasSearchOptions(options);
@@ -278,6 +301,12 @@ void addEstimateOptions(Command* command, Options& options) {
       ->add_option("--prior-field", options.priorField,
                    "The same, and what is most likely beforehand: a measured field, from which\n"
                    "the estimate departs as far and as roughly as the images ask")
+      ->type_name("FILE");
+  command
+      ->add_option("--field-source", options.fieldSource,
+                   "Correct A, B and every RUN with this field in Hz, on any grid, which was\n"
+                   "measured ('mirel field') or is otherwise known: nothing is estimated, and the\n"
+                   "verdict says how well A and B agree with it")
       ->type_name("FILE");
   command->add_flag("--head-mask", options.headMask,
                     "Also write where the head is in the corrected mean: desc-head_mask");

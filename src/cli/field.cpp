@@ -49,7 +49,7 @@ struct Options {
 
   bool isMeasured() const {
     return !measured.phaseFiles.empty() || !measured.realFiles.empty() ||
-           !measured.fieldFile.empty();
+           !measured.complexFiles.empty() || !measured.fieldFile.empty();
   }
 };
 
@@ -147,15 +147,17 @@ int runField(const Options& options) {
 }
 
 struct SourceOptions {
-  Option *fromMap, *toMap, *fromPhase, *fromReal, *fromField;
+  Option *fromMap, *toMap, *fromPhase, *fromReal, *fromComplex, *fromField;
 
   std::vector<Option*> given() const {
     std::vector<Option*> all;
-    for (Option* option : {fromMap, toMap, fromPhase, fromReal, fromField})
+    for (Option* option : {fromMap, toMap, fromPhase, fromReal, fromComplex, fromField})
       if (option->count() > 0) all.push_back(option);
     return all;
   }
-  bool hasEchoes() const { return fromPhase->count() + fromReal->count() > 0; }
+  bool hasEchoes() const {
+    return fromPhase->count() + fromReal->count() + fromComplex->count() > 0;
+  }
   bool isMeasured() const { return hasEchoes() || fromField->count() > 0; }
 };
 
@@ -180,6 +182,12 @@ SourceOptions addSources(Command* command, Options& options) {
           ->add_option("--from-real", options.measured.realFiles,
                        "The real parts of two or more echoes' images (part-real)")
           ->type_name("REAL")
+          ->expected(1, mostEchoes),
+      command
+          ->add_option("--complex", options.measured.complexFiles,
+                       "Images of complex numbers (data type complex64 or complex128), of two or\n"
+                       "more echoes in all: one of each, or several as volumes of a file")
+          ->type_name("IMAGE")
           ->expected(1, mostEchoes),
       command
           ->add_option(
@@ -207,7 +215,8 @@ MeasuredOptions addMeasuredOptions(Command* command, Options& options) {
           ->add_option(
               "--echo-times", options.echoTimes,
               "Of the phase or the parts: the echo times in s, one per echo (default: EchoTime1\n"
-              "and EchoTime2 of its sidecar, EchoTime of each phase or real part)")
+              "and EchoTime2 of its sidecar, EchoTime of each phase, real part or complex\n"
+              "image; a list where that has several echoes)")
           ->type_name("S")
           ->expected(2, mostEchoes),
       command
@@ -265,7 +274,8 @@ void addFieldCommand(Command& app, Program& program) {
   command->callback([options, sources, ofMaps, ofMeasured, unit, &program] {
     const std::vector<Option*> given = sources.given();
     if (given.empty())
-      refuseMissing("--from-phase, --from-real, --from-fieldmap, --from-map or --to-map");
+      refuseMissing(
+          "--from-phase, --from-real, --complex, --from-fieldmap, --from-map or --to-map");
     if (given.size() > 1) refuseTogether(given[0]->get_name(), given[1]->get_name());
     refuseGiven(sources.isMeasured() ? ofMaps.all() : ofMeasured.all(), given[0]);
     if (sources.hasEchoes()) refuseGiven({unit}, given[0]);

@@ -59,10 +59,12 @@ std::string verdictText(const Verdict& verdict) {
 }
 
 std::string textOf(const PairFindings& found, const EstimateSettings& settings) {
-  std::string told = "Head above an intensity of " + text("%.4g", found.threshold) +
-                     " (intensity scale " + text("%.4g", found.intensityScale) + ", " +
-                     text("%.0f", 100 * found.foregroundA) + " and " +
-                     text("%.0f", 100 * found.foregroundB) + " % of the voxels)\n";
+  std::string told = settings.estimator == Estimator::none
+                         ? "Field: measured, not estimated (--field-source)\n"
+                         : "";
+  told += "Head above an intensity of " + text("%.4g", found.threshold) + " (intensity scale " +
+          text("%.4g", found.intensityScale) + ", " + text("%.0f", 100 * found.foregroundA) +
+          " and " + text("%.0f", 100 * found.foregroundB) + " % of the voxels)\n";
   if (found.backgroundA != 0 || found.backgroundB != 0)
     told += "Background taken off for the estimate: " + text("%.4g", found.backgroundA) + " and " +
             text("%.4g", found.backgroundB) + "\n";

@@ -23,7 +23,6 @@ namespace mirel {
 namespace {
 
 constexpr double leastCorrelation = 0.5;  // of two fields of one head
-constexpr double mostZeros = 0.05;        // in the head, of a field that was not masked
 
 std::vector<std::string> filesOf(const PairInput& pair) {
   std::vector<std::string> files;
@@ -129,10 +128,25 @@ void addMotionDoubt(RunRecord& run, const PairInput& pair, const PairEstimate& e
                          "joined images are blurred, since their motion is not undone");
 }
 
+// How the pair agrees with the field that corrects it.
+void addFieldFound(RunRecord& run, const PairInput& pair, const PairEstimate& estimate) {
+  if (!pair.startIsMap) return;
+  const PairAgreement& found = estimate.agreement;
+  run.notes.push_back(
+      "the field is that of " + pair.startFile + ", nothing was estimated: corrected by it " +
+      pair.a.title() + " and " + pair.b.title() + " correlate by " + text("%.3f", found.modulated) +
+      " in the head, as they came by " + text("%.3f", found.before) +
+      ", and with the opposite sign by " + text("%.3f", found.negated) + "; they differ by " +
+      text("%.3g", 100 * estimate.verdict.figures.unexplainedResidual()) +
+      " % beyond noise (by an estimate from them, 16 % at most); motion of the head since it was "
+      "measured, or between the images, was not "
+      "looked for");
+}
+
 // How the estimate agrees with the field that it started from.
 void addAgreement(RunRecord& run, const PairInput& pair, const PairEstimate& estimate,
                   const std::string& field) {
-  if (!estimate.withStart) return;
+  if (!estimate.withStart || pair.startIsMap) return;
   const StartAgreement& with = *estimate.withStart;
   const std::string correlated = "(correlation " + text("%.2f", with.correlation) + ")";
   const double median = pair.a.direction().sign * with.median / *pair.readoutSeconds;
@@ -184,6 +198,7 @@ Inputs readInputs(const CorrectPairOptions& options) {
   if (!options.maskFile.empty()) readMask(options.maskFile, pair);
   if (!options.startingField.empty()) inputs.start = readStartingField(options.startingField, pair);
   pair.startIsPrior = options.startIsPrior;
+  pair.startIsMap = options.estimate.estimator == Estimator::none;
   for (const SeriesFile& file : options.series) inputs.series.push_back(readSeriesOf(pair, file));
   return inputs;
 }
@@ -272,6 +287,7 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
   run.notes.insert(run.notes.end(), across.notes.begin(), across.notes.end());
   run.warnings.insert(run.warnings.end(), across.warnings.begin(), across.warnings.end());
   addAgreement(run, pair, estimate, options.startingField);
+  addFieldFound(run, pair, estimate);
   if (series.joining) addMotionDoubt(run, pair, estimate);
   run.pair = recordOf(read, options, estimate);
   // NOLINTNEXTLINE(cppcoreguidelines-slicing)

@@ -18,7 +18,8 @@ struct CorrectPairOptions {
   /// A table that tells directions and readout times of both (pairByTable); may be empty.
   std::string acquisitionTable;
   /// Of the mass-preserving estimate: an image of weights on the pair's grid (readMask), and a
-  /// field in Hz to start from (readStartingField). Each may be empty.
+  /// field in Hz to start from (readStartingField). Each may be empty. Without an estimator the
+  /// field is that of the pair.
   std::string maskFile, startingField;
   /// The field is what is most likely, too: the estimate departs from it as the images ask.
   bool startIsPrior = false;

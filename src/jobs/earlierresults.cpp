@@ -62,7 +62,7 @@ std::optional<Record> readRecord(const std::string& file) try {
   if (const Json* partner = mirel->find("Partner")) record.partner = recordedInput(*partner);
   if (const Json* pair = mirel->find("Inputs"))
     for (const Json& input : pair->list()) record.others.push_back(recordedInput(input));
-  for (const char* single : {"Field", "Map"})
+  for (const char* single : {"MeasuredField", "Field", "Map"})
     if (const Json* input = mirel->find(single)) record.others.push_back(recordedInput(*input));
   return record;
 } catch (const std::exception&) {

@@ -51,6 +51,15 @@ MapDirection directionInRecord(const DistortionFile& map) {
   return {first.axis, first.sign, file, source == "assumed"};
 }
 
+// What the user says of a map against what stands beside it.
+void doubtGivenDirection(PhaseEncodingDirection given, const MapDirection& stated,
+                         DistortionFile& map) {
+  if (!stated.isKnown() || stated.assumed || nameOf(stated.value()) == nameOf(given)) return;
+  map.warnings.push_back("the phase encoding " + nameOf(given) + " given for " + map.file +
+                         " is not that of its sidecar " + stated.source + ", " +
+                         nameOf(stated.value()));
+}
+
 // Directions that were assumed for the pair hold for its own images, which the record knows.
 void settleAssumed(const DistortionFile& map, MapDirection& direction,
                    const std::vector<SeriesInput>& series) {
@@ -217,6 +226,7 @@ SeriesInput readSeriesForMap(const SeriesFile& options, const DistortionFile& ma
 
 Distortion settleMap(DistortionFile& map, const GivenMap& given, std::vector<SeriesInput>& series) {
   MapDirection direction = directionInRecord(map);
+  if (given.direction) doubtGivenDirection(*given.direction, direction, map);
   if (given.direction) direction = {given.direction->axis, given.direction->sign, "option"};
   settleAssumed(map, direction, series);
   if (given.alongX) overrideAxes(map, direction, series);

@@ -16,6 +16,8 @@ struct MeasureFieldOptions {
   /// In their place the real parts of two or more echoes, and their imaginary ones; those empty:
   /// sub-1_echo-1_part-imag_MEGRE beside sub-1_echo-1_part-real_MEGRE, say (imaginaryBeside).
   std::vector<std::string> realFiles, imaginaryFiles;
+  /// In their place images of complex numbers, of two or more echoes in all (readComplexImage).
+  std::vector<std::string> complexFiles;
   std::string fieldFile;           ///< in their place: a field in Hz, rad/s or T
   std::optional<bids::Unit> unit;  ///< of that; nothing: readDistortionFile says
   /// On the same grid; empty: that of the first echo's parts, or sub-1_magnitude1 or
@@ -37,10 +39,11 @@ struct MeasuredFieldRun {
 /// and a sidecar with Units and where it comes from. Both files or none; older ones are replaced.
 ///
 /// Errors  one sentence with the file and the fault, before anything is written: those of
-///         readPhaseFile, readComplexParts, echoTimesOf, readDistortionFile, nifti::Reader and
-///         fieldOfEchoes; the phase of one echo alone; imaginary parts of another number than real
-///         ones; another number of echo times than of echoes; a magnitude of another grid or of
-///         several volumes; an output that is no NIfTI or would overwrite an input.
+///         readPhaseFile, readComplexParts, readComplexImage, echoTimesOf, readDistortionFile,
+///         nifti::Reader and fieldOfEchoes; the phase of one echo alone; imaginary parts of another
+///         number than real ones; another number of echo times than of echoes; a magnitude of
+///         another grid or of several volumes; an output that is no NIfTI or would overwrite an
+///         input.
 MeasuredFieldRun measureField(const MeasureFieldOptions& options);
 
 }  // namespace mirel

@@ -89,6 +89,27 @@ void refuseOneEcho(const PhaseFile& phase) {
                                 " and " + (suffix == "phase1" ? "phase2" : "phase1"));
 }
 
+// By the sidecars of the phases; nothing where they do not tell.
+std::optional<EchoTimes> statedTimes(const std::vector<PhaseFile>& phases) try {
+  return phases.size() == 1 ? echoTimesOfDifference(phases.front()) : echoTimesOf(phases);
+} catch (const Error&) {
+  return std::nullopt;
+}
+
+// Times of the command line that are not those of the sidecars.
+void doubtGivenTimes(const EchoTimes& times, const std::vector<PhaseFile>& phases,
+                     MeasuredFieldRun& run) {
+  const std::optional<EchoTimes> stated = statedTimes(phases);
+  if (!stated) return;
+  for (std::size_t n = 0; n < times.seconds.size(); ++n) {
+    const double said = times.seconds[n], stands = stated->seconds.at(n);
+    if (std::abs(said - stands) <= 0.01 * stands) continue;
+    run.warnings.emplace_back("the echo time of " + text(said) + " s given for echo " +
+                              std::to_string(n + 1) + " is not that of the sidecars (" +
+                              stated->source + "), " + text(stands) + " s");
+  }
+}
+
 EchoTimes timesOf(const std::vector<PhaseFile>& phases, const MeasureFieldOptions& options) {
   const std::size_t given = options.echoSeconds.size(),
                     echoes = std::max<std::size_t>(phases.size(), 2);
@@ -111,6 +132,12 @@ std::vector<PhaseFile> readPhases(const MeasureFieldOptions& options, Measuremen
   return phases;
 }
 
+void refuseTwice(const std::vector<std::string>& files) {
+  for (auto file = files.begin(); file != files.end(); ++file)
+    if (std::find(files.begin(), file, *file) != file)
+      throw Error(*file, "is given for two echoes");
+}
+
 void addParts(const ComplexParts& parts, Measurement& measurement, MeasuredFieldRun& run) {
   Json json = inputJson(parts.phase.stamp, parts.phase.sidecar);
   json["ImaginaryPart"] = fileJson(parts.imaginaryStamp);
@@ -129,11 +156,8 @@ std::vector<PhaseFile> readParts(const MeasureFieldOptions& options, Volume<floa
                 std::to_string(reals.size()) + " real ones");
   if (reals.size() < 2)
     throw Error(reals.front(), "is of one echo; a field takes the parts of two or more");
-  for (const std::vector<std::string>* files : {&reals, &given})
-    for (std::size_t n = 1; n < files->size(); ++n)
-      if (std::find(files->begin(), files->begin() + static_cast<std::ptrdiff_t>(n), (*files)[n]) !=
-          files->begin() + static_cast<std::ptrdiff_t>(n))
-        throw Error((*files)[n], "is given for two echoes");
+  refuseTwice(reals);
+  refuseTwice(given);
   std::vector<PhaseFile> phases;
   for (std::size_t n = 0; n < reals.size(); ++n) {
     ComplexParts parts =
@@ -145,17 +169,46 @@ std::vector<PhaseFile> readParts(const MeasureFieldOptions& options, Volume<floa
   return phases;
 }
 
+// Leaves the magnitude of the first echo in `magnitude`.
+std::vector<PhaseFile> readComplex(const MeasureFieldOptions& options, Volume<float>& magnitude,
+                                   Measurement& measurement, MeasuredFieldRun& run) {
+  refuseTwice(options.complexFiles);
+  std::vector<PhaseFile> phases;
+  for (const std::string& file : options.complexFiles) {
+    std::vector<ComplexParts> echoes = readComplexImage(file);
+    const PhaseFile& first = echoes.front().phase;
+    Json json = inputJson(first.stamp, first.sidecar);
+    json["ComplexEchoes"] = first.echoesInFile;
+    measurement.origin["Phases"].push_back(std::move(json));
+    addFiles(measurement, file, first.sidecar);
+    for (ComplexParts& echo : echoes) {
+      run.notes.emplace_back(echo.note());
+      if (phases.empty()) magnitude = std::move(echo.magnitude);
+      phases.push_back(std::move(echo.phase));
+    }
+  }
+  if (phases.size() < 2)
+    throw Error(options.complexFiles.front(), "is of one echo; a field takes two or more");
+  return phases;
+}
+
+std::vector<PhaseFile> readEchoes(const MeasureFieldOptions& options, Volume<float>& magnitude,
+                                  Measurement& measurement, MeasuredFieldRun& run) {
+  if (!options.complexFiles.empty()) return readComplex(options, magnitude, measurement, run);
+  return options.realFiles.empty() ? readPhases(options, measurement, run)
+                                   : readParts(options, magnitude, measurement, run);
+}
+
 void fromPhases(const MeasureFieldOptions& options, Measurement& measurement,
                 MeasuredFieldRun& run) {
   const bool isDifference = options.phaseFiles.size() == 1;
   Volume<float> magnitude;
-  const std::vector<PhaseFile> phases = options.realFiles.empty()
-                                            ? readPhases(options, measurement, run)
-                                            : readParts(options, magnitude, measurement, run);
+  const std::vector<PhaseFile> phases = readEchoes(options, magnitude, measurement, run);
   const PhaseFile& first = phases.front();
   measurement.header = first.header;
   measurement.name = first.file;
   const EchoTimes times = timesOf(phases, options);
+  if (!options.echoSeconds.empty()) doubtGivenTimes(times, phases, run);
   addEchoTimes(times, measurement, run);
   std::vector<EchoPhase> echoes;
   if (isDifference) echoes.push_back({first.radians, times.difference()});

@@ -1,6 +1,7 @@
 #include "jobs/pairoutputs.h"
 
 #include "base/numbertext.h"
+#include "base/samefile.h"
 #include "bids/name.h"
 #include "field/warp.h"
 #include "jobs/joinedjson.h"
@@ -31,6 +32,16 @@ std::string detailOf(const InputImage& image) {
   return "Volume" + std::to_string(image.options.volume);
 }
 
+// Volumes of one file have names of their own even where as many make either image.
+std::pair<std::string, std::string> detailsOf(const PairInput& pair) {
+  std::pair<std::string, std::string> details{detailOf(pair.a), detailOf(pair.b)};
+  if (details.first != details.second || !sameFile(pair.a.options.file, pair.b.options.file))
+    return details;
+  details.first += "From" + std::to_string(pair.a.volumesTaken().front());
+  details.second += "From" + std::to_string(pair.b.volumesTaken().front());
+  return details;
+}
+
 // Of the image that the map is added to, so that it can be turned round for others; nothing that
 // was assumed only.
 Json acquisitionOfMap(const PairInput& pair) {
@@ -57,11 +68,13 @@ Json acquisitionOfCorrected(const InputImage& image, const std::optional<double>
 
 // What was done to the intensities of a corrected image.
 std::string correctedText(const RunRecord& run) {
-  return run.pair->settings.usedModulation() == Modulation::on
-             ? "corrected for distortion, intensities multiplied by the local density change"
-             : "corrected for distortion, intensities moved but not multiplied by the local "
-               "density "
-               "change";
+  const std::string corrected =
+      run.pair->settings.estimator == Estimator::none
+          ? "corrected for distortion with the measured field " + run.pair->start->file
+          : "corrected for distortion";
+  return corrected + (run.pair->settings.usedModulation() == Modulation::on
+                          ? ", intensities multiplied by the local density change"
+                          : ", intensities moved but not multiplied by the local density change");
 }
 
 class PairWriter {
@@ -126,7 +139,7 @@ PairNames PairNames::of(const PairInput& pair, const EstimateSettings& settings,
                         const PairResults& wanted) {
   const bids::Name a = bids::Name::of(pair.a.options.file);
   const bids::Name b = bids::Name::of(pair.b.options.file);
-  const std::string ofA = detailOf(pair.a), ofB = detailOf(pair.b);
+  const auto [ofA, ofB] = detailsOf(pair);
   PairNames names;
   names.mean = pairResultName(a, b, "magnitude", wanted.label);
   names.voxels = displacementName(a, "voxels", wanted.label + ofA);
@@ -178,6 +191,7 @@ std::vector<ResultInput> resultInputsOf(const PairInput& pair) {
       inputs.push_back({file, 0, 0, image->joined->volumesOf(file)});
   if (pair.across)
     for (const ResultInput& input : resultInputsOf(*pair.across)) inputs.push_back(input);
+  if (pair.startIsMap) inputs.push_back({pair.startFile});
   return inputs;
 }
 
@@ -214,8 +228,10 @@ void writePair(const PairNames& names, const PairInput& pair, const PairEstimate
                  fieldFromShift(estimate.shift, gridOf(pair.a.header), pair.a.direction(),
                                 *pair.readoutSeconds, names.field)
                      .hz,
-                 "Off-resonance field f: true(y) = I(y + f T) for an image with the "
-                 "PhaseEncodingDirection " +
+                 (pair.startIsMap ? "Measured off-resonance field f (" + pair.startFile + ")"
+                                  : std::string("Off-resonance field f")) +
+                     ": true(y) = I(y + f T) for an image with the "
+                     "PhaseEncodingDirection " +
                      axis + " and the TotalReadoutTime T, I(y - f T) for " + axis +
                      "-, y in voxels",
                  "Hz");

@@ -32,7 +32,7 @@ struct PairNames {
   std::string warpA, warpB;
 
   /// By resultnames.h. An image that is one of several volumes has "preprocVolume3" or
-  /// "preprocMeanOf5".
+  /// "preprocMeanOf5"; "preprocMeanOf5From7" where both images are as many volumes of one file.
   static PairNames of(const PairInput& pair, const EstimateSettings& settings,
                       const PairResults& wanted = {});
   /// That of the field, whether this run has one or not.

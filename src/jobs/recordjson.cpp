@@ -130,8 +130,15 @@ Json verdictJson(const Verdict& verdict, int sign) {
   return json;
 }
 
+const char* startName(const PairRecord& pair) {
+  if (pair.settings.estimator == Estimator::none) return "MeasuredField";
+  return pair.startIsPrior ? "PriorField" : "InitialField";
+}
+
 Json startJson(const PairRecord& pair) {
   Json json = sourceJson(*pair.start);
+  // The map itself: PairCorrelation and Verdict tell how the images agree with it.
+  if (pair.settings.estimator == Estimator::none) return json;
   const StartAgreement& with = *pair.findings.withStart;
   const double hz = pair.findings.verdict.figures.hzPerVoxel.value_or(0.0);
   json["Agreement"] = {{"Correlation", with.correlation},
@@ -165,7 +172,7 @@ void addPair(Json& json, const PairRecord& pair) {
     json["Mask"] = fileJson(*pair.mask);
     json["Mask"]["PartOfHead"] = pair.findings.partOfHead;
   }
-  if (pair.start) json[pair.startIsPrior ? "PriorField" : "InitialField"] = startJson(pair);
+  if (pair.start) json[startName(pair)] = startJson(pair);
   const std::vector<Remark>& warnings = pair.findings.verdict.reasons;
   if (!warnings.empty()) json["Warnings"] = textsOf(warnings);
 }
@@ -277,6 +284,8 @@ void addPairSummary(Json& json, const PairRecord& pair) {
                          {"b", imageSummary(pair.across->b)},
                          {"used", pair.across->findings.used},
                          {"displacementMm", pair.across->findings.displacementMm}};
+  json["estimator"] = nameOf(pair.settings.estimator);
+  if (pair.settings.estimator == Estimator::none) json["measuredField"] = pair.start->file;
   json["intensityScale"] = findings.intensityScale;
   json["foregroundThreshold"] = findings.threshold;
   json["background"] = {findings.backgroundA, findings.backgroundB};

@@ -93,7 +93,8 @@ SeriesRecord recordOf(const SeriesInput& input, const std::string& output,
   record.warnings = input.warnings;
   for (const std::string& warning : corrected.warnings) record.warnings.push_back(warning);
   if (!record.resampledField) return record;
-  const std::string doubt = headOffField(corrected.meanBefore, input, distortion.field());
+  const std::string doubt =
+      headOffField(corrected.meanBefore, input.header, input.file, distortion.field());
   if (!doubt.empty()) record.warnings.push_back(doubt);
   return record;
 }

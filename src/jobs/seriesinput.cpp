@@ -244,9 +244,9 @@ bool needsDirection(const std::string& imageFile) {
   return bids::Name::of(imageFile).suffix == "epi";
 }
 
-std::string headOffField(const Volume<float>& mean, const SeriesInput& input,
-                         const FieldHz& field) {
-  const Volume<float> covered = coverage(gridOf(input.header), gridOf(field), field.name);
+std::string headOffField(const Volume<float>& mean, const nifti::Header& header,
+                         const std::string& file, const FieldHz& field) {
+  const Volume<float> covered = coverage(gridOf(header), gridOf(field), field.name);
   const double threshold = headThreshold(mean);
   double head = 0, off = 0;
   for (int n = 0; n < mean.size(); ++n) {
@@ -255,7 +255,7 @@ std::string headOffField(const Volume<float>& mean, const SeriesInput& input,
     off += covered.data()[n] == 0.0f;
   }
   if (!(off > largestPartOff * head)) return {};
-  return text("%.0f %%", 100 * (off / head)) + " of the head in " + input.file +
+  return text("%.0f %%", 100 * (off / head)) + " of the head in " + file +
          " lies off the grid of " + field.name + ": there the field at the nearest border is taken";
 }
 

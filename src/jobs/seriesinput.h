@@ -83,8 +83,9 @@ Json distortionCorrection(const Json& fieldsBefore);
 /// Whether an image of this file name has to tell its PhaseEncodingDirection: the suffix is epi.
 bool needsDirection(const std::string& imageFile);
 
-/// A sentence when more than a hundredth of the head in `mean`, the mean of a series, lies off the
-/// grid of the field; empty otherwise.
-std::string headOffField(const Volume<float>& mean, const SeriesInput& input, const FieldHz& field);
+/// A sentence when more than a hundredth of the head in `mean`, of an image with that header, lies
+/// off the grid of the field; empty otherwise.
+std::string headOffField(const Volume<float>& mean, const nifti::Header& header,
+                         const std::string& file, const FieldHz& field);
 
 }  // namespace mirel

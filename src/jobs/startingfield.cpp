@@ -4,6 +4,7 @@
 
 #include "base/error.h"
 #include "bids/doubts.h"
+#include "jobs/seriesinput.h"
 
 namespace mirel {
 
@@ -20,10 +21,13 @@ DistortionFile readStartingField(const std::string& file, PairInput& pair) {
   const Volume<float> covered = coverage(grid, gridOf(field), file);
   if (std::count(covered.data(), covered.data() + covered.size(), 1.0F) == 0)
     throw Error(file, "does not overlap " + pair.a.options.file + ", by their affines");
+  pair.startFile = file;
   pair.start = shiftVoxels(field, grid, pair.a.direction(), *pair.readoutSeconds);
+  const std::string doubt = headOffField(pair.a.image, pair.a.header, pair.a.options.file, field);
+  if (!doubt.empty()) pair.warnings.emplace_back(doubt);
   pair.warnings.insert(pair.warnings.end(), source.warnings.begin(), source.warnings.end());
-  for (const std::string& doubt : bids::doubtsAboutSubject(file, pair.a.options.file))
-    pair.warnings.emplace_back(doubt);
+  for (const std::string& other : bids::doubtsAboutSubject(file, pair.a.options.file))
+    pair.warnings.emplace_back(other);
   return source;
 }
 

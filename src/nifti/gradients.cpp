@@ -6,6 +6,7 @@
 
 #include "base/error.h"
 #include "base/inputfile.h"
+#include "base/plaintext.h"
 #include "base/words.h"
 #include "nifti/filename.h"
 
@@ -34,12 +35,18 @@ float numberFrom(const std::string& word, const std::string& fileName) {
 
 using Words = std::vector<std::vector<std::string>>;
 
+std::string plainTextIn(const std::string& fileName) {
+  const std::string text = readWholeFile(fileName, largestTable);
+  requirePlainText(text, fileName);
+  return text;
+}
+
 /// The words of a text file, line by line; lines without any are left out.
 Words readWords(const std::string& fileName) {
   std::error_code ignored;
   if (std::filesystem::is_directory(fileName, ignored))
     throw Error(fileName, "is a directory, not a gradient file");
-  return wordsByLine(readWholeFile(fileName, largestTable));
+  return wordsByLine(plainTextIn(fileName));
 }
 
 Rows readRows(const std::string& fileName) {
@@ -51,9 +58,11 @@ Rows readRows(const std::string& fileName) {
   return rows;
 }
 
-std::string countText(std::size_t count, const char* what, int volumes) {
-  return " holds " + std::to_string(count) + " " + what + " for " + std::to_string(volumes) +
-         (volumes == 1 ? " volume" : " volumes");
+// A comma parts numbers, so that decimal ones make two of each.
+Error otherCount(const std::string& fileName, std::size_t count, const char* what, int volumes) {
+  return Error(fileName + " holds " + std::to_string(count) + " " + what + " for " +
+               std::to_string(volumes) + (volumes == 1 ? " volume" : " volumes") +
+               decimalCommaText(plainTextIn(fileName)));
 }
 
 /// Three lines of one number per volume, in place of a line of three per volume.
@@ -68,7 +77,8 @@ void requireThree(const Row& row, const std::string& fileName) {
   if (row.size() != 3)
     throw Error(fileName,
                 "is not a table of directions: neither three lines of equal "
-                "length nor lines of three numbers");
+                "length nor lines of three numbers" +
+                    decimalCommaText(plainTextIn(fileName)));
 }
 
 /// Numbers on one line, in the stream's default 6 digits.
@@ -99,7 +109,7 @@ std::vector<float> readBValues(const std::string& fileName, int volumes) {
   for (const std::vector<float>& row : readRows(fileName))
     values.insert(values.end(), row.begin(), row.end());
   if (values.size() != static_cast<std::size_t>(volumes))
-    throw Error(fileName + countText(values.size(), "b-values", volumes));
+    throw otherCount(fileName, values.size(), "b-values", volumes);
   return values;
 }
 
@@ -123,7 +133,7 @@ void checkGradientCount(const std::string& fileName, int volumes) {
     }
   }
   if (count != static_cast<std::size_t>(volumes))
-    throw Error(fileName + countText(count, areDirections ? "directions" : "b-values", volumes));
+    throw otherCount(fileName, count, areDirections ? "directions" : "b-values", volumes);
 }
 
 std::vector<glm::vec3> readDirections(const std::string& fileName, int volumes) {
@@ -139,7 +149,7 @@ std::vector<glm::vec3> readDirections(const std::string& fileName, int volumes) 
     }
   }
   if (directions.size() != static_cast<std::size_t>(volumes))
-    throw Error(fileName + countText(directions.size(), "directions", volumes));
+    throw otherCount(fileName, directions.size(), "directions", volumes);
   return directions;
 }
 

@@ -41,6 +41,12 @@ const TypeRow* findType(int code) {
   return nullptr;
 }
 
+// The type of the two parts of a complex one.
+const TypeRow* findPart(int code) {
+  if (code == DT_COMPLEX64) return findType(DT_FLOAT32);
+  return code == DT_COMPLEX128 ? findType(DT_FLOAT64) : nullptr;
+}
+
 const TypeRow& rowOf(DataType type) {
   const TypeRow* row = findType(static_cast<int>(type));
   if (row == nullptr)
@@ -112,12 +118,17 @@ void checkDimensions(const Int* dim, int bytes, const std::string& fileName) {
   }
 }
 
+Error unsupportedType(int code, const std::string& fileName) {
+  const char* name = nifti_datatype_string(code);
+  return {fileName,
+          "has the data type " + std::to_string(code) + " (" + name + "), which is not supported"};
+}
+
 int checkType(int code, const std::string& fileName) {
   const TypeRow* row = findType(code);
   if (row != nullptr) return row->bytes;
-  const char* name = nifti_datatype_string(code);
-  throw Error(fileName, "has the data type " + std::to_string(code) + " (" + name +
-                            "), which is not supported");
+  if (const TypeRow* part = findPart(code); part != nullptr) return 2 * part->bytes;
+  throw unsupportedType(code, fileName);
 }
 
 std::int64_t checkOffset(double offset, std::size_t headerSize, const std::string& fileName) {
@@ -197,7 +208,8 @@ Header fromLibrary(const nifti_image& image, int version) {
     for (int column = 0; column < 4; column++)
       for (int row = 0; row < 3; row++) h.sform[column][row] *= mm;
   }
-  h.type = static_cast<DataType>(image.datatype);
+  const TypeRow* part = findPart(image.datatype);
+  h.type = part != nullptr ? part->type : static_cast<DataType>(image.datatype);
   const double slope = finiteOr(image.scl_slope, 0);
   if (slope != 0) {
     h.slope = slope;
@@ -223,6 +235,7 @@ StoredHeader parse1(const unsigned char* bytes, bool swapped, const std::string&
   if (!image) throw Error(fileName, "has a NIfTI header that cannot be understood");
   image->pixdim[4] = static_cast<double>(timeStep);
   result.header = fromLibrary(*image, 1);
+  result.complexValues = findPart(image->datatype) != nullptr;
   return result;
 }
 
@@ -241,6 +254,7 @@ StoredHeader parse2(const unsigned char* bytes, bool swapped, const std::string&
   if (!image) throw Error(fileName, "has a NIfTI header that cannot be understood");
   image->pixdim[4] = timeStep;
   result.header = fromLibrary(*image, 2);
+  result.complexValues = findPart(image->datatype) != nullptr;
   return result;
 }
 

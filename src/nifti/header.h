@@ -10,8 +10,8 @@
 /// The NIfTI header as a value: what an image says about itself, in mm and seconds.
 namespace mirel::nifti {
 
-/// The sample types that are read and written; the numbers are those of the format. Complex,
-/// colour, one-bit and 128-bit types are refused.
+/// The sample types that are read and written; the numbers are those of the format. Colour, one-bit
+/// and 128-bit types are refused, and complex ones, whose parts are of a type here, are only read.
 enum class DataType {
   uint8 = 2,
   int16 = 4,
@@ -102,6 +102,8 @@ struct StoredHeader {
   Header header;
   std::int64_t dataOffset = 0;
   bool swapped = false;
+  /// Each voxel is two samples of the header's type, its real and its imaginary part.
+  bool complexValues = false;
 };
 
 /// Bytes that `parseHeader` wants of a version 1 and of a version 2 file.

@@ -41,6 +41,10 @@ std::size_t volumeBytes(const Header& h) {
   return voxelsOf(h) * static_cast<std::size_t>(bytesPerSample(h.type));
 }
 
+const char* complexOf(DataType parts) {
+  return parts == DataType::float32 ? "32 (COMPLEX64)" : "1792 (COMPLEX128)";
+}
+
 std::int64_t wantedVolumes(const Header& h) { return std::int64_t{h.volumes} * h.vectorComponents; }
 
 // A gzip file is a head, deflate blocks and a tail. Parts that are compressed on their own and
@@ -111,10 +115,24 @@ Reader::Reader(const std::string& fileName, Contents contents) : name(fileName) 
   const std::uintmax_t fileBytes = regularFileSize(name);
   file = std::make_unique<PlainBytes>(name);
   readHeader();
-  if (header().vectorComponents > 1 && contents == Contents::scalars)
+  if (header().vectorComponents > 1 && contents != Contents::vectorsToo)
     throw Error(name, "has a dimension 5 of size " + std::to_string(header().vectorComponents) +
                           "; only 3-D and 4-D images are supported");
+  const bool wanted = contents == Contents::complexNumbers;
+  if (stored.complexValues && !wanted)
+    throw Error(name, std::string("has the data type ") + complexOf(header().type) +
+                          ", which is supported only where a field is made of complex numbers");
+  if (wanted && !stored.complexValues)
+    throw Error(name, "has the data type " + nameOf(header().type) + ", no complex numbers");
   checkSize(fileBytes);
+}
+
+std::size_t Reader::samplesOfVolume() const {
+  return voxelsOf(header()) * (stored.complexValues ? 2 : 1);
+}
+
+std::size_t Reader::bytesOfVolume() const {
+  return samplesOfVolume() * static_cast<std::size_t>(bytesPerSample(header().type));
 }
 
 int Reader::storedVolumes() const { return header().volumes * header().vectorComponents; }
@@ -134,9 +152,8 @@ void Reader::readHeader() {
 void Reader::checkSize(std::uintmax_t fileBytes) const {
   // 4 * 2^62 is the largest product that parseHeader lets through: no overflow in 128 bits.
   __extension__ using Wide = unsigned __int128;
-  const Wide wanted =
-      static_cast<Wide>(volumeBytes(header())) * static_cast<Wide>(storedVolumes()) +
-      static_cast<Wide>(stored.dataOffset);
+  const Wide wanted = static_cast<Wide>(bytesOfVolume()) * static_cast<Wide>(storedVolumes()) +
+                      static_cast<Wide>(stored.dataOffset);
   // No deflate stream grows by more than a factor of 1032.
   const Wide most = file->isCompressed() ? Wide{fileBytes} * 1032 + 1024 : Wide{fileBytes};
   if (wanted > most)
@@ -144,7 +161,7 @@ void Reader::checkSize(std::uintmax_t fileBytes) const {
                           " voxels in " + std::to_string(storedVolumes()) +
                           " volumes, more than a file of " + std::to_string(fileBytes) +
                           " bytes can hold");
-  if (static_cast<Wide>(volumeBytes(header())) > largestDenseVolume &&
+  if (static_cast<Wide>(bytesOfVolume()) > largestDenseVolume &&
       wanted > Wide{fileBytes} * largestCompression)
     throw Error(name, "is no image: its header claims " + text(header().dims) +
                           " voxels a volume, which are compressed more than " +
@@ -183,25 +200,42 @@ Volume<float> Reader::readVolume(int t) {
 }
 
 void Reader::readVolume(int t, Volume<float>& volume) {
+  if (stored.complexValues) throw std::logic_error(name + " is read as complex numbers");
+  if (volume.dimensions() != header().dims || volume.data() == nullptr)
+    volume = Volume<float>(header().dims);
+  readSamples(t, volume.data());
+}
+
+void Reader::readComplex(int t, Volume<float>& real, Volume<float>& imaginary) {
+  if (!stored.complexValues) throw std::logic_error(name + " holds no complex numbers");
+  std::vector<float> samples(samplesOfVolume());
+  readSamples(t, samples.data());
+  real = imaginary = Volume<float>(header().dims);
+  for (std::size_t n = 0; n < samples.size(); n += 2) {
+    real.data()[n / 2] = samples[n];
+    imaginary.data()[n / 2] = samples[n + 1];
+  }
+}
+
+void Reader::readSamples(int t, float* values) {
   const Header& h = header();
   const int volumes = storedVolumes();
   if (t < 0 || t >= volumes)
     throw std::out_of_range(name + " has no volume " + std::to_string(t) + " (it has " +
                             std::to_string(volumes) + ")");
-  if (volume.dimensions() != h.dims || volume.data() == nullptr) volume = Volume<float>(h.dims);
   const std::string what =
       "the data of volume " + std::to_string(t + 1) + " of " + std::to_string(volumes);
   if (!file->seek(static_cast<std::uint64_t>(stored.dataOffset) +
-                  std::uint64_t{volumeBytes(h)} * static_cast<std::uint64_t>(t)))
+                  std::uint64_t{bytesOfVolume()} * static_cast<std::uint64_t>(t)))
     throw Error(name, "is truncated or damaged: " + what + " cannot be reached");
   const std::size_t size = static_cast<std::size_t>(bytesPerSample(h.type));
   block.resize(blockSamples * size);
-  const std::size_t voxels = voxelsOf(h);
-  for (std::size_t done = 0; done < voxels;) {
-    const std::size_t count = std::min(blockSamples, voxels - done);
+  const std::size_t all = samplesOfVolume();
+  for (std::size_t done = 0; done < all;) {
+    const std::size_t count = std::min(blockSamples, all - done);
     readBytes(block.data(), count * size, what);
     if (stored.swapped) swapSamples(block.data(), count, bytesPerSample(h.type));
-    const RoundingLoss loss = decodeSamples(h, block.data(), count, volume.data() + done);
+    const RoundingLoss loss = decodeSamples(h, block.data(), count, values + done);
     lost.values += loss.values;
     lost.largest = std::max(lost.largest, loss.largest);
     done += count;

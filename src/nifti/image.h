@@ -16,8 +16,9 @@
 /// and a block of samples, however many volumes the file has.
 namespace mirel::nifti {
 
-/// What a Reader takes: images of numbers only, or 5-D images of vectors, too.
-enum class Contents { scalars, vectorsToo };
+/// What a Reader takes: images of numbers only, 5-D images of vectors, too, or images of complex
+/// numbers only.
+enum class Contents { scalars, vectorsToo, complexNumbers };
 
 /// An open image. Volumes are cheapest in ascending order: a compressed file is read from the
 /// start again to go back.
@@ -26,11 +27,11 @@ enum class Contents { scalars, vectorsToo };
 ///   for (int t = 0; t < image.header().volumes; t++) use(image.readVolume(t));
 ///
 /// Errors  Error with the file's name: no such file, a directory, not a NIfTI, impossible
-///         sizes, vectors where they are not wanted, an unsupported type (see parseHeader),
-///         truncated data. A file that is too small for the data that its header claims (for a
-///         compressed one: could not inflate to as much) is refused by the constructor, before
-///         anything of that size is allocated. A compressed file is checked to its last byte when
-///         the last volume is read.
+///         sizes, vectors or complex numbers where they are not wanted, an unsupported type (see
+///         parseHeader), truncated data. A file that is too small for the data that its header
+///         claims (for a compressed one: could not inflate to as much) is refused by the
+///         constructor, before anything of that size is allocated. A compressed file is checked to
+///         its last byte when the last volume is read.
 class Reader {
  public:
   explicit Reader(const std::string& fileName, Contents contents = Contents::scalars);
@@ -47,6 +48,8 @@ class Reader {
   Volume<float> readVolume(int t);
   /// The same into `volume`, whose storage is used again when its dimensions fit.
   void readVolume(int t, Volume<float>& volume);
+  /// Volume `t` of complex numbers, whose parts are scaled alike. Throws as above.
+  void readComplex(int t, Volume<float>& real, Volume<float>& imaginary);
   /// What 32-bit floats took from the values of all volumes read so far.
   const RoundingLoss& roundingLoss() const { return lost; }
 
@@ -55,6 +58,9 @@ class Reader {
   void checkSize(std::uintmax_t fileBytes) const;
   void readBytes(unsigned char* bytes, std::size_t count, const std::string& what);
   void readTail();
+  std::size_t samplesOfVolume() const;
+  std::size_t bytesOfVolume() const;
+  void readSamples(int t, float* values);
 
   std::string name;
   std::unique_ptr<PlainBytes> file;

@@ -130,7 +130,7 @@ void doubtForeground(const PairInput& pair, const PairEstimate& estimate, Verdic
 
 void doubtMask(const PairInput& pair, const PairEstimate& estimate, Verdict& verdict) {
   if (!pair.mask) return;
-  if (estimate.cutByMask > mostCut)
+  if (estimate.cutByMask > mostCut && !pair.startIsMap)
     verdict.add(Trust::doubtful,
                 {"the mask " + pair.mask->stamp.fileName() + " cuts through " +
                  text("%.0f", 100 * estimate.cutByMask) +
@@ -141,6 +141,16 @@ void doubtMask(const PairInput& pair, const PairEstimate& estimate, Verdict& ver
   verdict.add(Trust::doubtful,
               {"the mask " + pair.mask->stamp.fileName() + " takes only " +
                text("%.2g", 100 * estimate.partOfHead) + " % of the head of " + pair.a.title()});
+}
+
+// What the border of a masked field does to the head around it nobody measured.
+void doubtMaskedField(const PairInput& pair, const PairEstimate& estimate, Verdict& verdict) {
+  if (!pair.startIsMap || estimate.withStart->shareOfZeros <= mostZeros) return;
+  verdict.add(Trust::doubtful,
+              "CHECK " + pair.startFile + ": it is 0 in " +
+                  text("%.2g", 100 * estimate.withStart->shareOfZeros) +
+                  " % of the head; if it was masked, the corrected images are torn at the mask's "
+                  "border, and one that goes on outside of the brain is better");
 }
 
 // Takes what weights leave of a head; returns the part of its voxels.
@@ -201,6 +211,18 @@ const Volume<float>* weightsOf(const PairInput& pair) {
   return pair.mask ? &pair.mask->weights : nullptr;
 }
 
+MapOrigin originOf(Estimator estimator) {
+  switch (estimator) {
+    case Estimator::massPreserving:
+      return MapOrigin::massPreserving;
+    case Estimator::none:
+      return MapOrigin::measured;
+    case Estimator::search:
+      break;
+  }
+  return MapOrigin::search;
+}
+
 // Corrects the pair, of which the head has not moved, and finds how good that is.
 void check(const PairInput& pair, Modulation modulation, const Volume<float>& head,
            PairEstimate& estimate, Progress& progress) {
@@ -229,11 +251,13 @@ void check(const PairInput& pair, Modulation modulation, const Volume<float>& he
       measurePair({first, second, modulatedA, modulatedB, estimate.shift, axis,
                    projectVoxelSize(pair.a.header), ratioOf(estimate, modulatedA, modulatedB, head),
                    estimate.threshold, pair.readoutSeconds, weightsOf(pair)});
-  estimate.verdict = judgePair(figures, agreement, estimate.estimator == Estimator::massPreserving,
-                               {pair.a.title(), pair.b.title(), sidecarsOf(pair),
-                                nameOf(pair.a.direction()) + " and " + nameOf(pair.b.direction())});
+  estimate.verdict = judgePair(
+      figures, agreement, originOf(estimate.estimator),
+      {pair.a.title(), pair.b.title(), sidecarsOf(pair),
+       nameOf(pair.a.direction()) + " and " + nameOf(pair.b.direction()), pair.startFile});
   doubtForeground(pair, estimate, estimate.verdict);
   doubtMask(pair, estimate, estimate.verdict);
+  doubtMaskedField(pair, estimate, estimate.verdict);
   progress.at(Stage::checking, 1.0);
 }
 
@@ -261,6 +285,20 @@ void correctWithSpikes(const PairInput& pair, Modulation modulation, PairEstimat
   estimate.mean = meanOf(estimate.correctedA, estimate.correctedB);
 }
 
+// The map of the first image and its deviation; returns the second one where the head is in the
+// first, if it moved.
+std::optional<Volume<float>> estimateShift(const PairInput& pair, const EstimateSettings& settings,
+                                           PairEstimate& estimate, Progress& progress) {
+  progress.at(Stage::estimating, 0.0);
+  Found found = estimateMap(pair, settings, estimate, progress);
+  progress.at(Stage::estimating, 1.0);
+  const double part = partOfSecond(pair);
+  estimate.shift = fromHalfWay(found.shift, found.shift, part, pair.axis());
+  if (estimate.deviation)
+    estimate.deviation = fromHalfWay(*estimate.deviation, found.shift, part, pair.axis());
+  return std::move(found.unmovedSecond);
+}
+
 PairEstimate estimateFrom(const PairInput& input, const EstimateSettings& settings,
                           const ChangeMap& change, Progress& progress) {
   PairEstimate estimate;
@@ -276,20 +314,18 @@ PairEstimate estimateFrom(const PairInput& input, const EstimateSettings& settin
     estimate.partOfHead = restrict(head, pair.mask->weights);
   }
   estimate.agreement.before = agreementOf(pair.a.image, pair.b.image, head);
-  progress.at(Stage::estimating, 0.0);
-  Found found = estimateMap(pair, settings, estimate, progress);
-  progress.at(Stage::estimating, 1.0);
-  const double part = partOfSecond(pair);
-  estimate.shift = fromHalfWay(found.shift, found.shift, part, pair.axis());
-  if (estimate.deviation)
-    estimate.deviation = fromHalfWay(*estimate.deviation, found.shift, part, pair.axis());
+  std::optional<Volume<float>> unmovedSecond;
+  if (settings.estimator == Estimator::none)
+    estimate.shift = pair.start;
+  else
+    unmovedSecond = estimateShift(pair, settings, estimate, progress);
   if (change) change(estimate.shift, *estimate.deviation);
   if (pair.start.size() > 0)
     estimate.withStart = agreementWithStart(estimate.shift, pair.start, head);
   // From here on the head has not moved.
-  if (found.unmovedSecond) {
+  if (unmovedSecond) {
     if (!changed) changed = input;
-    changed->b.image = std::move(*found.unmovedSecond);
+    changed->b.image = std::move(*unmovedSecond);
   }
   check(changed ? *changed : input, settings.usedModulation(), head, estimate, progress);
   addBackground(estimate);
@@ -303,6 +339,8 @@ std::string nameOf(Estimator estimator) {
   switch (estimator) {
     case Estimator::massPreserving:
       return "mass-preserving";
+    case Estimator::none:
+      return "none";
     case Estimator::search:
       break;
   }

@@ -20,6 +20,7 @@ namespace mirel {
 enum class Estimator {
   search,          ///< the estimate task's own: column-wise fit, then local search scale by scale
   massPreserving,  ///< conserves signal that piles up or thins out (docs/mass-preserving.md)
+  none,            ///< not estimated: the map of a field that was measured, PairInput::start
 };
 
 std::string nameOf(Estimator estimator);
@@ -36,15 +37,15 @@ struct EstimateSettings {
   /// and air.
   double intensityScale = 0;
   /// Whether the corrected images are scaled by the local density change. Nothing: as the estimator
-  /// has it: with the mass-preserving one, whose model it is, not with the search.
+  /// has it: with the mass-preserving one, whose model it is, and with a measured field, not with
+  /// the search.
   std::optional<Modulation> modulation;
 
   /// The search knows no motion.
   bool looksForMotion() const { return motion && estimator == Estimator::massPreserving; }
 
   Modulation usedModulation() const {
-    return modulation.value_or(estimator == Estimator::massPreserving ? Modulation::on
-                                                                      : Modulation::off);
+    return modulation.value_or(estimator == Estimator::search ? Modulation::off : Modulation::on);
   }
 };
 
@@ -110,6 +111,9 @@ using ChangeMap = std::function<void(Volume<float>& shift, Volume<float>& deviat
 /// modulated: corrected = (image - background) through the map, times its Jacobian, + background.
 /// It weighs the voxels by the pair's mask and starts from the pair's start. The search knows
 /// neither; the figures and the verdict look where the mask does in any case.
+///
+/// Without an estimator the map is the pair's start as it is, and the head is taken to be in both
+/// images where it was when that was measured.
 ///
 /// Spikes    of the images (InputImage::spikes) are replaced by what is around them (withoutSpikes)
 ///           for the map and all that is found. The corrected images keep them, but for one whose

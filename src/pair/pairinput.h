@@ -67,8 +67,11 @@ struct PairInput {
   /// Displacement in voxels along the axis, forward for A, that the estimate starts from. Empty: it
   /// finds a start of its own.
   Volume<float> start;
+  std::string startFile;  ///< of the field that it was made of
   /// It is the mean of the estimate's prior, too.
   bool startIsPrior = false;
+  /// It is the map, and nothing is estimated.
+  bool startIsMap = false;
   /// A pair of the same head along another axis, whose field counts beside that of the pair.
   std::shared_ptr<const PairInput> across;
   /// The readout time that both have; nothing when it is not known: then there are no Hz.

@@ -13,6 +13,9 @@ struct StartAgreement {
   double shareOfZeros = 0;   ///< voxels where the start is exactly 0, as masked fields are
 };
 
+/// A start that is 0 in more than this part of the head was masked.
+inline constexpr double mostZeros = 0.05;
+
 /// Over the voxels where `head` is above 0; all 0 where there are none.
 StartAgreement agreementWithStart(const Volume<float>& map, const Volume<float>& start,
                                   const Volume<float>& head);

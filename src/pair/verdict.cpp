@@ -18,6 +18,7 @@ constexpr double decisive = 0.01;
 constexpr double oneImage = 0.9999;  // correlation of the images as they came
 constexpr double alike = 0.95, hardlyDisplaced = 0.05;
 constexpr double doubtfulResidual = 0.16, largestResidual = 0.19;
+constexpr double doubtfulOfField = 0.45;  // measured beside a pair: 0.30 and 0.38
 constexpr double doubtfulTotals = 0.085, largestTotals = 0.12;
 // A residual above the first is too much for a field rougher than that in Hz per mm.
 constexpr double roughResidual = 0.15, roughHzPerMm = 1.9;
@@ -54,6 +55,36 @@ void judgeMap(const PairAgreement& found, Verdict& verdict) {
                                        text("%.3f", found.modulated) +
                                        ") than the images as they came (" +
                                        text("%.3f", found.before) + ")" + untrusted);
+}
+
+// The same of a field that the images had no part in.
+void judgeField(const PairAgreement& found, const PairNamesAndAxis& names, Verdict& verdict) {
+  if (found.negated > found.modulated + decisive && found.negated > found.before)
+    verdict.add(Trust::doNotTrust, "CHECK THE SIGN of " + names.field + ", or in " +
+                                       names.statedBy + ", which say " + names.directions +
+                                       ": with the opposite sign of the field " + names.first +
+                                       " and " + names.second + " agree better (correlation " +
+                                       text("%.3f", found.negated) + ") than with it (" +
+                                       text("%.3f", found.modulated) + ")" + untrusted);
+  else if (found.modulated < found.before)
+    verdict.add(Trust::doNotTrust,
+                "CHECK " + names.field + ": corrected by it " + names.first + " and " +
+                    names.second + " agree less (correlation " + text("%.3f", found.modulated) +
+                    ") than as they came (" + text("%.3f", found.before) +
+                    "); it may be of another head or session, or in other units" + untrusted);
+}
+
+// What it leaves of the images' difference, where nothing else was said of it.
+void judgeFieldResidual(const PairFigures& figures, const PairNamesAndAxis& names,
+                        Verdict& verdict) {
+  const double residual = figures.unexplainedResidual();
+  if (residual <= doubtfulOfField || verdict.trust != Trust::trusted) return;
+  verdict.add(Trust::doubtful, "CHECK " + names.field + ": corrected by it " + names.first +
+                                   " and " + names.second + " differ by " + percent(residual) +
+                                   " beyond noise, where a field measured beside them leaves " +
+                                   percent(doubtfulOfField) +
+                                   " at most (the head may have moved since, or between the "
+                                   "images)");
 }
 
 // A figure that is small in pairs of one head.
@@ -96,7 +127,7 @@ void judgeSlices(const PairFigures& figures, const std::string& both, Verdict& v
                   ": one of them may have lost signal there, or the head moved meanwhile");
 }
 
-void judgeField(const PairFigures& figures, Verdict& verdict) {
+void judgeSmoothness(const PairFigures& figures, Verdict& verdict) {
   if (!figures.fieldHz || !figures.fieldHzPerMm) return;
   const double residual = figures.unexplainedResidual();
   const bool rough = *figures.fieldHzPerMm > roughHzPerMm;
@@ -143,25 +174,27 @@ void Verdict::add(Trust level, Remark reason) {
   reasons.push_back(std::move(reason));
 }
 
-Verdict judgePair(const PairFigures& figures, const PairAgreement& agreement, bool conservesSignal,
+Verdict judgePair(const PairFigures& figures, const PairAgreement& agreement, MapOrigin origin,
                   const PairNamesAndAxis& names) {
   Verdict verdict;
   verdict.figures = figures;
   judgeLikeness(figures, agreement, names, verdict);
-  judgeMap(agreement, verdict);
+  if (origin == MapOrigin::measured)
+    judgeField(agreement, names, verdict);
+  else
+    judgeMap(agreement, verdict);
   const std::string both = names.first + " and " + names.second;
   judgeSize(
       figures.unexplainedTotals(), doubtfulTotals, largestTotals,
       "the totals along the phase-encoding axis, which distortion does not change, of " + both,
       verdict);
-  if (!conservesSignal) {
-    judgeAxis(agreement, names, verdict);
-    return verdict;
+  if (origin == MapOrigin::measured) judgeFieldResidual(figures, names, verdict);
+  if (origin == MapOrigin::massPreserving) {
+    judgeSize(figures.unexplainedResidual(), doubtfulResidual, largestResidual,
+              both + ", corrected,", verdict);
+    judgeSlices(figures, both, verdict);
+    judgeSmoothness(figures, verdict);
   }
-  judgeSize(figures.unexplainedResidual(), doubtfulResidual, largestResidual, both + ", corrected,",
-            verdict);
-  judgeSlices(figures, both, verdict);
-  judgeField(figures, verdict);
   judgeAxis(agreement, names, verdict);
   return verdict;
 }

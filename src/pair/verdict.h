@@ -43,15 +43,22 @@ struct PairNamesAndAxis {
   std::string first, second;  ///< titles of the images
   std::string statedBy;       ///< what says their directions
   std::string directions;     ///< "j- and j"
+  std::string field = {};     ///< that was measured; empty: the map was estimated
 };
+
+/// By what a result was found, which decides what its figures can say.
+enum class MapOrigin { massPreserving, search, measured };
 
 /// Judges a result by its figures. The limits lie between those of pairs that belong together and
 /// of such that do not (docs/correct.md has the table). A doubtful residual or doubtful totals
 /// together with a field of doubtful size or roughness are not to be trusted.
 ///
-/// @param conservesSignal  whether the map is that of the mass-preserving estimate; of others the
-///                         residual says too little
-Verdict judgePair(const PairFigures& figures, const PairAgreement& agreement, bool conservesSignal,
+/// A field that was measured and explains the images less than its opposite, or than none, is not
+/// to be trusted; one that leaves more of their difference than good ones do is doubtful, since the
+/// head may have moved since it was measured.
+///
+/// @param origin  of the map; of the search the residual says too little
+Verdict judgePair(const PairFigures& figures, const PairAgreement& agreement, MapOrigin origin,
                   const PairNamesAndAxis& names);
 
 }  // namespace mirel

@@ -52,6 +52,17 @@ void refuseOtherPart(const std::string& file, const std::optional<bids::Sidecar>
   }
 }
 
+void refuseOneSided(const Volume<float>& values, const std::string& title, const Part& part) {
+  float least = 0, most = 0;
+  for (int i = 0; i < values.size(); ++i) {
+    least = std::min(least, values.data()[i]);
+    most = std::max(most, values.data()[i]);
+  }
+  if (least == 0 || most == 0)
+    throw Error(title, "has no values " + std::string(least == 0 ? "below" : "above") +
+                           " 0: those of " + std::string(part.text) + " lie on both sides");
+}
+
 struct ReadPart {
   nifti::Header header;
   std::optional<bids::Sidecar> sidecar;
@@ -67,14 +78,7 @@ ReadPart readPart(const std::string& file, const Part& wanted) {
                           " volumes: a part of one echo's image has one");
   voxelToVoxel(part.header.affine(), part.header.affine(), file);
   part.values = image.readVolume(0);
-  float least = 0, most = 0;
-  for (int i = 0; i < part.values.size(); ++i) {
-    least = std::min(least, part.values.data()[i]);
-    most = std::max(most, part.values.data()[i]);
-  }
-  if (least == 0 || most == 0)
-    throw Error(file, "has no values " + std::string(least == 0 ? "below" : "above") +
-                          " 0: those of " + std::string(wanted.text) + " lie on both sides");
+  refuseOneSided(part.values, file, wanted);
   return part;
 }
 
@@ -96,9 +100,27 @@ void refuseOtherEcho(const std::string& realFile, const std::optional<bids::Side
                                    ", whose imaginary part it would be, " + text(*time));
 }
 
+// Angle and magnitude of both.
+void combine(const Volume<float>& real, const Volume<float>& imaginary, ComplexParts& both) {
+  both.phase.radians = both.magnitude = Volume<float>(real.dimensions());
+  for (int i = 0; i < real.size(); ++i) {
+    const double re = real.data()[i], im = imaginary.data()[i];
+    const double size = std::hypot(re, im);
+    const bool told = size > 0 && std::isfinite(size);
+    both.phase.radians.data()[i] =
+        told ? static_cast<float>(std::atan2(im, re)) : std::numeric_limits<float>::quiet_NaN();
+    both.magnitude.data()[i] = told ? static_cast<float>(size) : 0.0F;
+    both.phase.filled += size == 0;
+  }
+}
+
 }  // namespace
 
 std::string ComplexParts::note() const {
+  if (imaginaryFile.empty())
+    return "the phases are those of the complex numbers in " + phase.file +
+           (phase.echoesInFile > 1 ? ", echo " + std::to_string(phase.echo + 1) : "") +
+           (phase.filled > 0 ? "; " + std::to_string(phase.filled) + " voxels are 0" : "");
   return "the phases are those of " + phase.file + " as real and " + imaginaryFile +
          " as imaginary part" +
          (phase.filled > 0 ? "; " + std::to_string(phase.filled) + " voxels are 0 in both" : "");
@@ -135,17 +157,35 @@ ComplexParts readComplexParts(const std::string& realFile, const std::string& im
     throw Error(imaginaryFile, "holds the same values as " + realFile);
   both.phase.header = real.header;
   both.phase.sidecar = std::move(real.sidecar);
-  both.phase.radians = both.magnitude = Volume<float>(real.values.dimensions());
-  for (int i = 0; i < real.values.size(); ++i) {
-    const double re = real.values.data()[i], im = imaginary.values.data()[i];
-    const double size = std::hypot(re, im);
-    const bool told = size > 0 && std::isfinite(size);
-    both.phase.radians.data()[i] =
-        told ? static_cast<float>(std::atan2(im, re)) : std::numeric_limits<float>::quiet_NaN();
-    both.magnitude.data()[i] = told ? static_cast<float>(size) : 0.0F;
-    both.phase.filled += size == 0;
-  }
+  combine(real.values, imaginary.values, both);
   return both;
+}
+
+std::vector<ComplexParts> readComplexImage(const std::string& fileName) {
+  const FileStamp stamp(fileName);
+  nifti::Reader image(fileName, nifti::Contents::complexNumbers);
+  const nifti::Header& header = image.header();
+  const std::optional<bids::Sidecar> sidecar = bids::findSidecar(fileName);
+  voxelToVoxel(header.affine(), header.affine(), fileName);
+  std::vector<ComplexParts> echoes(static_cast<std::size_t>(header.volumes));
+  for (int t = 0; t < header.volumes; ++t) {
+    ComplexParts& both = echoes[static_cast<std::size_t>(t)];
+    both.phase.file = fileName;
+    both.phase.stamp = stamp;
+    both.phase.header = header;
+    both.phase.header.volumes = 1;
+    both.phase.sidecar = sidecar;
+    both.phase.echo = t;
+    both.phase.echoesInFile = header.volumes;
+    Volume<float> real, imaginary;
+    image.readComplex(t, real, imaginary);
+    const std::string title =
+        fileName + (header.volumes > 1 ? ", volume " + std::to_string(t) + "," : "");
+    refuseOneSided(real, title, parts()[0]);
+    refuseOneSided(imaginary, title, parts()[1]);
+    combine(real, imaginary, both);
+  }
+  return echoes;
 }
 
 }  // namespace mirel

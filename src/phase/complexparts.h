@@ -1,15 +1,16 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "phase/phasefile.h"
 
 namespace mirel {
 
-/// An image of complex values whose real and imaginary parts stand in two files.
+/// An image of complex values, whose real and imaginary parts stand in two files or in one.
 struct ComplexParts {
   PhaseFile phase;  ///< its file is the real part; NaN where both are 0 or one is not finite
-  std::string imaginaryFile;
+  std::string imaginaryFile;  ///< empty: both are in one
   FileStamp imaginaryStamp;
   Volume<float> magnitude;
 
@@ -28,5 +29,11 @@ std::string imaginaryBeside(const std::string& realFile);
 ///         values on one side of 0, as in parts that are stored with an offset; twice the same;
 ///         other echoes by their names (echo-1) or by EchoTime of their sidecars.
 ComplexParts readComplexParts(const std::string& realFile, const std::string& imaginaryFile);
+
+/// Reads an image of complex numbers, NIfTI: each volume is an echo.
+///
+/// Errors  Error: those of nifti::Reader and findSidecar; an orientation that is singular; a part
+///         without values on one side of 0, as when a magnitude was stored as complex numbers.
+std::vector<ComplexParts> readComplexImage(const std::string& fileName);
 
 }  // namespace mirel

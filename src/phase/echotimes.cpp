@@ -22,13 +22,27 @@ void refuseImpossible(double seconds, const std::string& what) {
               advice);
 }
 
+// Of a file with several echoes: its field is a list of as many times.
+double oneOfList(const PhaseFile& phase, const std::string& field) {
+  const std::vector<double> times = phase.sidecar->json().numbersOf(field);
+  const std::size_t echoes = static_cast<std::size_t>(phase.echoesInFile);
+  if (times.size() != echoes)
+    throw Error::ofField(phase.sidecar->fileOf(field), field,
+                         "has an " + field + " that is no list of " + std::to_string(echoes) +
+                             " times, one per volume of " + phase.file,
+                         advice);
+  return times[static_cast<std::size_t>(phase.echo)];
+}
+
 double timeOf(const PhaseFile& phase, const std::string& field) {
   if (!phase.sidecar)
     throw Error(phase.file, "has no sidecar, which would say its " + field, advice);
   if (!phase.sidecar->json().contains(field))
     throw Error(phase.sidecar->title(), "has no " + field, advice);
   const std::string& file = phase.sidecar->fileOf(field);
-  const std::optional<double> seconds = phase.sidecar->json().numberOf(field);
+  const std::optional<double> seconds = phase.echoesInFile > 1
+                                            ? std::optional(oneOfList(phase, field))
+                                            : phase.sidecar->json().numberOf(field);
   if (!seconds) throw Error::ofField(file, field, "has an " + field + " that is no number", advice);
   refuseImpossible(*seconds, field + " in " + file);
   return *seconds;

@@ -22,7 +22,8 @@ struct EchoTimes {
 ///         0.0001 and 0.3 (they may be in ms); EchoTime2 not 0.0001 s after EchoTime1, or more.
 EchoTimes echoTimesOfDifference(const PhaseFile& phase);
 
-/// Of phases, two or more: EchoTime of each sidecar, in any order.
+/// Of phases, two or more: EchoTime of each sidecar, in any order; a list where a file has several
+/// echoes.
 /// Errors  Error: as above; times less than 0.0001 s apart.
 EchoTimes echoTimesOf(const std::vector<PhaseFile>& phases);
 

@@ -17,8 +17,9 @@ struct PhaseFile {
   nifti::Header header;
   std::optional<bids::Sidecar> sidecar;  ///< all that apply to it, as one
   PhaseScale scale;
-  Volume<float> radians;  ///< within half a turn of 0; NaN where the image tells no phase
-  int filled = 0;         ///< voxels that share one value, by which something was masked
+  Volume<float> radians;           ///< within half a turn of 0; NaN where the image tells no phase
+  int echo = 0, echoesInFile = 1;  ///< which of how many the file has; above 1: complex ones
+  int filled = 0;                  ///< voxels that share one value, by which something was masked
 
   /// A sentence about the voxels that have no phase; empty where all have one.
   std::string fillNote() const;

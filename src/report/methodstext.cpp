@@ -56,10 +56,16 @@ class Writer {
   void add(const std::string& sentence) { result.paragraph += " " + sentence; }
 
   void tellPair(const PairRecord& pair) {
-    add("The displacement of every voxel was estimated from two images with opposite phase "
-        "encoding " +
-        cited({reversed, reversedEpi}) + " (directions " + nameOf(pair.a.direction()) + " and " +
-        nameOf(pair.b.direction()) + readoutText(pair) + ")" + howEstimated(pair) + ".");
+    if (pair.settings.estimator == Estimator::none)
+      add("The off-resonance field was measured, and was scaled by the total readout time of each "
+          "image; two images with opposite phase encoding (directions " +
+          nameOf(pair.a.direction()) + " and " + nameOf(pair.b.direction()) + readoutText(pair) +
+          ") were corrected with it.");
+    else
+      add("The displacement of every voxel was estimated from two images with opposite phase "
+          "encoding " +
+          cited({reversed, reversedEpi}) + " (directions " + nameOf(pair.a.direction()) + " and " +
+          nameOf(pair.b.direction()) + readoutText(pair) + ")" + howEstimated(pair) + ".");
     const PairAgreement& found = pair.findings.agreement;
     if (map)
       add("In the head the displacement had a median of " + text("%.2f", map->displacement.median) +

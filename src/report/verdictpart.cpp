@@ -89,6 +89,9 @@ void addAgreement(const PairRecord& pair, Json& figures) {
       "Sign",
       text("%.3f", found.modulated) + "; with the opposite sign " + text("%.3f", found.negated),
       "The same correlation with the map and with its negative, both scaled by the Jacobian"));
+  if (pair.start && pair.settings.estimator == Estimator::none)
+    figures.push_back(figure("Field", std::filesystem::path(pair.start->file).filename().string(),
+                             "Measured, not estimated from the images"));
   if (found.fastAcross != 0 || found.fastAlongAxis != 0)
     figures.push_back(figure(
         "Axis",

@@ -75,7 +75,12 @@ TEST_F(AcquisitionTable, WhatIsNoTableIsRefusedWithTheRow) {
   EXPECT_THAT(fault(""), AllOf(HasSubstr("acqparams.txt"), HasSubstr("has no rows")));
   EXPECT_THAT(fault("0 1 0 0.05\n0 1 0\n"), HasSubstr("has 3 numbers in row 2"));
   EXPECT_THAT(fault("0 1 0 0.05 1\n"), HasSubstr("has 5 numbers in row 1"));
-  EXPECT_THAT(fault("0 1 0 0,05\n"), HasSubstr("row 1 has \"0,05\""));
+  EXPECT_THAT(fault("0 1 0 0,05\n"),
+              AllOf(HasSubstr("row 1 has \"0,05\""), HasSubstr("is that a decimal comma?")));
+  EXPECT_THAT(fault("\n0 1 0 0.05\n\n0 1 0\n"), HasSubstr("has 3 numbers in row 4"));
+  EXPECT_THAT(fault("\xEF\xBB\xBF"
+                    "0 1 0 0.05\n"),
+              HasSubstr("begins with a byte-order mark"));
   EXPECT_THAT(fault("0 1 0 nan\n"), HasSubstr("row 1 has \"nan\""));
   EXPECT_THAT(fault("0 2 0 0.05\n"), HasSubstr("not 1 long in row 1 (0 2 0)"));
   EXPECT_THAT(fault("0.7071 0.7071 0 0.05\n"), HasSubstr("between two axes in row 1"));

@@ -35,6 +35,14 @@ TEST_F(MapDirections, OneOfTheFirstImageIsTurnedRoundForTheSecond) {
   EXPECT_EQ(series["DisplacementFactor"], -1);
 }
 
+TEST_F(MapDirections, AnOptionThatTheSidecarContradictsIsWarnedOf) {
+  EXPECT_THAT(
+      apply("--vdm", map(), ap(), {"--vdm-pe", "j"}).err,
+      HasSubstr("Warning: the phase encoding j given for " + map() +
+                " is not that of its sidecar " + truth("truth_displacement.json") + ", j-"));
+  EXPECT_EQ(apply("--vdm", map(), ap(), {"--vdm-pe", "j-", "--quiet"}).err, "");
+}
+
 TEST_F(MapDirections, MillimetresAreConverted) {
   const std::string mm = scaled(map(), "d.nii.gz", voxelSize());
   sidecar("d.json", {{"Units", "mm"}, {"PhaseEncodingDirection", "j-"}});

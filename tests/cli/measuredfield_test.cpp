@@ -126,6 +126,19 @@ TEST_F(MeasuredFieldCommand, EchoTimesCanBeGivenAndUnitsTellRadians) {
   EXPECT_LT(rms(), 1);
 }
 
+TEST_F(MeasuredFieldCommand, EchoTimesThatSidecarsContradictAreWarnedOf) {
+  magnitude();
+  const std::string difference = phasediff();
+  const ProgramResult result = make({"--from-phase", difference, "--echo-times", "0.005", "0.02"});
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_THAT(result.err, HasSubstr("Warning: the echo time of 0.02 s given for echo 2 is not that "
+                                    "of the sidecars (" +
+                                    file("sub-1_phasediff.json") + "), 0.015 s"));
+  EXPECT_THAT(textOf(file("r.json")), HasSubstr("given for echo 2 is not that"));
+  EXPECT_THAT(make({"--from-phase", difference, "--echo-times", "0.005", "0.015"}).err,
+              testing::Not(HasSubstr("Warning")));
+}
+
 TEST_F(MeasuredFieldCommand, AFieldInOtherUnitsBecomesHertz) {
   magnitude();
   const std::string measured = scaled(field(), "sub-1_fieldmap.nii.gz", 2 * pi);

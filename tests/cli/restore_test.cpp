@@ -211,4 +211,13 @@ TEST_F(Restore, RefusesWhatCannotBeJoined) {
               HasSubstr("lie at different places"));
 }
 
+TEST_F(Restore, WritesAWarpForEachOfBothSeries) {
+  ASSERT_EQ(restore({"--warp"}).status, 0);
+  for (const char* direction : {"AP", "PA"})
+    for (const char* end : {".nii.gz", ".json"})
+      EXPECT_TRUE(std::filesystem::exists(out("sub-1_dir-" + std::string(direction) +
+                                              "_from-orig_to-undistorted_mode-image_xfm" + end)))
+          << direction;
+}
+
 }  // namespace mirel

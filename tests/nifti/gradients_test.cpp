@@ -9,6 +9,7 @@
 namespace mirel {
 
 using namespace niftifiles;
+using testing::AllOf;
 using testing::HasSubstr;
 
 namespace {
@@ -74,6 +75,22 @@ TEST_F(Gradients, FaultsAreNamed) {
 
 TEST_F(Gradients, VanishingNumbersAreZero) {
   EXPECT_EQ(read("0 1e-60\n0 0\n0 0\n", "0 1000", 2).directions[1], glm::vec3(0));
+}
+
+TEST_F(Gradients, DecimalCommasAndForeignBytesAreNamed) {
+  EXPECT_THAT(message("0 1\n0 0\n1 0\n", "0,5 1000,5\n", 2),
+              AllOf(HasSubstr("a.bval holds 4 b-values for 2 volumes"),
+                    HasSubstr("is that a decimal comma?")));
+  EXPECT_THAT(message("0,6 1\n0 0\n0,8 0\n", "0 1000\n", 2),
+              AllOf(HasSubstr("a.bvec is not a table"), HasSubstr("is that a decimal comma?")));
+  EXPECT_THAT(message("0 1\n0 0\n1 0\n",
+                      "\xEF\xBB\xBF"
+                      "0 1000\n",
+                      2),
+              HasSubstr("a.bval begins with a byte-order mark"));
+  EXPECT_THAT(message("0 1\n0 0\n1 0\x1F\n", "0 1000\n", 2),
+              HasSubstr("a.bvec is no text file: line 3"));
+  EXPECT_EQ(read("0,1\n0,0\n1,0\n", "0,1000\n", 2).bValues, (std::vector<float>{0, 1000}));
 }
 
 }  // namespace mirel

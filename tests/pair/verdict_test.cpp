@@ -34,8 +34,10 @@ PairAgreement goodAgreement() {
 }
 
 Verdict verdictOf(const PairFigures& figures, const PairAgreement& agreement = goodAgreement(),
-                  bool conservesSignal = true) {
-  return judgePair(figures, agreement, conservesSignal, {"a.nii", "b.nii", "a.json", "j- and j"});
+                  MapOrigin origin = MapOrigin::massPreserving) {
+  return judgePair(
+      figures, agreement, origin,
+      {"a.nii", "b.nii", "a.json", "j- and j", origin == MapOrigin::measured ? "f.nii" : ""});
 }
 
 }  // namespace
@@ -67,7 +69,7 @@ TEST(PairVerdict, TheResidualIsDoubtedAndThenRefused) {
   EXPECT_EQ(verdict.trust, Trust::doNotTrust);
   EXPECT_THAT(textsOf(verdict.reasons), Contains(HasSubstr("differ by 30 % beyond noise")));
   // The search does not conserve signal: its residual says too little.
-  EXPECT_EQ(verdictOf(figures, goodAgreement(), false).trust, Trust::trusted);
+  EXPECT_EQ(verdictOf(figures, goodAgreement(), MapOrigin::search).trust, Trust::trusted);
 }
 
 TEST(PairVerdict, ARoughFieldThatExplainsLittleIsRefused) {
@@ -94,7 +96,7 @@ TEST(PairVerdict, SlicesThatStandOutAreNamed) {
   EXPECT_EQ(verdict.trust, Trust::doubtful);
   EXPECT_THAT(textsOf(verdict.reasons),
               Contains(HasSubstr("in slices 4 to 5, 8 (counted from 0) a.nii and b.nii")));
-  EXPECT_EQ(verdictOf(figures, goodAgreement(), false).trust, Trust::trusted);
+  EXPECT_EQ(verdictOf(figures, goodAgreement(), MapOrigin::search).trust, Trust::trusted);
   // Far out of the others, but small.
   figures.sliceResiduals.assign(16, 0.02);
   figures.sliceResiduals[4] = 0.12;
@@ -104,8 +106,9 @@ TEST(PairVerdict, SlicesThatStandOutAreNamed) {
 TEST(PairVerdict, TotalsThatDifferAreRefusedOfAnyEstimate) {
   PairFigures figures = goodFigures();
   figures.columnTotals = 0.4;
-  for (const bool conservesSignal : {true, false}) {
-    const Verdict verdict = verdictOf(figures, goodAgreement(), conservesSignal);
+  for (const MapOrigin origin :
+       {MapOrigin::massPreserving, MapOrigin::search, MapOrigin::measured}) {
+    const Verdict verdict = verdictOf(figures, goodAgreement(), origin);
     EXPECT_EQ(verdict.trust, Trust::doNotTrust);
     EXPECT_THAT(textsOf(verdict.reasons),
                 Contains(HasSubstr("the totals along the phase-encoding axis")));
@@ -130,6 +133,30 @@ TEST(PairVerdict, TheAxisIsAccusedWithWhatStatesIt) {
   const Verdict verdict = verdictOf(goodFigures(), agreement);
   EXPECT_EQ(verdict.trust, Trust::doNotTrust);
   EXPECT_THAT(textsOf(verdict.reasons), Contains(HasSubstr("CHECK THE AXIS in a.json")));
+}
+
+TEST(PairVerdict, AMeasuredFieldIsAccusedByName) {
+  PairAgreement agreement = goodAgreement();
+  EXPECT_EQ(verdictOf(goodFigures(), agreement, MapOrigin::measured).trust, Trust::trusted);
+  std::swap(agreement.modulated, agreement.negated);
+  Verdict verdict = verdictOf(goodFigures(), agreement, MapOrigin::measured);
+  EXPECT_EQ(verdict.trust, Trust::doNotTrust);
+  EXPECT_THAT(textsOf(verdict.reasons), Contains(HasSubstr("CHECK THE SIGN of f.nii")));
+  // The opposite explains the images no better than none.
+  agreement.negated = 0.4;
+  verdict = verdictOf(goodFigures(), agreement, MapOrigin::measured);
+  EXPECT_EQ(verdict.trust, Trust::doNotTrust);
+  EXPECT_THAT(textsOf(verdict.reasons), Contains(HasSubstr("CHECK f.nii: corrected by it")));
+}
+
+TEST(PairVerdict, AMeasuredFieldThatLeavesMuchIsDoubtfulOnly) {
+  PairFigures figures = goodFigures();
+  figures.residual = 0.38;
+  EXPECT_EQ(verdictOf(figures, goodAgreement(), MapOrigin::measured).trust, Trust::trusted);
+  figures.residual = 0.5;
+  const Verdict verdict = verdictOf(figures, goodAgreement(), MapOrigin::measured);
+  EXPECT_EQ(verdict.trust, Trust::doubtful);
+  EXPECT_THAT(textsOf(verdict.reasons), Contains(HasSubstr("differ by 50 % beyond noise")));
 }
 
 }  // namespace mirel

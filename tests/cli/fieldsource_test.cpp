@@ -1,0 +1,116 @@
+#include <gmock/gmock.h>
+
+#include "cli/fieldfiles.h"
+
+// mirel correct --field-source: a field that was measured in place of an estimate.
+
+namespace mirel {
+
+namespace {
+
+using nlohmann::json;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+
+class CorrectFieldSource : public FieldFiles {
+ protected:
+  static std::string bold() { return input("sub-phantom_task-rest_dir-AP_bold.nii.gz"); }
+  json sidecarOf(const std::string& name) const {
+    return json::parse(std::ifstream(out("sub-phantom_" + name + ".json")));
+  }
+};
+
+TEST_F(CorrectFieldSource, CorrectsThePairAndItsSeries) {
+  const ProgramResult result = correct({"--field-source", field(), "--apply", bold()});
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_THAT(result.err, AllOf(HasSubstr("Field: measured, not estimated"),
+                                HasSubstr("nothing was estimated: corrected by it"),
+                                Not(HasSubstr("Estimating")), Not(HasSubstr("Warning"))));
+  EXPECT_LT(rmsInBrain(imageIn(out("sub-phantom_desc-preproc_fieldmap.nii.gz")), imageIn(field())),
+            1e-3);
+  EXPECT_GT(correlationInBrain(imageIn(out("sub-phantom_dir-AP_desc-preproc_epi.nii.gz")),
+                               imageIn(truth("undistorted_epi.nii.gz"))),
+            faithful);
+  // What apply makes of the same field.
+  ASSERT_EQ(
+      runMirel({"apply", "--field", field(), bold(), "-o", file("r.nii.gz"), "--modulate"}).status,
+      0);
+  EXPECT_LT(rmsInBrain(imageIn(out("sub-phantom_task-rest_dir-AP_desc-preproc_bold.nii.gz")),
+                       imageIn(file("r.nii.gz"))),
+            1.0);
+}
+
+TEST_F(CorrectFieldSource, IsRecordedAsMeasured) {
+  ASSERT_EQ(correct({"--field-source", field(), "--apply", bold()}).status, 0);
+  for (const char* name : {"desc-preproc_fieldmap", "task-rest_dir-AP_desc-preproc_bold"}) {
+    const json record = sidecarOf(name);
+    EXPECT_EQ(record["Mirel"]["Options"]["Estimator"], "none") << name;
+    EXPECT_FALSE(record["Mirel"]["Options"].contains("HeadMotion"));
+    EXPECT_EQ(record["Mirel"]["MeasuredField"]["File"], field());
+    EXPECT_EQ(record["Mirel"]["MeasuredField"]["SHA256"].get<std::string>().size(), 64U);
+    EXPECT_GT(record["Mirel"]["PairCorrelation"]["After"], 0.97);
+    EXPECT_THAT(record["Sources"].dump(), HasSubstr("truth_fieldmap.nii.gz"));
+  }
+  EXPECT_THAT(sidecarOf("desc-preproc_fieldmap")["Description"].get<std::string>(),
+              HasSubstr("Measured off-resonance field f (" + field() + ")"));
+  EXPECT_THAT(sidecarOf("dir-AP_desc-preproc_epi")["Description"].get<std::string>(),
+              HasSubstr("with the measured field " + field()));
+  EXPECT_THAT(textOf(out("report.html")), AllOf(HasSubstr("The off-resonance field was measured"),
+                                                Not(HasSubstr("was estimated from two images"))));
+}
+
+TEST_F(CorrectFieldSource, IsToldAsJsonAndReplacesItsOwnResultsOnly) {
+  const ProgramResult result = correct({"--field-source", field(), "--json"});
+  ASSERT_EQ(result.status, 0) << result.err;
+  const json summary = json::parse(result.out);
+  EXPECT_EQ(summary["estimator"], "none");
+  EXPECT_EQ(summary["measuredField"], field());
+  EXPECT_EQ(summary["verdict"]["trust"], "trusted");
+  EXPECT_EQ(correct({"--field-source", field()}).status, 0);
+  const ProgramResult estimated = correct({});
+  EXPECT_EQ(estimated.status, 1);
+  EXPECT_THAT(estimated.err, HasSubstr("--overwrite"));
+}
+
+TEST_F(CorrectFieldSource, IsDoubtedWhenTheImagesContradictIt) {
+  const ProgramResult turned =
+      correct({"--field-source", scaled(field(), "turned.nii.gz", -1), "--strict"});
+  EXPECT_EQ(turned.status, 1);
+  EXPECT_THAT(turned.err, AllOf(HasSubstr("CHECK THE SIGN of " + file("turned.nii.gz")),
+                                HasSubstr("do not trust this result")));
+  const ProgramResult radians =
+      correct({"--field-source", scaled(field(), "radians.nii.gz", 6.2832)}, "radians");
+  EXPECT_THAT(radians.err,
+              AllOf(HasSubstr("CHECK " + file("radians.nii.gz")), HasSubstr("in other units")));
+  const Volume<float> brain = imageIn(truth("brain_mask.nii.gz"));
+  int voxel = 0;
+  const std::string masked = changed(
+      field(), "masked.nii.gz", [&](float v) { return brain.data()[voxel++] > 0.0F ? v : 0.0F; });
+  EXPECT_THAT(correct({"--field-source", masked}, "masked").err,
+              AllOf(HasSubstr("CHECK " + masked + ": it is 0 in"), HasSubstr("Verdict: doubtful")));
+}
+
+TEST_F(CorrectFieldSource, ExcludesWhatAnEstimateHas) {
+  for (const std::vector<std::string>& more :
+       std::vector<std::vector<std::string>>{{"--prior-field", field()},
+                                             {"--initial-field", field()},
+                                             {"--estimator", "mass-preserving"},
+                                             {"--fast"},
+                                             {"--no-motion"},
+                                             {"--uncertainty"},
+                                             {"--more", ap()}}) {
+    std::vector<std::string> options = {"--field-source", field()};
+    options.insert(options.end(), more.begin(), more.end());
+    const ProgramResult result = correct(options);
+    EXPECT_EQ(result.status, 2) << more.front();
+    EXPECT_THAT(result.err, HasSubstr("--field-source excludes"));
+    EXPECT_THAT(result.err, HasSubstr(more.front()));
+  }
+  EXPECT_FALSE(std::filesystem::exists(out()));
+  EXPECT_EQ(correct({"--field-source", map()}).status, 1);
+}
+
+}  // namespace
+
+}  // namespace mirel
