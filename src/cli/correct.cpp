@@ -12,7 +12,7 @@ namespace mirel {
 
 namespace {
 
-constexpr const char* description =
+constexpr const char* correctDescription =
     "Correct NIfTI images: a pair with opposite phase encoding, and other series of the session.\n"
     "\n"
     "From A and B the field is estimated that distorts both; both, and every RUN, are corrected\n"
@@ -22,7 +22,7 @@ constexpr const char* description =
     "programs, each with a sidecar, and report.html, a page to look at. All of it appears at the\n"
     "end, or nothing. Prints the names of the files written.\n";
 
-struct Options {
+struct CorrectCommandOptions {
   CorrectPairOptions job;
   std::vector<std::string> runs;
   bids::GivenAcquisition ofRuns;
@@ -40,7 +40,7 @@ struct Options {
   bool noAlign = false;
 };
 
-bool hasSearchOptions(const Options& options) {
+bool hasSearchOptions(const CorrectCommandOptions& options) {
   return options.ssd || options.ncc || options.ic || options.noIc || options.fast;
 }
 
@@ -51,7 +51,7 @@ bool saysOfPair(const CorrectPairOptions& job) {
   return says(job.a.given) || says(job.b.given);
 }
 
-void settle(Options& options) {
+void settle(CorrectCommandOptions& options) {
   CorrectPairOptions& job = options.job;
   job.version = MIREL_VERSION;
   // Below 0 the table tells which volume it is.
@@ -85,7 +85,7 @@ void settle(Options& options) {
   for (const std::string& file : options.runs) job.series.push_back({file, options.ofRuns, motion});
 }
 
-int runCorrect(Options options, const Program& program) {
+int runCorrect(CorrectCommandOptions options, const Program& program) {
   settle(options);
   const std::unique_ptr<RunReport> report =
       options.noReport ? nullptr : reportOf(program, /*viewer=*/!options.noViewer, options.anatomy);
@@ -95,7 +95,7 @@ int runCorrect(Options options, const Program& program) {
 }
 
 /// Of the parsed line.
-void checkPair(const Options& options) {
+void checkPair(const CorrectCommandOptions& options) {
   const CorrectPairOptions& job = options.job;
   if (options.volumes.empty() && !options.volumesB.empty())
     refuseWithout("--volumes-b", "--volumes");
@@ -112,7 +112,7 @@ void checkPair(const Options& options) {
 }
 
 /// Joining models signal that piles up, and so do the volumes that are left over.
-void checkRestore(const Options& options, bool search) {
+void checkRestore(const CorrectCommandOptions& options, bool search) {
   if (!options.restore) return;
   if (options.noModulate) refuseTogether("--restore", "--no-modulate");
   if (!options.modulate && (search || options.estimator == nameOf(Estimator::search)))
@@ -122,7 +122,7 @@ void checkRestore(const Options& options, bool search) {
 }
 
 /// Joining takes the head to keep still within each series.
-void checkMotion(const Options& options) {
+void checkMotion(const CorrectCommandOptions& options) {
   const bool told = !options.motion.file.empty();
   if (!told && !options.motion.realign) return;
   const char* name = told ? "--motion" : "--realign";
@@ -133,7 +133,7 @@ void checkMotion(const Options& options) {
 }
 
 // A field that was measured leaves nothing to estimate.
-void checkFieldSource(const Options& options) {
+void checkFieldSource(const CorrectCommandOptions& options) {
   if (options.fieldSource.empty()) return;
   const CorrectPairOptions& job = options.job;
   const auto refuse = [](bool given, const char* option) {
@@ -150,7 +150,7 @@ void checkFieldSource(const Options& options) {
   refuse(!job.more.empty(), "--more");
 }
 
-void checkEstimate(const Options& options) {
+void checkEstimate(const CorrectCommandOptions& options) {
   checkFieldSource(options);
   if (!options.priorField.empty() && !options.job.startingField.empty())
     refuseTogether("--prior-field", "--initial-field");
@@ -169,7 +169,7 @@ void checkEstimate(const Options& options) {
     refuseTogether("--initial-field", "the search, which has a start of its own");
 }
 
-void addImageOptions(Command* command, Options& options) {
+void addPairOptions(Command* command, CorrectCommandOptions& options) {
   CorrectPairOptions& job = options.job;
   command->add_option("A", job.a.file, "First image of the pair (.nii, .nii.gz)")
       ->type_name("")
@@ -199,7 +199,7 @@ void addImageOptions(Command* command, Options& options) {
                     "Replace files of the same names whatever they were made of");
 }
 
-void addVolumeOptions(Command* command, Options& options) {
+void addVolumeOptions(Command* command, CorrectCommandOptions& options) {
   CorrectPairOptions& job = options.job;
   const auto refuseNegative = [](const std::string& text) { return refuseBelow(0, text); };
   const auto refuseNone = [](const std::string& text) { return refuseBelow(1, text); };
@@ -242,7 +242,7 @@ void addVolumeOptions(Command* command, Options& options) {
       ->check(refuseChoice);
 }
 
-void addAcquisitionOptions(Command* command, Options& options) {
+void addAcquisitionOptions(Command* command, CorrectCommandOptions& options) {
   bids::GivenAcquisition& a = options.job.a.given;
   bids::GivenAcquisition& b = options.job.b.given;
   command
@@ -271,7 +271,7 @@ void addAcquisitionOptions(Command* command, Options& options) {
       ->type_name("FILE");
 }
 
-void addEstimateOptions(Command* command, Options& options) {
+void addEstimateOptions(Command* command, CorrectCommandOptions& options) {
   EstimateSettings& estimate = options.job.estimate;
   command
       ->add_option(
@@ -343,9 +343,9 @@ void addEstimateOptions(Command* command, Options& options) {
 }  // namespace
 
 void addCorrectCommand(Command& app, Program& program) {
-  Command* command = app.add_subcommand("correct", description);
-  const auto options = std::make_shared<Options>();
-  addImageOptions(command, *options);
+  Command* command = app.add_subcommand("correct", correctDescription);
+  const auto options = std::make_shared<CorrectCommandOptions>();
+  addPairOptions(command, *options);
   addVolumeOptions(command, *options);
   addAcquisitionOptions(command, *options);
   addEstimateOptions(command, *options);

@@ -28,7 +28,7 @@ namespace {
 
 constexpr int mostEchoes = 32;
 
-constexpr const char* description =
+constexpr const char* fieldDescription =
     "Turn a displacement map into a field in Hz, or a field into a map; or make a field in Hz of\n"
     "what a scanner measured: phases of gradient echoes, or a field in Hz, rad/s or T.\n"
     "\n"
@@ -40,7 +40,7 @@ constexpr const char* description =
     "A measured field is unwrapped, smoothed as far as its noise reaches, continued beyond the\n"
     "head, and written with a sidecar of the same name. Prints the names of the files written.\n";
 
-struct Options {
+struct FieldCommandOptions {
   std::string mapFile, fieldFile, reference, output;
   std::optional<bids::Unit> unit;
   bids::GivenAcquisition given;
@@ -55,7 +55,7 @@ struct Options {
 
 /// Direction and readout time of the reference: options first, then its sidecars. A project has
 /// none.
-bids::Acquisition acquisitionOf(const Options& options, const nifti::Header& header) {
+bids::Acquisition acquisitionOf(const FieldCommandOptions& options, const nifti::Header& header) {
   bids::Acquisition acquisition;
   if (nifti::hasNiftiName(options.reference)) {
     acquisition = bids::resolveAcquisition(options.reference, header.dims, options.given,
@@ -81,7 +81,7 @@ void tell(const Told& told) {
   for (const Remark& warning : told.warnings) hostSession().console.warn(sentenceOf(warning));
 }
 
-void mapToField(const Options& options, const nifti::Header& header) {
+void mapToField(const FieldCommandOptions& options, const nifti::Header& header) {
   if (!nifti::hasNiftiName(options.output))
     throw Error("a field is written as a NIfTI image; " + options.output +
                 " ends with neither .nii nor .nii.gz");
@@ -98,7 +98,7 @@ void mapToField(const Options& options, const nifti::Header& header) {
   writeField(field, header, options.output);
 }
 
-void fieldToMap(const Options& options, const nifti::Header& header) {
+void fieldToMap(const FieldCommandOptions& options, const nifti::Header& header) {
   if (!options.output.ends_with(".map"))
     throw Error("a map is written as a .map file, which " + options.output + " is not");
   DistortionFile file = readDistortionFile(options.fieldFile, TakenFor::field, options.unit);
@@ -118,7 +118,7 @@ void fieldToMap(const Options& options, const nifti::Header& header) {
   writeMapFile(options.output, map);
 }
 
-int runMeasured(const Options& options) {
+int runMeasured(const FieldCommandOptions& options) {
   MeasureFieldOptions job = options.measured;
   job.output = options.output;
   job.unit = options.unit;
@@ -130,7 +130,7 @@ int runMeasured(const Options& options) {
   return exitSuccess;
 }
 
-int runField(const Options& options) {
+int runField(const FieldCommandOptions& options) {
   const EndBySignal end({options.output});
   if (options.isMeasured()) return runMeasured(options);
   const std::string& in = options.mapFile.empty() ? options.fieldFile : options.mapFile;
@@ -161,7 +161,7 @@ struct SourceOptions {
   bool isMeasured() const { return hasEchoes() || fromField->count() > 0; }
 };
 
-SourceOptions addSources(Command* command, Options& options) {
+SourceOptions addSources(Command* command, FieldCommandOptions& options) {
   return {
       command
           ->add_option("--from-map", options.mapFile,
@@ -204,7 +204,7 @@ struct MeasuredOptions {
   std::vector<Option*> all() const { return {magnitude, echoTimes, imaginary}; }
 };
 
-MeasuredOptions addMeasuredOptions(Command* command, Options& options) {
+MeasuredOptions addMeasuredOptions(Command* command, FieldCommandOptions& options) {
   return {
       command
           ->add_option("--magnitude", options.measured.magnitudeFile,
@@ -235,7 +235,7 @@ struct MapOptions {
   std::vector<Option*> all() const { return {reference, direction, readout}; }
 };
 
-MapOptions addMapOptions(Command* command, Options& options) {
+MapOptions addMapOptions(Command* command, FieldCommandOptions& options) {
   return {
       command
           ->add_option("--reference", options.reference,
@@ -257,8 +257,8 @@ void refuseGiven(const std::vector<Option*>& options, const Option* source) {
 }  // namespace
 
 void addFieldCommand(Command& app, Program& program) {
-  Command* command = app.add_subcommand("field", description);
-  const auto options = std::make_shared<Options>();
+  Command* command = app.add_subcommand("field", fieldDescription);
+  const auto options = std::make_shared<FieldCommandOptions>();
   const SourceOptions sources = addSources(command, *options);
   const MapOptions ofMaps = addMapOptions(command, *options);
   const MeasuredOptions ofMeasured = addMeasuredOptions(command, *options);
