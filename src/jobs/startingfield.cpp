@@ -12,7 +12,7 @@ DistortionFile readStartingField(const std::string& file, PairInput& pair) {
   DistortionFile source = readDistortionFile(file, TakenFor::field);
   if (!source.isField())
     throw Error(file, "holds displacements in " + nameOf(source.unit.value) +
-                          ": an estimate starts from a field in Hz");
+                          ", not a field in Hz, as is wanted here");
   if (!pair.readoutSeconds)
     throw Error(pair.a.options.file,
                 "has no known readout time, without which " + file + " displaces nothing");

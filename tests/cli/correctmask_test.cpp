@@ -160,7 +160,7 @@ TEST_F(CorrectInitialField, AndPriorAreNotTwo) {
 }
 
 TEST_F(CorrectInitialField, NeedsToDisplaceSomething) {
-  expectRefused({"--initial-field", map()}, "an estimate starts from a field in Hz");
+  expectRefused({"--initial-field", map()}, "not a field in Hz");
   const std::string away = changed(
       field(), "away.nii.gz", [](float v) { return v; },
       [](nifti::Header& header) {
