@@ -38,7 +38,7 @@ std::vector<int> unweightedOf(const std::string& file, int volumes) {
   const std::string bvalFile = nifti::gradientFileOf(file, ".bval");
   if (bvalFile.empty())
     throw Error(file, "has no .bval file beside it, which would tell its b = 0 volumes");
-  const std::vector<int> found = nifti::unweightedVolumes(nifti::readBValues(bvalFile, volumes));
+  std::vector<int> found = nifti::unweightedVolumes(nifti::readBValues(bvalFile, volumes));
   if (found.empty())
     throw Error(bvalFile, "tells of no volume of " + file + " with a b-value of at most " +
                               text(static_cast<double>(nifti::greatestUnweighted)) + " s/mm2");

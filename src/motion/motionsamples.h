@@ -44,7 +44,7 @@ struct MotionLevel {
 
 /// From places in mm about the middle of a grid to its voxels: turn * mm + middle.
 struct MmToVoxels {
-  glm::dmat3 turn;
+  glm::dmat3 turn{1.0};
   glm::dvec3 middle;
 
   /// Errors  Error, naming `name`, for an affine that is singular or not finite.

@@ -36,7 +36,7 @@ float numberFrom(const std::string& word, const std::string& fileName) {
 using Words = std::vector<std::vector<std::string>>;
 
 std::string plainTextIn(const std::string& fileName) {
-  const std::string text = readWholeFile(fileName, largestTable);
+  std::string text = readWholeFile(fileName, largestTable);
   requirePlainText(text, fileName);
   return text;
 }
