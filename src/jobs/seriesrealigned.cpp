@@ -16,7 +16,7 @@ namespace mirel {
 
 namespace {
 
-using Outcome = RealignedVolume::Outcome;
+using VolumeOutcome = RealignedVolume::Outcome;
 
 std::string namedVolumes(const std::vector<int>& volumes) {
   return (volumes.size() == 1 ? "volume " : "volumes ") + rangesOf(volumes);
@@ -38,8 +38,8 @@ RealignmentRecord recordOf(const Realignment& realignment) {
   record.notPossible = realignment.notPossible;
   for (const RealignedVolume& one : realignment.volumes) {
     record.compared.push_back(one.volume);
-    if (one.outcome == Outcome::moved) record.moved.push_back(one.volume);
-    if (one.outcome == Outcome::refused) record.refused.push_back({one.volume, one.reason});
+    if (one.outcome == VolumeOutcome::moved) record.moved.push_back(one.volume);
+    if (one.outcome == VolumeOutcome::refused) record.refused.push_back({one.volume, one.reason});
   }
   return record;
 }
@@ -48,7 +48,7 @@ RealignmentRecord recordOf(const Realignment& realignment) {
 std::vector<glm::dmat4> motionsOf(const Realignment& realignment, const SeriesInput& input) {
   std::vector<KnownMotion> known;
   for (const RealignedVolume& one : realignment.volumes)
-    if (one.outcome != Outcome::refused) known.push_back({one.volume, one.motion});
+    if (one.outcome != VolumeOutcome::refused) known.push_back({one.volume, one.motion});
   std::vector<glm::dmat4> motions =
       motionsBetween(input.header.volumes, known, middleOf(gridOf(input.header)));
   for (const RealignedVolume& one : realignment.volumes)
