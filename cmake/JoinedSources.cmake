@@ -2,12 +2,7 @@
 # them goes into headers and templates that the others have, too. A file still includes what it uses,
 # and names within a folder differ, those of anonymous namespaces too: the dev preset and those
 # beneath it, and whoever has a compiler launcher, which compares single files, compile without.
-if(CMAKE_CXX_COMPILER_LAUNCHER)
-  set(mirel_unity_default OFF)
-else()
-  set(mirel_unity_default ON)
-endif()
-option(MIREL_UNITY "Compile the files of a folder several at a time" ${mirel_unity_default})
+option(MIREL_UNITY "Compile the files of a folder several at a time" ${mirel_whole_builds})
 
 function(mirel_join_sources target)
   # They would take names of one file for those that another one meant, and GCC the files for headers,

@@ -1,14 +1,7 @@
 # The headers of the standard library and of GLM that most files include are parsed once for all
 # libraries and once for all tests. A file still includes what it uses: the lint preset
 # compiles without (MIREL_PCH=OFF).
-#
-# Off by default under a compiler launcher: those that keep results compare single files.
-if(CMAKE_CXX_COMPILER_LAUNCHER)
-  set(mirel_pch_default OFF)
-else()
-  set(mirel_pch_default ON)
-endif()
-option(MIREL_PCH "Precompile the headers that most files include" ${mirel_pch_default})
+option(MIREL_PCH "Precompile the headers that most files include" ${mirel_whole_builds})
 
 set(MIREL_PRECOMPILED
   <algorithm> <array> <cmath> <cstdint> <filesystem> <fstream> <functional> <limits> <map> <memory>
