@@ -15,7 +15,7 @@ std::string quotedForZsh(const std::string& text) {
 }
 
 /// A text inside of a specification, where colons and brackets have a meaning.
-std::string plain(const std::string& text) {
+std::string escapedForZsh(const std::string& text) {
   std::string safe;
   for (const char character : text) {
     if (character == ':' || character == '[' || character == ']' || character == '\\') safe += '\\';
@@ -42,7 +42,7 @@ std::string zshValueOf(const ListedOption& option) {
     for (const std::string& word : option.words) offered += (offered == "(" ? "" : " ") + word;
     offered += ")";
   }
-  return ":" + plain(option.value) + ":" + offered;
+  return ":" + escapedForZsh(option.value) + ":" + offered;
 }
 
 std::string specificationsOf(const ListedOption& option) {
@@ -54,8 +54,8 @@ std::string specificationsOf(const ListedOption& option) {
     const std::string head = option.many ? "*" : "(" + all + ")";
     const std::string equals = !option.isFlag() && name.starts_with("--") ? "=" : "";
     text += (text.empty() ? "  " : " ") +
-            quotedForZsh(head + name + equals + "[" + plain(brief(option.description)) + "]" +
-                         (option.isFlag() ? "" : zshValueOf(option)));
+            quotedForZsh(head + name + equals + "[" + escapedForZsh(brief(option.description)) +
+                         "]" + (option.isFlag() ? "" : zshValueOf(option)));
   }
   return text;
 }
@@ -72,7 +72,7 @@ std::string specificationsOf(const ListedCommand& command) {
 std::string zshCompletionOf(const ListedCommand& program) {
   std::string names, cases;
   for (const ListedCommand& command : program.commands) {
-    names += "    " + quotedForZsh(command.name + ":" + plain(command.summary())) + "\n";
+    names += "    " + quotedForZsh(command.name + ":" + escapedForZsh(command.summary())) + "\n";
     cases += "    " + command.name + ") _arguments" + specificationsOf(command) + " ;;\n";
   }
   const std::string function = "_" + program.name;
