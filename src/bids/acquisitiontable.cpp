@@ -1,14 +1,11 @@
 #include "bids/acquisitiontable.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
-#include <cstring>
+#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <glm/geometric.hpp>
 #include <glm/matrix.hpp>
-#include <iterator>
 #include <sstream>
 
 #include "base/error.h"
@@ -27,11 +24,7 @@ std::istringstream openTable(const std::string& fileName) {
   std::error_code failure;
   if (std::filesystem::is_directory(fileName, failure))
     throw Error(fileName, "is a directory, not an acquisition table");
-  std::ifstream is(fileName);
-  if (!is) throw Error(fileName, std::string("cannot be opened: ") + std::strerror(errno));
-  if (std::filesystem::file_size(fileName, failure) > largestTable || failure)
-    throw Error(fileName, "is no acquisition table: it is larger than 16 MB, or no ordinary file");
-  const std::string text{std::istreambuf_iterator<char>(is), {}};
+  const std::string text = readWholeFile(fileName, largestTable);
   requirePlainText(text, fileName);
   return std::istringstream(text);
 }

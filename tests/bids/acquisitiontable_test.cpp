@@ -71,6 +71,12 @@ TEST_F(AcquisitionTable, OnlyTheFirstAxisDependsOnTheStorage) {
   EXPECT_EQ(directionIn(grid(1, 0), "1 0 0 0.05"), "i");
 }
 
+// What could not be read is no end of the table.
+TEST_F(AcquisitionTable, AFaultOfReadingIsToldApartFromTheEnd) {
+  EXPECT_EQ(failure([] { bids::readAcquisitionTable("/proc/self/mem"); }),
+            "/proc/self/mem cannot be read: Input/output error");
+}
+
 TEST_F(AcquisitionTable, WhatIsNoTableIsRefusedWithTheRow) {
   EXPECT_THAT(fault(""), AllOf(HasSubstr("acqparams.txt"), HasSubstr("has no rows")));
   EXPECT_THAT(fault("0 1 0 0.05\n0 1 0\n"), HasSubstr("has 3 numbers in row 2"));
