@@ -46,13 +46,19 @@ Volume<float> withStillJacobian(const Volume<float>& unmodulated, const Volume<f
   return unmodulated * jacobianAlongY(shift);
 }
 
-void print(std::uint64_t seed, double noise) {
+// With a volume for each of them.
+Phantom phantomOf(const std::vector<Case>& motions, std::uint64_t seed, double noise) {
   PhantomOptions options;
   options.seed = seed;
   options.noise = noise;
-  options.volumes = static_cast<int>(cases.size());
-  for (const Case& one : cases) options.volumeMotion.push_back(one.motion);
-  const Phantom phantom = makePhantom(options);
+  options.volumes = static_cast<int>(motions.size());
+  for (const Case& one : motions) options.volumeMotion.push_back(one.motion);
+  return makePhantom(options);
+}
+
+void print(std::uint64_t seed, double noise) {
+  const Phantom phantom = phantomOf(cases, seed, noise);
+  const PhantomOptions& options = phantom.options;
   const glm::dmat4 affine =
       headerOn({options.size, options.voxelMm}, nifti::DataType::float32, 1, 2, "").affine();
   const Volume<float>& shift = phantom.shiftVoxels;
@@ -101,12 +107,8 @@ void printError(const VolumeFit& fit, const RigidMotion& motion, const Grid& gri
 }
 
 void printRealigned(std::uint64_t seed, double noise) {
-  PhantomOptions options;
-  options.seed = seed;
-  options.noise = noise;
-  options.volumes = static_cast<int>(realignedCases.size());
-  for (const Case& one : realignedCases) options.volumeMotion.push_back(one.motion);
-  const Phantom phantom = makePhantom(options);
+  const Phantom phantom = phantomOf(realignedCases, seed, noise);
+  const PhantomOptions& options = phantom.options;
   const Grid grid =
       gridOf(headerOn({options.size, options.voxelMm}, nifti::DataType::float32, 1, 2, ""));
   const Volume<float>&shift = phantom.shiftVoxels, none(grid.dims, 0.0F);
