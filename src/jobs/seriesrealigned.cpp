@@ -77,6 +77,7 @@ RealignmentRecord realignSeries(const Volume<float>& shift, const SeriesSettings
   std::vector<int> like;
   for (int t = 0; t < input.header.volumes; ++t)
     if (!std::binary_search(weighted.begin(), weighted.end(), t)) like.push_back(t);
+  const std::optional<int> reference = input.motion ? input.motion->referenceVolume : std::nullopt;
   input.motion.reset();
   RealignmentRecord record;
   if (like.size() < 2) {
@@ -84,7 +85,9 @@ RealignmentRecord realignSeries(const Volume<float>& shift, const SeriesSettings
                                                    : "fewer than two volumes have no gradients";
     return record;
   }
-  const Realignment realignment = realign(seriesOf(input, shift, settings.threads, like, progress));
+  SeriesToRealign series = seriesOf(input, shift, settings.threads, like, progress);
+  series.reference = reference;
+  const Realignment realignment = realign(series);
   record = recordOf(realignment);
   if (!record.notPossible.empty()) return record;
   record.between = weighted;

@@ -12,7 +12,8 @@ namespace mirel {
 
 /// Looks for the motion of the head within a series and sets input.motion where it moved. Volumes
 /// with diffusion gradients get the motion between that of the volumes without around them.
-/// Volumes whose motion is not credible are taken not to have moved.
+/// Volumes whose motion is not credible are taken not to have moved. A motion that was found before
+/// keeps its reference.
 ///
 /// @param shift  the map of the series where the head is at the reference
 /// @param file   that the motion will be written to, for messages

@@ -101,7 +101,8 @@ int typicalVolume(const std::string& file, const std::vector<int>& like, int thr
 Realignment realign(const SeriesToRealign& series) {
   Realignment found;
   nifti::Reader reader(series.file);
-  found.reference = typicalVolume(series.file, series.like, series.threads);
+  found.reference = series.reference ? *series.reference
+                                     : typicalVolume(series.file, series.like, series.threads);
   const VolumeAligner aligner(prepared(reader.readVolume(found.reference), series.background),
                               series.place, series.file);
   if (!aligner.canCompare()) {

@@ -17,6 +17,8 @@ struct SeriesToRealign {
   std::vector<int> like;  ///< volumes of one contrast, counted from 0, ascending
   double background = 0;  ///< added to all intensities
   int threads = 0;        ///< 0: as many as there are cores
+  /// To which the others are held; nothing: the typical one (typicalVolume).
+  std::optional<int> reference = {};
   /// Told how much is done, 0 .. 1, from any thread but never from two at a time.
   std::function<void(double)> done = {};
 };
@@ -57,8 +59,8 @@ RealignedVolume judgedFit(const VolumeFit& fit, const Grid& grid);
 /// Errors  those of nifti::Reader.
 int typicalVolume(const std::string& file, const std::vector<int>& like, int threads);
 
-/// Finds where the head is in the volumes against the one that is typical of them. The result does
-/// not depend on the number of threads.
+/// Finds where the head is in the volumes against the reference. The result does not depend on the
+/// number of threads.
 /// Errors  those of nifti::Reader and of VolumeAligner; what `done` throws.
 Realignment realign(const SeriesToRealign& series);
 
