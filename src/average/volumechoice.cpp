@@ -30,7 +30,8 @@ bool addRange(std::string_view word, std::set<int>& volumes) {
   const std::optional<int> last =
       dash == std::string_view::npos ? first : indexOf(word.substr(dash + 1));
   if (!first || !last || *last < *first || *last - *first > mostListed) return false;
-  for (int n = *first; n <= *last; ++n) volumes.insert(n);
+  for (int n = 0; n <= *last - *first; ++n)
+    volumes.insert(*first + n);  // *last may be the greatest
   return true;
 }
 
