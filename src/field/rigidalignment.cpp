@@ -43,6 +43,19 @@ double RigidAligner::standardErrorMm(const PlacedImage& image, const RigidMotion
   return std::sqrt((AlignmentSample::groups - 1.0) / AlignmentSample::groups * squares);
 }
 
+bool RigidAligner::showsHead(const PlacedImage& image, const RigidMotion& found) const {
+  AlignmentMeasure measure(levels.back(), centre, image, found);
+  const double there = measure.at(found) - 1.0;
+  for (const double mm : {-20.0, -10.0, 10.0, 20.0})
+    for (int axis = 0; axis < 3; ++axis) {
+      glm::dvec3 away(0.0);
+      away[axis] = mm;
+      if (!(there > 2.0 * (measure.at(found.followedBy(away, glm::dvec3(0.0))) - 1.0)))
+        return false;
+    }
+  return true;
+}
+
 double RigidAligner::distanceMm(const RigidMotion& a, const RigidMotion& b) const {
   const glm::dmat3 turn = a.rotation() - b.rotation();
   const glm::dvec3 shift = a.translationMm - b.translationMm;

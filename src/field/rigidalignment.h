@@ -51,6 +51,12 @@ class RigidAligner {
   /// Jackknife, the Bootstrap and Other Resampling Plans, SIAM 1982).
   double standardErrorMm(const PlacedImage& image, const RigidMotion& found) const;
 
+  /// Whether `image` shows the head at all where a motion brings it: the measure (less 1) is more
+  /// than twice that of every place 10 and 20 mm away along x, y and z. It is some three times that
+  /// for heads whatever the contrast, and about the same everywhere in noise, which has a best
+  /// place, too.
+  bool showsHead(const PlacedImage& image, const RigidMotion& found) const;
+
   /// Root mean square over the head of the distance between where two motions bring it, in mm.
   double distanceMm(const RigidMotion& a, const RigidMotion& b) const;
 

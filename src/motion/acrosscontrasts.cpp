@@ -40,7 +40,8 @@ std::optional<glm::dmat4> AcrossContrasts::align(const Volume<float>& image,
     const AlignmentFit fit =
         aligner.align(corrected, {}, round == 0 ? AlignmentRange::wide : AlignmentRange::nearby);
     const FoundMotion found = judgedMotion(aligner, corrected, fit);
-    if (found.outcome == Outcome::refused) return std::nullopt;
+    if (found.outcome == Outcome::refused || !aligner.showsHead(corrected, fit.motion))
+      return std::nullopt;
     if (found.outcome == Outcome::notMoved) break;
     motion = motion * matrixOf(fit.motion, aligner.centreMm());
   }

@@ -18,8 +18,9 @@ class AcrossContrasts {
                   const std::string& name);
 
   /// Looks for the motion from one on that is about right: the volume is corrected with it and
-  /// aligned, twice. Nothing where what is left is not credible (judgedMotion); `start` as it is
-  /// where the head is not displaced from there by more than could be chance.
+  /// aligned, twice. Nothing where what is left is not credible (judgedMotion), or the volume shows
+  /// no head (RigidAligner::showsHead); `start` as it is where the head is not displaced from there
+  /// by more than could be chance.
   std::optional<glm::dmat4> align(const Volume<float>& image, const glm::dmat4& start) const;
 
  private:

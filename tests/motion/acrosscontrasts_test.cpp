@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <glm/gtc/matrix_transform.hpp>
 #include <glm/matrix.hpp>
+#include <random>
 
 #include "motion/credible.h"
 #include "numerics/fft/fftw.h"
@@ -12,7 +14,9 @@
 
 namespace mirel {
 
-TEST(AcrossContrasts, FindTheMotionFromOneThatIsAboutRight) {
+namespace {
+
+PhantomOptions movedHead() {
   bindEngine();
   PhantomOptions options;
   options.size = {48, 56, 32};
@@ -22,9 +26,19 @@ TEST(AcrossContrasts, FindTheMotionFromOneThatIsAboutRight) {
   options.volumeMotion = {{}, {{-2, 2, 2}, {2, -2, 3}}};
   options.volumes = 2;
   options.seriesEchoSeconds = 0.03;  // another contrast than the spin echoes of the pair
+  return options;
+}
+
+Grid gridOfHead(const PhantomOptions& options) {
+  return gridOf(headerOn({options.size, options.voxelMm}, nifti::DataType::float32, 1, 2, ""));
+}
+
+}  // namespace
+
+TEST(AcrossContrasts, FindTheMotionFromOneThatIsAboutRight) {
+  const PhantomOptions options = movedHead();
   const Phantom phantom = makePhantom(options);
-  const Grid grid =
-      gridOf(headerOn({options.size, options.voxelMm}, nifti::DataType::float32, 1, 2, ""));
+  const Grid grid = gridOfHead(options);
   const AcrossContrasts aligner(phantom.ap, {grid, phantom.shiftVoxels, 1}, "head");
   glm::dmat4 truth(options.volumeMotion[1].rotation());
   truth[3] = glm::dvec4(options.volumeMotion[1].translationMm, 1.0);
@@ -38,6 +52,22 @@ TEST(AcrossContrasts, FindTheMotionFromOneThatIsAboutRight) {
   // From the right motion on nothing changes.
   EXPECT_LT(displacementMm(*aligner.align(moved, truth) * glm::inverse(truth), grid), 1e-9);
   EXPECT_EQ(*aligner.align(phantom.seriesVolume(0), glm::dmat4(1.0)), glm::dmat4(1.0));
+}
+
+// Noise has a best place, too, and parts of it tell about the same one.
+TEST(AcrossContrasts, TakeNoMotionOfNoise) {
+  const PhantomOptions options = movedHead();
+  const Phantom phantom = makePhantom(options);
+  const AcrossContrasts aligner(phantom.ap, {gridOfHead(options), phantom.shiftVoxels, 1}, "head");
+  std::mt19937 generator(3);
+  std::normal_distribution<float> normal(0.0F, 60.0F);
+  const Volume<float> moved = phantom.seriesVolume(1);
+  for (const float signal : {0.0F, 0.0F, 0.0F, 0.0F, 0.05F, 0.05F, 0.05F, 0.05F}) {
+    Volume<float> noise(options.size);
+    for (int n = 0; n < noise.size(); ++n)
+      noise.data()[n] = std::hypot(normal(generator) + signal * moved.data()[n], normal(generator));
+    EXPECT_FALSE(aligner.align(noise, glm::dmat4(1.0))) << signal;
+  }
 }
 
 }  // namespace mirel
