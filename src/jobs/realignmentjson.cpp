@@ -17,6 +17,7 @@ Json realignmentJson(const RealignmentRecord& found) {
   for (const RealignmentRecord::Refused& one : found.refused)
     refused.push_back({{"Volume", one.volume}, {"Reason", one.reason}});
   if (!found.refused.empty()) json["VolumesRefused"] = refused;
+  if (!found.uncertain.empty()) json["VolumesUncertain"] = countOf(found.uncertain);
   if (!found.across.empty()) json["VolumesAcrossContrasts"] = countOf(found.across);
   if (!found.between.empty()) json["VolumesBetween"] = countOf(found.between);
   return json;

@@ -24,6 +24,7 @@ using Outcome = RealignedVolume::Outcome;
 constexpr double leastVoxels = 0.01;
 constexpr double leastStandardErrors = 3;
 constexpr double largestStandardErrorMm = 1;
+constexpr double worthAWordMm = 0.5;
 constexpr double leastCorrelation = 0.5;
 constexpr double leastCovered = 0.3;
 
@@ -68,6 +69,8 @@ RealignedVolume judgedFit(const VolumeFit& fit, const Grid& grid) {
     found.outcome = Outcome::refused;
   else if (found.displacementMm >= least)
     found.outcome = Outcome::moved;
+  else if (found.displacementMm >= worthAWordMm)
+    found.outcome = Outcome::uncertain;
   if (found.outcome == Outcome::moved) found.motion = fit.motion;
   return found;
 }

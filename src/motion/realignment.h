@@ -27,8 +27,9 @@ struct SeriesToRealign {
 struct RealignedVolume {
   enum class Outcome {
     moved,
-    notMoved,  ///< not by more than could be chance
-    refused,   ///< what was found is no motion of the head
+    notMoved,   ///< not by more than could be chance
+    uncertain,  ///< the same, but chance could be half a millimetre or more, as in another contrast
+    refused,    ///< what was found is no motion of the head
   };
   int volume = 0;
   Outcome outcome = Outcome::notMoved;
@@ -47,11 +48,13 @@ struct Realignment {
 
 /// Judges what a VolumeAligner found.
 ///
-/// Moved    the head was displaced by a hundredth of the grid's longest voxel edge or more, and by
-///          3 standard errors.
-/// Refused  a correlation below 0.5; no end of the search; a displacement of the grid's middle by
-///          more than 40 mm or a rotation by more than 30 degrees; less than 3/10 of the places
-///          compared in the volume; a standard error above 1 mm.
+/// Moved      the head was displaced by a hundredth of the grid's longest voxel edge or more, and
+/// by
+///            3 standard errors.
+/// Uncertain  not moved so, but displaced by half a millimetre or more.
+/// Refused    a correlation below 0.5; no end of the search; a displacement of the grid's middle by
+///            more than 40 mm or a rotation by more than 30 degrees; less than 3/10 of the places
+///            compared in the volume; a standard error above 1 mm.
 RealignedVolume judgedFit(const VolumeFit& fit, const Grid& grid);
 
 /// The volume of `like` that differs least from the mean of all of them, by the sum of absolute

@@ -112,6 +112,23 @@ TEST_F(VolumeAlignment, RefusesWhatShowsNoHead) {
   EXPECT_EQ(judgedFit(far, grid).reason, "its search comes to no end");
 }
 
+TEST_F(VolumeAlignment, WhatCouldBeChanceIsToldFromAHeadThatKeptStill) {
+  using Outcome = RealignedVolume::Outcome;
+  VolumeFit fit;
+  fit.converged = true;
+  fit.correlation = fit.covered = 1;
+  fit.standardErrorMm = 0.3;
+  const auto outcomeOf = [&](double mm) {
+    fit.motion[3][0] = mm;
+    return judgedFit(fit, grid).outcome;
+  };
+  EXPECT_EQ(outcomeOf(0.4), Outcome::notMoved);
+  EXPECT_EQ(outcomeOf(0.6), Outcome::uncertain);
+  EXPECT_EQ(outcomeOf(1.0), Outcome::moved);
+  outcomeOf(0.6);
+  EXPECT_EQ(judgedFit(fit, grid).motion, glm::dmat4(1.0));
+}
+
 TEST_F(VolumeAlignment, NeedsAHeadToCompare) {
   const Volume<float> empty(grid.dims, 0.0F);
   EXPECT_FALSE(VolumeAligner(empty, {grid, phantom->shiftVoxels, 1}, "nothing").canCompare());
