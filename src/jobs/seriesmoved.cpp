@@ -82,6 +82,14 @@ void tellOfOutside(const SeriesInput& input, const Volume<float>& corrected, Ser
                             "there (of all volumes that is the most)");
 }
 
+// What was refused is at no known place.
+std::vector<int> atKnownPlaces(std::vector<int> volumes, const SeriesRecord& record) {
+  if (!record.realignment) return volumes;
+  for (const RealignmentRecord::Refused& one : record.realignment->refused)
+    std::erase(volumes, one.volume);
+  return volumes;
+}
+
 }  // namespace
 
 std::vector<int> likeVolumes(const SeriesInput& input) {
@@ -137,9 +145,10 @@ void judgeMotion(const SeriesInput& input, const Volume<float>& shift,
       motion.largestVolume = t;
     }
   tellOfReference(input, record);
-  motion.check = checkMotion({input.file, gridOf(input.header), likeVolumes(input), shift,
-                              input.acquisition.direction->value.axis, record.background},
-                             *input.motion);
+  motion.check =
+      checkMotion({input.file, gridOf(input.header), atKnownPlaces(likeVolumes(input), record),
+                   shift, input.acquisition.direction->value.axis, record.background},
+                  *input.motion);
   tellOfCheck(input, motion.check, record, notes);
   tellOfOutside(input, corrected, record);
   for (const FileStamp& file : input.motion->stamps) file.requireUnchanged();
