@@ -5,6 +5,7 @@
 #include <map>
 
 #include "base/joined.h"
+#include "bids/name.h"
 #include "jobs/seriescorrection.h"
 #include "jobs/seriesmoved.h"
 #include "motion/credible.h"
@@ -37,6 +38,7 @@ RealignmentRecord recordOf(const Realignment& realignment) {
   for (const RealignedVolume& one : realignment.volumes) {
     record.compared.push_back(one.volume);
     if (one.outcome == RealignedVolume::Outcome::moved) record.moved.push_back(one.volume);
+    if (one.outcome == RealignedVolume::Outcome::uncertain) record.uncertain.push_back(one.volume);
     if (one.outcome == RealignedVolume::Outcome::refused)
       record.refused.push_back({one.volume, one.reason});
   }
@@ -69,6 +71,22 @@ void alignWeighted(const SeriesToRealign& series, RealignmentRecord& record,
   }
 }
 
+// Why there is nothing to compare, of a series in which `unweighted` volumes have no gradients;
+// empty: there is.
+std::string whyNotPossible(const SeriesInput& input, std::size_t unweighted, bool weightedToo) {
+  if (input.header.volumes == 1) return "it has one volume";
+  const bool hasTable =
+      std::any_of(input.gradientFiles.begin(), input.gradientFiles.end(),
+                  [](const FileStamp& file) { return file.fileName().ends_with(".bval"); });
+  if (!hasTable && bids::Name::of(input.file).suffix == "dwi")
+    return "no .bval beside it tells which of its volumes have diffusion gradients, and those "
+           "cannot be compared with the others";
+  if (unweighted < 2)
+    return std::string("fewer than two volumes have no gradients") +
+           (weightedToo ? ", from whose motion that of the others would be looked for" : "");
+  return {};
+}
+
 }  // namespace
 
 RealignmentRecord realignSeries(const Volume<float>& shift, const SeriesSettings& settings,
@@ -80,11 +98,8 @@ RealignmentRecord realignSeries(const Volume<float>& shift, const SeriesSettings
   const std::optional<int> reference = input.motion ? input.motion->referenceVolume : std::nullopt;
   input.motion.reset();
   RealignmentRecord record;
-  if (like.size() < 2) {
-    record.notPossible = input.header.volumes == 1 ? "it has one volume"
-                                                   : "fewer than two volumes have no gradients";
-    return record;
-  }
+  record.notPossible = whyNotPossible(input, like.size(), settings.realignWeighted);
+  if (!record.notPossible.empty()) return record;
   SeriesToRealign series = seriesOf(input, shift, settings.threads, like, progress);
   series.reference = reference;
   const Realignment realignment = realign(series);
@@ -121,6 +136,12 @@ void tellOfRealignment(const SeriesInput& input, SeriesRecord& record, std::vect
                               input.file + " is not credible, since " + reason +
                               ": the head is taken to be at its place in volume " +
                               std::to_string(found.reference));
+  if (!found.uncertain.empty())
+    record.warnings.push_back(
+        "whether the head has moved in " + namedVolumes(found.uncertain) + " of " + input.file +
+        " cannot be told: half a millimetre or more was found against volume " +
+        std::to_string(found.reference) +
+        ", which could be chance, as with another contrast: it is left where it is");
   if (found.between.empty()) return;
   const std::string instead =
       ": they get the motion between that of the volumes without gradients before and after them";

@@ -83,6 +83,10 @@ TEST_F(RealignEdges, NamesVolumesThatShowNoHead) {
                                     " is not credible, since it does not resemble the reference"));
   EXPECT_EQ(realignment().at("VolumesMoved"), 2);
   EXPECT_EQ(realignment().at("VolumesRefused").size(), 2U);
+  // Neither of these has a part in the check, though they are left where they are.
+  const auto check =
+      nlohmann::json::parse(folder.read("r.json"))["Mirel"]["Series"]["Motion"]["Check"];
+  EXPECT_EQ(check.at("Verdict"), "right") << check;
   const std::vector<glm::dmat4> motion = found();
   for (const std::size_t t : {0U, 1U, 3U, 4U, 6U}) EXPECT_EQ(motion[t], glm::dmat4(1.0)) << t;
   for (const std::size_t t : {2U, 5U}) EXPECT_NE(motion[t], glm::dmat4(1.0)) << t;
@@ -111,6 +115,14 @@ TEST_F(RealignEdges, TwoVolumesWithHoles) {
   const std::size_t moved = whole[0] == glm::dmat4(1.0) ? 1 : 0;
   for (int axis = 0; axis < 3; ++axis)
     EXPECT_NEAR(found()[moved][3][axis], whole[moved][3][axis], 0.02) << axis;
+}
+
+TEST_F(RealignEdges, DiffusionSeriesNeedTheirTable) {
+  const std::string image = write("x_dwi", {0, 1, 0});
+  const ProgramResult result = applyTo(image, {"--realign"});
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_THAT(result.err, HasSubstr("no motion was looked for within " + image +
+                                    ", since no .bval beside it tells"));
 }
 
 // Of b = 0 are volumes 0, 2 and 6.
