@@ -143,6 +143,14 @@ std::string realignmentText(const SeriesRecord& series) {
   if (!series.motion)
     return series.file + ": in none of " + of + " the head has moved" + against +
            " by more than could be chance\n";
+  if (!found.across.empty())
+    return series.file + ": in " + std::to_string(found.moved.size()) + " of " + of +
+           " without gradients the head has moved" + against + ", " +
+           std::to_string(found.across.size()) +
+           " with gradients were aligned to it by themselves; of all, the head has moved by up "
+           "to " +
+           text("%.2f", series.motion->largestMm) + " mm (volume " +
+           std::to_string(series.motion->largestVolume) + "), and is brought back there\n";
   return series.file + ": in " + std::to_string(found.moved.size()) + " of " + of +
          " the head has moved" + against + ", by up to " + text("%.2f", series.motion->largestMm) +
          " mm (volume " + std::to_string(series.motion->largestVolume) +

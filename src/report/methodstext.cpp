@@ -128,6 +128,13 @@ class Writer {
       add("That motion was found by rigid alignment of the volumes of a series to one of them, by "
           "least squares of intensities " +
           cited({realigned}) + " with the distortion in the model.");
+    const bool across =
+        std::any_of(run.series.begin(), run.series.end(), [](const SeriesRecord& s) {
+          return s.realignment && s.motion && !s.realignment->across.empty();
+        });
+    if (across)
+      add("Volumes with diffusion gradients were aligned by normalised mutual information " +
+          cited({information}) + ".");
     const bool moved = std::any_of(run.series.begin(), run.series.end(), [](const SeriesRecord& s) {
       return s.alignment && s.alignment->moved();
     });
