@@ -7,9 +7,9 @@ Option* addInterpolationOption(Command* command, std::optional<InterpolationKern
       ->add_option_function(
           "--interpolation",
           [&kernel](const std::string& word) { kernel = interpolationKernelOf(word); },
-          "How values between voxels are found: linear (blurs, never rings), cubic (B-splines)\n"
-          "or lanczos (a windowed sinc of 3 lobes: the sharpest; rings beside edges). The map\n"
-          "and all that is judged stay the same (default: cubic)")
+          "How values between voxels are found: linear (blurs, but never overshoots beside\n"
+          "edges), cubic (B-splines) or lanczos (a sinc of 3 lobes to each side, windowed).\n"
+          "The map and all that is judged stay the same (default: cubic)")
       ->type_name("NAME")
       ->one_of({"linear", "cubic", "lanczos"});
 }

@@ -11,9 +11,9 @@
 namespace mirel {
 
 enum class InterpolationKernel {
-  linear,   ///< between the two nearest samples: no ringing, but it blurs
+  linear,   ///< between the two nearest samples: never beyond them, but it blurs
   cubic,    ///< cubic B-splines through the samples (numerics/bspline.h)
-  lanczos,  ///< a sinc of three lobes to each side: the sharpest, it rings beside edges
+  lanczos,  ///< a sinc of three lobes to each side: a little sharper still
 };
 
 /// "linear", "cubic" or "lanczos".
@@ -41,7 +41,8 @@ RowTaps linearTaps(double position, int n);
 ///   L(x) = sinc(x) sinc(x / 3) for |x| < 3, else 0,   sinc(x) = sin(pi x) / (pi x),
 ///   the sample i having the weight L(position - i) / sum over the row's samples of L(position - i)
 ///
-/// so that constants are exact up to the ends of the row.
+/// so that constants are exact up to the ends of the row. Beside a step it overshoots by up to 12 %
+/// of its height (the cubic spline: 11 %).
 ///
 /// Samples  As for linearTaps at whole positions.
 /// Edges    Beyond the ends linearTaps: values fall to 0 within one voxel, without ringing.
