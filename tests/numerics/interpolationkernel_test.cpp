@@ -19,7 +19,7 @@ namespace {
 
 using Kernel = InterpolationKernel;
 
-double valueAt(const RowTaps& taps, const std::vector<float>& row) {
+double valueOf(const RowTaps& taps, const std::vector<float>& row) {
   return weightedSum(taps, row.data(), 1);
 }
 
@@ -79,7 +79,7 @@ TEST(RowTaps, AreOfTheSampleAloneAtWholePositions) {
       }
   const std::vector<float> zeros = {3.0F, -0.0F, 5.0F};
   for (const Kernel kernel : {Kernel::linear, Kernel::lanczos})
-    EXPECT_TRUE(std::signbit(valueAt(rowTaps(kernel, 1.0, 3), zeros)));
+    EXPECT_TRUE(std::signbit(valueOf(rowTaps(kernel, 1.0, 3), zeros)));
 }
 
 TEST(RowTaps, SumToOneWithinTheRow) {
@@ -114,7 +114,7 @@ TEST(LinearTaps, AreExactOnStraightLines) {
   std::vector<float> row;
   for (int i = 0; i < 9; ++i) row.push_back(static_cast<float>(0.25 * i - 3));
   for (int i = 0; i <= 8 * 64; ++i)
-    EXPECT_EQ(valueAt(linearTaps(i / 64.0, 9), row), 0.25 * (i / 64.0) - 3);
+    EXPECT_EQ(valueOf(linearTaps(i / 64.0, 9), row), 0.25 * (i / 64.0) - 3);
 }
 
 TEST(LanczosTaps, AreTheDefinition) {
@@ -159,8 +159,8 @@ TEST(LanczosTaps, KeepWavesThatLinearOnesBlur) {
   double ofLinear = 0, ofLanczos = 0;
   for (int i = 0; i < 64 * 10; ++i) {
     const double x = 15 + i / 64.0;
-    ofLinear = std::max(ofLinear, std::abs(valueAt(linearTaps(x, 40), row) - wave(x)));
-    ofLanczos = std::max(ofLanczos, std::abs(valueAt(lanczosTaps(x, 40), row) - wave(x)));
+    ofLinear = std::max(ofLinear, std::abs(valueOf(linearTaps(x, 40), row) - wave(x)));
+    ofLanczos = std::max(ofLanczos, std::abs(valueOf(lanczosTaps(x, 40), row) - wave(x)));
   }
   EXPECT_GT(ofLinear, 0.15);
   EXPECT_LT(ofLanczos, 0.03);
