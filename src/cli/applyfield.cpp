@@ -2,6 +2,7 @@
 
 #include "base/error.h"
 #include "cli/directionoption.h"
+#include "cli/interpolationoption.h"
 #include "cli/numbers.h"
 #include "cli/reportfacts.h"
 #include "cli/runjob.h"
@@ -18,6 +19,7 @@ ApplyFieldOptions jobOf(const ApplyFieldArguments& arguments,
   job.seriesSettings.realign = arguments.motion.realign;
   job.seriesSettings.realignWeighted = arguments.motion.realignWeighted;
   if (arguments.modulate) job.seriesSettings.modulation = Modulation::on;
+  if (arguments.interpolation) job.seriesSettings.interpolation = *arguments.interpolation;
   if (!arguments.given.sidecar.empty() && images.size() > 1)
     throw Error("--sidecar is for one image, but " + std::to_string(images.size()) + " are given");
   const GivenMotion motion = motionOf(arguments.motion);
@@ -81,6 +83,7 @@ ImageCommandOptions addApplyFieldOptions(Command* command, ApplyFieldArguments& 
   forImages(command->add_flag("--modulate", arguments.modulate,
                               "Multiply intensities by the Jacobian, the local density change\n"
                               "(default: off)"));
+  forImages(addInterpolationOption(command, arguments.interpolation));
   forImages(command->add_flag("--float", arguments.job.seriesSettings.floatOutput,
                               "Write 32-bit floats (default: the data type of RUN, rounded)"));
   Option* warp =

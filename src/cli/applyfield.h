@@ -1,11 +1,13 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "cli/commandline.h"
 #include "cli/motionoption.h"
 #include "jobs/applyfield.h"
+#include "numerics/interpolationkernel.h"
 
 namespace mirel {
 
@@ -16,6 +18,7 @@ struct ApplyFieldArguments {
   ApplyFieldOptions job;
   bids::GivenAcquisition given;
   MotionArguments motion;
+  std::optional<InterpolationKernel> interpolation;
   std::string anatomy;
   bool modulate = false, quiet = false, noReport = false, noViewer = false;
 };

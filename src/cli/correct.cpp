@@ -2,6 +2,7 @@
 
 #include "cli/command.h"
 #include "cli/directionoption.h"
+#include "cli/interpolationoption.h"
 #include "cli/motionoption.h"
 #include "cli/numbers.h"
 #include "cli/reportfacts.h"
@@ -27,7 +28,8 @@ struct CorrectCommandOptions {
   std::vector<std::string> runs;
   bids::GivenAcquisition ofRuns;
   MotionArguments motion;  ///< within the runs
-  int volumeB = -1;        // below 0: that of A
+  std::optional<InterpolationKernel> interpolation;
+  int volumeB = -1;  // below 0: that of A
   int mean = 0;
   int meanB = 0;  // 0: as for A
   std::string volumes, volumesB;
@@ -78,6 +80,7 @@ void settle(CorrectCommandOptions& options) {
   job.results.headMask = options.headMask;
   if (options.modulate) job.estimate.modulation = Modulation::on;
   if (options.noModulate) job.estimate.modulation = Modulation::off;
+  if (options.interpolation) job.estimate.interpolation = *options.interpolation;
   job.joinSeries = options.restore;
   job.seriesSettings.realign = options.motion.realign;
   job.seriesSettings.realignWeighted = options.motion.realignWeighted;
@@ -115,6 +118,9 @@ void checkPair(const CorrectCommandOptions& options) {
 void checkRestore(const CorrectCommandOptions& options, bool search) {
   if (!options.restore) return;
   if (options.noModulate) refuseTogether("--restore", "--no-modulate");
+  if (options.interpolation)
+    refuseTogether("--restore",
+                   "--interpolation, since it joins by least squares and interpolates nothing");
   if (!options.modulate && (search || options.estimator == nameOf(Estimator::search)))
     refuseTogether("--restore", "the search without --modulate");
   if (options.runs.size() < 2)
@@ -338,6 +344,7 @@ void addEstimateOptions(Command* command, CorrectCommandOptions& options) {
       ->add_flag("--no-modulate", options.noModulate,
                  "Move intensities only: signal that piled up stays bright")
       ->excludes(modulate);
+  addInterpolationOption(command, options.interpolation);
 }
 
 }  // namespace

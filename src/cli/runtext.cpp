@@ -80,6 +80,18 @@ std::string textOf(const PairFindings& found, const EstimateSettings& settings) 
          ")\n" + verdictText(found.verdict);
 }
 
+const char* interpolationText(InterpolationKernel kernel) {
+  switch (kernel) {
+    case InterpolationKernel::linear:
+      return "Interpolation of the corrected images: linear\n";
+    case InterpolationKernel::lanczos:
+      return "Interpolation of the corrected images: Lanczos, 3 lobes\n";
+    case InterpolationKernel::cubic:
+      break;
+  }
+  return "Interpolation of the corrected images: cubic B-splines\n";
+}
+
 const char* sentenceOf(SignCheck::Verdict verdict) {
   switch (verdict) {
     case SignCheck::Verdict::right:
@@ -172,6 +184,7 @@ std::string textOf(const RunRecord& run) {
       text += image->title() + ": " + textOf(image->acquisition, image->options.file) + "\n";
     text += textOf(run.pair->findings, run.pair->settings);
   }
+  if (run.pair || !run.series.empty()) text += interpolationText(run.seriesSettings.interpolation);
   for (const SeriesRecord& series : run.series) {
     text += textOf(series);
     if (series.alignment) text += alignmentText(series, run.pair ? "the pair" : "the reference");

@@ -71,12 +71,14 @@ bool hasResult(const std::string& stem, const std::optional<Json>& record,
   return record && hasImage(stem) && record->textOf("Version") == version;
 }
 
+bool isByCubicSplines(const Json& options) { return options.textOf("Interpolation") == "cubic"; }
+
 bool isOfPair(const Json& record, const PairSource& a, const PairSource& b) {
   const Json &inputs = record.at("Inputs"), &options = record.at("Options");
   return options.textOf("Estimator") == "mass-preserving" &&
          options.at("EstimateMotion").dump() == "true" &&
-         options.at("Modulation").dump() == "true" && isVolume(inputs.at(0), a) &&
-         isVolume(inputs.at(1), b);
+         options.at("Modulation").dump() == "true" && isByCubicSplines(options) &&
+         isVolume(inputs.at(0), a) && isVolume(inputs.at(1), b);
 }
 
 }  // namespace
@@ -108,7 +110,8 @@ bool isSeriesUpToDate(const std::string& stem, const std::string& series, const 
   if (!hasResult(stem, record, version)) return false;
   const Json& source = record->contains("Field") ? record->at("Field") : record->part("Map");
   const Json& options = record->at("Options");
-  return options.at("Modulation").dump() == "true" && options.at("FloatOutput").dump() == "false" &&
+  return options.at("Modulation").dump() == "true" && isByCubicSplines(options) &&
+         options.at("FloatOutput").dump() == "false" &&
          record->at("Series").contains("Alignment") == aligned && hasGradients(stem, series) &&
          source.textOf("SHA256") == sums.of(field) && isOfFile(record->at("Series"), series, sums);
 } catch (const std::exception&) {

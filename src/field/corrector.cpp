@@ -35,8 +35,10 @@ Volume<float> jacobianAlongY(const Volume<float>& shift, std::int64_t* folded) {
   return jacobian;
 }
 
-Corrector::Corrector(const Volume<float>& map, int alongAxis, Modulation modulation)
+Corrector::Corrector(const Volume<float>& map, int alongAxis, Modulation modulation,
+                     InterpolationKernel kernel)
     : axis(alongAxis), shift(map, alongAxis) {
+  if (kernel != InterpolationKernel::cubic) weighted.emplace(*shift, kernel);
   Volume<float> density = jacobianAlongY(*shift, &folded);
   if (modulation == Modulation::on) jacobian = std::move(density);
 }
@@ -48,16 +50,20 @@ void Corrector::correct(const Volume<float>& image, Volume<float>& result, Scrat
   if (!alongY) exchangeWithY(image, axis, scratch.in);
   Volume<float>& corrected = alongY ? result : scratch.out;
   prepare(corrected, shift->dimensions());
-  applyVdmYSpline(corrected, alongY ? image : scratch.in, *shift, /*reverse=*/false);
+  const Volume<float>& source = alongY ? image : scratch.in;
+  if (weighted)
+    weighted->resample(source, *shift, corrected);
+  else
+    applyVdmYSpline(corrected, source, *shift, /*reverse=*/false);
   if (jacobian.size() > 0) corrected *= jacobian;
   if (!alongY) exchangeWithY(corrected, axis, result);
 }
 
 Volume<float> correctVolume(const Volume<float>& image, const Volume<float>& shift, int axis,
-                            Modulation modulation) {
+                            Modulation modulation, InterpolationKernel kernel) {
   Volume<float> result;
   Corrector::Scratch scratch;
-  Corrector(shift, axis, modulation).correct(image, result, scratch);
+  Corrector(shift, axis, modulation, kernel).correct(image, result, scratch);
   return result;
 }
 

@@ -22,8 +22,9 @@ void checkMatrix(const glm::dmat4& m) {
 
 }  // namespace
 
-MovedCorrector::MovedCorrector(const Volume<float>& map, int alongAxis, Modulation modulation)
-    : shift(map), axis(alongAxis) {
+MovedCorrector::MovedCorrector(const Volume<float>& map, int alongAxis, Modulation modulation,
+                               InterpolationKernel by)
+    : shift(map), axis(alongAxis), kernel(by) {
   if (modulation == Modulation::off) return;
   for (int along = 0; along < 3; ++along) slopes.push_back(slopeAlong(map, along));
 }
@@ -35,18 +36,24 @@ void MovedCorrector::correct(const Volume<float>& image, const glm::dmat4& toVol
   checkMatrix(toVolume);
   if (result.dimensions() != image.dimensions() || result.data() == nullptr)
     result = Volume<float>(image.dimensions());
-  scratch.coefficients.assign(image.data(), image.data() + image.size());
-  convertToBSplineCoeff3D(scratch.coefficients.data(), image.nx(), image.ny(), image.nz());
+  if (kernel == InterpolationKernel::cubic) {
+    scratch.coefficients.assign(image.data(), image.data() + image.size());
+    convertToBSplineCoeff3D(scratch.coefficients.data(), image.nx(), image.ny(), image.nz());
+  }
   const std::size_t slice =
       static_cast<std::size_t>(image.nx()) * static_cast<std::size_t>(image.ny());
   for (std::vector<double>* list : {&scratch.x, &scratch.y, &scratch.z, &scratch.values})
     list->resize(slice);
-  for (int z = 0; z < image.nz(); ++z) evaluateSlice(z, toVolume, result, scratch);
+  for (int z = 0; z < image.nz(); ++z) {
+    placeSlice(z, toVolume, scratch);
+    evaluateSlice(image, scratch);
+    std::transform(scratch.values.begin(), scratch.values.end(), &result.at(0, 0, z),
+                   [](double v) { return static_cast<float>(v); });
+  }
   if (!slopes.empty()) modulate(toVolume, result);
 }
 
-void MovedCorrector::evaluateSlice(int z, const glm::dmat4& toVolume, Volume<float>& result,
-                                   Scratch& scratch) const {
+void MovedCorrector::placeSlice(int z, const glm::dmat4& toVolume, Scratch& scratch) const {
   const glm::ivec3 n = shift.dimensions();
   const float* shifts = &shift.at(0, 0, z);
   std::size_t at = 0;
@@ -56,7 +63,7 @@ void MovedCorrector::evaluateSlice(int z, const glm::dmat4& toVolume, Volume<flo
       p[axis] += static_cast<double>(shifts[at]);
       for (int other = 0; other < 3; ++other) {
         if (other == axis) continue;
-        // Where the spline is 0, whatever the volume holds.
+        // Where every kernel is 0, whatever the volume holds.
         p[other] =
             isMeasured(p[other], n[other]) ? std::clamp(p[other], 0.0, n[other] - 1.0) : -2.0;
       }
@@ -64,10 +71,17 @@ void MovedCorrector::evaluateSlice(int z, const glm::dmat4& toVolume, Volume<flo
       scratch.y[at] = p.y;
       scratch.z[at] = p.z;
     }
-  evalBSpline3D(scratch.coefficients.data(), n.x, n.y, n.z, scratch.x.data(), scratch.y.data(),
-                scratch.z.data(), static_cast<int>(at), scratch.values.data());
-  std::transform(scratch.values.begin(), scratch.values.end(), &result.at(0, 0, z),
-                 [](double v) { return static_cast<float>(v); });
+}
+
+void MovedCorrector::evaluateSlice(const Volume<float>& image, Scratch& scratch) const {
+  const std::size_t slice = scratch.values.size();
+  if (kernel == InterpolationKernel::cubic)
+    return evalBSpline3D(scratch.coefficients.data(), image.nx(), image.ny(), image.nz(),
+                         scratch.x.data(), scratch.y.data(), scratch.z.data(),
+                         static_cast<int>(slice), scratch.values.data());
+  for (std::size_t at = 0; at < slice; ++at)
+    scratch.values[at] =
+        interpolatedAt(image, kernel, {scratch.x[at], scratch.y[at], scratch.z[at]});
 }
 
 void MovedCorrector::modulate(const glm::dmat4& toVolume, Volume<float>& result) const {

@@ -23,29 +23,34 @@ namespace mirel {
 class MovedCorrector {
  public:
   /// `shift`: as for Corrector; it outlives the object.
-  MovedCorrector(const Volume<float>& shift, int axis, Modulation modulation);
-  MovedCorrector(Volume<float>&&, int, Modulation) = delete;
+  MovedCorrector(const Volume<float>& shift, int axis, Modulation modulation,
+                 InterpolationKernel kernel = InterpolationKernel::cubic);
+  MovedCorrector(Volume<float>&&, int, Modulation,
+                 InterpolationKernel = InterpolationKernel::cubic) = delete;
 
   /// Memory of one worker, used again from volume to volume.
   struct Scratch {
     std::vector<double> coefficients, x, y, z, values;
   };
 
-  /// Cubic B-splines in three dimensions, computed in double. Along the encoded axis values decay
-  /// to 0 within two voxels beyond the borders, as they do without motion; along the others the
+  /// The kernel along all three axes, computed in double: cubic B-splines, or weighted samples
+  /// (interpolatedAt). Along the encoded axis values decay to 0 within two voxels beyond the
+  /// borders, of weighted samples within one, as they do without motion; along the others the
   /// border's value holds for half a voxel, and what lies farther out was not measured: it is 0.
+  /// Where nothing moved weighted samples give Corrector's bits, without modulation.
   /// Voxels of `image` that are not finite must have been replaced.
   /// Errors  std::logic_error for other dimensions, or a matrix that is not finite or singular.
   void correct(const Volume<float>& image, const glm::dmat4& toVolume, Volume<float>& result,
                Scratch& scratch) const;
 
  private:
-  void evaluateSlice(int z, const glm::dmat4& toVolume, Volume<float>& result,
-                     Scratch& scratch) const;
+  void placeSlice(int z, const glm::dmat4& toVolume, Scratch& scratch) const;
+  void evaluateSlice(const Volume<float>& image, Scratch& scratch) const;
   void modulate(const glm::dmat4& toVolume, Volume<float>& result) const;
 
   const Volume<float>& shift;
   int axis;
+  InterpolationKernel kernel;
   std::vector<Volume<float>> slopes;  ///< along i, j, k; none without modulation
 };
 

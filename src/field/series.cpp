@@ -170,10 +170,11 @@ SeriesReport correctSeries(const std::string& in, const Volume<float>& shift,
     report.header.inter = 0;
   }
   if (!options.volumes.empty()) report.header.volumes = static_cast<int>(options.volumes.size());
-  const Corrector corrector(shift, options.axis, options.modulation);
+  const Corrector corrector(shift, options.axis, options.modulation, options.interpolation);
   nifti::Writer writer(out, report.header);
   std::optional<MovedCorrector> moved;
-  if (!options.toVolume.empty()) moved.emplace(shift, options.axis, options.modulation);
+  if (!options.toVolume.empty())
+    moved.emplace(shift, options.axis, options.modulation, options.interpolation);
   Work work(reader, writer, corrector, moved ? &*moved : nullptr, options);
   work.run();
   work.report(report);

@@ -17,6 +17,7 @@ namespace mirel {
 struct SeriesOptions {
   int axis = 1;  ///< 0, 1, 2: the axis along which the map shifts (PhaseEncodingDirection::axis)
   Modulation modulation = Modulation::off;
+  InterpolationKernel interpolation = InterpolationKernel::cubic;
   /// Intensity that was added to every voxel of the series, air included: it is taken off before
   /// the volumes are corrected and added again, so that it is not modulated.
   double background = 0;

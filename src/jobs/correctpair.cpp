@@ -259,6 +259,7 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
   run.version = options.version;
   run.seriesSettings = options.seriesSettings;
   run.seriesSettings.modulation = options.estimate.usedModulation();
+  run.seriesSettings.interpolation = options.estimate.interpolation;
   OutputFolder folder(options.outputFolder);
   progress.at(Stage::reading, 0.0);
   Inputs read = readInputs(options);

@@ -28,7 +28,7 @@ struct CorrectPairOptions {
   std::vector<SeriesFile> series;
   /// Join two diffusion series of `series`, of opposite directions, into one (SeriesJoining).
   bool joinSeries = false;
-  /// Of the series; their modulation is that of the estimate's settings.
+  /// Of the series; modulation and interpolation are those of the estimate's settings.
   SeriesSettings seriesSettings;
   PairResults results;
   std::string outputFolder;

@@ -98,6 +98,7 @@ Json settingsJson(const EstimateSettings& settings, const PairFindings& findings
   json["IntensityScale"] = findings.intensityScale;
   json["ForegroundThreshold"] = findings.threshold;
   json["Modulation"] = settings.usedModulation() == Modulation::on;
+  json["Interpolation"] = nameOf(settings.interpolation);
   return json;
 }
 
@@ -295,6 +296,7 @@ void addPairSummary(Json& json, const PairRecord& pair) {
   json["estimateMotion"] = pair.settings.looksForMotion();
   json["headMotion"] = motionJson(findings);
   json["modulation"] = pair.settings.usedModulation() == Modulation::on;
+  json["interpolation"] = nameOf(pair.settings.interpolation);
   json["foreground"] = {findings.foregroundA, findings.foregroundB};
   const PairAgreement& agreement = findings.agreement;
   json["pairCorrelation"] = {{"before", agreement.before},
@@ -368,6 +370,7 @@ Json originOf(const RunRecord& run) {
   if (run.source) {
     json[run.source->kind == SourceRecord::Kind::map ? "Map" : "Field"] = sourceJson(*run.source);
     json["Options"]["Modulation"] = run.seriesSettings.modulation == Modulation::on;
+    json["Options"]["Interpolation"] = nameOf(run.seriesSettings.interpolation);
   }
   return json;
 }

@@ -22,6 +22,7 @@ namespace mirel {
 /// How series are corrected.
 struct SeriesSettings {
   Modulation modulation = Modulation::off;
+  InterpolationKernel interpolation = InterpolationKernel::cubic;
   bool floatOutput = false;  ///< 32-bit floats instead of their own data types
   bool writeWarp = false;    ///< also their displacement fields (writeWarpLps)
   /// Look for motion of the head between an undistorted reference and each series, and carry the

@@ -332,6 +332,7 @@ SeriesOptions SeriesCorrection::optionsFor(const SeriesInput& input) const {
   SeriesOptions how;
   how.axis = input.acquisition.direction->value.axis;
   how.modulation = settings.modulation;
+  how.interpolation = settings.interpolation;
   how.floatOutput = settings.floatOutput;
   how.threads = settings.threads;
   how.volumes = input.volumes;

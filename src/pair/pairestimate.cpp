@@ -11,6 +11,7 @@
 #include "pair/agreement.h"
 #include "pair/axischeck.h"
 #include "pair/background.h"
+#include "pair/correctedpair.h"
 #include "pair/estimateframe.h"
 #include "pair/foreground.h"
 #include "pair/pairmask.h"
@@ -194,6 +195,16 @@ void addBackground(PairEstimate& estimate) {
   if (estimate.backgroundB != 0) estimate.correctedB += static_cast<float>(estimate.backgroundB);
 }
 
+// The images that are written in place of those that were judged.
+void take(CorrectedPair&& written, const Volume<float>& head, PairEstimate& estimate) {
+  estimate.otherMeanToCompare = std::move(estimate.mean);
+  estimate.agreement.after = agreementOf(written.a, written.b, head);
+  estimate.correctedA = std::move(written.a);
+  estimate.correctedB = std::move(written.b);
+  addBackground(estimate);
+  estimate.mean = meanOf(estimate.correctedA, estimate.correctedB);
+}
+
 // Intensity of the first image over that of the second: as estimated, else by their sums in the
 // head.
 double ratioOf(const PairEstimate& estimate, const Volume<float>& first,
@@ -271,17 +282,19 @@ std::optional<PairInput> pairWithoutSpikes(const PairInput& pair) {
 }
 
 // Corrects images as they are, by a map that was found without their spikes.
-void correctWithSpikes(const PairInput& pair, Modulation modulation, PairEstimate& estimate) {
+void correctWithSpikes(const PairInput& pair, const EstimateSettings& settings,
+                       PairEstimate& estimate) {
   const auto through = [&](const InputImage& image, double background, const Volume<float>& map) {
     Volume<float> corrected =
-        correctVolume(image.image - static_cast<float>(background), map, pair.axis(), modulation);
+        correctVolume(image.image - static_cast<float>(background), map, pair.axis(),
+                      settings.usedModulation(), settings.interpolation);
     return std::move(corrected += static_cast<float>(background));
   };
   if (!pair.a.spikes.empty())
     estimate.correctedA = through(pair.a, estimate.backgroundA, estimate.shift);
   if (!pair.b.spikes.empty() && !estimate.motion)
     estimate.correctedB = through(pair.b, estimate.backgroundB, mapOfSecond(pair, estimate.shift));
-  estimate.meanWithoutSpikes = std::move(estimate.mean);
+  if (!estimate.otherMeanToCompare) estimate.otherMeanToCompare = std::move(estimate.mean);
   estimate.mean = meanOf(estimate.correctedA, estimate.correctedB);
 }
 
@@ -322,6 +335,10 @@ PairEstimate estimateFrom(const PairInput& input, const EstimateSettings& settin
   if (change) change(estimate.shift, *estimate.deviation);
   if (pair.start.size() > 0)
     estimate.withStart = agreementWithStart(estimate.shift, pair.start, head);
+  std::optional<CorrectedPair> written;
+  if (settings.interpolation != InterpolationKernel::cubic)
+    written = correctPairImages(
+        pair, {estimate.shift, estimate.motion, settings.usedModulation(), settings.interpolation});
   // From here on the head has not moved.
   if (unmovedSecond) {
     if (!changed) changed = input;
@@ -330,6 +347,7 @@ PairEstimate estimateFrom(const PairInput& input, const EstimateSettings& settin
   check(changed ? *changed : input, settings.usedModulation(), head, estimate, progress);
   addBackground(estimate);
   estimate.mean = meanOf(estimate.correctedA, estimate.correctedB);
+  if (written) take(std::move(*written), head, estimate);
   return estimate;
 }
 
@@ -359,7 +377,7 @@ PairEstimate estimatePairMap(const PairInput& input, const EstimateSettings& set
   if (change) used.uncertainty = true;
   PairEstimate estimate = estimateFrom(clean ? *clean : input, used, change, progress);
   if (!settings.uncertainty) estimate.deviation.reset();
-  if (clean) correctWithSpikes(input, settings.usedModulation(), estimate);
+  if (clean) correctWithSpikes(input, settings, estimate);
   return estimate;
 }
 

@@ -40,6 +40,8 @@ struct EstimateSettings {
   /// has it: with the mass-preserving one, whose model it is, and with a measured field, not with
   /// the search.
   std::optional<Modulation> modulation;
+  /// Of the corrected images. The map, and what is found and judged, do not depend on it.
+  InterpolationKernel interpolation = InterpolationKernel::cubic;
 
   /// The search knows no motion.
   bool looksForMotion() const { return motion && estimator == Estimator::massPreserving; }
@@ -88,11 +90,12 @@ struct PairEstimate : PairFindings {
   std::optional<Volume<float>> deviation;
   /// B is corrected in the head's place in A.
   Volume<float> correctedA, correctedB, mean;
-  /// The mean of the images without spikes, where they had any: what others are compared with.
-  std::optional<Volume<float>> meanWithoutSpikes;
+  /// The mean of the images without spikes, by cubic splines, where it is another one: what others
+  /// are compared with, and the head is found in.
+  std::optional<Volume<float>> otherMeanToCompare;
 
   const Volume<float>& meanToCompare() const {
-    return meanWithoutSpikes ? *meanWithoutSpikes : mean;
+    return otherMeanToCompare ? *otherMeanToCompare : mean;
   }
 };
 
@@ -118,6 +121,9 @@ using ChangeMap = std::function<void(Volume<float>& shift, Volume<float>& deviat
 /// Spikes    of the images (InputImage::spikes) are replaced by what is around them (withoutSpikes)
 ///           for the map and all that is found. The corrected images keep them, but for one whose
 ///           motion is undone: interpolation in all directions would spread them.
+/// Interpolation  of the corrected images and of their mean. By cubic splines a head that moved is
+///           brought back before its image is corrected, otherwise both are done at once. All that
+///           is found is found by cubic splines, but for the correlation of the corrected images.
 /// Verdict   that of judgePair, and doubtful for a threshold with nearly everything or nothing
 /// above
 ///           it. Its reasons name the images or sidecars.

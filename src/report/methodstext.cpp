@@ -22,6 +22,10 @@ constexpr const char* information =
     "C. Studholme, D. L. G. Hill, D. J. Hawkes: An overlap invariant entropy measure of 3D medical "
     "image alignment. Pattern Recognition 32:71-86, 1999.";
 
+constexpr const char* windowedSinc =
+    "C. E. Duchon: Lanczos filtering in one and two dimensions. J. Appl. Meteorol. 18:1016-1022, "
+    "1979.";
+
 constexpr const char* realigned =
     "K. J. Friston, J. Ashburner, C. D. Frith, J.-B. Poline, J. D. Heather, R. S. J. Frackowiak: "
     "Spatial registration and normalization of images. Hum. Brain Mapp. 3:165-189, 1995.";
@@ -115,7 +119,7 @@ class Writer {
     }
     const bool within = std::any_of(run.series.begin(), run.series.end(),
                                     [](const SeriesRecord& s) { return s.motion.has_value(); });
-    add(sentence + " resampled once, with cubic B-splines " +
+    add(sentence + " resampled once, " + interpolation() + " " +
         (within ? "in three dimensions, through the motion of the head that was estimated "
                   "beforehand and the displacement together"
                 : "along the phase-encoding axis") +
@@ -147,6 +151,19 @@ class Writer {
       add("The sign of the phase encoding of each series was checked by normalised mutual "
           "information " +
           cited({information}) + " with an undistorted image.");
+  }
+
+  std::string interpolation() {
+    switch (run.seriesSettings.interpolation) {
+      case InterpolationKernel::linear:
+        return "with linear interpolation";
+      case InterpolationKernel::lanczos:
+        return "with sinc functions of three lobes to each side under a Lanczos window " +
+               cited({windowedSinc});
+      case InterpolationKernel::cubic:
+        break;
+    }
+    return "with cubic B-splines";
   }
 
   const RunRecord& run;

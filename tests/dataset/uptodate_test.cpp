@@ -31,4 +31,24 @@ TEST(UpToDate, RecordsThatCannotBeReadMeanNo) {
   }
 }
 
+// A series that was corrected by hand, into the folder of the dataset's results.
+TEST(UpToDate, ASeriesOfAnotherInterpolationIsNot) {
+  const TemporaryFolder folder;
+  const std::string series = folder.write("raw.nii.gz", "series"),
+                    field = folder.write("field.nii.gz", "field");
+  const std::string stem = folder.file("sub-01_desc-preproc_bold");
+  folder.write("sub-01_desc-preproc_bold.nii.gz", "");
+  Checksums sums;
+  const auto isUpToDate = [&](const std::string& interpolation) {
+    folder.write("sub-01_desc-preproc_bold.json",
+                 R"({"Mirel": {"Version": "1", "Field": {"SHA256": ")" + sums.of(field) +
+                     R"("}, "Series": {"SHA256": ")" + sums.of(series) +
+                     R"("}, "Options": {"Modulation": true, "FloatOutput": false, )" +
+                     R"("Interpolation": ")" + interpolation + R"("}}})");
+    return isSeriesUpToDate(stem, series, field, /*aligned=*/false, "1", sums);
+  };
+  EXPECT_TRUE(isUpToDate("cubic"));
+  EXPECT_FALSE(isUpToDate("linear"));
+}
+
 }  // namespace mirel::dataset

@@ -65,6 +65,26 @@ TEST_F(MovedSeries, TheNumberOfThreadsDoesNotShow) {
   EXPECT_EQ(readBytes(correct("three.nii.gz")), readBytes(one));
 }
 
+TEST_F(MovedSeries, IsInterpolatedAsAskedInAnyNumberOfThreads) {
+  for (int t = 0; t < 4; ++t) options.toVolume.push_back(motionOf(t));
+  for (const InterpolationKernel kernel :
+       {InterpolationKernel::linear, InterpolationKernel::lanczos}) {
+    options.interpolation = kernel;
+    options.threads = 1;
+    const std::string one = correct("one.nii.gz");
+    options.threads = 3;
+    EXPECT_EQ(readBytes(correct("three.nii.gz")), readBytes(one));
+    nifti::Reader out(one);
+    Volume<float> expected;
+    MovedCorrector::Scratch scratch;
+    MovedCorrector(shift, 1, Modulation::on, kernel)
+        .correct(smoothImage(dims, 2), motionOf(2), expected, scratch);
+    EXPECT_TRUE(out.readVolume(2) == expected);
+    EXPECT_TRUE(out.readVolume(1) ==
+                correctVolume(smoothImage(dims, 1), shift, 1, Modulation::on, kernel));
+  }
+}
+
 TEST_F(MovedSeries, AnotherNumberOfMotionsIsNoOptionToAsk) {
   options.toVolume.assign(3, glm::dmat4(1.0));
   EXPECT_THROW(correct("out.nii.gz"), std::logic_error);

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <optional>
+
+#include "field/corrector.h"
+#include "numerics/rigidmotion.h"
+#include "pair/pairinput.h"
+
+namespace mirel {
+
+/// Both images of a pair, corrected.
+struct CorrectedPair {
+  Volume<float> a, b;
+};
+
+/// How a pair's map corrects its images.
+struct PairCorrection {
+  const Volume<float>& shift;         ///< of the first image, applied forward
+  std::optional<RigidMotion> motion;  ///< of the head, from the first image to the second
+  Modulation modulation = Modulation::off;
+  InterpolationKernel interpolation = InterpolationKernel::cubic;
+};
+
+/// Corrects the images of a pair, each in one interpolation: the first one along its axis
+/// (correctVolume), the second one by its own map (mapOfSecond), in three dimensions where the head
+/// moved, which brings it to the head's place in the first one (MovedCorrector).
+CorrectedPair correctPairImages(const PairInput& pair, const PairCorrection& how);
+
+}  // namespace mirel
