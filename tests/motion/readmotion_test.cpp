@@ -87,7 +87,8 @@ TEST_F(ReadMotion, RefusesWhatIsNoMotionOfAHead) {
   EXPECT_THAT(refused("-1 0 0 0 1 0 0 0 1", "0 0 0"), HasSubstr("is a reflection"));
   EXPECT_THAT(refused("1 0 0 0 1 0 0 0 1", "0 0 41"), HasSubstr("displace the head by 41 mm"));
   EXPECT_THAT(refused("0 -1 0 1 0 0 0 0 1", "0 0 0"), HasSubstr("turn it by 90 degrees"));
-  EXPECT_THAT(refused("nan 0 0 0 1 0 0 0 1", "0 0 0"), HasSubstr("holds \"nan\""));
+  EXPECT_THAT(refused("nan 0 0 0 1 0 0 0 1", "0 0 0"),
+              HasSubstr("holds \"nan\" in transform 1, where a finite number is expected"));
   EXPECT_THAT(refused("1 0 0 0 1 0 0 0 1", "0 0 1e999"), HasSubstr("holds \"1e999\""));
   EXPECT_THAT(refused("1 0 0 0 1 0 0 0", "0 0 0"), HasSubstr("has 11 parameters"));
   EXPECT_THAT(refusalOf("e.txt",
@@ -97,6 +98,11 @@ TEST_F(ReadMotion, RefusesWhatIsNoMotionOfAHead) {
   // Nearly a whole turn, if it were.
   EXPECT_THAT(refusalOf("d.par", "0 0 0 0 0 0\n0 0 6.28 0 0 0\n"),
               HasSubstr("has in row 2 an angle of 6.28: are its angles in degrees, where radians"));
+}
+
+TEST_F(ReadMotion, RefusesWhatIsNoText) {
+  EXPECT_THAT(refusalOf("bold.nii.gz", {'\x1f', '\x8b', '\b', '\0'}),
+              HasSubstr("bold.nii.gz is no text file: line 1 holds the control byte 31"));
 }
 
 TEST_F(ReadMotion, CountsTransforms) {
