@@ -105,6 +105,27 @@ TEST_F(ReadMotion, RefusesWhatIsNoText) {
               HasSubstr("bold.nii.gz is no text file: line 1 holds the control byte 31"));
 }
 
+TEST_F(ReadMotion, NamesTheTransformsBesideATableOfRegressors) {
+  const std::string table = "csf\ttrans_x\trot_z\n100.1\t0.5\tn/a\n100.2\t0.4\t0.01\n";
+  const std::string stem = "sub-1_task-rest", name = stem + "_desc-confounds_timeseries.tsv";
+  const std::string end = "_from-orig_to-boldref_mode-image_desc-hmc_xfm.txt";
+  EXPECT_THAT(refusalOf(name, table),
+              HasSubstr(name +
+                        " is a table of regressors (\"csf\" in row 1), whose columns trans_x "
+                        "to rot_z do not tell the point that the head turns about: give a "
+                        "file of transforms instead, as fMRIPrep writes it beside its "
+                        "confounds (..." +
+                        end + ")"));
+  const std::string beside = folder.write(stem + end, itkHead + still() + still());
+  EXPECT_THAT(refusalOf(name, table), HasSubstr("turns about: give " + beside + " instead"));
+  EXPECT_THAT(refusal({.file = folder.file(name), .program = MotionProgram::spm}),
+              HasSubstr("give " + beside));
+  EXPECT_THAT(refusalOf("a.txt", "x,y\n1,2\n"),
+              HasSubstr("a.txt begins with words (\"x\" in row 1), as a table with named columns, "
+                        "not with rigid transforms: give a file"));
+  EXPECT_THAT(refusalOf("b.txt", "1 0 x\n"), HasSubstr("holds \"x\" in row 1"));
+}
+
 TEST_F(ReadMotion, CountsTransforms) {
   EXPECT_THAT(refusalOf("one.txt", itkHead + still()),
               HasSubstr("holds 1 transform, but " + series + " has 2 volumes"));
