@@ -181,6 +181,14 @@ void addRemarks(RunRecord& run, const PairInput& pair, const PairEstimate& estim
                                                  "that stand out"));
 }
 
+// Of all that a run of the pair makes with one option or the other.
+PairStems stemsOf(const PairInput& pair, const CorrectPairOptions& options) {
+  EstimateSettings settings = options.estimate;
+  PairResults results = options.results;
+  settings.uncertainty = results.headMask = true;
+  return {PairNames::fieldOf(pair, options.results), PairNames::of(pair, settings, results).all()};
+}
+
 EarlierResults::Others othersOf(const CorrectPairOptions& options) {
   return options.overwrite ? EarlierResults::Others::replaced : EarlierResults::Others::kept;
 }
@@ -305,8 +313,7 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
     series.correction.run(distortion, reference, sources, options.report, run, progress);
     if (description == Description::written)
       folder.writeText(bids::descriptionFile, datasetDescription(options.version, sources.links()));
-    earlier.settle(resultInputsOf(pair), PairNames::fieldOf(pair, options.results), originOf(run),
-                   folder, run);
+    earlier.settle(resultInputsOf(pair), stemsOf(pair, options), originOf(run), folder, run);
     if (page) page->write(*options.report, run, folder);
     progress.at(Stage::finishing, 1.0);
   });

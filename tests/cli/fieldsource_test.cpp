@@ -73,6 +73,14 @@ TEST_F(CorrectFieldSource, IsToldAsJsonAndReplacesItsOwnResultsOnly) {
   EXPECT_THAT(estimated.err, HasSubstr("--overwrite"));
 }
 
+TEST_F(CorrectFieldSource, TheUncertaintyOfAnEstimateIsOldBesideIt) {
+  ASSERT_EQ(correct({"--uncertainty"}).status, 0);
+  const ProgramResult measured = correct({"--field-source", field(), "--overwrite"});
+  ASSERT_EQ(measured.status, 0) << measured.err;
+  EXPECT_THAT(measured.err, HasSubstr("sub-phantom_desc-uncertainty_fieldmap.nii.gz is old: an "
+                                      "earlier run made it of other images"));
+}
+
 TEST_F(CorrectFieldSource, IsDoubtedWhenTheImagesContradictIt) {
   const ProgramResult turned =
       correct({"--field-source", scaled(field(), "turned.nii.gz", -1), "--strict"});
