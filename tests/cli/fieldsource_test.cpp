@@ -73,6 +73,23 @@ TEST_F(CorrectFieldSource, IsToldAsJsonAndReplacesItsOwnResultsOnly) {
   EXPECT_THAT(estimated.err, HasSubstr("--overwrite"));
 }
 
+TEST_F(CorrectFieldSource, ItsSidecarSaysTheUnit) {
+  const std::string plain = changed(field(), "plain.nii.gz", [](float v) { return v; });
+  for (const char* option : {"--field-source", "--initial-field", "--prior-field"})
+    EXPECT_THAT(correct({option, plain, "--overwrite"}).err,
+                HasSubstr("Note: " + plain +
+                          " has no sidecar with Units: its values are taken to be Hz (Units in its "
+                          "sidecar can say Hz, rad/s or T)"))
+        << option;
+  sidecar("plain.json", {{"Units", "ppm"}});
+  const ProgramResult odd = correct({"--field-source", plain, "--overwrite"});
+  EXPECT_EQ(odd.status, 1);
+  EXPECT_THAT(odd.err,
+              AllOf(HasSubstr("the Units \"ppm\", which are not those of a field or a map; "
+                              "say there what its values are (Units: Hz, rad/s or T)"),
+                    Not(HasSubstr("--units"))));
+}
+
 TEST_F(CorrectFieldSource, TheUncertaintyOfAnEstimateIsOldBesideIt) {
   ASSERT_EQ(correct({"--uncertainty"}).status, 0);
   const ProgramResult measured = correct({"--field-source", field(), "--overwrite"});
@@ -106,6 +123,7 @@ TEST_F(CorrectFieldSource, ExcludesWhatAnEstimateHas) {
                                              {"--estimator", "mass-preserving"},
                                              {"--fast"},
                                              {"--no-motion"},
+                                             {"--intensity-scale", "10"},
                                              {"--uncertainty"},
                                              {"--more", ap()}}) {
     std::vector<std::string> options = {"--field-source", field()};
