@@ -116,6 +116,26 @@ TEST_F(CorrectFieldSource, IsDoubtedWhenTheImagesContradictIt) {
               AllOf(HasSubstr("CHECK " + masked + ": it is 0 in"), HasSubstr("Verdict: doubtful")));
 }
 
+TEST_F(CorrectFieldSource, IsDoubtedWhereItDoesNotCoverTheHead) {
+  const std::string half = changed(
+      field(), "half.nii.gz", [](float v) { return v; },
+      [](nifti::Header& header) {
+        glm::dmat4 affine = header.affine();
+        affine[3] += affine[2] * (0.4 * header.dims.z);
+        header.setAffine(affine, 1);
+      });
+  const ProgramResult result = correct({"--field-source", half});
+  EXPECT_THAT(result.err, AllOf(HasSubstr("CHECK " + half + ": it covers only "),
+                                HasSubstr("and what it is in the rest nobody measured"),
+                                Not(HasSubstr("nothing speaks against"))));
+}
+
+TEST_F(CorrectFieldSource, ThatIs0EverywhereIsSoIn100Percent) {
+  const std::string zero = changed(field(), "zero.nii.gz", [](float) { return 0.0F; });
+  EXPECT_THAT(correct({"--field-source", zero}).err,
+              HasSubstr("CHECK " + zero + ": it is 0 in 100 % of the head"));
+}
+
 TEST_F(CorrectFieldSource, ExcludesWhatAnEstimateHas) {
   for (const std::vector<std::string>& more :
        std::vector<std::vector<std::string>>{{"--prior-field", field()},
