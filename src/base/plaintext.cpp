@@ -39,4 +39,20 @@ std::string decimalCommaText(const std::string& text) {
   return {};
 }
 
+std::string withoutControlBytes(const std::string& text) {
+  std::string shown;
+  for (std::size_t n = 0; n < text.size(); ++n) {
+    const char c = text[n];
+    const bool kept = c == '\n' || c == '\t';
+    // U+0080 to U+009F are C2 80 to C2 9F.
+    const bool upper = c == '\xC2' && n + 1 < text.size() &&
+                       static_cast<unsigned char>(text[n + 1]) >= 0x80 &&
+                       static_cast<unsigned char>(text[n + 1]) < 0xA0;
+    const bool control = std::iscntrl(static_cast<unsigned char>(c)) != 0;
+    shown += upper || (control && !kept) ? '?' : c;
+    if (upper) ++n;
+  }
+  return shown;
+}
+
 }  // namespace mirel

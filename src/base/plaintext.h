@@ -16,4 +16,8 @@ void requirePlainText(const std::string& text, const std::string& fileName);
 /// points)" where a comma stands between two digits, else nothing.
 std::string decimalCommaText(const std::string& text);
 
+/// The text as a terminal may see it: control bytes but for ends of lines and tabulators are
+/// replaced by "?", among them those of 0x80 to 0x9F in UTF-8. Files and their names hold anything.
+std::string withoutControlBytes(const std::string& text);
+
 }  // namespace mirel

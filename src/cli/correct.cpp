@@ -151,6 +151,7 @@ void checkFieldSource(const CorrectCommandOptions& options) {
   refuse(!job.startingField.empty(), "--initial-field");
   refuse(!options.estimator.empty(), "--estimator");
   refuse(hasSearchOptions(options), "--ssd, --ncc, --ic, --no-ic and --fast");
+  refuse(job.estimate.intensityScale != 0, "--intensity-scale");
   refuse(options.noMotion, "--no-motion");
   refuse(options.uncertainty, "--uncertainty");
   refuse(!job.more.empty(), "--more");

@@ -4,6 +4,8 @@
 
 #include <cstdio>
 
+#include "base/plaintext.h"
+
 namespace mirel {
 
 Console::Console() : spinner(STDERR_FILENO) {}
@@ -11,7 +13,7 @@ Console::Console() : spinner(STDERR_FILENO) {}
 void Console::writeLine(const std::string& text) {
   const std::size_t last = text.find_last_not_of('\n');
   if (last == std::string::npos) return;
-  const std::string line = text.substr(0, last + 1);
+  const std::string line = withoutControlBytes(text.substr(0, last + 1));
   if (lineSink) {
     lineSink(line);
     return;

@@ -14,6 +14,7 @@
 #include "jobs/sourcenames.h"
 #include "jobs/startingfield.h"
 #include "numerics/fft/fftw.h"
+#include "pair/foreground.h"
 #include "pair/imagegroups.h"
 #include "pair/pairmask.h"
 #include "pair/tablepair.h"
@@ -23,6 +24,7 @@ namespace mirel {
 namespace {
 
 constexpr double leastCorrelation = 0.5;  // of two fields of one head
+constexpr double leastCovered = 0.8;      // of the head, by a field that corrects it
 
 std::vector<std::string> filesOf(const PairInput& pair) {
   std::vector<std::string> files;
@@ -128,6 +130,27 @@ void addMotionDoubt(RunRecord& run, const PairInput& pair, const PairEstimate& e
                          "joined images are blurred, since their motion is not undone");
 }
 
+// The border's field goes on where nobody measured it: of a head cut by a few slices that is a
+// guess, of more of it no correction.
+void doubtUncovered(const PairInput& pair, const std::optional<DistortionFile>& start,
+                    PairEstimate& estimate) {
+  if (!pair.startIsMap || !start) return;
+  const Volume<float> covered =
+      coverage(gridOf(pair.a.header), gridOf(*start->header), pair.startFile);
+  const double threshold = headThreshold(pair.a.image);
+  double head = 0, inside = 0;
+  for (int n = 0; n < covered.size(); ++n) {
+    if (!(static_cast<double>(pair.a.image.data()[n]) > threshold)) continue;
+    head += 1;
+    inside += covered.data()[n] != 0.0F;
+  }
+  if (!(inside < leastCovered * head)) return;
+  estimate.verdict.add(Trust::doubtful, "CHECK " + pair.startFile + ": it covers only " +
+                                            text("%.0f", 100 * inside / head) +
+                                            " % of the head of " + pair.a.title() +
+                                            ", and what it is in the rest nobody measured");
+}
+
 // How the pair agrees with the field that corrects it.
 void addFieldFound(RunRecord& run, const PairInput& pair, const PairEstimate& estimate) {
   if (!pair.startIsMap) return;
@@ -155,7 +178,7 @@ void addAgreement(RunRecord& run, const PairInput& pair, const PairEstimate& est
                       text("%.3g", with.halfWidthOf95 / *pair.readoutSeconds) +
                       " Hz of that in 95 % of the head " + correlated);
   if (pair.startIsPrior && with.shareOfZeros > mostZeros)
-    run.warnings.push_back(field + " is 0 in " + text("%.2g", 100 * with.shareOfZeros) +
+    run.warnings.push_back(field + " is 0 in " + text("%.3g", 100 * with.shareOfZeros) +
                            " % of the head: if it was masked, the field of the pair has its edges "
                            "now; one that goes on outside of the brain is better");
   if (with.correlation >= leastCorrelation) return;
@@ -179,6 +202,14 @@ void addRemarks(RunRecord& run, const PairInput& pair, const PairEstimate& estim
                         (pair.b.spikes.empty() ? ""
                                                : "; it was corrected without the voxels "
                                                  "that stand out"));
+}
+
+// Of all that a run of the pair makes with one option or the other.
+PairStems stemsOf(const PairInput& pair, const CorrectPairOptions& options) {
+  EstimateSettings settings = options.estimate;
+  PairResults results = options.results;
+  settings.uncertainty = results.headMask = true;
+  return {PairNames::fieldOf(pair, options.results), PairNames::of(pair, settings, results).all()};
 }
 
 EarlierResults::Others othersOf(const CorrectPairOptions& options) {
@@ -281,9 +312,9 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
   progress.at(Stage::reading, 1.0);
 
   AcrossFindings across;
-  const PairEstimate estimate = pair.across
-                                    ? estimateWithAcross(pair, options.estimate, progress, across)
-                                    : estimatePairMap(pair, options.estimate, progress);
+  PairEstimate estimate = pair.across ? estimateWithAcross(pair, options.estimate, progress, across)
+                                      : estimatePairMap(pair, options.estimate, progress);
+  doubtUncovered(pair, read.start, estimate);
   addRemarks(run, pair, estimate);
   run.notes.insert(run.notes.end(), across.notes.begin(), across.notes.end());
   run.warnings.insert(run.warnings.end(), across.warnings.begin(), across.warnings.end());
@@ -306,8 +337,7 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
     series.correction.run(distortion, reference, sources, options.report, run, progress);
     if (description == Description::written)
       folder.writeText(bids::descriptionFile, datasetDescription(options.version, sources.links()));
-    earlier.settle(resultInputsOf(pair), PairNames::fieldOf(pair, options.results), originOf(run),
-                   folder, run);
+    earlier.settle(resultInputsOf(pair), stemsOf(pair, options), originOf(run), folder, run);
     if (page) page->write(*options.report, run, folder);
     progress.at(Stage::finishing, 1.0);
   });

@@ -50,18 +50,24 @@ std::string phaseReason(const DistortionFile& file) {
               {Advice::Kind::fieldFromPhase});
 }
 
-StatedUnit unitInSidecar(const DistortionFile& file) {
+// Of a pair no option says the unit of the field, only the sidecar.
+Remark unitsWanted(const std::string& fault, TakenFor takenFor) {
+  if (takenFor == TakenFor::fieldOfPair)
+    return {fault + "; say there what its values are (Units: Hz, rad/s or T)"};
+  return {fault, {Advice::Kind::giveUnits}};
+}
+
+StatedUnit unitInSidecar(const DistortionFile& file, TakenFor takenFor) {
   const Json& stated = file.sidecar->json().at("Units");
   const std::string& sidecar = file.sidecar->fileOf("Units");
-  if (!stated.is_string())
-    throw Error::ofField(sidecar, "Units", "has a field Units that is not a text",
-                         {Advice::Kind::giveUnits});
+  const auto refuse = [&](const std::string& fault) {
+    const Remark said = unitsWanted(fault, takenFor);
+    throw Error::ofField(sidecar, "Units", said.text, said.advice);
+  };
+  if (!stated.is_string()) refuse("has a field Units that is not a text");
   const std::optional<Unit> unit = bids::unitOf(stated.string());
   if (!unit)
-    throw Error::ofField(
-        sidecar, "Units",
-        "has the Units \"" + stated.string() + "\", which are not those of a field or a map",
-        {Advice::Kind::giveUnits});
+    refuse("has the Units \"" + stated.string() + "\", which are not those of a field or a map");
   if (*unit == Unit::arbitrary || *unit == Unit::radians)
     refusePhase(file.file, "in the Units \"" + stated.string() + "\" of " + sidecar);
   return {*unit, StatedUnit::Source::sidecar, sidecar};
@@ -70,16 +76,18 @@ StatedUnit unitInSidecar(const DistortionFile& file) {
 StatedUnit unitOf(DistortionFile& file, TakenFor takenFor, std::optional<Unit> given) {
   using Source = StatedUnit::Source;
   if (given) return {*given, Source::option};
-  if (file.sidecar && file.sidecar->json().contains("Units")) return unitInSidecar(file);
+  if (file.sidecar && file.sidecar->json().contains("Units")) return unitInSidecar(file, takenFor);
   if (const std::string reason = phaseReason(file); !reason.empty()) refusePhase(file.file, reason);
   if (file.header->intentCode == intentFieldHz) return {Unit::hertz, Source::header};
-  const Unit assumed = takenFor == TakenFor::field ? Unit::hertz : Unit::voxels;
+  const Unit assumed = takenFor == TakenFor::map ? Unit::voxels : Unit::hertz;
   file.notes.emplace_back(
       (file.sidecar ? file.sidecar->title() + " has no Units: the values of " + file.file +
                           " are taken to be "
                     : file.file + " has no sidecar with Units: its values are taken to be ") +
-          nameOf(assumed),
-      Advice{Advice::Kind::seeUnits});
+          nameOf(assumed) +
+          (takenFor == TakenFor::fieldOfPair ? " (Units in its sidecar can say Hz, rad/s or T)"
+                                             : ""),
+      Advice{takenFor == TakenFor::fieldOfPair ? Advice::Kind::none : Advice::Kind::seeUnits});
   return {assumed, Source::assumed};
 }
 
@@ -99,7 +107,7 @@ void checkKind(const DistortionFile& file, TakenFor takenFor) {
 void checkContents(const DistortionFile& file, TakenFor takenFor) {
   if (file.header->volumes != 1)
     throw Error(file.file, "has " + std::to_string(file.header->volumes) + " volumes: a " +
-                               (takenFor == TakenFor::field ? "field" : "displacement map") +
+                               (takenFor == TakenFor::map ? "displacement map" : "field") +
                                " has one");
   if (std::find(std::begin(splineIntents), std::end(splineIntents), file.header->intentCode) !=
       std::end(splineIntents))

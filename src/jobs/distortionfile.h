@@ -30,8 +30,9 @@ struct DistortionFile {
   std::vector<std::string> files() const;
 };
 
-/// What a file is taken for that says nothing about it.
-enum class TakenFor { field, map };
+/// What a file is taken for that says nothing about it. Of the field of a pair only its sidecar can
+/// say the unit, and messages advise that.
+enum class TakenFor { field, map, fieldOfPair };
 
 /// Reads a field or a map from a NIfTI image of one volume, or a map from a .map file. What its
 /// values are is said by the first of these: `given`; the field Units of its sidecars

@@ -9,8 +9,13 @@
 
 #include "base/error.h"
 #include "base/joined.h"
+#include "base/samefile.h"
+#include "bids/name.h"
 #include "bids/sidecar.h"
 #include "jobs/checksum.h"
+#include "jobs/recordjson.h"
+#include "jobs/resultnames.h"
+#include "nifti/filename.h"
 
 namespace mirel {
 
@@ -130,10 +135,11 @@ class RunInputs {
 
 // The record without what differs between results of one run, and between names of one file.
 Json comparable(const Json& json) {
-  constexpr std::array<std::string_view, 9> left = {
-      "File",     "Sidecar",     "PhaseEncodingDirectionSource",
-      "Warnings", "Series",      "Partner",
-      "Joining",  "FloatOutput", "DisplacementAxis"};
+  constexpr std::array<std::string_view, 11> left = {
+      "File",      "Sidecar",     "PhaseEncodingDirectionSource",
+      "Warnings",  "Series",      "Partner",
+      "Joining",   "FloatOutput", "DisplacementAxis",
+      "SignCheck", "Check"};
   if (json.is_array()) {
     Json list = Json::array();
     for (const Json& element : json.list()) list.push_back(comparable(element));
@@ -160,11 +166,48 @@ bool isOfPair(const Record& record, RunInputs& pair) {
   return pair.are(sources, record.others);
 }
 
-bool isOfSeries(const Record& record, const SourceNames& names, const RunRecord& run) {
-  return record.series && !record.sources.empty() &&
-         std::any_of(run.series.begin(), run.series.end(), [&](const SeriesRecord& series) {
-           return record.sources.front() == names.of(series.file);
-         });
+// The series of the run that a result was made of; null: none of them.
+const SeriesRecord* seriesOf(const Record& record, const SourceNames& names, const RunRecord& run) {
+  if (!record.series || record.sources.empty()) return nullptr;
+  const auto found = std::find_if(run.series.begin(), run.series.end(), [&](const auto& series) {
+    return record.sources.front() == names.of(series.file);
+  });
+  return found == run.series.end() ? nullptr : &*found;
+}
+
+// Whether this run would have given the series another place, such as by its motion.
+bool isOtherwise(const Record& record, const SeriesRecord& series, const RunRecord& run) {
+  const Json* earlier = record.mirel.find("Series");
+  const Json now = originOf(run, Json::object(), series);
+  return earlier == nullptr || textOf(*earlier) != textOf(*now.find("Series"));
+}
+
+// What goes with an image of a series under its name, whether this run makes it or not.
+std::vector<std::string> namesBeside(const RunRecord& run) {
+  std::vector<std::string> stems;
+  for (const SeriesRecord& series : run.series)
+    for (const bids::Name& name :
+         {bids::Name::of(series.file), bids::Name::ofStem(nifti::niftiStem(series.output))})
+      for (const std::string& stem : {warpName(name), motionName(name)}) stems.push_back(stem);
+  return stems;
+}
+
+bool isIn(const std::vector<std::string>& stems, const std::string& stem) {
+  return std::find(stems.begin(), stems.end(), stem) != stems.end();
+}
+
+// The file of which STEM.json is the record; empty: there is none.
+std::string resultOf(const std::string& stem, const OutputFolder& folder) {
+  for (const char* end : {".nii", ".nii.gz", ".txt"})
+    if (folder.isThere(stem + end)) return stem + end;
+  return {};
+}
+
+// Motion that the run took from there is not old.
+bool isMotionOf(const std::string& file, const RunRecord& run) {
+  return std::any_of(run.series.begin(), run.series.end(), [&](const SeriesRecord& series) {
+    return series.motion && sameFile(series.motion->told.file, file);
+  });
 }
 
 std::vector<std::string> recordsIn(const std::string& folder) {
@@ -224,28 +267,36 @@ void EarlierResults::refuseOthers(const std::string& stem, const std::vector<std
       advice);
 }
 
-void EarlierResults::settle(const std::vector<ResultInput>& pair, const std::string& field,
+void EarlierResults::settle(const std::vector<ResultInput>& pair, const PairStems& stems,
                             const Json& origin, OutputFolder& folder, RunRecord& run) const {
   const std::string now = textOf(origin);
   RunInputs inputs(pair, names);
+  const std::vector<std::string> beside = namesBeside(run);
   for (const std::string& stem : recordsIn(folder.target(""))) {
     if (folder.isAnnounced(stem + ".json")) continue;
     const std::optional<Record> record = readRecord(folder.target(stem + ".json"));
-    if (!record || textOf(record->mirel) == now) continue;
-    if (!(pair.empty() ? isOfSeries(*record, names, run) : isOfPair(*record, inputs))) continue;
-    const std::string name = stem + (folder.isThere(stem + ".nii") ? ".nii" : ".nii.gz");
-    if (!folder.isThere(name)) continue;
-    const std::string image = folder.target(name);
-    if (stem == field) {
+    const std::string name = resultOf(stem, folder);
+    if (!record || name.empty()) continue;
+    const SeriesRecord* series = seriesOf(*record, names, run);
+    if (textOf(record->mirel) == now && !(series && isOtherwise(*record, *series, run))) continue;
+    const bool sameImages = pair.empty() ? series != nullptr : isOfPair(*record, inputs);
+    const std::string file = folder.target(name);
+    if (sameImages && stem == stems.field) {
       folder.retire(name);
       folder.retire(stem + ".json");
-      run.notes.push_back(image +
+      run.notes.push_back(file +
                           ", the field in Hz of an earlier run of this pair, was removed: "
                           "this run has none");
-    } else {
-      run.warnings.push_back(image +
+    } else if (isMotionOf(file, run)) {
+      continue;
+    } else if (sameImages) {
+      run.warnings.push_back(file +
                              " is old: an earlier run with other settings made it of the "
                              "same images, and this one did not make it again");
+    } else if (isIn(stems.all, stem) || isIn(beside, stem)) {
+      run.warnings.push_back(file +
+                             " is old: an earlier run made it of other images or with other "
+                             "settings, and this one did not make it again");
     }
   }
 }

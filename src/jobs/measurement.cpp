@@ -20,6 +20,9 @@ namespace mirel {
 
 namespace {
 
+// Of the way from one turn to the next: half of it is undecided.
+constexpr double mostOfTurn = 0.4;
+
 Json inputJson(const FileStamp& stamp, const std::optional<bids::Sidecar>& sidecar) {
   Json json = fileJson(stamp);
   if (sidecar) addSidecars(json, sidecar->stamps());
@@ -199,6 +202,16 @@ std::vector<PhaseFile> readEchoes(const MeasureFieldOptions& options, Volume<flo
                                    : readParts(options, magnitude, measurement, run);
 }
 
+// A median halfway between two turns tells neither: the whole field may be a turn off.
+void doubtTurns(double medianHz, double turnHz, MeasuredFieldRun& run) {
+  if (!(std::abs(medianHz) > mostOfTurn * turnHz)) return;
+  const double other = medianHz > 0 ? medianHz - turnHz : medianHz + turnHz;
+  run.warnings.emplace_back(
+      "the median in the head could as well be " + text("%.1f", other) + " Hz as " +
+      text("%.1f", medianHz) + " Hz: the field may be off everywhere by a turn, " +
+      text("%.1f", turnHz) + " Hz (is one of the echoes stored with the opposite sign?)");
+}
+
 void fromPhases(const MeasureFieldOptions& options, Measurement& measurement,
                 MeasuredFieldRun& run) {
   const bool isDifference = options.phaseFiles.size() == 1;
@@ -216,10 +229,13 @@ void fromPhases(const MeasureFieldOptions& options, Measurement& measurement,
     echoes.push_back({phaseDifference(first, phases[n]), times.difference(n)});
   if (magnitude.size() == 0 || !options.magnitudeFile.empty())
     magnitude = readMagnitude(options, measurement, run);
+  double shortest = std::abs(echoes.front().seconds);
+  for (const EchoPhase& echo : echoes) shortest = std::min(shortest, std::abs(echo.seconds));
   measurement.field =
       fieldOfEchoes(std::move(echoes), magnitude, first.header.voxelSizeMm, measurement.name);
   run.notes.emplace_back("the turns are chosen so that the median in the head, " +
                          text("%.1f", measurement.field.medianHz) + " Hz, is nearest to 0");
+  doubtTurns(measurement.field.medianHz, 1 / shortest, run);
 }
 
 void fromField(const MeasureFieldOptions& options, Measurement& measurement,

@@ -9,7 +9,7 @@
 namespace mirel {
 
 DistortionFile readStartingField(const std::string& file, PairInput& pair) {
-  DistortionFile source = readDistortionFile(file, TakenFor::field);
+  DistortionFile source = readDistortionFile(file, TakenFor::fieldOfPair);
   if (!source.isField())
     throw Error(file, "holds displacements in " + nameOf(source.unit.value) +
                           ", not a field in Hz, as is wanted here");
@@ -26,6 +26,7 @@ DistortionFile readStartingField(const std::string& file, PairInput& pair) {
   const std::string doubt = headOffField(pair.a.image, pair.a.header, pair.a.options.file, field);
   if (!doubt.empty()) pair.warnings.emplace_back(doubt);
   pair.warnings.insert(pair.warnings.end(), source.warnings.begin(), source.warnings.end());
+  pair.notes.insert(pair.notes.end(), source.notes.begin(), source.notes.end());
   for (const std::string& other : bids::doubtsAboutSubject(file, pair.a.options.file))
     pair.warnings.emplace_back(other);
   return source;

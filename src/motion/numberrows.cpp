@@ -3,9 +3,11 @@
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
+#include <optional>
 
 #include "base/error.h"
 #include "base/inputfile.h"
+#include "base/plaintext.h"
 #include "base/words.h"
 
 namespace mirel {
@@ -26,13 +28,36 @@ std::string withoutComments(const std::string& text) {
   return bare;
 }
 
+// Nothing where it is no finite number.
+std::optional<double> numberIn(const std::string& word) {
+  char* end = nullptr;
+  const double number = std::strtod(word.c_str(), &end);
+  if (end == word.c_str() || *end != '\0' || !std::isfinite(number)) return std::nullopt;
+  return number;
+}
+
 }  // namespace
 
 std::vector<std::vector<std::string>> readTransformWords(const std::string& fileName) {
   std::error_code ignored;
   if (std::filesystem::is_directory(fileName, ignored))
     throw Error(fileName, "is a folder, not a table of transforms");
-  return wordsByLine(withoutComments(readWholeFile(fileName, largestMotionTable)));
+  const std::string text = readWholeFile(fileName, largestMotionTable);
+  requirePlainText(text, fileName);
+  return wordsByLine(withoutComments(text));
+}
+
+std::vector<double> numbersIn(std::span<const std::string> words, const std::string& place,
+                              const std::string& fileName) {
+  std::vector<double> numbers;
+  for (const std::string& word : words) {
+    const std::optional<double> number = numberIn(word);
+    if (!number)
+      throw Error(fileName, "holds \"" + word.substr(0, longestQuote) + "\" in " + place +
+                                ", where a finite number is expected");
+    numbers.push_back(*number);
+  }
+  return numbers;
 }
 
 std::vector<std::vector<double>> numbersOf(const std::vector<std::vector<std::string>>& words,
@@ -41,14 +66,7 @@ std::vector<std::vector<double>> numbersOf(const std::vector<std::vector<std::st
   std::vector<std::vector<double>> rows;
   for (const std::vector<std::string>& line : words) {
     const std::string row = "row " + std::to_string(rows.size() + 1);
-    rows.emplace_back();
-    for (const std::string& word : line) {
-      char* end = nullptr;
-      rows.back().push_back(std::strtod(word.c_str(), &end));
-      if (*end != '\0' || !std::isfinite(rows.back().back()))
-        throw Error(fileName, "holds \"" + word.substr(0, longestQuote) + "\" in " + row +
-                                  ", where a finite number is expected");
-    }
+    rows.push_back(numbersIn(line, row, fileName));
     if (rows.back().size() != rows.front().size())
       throw Error(fileName, "has " + std::to_string(rows.back().size()) + " numbers in " + row +
                                 ", but " + std::to_string(rows.front().size()) + " in the first");

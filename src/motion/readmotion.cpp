@@ -9,6 +9,7 @@
 #include "motion/credible.h"
 #include "motion/fslreference.h"
 #include "motion/fsltransforms.h"
+#include "motion/namedcolumns.h"
 #include "motion/numberrows.h"
 #include "motion/scannertransforms.h"
 #include "numerics/rigidmotion.h"
@@ -41,6 +42,7 @@ MotionForm formOfRows(const GivenMotion& given, std::size_t columns) {
 
 MotionForm formOf(const GivenMotion& given, const Words& words) {
   const bool itk = !words.empty() && words.front().front() == "Transform:";
+  if (!itk) refuseNamedColumns(words, given.file);
   const MotionForm form =
       itk ? MotionForm::itkText : formOfRows(given, numbersOf(words, given.file).front().size());
   if (given.program && programOf(form) != *given.program)

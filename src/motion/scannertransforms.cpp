@@ -24,11 +24,7 @@ bool isAffine(const std::string& type) {
   return false;
 }
 
-std::vector<double> numbersBehind(const std::vector<std::string>& words,
-                                  const std::string& fileName) {
-  if (words.size() < 2) return {};
-  return numbersOf({{words.begin() + 1, words.end()}}, fileName).front();
-}
+std::string placeOf(std::size_t number) { return "transform " + std::to_string(number); }
 
 glm::dmat4 matrixOf(const std::vector<double>& rotation, glm::dvec3 offset) {
   glm::dmat4 m(1.0);
@@ -41,7 +37,7 @@ glm::dmat4 matrixOf(const std::vector<double>& rotation, glm::dvec3 offset) {
 
 glm::dmat4 matrixOf(const ItkTransform& transform, const std::string& fileName,
                     std::size_t number) {
-  const std::string which = "transform " + std::to_string(number);
+  const std::string which = placeOf(number);
   if (!isAffine(transform.type))
     throw Error(fileName, "has as " + which + " one of the kind \"" + transform.type +
                               "\"; affine ones are read (AffineTransform_double_3_3)");
@@ -86,13 +82,16 @@ std::vector<glm::dmat4> readItkTransforms(const std::string& fileName) {
   std::vector<glm::dmat4> transforms;
   ItkTransform transform;
   for (const std::vector<std::string>& words : readTransformWords(fileName)) {
+    const auto numbers = [&] {
+      return numbersIn(std::span(words).subspan(1), placeOf(transforms.size()), fileName);
+    };
     if (words[0] == "Transform:") {
       transform = {words.size() > 1 ? words[1] : "", {}, {}};
     } else if (words[0] == "Parameters:") {
-      transform.parameters = numbersBehind(words, fileName);
+      transform.parameters = numbers();
     } else if (words[0] == "FixedParameters:") {
       // The last line of a transform.
-      transform.centre = numbersBehind(words, fileName);
+      transform.centre = numbers();
       transforms.push_back(matrixOf(transform, fileName, transforms.size()));
       transform = {};
     }

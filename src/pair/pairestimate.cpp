@@ -149,7 +149,7 @@ void doubtMaskedField(const PairInput& pair, const PairEstimate& estimate, Verdi
   if (!pair.startIsMap || estimate.withStart->shareOfZeros <= mostZeros) return;
   verdict.add(Trust::doubtful,
               "CHECK " + pair.startFile + ": it is 0 in " +
-                  text("%.2g", 100 * estimate.withStart->shareOfZeros) +
+                  text("%.3g", 100 * estimate.withStart->shareOfZeros) +
                   " % of the head; if it was masked, the corrected images are torn at the mask's "
                   "border, and one that goes on outside of the brain is better");
 }

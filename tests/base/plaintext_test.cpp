@@ -36,4 +36,11 @@ TEST(PlainText, ACommaBetweenDigitsIsSuspected) {
     EXPECT_EQ(decimalCommaText(text), "");
 }
 
+TEST(PlainText, ControlBytesDoNotReachATerminal) {
+  EXPECT_EQ(withoutControlBytes("a\tb\nc\r\x1B[31m\x7F"), "a\tb\nc??[31m?");
+  EXPECT_EQ(withoutControlBytes("M\xC3\xBCnchen \xC2\x9B"
+                                "31m \xC2\xB0 \xC2"),
+            "M\xC3\xBCnchen ?31m \xC2\xB0 \xC2");
+}
+
 }  // namespace mirel

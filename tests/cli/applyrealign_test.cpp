@@ -53,6 +53,22 @@ TEST_F(ApplyRealign, WhatIsWrittenGivesTheSameBitsAsMotion) {
   ASSERT_EQ(given.status, 0) << given.err;
   EXPECT_EQ(folder.read("r.nii.gz"), image);
   EXPECT_THAT(given.err, HasSubstr("and its volumes agree with one another so"));
+  EXPECT_THAT(given.err, testing::Not(HasSubstr("is old")));
+}
+
+TEST_F(ApplyRealign, TransformsThatAnImageWasNotMadeWithAreOld) {
+  ASSERT_EQ(apply({"--warp"}).status, 0);
+  const std::string warp = "r_from-orig_to-undistorted_mode-image_xfm.nii.gz is old: an earlier ";
+  const ProgramResult realigned = apply({"--realign"});
+  EXPECT_THAT(realigned.err, HasSubstr(warp));
+  const std::string motion = std::string(found) + " is old: an earlier run with other settings";
+  EXPECT_THAT(realigned.err, testing::Not(HasSubstr(motion)));
+  EXPECT_THAT(apply({"--realign"}).err, testing::Not(HasSubstr(motion)));
+  const ProgramResult unmoved = apply({});
+  EXPECT_THAT(unmoved.err, HasSubstr(motion));
+  EXPECT_THAT(unmoved.err, testing::Not(HasSubstr(warp)));
+  EXPECT_THAT(apply({"--motion", folder.write("hmc.txt", motionforms::itkText(motions))}).err,
+              testing::AllOf(HasSubstr(warp), HasSubstr(motion)));
 }
 
 TEST_F(ApplyRealign, ThreadsChangeNoBit) {

@@ -23,13 +23,14 @@ class ComplexPartsCommand : public FieldFiles {
     return "sub-1_echo-" + std::to_string(echo) + "_part-" + part + "_MEGRE.nii.gz";
   }
   // Real and imaginary part at a time after the excitation; the name of the real one.
-  std::string echo(int number, double seconds) const {
+  std::string echo(int number, double seconds, double factor = 1) const {
     const Volume<float> hz = imageIn(field()), head = imageIn(truth("undistorted_epi.nii.gz"));
     for (const bool isReal : {true, false}) {
       int n = 0;
       changed(field(), nameOf(number, isReal ? "real" : "imag"), [&](float) {
         const double angle = 2 * std::numbers::pi * seconds * hz.data()[n] + 0.7;
-        return static_cast<float>(head.data()[n++] * (isReal ? std::cos(angle) : std::sin(angle)));
+        return static_cast<float>(factor * head.data()[n++] *
+                                  (isReal ? std::cos(angle) : std::sin(angle)));
       });
     }
     sidecar("sub-1_echo-" + std::to_string(number) + "_part-real_MEGRE.json",
@@ -51,13 +52,23 @@ TEST_F(ComplexPartsCommand, BecomeAField) {
   EXPECT_LT(rmsInBrain(imageIn(file("r.nii.gz")), imageIn(field())), 1);
   EXPECT_THAT(result.err, AllOf(HasSubstr("the phases are those of " + one + " as real and " +
                                           file(nameOf(1, "imag")) + " as imaginary part"),
-                                HasSubstr("the echoes at 5 and 12 ms")));
+                                HasSubstr("the echoes at 5 and 12 ms"),
+                                testing::Not(HasSubstr("could as well be"))));
   const auto record = nlohmann::json::parse(textOf(file("r.json")));
   EXPECT_EQ(record.at("Sources").size(), 6U);
   const auto& phases = record.at("Mirel").at("Phases");
   EXPECT_EQ(phases.at(1).at("File"), two);
   EXPECT_EQ(phases.at(1).at("ImaginaryPart").at("File"), file(nameOf(2, "imag")));
   EXPECT_EQ(phases.at(1).at("ImaginaryPart").at("SHA256").get<std::string>().size(), 64U);
+}
+
+// As by a slope of -1 in one of the headers: every difference is half a turn off.
+TEST_F(ComplexPartsCommand, AnEchoOfTheOppositeSignIsDoubted) {
+  const std::string one = echo(1, 0.005);
+  const ProgramResult turned = make({"--from-real", one, echo(2, 0.012, -1)});
+  EXPECT_EQ(turned.status, 0) << turned.err;
+  EXPECT_THAT(turned.err, AllOf(HasSubstr("Warning: the median in the head could as well be "),
+                                HasSubstr("off everywhere by a turn, 142.9 Hz")));
 }
 
 TEST_F(ComplexPartsCommand, OfOtherNamesAreGiven) {

@@ -73,6 +73,31 @@ TEST_F(CorrectFieldSource, IsToldAsJsonAndReplacesItsOwnResultsOnly) {
   EXPECT_THAT(estimated.err, HasSubstr("--overwrite"));
 }
 
+TEST_F(CorrectFieldSource, ItsSidecarSaysTheUnit) {
+  const std::string plain = changed(field(), "plain.nii.gz", [](float v) { return v; });
+  for (const char* option : {"--field-source", "--initial-field", "--prior-field"})
+    EXPECT_THAT(correct({option, plain, "--overwrite"}).err,
+                HasSubstr("Note: " + plain +
+                          " has no sidecar with Units: its values are taken to be Hz (Units in its "
+                          "sidecar can say Hz, rad/s or T)"))
+        << option;
+  sidecar("plain.json", {{"Units", "ppm"}});
+  const ProgramResult odd = correct({"--field-source", plain, "--overwrite"});
+  EXPECT_EQ(odd.status, 1);
+  EXPECT_THAT(odd.err,
+              AllOf(HasSubstr("the Units \"ppm\", which are not those of a field or a map; "
+                              "say there what its values are (Units: Hz, rad/s or T)"),
+                    Not(HasSubstr("--units"))));
+}
+
+TEST_F(CorrectFieldSource, TheUncertaintyOfAnEstimateIsOldBesideIt) {
+  ASSERT_EQ(correct({"--uncertainty"}).status, 0);
+  const ProgramResult measured = correct({"--field-source", field(), "--overwrite"});
+  ASSERT_EQ(measured.status, 0) << measured.err;
+  EXPECT_THAT(measured.err, HasSubstr("sub-phantom_desc-uncertainty_fieldmap.nii.gz is old: an "
+                                      "earlier run made it of other images"));
+}
+
 TEST_F(CorrectFieldSource, IsDoubtedWhenTheImagesContradictIt) {
   const ProgramResult turned =
       correct({"--field-source", scaled(field(), "turned.nii.gz", -1), "--strict"});
@@ -91,6 +116,26 @@ TEST_F(CorrectFieldSource, IsDoubtedWhenTheImagesContradictIt) {
               AllOf(HasSubstr("CHECK " + masked + ": it is 0 in"), HasSubstr("Verdict: doubtful")));
 }
 
+TEST_F(CorrectFieldSource, IsDoubtedWhereItDoesNotCoverTheHead) {
+  const std::string half = changed(
+      field(), "half.nii.gz", [](float v) { return v; },
+      [](nifti::Header& header) {
+        glm::dmat4 affine = header.affine();
+        affine[3] += affine[2] * (0.4 * header.dims.z);
+        header.setAffine(affine, 1);
+      });
+  const ProgramResult result = correct({"--field-source", half});
+  EXPECT_THAT(result.err, AllOf(HasSubstr("CHECK " + half + ": it covers only "),
+                                HasSubstr("and what it is in the rest nobody measured"),
+                                Not(HasSubstr("nothing speaks against"))));
+}
+
+TEST_F(CorrectFieldSource, ThatIs0EverywhereIsSoIn100Percent) {
+  const std::string zero = changed(field(), "zero.nii.gz", [](float) { return 0.0F; });
+  EXPECT_THAT(correct({"--field-source", zero}).err,
+              HasSubstr("CHECK " + zero + ": it is 0 in 100 % of the head"));
+}
+
 TEST_F(CorrectFieldSource, ExcludesWhatAnEstimateHas) {
   for (const std::vector<std::string>& more :
        std::vector<std::vector<std::string>>{{"--prior-field", field()},
@@ -98,6 +143,7 @@ TEST_F(CorrectFieldSource, ExcludesWhatAnEstimateHas) {
                                              {"--estimator", "mass-preserving"},
                                              {"--fast"},
                                              {"--no-motion"},
+                                             {"--intensity-scale", "10"},
                                              {"--uncertainty"},
                                              {"--more", ap()}}) {
     std::vector<std::string> options = {"--field-source", field()};

@@ -31,6 +31,12 @@ TEST(Console, AnEmptyLogTextWritesNothing) {
   EXPECT_TRUE(console.lines.empty());
 }
 
+TEST(Console, ControlBytesOfFilesStayOut) {
+  RecordedConsole console;
+  console.messageBox("Error: \x1B[2J holds \"\b\"");
+  EXPECT_EQ(console.lines.back(), "Error: ?[2J holds \"?\"");
+}
+
 TEST(Console, OnlyErrorBoxesCountAsErrors) {
   RecordedConsole console;
   console.messageBox("Error: no such file");

@@ -87,7 +87,8 @@ TEST_F(ReadMotion, RefusesWhatIsNoMotionOfAHead) {
   EXPECT_THAT(refused("-1 0 0 0 1 0 0 0 1", "0 0 0"), HasSubstr("is a reflection"));
   EXPECT_THAT(refused("1 0 0 0 1 0 0 0 1", "0 0 41"), HasSubstr("displace the head by 41 mm"));
   EXPECT_THAT(refused("0 -1 0 1 0 0 0 0 1", "0 0 0"), HasSubstr("turn it by 90 degrees"));
-  EXPECT_THAT(refused("nan 0 0 0 1 0 0 0 1", "0 0 0"), HasSubstr("holds \"nan\""));
+  EXPECT_THAT(refused("nan 0 0 0 1 0 0 0 1", "0 0 0"),
+              HasSubstr("holds \"nan\" in transform 1, where a finite number is expected"));
   EXPECT_THAT(refused("1 0 0 0 1 0 0 0 1", "0 0 1e999"), HasSubstr("holds \"1e999\""));
   EXPECT_THAT(refused("1 0 0 0 1 0 0 0", "0 0 0"), HasSubstr("has 11 parameters"));
   EXPECT_THAT(refusalOf("e.txt",
@@ -97,6 +98,32 @@ TEST_F(ReadMotion, RefusesWhatIsNoMotionOfAHead) {
   // Nearly a whole turn, if it were.
   EXPECT_THAT(refusalOf("d.par", "0 0 0 0 0 0\n0 0 6.28 0 0 0\n"),
               HasSubstr("has in row 2 an angle of 6.28: are its angles in degrees, where radians"));
+}
+
+TEST_F(ReadMotion, RefusesWhatIsNoText) {
+  EXPECT_THAT(refusalOf("bold.nii.gz", {'\x1f', '\x8b', '\b', '\0'}),
+              HasSubstr("bold.nii.gz is no text file: line 1 holds the control byte 31"));
+}
+
+TEST_F(ReadMotion, NamesTheTransformsBesideATableOfRegressors) {
+  const std::string table = "csf\ttrans_x\trot_z\n100.1\t0.5\tn/a\n100.2\t0.4\t0.01\n";
+  const std::string stem = "sub-1_task-rest", name = stem + "_desc-confounds_timeseries.tsv";
+  const std::string end = "_from-orig_to-boldref_mode-image_desc-hmc_xfm.txt";
+  EXPECT_THAT(refusalOf(name, table),
+              HasSubstr(name +
+                        " is a table of regressors (\"csf\" in row 1), whose columns trans_x "
+                        "to rot_z do not tell the point that the head turns about: give a "
+                        "file of transforms instead, as fMRIPrep writes it beside its "
+                        "confounds (..." +
+                        end + ")"));
+  const std::string beside = folder.write(stem + end, itkHead + still() + still());
+  EXPECT_THAT(refusalOf(name, table), HasSubstr("turns about: give " + beside + " instead"));
+  EXPECT_THAT(refusal({.file = folder.file(name), .program = MotionProgram::spm}),
+              HasSubstr("give " + beside));
+  EXPECT_THAT(refusalOf("a.txt", "x,y\n1,2\n"),
+              HasSubstr("a.txt begins with words (\"x\" in row 1), as a table with named columns, "
+                        "not with rigid transforms: give a file"));
+  EXPECT_THAT(refusalOf("b.txt", "1 0 x\n"), HasSubstr("holds \"x\" in row 1"));
 }
 
 TEST_F(ReadMotion, CountsTransforms) {
