@@ -5,13 +5,13 @@
 #include <map>
 
 #include "base/joined.h"
-#include "bids/name.h"
 #include "jobs/seriescorrection.h"
 #include "jobs/seriesmoved.h"
 #include "motion/credible.h"
 #include "motion/motionbetween.h"
 #include "motion/realignment.h"
 #include "motion/scannertransforms.h"
+#include "nifti/filename.h"
 
 namespace mirel {
 
@@ -78,7 +78,7 @@ std::string whyNotPossible(const SeriesInput& input, std::size_t unweighted, boo
   const bool hasTable =
       std::any_of(input.gradientFiles.begin(), input.gradientFiles.end(),
                   [](const FileStamp& file) { return file.fileName().ends_with(".bval"); });
-  if (!hasTable && bids::Name::of(input.file).suffix == "dwi")
+  if (!hasTable && nifti::niftiStem(input.file).ends_with("dwi"))
     return "no .bval beside it tells which of its volumes have diffusion gradients, and those "
            "cannot be compared with the others";
   if (unweighted < 2)
