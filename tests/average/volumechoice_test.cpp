@@ -19,8 +19,7 @@ TEST(VolumeChoice, IsReadFromText) {
   EXPECT_EQ(volumeChoiceOf("all")->kind, Kind::all);
   EXPECT_THAT(volumeChoiceOf("7-9,0,3,8")->listed, ElementsAre(0, 3, 7, 8, 9));
   EXPECT_THAT(volumeChoiceOf("5")->listed, ElementsAre(5));
-  EXPECT_THAT(volumeChoiceOf("2147483646-2147483647")->listed,
-              ElementsAre(2147483646, 2147483647));
+  EXPECT_THAT(volumeChoiceOf("2147483646-2147483647")->listed, ElementsAre(2147483646, 2147483647));
   for (const char* wrong : {"", ",", "1,", "a", "-1", "3-1", "1--2", "1.5", "b1000", " 1",
                             "99999999999", "0-2000000000"})
     EXPECT_FALSE(volumeChoiceOf(wrong)) << wrong;
