@@ -67,7 +67,7 @@ class IndexInBrowser : public testing::Test {
 }  // namespace
 
 TEST_F(IndexInBrowser, LoadsAtOnceSortsAndFilters) {
-  const Browser browser;
+  const Browser browser{};
   if (!browser.isThere()) GTEST_SKIP() << noBrowser;
   for (int number = 1; number <= 500; ++number) subject(number);
   const ProgramResult result = runMirel({"bids", file("study"), file("out"), "group"});

@@ -14,7 +14,7 @@ using nlohmann::json;
 using ReportInBrowser = CorrectPair;
 
 TEST_F(ReportInBrowser, LoadsFlipsAndFitsEveryScreen) {
-  const Browser browser;
+  const Browser browser{};
   if (!browser.isThere()) GTEST_SKIP() << noBrowser;
   const ProgramResult result =
       correct({"--quiet", "--fast", "--apply", input("sub-phantom_task-rest_dir-AP_bold.nii.gz")});

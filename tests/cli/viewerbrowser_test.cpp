@@ -38,7 +38,7 @@ class Viewer : public CorrectPair {
     return browser.looked(MIREL_VIEWER_SCRIPT, out("report.html"), file(""), options);
   }
 
-  const Browser browser;
+  const Browser browser{};
 
   // What the file has at the voxel of a reading.
   static double valueAt(const std::string& fileName, const json& voxel) {
