@@ -139,6 +139,7 @@ int nrOfErrorsInVDM(const Volume<float>& vdm) {
 }
 
 int smoothErrors(Volume<float>& vdm) {
+  if (vdm.size() == 0) return 0;  // no voxels to point at
   int adjustments = 0;
   for (int z = 0; z < vdm.nz(); ++z)
     for (int x = 0; x < vdm.nx(); ++x)
