@@ -73,11 +73,9 @@ void checkPlace(SeriesInput& input, const Grid& fieldGrid, const std::string& fi
     throw Error(input.file,
                 "and " + fieldName +
                     " have no place in common by their orientations: are they of one session?");
-  const bool oriented = hasOrientation(input.header);
-  if (oriented && fieldIsOriented) return;
-  input.warnings.push_back((oriented ? fieldName : input.file) +
-                           " has no orientation: how the grids of " + input.file + " and " +
-                           fieldName + " lie to each other is a guess");
+  const std::string doubt =
+      guessOfPlace(input.file, hasOrientation(input.header), fieldName, fieldIsOriented);
+  if (!doubt.empty()) input.warnings.emplace_back(doubt);
 }
 
 void assumeDirectionOf(const PairInput& pair, SeriesInput& input) {
@@ -242,6 +240,13 @@ Json distortionCorrection(const Json& fieldsBefore) {
 
 bool needsDirection(const std::string& imageFile) {
   return bids::Name::of(imageFile).suffix == "epi";
+}
+
+std::string guessOfPlace(const std::string& file, bool isOriented, const std::string& other,
+                         bool otherIsOriented) {
+  if (isOriented && otherIsOriented) return {};
+  return (isOriented ? other : file) + " has no orientation: how the grids of " + file + " and " +
+         other + " lie to each other is a guess";
 }
 
 std::string headOffField(const Volume<float>& mean, const nifti::Header& header,

@@ -83,6 +83,11 @@ Json distortionCorrection(const Json& fieldsBefore);
 /// Whether an image of this file name has to tell its PhaseEncodingDirection: the suffix is epi.
 bool needsDirection(const std::string& imageFile);
 
+/// A sentence when one of two images that are joined by their orientations has none; empty when
+/// both have one.
+std::string guessOfPlace(const std::string& file, bool isOriented, const std::string& other,
+                         bool otherIsOriented);
+
 /// A sentence when more than a hundredth of the head in `mean`, of an image with that header, lies
 /// off the grid of the field; empty otherwise.
 std::string headOffField(const Volume<float>& mean, const nifti::Header& header,

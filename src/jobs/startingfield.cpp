@@ -19,8 +19,15 @@ DistortionFile readStartingField(const std::string& file, PairInput& pair) {
   const Grid grid = gridOf(pair.a.header);
   const FieldHz field = fieldOf(source);
   const Volume<float> covered = coverage(grid, gridOf(field), file);
+  const bool pairIsOriented = hasOrientation(pair.a.header);
+  // Two without orientation on one grid lie upon each other.
+  const bool onOneGrid = !field.isOriented && !pairIsOriented && field.hz.dimensions() == grid.dims;
+  const std::string guess =
+      onOneGrid ? "" : guessOfPlace(file, field.isOriented, pair.a.options.file, pairIsOriented);
+  if (!guess.empty()) pair.warnings.emplace_back(guess);
   if (std::count(covered.data(), covered.data() + covered.size(), 1.0F) == 0)
-    throw Error(file, "does not overlap " + pair.a.options.file + ", by their affines");
+    throw Error(file, "does not overlap " + pair.a.options.file + ", by their affines" +
+                          (guess.empty() ? "" : " (" + guess + ")"));
   pair.startFile = file;
   pair.start = shiftVoxels(field, grid, pair.a.direction(), *pair.readoutSeconds);
   const std::string doubt = headOffField(pair.a.image, pair.a.header, pair.a.options.file, field);

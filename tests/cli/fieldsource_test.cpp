@@ -130,6 +130,14 @@ TEST_F(CorrectFieldSource, IsDoubtedWhereItDoesNotCoverTheHead) {
                                 Not(HasSubstr("nothing speaks against"))));
 }
 
+TEST_F(CorrectFieldSource, ThatHasNoOrientationIsSaidToLieAnywhere) {
+  const std::string nowhere = changed(
+      field(), "nowhere.nii.gz", [](float v) { return v; },
+      [](nifti::Header& header) { header.qformCode = header.sformCode = 0; });
+  EXPECT_THAT(correct({"--field-source", nowhere}).err,
+              HasSubstr("Warning: " + nowhere + " has no orientation: how the grids of "));
+}
+
 TEST_F(CorrectFieldSource, ThatIs0EverywhereIsSoIn100Percent) {
   const std::string zero = changed(field(), "zero.nii.gz", [](float) { return 0.0F; });
   EXPECT_THAT(correct({"--field-source", zero}).err,
