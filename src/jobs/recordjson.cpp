@@ -305,6 +305,9 @@ void addPairSummary(Json& json, const PairRecord& pair) {
                              {"negated", agreement.negated},
                              {"fastAlongAxis", agreement.fastAlongAxis},
                              {"fastAcross", agreement.fastAcross}};
+  if (agreement.bestScale)
+    json["bestFieldScale"] = {{"factor", agreement.bestScale->factor},
+                              {"pairCorrelation", agreement.bestScale->agreement}};
   json["verdict"] = verdictSummary(findings.verdict);
 }
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "base/advice.h"
+#include "pair/fieldscale.h"
 #include "pair/pairfigures.h"
 
 namespace mirel {
@@ -23,6 +24,8 @@ struct PairAgreement {
   /// Always with modulation, so that variants can be compared: corrected by the map, by its
   /// negative, and by column-wise estimates along the stated axis and along another one.
   double modulated = 0, negated = 0;
+  /// The multiple of the map that makes them agree best; of a field that was measured only.
+  std::optional<FieldScale> bestScale;
   double fastAlongAxis = 0, fastAcross = 0;
   int otherAxis = 0;
 };
@@ -53,9 +56,9 @@ enum class MapOrigin { massPreserving, search, measured };
 /// of such that do not (docs/correct.md has the table). A doubtful residual or doubtful totals
 /// together with a field of doubtful size or roughness are not to be trusted.
 ///
-/// A field that was measured and explains the images less than its opposite, or than none, is not
-/// to be trusted; one that leaves more of their difference than good ones do is doubtful, since the
-/// head may have moved since it was measured.
+/// A field that was measured and explains the images less than its opposite, than a multiple of it,
+/// or than none, is not to be trusted; one that leaves more of their difference than good ones do
+/// is doubtful, since the head may have moved since it was measured.
 ///
 /// @param origin  of the map; of the search the residual says too little
 Verdict judgePair(const PairFigures& figures, const PairAgreement& agreement, MapOrigin origin,

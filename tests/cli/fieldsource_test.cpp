@@ -106,14 +106,31 @@ TEST_F(CorrectFieldSource, IsDoubtedWhenTheImagesContradictIt) {
                                 HasSubstr("do not trust this result")));
   const ProgramResult radians =
       correct({"--field-source", scaled(field(), "radians.nii.gz", 6.2832)}, "radians");
-  EXPECT_THAT(radians.err,
-              AllOf(HasSubstr("CHECK " + file("radians.nii.gz")), HasSubstr("in other units")));
+  EXPECT_THAT(radians.err, AllOf(HasSubstr("CHECK THE SIZE of " + file("radians.nii.gz") +
+                                           ": taken 0.159 times"),
+                                 HasSubstr("its unit or a readout time may be another one")));
   const Volume<float> brain = imageIn(truth("brain_mask.nii.gz"));
   int voxel = 0;
   const std::string masked = changed(
       field(), "masked.nii.gz", [&](float v) { return brain.data()[voxel++] > 0.0F ? v : 0.0F; });
   EXPECT_THAT(correct({"--field-source", masked}, "masked").err,
               AllOf(HasSubstr("CHECK " + masked + ": it is 0 in"), HasSubstr("Verdict: doubtful")));
+}
+
+TEST_F(CorrectFieldSource, ItsSizeIsDoubtedWhenTheImagesContradictIt) {
+  for (const auto& [factor, name] : {std::pair(0.5, "half"), std::pair(1.6, "larger")}) {
+    const std::string other = scaled(field(), std::string(name) + ".nii.gz", factor);
+    const ProgramResult result = correct({"--field-source", other, "--json"}, name);
+    EXPECT_THAT(result.err, AllOf(HasSubstr("CHECK THE SIZE of " + other + ": taken "),
+                                  Not(HasSubstr("nothing speaks against"))));
+    const json best = json::parse(result.out)["bestFieldScale"];
+    EXPECT_NEAR(double{best["factor"]} * factor, 1.0, 0.2);
+    EXPECT_GT(best["pairCorrelation"], 0.9);
+  }
+  // Displacements in voxels that do not say so.
+  const std::string shift = scaled(field(), "shift.nii.gz", -0.04);
+  EXPECT_THAT(correct({"--field-source", shift}, "shift").err,
+              HasSubstr("CHECK THE SIZE of " + shift + ": taken -25 times"));
 }
 
 TEST_F(CorrectFieldSource, IsDoubtedWhereItDoesNotCoverTheHead) {

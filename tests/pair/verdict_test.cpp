@@ -149,6 +149,25 @@ TEST(PairVerdict, AMeasuredFieldIsAccusedByName) {
   EXPECT_THAT(textsOf(verdict.reasons), Contains(HasSubstr("CHECK f.nii: corrected by it")));
 }
 
+TEST(PairVerdict, TheSizeOfAMeasuredFieldIsAccusedWhereAMultipleLeavesMuchLess) {
+  PairAgreement agreement = goodAgreement();
+  agreement.before = 0.3;
+  agreement.modulated = 0.765;
+  const auto judged = [&](double factor, double best) {
+    agreement.bestScale = {factor, best};
+    return verdictOf(goodFigures(), agreement, MapOrigin::measured);
+  };
+  EXPECT_EQ(judged(1, 0.765).trust, Trust::trusted);
+  EXPECT_EQ(judged(0.7, 0.797).trust, Trust::trusted);  // a head that moved since
+  const Verdict wrong = judged(0.7, 0.9);
+  EXPECT_EQ(wrong.trust, Trust::doNotTrust);
+  EXPECT_THAT(textsOf(wrong.reasons),
+              Contains(HasSubstr("CHECK THE SIZE of f.nii: taken 0.7 times")));
+  // Its opposite is as good.
+  agreement.negated = 0.9;
+  EXPECT_THAT(textsOf(judged(1.4, 0.905).reasons), Contains(HasSubstr("CHECK THE SIGN of f.nii")));
+}
+
 TEST(PairVerdict, AMeasuredFieldThatLeavesMuchIsDoubtfulOnly) {
   PairFigures figures = goodFigures();
   figures.residual = 0.38;

@@ -1,0 +1,39 @@
+#include "pair/fieldscale.h"
+
+#include <numbers>
+#include <vector>
+
+#include "field/corrector.h"
+#include "pair/agreement.h"
+
+namespace mirel {
+
+namespace {
+
+std::vector<double> factorsToTry(std::optional<double> readoutSeconds) {
+  const double turn = 2 * std::numbers::pi;
+  std::vector<double> factors = {1 / turn, 0.25, 0.35, 0.5, 0.7, 1.4, 2, 2.8, 4, turn};
+  if (readoutSeconds && *readoutSeconds > 0)
+    for (const double sign : {1.0, -1.0}) factors.push_back(sign / *readoutSeconds);
+  return factors;
+}
+
+}  // namespace
+
+FieldScale bestFieldScale(const Volume<float>& first, const Volume<float>& second,
+                          const Volume<float>& ofFirst, const Volume<float>& ofSecond, int axis,
+                          const Volume<float>& mask, std::optional<double> readoutSeconds) {
+  const auto agreementAt = [&](double factor) {
+    const auto times = static_cast<float>(factor);
+    return agreementOf(correctVolume(first, ofFirst * times, axis, Modulation::on),
+                       correctVolume(second, ofSecond * times, axis, Modulation::on), mask);
+  };
+  FieldScale best = {1, agreementAt(1)};
+  for (const double factor : factorsToTry(readoutSeconds)) {
+    const double agreement = agreementAt(factor);
+    if (agreement > best.agreement) best = {factor, agreement};
+  }
+  return best;
+}
+
+}  // namespace mirel
