@@ -202,6 +202,8 @@ std::string hiddenName() {
   return hiddenPrefix() + std::to_string(getpid()) + "-" + std::to_string(counter++) + ".part";
 }
 
+bool isHiddenName(const std::string& name) { return processOf(name) != 0; }
+
 void removeOwnHidden(const fs::path& folder) {
   using Clock = std::chrono::steady_clock;
   // What a busy disk may need for what is being moved, and what removing may.

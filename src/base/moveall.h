@@ -25,6 +25,9 @@ bool movesAreLeft(const std::filesystem::path& hidden);
 /// the process that made it.
 std::string hiddenName();
 
+/// Whether a process of this machine made `name` by hiddenName().
+bool isHiddenName(const std::string& name);
+
 /// For a process that ends now, from whichever thread: waits up to a minute for moves under way
 /// in the folder, then removes this process's hidden files and folders there; for two seconds at
 /// most, since some file systems (NFS) keep files that are open.

@@ -46,6 +46,17 @@ void bringToDisk(const fs::path& file, const fs::path& target) {
     throw Error(target.string(), std::string("cannot be written: ") + std::strerror(systemError));
 }
 
+/// Begins to bring a file to the disk, without waiting: of many files that were begun together the
+/// first that is waited for takes most others with it.
+void startWriteback(const fs::path& file) {
+#ifdef SYNC_FILE_RANGE_WRITE
+  const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC);
+  if (descriptor < 0) return;
+  sync_file_range(descriptor, 0, 0, SYNC_FILE_RANGE_WRITE);
+  close(descriptor);
+#endif
+}
+
 /// New names reach the disk with their folder; where folders cannot be synchronised the files are
 /// still whole.
 void bringNamesToDisk(const fs::path& folder) {
@@ -91,12 +102,14 @@ void OutFile::write(const void* bytes, std::size_t count) {
 }
 
 void OutFile::commit() {
+  const fs::path folder = folderOf(targetName);
+  const bool isOneOfMany = isHiddenName(folder.filename().string());
   // A disk may notice that it is full only now.
-  if (fsync(descriptor) != 0) fail(errno);
+  if (!isOneOfMany && fsync(descriptor) != 0) fail(errno);
   renameOver(temporaryName, targetName);
   close(descriptor);
   descriptor = -1;
-  bringNamesToDisk(folderOf(targetName));
+  if (!isOneOfMany) bringNamesToDisk(folder);
 }
 
 OutFolder::OutFolder(const fs::path& where) : folder(where.empty() ? fs::path(".") : where) {
@@ -147,6 +160,7 @@ std::string OutFolder::plain(const std::string& message) const {
 
 std::vector<std::string> OutFolder::commit(const std::vector<std::string>& names) {
   for (const std::string& name : names) checkTarget(folder / name);
+  for (const std::string& name : names) startWriteback(hidden / name);
   for (const std::string& name : names) bringToDisk(hidden / name, folder / name);
   moveAll(folder, hidden, names);
   std::vector<std::string> paths;

@@ -116,9 +116,10 @@ TEST(OutFile, AFailingWriteIsReportedAndLeavesNothing) {
 TEST(OutFolder, BringsEveryFileToTheDiskBeforeAnyGetsItsName) {
   const TemporaryFolder folder;
   OutFolder several(folder.file(""));
-  several.write("a", "text");
-  std::ofstream(several.path("b")) << "written by other means";
   synchronised().clear();
+  several.write("a", "text");
+  EXPECT_TRUE(synchronised().empty()) << "each flush is a wait: they come together";
+  std::ofstream(several.path("b")) << "written by other means";
   EXPECT_EQ(several.commit({"b", "a"}),
             (std::vector<std::string>{folder.file("b"), folder.file("a")}));
   const std::vector<std::string> names = synchronised();
