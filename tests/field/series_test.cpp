@@ -294,7 +294,7 @@ TEST_F(Series, AFullDiskLeavesNothing) {
 
 // The high-water mark of the process after a long series is hardly above that after a short one.
 TEST(SeriesMemory, DoesNotGrowWithTheVolumes) {
-#ifdef __SANITIZE_ADDRESS__
+#ifdef MIREL_SANITIZED
   GTEST_SKIP() << "freed memory stays in quarantine";
 #endif
   TemporaryFolder folder;

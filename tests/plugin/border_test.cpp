@@ -135,7 +135,7 @@ void runWithStack(std::size_t bytes, std::function<void()> work) {
 }
 
 TEST_F(Border, AStackOf48KilobytesIsEnough) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef MIREL_SANITIZED
   GTEST_SKIP() << "sanitizers take more stack themselves";
 #endif
   makePair();
