@@ -49,8 +49,7 @@ struct Realignment {
 /// Judges what a VolumeAligner found.
 ///
 /// Moved      the head was displaced by a hundredth of the grid's longest voxel edge or more, and
-/// by
-///            3 standard errors.
+///            by 3 standard errors.
 /// Uncertain  not moved so, but displaced by half a millimetre or more.
 /// Refused    a correlation below 0.5; no end of the search; a displacement of the grid's middle by
 ///            more than 40 mm or a rotation by more than 30 degrees; less than 3/10 of the places
