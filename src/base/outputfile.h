@@ -10,8 +10,8 @@ namespace mirel {
 /// A file that appears whole or not at all: it is written under a hidden name in the target's
 /// own folder, and `commit` brings it to the disk and renames it over the target. Without `commit`
 /// the destructor removes what was written. One within the hidden folder of an OutFolder comes to
-/// the disk with that one's commit, all its files at once. Throws Error, naming the target and the system's
-/// reason, when the folder does not take the file.
+/// the disk with that one's commit, all its files at once. Throws Error, naming the target and the
+/// system's reason, when the folder does not take the file.
 class OutFile {
  public:
   /// Creates the temporary file. `target` must not be a directory.
