@@ -14,7 +14,6 @@
 #include "jobs/sourcenames.h"
 #include "jobs/startingfield.h"
 #include "numerics/fft/fftw.h"
-#include "pair/foreground.h"
 #include "pair/imagegroups.h"
 #include "pair/pairmask.h"
 #include "pair/tablepair.h"
@@ -135,19 +134,11 @@ void addMotionDoubt(RunRecord& run, const PairInput& pair, const PairEstimate& e
 void doubtUncovered(const PairInput& pair, const std::optional<DistortionFile>& start,
                     PairEstimate& estimate) {
   if (!pair.startIsMap || !start) return;
-  const Volume<float> covered =
-      coverage(gridOf(pair.a.header), gridOf(*start->header), pair.startFile);
-  const double threshold = headThreshold(pair.a.image);
-  double head = 0, inside = 0;
-  for (int n = 0; n < covered.size(); ++n) {
-    if (!(static_cast<double>(pair.a.image.data()[n]) > threshold)) continue;
-    head += 1;
-    inside += covered.data()[n] != 0.0F;
-  }
-  if (!(inside < leastCovered * head)) return;
+  const double covered = 1 - partOfHeadOff(pair.a.image, gridOf(pair.a.header), fieldOf(*start));
+  if (!(covered < leastCovered)) return;
   estimate.verdict.add(Trust::doubtful, "CHECK " + pair.startFile + ": it covers only " +
-                                            text("%.0f", 100 * inside / head) +
-                                            " % of the head of " + pair.a.title() +
+                                            text("%.0f", 100 * covered) + " % of the head of " +
+                                            pair.a.title() +
                                             ", and what it is in the rest nobody measured");
 }
 

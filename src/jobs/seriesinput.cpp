@@ -249,9 +249,8 @@ std::string guessOfPlace(const std::string& file, bool isOriented, const std::st
          other + " lie to each other is a guess";
 }
 
-std::string headOffField(const Volume<float>& mean, const nifti::Header& header,
-                         const std::string& file, const FieldHz& field) {
-  const Volume<float> covered = coverage(gridOf(header), gridOf(field), field.name);
+double partOfHeadOff(const Volume<float>& mean, const Grid& grid, const FieldHz& field) {
+  const Volume<float> covered = coverage(grid, gridOf(field), field.name);
   const double threshold = headThreshold(mean);
   double head = 0, off = 0;
   for (int n = 0; n < mean.size(); ++n) {
@@ -259,9 +258,15 @@ std::string headOffField(const Volume<float>& mean, const nifti::Header& header,
     head += 1;
     off += covered.data()[n] == 0.0f;
   }
-  if (!(off > largestPartOff * head)) return {};
-  return text("%.0f %%", 100 * (off / head)) + " of the head in " + file +
-         " lies off the grid of " + field.name + ": there the field at the nearest border is taken";
+  return head > 0 ? off / head : 0;
+}
+
+std::string headOffField(const Volume<float>& mean, const nifti::Header& header,
+                         const std::string& file, const FieldHz& field) {
+  const double off = partOfHeadOff(mean, gridOf(header), field);
+  if (!(off > largestPartOff)) return {};
+  return text("%.0f %%", 100 * off) + " of the head in " + file + " lies off the grid of " +
+         field.name + ": there the field at the nearest border is taken";
 }
 
 }  // namespace mirel

@@ -88,6 +88,9 @@ bool needsDirection(const std::string& imageFile);
 std::string guessOfPlace(const std::string& file, bool isOriented, const std::string& other,
                          bool otherIsOriented);
 
+/// What part of the head in `mean`, of an image on `grid`, lies off the grid of the field.
+double partOfHeadOff(const Volume<float>& mean, const Grid& grid, const FieldHz& field);
+
 /// A sentence when more than a hundredth of the head in `mean`, of an image with that header, lies
 /// off the grid of the field; empty otherwise.
 std::string headOffField(const Volume<float>& mean, const nifti::Header& header,
