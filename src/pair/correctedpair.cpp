@@ -1,7 +1,6 @@
 #include "pair/correctedpair.h"
 
 #include "field/movedcorrector.h"
-#include "nifti/orientation.h"
 #include "pair/readoutratio.h"
 
 namespace mirel {
@@ -10,7 +9,7 @@ namespace {
 
 // From voxels of the first image to where the motion took their tissue, in voxels.
 glm::dmat4 voxelMotion(const RigidMotion& motion, const nifti::Header& header) {
-  const glm::dvec3 mm = nifti::columnLengths(header.affine());
+  const glm::dvec3 mm = projectVoxelSize(header);
   const glm::dvec3 middle = 0.5 * (glm::dvec3(header.dims) - 1.0);
   const glm::dmat3 rotation = motion.rotation();
   glm::dmat4 moved(1.0);
