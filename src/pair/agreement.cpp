@@ -20,10 +20,11 @@ double agreementOf(const Volume<float>& a, const Volume<float>& b, const Volume<
   return std::isnan(r) ? 0 : r;
 }
 
-double agreementThrough(const Volume<float>& shift, int axis, const Volume<float>& first,
-                        const Volume<float>& second, const Volume<float>& mask) {
-  return agreementOf(correctVolume(first, shift, axis, Modulation::on),
-                     correctVolume(second, shift * -1.0f, axis, Modulation::on), mask);
+double agreementThrough(const Volume<float>& ofFirst, const Volume<float>& ofSecond, int axis,
+                        const Volume<float>& first, const Volume<float>& second,
+                        const Volume<float>& mask) {
+  return agreementOf(correctVolume(first, ofFirst, axis, Modulation::on),
+                     correctVolume(second, ofSecond, axis, Modulation::on), mask);
 }
 
 }  // namespace mirel

@@ -66,7 +66,7 @@ AxisAgreement compareAxes(const Volume<float>& first, const Volume<float>& secon
     if (!isFinite(map)) return -1.0;
     Volume<float> head = headMask(meanOf(pair.first, pair.second), threshold);
     if (weights != nullptr) head *= exchangedWithY(*weights, along);
-    return agreementThrough(map, 1, pair.first, pair.second, head);
+    return agreementThrough(map, map * -1.0f, 1, pair.first, pair.second, head);
   };
   return {agreement(axis), agreement(other)};
 }

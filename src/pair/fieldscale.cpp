@@ -3,7 +3,6 @@
 #include <numbers>
 #include <vector>
 
-#include "field/corrector.h"
 #include "pair/agreement.h"
 
 namespace mirel {
@@ -22,13 +21,13 @@ std::vector<double> factorsToTry(std::optional<double> readoutSeconds) {
 
 FieldScale bestFieldScale(const Volume<float>& first, const Volume<float>& second,
                           const Volume<float>& ofFirst, const Volume<float>& ofSecond, int axis,
-                          const Volume<float>& mask, std::optional<double> readoutSeconds) {
+                          const Volume<float>& mask, double asItIs,
+                          std::optional<double> readoutSeconds) {
   const auto agreementAt = [&](double factor) {
     const auto times = static_cast<float>(factor);
-    return agreementOf(correctVolume(first, ofFirst * times, axis, Modulation::on),
-                       correctVolume(second, ofSecond * times, axis, Modulation::on), mask);
+    return agreementThrough(ofFirst * times, ofSecond * times, axis, first, second, mask);
   };
-  FieldScale best = {1, agreementAt(1)};
+  FieldScale best = {1, asItIs};
   for (const double factor : factorsToTry(readoutSeconds)) {
     const double agreement = agreementAt(factor);
     if (agreement > best.agreement) best = {factor, agreement};

@@ -20,9 +20,11 @@ struct FieldScale {
 /// @param first, second    the images
 /// @param ofFirst, ofSecond  their maps, of the field as it is, in voxels along `axis`
 /// @param mask             1 where the images are compared
+/// @param asItIs           agreementThrough() by the field as it is
 /// @param readoutSeconds   total readout time of the first image
 FieldScale bestFieldScale(const Volume<float>& first, const Volume<float>& second,
                           const Volume<float>& ofFirst, const Volume<float>& ofSecond, int axis,
-                          const Volume<float>& mask, std::optional<double> readoutSeconds);
+                          const Volume<float>& mask, double asItIs,
+                          std::optional<double> readoutSeconds);
 
 }  // namespace mirel

@@ -251,11 +251,11 @@ void check(const PairInput& pair, Modulation modulation, const Volume<float>& he
   PairAgreement& agreement = estimate.agreement;
   agreement.after = agreementOf(estimate.correctedA, estimate.correctedB, head);
   agreement.modulated = agreementOf(modulatedA, modulatedB, head);
-  agreement.negated = agreementThrough(opposite, axis, first, second, head);
+  agreement.negated = agreementThrough(opposite, ofSecond * -1.0f, axis, first, second, head);
   // The torn border of a masked field would count for its size.
   if (pair.startIsMap && estimate.withStart->shareOfZeros <= mostZeros)
-    agreement.bestScale =
-        bestFieldScale(first, second, estimate.shift, ofSecond, axis, head, pair.readoutSeconds);
+    agreement.bestScale = bestFieldScale(first, second, estimate.shift, ofSecond, axis, head,
+                                         agreement.modulated, pair.readoutSeconds);
   agreement.otherAxis = otherAxisOf(axis);
   const AxisAgreement axes =
       compareAxes(first, second, projectVoxelSize(pair.a.header), axis, agreement.otherAxis,

@@ -61,7 +61,8 @@ TEST(CompareAxes, HalfTheResolutionTellsNearlyAsMuchAsTheWhole) {
   std::ostringstream log;
   const Volume<float> whole =
       estimatePair(head.ap * scale, head.pa * scale, head.options.voxelMm, {.fast = true}, log);
-  const double expected = agreementThrough(whole, 1, head.ap, head.pa, headMask(mean, threshold));
+  const double expected =
+      agreementThrough(whole, -whole, 1, head.ap, head.pa, headMask(mean, threshold));
   const AxisAgreement half = compared(head.ap, head.pa, head.options.voxelMm, 1, 0);
   EXPECT_NE(half.along, expected) << "was not halved";
   EXPECT_NEAR(half.along, expected, 0.08);
