@@ -154,8 +154,20 @@ long processOf(const std::string& name) {
   return std::strtol(name.c_str() + prefix.size(), nullptr, 10);
 }
 
+/// Whether a process is dead, and has a number only until its parent asks how it ended. Where a
+/// container's first process never asks, that is for good.
+bool isZombie(long process) {
+  std::ifstream is("/proc/" + std::to_string(process) + "/stat");
+  std::string status;
+  std::getline(is, status, '\0');
+  // "1234 (name) Z ...", of which the name may hold anything.
+  const std::size_t name = status.rfind(") ");
+  return name != std::string::npos && status.find_first_of("ZX", name + 2) == name + 2;
+}
+
 bool isGone(long process) {
-  return process > 0 && kill(static_cast<pid_t>(process), 0) != 0 && errno == ESRCH;
+  if (process <= 0) return false;
+  return (kill(static_cast<pid_t>(process), 0) != 0 && errno == ESRCH) || isZombie(process);
 }
 
 /// Hidden files and folders that processes of this machine made for which `isMeant` holds.

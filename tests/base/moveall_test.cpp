@@ -75,6 +75,18 @@ TEST_F(MoveAll, WhatAKilledProcessHadNotBegunToMoveIsRemoved) {
   EXPECT_EQ(folder.read("b"), "old b");
 }
 
+// As in a container whose first process does not ask how others ended.
+TEST_F(MoveAll, AProcessThatIsDeadButNotAskedForIsGone) {
+  const pid_t child = fork();
+  if (child == 0) _exit(0);
+  siginfo_t ended;
+  ASSERT_EQ(waitid(P_PID, static_cast<id_t>(child), &ended, WEXITED | WNOWAIT), 0);
+  fs::rename(folder.file("hidden"), folder.file(hiddenNameOf(child)));
+  clearLeftovers(folder.file(""));
+  EXPECT_EQ(folder.names(), std::vector<std::string>{"b"});
+  waitpid(child, nullptr, 0);
+}
+
 TEST_F(MoveAll, TheFilesOfLivingProcessesOtherMachinesAndOtherProgramsStay) {
   const std::vector<std::string> others = {
       hiddenName(), hiddenNameOf(getppid()),
