@@ -141,13 +141,18 @@ void refuseTwice(const std::vector<std::string>& files) {
       throw Error(*file, "is given for two echoes");
 }
 
+void tellOf(const ComplexParts& parts, MeasuredFieldRun& run) {
+  run.notes.emplace_back(parts.note());
+  if (parts.notFinite > 0) run.warnings.emplace_back(parts.warning());
+}
+
 void addParts(const ComplexParts& parts, Measurement& measurement, MeasuredFieldRun& run) {
   Json json = inputJson(parts.phase.stamp, parts.phase.sidecar);
   json["ImaginaryPart"] = fileJson(parts.imaginaryStamp);
   measurement.origin["Phases"].push_back(std::move(json));
   addFiles(measurement, parts.phase.file, parts.phase.sidecar);
   measurement.files.push_back(parts.imaginaryFile);
-  run.notes.emplace_back(parts.note());
+  tellOf(parts, run);
 }
 
 // Leaves the magnitude of the first echo in `magnitude`.
@@ -185,7 +190,7 @@ std::vector<PhaseFile> readComplex(const MeasureFieldOptions& options, Volume<fl
     measurement.origin["Phases"].push_back(std::move(json));
     addFiles(measurement, file, first.sidecar);
     for (ComplexParts& echo : echoes) {
-      run.notes.emplace_back(echo.note());
+      tellOf(echo, run);
       if (phases.empty()) magnitude = std::move(echo.magnitude);
       phases.push_back(std::move(echo.phase));
     }

@@ -106,15 +106,28 @@ void combine(const Volume<float>& real, const Volume<float>& imaginary, ComplexP
   for (int i = 0; i < real.size(); ++i) {
     const double re = real.data()[i], im = imaginary.data()[i];
     const double size = std::hypot(re, im);
-    const bool told = size > 0 && std::isfinite(size);
+    const bool finite = std::isfinite(re) && std::isfinite(im);
+    const bool told = size > 0 && finite;
     both.phase.radians.data()[i] =
         told ? static_cast<float>(std::atan2(im, re)) : std::numeric_limits<float>::quiet_NaN();
     both.magnitude.data()[i] = told ? static_cast<float>(size) : 0.0F;
     both.phase.filled += size == 0;
+    both.notFinite += finite ? 0 : 1;
   }
 }
 
 }  // namespace
+
+std::string ComplexParts::warning() const {
+  if (notFinite == 0) return {};
+  const std::string echo =
+      phase.echoesInFile > 1 ? ", echo " + std::to_string(phase.echo + 1) + "," : "";
+  return phase.file +
+         (imaginaryFile.empty() ? echo + " has " : " and " + imaginaryFile + " have ") +
+         std::to_string(notFinite) +
+         (notFinite == 1 ? " voxel that is NaN or infinite; it counts as no phase"
+                         : " voxels that are NaN or infinite; they count as no phase");
+}
 
 std::string ComplexParts::note() const {
   if (imaginaryFile.empty())

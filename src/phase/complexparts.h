@@ -13,9 +13,13 @@ struct ComplexParts {
   std::string imaginaryFile;  ///< empty: both are in one
   FileStamp imaginaryStamp;
   Volume<float> magnitude;
+  int notFinite = 0;  ///< voxels of which one or both are not finite
 
   /// A sentence about what the phases are.
   std::string note() const;
+
+  /// A sentence about the voxels that are not finite; empty where all are.
+  std::string warning() const;
 };
 
 /// The file beside a real part that holds the imaginary one, by the names of BIDS (part-real,

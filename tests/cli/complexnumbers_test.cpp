@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <numbers>
 
 #include "cli/fieldfiles.h"
@@ -98,6 +99,26 @@ TEST_F(ComplexNumbersCommand, GiveTheFieldOfTheirPartsBitForBit) {
   EXPECT_TRUE(textOf(file("t.nii.gz")) == parts);
 }
 
+TEST_F(ComplexNumbersCommand, VoxelsThatAreNotFiniteAreCounted) {
+  const std::string two = complexImage("two.nii", {0, 1});
+  sidecar("two.json", {{"EchoTime", {0.005, 0.012}}});
+  EXPECT_THAT(make({"--complex", two}).err, testing::Not(HasSubstr("NaN or infinite")));
+  // Real parts of two voxels of the second echo, and an imaginary one of them, too.
+  const nifti::Header header = nifti::Reader(field()).header();
+  const auto voxels = static_cast<std::streamoff>(header.dims.x) * header.dims.y * header.dims.z;
+  const float bad[] = {std::numeric_limits<float>::quiet_NaN(),
+                       std::numeric_limits<float>::infinity()};
+  std::fstream bytes(file("two.nii"), std::ios::in | std::ios::out | std::ios::binary);
+  bytes.seekp(352 + 8 * (voxels + 100)).write(reinterpret_cast<const char*>(bad), 8);
+  bytes.seekp(352 + 8 * (voxels + 200)).write(reinterpret_cast<const char*>(bad), 4);
+  bytes.close();
+  const ProgramResult result = make({"--complex", two});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.err, HasSubstr("Warning: " + two +
+                                    ", echo 2, has 2 voxels that are NaN or "
+                                    "infinite; they count as no phase"));
+}
+
 TEST_F(ComplexNumbersCommand, FaultsAreOneSentence) {
   const std::string one = complexImage("one.nii", {0}), both = complexImage("both.nii", {0, 1});
   EXPECT_THAT(refusal(make({"--complex", one})), HasSubstr("is of one echo"));
@@ -107,6 +128,15 @@ TEST_F(ComplexNumbersCommand, FaultsAreOneSentence) {
   EXPECT_THAT(refusal(make({"--complex", one, one})), HasSubstr("is given for two echoes"));
   EXPECT_THAT(refusal(make({"--complex", field()})), HasSubstr("no complex numbers"));
   EXPECT_EQ(make({"--complex", both, "--from-phase", one}).status, 2);
+  const std::string end = " s, between which no phase grows; give them in seconds with";
+  sidecar("both.json", {{"EchoTime", {0.005, 0.005}}});
+  EXPECT_THAT(refusal(make({"--complex", both})),
+              HasSubstr(file("both.json") + " has the echo times 0.005 s and 0.005" + end));
+  sidecar("one.json", {{"EchoTime", 0.012}});
+  sidecar("both.json", {{"EchoTime", {0.005, 0.012}}});
+  EXPECT_THAT(refusal(make({"--complex", both, one})),
+              HasSubstr(file("both.json") + " and " + file("one.json") +
+                        " have the echo times 0.005 s, 0.012 s and 0.012" + end));
 }
 
 TEST_F(ComplexNumbersCommand, AreRefusedByAllOthers) {
