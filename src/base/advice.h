@@ -24,7 +24,7 @@ struct Advice {
     seeMapDirection,      ///< the same, where what was taken may be right
     applyAsField,         ///< a field was given as a displacement map
     fieldFromPhase,       ///< make a field of a phase image first
-    giveEchoTimes,        ///< the two echo times of a phase
+    giveEchoTimes,        ///< the echo times of a phase
     giveMotionForm,       ///< whose conventions transforms follow
     giveMotionReference,  ///< the volume or the image that volumes were aligned to
   };

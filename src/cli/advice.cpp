@@ -63,7 +63,7 @@ std::string withAdvice(const std::string& sentence, const Advice& advice) {
     case Advice::Kind::applyAsField:
       return sentence + "; apply it with --field";
     case Advice::Kind::giveEchoTimes:
-      return sentence + "; give both in seconds with --echo-times";
+      return sentence + "; give them in seconds with --echo-times";
     case Advice::Kind::giveMotionForm:
       return sentence + "; say whose they are with --motion-from (fsl, spm, afni, itk)";
     case Advice::Kind::giveMotionReference:

@@ -20,7 +20,8 @@ std::string firstSentence(const std::string& description) {
   return sentence;
 }
 
-/// Lists the subcommands with the first sentence of their descriptions.
+/// Lists the subcommands with the first sentence of their descriptions, and says of options how
+/// many values they take.
 class OneSentenceFormatter : public CLI::Formatter {
  public:
   std::string make_subcommand(const CLI::App* command) const override {
@@ -28,6 +29,17 @@ class OneSentenceFormatter : public CLI::Formatter {
     std::string line = "  " + command->get_name();
     line.resize(std::max(line.size() + 1, get_column_width()), ' ');
     return line + sentence + "\n";
+  }
+
+  // "S x 2" would be exactly two.
+  std::string make_option_opts(const CLI::Option* option) const override {
+    std::string told = CLI::Formatter::make_option_opts(option);
+    const int least = option->get_expected_min();
+    const std::string exactly = " x " + std::to_string(least);
+    const std::size_t at = told.find(exactly);
+    if (option->get_expected_max() > least && at != std::string::npos)
+      told.insert(at + exactly.size(), " or more");
+    return told;
   }
 };
 

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "base/error.h"
+#include "base/joined.h"
 #include "base/numbertext.h"
 
 namespace mirel {
@@ -55,22 +56,24 @@ std::string listOf(const std::vector<double>& seconds) {
   return list + " s";
 }
 
-void refuseClose(const EchoTimes& times, const std::string& of) {
+// "a.json has the echo times ...", of one file or several.
+std::string saidTimes(const EchoTimes& times, const std::string& of, bool several = false) {
+  return of + (several ? " have the echo times " : " has the echo times ") + listOf(times.seconds);
+}
+
+void refuseClose(const EchoTimes& times, const std::string& said) {
   for (std::size_t n = 0; n < times.seconds.size(); ++n)
     for (std::size_t m = 0; m < n; ++m)
       if (std::abs(times.seconds[n] - times.seconds[m]) < leastDifference)
-        throw Error(
-            of + " has the echo times " + listOf(times.seconds) + ", between which no phase grows",
-            advice);
+        throw Error(said + ", between which no phase grows", advice);
 }
 
 void refuseOrder(const EchoTimes& times, const std::string& of) {
   const std::vector<double>& seconds = times.seconds;
   if (!std::is_sorted(seconds.begin(), seconds.end()))
-    throw Error(of + " has the echo times " + listOf(seconds) +
-                    ", of which each is to be later than the one before",
+    throw Error(saidTimes(times, of) + ", of which each is to be later than the one before",
                 advice);
-  refuseClose(times, of);
+  refuseClose(times, saidTimes(times, of));
 }
 
 }  // namespace
@@ -84,11 +87,16 @@ EchoTimes echoTimesOfDifference(const PhaseFile& phase) {
 
 EchoTimes echoTimesOf(const std::vector<PhaseFile>& phases) {
   EchoTimes times;
+  std::vector<std::string> sidecars;
   for (const PhaseFile& phase : phases) {
     times.seconds.push_back(timeOf(phase, "EchoTime"));
-    times.source += (times.source.empty() ? "" : ", ") + phase.sidecar->title();
+    // One tells those of all echoes in a file.
+    const std::string title = phase.sidecar->title();
+    if (std::find(sidecars.begin(), sidecars.end(), title) == sidecars.end())
+      sidecars.push_back(title);
   }
-  refuseClose(times, times.source);
+  times.source = joined(sidecars);
+  refuseClose(times, saidTimes(times, joined(sidecars, " and "), sidecars.size() > 1));
   return times;
 }
 

@@ -26,6 +26,8 @@ TEST(Usage, HelpGivesUnitsAndDefaults) {
     EXPECT_EQ(runMirel({command, "--help"}).status, 0);
     EXPECT_THAT(runMirel({"--help"}).out, HasSubstr(std::string("\n  ") + command));
   }
+  EXPECT_THAT(runMirel({"field", "--help"}).out, HasSubstr("--echo-times S x 2 or more\n"));
+  EXPECT_THAT(runMirel({"phantom", "--help"}).out, HasSubstr("--size NX NY NZ x 3 "));
 }
 
 TEST(Usage, MistakesHaveTheirOwnStatus) {
