@@ -36,14 +36,14 @@ class ReferenceSpline {
   SmoothScratch scratch;
 };
 
+}  // namespace
+
 MotionChange changeOf(const glm::dvec3& perMm, const glm::dvec3& mm, double value) {
   const glm::dvec3 turning = glm::cross(mm, perMm);
   MotionChange change;
   change << perMm.x, perMm.y, perMm.z, turning.x, turning.y, turning.z, value;
   return change;
 }
-
-}  // namespace
 
 MmToVoxels::MmToVoxels(const Grid& grid, const std::string& name)
     : middle(0.5 * (glm::dvec3(grid.dims) - 1.0)) {

@@ -24,6 +24,10 @@ struct DistortedPlace {
 inline constexpr int motionUnknowns = 7;
 using MotionChange = Eigen::Matrix<double, motionUnknowns, 1>;
 
+/// @param perMm  slope of the intensity
+/// @param mm     place that the motion is about the origin of
+MotionChange changeOf(const glm::dvec3& perMm, const glm::dvec3& mm, double value);
+
 /// A place in the head, and what a reference volume shows of it.
 struct MotionSample {
   glm::dvec3 mm;     ///< about the middle of the grid, without the distortion

@@ -1,6 +1,7 @@
 #include "motion/volumealigner.h"
 
 #include <Eigen/Cholesky>
+#include <Eigen/LU>
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -20,6 +21,7 @@ namespace mirel {
 namespace {
 
 constexpr int mostSteps = 30;
+constexpr int mostCarefulSteps = 100;
 constexpr int groups = AlignmentSample::groups;
 using Matrix = Eigen::Matrix<double, motionUnknowns, motionUnknowns>;
 
@@ -52,7 +54,10 @@ struct VolumeAligner::Motion {
 struct VolumeAligner::Equations {
   std::array<Matrix, groups> squares;
   std::array<MotionChange, groups> right;
+  double factor = 0;
   double correlation = 0;
+  double unexplained = 1;  // part of the reference's squares
+  bool ofBoth = false;     // withSlopesOfBoth
 
   // Of all groups but one.
   MotionChange solved(int without = -1) const {
@@ -63,6 +68,7 @@ struct VolumeAligner::Equations {
       h += squares[static_cast<std::size_t>(group)];
       b += right[static_cast<std::size_t>(group)];
     }
+    if (ofBoth) return h.partialPivLu().solve(b);
     return h.ldlt().solve(b);
   }
 };
@@ -122,6 +128,8 @@ VolumeAligner::Equations VolumeAligner::equationsOf(const MotionLevel& level, co
   equations.squares.fill(Matrix::Zero());
   equations.right.fill(MotionChange::Zero());
   const double factor = imageSquares > 0 ? products / imageSquares : 0.0;
+  equations.factor = factor;
+  if (referenceSquares > 0) equations.unexplained = 1 - factor * products / referenceSquares;
   for (std::size_t k = 0; k < count; ++k) {
     const MotionSample& sample = *scratch.samples[k];
     const auto group = static_cast<std::size_t>(sample.group);
@@ -133,6 +141,30 @@ VolumeAligner::Equations VolumeAligner::equationsOf(const MotionLevel& level, co
       (total * referenceSquares - reference * reference) * (total * imageSquares - image * image);
   if (spread > 0)
     equations.correlation = (total * products - reference * image) / std::sqrt(spread);
+  return equations;
+}
+
+// The same, just made, by how the image changes with the motion: in the squares of the reference's
+// slopes is its noise, too, by which steps and errors become too small.
+VolumeAligner::Equations VolumeAligner::withSlopesOfBoth(Equations equations, const Motion& motion,
+                                                         Scratch& scratch) const {
+  const glm::ivec3 n = place.grid.dims;
+  const std::size_t count = scratch.samples.size();
+  auto& [x, y, z] = scratch.slopes;
+  for (std::vector<double>* list : {&x, &y, &z}) list->resize(count);
+  evalBSplineAndGrad3D(scratch.spline.coefficients.data(), n.x, n.y, n.z, scratch.x.data(),
+                       scratch.y.data(), scratch.z.data(), static_cast<int>(count),
+                       scratch.values.data(), x.data(), y.data(), z.data());
+  const glm::dmat3 perMm = glm::transpose(toVoxels.turn * motion.turn);
+  equations.squares.fill(Matrix::Zero());
+  for (std::size_t k = 0; k < count; ++k) {
+    const MotionSample& sample = *scratch.samples[k];
+    const double scale = equations.factor * scratch.densities[k];
+    const MotionChange change = changeOf(scale * (perMm * glm::dvec3(x[k], y[k], z[k])), sample.mm,
+                                         scale * scratch.values[k]);
+    equations.squares[static_cast<std::size_t>(sample.group)] += sample.change * change.transpose();
+  }
+  equations.ofBoth = true;
   return equations;
 }
 
@@ -160,19 +192,58 @@ double VolumeAligner::standardErrorMm(const Equations& all) const {
   return std::sqrt((groups - 1.0) / groups * squares);
 }
 
-VolumeFit VolumeAligner::align(const Volume<float>& image, Scratch& scratch) const {
-  Motion motion;
-  VolumeFit fit;
+// By steps of which each makes the unexplained part less; the end is where none does.
+bool VolumeAligner::improveCarefully(const MotionLevel& level, Motion& motion,
+                                     Scratch& scratch) const {
+  Equations here = equationsOf(level, motion, scratch);
+  MotionChange change = withSlopesOfBoth(here, motion, scratch).solved();
+  for (int step = 0; step < mostCarefulSteps; ++step) {
+    const RigidMotion small = motionOf(change);
+    const double mm =
+        displacementMm(matrixAbout(middleMm, small.rotation(), small.translationMm), place.grid);
+    if (!std::isfinite(mm)) return false;
+    const Motion next = motion.after(small);
+    Equations there;
+    if (mm < farthestHeadMm) there = equationsOf(level, next, scratch);
+    if (there.unexplained < here.unexplained) {
+      motion = next;
+      here = there;
+      change = withSlopesOfBoth(here, motion, scratch).solved();
+    } else {
+      change *= 0.5;
+    }
+    if (mm < level.toleranceMm) return true;
+  }
+  return false;
+}
+
+bool VolumeAligner::search(const Volume<float>& image, bool carefully, Motion& motion,
+                           Scratch& scratch) const {
+  bool converged = false;
   for (const MotionLevel& level : levels) {
     smoothCoefficients(image, level.sigmaMm / nifti::columnLengths(place.grid.affine),
                        scratch.spline);
     const Motion before = motion;
-    fit.converged = improve(level, motion, scratch);
-    if (!fit.converged && &level != &levels.back()) motion = before;
+    converged =
+        carefully ? improveCarefully(level, motion, scratch) : improve(level, motion, scratch);
+    if (!converged && &level != &levels.back()) motion = before;
+  }
+  return converged;
+}
+
+VolumeFit VolumeAligner::align(const Volume<float>& image, Scratch& scratch) const {
+  Motion motion;
+  VolumeFit fit;
+  fit.converged = search(image, /*carefully=*/false, motion, scratch);
+  if (!fit.converged) {
+    motion = {};
+    fit.converged = search(image, /*carefully=*/true, motion, scratch);
   }
   const Equations equations = equationsOf(levels.back(), motion, scratch);
   fit.motion = matrixAbout(middleMm, motion.turn, motion.shift);
   fit.standardErrorMm = standardErrorMm(equations);
+  const double ofBoth = standardErrorMm(withSlopesOfBoth(equations, motion, scratch));
+  if (!(ofBoth <= fit.standardErrorMm)) fit.standardErrorMm = ofBoth;
   fit.correlation = equations.correlation;
   fit.covered = static_cast<double>(scratch.samples.size()) /
                 static_cast<double>(std::max<std::size_t>(levels.back().samples.size(), 1));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <glm/mat4x4.hpp>
 #include <string>
 #include <vector>
@@ -15,7 +16,8 @@ struct VolumeFit {
   glm::dmat4 motion{1.0};  ///< in mm of the scanner, as in SeriesMotion::fromReference
   bool converged = false;
   /// How well it is determined: the standard error of places in the head, root mean square over
-  /// displacementMm's ball, by the delete-a-group jackknife over the samples' groups.
+  /// displacementMm's ball, by the delete-a-group jackknife over the samples' groups, with the
+  /// slopes of the reference or of both images, whichever is larger.
   double standardErrorMm = 0;
   double correlation = 0;  ///< of the samples in both, with the motion; 0 where one is constant
   double covered = 0;      ///< part of the samples that lie in the volume then
@@ -29,7 +31,8 @@ struct VolumeFit {
 ///
 /// is made least, d(m) being MovedCorrector's density and `a` the best factor. Gauss-Newton with
 /// the reference's slopes, each step made before the motion so far (S. Baker, I. Matthews, Int. J.
-/// Computer Vision 56:221, 2004), first of images smoothed with Gaussians of 6 mm.
+/// Computer Vision 56:221, 2004), first of images smoothed with Gaussians of 6 mm. Where that comes
+/// to no end, again with the slopes of both images, each step halved until the sum falls.
 /// Same calls give the same bits; nothing runs in threads, and threads may share an object.
 class VolumeAligner {
  public:
@@ -37,6 +40,7 @@ class VolumeAligner {
   struct Scratch {
     SmoothScratch spline;
     std::vector<double> x, y, z, values, densities;
+    std::array<std::vector<double>, 3> slopes;
     std::vector<const MotionSample*> samples;
   };
 
@@ -57,7 +61,10 @@ class VolumeAligner {
   struct Equations;
   void collect(const MotionLevel& level, const Motion& motion, Scratch& scratch) const;
   Equations equationsOf(const MotionLevel& level, const Motion& motion, Scratch& scratch) const;
+  Equations withSlopesOfBoth(Equations equations, const Motion& motion, Scratch& scratch) const;
   bool improve(const MotionLevel& level, Motion& motion, Scratch& scratch) const;
+  bool improveCarefully(const MotionLevel& level, Motion& motion, Scratch& scratch) const;
+  bool search(const Volume<float>& image, bool carefully, Motion& motion, Scratch& scratch) const;
   double standardErrorMm(const Equations& all) const;
 
   DistortedPlace place;
