@@ -2,17 +2,15 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 #include "base/numbertext.h"
 #include "field/inorder.h"
-#include "field/seriesparts.h"
 #include "motion/acrosscontrasts.h"
 #include "motion/credible.h"
+#include "motion/referencevolume.h"
 #include "nifti/image.h"
 #include "nifti/orientation.h"
 #include "numerics/rigidmotion.h"
-#include "numerics/spikes.h"
 
 namespace mirel {
 
@@ -41,19 +39,6 @@ std::string doubtAbout(const VolumeFit& fit, const Grid& grid) {
   return {};
 }
 
-double differenceOf(const Volume<float>& a, const Volume<float>& b) {
-  double sum = 0;
-  for (int n = 0; n < a.size(); ++n)
-    sum += std::fabs(static_cast<double>(a.data()[n]) - static_cast<double>(b.data()[n]));
-  return sum;
-}
-
-// A volume as it is compared.
-Volume<float> prepared(Volume<float> volume, double background) {
-  replaceNonFinite(volume);
-  return withoutSpikes(std::move(volume)) - static_cast<float>(background);
-}
-
 }  // namespace
 
 RealignedVolume judgedFit(const VolumeFit& fit, const Grid& grid) {
@@ -74,39 +59,15 @@ RealignedVolume judgedFit(const VolumeFit& fit, const Grid& grid) {
   return found;
 }
 
-int typicalVolume(const std::string& file, const std::vector<int>& like, int threads) {
-  nifti::Reader reader(file);
-  const Volume<float> mean = meanOfVolumes(file, like);
-  struct Buffers {
-    Volume<float> volume;
-    double difference = 0;
-  };
-  int typical = like.front();
-  double least = std::numeric_limits<double>::infinity();
-  inOrder<Buffers>(
-      static_cast<int>(like.size()), threads,
-      [&](int n, Buffers& buffers) {
-        reader.readVolume(like[static_cast<std::size_t>(n)], buffers.volume);
-      },
-      [&](Buffers& buffers) {
-        replaceNonFinite(buffers.volume);
-        buffers.difference = differenceOf(buffers.volume, mean);
-      },
-      [&](int n, const Buffers& buffers) {
-        if (!(buffers.difference < least)) return;
-        least = buffers.difference;
-        typical = like[static_cast<std::size_t>(n)];
-      });
-  return typical;
-}
-
 Realignment realign(const SeriesToRealign& series) {
   Realignment found;
   nifti::Reader reader(series.file);
   found.reference = series.reference ? *series.reference
-                                     : typicalVolume(series.file, series.like, series.threads);
-  const VolumeAligner aligner(prepared(reader.readVolume(found.reference), series.background),
-                              series.place, series.file);
+                                     : referenceVolume({series.file, series.place, series.like,
+                                                        series.background, series.threads});
+  const VolumeAligner aligner(
+      comparableVolume(reader.readVolume(found.reference), series.background), series.place,
+      series.file);
   if (!aligner.canCompare()) {
     found.notPossible = "too few voxels, or too few slices, show the head";
     return found;
@@ -127,10 +88,10 @@ Realignment realign(const SeriesToRealign& series) {
         const int volume = buffers.found.volume;
         buffers.found = {};
         if (volume != found.reference)
-          buffers.found =
-              judgedFit(aligner.align(prepared(std::move(buffers.volume), series.background),
-                                      buffers.scratch),
-                        series.place.grid);
+          buffers.found = judgedFit(
+              aligner.align(comparableVolume(std::move(buffers.volume), series.background),
+                            buffers.scratch),
+              series.place.grid);
         buffers.found.volume = volume;
       },
       [&](int n, const Buffers& buffers) {
@@ -143,12 +104,12 @@ Realignment realign(const SeriesToRealign& series) {
 std::vector<std::optional<glm::dmat4>> realignAcross(const SeriesToRealign& series, int reference,
                                                      const std::vector<glm::dmat4>& starts) {
   nifti::Reader reader(series.file);
-  const AcrossContrasts aligner(prepared(reader.readVolume(reference), series.background),
+  const AcrossContrasts aligner(comparableVolume(reader.readVolume(reference), series.background),
                                 series.place, series.file);
   std::vector<std::optional<glm::dmat4>> found;
   for (std::size_t n = 0; n < series.like.size(); ++n) {
-    found.push_back(
-        aligner.align(prepared(reader.readVolume(series.like[n]), series.background), starts[n]));
+    found.push_back(aligner.align(
+        comparableVolume(reader.readVolume(series.like[n]), series.background), starts[n]));
     if (series.done)
       series.done(static_cast<double>(n + 1) / static_cast<double>(series.like.size()));
   }

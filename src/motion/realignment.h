@@ -17,7 +17,7 @@ struct SeriesToRealign {
   std::vector<int> like;  ///< volumes of one contrast, counted from 0, ascending
   double background = 0;  ///< added to all intensities
   int threads = 0;        ///< 0: as many as there are cores
-  /// To which the others are held; nothing: the typical one (typicalVolume).
+  /// To which the others are held; nothing: that which is chosen (referenceVolume).
   std::optional<int> reference = {};
   /// Told how much is done, 0 .. 1, from any thread but never from two at a time.
   std::function<void(double)> done = {};
@@ -55,11 +55,6 @@ struct Realignment {
 ///            more than 40 mm or a rotation by more than 30 degrees; less than 3/10 of the places
 ///            compared in the volume; a standard error above 1 mm.
 RealignedVolume judgedFit(const VolumeFit& fit, const Grid& grid);
-
-/// The volume of `like` that differs least from the mean of all of them, by the sum of absolute
-/// differences: near to all in time and place, in the steady state and not spoiled.
-/// Errors  those of nifti::Reader.
-int typicalVolume(const std::string& file, const std::vector<int>& like, int threads);
 
 /// Finds where the head is in the volumes against the reference. The result does not depend on the
 /// number of threads.

@@ -92,6 +92,37 @@ TEST_F(RealignEdges, NamesVolumesThatShowNoHead) {
   for (const std::size_t t : {2U, 5U}) EXPECT_NE(motion[t], glm::dmat4(1.0)) << t;
 }
 
+// Two places of the head in one volume are near to the mean of a series that shows both.
+TEST_F(RealignEdges, AVolumeOfTwoPlacesIsNoReference) {
+  nifti::Reader reader(series());
+  const Volume<float> one = reader.readVolume(1), other = reader.readVolume(2);
+  const auto mix = [&](int n, Volume<float>& volume) {
+    if (n != 2) return;
+    for (int i = 0; i < volume.size(); ++i)
+      volume.data()[i] = 0.5F * (one.data()[i] + other.data()[i]);
+  };
+  const std::string image = write("mixed", {1, 2, 1, 1, 2, 2}, mix);
+  const ProgramResult result = applyTo(image, {"--realign"});
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_NE(realignment().at("ReferenceVolume"), 2);
+}
+
+// Of most volumes there is nothing, or nothing but noise.
+TEST_F(RealignEdges, AVolumeWithoutAHeadIsNoReference) {
+  for (const bool noisy : {false, true}) {
+    const auto spoil = [&](int n, Volume<float>& volume) {
+      if (n == 1 || n == 3) return;
+      for (int i = 0; i < volume.size(); ++i) volume.data()[i] = 0;
+      if (noisy) volume = addRicianNoise(volume, 30, 3, static_cast<std::uint64_t>(n));
+    };
+    const std::string image = write("empty", {0, 0, 0, 1, 0}, spoil);
+    const ProgramResult result = applyTo(image, {"--realign"});
+    ASSERT_EQ(result.status, 0) << result.err;
+    EXPECT_THAT(result.err, HasSubstr("for volumes 0, 2, 4 of " + image + " is not credible"));
+    EXPECT_EQ(realignment().at("VolumesMoved"), 1) << realignment();
+  }
+}
+
 TEST_F(RealignEdges, TwoVolumesWithHoles) {
   // Floats, which hold what is not finite.
   const std::string image = write("two", {0, 1});
