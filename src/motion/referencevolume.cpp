@@ -161,6 +161,7 @@ int referenceVolume(const ReferenceSearch& search) {
   const ReferenceTrials trials(search, compared);
   const Likeness here = trials.with(0);
   if (!here.ofMost()) return compared[mostResembled(trials, compared.size(), here)];
+  if (here.unexplained() <= worthAChange) return typical.volume;
   const double there = trials.with(here.middle()).unexplained();
   const bool better =
       there < clearlyLess * here.unexplained() && there < here.unexplained() - worthAChange;

@@ -21,7 +21,7 @@ namespace mirel {
 namespace {
 
 constexpr int mostSteps = 30;
-constexpr int mostCarefulSteps = 100;
+constexpr int mostCarefulSteps = 40;
 constexpr int groups = AlignmentSample::groups;
 using Matrix = Eigen::Matrix<double, motionUnknowns, motionUnknowns>;
 
