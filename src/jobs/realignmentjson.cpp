@@ -16,8 +16,11 @@ Json realignmentJson(const RealignmentRecord& found) {
   Json refused = Json::array();
   for (const RealignmentRecord::Refused& one : found.refused)
     refused.push_back({{"Volume", one.volume}, {"Reason", one.reason}});
+  Json unlike = Json::array();
+  for (const int volume : found.unlike) unlike.push_back(volume);
   if (!found.refused.empty()) json["VolumesRefused"] = refused;
   if (!found.uncertain.empty()) json["VolumesUncertain"] = countOf(found.uncertain);
+  if (!found.unlike.empty()) json["VolumesUnlike"] = unlike;
   if (!found.across.empty()) json["VolumesAcrossContrasts"] = countOf(found.across);
   if (!found.between.empty()) json["VolumesBetween"] = countOf(found.between);
   return json;

@@ -54,6 +54,7 @@ struct RealignmentRecord {
   std::vector<int> moved;        ///< of them
   std::vector<Refused> refused;  ///< of them: no motion was taken
   std::vector<int> uncertain;    ///< of them: displaced, but by no more than could be chance
+  std::vector<int> unlike;       ///< of the rest: much less like the reference than most
   bool weightedToo = false;      ///< those with diffusion gradients were asked for
   std::vector<int> across;       ///< volumes of another contrast that were aligned all the same
   std::vector<int> between;      ///< volumes with the motion between those that were compared

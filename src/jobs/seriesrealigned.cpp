@@ -21,6 +21,15 @@ std::string namedVolumes(const std::vector<int>& volumes) {
   return (volumes.size() == 1 ? "volume " : "volumes ") + rangesOf(volumes);
 }
 
+std::string unlikeSentence(const std::string& in, const std::vector<int>& volumes, int reference) {
+  const bool one = volumes.size() == 1;
+  return namedVolumes(volumes) + " of " + in + (one ? " resembles" : " resemble") + " volume " +
+         std::to_string(reference) +
+         " much less than most do, also with the motion that was found: " + (one ? "it" : "they") +
+         " may be spoiled (by shading, or motion while it was taken), and what was found may be no "
+         "motion of the head";
+}
+
 SeriesToRealign seriesOf(const SeriesInput& input, const Volume<float>& shift, int threads,
                          const std::vector<int>& volumes, Progress& progress) {
   const std::string subject = std::filesystem::path(input.file).filename().string();
@@ -35,6 +44,7 @@ RealignmentRecord recordOf(const Realignment& realignment) {
   RealignmentRecord record;
   record.reference = realignment.reference;
   record.notPossible = realignment.notPossible;
+  record.unlike = unlikeVolumes(realignment);
   for (const RealignedVolume& one : realignment.volumes) {
     record.compared.push_back(one.volume);
     if (one.outcome == RealignedVolume::Outcome::moved) record.moved.push_back(one.volume);
@@ -142,6 +152,8 @@ void tellOfRealignment(const SeriesInput& input, SeriesRecord& record, std::vect
         " cannot be told: half a millimetre or more was found against volume " +
         std::to_string(found.reference) +
         ", which could be chance, as with another contrast: it is left where it is");
+  if (!found.unlike.empty())
+    record.warnings.push_back(unlikeSentence(input.file, found.unlike, found.reference));
   if (found.between.empty()) return;
   const std::string instead =
       ": they get the motion between that of the volumes without gradients before and after them";

@@ -36,6 +36,7 @@ struct RealignedVolume {
   glm::dmat4 motion{1.0};      ///< where it moved
   double displacementMm = 0;   ///< that was found, whether it was taken or not (displacementMm)
   double standardErrorMm = 0;  ///< of it
+  double correlation = 1;      ///< with the reference, with the motion that was found
   std::string reason = {};     ///< why it was refused: "it does not resemble ..."
 };
 
@@ -55,6 +56,12 @@ struct Realignment {
 ///            more than 40 mm or a rotation by more than 30 degrees; less than 3/10 of the places
 ///            compared in the volume; a standard error above 1 mm.
 RealignedVolume judgedFit(const VolumeFit& fit, const Grid& grid);
+
+/// Volumes that were neither refused nor uncertain, but resemble the reference much less than most
+/// do: what their correlation lacks of 1 is more than 4 times what the middle one of all that were
+/// not refused lacks, and by more than 0.01. They may be spoiled, as by shading, and what was found
+/// of them may be no motion.
+std::vector<int> unlikeVolumes(const Realignment& realignment);
 
 /// Finds where the head is in the volumes against the reference. The result does not depend on the
 /// number of threads.

@@ -123,6 +123,23 @@ TEST_F(RealignEdges, AVolumeWithoutAHeadIsNoReference) {
   }
 }
 
+// Shading is taken for motion in part.
+TEST_F(RealignEdges, NamesAVolumeThatIsLessLikeTheReference) {
+  const auto shade = [](int n, Volume<float>& volume) {
+    for (int i = 0; n == 3 && i < volume.size(); ++i)
+      volume.data()[i] *=
+          0.5F + static_cast<float>(i % volume.nx()) / static_cast<float>(volume.nx());
+  };
+  const std::vector<int> volumes = {0, 1, 0, 1, 2, 0};
+  const std::string shaded = write("shaded", volumes, shade), whole = write("whole", volumes);
+  const ProgramResult result = applyTo(shaded, {"--realign"});
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_THAT(result.err, HasSubstr("Warning: volume 3 of " + shaded + " resembles volume "));
+  EXPECT_EQ(realignment().at("VolumesUnlike"), std::vector<int>{3});
+  EXPECT_THAT(applyTo(whole, {"--realign"}).err, testing::Not(HasSubstr("resembles")));
+  EXPECT_FALSE(realignment().contains("VolumesUnlike"));
+}
+
 TEST_F(RealignEdges, TwoVolumesWithHoles) {
   // Floats, which hold what is not finite.
   const std::string image = write("two", {0, 1});

@@ -155,6 +155,31 @@ TEST_F(VolumeAlignment, WhatCouldBeChanceIsToldFromAHeadThatKeptStill) {
   EXPECT_EQ(judgedFit(fit, grid).motion, glm::dmat4(1.0));
 }
 
+TEST_F(VolumeAlignment, VolumesThatAreMuchLessLikeTheReferenceAreTold) {
+  using Outcome = RealignedVolume::Outcome;
+  Realignment found;
+  found.reference = 2;
+  const double correlations[] = {0.99, 0.96, 1, 0.991, 0.96, 0.992, 0.96, 0.97, 0.989, 0.991};
+  for (int t = 0; t < 10; ++t) {
+    RealignedVolume one;
+    one.volume = t;
+    one.outcome = t % 2 == 0 ? Outcome::notMoved : Outcome::moved;
+    one.correlation = correlations[t];
+    found.volumes.push_back(one);
+  }
+  // What lacks in the middle one is 0.01.
+  EXPECT_EQ(unlikeVolumes(found), (std::vector<int>{}));
+  for (const int t : {1, 4, 6}) found.volumes[static_cast<std::size_t>(t)].correlation = 0.95;
+  EXPECT_EQ(unlikeVolumes(found), (std::vector<int>{1, 4, 6}));
+  found.volumes[4].outcome = Outcome::refused;
+  found.volumes[6].outcome = Outcome::uncertain;
+  EXPECT_EQ(unlikeVolumes(found), std::vector<int>{1});
+  // Of a few that hardly differ from one another the last may do so by many times.
+  for (RealignedVolume& one : found.volumes) one.correlation = 0.9999;
+  found.volumes[1].correlation = 0.991;
+  EXPECT_EQ(unlikeVolumes(found), std::vector<int>{});
+}
+
 TEST_F(VolumeAlignment, NeedsAHeadToCompare) {
   const Volume<float> empty(grid.dims, 0.0F);
   EXPECT_FALSE(VolumeAligner(empty, {grid, phantom->shiftVoxels, 1}, "nothing").canCompare());
