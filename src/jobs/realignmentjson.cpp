@@ -19,6 +19,7 @@ Json realignmentJson(const RealignmentRecord& found) {
   if (!found.refused.empty()) json["VolumesRefused"] = refused;
   if (!found.uncertain.empty()) json["VolumesUncertain"] = countOf(found.uncertain);
   if (!found.across.empty()) json["VolumesAcrossContrasts"] = countOf(found.across);
+  if (found.weightedToo) json["WeightedVolumesToo"] = true;
   if (!found.between.empty()) json["VolumesBetween"] = countOf(found.between);
   return json;
 }
