@@ -248,7 +248,7 @@ void addBidsCommand(Command& app, Program& program) {
   command->add_flag("--quiet", options->quiet, "No lines about progress");
   command->callback([options, &program] {
     program.action = [options, &program] {
-      options->job.align = !options->noAlign;
+      options->job.series.align = !options->noAlign;
       if (!options->noReports)
         options->job.report = [&program, viewer = !options->noViewer] {
           return jobReportOf(program, viewer);
