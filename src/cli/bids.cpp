@@ -173,7 +173,7 @@ int runGroup(const BidsCommandOptions& options) {
     writeIndex(out + "/index.html",
                report::indexPage(nameOf(options.job.dataset), options.job.version, rows, out));
   dataset::writeIfDifferent(out + "/group_corrected.tsv", groupTsv(rows));
-  dataset::writeIfDifferent(out + "/group_corrected.json", dataset::groupDictionary());
+  dataset::writeIfDifferent(out + "/group_corrected.json", dataset::groupDictionary(rows));
   std::cout << out << "/group_corrected.tsv\n" << out << "/group_corrected.json\n";
   if (!options.noReports) std::cout << out << "/index.html\n";
   return exitSuccess;
