@@ -141,4 +141,163 @@ TEST_F(BidsRealign, ThreadsChangeNoByte) {
   expectEqual(withThreads("5"), one);
 }
 
+TEST_F(BidsRealign, WhatWasMadeWithoutIsNotUpToDate) {
+  ASSERT_THAT(correctAll().err, counts(5, 0));
+  EXPECT_FALSE(isThere(std::string(boldMotion) + ".txt"));
+  const std::string still = textOf(out(bold) + ".nii.gz"), bvec = textOf(out(dwi) + ".bvec");
+  EXPECT_THAT(correctAll({"--realign"}).err, counts(3, 2)) << "the pair stays";
+  EXPECT_TRUE(isThere(std::string(boldMotion) + ".json"));
+  EXPECT_NE(textOf(out(bold) + ".nii.gz"), still);
+  EXPECT_NE(textOf(out(dwi) + ".bvec"), bvec);
+  EXPECT_THAT(correctAll({"--realign"}).err, counts(0, 5));
+
+  EXPECT_THAT(correctAll({"--realign", "--realign-weighted"}).err, counts(1, 4));
+  EXPECT_THAT(correctAll({"--realign", "--realign-weighted"}).err, counts(0, 5));
+  EXPECT_THAT(correctAll({"--realign"}).err, counts(1, 4)) << "of the diffusion series";
+
+  EXPECT_THAT(correctAll().err, counts(3, 2));
+  EXPECT_EQ(textOf(out(bold) + ".nii.gz"), still);
+  EXPECT_EQ(textOf(out(dwi) + ".bvec"), bvec);
+  for (const char* motion : {boldMotion, dwiMotion})
+    for (const char* end : {".txt", ".json"})
+      EXPECT_FALSE(isThere(motion + std::string(end))) << "it is not true of what is there";
+  EXPECT_THAT(textOf(out("logs/sub-1.log")), HasSubstr("_desc-hmc_xfm.txt, the motion of an "
+                                                       "earlier run of this series, was removed"));
+  EXPECT_THAT(correctAll().err, counts(0, 5));
+}
+
+TEST_F(BidsRealign, WhatIsMissingOrChangedIsMadeAgain) {
+  const Words options = {"--realign"};
+  ASSERT_THAT(correctAll(options).err, counts(5, 0));
+  fs::remove(out(boldMotion) + ".txt");
+  EXPECT_THAT(correctAll(options).err, counts(1, 4));
+  EXPECT_TRUE(isThere(std::string(boldMotion) + ".txt"));
+  text("sub-1/dwi/sub-1_dwi.bvec", "0 0 0.8 0\n0 0 0.6 0\n0 0 0 0\n");
+  EXPECT_THAT(correctAll(options).err, counts(1, 4)) << "whose directions are turned";
+  text("sub-1/dwi/sub-1_dwi.bval", "0 0 900 0\n");
+  EXPECT_THAT(correctAll(options).err, counts(1, 4));
+  EXPECT_THAT(correctAll(options).err, counts(0, 5));
+}
+
+TEST_F(BidsRealign, WhatWasInterpolatedOtherwiseIsNotUpToDate) {
+  ASSERT_THAT(correctAll().err, counts(5, 0));
+  const auto cubic = results(out());
+  EXPECT_THAT(correctAll({"--interpolation", "cubic"}).err, counts(0, 5));
+  EXPECT_THAT(correctAll({"--interpolation", "linear"}).err, counts(5, 0));
+  EXPECT_NE(textOf(out(bold) + ".nii.gz"),
+            cubic.at(fs::path(bold).filename().string() + ".nii.gz"));
+  EXPECT_THAT(correctAll({"--interpolation", "linear"}).err, counts(0, 5));
+  fs::remove(out(cubicMean) + ".nii.gz");
+  EXPECT_THAT(correctAll({"--interpolation", "linear"}).err, counts(2, 3));
+  EXPECT_THAT(correctAll().err, counts(5, 0));
+  EXPECT_FALSE(isThere(std::string(cubicMean) + ".json"));
+  expectEqual(results(out()), cubic);
+}
+
+// What somebody corrected by hand into the folder of results, with motion of his own.
+TEST_F(BidsRealign, MotionThatWasGivenIsNotThatOfTheCommand) {
+  ASSERT_THAT(correctAll({"--realign"}).err, counts(5, 0));
+  const std::string motion = folder.write("mine.txt", textOf(out(boldMotion) + ".txt"));
+  const ProgramResult byHand =
+      runMirel({"apply", "--field", out("sub-1/fmap/sub-1_desc-preproc_fieldmap.nii.gz"),
+                raw("sub-1/func/sub-1_task-rest_bold.nii.gz"), "--reference",
+                out("sub-1/fmap/sub-1_desc-preproc_magnitude.nii.gz"), "--align", "--modulate",
+                "--motion", motion, "-o", out("sub-1/func"), "--overwrite", "--no-report"});
+  ASSERT_EQ(byHand.status, 0) << byHand.err;
+  EXPECT_THAT(correctAll({"--realign"}).err, counts(1, 4));
+  ASSERT_TRUE(seriesIn(bold).contains("Realignment"));
+}
+
+TEST_F(BidsRealign, MotionOfAnotherProgramIsNotReplaced) {
+  ASSERT_THAT(correctAll().err, counts(5, 0));
+  const std::string file = out(boldMotion) + ".txt";
+  folder.write("out/" + std::string(boldMotion) + ".txt", "not ours");
+  const ProgramResult result = correctAll({"--realign"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(
+      textOf(out("logs/sub-1_plan.tsv")),
+      HasSubstr(
+          "_desc-hmc_xfm.txt is there already, and no record beside it tells that it was made "
+          "of the same images\t"));
+  EXPECT_EQ(textOf(file), "not ours");
+  EXPECT_FALSE(seriesIn(bold).contains("Realignment"));
+}
+
+TEST_F(BidsRealign, ThePlanSaysWhatIsDoneOtherwise) {
+  const std::string plain = correctAll({"--dry-run"}).out;
+  EXPECT_THAT(plain, Not(AllOf(HasSubstr("motion"), HasSubstr("interpolation"))));
+  const std::string plan = correctAll({"--dry-run", "--realign", "--interpolation", "linear"}).out;
+  EXPECT_THAT(plan,
+              HasSubstr("that B0FieldSource asks for\n    motion within the series is looked for, "
+                        "linear interpolation\n"));
+  EXPECT_THAT(plan, HasSubstr("    one volume, within which no motion is looked for, linear "));
+  EXPECT_THAT(plan, HasSubstr("    corrected with its pair, linear interpolation\n"));
+  EXPECT_FALSE(isThere(""));
+
+  ASSERT_THAT(correctAll({"--realign"}).err, counts(5, 0));
+  EXPECT_THAT(textOf(out("logs/sub-1_plan.tsv")),
+              AllOf(HasSubstr("\toutput\twarnings\tsettings\n"),
+                    HasSubstr("\tmotion within the series is looked for\n")));
+  EXPECT_THAT(textOf(out("logs/sub-1_plan.json")),
+              HasSubstr(R"("Settings": "motion within the series is looked for")"));
+  ASSERT_THAT(correctAll().err, counts(3, 2));
+  EXPECT_THAT(textOf(out("logs/sub-1_plan.tsv")), HasSubstr("\toutput\twarnings\n"));
+}
+
+TEST_F(BidsRealign, TheTableOfAllImagesTellsTheMotion) {
+  const auto table = [&] {
+    EXPECT_EQ(runMirel({"bids", raw(), out(), "group"}).status, 0);
+    return textOf(out("group_corrected.tsv"));
+  };
+  ASSERT_EQ(correctAll().status, 0);
+  EXPECT_THAT(table(), Not(HasSubstr("motion_within")));
+  EXPECT_THAT(textOf(out("group_corrected.json")), Not(HasSubstr("motion_within")));
+  ASSERT_EQ(correctAll({"--realign"}).status, 0);
+  EXPECT_THAT(table(), HasSubstr("\tresidual\tmotion_within\tsign_check\t"));
+  const double largest = seriesIn(bold).at("Motion").at("LargestDisplacementMm");
+  EXPECT_GT(largest, 3);
+  EXPECT_THAT(table(), HasSubstr("\t" + json(largest).dump().substr(0, 4)));
+  EXPECT_THAT(textOf(out("group_corrected.json")), HasSubstr("\"motion_within\""));
+  EXPECT_THAT(textOf(out("index.html")), HasSubstr("Motion within (mm)"));
+}
+
+// With the magnitude beside it, to which series are aligned.
+TEST_F(BidsRealign, AMeasuredFieldGetsTheSame) {
+  fs::remove_all(raw("sub-1/fmap"));
+  image("desc-truth_fieldmap", "sub-1/fmap/sub-1_fieldmap",
+        R"({"Units": "Hz", "B0FieldIdentifier": "f"})");
+  image("desc-undistorted_epi", "sub-1/fmap/sub-1_magnitude", "{}");
+  const Words options = {"--realign", "--interpolation", "linear"};
+  const ProgramResult result = correctAll(options);
+  ASSERT_THAT(result.err, counts(3, 0)) << result.out;
+  Words words = {"apply",
+                 "--field",
+                 out("sub-1/fmap/sub-1_desc-preprocMeasured_fieldmap.nii.gz"),
+                 raw("sub-1/func/sub-1_task-rest_bold.nii.gz"),
+                 raw("sub-1/dwi/sub-1_dwi.nii.gz"),
+                 raw("sub-1/func/sub-1_task-rest_sbref.nii.gz"),
+                 "--reference",
+                 raw("sub-1/fmap/sub-1_magnitude.nii.gz"),
+                 "--align",
+                 "--modulate",
+                 "--no-report",
+                 "-o",
+                 folder.file("single")};
+  words.insert(words.end(), options.begin(), options.end());
+  ASSERT_EQ(runMirel(words).status, 0);
+  auto found = results(out());
+  EXPECT_EQ(found.erase("sub-1_desc-preprocMeasured_fieldmap.nii.gz"), 1U);
+  expectEqual(found, results(folder.file("single")));
+  EXPECT_THAT(correctAll(options).err, counts(0, 3));
+  EXPECT_THAT(correctAll({"--interpolation", "linear"}).err, counts(3, 0));
+}
+
+TEST_F(BidsRealign, MisuseIsAMatterOfOptions) {
+  EXPECT_EQ(correctAll({"--realign-weighted"}).status, 2);
+  EXPECT_THAT(correctAll({"--realign-weighted"}).err,
+              HasSubstr("--realign-weighted requires --realign"));
+  EXPECT_EQ(correctAll({"--interpolation", "sinc"}).status, 2);
+  EXPECT_FALSE(isThere(""));
+}
+
 }  // namespace mirel
