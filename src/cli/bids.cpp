@@ -255,7 +255,7 @@ void addBidsCommand(Command& app, Program& program) {
       "Find where the head was in each volume of every series and take its motion out\n"
       "together with the distortion in one interpolation; also written, as ITK text.\n"
       "Volumes with b > 100 s/mm^2 get the motion between those without gradients.\n"
-      "Images of one volume are left",
+      "Within images of one volume none is looked for",
       options->motion);
   addInterpolationOption(command, options->interpolation);
   command->add_flag("--quiet", options->quiet, "No lines about progress");

@@ -218,9 +218,11 @@ class SubjectRun {
                    ", by the verdict on the pair that it is estimated from")};
   }
 
-  // A series is aligned to the undistorted image, by a field in Hz.
-  SeriesSettings settingsWith(const FieldFile& source) const {
+  // A series is aligned to the undistorted image, by a field in Hz. What has one volume has no
+  // motion within, nor a file of it.
+  SeriesSettings settingsFor(const ImageFacts& image, const FieldFile& source) const {
     SeriesSettings series = settings.series;
+    if (image.volumes == 1) series.realign = series.realignWeighted = false;
     series.align = series.align && !source.field.empty() && !source.reference.empty();
     return series;
   }
@@ -237,7 +239,7 @@ class SubjectRun {
     const std::string name = folder + "/" + correctedName(image.image.name);
     const std::string stem = settings.output + "/" + name;
     clearLeftovers(settings.output + "/" + folder);
-    const SeriesSettings how = settingsWith(source);
+    const SeriesSettings how = settingsFor(image, source);
     if (hasPage(stem) &&
         isSeriesUpToDate(stem, rawFile(image), source.file(), how, settings.version, sums)) {
       copyPerfusionTable(rawFile(image), settings.output + "/" + folder);
