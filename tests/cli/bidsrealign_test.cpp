@@ -136,7 +136,7 @@ TEST_F(BidsRealign, ThreadsChangeNoByte) {
     Words words = options;
     words.insert(words.end(), {"--n-cpus", count});
     EXPECT_THAT(correctAll(words).err, counts(10, 0));
-    const auto made = results(out());
+    auto made = results(out());
     fs::remove_all(out());
     return made;
   };
