@@ -19,17 +19,24 @@ bool isOtherwise(const SeriesSettings& settings) {
   return settings.realign || settings.interpolation != InterpolationKernel::cubic;
 }
 
+// What becomes of motion within an image; what can be told before it is read.
+std::string realignText(const SubjectPlan& plan, const PlannedImage& planned) {
+  const PlannedField& field = plan.fields[*planned.field];
+  const ImageFacts& image = plan.images[planned.image];
+  if (field.correctsPair && field.pair.has(planned.image)) return "corrected with its pair";
+  if (image.volumes == 1) return "one volume, within which no motion is looked for";
+  if (image.image.suffix() == "dwi" && !image.unweightedVolumes)
+    return "no motion is looked for without a .bval";
+  if (image.unweightedVolumes.value_or(image.volumes) < 2)
+    return "no motion is looked for: fewer than two volumes have no gradients";
+  return "motion within the series is looked for";
+}
+
 // What is done otherwise than by default.
 std::string settingsText(const SubjectPlan& plan, const PlannedImage& planned,
                          const SeriesSettings& settings) {
   std::vector<std::string> texts;
-  const PlannedField& field = plan.fields[*planned.field];
-  if (settings.realign && field.correctsPair && field.pair.has(planned.image))
-    texts.emplace_back("corrected with its pair");
-  else if (settings.realign && plan.images[planned.image].volumes == 1)
-    texts.emplace_back("one volume, within which no motion is looked for");
-  else if (settings.realign)
-    texts.emplace_back("motion within the series is looked for");
+  if (settings.realign) texts.push_back(realignText(plan, planned));
   if (settings.interpolation != InterpolationKernel::cubic)
     texts.push_back(nameOf(settings.interpolation) + " interpolation");
   return joined(texts);
@@ -55,7 +62,8 @@ std::vector<Row> rowsOf(const SubjectResult& result) {
         sources.push_back(plan.images[source].image.path);
       row.sources = joined(sources);
       row.rule = nameOf(planned.rule);
-      row.settings = settingsText(plan, planned, result.settings);
+      if (outcome.status != Status::notSelected)
+        row.settings = settingsText(plan, planned, result.settings);
     }
     rows.push_back(std::move(row));
   }

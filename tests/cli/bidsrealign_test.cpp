@@ -235,6 +235,12 @@ TEST_F(BidsRealign, ThePlanSaysWhatIsDoneOtherwise) {
                         "linear interpolation\n"));
   EXPECT_THAT(plan, HasSubstr("    one volume, within which no motion is looked for, linear "));
   EXPECT_THAT(plan, HasSubstr("    corrected with its pair, linear interpolation\n"));
+  text("sub-1/dwi/sub-1_dwi.bval", "0 1000 1000 1000\n");
+  EXPECT_THAT(correctAll({"--dry-run", "--realign"}).out,
+              HasSubstr("no motion is looked for: fewer than two volumes have no gradients\n"));
+  fs::remove(raw("sub-1/dwi/sub-1_dwi.bval"));
+  EXPECT_THAT(correctAll({"--dry-run", "--realign"}).out,
+              HasSubstr("no motion is looked for without a .bval\n"));
   EXPECT_FALSE(isThere(""));
 
   ASSERT_THAT(correctAll({"--realign"}).err, counts(5, 0));
