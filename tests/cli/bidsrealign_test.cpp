@@ -18,9 +18,9 @@ using testing::Not;
 
 using Words = std::vector<std::string>;
 
-constexpr const char *bold = "sub-1/func/sub-1_task-rest_desc-preproc_bold",
-                     *dwi = "sub-1/dwi/sub-1_desc-preproc_dwi",
-                     *sbref = "sub-1/func/sub-1_task-rest_desc-preproc_sbref",
+constexpr const char *boldResult = "sub-1/func/sub-1_task-rest_desc-preproc_bold",
+                     *dwiResult = "sub-1/dwi/sub-1_desc-preproc_dwi",
+                     *sbrefResult = "sub-1/func/sub-1_task-rest_desc-preproc_sbref",
                      *cubicMean = "sub-1/fmap/sub-1_desc-cubic_magnitude";
 constexpr const char* boldMotion =
     "sub-1/func/sub-1_task-rest_from-orig_to-boldref_mode-image_desc-hmc_xfm";
@@ -109,9 +109,9 @@ TEST_F(BidsRealign, GivesTheBytesOfTheSingleCommand) {
   const Words options = {"--realign"};
   const ProgramResult result = correctAll(options);
   ASSERT_EQ(result.status, 0) << result.err;
-  EXPECT_EQ(seriesIn(bold).at("Realignment").at("VolumesMoved"), 3);
-  EXPECT_EQ(seriesIn(dwi).at("Realignment").at("VolumesBetween"), 1);
-  EXPECT_FALSE(seriesIn(sbref).contains("Realignment")) << "it has one volume";
+  EXPECT_EQ(seriesIn(boldResult).at("Realignment").at("VolumesMoved"), 3);
+  EXPECT_EQ(seriesIn(dwiResult).at("Realignment").at("VolumesBetween"), 1);
+  EXPECT_FALSE(seriesIn(sbrefResult).contains("Realignment")) << "it has one volume";
   const auto found = results(out());
   EXPECT_EQ(found.count(fs::path(boldMotion).filename().string() + ".txt"), 1U);
   expectEqual(found, bySingleCommand(options));
@@ -121,8 +121,8 @@ TEST_F(BidsRealign, GivesItsBytesByAnotherInterpolationToo) {
   const Words options = {"--realign", "--realign-weighted", "--interpolation", "lanczos"};
   const ProgramResult result = correctAll(options);
   ASSERT_EQ(result.status, 0) << result.err;
-  EXPECT_EQ(seriesIn(dwi).at("Realignment").at("WeightedVolumesToo"), true);
-  EXPECT_EQ(seriesIn(bold).at("Alignment").at("Outcome"), "moved");
+  EXPECT_EQ(seriesIn(dwiResult).at("Realignment").at("WeightedVolumesToo"), true);
+  EXPECT_EQ(seriesIn(boldResult).at("Alignment").at("Outcome"), "moved");
   // Series are aligned with what they would be aligned with by cubic splines.
   auto found = results(out());
   EXPECT_EQ(found.erase(fs::path(cubicMean).filename().string() + ".nii.gz"), 1U);
@@ -147,11 +147,12 @@ TEST_F(BidsRealign, ThreadsChangeNoByte) {
 TEST_F(BidsRealign, WhatWasMadeWithoutIsNotUpToDate) {
   ASSERT_THAT(correctAll().err, counts(5, 0));
   EXPECT_FALSE(isThere(std::string(boldMotion) + ".txt"));
-  const std::string still = textOf(out(bold) + ".nii.gz"), bvec = textOf(out(dwi) + ".bvec");
+  const std::string still = textOf(out(boldResult) + ".nii.gz"),
+                    bvec = textOf(out(dwiResult) + ".bvec");
   EXPECT_THAT(correctAll({"--realign"}).err, counts(2, 3)) << "the pair and the sbref stay";
   EXPECT_TRUE(isThere(std::string(boldMotion) + ".json"));
-  EXPECT_NE(textOf(out(bold) + ".nii.gz"), still);
-  EXPECT_NE(textOf(out(dwi) + ".bvec"), bvec);
+  EXPECT_NE(textOf(out(boldResult) + ".nii.gz"), still);
+  EXPECT_NE(textOf(out(dwiResult) + ".bvec"), bvec);
   EXPECT_THAT(correctAll({"--realign"}).err, counts(0, 5));
 
   EXPECT_THAT(correctAll({"--realign", "--realign-weighted"}).err, counts(1, 4));
@@ -159,8 +160,8 @@ TEST_F(BidsRealign, WhatWasMadeWithoutIsNotUpToDate) {
   EXPECT_THAT(correctAll({"--realign"}).err, counts(1, 4)) << "of the diffusion series";
 
   EXPECT_THAT(correctAll().err, counts(2, 3));
-  EXPECT_EQ(textOf(out(bold) + ".nii.gz"), still);
-  EXPECT_EQ(textOf(out(dwi) + ".bvec"), bvec);
+  EXPECT_EQ(textOf(out(boldResult) + ".nii.gz"), still);
+  EXPECT_EQ(textOf(out(dwiResult) + ".bvec"), bvec);
   for (const char* motion : {boldMotion, dwiMotion})
     for (const char* end : {".txt", ".json"})
       EXPECT_FALSE(isThere(motion + std::string(end))) << "it is not true of what is there";
@@ -187,8 +188,8 @@ TEST_F(BidsRealign, WhatWasInterpolatedOtherwiseIsNotUpToDate) {
   const auto cubic = results(out());
   EXPECT_THAT(correctAll({"--interpolation", "cubic"}).err, counts(0, 5));
   EXPECT_THAT(correctAll({"--interpolation", "linear"}).err, counts(5, 0));
-  EXPECT_NE(textOf(out(bold) + ".nii.gz"),
-            cubic.at(fs::path(bold).filename().string() + ".nii.gz"));
+  EXPECT_NE(textOf(out(boldResult) + ".nii.gz"),
+            cubic.at(fs::path(boldResult).filename().string() + ".nii.gz"));
   EXPECT_THAT(correctAll({"--interpolation", "linear"}).err, counts(0, 5));
   fs::remove(out(cubicMean) + ".nii.gz");
   EXPECT_THAT(correctAll({"--interpolation", "linear"}).err, counts(2, 3));
@@ -208,7 +209,7 @@ TEST_F(BidsRealign, MotionThatWasGivenIsNotThatOfTheCommand) {
                 "--motion", motion, "-o", out("sub-1/func"), "--overwrite", "--no-report"});
   ASSERT_EQ(byHand.status, 0) << byHand.err;
   EXPECT_THAT(correctAll({"--realign"}).err, counts(1, 4));
-  ASSERT_TRUE(seriesIn(bold).contains("Realignment"));
+  ASSERT_TRUE(seriesIn(boldResult).contains("Realignment"));
 }
 
 TEST_F(BidsRealign, MotionOfAnotherProgramIsNotReplaced) {
@@ -223,7 +224,7 @@ TEST_F(BidsRealign, MotionOfAnotherProgramIsNotReplaced) {
           "_desc-hmc_xfm.txt is there already, and no record beside it tells that it was made "
           "of the same images\t"));
   EXPECT_EQ(textOf(file), "not ours");
-  EXPECT_FALSE(seriesIn(bold).contains("Realignment"));
+  EXPECT_FALSE(seriesIn(boldResult).contains("Realignment"));
 }
 
 TEST_F(BidsRealign, ThePlanSaysWhatIsDoneOtherwise) {
@@ -263,7 +264,7 @@ TEST_F(BidsRealign, TheTableOfAllImagesTellsTheMotion) {
   EXPECT_THAT(textOf(out("group_corrected.json")), Not(HasSubstr("motion_within")));
   ASSERT_EQ(correctAll({"--realign"}).status, 0);
   EXPECT_THAT(table(), HasSubstr("\tresidual\tmotion_within\tsign_check\t"));
-  const double largest = seriesIn(bold).at("Motion").at("LargestDisplacementMm");
+  const double largest = seriesIn(boldResult).at("Motion").at("LargestDisplacementMm");
   EXPECT_GT(largest, 3);
   EXPECT_THAT(table(), HasSubstr("\t" + json(largest).dump().substr(0, 4)));
   EXPECT_THAT(textOf(out("group_corrected.json")), HasSubstr("\"motion_within\""));
