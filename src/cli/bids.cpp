@@ -2,13 +2,16 @@
 #include <filesystem>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <thread>
 
 #include "base/error.h"
 #include "base/inputfile.h"
 #include "cli/advice.h"
 #include "cli/command.h"
+#include "cli/interpolationoption.h"
 #include "cli/interrupt.h"
+#include "cli/motionoption.h"
 #include "cli/numbers.h"
 #include "cli/progressbar.h"
 #include "cli/reportfacts.h"
@@ -38,6 +41,8 @@ constexpr const char* bidsDescription =
 struct BidsCommandOptions {
   dataset::ParticipantOptions job;
   std::string level;
+  std::optional<InterpolationKernel> interpolation;
+  MotionArguments motion;  ///< within the series
   bool dryRun = false, strict = false, quiet = false, skipValidation = false, noReports = false,
        noViewer = false, noAlign = false;
 };
@@ -168,7 +173,7 @@ int runGroup(const BidsCommandOptions& options) {
     writeIndex(out + "/index.html",
                report::indexPage(nameOf(options.job.dataset), options.job.version, rows, out));
   dataset::writeIfDifferent(out + "/group_corrected.tsv", groupTsv(rows));
-  dataset::writeIfDifferent(out + "/group_corrected.json", dataset::groupDictionary());
+  dataset::writeIfDifferent(out + "/group_corrected.json", dataset::groupDictionary(rows));
   std::cout << out << "/group_corrected.tsv\n" << out << "/group_corrected.json\n";
   if (!options.noReports) std::cout << out << "/index.html\n";
   return exitSuccess;
@@ -245,10 +250,22 @@ void addBidsCommand(Command& app, Program& program) {
   command->add_flag("--no-align", options->noAlign,
                     "Take the head to be in every image where it was in the pair that corrects it\n"
                     "(default: look for its motion, and carry the field along)");
+  addRealignOptions(
+      command,
+      "Find where the head was in each volume of every series and take its motion out\n"
+      "together with the distortion in one interpolation; also written, as ITK text.\n"
+      "Volumes with b > 100 s/mm^2 get the motion between those without gradients.\n"
+      "Within images of one volume none is looked for",
+      options->motion);
+  addInterpolationOption(command, options->interpolation);
   command->add_flag("--quiet", options->quiet, "No lines about progress");
   command->callback([options, &program] {
     program.action = [options, &program] {
-      options->job.align = !options->noAlign;
+      SeriesSettings& series = options->job.series;
+      series.align = !options->noAlign;
+      series.realign = options->motion.realign;
+      series.realignWeighted = options->motion.realignWeighted;
+      if (options->interpolation) series.interpolation = *options->interpolation;
       if (!options->noReports)
         options->job.report = [&program, viewer = !options->noViewer] {
           return jobReportOf(program, viewer);

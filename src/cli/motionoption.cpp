@@ -10,16 +10,10 @@ namespace mirel {
 
 namespace {
 
-// Of every RUN.
-Option* addRealignOption(Command* command, bool& realign, Option* warp, Option* motion) {
-  return command
-      ->add_flag("--realign", realign,
-                 "Find where the head was in each volume of RUN and take its motion out together\n"
-                 "with the distortion in one interpolation; also written, as ITK text. Volumes\n"
-                 "with b > 100 s/mm^2 get the motion between those without gradients")
-      ->excludes(warp)
-      ->excludes(motion);
-}
+constexpr const char* realignHelp =
+    "Find where the head was in each volume of RUN and take its motion out together\n"
+    "with the distortion in one interpolation; also written, as ITK text. Volumes\n"
+    "with b > 100 s/mm^2 get the motion between those without gradients";
 
 }  // namespace
 
@@ -60,13 +54,21 @@ std::vector<Option*> addMotionOptions(Command* command, MotionArguments& argumen
       "The volume of RUN, counted from 0, or the image that its volumes were aligned\n"
       "to (default: the volume that did not move)");
   reference->type_name("N|IMAGE")->needs(motion);
-  Option* realign = addRealignOption(command, arguments.realign, warp, motion);
+  std::vector<Option*> options = addRealignOptions(command, realignHelp, arguments);
+  options.front()->excludes(warp)->excludes(motion);
+  options.insert(options.begin(), {motion, from, reference});
+  return options;
+}
+
+std::vector<Option*> addRealignOptions(Command* command, const std::string& help,
+                                       MotionArguments& arguments) {
+  Option* realign = command->add_flag("--realign", arguments.realign, help);
   Option* weighted = command->add_flag(
       "--realign-weighted", arguments.realignWeighted,
       "With --realign: volumes with b > 100 s/mm^2, too, by mutual information with\n"
       "the reference, which takes half a second each and is less precise");
   weighted->needs(realign);
-  return {motion, from, reference, realign, weighted};
+  return {realign, weighted};
 }
 
 }  // namespace mirel

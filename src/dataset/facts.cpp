@@ -25,8 +25,9 @@ void readHeader(const std::string& file, ImageFacts& facts) {
   const std::string bValues = nifti::gradientFileOf(file, ".bval");
   if (bValues.empty()) return;
   const std::vector<float> values = nifti::readBValues(bValues, header.volumes);
-  const auto first = std::find_if(values.begin(), values.end(),
-                                  [](float b) { return b <= nifti::greatestUnweighted; });
+  const auto isUnweighted = [](float b) { return b <= nifti::greatestUnweighted; };
+  facts.unweightedVolumes = std::count_if(values.begin(), values.end(), isUnweighted);
+  const auto first = std::find_if(values.begin(), values.end(), isUnweighted);
   facts.unweightedVolume = first == values.end() ? -1 : static_cast<int>(first - values.begin());
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
@@ -23,6 +24,8 @@ struct ImageFacts {
   int volumes = 1;
   /// Of a diffusion series: the first volume without weighting; below 0: there is none.
   int unweightedVolume = 0;
+  /// How many volumes have no weighting, where a .bval beside the image tells it.
+  std::optional<std::ptrdiff_t> unweightedVolumes;
   /// Of sidecars that could describe it and do not count (bids::notesOnPassedOver).
   std::vector<std::string> notes;
   /// Why nothing can be done with it: a sentence with the file's name; empty for a good image.

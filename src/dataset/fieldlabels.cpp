@@ -45,9 +45,9 @@ std::vector<std::vector<PlannedField*>> ofOneName(SubjectPlan& plan) {
 }  // namespace
 
 std::string fieldResultName(const SubjectPlan& plan, const PlannedField& field,
-                            const std::string& suffix) {
-  return pairResultName(nameOf(plan, field.pair.a), nameOf(plan, field.pair.b), suffix,
-                        field.label);
+                            const std::string& suffix, const std::string& label) {
+  return pairResultName(nameOf(plan, field.pair.a), nameOf(plan, field.pair.b), suffix, field.label,
+                        label);
 }
 
 void labelFields(SubjectPlan& plan) {

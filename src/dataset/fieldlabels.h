@@ -10,8 +10,9 @@ namespace mirel::dataset {
 /// field's identifier or the directions of the pair ("APPA"), at last a number.
 void labelFields(SubjectPlan& plan);
 
-/// The name of a field's results of a suffix ("fieldmap", "magnitude"), without extension.
+/// The name of a field's results of a suffix ("fieldmap", "magnitude"), without extension. `label`
+/// begins their description (pairResultName).
 std::string fieldResultName(const SubjectPlan& plan, const PlannedField& field,
-                            const std::string& suffix);
+                            const std::string& suffix, const std::string& label = "preproc");
 
 }  // namespace mirel::dataset

@@ -93,9 +93,17 @@ void readField(const std::string& output, const std::string& uri, GroupRow& row)
   if (const Json* pair = field.json().find("Mirel")) readPair(*pair, row);
 }
 
+// Of one in which the head kept still there is no more than that it was looked for.
+std::optional<double> motionWithin(const Json& series) {
+  if (const auto largest = series.part("Motion").numberOf("LargestDisplacementMm")) return largest;
+  const Json& found = series.part("Realignment");
+  return found.is_object() && !found.contains("NotPossible") ? std::optional(0.0) : std::nullopt;
+}
+
 void readSeries(const std::string& output, const Json& series,
                 const std::vector<std::string>& sources, GroupRow& row) {
   row.signCheck = series.part("SignCheck").textOf("Verdict");
+  row.motionWithinMm = motionWithin(series);
   row.warnings = warningsIn(series);
   if (sources.size() > 1) readField(output, sources[1], row);
 }
@@ -178,12 +186,13 @@ void markOutliers(std::vector<GroupRow>& rows) {
   constexpr double farthest = 3.5, toDeviation = 1.4826;
   constexpr std::size_t fewest = 5;
   for (const GroupFigure& figure : groupFigures) {
-    std::map<std::string, double> byField;
+    std::map<std::string, double> bySource;
     for (const GroupRow& row : rows)
-      if (const auto& value = row.*figure.value) byField.emplace(row.field, *value);
-    if (byField.size() < fewest) continue;
+      if (const auto& value = row.*figure.value)
+        bySource.emplace(figure.isOfSeries ? row.image : row.field, *value);
+    if (bySource.size() < fewest) continue;
     std::vector<double> values, deviations;
-    for (const auto& [field, value] : byField) values.push_back(value);
+    for (const auto& [source, value] : bySource) values.push_back(value);
     const double median = medianOf(values);
     for (const double value : values) deviations.push_back(std::fabs(value - median));
     const double deviation = toDeviation * medianOf(deviations);
@@ -213,13 +222,14 @@ std::vector<GroupRow> groupRows(const std::string& output) {
 }
 
 std::string groupTsv(const std::vector<GroupRow>& rows) {
+  const std::vector<GroupFigure> figures = figuresOf(rows);
   std::vector<std::string> titles = {"image", "source", "field", "verdict"};
-  for (const GroupFigure& figure : groupFigures) titles.emplace_back(figure.name);
+  for (const GroupFigure& figure : figures) titles.emplace_back(figure.name);
   titles.insert(titles.end(), {"sign_check", "warnings", "outlier"});
   std::string table = tsvLine(titles);
   for (const GroupRow& row : rows) {
     std::vector<std::string> cells = {row.image, row.source, row.field, row.verdict};
-    for (const GroupFigure& figure : groupFigures) {
+    for (const GroupFigure& figure : figures) {
       const auto& value = row.*figure.value;
       cells.push_back(value ? text(*value) : "");
     }
@@ -229,17 +239,17 @@ std::string groupTsv(const std::vector<GroupRow>& rows) {
   return table;
 }
 
-std::string groupDictionary() {
+std::string groupDictionary(const std::vector<GroupRow>& rows) {
   Json json = {
       {"image", {{"Description", "The corrected image, from this folder on"}}},
       {"source", {{"Description", "The image that it was made of, as a BIDS URI"}}},
       {"field", {{"Description", "The field that it was corrected with, from this folder on"}}},
       {"verdict", {{"Description", "How far the result is to be trusted"}}}};
-  for (const GroupFigure& figure : groupFigures)
+  for (const GroupFigure& figure : figuresOf(rows))
     json[figure.name] = {{"Description", figure.meaning}, {"Units", figure.unit}};
   json["sign_check"] = {{"Description", "Whether the sign of a series' direction is right"}};
   json["warnings"] = {{"Description", "Warnings about the image and its field"}, {"Units", "1"}};
-  json["outlier"] = {{"Description", "Columns in which its field lies far from those of others"}};
+  json["outlier"] = {{"Description", outlierMeaning(rows)}};
   return json.dump(2) + "\n";
 }
 

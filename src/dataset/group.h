@@ -20,6 +20,8 @@ struct GroupRow {
   std::optional<double> motionMm, motionDegrees;  ///< of the head between the images of the pair
   std::optional<double> agreementBefore, agreementAfter;  ///< correlation of the pair in the head
   std::optional<double> residual;                         ///< of the corrected pair
+  /// The largest displacement of the head within a series, where it was looked for.
+  std::optional<double> motionWithinMm;
   std::string signCheck;  ///< of a series: "right", "opposite", "undecided"
   int warnings = 0;
   /// Paths of pages from the output folder on, of the image and of the field; empty where there is
@@ -36,12 +38,14 @@ std::vector<GroupRow> groupRows(const std::string& output);
 
 /// Marks as outliers what lies more than 3.5 robust standard deviations (1.4826 times the median
 /// absolute deviation; Iglewicz, Hoaglin 1993, How to Detect and Handle Outliers) from the median
-/// over all fields. Each field counts once; fewer than five tell nothing.
+/// over all fields, or over all series of what is of these. Each field counts once; fewer than five
+/// tell nothing.
 void markOutliers(std::vector<GroupRow>& rows);
 
-/// The table with a line of titles; "n/a" for what is not known.
+/// The table with a line of titles; "n/a" for what is not known. What is of series has a column
+/// where one of them tells it.
 std::string groupTsv(const std::vector<GroupRow>& rows);
 /// What its columns mean, as JSON.
-std::string groupDictionary();
+std::string groupDictionary(const std::vector<GroupRow>& rows);
 
 }  // namespace mirel::dataset

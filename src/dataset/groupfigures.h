@@ -1,6 +1,9 @@
 #pragma once
 
+#include <algorithm>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "dataset/group.h"
 
@@ -13,6 +16,8 @@ struct GroupFigure {
   std::optional<double> GroupRow::*value;
   const char* meaning;
   const char* unit;  ///< "1" for none
+  /// It is of a series, not of its field, and has a column only where one of them tells it.
+  bool isOfSeries = false;
 };
 
 /// In the order of their columns.
@@ -34,6 +39,26 @@ inline constexpr GroupFigure groupFigures[] = {
      "Correlation of the pair in the head when corrected", "1"},
     {"residual", "Residual", &GroupRow::residual,
      "Root mean square difference of the corrected pair over that of its mean", "1"},
+    {"motion_within", "Motion within", &GroupRow::motionWithinMm,
+     "Largest displacement of the head within the series", "mm", /*isOfSeries=*/true},
 };
+
+/// Those that have a column.
+inline std::vector<GroupFigure> figuresOf(const std::vector<GroupRow>& rows) {
+  std::vector<GroupFigure> figures;
+  for (const GroupFigure& figure : groupFigures)
+    if (!figure.isOfSeries || std::any_of(rows.begin(), rows.end(), [&](const GroupRow& row) {
+          return (row.*figure.value).has_value();
+        }))
+      figures.push_back(figure);
+  return figures;
+}
+
+/// Of the column outlier.
+inline std::string outlierMeaning(const std::vector<GroupRow>& rows) {
+  return figuresOf(rows).back().isOfSeries
+             ? "Columns in which its field, or the head within it, lies far from others"
+             : "Columns in which its field lies far from those of others";
+}
 
 }  // namespace mirel::dataset

@@ -92,9 +92,9 @@ class Workers {
     log("Mirel " + options.version + ", subject " + subject.plan.subject);
     for (const Remark& warning : subject.plan.warnings) log("Warning: " + warning.text);
     JobProgress job(progress);
-    runSubject(subject,
-               {options.dataset, options.output, options.version, threadsEach, options.report,
-                options.align},
+    SeriesSettings series = options.series;
+    series.threads = threadsEach;
+    runSubject(subject, {options.dataset, options.output, options.version, options.report, series},
                log, job);
     for (std::size_t n = 0; n < subject.outcomes.size(); ++n)
       if (subject.outcomes[n].status == Status::left)

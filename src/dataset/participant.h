@@ -21,7 +21,8 @@ struct ParticipantOptions {
   int memoryMb = 0;        ///< that subjects side by side may need; 0: not bounded
   std::string version;
   ReportMaker report;  ///< empty: no pages
-  bool align = true;   ///< SeriesSettings::align
+  /// How images are corrected; the threads of this come from those of all subjects.
+  SeriesSettings series{.modulation = Modulation::on, .align = true};
 };
 
 /// Who is told how far a dataset is. Called by several threads, but by one at a time.

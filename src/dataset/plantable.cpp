@@ -11,9 +11,36 @@ namespace mirel::dataset {
 namespace {
 
 struct Row {
-  std::string image, status, field, sources, rule, reason, output;
+  std::string image, status, field, sources, rule, reason, output, settings;
   std::vector<std::string> warnings;
 };
+
+bool isOtherwise(const SeriesSettings& settings) {
+  return settings.realign || settings.interpolation != InterpolationKernel::cubic;
+}
+
+// What becomes of motion within an image; what can be told before it is read.
+std::string realignText(const SubjectPlan& plan, const PlannedImage& planned) {
+  const PlannedField& field = plan.fields[*planned.field];
+  const ImageFacts& image = plan.images[planned.image];
+  if (field.correctsPair && field.pair.has(planned.image)) return "corrected with its pair";
+  if (image.volumes == 1) return "one volume, within which no motion is looked for";
+  if (image.image.suffix() == "dwi" && !image.unweightedVolumes)
+    return "no motion is looked for without a .bval";
+  if (image.unweightedVolumes.value_or(image.volumes) < 2)
+    return "no motion is looked for: fewer than two volumes have no gradients";
+  return "motion within the series is looked for";
+}
+
+// What is done otherwise than by default.
+std::string settingsText(const SubjectPlan& plan, const PlannedImage& planned,
+                         const SeriesSettings& settings) {
+  std::vector<std::string> texts;
+  if (settings.realign) texts.push_back(realignText(plan, planned));
+  if (settings.interpolation != InterpolationKernel::cubic)
+    texts.push_back(nameOf(settings.interpolation) + " interpolation");
+  return joined(texts);
+}
 
 std::vector<Row> rowsOf(const SubjectResult& result) {
   const SubjectPlan& plan = result.plan;
@@ -35,6 +62,8 @@ std::vector<Row> rowsOf(const SubjectResult& result) {
         sources.push_back(plan.images[source].image.path);
       row.sources = joined(sources);
       row.rule = nameOf(planned.rule);
+      if (outcome.status != Status::notSelected)
+        row.settings = settingsText(plan, planned, result.settings);
     }
     rows.push_back(std::move(row));
   }
@@ -61,8 +90,8 @@ std::string nameOf(Status status) {
   return "planned";
 }
 
-SubjectResult SubjectResult::of(SubjectPlan plan) {
-  SubjectResult result{std::move(plan), {}};
+SubjectResult SubjectResult::of(SubjectPlan plan, const SeriesSettings& settings) {
+  SubjectResult result{std::move(plan), {}, settings};
   for (const PlannedImage& image : result.plan.planned)
     result.outcomes.push_back({image.field ? Status::planned : Status::left, "", ""});
   return result;
@@ -74,11 +103,17 @@ int SubjectResult::count(Status status) const {
 }
 
 std::string planTsv(const SubjectResult& result) {
-  std::string table =
-      tsvLine({"image", "status", "field", "sources", "rule", "reason", "output", "warnings"});
+  const bool withSettings = isOtherwise(result.settings);
+  const auto line = [&](std::vector<std::string> cells, const std::string& settings) {
+    if (withSettings) cells.push_back(settings);
+    return tsvLine(cells);
+  };
+  std::string table = line(
+      {"image", "status", "field", "sources", "rule", "reason", "output", "warnings"}, "settings");
   for (const Row& row : rowsOf(result))
-    table += tsvLine({row.image, row.status, row.field, row.sources, row.rule, row.reason,
-                      row.output, joined(row.warnings, "; ")});
+    table += line({row.image, row.status, row.field, row.sources, row.rule, row.reason, row.output,
+                   joined(row.warnings, "; ")},
+                  row.settings);
   return table;
 }
 
@@ -91,6 +126,7 @@ Json planJson(const SubjectResult& result) {
       image["Sources"] = row.sources;
       image["Rule"] = row.rule;
     }
+    if (!row.settings.empty()) image["Settings"] = row.settings;
     if (!row.output.empty()) image["Output"] = row.output;
     if (!row.warnings.empty()) image["Warnings"] = row.warnings;
     images.push_back(std::move(image));
@@ -106,6 +142,7 @@ std::string planText(const SubjectResult& result) {
     text += row.image + "\n    " + row.status;
     if (!row.field.empty()) text += ": " + row.field + " by " + row.rule;
     text += "\n    " + row.reason + "\n";
+    if (!row.settings.empty()) text += "    " + row.settings + "\n";
   }
   for (const Remark& warning : result.plan.warnings) text += "Warning: " + warning.text + "\n";
   return text;

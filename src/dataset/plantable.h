@@ -5,6 +5,7 @@
 
 #include "base/json.h"
 #include "dataset/plan.h"
+#include "jobs/runrecord.h"
 
 namespace mirel::dataset {
 
@@ -32,20 +33,22 @@ struct Outcome {
 struct SubjectResult {
   SubjectPlan plan;
   std::vector<Outcome> outcomes;
+  SeriesSettings settings;  ///< that its images are corrected with
 
   /// Nothing done yet: left where the plan has no field, else planned.
-  static SubjectResult of(SubjectPlan plan);
+  static SubjectResult of(SubjectPlan plan, const SeriesSettings& settings);
   int count(Status status) const;
 };
 
 /// The plan as a table with a line of titles: image, status, field, sources, rule, reason, output,
-/// warnings. Tabs within a text become blanks; what is empty is "n/a".
+/// warnings; with settings of motion within series or interpolation what these mean for each image,
+/// too, under the title settings. Tabs within a text become blanks; what is empty is "n/a".
 std::string planTsv(const SubjectResult& result);
 
 /// The same for programs, with the warnings about the whole subject.
 Json planJson(const SubjectResult& result);
 
-/// The same for people: two lines per image.
+/// The same for people: two lines per image, and one about settings.
 std::string planText(const SubjectResult& result);
 
 }  // namespace mirel::dataset

@@ -142,7 +142,7 @@ DatasetPlan planDataset(const ParticipantOptions& options) {
   for (Remark& warning : selection.warnings(index)) plan.warnings.push_back(std::move(warning));
   for (const std::string& subject : index.subjects) {
     if (!selection.wants(subject)) continue;
-    plan.subjects.push_back(SubjectResult::of(planSubject(index, subject)));
+    plan.subjects.push_back(SubjectResult::of(planSubject(index, subject), options.series));
     selection.apply(plan.subjects.back());
   }
   return plan;

@@ -25,6 +25,7 @@ namespace fs = std::filesystem;
 struct FieldFile {
   std::string field, map;  ///< one of them is empty
   std::string mean;
+  std::string reference;              ///< that series are aligned and compared with; empty: none
   std::vector<std::string> warnings;  ///< about the pair
 
   const std::string& file() const { return field.empty() ? map : field; }
@@ -112,11 +113,17 @@ class SubjectRun {
     for (const std::string& warning : warnings) log("Warning: " + warning);
   }
 
+  bool isCubic() const { return settings.series.interpolation == InterpolationKernel::cubic; }
+
   FieldFile filesOf(const PlannedField& field) const {
     const std::string folder = settings.output + "/" + folderOf(field.session, "fmap") + "/";
     const ImageFacts &a = plan.images[field.pair.a], &b = plan.images[field.pair.b];
     FieldFile files;
     files.mean = folder + fieldResultName(plan, field, "magnitude") + imageEnd;
+    // What is found of series does not depend on how images are written.
+    files.reference = isCubic()
+                          ? files.mean
+                          : folder + fieldResultName(plan, field, "magnitude", "cubic") + imageEnd;
     if (a.readoutSeconds || b.readoutSeconds) {
       files.field = folder + fieldResultName(plan, field, "fieldmap") + imageEnd;
     } else {
@@ -147,8 +154,8 @@ class SubjectRun {
     for (const std::size_t image : field.sources()) images.push_back(rawFile(plan.images[image]));
     FieldFile files;
     files.field = stem + imageEnd;
-    files.mean = magnitudeBeside(images.front());
-    if (isMeasurementUpToDate(stem, images, files.mean, settings.version, sums)) return files;
+    files.reference = magnitudeBeside(images.front());
+    if (isMeasurementUpToDate(stem, images, files.reference, settings.version, sums)) return files;
     MeasureFieldOptions options;
     if (plan.images[field.pair.a].image.suffix() == "fieldmap")
       options.fieldFile = images.front();
@@ -167,6 +174,7 @@ class SubjectRun {
     const ImageFacts &a = plan.images[field.pair.a], &b = plan.images[field.pair.b];
     FieldFile files = filesOf(field);
     std::vector<std::string> stems = {stemOf(files.file()), stemOf(files.mean)};
+    if (!isCubic()) stems.push_back(stemOf(files.reference));
     const std::string folder = settings.output + "/" + folderOf(field.session, "fmap");
     // What a killed run left is finished before anybody asks what is there.
     clearLeftovers(folder);
@@ -174,7 +182,9 @@ class SubjectRun {
       for (const ImageFacts* image : {&a, &b})
         stems.push_back(folder + "/" + correctedName(image->image.name));
     const PairSource first{rawFile(a), field.volumeA}, second{rawFile(b), field.volumeB};
-    if (hasPage(stems[0]) && isPairUpToDate(stems, first, second, settings.version, sums))
+    const InterpolationKernel interpolation = settings.series.interpolation;
+    if (hasPage(stems[0]) &&
+        isPairUpToDate(stems, first, second, interpolation, settings.version, sums))
       return files;
     isNew = true;
     CorrectPairOptions options;
@@ -184,6 +194,8 @@ class SubjectRun {
     options.b.volume = second.volume;
     options.results.corrected = field.correctsPair;
     options.results.label = field.label;
+    options.results.cubicMean = true;
+    options.estimate.interpolation = interpolation;
     options.outputFolder = folder;
     const std::unique_ptr<RunReport> report = settings.report ? settings.report() : nullptr;
     options.report = report.get();
@@ -206,9 +218,19 @@ class SubjectRun {
                    ", by the verdict on the pair that it is estimated from")};
   }
 
-  // A series is aligned to the undistorted image, by a field in Hz.
-  bool isAligned(const FieldFile& source) const {
-    return settings.align && !source.field.empty() && !source.mean.empty();
+  // A series is aligned to the undistorted image, by a field in Hz. What has one volume has no
+  // motion within, nor a file of it.
+  SeriesSettings settingsFor(const ImageFacts& image, const FieldFile& source) const {
+    SeriesSettings series = settings.series;
+    if (image.volumes == 1) series.realign = series.realignWeighted = false;
+    series.align = series.align && !source.field.empty() && !source.reference.empty();
+    return series;
+  }
+
+  // Motion that another program wrote under this name stays.
+  static bool mayReplace(const std::string& stem, const std::string& motionStem) {
+    std::error_code ignored;
+    return isOurs(stem) && (!fs::exists(motionStem + motionEnd, ignored) || isOurs(motionStem));
   }
 
   void correct(std::size_t target, const FieldFile& source) {
@@ -217,8 +239,9 @@ class SubjectRun {
     const std::string name = folder + "/" + correctedName(image.image.name);
     const std::string stem = settings.output + "/" + name;
     clearLeftovers(settings.output + "/" + folder);
-    if (hasPage(stem) && isSeriesUpToDate(stem, rawFile(image), source.file(), isAligned(source),
-                                          settings.version, sums)) {
+    const SeriesSettings how = settingsFor(image, source);
+    if (hasPage(stem) &&
+        isSeriesUpToDate(stem, rawFile(image), source.file(), how, settings.version, sums)) {
       copyPerfusionTable(rawFile(image), settings.output + "/" + folder);
       finish(target, Status::upToDate, name + imageEnd, {});
       return;
@@ -227,16 +250,15 @@ class SubjectRun {
     options.fieldFile = source.field;
     options.mapFile = source.map;
     options.series = {{rawFile(image), {}}};
-    options.seriesSettings.modulation = Modulation::on;
-    options.seriesSettings.align = settings.align;
-    options.seriesSettings.threads = settings.threads;
+    options.seriesSettings = how;
     options.output = settings.output + "/" + folder;
-    options.reference = source.mean;
+    options.reference = source.reference;
     options.doubts = doubtsAbout(source);
     const std::unique_ptr<RunReport> report = settings.report ? settings.report() : nullptr;
     options.report = report.get();
     options.reportStem = correctedName(image.image.name);
-    options.overwrite = isOurs(stem);
+    options.overwrite = mayReplace(stem, motionStemOf(stem, rawFile(image)));
+    options.removeOldMotion = true;
     options.version = settings.version;
     const RunRecord run = applyField(options, progress);
     copyPerfusionTable(rawFile(image), options.output);

@@ -6,6 +6,7 @@
 
 #include "base/progress.h"
 #include "dataset/plantable.h"
+#include "jobs/runrecord.h"
 #include "jobs/runreport.h"
 
 namespace mirel::dataset {
@@ -17,9 +18,10 @@ using ReportMaker = std::function<std::unique_ptr<RunReport>()>;
 struct RunSettings {
   std::string dataset, output;  ///< folders
   std::string version;          ///< of the program, for the records
-  int threads = 1;              ///< for the volumes of a series
   ReportMaker report;           ///< empty: no pages
-  bool align = true;            ///< SeriesSettings::align
+  /// Of all images; those of pairs take the interpolation from them. Its threads are for the
+  /// volumes of a series.
+  SeriesSettings series;
 };
 
 /// Gets sentences about a subject, one line each.

@@ -7,9 +7,12 @@
 #include "base/error.h"
 #include "base/inputfile.h"
 #include "bids/inheritance.h"
+#include "bids/name.h"
 #include "bids/sidecar.h"
 #include "jobs/checksum.h"
 #include "jobs/recordjson.h"
+#include "jobs/resultnames.h"
+#include "jobs/seriesrealigned.h"
 #include "nifti/filename.h"
 #include "nifti/gradients.h"
 
@@ -53,16 +56,33 @@ bool hasImage(const std::string& stem) {
   return fs::is_regular_file(stem + ".nii.gz", ignored);
 }
 
-bool hasGradients(const std::string& stem, const std::string& series) {
-  for (const char* end : {".bvec", ".bval"}) {
+// Copies, but for directions that were turned with a head that moved.
+bool hasGradients(const std::string& stem, const std::string& series, bool moved) {
+  for (const std::string end : {".bvec", ".bval"}) {
     const std::string file = nifti::gradientFileOf(series, end);
     if (file.empty()) continue;
     std::error_code ignored;
-    if (!fs::is_regular_file(stem + end, ignored) ||
-        readWholeFile(stem + end, largestTable) != readWholeFile(file, largestTable))
-      return false;
+    if (!fs::is_regular_file(stem + end, ignored)) return false;
+    const std::string wanted =
+        moved && end == ".bvec"
+            ? turnedDirections(file, series, motionStemOf(stem, series) + motionEnd)
+            : readWholeFile(file, largestTable);
+    if (readWholeFile(stem + end, largestTable) != wanted) return false;
   }
   return true;
+}
+
+// Whether the head's motion within a series was looked for as it is to be. Volumes with diffusion
+// gradients, of which the record tells where there are some, matter where they are asked for.
+bool isRealignedBy(const SeriesSettings& settings, const Json& series, const std::string& motion) {
+  const Json* found = series.find("Realignment");
+  if (!settings.realign) return found == nullptr && !series.contains("Motion");
+  std::error_code ignored;
+  if (found == nullptr || !isOurs(motion) || !fs::is_regular_file(motion + motionEnd, ignored))
+    return false;
+  const bool weightedToo = found->contains("WeightedVolumesToo");
+  return settings.realignWeighted ? weightedToo || !found->contains("VolumesBetween")
+                                  : !weightedToo;
 }
 
 // All that is known without reading an image.
@@ -71,13 +91,18 @@ bool hasResult(const std::string& stem, const std::optional<Json>& record,
   return record && hasImage(stem) && record->textOf("Version") == version;
 }
 
-bool isByCubicSplines(const Json& options) { return options.textOf("Interpolation") == "cubic"; }
+bool isSaid(bool wanted, const Json& value) { return value.dump() == (wanted ? "true" : "false"); }
 
-bool isOfPair(const Json& record, const PairSource& a, const PairSource& b) {
+bool isBy(InterpolationKernel kernel, const Json& options) {
+  return options.textOf("Interpolation") == nameOf(kernel);
+}
+
+bool isOfPair(const Json& record, const PairSource& a, const PairSource& b,
+              InterpolationKernel kernel) {
   const Json &inputs = record.at("Inputs"), &options = record.at("Options");
   return options.textOf("Estimator") == "mass-preserving" &&
          options.at("EstimateMotion").dump() == "true" &&
-         options.at("Modulation").dump() == "true" && isByCubicSplines(options) &&
+         options.at("Modulation").dump() == "true" && isBy(kernel, options) &&
          isVolume(inputs.at(0), a) && isVolume(inputs.at(1), b);
 }
 
@@ -89,11 +114,12 @@ const std::string& Checksums::of(const std::string& file) {
 }
 
 bool isPairUpToDate(const std::vector<std::string>& stems, const PairSource& a, const PairSource& b,
-                    const std::string& version, Checksums& sums) try {
+                    InterpolationKernel interpolation, const std::string& version,
+                    Checksums& sums) try {
   std::vector<Json> records;
   for (const std::string& stem : stems) {
     const std::optional<Json> record = recordOf(stem);
-    if (!hasResult(stem, record, version) || !isOfPair(*record, a, b)) return false;
+    if (!hasResult(stem, record, version) || !isOfPair(*record, a, b, interpolation)) return false;
     records.push_back(*record);
   }
   return std::all_of(records.begin(), records.end(), [&](const Json& record) {
@@ -105,15 +131,18 @@ bool isPairUpToDate(const std::vector<std::string>& stems, const PairSource& a, 
 }
 
 bool isSeriesUpToDate(const std::string& stem, const std::string& series, const std::string& field,
-                      bool aligned, const std::string& version, Checksums& sums) try {
+                      const SeriesSettings& settings, const std::string& version,
+                      Checksums& sums) try {
   const std::optional<Json> record = recordOf(stem);
   if (!hasResult(stem, record, version)) return false;
   const Json& source = record->contains("Field") ? record->at("Field") : record->part("Map");
-  const Json& options = record->at("Options");
-  return options.at("Modulation").dump() == "true" && isByCubicSplines(options) &&
-         options.at("FloatOutput").dump() == "false" &&
-         record->at("Series").contains("Alignment") == aligned && hasGradients(stem, series) &&
-         source.textOf("SHA256") == sums.of(field) && isOfFile(record->at("Series"), series, sums);
+  const Json &options = record->at("Options"), &found = record->at("Series");
+  return isSaid(settings.modulation == Modulation::on, options.at("Modulation")) &&
+         isSaid(settings.floatOutput, options.at("FloatOutput")) &&
+         isBy(settings.interpolation, options) && found.contains("Alignment") == settings.align &&
+         isRealignedBy(settings, found, motionStemOf(stem, series)) &&
+         hasGradients(stem, series, found.contains("Motion")) &&
+         source.textOf("SHA256") == sums.of(field) && isOfFile(found, series, sums);
 } catch (const std::exception&) {
   return false;
 }
@@ -132,6 +161,10 @@ bool isMeasurementUpToDate(const std::string& stem, const std::vector<std::strin
   return record->part("Magnitude").textOf("SHA256") == ofMagnitude;
 } catch (const std::exception&) {
   return false;
+}
+
+std::string motionStemOf(const std::string& stem, const std::string& series) {
+  return (fs::path(stem).parent_path() / motionName(bids::Name::of(series))).string();
 }
 
 std::string trustIn(const std::string& stem) try {

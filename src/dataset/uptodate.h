@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "jobs/runrecord.h"
+
 namespace mirel::dataset {
 
 /// Whether results of an earlier run can stay, by their records: they were made by this version of
@@ -26,15 +28,16 @@ struct PairSource {
   int volume = 0;
 };
 
-/// @param stems  of all results, with their folders
+/// @param stems          of all results, with their folders
+/// @param interpolation  of the images that are written
 bool isPairUpToDate(const std::vector<std::string>& stems, const PairSource& a, const PairSource& b,
-                    const std::string& version, Checksums& sums);
+                    InterpolationKernel interpolation, const std::string& version, Checksums& sums);
 
-/// @param stem   of the result
-/// @param field    the file of the field or the map that corrects the series
-/// @param aligned  whether the head's motion is to have been looked for
+/// @param stem      of the result
+/// @param field     the file of the field or the map that corrects the series
+/// @param settings  that it is to have been corrected with
 bool isSeriesUpToDate(const std::string& stem, const std::string& series, const std::string& field,
-                      bool aligned, const std::string& version, Checksums& sums);
+                      const SeriesSettings& settings, const std::string& version, Checksums& sums);
 
 /// @param stem       of the field
 /// @param files      that it was measured with, in the order of their echoes
@@ -42,6 +45,11 @@ bool isSeriesUpToDate(const std::string& stem, const std::string& series, const 
 bool isMeasurementUpToDate(const std::string& stem, const std::vector<std::string>& files,
                            const std::string& magnitude, const std::string& version,
                            Checksums& sums);
+
+/// Where the motion of the head within a series is written, beside its result: a file of the ending
+/// motionEnd and its sidecar.
+/// @param stem  of the result
+std::string motionStemOf(const std::string& stem, const std::string& series);
 
 /// How far a result is to be trusted by the verdict in its record: "trusted", "doubtful", "do not
 /// trust"; empty where there is none.

@@ -97,6 +97,14 @@ ReportFile reportFileOf(const ApplyFieldOptions& options, const std::string& sou
   return file;
 }
 
+ResultStems stemsBeside(const ApplyFieldOptions& options) {
+  ResultStems stems;
+  if (options.removeOldMotion)
+    for (const SeriesFile& series : options.series)
+      stems.leaving.push_back({motionName(bids::Name::of(series.file)), "the motion"});
+  return stems;
+}
+
 }  // namespace
 
 RunRecord applyField(const ApplyFieldOptions& options, Progress& progress) {
@@ -143,7 +151,7 @@ RunRecord applyField(const ApplyFieldOptions& options, Progress& progress) {
   progress.at(Stage::writing, 0.0);
   run.outputs = folder.write([&] {
     series.run(distortion, reference, sources, options.report, run, progress);
-    earlier.settle({}, {}, originOf(run), folder, run);
+    earlier.settle({}, stemsBeside(options), originOf(run), folder, run);
     if (page) page->write(*options.report, run, folder);
     progress.at(Stage::finishing, 1.0);
   });

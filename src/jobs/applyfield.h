@@ -26,6 +26,9 @@ struct ApplyFieldOptions {
   std::vector<Remark> doubts;  ///< about the field, of who estimated it: they go into the warnings
   /// An undistorted image of the same head for the sign check; empty: none is made.
   std::string reference;
+  /// Motion within a series that an earlier run wrote goes where this one does not look for it, in
+  /// place of a warning that it is old.
+  bool removeOldMotion = false;
   bool overwrite = false;       ///< replace results that were made of other inputs
   std::string version;          ///< of the program, for the records
   RunReport* report = nullptr;  ///< makes the page of the run; null: there is none

@@ -196,11 +196,13 @@ void addRemarks(RunRecord& run, const PairInput& pair, const PairEstimate& estim
 }
 
 // Of all that a run of the pair makes with one option or the other.
-PairStems stemsOf(const PairInput& pair, const CorrectPairOptions& options) {
+ResultStems stemsOf(const PairInput& pair, const CorrectPairOptions& options) {
   EstimateSettings settings = options.estimate;
   PairResults results = options.results;
   settings.uncertainty = results.headMask = true;
-  return {PairNames::fieldOf(pair, options.results), PairNames::of(pair, settings, results).all()};
+  return {{{PairNames::fieldOf(pair, results), "the field in Hz"},
+           {PairNames::cubicMeanOf(pair, results), "the mean by cubic splines"}},
+          PairNames::of(pair, settings, results).all()};
 }
 
 EarlierResults::Others othersOf(const CorrectPairOptions& options) {

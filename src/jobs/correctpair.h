@@ -53,6 +53,8 @@ struct CorrectPairOptions {
 ///                                            settings' uncertainty
 ///   sub-01_desc-head_mask                    the head of the mean, with its cavities: 1 inside, 0
 ///                                            outside, where the results ask for it
+///   sub-01_desc-cubic_magnitude              the mean by cubic splines, where the results ask for
+///                                            it and the images are written otherwise
 ///   sub-01_dir-AP_from-orig_to-undistorted_mode-image_xfm
 ///   sub-01_dir-PA_from-orig_to-undistorted_mode-image_xfm
 ///                                            displacement fields for programs that compose
@@ -62,8 +64,9 @@ struct CorrectPairOptions {
 ///   report.html                              the page of `report`: see ReportFile
 ///   dataset_description.json                 unless there is one, there or above (mayDescribe)
 ///
-/// A field in Hz that an earlier run of the pair left is removed where this run has none; other
-/// results of earlier runs that do not belong to these are named in a warning (EarlierResults).
+/// A field in Hz, or a mean by cubic splines, that an earlier run of the pair left is removed where
+/// this run has none; other results of earlier runs that do not belong to these are named in a
+/// warning (EarlierResults).
 ///
 /// The field f in Hz is such that true(y) = I(y + f T) for an image encoded along "j" (or i, k)
 /// with the readout time T, and I(y - f T) for "j-".

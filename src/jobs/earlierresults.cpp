@@ -267,7 +267,7 @@ void EarlierResults::refuseOthers(const std::string& stem, const std::vector<std
       advice);
 }
 
-void EarlierResults::settle(const std::vector<ResultInput>& pair, const PairStems& stems,
+void EarlierResults::settle(const std::vector<ResultInput>& pair, const ResultStems& stems,
                             const Json& origin, OutputFolder& folder, RunRecord& run) const {
   const std::string now = textOf(origin);
   RunInputs inputs(pair, names);
@@ -281,12 +281,14 @@ void EarlierResults::settle(const std::vector<ResultInput>& pair, const PairStem
     if (textOf(record->mirel) == now && !(series && isOtherwise(*record, *series, run))) continue;
     const bool sameImages = pair.empty() ? series != nullptr : isOfPair(*record, inputs);
     const std::string file = folder.target(name);
-    if (sameImages && stem == stems.field) {
+    const auto leaving =
+        std::find_if(stems.leaving.begin(), stems.leaving.end(),
+                     [&](const ResultStems::Leaving& one) { return one.stem == stem; });
+    if (sameImages && leaving != stems.leaving.end()) {
       folder.retire(name);
       folder.retire(stem + ".json");
-      run.notes.push_back(file +
-                          ", the field in Hz of an earlier run of this pair, was removed: "
-                          "this run has none");
+      run.notes.push_back(file + ", " + leaving->what + " of an earlier run of this " +
+                          (pair.empty() ? "series" : "pair") + ", was removed: this run has none");
     } else if (isMotionOf(file, run)) {
       continue;
     } else if (sameImages) {

@@ -22,10 +22,13 @@ struct ResultInput {
 std::vector<std::string> sourcesOf(const std::vector<ResultInput>& inputs,
                                    const SourceNames& names);
 
-/// The names, without extension, that results of a pair have.
-struct PairStems {
-  std::string field = {};             ///< in Hz
-  std::vector<std::string> all = {};  ///< with those that a run with other options makes
+/// The names, without extension, that results of a run's images have.
+struct ResultStems {
+  struct Leaving {
+    std::string stem, what;  ///< "the field in Hz"
+  };
+  std::vector<Leaving> leaving = {};  ///< go where the run has none
+  std::vector<std::string> all = {};  ///< of a pair, with those that a run with other options makes
 };
 
 /// What stands in an output folder from earlier runs, by its records: the fields Sources and Mirel
@@ -51,13 +54,13 @@ class EarlierResults {
 
   /// Looks for results of earlier runs which this one does not make and which its settings would
   /// not give: of the same pair, or series, and those that go by their names with what this run
-  /// makes: uncertainty, head and warps of a pair, warp and motion beside a series. A field in Hz
-  /// of the pair goes with the run's success, and a note says so; of others a warning tells that
+  /// makes: uncertainty, head and warps of a pair, warp and motion beside a series. Those that
+  /// are `leaving` go with the run's success, and a note says so; of others a warning tells that
   /// they are old. Motion that the run took from there is not.
   ///
   /// @param pair    inputs of the run's pair; empty: there is none
   /// @param origin  what the records of this run say: originOf
-  void settle(const std::vector<ResultInput>& pair, const PairStems& stems, const Json& origin,
+  void settle(const std::vector<ResultInput>& pair, const ResultStems& stems, const Json& origin,
               OutputFolder& folder, RunRecord& run) const;
 
  private:

@@ -18,7 +18,7 @@ namespace mirel {
 
 namespace {
 
-constexpr const char *uncertaintyLabel = "uncertainty", *headLabel = "head";
+constexpr const char *uncertaintyLabel = "uncertainty", *headLabel = "head", *cubicLabel = "cubic";
 
 // Which volumes of several an image was made of.
 std::string detailOf(const InputImage& image) {
@@ -150,6 +150,8 @@ PairNames PairNames::of(const PairInput& pair, const EstimateSettings& settings,
                           ? pairResultName(a, b, "fieldmap", wanted.label, uncertaintyLabel)
                           : displacementName(a, uncertaintyLabel, wanted.label + ofA);
   if (wanted.headMask) names.headMask = pairResultName(a, b, "mask", wanted.label, headLabel);
+  if (wanted.cubicMean && settings.interpolation != InterpolationKernel::cubic)
+    names.cubicMean = cubicMeanOf(pair, wanted);
   if (!wanted.corrected) return names;
   names.correctedA = correctedName(a, ofA);
   names.correctedB = correctedName(b, ofB);
@@ -163,6 +165,11 @@ std::string PairNames::fieldOf(const PairInput& pair, const PairResults& wanted)
                         "fieldmap", wanted.label);
 }
 
+std::string PairNames::cubicMeanOf(const PairInput& pair, const PairResults& wanted) {
+  return pairResultName(bids::Name::of(pair.a.options.file), bids::Name::of(pair.b.options.file),
+                        "magnitude", wanted.label, cubicLabel);
+}
+
 std::string PairNames::reportStemOf(const PairInput& pair) {
   const std::string name = fieldOf(pair);
   return name.substr(0, name.rfind('_'));
@@ -171,7 +178,7 @@ std::string PairNames::reportStemOf(const PairInput& pair) {
 std::vector<std::string> PairNames::all() const {
   std::vector<std::string> result;
   for (const std::string* name : {&correctedA, &correctedB, &mean, &voxels, &mm, &field, &deviation,
-                                  &headMask, &warpA, &warpB})
+                                  &headMask, &cubicMean, &warpA, &warpB})
     if (!name->empty()) result.push_back(*name);
   return result;
 }
@@ -247,6 +254,11 @@ void writePair(const PairNames& names, const PairInput& pair, const PairEstimate
   if (!names.headMask.empty())
     writer.mask(names.headMask, picture::headMask(estimate.meanToCompare()),
                 "The head in the mean of the pair, with its cavities: 1 inside, 0 outside");
+  if (!names.cubicMean.empty())
+    writer.image(names.cubicMean, estimate.meanToCompare(),
+                 "Mean of the pair by cubic B-splines, whatever its images are written by: what "
+                 "series are aligned and compared with" +
+                     done);
   if (names.warpA.empty()) return;
   writer.warp(names.warpA, estimate.shift, pair.a.title(), {});
   writer.warp(names.warpB, mapOfSecond(pair, estimate.shift), pair.b.title(),

@@ -17,7 +17,10 @@ struct PairResults {
   /// The corrected images and their warps, too. Without them the field, the displacements and the
   /// mean: for a pair of volumes of series that are corrected as a whole.
   bool corrected = true;
-  bool headMask = false;   ///< where the head is in the mean, too
+  bool headMask = false;  ///< where the head is in the mean, too
+  /// Where images are not written by cubic splines, the mean by these, too, which series that are
+  /// corrected later are to be compared with (PairEstimate::meanToCompare).
+  bool cubicMean = false;
   std::string label = {};  ///< goes into the descriptions of field, mean and displacements
 };
 
@@ -29,6 +32,7 @@ struct PairNames {
   /// not wanted.
   std::string deviation;
   std::string headMask;
+  std::string cubicMean;
   std::string warpA, warpB;
 
   /// By resultnames.h. An image that is one of several volumes has "preprocVolume3" or
@@ -37,6 +41,8 @@ struct PairNames {
                       const PairResults& wanted = {});
   /// That of the field, whether this run has one or not.
   static std::string fieldOf(const PairInput& pair, const PairResults& wanted = {});
+  /// That of the mean by cubic splines, in the same way.
+  static std::string cubicMeanOf(const PairInput& pair, const PairResults& wanted = {});
   /// What the page of the run is called when its plain name is taken: sub-01_desc-preproc, without
   /// "_report".
   static std::string reportStemOf(const PairInput& pair);

@@ -22,6 +22,7 @@ Json realignmentJson(const RealignmentRecord& found) {
   if (!found.uncertain.empty()) json["VolumesUncertain"] = countOf(found.uncertain);
   if (!found.unlike.empty()) json["VolumesUnlike"] = unlike;
   if (!found.across.empty()) json["VolumesAcrossContrasts"] = countOf(found.across);
+  if (found.weightedToo) json["WeightedVolumesToo"] = true;
   if (!found.between.empty()) json["VolumesBetween"] = countOf(found.between);
   return json;
 }

@@ -17,6 +17,8 @@ namespace mirel {
 
 /// Of images.
 inline constexpr const char* imageEnd = ".nii.gz";
+/// Of the head's motion within a series (motionName).
+inline constexpr const char* motionEnd = ".txt";
 
 /// sub-01_dir-AP_desc-preproc_epi. What has a description gets
 /// sub-01_desc-denoisedUndistorted_bold.

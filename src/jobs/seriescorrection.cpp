@@ -24,7 +24,6 @@ namespace {
 namespace fs = std::filesystem;
 using Source = bids::StatedDirection::Source;
 
-constexpr const char* motionEnd = ".txt";
 constexpr std::size_t mostVolumesToAlign = 20;
 
 SeriesNames namesFrom(const SeriesInput& input, const std::string& stem, const std::string& end) {

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <map>
 
+#include "base/error.h"
 #include "base/joined.h"
 #include "jobs/seriescorrection.h"
 #include "jobs/seriesmoved.h"
@@ -12,6 +13,8 @@
 #include "motion/realignment.h"
 #include "motion/scannertransforms.h"
 #include "nifti/filename.h"
+#include "nifti/gradients.h"
+#include "nifti/image.h"
 
 namespace mirel {
 
@@ -170,6 +173,22 @@ std::string motionText(const SeriesInput& input) {
   const std::vector<glm::dmat4> still(static_cast<std::size_t>(input.header.volumes),
                                       glm::dmat4(1.0));
   return formatItkTransforms(input.motion ? input.motion->fromReference : still);
+}
+
+std::string turnedDirections(const std::string& table, const std::string& series,
+                             const std::string& motionFile) {
+  const nifti::Reader image(series);
+  const int volumes = image.header().volumes;
+  SeriesMotion motion;
+  motion.fromReference = readItkTransforms(motionFile);
+  if (motion.fromReference.size() != static_cast<std::size_t>(volumes))
+    throw Error(motionFile, "has " + std::to_string(motion.fromReference.size()) +
+                                " transforms, but " + series + " has " + std::to_string(volumes) +
+                                " volumes");
+  nifti::GradientTable turned;
+  turned.directions =
+      directionsInHead(nifti::readDirections(table, volumes), motion, image.header().affine());
+  return nifti::formatDirections(turned);
 }
 
 }  // namespace mirel

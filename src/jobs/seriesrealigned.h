@@ -28,4 +28,12 @@ void tellOfRealignment(const SeriesInput& input, SeriesRecord& record, std::vect
 /// The motion of every volume as ITK text, which readSeriesMotion reads to the same bits.
 std::string motionText(const SeriesInput& input);
 
+/// The text of the .bvec beside a corrected series in whose volumes the head moved: `table`, that
+/// of the series, with its directions turned with the head (directionsInHead).
+/// @param motionFile  that motionText was written to
+/// Errors  those of nifti::Reader, nifti::readDirections and readItkTransforms; Error for a motion
+///         of another number of volumes.
+std::string turnedDirections(const std::string& table, const std::string& series,
+                             const std::string& motionFile);
+
 }  // namespace mirel

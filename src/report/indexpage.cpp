@@ -10,13 +10,14 @@ namespace mirel::report {
 
 std::string indexPage(const std::string& title, const std::string& version,
                       const std::vector<dataset::GroupRow>& rows, const std::string& folder) {
-  const std::vector<IndexColumn> columns = indexColumns();
+  const std::vector<IndexColumn> columns = indexColumns(rows);
+  const std::vector<dataset::GroupFigure> figures = dataset::figuresOf(rows);
   const std::string style = styleSheet() + indexStyle() + labelsOf(columns);
   const Json sessions = labelsIn(rows, "ses");
   Json list = Json::array();
   for (const dataset::GroupRow& row : rows) {
     const std::string page = row.page.empty() ? row.fieldPage : row.page;
-    list.push_back(rowPart(row, page.empty() ? "" : thumbnailOf(folder + "/" + page)));
+    list.push_back(rowPart(row, figures, page.empty() ? "" : thumbnailOf(folder + "/" + page)));
   }
   return filled(indexTemplate(),
                 Json{{"title", title},

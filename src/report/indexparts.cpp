@@ -8,7 +8,6 @@
 #include "base/numbertext.h"
 #include "base/percentencoded.h"
 #include "bids/name.h"
-#include "dataset/groupfigures.h"
 
 namespace mirel::report {
 
@@ -52,20 +51,19 @@ std::string entityOf(const GroupRow& row, const std::string& key) {
 
 }  // namespace
 
-std::vector<IndexColumn> indexColumns() {
+std::vector<IndexColumn> indexColumns(const std::vector<GroupRow>& rows) {
   std::vector<IndexColumn> columns = {{"Subject", "", true},
                                       {"Session", "", true},
                                       {"Image", "The corrected image", true},
                                       {"Verdict", "How far the result is to be trusted", true}};
-  for (const GroupFigure& figure : dataset::groupFigures) {
+  for (const GroupFigure& figure : dataset::figuresOf(rows)) {
     const std::string unit = figure.unit;
     columns.push_back({figure.title + (unit == "1" ? "" : " (" + unit + ")"), figure.meaning, false,
                        /*isFigure=*/true});
   }
   columns.push_back({"Sign", "Whether the sign of a series' direction is right", true});
   columns.push_back({"Warnings", "About the image and its field"});
-  columns.push_back(
-      {"Outlier in", "Columns in which its field lies far from those of others", true});
+  columns.push_back({"Outlier in", dataset::outlierMeaning(rows), true});
   return columns;
 }
 
@@ -89,9 +87,10 @@ std::string labelsOf(const std::vector<IndexColumn>& columns) {
   return style + "}\n";
 }
 
-Json rowPart(const GroupRow& row, const std::string& thumbnail) {
+Json rowPart(const GroupRow& row, const std::vector<GroupFigure>& figures,
+             const std::string& thumbnail) {
   Json cells = Json::array();
-  for (const GroupFigure& figure : dataset::groupFigures) {
+  for (const GroupFigure& figure : figures) {
     const auto& value = row.*figure.value;
     cells.push_back(Json{{"text", value ? text("%.4g", *value) : "n/a"},
                          {"far", isNamedIn(row.outlier, figure.name)}});

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "base/json.h"
-#include "dataset/group.h"
+#include "dataset/groupfigures.h"
 
 /// What the page over a dataset is filled with.
 namespace mirel::report {
@@ -14,7 +14,7 @@ struct IndexColumn {
   bool isText = false, isFigure = false;
 };
 /// In the order in which they stand in a row.
-std::vector<IndexColumn> indexColumns();
+std::vector<IndexColumn> indexColumns(const std::vector<dataset::GroupRow>& rows);
 
 /// {column, name, meaning, isText} of each; `column` is its number.
 Json columnsPart(const std::vector<IndexColumn>& columns, bool figuresOnly);
@@ -23,8 +23,9 @@ Json columnsPart(const std::vector<IndexColumn>& columns, bool figuresOnly);
 std::string labelsOf(const std::vector<IndexColumn>& columns);
 
 /// One image: its thumbnail (an address; may be empty), its names, the addresses of its pages,
-/// verdict, figures, what makes it an outlier.
-Json rowPart(const dataset::GroupRow& row, const std::string& thumbnail);
+/// verdict, those figures that have columns, what makes it an outlier.
+Json rowPart(const dataset::GroupRow& row, const std::vector<dataset::GroupFigure>& figures,
+             const std::string& thumbnail);
 
 /// {word, level, count} of every verdict that there is, and of outliers.
 Json countsPart(const std::vector<dataset::GroupRow>& rows);

@@ -124,6 +124,34 @@ TEST_F(BidsMeasured, AlignmentThatIsNotWantedAnyMoreIsDoneWithout) {
   EXPECT_THAT(correct().out, HasSubstr("corrected: sub-1_desc-preprocMeasured"));
 }
 
+// Those of mirel apply with the same field.
+TEST_F(BidsMeasured, SettingsGiveTheBytesOfTheSingleCommand) {
+  phase("sub-1/fmap/sub-1_phasediff", 0.01, R"({"EchoTime1": 0.005, "EchoTime2": 0.015})");
+  magnitude();
+  const std::vector<std::string> settings = {"--realign", "--interpolation", "lanczos",
+                                             "--no-report"};
+  const auto with = [&](std::vector<std::string> words) {
+    words.insert(words.end(), settings.begin(), settings.end());
+    return runMirel(words);
+  };
+  const ProgramResult result = with({"bids", raw(), out(), "participant"});
+  ASSERT_EQ(result.status, 0) << result.err;
+  const ProgramResult single = with({"apply", "--field", out(measured() + ".nii.gz"),
+                                     raw("sub-1/func/sub-1_task-rest_bold.nii.gz"), "--reference",
+                                     raw("sub-1/fmap/sub-1_magnitude1.nii.gz"), "--align",
+                                     "--modulate", "-o", folder.file("single")});
+  ASSERT_EQ(single.status, 0) << single.err;
+  int compared = 0;
+  for (const auto& entry : fs::directory_iterator(folder.file("single"))) {
+    if (entry.path().extension() == ".json") continue;
+    const std::string name = entry.path().filename().string();
+    EXPECT_TRUE(textOf(entry.path().string()) == textOf(out("sub-1/func/" + name))) << name;
+    ++compared;
+  }
+  EXPECT_EQ(compared, 2) << "the image, and the motion within";
+  EXPECT_THAT(with({"bids", raw(), out(), "participant"}).out, HasSubstr("up to date"));
+}
+
 TEST_F(BidsMeasured, AFaultyOneFailsWithItsSentenceAndNothingIsWritten) {
   phase("sub-1/fmap/sub-1_phasediff", 0.01, "{}");
   const ProgramResult result = correct();

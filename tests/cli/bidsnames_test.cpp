@@ -17,7 +17,7 @@ namespace {
 // What no rule knows: .bidsignore says so, too.
 const std::regex withoutRule(
     R"(logs/.*|.*_report\.html|index\.html|group_corrected\.(tsv|json)|)"
-    R"(.*_(vdm|xfm)\.(nii\.gz|json)|.*_desc-[A-Za-z0-9]+_dwi\.(bval|bvec)|)"
+    R"(.*_(vdm|xfm)\.(nii\.gz|json|txt)|.*_desc-[A-Za-z0-9]+_dwi\.(bval|bvec)|)"
     R"(dataset_description\.json|\.bidsignore)");
 // Copies of raw files keep their names.
 const std::regex copies(R"(.*/perf/.*_aslcontext\.tsv)");
@@ -103,6 +103,14 @@ TEST_F(BidsNames, OfEveryKindOfImageFollowTheRules) {
   ASSERT_EQ(result.status, 0) << result.out << result.err;
   ASSERT_EQ(runMirel({"bids", raw(), out(), "group"}).status, 0);
   EXPECT_EQ(expectRules(), 14) << "a pair with field and mean, six series, two dwi with theirs";
+}
+
+TEST_F(BidsNames, OfMotionAndOtherInterpolationDoSoToo) {
+  addSessionOfAllKinds();
+  addDiffusionOfBothDirections();
+  const ProgramResult result = bids({"--realign", "--interpolation", "lanczos"});
+  ASSERT_EQ(result.status, 0) << result.out << result.err;
+  EXPECT_EQ(expectRules(), 16) << "those, and the means by cubic splines of two pairs";
 }
 
 }  // namespace mirel

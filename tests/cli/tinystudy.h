@@ -16,11 +16,14 @@ namespace mirel {
 /// own for each test.
 class TinyStudy : public testing::Test {
  protected:
-  static void SetUpTestSuite() {
+  static void SetUpTestSuite() { makeImages({"--volumes", "2"}); }
+  static void makeImages(const std::vector<std::string>& options) {
     images = std::make_unique<TemporaryFolder>();
-    const ProgramResult made =
-        runMirel({"phantom", images->file(""), "--size", "24", "28", "16", "--voxel", "8",
-                  "--readout", "0.04", "--max-shift", "2", "--volumes", "2"});
+    std::vector<std::string> words = {
+        "phantom", images->file(""), "--size", "24",          "28", "16", "--voxel",
+        "8",       "--readout",      "0.04",   "--max-shift", "2"};
+    words.insert(words.end(), options.begin(), options.end());
+    const ProgramResult made = runMirel(words);
     ASSERT_EQ(made.status, 0) << made.err;
   }
   static void TearDownTestSuite() { images.reset(); }

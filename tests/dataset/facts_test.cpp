@@ -67,7 +67,9 @@ TEST(Facts, BValuesTellTheFirstVolumeWithoutWeighting) {
     data.text("sub-01/dwi/sub-01_dwi.bval", values);
     return data.facts("sub-01/dwi/sub-01_dwi.nii.gz");
   };
+  EXPECT_EQ(data.facts("sub-01/dwi/sub-01_dwi.nii.gz").unweightedVolumes, std::nullopt);
   EXPECT_EQ(unweighted("1000 5 0 2000").unweightedVolume, 1);
+  EXPECT_EQ(unweighted("1000 5 0 2000").unweightedVolumes, 2);
   EXPECT_EQ(unweighted("1000 500 700 2000").unweightedVolume, -1);
   EXPECT_THAT(unweighted("0 1000").fault, HasSubstr("sub-01_dwi.bval"));
 }

@@ -41,6 +41,29 @@ TEST(Group, AFieldThatCorrectsManyImagesCountsOnce) {
   EXPECT_EQ(rows[0].outlier, "");
 }
 
+TEST(Group, OfMotionEachSeriesCountsAndNotItsField) {
+  std::vector<GroupRow> rows = rowsWith({20, 20, 20, 20, 20, 20});
+  for (std::size_t n = 0; n < rows.size(); ++n) {
+    rows[n].field = "one";
+    rows[n].motionWithinMm = n == 3 ? 9.0 : 0.1 * static_cast<double>(n);
+  }
+  markOutliers(rows);
+  for (std::size_t n = 0; n < rows.size(); ++n)
+    EXPECT_EQ(rows[n].outlier, n == 3 ? "motion_within" : "") << n;
+}
+
+TEST(Group, MotionHasAColumnWhereASeriesTellsIt) {
+  std::vector<GroupRow> rows = rowsWith({20, 21});
+  EXPECT_EQ(groupTsv(rows).find("motion_within"), std::string::npos);
+  EXPECT_EQ(groupDictionary(rows).find("motion_within"), std::string::npos);
+  rows[1].motionWithinMm = 0.0;
+  const std::string table = groupTsv(rows);
+  EXPECT_NE(table.find("\tmotion_within\tsign_check"), std::string::npos);
+  EXPECT_NE(table.find("\tn/a\tn/a\t0\tn/a\nsub-1"), std::string::npos);
+  EXPECT_NE(table.find("\t0\tn/a\t0\tn/a\n"), std::string::npos);
+  EXPECT_NE(groupDictionary(rows).find("\"motion_within\""), std::string::npos);
+}
+
 TEST(Group, WhatIsNotKnownIsNotAvailable) {
   const std::string table = groupTsv(rowsWith({20.5}));
   EXPECT_EQ(table.substr(table.find('\n') + 1),

@@ -26,8 +26,9 @@ TEST(UpToDate, RecordsThatCannotBeReadMeanNo) {
   for (const char* record : {"", "{", "[]", "{}", R"({"Mirel": 1})", R"({"Mirel": {}})",
                              R"({"Mirel": {"Version": "1", "Inputs": {}, "Options": []}})"}) {
     folder.write("sub-01_desc-preproc_bold.json", record);
-    EXPECT_FALSE(isPairUpToDate({stem}, {"a"}, {"b"}, "1", sums)) << record;
-    EXPECT_FALSE(isSeriesUpToDate(stem, "a", "b", true, "1", sums)) << record;
+    EXPECT_FALSE(isPairUpToDate({stem}, {"a"}, {"b"}, InterpolationKernel::cubic, "1", sums))
+        << record;
+    EXPECT_FALSE(isSeriesUpToDate(stem, "a", "b", {.align = true}, "1", sums)) << record;
   }
 }
 
@@ -39,15 +40,21 @@ TEST(UpToDate, ASeriesOfAnotherInterpolationIsNot) {
   const std::string stem = folder.file("sub-01_desc-preproc_bold");
   folder.write("sub-01_desc-preproc_bold.nii.gz", "");
   Checksums sums;
+  SeriesSettings wanted{.modulation = Modulation::on};
   const auto isUpToDate = [&](const std::string& interpolation) {
     folder.write("sub-01_desc-preproc_bold.json",
                  R"({"Mirel": {"Version": "1", "Field": {"SHA256": ")" + sums.of(field) +
                      R"("}, "Series": {"SHA256": ")" + sums.of(series) +
                      R"("}, "Options": {"Modulation": true, "FloatOutput": false, )" +
                      R"("Interpolation": ")" + interpolation + R"("}}})");
-    return isSeriesUpToDate(stem, series, field, /*aligned=*/false, "1", sums);
+    return isSeriesUpToDate(stem, series, field, wanted, "1", sums);
   };
   EXPECT_TRUE(isUpToDate("cubic"));
+  EXPECT_FALSE(isUpToDate("linear"));
+  wanted.interpolation = InterpolationKernel::linear;
+  EXPECT_TRUE(isUpToDate("linear"));
+  EXPECT_FALSE(isUpToDate("cubic"));
+  wanted.align = true;
   EXPECT_FALSE(isUpToDate("linear"));
 }
 
