@@ -23,7 +23,7 @@ constexpr double heldMotion = 0.025;     // the same; a resolution's later steps
 constexpr int knotCount = 31;
 constexpr double knotStep = 0.1;
 constexpr double levelCells = 6.0;
-constexpr double placeMm = 12.0;
+constexpr double placeMm = 9.0;
 // The motion needs fewer steps than the displacement, and its steps cost more.
 constexpr int mostMovingIterations = 6;
 // At the finest resolution the response to motion is taken from the next coarser one and improved.
@@ -229,7 +229,8 @@ MassPreservingResult Estimation::run(const Volume<float>& first, const Volume<fl
              scaledImage(second, std::exp(0.5 * logScale) / signal));
 
   bool moved = fitAll();
-  if (!isLastFit()) {
+  while (!isLastFit()) {
+    ++refits;
     now = State();
     now.trust = standingOut;
     moved = fitAll();

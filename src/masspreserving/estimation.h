@@ -29,6 +29,11 @@ struct RatioModel {
 /// How much a ratio has to vary to be one, as a standard deviation of its logarithm in the signal.
 inline constexpr double leastRatioSpread = 0.0175;
 
+/// How often all is fitted anew without the places that stand out. The first fit bends the field to
+/// what is spoiled, so that its residuals tell the worst of it only; those of the second tell the
+/// rest. A third one leaves out what is not spoiled.
+inline constexpr int mostRefits = 2;
+
 /// One estimate from its images to its result (estimateMassPreserving): resolution by resolution,
 /// with a motion and a ratio of intensities where the images ask for them.
 class Estimation {
@@ -81,8 +86,8 @@ class Estimation {
   CoarseGrid nodesOver(int level, double cells) const;
   CoarseGrid places(int level) const;
   bool fitAll();
-  // Whether the places are those that the fit was made with, or none stands out.
-  bool isLastFit() const { return standingOut.isWhole() || !now.trust.isWhole(); }
+  // Whether no place stands out, or the places were looked for often enough.
+  bool isLastFit() const { return standingOut.isWhole() || refits == mostRefits; }
   glm::dvec3 voxelPart(int level) const {
     return glm::dvec3(gridOf(level).factor) / glm::dvec3(levels.front().voxels);
   }
@@ -110,6 +115,7 @@ class Estimation {
   std::vector<Volume<float>> weights;  // of the options, by resolution; none: all alike
   State now;
   PlaceTrust standingOut;  // by the last fit at the finest resolution
+  int refits = 0;          // made without places that stood out
   MassPreservingResult result;
 };
 

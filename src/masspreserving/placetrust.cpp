@@ -51,7 +51,7 @@ PlaceTrust::PlaceTrust(const Volume<float>& residuals, const Volume<float>& low,
     misfitAll += squares[k];
     if (!(sums[k] > least) || !(squares[k] > limit * sums[k])) continue;
     const double ratio = limit * sums[k] / squares[k];
-    found[k] = ratio * ratio;
+    found[k] = ratio * ratio * ratio * ratio;
     signalOut += sums[k];
     misfitOut += squares[k];
   }

@@ -14,7 +14,7 @@ namespace mirel {
 /// v_k = sum h_k w r^2 / sum h_k w. Over the nodes, each weighted with sum h_k w, log v has the
 /// quartiles q1 and q3; a node stands far out beyond F = exp(q3 + 3 (q3 - q1)) (the outer fence of
 /// J. W. Tukey, Exploratory Data Analysis, 1977). Where such nodes hold more than a
-/// quarter of the squared residuals, they weigh (F / v_k)^2, and all others 1. So noise and misfit
+/// quarter of the squared residuals, they weigh (F / v_k)^4, and all others 1. So noise and misfit
 /// that vary with place as they ordinarily do change nothing.
 class PlaceTrust {
  public:
