@@ -183,6 +183,17 @@ struct Tiny {
   }
 };
 
+// Once each: Eigen's products and solutions of large matrices take the compiler seconds.
+Eigen::MatrixXd product(const Eigen::MatrixXd& a, const Eigen::MatrixXd& b) {
+  return a.lazyProduct(b);
+}
+Eigen::MatrixXd transposedProduct(const Eigen::MatrixXd& a, const Eigen::MatrixXd& b) {
+  return a.transpose().lazyProduct(b);
+}
+Eigen::MatrixXd solution(const Eigen::MatrixXd& h, const Eigen::MatrixXd& right) {
+  return h.ldlt().solve(right);
+}
+
 double relativeDistance(const Eigen::MatrixXd& a, const Eigen::MatrixXd& b) {
   return (a - b).norm() / b.norm();
 }
@@ -196,21 +207,21 @@ TEST(MotionStep, IsTheJointGaussNewtonStep) {
   Eigen::MatrixXd joint(motionParameters + n, motionParameters + n);
   const Eigen::MatrixXd wd = tiny.w.asDiagonal() * tiny.d;
   const MotionMatrix prior = Tiny::prior().asDiagonal();
-  joint.topLeftCorner(motionParameters, motionParameters) = tiny.d.transpose() * wd + prior;
-  joint.bottomLeftCorner(n, motionParameters) = tiny.jacobian.transpose() * wd;
+  joint.topLeftCorner(motionParameters, motionParameters) = transposedProduct(tiny.d, wd) + prior;
+  joint.bottomLeftCorner(n, motionParameters) = transposedProduct(tiny.jacobian, wd);
   joint.topRightCorner(motionParameters, n) =
       joint.bottomLeftCorner(n, motionParameters).transpose();
   joint.bottomRightCorner(n, n) = tiny.hessian;
   Eigen::VectorXd right(motionParameters + n);
-  right << wd.transpose() * tiny.r + prior * parametersOf(tiny.motion), tiny.g;
-  const Eigen::VectorXd both = -joint.ldlt().solve(right);
+  right << transposedProduct(wd, tiny.r) + product(prior, parametersOf(tiny.motion)), tiny.g;
+  const Eigen::VectorXd both = -solution(joint, right);
   // db of the joint step holds the step of b alone besides what follows the motion.
-  const Eigen::VectorXd alone = -tiny.hessian.ldlt().solve(tiny.g);
+  const Eigen::VectorXd alone = -solution(tiny.hessian, tiny.g);
   EXPECT_LT(relativeDistance(step.change, both.head(motionParameters)), 1e-3);
   EXPECT_LT(relativeDistance(Tiny::vectorOf(step.shift), both.tail(n) - alone), 1e-3);
-  const Eigen::MatrixXd a = tiny.jacobian.transpose() * wd;
-  EXPECT_LT(relativeDistance(step.precision, tiny.d.transpose() * wd + prior -
-                                                 a.transpose() * tiny.hessian.ldlt().solve(a)),
+  const Eigen::MatrixXd a = transposedProduct(tiny.jacobian, wd);
+  EXPECT_LT(relativeDistance(step.precision, transposedProduct(tiny.d, wd) + prior -
+                                                 transposedProduct(a, solution(tiny.hessian, a))),
             1e-3);
 }
 
@@ -227,16 +238,17 @@ TEST(MotionStep, IsThatOfThePathOfInexactResponses) {
       for (int p = 0; p < motionParameters; ++p)
         z.col(p) = Tiny::vectorOf(response[static_cast<std::size_t>(p)]);
       const Eigen::MatrixXd wd = tiny.w.asDiagonal() * tiny.d;
-      const Eigen::MatrixXd a = tiny.jacobian.transpose() * wd;
+      const Eigen::MatrixXd a = transposedProduct(tiny.jacobian, wd);
       const MotionMatrix prior = Tiny::prior().asDiagonal();
-      const MotionMatrix curvature = tiny.d.transpose() * wd + prior - a.transpose() * z -
-                                     z.transpose() * a + z.transpose() * tiny.hessian * z;
-      const MotionVector slope =
-          wd.transpose() * tiny.r - z.transpose() * tiny.g + prior * parametersOf(tiny.motion);
+      const MotionMatrix curvature = transposedProduct(tiny.d, wd) + prior -
+                                     transposedProduct(a, z) - transposedProduct(z, a) +
+                                     transposedProduct(z, product(tiny.hessian, z));
+      const MotionVector slope = transposedProduct(wd, tiny.r) - transposedProduct(z, tiny.g) +
+                                 product(prior, parametersOf(tiny.motion));
       EXPECT_LT(relativeDistance(step.precision, curvature), 1e-4) << sigma << ", " << iterations;
-      EXPECT_LT(relativeDistance(step.change, -curvature.ldlt().solve(slope)), 1e-3);
-      EXPECT_LT((Tiny::vectorOf(step.shift) + z * step.change).norm(),
-                1e-5 * (1.0 + (z * step.change).norm()));
+      EXPECT_LT(relativeDistance(step.change, -solution(curvature, slope)), 1e-3);
+      EXPECT_LT((Tiny::vectorOf(step.shift) + product(z, step.change)).norm(),
+                1e-5 * (1.0 + product(z, step.change).norm()));
     }
 }
 
@@ -249,7 +261,7 @@ TEST(MotionStep, ScattersTheGradientOfBlocks) {
     z.col(p) = Tiny::vectorOf(response[static_cast<std::size_t>(p)]);
   // Contributions per voxel; then the voxels of each of 4 x 4 x 4 blocks together.
   const Eigen::MatrixXd each =
-      (tiny.w.cwiseProduct(tiny.r)).asDiagonal() * (tiny.d - tiny.jacobian * z);
+      (tiny.w.cwiseProduct(tiny.r)).asDiagonal() * (tiny.d - product(tiny.jacobian, z));
   Eigen::MatrixXd sums = Eigen::MatrixXd::Zero(64, motionParameters);
   const auto blockOf = [](int i, int n) {
     int block = 0;
@@ -263,7 +275,7 @@ TEST(MotionStep, ScattersTheGradientOfBlocks) {
                           16 * blockOf(k, tiny.voxels.z);
         sums.row(block) += each.row(tiny.gradientRow(x, y, k));
       }
-  EXPECT_LT(relativeDistance(step.scatter, sums.transpose() * sums), 1e-4);
+  EXPECT_LT(relativeDistance(step.scatter, transposedProduct(sums, sums)), 1e-4);
 }
 
 TEST(MotionStep, WithoutSignalIsTheWayBackToNoMotion) {
