@@ -8,6 +8,7 @@
 
 #include "field/inorder.h"
 #include "field/seriesparts.h"
+#include "motion/realignment.h"
 #include "motion/volumealigner.h"
 #include "nifti/image.h"
 #include "numerics/spikes.h"
@@ -122,13 +123,18 @@ class ReferenceTrials {
             buffers.fit = aligner.align(images[buffers.image], buffers.scratch);
         },
         [&](int n, const Buffers& buffers) {
-          if (buffers.fit.converged)
+          if (isCredible(buffers.fit))
             likeness.correlations[static_cast<std::size_t>(n)] = buffers.fit.correlation;
         });
     return likeness;
   }
 
  private:
+  // Volumes of noise resemble one another by the density that the field gives them all.
+  bool isCredible(const VolumeFit& fit) const {
+    return fit.converged && judgedFit(fit, search.place.grid).reason.empty();
+  }
+
   const ReferenceSearch& search;
   std::vector<Volume<float>> images;
 };
