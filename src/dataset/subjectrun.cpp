@@ -170,6 +170,12 @@ class SubjectRun {
     return files;
   }
 
+  // What another program wrote under this name stays.
+  static bool mayReplaceImage(const std::string& stem) {
+    std::error_code ignored;
+    return isOurs(stem) || !fs::exists(stem + imageEnd, ignored);
+  }
+
   FieldFile estimate(const PlannedField& field, bool& isNew) {
     const ImageFacts &a = plan.images[field.pair.a], &b = plan.images[field.pair.b];
     FieldFile files = filesOf(field);
@@ -200,7 +206,8 @@ class SubjectRun {
     const std::unique_ptr<RunReport> report = settings.report ? settings.report() : nullptr;
     options.report = report.get();
     options.reportStem = fs::path(stems[0]).filename().string();
-    options.overwrite = isOurs(stems[0]) || isOurs(stems[1]);
+    options.overwrite = (isOurs(stems[0]) || isOurs(stems[1])) &&
+                        (isCubic() || mayReplaceImage(stemOf(files.reference)));
     options.version = settings.version;
     log("estimating the field of " + first.file + " and " + second.file);
     const RunRecord run = correctPair(options, progress);
@@ -230,7 +237,9 @@ class SubjectRun {
   // Motion that another program wrote under this name stays.
   static bool mayReplace(const std::string& stem, const std::string& motionStem) {
     std::error_code ignored;
-    return isOurs(stem) && (!fs::exists(motionStem + motionEnd, ignored) || isOurs(motionStem));
+    const bool isMotionThere =
+        fs::exists(motionStem + motionEnd, ignored) || fs::exists(motionStem + ".json", ignored);
+    return isOurs(stem) && (!isMotionThere || isOurs(motionStem));
   }
 
   void correct(std::size_t target, const FieldFile& source) {

@@ -60,9 +60,9 @@ bool hasImage(const std::string& stem) {
 bool hasGradients(const std::string& stem, const std::string& series, bool moved) {
   for (const std::string end : {".bvec", ".bval"}) {
     const std::string file = nifti::gradientFileOf(series, end);
-    if (file.empty()) continue;
     std::error_code ignored;
-    if (!fs::is_regular_file(stem + end, ignored)) return false;
+    if (fs::is_regular_file(stem + end, ignored) != !file.empty()) return false;
+    if (file.empty()) continue;
     const std::string wanted =
         moved && end == ".bvec"
             ? turnedDirections(file, series, motionStemOf(stem, series) + motionEnd)

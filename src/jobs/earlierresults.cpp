@@ -196,6 +196,26 @@ bool isIn(const std::vector<std::string>& stems, const std::string& stem) {
   return std::find(stems.begin(), stems.end(), stem) != stems.end();
 }
 
+// Gradients that an earlier run wrote beside a series, where there are none now: they would be read
+// as those of the new image.
+void settleGradients(const SeriesRecord& series, OutputFolder& folder, RunRecord& run) {
+  const std::string stem = fs::path(nifti::niftiStem(series.output)).filename().string();
+  for (const char* end : {".bvec", ".bval"}) {
+    const std::string name = stem + end;
+    if (folder.isAnnounced(name) || !folder.isThere(name)) continue;
+    if (readRecord(folder.target(stem + ".json"))) {
+      folder.retire(name);
+      run.notes.push_back(folder.target(name) +
+                          ", gradients of an earlier run of this series, was removed: there is "
+                          "none beside " +
+                          series.file);
+    } else {
+      run.warnings.push_back(folder.target(name) + " is not of this run: there is none beside " +
+                             series.file);
+    }
+  }
+}
+
 // The file of which STEM.json is the record; empty: there is none.
 std::string resultOf(const std::string& stem, const OutputFolder& folder) {
   for (const char* end : {".nii", ".nii.gz", ".txt"})
@@ -272,6 +292,7 @@ void EarlierResults::settle(const std::vector<ResultInput>& pair, const ResultSt
   const std::string now = textOf(origin);
   RunInputs inputs(pair, names);
   const std::vector<std::string> beside = namesBeside(run);
+  for (const SeriesRecord& series : run.series) settleGradients(series, folder, run);
   for (const std::string& stem : recordsIn(folder.target(""))) {
     if (folder.isAnnounced(stem + ".json")) continue;
     const std::optional<Record> record = readRecord(folder.target(stem + ".json"));

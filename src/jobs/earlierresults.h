@@ -56,7 +56,8 @@ class EarlierResults {
   /// not give: of the same pair, or series, and those that go by their names with what this run
   /// makes: uncertainty, head and warps of a pair, warp and motion beside a series. Those that
   /// are `leaving` go with the run's success, and a note says so; of others a warning tells that
-  /// they are old. Motion that the run took from there is not.
+  /// they are old. Motion that the run took from there is not. Gradients of an earlier run go where
+  /// the series has none now.
   ///
   /// @param pair    inputs of the run's pair; empty: there is none
   /// @param origin  what the records of this run say: originOf

@@ -227,6 +227,29 @@ TEST_F(BidsRealign, MotionOfAnotherProgramIsNotReplaced) {
   EXPECT_FALSE(seriesIn(boldResult).contains("Realignment"));
 }
 
+TEST_F(BidsRealign, AMeanOfAnotherProgramIsNotReplaced) {
+  ASSERT_THAT(correctAll().err, counts(5, 0));
+  folder.write("out/" + std::string(cubicMean) + ".nii.gz", "not ours");
+  const ProgramResult result = correctAll({"--interpolation", "linear"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.err + textOf(out("logs/sub-1_plan.tsv")), HasSubstr("is there already"));
+  EXPECT_EQ(textOf(out(std::string(cubicMean) + ".nii.gz")), "not ours");
+}
+
+// Those of a run before would be read as the new image's.
+TEST_F(BidsRealign, GradientsThatAreGoneAreGoneFromTheResults) {
+  for (const std::string end : {".bvec", ".bval"}) {
+    ASSERT_EQ(correctAll({"--realign"}).status, 0);
+    ASSERT_TRUE(fs::exists(out("sub-1/dwi/sub-1_desc-preproc_dwi" + end)));
+    const std::string kept = textOf(raw("sub-1/dwi/sub-1_dwi" + end));
+    fs::remove(raw("sub-1/dwi/sub-1_dwi" + end));
+    EXPECT_THAT(correctAll({"--realign"}).err, counts(1, 4));
+    EXPECT_FALSE(fs::exists(out("sub-1/dwi/sub-1_desc-preproc_dwi" + end)));
+    EXPECT_THAT(correctAll({"--realign"}).err, counts(0, 5));
+    text("sub-1/dwi/sub-1_dwi" + end, kept);
+  }
+}
+
 TEST_F(BidsRealign, ThePlanSaysWhatIsDoneOtherwise) {
   const std::string plain = correctAll({"--dry-run"}).out;
   EXPECT_THAT(plain, Not(AllOf(HasSubstr("motion"), HasSubstr("interpolation"))));
