@@ -109,16 +109,16 @@ TEST_F(RealignEdges, AVolumeOfTwoPlacesIsNoReference) {
 
 // Of most volumes there is nothing, or nothing but noise.
 TEST_F(RealignEdges, AVolumeWithoutAHeadIsNoReference) {
-  for (const bool noisy : {false, true}) {
+  for (const float noise : {0.0F, 5.0F, 30.0F}) {
     const auto spoil = [&](int n, Volume<float>& volume) {
       if (n == 1 || n == 3) return;
       for (int i = 0; i < volume.size(); ++i) volume.data()[i] = 0;
-      if (noisy) volume = addRicianNoise(volume, 30, 3, static_cast<std::uint64_t>(n));
+      if (noise > 0) volume = addRicianNoise(volume, noise, 3, static_cast<std::uint64_t>(n));
     };
-    const std::string image = write("empty", {0, 0, 0, 1, 0}, spoil);
+    const std::string image = write("empty", {0, 0, 0, 1, 0, 0, 0, 0}, spoil);
     const ProgramResult result = applyTo(image, {"--realign"});
     ASSERT_EQ(result.status, 0) << result.err;
-    EXPECT_THAT(result.err, HasSubstr("for volumes 0, 2, 4 of " + image + " is not credible"));
+    EXPECT_THAT(result.err, HasSubstr("for volumes 0, 2, 4 to 7 of " + image + " is not credible"));
     EXPECT_EQ(realignment().at("VolumesMoved"), 1) << realignment();
   }
 }
