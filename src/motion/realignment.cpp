@@ -82,9 +82,7 @@ std::vector<int> unlikeVolumes(const Realignment& realignment) {
 Realignment realign(const SeriesToRealign& series) {
   Realignment found;
   nifti::Reader reader(series.file);
-  found.reference = series.reference ? *series.reference
-                                     : referenceVolume({series.file, series.place, series.like,
-                                                        series.background, series.threads});
+  found.reference = series.reference ? *series.reference : referenceVolume(series);
   const VolumeAligner aligner(
       comparableVolume(reader.readVolume(found.reference), series.background), series.place,
       series.file);

@@ -8,7 +8,6 @@
 
 #include "field/inorder.h"
 #include "field/seriesparts.h"
-#include "motion/realignment.h"
 #include "motion/volumealigner.h"
 #include "nifti/image.h"
 #include "numerics/spikes.h"
@@ -34,9 +33,9 @@ struct Typical {
 };
 
 // By the mean of all, constant ones or not.
-Typical typicalOf(const ReferenceSearch& search, const std::vector<int>& volumes) {
-  nifti::Reader reader(search.file);
-  const Volume<float> mean = meanOfVolumes(search.file, volumes);
+Typical typicalOf(const SeriesToRealign& series, const std::vector<int>& volumes) {
+  nifti::Reader reader(series.file);
+  const Volume<float> mean = meanOfVolumes(series.file, volumes);
   struct Buffers {
     Volume<float> volume;
     double difference = 0;
@@ -45,7 +44,7 @@ Typical typicalOf(const ReferenceSearch& search, const std::vector<int>& volumes
   Typical typical{volumes.front(), {}};
   double least = std::numeric_limits<double>::infinity();
   inOrder<Buffers>(
-      static_cast<int>(volumes.size()), search.threads,
+      static_cast<int>(volumes.size()), series.threads,
       [&](int n, Buffers& buffers) {
         reader.readVolume(volumes[static_cast<std::size_t>(n)], buffers.volume);
       },
@@ -99,14 +98,14 @@ struct Likeness {
 
 class ReferenceTrials {
  public:
-  ReferenceTrials(const ReferenceSearch& what, const std::vector<int>& compared) : search(what) {
-    nifti::Reader reader(search.file);
+  ReferenceTrials(const SeriesToRealign& what, const std::vector<int>& compared) : series(what) {
+    nifti::Reader reader(series.file);
     for (const int volume : compared)
-      images.push_back(comparableVolume(reader.readVolume(volume), search.background));
+      images.push_back(comparableVolume(reader.readVolume(volume), series.background));
   }
 
   Likeness with(std::size_t reference) const {
-    const VolumeAligner aligner(images[reference], search.place, search.file);
+    const VolumeAligner aligner(images[reference], series.place, series.file);
     Likeness likeness{std::vector<double>(images.size(), 0.0)};
     if (!aligner.canCompare()) return likeness;
     struct Buffers {
@@ -115,7 +114,7 @@ class ReferenceTrials {
       VolumeFit fit;
     };
     inOrder<Buffers>(
-        static_cast<int>(images.size()), search.threads,
+        static_cast<int>(images.size()), series.threads,
         [](int n, Buffers& buffers) { buffers.image = static_cast<std::size_t>(n); },
         [&](Buffers& buffers) {
           buffers.fit = {};
@@ -132,10 +131,10 @@ class ReferenceTrials {
  private:
   // Volumes of noise resemble one another by the density that the field gives them all.
   bool isCredible(const VolumeFit& fit) const {
-    return fit.converged && judgedFit(fit, search.place.grid).reason.empty();
+    return fit.converged && judgedFit(fit, series.place.grid).reason.empty();
   }
 
-  const ReferenceSearch& search;
+  const SeriesToRealign& series;
   std::vector<Volume<float>> images;
 };
 
@@ -158,13 +157,13 @@ Volume<float> comparableVolume(Volume<float> volume, double background) {
   return withoutSpikes(std::move(volume)) - static_cast<float>(background);
 }
 
-int referenceVolume(const ReferenceSearch& search) {
-  Typical typical = typicalOf(search, search.like);
+int referenceVolume(const SeriesToRealign& series) {
+  Typical typical = typicalOf(series, series.like);
   if (typical.shown.empty()) return typical.volume;
-  if (typical.shown.size() < search.like.size()) typical = typicalOf(search, typical.shown);
+  if (typical.shown.size() < series.like.size()) typical = typicalOf(series, typical.shown);
   const std::vector<int> compared = comparedWith(typical);
   if (compared.size() < 3) return typical.volume;
-  const ReferenceTrials trials(search, compared);
+  const ReferenceTrials trials(series, compared);
   const Likeness here = trials.with(0);
   if (!here.ofMost()) return compared[mostResembled(trials, compared.size(), here)];
   if (here.unexplained() <= worthAChange) return typical.volume;
