@@ -170,10 +170,10 @@ class SubjectRun {
     return files;
   }
 
-  // What another program wrote under this name stays.
-  static bool mayReplaceImage(const std::string& stem) {
+  // What another program wrote stays.
+  static bool isForeign(const std::string& stem, const std::string& end) {
     std::error_code ignored;
-    return isOurs(stem) || !fs::exists(stem + imageEnd, ignored);
+    return fs::exists(stem + end, ignored) && !isOurs(stem);
   }
 
   FieldFile estimate(const PlannedField& field, bool& isNew) {
@@ -207,7 +207,7 @@ class SubjectRun {
     options.report = report.get();
     options.reportStem = fs::path(stems[0]).filename().string();
     options.overwrite = (isOurs(stems[0]) || isOurs(stems[1])) &&
-                        (isCubic() || mayReplaceImage(stemOf(files.reference)));
+                        (isCubic() || !isForeign(stemOf(files.reference), imageEnd));
     options.version = settings.version;
     log("estimating the field of " + first.file + " and " + second.file);
     const RunRecord run = correctPair(options, progress);
@@ -234,14 +234,6 @@ class SubjectRun {
     return series;
   }
 
-  // Motion that another program wrote under this name stays.
-  static bool mayReplace(const std::string& stem, const std::string& motionStem) {
-    std::error_code ignored;
-    const bool isMotionThere =
-        fs::exists(motionStem + motionEnd, ignored) || fs::exists(motionStem + ".json", ignored);
-    return isOurs(stem) && (!isMotionThere || isOurs(motionStem));
-  }
-
   void correct(std::size_t target, const FieldFile& source) {
     const ImageFacts& image = imageOf(target);
     const std::string folder = folderOf(image.image.session, image.image.datatype);
@@ -266,7 +258,9 @@ class SubjectRun {
     const std::unique_ptr<RunReport> report = settings.report ? settings.report() : nullptr;
     options.report = report.get();
     options.reportStem = correctedName(image.image.name);
-    options.overwrite = mayReplace(stem, motionStemOf(stem, rawFile(image)));
+    const std::string motion = motionStemOf(stem, rawFile(image));
+    options.overwrite =
+        isOurs(stem) && !isForeign(motion, motionEnd) && !isForeign(motion, ".json");
     options.removeOldMotion = true;
     options.version = settings.version;
     const RunRecord run = applyField(options, progress);

@@ -56,13 +56,18 @@ bool hasImage(const std::string& stem) {
   return fs::is_regular_file(stem + ".nii.gz", ignored);
 }
 
-// Copies, but for directions that were turned with a head that moved.
-bool hasGradients(const std::string& stem, const std::string& series, bool moved) {
+// Copies, but for directions that were turned with a head that moved. `found`: what the record says
+// of the series.
+bool hasGradients(const std::string& stem, const std::string& series, const Json& found) {
+  const bool moved = found.contains("Motion");
   for (const std::string end : {".bvec", ".bval"}) {
     const std::string file = nifti::gradientFileOf(series, end);
+    if (file.empty()) {
+      if (hadGradients(found, end)) return false;
+      continue;
+    }
     std::error_code ignored;
-    if (fs::is_regular_file(stem + end, ignored) != !file.empty()) return false;
-    if (file.empty()) continue;
+    if (!fs::is_regular_file(stem + end, ignored)) return false;
     const std::string wanted =
         moved && end == ".bvec"
             ? turnedDirections(file, series, motionStemOf(stem, series) + motionEnd)
@@ -141,8 +146,8 @@ bool isSeriesUpToDate(const std::string& stem, const std::string& series, const 
          isSaid(settings.floatOutput, options.at("FloatOutput")) &&
          isBy(settings.interpolation, options) && found.contains("Alignment") == settings.align &&
          isRealignedBy(settings, found, motionStemOf(stem, series)) &&
-         hasGradients(stem, series, found.contains("Motion")) &&
-         source.textOf("SHA256") == sums.of(field) && isOfFile(found, series, sums);
+         hasGradients(stem, series, found) && source.textOf("SHA256") == sums.of(field) &&
+         isOfFile(found, series, sums);
 } catch (const std::exception&) {
   return false;
 }

@@ -196,22 +196,24 @@ bool isIn(const std::vector<std::string>& stems, const std::string& stem) {
   return std::find(stems.begin(), stems.end(), stem) != stems.end();
 }
 
-// Gradients that an earlier run wrote beside a series, where there are none now: they would be read
-// as those of the new image.
+// Gradients beside a series, where there are none now: they would be read as those of the new
+// image. Those that an earlier run wrote go.
 void settleGradients(const SeriesRecord& series, OutputFolder& folder, RunRecord& run) {
   const std::string stem = fs::path(nifti::niftiStem(series.output)).filename().string();
   for (const char* end : {".bvec", ".bval"}) {
     const std::string name = stem + end;
     if (folder.isAnnounced(name) || !folder.isThere(name)) continue;
-    if (readRecord(folder.target(stem + ".json"))) {
+    const std::optional<Record> record = readRecord(folder.target(stem + ".json"));
+    if (record && hadGradients(record->mirel.part("Series"), end)) {
       folder.retire(name);
       run.notes.push_back(folder.target(name) +
                           ", gradients of an earlier run of this series, was removed: there is "
                           "none beside " +
                           series.file);
     } else {
-      run.warnings.push_back(folder.target(name) + " is not of this run: there is none beside " +
-                             series.file);
+      run.warnings.push_back(folder.target(name) +
+                             " is not of this run, since there is none beside " + series.file +
+                             ", but would be read as that of the corrected image");
     }
   }
 }

@@ -217,6 +217,8 @@ const char* verdictName(SignCheck::Verdict verdict) {
   return "undecided";
 }
 
+constexpr const char* gradientsField = "GradientFiles";
+
 Json seriesJson(const SeriesRecord& series) {
   Json json = {{"File", series.file}, {"SHA256", series.checksum}};
   const bids::StatedDirection& direction = *series.acquisition.direction;
@@ -226,6 +228,11 @@ Json seriesJson(const SeriesRecord& series) {
   } else {
     addAcquisition(json, series.acquisition);
     json["FieldResampled"] = series.resampledField;
+  }
+  if (!series.gradientFiles.empty()) {
+    json[gradientsField] = Json::array();
+    for (const FileStamp& table : series.gradientFiles)
+      json[gradientsField].push_back(fileJson(table));
   }
   if (!series.chosenVolumes.empty()) json["Volumes"] = listOf(series.chosenVolumes);
   if (series.background != 0) json["Background"] = series.background;
@@ -376,6 +383,14 @@ Json originOf(const RunRecord& run) {
     json["Options"]["Interpolation"] = nameOf(run.seriesSettings.interpolation);
   }
   return json;
+}
+
+bool hadGradients(const Json& series, const std::string& end) {
+  const Json* tables = series.find(gradientsField);
+  if (tables == nullptr || !tables->is_array()) return false;
+  const auto& all = tables->list();
+  return std::any_of(all.begin(), all.end(),
+                     [&](const Json& table) { return table.textOf("File").ends_with(end); });
 }
 
 Json originOf(const RunRecord& run, const Json& origin, const SeriesRecord& series) {

@@ -36,6 +36,10 @@ Json originOf(const RunRecord& run);
 /// The same for an output of one series, beside the run's `origin`.
 Json originOf(const RunRecord& run, const Json& origin, const SeriesRecord& series);
 
+/// Whether what a record says of a series (Mirel, Series) names a table of gradients of the ending
+/// ".bvec" or ".bval" among its inputs: it was written beside the result.
+bool hadGradients(const Json& series, const std::string& end);
+
 /// What the sidecar of a displacement field says about it: what it is of, and its convention.
 std::string warpDescription(const std::string& image);
 

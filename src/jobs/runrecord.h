@@ -74,6 +74,7 @@ struct SeriesRecord {
   std::string file, output;
   std::string checksum;  ///< of the file (SHA-256)
   bids::Acquisition acquisition;
+  std::vector<FileStamp> gradientFiles;  ///< that stood beside it; written beside the output
   int volumes = 0;
   std::vector<int> chosenVolumes;  ///< where not all were corrected, counted from 0
   double background = 0;           ///< that was not modulated (SeriesOptions::background)

@@ -82,6 +82,7 @@ SeriesRecord recordOf(const SeriesInput& input, const std::string& output,
   record.file = input.file;
   record.output = output;
   record.acquisition = input.acquisition;
+  record.gradientFiles = input.gradientFiles;
   record.volumes = corrected.volumes;
   record.chosenVolumes = input.volumes;
   record.resampledField = !input.onGridOfField;

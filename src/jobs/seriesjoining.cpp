@@ -33,6 +33,7 @@ SeriesRecord recordOf(const SeriesInput& input, const SeriesToJoin& joined,
   SeriesRecord record;
   record.file = input.file;
   record.acquisition = input.acquisition;
+  record.gradientFiles = input.gradientFiles;
   record.volumes = static_cast<int>(volumes.size());
   record.chosenVolumes = std::move(volumes);
   record.background = joined.background;

@@ -250,6 +250,19 @@ TEST_F(BidsRealign, GradientsThatAreGoneAreGoneFromTheResults) {
   }
 }
 
+// Of a dataset without them somebody may lay them beside the result by hand.
+TEST_F(BidsRealign, GradientsThatNoRunWroteStay) {
+  fs::remove(raw("sub-1/dwi/sub-1_dwi.bval"));
+  ASSERT_THAT(correctAll().err, counts(5, 0));
+  const std::string table = "sub-1/dwi/sub-1_desc-preproc_dwi.bval";
+  folder.write("out/" + table, "by hand");
+  EXPECT_THAT(correctAll().err, counts(0, 5));
+  EXPECT_THAT(correctAll({"--interpolation", "linear"}).err, counts(5, 0));
+  EXPECT_EQ(textOf(out(table)), "by hand");
+  EXPECT_THAT(textOf(out("logs/sub-1_plan.tsv")),
+              HasSubstr(table + " is not of this run, since there is none beside "));
+}
+
 TEST_F(BidsRealign, ThePlanSaysWhatIsDoneOtherwise) {
   const std::string plain = correctAll({"--dry-run"}).out;
   EXPECT_THAT(plain, Not(AllOf(HasSubstr("motion"), HasSubstr("interpolation"))));
