@@ -70,6 +70,7 @@ void settle(CorrectCommandOptions& options) {
     job.estimate.estimator = Estimator::search;
   job.estimate.motion = !options.noMotion;
   job.estimate.uncertainty = options.uncertainty;
+  job.estimate.threads = job.seriesSettings.threads;
   job.seriesSettings.align = !options.noAlign;
   if (!options.fieldSource.empty()) {
     job.estimate.estimator = Estimator::none;
@@ -359,7 +360,8 @@ void addCorrectCommand(Command& app, Program& program) {
   addEstimateOptions(command, *options);
   command
       ->add_option("--threads", options->job.seriesSettings.threads,
-                   "Threads that correct the volumes of a RUN (default: one per core)")
+                   "Threads that estimate the map, and correct the volumes of a RUN (default: one\n"
+                   "per core); results do not depend on their number")
       ->type_name("N")
       ->check([](const std::string& text) { return refuseBelow(1, text); });
   command->add_flag("--no-align", options->noAlign,

@@ -55,7 +55,7 @@ struct DatasetPlan {
 DatasetPlan planDataset(const ParticipantOptions& options);
 
 /// Corrects what is planned: subjects side by side in threads of this process, each in one thread
-/// but for its series, where there are more threads than subjects. Results do not depend on the
+/// but for its estimates and series, where there are more threads than subjects. Results do not depend on the
 /// number. A subject starts when what it needs (memoryMbOf) fits beside those that run; one that
 /// alone needs more than there is runs alone.
 ///

@@ -202,6 +202,7 @@ class SubjectRun {
     options.results.label = field.label;
     options.results.cubicMean = true;
     options.estimate.interpolation = interpolation;
+    options.estimate.threads = settings.series.threads;
     options.outputFolder = folder;
     const std::unique_ptr<RunReport> report = settings.report ? settings.report() : nullptr;
     options.report = report.get();

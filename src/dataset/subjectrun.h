@@ -20,7 +20,7 @@ struct RunSettings {
   std::string version;          ///< of the program, for the records
   ReportMaker report;           ///< empty: no pages
   /// Of all images; those of pairs take the interpolation from them. Its threads are for the
-  /// volumes of a series.
+  /// volumes of a series, and for the estimate of a pair.
   SeriesSettings series;
 };
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "containers/volume.h"
+#include "numerics/parallel.h"
 #include "simd/variant.h"
 
 namespace mirel {
@@ -22,7 +23,7 @@ template <typename Real>
 class ColumnIntegral {
  public:
   /// Values that are not finite count as 0.
-  explicit ColumnIntegral(const Volume<float>& image);
+  explicit ColumnIntegral(const Volume<float>& image, const Parallel& parallel = {});
 
   glm::ivec3 dimensions() const { return {nx, ny, nz}; }
 

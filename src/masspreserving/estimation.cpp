@@ -71,12 +71,12 @@ void Estimation::startLevel(int level, Head mode) {
     return;
   }
   const glm::ivec3 halved = gridOf(level + 1).halved;
-  now.b = prolong(now.b, voxels, halved);
+  now.b = prolong(now.b, voxels, halved, options.parallel);
   now.statistics.noise = {};
   // Twice the voxels per displacement, in the square.
   now.statistics.roughnessWeight /= halved.y * halved.y;
   if (mode == Head::moving)
-    for (Volume<float>& z : now.head.response) z = prolong(z, voxels, halved);
+    for (Volume<float>& z : now.head.response) z = prolong(z, voxels, halved, options.parallel);
 }
 
 // The displacement that the options start from, on a resolution's edges.
@@ -108,7 +108,7 @@ void Estimation::fitLevel(int level, Head mode) {
 void Estimation::runLevel(int level, Head mode, Ratio ratio) {
   const Images& pair = imagesOf(level);
   const bool finest = level == 0;
-  MassModel<float> model(pair.first, pair.second);
+  MassModel<float> model(pair.first, pair.second, options.parallel);
   std::optional<MovingPair> moving;
   if (mode == Head::moving) {
     moving.emplace(model, pair.first, pair.second, placeOfLevel(level));
@@ -180,7 +180,8 @@ RatioBasis<float> Estimation::ratioBasis(int level) const {
           now.model.degree,
           now.model.contrast ? knotCount : 0,
           knotStep,
-          nodesOver(level, levelCells)};
+          nodesOver(level, levelCells),
+          options.parallel};
 }
 
 void Estimation::fitCoarse(Head mode) {
@@ -189,7 +190,8 @@ void Estimation::fitCoarse(Head mode) {
 
 // The map where the head was in the first image, from that half way.
 Volume<float> Estimation::seenByFirst(const Volume<float>& halfWay) const {
-  Volume<float> map = MovedImage(halfWay, placeOfLevel(0)).through(now.head.motion.half());
+  Volume<float> map =
+      MovedImage(halfWay, placeOfLevel(0), options.parallel).through(now.head.motion.half());
   limitStretch(map, static_cast<float>(largestStretch));
   return map;
 }
@@ -198,7 +200,8 @@ Volume<float> Estimation::seenByFirst(const Volume<float>& halfWay) const {
 void Estimation::finishDeviation() {
   Volume<float>& deviation = result.deviationVoxels;
   if (!now.head.motion.isNone())
-    deviation = MovedImage(deviation, placeOfLevel(0)).through(now.head.motion.half());
+    deviation =
+        MovedImage(deviation, placeOfLevel(0), options.parallel).through(now.head.motion.half());
   for (int i = 0; i < deviation.size(); ++i)
     deviation.data()[i] = std::sqrt(std::max(deviation.data()[i], 0.0F));
 }
@@ -206,8 +209,8 @@ void Estimation::finishDeviation() {
 void Estimation::makeImages(const Volume<float>& first, const Volume<float>& second) {
   images.emplace_back(first, second);
   for (std::size_t l = 1; l < levels.size(); ++l)
-    images.emplace_back(coarsen(images[l - 1].first, levels[l].halved),
-                        coarsen(images[l - 1].second, levels[l].halved));
+    images.emplace_back(coarsen(images[l - 1].first, levels[l].halved, options.parallel),
+                        coarsen(images[l - 1].second, levels[l].halved, options.parallel));
   if (options.weights.size() == 0) return;
   weights.push_back(options.weights);
   for (std::size_t l = 1; l < levels.size(); ++l)

@@ -7,13 +7,13 @@ namespace mirel {
 
 template <typename Real>
 void laplacian(glm::ivec3 dims, const LaplacianWeights<Real>& weights, const Real* b, Real* out,
-               SimdVariant variant) {
-  MIREL_DISPATCH(variant, laplacian<Real>)(dims, weights, b, out);
+               int from, int to, SimdVariant variant) {
+  MIREL_DISPATCH(variant, laplacian<Real>)(dims, weights, b, out, from, to);
 }
 
 template <typename Real>
-double dotOfRows(const Real* a, const Real* b, int nx, int rows, SimdVariant variant) {
-  return MIREL_DISPATCH(variant, dotOfRows<Real>)(a, b, nx, rows);
+void dotsOfRows(const Real* a, const Real* b, int nx, int rows, double* sums, SimdVariant variant) {
+  MIREL_DISPATCH(variant, dotsOfRows<Real>)(a, b, nx, rows, sums);
 }
 
 template <typename Real>
@@ -28,12 +28,12 @@ void solveColumns(int nx, int ny, const ColumnFactors<Real>& factors, const Real
   MIREL_DISPATCH(variant, solveColumns<Real>)(nx, ny, factors, v, out);
 }
 
-#define MIREL_GRID_KERNELS(Real)                                                                \
-  template void laplacian(glm::ivec3, const LaplacianWeights<Real>&, const Real*, Real*,        \
-                          SimdVariant);                                                         \
-  template double dotOfRows(const Real*, const Real*, int, int, SimdVariant);                   \
-  template void sampleEdgeRow(const IntegralSlice<Real>&, int, const Real*, Real, Real*, Real*, \
-                              SimdVariant);                                                     \
+#define MIREL_GRID_KERNELS(Real)                                                                   \
+  template void laplacian(glm::ivec3, const LaplacianWeights<Real>&, const Real*, Real*, int, int, \
+                          SimdVariant);                                                            \
+  template void dotsOfRows(const Real*, const Real*, int, int, double*, SimdVariant);              \
+  template void sampleEdgeRow(const IntegralSlice<Real>&, int, const Real*, Real, Real*, Real*,    \
+                              SimdVariant);                                                        \
   template void solveColumns(int, int, const ColumnFactors<Real>&, const Real*, Real*, SimdVariant);
 MIREL_GRID_KERNELS(float)
 MIREL_GRID_KERNELS(double)

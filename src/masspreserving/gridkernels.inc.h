@@ -2,10 +2,11 @@
 // a row do not depend on one another.
 
 template <typename Real>
-void laplacian(glm::ivec3 dims, const LaplacianWeights<Real>& weights, const Real* b, Real* out) {
+void laplacian(glm::ivec3 dims, const LaplacianWeights<Real>& weights, const Real* b, Real* out,
+               int from, int to) {
   const int nx = dims.x, row = nx, slice = nx * dims.y;
   const Real wx = weights.x, wy = weights.y, wz = weights.z;
-  for (int z = 0; z < dims.z; ++z)
+  for (int z = from; z < to; ++z)
     for (int y = 0; y < dims.y; ++y) {
       const Real* v = b + z * slice + y * row;
       Real* __restrict o = out + z * slice + y * row;
@@ -36,9 +37,8 @@ MIREL_INLINE void loadWide(Doubles& v, const float* p) {
 }
 
 template <typename Real>
-double dotOfRows(const Real* a, const Real* b, int nx, int rows) {
+void dotsOfRows(const Real* a, const Real* b, int nx, int rows, double* totals) {
   constexpr int registers = 8 / halfCount;
-  double total = 0.0;
   for (int row = 0; row < rows; ++row, a += nx, b += nx) {
     Doubles partial[registers] = {};
     int x = 0;
@@ -53,10 +53,9 @@ double dotOfRows(const Real* a, const Real* b, int nx, int rows) {
     double sums[8];
     __builtin_memcpy(sums, partial, sizeof sums);
     for (; x < nx; ++x) sums[0] += static_cast<double>(a[x]) * static_cast<double>(b[x]);
-    total +=
+    totals[row] =
         ((sums[0] + sums[4]) + (sums[2] + sums[6])) + ((sums[1] + sums[5]) + (sums[3] + sums[7]));
   }
-  return total;
 }
 
 template <typename Real>

@@ -28,7 +28,10 @@ HeadMotion firstMotion(LevelFit& fit, const Volume<float>& first, const Volume<f
 
 MovingPair::MovingPair(MassModel<float>& ofImages, const Volume<float>& one,
                        const Volume<float>& other, const GridPlace& where)
-    : model(ofImages), place(where), first(one, where), second(other, where) {}
+    : model(ofImages),
+      place(where),
+      first(one, where, ofImages.inParallel()),
+      second(other, where, ofImages.inParallel()) {}
 
 const HalfWayPair& MovingPair::hold(const RigidMotion& motion, const Volume<float>& b) {
   held.emplace(first, second, motion, b);

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <glm/geometric.hpp>
 #include <utility>
+#include <vector>
 
 #include "masspreserving/posterior.h"
 #include "numerics/splitmix.h"
@@ -36,19 +37,64 @@ constexpr double largestStepStretch = 0.98;
 // +1 or -1, the same for equal n.
 float signOf(std::uint64_t n) { return (splitMix64(n) & 1U) != 0 ? 1.0F : -1.0F; }
 
+// Takes `allowed`, a t <= 1, down to one for which no stretch of b + t d exceeds `bound` in size in
+// a slice.
+void allow(const Volume<float>& b, const Volume<float>& d, double bound, int z, double& allowed) {
+  for (int j = 0; j + 1 < b.ny(); ++j)
+    for (int x = 0; x < b.nx(); ++x) {
+      const double stretch = static_cast<double>(b.at(x, j + 1, z)) - b.at(x, j, z);
+      const double change = static_cast<double>(d.at(x, j + 1, z)) - d.at(x, j, z);
+      if (std::abs(stretch + allowed * change) <= bound) continue;
+      const double room = (change > 0.0 ? bound - stretch : bound + stretch) / std::abs(change);
+      allowed = std::max(0.0, std::min(allowed, room));
+    }
+}
+
+// Whether neither b nor b + d have a stretch above `bound` in a slice: no b + t d between them has,
+// and `allow` leaves any t as it is, rounding included.
+bool isAllowed(const Volume<float>& b, const Volume<float>& d, double bound, int z) {
+  int above = 0;
+  for (int j = 0; j + 1 < b.ny(); ++j) {
+    const float *low = b.data() + b.index(0, j, z), *high = low + b.nx();
+    const float *lowStep = d.data() + d.index(0, j, z), *highStep = lowStep + b.nx();
+    for (int x = 0; x < b.nx(); ++x) {
+      const double stretch = static_cast<double>(high[x]) - low[x];
+      const double change = static_cast<double>(highStep[x]) - lowStep[x];
+      above += static_cast<int>(!(std::abs(stretch) <= bound)) +
+               static_cast<int>(!(std::abs(stretch + change) <= bound));
+    }
+  }
+  return above == 0;
+}
+
 // The largest t <= 1 for which no stretch of b + t d exceeds `bound` in size.
-double largestAllowed(const Volume<float>& b, const Volume<float>& d, double bound) {
+double largestAllowed(const Volume<float>& b, const Volume<float>& d, double bound,
+                      const Parallel& parallel) {
+  std::vector<char> free(static_cast<std::size_t>(b.nz()));
+  inSlices(parallel, b.dimensions(), [&](int from, int to) {
+    for (int z = from; z < to; ++z)
+      free[static_cast<std::size_t>(z)] = isAllowed(b, d, bound, z) ? 1 : 0;
+  });
   double allowed = 1.0;
   for (int z = 0; z < b.nz(); ++z)
-    for (int j = 0; j + 1 < b.ny(); ++j)
-      for (int x = 0; x < b.nx(); ++x) {
-        const double stretch = static_cast<double>(b.at(x, j + 1, z)) - b.at(x, j, z);
-        const double change = static_cast<double>(d.at(x, j + 1, z)) - d.at(x, j, z);
-        if (std::abs(stretch + allowed * change) <= bound) continue;
-        const double room = (change > 0.0 ? bound - stretch : bound + stretch) / std::abs(change);
-        allowed = std::max(0.0, std::min(allowed, room));
-      }
+    if (free[static_cast<std::size_t>(z)] == 0) allow(b, d, bound, z, allowed);
   return allowed;
+}
+
+// b + t d, and the largest |t d|.
+double stepFrom(const Volume<float>& b, double t, const Volume<float>& d, Volume<float>& to,
+                const Parallel& parallel) {
+  std::vector<double> largest(static_cast<std::size_t>(b.nz()), 0.0);
+  inSlices(parallel, b.dimensions(), [&](int begin, int end) {
+    for (int z = begin; z < end; ++z) {
+      double& ofSlice = largest[static_cast<std::size_t>(z)];
+      for (int i = b.index(0, 0, z); i < b.index(0, 0, z + 1); ++i) {
+        to.data()[i] = b.data()[i] + static_cast<float>(t) * d.data()[i];
+        ofSlice = std::max(ofSlice, std::abs(t * static_cast<double>(d.data()[i])));
+      }
+    }
+  });
+  return *std::max_element(largest.begin(), largest.end());
 }
 
 }  // namespace
@@ -86,12 +132,12 @@ double LevelFit::linearise() {
 
 NoiseFit LevelFit::noiseOf(NoiseTails tails) const {
   return fitNoise(objective.residuals(), objective.lowSlopes(), objective.highSlopes(), tails,
-                  trust);
+                  trust, model.inParallel());
 }
 
 Roughness<float> LevelFit::form(double weight) const {
   return Roughness<float>(model.edges(), spacing, weight,
-                          weight * bendingLengthMm * bendingLengthMm);
+                          weight * bendingLengthMm * bendingLengthMm, model.inParallel());
 }
 
 void LevelFit::updateWeights() {
@@ -102,13 +148,16 @@ void LevelFit::updateWeights() {
     evaluate();
   }
   model.coverage(b, objective.weight);
-  objective.weight *= static_cast<float>(1.0 / known.noise.variance);
-  if (trust.size() > 0) objective.weight *= trust;
-  if (std::isfinite(known.noise.nu)) {
-    for (int i = 0; i < objective.weight.size(); ++i)
-      objective.weight.data()[i] *=
-          static_cast<float>(known.noise.relativeWeight(objective.residuals().data()[i]));
-  }
+  const float precision = static_cast<float>(1.0 / known.noise.variance);
+  const bool student = std::isfinite(known.noise.nu);
+  const float* residual = objective.residuals().data();
+  inElements(model.inParallel(), objective.weight.size(), [&](int from, int to) {
+    float* weight = objective.weight.data();
+    for (int i = from; i < to; ++i) weight[i] *= precision;
+    for (int i = from; i < to && trust.size() > 0; ++i) weight[i] *= trust.data()[i];
+    for (int i = from; i < to && student; ++i)
+      weight[i] *= static_cast<float>(known.noise.relativeWeight(residual[i]));
+  });
   objective.setRoughness(form(known.roughnessWeight));
 }
 
@@ -151,8 +200,10 @@ LevelFit::Step LevelFit::step(double tolerance, int maxSolverIterations) {
   };
   const SolveResult solved = conjugateGradients<float>(product, *lines, gradient, direction,
                                                        tolerance, maxSolverIterations);
-  double descent = dot(gradient, direction);
-  direction *= -1.0F;
+  double descent = dot(gradient, direction, model.inParallel());
+  inElements(model.inParallel(), direction.size(), [&](int from, int to) {
+    for (int i = from; i < to; ++i) direction.data()[i] *= -1.0F;
+  });
   Eigen::VectorXd ratioFrom, ratioStep;
   const bool withRatio = objective.ratio != nullptr;
   if (withRatio) {
@@ -164,18 +215,15 @@ LevelFit::Step LevelFit::step(double tolerance, int maxSolverIterations) {
     descent += ratio.gradient().dot(ratio.solve(ratio.gradient()));
   }
   Step result{before, 0.0, solved.iterations};
-  double t = largestAllowed(b, direction, largestStepStretch);
+  double t = largestAllowed(b, direction, largestStepStretch, model.inParallel());
   Volume<float> candidate(b.dimensions());
   for (int trial = 0; trial < 8 && descent > 0.0; ++trial, t *= 0.5) {
-    for (int i = 0; i < b.size(); ++i)
-      candidate.data()[i] = b.data()[i] + static_cast<float>(t) * direction.data()[i];
+    const double largest = stepFrom(b, t, direction, candidate, model.inParallel());
     if (withRatio) objective.ratio->setCoefficients(ratioFrom + t * ratioStep);
     const double after = objective.value(candidate);
     if (!(after <= before - 1e-4 * t * descent)) continue;
     result.energy = after;
-    for (int i = 0; i < b.size(); ++i)
-      result.largestStep =
-          std::max(result.largestStep, std::abs(t * static_cast<double>(direction.data()[i])));
+    result.largestStep = largest;
     std::swap(b, candidate);
     return result;
   }
@@ -189,16 +237,16 @@ MotionStep LevelFit::motionStep(const HalfWayPair& pair, const RigidMotion& moti
                                 int maxSolverIterations) {
   updateWeights();
   linearise();
-  MotionStep step =
-      mirel::motionStep(objective, *lines, gradient, motionDerivatives(pair, b, place), motion,
-                        response, tolerance, maxSolverIterations);
+  MotionStep step = mirel::motionStep(objective, *lines, gradient,
+                                      motionDerivatives(pair, b, place, model.inParallel()), motion,
+                                      response, tolerance, maxSolverIterations);
   const double radius = glm::length(place.firstMm);
   const double largest = std::max(glm::length(translationOf(step.change)),
                                   radius * glm::length(rotationOf(step.change)));
   const double voxel = std::min({spacing.x, spacing.y, spacing.z});
   double part = largest > voxel ? voxel / largest : 1.0;
   step.shift *= static_cast<float>(part);
-  const double allowed = largestAllowed(b, step.shift, largestStepStretch);
+  const double allowed = largestAllowed(b, step.shift, largestStepStretch, model.inParallel());
   step.shift *= static_cast<float>(allowed);
   step.change *= part * allowed;
   b += step.shift;
@@ -210,13 +258,15 @@ MotionStep LevelFit::motionStep(const HalfWayPair& pair, const RigidMotion& moti
 // H is that of the last step, from which a step changes it little.
 double LevelFit::traceEstimate() {
   Volume<float> signs(b.dimensions()), rhs(b.dimensions(), 0.0F), solution;
-  for (int i = 0; i < signs.size(); ++i) signs.data()[i] = signOf(static_cast<std::uint64_t>(i));
+  inElements(model.inParallel(), signs.size(), [&](int from, int to) {
+    for (int i = from; i < to; ++i) signs.data()[i] = signOf(static_cast<std::uint64_t>(i));
+  });
   objective.dataProduct(signs, rhs);
   const auto product = [&](const Volume<float>& v, Volume<float>& out) {
     objective.product(v, out);
   };
   conjugateGradients<float>(product, *lines, rhs, solution, 0.2, 40);
-  return dot(signs, solution);
+  return dot(signs, solution, model.inParallel());
 }
 
 // The ratio's strengths of smoothness by their evidence, like the displacement's: beta = gamma /

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <vector>
+
 #include "containers/volume.h"
 #include "masspreserving/conjugategradients.h"
 #include "masspreserving/roughness.h"
@@ -16,10 +18,16 @@ class LineSolver {
   LineSolver(const Roughness<Real>& roughness, const Volume<Real>& blockDiagonal,
              const Volume<Real>& blockNext);
 
-  /// out = M^-1 v.
+  /// out = M^-1 v, slice by slice; in parallel as the roughness is.
   void solve(const Volume<Real>& v, Volume<Real>& out) const;
+  SliceMap<Real> asMap() const;
 
  private:
+  void factor(int z, const std::vector<typename Roughness<Real>::BandRow>& bands,
+              const Volume<Real>& blockDiagonal, const Volume<Real>& blockNext);
+  void solve(const Volume<Real>& v, Volume<Real>& out, int from, int to) const;
+
+  Parallel parallel;
   SimdVariant variant = chosenVariant();
   Volume<Real> inversePivot, lower1, lower2;
 };

@@ -20,13 +20,15 @@ template <typename Real>
 class MassModel {
  public:
   /// Errors  std::invalid_argument if the images' sizes differ.
-  MassModel(const Volume<float>& first, const Volume<float>& second);
+  /// `parallel` does the slices of all that is made of them.
+  MassModel(const Volume<float>& first, const Volume<float>& second, Parallel parallel = {});
 
   /// Takes other images. A mask is 0 where its image's values are not known.
   /// Errors  std::invalid_argument if a size differs from that of the images before.
   void replace(const Volume<float>& first, Volume<unsigned char> firstKnown,
                const Volume<float>& second, Volume<unsigned char> secondKnown);
 
+  const Parallel& inParallel() const { return parallel; }
   glm::ivec3 voxels() const { return size; }
   glm::ivec3 edges() const { return {size.x, size.y + 1, size.z}; }
 
@@ -54,6 +56,7 @@ class MassModel {
   void coverage(const Volume<Real>& b, Volume<Real>& covered) const;
 
  private:
+  Parallel parallel;
   glm::ivec3 size;
   ColumnIntegral<Real> firstIntegral, secondIntegral;
   Volume<unsigned char> firstMask, secondMask;  // empty: everything is known
@@ -63,13 +66,13 @@ class MassModel {
 /// undistorted grid. `out` has the image's size.
 template <typename Real>
 void correctAlong(const ColumnIntegral<Real>& image, const Volume<Real>& b, Real sign,
-                  Volume<Real>& out);
+                  Volume<Real>& out, const Parallel& parallel = {});
 
 extern template class MassModel<float>;
 extern template class MassModel<double>;
 extern template void correctAlong(const ColumnIntegral<float>&, const Volume<float>&, float,
-                                  Volume<float>&);
+                                  Volume<float>&, const Parallel&);
 extern template void correctAlong(const ColumnIntegral<double>&, const Volume<double>&, double,
-                                  Volume<double>&);
+                                  Volume<double>&, const Parallel&);
 
 }  // namespace mirel

@@ -25,12 +25,15 @@ MassPreservingResult estimateMassPreserving(
 }
 
 Volume<float> secondUnmoved(const Volume<float>& second, const glm::dvec3& voxelMm,
-                            const RigidMotion& motion, const Volume<float>& shiftVoxels) {
+                            const RigidMotion& motion, const Volume<float>& shiftVoxels,
+                            const Parallel& parallel) {
   if (second.dimensions() != shiftVoxels.dimensions())
     throw std::invalid_argument("image and map have different sizes");
   if (motion.isNone() || second.size() == 0) return second;
   const GridPlace place = placeOf(second.dimensions(), voxelMm, glm::ivec3(1));
-  return MovedImage(second, place).unmoved(motion, voxelsToEdges(shiftVoxels), -1.0).image;
+  return MovedImage(second, place, parallel)
+      .unmoved(motion, voxelsToEdges(shiftVoxels), -1.0)
+      .image;
 }
 
 }  // namespace mirel

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "containers/volume.h"
+#include "numerics/parallel.h"
 #include "numerics/rigidmotion.h"
 
 namespace mirel {
@@ -32,6 +33,8 @@ struct MassPreservingOptions {
   /// Gauss-Newton steps per resolution at most.
   int coarseIterations = 10;
   int finestIterations = 8;
+  /// Does the parts of each step; empty: one after the other. The result is the same bits.
+  Parallel parallel;
 };
 
 /// State after a Gauss-Newton step.
@@ -107,7 +110,8 @@ struct MassPreservingResult {
 ///          places); multiplying either by a positive factor leaves b.
 /// Values   Those that are not finite count as 0. Empty, constant or unrelated images give a map
 ///          of zeros or of small values, never NaN. |b(y+1) - b(y)| < 1 everywhere.
-/// Threads  None. The same input gives the same bits.
+/// Threads  Those of `options.parallel`; of its own none. The same input gives the same bits,
+///          however many there are.
 /// Progress Called after each step if given; what it throws ends the estimation.
 /// Errors   std::invalid_argument if the sizes differ, those of the options too, or a voxel edge is
 ///          not a positive number.
@@ -123,6 +127,7 @@ MassPreservingResult estimateMassPreserving(
 /// `shiftVoxels` is the result's map, `motion` its motion, `second` and `voxelMm` as for the
 /// estimate. Errors   std::invalid_argument if the sizes differ.
 Volume<float> secondUnmoved(const Volume<float>& second, const glm::dvec3& voxelMm,
-                            const RigidMotion& motion, const Volume<float>& shiftVoxels);
+                            const RigidMotion& motion, const Volume<float>& shiftVoxels,
+                            const Parallel& parallel = {});
 
 }  // namespace mirel

@@ -91,7 +91,7 @@ MotionEvidence Estimation::evidenceNow() const {
 // What one step of the motion tells, from a fit without.
 MotionEvidence Estimation::firstEvidence() const {
   const Images& pair = imagesOf(1);
-  const MassModel<float> model(pair.first, pair.second);
+  const MassModel<float> model(pair.first, pair.second, options.parallel);
   std::optional<RatioFit<float>> ratioFit;
   if (!now.model.isNone()) ratioFit.emplace(ratioBasis(1), now.ratio);
   LevelFit fit(model, gridOf(1).voxelMm, now.b, now.statistics, ratioFit ? &*ratioFit : nullptr,

@@ -57,7 +57,8 @@ struct HalfWayPair {
 /// How much the residuals (voxels) change with each motion parameter, at the displacement b.
 std::array<Volume<float>, motionParameters> motionDerivatives(const HalfWayPair& pair,
                                                               const Volume<float>& b,
-                                                              const GridPlace& place);
+                                                              const GridPlace& place,
+                                                              const Parallel& parallel = {});
 
 /// Z = H^-1 A (below), one volume (edges) per parameter: how b follows the motion, with a minus.
 using MotionResponse = std::array<Volume<float>, motionParameters>;

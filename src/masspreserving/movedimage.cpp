@@ -5,6 +5,7 @@
 #include <glm/common.hpp>
 #include <glm/geometric.hpp>
 #include <glm/vector_relational.hpp>
+#include <utility>
 
 #include "numerics/bspline.h"
 
@@ -78,19 +79,27 @@ GridPlace placeOf(glm::ivec3 originalVoxels, glm::dvec3 originalMm, glm::ivec3 f
   return {glm::dvec3(factor) * originalMm, first * originalMm};
 }
 
-MovedImage::MovedImage(const Volume<float>& image, const GridPlace& where)
-    : size(image.dimensions()), padded(size + 2 * border), place(where) {
-  coefficients.reserve(static_cast<std::size_t>(padded.x) * static_cast<std::size_t>(padded.y) *
-                       static_cast<std::size_t>(padded.z));
-  for (int z = -border; z < size.z + border; ++z)
-    for (int y = -border; y < size.y + border; ++y)
-      for (int x = -border; x < size.x + border; ++x) {
-        const glm::ivec3 p(std::clamp(x, 0, size.x - 1), std::clamp(y, 0, size.y - 1),
-                           std::clamp(z, 0, size.z - 1));
-        const double v = static_cast<double>(image[p]);
-        coefficients.push_back(std::isfinite(v) ? v : 0.0);
-      }
-  convertToBSplineCoeff3D(coefficients.data(), padded.x, padded.y, padded.z);
+MovedImage::MovedImage(const Volume<float>& image, const GridPlace& where, Parallel inThreads)
+    : parallel(std::move(inThreads)),
+      size(image.dimensions()),
+      padded(size + 2 * border),
+      place(where),
+      coefficients(static_cast<std::size_t>(padded.x) * static_cast<std::size_t>(padded.y) *
+                   static_cast<std::size_t>(padded.z)) {
+  const std::size_t slice = static_cast<std::size_t>(padded.x * padded.y);
+  inSlices(parallel, padded, [&](int from, int to) {
+    for (int z = from; z < to; ++z) {
+      double* next = coefficients.data() + slice * static_cast<std::size_t>(z);
+      for (int y = -border; y < size.y + border; ++y)
+        for (int x = -border; x < size.x + border; ++x) {
+          const glm::ivec3 p(std::clamp(x, 0, size.x - 1), std::clamp(y, 0, size.y - 1),
+                             std::clamp(z - border, 0, size.z - 1));
+          const double v = static_cast<double>(image[p]);
+          *next++ = std::isfinite(v) ? v : 0.0;
+        }
+    }
+  });
+  convertToBSplineCoeff3D(coefficients.data(), padded.x, padded.y, padded.z, parallel);
 }
 
 void MovedImage::evaluate(const std::vector<glm::dvec3>& voxels, float* values) {
@@ -111,50 +120,55 @@ void MovedImage::evaluate(const std::vector<glm::dvec3>& voxels, float* values) 
 MovedImage::Unmoved MovedImage::unmoved(const RigidMotion& motion, const Volume<float>& b,
                                         double sign) {
   Unmoved result{Volume<float>(size), Volume<unsigned char>(size)};
+  inSlices(parallel, size, [&](int from, int to) {
+    for (int z = from; z < to; ++z) unmovedSlice(motion, b, sign, z, result);
+  });
+  return result;
+}
+
+void MovedImage::unmovedSlice(const RigidMotion& motion, const Volume<float>& b, double sign, int z,
+                              Unmoved& result) {
   const glm::dmat3 rotation = motion.rotation();
   const glm::dvec3 top = glm::dvec3(size) - 0.5;
   std::vector<glm::dvec3> voxels(static_cast<std::size_t>(size.x));
   std::vector<double> factor(voxels.size());
-  for (int z = 0; z < size.z; ++z) {
-    std::vector<Column> columns;
-    for (int x = 0; x < size.x; ++x) columns.emplace_back(b, sign, x, z);
-    for (int k = 0; k < size.y; ++k) {
-      const int row = result.image.index(0, k, z);
-      for (int x = 0; x < size.x; ++x) {
-        const std::size_t i = static_cast<std::size_t>(x);
-        const double s = k + 0.5;
-        const Origin origin = columns[i].from(s);
-        glm::dvec3 there =
-            rotation * place.positionMm({x, origin.y - 0.5, z}) + motion.translationMm;
-        there.y += (s - origin.y) * place.voxelMm.y;
-        const glm::dvec3 v = voxels[i] = (there - place.firstMm) / place.voxelMm;
-        const bool covered = glm::all(glm::greaterThanEqual(v, glm::dvec3(-0.5))) &&
-                             glm::all(glm::lessThanEqual(v, top));
-        result.covered.data()[row + x] = covered ? 1 : 0;
-        factor[i] = covered
-                        ? relativeDeterminant(b, sign, {x, 0, z}, origin, rotation, place.voxelMm)
-                        : 0.0;
-      }
-      evaluate(voxels, result.image.data() + row);
-      for (int x = 0; x < size.x; ++x)
-        result.image.data()[row + x] *= static_cast<float>(factor[static_cast<std::size_t>(x)]);
+  std::vector<Column> columns;
+  for (int x = 0; x < size.x; ++x) columns.emplace_back(b, sign, x, z);
+  for (int k = 0; k < size.y; ++k) {
+    const int row = result.image.index(0, k, z);
+    for (int x = 0; x < size.x; ++x) {
+      const std::size_t i = static_cast<std::size_t>(x);
+      const double s = k + 0.5;
+      const Origin origin = columns[i].from(s);
+      glm::dvec3 there = rotation * place.positionMm({x, origin.y - 0.5, z}) + motion.translationMm;
+      there.y += (s - origin.y) * place.voxelMm.y;
+      const glm::dvec3 v = voxels[i] = (there - place.firstMm) / place.voxelMm;
+      const bool covered = glm::all(glm::greaterThanEqual(v, glm::dvec3(-0.5))) &&
+                           glm::all(glm::lessThanEqual(v, top));
+      result.covered.data()[row + x] = covered ? 1 : 0;
+      factor[i] =
+          covered ? relativeDeterminant(b, sign, {x, 0, z}, origin, rotation, place.voxelMm) : 0.0;
     }
+    evaluate(voxels, result.image.data() + row);
+    for (int x = 0; x < size.x; ++x)
+      result.image.data()[row + x] *= static_cast<float>(factor[static_cast<std::size_t>(x)]);
   }
-  return result;
 }
 
 Volume<float> MovedImage::through(const RigidMotion& motion) {
   Volume<float> result(size);
   const glm::dmat3 rotation = motion.rotation();
-  std::vector<glm::dvec3> voxels(static_cast<std::size_t>(size.x));
-  for (int z = 0; z < size.z; ++z)
-    for (int y = 0; y < size.y; ++y) {
-      for (int x = 0; x < size.x; ++x) {
-        const glm::dvec3 there = rotation * place.positionMm({x, y, z}) + motion.translationMm;
-        voxels[static_cast<std::size_t>(x)] = (there - place.firstMm) / place.voxelMm;
+  inSlices(parallel, size, [&](int from, int to) {
+    std::vector<glm::dvec3> voxels(static_cast<std::size_t>(size.x));
+    for (int z = from; z < to; ++z)
+      for (int y = 0; y < size.y; ++y) {
+        for (int x = 0; x < size.x; ++x) {
+          const glm::dvec3 there = rotation * place.positionMm({x, y, z}) + motion.translationMm;
+          voxels[static_cast<std::size_t>(x)] = (there - place.firstMm) / place.voxelMm;
+        }
+        evaluate(voxels, result.data() + result.index(0, y, z));
       }
-      evaluate(voxels, result.data() + result.index(0, y, z));
-    }
+  });
   return result;
 }
 

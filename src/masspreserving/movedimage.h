@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "containers/volume.h"
+#include "numerics/parallel.h"
 #include "numerics/rigidmotion.h"
 
 namespace mirel {
@@ -27,7 +28,8 @@ class MovedImage {
  public:
   /// Cubic spline coefficients of `image`, which is continued constantly beyond its borders.
   /// Values that are not finite count as 0.
-  MovedImage(const Volume<float>& image, const GridPlace& place);
+  /// `parallel` does the slices of all that follows.
+  MovedImage(const Volume<float>& image, const GridPlace& place, Parallel parallel = {});
 
   struct Unmoved {
     Volume<float> image;
@@ -44,8 +46,11 @@ class MovedImage {
   Volume<float> through(const RigidMotion& motion);
 
  private:
+  void unmovedSlice(const RigidMotion& motion, const Volume<float>& b, double sign, int z,
+                    Unmoved& result);
   void evaluate(const std::vector<glm::dvec3>& voxels, float* values);
 
+  Parallel parallel;
   glm::ivec3 size, padded;
   GridPlace place;
   std::vector<double> coefficients;

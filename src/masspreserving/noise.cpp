@@ -18,6 +18,12 @@ struct Bins {
   double total = 0.0;
 };
 
+// Sums over all residuals.
+struct Sums {
+  double total = 0.0, squares = 0.0;  // of the weights and their squares
+  double all = 0.0;                   // of weight * r^2
+};
+
 // The bin of a positive float: exponent and the four leading bits of the mantissa.
 constexpr int binShift = 19;
 
@@ -49,33 +55,48 @@ double logLikelihood(const Bins& bins, double nu, double v) {
   return sum;
 }
 
+template <typename ForVoxels>
+void fill(Bins& bins, const ForVoxels& forVoxels) {
+  bins.weight.assign(std::size_t{1} << (31 - binShift), 0.0);
+  bins.sum = bins.weight;
+  forVoxels([&](double w, double square) {
+    const std::size_t bin = std::bit_cast<std::uint32_t>(static_cast<float>(square)) >> binShift;
+    bins.weight[bin] += w;
+    bins.sum[bin] += w * square;
+  });
+}
+
 }  // namespace
 
 template <typename Real>
 NoiseFit fitNoise(const Volume<Real>& r, const Volume<Real>& low, const Volume<Real>& high,
-                  NoiseTails tails, const Volume<Real>& trust) {
+                  NoiseTails tails, const Volume<Real>& trust, const Parallel& parallel) {
+  // Of each voxel the weight and the squared residual, in their order.
+  const auto forVoxels = [&](const auto& add) {
+    for (int i = 0; i < r.size(); ++i) {
+      double w = std::max(static_cast<double>(low.data()[i]) * high.data()[i], 0.0);
+      if (trust.size() > 0) w *= static_cast<double>(trust.data()[i]);
+      add(w, static_cast<double>(r.data()[i]) * r.data()[i]);
+    }
+  };
   Bins bins;
-  bins.weight.assign(std::size_t{1} << (31 - binShift), 0.0);
-  bins.sum = bins.weight;
-  double all = 0.0, squares = 0.0;
-  for (int z = 0; z < r.nz(); ++z)
-    for (int j = 0; j < r.ny(); ++j)
-      for (int x = 0; x < r.nx(); ++x) {
-        double w = std::max(static_cast<double>(low.at(x, j, z)) * high.at(x, j, z), 0.0);
-        if (trust.size() > 0) w *= static_cast<double>(trust.at(x, j, z));
-        const double square = static_cast<double>(r.at(x, j, z)) * r.at(x, j, z);
-        const std::size_t bin =
-            std::bit_cast<std::uint32_t>(static_cast<float>(square)) >> binShift;
-        bins.weight[bin] += w;
-        bins.sum[bin] += w * square;
-        bins.total += w;
-        squares += w * w;
-        all += w * square;
-      }
+  Sums sums;
+  // A normal distribution needs no bins.
+  inRanges(parallel, tails == NoiseTails::normal ? 1 : 2, 1, [&](int part, int) {
+    if (part == 1)
+      fill(bins, forVoxels);
+    else
+      forVoxels([&](double w, double square) {
+        sums.total += w;
+        sums.squares += w * w;
+        sums.all += w * square;
+      });
+  });
+  bins.total = sums.total;
   NoiseFit fit;
   if (!(bins.total > 0.0)) return fit;
-  fit.effectiveCount = bins.total * bins.total / squares;
-  fit.noise.variance = all / bins.total;
+  fit.effectiveCount = bins.total * bins.total / sums.squares;
+  fit.noise.variance = sums.all / bins.total;
   if (!(fit.noise.variance > 0.0)) return fit;
   double best = -0.5 * bins.total * (std::log(2.0 * std::numbers::pi * fit.noise.variance) + 1.0);
   fit.logLikelihood = best / bins.total;
@@ -94,8 +115,8 @@ NoiseFit fitNoise(const Volume<Real>& r, const Volume<Real>& low, const Volume<R
 }
 
 template NoiseFit fitNoise(const Volume<float>&, const Volume<float>&, const Volume<float>&,
-                           NoiseTails, const Volume<float>&);
+                           NoiseTails, const Volume<float>&, const Parallel&);
 template NoiseFit fitNoise(const Volume<double>&, const Volume<double>&, const Volume<double>&,
-                           NoiseTails, const Volume<double>&);
+                           NoiseTails, const Volume<double>&, const Parallel&);
 
 }  // namespace mirel

@@ -3,6 +3,7 @@
 #include <limits>
 
 #include "containers/volume.h"
+#include "numerics/parallel.h"
 
 namespace mirel {
 
@@ -43,14 +44,15 @@ enum class NoiseTails { normal, student };
 /// measures how far the residuals are from normal, so that pairs which the model explains keep
 /// all their information and outliers of others do not count.
 /// Residuals are binned by size, 16 bins per factor of two. `trust`, if it is not empty, weighs the
-/// voxels besides.
+/// voxels besides. Sums are of the voxels in their order; of `parallel` there are two parts.
 template <typename Real>
 NoiseFit fitNoise(const Volume<Real>& residuals, const Volume<Real>& low, const Volume<Real>& high,
-                  NoiseTails tails, const Volume<Real>& trust = {});
+                  NoiseTails tails, const Volume<Real>& trust = {}, const Parallel& parallel = {});
 
 extern template NoiseFit fitNoise(const Volume<float>&, const Volume<float>&, const Volume<float>&,
-                                  NoiseTails, const Volume<float>&);
+                                  NoiseTails, const Volume<float>&, const Parallel&);
 extern template NoiseFit fitNoise(const Volume<double>&, const Volume<double>&,
-                                  const Volume<double>&, NoiseTails, const Volume<double>&);
+                                  const Volume<double>&, NoiseTails, const Volume<double>&,
+                                  const Parallel&);
 
 }  // namespace mirel

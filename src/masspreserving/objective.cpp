@@ -1,5 +1,6 @@
 #include "masspreserving/objective.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -46,44 +47,51 @@ void Objective<Real>::evaluate(const Volume<Real>& b) {
 template <typename Real>
 double Objective<Real>::addDataTerms(const Volume<Real>& b, Volume<Real>* gradient) {
   const glm::ivec3 size = model.voxels();
+  std::vector<double> ofRows(static_cast<std::size_t>(size.y * size.z));
+  inSlices(inParallel(), size, [&](int from, int to) {
+    for (int z = from; z < to; ++z) addDataTermsOf(z, b, gradient, ofRows.data() + z * size.y);
+  });
+  return sumOf(ofRows);
+}
+
+// The same of a slice, the terms row by row.
+template <typename Real>
+void Objective<Real>::addDataTermsOf(int z, const Volume<Real>& b, Volume<Real>* gradient,
+                                     double* ofRows) {
+  const glm::ivec3 size = model.voxels();
   const int nx = size.x;
-  double total = 0.0;
-  if (gradient != nullptr) {
-    gradient->setAll(Real(0));
-    diagonal.setAll(Real(0));
-    next.setAll(Real(0));
-  }
-  for (int z = 0; z < size.z; ++z)
-    for (int j = 0; j < size.y; ++j) {
-      const int voxel = residual.index(0, j, z), below = b.index(0, j, z), above = below + nx;
-      double rowTotal = 0.0;
-      for (int x = 0; x < nx; ++x) {
-        const double r = residual.data()[voxel + x], w = weight.data()[voxel + x];
-        const Barrier barrier(static_cast<double>(b.data()[above + x]) - b.data()[below + x]);
-        rowTotal += 0.5 * w * r * r + barrier.value;
-        if (gradient == nullptr) continue;
-        const double s0 = low.data()[voxel + x], s1 = high.data()[voxel + x];
-        gradient->data()[below + x] -= static_cast<Real>(w * r * s0 + barrier.first);
-        gradient->data()[above + x] += static_cast<Real>(w * r * s1 + barrier.first);
-        diagonal.data()[below + x] += static_cast<Real>(w * s0 * s0 + barrier.second);
-        diagonal.data()[above + x] += static_cast<Real>(w * s1 * s1 + barrier.second);
-        next.data()[below + x] = static_cast<Real>(-w * s0 * s1 - barrier.second);
-      }
-      total += rowTotal;
+  if (gradient != nullptr)
+    for (Volume<Real>* v : {gradient, &diagonal, &next})
+      std::fill(v->data() + v->index(0, 0, z), v->data() + v->index(0, 0, z + 1), Real(0));
+  for (int j = 0; j < size.y; ++j) {
+    const int voxel = residual.index(0, j, z), below = b.index(0, j, z), above = below + nx;
+    double rowTotal = 0.0;
+    for (int x = 0; x < nx; ++x) {
+      const double r = residual.data()[voxel + x], w = weight.data()[voxel + x];
+      const Barrier barrier(static_cast<double>(b.data()[above + x]) - b.data()[below + x]);
+      rowTotal += 0.5 * w * r * r + barrier.value;
+      if (gradient == nullptr) continue;
+      const double s0 = low.data()[voxel + x], s1 = high.data()[voxel + x];
+      gradient->data()[below + x] -= static_cast<Real>(w * r * s0 + barrier.first);
+      gradient->data()[above + x] += static_cast<Real>(w * r * s1 + barrier.first);
+      diagonal.data()[below + x] += static_cast<Real>(w * s0 * s0 + barrier.second);
+      diagonal.data()[above + x] += static_cast<Real>(w * s1 * s1 + barrier.second);
+      next.data()[below + x] = static_cast<Real>(-w * s0 * s1 - barrier.second);
     }
-  return total;
+    ofRows[j] = rowTotal;
+  }
 }
 
 template <typename Real>
 double Objective<Real>::roughnessOf(const Volume<Real>& b, const Roughness<Real>& form) {
   if (priorMean.size() == 0) {
     form.apply(b, rough, scratch);
-    return dot(b, rough);
+    return dot(b, rough, inParallel());
   }
   Volume<Real> beside = b;
   beside -= priorMean;
   form.apply(beside, rough, scratch);
-  return dot(beside, rough);
+  return dot(beside, rough, inParallel());
 }
 
 // Leaves the gradient of the roughness in `rough`.
@@ -109,7 +117,9 @@ template <typename Real>
 double Objective<Real>::lineariseEvaluated(const Volume<Real>& b, Volume<Real>& gradient) {
   const double data = addDataTerms(b, &gradient);
   const double priors = valueOfPriors(b);
-  gradient += rough;
+  inElements(inParallel(), gradient.size(), [&](int from, int to) {
+    for (int i = from; i < to; ++i) gradient.data()[i] += rough.data()[i];
+  });
   if (eliminates()) {
     ratio->linearise(weight, residual, mean);
     ratio->change(-ratio->solve(ratio->gradient()), voxelScratch);
@@ -120,55 +130,78 @@ double Objective<Real>::lineariseEvaluated(const Volume<Real>& b, Volume<Real>& 
 
 template <typename Real>
 void Objective<Real>::product(const Volume<Real>& v, Volume<Real>& out) {
-  roughness.apply(v, out, scratch);
   const glm::ivec3 size = v.dimensions();
-  const int nx = size.x;
-  for (int z = 0; z < size.z; ++z)
-    for (int j = 0; j < size.y; ++j) {
-      const int at = v.index(0, j, z);
-      const Real* d = diagonal.data() + at;
-      const Real* n = next.data() + at;
-      const Real* u = v.data() + at;
-      Real* o = out.data() + at;
-      for (int x = 0; x < nx; ++x) o[x] += d[x] * u[x];
-      if (j + 1 < size.y)
-        for (int x = 0; x < nx; ++x) o[x] += n[x] * u[x + nx];
-      if (j > 0)
-        for (int x = 0; x < nx; ++x) o[x] += n[x - nx] * u[x - nx];
+  inSlices(inParallel(), size,
+           [&](int from, int to) { roughness.applyFirst(v, scratch, from, to); });
+  inSlices(inParallel(), size, [&](int from, int to) {
+    for (int z = from; z < to; ++z) {
+      roughness.applySecond(scratch, out, z, z + 1);
+      addBlocks(z, v, out);
     }
+  });
   if (!eliminates()) return;
   residualChange(v, voxelScratch);
   ratio->change(-ratio->solve(ratio->weighted(voxelScratch)), voxelScratch);
   addGradientOf(voxelScratch, out);
 }
 
+// Adds what the blocks along y make of v, in a slice.
+template <typename Real>
+void Objective<Real>::addBlocks(int z, const Volume<Real>& v, Volume<Real>& out) const {
+  const glm::ivec3 size = v.dimensions();
+  const int nx = size.x;
+  for (int j = 0; j < size.y; ++j) {
+    const int at = v.index(0, j, z);
+    const Real* d = diagonal.data() + at;
+    const Real* n = next.data() + at;
+    const Real* u = v.data() + at;
+    Real* o = out.data() + at;
+    for (int x = 0; x < nx; ++x) o[x] += d[x] * u[x];
+    if (j + 1 < size.y)
+      for (int x = 0; x < nx; ++x) o[x] += n[x] * u[x + nx];
+    if (j > 0)
+      for (int x = 0; x < nx; ++x) o[x] += n[x - nx] * u[x - nx];
+  }
+}
+
 template <typename Real>
 void Objective<Real>::residualChange(const Volume<Real>& v, Volume<Real>& out) const {
   const glm::ivec3 size = model.voxels();
   const int nx = size.x;
-  for (int z = 0; z < size.z; ++z)
-    for (int j = 0; j < size.y; ++j) {
-      const int voxel = out.index(0, j, z), edge = v.index(0, j, z);
-      const Real* u = v.data() + edge;
-      for (int x = 0; x < nx; ++x)
-        out.data()[voxel + x] = high.data()[voxel + x] * u[x + nx] - low.data()[voxel + x] * u[x];
-    }
+  inSlices(inParallel(), size, [&](int from, int to) {
+    for (int z = from; z < to; ++z)
+      for (int j = 0; j < size.y; ++j) {
+        const int voxel = out.index(0, j, z);
+        const Real* l = low.data() + voxel;
+        const Real* h = high.data() + voxel;
+        const Real* u = v.data() + v.index(0, j, z);
+        Real* o = out.data() + voxel;
+        for (int x = 0; x < nx; ++x) o[x] = h[x] * u[x + nx] - l[x] * u[x];
+      }
+  });
 }
 
 template <typename Real>
 void Objective<Real>::addGradientOf(const Volume<Real>& v, Volume<Real>& out) const {
   const glm::ivec3 size = model.voxels();
   const int nx = size.x;
-  for (int z = 0; z < size.z; ++z)
-    for (int j = 0; j < size.y; ++j) {
-      const int voxel = v.index(0, j, z), edge = out.index(0, j, z);
-      Real* o = out.data() + edge;
-      for (int x = 0; x < nx; ++x) {
-        const Real weighted = weight.data()[voxel + x] * v.data()[voxel + x];
-        o[x] -= low.data()[voxel + x] * weighted;
-        o[x + nx] += high.data()[voxel + x] * weighted;
+  inSlices(inParallel(), size, [&](int from, int to) {
+    for (int z = from; z < to; ++z)
+      for (int j = 0; j < size.y; ++j) {
+        const int voxel = v.index(0, j, z);
+        const Real* w = weight.data() + voxel;
+        const Real* change = v.data() + voxel;
+        const Real* l = low.data() + voxel;
+        const Real* h = high.data() + voxel;
+        Real* below = out.data() + out.index(0, j, z);
+        Real* above = below + nx;
+        for (int x = 0; x < nx; ++x) {
+          const Real weighted = w[x] * change[x];
+          below[x] -= l[x] * weighted;
+          above[x] += h[x] * weighted;
+        }
       }
-    }
+  });
 }
 
 template <typename Real>
@@ -184,7 +217,9 @@ void Objective<Real>::takeRatioFrom(Volume<Real>& v) const {
   if (!eliminates()) return;
   Volume<Real> part(v.dimensions());
   ratio->change(-ratio->solve(ratio->weighted(v)), part);
-  v += part;
+  inElements(inParallel(), v.size(), [&](int from, int to) {
+    for (int i = from; i < to; ++i) v.data()[i] += part.data()[i];
+  });
 }
 
 template <typename Real>
@@ -197,18 +232,31 @@ Volume<Real> Objective<Real>::residualsBesideRatio() const {
 
 template <typename Real>
 void Objective<Real>::gradientOf(const Volume<Real>& v, Volume<Real>& out) const {
-  out.setAll(Real(0));
+  inElements(inParallel(), out.size(),
+             [&](int from, int to) { std::fill(out.data() + from, out.data() + to, Real(0)); });
   addGradientOf(v, out);
 }
 
+double sumOf(const std::vector<double>& values) {
+  double total = 0.0;
+  for (const double value : values) total += value;
+  return total;
+}
+
 template <typename Real>
-double dot(const Volume<Real>& a, const Volume<Real>& b) {
-  return dotOfRows(a.data(), b.data(), a.nx(), a.ny() * a.nz(), chosenVariant());
+double dot(const Volume<Real>& a, const Volume<Real>& b, const Parallel& parallel) {
+  std::vector<double> ofRows(static_cast<std::size_t>(a.ny() * a.nz()));
+  inSlices(parallel, a.dimensions(), [&](int from, int to) {
+    const int at = a.index(0, 0, from), row = from * a.ny();
+    dotsOfRows(a.data() + at, b.data() + at, a.nx(), (to - from) * a.ny(), ofRows.data() + row,
+               chosenVariant());
+  });
+  return sumOf(ofRows);
 }
 
 template class Objective<float>;
 template class Objective<double>;
-template double dot(const Volume<float>&, const Volume<float>&);
-template double dot(const Volume<double>&, const Volume<double>&);
+template double dot(const Volume<float>&, const Volume<float>&, const Parallel&);
+template double dot(const Volume<double>&, const Volume<double>&, const Parallel&);
 
 }  // namespace mirel

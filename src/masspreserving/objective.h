@@ -1,5 +1,7 @@
 #pragma once
 
+#include <vector>
+
 #include "containers/volume.h"
 #include "masspreserving/massmodel.h"
 #include "masspreserving/ratiofit.h"
@@ -26,6 +28,7 @@ struct Barrier {
 template <typename Real>
 class Objective {
  public:
+  /// The slices of all that follows are done as the model's are.
   Objective(const MassModel<Real>& model, const Roughness<Real>& roughness);
 
   /// Inverse variances of the residuals, one per voxel; 1 at first.
@@ -53,6 +56,7 @@ class Objective {
   void product(const Volume<Real>& v, Volume<Real>& out);
   /// out = J v: the change of the residuals (voxels) with b (edges).
   void residualChange(const Volume<Real>& v, Volume<Real>& out) const;
+  const Parallel& inParallel() const { return model.inParallel(); }
   /// The part of `product` that comes from the residuals alone.
   void dataProduct(const Volume<Real>& v, Volume<Real>& out) const;
   /// out = J' W v: how a change v of the residuals (voxels) changes the gradient (edges).
@@ -80,6 +84,8 @@ class Objective {
 
  private:
   double addDataTerms(const Volume<Real>& b, Volume<Real>* gradient);
+  void addDataTermsOf(int z, const Volume<Real>& b, Volume<Real>* gradient, double* ofRows);
+  void addBlocks(int z, const Volume<Real>& v, Volume<Real>& out) const;
   bool eliminates() const { return ratio != nullptr; }
   void addGradientOf(const Volume<Real>& v, Volume<Real>& out) const;
   double valueOfPriors(const Volume<Real>& b);
@@ -89,9 +95,12 @@ class Objective {
   Volume<Real> residual, low, high, mean, diagonal, next, scratch, rough, voxelScratch;
 };
 
-/// Sum of products in double, row after row, with a fixed order.
+/// Sum in the order of the values.
+double sumOf(const std::vector<double>& values);
+
+/// Sum of products in double, row after row, with a fixed order (`dotsOfRows`).
 template <typename Real>
-double dot(const Volume<Real>& a, const Volume<Real>& b);
+double dot(const Volume<Real>& a, const Volume<Real>& b, const Parallel& parallel = {});
 
 extern template class Objective<float>;
 extern template class Objective<double>;

@@ -28,32 +28,34 @@ std::vector<PyramidLevel> makePyramid(glm::ivec3 voxels, glm::dvec3 voxelMm, int
 namespace {
 
 // `coarsen` along one axis.
-Volume<float> coarsenAlong(int axis, const Volume<float>& image) {
+Volume<float> coarsenAlong(int axis, const Volume<float>& image, const Parallel& parallel) {
   glm::ivec3 size = image.dimensions();
   const int length = size[axis];
   size[axis] = (length + 1) / 2;
   Volume<float> coarse(size);
-  for (int z = 0; z < size.z; ++z)
-    for (int y = 0; y < size.y; ++y)
-      for (int x = 0; x < size.x; ++x) {
-        glm::ivec3 place(x, y, z);
-        const int start = 2 * place[axis] - 1;
-        const auto value = [&](int k) {
-          place[axis] = std::clamp(start + k, 0, length - 1);
-          const float v = image[place];
-          return std::isfinite(v) ? v : 0.0F;
-        };
-        coarse.at(x, y, z) = 0.125F * (value(0) + value(3)) + 0.375F * (value(1) + value(2));
-      }
+  inSlices(parallel, size, [&](int from, int to) {
+    for (int z = from; z < to; ++z)
+      for (int y = 0; y < size.y; ++y)
+        for (int x = 0; x < size.x; ++x) {
+          glm::ivec3 place(x, y, z);
+          const int start = 2 * place[axis] - 1;
+          const auto value = [&](int k) {
+            place[axis] = std::clamp(start + k, 0, length - 1);
+            const float v = image[place];
+            return std::isfinite(v) ? v : 0.0F;
+          };
+          coarse.at(x, y, z) = 0.125F * (value(0) + value(3)) + 0.375F * (value(1) + value(2));
+        }
+  });
   return coarse;
 }
 
 }  // namespace
 
-Volume<float> coarsen(const Volume<float>& image, glm::ivec3 halved) {
+Volume<float> coarsen(const Volume<float>& image, glm::ivec3 halved, const Parallel& parallel) {
   Volume<float> coarse = image;
   for (int axis = 0; axis < 3; ++axis)
-    if (halved[axis] == 2) coarse = coarsenAlong(axis, coarse);
+    if (halved[axis] == 2) coarse = coarsenAlong(axis, coarse, parallel);
   return coarse;
 }
 
@@ -78,14 +80,16 @@ std::vector<Place> places(int fine, int coarse, bool halved, bool atEdges) {
 }  // namespace
 
 template <typename Real>
-Volume<Real> prolong(const Volume<Real>& coarse, glm::ivec3 fineVoxels, glm::ivec3 halved) {
-  Volume<Real> fine(fineVoxels.x, fineVoxels.y + 1, fineVoxels.z, Real(0));
+Volume<Real> prolong(const Volume<Real>& coarse, glm::ivec3 fineVoxels, glm::ivec3 halved,
+                     const Parallel& parallel) {
+  Volume<Real> fine(fineVoxels.x, fineVoxels.y + 1, fineVoxels.z);
   const auto px = places(fine.nx(), coarse.nx(), halved.x == 2, false);
   const auto py = places(fine.ny(), coarse.ny(), halved.y == 2, true);
   const auto pz = places(fine.nz(), coarse.nz(), halved.z == 2, false);
   const double scale = halved.y;
-  int index = 0;
-  for (const Place& z : pz)
+  const auto fillSlice = [&](int slice) {
+    const Place& z = pz[static_cast<std::size_t>(slice)];
+    int index = fine.index(0, 0, slice);
     for (const Place& y : py)
       for (const Place& x : px) {
         const auto alongX = [&](int j, int k) {
@@ -98,6 +102,10 @@ Volume<Real> prolong(const Volume<Real>& coarse, glm::ivec3 fineVoxels, glm::ive
         fine.data()[index++] = static_cast<Real>(
             scale * ((1.0 - z.share) * alongXY(z.low) + z.share * alongXY(z.high)));
       }
+  };
+  inSlices(parallel, fine.dimensions(), [&](int from, int to) {
+    for (int slice = from; slice < to; ++slice) fillSlice(slice);
+  });
   return fine;
 }
 
@@ -144,8 +152,8 @@ void limitStretch(Volume<float>& voxels, float largestStep) {
       }
 }
 
-template Volume<float> prolong(const Volume<float>&, glm::ivec3, glm::ivec3);
-template Volume<double> prolong(const Volume<double>&, glm::ivec3, glm::ivec3);
+template Volume<float> prolong(const Volume<float>&, glm::ivec3, glm::ivec3, const Parallel&);
+template Volume<double> prolong(const Volume<double>&, glm::ivec3, glm::ivec3, const Parallel&);
 template Volume<float> edgesToVoxels(const Volume<float>&, double);
 template Volume<float> edgesToVoxels(const Volume<double>&, double);
 

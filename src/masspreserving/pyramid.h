@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "containers/volume.h"
+#include "numerics/parallel.h"
 
 namespace mirel {
 
@@ -23,13 +24,14 @@ std::vector<PyramidLevel> makePyramid(glm::ivec3 voxels, glm::dvec3 voxelMm, int
 /// Halves the axes with `halved` 2 by the weights (1, 3, 3, 1) / 8, which suppress what the coarse
 /// grid cannot hold; beyond the ends the rows are continued constantly. Values that are not finite
 /// count as 0.
-Volume<float> coarsen(const Volume<float>& image, glm::ivec3 halved);
+Volume<float> coarsen(const Volume<float>& image, glm::ivec3 halved, const Parallel& parallel = {});
 
 /// A displacement at the edges along y of a coarse grid on the edges of the next finer one with
 /// `fineVoxels` voxels: linear interpolation, constant beyond the outermost places; values are
 /// doubled where y was halved (voxels are smaller).
 template <typename Real>
-Volume<Real> prolong(const Volume<Real>& coarseEdges, glm::ivec3 fineVoxels, glm::ivec3 halved);
+Volume<Real> prolong(const Volume<Real>& coarseEdges, glm::ivec3 fineVoxels, glm::ivec3 halved,
+                     const Parallel& parallel = {});
 
 /// Values at the centres of voxels from those at their edges along y: cubic interpolation
 /// (-1, 9, 9, -1) / 16, linear next to the ends. A column in which that would let neighbours
@@ -46,8 +48,10 @@ Volume<float> voxelsToEdges(const Volume<float>& voxels);
 /// `largestStep`.
 void limitStretch(Volume<float>& voxels, float largestStep);
 
-extern template Volume<float> prolong(const Volume<float>&, glm::ivec3, glm::ivec3);
-extern template Volume<double> prolong(const Volume<double>&, glm::ivec3, glm::ivec3);
+extern template Volume<float> prolong(const Volume<float>&, glm::ivec3, glm::ivec3,
+                                      const Parallel&);
+extern template Volume<double> prolong(const Volume<double>&, glm::ivec3, glm::ivec3,
+                                       const Parallel&);
 extern template Volume<float> edgesToVoxels(const Volume<float>&, double);
 extern template Volume<float> edgesToVoxels(const Volume<double>&, double);
 

@@ -10,8 +10,9 @@ namespace mirel {
 
 template <typename Real>
 RatioBasis<Real>::RatioBasis(glm::ivec3 gridVoxels, glm::dvec3 voxelPart, int highest, int knots,
-                             double step, CoarseGrid nearbyNodes)
-    : voxels(gridVoxels),
+                             double step, CoarseGrid nearbyNodes, Parallel inThreads)
+    : parallel(std::move(inThreads)),
+      voxels(gridVoxels),
       degree(highest),
       knotCount(knots),
       knotStep(step),
@@ -46,12 +47,14 @@ auto RatioBasis<Real>::tableOf(int count, double voxelPart, int highest) -> Tabl
 template <typename Real>
 void RatioBasis<Real>::setIntensities(const Volume<Real>& intensity, double noiseVariance) {
   Volume<Real> positive(intensity.dimensions()), squares(intensity.dimensions());
-  for (int i = 0; i < intensity.size(); ++i) {
-    const Real t = std::max(intensity.data()[i], Real(0)), u = t * t;
-    positive.data()[i] = t;
-    squares.data()[i] = u;
-    gate.data()[i] = static_cast<Real>(aboveNoise(static_cast<double>(t), noiseVariance));
-  }
+  inElements(parallel, intensity.size(), [&](int from, int to) {
+    for (int i = from; i < to; ++i) {
+      const Real t = std::max(intensity.data()[i], Real(0)), u = t * t;
+      positive.data()[i] = t;
+      squares.data()[i] = u;
+      gate.data()[i] = static_cast<Real>(aboveNoise(static_cast<double>(t), noiseVariance));
+    }
+  });
   if (knotCount == 0) return;
   const std::vector<double> sums = nearby.project(positive);
   std::vector<double> level = nearby.project(squares);
@@ -76,61 +79,87 @@ template <typename Real>
 void RatioBasis<Real>::expand(const Eigen::VectorXd& coefficients, Volume<Real>& a) const {
   const int nx = voxels.x;
   const double* ofKnots = coefficients.data() + shapes();
-  std::vector<Real> ofX(static_cast<std::size_t>(degree + 1));
-  for (int z = 0; z < voxels.z; ++z)
-    for (int y = 0; y < voxels.y; ++y) {
-      std::vector<double> sums(ofX.size(), 0.0);
-      for (std::size_t k = 0; k < degrees.size(); ++k)
-        sums[static_cast<std::size_t>(degrees[k][0])] +=
-            coefficients[static_cast<int>(k)] *
-            static_cast<double>(
-                alongY[static_cast<std::size_t>(degrees[k][1])][static_cast<std::size_t>(y)]) *
-            static_cast<double>(
-                alongZ[static_cast<std::size_t>(degrees[k][2])][static_cast<std::size_t>(z)]);
-      Real* row = a.data() + a.index(0, y, z);
-      std::fill(row, row + nx, static_cast<Real>(sums[0]));
-      for (std::size_t i = 1; i < sums.size(); ++i) {
-        const Real factor = static_cast<Real>(sums[i]);
-        const Real* p = alongX[i].data();
-        for (int x = 0; x < nx; ++x) row[x] += factor * p[x];
-      }
-      const Real* place = knotPlace.data() + knotPlace.index(0, y, z);
-      for (int x = 0; x < nx && knotCount > 0; ++x) {
-        const int knot = static_cast<int>(place[x]), next = std::min(knot + 1, knotCount - 1);
-        row[x] += static_cast<Real>(ofKnots[knot] + (static_cast<double>(place[x]) - knot) *
-                                                        (ofKnots[next] - ofKnots[knot]));
-      }
-      const Real* reach = gate.data() + gate.index(0, y, z);
-      for (int x = 0; x < nx; ++x) row[x] *= reach[x];
+  const auto expandRow = [&](int y, int z, Real* row) {
+    std::vector<double> sums(static_cast<std::size_t>(degree + 1), 0.0);
+    for (std::size_t k = 0; k < degrees.size(); ++k)
+      sums[static_cast<std::size_t>(degrees[k][0])] +=
+          coefficients[static_cast<int>(k)] *
+          static_cast<double>(
+              alongY[static_cast<std::size_t>(degrees[k][1])][static_cast<std::size_t>(y)]) *
+          static_cast<double>(
+              alongZ[static_cast<std::size_t>(degrees[k][2])][static_cast<std::size_t>(z)]);
+    std::fill(row, row + nx, static_cast<Real>(sums[0]));
+    for (std::size_t i = 1; i < sums.size(); ++i) {
+      const Real factor = static_cast<Real>(sums[i]);
+      const Real* p = alongX[i].data();
+      for (int x = 0; x < nx; ++x) row[x] += factor * p[x];
     }
+    const Real* place = knotPlace.data() + knotPlace.index(0, y, z);
+    for (int x = 0; x < nx && knotCount > 0; ++x) {
+      const int knot = static_cast<int>(place[x]), next = std::min(knot + 1, knotCount - 1);
+      row[x] += static_cast<Real>(ofKnots[knot] + (static_cast<double>(place[x]) - knot) *
+                                                      (ofKnots[next] - ofKnots[knot]));
+    }
+    const Real* reach = gate.data() + gate.index(0, y, z);
+    for (int x = 0; x < nx; ++x) row[x] *= reach[x];
+  };
+  inSlices(parallel, voxels, [&](int from, int to) {
+    for (int z = from; z < to; ++z)
+      for (int y = 0; y < voxels.y; ++y) expandRow(y, z, a.data() + a.index(0, y, z));
+  });
+}
+
+// The sums along a row with each polynomial of x.
+template <typename Real>
+void RatioBasis<Real>::projectRow(const Volume<Real>& v, int row, double* ofX) const {
+  const int nx = voxels.x;
+  const Real* values = v.data() + row * nx;
+  const Real* reach = gate.data() + row * nx;
+  for (std::size_t i = 0; i < alongX.size(); ++i) {
+    const Real* p = alongX[i].data();
+    Real parts[8] = {};
+    int x = 0;
+    for (; x + 8 <= nx; x += 8)
+      for (int k = 0; k < 8; ++k) {
+        const int at = x + k;
+        parts[k] += values[at] * reach[at] * p[at];
+      }
+    for (; x < nx; ++x) parts[0] += values[x] * reach[x] * p[x];
+    double sum = 0.0;
+    for (const Real part : parts) sum += static_cast<double>(part);
+    ofX[i] = sum;
+  }
+}
+
+// Adds the sums with the knots' hats, voxel after voxel.
+template <typename Real>
+void RatioBasis<Real>::addKnots(const Volume<Real>& v, double* ofKnots) const {
+  for (int i = 0; i < v.size(); ++i) {
+    const Real gated = v.data()[i] * gate.data()[i];
+    const int knot = static_cast<int>(knotPlace.data()[i]);
+    const double value = static_cast<double>(gated);
+    const double upper = (static_cast<double>(knotPlace.data()[i]) - knot) * value;
+    ofKnots[knot] += value - upper;
+    ofKnots[knot + 1] += upper;
+  }
 }
 
 template <typename Real>
 Eigen::VectorXd RatioBasis<Real>::project(const Volume<Real>& v) const {
-  const int nx = voxels.x;
   Eigen::VectorXd sums = Eigen::VectorXd::Zero(size() + 1);
-  double* ofKnots = sums.data() + shapes();
-  std::vector<Real> gated(static_cast<std::size_t>(nx));
-  std::vector<double> ofX(static_cast<std::size_t>(degree + 1));
+  const std::size_t n = alongX.size();
+  std::vector<double> ofRows(n * static_cast<std::size_t>(voxels.y * voxels.z));
+  // The knots' sums are one part, which takes longest, beside those of the slices.
+  const int rows = voxels.y * voxels.z, rowsAtOnce = piecesAtOnce(voxels.x);
+  inRanges(parallel, 1 + (rows + rowsAtOnce - 1) / rowsAtOnce, 1, [&](int part, int) {
+    if (part == 0 && knotCount > 0) addKnots(v, sums.data() + shapes());
+    const int end = std::min(part * rowsAtOnce, rows);
+    for (int row = std::max((part - 1) * rowsAtOnce, 0); row < end; ++row)
+      projectRow(v, row, ofRows.data() + n * static_cast<std::size_t>(row));
+  });
+  const double* ofX = ofRows.data();
   for (int z = 0; z < voxels.z; ++z)
-    for (int y = 0; y < voxels.y; ++y) {
-      const Real* row = v.data() + v.index(0, y, z);
-      const Real* reach = gate.data() + gate.index(0, y, z);
-      for (int x = 0; x < nx; ++x) gated[static_cast<std::size_t>(x)] = row[x] * reach[x];
-      for (std::size_t i = 0; i < ofX.size(); ++i) {
-        const Real* p = alongX[i].data();
-        Real parts[8] = {};
-        int x = 0;
-        for (; x + 8 <= nx; x += 8)
-          for (int k = 0; k < 8; ++k) {
-            const int at = x + k;
-            parts[k] += gated[static_cast<std::size_t>(at)] * p[at];
-          }
-        for (; x < nx; ++x) parts[0] += gated[static_cast<std::size_t>(x)] * p[x];
-        double sum = 0.0;
-        for (const Real part : parts) sum += static_cast<double>(part);
-        ofX[i] = sum;
-      }
+    for (int y = 0; y < voxels.y; ++y, ofX += n)
       for (std::size_t k = 0; k < degrees.size(); ++k)
         sums[static_cast<int>(k)] +=
             ofX[static_cast<std::size_t>(degrees[k][0])] *
@@ -138,15 +167,6 @@ Eigen::VectorXd RatioBasis<Real>::project(const Volume<Real>& v) const {
                 alongY[static_cast<std::size_t>(degrees[k][1])][static_cast<std::size_t>(y)]) *
             static_cast<double>(
                 alongZ[static_cast<std::size_t>(degrees[k][2])][static_cast<std::size_t>(z)]);
-      const Real* place = knotPlace.data() + knotPlace.index(0, y, z);
-      for (int x = 0; x < nx && knotCount > 0; ++x) {
-        const int knot = static_cast<int>(place[x]);
-        const double value = static_cast<double>(gated[static_cast<std::size_t>(x)]);
-        const double upper = (static_cast<double>(place[x]) - knot) * value;
-        ofKnots[knot] += value - upper;
-        ofKnots[knot + 1] += upper;
-      }
-    }
   return sums.head(size());
 }
 

@@ -6,6 +6,7 @@
 
 #include "containers/volume.h"
 #include "masspreserving/coarsegrid.h"
+#include "numerics/parallel.h"
 
 namespace mirel {
 
@@ -21,7 +22,9 @@ class RatioBasis {
   /// beyond the last the function is constant. `nearby`: the nodes of the
   /// intensities' level (`setIntensities`).
   RatioBasis(glm::ivec3 voxels, glm::dvec3 voxelPart, int degree, int knots, double knotStep,
-             CoarseGrid nearby);
+             CoarseGrid nearby, Parallel parallel = {});
+
+  const Parallel& inParallel() const { return parallel; }
 
   int size() const { return shapes() + knotCount; }
   int shapes() const { return static_cast<int>(degrees.size()); }
@@ -44,10 +47,13 @@ class RatioBasis {
   Eigen::MatrixXd knotRoughness() const;
 
  private:
+  void addKnots(const Volume<Real>& v, double* ofKnots) const;
+  void projectRow(const Volume<Real>& v, int row, double* ofX) const;
   // Polynomials of one axis at the voxels: [degree][voxel].
   using Table = std::vector<std::vector<Real>>;
   static Table tableOf(int voxels, double voxelPart, int degree);
 
+  Parallel parallel;
   glm::ivec3 voxels;
   int degree, knotCount;
   double knotStep;

@@ -35,11 +35,13 @@ void RatioFit<Real>::setWeights(double shapeWeight, double knotWeight) {
 template <typename Real>
 void RatioFit<Real>::updateRoot() {
   basis.expand(known.coefficients, ratioRoot);
-  for (int i = 0; i < ratioRoot.size(); ++i) {
-    const Real half = Real(0.5) * ratioRoot.data()[i];
-    ratioRoot.data()[i] = std::exp(half);
-    inverse.data()[i] = std::exp(-half);
-  }
+  inElements(basis.inParallel(), ratioRoot.size(), [&](int from, int to) {
+    for (int i = from; i < to; ++i) {
+      const Real half = Real(0.5) * ratioRoot.data()[i];
+      ratioRoot.data()[i] = std::exp(half);
+      inverse.data()[i] = std::exp(-half);
+    }
+  });
 }
 
 template <typename Real>
@@ -111,14 +113,18 @@ void RatioFit<Real>::linearise(const Volume<Real>& weight, const Volume<Real>& r
 
 template <typename Real>
 Eigen::VectorXd RatioFit<Real>::weighted(const Volume<Real>& v) const {
-  for (int i = 0; i < v.size(); ++i) scratch.data()[i] = weightedMean.data()[i] * v.data()[i];
+  inElements(basis.inParallel(), v.size(), [&](int from, int to) {
+    for (int i = from; i < to; ++i) scratch.data()[i] = weightedMean.data()[i] * v.data()[i];
+  });
   return -basis.project(scratch);
 }
 
 template <typename Real>
 void RatioFit<Real>::change(const Eigen::VectorXd& c, Volume<Real>& v) const {
   basis.expand(c, v);
-  for (int i = 0; i < v.size(); ++i) v.data()[i] *= -meanNow.data()[i];
+  inElements(basis.inParallel(), v.size(), [&](int from, int to) {
+    for (int i = from; i < to; ++i) v.data()[i] *= -meanNow.data()[i];
+  });
 }
 
 template class RatioFit<float>;

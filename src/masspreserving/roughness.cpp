@@ -1,7 +1,9 @@
 #include "masspreserving/roughness.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
+#include <utility>
 
 #include "masspreserving/gridkernels.h"
 
@@ -9,8 +11,9 @@ namespace mirel {
 
 template <typename Real>
 Roughness<Real>::Roughness(glm::ivec3 dimensions, glm::dvec3 spacing, double gradientWeight,
-                           double bendingWeight)
-    : dims(dimensions),
+                           double bendingWeight, Parallel inThreads)
+    : parallel(std::move(inThreads)),
+      dims(dimensions),
       inverseX(dims.x > 1 ? 1.0 / (spacing.x * spacing.x) : 0.0),
       inverseY(dims.y > 1 ? 1.0 / (spacing.y * spacing.y) : 0.0),
       inverseZ(dims.z > 1 ? 1.0 / (spacing.z * spacing.z) : 0.0),
@@ -18,24 +21,46 @@ Roughness<Real>::Roughness(glm::ivec3 dimensions, glm::dvec3 spacing, double gra
       bending(bendingWeight) {}
 
 template <typename Real>
-void Roughness<Real>::laplacian(const Volume<Real>& b, Volume<Real>& out) const {
+void Roughness<Real>::laplacian(const Volume<Real>& b, Volume<Real>& out, int from, int to) const {
   const LaplacianWeights<Real> weights{static_cast<Real>(inverseX), static_cast<Real>(inverseY),
                                        static_cast<Real>(inverseZ)};
-  mirel::laplacian(dims, weights, b.data(), out.data(), chosenVariant());
+  mirel::laplacian(dims, weights, b.data(), out.data(), from, to, chosenVariant());
+}
+
+template <typename Real>
+void Roughness<Real>::laplacian(const Volume<Real>& b, Volume<Real>& out) const {
+  inSlices(parallel, dims, [&](int from, int to) { laplacian(b, out, from, to); });
 }
 
 template <typename Real>
 void Roughness<Real>::apply(const Volume<Real>& b, Volume<Real>& out, Volume<Real>& scratch) const {
-  const int n = b.size();
+  inSlices(parallel, dims, [&](int from, int to) { applyFirst(b, scratch, from, to); });
+  inSlices(parallel, dims, [&](int from, int to) { applySecond(scratch, out, from, to); });
+}
+
+template <typename Real>
+void Roughness<Real>::applyFirst(const Volume<Real>& b, Volume<Real>& scratch, int from,
+                                 int to) const {
   const Real g = static_cast<Real>(gradient), c = static_cast<Real>(bending);
+  const int begin = b.index(0, 0, from), end = b.index(0, 0, to);
+  const Real* v = b.data();
+  Real* s = scratch.data();
+  // Without bending the first half has nothing to do but to hand on.
   if (bending == 0.0) {
-    laplacian(b, out);
-    for (int i = 0; i < n; ++i) out.data()[i] *= g;
+    std::copy(v + begin, v + end, s + begin);
     return;
   }
-  laplacian(b, scratch);
-  for (int i = 0; i < n; ++i) scratch.data()[i] = g * b.data()[i] + c * scratch.data()[i];
-  laplacian(scratch, out);
+  laplacian(b, scratch, from, to);
+  for (int i = begin; i < end; ++i) s[i] = g * v[i] + c * s[i];
+}
+
+template <typename Real>
+void Roughness<Real>::applySecond(const Volume<Real>& scratch, Volume<Real>& out, int from,
+                                  int to) const {
+  laplacian(scratch, out, from, to);
+  if (bending != 0.0) return;
+  const Real g = static_cast<Real>(gradient);
+  for (int i = out.index(0, 0, from); i < out.index(0, 0, to); ++i) out.data()[i] *= g;
 }
 
 template <typename Real>

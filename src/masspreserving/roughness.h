@@ -4,6 +4,7 @@
 #include <glm/vec3.hpp>
 
 #include "containers/volume.h"
+#include "numerics/parallel.h"
 
 namespace mirel {
 
@@ -18,14 +19,21 @@ namespace mirel {
 template <typename Real>
 class Roughness {
  public:
-  Roughness(glm::ivec3 dims, glm::dvec3 spacing, double gradientWeight, double bendingWeight);
+  /// `parallel` does the slices of all that follows.
+  Roughness(glm::ivec3 dims, glm::dvec3 spacing, double gradientWeight, double bendingWeight,
+            Parallel parallel = {});
 
   glm::ivec3 dimensions() const { return dims; }
+  const Parallel& inParallel() const { return parallel; }
 
   /// out = L b. `out` is another object than `b`.
   void laplacian(const Volume<Real>& b, Volume<Real>& out) const;
   /// out = (gradientWeight L + bendingWeight L^2) b.
   void apply(const Volume<Real>& b, Volume<Real>& out, Volume<Real>& scratch) const;
+  /// The same in two halves, of which each does the slices from .. to - 1 of what it writes: first
+  /// all of `scratch`, then `out`.
+  void applyFirst(const Volume<Real>& b, Volume<Real>& scratch, int from, int to) const;
+  void applySecond(const Volume<Real>& scratch, Volume<Real>& out, int from, int to) const;
 
   /// out += F z with F F' the form's matrix: a draw from it, where `next` gives the values of z,
   /// independent ones of mean 0 and variance 1 (one for each pair of neighbours and each voxel).
@@ -39,6 +47,9 @@ class Roughness {
   BandRow bandRow(int j) const;
 
  private:
+  void laplacian(const Volume<Real>& b, Volume<Real>& out, int from, int to) const;
+
+  Parallel parallel;
   glm::ivec3 dims;
   double inverseX, inverseY, inverseZ;  // 1 / h^2, 0 along axes of one voxel
   double gradient, bending;

@@ -119,6 +119,30 @@ double innerSum(const double* q, std::ptrdiff_t nx, std::ptrdiff_t ny, const Tap
   return sum;
 }
 
+// computeBSplineCoeff3D with its lines in parallel.
+void coefficients3D(double* samples, int nx, int ny, int nz, double* coeff,
+                    const Parallel& parallel) {
+  if (nx <= 0 || ny <= 0 || nz <= 0) return;
+  const BSplineFactors factors(std::max({nx, ny, nz}));
+  const std::ptrdiff_t slice = static_cast<std::ptrdiff_t>(nx) * ny;
+  // All lines along z that start in one row, then those in one plane.
+  inRanges(parallel, ny, piecesAtOnce(nx * nz), [&](int from, int to) {
+    const std::ptrdiff_t first = static_cast<std::ptrdiff_t>(from) * nx,
+                         lines = static_cast<std::ptrdiff_t>(to - from) * nx;
+    solve(samples + first, coeff + first, nz, slice, lines, factors);
+  });
+  inRanges(parallel, nz, piecesAtOnce(nx * ny), [&](int from, int to) {
+    for (int z = from; z < to; ++z) {
+      double* plane = coeff + z * slice;
+      solve(plane, plane, ny, nx, nx, factors);
+      for (int y = 0; y < ny; ++y) {
+        double* row = plane + static_cast<std::ptrdiff_t>(y) * nx;
+        solve(row, row, nx, 1, 1, factors);
+      }
+    }
+  });
+}
+
 }  // namespace
 
 BSplineFactors::BSplineFactors(int n) : d(static_cast<std::size_t>(std::max(n, 0))), e(d.size()) {
@@ -147,16 +171,7 @@ void computeBSplineCoeff2D(double* samples, int nx, int ny, double* coeff) {
 }
 
 void computeBSplineCoeff3D(double* samples, int nx, int ny, int nz, double* coeff) {
-  if (nx <= 0 || ny <= 0 || nz <= 0) return;
-  const BSplineFactors factors(std::max({nx, ny, nz}));
-  const std::ptrdiff_t slice = static_cast<std::ptrdiff_t>(nx) * ny;
-  solve(samples, coeff, nz, slice, slice, factors);
-  for (int z = 0; z < nz; ++z) {
-    double* plane = coeff + z * slice;
-    solve(plane, plane, ny, nx, nx, factors);
-  }
-  for (std::ptrdiff_t row = 0; row < static_cast<std::ptrdiff_t>(ny) * nz; ++row)
-    solve(coeff + row * nx, coeff + row * nx, nx, 1, 1, factors);
+  coefficients3D(samples, nx, ny, nz, coeff, {});
 }
 
 void convertToBSplineCoeff2D(double* data, int nx, int ny) {
@@ -164,7 +179,11 @@ void convertToBSplineCoeff2D(double* data, int nx, int ny) {
 }
 
 void convertToBSplineCoeff3D(double* data, int nx, int ny, int nz) {
-  computeBSplineCoeff3D(data, nx, ny, nz, data);
+  convertToBSplineCoeff3D(data, nx, ny, nz, {});
+}
+
+void convertToBSplineCoeff3D(double* data, int nx, int ny, int nz, const Parallel& parallel) {
+  coefficients3D(data, nx, ny, nz, data, parallel);
 }
 
 void evalBSpline1D(double* coeff, int n, double* x, int m, double* value) {

@@ -2,6 +2,8 @@
 
 #include <vector>
 
+#include "numerics/parallel.h"
+
 namespace mirel {
 
 /// Cubic B-spline interpolation of regularly sampled data in one, two and three dimensions
@@ -32,6 +34,8 @@ void computeBSplineCoeff3D(double* samples, int nx, int ny, int nz, double* coef
 /// The same in place.
 void convertToBSplineCoeff2D(double* data, int nx, int ny);
 void convertToBSplineCoeff3D(double* data, int nx, int ny, int nz);
+/// The same with its lines in parallel.
+void convertToBSplineCoeff3D(double* data, int nx, int ny, int nz, const Parallel& parallel);
 
 /// Values (and derivatives per sample spacing) of the spline with coefficients `coeff`.
 /// At or below -2 and at or above n + 1 in any coordinate, and at NaN, all results are 0.

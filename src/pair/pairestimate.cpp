@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "base/numbertext.h"
+#include "base/threadpool.h"
 #include "masspreserving/masspreserving.h"
 #include "numerics/statistics.h"
 #include "pair/agreement.h"
@@ -38,8 +39,10 @@ double doneAt(const MassPreservingProgress& state) {
 }
 
 MassPreservingResult massPreserving(const PairInput& pair, const EstimateFrame& frame,
-                                    const EstimateSettings& settings, Progress& progress) {
+                                    const EstimateSettings& settings, const Parallel& parallel,
+                                    Progress& progress) {
   MassPreservingOptions options;
+  options.parallel = parallel;
   options.estimateMotion = settings.motion;
   options.uncertainty = settings.uncertainty;
   if (pair.mask) options.weights = frame.turned(pair.mask->weights);
@@ -83,7 +86,9 @@ Found estimateMap(const PairInput& pair, const EstimateSettings& settings, PairE
   if (settings.estimator == Estimator::search)
     return estimateBySearch(pair, settings, estimate, progress);
   const EstimateFrame frame(pair, pair.axis(), OtherAxes::byPatient);
-  MassPreservingResult result = massPreserving(pair, frame, settings, progress);
+  ThreadPool pool(settings.threads);
+  const Parallel parallel = pool.asParallel();
+  MassPreservingResult result = massPreserving(pair, frame, settings, parallel, progress);
   requireUsable(result.shiftVoxels);
   estimate.intensityRatio = result.scale;
   estimate.shading = result.shading;
@@ -94,8 +99,8 @@ Found estimateMap(const PairInput& pair, const EstimateSettings& settings, PairE
   Found found;
   if (!result.motion.isNone()) {
     estimate.motion = frame.back(result.motion);
-    found.unmovedSecond = frame.back(
-        secondUnmoved(frame.second(), frame.voxelMm(), result.motion, result.shiftVoxels));
+    found.unmovedSecond = frame.back(secondUnmoved(frame.second(), frame.voxelMm(), result.motion,
+                                                   result.shiftVoxels, parallel));
   }
   found.shift = frame.back(std::move(result.shiftVoxels));
   return found;

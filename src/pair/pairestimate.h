@@ -31,6 +31,8 @@ struct EstimateSettings {
   bool motion = true;
   /// Of the mass-preserving estimate: also tell how uncertain the map is.
   bool uncertainty = false;
+  /// Of the mass-preserving estimate; 0: as many as there are cores. The map is the same bits.
+  int threads = 1;
   /// Of the search. The default is the variant closest to measured fields (docs/accuracy.md).
   EstimateOptions search{.fast = false, .useSsd = false, .intensityCorrection = true};
   /// Factor on the intensities; 0: such that the estimators' threshold of 100 lies between head
