@@ -29,6 +29,13 @@ class MovedImage {
   /// Values that are not finite count as 0.
   MovedImage(const Volume<float>& image, const GridPlace& place);
 
+  /// Softens what `unmoved` makes along z, by the filter (s, 6 - 2 s, s) / 6 with s = `share`, from
+  /// 0 (not at all) to 1: slices are boxes side by side, whose edges are aliased, and between
+  /// slices no interpolation is true to them.
+  void soften(double share);
+  /// What the filter keeps of the variance of white noise: 1 to 1/2.
+  static double noiseKept(double share);
+
   struct Unmoved {
     Volume<float> image;
     /// 1 where the image covers the place that the voxel was sampled at.
@@ -44,11 +51,11 @@ class MovedImage {
   Volume<float> through(const RigidMotion& motion);
 
  private:
-  void evaluate(const std::vector<glm::dvec3>& voxels, float* values);
+  void evaluate(std::vector<double>& spline, const std::vector<glm::dvec3>& voxels, float* values);
 
   glm::ivec3 size, padded;
   GridPlace place;
-  std::vector<double> coefficients;
+  std::vector<double> coefficients, softened;  // the latter empty: as the former
 };
 
 }  // namespace mirel
