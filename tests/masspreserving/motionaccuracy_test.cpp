@@ -95,6 +95,18 @@ TEST_P(LargeMotion, IsToldFromShading) {
 
 INSTANTIATE_TEST_SUITE_P(Heads, LargeMotion, testing::Values(0, 1, 2));
 
+// Slices that are interpolated are softened, which takes a bias off the rotation: without that it
+// is off by 0.2 degrees, and the field's error is 1.4 to 1.5 times that of the still head.
+TEST(SingleMotion, AcrossSlicesCostsTheFieldLittle) {
+  const double still = rmsInBrain(stillHead(), estimate(stillHead()).shiftVoxels);
+  for (const RigidMotion& motion : {RigidMotion{{}, {2.0, 0.0, 0.0}}, {{0.0, 0.0, -2.0}, {}}}) {
+    const Phantom head = headOf(motion);
+    const MassPreservingResult found = estimate(head);
+    expectNear(found.motion, motion, 0.1, 0.15);
+    EXPECT_LT(rmsInBrain(head, found.shiftVoxels), 1.3 * still);
+  }
+}
+
 TEST(SmallMotion, IsFoundAndTakenNotToRunAlongY) {
   const RigidMotion motion{{0.3, 0.0, -0.3}, {0.0, 0.0, 0.0}};
   const Phantom head = headOf(motion);
