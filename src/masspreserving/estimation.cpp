@@ -137,6 +137,7 @@ void Estimation::runLevel(int level, Head mode, Ratio ratio) {
       settled = settled && moved.largestVoxels < smallestMotion;
       motionHeld = moved.largestVoxels < heldMotion;
     }
+    if (moving) fit.setNoiseKept(moving->noiseKept());
     // Outliers are told apart in the second half of the finest resolution only: before, what is not
     // yet explained is not an outlier.
     const bool student = finest && i >= iterations / 2;

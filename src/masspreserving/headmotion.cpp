@@ -12,8 +12,20 @@ constexpr double smallestShareOfVoxel = 1.0 / 20.0;
 constexpr double significantChiSquare = 50.0;  // of five parameters
 constexpr double leastVarianceRatio = 1.25;
 constexpr double largeMotionMm = 1.5;
+// A displacement across slices, in voxels, at which half of what softening can do is done.
+constexpr double halfSoftened = 0.08;
 
 }  // namespace
+
+double softeningFor(const RigidMotion& motion, glm::ivec3 voxels, glm::dvec3 voxelMm) {
+  const glm::dmat3 rotation = motion.rotation();
+  const glm::dvec3 across(rotation[0][2], rotation[1][2], rotation[2][2] - 1.0);
+  const glm::dvec3 turned = across * voxelMm * glm::dvec3(voxels);
+  const double square =
+      (motion.translationMm.z * motion.translationMm.z + glm::dot(turned, turned) / 12.0) /
+      (voxelMm.z * voxelMm.z);
+  return square / (square + halfSoftened * halfSoftened);
+}
 
 HeadMotion firstMotion(LevelFit& fit, const Volume<float>& first, const Volume<float>& second,
                        const GridPlace& place, double tolerance, int maxSolverIterations) {
@@ -34,6 +46,10 @@ MovingPair::MovingPair(MassModel<float>& ofImages, const Volume<float>& one,
       second(other, where, ofImages.inParallel()) {}
 
 const HalfWayPair& MovingPair::hold(const RigidMotion& motion, const Volume<float>& b) {
+  const double softening = softeningFor(motion.half(), model.voxels(), place.voxelMm);
+  ofWhiteNoise = MovedImage::noiseKept(softening);
+  first.soften(softening);
+  second.soften(softening);
   held.emplace(first, second, motion, b);
   model.replace(held->first, held->firstKnown, held->second, held->secondKnown);
   return *held;

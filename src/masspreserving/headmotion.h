@@ -22,6 +22,11 @@ struct HeadMotion {
 HeadMotion firstMotion(LevelFit& fit, const Volume<float>& first, const Volume<float>& second,
                        const GridPlace& place, double tolerance, int maxSolverIterations);
 
+/// How much images that are taken along `motion` are softened along z (`MovedImage::soften`): s^2 /
+/// (s^2 + 0.08^2), with s the root mean square of its displacement along z over the grid, in
+/// voxels.
+double softeningFor(const RigidMotion& motion, glm::ivec3 voxels, glm::dvec3 voxelMm);
+
 /// The images of a model when the head moved between them.
 class MovingPair {
  public:
@@ -30,6 +35,9 @@ class MovingPair {
 
   /// Gives the model the pair half way of `motion`, with the displacement b (edges).
   const HalfWayPair& hold(const RigidMotion& motion, const Volume<float>& b);
+
+  /// What the softening of the pair that is held keeps of the variance of white noise.
+  double noiseKept() const { return ofWhiteNoise; }
 
   struct Step {
     double largestVoxels;  ///< that the farthest corner of the grid moved by
@@ -44,6 +52,7 @@ class MovingPair {
   MassModel<float>& model;
   GridPlace place;
   MovedImage first, second;
+  double ofWhiteNoise = 1.0;
   std::optional<HalfWayPair> held;
 };
 

@@ -308,7 +308,8 @@ void LevelFit::updateStatistics(NoiseTails tails, RatioEvidence evidence) {
   if (objective.ratio != nullptr && evidence == RatioEvidence::updated) updateRatioWeights();
   const NoiseFit fit = noiseOf(tails);
   known.noise = fit.noise;
-  known.noise.variance = std::max(known.noise.variance / shareLeft(fit), leastNoise * leastNoise);
+  known.noise.variance =
+      std::max(known.noise.variance / shareLeft(fit) / noiseKept, leastNoise * leastNoise);
   const double roughness = objective.roughnessOf(b, form(1.0));
   if (roughness > 0.0) known.roughnessWeight = known.degreesOfFreedom / roughness;
 }

@@ -51,6 +51,10 @@ class LevelFit {
   /// Noise and weight from the current b. Call after `step`.
   void updateStatistics(NoiseTails tails, RatioEvidence evidence);
 
+  /// What a filter has kept of the variance of white noise in the images, for `updateStatistics`. A
+  /// smooth field meets all of the noise that there was before: the residuals' variance over this.
+  void setNoiseKept(double part) { noiseKept = part; }
+
   /// Mean log likelihood of a residual over the whole volume, with the tails that fit it best.
   double logLikelihood();
 
@@ -82,6 +86,7 @@ class LevelFit {
   Volume<float> b, trust;
   FitStatistics known;
   Objective<float> objective;
+  double noiseKept = 1.0;
   bool evaluated = false;  // whether the objective's residuals are those of b and the model now
   std::optional<LineSolver<float>> lines;  // of the last linearisation
   Volume<float> gradient, direction;

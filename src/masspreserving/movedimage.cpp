@@ -16,6 +16,10 @@ namespace {
 // The spline's coefficients vanish outside: a continued border keeps that away from the image.
 constexpr int border = 4;
 
+// Of the coefficients' second difference along z. With it the spline of the samples is what a cubic
+// B-spline makes of them without being fitted to them.
+constexpr double softestBend = 1.0 / 6.0;
+
 // Where along a column the voxel centre at the edge coordinate s of the distorted image comes from.
 struct Origin {
   int low, high;  // edges
@@ -102,7 +106,24 @@ MovedImage::MovedImage(const Volume<float>& image, const GridPlace& where, Paral
   convertToBSplineCoeff3D(coefficients.data(), padded.x, padded.y, padded.z, parallel);
 }
 
-void MovedImage::evaluate(const std::vector<glm::dvec3>& voxels, float* values) {
+void MovedImage::soften(double share) {
+  softened.clear();
+  if (!(share > 0.0)) return;
+  const double part = softestBend * share;
+  const std::size_t slice = static_cast<std::size_t>(padded.x) * static_cast<std::size_t>(padded.y);
+  softened = coefficients;
+  for (std::size_t i = slice; i + slice < softened.size(); ++i)
+    softened[i] += part * ((coefficients[i - slice] - coefficients[i]) +
+                           (coefficients[i + slice] - coefficients[i]));
+}
+
+double MovedImage::noiseKept(double share) {
+  const double beside = softestBend * share, middle = 1.0 - 2.0 * beside;
+  return middle * middle + 2.0 * beside * beside;
+}
+
+void MovedImage::evaluate(std::vector<double>& spline, const std::vector<glm::dvec3>& voxels,
+                          float* values) {
   const std::size_t n = voxels.size();
   std::vector<double> xs(n), ys(n), zs(n), sampled(n);
   const glm::dvec3 top = glm::dvec3(size) - 0.5;
@@ -112,7 +133,7 @@ void MovedImage::evaluate(const std::vector<glm::dvec3>& voxels, float* values) 
     ys[i] = inside.y + border;
     zs[i] = inside.z + border;
   }
-  evalBSpline3D(coefficients.data(), padded.x, padded.y, padded.z, xs.data(), ys.data(), zs.data(),
+  evalBSpline3D(spline.data(), padded.x, padded.y, padded.z, xs.data(), ys.data(), zs.data(),
                 static_cast<int>(n), sampled.data());
   for (std::size_t i = 0; i < n; ++i) values[i] = static_cast<float>(sampled[i]);
 }
@@ -149,7 +170,7 @@ void MovedImage::unmovedSlice(const RigidMotion& motion, const Volume<float>& b,
       factor[i] =
           covered ? relativeDeterminant(b, sign, {x, 0, z}, origin, rotation, place.voxelMm) : 0.0;
     }
-    evaluate(voxels, result.image.data() + row);
+    evaluate(softened.empty() ? coefficients : softened, voxels, result.image.data() + row);
     for (int x = 0; x < size.x; ++x)
       result.image.data()[row + x] *= static_cast<float>(factor[static_cast<std::size_t>(x)]);
   }
@@ -166,7 +187,7 @@ Volume<float> MovedImage::through(const RigidMotion& motion) {
           const glm::dvec3 there = rotation * place.positionMm({x, y, z}) + motion.translationMm;
           voxels[static_cast<std::size_t>(x)] = (there - place.firstMm) / place.voxelMm;
         }
-        evaluate(voxels, result.data() + result.index(0, y, z));
+        evaluate(coefficients, voxels, result.data() + result.index(0, y, z));
       }
   });
   return result;

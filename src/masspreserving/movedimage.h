@@ -31,6 +31,13 @@ class MovedImage {
   /// `parallel` does the slices of all that follows.
   MovedImage(const Volume<float>& image, const GridPlace& place, Parallel parallel = {});
 
+  /// Softens what `unmoved` makes along z, by the filter (s, 6 - 2 s, s) / 6 with s = `share`, from
+  /// 0 (not at all) to 1: slices are boxes side by side, whose edges are aliased, and between
+  /// slices no interpolation is true to them.
+  void soften(double share);
+  /// What the filter keeps of the variance of white noise: 1 to 1/2.
+  static double noiseKept(double share);
+
   struct Unmoved {
     Volume<float> image;
     /// 1 where the image covers the place that the voxel was sampled at.
@@ -48,12 +55,12 @@ class MovedImage {
  private:
   void unmovedSlice(const RigidMotion& motion, const Volume<float>& b, double sign, int z,
                     Unmoved& result);
-  void evaluate(const std::vector<glm::dvec3>& voxels, float* values);
+  void evaluate(std::vector<double>& spline, const std::vector<glm::dvec3>& voxels, float* values);
 
   Parallel parallel;
   glm::ivec3 size, padded;
   GridPlace place;
-  std::vector<double> coefficients;
+  std::vector<double> coefficients, softened;  // the latter empty: as the former
 };
 
 }  // namespace mirel

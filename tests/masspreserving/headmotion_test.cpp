@@ -24,6 +24,30 @@ HeadMotion headOf(const RigidMotion& motion, double chiSquare = 0.0) {
   return head;
 }
 
+TEST(SofteningFor, CountsTheDisplacementAlongZ) {
+  EXPECT_EQ(softeningFor({}, size, voxelMm), 0.0);
+  EXPECT_EQ(softeningFor({{3.0, -2.0, 0.0}, {}}, size, voxelMm), 0.0);
+  EXPECT_EQ(softeningFor({{}, {0.0, 0.0, 5.0}}, size, voxelMm), 0.0);
+  EXPECT_NEAR(softeningFor({{0.0, 0.0, 0.08 * voxelMm.z}, {}}, size, voxelMm), 0.5, 1e-12);
+  EXPECT_GT(softeningFor({{0.0, 0.0, -voxelMm.z}, {}}, size, voxelMm), 0.99);
+}
+
+TEST(SofteningFor, CountsARotationsDisplacementOverTheGrid) {
+  const glm::ivec3 fine(60, 50, 40);
+  const glm::dvec3 mm = 0.1 * voxelMm;
+  const GridPlace at = placeOf(fine, mm, glm::ivec3(1));
+  const RigidMotion motion{{0.0, 0.0, 0.02}, {2.0, -3.0, 1.0}};
+  double squares = 0.0;
+  for (int z = 0; z < fine.z; ++z)
+    for (int y = 0; y < fine.y; ++y)
+      for (int x = 0; x < fine.x; ++x) {
+        const glm::dvec3 p = at.positionMm({x, y, z});
+        const double along = (motion.after(p).z - p.z) / mm.z;
+        squares += along * along / (fine.x * fine.y * fine.z);
+      }
+  EXPECT_NEAR(softeningFor(motion, fine, mm), squares / (squares + 0.08 * 0.08), 1e-4);
+}
+
 TEST(MotionEvidence, ATranslationDisplacesEverythingAlike) {
   const Volume<float> image(size, 3.0F);
   const MotionEvidence evidence(image, image, shiftOf(0.25F), headOf({{1.0, 0.0, 2.0}, {}}, 7.0),

@@ -101,6 +101,57 @@ TEST(MovedImage, WholeVoxelsOfTranslationMoveTheValues) {
   }
 }
 
+Volume<float> unmovedFromNone(MovedImage& image, glm::ivec3 size) {
+  return image.unmoved({}, noEdgeShift(size), 1.0).image;
+}
+
+TEST(MovedImage, SoftenedIsFilteredAlongZOnly) {
+  const glm::ivec3 size(9, 11, 7);
+  const GridPlace place = placeOf(size, voxelMm, glm::ivec3(1));
+  const Volume<float> image = testdata::noise<float>(size, 100.0, 1);
+  for (const double share : {0.4, 1.0}) {
+    MovedImage moved(image, place);
+    moved.soften(share);
+    const Volume<float> soft = unmovedFromNone(moved, size);
+    for (int z = 0; z < size.z; ++z)
+      for (int y = 0; y < size.y; ++y)
+        for (int x = 0; x < size.x; ++x) {
+          const double below = image.at(x, y, std::max(z - 1, 0)),
+                       above = image.at(x, y, std::min(z + 1, size.z - 1));
+          const double wanted =
+              (share * below + (6.0 - 2.0 * share) * image.at(x, y, z) + share * above) / 6.0;
+          EXPECT_NEAR(soft.at(x, y, z), wanted, z == 0 || z + 1 == size.z ? 3.0 : 0.1);
+        }
+  }
+}
+
+TEST(MovedImage, SofteningIsTakenBackAndLeavesTheImagesOwnValues) {
+  const glm::ivec3 size(9, 11, 7);
+  const GridPlace place = placeOf(size, voxelMm, glm::ivec3(1));
+  const Volume<float> image = testdata::noise<float>(size, 100.0, 1);
+  MovedImage moved(image, place);
+  const Volume<float> sharp = unmovedFromNone(moved, size), own = moved.through({});
+  moved.soften(1.0);
+  EXPECT_NE(unmovedFromNone(moved, size), sharp);
+  EXPECT_EQ(moved.through({}), own);
+  moved.soften(0.0);
+  EXPECT_EQ(unmovedFromNone(moved, size), sharp);
+}
+
+TEST(MovedImage, TellsWhatSofteningKeepsOfNoise) {
+  EXPECT_EQ(MovedImage::noiseKept(0.0), 1.0);
+  EXPECT_NEAR(MovedImage::noiseKept(1.0), 0.5, 1e-12);
+  const glm::ivec3 size(24, 24, 60);
+  const Volume<float> image = testdata::noise<float>(size, 100.0, 1);
+  MovedImage moved(image, placeOf(size, voxelMm, glm::ivec3(1)));
+  moved.soften(0.5);
+  const Volume<float> soft = unmovedFromNone(moved, size);
+  double squares = 0.0;
+  for (int i = 0; i < soft.size(); ++i)
+    squares += static_cast<double>(soft.data()[i]) * soft.data()[i];
+  EXPECT_NEAR(squares / soft.size() / 1e4, MovedImage::noiseKept(0.5), 0.02);
+}
+
 TEST(MovedImage, ATurnedObjectIsTurnedBack) {
   const GridPlace place = placeOf(bodySize, voxelMm, glm::ivec3(1));
   const RigidMotion motion{{2.0, -1.5, 1.0}, {6.0, -9.0, 12.0}};
