@@ -5,11 +5,15 @@
 #include <cmath>
 #include <numbers>
 
+#include "masspreserving/masspreserving.h"
 #include "masspreserving/testdata.h"
+#include "phantom/phantom.h"
 
 namespace mirel {
 
 namespace {
+
+const glm::dvec3 voxelMm(3.0, 2.5, 3.5);
 
 // |image + a e^(i phase) (image half a field of view away)|, ny even.
 Volume<float> ghosted(const Volume<float>& image, double a, double phase) {
@@ -93,6 +97,68 @@ TEST(Ghost, NoneIsFoundWhereTheGridWasCut) {
   EXPECT_EQ(ghostInAir(padded), 0.0);
   EXPECT_EQ(ghostInAir(Volume<float>(8, 8, 8, 0.0F)), 0.0);
   EXPECT_EQ(ghostInAir(Volume<float>(8, 8, 8, 5.0F)), 0.0);
+}
+
+// A head with the same noise with and without ghosts.
+struct GhostedHead {
+  Phantom phantom;
+  Volume<float> first, second;
+
+  GhostedHead(double a, double phase, double ofSecond) {
+    PhantomOptions options;
+    options.size = {44, 52, 30};
+    options.voxelMm = glm::dvec3(4.5);
+    options.maxShiftVoxels = 3.0;
+    phantom = makePhantom(options);
+    const auto image = [&](const Volume<float>& signal, double share, std::uint64_t stream) {
+      return addRicianNoise(ghosted(signal, share, phase), phantom.noiseSigma, options.seed,
+                            stream);
+    };
+    first = image(phantom.apSignal, a, 1);
+    second = image(phantom.paSignal, ofSecond * a, 2);
+  }
+  MassPreservingResult estimate() const {
+    return estimateMassPreserving(first, second, glm::dvec3(4.5));
+  }
+  double errorOf(const MassPreservingResult& found) const {
+    Volume<float> brain(first.dimensions());
+    for (int i = 0; i < brain.size(); ++i)
+      brain.data()[i] = phantom.brainMask.data()[i] != 0 ? 1.0F : 0.0F;
+    return testdata::rmsWhere(found.shiftVoxels, phantom.shiftVoxels, brain, 0.5F);
+  }
+};
+
+TEST(Ghost, IsTakenOffInPhaseAndInCounterphaseAndFromOneImage) {
+  const GhostedHead clean(0.0, 0.0, 0.0);
+  const MassPreservingResult without = clean.estimate();
+  EXPECT_TRUE(without.ghosts.areNone());
+  const double unspoiled = clean.errorOf(without);
+  struct Case {
+    double a, phase, ofSecond;
+  };
+  for (const auto& [a, phase, ofSecond] :
+       {Case{0.08, 0.0, 1.0}, Case{0.05, std::numbers::pi, 1.0}, Case{0.08, 0.0, 0.0}}) {
+    const GhostedHead pair(a, phase, ofSecond);
+    const MassPreservingResult found = pair.estimate();
+    EXPECT_NEAR(found.ghosts.first, a, 0.006);
+    EXPECT_NEAR(found.ghosts.second, ofSecond * a, 0.006);
+    EXPECT_GE(found.ghosts.cosine * std::cos(phase), 0.5);
+    EXPECT_LT(pair.errorOf(found), 1.25 * unspoiled) << phase << " " << ofSecond;
+  }
+}
+
+// Inside the head a ghost across the phase hardly changes a magnitude.
+TEST(Ghost, IsLeftWhereTheHeadDoesNotShowIt) {
+  EXPECT_TRUE(GhostedHead(0.08, 0.5 * std::numbers::pi, 1.0).estimate().ghosts.areNone());
+}
+
+TEST(Ghost, ExchangedImagesNegateTheMap) {
+  const Ghosted pair(0.08, 0.0, 0.6);
+  const MassPreservingResult one = estimateMassPreserving(pair.first, pair.second, voxelMm),
+                             other = estimateMassPreserving(pair.second, pair.first, voxelMm);
+  EXPECT_FALSE(one.ghosts.areNone());
+  EXPECT_EQ(other.shiftVoxels, -one.shiftVoxels);
+  EXPECT_EQ(other.ghosts.first, one.ghosts.second);
 }
 
 }  // namespace
