@@ -69,12 +69,12 @@ struct AirBySignal {
               const Volume<unsigned char>& air, double level, int rows) {
     const int ny = image.ny();
     for (int z = 0; z < image.nz(); ++z)
-      for (int y = 0; y < ny; ++y)
+      for (int y = 0, row = (rows + ny) % ny; y < ny; ++y, row = row + 1 < ny ? row + 1 : 0)
         for (int x = 0; x < image.nx(); ++x) {
           if (air.at(x, y, z) == 0) continue;
           const float v = image.at(x, y, z);
           const double value = std::isfinite(v) ? static_cast<double>(v) : 0.0;
-          const double partner = static_cast<double>(away.at(x, (y + rows + ny) % ny, z));
+          const double partner = static_cast<double>(away.at(x, row, z));
           all.add(value, partner);
           if (partner > bright * level)
             ofBright.add(value, partner);
