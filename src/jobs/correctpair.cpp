@@ -119,6 +119,17 @@ void addPlacesLeftOut(RunRecord& run, const PairInput& pair, const PairEstimate&
       "map continues what is around these places");
 }
 
+void addGhosts(RunRecord& run, const PairInput& pair, const PairEstimate& estimate) {
+  const PairGhosts& ghosts = estimate.ghosts;
+  if (ghosts.areNone()) return;
+  run.warnings.push_back(pair.a.title() + " and " + pair.b.title() +
+                         " hold ghosts of themselves, half a field of view away (of " +
+                         text("%.2g", 100 * ghosts.first) + " and " +
+                         text("%.2g", 100 * ghosts.second) +
+                         " %): they were taken off for the estimate of the map, and the corrected "
+                         "images still hold them");
+}
+
 // The series are joined where their headers put them: what the head did in between is not known.
 void addMotionDoubt(RunRecord& run, const PairInput& pair, const PairEstimate& estimate) {
   if (!estimate.motion) return;
@@ -186,6 +197,7 @@ void addRemarks(RunRecord& run, const PairInput& pair, const PairEstimate& estim
   run.warnings.insert(run.warnings.end(), doubts.begin(), doubts.end());
   addRatioRemarks(run, pair, estimate);
   addPlacesLeftOut(run, pair, estimate);
+  addGhosts(run, pair, estimate);
   if (estimate.motion)
     run.notes.push_back("the map and the field hold the distortion with the head where it was in " +
                         pair.a.title() + "; of " + pair.b.title() +

@@ -78,6 +78,12 @@ Json varyingRatioJson(const PairFindings& findings) {
           {"Spread", findings.intensityRatioSpread}};
 }
 
+// In % of the image; null: none was taken off.
+Json ghostsJson(const PairGhosts& ghosts) {
+  if (ghosts.areNone()) return nullptr;
+  return {{"Percent", {100 * ghosts.first, 100 * ghosts.second}}, {"PhaseCosine", ghosts.cosine}};
+}
+
 Json settingsJson(const EstimateSettings& settings, const PairFindings& findings) {
   Json json = {{"Estimator", nameOf(settings.estimator)}};
   if (settings.estimator == Estimator::search) {
@@ -93,6 +99,7 @@ Json settingsJson(const EstimateSettings& settings, const PairFindings& findings
     json["IntensityRatioVaries"] = varyingRatioJson(findings);
     json["HeadMotion"] = motionJson(findings);
     json["ShareOut"] = findings.shareOut;
+    json["Ghosts"] = ghostsJson(findings.ghosts);
     json["Background"] = {findings.backgroundA, findings.backgroundB};
   }
   json["IntensityScale"] = findings.intensityScale;
@@ -300,6 +307,7 @@ void addPairSummary(Json& json, const PairRecord& pair) {
   json["intensityRatio"] = findings.intensityRatio;
   json["intensityRatioVaries"] = varyingRatioJson(findings);
   json["shareOut"] = findings.shareOut;
+  json["ghosts"] = ghostsJson(findings.ghosts);
   json["estimateMotion"] = pair.settings.looksForMotion();
   json["headMotion"] = motionJson(findings);
   json["modulation"] = pair.settings.usedModulation() == Modulation::on;

@@ -207,12 +207,21 @@ void Estimation::finishDeviation() {
     deviation.data()[i] = std::sqrt(std::max(deviation.data()[i], 0.0F));
 }
 
+void Estimation::setImages(const Volume<float>& first, const Volume<float>& second) {
+  logScale = options.estimateScale ? logSignalRatio(first, second, options.weights) : 0.0;
+  signal = std::sqrt(signalLevel(first)) * std::sqrt(signalLevel(second));
+  // Half of the scale goes to each, so that exchanging the images changes nothing but signs.
+  makeImages(scaledImage(first, std::exp(-0.5 * logScale) / signal),
+             scaledImage(second, std::exp(0.5 * logScale) / signal));
+}
+
 void Estimation::makeImages(const Volume<float>& first, const Volume<float>& second) {
+  images.clear();
   images.emplace_back(first, second);
   for (std::size_t l = 1; l < levels.size(); ++l)
     images.emplace_back(coarsen(images[l - 1].first, levels[l].halved, options.parallel),
                         coarsen(images[l - 1].second, levels[l].halved, options.parallel));
-  if (options.weights.size() == 0) return;
+  if (options.weights.size() == 0 || !weights.empty()) return;
   weights.push_back(options.weights);
   for (std::size_t l = 1; l < levels.size(); ++l)
     weights.push_back(coarsen(weights[l - 1], levels[l].halved));
@@ -222,15 +231,10 @@ MassPreservingResult Estimation::run(const Volume<float>& first, const Volume<fl
                                      const glm::dvec3& voxelMm) {
   result.shiftVoxels = Volume<float>(first.dimensions(), 0.0F);
   if (options.uncertainty) result.deviationVoxels = result.shiftVoxels;
-  const double signal1 = signalLevel(first), signal2 = signalLevel(second);
-  if (!(signal1 > 0.0) || !(signal2 > 0.0)) return std::move(result);
-  const double logScale =
-      options.estimateScale ? logSignalRatio(first, second, options.weights) : 0.0;
-  const double signal = std::sqrt(signal1) * std::sqrt(signal2);
+  if (!(signalLevel(first) > 0.0) || !(signalLevel(second) > 0.0)) return std::move(result);
   levels = makePyramid(first.dimensions(), voxelMm, fewestVoxels);
-  // Half of the scale goes to each, so that exchanging the images changes nothing but signs.
-  makeImages(scaledImage(first, std::exp(-0.5 * logScale) / signal),
-             scaledImage(second, std::exp(0.5 * logScale) / signal));
+  setImages(first, second);
+  chooseGhosts(first, second);
 
   bool moved = fitAll();
   while (!isLastFit()) {

@@ -49,7 +49,11 @@ class Estimation {
   using Images = std::pair<Volume<float>, Volume<float>>;
   enum class Head { still, moving };
   enum class Ratio { taken, inQuestion };
+  void setImages(const Volume<float>& first, const Volume<float>& second);
   void makeImages(const Volume<float>& first, const Volume<float>& second);
+  double withoutGhosts(const Volume<float>& first, const Volume<float>& second,
+                       const PairGhosts& ghosts);
+  void chooseGhosts(const Volume<float>& first, const Volume<float>& second);
   Volume<float> startOn(int level) const;
   Volume<float> trustOn(int level) const;
   Volume<float> weightsOn(int level) const {
@@ -112,7 +116,8 @@ class Estimation {
   const std::function<void(const MassPreservingProgress&)>& progress;
   std::vector<PyramidLevel> levels;
   std::vector<Images> images;
-  std::vector<Volume<float>> weights;  // of the options, by resolution; none: all alike
+  std::vector<Volume<float>> weights;   // of the options, by resolution; none: all alike
+  double logScale = 0.0, signal = 1.0;  // of the images: their ratio, and their level
   State now;
   PlaceTrust standingOut;  // by the last fit at the finest resolution
   int refits = 0;          // made without places that stood out

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "containers/volume.h"
+#include "masspreserving/ghost.h"
 #include "numerics/parallel.h"
 #include "numerics/rigidmotion.h"
 
@@ -66,6 +67,8 @@ struct MassPreservingResult {
   /// Of the squared signal, the part in places whose residuals stand far out of those elsewhere
   /// (PlaceTrust), which hardly count and where the map continues what is around them.
   double shareOut = 0.0;
+  /// Nyquist ghosts that were taken off the images first; none where they were not.
+  PairGhosts ghosts;
   /// The head's motion from the first to the second image, in mm along the axes of the grid and
   /// about its middle; none if it was not estimated or is not significant. What of it runs along y
   /// is a convention (docs/mass-preserving.md).

@@ -95,6 +95,7 @@ Found estimateMap(const PairInput& pair, const EstimateSettings& settings, PairE
   estimate.contrast = result.contrast;
   estimate.intensityRatioSpread = result.ratioSpread;
   estimate.shareOut = result.shareOut;
+  estimate.ghosts = result.ghosts;
   if (settings.uncertainty) estimate.deviation = frame.back(std::move(result.deviationVoxels));
   Found found;
   if (!result.motion.isNone()) {

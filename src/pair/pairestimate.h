@@ -7,6 +7,7 @@
 
 #include "base/progress.h"
 #include "field/corrector.h"
+#include "masspreserving/ghost.h"
 #include "numerics/rigidmotion.h"
 #include "pair/pairinput.h"
 #include "pair/startagreement.h"
@@ -78,6 +79,8 @@ struct PairFindings {
   /// Of the mass-preserving estimate: the part of the squared signal in places where the images
   /// do not belong together, which hardly count (PlaceTrust).
   double shareOut = 0;
+  /// Of the mass-preserving estimate: the Nyquist ghosts that were taken off for it.
+  PairGhosts ghosts;
   /// Of the map with what it started from, where the pair has that.
   std::optional<StartAgreement> withStart;
   PairAgreement agreement;

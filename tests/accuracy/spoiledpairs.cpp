@@ -199,18 +199,35 @@ Spoiling meanNoise() {
           }};
 }
 
-Volume<float> ghosted(const Volume<float>& signal, float share) {
+using Phase = std::function<double(glm::dvec3)>;
+
+// With its Nyquist ghost of a share of it, half a field of view away: the magnitude of both, with a
+// phase between them.
+Volume<float> ghosted(const Volume<float>& signal, double share, const Phase& phase) {
   Volume<float> result = signal;
+  const glm::dvec3 size(signal.dimensions());
   for (int z = 0; z < signal.nz(); ++z)
     for (int y = 0; y < signal.ny(); ++y)
-      for (int x = 0; x < signal.nx(); ++x)
-        result.at(x, y, z) += share * signal.at(x, (y + signal.ny() / 2) % signal.ny(), z);
+      for (int x = 0; x < signal.nx(); ++x) {
+        const double angle = phase(2.0 * (glm::dvec3(x, y, z) + 0.5) / size - 1.0);
+        const double ghost =
+            share * static_cast<double>(signal.at(x, (y + signal.ny() / 2) % signal.ny(), z));
+        result.at(x, y, z) = static_cast<float>(
+            std::hypot(static_cast<double>(signal.at(x, y, z)) + ghost * std::cos(angle),
+                       ghost * std::sin(angle)));
+      }
   return result;
 }
 
-Spoiling ghost() {
-  return {"ghost of 5 %, half a field of view away", false, [](const SpoilableHead& head) {
-            return pairOf(head, ghosted(firstOf(head), 0.05F), ghosted(secondOf(head), 0.05F));
+double inPhase(glm::dvec3 /*unit*/) { return 0.0; }
+double outOfPhase(glm::dvec3 /*unit*/) { return std::numbers::pi; }
+// As the coils' and the field's phase runs: by a turn from side to side.
+double turning(glm::dvec3 u) { return std::numbers::pi * (u.x + 0.3 * u.y + 0.2 * u.z); }
+
+Spoiling ghost(const char* name, double ofFirst, double ofSecond, const Phase& phase) {
+  return {name, false, [=](const SpoilableHead& head) {
+            return pairOf(head, ghosted(firstOf(head), ofFirst, phase),
+                          ghosted(secondOf(head), ofSecond, phase));
           }};
 }
 
@@ -260,7 +277,12 @@ std::vector<Spoiling> spoilings() {
       {"those slices cut off", false, cutOff},
       risingNoise(),
       meanNoise(),
-      ghost(),
+      ghost("ghost of 5 %, half a field of view away", 0.05, 0.05, inPhase),
+      ghost("ghost of 10 %", 0.1, 0.1, inPhase),
+      ghost("ghost of 5 % in one image", 0.05, 0.0, inPhase),
+      ghost("ghost of 5 % in counterphase", 0.05, 0.05, outOfPhase),
+      ghost("ghost of 5 % with a phase that turns", 0.05, 0.05, turning),
+      ghost("ghost of 10 % with a phase that turns", 0.1, 0.1, turning),
   };
 }
 

@@ -39,6 +39,21 @@ class CorrectContrast : public CorrectPair {
     writer.finish();
     return file("changed.nii.gz");
   }
+  /// The first image with a ghost of 8 %, half a field of view away.
+  ProgramResult correctWithGhost() const {
+    nifti::Reader reader(ap());
+    const Volume<float> image = reader.readVolume(0);
+    nifti::Writer writer(file("changed.nii.gz"), nifti::floatMapLike(reader.header()));
+    Volume<float> ghosted = image;
+    for (int z = 0; z < image.nz(); ++z)
+      for (int y = 0; y < image.ny(); ++y)
+        for (int x = 0; x < image.nx(); ++x)
+          ghosted.at(x, y, z) += 0.08F * image.at(x, (y + image.ny() / 2) % image.ny(), z);
+    writer.write(ghosted);
+    writer.finish();
+    return runMirel(
+        {"correct", file("changed.nii.gz"), pa(), "--pe-a", "j-", "--json", "-o", out()});
+  }
   ProgramResult correctWith(const TissueContrast& contrast, double lostMm = 0.0) const {
     return runMirel(
         {"correct", apWith(contrast, lostMm), pa(), "--pe-a", "j-", "--json", "-o", out()});
@@ -87,10 +102,25 @@ TEST_F(CorrectContrast, LostSignalIsWarnedOfWithHowMuch) {
   EXPECT_EQ(summary["verdict"]["sliceResiduals"].size(), 28U);
 }
 
+TEST_F(CorrectContrast, AGhostIsWarnedOfAndRecorded) {
+  const ProgramResult result = correctWithGhost();
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_THAT(result.err, HasSubstr("ghosts of themselves"));
+  EXPECT_THAT(result.err, HasSubstr("the corrected images still hold them"));
+  const json ghosts = json::parse(result.out)["ghosts"];
+  // More than 8, for the noise, which is positive in a magnitude, came in with the ghost.
+  EXPECT_GT(ghosts["Percent"][0], 8.0);
+  EXPECT_LT(ghosts["Percent"][0], 13.0);
+  EXPECT_EQ(ghosts["Percent"][1], 0.0);
+  EXPECT_GE(ghosts["PhaseCosine"], 0.5);
+}
+
 TEST_F(CorrectContrast, NothingIsSaidOfAWholePair) {
   const ProgramResult result = correctWith({});
   ASSERT_EQ(result.status, 0) << result.err;
   EXPECT_EQ(json::parse(result.out)["shareOut"], 0.0);
+  EXPECT_TRUE(json::parse(result.out)["ghosts"].is_null());
+  EXPECT_THAT(result.err, testing::Not(HasSubstr("ghost")));
   EXPECT_EQ(json::parse(result.out)["verdict"]["trust"], "trusted");
 }
 
