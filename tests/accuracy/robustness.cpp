@@ -2,11 +2,12 @@
 // the unspoiled pair of the same head:
 //
 //   mirel_robustness [--size NX NY NZ] [--shift VOXELS] [--seeds N N ...] [--measured] [--row TEXT]
-//                    [--details] [--no-local-ratio] [--uncertainty]
+//                    [--details] [--no-local-ratio] [--uncertainty] [--bound]
 //
 // Heads are simulated, with one seed each; with --measured they are made from the magnitude and
 // field in MIREL_TEST_DATA. --row takes the rows whose name holds the text, and the first.
-// --uncertainty prints the errors over the deviations that the estimate tells.
+// --uncertainty prints the errors over the deviations that the estimate tells, --bound the errors
+// over the least that the images allow, of the rows whose model holds.
 
 #include <algorithm>
 #include <array>
@@ -20,6 +21,7 @@
 #include <utility>
 #include <vector>
 
+#include "accuracy/bound.h"
 #include "accuracy/spoiledpairs.h"
 #include "masspreserving/masspreserving.h"
 
@@ -33,6 +35,7 @@ struct Wanted {
   std::vector<std::uint64_t> seeds{1, 2, 3};
   bool measured = false;
   bool details = false;
+  bool bound = false;
   MassPreservingOptions options;
   std::string row;
 };
@@ -62,6 +65,8 @@ Wanted parse(int argc, char** argv) {
       wanted.options.localRatio = false;
     } else if (option == "--uncertainty") {
       wanted.options.uncertainty = true;
+    } else if (option == "--bound") {
+      wanted.bound = true;
     } else if (option == "--row") {
       wanted.row = next();
     } else {
@@ -146,6 +151,7 @@ void run(const Wanted& wanted) {
     for (const std::uint64_t seed : wanted.seeds)
       heads.push_back(simulatedHead(wanted.size, wanted.shift, seed));
   }
+  if (wanted.bound) return printBounds(heads, wanted.row, wanted.options);
   std::printf(
       "| pair | rms voxels | times the unspoiled | in the spoiled region | times | s |\n"
       "|---|---|---|---|---|---|\n");
