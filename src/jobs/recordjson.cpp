@@ -78,6 +78,14 @@ Json varyingRatioJson(const PairFindings& findings) {
           {"Spread", findings.intensityRatioSpread}};
 }
 
+// Null: there was no mass-preserving estimate. Tails null: normal.
+Json residualNoiseJson(const PairFindings& findings) {
+  if (findings.estimator != Estimator::massPreserving) return nullptr;
+  const double tails = findings.noiseTails;
+  return {{"OfSignal", findings.noiseOfSignal},
+          {"Tails", std::isfinite(tails) ? Json(tails) : Json(nullptr)}};
+}
+
 Json settingsJson(const EstimateSettings& settings, const PairFindings& findings) {
   Json json = {{"Estimator", nameOf(settings.estimator)}};
   if (settings.estimator == Estimator::search) {
@@ -93,6 +101,7 @@ Json settingsJson(const EstimateSettings& settings, const PairFindings& findings
     json["IntensityRatioVaries"] = varyingRatioJson(findings);
     json["HeadMotion"] = motionJson(findings);
     json["ShareOut"] = findings.shareOut;
+    json["ResidualNoise"] = residualNoiseJson(findings);
     json["Background"] = {findings.backgroundA, findings.backgroundB};
   }
   json["IntensityScale"] = findings.intensityScale;
@@ -118,6 +127,8 @@ Json verdictJson(const Verdict& verdict, int sign) {
                {"Residual", found.residual},
                {"ResidualOfNoise", found.residualOfNoise},
                {"SliceResiduals", listOf(found.sliceResiduals)},
+               {"SliceMisfits", listOf(found.sliceMisfits)},
+               {"SliceAxis", bids::nameOf({found.sliceAxis, 1})},
                {"DisplacementVoxels", found.shiftVoxels},
                {"Stretch", found.stretch},
                {"Shear", found.shear}};
@@ -275,6 +286,8 @@ Json verdictSummary(const Verdict& verdict) {
                {"residual", found.residual},
                {"residualOfNoise", found.residualOfNoise},
                {"sliceResiduals", listOf(found.sliceResiduals)},
+               {"sliceMisfits", listOf(found.sliceMisfits)},
+               {"sliceAxis", bids::nameOf({found.sliceAxis, 1})},
                {"displacementVoxels", found.shiftVoxels},
                {"stretch", found.stretch},
                {"shear", found.shear}};
@@ -300,6 +313,7 @@ void addPairSummary(Json& json, const PairRecord& pair) {
   json["intensityRatio"] = findings.intensityRatio;
   json["intensityRatioVaries"] = varyingRatioJson(findings);
   json["shareOut"] = findings.shareOut;
+  json["residualNoise"] = residualNoiseJson(findings);
   json["estimateMotion"] = pair.settings.looksForMotion();
   json["headMotion"] = motionJson(findings);
   json["modulation"] = pair.settings.usedModulation() == Modulation::on;

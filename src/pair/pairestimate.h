@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <limits>
 #include <optional>
 #include <string>
 #include <vector>
@@ -76,6 +77,9 @@ struct PairFindings {
   /// Of the mass-preserving estimate: the part of the squared signal in places where the images
   /// do not belong together, which hardly count (PlaceTrust).
   double shareOut = 0;
+  /// Of the mass-preserving estimate: what its residuals leave per voxel and image, as a fraction
+  /// of the signal, and nu of the Student's t distribution whose scale that is (infinite: normal).
+  double noiseOfSignal = 0, noiseTails = std::numeric_limits<double>::infinity();
   /// Of the map with what it started from, where the pair has that.
   std::optional<StartAgreement> withStart;
   PairAgreement agreement;
