@@ -38,7 +38,7 @@ Volume<float> scoredWhere(const SpoiledPair& pair) {
   Volume<float> image(pair.scored.dimensions());
   for (int i = 0; i < image.size(); ++i) {
     const bool spoiled = pair.spoiled.size() > 0 && pair.spoiled.data()[i] != 0;
-    image.data()[i] = spoiled ? 2.0F : pair.scored.data()[i];
+    image.data()[i] = spoiled ? 2.0F : static_cast<float>(pair.scored.data()[i]);
   }
   return image;
 }
