@@ -64,6 +64,18 @@ std::int64_t replaceNonFinite(Volume<float>& volume) {
   return replaced;
 }
 
+bool fallsBelowZero(const Volume<float>& volume) { return volume.min() < 0.0f; }
+
+std::int64_t raiseToZero(Volume<float>& volume) {
+  std::int64_t raised = 0;
+  for (int n = 0; n < volume.size(); ++n)
+    if (volume.data()[n] < 0.0f) {
+      volume.data()[n] = 0.0f;
+      ++raised;
+    }
+  return raised;
+}
+
 void MeanOfVolumes::add(const Volume<float>& volume) {
   if (count == wanted) return;
   addValues(sum.data(), volume.data(), sum.size(), chosenVariant());

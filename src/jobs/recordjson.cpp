@@ -84,6 +84,14 @@ Json ghostsJson(const PairGhosts& ghosts) {
   return {{"Percent", {100 * ghosts.first, 100 * ghosts.second}}, {"PhaseCosine", ghosts.cosine}};
 }
 
+// Null: there was no mass-preserving estimate. Tails null: normal.
+Json residualNoiseJson(const PairFindings& findings) {
+  if (findings.estimator != Estimator::massPreserving) return nullptr;
+  const double tails = findings.noiseTails;
+  return {{"OfSignal", findings.noiseOfSignal},
+          {"Tails", std::isfinite(tails) ? Json(tails) : Json(nullptr)}};
+}
+
 Json settingsJson(const EstimateSettings& settings, const PairFindings& findings) {
   Json json = {{"Estimator", nameOf(settings.estimator)}};
   if (settings.estimator == Estimator::search) {
@@ -100,6 +108,7 @@ Json settingsJson(const EstimateSettings& settings, const PairFindings& findings
     json["HeadMotion"] = motionJson(findings);
     json["ShareOut"] = findings.shareOut;
     json["Ghosts"] = ghostsJson(findings.ghosts);
+    json["ResidualNoise"] = residualNoiseJson(findings);
     json["Background"] = {findings.backgroundA, findings.backgroundB};
   }
   json["IntensityScale"] = findings.intensityScale;
@@ -125,6 +134,8 @@ Json verdictJson(const Verdict& verdict, int sign) {
                {"Residual", found.residual},
                {"ResidualOfNoise", found.residualOfNoise},
                {"SliceResiduals", listOf(found.sliceResiduals)},
+               {"SliceMisfits", listOf(found.sliceMisfits)},
+               {"SliceAxis", bids::nameOf({found.sliceAxis, 1})},
                {"DisplacementVoxels", found.shiftVoxels},
                {"Stretch", found.stretch},
                {"Shear", found.shear}};
@@ -282,6 +293,8 @@ Json verdictSummary(const Verdict& verdict) {
                {"residual", found.residual},
                {"residualOfNoise", found.residualOfNoise},
                {"sliceResiduals", listOf(found.sliceResiduals)},
+               {"sliceMisfits", listOf(found.sliceMisfits)},
+               {"sliceAxis", bids::nameOf({found.sliceAxis, 1})},
                {"displacementVoxels", found.shiftVoxels},
                {"stretch", found.stretch},
                {"shear", found.shear}};
@@ -308,6 +321,7 @@ void addPairSummary(Json& json, const PairRecord& pair) {
   json["intensityRatioVaries"] = varyingRatioJson(findings);
   json["shareOut"] = findings.shareOut;
   json["ghosts"] = ghostsJson(findings.ghosts);
+  json["residualNoise"] = residualNoiseJson(findings);
   json["estimateMotion"] = pair.settings.looksForMotion();
   json["headMotion"] = motionJson(findings);
   json["modulation"] = pair.settings.usedModulation() == Modulation::on;

@@ -253,7 +253,8 @@ MassPreservingResult Estimation::run(const Volume<float>& first, const Volume<fl
   result.contrast = now.model.contrast;
   result.ratioSpread = now.ratioSpread;
   result.shareOut = now.trust.shareOut();
-  result.noiseSigma = std::sqrt(0.5 * now.statistics.noise.variance) * signal;
+  result.noiseOfSignal = std::sqrt(0.5 * now.statistics.noise.variance);
+  result.noiseSigma = result.noiseOfSignal * signal;
   result.noiseTails = now.statistics.noise.nu;
   result.roughnessWeight = now.statistics.roughnessWeight;
   result.degreesOfFreedom = now.statistics.degreesOfFreedom;

@@ -81,6 +81,8 @@ struct MassPreservingResult {
   /// Standard deviation per voxel and image that the fit leaves, in the units of sqrt(I1 I2)
   /// (geometric mean of the two images' scales): noise and what the model does not explain.
   double noiseSigma = 0.0;
+  /// The same as a fraction of the signal, the mean intensity weighted with itself.
+  double noiseOfSignal = 0.0;
   /// nu of the Student's t distribution whose scale that is; infinite: normal, no outliers.
   double noiseTails = std::numeric_limits<double>::infinity();
   /// Prior precision that was chosen for the field's roughness, and the number of parameters of

@@ -96,6 +96,8 @@ Found estimateMap(const PairInput& pair, const EstimateSettings& settings, PairE
   estimate.intensityRatioSpread = result.ratioSpread;
   estimate.shareOut = result.shareOut;
   estimate.ghosts = result.ghosts;
+  estimate.noiseOfSignal = result.noiseOfSignal;
+  estimate.noiseTails = result.noiseTails;
   if (settings.uncertainty) estimate.deviation = frame.back(std::move(result.deviationVoxels));
   Found found;
   if (!result.motion.isNone()) {
@@ -224,6 +226,16 @@ double ratioOf(const PairEstimate& estimate, const Volume<float>& first,
   return a > 0 && b > 0 ? a / b : 1.0;
 }
 
+// The axis along which the slices were acquired, as the sidecar, else the header says it.
+int sliceAxisOf(const InputImage& image) {
+  const auto& sidecar = image.acquisition.sidecar;
+  const std::string stated = sidecar ? sidecar->json().textOf("SliceEncodingDirection") : "";
+  const std::size_t axis = std::string("ijk").find(stated.substr(0, 1));
+  if (!stated.empty() && axis != std::string::npos) return static_cast<int>(axis);
+  const int ofHeader = image.header.slices.sliceAxis;
+  return ofHeader >= 1 && ofHeader <= 3 ? ofHeader - 1 : 2;
+}
+
 const Volume<float>* weightsOf(const PairInput& pair) {
   return pair.mask ? &pair.mask->weights : nullptr;
 }
@@ -271,7 +283,7 @@ void check(const PairInput& pair, Modulation modulation, const Volume<float>& he
   const PairFigures figures =
       measurePair({first, second, modulatedA, modulatedB, estimate.shift, axis,
                    projectVoxelSize(pair.a.header), ratioOf(estimate, modulatedA, modulatedB, head),
-                   estimate.threshold, pair.readoutSeconds, weightsOf(pair)});
+                   estimate.threshold, pair.readoutSeconds, weightsOf(pair), sliceAxisOf(pair.a)});
   estimate.verdict = judgePair(
       figures, agreement, originOf(estimate.estimator),
       {pair.a.title(), pair.b.title(), sidecarsOf(pair),

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <limits>
 #include <optional>
 #include <string>
 #include <vector>
@@ -81,6 +82,9 @@ struct PairFindings {
   double shareOut = 0;
   /// Of the mass-preserving estimate: the Nyquist ghosts that were taken off for it.
   PairGhosts ghosts;
+  /// Of the mass-preserving estimate: what its residuals leave per voxel and image, as a fraction
+  /// of the signal, and nu of the Student's t distribution whose scale that is (infinite: normal).
+  double noiseOfSignal = 0, noiseTails = std::numeric_limits<double>::infinity();
   /// Of the map with what it started from, where the pair has that.
   std::optional<StartAgreement> withStart;
   PairAgreement agreement;

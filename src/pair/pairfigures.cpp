@@ -84,11 +84,16 @@ void compareSlices(const std::vector<Difference>& slices, double variance, PairF
     all += slice.all;
     squares += slice.squares;
   }
+  std::vector<float> misfits;
   for (const Difference& slice : slices) {
     const bool counts = slice.all * static_cast<double>(slices.size()) > hardlyAnything * all;
+    figures.sliceMisfits.push_back(counts ? rootOfRatio(slice.squares, slice.count) : 0);
+    if (counts) misfits.push_back(static_cast<float>(figures.sliceMisfits.back()));
     figures.sliceResiduals.push_back(counts ? slice.beyondNoise(variance) : 0);
     figures.sliceShares.push_back(counts && squares > 0 ? slice.squares / squares : 0);
   }
+  const double middle = misfits.empty() ? 0 : static_cast<double>(quantile(misfits, 0.5));
+  for (double& misfit : figures.sliceMisfits) misfit = middle > 0 ? misfit / middle : 0;
 }
 
 void measureHead(const PairToMeasure& pair, double ratio, double noiseVariance,
@@ -97,8 +102,10 @@ void measureHead(const PairToMeasure& pair, double ratio, double noiseVariance,
   for (int axis = 0; axis < 3; ++axis) slopes[axis] = slopeAlong(pair.shift, axis);
   double difference = 0, all = 0, voxels = 0, shift = 0, stretch = 0, shear = 0;
   std::vector<float> inHead;
-  std::vector<Difference> slices(static_cast<std::size_t>(pair.shift.nz()));
-  const int perSlice = pair.shift.nx() * pair.shift.ny();
+  const glm::ivec3 size = pair.shift.dimensions();
+  std::vector<Difference> slices(static_cast<std::size_t>(size[pair.sliceAxis]));
+  const int within = pair.sliceAxis == 0 ? 1 : pair.sliceAxis == 1 ? size.x : size.x * size.y;
+  figures.sliceAxis = pair.sliceAxis;
   for (int i = 0; i < pair.shift.size(); ++i) {
     const double a = static_cast<double>(pair.correctedFirst.data()[i]);
     const double b = ratio * static_cast<double>(pair.correctedSecond.data()[i]);
@@ -110,7 +117,7 @@ void measureHead(const PairToMeasure& pair, double ratio, double noiseVariance,
     difference += square;
     all += weight;
     voxels += counts;
-    Difference& slice = slices[static_cast<std::size_t>(i / perSlice)];
+    Difference& slice = slices[static_cast<std::size_t>(i / within % size[pair.sliceAxis])];
     slice.squares += square;
     slice.all += weight;
     slice.count += counts;

@@ -19,9 +19,11 @@ struct PairFigures {
   /// Corrected and modulated the two images are the same: root mean square difference in the head
   /// over that of their mean, and what of it noise accounts for.
   double residual = 0, residualOfNoise = 0;
-  /// That difference beyond noise in each slice (along k) on its own, and the slice's part of the
-  /// squared differences of all; 0 in slices with hardly any of the head.
-  std::vector<double> sliceResiduals, sliceShares;
+  /// That difference beyond noise in each slice on its own, the slice's part of the squared
+  /// differences of all, and the root mean square difference itself over that of the median slice;
+  /// 0 in slices with hardly any of the head.
+  std::vector<double> sliceResiduals, sliceShares, sliceMisfits;
+  int sliceAxis = 2;  ///< along which they are counted
   /// Root mean squares over the head, weighted with the squared signal: of the displacement in
   /// voxels, of its change along the axis (voxels per voxel), and of that across it (mm per mm).
   double shiftVoxels = 0, stretch = 0, shear = 0;
@@ -49,6 +51,7 @@ struct PairToMeasure {
   std::optional<double> readoutSeconds;
   /// How much each voxel of the corrected images counts, 0 to 1; null: all alike.
   const Volume<float>* weights = nullptr;
+  int sliceAxis = 2;
 
   double weightOf(int voxel) const {
     return weights != nullptr ? static_cast<double>(weights->data()[voxel]) : 1.0;

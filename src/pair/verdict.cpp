@@ -1,6 +1,7 @@
 #include "pair/verdict.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "base/joined.h"
 #include "base/numbertext.h"
@@ -117,30 +118,36 @@ void judgeSize(double found, double doubtful, double largest, const std::string&
                   (grave ? untrusted : ""));
 }
 
-// Slices whose residual is too large and far out of those of the others (beyond the outer fence of
-// J. W. Tukey, Exploratory Data Analysis, 1977), where they hold most of what the images differ by:
-// a slice at the rim of a good pair does not.
+// Slices whose residual is too large and whose misfit is far out of those of the others (beyond the
+// outer fence of the logarithms, J. W. Tukey, Exploratory Data Analysis, 1977), where they hold
+// most of what the images differ by: a slice at the rim of a good pair does not. The fence is one
+// of misfits with their noise: beyond noise those of most slices may be 0.
 void judgeSlices(const PairFigures& figures, const std::string& both, Verdict& verdict) {
-  std::vector<float> found;
-  for (const double residual : figures.sliceResiduals)
-    if (residual > 0) found.push_back(static_cast<float>(residual));
+  std::vector<float> found, logs;
+  for (std::size_t k = 0; k < figures.sliceMisfits.size(); ++k) {
+    if (!(figures.sliceMisfits[k] > 0)) continue;
+    found.push_back(static_cast<float>(figures.sliceResiduals[k]));
+    logs.push_back(static_cast<float>(std::log(figures.sliceMisfits[k])));
+  }
   if (found.size() < fewestSlices) return;
-  const double low = static_cast<double>(quantile(found, 0.25)),
+  const double low = static_cast<double>(quantile(logs, 0.25)),
                middle = static_cast<double>(quantile(found, 0.5)),
-               high = static_cast<double>(quantile(found, 0.75));
-  const double limit = std::max(high + 3 * (high - low), doubtfulResidual);
+               high = static_cast<double>(quantile(logs, 0.75));
+  const double limit = std::exp(high + 3 * (high - low));
   std::vector<std::size_t> out;
   double share = 0, most = 0;
   for (std::size_t k = 0; k < figures.sliceResiduals.size(); ++k) {
-    if (!(figures.sliceResiduals[k] > limit)) continue;
+    if (!(figures.sliceMisfits[k] > limit && figures.sliceResiduals[k] > doubtfulResidual))
+      continue;
     out.push_back(k);
     share += figures.sliceShares[k];
     most = std::max(most, figures.sliceResiduals[k]);
   }
   if (!(share > 0.5)) return;
   verdict.add(Trust::doubtful,
-              "in slices " + rangesOf(out) + " (counted from 0) " + both +
-                  ", corrected, differ by up to " + percent(most) +
+              "in slices " + rangesOf(out) + " (counted from 0" +
+                  (figures.sliceAxis == 2 ? "" : " along " + bids::nameOf({figures.sliceAxis, 1})) +
+                  ") " + both + ", corrected, differ by up to " + percent(most) +
                   " beyond noise, where the others differ by " + percent(middle) +
                   ": one of them may have lost signal there, or the head moved meanwhile");
 }

@@ -3,10 +3,13 @@
 //
 //   mirel_robustness [--size NX NY NZ] [--shift VOXELS] [--seeds N N ...] [--measured] [--row TEXT]
 //                    [--details] [--no-local-ratio] [--uncertainty]
+//                    [--bound] [--write FOLDER]
 //
 // Heads are simulated, with one seed each; with --measured they are made from the magnitude and
 // field in MIREL_TEST_DATA. --row takes the rows whose name holds the text, and the first.
-// --uncertainty prints the errors over the deviations that the estimate tells.
+// --uncertainty prints the errors over the deviations that the estimate tells, --bound the errors
+// over the least that the images allow, of the rows whose model holds.
+// --write FOLDER writes maps and images of the first seed (writtenmaps.h).
 
 #include <algorithm>
 #include <array>
@@ -20,7 +23,9 @@
 #include <utility>
 #include <vector>
 
+#include "accuracy/bound.h"
 #include "accuracy/spoiledpairs.h"
+#include "accuracy/writtenmaps.h"
 #include "masspreserving/masspreserving.h"
 
 using namespace mirel;
@@ -33,6 +38,8 @@ struct Wanted {
   std::vector<std::uint64_t> seeds{1, 2, 3};
   bool measured = false;
   bool details = false;
+  bool bound = false;
+  std::string folder;  // of the maps; empty: none are written
   MassPreservingOptions options;
   std::string row;
 };
@@ -62,6 +69,10 @@ Wanted parse(int argc, char** argv) {
       wanted.options.localRatio = false;
     } else if (option == "--uncertainty") {
       wanted.options.uncertainty = true;
+    } else if (option == "--bound") {
+      wanted.bound = true;
+    } else if (option == "--write") {
+      wanted.folder = next();
     } else if (option == "--row") {
       wanted.row = next();
     } else {
@@ -146,11 +157,13 @@ void run(const Wanted& wanted) {
     for (const std::uint64_t seed : wanted.seeds)
       heads.push_back(simulatedHead(wanted.size, wanted.shift, seed));
   }
+  if (wanted.bound) return printBounds(heads, wanted.row, wanted.options);
   std::printf(
       "| pair | rms voxels | times the unspoiled | in the spoiled region | times | s |\n"
       "|---|---|---|---|---|---|\n");
   double unspoiled = 0.0;
   std::vector<double> unspoiledThere;
+  WrittenMaps maps(wanted.folder, wanted.options);
   for (const Spoiling& spoiling : spoilings()) {
     const bool first = unspoiled == 0.0;
     if (!first && spoiling.name.find(wanted.row) == std::string::npos) continue;
@@ -159,6 +172,8 @@ void run(const Wanted& wanted) {
       if (!spoiling.needsContrast || head.withContrast)
         add(score, spoiling.make(head), head, wanted);
     if (score.pairs == 0) continue;
+    if (!wanted.folder.empty())
+      maps.add(spoiling.name, spoiling.make(heads.front()), heads.front().voxelMm);
     if (first) unspoiled = score.rms();
     std::printf("| %s | %.4f | %.2f |", spoiling.name.c_str(), score.rms(),
                 score.rms() / unspoiled);

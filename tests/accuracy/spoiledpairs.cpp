@@ -63,13 +63,16 @@ Volume<float> firstOf(const SpoilableHead& head) { return image(head.density, he
 Volume<float> secondOf(const SpoilableHead& head) { return image(head.density, -head.shiftVoxels); }
 
 Spoiling withNoise(const char* name, double noise) {
-  return {name, false, [noise](const SpoilableHead& head) {
+  return {name, false,
+          [noise](const SpoilableHead& head) {
             return pairOf(head, firstOf(head), secondOf(head), noise);
-          }};
+          },
+          /*modelHolds=*/true};
 }
 
 Spoiling larger(const char* name, float factor) {
-  return {name, false, [factor](const SpoilableHead& given) {
+  return {name, false,
+          [factor](const SpoilableHead& given) {
             SpoilableHead head = given;
             head.shiftVoxels *= factor;
             // The continuation beyond the head may not fold either, nor the head.
@@ -78,7 +81,8 @@ Spoiling larger(const char* name, float factor) {
             steepest = std::max(slope.max(), -slope.min());
             if (steepest > 0.85F) head.shiftVoxels *= 0.85F / steepest;
             return pairOf(head, firstOf(head), secondOf(head));
-          }};
+          },
+          /*modelHolds=*/true};
 }
 
 enum class Course { along, across, middle };
@@ -187,7 +191,8 @@ Spoiling risingNoise() {
 
 // The root mean square over the brain of the noise of the row above.
 Spoiling meanNoise() {
-  return {"the same mean noise everywhere", false, [](const SpoilableHead& head) {
+  return {"the same mean noise everywhere", false,
+          [](const SpoilableHead& head) {
             const Volume<float> factor =
                 times(Volume<float>(head.shiftVoxels.dimensions(), 1.0F), rising);
             double sum = 0.0;
@@ -196,7 +201,8 @@ Spoiling meanNoise() {
                 sum += static_cast<double>(factor.data()[i]) * factor.data()[i];
             const double mean = std::sqrt(sum / count(head.brain));
             return pairOf(head, firstOf(head), secondOf(head), 0.02 * mean);
-          }};
+          },
+          /*modelHolds=*/true};
 }
 
 using Phase = std::function<double(glm::dvec3)>;
@@ -274,7 +280,7 @@ std::vector<Spoiling> spoilings() {
       lostSignal("signal halved in a region", 0.5),
       lostSignal("signal lost in a region", 0.0),
       {"a fifth of the slices folds", false, folded},
-      {"those slices cut off", false, cutOff},
+      {"those slices cut off", false, cutOff, /*modelHolds=*/true},
       risingNoise(),
       meanNoise(),
       ghost("ghost of 5 %, half a field of view away", 0.05, 0.05, inPhase),

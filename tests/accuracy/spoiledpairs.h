@@ -44,6 +44,8 @@ struct Spoiling {
   std::string name;
   bool needsContrast = false;
   std::function<SpoiledPair(const SpoilableHead&)> make;
+  /// Whether the estimate's model holds but for noise that is the same everywhere.
+  bool modelHolds = false;
 };
 
 /// All rows of the table. The first is the unspoiled pair.

@@ -96,6 +96,23 @@ TEST(PairFigures, EachSliceHasItsResidual) {
   for (std::size_t k = 0; k < found.size(); ++k)
     EXPECT_NEAR(found[k], k == 3 ? 40.0 / 80.0 : 0.0, 1e-6) << k;  // of slice 9 too little is left
   EXPECT_NEAR(figures.sliceShares[3], 1600.0 / (1600.0 + 16.0), 1e-6);
+  EXPECT_EQ(figures.sliceAxis, 2);
+  EXPECT_EQ(figures.sliceMisfits, std::vector<double>(10, 0.0));  // that of the median slice is 0
+}
+
+TEST(PairFigures, SlicesAreCountedAlongTheirAxisAndComparedWithTheMedianOne) {
+  const Volume<float> image(dims, 100.0f), none(dims, 0.0f);
+  for (const int axis : {0, 1, 2}) {
+    const Volume<float> darker = filled(
+        [axis](int x, int y, int z) { return (glm::ivec3(x, y, z))[axis] == 2 ? 60.0 : 90.0; });
+    PairToMeasure pair = pairOf(image, darker, none);
+    pair.sliceAxis = axis;
+    const PairFigures figures = measurePair(pair);
+    EXPECT_EQ(figures.sliceAxis, axis);
+    ASSERT_EQ(figures.sliceMisfits.size(), static_cast<std::size_t>(dims[axis]));
+    for (std::size_t k = 0; k < figures.sliceMisfits.size(); ++k)
+      EXPECT_NEAR(figures.sliceMisfits[k], k == 2 ? 4.0 : 1.0, 1e-6) << axis << " " << k;
+  }
 }
 
 TEST(PairFigures, NoiseIsMeasuredInTheAirWhateverWasAdded) {

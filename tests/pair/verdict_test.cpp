@@ -87,9 +87,13 @@ TEST(PairVerdict, SlicesThatStandOutAreNamed) {
   figures.sliceResiduals = {0,    0.12, 0.10, 0.11, 0.09, 0.10, 0.11, 0.12,
                             0.10, 0.08, 0.09, 0.11, 0.10, 0.12, 0.11, 0.10};
   figures.sliceShares.assign(16, 1.0 / 16.0);
+  figures.sliceMisfits = {0,   1.2, 1.0, 1.1, 0.9, 1.0, 1.1, 1.2,
+                          1.0, 0.8, 0.9, 1.1, 1.0, 1.2, 1.1, 1.0};
   EXPECT_EQ(verdictOf(figures).trust, Trust::trusted);
   figures.sliceResiduals[4] = figures.sliceResiduals[5] = 0.4;
   figures.sliceResiduals[8] = 0.3;
+  figures.sliceMisfits[4] = figures.sliceMisfits[5] = 4;
+  figures.sliceMisfits[8] = 3;
   EXPECT_EQ(verdictOf(figures).trust, Trust::trusted);  // the others differ by as much
   figures.sliceShares[4] = figures.sliceShares[5] = 0.3;
   const Verdict verdict = verdictOf(figures);
@@ -97,7 +101,17 @@ TEST(PairVerdict, SlicesThatStandOutAreNamed) {
   EXPECT_THAT(textsOf(verdict.reasons),
               Contains(HasSubstr("in slices 4 to 5, 8 (counted from 0) a.nii and b.nii")));
   EXPECT_EQ(verdictOf(figures, goodAgreement(), MapOrigin::search).trust, Trust::trusted);
+  // Noise explains what all others differ by.
+  figures.sliceResiduals.assign(16, 0);
+  figures.sliceResiduals[4] = figures.sliceResiduals[5] = figures.sliceResiduals[8] = 0.3;
+  figures.sliceAxis = 0;
+  EXPECT_THAT(textsOf(verdictOf(figures).reasons),
+              Contains(HasSubstr("in slices 4 to 5, 8 (counted from 0 along i)")));
+  // As noisy as the others.
+  figures.sliceMisfits.assign(16, 1);
+  EXPECT_EQ(verdictOf(figures).trust, Trust::trusted);
   // Far out of the others, but small.
+  figures.sliceMisfits[4] = 6;
   figures.sliceResiduals.assign(16, 0.02);
   figures.sliceResiduals[4] = 0.12;
   EXPECT_EQ(verdictOf(figures).trust, Trust::trusted);
