@@ -3,7 +3,6 @@
 #include "base/numbertext.h"
 #include "base/samefile.h"
 #include "bids/name.h"
-#include "field/seriesparts.h"
 #include "field/warp.h"
 #include "jobs/joinedjson.h"
 #include "jobs/recordjson.h"
@@ -12,7 +11,6 @@
 #include "nifti/finite.h"
 #include "nifti/image.h"
 #include "nifti/orientation.h"
-#include "pair/foreground.h"
 #include "pair/readoutratio.h"
 #include "picture/headmask.h"
 
@@ -208,45 +206,21 @@ std::vector<std::string> filesNamed(const std::string& name) {
   return {name + imageEnd, name + ".json"};
 }
 
-namespace {
-
-// The corrected images and their means as they are written: interpolation falls a little below 0
-// beside bright spots, and of an image that has no such value nothing is to.
-struct WrittenImages {
-  Volume<float> a, b, mean, cubicMean;
-
-  WrittenImages(const PairInput& pair, const PairEstimate& estimate)
-      : a(estimate.correctedA),
-        b(estimate.correctedB),
-        mean(estimate.mean),
-        cubicMean(estimate.meanToCompare()) {
-    const bool signedA = fallsBelowZero(pair.a.image), signedB = fallsBelowZero(pair.b.image);
-    std::int64_t raised = 0;
-    if (!signedA) raised += raiseToZero(a);
-    if (!signedB) raised += raiseToZero(b);
-    if (raised > 0) mean = meanOf(a, b);
-    if (!signedA && !signedB) raiseToZero(cubicMean);
-  }
-};
-
-}  // namespace
-
 void writePair(const PairNames& names, const PairInput& pair, const PairEstimate& estimate,
                const RunRecord& run, const SourceNames& sources, OutputFolder& folder,
                Progress& progress) {
   PairWriter writer(pair, run, sources, folder, progress);
-  const WrittenImages images(pair, estimate);
   const std::string axis = bids::nameOf({pair.axis(), 1});
   const std::string done = ", " + correctedText(run);
   if (!names.correctedA.empty()) {
-    writer.image(names.correctedA, images.a, pair.a.title() + done, {},
+    writer.image(names.correctedA, estimate.correctedA, pair.a.title() + done, {},
                  acquisitionOfCorrected(pair.a, pair.readoutSeconds));
-    writer.image(names.correctedB, images.b, pair.b.title() + done, {},
+    writer.image(names.correctedB, estimate.correctedB, pair.b.title() + done, {},
                  acquisitionOfCorrected(pair.b, partOfSecond(pair) == 1
                                                     ? pair.readoutSeconds
                                                     : pair.b.acquisition.readout->seconds));
   }
-  writer.image(names.mean, images.mean, "Mean of the pair" + done);
+  writer.image(names.mean, estimate.mean, "Mean of the pair" + done);
   const double part = partOfSecond(pair);
   const std::string meaning = "Displacement d along the voxel axis " + axis +
                               ", towards greater indices: true(y) = I(y + d) for " +
@@ -281,7 +255,7 @@ void writePair(const PairNames& names, const PairInput& pair, const PairEstimate
     writer.mask(names.headMask, picture::headMask(estimate.meanToCompare()),
                 "The head in the mean of the pair, with its cavities: 1 inside, 0 outside");
   if (!names.cubicMean.empty())
-    writer.image(names.cubicMean, images.cubicMean,
+    writer.image(names.cubicMean, estimate.meanToCompare(),
                  "Mean of the pair by cubic B-splines, whatever its images are written by: what "
                  "series are aligned and compared with" +
                      done);

@@ -7,6 +7,7 @@
 
 #include "base/numbertext.h"
 #include "base/threadpool.h"
+#include "field/seriesparts.h"
 #include "masspreserving/masspreserving.h"
 #include "numerics/statistics.h"
 #include "pair/agreement.h"
@@ -294,6 +295,19 @@ void check(const PairInput& pair, Modulation modulation, const Volume<float>& he
   progress.at(Stage::checking, 1.0);
 }
 
+// Interpolation falls a little below 0 beside bright spots: images that have no such value are not
+// to get any.
+void raiseImages(const PairInput& pair, const Volume<float>& head, PairEstimate& estimate) {
+  const bool raisesA = !fallsBelowZero(pair.a.image), raisesB = !fallsBelowZero(pair.b.image);
+  std::int64_t raised = 0;
+  if (raisesA) raised += raiseToZero(estimate.correctedA);
+  if (raisesB) raised += raiseToZero(estimate.correctedB);
+  if (raisesA && raisesB && estimate.otherMeanToCompare) raiseToZero(*estimate.otherMeanToCompare);
+  if (raised == 0) return;
+  estimate.mean = meanOf(estimate.correctedA, estimate.correctedB);
+  estimate.agreement.after = agreementOf(estimate.correctedA, estimate.correctedB, head);
+}
+
 // The pair without spikes, if it has any.
 std::optional<PairInput> pairWithoutSpikes(const PairInput& pair) {
   if (pair.a.spikes.empty() && pair.b.spikes.empty()) return std::nullopt;
@@ -310,7 +324,9 @@ void correctWithSpikes(const PairInput& pair, const EstimateSettings& settings,
     Volume<float> corrected =
         correctVolume(image.image - static_cast<float>(background), map, pair.axis(),
                       settings.usedModulation(), settings.interpolation);
-    return std::move(corrected += static_cast<float>(background));
+    corrected += static_cast<float>(background);
+    if (!fallsBelowZero(image.image)) raiseToZero(corrected);
+    return corrected;
   };
   if (!pair.a.spikes.empty())
     estimate.correctedA = through(pair.a, estimate.backgroundA, estimate.shift);
@@ -370,6 +386,7 @@ PairEstimate estimateFrom(const PairInput& input, const EstimateSettings& settin
   addBackground(estimate);
   estimate.mean = meanOf(estimate.correctedA, estimate.correctedB);
   if (written) take(std::move(*written), head, estimate);
+  raiseImages(input, head, estimate);
   return estimate;
 }
 
