@@ -183,7 +183,11 @@ double LevelFit::shareLeft(const NoiseFit& fit) const {
 Volume<float> LevelFit::variance(int draws) {
   updateWeights();
   linearise();
-  return posteriorVariance(objective, *lines, b, sharesLeft(objective, *lines, draws), draws);
+  const Volume<float> shares = sharesLeft(objective, *lines, draws);
+  Objective<float> clean = withoutSlopeNoise(objective, b);
+  const LineSolver<float> cleanLines(clean.roughnessForm(), clean.blockDiagonal(),
+                                     clean.blockNext());
+  return posteriorVariance(objective, clean, cleanLines, b, shares, draws);
 }
 
 void LevelFit::setPriorMean(Volume<float> mean) { objective.priorMean = std::move(mean); }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 #include "masspreserving/gridkernels.h"
 
@@ -41,6 +42,24 @@ void Objective<Real>::evaluate(const Volume<Real>& b) {
   static const Volume<Real> none;
   model.evaluate(b, ratio != nullptr ? ratio->root() : none,
                  ratio != nullptr ? ratio->inverseRoot() : none, residual, low, high, mean);
+}
+
+template <typename Real>
+void Objective<Real>::differenceSlopes(const Volume<Real>& b, Volume<Real>& atLow,
+                                       Volume<Real>& atHigh) const {
+  const Volume<Real> ones(model.voxels(), Real(1));
+  const Volume<Real>& inverse = ratio != nullptr ? ratio->inverseRoot() : ones;
+  const Volume<Real> negative = (ratio != nullptr ? ratio->root() : ones) * Real(-1);
+  Volume<Real> sum(model.voxels()), half(model.voxels());
+  model.evaluate(b, negative, inverse, sum, atLow, atHigh, half);
+}
+
+template <typename Real>
+void Objective<Real>::setSlopes(const Volume<Real>& b, Volume<Real> atLow, Volume<Real> atHigh) {
+  low = std::move(atLow);
+  high = std::move(atHigh);
+  Volume<Real> gradient(model.edges());
+  addDataTerms(b, &gradient);
 }
 
 // Residual and barrier terms; with a gradient also the blocks of the Hessian.

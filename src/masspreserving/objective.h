@@ -78,6 +78,10 @@ class Objective {
   const Volume<Real>& lowSlopes() const { return low; }
   const Volume<Real>& highSlopes() const { return high; }
   const Volume<Real>& means() const { return mean; }
+  /// The slopes with the two corrected images' difference in place of their sum, at b.
+  void differenceSlopes(const Volume<Real>& b, Volume<Real>& atLow, Volume<Real>& atHigh) const;
+  /// Takes other slopes for H at the last linearisation, which was at b.
+  void setSlopes(const Volume<Real>& b, Volume<Real> atLow, Volume<Real> atHigh);
   /// Tridiagonal blocks along y of residuals and barrier: entries (j, j) and (j, j + 1).
   const Volume<Real>& blockDiagonal() const { return diagonal; }
   const Volume<Real>& blockNext() const { return next; }

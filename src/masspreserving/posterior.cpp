@@ -86,7 +86,34 @@ Volume<float> smoothedAlong(const Volume<float>& v, int axis) {
   return result;
 }
 
+Volume<float> weightedSquares(const Volume<float>& weight, const Volume<float>& values) {
+  Volume<float> result = weight * values * values;
+  for (int axis = 0; axis < 3; ++axis) result = smoothedAlong(result, axis);
+  return result;
+}
+
+// Reduces values by what of their squares near by is noise, of which `noise` holds as much.
+void takeNoise(Volume<float>& values, const Volume<float>& noise, const Volume<float>& weight) {
+  const Volume<float> all = weightedSquares(weight, values), feigned = weightedSquares(weight, noise);
+  for (int i = 0; i < values.size(); ++i) {
+    const float square = all.data()[i], rest = square - feigned.data()[i];
+    values.data()[i] *= rest > 0.0F ? std::sqrt(rest / square) : 0.0F;
+  }
+}
+
 }  // namespace
+
+Objective<float> withoutSlopeNoise(const Objective<float>& objective, const Volume<float>& b) {
+  Volume<float> low = objective.lowSlopes(), high = objective.highSlopes();
+  Volume<float> noiseLow(low.dimensions()), noiseHigh(low.dimensions());
+  objective.differenceSlopes(b, noiseLow, noiseHigh);
+  Volume<float> change = high - low, sum = high + low;
+  takeNoise(change, noiseHigh - noiseLow, objective.weight);
+  takeNoise(sum, noiseHigh + noiseLow, objective.weight);
+  Objective<float> result = objective;
+  result.setSlopes(b, (sum - change) * 0.5F, (sum + change) * 0.5F);
+  return result;
+}
 
 Volume<float> sharesLeft(Objective<float>& objective, const LineSolver<float>& lines, int count) {
   const auto product = [&](const Volume<float>& v, Volume<float>& out) {
@@ -114,10 +141,11 @@ Volume<float> sharesLeft(Objective<float>& objective, const LineSolver<float>& l
   return shares;
 }
 
-Volume<float> posteriorVariance(Objective<float>& objective, const LineSolver<float>& lines,
-                                const Volume<float>& b, const Volume<float>& shares, int count) {
+Volume<float> posteriorVariance(const Objective<float>& objective, Objective<float>& hessian,
+                                const LineSolver<float>& lines, const Volume<float>& b,
+                                const Volume<float>& shares, int count) {
   const auto product = [&](const Volume<float>& v, Volume<float>& out) {
-    objective.product(v, out);
+    hessian.product(v, out);
   };
   Volume<float> full = objective.residuals();
   for (int i = 0; i < full.size(); ++i) full.data()[i] /= std::sqrt(shares.data()[i]);

@@ -22,9 +22,20 @@ namespace mirel {
 /// square roots times signs (G. Papandreou & A. Yuille, NIPS 23, 2010; for S, the residuals with a
 /// sign for each block: C.-F. J. Wu, Ann. Stat. 14:1261, 1986); the squares of H^-1 times `count`
 /// such vectors are averaged, also over each voxel and its 26 neighbours, between which the
-/// variance changes little. Signs are reproducible. `lines` is the preconditioner of H.
-Volume<float> posteriorVariance(Objective<float>& objective, const LineSolver<float>& lines,
-                                const Volume<float>& b, const Volume<float>& shares, int count);
+/// variance changes little. Signs are reproducible. H is that of `hessian`, which is `objective` or
+/// that without the noise in its slopes, and `lines` its preconditioner.
+Volume<float> posteriorVariance(const Objective<float>& objective, Objective<float>& hessian,
+                                const LineSolver<float>& lines, const Volume<float>& b,
+                                const Volume<float>& shares, int count);
+
+/// The objective, which was linearised at b, with a Hessian without what noise in the slopes feigns
+/// of information. A noisy image seems to tell displacements even where it is flat, since J'WJ
+/// holds the squares of its noise; the energy's true curvature does not, as the noise moves with b
+/// and is as large anywhere (in the second derivatives, sum r d2r cancels it). The difference of
+/// the two corrected images holds as much noise as their sum, of which the slopes are made. So the
+/// slopes' change over a voxel and their mean are both reduced, near by (a voxel and its 26
+/// neighbours), by what the weighted squares of the difference are of those of the sum.
+Objective<float> withoutSlopeNoise(const Objective<float>& objective, const Volume<float>& b);
 
 /// What fitting b leaves of the variance of each residual (voxels), near by: 1 - h, where h is its
 /// leverage, the diagonal of W^1/2 J H^-1 J' W^1/2 (residuals over the roots of these are
