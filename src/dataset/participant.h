@@ -55,9 +55,9 @@ struct DatasetPlan {
 DatasetPlan planDataset(const ParticipantOptions& options);
 
 /// Corrects what is planned: subjects side by side in threads of this process, each in one thread
-/// but for its estimates and series, where there are more threads than subjects. Results do not depend on the
-/// number. A subject starts when what it needs (memoryMbOf) fits beside those that run; one that
-/// alone needs more than there is runs alone.
+/// but for its estimates and series, where there are more threads than subjects. Results do not
+/// depend on the number. A subject starts when what it needs (memoryMbOf) fits beside those that
+/// run; one that alone needs more than there is runs alone.
 ///
 /// Writes dataset_description.json and .bidsignore into the output folder, where they are not or
 /// differ, and for each subject logs/sub-LABEL.log, to which every run appends lines that begin

@@ -94,7 +94,8 @@ Volume<float> weightedSquares(const Volume<float>& weight, const Volume<float>& 
 
 // Reduces values by what of their squares near by is noise, of which `noise` holds as much.
 void takeNoise(Volume<float>& values, const Volume<float>& noise, const Volume<float>& weight) {
-  const Volume<float> all = weightedSquares(weight, values), feigned = weightedSquares(weight, noise);
+  const Volume<float> all = weightedSquares(weight, values),
+                      feigned = weightedSquares(weight, noise);
   for (int i = 0; i < values.size(); ++i) {
     const float square = all.data()[i], rest = square - feigned.data()[i];
     values.data()[i] *= rest > 0.0F ? std::sqrt(rest / square) : 0.0F;
@@ -144,9 +145,7 @@ Volume<float> sharesLeft(Objective<float>& objective, const LineSolver<float>& l
 Volume<float> posteriorVariance(const Objective<float>& objective, Objective<float>& hessian,
                                 const LineSolver<float>& lines, const Volume<float>& b,
                                 const Volume<float>& shares, int count) {
-  const auto product = [&](const Volume<float>& v, Volume<float>& out) {
-    hessian.product(v, out);
-  };
+  const auto product = [&](const Volume<float>& v, Volume<float>& out) { hessian.product(v, out); };
   Volume<float> full = objective.residuals();
   for (int i = 0; i < full.size(); ++i) full.data()[i] /= std::sqrt(shares.data()[i]);
   Volume<float> variance(objective.residuals().dimensions(), 0.0F), x;

@@ -7,7 +7,6 @@
 
 #include "base/numbertext.h"
 #include "base/threadpool.h"
-#include "field/seriesparts.h"
 #include "masspreserving/masspreserving.h"
 #include "numerics/statistics.h"
 #include "pair/agreement.h"
@@ -18,6 +17,7 @@
 #include "pair/foreground.h"
 #include "pair/pairmask.h"
 #include "pair/readoutratio.h"
+#include "pair/writtenimages.h"
 
 namespace mirel {
 
@@ -295,47 +295,6 @@ void check(const PairInput& pair, Modulation modulation, const Volume<float>& he
   progress.at(Stage::checking, 1.0);
 }
 
-// Interpolation falls a little below 0 beside bright spots: images that have no such value are not
-// to get any.
-void raiseImages(const PairInput& pair, const Volume<float>& head, PairEstimate& estimate) {
-  const bool raisesA = !fallsBelowZero(pair.a.image), raisesB = !fallsBelowZero(pair.b.image);
-  std::int64_t raised = 0;
-  if (raisesA) raised += raiseToZero(estimate.correctedA);
-  if (raisesB) raised += raiseToZero(estimate.correctedB);
-  if (raisesA && raisesB && estimate.otherMeanToCompare) raiseToZero(*estimate.otherMeanToCompare);
-  if (raised == 0) return;
-  estimate.mean = meanOf(estimate.correctedA, estimate.correctedB);
-  estimate.agreement.after = agreementOf(estimate.correctedA, estimate.correctedB, head);
-}
-
-// The pair without spikes, if it has any.
-std::optional<PairInput> pairWithoutSpikes(const PairInput& pair) {
-  if (pair.a.spikes.empty() && pair.b.spikes.empty()) return std::nullopt;
-  PairInput clean = pair;
-  for (InputImage* image : {&clean.a, &clean.b})
-    image->image = withoutSpikes(image->image, image->spikes);
-  return clean;
-}
-
-// Corrects images as they are, by a map that was found without their spikes.
-void correctWithSpikes(const PairInput& pair, const EstimateSettings& settings,
-                       PairEstimate& estimate) {
-  const auto through = [&](const InputImage& image, double background, const Volume<float>& map) {
-    Volume<float> corrected =
-        correctVolume(image.image - static_cast<float>(background), map, pair.axis(),
-                      settings.usedModulation(), settings.interpolation);
-    corrected += static_cast<float>(background);
-    if (!fallsBelowZero(image.image)) raiseToZero(corrected);
-    return corrected;
-  };
-  if (!pair.a.spikes.empty())
-    estimate.correctedA = through(pair.a, estimate.backgroundA, estimate.shift);
-  if (!pair.b.spikes.empty() && !estimate.motion)
-    estimate.correctedB = through(pair.b, estimate.backgroundB, mapOfSecond(pair, estimate.shift));
-  if (!estimate.otherMeanToCompare) estimate.otherMeanToCompare = std::move(estimate.mean);
-  estimate.mean = meanOf(estimate.correctedA, estimate.correctedB);
-}
-
 // The map of the first image and its deviation; returns the second one where the head is in the
 // first, if it moved.
 std::optional<Volume<float>> estimateShift(const PairInput& pair, const EstimateSettings& settings,
@@ -386,7 +345,7 @@ PairEstimate estimateFrom(const PairInput& input, const EstimateSettings& settin
   addBackground(estimate);
   estimate.mean = meanOf(estimate.correctedA, estimate.correctedB);
   if (written) take(std::move(*written), head, estimate);
-  raiseImages(input, head, estimate);
+  raisePairToZero(input, head, estimate);
   return estimate;
 }
 

@@ -110,8 +110,8 @@ struct Linearised {
 
 TEST(PosteriorVariance, IsTheDiagonalOfTheCovariance) {
   Linearised at(20.0F);
-  const Volume<float> found =
-      posteriorVariance(at.objective, at.objective, at.lines(), at.b, Volume<float>(at.size, 0.5F), 4000);
+  const Volume<float> found = posteriorVariance(at.objective, at.objective, at.lines(), at.b,
+                                                Volume<float>(at.size, 0.5F), 4000);
   const Eigen::MatrixXd hessian = at.hessian();
   const Eigen::MatrixXd ofData = matrixOf(
       at.model.edges(),

@@ -1,0 +1,52 @@
+#include "pair/writtenimages.h"
+
+#include <cstdint>
+#include <utility>
+
+#include "field/corrector.h"
+#include "field/seriesparts.h"
+#include "numerics/spikes.h"
+#include "pair/agreement.h"
+#include "pair/foreground.h"
+#include "pair/readoutratio.h"
+
+namespace mirel {
+
+void raisePairToZero(const PairInput& pair, const Volume<float>& head, PairEstimate& estimate) {
+  const bool raisesA = !fallsBelowZero(pair.a.image), raisesB = !fallsBelowZero(pair.b.image);
+  std::int64_t raised = 0;
+  if (raisesA) raised += raiseToZero(estimate.correctedA);
+  if (raisesB) raised += raiseToZero(estimate.correctedB);
+  if (raisesA && raisesB && estimate.otherMeanToCompare) raiseToZero(*estimate.otherMeanToCompare);
+  if (raised == 0) return;
+  estimate.mean = meanOf(estimate.correctedA, estimate.correctedB);
+  estimate.agreement.after = agreementOf(estimate.correctedA, estimate.correctedB, head);
+}
+
+std::optional<PairInput> pairWithoutSpikes(const PairInput& pair) {
+  if (pair.a.spikes.empty() && pair.b.spikes.empty()) return std::nullopt;
+  PairInput clean = pair;
+  for (InputImage* image : {&clean.a, &clean.b})
+    image->image = withoutSpikes(image->image, image->spikes);
+  return clean;
+}
+
+void correctWithSpikes(const PairInput& pair, const EstimateSettings& settings,
+                       PairEstimate& estimate) {
+  const auto through = [&](const InputImage& image, double background, const Volume<float>& map) {
+    Volume<float> corrected =
+        correctVolume(image.image - static_cast<float>(background), map, pair.axis(),
+                      settings.usedModulation(), settings.interpolation);
+    corrected += static_cast<float>(background);
+    if (!fallsBelowZero(image.image)) raiseToZero(corrected);
+    return corrected;
+  };
+  if (!pair.a.spikes.empty())
+    estimate.correctedA = through(pair.a, estimate.backgroundA, estimate.shift);
+  if (!pair.b.spikes.empty() && !estimate.motion)
+    estimate.correctedB = through(pair.b, estimate.backgroundB, mapOfSecond(pair, estimate.shift));
+  if (!estimate.otherMeanToCompare) estimate.otherMeanToCompare = std::move(estimate.mean);
+  estimate.mean = meanOf(estimate.correctedA, estimate.correctedB);
+}
+
+}  // namespace mirel
