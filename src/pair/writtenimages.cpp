@@ -13,12 +13,11 @@
 namespace mirel {
 
 void raisePairToZero(const PairInput& pair, const Volume<float>& head, PairEstimate& estimate) {
-  const bool raisesA = !fallsBelowZero(pair.a.image), raisesB = !fallsBelowZero(pair.b.image);
   std::int64_t raised = 0;
-  if (raisesA) raised += raiseToZero(estimate.correctedA);
-  if (raisesB) raised += raiseToZero(estimate.correctedB);
-  if (raisesA && raisesB && estimate.otherMeanToCompare) raiseToZero(*estimate.otherMeanToCompare);
+  if (!fallsBelowZero(pair.a.image)) raised += raiseToZero(estimate.correctedA);
+  if (!fallsBelowZero(pair.b.image)) raised += raiseToZero(estimate.correctedB);
   if (raised == 0) return;
+  if (!estimate.otherMeanToCompare) estimate.otherMeanToCompare = std::move(estimate.mean);
   estimate.mean = meanOf(estimate.correctedA, estimate.correctedB);
   estimate.agreement.after = agreementOf(estimate.correctedA, estimate.correctedB, head);
 }
