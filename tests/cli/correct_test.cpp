@@ -302,6 +302,19 @@ TEST_F(CorrectCommand, TheNumberOfThreadsDoesNotShow) {
   EXPECT_EQ(textOf(file("1" + name)), textOf(file("5" + name)));
 }
 
+TEST_F(CorrectCommand, TheNumberOfThreadsDoesNotShowInTheEstimate) {
+  ASSERT_EQ(correct({"--uncertainty", "--threads", "1"}).status, 0);
+  for (const char* threads : {"2", "3"})
+    ASSERT_EQ(correct({"--uncertainty", "--threads", threads}, threads).status, 0);
+  const std::vector<std::string> names = namesInOut();
+  EXPECT_GT(names.size(), 6U);
+  for (const std::string& name : names)
+    if (name.ends_with(".nii.gz")) {
+      EXPECT_EQ(textOf(out(name)), textOf(file("2/" + name))) << name;
+      EXPECT_EQ(textOf(out(name)), textOf(file("3/" + name))) << name;
+    }
+}
+
 TEST_F(CorrectCommand, TheMeanOfOneAndASingleVolumeOfTheOther) {
   const std::string bold = input("sub-phantom_task-rest_dir-AP_bold.nii.gz");
   const ProgramResult result =
