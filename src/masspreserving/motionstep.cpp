@@ -2,6 +2,8 @@
 
 #include <Eigen/Cholesky>
 #include <algorithm>
+#include <array>
+#include <cstddef>
 #include <glm/geometric.hpp>
 #include <numbers>
 #include <utility>
@@ -21,6 +23,7 @@ MotionVector priorPrecision() {
 }
 
 constexpr int blocksPerAxis = 4;
+constexpr std::size_t blockCount = std::size_t{blocksPerAxis} * blocksPerAxis * blocksPerAxis;
 
 // Scatter of w r (D - J Z), summed over each block: the contributions to the gradient along the
 // path on which b follows the motion.
@@ -31,7 +34,7 @@ MotionMatrix blockScatter(const Objective<float>& objective,
   const Volume<float>& lows = objective.lowSlopes();
   const Volume<float>& highs = objective.highSlopes();
   const glm::ivec3 size = r.dimensions();
-  std::array<MotionVector, blocksPerAxis * blocksPerAxis * blocksPerAxis> sums;
+  std::array<MotionVector, blockCount> sums;
   const auto bound = [](int block, int n) { return block * n / blocksPerAxis; };
   inRanges(objective.inParallel(), static_cast<int>(sums.size()), 1, [&](int block, int) {
     const glm::ivec3 at(block % blocksPerAxis, block / blocksPerAxis % blocksPerAxis,

@@ -90,7 +90,7 @@ MovedImage::MovedImage(const Volume<float>& image, const GridPlace& where, Paral
       place(where),
       coefficients(static_cast<std::size_t>(padded.x) * static_cast<std::size_t>(padded.y) *
                    static_cast<std::size_t>(padded.z)) {
-  const std::size_t slice = static_cast<std::size_t>(padded.x * padded.y);
+  const std::size_t slice = static_cast<std::size_t>(padded.x) * static_cast<std::size_t>(padded.y);
   inSlices(parallel, padded, [&](int from, int to) {
     for (int z = from; z < to; ++z) {
       double* next = coefficients.data() + slice * static_cast<std::size_t>(z);

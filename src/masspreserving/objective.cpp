@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <limits>
 #include <utility>
 
@@ -68,7 +69,10 @@ double Objective<Real>::addDataTerms(const Volume<Real>& b, Volume<Real>* gradie
   const glm::ivec3 size = model.voxels();
   std::vector<double> ofRows(static_cast<std::size_t>(size.y * size.z));
   inSlices(inParallel(), size, [&](int from, int to) {
-    for (int z = from; z < to; ++z) addDataTermsOf(z, b, gradient, ofRows.data() + z * size.y);
+    for (int z = from; z < to; ++z) {
+      const std::ptrdiff_t row = std::ptrdiff_t{z} * size.y;
+      addDataTermsOf(z, b, gradient, ofRows.data() + row);
+    }
   });
   return sumOf(ofRows);
 }
