@@ -42,12 +42,14 @@ class ThreadPool {
   void waitForWork(std::uint32_t seen) const;
 
   // The piece of work and its next part: its number, the parts taken and all parts. One word, so
-  // that a part is taken of the piece that is meant or not at all.
-  struct Ticket {
+  // that a part is taken of the piece that is meant or not at all; aligned as one word, which clang
+  // needs to do without a lock.
+  struct alignas(8) Ticket {
     std::uint32_t piece;
     std::uint16_t taken, parts;
   };
   std::atomic<Ticket> ticket{Ticket{0, 0, 0}};
+  static_assert(std::atomic<Ticket>::is_always_lock_free);
   const std::function<void(int)>* now = nullptr;  // while parts of it are left
   std::atomic<std::uint32_t> begun{0};            // pieces of work; the end of all counts as one
   std::atomic<int> left{0};                       // parts that are not done yet

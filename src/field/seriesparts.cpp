@@ -52,6 +52,9 @@ void tellOfTypes(const std::string& in, nifti::DataType typeRead, SeriesReport& 
 
 }  // namespace
 
+// A stored 0 that is scaled is off by so much of the largest value at most.
+static constexpr float scalingRounds = 1e-6f;
+
 std::int64_t replaceNonFinite(Volume<float>& volume) {
   std::int64_t replaced = 0;
   float* values = volume.data();
@@ -64,7 +67,9 @@ std::int64_t replaceNonFinite(Volume<float>& volume) {
   return replaced;
 }
 
-bool fallsBelowZero(const Volume<float>& volume) { return volume.min() < 0.0f; }
+bool fallsBelowZero(const Volume<float>& volume) {
+  return volume.min() < -scalingRounds * volume.max();
+}
 
 std::int64_t raiseToZero(Volume<float>& volume) {
   std::int64_t raised = 0;

@@ -11,7 +11,7 @@ namespace mirel {
 /// Sets voxels that are not finite to 0; their number.
 std::int64_t replaceNonFinite(Volume<float>& volume);
 
-/// Whether any voxel is below 0.
+/// Whether any voxel is below 0 by more than what scaling rounds.
 bool fallsBelowZero(const Volume<float>& volume);
 
 /// Sets voxels below 0 to 0; their number. Interpolation falls a little below it beside bright

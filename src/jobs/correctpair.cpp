@@ -122,12 +122,18 @@ void addPlacesLeftOut(RunRecord& run, const PairInput& pair, const PairEstimate&
 void addGhosts(RunRecord& run, const PairInput& pair, const PairEstimate& estimate) {
   const PairGhosts& ghosts = estimate.ghosts;
   if (ghosts.areNone()) return;
-  run.warnings.push_back(pair.a.title() + " and " + pair.b.title() +
-                         " hold ghosts of themselves, half a field of view away (of " +
-                         text("%.2g", 100 * ghosts.first) + " and " +
-                         text("%.2g", 100 * ghosts.second) +
-                         " %): they were taken off for the estimate of the map, and the corrected "
-                         "images still hold them");
+  const std::string first = text("%.2g %%", 100 * ghosts.first),
+                    second = text("%.2g %%", 100 * ghosts.second);
+  const std::string both = pair.a.title() + " and " + pair.b.title() + " hold ghosts of themselves";
+  const std::string which = ghosts.second == 0.0  ? pair.a.title() + " holds a ghost of itself"
+                            : ghosts.first == 0.0 ? pair.b.title() + " holds a ghost of itself"
+                                                  : both;
+  const std::string strength = ghosts.second == 0.0  ? first
+                               : ghosts.first == 0.0 ? second
+                                                     : first + " and " + second;
+  run.warnings.push_back(which + ", half a field of view away (of " + strength +
+                         "): what of it was found was taken off for the estimate of the map, and "
+                         "the corrected images still hold it");
 }
 
 // The series are joined where their headers put them: what the head did in between is not known.

@@ -3,7 +3,6 @@
 #include "base/numbertext.h"
 #include "base/samefile.h"
 #include "bids/name.h"
-#include "field/seriesparts.h"
 #include "field/warp.h"
 #include "jobs/joinedjson.h"
 #include "jobs/recordjson.h"
@@ -255,14 +254,11 @@ void writePair(const PairNames& names, const PairInput& pair, const PairEstimate
   if (!names.headMask.empty())
     writer.mask(names.headMask, picture::headMask(estimate.meanToCompare()),
                 "The head in the mean of the pair, with its cavities: 1 inside, 0 outside");
-  if (!names.cubicMean.empty()) {
-    Volume<float> mean = estimate.meanToCompare();
-    if (!fallsBelowZero(pair.a.image) && !fallsBelowZero(pair.b.image)) raiseToZero(mean);
-    writer.image(names.cubicMean, mean,
+  if (!names.cubicMean.empty())
+    writer.image(names.cubicMean, estimate.meanToCompare(),
                  "Mean of the pair by cubic B-splines, whatever its images are written by: what "
                  "series are aligned and compared with" +
                      done);
-  }
   if (names.warpA.empty()) return;
   writer.warp(names.warpA, estimate.shift, pair.a.title(), {});
   writer.warp(names.warpB, mapOfSecond(pair, estimate.shift), pair.b.title(),

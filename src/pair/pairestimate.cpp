@@ -17,7 +17,7 @@
 #include "pair/foreground.h"
 #include "pair/pairmask.h"
 #include "pair/readoutratio.h"
-#include "pair/writtenimages.h"
+#include "pair/spikedpair.h"
 
 namespace mirel {
 
@@ -345,7 +345,6 @@ PairEstimate estimateFrom(const PairInput& input, const EstimateSettings& settin
   addBackground(estimate);
   estimate.mean = meanOf(estimate.correctedA, estimate.correctedB);
   if (written) take(std::move(*written), head, estimate);
-  raisePairToZero(input, head, estimate);
   return estimate;
 }
 

@@ -99,8 +99,8 @@ struct PairEstimate : PairFindings {
   std::optional<Volume<float>> deviation;
   /// B is corrected in the head's place in A.
   Volume<float> correctedA, correctedB, mean;
-  /// The mean of the images without spikes, by cubic splines and with what these make fall below 0,
-  /// where it is another one: what others are compared with, and the head is found in.
+  /// The mean of the images without spikes, by cubic splines, where it is another one: what others
+  /// are compared with, and the head is found in.
   std::optional<Volume<float>> otherMeanToCompare;
 
   const Volume<float>& meanToCompare() const {

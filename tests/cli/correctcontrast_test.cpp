@@ -105,8 +105,8 @@ TEST_F(CorrectContrast, LostSignalIsWarnedOfWithHowMuch) {
 TEST_F(CorrectContrast, AGhostIsWarnedOfAndRecorded) {
   const ProgramResult result = correctWithGhost();
   ASSERT_EQ(result.status, 0) << result.err;
-  EXPECT_THAT(result.err, HasSubstr("ghosts of themselves"));
-  EXPECT_THAT(result.err, HasSubstr("the corrected images still hold them"));
+  EXPECT_THAT(result.err, HasSubstr("holds a ghost of itself"));
+  EXPECT_THAT(result.err, HasSubstr("the corrected images still hold it"));
   const json ghosts = json::parse(result.out)["ghosts"];
   // More than 8, for the noise, which is positive in a magnitude, came in with the ghost.
   EXPECT_GT(ghosts["Percent"][0], 8.0);

@@ -6,11 +6,6 @@
 
 namespace mirel {
 
-/// Sets to 0 what interpolation made fall below it in the corrected images, beside bright spots, of
-/// images that have no such value. Their mean and agreement in `head` follow; what series are
-/// compared with does not.
-void raisePairToZero(const PairInput& pair, const Volume<float>& head, PairEstimate& estimate);
-
 /// The pair without its spikes; nothing if it has none.
 std::optional<PairInput> pairWithoutSpikes(const PairInput& pair);
 

@@ -1,26 +1,13 @@
-#include "pair/writtenimages.h"
+#include "pair/spikedpair.h"
 
-#include <cstdint>
 #include <utility>
 
 #include "field/corrector.h"
-#include "field/seriesparts.h"
 #include "numerics/spikes.h"
-#include "pair/agreement.h"
 #include "pair/foreground.h"
 #include "pair/readoutratio.h"
 
 namespace mirel {
-
-void raisePairToZero(const PairInput& pair, const Volume<float>& head, PairEstimate& estimate) {
-  std::int64_t raised = 0;
-  if (!fallsBelowZero(pair.a.image)) raised += raiseToZero(estimate.correctedA);
-  if (!fallsBelowZero(pair.b.image)) raised += raiseToZero(estimate.correctedB);
-  if (raised == 0) return;
-  if (!estimate.otherMeanToCompare) estimate.otherMeanToCompare = std::move(estimate.mean);
-  estimate.mean = meanOf(estimate.correctedA, estimate.correctedB);
-  estimate.agreement.after = agreementOf(estimate.correctedA, estimate.correctedB, head);
-}
 
 std::optional<PairInput> pairWithoutSpikes(const PairInput& pair) {
   if (pair.a.spikes.empty() && pair.b.spikes.empty()) return std::nullopt;
@@ -36,9 +23,7 @@ void correctWithSpikes(const PairInput& pair, const EstimateSettings& settings,
     Volume<float> corrected =
         correctVolume(image.image - static_cast<float>(background), map, pair.axis(),
                       settings.usedModulation(), settings.interpolation);
-    corrected += static_cast<float>(background);
-    if (!fallsBelowZero(image.image)) raiseToZero(corrected);
-    return corrected;
+    return std::move(corrected += static_cast<float>(background));
   };
   if (!pair.a.spikes.empty())
     estimate.correctedA = through(pair.a, estimate.backgroundA, estimate.shift);
