@@ -43,11 +43,10 @@ void checkInputs(const std::string& in, const nifti::Header& header, const Volum
 /// The work on one series.
 class Work {
  public:
-  Work(nifti::Reader& from, nifti::Writer& to, const nifti::Header& written, const Corrector& how,
-       const MovedCorrector* moved, const SeriesOptions& what)
+  Work(nifti::Reader& from, nifti::Writer& to, const Corrector& how, const MovedCorrector* moved,
+       const SeriesOptions& what)
       : reader(from),
         writer(to),
-        raises(holdsNegative(written)),
         corrector(how),
         movedCorrector(moved),
         options(what),
@@ -94,14 +93,8 @@ class Work {
   void compute(Buffers& buffers) const {
     buffers.nonFinite = replaceNonFinite(buffers.in);
     correct(buffers);
-    if (raises && !fallsBelowZero(buffers.in)) raiseToZero(buffers.out);
     nifti::requireFinite(buffers.out, writer.fileName());
     writer.encode(buffers.out, buffers.encoded);
-  }
-
-  // Types without negative values are clamped, and counted, where they are encoded.
-  static bool holdsNegative(const nifti::Header& header) {
-    return !nameOf(header.type).starts_with("uint") || header.inter < 0 || header.slope < 0;
   }
 
   void correct(Buffers& buffers) const {
@@ -134,7 +127,6 @@ class Work {
 
   nifti::Reader& reader;
   nifti::Writer& writer;
-  const bool raises;  ///< what falls below 0 of volumes that do not
   const Corrector& corrector;
   const MovedCorrector* movedCorrector;  ///< null: nothing moved
   const SeriesOptions& options;
@@ -183,7 +175,7 @@ SeriesReport correctSeries(const std::string& in, const Volume<float>& shift,
   std::optional<MovedCorrector> moved;
   if (!options.toVolume.empty())
     moved.emplace(shift, options.axis, options.modulation, options.interpolation);
-  Work work(reader, writer, report.header, corrector, moved ? &*moved : nullptr, options);
+  Work work(reader, writer, corrector, moved ? &*moved : nullptr, options);
   work.run();
   work.report(report);
   report.folded = corrector.foldedVoxels();

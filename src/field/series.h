@@ -59,8 +59,7 @@ struct SeriesReport {
 
 /// Corrects every volume of the 3-D or 4-D image `in` through `shift` (its dimensions, voxels
 /// along options.axis, applied forward) and writes the result to `out`: the header of the input
-/// with its data type and scaling (integers rounded to the nearest and clamped), or floats. Of a
-/// volume without values below 0 those that interpolation makes are written as 0.
+/// with its data type and scaling (integers rounded to the nearest and clamped), or floats.
 ///
 /// Memory   that of one volume in and out per thread, however many volumes there are.
 /// Threads  volumes are read and written in order, and computed and compressed side by side; the

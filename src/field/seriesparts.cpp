@@ -52,9 +52,6 @@ void tellOfTypes(const std::string& in, nifti::DataType typeRead, SeriesReport& 
 
 }  // namespace
 
-// A stored 0 that is scaled is off by so much of the largest value at most.
-static constexpr float scalingRounds = 1e-6f;
-
 std::int64_t replaceNonFinite(Volume<float>& volume) {
   std::int64_t replaced = 0;
   float* values = volume.data();
@@ -65,20 +62,6 @@ std::int64_t replaceNonFinite(Volume<float>& volume) {
       ++replaced;
     }
   return replaced;
-}
-
-bool fallsBelowZero(const Volume<float>& volume) {
-  return volume.min() < -scalingRounds * volume.max();
-}
-
-std::int64_t raiseToZero(Volume<float>& volume) {
-  std::int64_t raised = 0;
-  for (int n = 0; n < volume.size(); ++n)
-    if (volume.data()[n] < 0.0f) {
-      volume.data()[n] = 0.0f;
-      ++raised;
-    }
-  return raised;
 }
 
 void MeanOfVolumes::add(const Volume<float>& volume) {

@@ -11,13 +11,6 @@ namespace mirel {
 /// Sets voxels that are not finite to 0; their number.
 std::int64_t replaceNonFinite(Volume<float>& volume);
 
-/// Whether any voxel is below 0 by more than what scaling rounds.
-bool fallsBelowZero(const Volume<float>& volume);
-
-/// Sets voxels below 0 to 0; their number. Interpolation falls a little below it beside bright
-/// spots: images that have no such value are not to get any.
-std::int64_t raiseToZero(Volume<float>& volume);
-
 /// The average of volumes that come one after the other, added up in double in their order.
 class MeanOfVolumes {
  public:

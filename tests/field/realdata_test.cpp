@@ -5,7 +5,6 @@
 
 #include "field/series.h"
 #include "field/seriesfiles.h"
-#include "field/seriesparts.h"
 #include "field/signcheck.h"
 
 namespace mirel {
@@ -131,9 +130,7 @@ TEST_F(RealSeries, AWholeRunKeepsItsHeader) {
   EXPECT_EQ(after.header().type, before.header().type);
   EXPECT_EQ(after.header().volumes, 20);
   EXPECT_EQ(after.header().repetitionTimeSeconds, before.header().repetitionTimeSeconds);
-  Volume<float> direct = correctVolume(before.readVolume(19), shift, 1, Modulation::off);
-  EXPECT_LT(direct.min(), -40.0f) << "beside a bright spot";
-  raiseToZero(direct);
+  const Volume<float> direct = correctVolume(before.readVolume(19), shift, 1, Modulation::off);
   EXPECT_LE(largestDifference(after.readVolume(19), direct), 0.5) << "rounded to whole numbers";
 }
 

@@ -46,29 +46,6 @@ std::pair<double, double> range(nifti::DataType type) {
 
 }  // namespace
 
-TEST_F(Series, NothingFallsBelowZeroOfVolumesThatDoNot) {
-  // A bright spot in air, in the second volume beside a value below 0.
-  const auto spot = [](int t) {
-    Volume<float> image(dims, 0.0f);
-    image.at(5, 6, 3) = 1000;
-    if (t == 1) image.at(0, 0, 0) = -1;
-    return image;
-  };
-  for (const nifti::DataType type : {nifti::DataType::float32, nifti::DataType::int16}) {
-    header.type = type;
-    writeImage(folder.file("spot.nii"), header, spot);
-    correct(folder.file("spot.nii"));
-    nifti::Reader out(folder.file("out.nii.gz"));
-    const Volume<float> plain = correctVolume(spot(0), shift, 1, Modulation::off);
-    ASSERT_LT(plain.min(), -1.0f) << "or there was nothing to raise";
-    const Volume<float> first = out.readVolume(0);
-    for (int i = 0; i < plain.size(); ++i)
-      ASSERT_NEAR(first.data()[i], std::max(plain.data()[i], 0.0f), 0.51f);
-    EXPECT_EQ(first.min(), 0.0f);
-    EXPECT_LT(out.readVolume(1).min(), -1.0f);
-  }
-}
-
 TEST_F(Series, EachVolumeAsIfItWereAlone) {
   const std::string in = write("in.nii");
   for (int axis = 0; axis < 3; ++axis)
