@@ -66,27 +66,87 @@ void measureTotals(const PairToMeasure& pair, double ratio, double noiseVariance
   figures.columnTotalsOfNoise = rootOfRatio(noiseVariance * voxels, all);
 }
 
-// Slices with less than this part of the mean slice's squared signal say nothing of their own.
-constexpr double hardlyAnything = 0.05;
+// Slices with less than this part of the mean slice's squared signal say nothing of their own, nor
+// do those with less than that part of its total of what one image may have lost.
+constexpr double hardlyAnything = 0.05, hardlyAnyTotal = 0.02;
+constexpr double lostPart = 0.25;  // of the other image's total is left at most
 
 // Sums over the head: of the squared difference of two images and of their squared mean.
 struct Difference {
   double squares = 0, all = 0, count = 0;
 
+  void add(double a, double b, double weight) {
+    const double mean = 0.5 * (a + b);
+    squares += weight * squareOf(a - b);
+    all += weight * mean * mean;
+    count += weight;
+  }
   double beyondNoise(double variance) const {
     return rootOfRatio(std::max(squares - variance * count, 0.0), all);
   }
 };
 
-void compareSlices(const std::vector<Difference>& slices, double variance, PairFigures& figures) {
+// Where the mean is head, and where either image is, with both totals: the mean with an image that
+// lost its signal may be none.
+struct SliceSums {
+  Difference inMean, inEither;
+  double ofFirst = 0, ofSecond = 0;
+
+  double greater() const { return std::max(ofFirst, ofSecond); }
+  bool isLost() const { return std::min(ofFirst, ofSecond) < lostPart * greater(); }
+};
+
+std::vector<SliceSums> sumSlices(const PairToMeasure& pair, double ratio) {
+  const glm::ivec3 size = pair.shift.dimensions();
+  std::vector<SliceSums> slices(static_cast<std::size_t>(size[pair.sliceAxis]));
+  glm::ivec3 at;
+  int i = 0;
+  for (at.z = 0; at.z < size.z; ++at.z)
+    for (at.y = 0; at.y < size.y; ++at.y)
+      for (at.x = 0; at.x < size.x; ++at.x, ++i) {
+        const double a = static_cast<double>(pair.correctedFirst.data()[i]);
+        const double b = ratio * static_cast<double>(pair.correctedSecond.data()[i]);
+        const double counts = pair.weightOf(i);
+        if (!(std::max(a, b) > pair.threshold) || counts <= 0) continue;
+        SliceSums& slice = slices[static_cast<std::size_t>(at[pair.sliceAxis])];
+        if (0.5 * (a + b) > pair.threshold) slice.inMean.add(a, b, counts);
+        slice.inEither.add(a, b, counts);
+        slice.ofFirst += counts * a;
+        slice.ofSecond += counts * b;
+      }
+  return slices;
+}
+
+// The slices of which one image lost the signal; notes which.
+std::vector<bool> findLost(const std::vector<SliceSums>& slices, PairFigures& figures) {
+  double total = 0;
+  for (const SliceSums& slice : slices) total += slice.greater();
+  std::vector<bool> lost;
+  for (const SliceSums& slice : slices) {
+    const int number = static_cast<int>(lost.size());
+    const double mean = total / static_cast<double>(slices.size());
+    lost.push_back(slice.greater() > hardlyAnyTotal * mean && slice.isLost());
+    if (!lost.back()) continue;
+    (slice.ofFirst < slice.ofSecond ? figures.slicesLostByFirst : figures.slicesLostBySecond)
+        .push_back(number);
+  }
+  return lost;
+}
+
+void compareSlices(const std::vector<SliceSums>& sums, double variance, PairFigures& figures) {
+  const std::vector<bool> lost = findLost(sums, figures);
+  std::vector<Difference> slices;
   double all = 0, squares = 0;
-  for (const Difference& slice : slices) {
-    all += slice.all;
-    squares += slice.squares;
+  for (std::size_t k = 0; k < sums.size(); ++k) {
+    slices.push_back(lost[k] ? sums[k].inEither : sums[k].inMean);
+    all += slices[k].all;
+    squares += slices[k].squares;
   }
   std::vector<float> misfits;
-  for (const Difference& slice : slices) {
-    const bool counts = slice.all * static_cast<double>(slices.size()) > hardlyAnything * all;
+  for (std::size_t k = 0; k < slices.size(); ++k) {
+    const Difference& slice = slices[k];
+    const bool counts =
+        lost[k] || slice.all * static_cast<double>(slices.size()) > hardlyAnything * all;
     figures.sliceMisfits.push_back(counts ? rootOfRatio(slice.squares, slice.count) : 0);
     if (counts) misfits.push_back(static_cast<float>(figures.sliceMisfits.back()));
     figures.sliceResiduals.push_back(counts ? slice.beyondNoise(variance) : 0);
@@ -102,10 +162,6 @@ void measureHead(const PairToMeasure& pair, double ratio, double noiseVariance,
   for (int axis = 0; axis < 3; ++axis) slopes[axis] = slopeAlong(pair.shift, axis);
   double difference = 0, all = 0, voxels = 0, shift = 0, stretch = 0, shear = 0;
   std::vector<float> inHead;
-  const glm::ivec3 size = pair.shift.dimensions();
-  std::vector<Difference> slices(static_cast<std::size_t>(size[pair.sliceAxis]));
-  const int within = pair.sliceAxis == 0 ? 1 : pair.sliceAxis == 1 ? size.x : size.x * size.y;
-  figures.sliceAxis = pair.sliceAxis;
   for (int i = 0; i < pair.shift.size(); ++i) {
     const double a = static_cast<double>(pair.correctedFirst.data()[i]);
     const double b = ratio * static_cast<double>(pair.correctedSecond.data()[i]);
@@ -113,14 +169,10 @@ void measureHead(const PairToMeasure& pair, double ratio, double noiseVariance,
     const double counts = pair.weightOf(i);
     if (mean <= pair.threshold || counts <= 0) continue;
     inHead.push_back(pair.shift.data()[i]);
-    const double square = counts * squareOf(a - b), weight = counts * mean * mean;
-    difference += square;
+    const double weight = counts * mean * mean;
+    difference += counts * squareOf(a - b);
     all += weight;
     voxels += counts;
-    Difference& slice = slices[static_cast<std::size_t>(i / within % size[pair.sliceAxis])];
-    slice.squares += square;
-    slice.all += weight;
-    slice.count += counts;
     shift += weight * squareOf(static_cast<double>(pair.shift.data()[i]));
     for (int axis = 0; axis < 3; ++axis) {
       const double slope = static_cast<double>(slopes[axis].data()[i]);
@@ -130,7 +182,8 @@ void measureHead(const PairToMeasure& pair, double ratio, double noiseVariance,
   }
   figures.residual = rootOfRatio(difference, all);
   figures.residualOfNoise = rootOfRatio(noiseVariance * voxels, all);
-  compareSlices(slices, noiseVariance, figures);
+  figures.sliceAxis = pair.sliceAxis;
+  compareSlices(sumSlices(pair, ratio), noiseVariance, figures);
   figures.shiftVoxels = rootOfRatio(shift, all);
   figures.stretch = rootOfRatio(stretch, all);
   figures.shear = rootOfRatio(shear, all);

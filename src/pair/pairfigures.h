@@ -23,6 +23,10 @@ struct PairFigures {
   /// differences of all, and the root mean square difference itself over that of the median slice;
   /// 0 in slices with hardly any of the head.
   std::vector<double> sliceResiduals, sliceShares, sliceMisfits;
+  /// Slices of which one image has lost the signal: less than a quarter of the total that the other
+  /// one has, where that is not next to nothing itself. Their figures above are those of what is
+  /// head in either image, elsewhere of what is head in the mean.
+  std::vector<int> slicesLostByFirst, slicesLostBySecond;
   int sliceAxis = 2;  ///< along which they are counted
   /// Root mean squares over the head, weighted with the squared signal: of the displacement in
   /// voxels, of its change along the axis (voxels per voxel), and of that across it (mm per mm).

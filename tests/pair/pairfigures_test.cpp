@@ -88,14 +88,14 @@ TEST(PairFigures, EachSliceHasItsResidual) {
   const Volume<float> image = filled([](int, int, int z) { return z == 9 ? 1.0 : 100.0; }),
                       none(dims, 0.0f);
   const Volume<float> dark = filled([](int, int, int z) {
-    return z == 9 ? 5.0 : z == 3 ? 60.0 : 100.0;
+    return z == 9 ? 1.5 : z == 3 ? 60.0 : 100.0;
   });
   const PairFigures figures = measurePair(pairOf(image, dark, none));
   const std::vector<double>& found = figures.sliceResiduals;
   ASSERT_EQ(found.size(), 10U);
   for (std::size_t k = 0; k < found.size(); ++k)
     EXPECT_NEAR(found[k], k == 3 ? 40.0 / 80.0 : 0.0, 1e-6) << k;  // of slice 9 too little is left
-  EXPECT_NEAR(figures.sliceShares[3], 1600.0 / (1600.0 + 16.0), 1e-6);
+  EXPECT_NEAR(figures.sliceShares[3], 1600.0 / (1600.0 + 0.25), 1e-6);
   EXPECT_EQ(figures.sliceAxis, 2);
   EXPECT_EQ(figures.sliceMisfits, std::vector<double>(10, 0.0));  // that of the median slice is 0
 }
@@ -112,6 +112,40 @@ TEST(PairFigures, SlicesAreCountedAlongTheirAxisAndComparedWithTheMedianOne) {
     ASSERT_EQ(figures.sliceMisfits.size(), static_cast<std::size_t>(dims[axis]));
     for (std::size_t k = 0; k < figures.sliceMisfits.size(); ++k)
       EXPECT_NEAR(figures.sliceMisfits[k], k == 2 ? 4.0 : 1.0, 1e-6) << axis << " " << k;
+  }
+}
+
+TEST(PairFigures, SlicesThatOneImageLostAreFoundWhereTheirMeanIsNoHead) {
+  // A twentieth of the other slices holds head in the last three.
+  const auto head = [](int x, int y, int z) { return z < 7 || (x < 4 && y < 2) ? 100.0 : 1.0; };
+  const Volume<float> image = filled(head), none(dims, 0.0f);
+  const auto without = [&](int slice, double left) {
+    return filled([&](int x, int y, int z) { return (z == slice ? left : 1.0) * head(x, y, z); });
+  };
+  using Slices = std::vector<int>;
+  for (const int slice : {4, 7, 9})
+    for (const double left : {0.0, 0.1}) {
+      const Volume<float> spoiled = without(slice, left);
+      PairToMeasure pair = pairOf(spoiled, image, none);
+      pair.threshold = 60;
+      const PairFigures byFirst = measurePair(pair);
+      EXPECT_EQ(byFirst.slicesLostByFirst, Slices{slice}) << left;
+      EXPECT_EQ(byFirst.slicesLostBySecond, Slices{}) << left;
+      EXPECT_GT(byFirst.sliceResiduals[static_cast<std::size_t>(slice)], 1.5) << left;
+      PairToMeasure exchanged = pairOf(image, spoiled, none);
+      exchanged.threshold = 60;
+      EXPECT_EQ(measurePair(exchanged).slicesLostBySecond, Slices{slice}) << left;
+    }
+  // Darker, but there; and next to nothing of the head.
+  const Volume<float> darker = without(9, 0.4);
+  const Volume<float> tip =
+      filled([&](int x, int y, int z) { return z < 9 || x + y == 0 ? head(x, y, z) : 1.0; });
+  const Volume<float> noTip =
+      filled([&](int x, int y, int z) { return z < 9 ? head(x, y, z) : 1.0; });
+  for (const auto& [first, second] : {std::pair(&image, &darker), std::pair(&tip, &noTip)}) {
+    PairToMeasure pair = pairOf(*first, *second, none);
+    pair.threshold = 30;
+    EXPECT_EQ(measurePair(pair).slicesLostBySecond, Slices{});
   }
 }
 
