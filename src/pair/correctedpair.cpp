@@ -5,9 +5,6 @@
 
 namespace mirel {
 
-namespace {
-
-// From voxels of the first image to where the motion took their tissue, in voxels.
 glm::dmat4 voxelMotion(const RigidMotion& motion, const nifti::Header& header) {
   const glm::dvec3 mm = projectVoxelSize(header);
   const glm::dvec3 middle = 0.5 * (glm::dvec3(header.dims) - 1.0);
@@ -18,8 +15,6 @@ glm::dmat4 voxelMotion(const RigidMotion& motion, const nifti::Header& header) {
   moved[3] = glm::dvec4(motion.translationMm / mm + middle - glm::dmat3(moved) * middle, 1.0);
   return moved;
 }
-
-}  // namespace
 
 CorrectedPair correctPairImages(const PairInput& pair, const PairCorrection& how) {
   const int axis = pair.axis();

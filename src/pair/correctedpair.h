@@ -1,5 +1,6 @@
 #pragma once
 
+#include <glm/mat4x4.hpp>
 #include <optional>
 
 #include "field/corrector.h"
@@ -20,6 +21,9 @@ struct PairCorrection {
   Modulation modulation = Modulation::off;
   InterpolationKernel interpolation = InterpolationKernel::cubic;
 };
+
+/// From voxels of the first image to where the motion took their tissue, in voxels.
+glm::dmat4 voxelMotion(const RigidMotion& motion, const nifti::Header& header);
 
 /// Corrects the images of a pair, each in one interpolation: the first one along its axis
 /// (correctVolume), the second one by its own map (mapOfSecond), in three dimensions where the head

@@ -241,6 +241,12 @@ const Volume<float>* weightsOf(const PairInput& pair) {
   return pair.mask ? &pair.mask->weights : nullptr;
 }
 
+// Where the head moved, from voxels of the first image to those of the second one as it came.
+std::optional<glm::dmat4> toSecondOf(const PairInput& pair, const PairEstimate& estimate) {
+  if (!estimate.motion) return std::nullopt;
+  return voxelMotion(*estimate.motion, pair.b.header);
+}
+
 MapOrigin originOf(Estimator estimator) {
   switch (estimator) {
     case Estimator::massPreserving:
@@ -281,10 +287,10 @@ void check(const PairInput& pair, Modulation modulation, const Volume<float>& he
                   estimate.intensityScale, estimate.threshold, weightsOf(pair));
   agreement.fastAlongAxis = axes.along;
   agreement.fastAcross = axes.across;
-  const PairFigures figures =
-      measurePair({first, second, modulatedA, modulatedB, estimate.shift, axis,
-                   projectVoxelSize(pair.a.header), ratioOf(estimate, modulatedA, modulatedB, head),
-                   estimate.threshold, pair.readoutSeconds, weightsOf(pair), sliceAxisOf(pair.a)});
+  const PairFigures figures = measurePair(
+      {first, second, modulatedA, modulatedB, estimate.shift, axis, projectVoxelSize(pair.a.header),
+       ratioOf(estimate, modulatedA, modulatedB, head), estimate.threshold, pair.readoutSeconds,
+       weightsOf(pair), sliceAxisOf(pair.a), toSecondOf(pair, estimate)});
   estimate.verdict = judgePair(
       figures, agreement, originOf(estimate.estimator),
       {pair.a.title(), pair.b.title(), sidecarsOf(pair),

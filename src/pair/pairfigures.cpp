@@ -110,6 +110,7 @@ std::vector<SliceSums> sumSlices(const PairToMeasure& pair, double ratio) {
         if (!(std::max(a, b) > pair.threshold) || counts <= 0) continue;
         SliceSums& slice = slices[static_cast<std::size_t>(at[pair.sliceAxis])];
         if (0.5 * (a + b) > pair.threshold) slice.inMean.add(a, b, counts);
+        if (!pair.isReached(at)) continue;
         slice.inEither.add(a, b, counts);
         slice.ofFirst += counts * a;
         slice.ofSecond += counts * b;
@@ -198,6 +199,12 @@ void measureHead(const PairToMeasure& pair, double ratio, double noiseVariance,
 }
 
 }  // namespace
+
+bool PairToMeasure::isReached(const glm::ivec3& voxel) const {
+  if (!toSecond) return true;
+  const double slice = (*toSecond * glm::dvec4(voxel, 1.0))[sliceAxis];
+  return slice >= 0 && slice <= second.dimensions()[sliceAxis] - 1;
+}
 
 double PairFigures::unexplainedTotals() const { return beyond(columnTotals, columnTotalsOfNoise); }
 

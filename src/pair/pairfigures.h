@@ -1,5 +1,6 @@
 #pragma once
 
+#include <glm/mat4x4.hpp>
 #include <glm/vec3.hpp>
 #include <optional>
 #include <vector>
@@ -56,10 +57,15 @@ struct PairToMeasure {
   /// How much each voxel of the corrected images counts, 0 to 1; null: all alike.
   const Volume<float>* weights = nullptr;
   int sliceAxis = 2;
+  /// Of a head that moved: from voxels of the first image to where they lie in the second one as it
+  /// came. What that did not reach it has not lost.
+  std::optional<glm::dmat4> toSecond = {};
 
   double weightOf(int voxel) const {
     return weights != nullptr ? static_cast<double>(weights->data()[voxel]) : 1.0;
   }
+  /// Whether the second image's slices as they came go so far.
+  bool isReached(const glm::ivec3& voxel) const;
 };
 
 /// Measures the figures. With weights a column counts as the part of its corrected signal does that

@@ -149,6 +149,20 @@ TEST(PairFigures, SlicesThatOneImageLostAreFoundWhereTheirMeanIsNoHead) {
   }
 }
 
+TEST(PairFigures, WhatAMovedImageDidNotReachItHasNotLost) {
+  const Volume<float> image(dims, 100.0f), none(dims, 0.0f);
+  // Moved upwards by one slice and a half: of the last two slices nothing was seen.
+  const Volume<float> second = filled([](int, int, int z) { return z < 8 ? 100.0 : 0.0; });
+  PairToMeasure pair = pairOf(image, second, none);
+  pair.threshold = 60;
+  EXPECT_EQ(measurePair(pair).slicesLostBySecond, (std::vector<int>{8, 9}));
+  pair.toSecond = glm::dmat4(1.0);
+  (*pair.toSecond)[3][2] = 1.5;
+  EXPECT_EQ(measurePair(pair).slicesLostBySecond, std::vector<int>{});
+  (*pair.toSecond)[3][2] = 0.5;
+  EXPECT_EQ(measurePair(pair).slicesLostBySecond, std::vector<int>{8});
+}
+
 TEST(PairFigures, NoiseIsMeasuredInTheAirWhateverWasAdded) {
   const Volume<float> object = filled([](int x, int, int) { return x < 5 ? 1000.0 : 0.0; }),
                       none(dims, 0.0f);
