@@ -118,38 +118,69 @@ void judgeSize(double found, double doubtful, double largest, const std::string&
                   (grave ? untrusted : ""));
 }
 
+// The largest of a figure that goes with the slices' misfits.
+double largestOf(const std::vector<double>& figure, const std::vector<std::size_t>& slices) {
+  double most = 0;
+  for (const std::size_t k : slices) most = std::max(most, figure[k]);
+  return most;
+}
+
+double medianCounted(const PairFigures& figures) {
+  std::vector<float> found;
+  for (std::size_t k = 0; k < figures.sliceMisfits.size(); ++k)
+    if (figures.sliceMisfits[k] > 0) found.push_back(static_cast<float>(figures.sliceResiduals[k]));
+  return found.empty() ? 0 : static_cast<double>(quantile(found, 0.5));
+}
+
 // Slices whose residual is too large and whose misfit is far out of those of the others (beyond the
 // outer fence of the logarithms, J. W. Tukey, Exploratory Data Analysis, 1977), where they hold
 // most of what the images differ by: a slice at the rim of a good pair does not. The fence is one
 // of misfits with their noise: beyond noise those of most slices may be 0.
-void judgeSlices(const PairFigures& figures, const std::string& both, Verdict& verdict) {
-  std::vector<float> found, logs;
-  for (std::size_t k = 0; k < figures.sliceMisfits.size(); ++k) {
-    if (!(figures.sliceMisfits[k] > 0)) continue;
-    found.push_back(static_cast<float>(figures.sliceResiduals[k]));
-    logs.push_back(static_cast<float>(std::log(figures.sliceMisfits[k])));
-  }
-  if (found.size() < fewestSlices) return;
+std::vector<std::size_t> slicesFarOut(const PairFigures& figures) {
+  std::vector<float> logs;
+  for (const double misfit : figures.sliceMisfits)
+    if (misfit > 0) logs.push_back(static_cast<float>(std::log(misfit)));
+  if (logs.size() < fewestSlices) return {};
   const double low = static_cast<double>(quantile(logs, 0.25)),
-               middle = static_cast<double>(quantile(found, 0.5)),
                high = static_cast<double>(quantile(logs, 0.75));
   const double limit = std::exp(high + 3 * (high - low));
   std::vector<std::size_t> out;
-  double share = 0, most = 0;
+  double share = 0;
   for (std::size_t k = 0; k < figures.sliceResiduals.size(); ++k) {
     if (!(figures.sliceMisfits[k] > limit && figures.sliceResiduals[k] > doubtfulResidual))
       continue;
     out.push_back(k);
     share += figures.sliceShares[k];
-    most = std::max(most, figures.sliceResiduals[k]);
   }
-  if (!(share > 0.5)) return;
+  return share > 0.5 ? out : std::vector<std::size_t>();
+}
+
+// Those, and slices of which one image has lost the signal, however little of the head they hold.
+void judgeSlices(const PairFigures& figures, const PairNamesAndAxis& names, Verdict& verdict) {
+  std::vector<std::size_t> out = slicesFarOut(figures);
+  std::string lost;
+  const auto addLost = [&](const std::vector<int>& slices, const std::string& image) {
+    if (slices.empty()) return;
+    out.insert(out.end(), slices.begin(), slices.end());
+    lost += (lost.empty() ? "" : ", ") + image + " has next to no signal in " +
+            (slices.size() == 1 ? "slice " : "slices ") + rangesOf(slices);
+  };
+  addLost(figures.slicesLostByFirst, names.first);
+  addLost(figures.slicesLostBySecond, names.second);
+  if (out.empty()) return;
+  std::sort(out.begin(), out.end());
+  out.erase(std::unique(out.begin(), out.end()), out.end());
+  const double middle = medianCounted(figures);
   verdict.add(Trust::doubtful,
               "in slices " + rangesOf(out) + " (counted from 0" +
                   (figures.sliceAxis == 2 ? "" : " along " + bids::nameOf({figures.sliceAxis, 1})) +
-                  ") " + both + ", corrected, differ by up to " + percent(most) +
-                  " beyond noise, where the others differ by " + percent(middle) +
-                  ": one of them may have lost signal there, or the head moved meanwhile");
+                  ") " + names.first + " and " + names.second + ", corrected, differ by up to " +
+                  percent(largestOf(figures.sliceResiduals, out)) +
+                  " beyond noise, where the others differ by " + percent(middle) + ": " +
+                  (lost.empty() ? "one of them may have lost signal there, or the head moved "
+                                  "meanwhile"
+                                : lost + ", where the other image has some: it was lost there, or "
+                                         "the head moved meanwhile"));
 }
 
 void judgeSmoothness(const PairFigures& figures, Verdict& verdict) {
@@ -217,7 +248,7 @@ Verdict judgePair(const PairFigures& figures, const PairAgreement& agreement, Ma
   if (origin == MapOrigin::massPreserving) {
     judgeSize(figures.unexplainedResidual(), doubtfulResidual, largestResidual,
               both + ", corrected,", verdict);
-    judgeSlices(figures, both, verdict);
+    judgeSlices(figures, names, verdict);
     judgeSmoothness(figures, verdict);
   }
   judgeAxis(agreement, names, verdict);

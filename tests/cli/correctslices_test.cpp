@@ -26,12 +26,12 @@ constexpr int firstSpoiled = 12, lastSpoiled = 14;
 
 class CorrectSlices : public CorrectPair {
  protected:
-  /// The first image with other values in three of its slices.
-  std::string spoiled(const Value& value) const {
+  /// The first image with other values in some of its slices.
+  std::string spoiled(const Value& value, int from = firstSpoiled, int to = lastSpoiled) const {
     nifti::Reader reader(ap());
     Volume<float> image = reader.readVolume(0);
     const Volume<float> good = image;
-    for (int z = firstSpoiled; z <= lastSpoiled; ++z)
+    for (int z = from; z <= to; ++z)
       for (int y = 0; y < image.ny(); ++y)
         for (int x = 0; x < image.nx(); ++x) image.at(x, y, z) = value(good, x, y, z);
     nifti::Writer writer(file("spoiled.nii.gz"), nifti::floatMapLike(reader.header()));
@@ -39,9 +39,10 @@ class CorrectSlices : public CorrectPair {
     writer.finish();
     return file("spoiled.nii.gz");
   }
-  ProgramResult correctSpoiled(const Value& value) const {
-    return runMirel({"correct", spoiled(value), pa(), "--pe-a", "j-", "--readout", "0.04", "--json",
-                     "--overwrite", "--no-report", "-o", out()});
+  ProgramResult correctSpoiled(const Value& value, int from = firstSpoiled,
+                               int to = lastSpoiled) const {
+    return runMirel({"correct", spoiled(value, from, to), pa(), "--pe-a", "j-", "--readout", "0.04",
+                     "--json", "--overwrite", "--no-report", "-o", out()});
   }
 };
 
@@ -66,6 +67,24 @@ TEST_F(CorrectSlices, ThatAreSpoiledAreNamed) {
     EXPECT_GT(misfits[13], 2.0);
     EXPECT_LT(misfits[20], 1.5);
   }
+}
+
+TEST_F(CorrectSlices, ThatOneImageLostAtTheEdgeOfTheHeadAreNamed) {
+  for (const int lost : {0, 23})
+    for (const float left : {0.0F, 0.1F}) {
+      SCOPED_TRACE(testing::Message() << "slice " << lost << ", " << left << " of it left");
+      const ProgramResult result =
+          correctSpoiled([=](const auto& i, int x, int y,
+                             int z) { return (z == lost ? left : 1.0F) * i.at(x, y, z); },
+                         0, 27);
+      ASSERT_EQ(result.status, 0) << result.err;
+      EXPECT_THAT(result.err, HasSubstr("spoiled.nii.gz has next to no signal in slice " +
+                                        std::to_string(lost)));
+      const json verdict = json::parse(result.out)["verdict"];
+      EXPECT_NE(verdict["trust"], "trusted");
+      const std::vector<double> misfits = verdict["sliceMisfits"];
+      EXPECT_GT(misfits[static_cast<std::size_t>(lost)], 2.0);
+    }
 }
 
 TEST_F(CorrectSlices, ThatDifferAsImagesDoAreNot) {

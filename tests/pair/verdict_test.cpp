@@ -6,6 +6,7 @@
 
 namespace mirel {
 
+using testing::AllOf;
 using testing::Contains;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -115,6 +116,20 @@ TEST(PairVerdict, SlicesThatStandOutAreNamed) {
   figures.sliceResiduals.assign(16, 0.02);
   figures.sliceResiduals[4] = 0.12;
   EXPECT_EQ(verdictOf(figures).trust, Trust::trusted);
+}
+
+TEST(PairVerdict, SlicesThatOneImageLostAreNamedHoweverSmall) {
+  PairFigures figures = goodFigures();
+  figures.sliceResiduals = {1.9, 0.02, 0.02, 0.02, 1.8};
+  figures.sliceShares = {0.1, 0.3, 0.3, 0.2, 0.1};
+  figures.sliceMisfits = {5, 1, 1, 1, 4};
+  EXPECT_EQ(verdictOf(figures).trust, Trust::trusted);
+  figures.slicesLostBySecond = {0, 4};
+  const Verdict verdict = verdictOf(figures);
+  EXPECT_EQ(verdict.trust, Trust::doubtful);
+  EXPECT_THAT(textsOf(verdict.reasons),
+              Contains(AllOf(HasSubstr("in slices 0, 4 (counted from 0) a.nii and b.nii"),
+                             HasSubstr("b.nii has next to no signal in slices 0, 4"))));
 }
 
 TEST(PairVerdict, TotalsThatDifferAreRefusedOfAnyEstimate) {
