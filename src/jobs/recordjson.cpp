@@ -78,7 +78,13 @@ Json varyingRatioJson(const PairFindings& findings) {
           {"Spread", findings.intensityRatioSpread}};
 }
 
-// In % of the image; null: none was taken off.
+// In % of the image; null: none was left in.
+Json ghostsLeftJson(const PairGhosts& ghosts) {
+  if (ghosts.areNone()) return nullptr;
+  return {{"Percent", {100 * ghosts.first, 100 * ghosts.second}}};
+}
+
+// The same; null: none was taken off.
 Json ghostsJson(const PairGhosts& ghosts) {
   if (ghosts.areNone()) return nullptr;
   return {{"Percent", {100 * ghosts.first, 100 * ghosts.second}}, {"PhaseCosine", ghosts.cosine}};
@@ -108,6 +114,7 @@ Json settingsJson(const EstimateSettings& settings, const PairFindings& findings
     json["HeadMotion"] = motionJson(findings);
     json["ShareOut"] = findings.shareOut;
     json["Ghosts"] = ghostsJson(findings.ghosts);
+    json["GhostsLeft"] = ghostsLeftJson(findings.ghostsLeft);
     json["ResidualNoise"] = residualNoiseJson(findings);
     json["Background"] = {findings.backgroundA, findings.backgroundB};
   }
@@ -321,6 +328,7 @@ void addPairSummary(Json& json, const PairRecord& pair) {
   json["intensityRatioVaries"] = varyingRatioJson(findings);
   json["shareOut"] = findings.shareOut;
   json["ghosts"] = ghostsJson(findings.ghosts);
+  json["ghostsLeft"] = ghostsLeftJson(findings.ghostsLeft);
   json["residualNoise"] = residualNoiseJson(findings);
   json["estimateMotion"] = pair.settings.looksForMotion();
   json["headMotion"] = motionJson(findings);

@@ -4,8 +4,8 @@
 
 namespace mirel {
 
-/// Nyquist ghosts of a pair that were taken off before the estimate: an image I of what is without,
-/// S, is |S + a e^(i phi) P S|, P S being S shifted by half the field of view along y.
+/// Nyquist ghosts of a pair: an image I of what is without, S, is |S + a e^(i phi) P S|, P S being
+/// S shifted by half the field of view along y.
 struct PairGhosts {
   double first = 0.0, second = 0.0;  ///< a, of each image; 0: none was found
   double cosine = 0.0;               ///< of phi within the head, for both alike

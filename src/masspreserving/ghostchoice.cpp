@@ -24,12 +24,12 @@ double Estimation::withoutGhosts(const Volume<float>& first, const Volume<float>
 }
 
 // Takes the ghosts off the images if there are any and the residuals in the head tell their phase;
-// if not, everything is left as it was. The field follows the ghosts in the air, and its residuals
-// then tell next to nothing of those in the head: so the phase is tried out.
+// if not, everything is left as it was, and the result says so. The field follows the ghosts in the
+// air, and its residuals then tell next to nothing of those in the head: so the phase is tried out.
 void Estimation::chooseGhosts(const Volume<float>& first, const Volume<float>& second) {
-  if (levels.size() < 2) return;
   PairGhosts found{ghostInAir(first), ghostInAir(second)};
-  if (found.areNone()) return;
+  result.ghostsLeft = found;
+  if (levels.size() < 2 || found.areNone()) return;
   const auto logLikelihood = [&](double cosine) {
     found.cosine = cosine;
     return withoutGhosts(first, second, found);
@@ -51,6 +51,7 @@ void Estimation::chooseGhosts(const Volume<float>& first, const Volume<float>& s
     return;
   }
   result.ghosts = found;
+  result.ghostsLeft = {};
   setImages(withoutGhost(first, found.first, found.cosine),
             withoutGhost(second, found.second, found.cosine));
 }

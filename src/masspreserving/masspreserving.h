@@ -69,6 +69,9 @@ struct MassPreservingResult {
   double shareOut = 0.0;
   /// Nyquist ghosts that were taken off the images first; none where they were not.
   PairGhosts ghosts;
+  /// Those that the air shows and that were left in, of an unknown phase: the head did not ask for
+  /// taking them off.
+  PairGhosts ghostsLeft;
   /// The head's motion from the first to the second image, in mm along the axes of the grid and
   /// about its middle; none if it was not estimated or is not significant. What of it runs along y
   /// is a convention (docs/mass-preserving.md).

@@ -97,6 +97,7 @@ Found estimateMap(const PairInput& pair, const EstimateSettings& settings, PairE
   estimate.intensityRatioSpread = result.ratioSpread;
   estimate.shareOut = result.shareOut;
   estimate.ghosts = result.ghosts;
+  estimate.ghostsLeft = result.ghostsLeft;
   estimate.noiseOfSignal = result.noiseOfSignal;
   estimate.noiseTails = result.noiseTails;
   if (settings.uncertainty) estimate.deviation = frame.back(std::move(result.deviationVoxels));

@@ -82,6 +82,8 @@ struct PairFindings {
   double shareOut = 0;
   /// Of the mass-preserving estimate: the Nyquist ghosts that were taken off for it.
   PairGhosts ghosts;
+  /// Those that were found in the air and left in.
+  PairGhosts ghostsLeft;
   /// Of the mass-preserving estimate: what its residuals leave per voxel and image, as a fraction
   /// of the signal, and nu of the Student's t distribution whose scale that is (infinite: normal).
   double noiseOfSignal = 0, noiseTails = std::numeric_limits<double>::infinity();

@@ -18,6 +18,7 @@ namespace {
 
 using nlohmann::json;
 using testing::HasSubstr;
+using testing::Not;
 
 class CorrectContrast : public CorrectPair {
  protected:
@@ -39,8 +40,9 @@ class CorrectContrast : public CorrectPair {
     writer.finish();
     return file("changed.nii.gz");
   }
-  /// The first image with a ghost of 8 %, half a field of view away.
-  ProgramResult correctWithGhost() const {
+  /// The first image with a ghost of 8 %, half a field of view away, in phase with it or across.
+  enum class Ghost { inPhase, across };
+  ProgramResult correctWithGhost(Ghost ghost) const {
     nifti::Reader reader(ap());
     const Volume<float> image = reader.readVolume(0);
     nifti::Writer writer(file("changed.nii.gz"), nifti::floatMapLike(reader.header()));
@@ -48,7 +50,8 @@ class CorrectContrast : public CorrectPair {
     for (int z = 0; z < image.nz(); ++z)
       for (int y = 0; y < image.ny(); ++y)
         for (int x = 0; x < image.nx(); ++x)
-          ghosted.at(x, y, z) += 0.08F * image.at(x, (y + image.ny() / 2) % image.ny(), z);
+          ghosted.at(x, y, z) = sum(ghost, image.at(x, y, z),
+                                    0.08F * image.at(x, (y + image.ny() / 2) % image.ny(), z));
     writer.write(ghosted);
     writer.finish();
     return runMirel(
@@ -60,6 +63,9 @@ class CorrectContrast : public CorrectPair {
   }
 
  private:
+  static float sum(Ghost ghost, float own, float other) {
+    return ghost == Ghost::inPhase ? own + other : std::hypot(own, other);
+  }
   static void lose(Volume<float>& density, glm::dvec3 voxelMm, double radiusMm) {
     const glm::dvec3 cellMm =
         voxelMm / glm::dvec3(HeadObject::cellsPerVoxel, HeadObject::cellsPerVoxel, 1);
@@ -87,7 +93,7 @@ TEST_F(CorrectContrast, AnotherContrastIsWarnedOfWithWhatToTry) {
 TEST_F(CorrectContrast, NothingIsSaidOfTheSameContrast) {
   const ProgramResult result = correctWith({});
   ASSERT_EQ(result.status, 0) << result.err;
-  EXPECT_THAT(result.err, testing::Not(HasSubstr("contrast")));
+  EXPECT_THAT(result.err, Not(HasSubstr("contrast")));
   EXPECT_TRUE(json::parse(result.out)["intensityRatioVaries"].is_null());
 }
 
@@ -103,7 +109,7 @@ TEST_F(CorrectContrast, LostSignalIsWarnedOfWithHowMuch) {
 }
 
 TEST_F(CorrectContrast, AGhostIsWarnedOfAndRecorded) {
-  const ProgramResult result = correctWithGhost();
+  const ProgramResult result = correctWithGhost(Ghost::inPhase);
   ASSERT_EQ(result.status, 0) << result.err;
   EXPECT_THAT(result.err, HasSubstr("holds a ghost of itself"));
   EXPECT_THAT(result.err, HasSubstr("the corrected images still hold it"));
@@ -113,6 +119,21 @@ TEST_F(CorrectContrast, AGhostIsWarnedOfAndRecorded) {
   EXPECT_LT(ghosts["Percent"][0], 13.0);
   EXPECT_EQ(ghosts["Percent"][1], 0.0);
   EXPECT_GE(ghosts["PhaseCosine"], 0.5);
+  EXPECT_TRUE(json::parse(result.out)["ghostsLeft"].is_null());
+  EXPECT_THAT(result.err, Not(HasSubstr("left in")));
+}
+
+TEST_F(CorrectContrast, AGhostThatIsLeftInIsWarnedOfAndRecorded) {
+  const ProgramResult result = correctWithGhost(Ghost::across);
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_THAT(result.err, HasSubstr("changed.nii.gz holds a ghost of itself, half a field of view "
+                                    "away (of 8"));
+  EXPECT_THAT(result.err, HasSubstr("left in, ghosts of 5 to 10 % made the field"));
+  const json summary = json::parse(result.out);
+  EXPECT_TRUE(summary["ghosts"].is_null());
+  EXPECT_NEAR(summary["ghostsLeft"]["Percent"][0], 8.0, 2.0);
+  EXPECT_EQ(summary["ghostsLeft"]["Percent"][1], 0.0);
+  EXPECT_EQ(summary["verdict"]["trust"], "trusted");
 }
 
 TEST_F(CorrectContrast, NothingIsSaidOfAWholePair) {
@@ -120,7 +141,8 @@ TEST_F(CorrectContrast, NothingIsSaidOfAWholePair) {
   ASSERT_EQ(result.status, 0) << result.err;
   EXPECT_EQ(json::parse(result.out)["shareOut"], 0.0);
   EXPECT_TRUE(json::parse(result.out)["ghosts"].is_null());
-  EXPECT_THAT(result.err, testing::Not(HasSubstr("ghost")));
+  EXPECT_TRUE(json::parse(result.out)["ghostsLeft"].is_null());
+  EXPECT_THAT(result.err, Not(HasSubstr("ghost")));
   EXPECT_EQ(json::parse(result.out)["verdict"]["trust"], "trusted");
 }
 

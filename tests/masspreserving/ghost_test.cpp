@@ -132,6 +132,7 @@ TEST(Ghost, IsTakenOffInPhaseAndInCounterphaseAndFromOneImage) {
   const GhostedHead clean(0.0, 0.0, 0.0);
   const MassPreservingResult without = clean.estimate();
   EXPECT_TRUE(without.ghosts.areNone());
+  EXPECT_TRUE(without.ghostsLeft.areNone());
   const double unspoiled = clean.errorOf(without);
   struct Case {
     double a, phase, ofSecond;
@@ -141,6 +142,7 @@ TEST(Ghost, IsTakenOffInPhaseAndInCounterphaseAndFromOneImage) {
     const GhostedHead pair(a, phase, ofSecond);
     const MassPreservingResult found = pair.estimate();
     EXPECT_NEAR(found.ghosts.first, a, 0.006);
+    EXPECT_TRUE(found.ghostsLeft.areNone());
     EXPECT_NEAR(found.ghosts.second, ofSecond * a, 0.006);
     EXPECT_GE(found.ghosts.cosine * std::cos(phase), 0.5);
     EXPECT_LT(pair.errorOf(found), 1.25 * unspoiled) << phase << " " << ofSecond;
@@ -148,8 +150,11 @@ TEST(Ghost, IsTakenOffInPhaseAndInCounterphaseAndFromOneImage) {
 }
 
 // Inside the head a ghost across the phase hardly changes a magnitude.
-TEST(Ghost, IsLeftWhereTheHeadDoesNotShowIt) {
-  EXPECT_TRUE(GhostedHead(0.08, 0.5 * std::numbers::pi, 1.0).estimate().ghosts.areNone());
+TEST(Ghost, IsLeftWhereTheHeadDoesNotShowItAndTold) {
+  const MassPreservingResult found = GhostedHead(0.08, 0.5 * std::numbers::pi, 0.0).estimate();
+  EXPECT_TRUE(found.ghosts.areNone());
+  EXPECT_NEAR(found.ghostsLeft.first, 0.08, 0.01);
+  EXPECT_EQ(found.ghostsLeft.second, 0.0);
 }
 
 TEST(Ghost, ExchangedImagesNegateTheMap) {
