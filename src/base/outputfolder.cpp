@@ -65,6 +65,8 @@ void OutputFolder::announce(const std::string& name, const std::vector<std::stri
   names.push_back(name);
 }
 
+void OutputFolder::withdraw(const std::string& name) { std::erase(names, name); }
+
 bool OutputFolder::isThere(const std::string& name) const {
   std::error_code ignored;
   return fs::exists(folder / name, ignored);

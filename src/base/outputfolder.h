@@ -25,6 +25,8 @@ class OutputFolder {
   /// Announces a file. Throws Error when it was announced before, is a folder, or would
   /// overwrite one of the inputs.
   void announce(const std::string& name, const std::vector<std::string>& inputs);
+  /// Takes that back: there is nothing to be written there after all.
+  void withdraw(const std::string& name);
   bool isThere(const std::string& name) const;
   bool isAnnounced(const std::string& name) const;
   /// The path that a file of this name has or will have.

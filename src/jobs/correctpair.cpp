@@ -220,6 +220,16 @@ void addRemarks(RunRecord& run, const PairInput& pair, const PairEstimate& estim
                                                  "that stand out"));
 }
 
+// Of two images that are one the deviation would be 0, which is the opposite of what is known.
+void withdrawDeviation(PairNames& names, const PairInput& pair, const PairEstimate& estimate,
+                       OutputFolder& folder, RunRecord& run) {
+  if (names.deviation.empty() || estimate.deviation) return;
+  for (const std::string& file : filesNamed(names.deviation)) folder.withdraw(file);
+  names.deviation.clear();
+  run.warnings.push_back("no uncertainty is written: " + pair.a.title() + " and " + pair.b.title() +
+                         " show the same, which tells nothing of how far the map may be off");
+}
+
 // Of all that a run of the pair makes with one option or the other.
 ResultStems stemsOf(const PairInput& pair, const CorrectPairOptions& options) {
   EstimateSettings settings = options.estimate;
@@ -320,7 +330,7 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
       mayDescribe(options.outputFolder, inputs) ? Description::written : Description::kept;
   const SourceNames sources(options.outputFolder, inputs, description);
   const EarlierResults earlier(folder, sources, othersOf(options));
-  const PairNames names = PairNames::of(pair, options.estimate, options.results);
+  PairNames names = PairNames::of(pair, options.estimate, options.results);
   announcePair(pair, inputs, names, earlier, folder);
   series.correction.announce(inputs, resultInputsOf(pair), earlier);
   if (series.joining) series.joining->announce(inputs, resultInputsOf(pair), earlier);
@@ -334,6 +344,7 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
                                       : estimatePairMap(pair, options.estimate, progress);
   doubtUncovered(pair, read.start, estimate);
   addRemarks(run, pair, estimate);
+  withdrawDeviation(names, pair, estimate, folder, run);
   run.notes.insert(run.notes.end(), across.notes.begin(), across.notes.end());
   run.warnings.insert(run.warnings.end(), across.warnings.begin(), across.warnings.end());
   addAgreement(run, pair, estimate, options.startingField);

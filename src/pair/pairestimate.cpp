@@ -380,7 +380,7 @@ PairEstimate estimatePairMap(const PairInput& input, const EstimateSettings& set
   EstimateSettings used = settings;
   if (change) used.uncertainty = true;
   PairEstimate estimate = estimateFrom(clean ? *clean : input, used, change, progress);
-  if (!settings.uncertainty) estimate.deviation.reset();
+  if (!settings.uncertainty || estimate.agreement.isOfOneImage()) estimate.deviation.reset();
   if (clean) correctWithSpikes(input, settings, estimate);
   return estimate;
 }

@@ -97,7 +97,8 @@ struct PairFindings {
 struct PairEstimate : PairFindings {
   /// Voxels along the phase-encoding axis; forward for A, and negated forward for B.
   Volume<float> shift;
-  /// Standard deviation of `shift` given the images, where it was asked for.
+  /// Standard deviation of `shift` given the images, where it was asked for and the images are not
+  /// one (PairAgreement::isOfOneImage), which would make it 0.
   std::optional<Volume<float>> deviation;
   /// B is corrected in the head's place in A.
   Volume<float> correctedA, correctedB, mean;

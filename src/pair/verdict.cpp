@@ -35,7 +35,7 @@ std::string percent(double part) { return text("%.3g", 100 * part) + " %"; }
 
 void judgeLikeness(const PairFigures& figures, const PairAgreement& found,
                    const PairNamesAndAxis& names, Verdict& verdict) {
-  if (found.before > oneImage)
+  if (found.isOfOneImage())
     verdict.add(Trust::doNotTrust,
                 names.second + " shows the same as " + names.first + " (correlation " +
                     text("%.5f", found.before) +
@@ -224,6 +224,8 @@ std::string nameOf(Trust trust) {
   }
   return "trusted";
 }
+
+bool PairAgreement::isOfOneImage() const { return before > oneImage; }
 
 void Verdict::add(Trust level, Remark reason) {
   trust = std::max(trust, level);

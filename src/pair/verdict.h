@@ -28,6 +28,10 @@ struct PairAgreement {
   std::optional<FieldScale> bestScale;
   double fastAlongAxis = 0, fastAcross = 0;
   int otherAxis = 0;
+
+  /// Whether one image is the other, up to a factor: nothing is left that could tell a
+  /// displacement, nor how far it may be off.
+  bool isOfOneImage() const;
 };
 
 /// What speaks against a result: sentences that hold figure and limit, the gravest level of them,

@@ -32,6 +32,16 @@ TEST(OutputFolder, FilesAppearAtTheEndInFoldersThatAreMade) {
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(deep), {}), 1);
 }
 
+TEST(OutputFolder, WhatIsWithdrawnNeedNotBeWritten) {
+  TemporaryFolder folder;
+  OutputFolder output(folder.file("a"));
+  output.announce("x", {});
+  output.announce("y", {});
+  output.withdraw("x");
+  EXPECT_FALSE(output.isAnnounced("x"));
+  EXPECT_THAT(output.write([&] { output.writeText("y", "y"); }), ElementsAre(folder.file("a/y")));
+}
+
 TEST(OutputFolder, OfWorkThatFailsNothingStays) {
   TemporaryFolder folder;
   {

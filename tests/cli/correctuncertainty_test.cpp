@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "cli/correctpair.h"
+#include "nifti/image.h"
 
 // mirel correct --uncertainty: how far the field may be from the true one.
 
@@ -10,7 +11,9 @@ namespace mirel {
 
 namespace {
 
+using testing::Contains;
 using testing::HasSubstr;
+using testing::Not;
 
 using CorrectUncertainty = CorrectPair;
 
@@ -36,6 +39,23 @@ TEST_F(CorrectUncertainty, IsInVoxelsWithoutReadoutTime) {
       {"correct", file("a.nii.gz"), file("b.nii.gz"), "--uncertainty", "--quiet", "-o", out()});
   ASSERT_EQ(result.status, 0) << result.err;
   EXPECT_GT(imageIn(out("a_desc-uncertainty_vdm.nii.gz")).min(), 0.0F);
+}
+
+TEST_F(CorrectUncertainty, IsNotWrittenOfAnImageAndItsCopy) {
+  const nifti::Header like = nifti::floatMapLike(nifti::Reader(ap()).header());
+  for (const float factor : {1.0F, 1.7F}) {
+    nifti::Writer writer(file("copy.nii.gz"), like);
+    writer.write(imageIn(ap()) * factor);
+    writer.finish();
+    const ProgramResult result =
+        runMirel({"correct", ap(), file("copy.nii.gz"), "--pe-b", "j", "--readout", "0.04",
+                  "--uncertainty", "--overwrite", "--no-report", "-o", out()});
+    ASSERT_EQ(result.status, 0) << result.err;
+    EXPECT_THAT(result.err, HasSubstr("it is a copy"));
+    EXPECT_THAT(result.err, HasSubstr("no uncertainty is written: "));
+    EXPECT_THAT(namesInOut(), Not(Contains(HasSubstr("desc-uncertainty"))));
+    EXPECT_THAT(namesInOut(), Contains(HasSubstr("_vdm")));
+  }
 }
 
 TEST_F(CorrectUncertainty, IsNotKnownToTheSearch) {
