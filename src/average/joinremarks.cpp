@@ -31,11 +31,14 @@ void tellOf(const JoinedPart& part, JoinedVolumes& joined) {
     case JoinedPart::Fate::counted:
       break;
   }
-  if (!part.weakSlices.empty())
-    joined.warnings.push_back("slices " + rangesOf(part.weakSlices) + " (counted from 0) of " +
-                              part.name +
-                              " differ from those of the others, as where signal is lost or the "
-                              "head moved: they count less in the mean, or not at all");
+  if (!part.weakSlices.empty()) {
+    const bool one = part.weakSlices.size() == 1;
+    joined.warnings.push_back(namedRanges("slice", part.weakSlices) + " (counted from 0) of " +
+                              part.name + (one ? " differs from that" : " differ from those") +
+                              " of the others, as where signal is lost or the head moved: " +
+                              (one ? "it counts" : "they count") +
+                              " less in the mean, or not at all");
+  }
   tellOfMotion(part, joined);
 }
 

@@ -25,4 +25,10 @@ std::string rangesOf(const std::vector<Integer>& numbers) {
   return joined(ranges);
 }
 
+/// Those of something that has its plural in "s": "slice 12", "slices 3 to 9, 12".
+template <typename Integer>
+std::string namedRanges(const std::string& one, const std::vector<Integer>& numbers) {
+  return one + (numbers.size() == 1 ? " " : "s ") + rangesOf(numbers);
+}
+
 }  // namespace mirel

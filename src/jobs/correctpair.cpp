@@ -23,6 +23,7 @@ namespace mirel {
 namespace {
 
 constexpr double leastCorrelation = 0.5;  // of two fields of one head
+constexpr double leastRatioTold = 0.005;  // of its standard deviation: less is none
 constexpr double leastCovered = 0.8;      // of the head, by a field that corrects it
 
 std::vector<std::string> filesOf(const PairInput& pair) {
@@ -96,6 +97,7 @@ Distortion distortionOf(const PairInput& pair, const PairEstimate& estimate) {
 
 // What the estimate allowed for, and what would be better than to allow for it.
 void addRatioRemarks(RunRecord& run, const PairInput& pair, const PairEstimate& estimate) {
+  if (!(estimate.intensityRatioSpread > leastRatioTold)) return;
   const std::string both = pair.a.title() + " and " + pair.b.title();
   const std::string by = " (by " + text("%.2g", 100 * estimate.intensityRatioSpread) +
                          " % beside their ratio), which was allowed for";
@@ -170,13 +172,14 @@ void doubtUncovered(const PairInput& pair, const std::optional<DistortionFile>& 
 void addFieldFound(RunRecord& run, const PairInput& pair, const PairEstimate& estimate) {
   if (!pair.startIsMap) return;
   const PairAgreement& found = estimate.agreement;
+  const double left = estimate.verdict.figures.unexplainedResidual();
   run.notes.push_back(
       "the field is that of " + pair.startFile + ", nothing was estimated: corrected by it " +
       pair.a.title() + " and " + pair.b.title() + " correlate by " + text("%.3f", found.modulated) +
       " in the head, as they came by " + text("%.3f", found.before) +
       ", and with the opposite sign by " + text("%.3f", found.negated) + "; they differ by " +
-      text("%.3g", 100 * estimate.verdict.figures.unexplainedResidual()) +
-      " % beyond noise (by an estimate from them, 16 % at most); motion of the head since it was "
+      (left > 0 ? text("%.3g", 100 * left) + " % beyond" : "no more than") +
+      " noise (by an estimate from them, 16 % at most); motion of the head since it was "
       "measured, or between the images, was not "
       "looked for");
 }

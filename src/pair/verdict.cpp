@@ -27,6 +27,7 @@ constexpr double muchLess = 0.6;
 // A residual above the first is too much for a field rougher than that in Hz per mm.
 constexpr double roughResidual = 0.15, roughHzPerMm = 1.9;
 constexpr double doubtfulHz = 150;
+constexpr double leastTold = 0.0005;     // of a difference: 0.05 %
 constexpr std::size_t fewestSlices = 8;  // to tell some from the others
 
 constexpr const char* untrusted = ": do not trust this result";
@@ -163,7 +164,7 @@ void judgeSlices(const PairFigures& figures, const PairNamesAndAxis& names, Verd
     if (slices.empty()) return;
     out.insert(out.end(), slices.begin(), slices.end());
     lost += (lost.empty() ? "" : ", ") + image + " has next to no signal in " +
-            (slices.size() == 1 ? "slice " : "slices ") + rangesOf(slices);
+            namedRanges("slice", slices);
   };
   addLost(figures.slicesLostByFirst, names.first);
   addLost(figures.slicesLostBySecond, names.second);
@@ -172,11 +173,12 @@ void judgeSlices(const PairFigures& figures, const PairNamesAndAxis& names, Verd
   out.erase(std::unique(out.begin(), out.end()), out.end());
   const double middle = medianCounted(figures);
   verdict.add(Trust::doubtful,
-              "in slices " + rangesOf(out) + " (counted from 0" +
+              "in " + namedRanges("slice", out) + " (counted from 0" +
                   (figures.sliceAxis == 2 ? "" : " along " + bids::nameOf({figures.sliceAxis, 1})) +
                   ") " + names.first + " and " + names.second + ", corrected, differ by up to " +
                   percent(largestOf(figures.sliceResiduals, out)) +
-                  " beyond noise, where the others differ by " + percent(middle) + ": " +
+                  " beyond noise, where the others differ by " +
+                  (middle < leastTold ? "no more than noise" : percent(middle)) + ": " +
                   (lost.empty() ? "one of them may have lost signal there, or the head moved "
                                   "meanwhile"
                                 : lost + ", where the other image has some: it was lost there, or "

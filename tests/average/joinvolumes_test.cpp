@@ -94,8 +94,9 @@ TEST_F(JoinVolumes, LeavesOutSlicesThatLostTheirSignal) {
   EXPECT_THAT(joined.parts[1].weakSlices, ElementsAre(9, 10, 14));
   EXPECT_EQ(joined.parts[1].fate, Fate::counted);
   EXPECT_LT(rms(joined.image, 9, 11), 1.1 * sigma / std::sqrt(3));
-  EXPECT_THAT(textsOf(joined.warnings),
-              ElementsAre(HasSubstr("slices 9 to 10, 14 (counted from 0) of volume 1 differ")));
+  EXPECT_THAT(
+      textsOf(joined.warnings),
+      ElementsAre(HasSubstr("slices 9 to 10, 14 (counted from 0) of volume 1 differ from")));
 }
 
 TEST_F(JoinVolumes, LeavesOutAVolumeOfAnotherContrast) {

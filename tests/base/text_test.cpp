@@ -24,6 +24,11 @@ TEST(NumberText, HasSixDigitsOrWhatTheFormatSays) {
   EXPECT_EQ(text("%.2f", -0.001), "-0.00");
 }
 
+TEST(JoinedTexts, RangesAreNamedInTheSingularWhereThereIsOneNumber) {
+  EXPECT_EQ(namedRanges("slice", std::vector<int>{10}), "slice 10");
+  EXPECT_EQ(namedRanges("slice", std::vector<int>{3, 4, 9}), "slices 3 to 4, 9");
+}
+
 TEST(JoinedTexts, StandOneAfterTheOther) {
   EXPECT_EQ(joined({}), "");
   EXPECT_EQ(joined({"a"}), "a");

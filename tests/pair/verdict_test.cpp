@@ -107,7 +107,8 @@ TEST(PairVerdict, SlicesThatStandOutAreNamed) {
   figures.sliceResiduals[4] = figures.sliceResiduals[5] = figures.sliceResiduals[8] = 0.3;
   figures.sliceAxis = 0;
   EXPECT_THAT(textsOf(verdictOf(figures).reasons),
-              Contains(HasSubstr("in slices 4 to 5, 8 (counted from 0 along i)")));
+              Contains(AllOf(HasSubstr("in slices 4 to 5, 8 (counted from 0 along i)"),
+                             HasSubstr("where the others differ by no more than noise"))));
   // As noisy as the others.
   figures.sliceMisfits.assign(16, 1);
   EXPECT_EQ(verdictOf(figures).trust, Trust::trusted);
@@ -130,6 +131,10 @@ TEST(PairVerdict, SlicesThatOneImageLostAreNamedHoweverSmall) {
   EXPECT_THAT(textsOf(verdict.reasons),
               Contains(AllOf(HasSubstr("in slices 0, 4 (counted from 0) a.nii and b.nii"),
                              HasSubstr("b.nii has next to no signal in slices 0, 4"))));
+  figures.slicesLostBySecond = {4};
+  EXPECT_THAT(textsOf(verdictOf(figures).reasons),
+              Contains(AllOf(HasSubstr("in slice 4 (counted from 0) a.nii and b.nii"),
+                             HasSubstr("b.nii has next to no signal in slice 4,"))));
 }
 
 TEST(PairVerdict, TotalsThatDifferAreRefusedOfAnyEstimate) {
