@@ -110,7 +110,6 @@ std::vector<SliceSums> sumSlices(const PairToMeasure& pair, double ratio) {
         if (!(std::max(a, b) > pair.threshold) || counts <= 0) continue;
         SliceSums& slice = slices[static_cast<std::size_t>(at[pair.sliceAxis])];
         if (0.5 * (a + b) > pair.threshold) slice.inMean.add(a, b, counts);
-        if (!pair.isReached(at)) continue;
         slice.inEither.add(a, b, counts);
         slice.ofFirst += counts * a;
         slice.ofSecond += counts * b;
@@ -198,19 +197,35 @@ void measureHead(const PairToMeasure& pair, double ratio, double noiseVariance,
   figures.fieldHzPerMm = figures.shear / pair.voxelMm[pair.axis] / *pair.readoutSeconds;
 }
 
-}  // namespace
-
-bool PairToMeasure::isReached(const glm::ivec3& voxel) const {
-  if (!toSecond) return true;
-  const double slice = (*toSecond * glm::dvec4(voxel, 1.0))[sliceAxis];
-  return slice >= 0 && slice <= second.dimensions()[sliceAxis] - 1;
+// The weights where the second image's slices as they came go so far, 0 elsewhere.
+Volume<float> reachedWeights(const PairToMeasure& pair) {
+  const glm::ivec3 size = pair.shift.dimensions();
+  Volume<float> weights(size, 0.0F);
+  glm::ivec3 at;
+  int i = 0;
+  for (at.z = 0; at.z < size.z; ++at.z)
+    for (at.y = 0; at.y < size.y; ++at.y)
+      for (at.x = 0; at.x < size.x; ++at.x, ++i) {
+        const double slice = (*pair.toSecond * glm::dvec4(at, 1.0))[pair.sliceAxis];
+        if (slice >= 0 && slice <= size[pair.sliceAxis] - 1)
+          weights.data()[i] = static_cast<float>(pair.weightOf(i));
+      }
+  return weights;
 }
+
+}  // namespace
 
 double PairFigures::unexplainedTotals() const { return beyond(columnTotals, columnTotalsOfNoise); }
 
 double PairFigures::unexplainedResidual() const { return beyond(residual, residualOfNoise); }
 
-PairFigures measurePair(const PairToMeasure& pair) {
+PairFigures measurePair(const PairToMeasure& given) {
+  PairToMeasure pair = given;
+  Volume<float> reached;
+  if (given.toSecond) {
+    reached = reachedWeights(given);
+    pair.weights = &reached;
+  }
   PairFigures figures;
   const double ratio = pair.intensityRatio;
   const double noiseVariance =

@@ -58,14 +58,12 @@ struct PairToMeasure {
   const Volume<float>* weights = nullptr;
   int sliceAxis = 2;
   /// Of a head that moved: from voxels of the first image to where they lie in the second one as it
-  /// came. What that did not reach it has not lost.
+  /// came. What its slices did not reach does not count.
   std::optional<glm::dmat4> toSecond = {};
 
   double weightOf(int voxel) const {
     return weights != nullptr ? static_cast<double>(weights->data()[voxel]) : 1.0;
   }
-  /// Whether the second image's slices as they came go so far.
-  bool isReached(const glm::ivec3& voxel) const;
 };
 
 /// Measures the figures. With weights a column counts as the part of its corrected signal does that

@@ -149,7 +149,7 @@ TEST(PairFigures, SlicesThatOneImageLostAreFoundWhereTheirMeanIsNoHead) {
   }
 }
 
-TEST(PairFigures, WhatAMovedImageDidNotReachItHasNotLost) {
+TEST(PairFigures, WhatAMovedImageDidNotReachDoesNotCount) {
   const Volume<float> image(dims, 100.0f), none(dims, 0.0f);
   // Moved upwards by one slice and a half: of the last two slices nothing was seen.
   const Volume<float> second = filled([](int, int, int z) { return z < 8 ? 100.0 : 0.0; });
@@ -158,7 +158,11 @@ TEST(PairFigures, WhatAMovedImageDidNotReachItHasNotLost) {
   EXPECT_EQ(measurePair(pair).slicesLostBySecond, (std::vector<int>{8, 9}));
   pair.toSecond = glm::dmat4(1.0);
   (*pair.toSecond)[3][2] = 1.5;
-  EXPECT_EQ(measurePair(pair).slicesLostBySecond, std::vector<int>{});
+  const PairFigures figures = measurePair(pair);
+  EXPECT_EQ(figures.slicesLostBySecond, std::vector<int>{});
+  EXPECT_EQ(figures.columnTotals, 0);
+  EXPECT_EQ(figures.residual, 0);
+  EXPECT_EQ(figures.sliceResiduals, std::vector<double>(10, 0.0));
   (*pair.toSecond)[3][2] = 0.5;
   EXPECT_EQ(measurePair(pair).slicesLostBySecond, std::vector<int>{8});
 }
