@@ -104,8 +104,9 @@ struct GhostedHead {
   Phantom phantom;
   Volume<float> first, second;
 
-  GhostedHead(double a, double phase, double ofSecond) {
+  GhostedHead(double a, double phase, double ofSecond, const RigidMotion& motion = {}) {
     PhantomOptions options;
+    options.paMotion = motion;
     options.size = {44, 52, 30};
     options.voxelMm = glm::dvec3(4.5);
     options.maxShiftVoxels = 3.0;
@@ -155,6 +156,15 @@ TEST(Ghost, IsLeftWhereTheHeadDoesNotShowItAndTold) {
   EXPECT_TRUE(found.ghosts.areNone());
   EXPECT_NEAR(found.ghostsLeft.first, 0.08, 0.01);
   EXPECT_EQ(found.ghostsLeft.second, 0.0);
+}
+
+// The fits that try out the phase hold the head still.
+TEST(Ghost, OfAHeadThatMovedIsToldWhetherItIsTakenOffOrNot) {
+  const RigidMotion motion{{1.0, 0.0, 3.0}, {0.0, 0.0, 0.0}};
+  const MassPreservingResult found = GhostedHead(0.08, 0.0, 1.0, motion).estimate();
+  EXPECT_NE(found.ghosts.areNone(), found.ghostsLeft.areNone());
+  EXPECT_NEAR(found.ghosts.first + found.ghostsLeft.first, 0.08, 0.015);
+  EXPECT_NEAR(found.ghosts.second + found.ghostsLeft.second, 0.08, 0.015);
 }
 
 TEST(Ghost, ExchangedImagesNegateTheMap) {
