@@ -55,7 +55,7 @@ void judgeMap(const PairAgreement& found, Verdict& verdict) {
                 "the opposite of the estimated map makes the images agree better (" +
                     text("%.3f", found.negated) + ") than the map itself (" +
                     text("%.3f", found.modulated) + ")" + untrusted);
-  else if (found.modulated < found.before)
+  else if (found.modulated < found.before && !found.isOfOneImage())
     verdict.add(Trust::doNotTrust, "the corrected images agree less (" +
                                        text("%.3f", found.modulated) +
                                        ") than the images as they came (" +
