@@ -69,7 +69,8 @@ void measureTotals(const PairToMeasure& pair, double ratio, double noiseVariance
 // Slices with less than this part of the mean slice's squared signal say nothing of their own, nor
 // do those with less than that part of its total of what one image may have lost.
 constexpr double hardlyAnything = 0.05, hardlyAnyTotal = 0.02;
-constexpr double lostPart = 0.25;  // of the other image's total is left at most
+constexpr double leastReached = 0.5;  // of the head: a motion beyond that is judged by all of it
+constexpr double lostPart = 0.25;     // of the other image's total is left at most
 
 // Sums over the head: of the squared difference of two images and of their squared mean.
 struct Difference {
@@ -213,6 +214,18 @@ Volume<float> reachedWeights(const PairToMeasure& pair) {
   return weights;
 }
 
+// The part of the head's weighted signal that other weights take.
+double partTaken(const PairToMeasure& pair, const Volume<float>& weights) {
+  double all = 0, taken = 0;
+  for (int i = 0; i < weights.size(); ++i) {
+    const double signal = static_cast<double>(pair.correctedFirst.data()[i]);
+    if (!(signal > pair.threshold)) continue;
+    all += pair.weightOf(i) * signal;
+    taken += static_cast<double>(weights.data()[i]) * signal;
+  }
+  return all > 0 ? taken / all : 0;
+}
+
 }  // namespace
 
 double PairFigures::unexplainedTotals() const { return beyond(columnTotals, columnTotalsOfNoise); }
@@ -224,7 +237,7 @@ PairFigures measurePair(const PairToMeasure& given) {
   Volume<float> reached;
   if (given.toSecond) {
     reached = reachedWeights(given);
-    pair.weights = &reached;
+    if (partTaken(given, reached) > leastReached) pair.weights = &reached;
   }
   PairFigures figures;
   const double ratio = pair.intensityRatio;

@@ -58,7 +58,7 @@ struct PairToMeasure {
   const Volume<float>* weights = nullptr;
   int sliceAxis = 2;
   /// Of a head that moved: from voxels of the first image to where they lie in the second one as it
-  /// came. What its slices did not reach does not count.
+  /// came. What its slices did not reach does not count, unless that is half of the head.
   std::optional<glm::dmat4> toSecond = {};
 
   double weightOf(int voxel) const {

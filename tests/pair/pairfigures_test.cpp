@@ -165,6 +165,9 @@ TEST(PairFigures, WhatAMovedImageDidNotReachDoesNotCount) {
   EXPECT_EQ(figures.sliceResiduals, std::vector<double>(10, 0.0));
   (*pair.toSecond)[3][2] = 0.5;
   EXPECT_EQ(measurePair(pair).slicesLostBySecond, std::vector<int>{8});
+  // A motion that would leave next to nothing to judge by excuses nothing.
+  (*pair.toSecond)[3][2] = 7.0;
+  EXPECT_EQ(measurePair(pair).slicesLostBySecond, (std::vector<int>{8, 9}));
 }
 
 TEST(PairFigures, NoiseIsMeasuredInTheAirWhateverWasAdded) {
