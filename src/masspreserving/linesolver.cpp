@@ -15,34 +15,44 @@ LineSolver<Real>::LineSolver(const Roughness<Real>& roughness, const Volume<Real
       inversePivot(blockDiagonal.dimensions()),
       lower1(blockDiagonal.dimensions()),
       lower2(blockDiagonal.dimensions()) {
-  std::vector<typename Roughness<Real>::BandRow> bands;
-  for (int j = 0; j < blockDiagonal.ny(); ++j) bands.push_back(roughness.bandRow(j));
+  std::vector<Bands> bands;
+  for (int j = 0; j < blockDiagonal.ny(); ++j)
+    bands.push_back({roughness.gradientRow(j), roughness.bendingRow(j)});
   inSlices(parallel, blockDiagonal.dimensions(), [&](int from, int to) {
-    for (int z = from; z < to; ++z) factor(z, bands, blockDiagonal, blockNext);
+    for (int z = from; z < to; ++z)
+      factor(z, bands, roughness.bendingFactors().get(), blockDiagonal, blockNext);
   });
 }
 
 template <typename Real>
-void LineSolver<Real>::factor(int z, const std::vector<typename Roughness<Real>::BandRow>& bands,
-                              const Volume<Real>& blockDiagonal, const Volume<Real>& blockNext) {
+void LineSolver<Real>::factor(int z, const std::vector<Bands>& bands,
+                              const Volume<Real>* bendingFactors, const Volume<Real>& blockDiagonal,
+                              const Volume<Real>& blockNext) {
   const int nx = blockDiagonal.nx(), ny = blockDiagonal.ny();
   // Relative to the diagonal: keeps the pivots of a column without data and lateral neighbours
   // (whose constant part nothing determines) above rounding.
   const double ridge = 1e-5;
+  const auto factorOf = [&](std::size_t i, std::size_t k) {
+    if (bendingFactors == nullptr) return 1.0;
+    return std::sqrt(static_cast<double>(bendingFactors->data()[i]) * bendingFactors->data()[k]);
+  };
   for (int j = 0; j < ny; ++j)
     for (int x = 0; x < nx; ++x) {
       const std::size_t at = static_cast<std::size_t>(blockDiagonal.index(x, j, z));
       const std::size_t below = at - static_cast<std::size_t>(nx);
       const std::size_t twoBelow = below - static_cast<std::size_t>(nx);
-      const auto& band = bands[static_cast<std::size_t>(j)];
-      const double full = band.diagonal + static_cast<double>(blockDiagonal.data()[at]);
+      const Bands& band = bands[static_cast<std::size_t>(j)];
+      const double full = band.gradient.diagonal + factorOf(at, at) * band.bending.diagonal +
+                          static_cast<double>(blockDiagonal.data()[at]);
       double pivot = full * (1.0 + ridge), l1 = 0.0, l2 = 0.0;
       if (j > 0) {
-        const auto& last = bands[static_cast<std::size_t>(j - 1)];
+        const Bands& last = bands[static_cast<std::size_t>(j - 1)];
         const double inverse1 = inversePivot.data()[below];
-        double coupling = last.next + static_cast<double>(blockNext.data()[below]);
+        double coupling = last.gradient.next + factorOf(at, below) * last.bending.next +
+                          static_cast<double>(blockNext.data()[below]);
         if (j > 1) {
-          const double two = bands[static_cast<std::size_t>(j - 2)].afterNext;
+          const double two =
+              factorOf(at, twoBelow) * bands[static_cast<std::size_t>(j - 2)].bending.afterNext;
           l2 = two * inversePivot.data()[twoBelow];
           coupling -= two * lower1.data()[below];
           pivot -= l2 * two;

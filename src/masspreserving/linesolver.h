@@ -11,7 +11,8 @@ namespace mirel {
 
 /// Solves, for each column along y on its own, the symmetric positive definite system with the
 /// five bands of a roughness form plus a tridiagonal block (entries (j, j) and (j, j + 1)): the
-/// block-Jacobi part of a Hessian, exact along y. Factored as L D L' without pivoting.
+/// block-Jacobi part of a Hessian, exact along y. Factored as L D L' without pivoting. Factors of
+/// the bending are taken as they are at its two ends, half of their logarithm from each.
 template <typename Real>
 class LineSolver {
  public:
@@ -23,7 +24,10 @@ class LineSolver {
   SliceMap<Real> asMap() const;
 
  private:
-  void factor(int z, const std::vector<typename Roughness<Real>::BandRow>& bands,
+  struct Bands {
+    typename Roughness<Real>::BandRow gradient, bending;
+  };
+  void factor(int z, const std::vector<Bands>& bands, const Volume<Real>* bendingFactors,
               const Volume<Real>& blockDiagonal, const Volume<Real>& blockNext);
   void solve(const Volume<Real>& v, Volume<Real>& out, int from, int to) const;
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <stdexcept>
 #include <utility>
 
 #include "masspreserving/gridkernels.h"
@@ -11,14 +12,18 @@ namespace mirel {
 
 template <typename Real>
 Roughness<Real>::Roughness(glm::ivec3 dimensions, glm::dvec3 spacing, double gradientWeight,
-                           double bendingWeight, Parallel inThreads)
+                           double bendingWeight, Parallel inThreads, Factors bendingFactors)
     : parallel(std::move(inThreads)),
       dims(dimensions),
       inverseX(dims.x > 1 ? 1.0 / (spacing.x * spacing.x) : 0.0),
       inverseY(dims.y > 1 ? 1.0 / (spacing.y * spacing.y) : 0.0),
       inverseZ(dims.z > 1 ? 1.0 / (spacing.z * spacing.z) : 0.0),
       gradient(gradientWeight),
-      bending(bendingWeight) {}
+      bending(bendingWeight),
+      factors(std::move(bendingFactors)) {
+  if (factors && factors->dimensions() != dims)
+    throw std::logic_error("factors of the bending are not those of the grid");
+}
 
 template <typename Real>
 void Roughness<Real>::laplacian(const Volume<Real>& b, Volume<Real>& out, int from, int to) const {
@@ -51,7 +56,12 @@ void Roughness<Real>::applyFirst(const Volume<Real>& b, Volume<Real>& scratch, i
     return;
   }
   laplacian(b, scratch, from, to);
-  for (int i = begin; i < end; ++i) s[i] = g * v[i] + c * s[i];
+  if (factors) {
+    const Real* k = factors->data();
+    for (int i = begin; i < end; ++i) s[i] = g * v[i] + c * k[i] * s[i];
+  } else {
+    for (int i = begin; i < end; ++i) s[i] = g * v[i] + c * s[i];
+  }
 }
 
 template <typename Real>
@@ -83,32 +93,40 @@ void Roughness<Real>::addRoot(const std::function<Real()>& next, Volume<Real>& o
   }
   if (bending == 0.0) return;
   Volume<Real> drawn(dims), curved(dims);
-  for (int i = 0; i < drawn.size(); ++i) drawn.data()[i] = next();
+  for (int i = 0; i < drawn.size(); ++i)
+    drawn.data()[i] = factors ? std::sqrt(factors->data()[i]) * next() : next();
   laplacian(drawn, curved);
   const Real factor = static_cast<Real>(std::sqrt(bending));
   for (int i = 0; i < drawn.size(); ++i) out.data()[i] += factor * curved.data()[i];
 }
 
+// The diagonal of the part of L that couples a column.
 template <typename Real>
-typename Roughness<Real>::BandRow Roughness<Real>::bandRow(int j) const {
-  const auto diagonal = [&](int k) {
-    return k < 0 || k >= dims.y
-               ? 0.0
-               : inverseY * (static_cast<double>(k > 0) + static_cast<double>(k + 1 < dims.y));
-  };
-  const bool hasNext = j + 1 < dims.y, hasAfterNext = j + 2 < dims.y;
-  const double below = j > 0 ? -inverseY : 0.0, above = hasNext ? -inverseY : 0.0;
+double Roughness<Real>::ofColumn(int j) const {
+  return j < 0 || j >= dims.y
+             ? 0.0
+             : inverseY * (static_cast<double>(j > 0) + static_cast<double>(j + 1 < dims.y));
+}
+
+template <typename Real>
+typename Roughness<Real>::BandRow Roughness<Real>::gradientRow(int j) const {
+  const double lateral = 2.0 * (inverseX + inverseZ);
+  const double above = j + 1 < dims.y ? -inverseY : 0.0;
+  return {gradient * (ofColumn(j) + lateral), gradient * above, 0.0};
+}
+
+template <typename Real>
+typename Roughness<Real>::BandRow Roughness<Real>::bendingRow(int j) const {
+  const double here = ofColumn(j), below = j > 0 ? -inverseY : 0.0,
+               above = j + 1 < dims.y ? -inverseY : 0.0;
   // Diagonals of the lateral part and of its square, inside the grid.
   const double lateral = 2.0 * (inverseX + inverseZ);
   const double lateralSquared =
       6.0 * (inverseX * inverseX + inverseZ * inverseZ) + 8.0 * inverseX * inverseZ;
-  BandRow row{};
-  row.diagonal = gradient * (diagonal(j) + lateral) +
-                 bending * (diagonal(j) * diagonal(j) + below * below + above * above +
-                            2.0 * lateral * diagonal(j) + lateralSquared);
-  row.next = above * (gradient + bending * (diagonal(j) + diagonal(j + 1) + 2.0 * lateral));
-  row.afterNext = hasAfterNext ? bending * inverseY * inverseY : 0.0;
-  return row;
+  return {bending *
+              (here * here + below * below + above * above + 2.0 * lateral * here + lateralSquared),
+          bending * above * (here + ofColumn(j + 1) + 2.0 * lateral),
+          j + 2 < dims.y ? bending * inverseY * inverseY : 0.0};
 }
 
 template class Roughness<float>;

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <glm/vec3.hpp>
+#include <memory>
 
 #include "containers/volume.h"
 #include "numerics/parallel.h"
@@ -15,20 +16,24 @@ namespace mirel {
 /// L is symmetric and positive semidefinite; b'L b is the sum of the squared difference quotients
 /// of all neighbours, b'L^2 b that of the squared Laplacian.
 ///
-/// As a quadratic form:  b'(gradientWeight L + bendingWeight L^2) b / 2.
+/// As a quadratic form:  b'(gradientWeight L + bendingWeight L K L) b / 2, K the diagonal matrix of
+/// positive factors: where the field bends more and less.
 template <typename Real>
 class Roughness {
  public:
+  /// One per value of b; null: K = 1.
+  using Factors = std::shared_ptr<const Volume<Real>>;
+
   /// `parallel` does the slices of all that follows.
   Roughness(glm::ivec3 dims, glm::dvec3 spacing, double gradientWeight, double bendingWeight,
-            Parallel parallel = {});
+            Parallel parallel = {}, Factors bendingFactors = nullptr);
 
   glm::ivec3 dimensions() const { return dims; }
   const Parallel& inParallel() const { return parallel; }
 
   /// out = L b. `out` is another object than `b`.
   void laplacian(const Volume<Real>& b, Volume<Real>& out) const;
-  /// out = (gradientWeight L + bendingWeight L^2) b.
+  /// out = (gradientWeight L + bendingWeight L K L) b.
   void apply(const Volume<Real>& b, Volume<Real>& out, Volume<Real>& scratch) const;
   /// The same in two halves, of which each does the slices from .. to - 1 of what it writes: first
   /// all of `scratch`, then `out`.
@@ -40,19 +45,23 @@ class Roughness {
   void addRoot(const std::function<Real()>& next, Volume<Real>& out) const;
 
   /// Row j of the band matrix that couples the values of one column along y: entries for j, j + 1
-  /// and j + 2 (0 off the grid). The couplings along x and z contribute their diagonal.
+  /// and j + 2 (0 off the grid), with K = 1. The couplings along x and z contribute their diagonal.
   struct BandRow {
     double diagonal, next, afterNext;
   };
-  BandRow bandRow(int j) const;
+  BandRow gradientRow(int j) const;
+  BandRow bendingRow(int j) const;
+  const Factors& bendingFactors() const { return factors; }
 
  private:
+  double ofColumn(int j) const;
   void laplacian(const Volume<Real>& b, Volume<Real>& out, int from, int to) const;
 
   Parallel parallel;
   glm::ivec3 dims;
   double inverseX, inverseY, inverseZ;  // 1 / h^2, 0 along axes of one voxel
   double gradient, bending;
+  Factors factors;
 };
 
 extern template class Roughness<float>;

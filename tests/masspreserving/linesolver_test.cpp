@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <functional>
+#include <memory>
 
 #include "masspreserving/objective.h"
 #include "masspreserving/testdata.h"
@@ -64,6 +65,37 @@ TEST(ConjugateGradients, ReachTheSolution) {
   EXPECT_LE(result.relativeResidual, 1e-10);
   EXPECT_LT(result.iterations, 60);
   for (int i = 0; i < x.size(); ++i) EXPECT_NEAR(x.data()[i], wanted.data()[i], 1e-7);
+}
+
+// Factors that vary a hundredfold, as smoothly as those of tissue do.
+TEST(ConjugateGradients, TakeNoLongerWithFactorsOfTheBending) {
+  const glm::ivec3 size(12, 20, 10);
+  Volume<double> factors(size);
+  for (int z = 0; z < size.z; ++z)
+    for (int y = 0; y < size.y; ++y)
+      for (int x = 0; x < size.x; ++x)
+        factors.at(x, y, z) = std::pow(10.0, std::sin(0.3 * x) + std::sin(0.4 * y + 0.2 * z));
+  const auto iterations = [&](const Roughness<double>& form, const Roughness<double>& forLines) {
+    System system(size);
+    system.diagonal *= 0.01;
+    system.next *= 0.01;
+    system.roughness = form;
+    const Volume<double> wanted = testdata::noise<double>(size, 1.0, 3);
+    Volume<double> rhs(size, 0.0), x;
+    system.product(wanted, rhs);
+    const LineSolver<double> lines(forLines, system.diagonal, system.next);
+    const auto product = [&](const Volume<double>& v, Volume<double>& out) {
+      system.product(v, out);
+    };
+    return conjugateGradients<double>(product, lines, rhs, x, 1e-3, 1000).iterations;
+  };
+  const glm::dvec3 h(1.0, 1.2, 1.5);
+  const Roughness<double> plain(size, h, 0.5, 0.2);
+  const Roughness<double> local(size, h, 0.5, 0.2, {},
+                                std::make_shared<const Volume<double>>(factors));
+  const int asBefore = iterations(plain, plain), withFactors = iterations(local, local);
+  EXPECT_LT(withFactors, 1.5 * asBefore);
+  EXPECT_GT(iterations(local, plain), 1.5 * withFactors);
 }
 
 TEST(ConjugateGradients, ReturnZeroForAZeroRightHandSide) {

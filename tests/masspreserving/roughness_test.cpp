@@ -2,6 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <stdexcept>
+
 #include "masspreserving/objective.h"
 #include "masspreserving/testdata.h"
 
@@ -44,6 +49,43 @@ TEST(Roughness, FormIsTheSumOfSquaredDifferenceQuotients) {
   }
 }
 
+// Factors from 0.3 to 10.
+Volume<double> someFactors(glm::ivec3 size) {
+  Volume<double> factors = testdata::noise<double>(size, 1.0, 7);
+  for (int i = 0; i < factors.size(); ++i)
+    factors.data()[i] = std::clamp(std::exp(factors.data()[i]), 0.3, 10.0);
+  return factors;
+}
+
+TEST(Roughness, FactorsWeighTheBendingOfEachPlace) {
+  const glm::ivec3 size(5, 6, 4);
+  const glm::dvec3 h(1.5, 2.0, 3.0);
+  const auto factors = std::make_shared<const Volume<double>>(someFactors(size));
+  const Volume<double> b = testdata::noise<double>(size, 1.0, 1);
+  Volume<double> out(size, 0.0), scratch(size, 0.0), laplacian(size, 0.0);
+  const Roughness<double> form(size, h, 2.0, 3.0, {}, factors);
+  form.laplacian(b, laplacian);
+  form.apply(b, out, scratch);
+  const double expected = 2.0 * gradientEnergy(b, h) + 3.0 * dot(laplacian, *factors * laplacian);
+  EXPECT_NEAR(dot(b, out), expected, 1e-10 * expected);
+}
+
+TEST(Roughness, FactorsOfOneChangeNothing) {
+  const glm::ivec3 size(5, 6, 4);
+  const auto ones = std::make_shared<const Volume<float>>(size, 1.0F);
+  const Volume<float> b = testdata::noise<float>(size, 1.0, 1);
+  Volume<float> out(size), same(size), scratch(size);
+  Roughness<float>(size, {1.5, 2.0, 3.0}, 2.0, 3.0).apply(b, out, scratch);
+  Roughness<float>(size, {1.5, 2.0, 3.0}, 2.0, 3.0, {}, ones).apply(b, same, scratch);
+  EXPECT_EQ(out, same);
+}
+
+TEST(Roughness, FactorsOfAnotherGridAreRefused) {
+  const auto factors = std::make_shared<const Volume<double>>(glm::ivec3(5, 6, 3), 1.0);
+  EXPECT_THROW(Roughness<double>({5, 6, 4}, glm::dvec3(1.0), 1.0, 1.0, {}, factors),
+               std::logic_error);
+}
+
 TEST(Roughness, OfAConstantIsZero) {
   const Volume<float> b(6, 5, 4, 3.25F);
   Volume<float> out(6, 5, 4, 1.0F), scratch(b);
@@ -58,10 +100,10 @@ TEST(Roughness, BandRowsAreTheMatrixOfAnInnerColumn) {
     Volume<double> unit(size, 0.0), column(size, 0.0), scratch(size, 0.0);
     unit.at(3, j, 3) = 1.0;
     roughness.apply(unit, column, scratch);
-    const auto row = roughness.bandRow(j);
-    EXPECT_NEAR(row.diagonal, column.at(3, j, 3), 1e-12);
-    EXPECT_NEAR(row.next, column.get(3, j + 1, 3), 1e-12);
-    EXPECT_NEAR(row.afterNext, column.get(3, j + 2, 3), 1e-12);
+    const auto gradient = roughness.gradientRow(j), bending = roughness.bendingRow(j);
+    EXPECT_NEAR(gradient.diagonal + bending.diagonal, column.at(3, j, 3), 1e-12);
+    EXPECT_NEAR(gradient.next + bending.next, column.get(3, j + 1, 3), 1e-12);
+    EXPECT_NEAR(gradient.afterNext + bending.afterNext, column.get(3, j + 2, 3), 1e-12);
     EXPECT_EQ(column.get(3, j + 3, 3), 0.0);
   }
 }
