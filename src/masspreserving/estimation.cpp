@@ -30,6 +30,8 @@ constexpr int mostMovingIterations = 6;
 constexpr int mostFinestMotionIterations = 3;
 constexpr int mostFinestMotionSteps = 3;
 constexpr int posteriorDraws = 16;
+// At the finest resolution, with a roughness that varies from place to place.
+constexpr int finishingSteps = 5;
 
 // The prior precision of the roughness before anything is known: gradients of a tenth of a voxel
 // per voxel are ordinary.
@@ -104,21 +106,43 @@ void Estimation::fitLevel(int level, Head mode) {
   runLevel(level, mode);
 }
 
+// A resolution's model and fit, from the current displacement.
+struct Estimation::Work {
+  MassModel<float> model;
+  std::optional<MovingPair> moving;
+  std::optional<RatioFit<float>> ratio;
+  std::optional<LevelFit> fit;
+
+  Work(Estimation& of, int level, Head mode)
+      : model(of.imagesOf(level).first, of.imagesOf(level).second, of.options.parallel) {
+    if (mode == Head::moving) {
+      moving.emplace(model, of.imagesOf(level).first, of.imagesOf(level).second,
+                     of.placeOfLevel(level));
+      moving->hold(of.now.head.motion, of.now.b);
+    }
+    if (!of.now.model.isNone()) ratio.emplace(of.ratioBasis(level), of.now.ratio);
+    fit.emplace(model, of.gridOf(level).voxelMm, std::move(of.now.b), of.now.statistics,
+                ratio ? &*ratio : nullptr, of.trustOn(level));
+    if (of.options.startIsPrior && of.options.start.size() > 0)
+      fit->setPriorMean(of.startOn(level));
+  }
+  Work(const Work&) = delete;
+  Work& operator=(const Work&) = delete;
+};
+
+void Estimation::keep(const Work& work) {
+  now.b = work.fit->displacement();
+  now.statistics = work.fit->statistics();
+  if (work.ratio) now.ratio = work.ratio->knowledge();
+  now.ratioSpread = work.fit->ratioSpread();
+}
+
 // Steps from the current displacement.
 void Estimation::runLevel(int level, Head mode, Ratio ratio) {
-  const Images& pair = imagesOf(level);
   const bool finest = level == 0;
-  MassModel<float> model(pair.first, pair.second, options.parallel);
-  std::optional<MovingPair> moving;
-  if (mode == Head::moving) {
-    moving.emplace(model, pair.first, pair.second, placeOfLevel(level));
-    moving->hold(now.head.motion, now.b);
-  }
-  std::optional<RatioFit<float>> ratioFit;
-  if (!now.model.isNone()) ratioFit.emplace(ratioBasis(level), now.ratio);
-  LevelFit fit(model, gridOf(level).voxelMm, std::move(now.b), now.statistics,
-               ratioFit ? &*ratioFit : nullptr, trustOn(level));
-  if (options.startIsPrior && options.start.size() > 0) fit.setPriorMean(startOn(level));
+  Work work(*this, level, mode);
+  std::optional<MovingPair>& moving = work.moving;
+  LevelFit& fit = *work.fit;
   const int coarse =
       moving ? std::min(options.coarseIterations, mostMovingIterations) : options.coarseIterations;
   const int iterations = finest ? options.finestIterations : coarse;
@@ -150,13 +174,26 @@ void Estimation::runLevel(int level, Head mode, Ratio ratio) {
   }
   // Of a head that moved the misfit is also that of its motion.
   if (finest && mode == Head::still) standingOut = fit.placesOver(places(0), weightsOn(0));
-  if (finest && options.uncertainty && isLastFit())
-    result.deviationVoxels = fit.variance(posteriorDraws);
-  now.b = fit.displacement();
-  now.statistics = fit.statistics();
-  if (ratioFit) now.ratio = ratioFit->knowledge();
-  now.ratioSpread = fit.ratioSpread();
+  keep(work);
   if (level == 1) now.logLikelihood = fit.logLikelihood();
+}
+
+// The last steps. What a pair is told to be (its motion, ratio, places that stand out) is found
+// before, with a roughness that is the same everywhere: one that follows the field also follows
+// what spoils it.
+void Estimation::finish(Head mode) {
+  Work work(*this, 0, mode);
+  LevelFit& fit = *work.fit;
+  if (work.moving) fit.setNoiseKept(work.moving->noiseKept());
+  fit.bendLocally();
+  for (int i = 0; i < finishingSteps; ++i) {
+    const LevelFit::Step step = fit.step(solverTolerance, mostSolverIterations);
+    if (i + 1 < finishingSteps) fit.updateStatistics(NoiseTails::student, RatioEvidence::kept);
+    report(0, options.finestIterations + i, step, fit.statistics());
+    if (step.largestStep < smallestStep) break;
+  }
+  if (options.uncertainty) result.deviationVoxels = fit.variance(posteriorDraws);
+  keep(work);
 }
 
 // Nodes that are an n-th of the longest edge of the volume apart, for a resolution's voxels.
@@ -244,6 +281,7 @@ MassPreservingResult Estimation::run(const Volume<float>& first, const Volume<fl
     moved = fitAll();
   }
 
+  finish(moved ? Head::moving : Head::still);
   result.shiftVoxels = edgesToVoxels(now.b, largestStretch);
   if (moved) result.shiftVoxels = seenByFirst(result.shiftVoxels);
   if (options.uncertainty) finishDeviation();

@@ -63,6 +63,9 @@ class Estimation {
   void fitLevel(int level, Head mode);
   void startLevel(int level, Head mode);
   void runLevel(int level, Head mode, Ratio ratio = Ratio::taken);
+  struct Work;
+  void keep(const Work& work);
+  void finish(Head mode);
   // What a fit of the resolutions so far has found.
   struct State {
     PlaceTrust trust;  // that the fit is made with

@@ -137,7 +137,21 @@ NoiseFit LevelFit::noiseOf(NoiseTails tails) const {
 
 Roughness<float> LevelFit::form(double weight) const {
   return Roughness<float>(model.edges(), spacing, weight,
-                          weight * bendingLengthMm * bendingLengthMm, model.inParallel());
+                          weight * bendingLengthMm * bendingLengthMm, model.inParallel(),
+                          bending ? bending->factors() : nullptr);
+}
+
+void LevelFit::bendLocally() {
+  evaluate();
+  const double before = objective.roughnessOf(b, form(1.0));
+  bending.emplace(objective.means(), trust, spacing, model.inParallel());
+  adaptBending();
+  const double after = objective.roughnessOf(b, form(1.0));
+  if (before > 0.0 && after > 0.0) known.roughnessWeight *= before / after;
+}
+
+void LevelFit::adaptBending() {
+  if (bending) bending->adapt(objective.priorMean.size() > 0 ? b - objective.priorMean : b);
 }
 
 void LevelFit::updateWeights() {
@@ -308,6 +322,7 @@ void LevelFit::updateRatioWeights() {
 
 void LevelFit::updateStatistics(NoiseTails tails, RatioEvidence evidence) {
   evaluate();
+  adaptBending();
   known.degreesOfFreedom = std::max(traceEstimate(), 1.0);
   if (objective.ratio != nullptr && evidence == RatioEvidence::updated) updateRatioWeights();
   const NoiseFit fit = noiseOf(tails);

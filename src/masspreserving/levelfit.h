@@ -4,6 +4,7 @@
 
 #include "containers/volume.h"
 #include "masspreserving/linesolver.h"
+#include "masspreserving/localbending.h"
 #include "masspreserving/massmodel.h"
 #include "masspreserving/motionstep.h"
 #include "masspreserving/noise.h"
@@ -34,6 +35,10 @@ class LevelFit {
 
   /// Of the displacement at the edges; 0 unless this is called before the first step.
   void setPriorMean(Volume<float> mean);
+
+  /// Lets the roughness bend as the images and the displacement so far tell (LocalBending), with
+  /// the strength that keeps its value. Call before the first step.
+  void bendLocally();
 
   struct Step {
     double energy, largestStep;
@@ -75,6 +80,7 @@ class LevelFit {
   void evaluate();
   double linearise();
   Roughness<float> form(double weight) const;
+  void adaptBending();
   void updateWeights();
   NoiseFit noiseOf(NoiseTails tails) const;
   double traceEstimate();
@@ -85,6 +91,7 @@ class LevelFit {
   glm::dvec3 spacing;
   Volume<float> b, trust;
   FitStatistics known;
+  std::optional<LocalBending> bending;  // none: the same everywhere
   Objective<float> objective;
   double noiseKept = 1.0;
   bool evaluated = false;  // whether the objective's residuals are those of b and the model now
