@@ -32,6 +32,7 @@ constexpr int mostFinestMotionSteps = 3;
 constexpr int posteriorDraws = 16;
 // At the finest resolution, with a roughness that varies from place to place.
 constexpr int finishingSteps = 5;
+constexpr int finishingMotionSteps = 2;
 
 // The prior precision of the roughness before anything is known: gradients of a tenth of a voxel
 // per voxel are ordinary.
@@ -184,13 +185,18 @@ void Estimation::runLevel(int level, Head mode, Ratio ratio) {
 void Estimation::finish(Head mode) {
   Work work(*this, 0, mode);
   LevelFit& fit = *work.fit;
-  if (work.moving) fit.setNoiseKept(work.moving->noiseKept());
   fit.bendLocally();
   for (int i = 0; i < finishingSteps; ++i) {
     const LevelFit::Step step = fit.step(solverTolerance, mostSolverIterations);
+    const bool moves = work.moving && i < finishingMotionSteps;
+    if (moves)
+      result.solverIterations +=
+          work.moving->step(fit, now.head, solverTolerance, mostFinestMotionIterations)
+              .solverIterations;
+    if (work.moving) fit.setNoiseKept(work.moving->noiseKept());
     if (i + 1 < finishingSteps) fit.updateStatistics(NoiseTails::student, RatioEvidence::kept);
     report(0, options.finestIterations + i, step, fit.statistics());
-    if (step.largestStep < smallestStep) break;
+    if (step.largestStep < smallestStep && !moves) break;
   }
   if (options.uncertainty) result.deviationVoxels = fit.variance(posteriorDraws);
   keep(work);
