@@ -96,14 +96,14 @@ TEST_P(LargeMotion, IsToldFromShading) {
 INSTANTIATE_TEST_SUITE_P(Heads, LargeMotion, testing::Values(0, 1, 2));
 
 // Slices that are interpolated are softened, which takes a bias off the rotation about x: without
-// that it is off by 0.15 and 0.18 degrees here, and the field's error 1.4 times the still head's.
+// that it is off by 0.15 and 0.18 degrees here, and the field's error 1.65 times the still head's.
 TEST(SingleMotion, AcrossSlicesCostsTheFieldLittle) {
   const double still = rmsInBrain(stillHead(), estimate(stillHead()).shiftVoxels);
   for (const RigidMotion& motion : {RigidMotion{{}, {2.0, 0.0, 0.0}}, {{0.0, 0.0, -2.0}, {}}}) {
     const Phantom head = headOf(motion);
     const MassPreservingResult found = estimate(head);
     expectNear(found.motion, motion, 0.1, 0.15);
-    EXPECT_LT(rmsInBrain(head, found.shiftVoxels), 1.3 * still);
+    EXPECT_LT(rmsInBrain(head, found.shiftVoxels), 1.45 * still);
   }
 }
 
