@@ -186,6 +186,7 @@ void Estimation::finish(Head mode) {
   Work work(*this, 0, mode);
   LevelFit& fit = *work.fit;
   fit.bendLocally();
+  fit.expectNoise();
   for (int i = 0; i < finishingSteps; ++i) {
     const LevelFit::Step step = fit.step(solverTolerance, mostSolverIterations);
     const bool moves = work.moving && i < finishingMotionSteps;

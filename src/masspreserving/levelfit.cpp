@@ -173,6 +173,7 @@ void LevelFit::updateWeights() {
       weight[i] *= static_cast<float>(known.noise.relativeWeight(residual[i]));
   });
   objective.setRoughness(form(known.roughnessWeight));
+  if (expectsNoise) objective.noiseVariance = noiseKept * known.noise.variance;
 }
 
 double LevelFit::logLikelihood() {

@@ -40,6 +40,10 @@ class LevelFit {
   /// the strength that keeps its value. Call before the first step.
   void bendLocally();
 
+  /// Takes off what noise adds to the residuals between voxels (Objective::noiseVariance), from the
+  /// next step on. Call at the images' own resolution: noise of coarser ones is not white.
+  void expectNoise() { expectsNoise = true; }
+
   struct Step {
     double energy, largestStep;
     int solverIterations;
@@ -94,6 +98,7 @@ class LevelFit {
   std::optional<LocalBending> bending;  // none: the same everywhere
   Objective<float> objective;
   double noiseKept = 1.0;
+  bool expectsNoise = false;
   bool evaluated = false;  // whether the objective's residuals are those of b and the model now
   std::optional<LineSolver<float>> lines;  // of the last linearisation
   Volume<float> gradient, direction;

@@ -23,6 +23,13 @@ Barrier::Barrier(double d) {
   second = 2.0 * slope + 8.0 * u / (gap * gap * gap);
 }
 
+AveragedNoise::AveragedNoise(double s) {
+  constexpr double missingHalfWay = 0.302;
+  const double beside = s - std::round(s), u = std::abs(beside), part = 4.0 * u * (1.0 - u);
+  missing = missingHalfWay * part * part;
+  slope = missingHalfWay * 8.0 * part * (1.0 - 2.0 * u) * (beside < 0.0 ? -1.0 : 1.0);
+}
+
 template <typename Real>
 Objective<Real>::Objective(const MassModel<Real>& massModel, const Roughness<Real>& form)
     : weight(massModel.voxels(), Real(1)),
@@ -91,12 +98,19 @@ void Objective<Real>::addDataTermsOf(int z, const Volume<Real>& b, Volume<Real>*
     double rowTotal = 0.0;
     for (int x = 0; x < nx; ++x) {
       const double r = residual.data()[voxel + x], w = weight.data()[voxel + x];
-      const Barrier barrier(static_cast<double>(b.data()[above + x]) - b.data()[below + x]);
+      const double b0 = b.data()[below + x], b1 = b.data()[above + x];
+      const Barrier barrier(b1 - b0);
       rowTotal += 0.5 * w * r * r + barrier.value;
+      double ofNoise = 0.0;
+      if (noiseVariance > 0.0) {
+        const AveragedNoise averaged(0.5 * (b0 + b1));
+        rowTotal += 0.5 * w * noiseVariance * averaged.missing;
+        ofNoise = 0.25 * w * noiseVariance * averaged.slope;
+      }
       if (gradient == nullptr) continue;
       const double s0 = low.data()[voxel + x], s1 = high.data()[voxel + x];
-      gradient->data()[below + x] -= static_cast<Real>(w * r * s0 + barrier.first);
-      gradient->data()[above + x] += static_cast<Real>(w * r * s1 + barrier.first);
+      gradient->data()[below + x] -= static_cast<Real>(w * r * s0 + barrier.first - ofNoise);
+      gradient->data()[above + x] += static_cast<Real>(w * r * s1 + barrier.first + ofNoise);
       diagonal.data()[below + x] += static_cast<Real>(w * s0 * s0 + barrier.second);
       diagonal.data()[above + x] += static_cast<Real>(w * s1 * s1 + barrier.second);
       next.data()[below + x] = static_cast<Real>(-w * s0 * s1 - barrier.second);

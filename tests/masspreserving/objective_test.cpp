@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <limits>
+#include <utility>
 
 #include "masspreserving/testdata.h"
 
@@ -64,6 +65,29 @@ TEST(Objective, GradientMatchesFiniteDifferences) {
                 1e-6 * (1.0 + std::abs(gradient.data()[i])))
         << "edge " << i;
   }
+}
+
+TEST(AveragedNoise, IsWhatParabolasLeaveOfIt) {
+  // Squared weights of the neighbours in a voxel displaced by 0, 0.2 and 0.5, computed by hand.
+  for (const auto& [s, left] : {std::pair{0.0, 1.0}, {0.2, 0.886}, {0.5, 0.698}}) {
+    EXPECT_NEAR(1.0 - AveragedNoise(s).missing, left, 0.011) << s;
+    EXPECT_NEAR(AveragedNoise(-s).missing, AveragedNoise(s).missing, 1e-12);
+    EXPECT_NEAR(AveragedNoise(3.0 + s).missing, AveragedNoise(s).missing, 1e-12);
+    EXPECT_NEAR(AveragedNoise(1.0 - s).missing, AveragedNoise(s).missing, 1e-12);
+  }
+}
+
+TEST(Objective, GradientHoldsTheNoiseThatIsExpected) {
+  Case c;
+  const Volume<double> b = field(0.15, 4), v = field(1.0, 5);
+  Volume<double> without(edges, 0.0), with(edges, 0.0);
+  c.objective.linearise(b, without);
+  c.objective.noiseVariance = 50.0;
+  c.objective.linearise(b, with);
+  EXPECT_NE(with, without);
+  const double h = 1e-6;
+  const double slope = (c.objective.value(b + v * h) - c.objective.value(b - v * h)) / (2 * h);
+  EXPECT_NEAR(dot(with, v), slope, 1e-5 * std::abs(slope));
 }
 
 TEST(Objective, DataProductIsThatOfTheResidualsJacobian) {
