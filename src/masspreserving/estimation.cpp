@@ -107,29 +107,20 @@ void Estimation::fitLevel(int level, Head mode) {
   runLevel(level, mode);
 }
 
-// A resolution's model and fit, from the current displacement.
-struct Estimation::Work {
-  MassModel<float> model;
-  std::optional<MovingPair> moving;
-  std::optional<RatioFit<float>> ratio;
-  std::optional<LevelFit> fit;
-
-  Work(Estimation& of, int level, Head mode)
-      : model(of.imagesOf(level).first, of.imagesOf(level).second, of.options.parallel) {
-    if (mode == Head::moving) {
-      moving.emplace(model, of.imagesOf(level).first, of.imagesOf(level).second,
-                     of.placeOfLevel(level));
-      moving->hold(of.now.head.motion, of.now.b);
-    }
-    if (!of.now.model.isNone()) ratio.emplace(of.ratioBasis(level), of.now.ratio);
-    fit.emplace(model, of.gridOf(level).voxelMm, std::move(of.now.b), of.now.statistics,
-                ratio ? &*ratio : nullptr, of.trustOn(level));
-    if (of.options.startIsPrior && of.options.start.size() > 0)
-      fit->setPriorMean(of.startOn(level));
+Estimation::Work::Work(const Estimation& of, int level, Head mode, Volume<float> from)
+    : model(of.imagesOf(level).first, of.imagesOf(level).second, of.options.parallel) {
+  const State& state = of.now;
+  if (mode == Head::moving) {
+    moving.emplace(model, of.imagesOf(level).first, of.imagesOf(level).second,
+                   of.placeOfLevel(level));
+    moving->hold(state.head.motion, from);
   }
-  Work(const Work&) = delete;
-  Work& operator=(const Work&) = delete;
-};
+  if (!state.model.isNone()) ratio.emplace(of.ratioBasis(level), state.ratio);
+  fit.emplace(model, of.gridOf(level).voxelMm, std::move(from), state.statistics,
+              ratio ? &*ratio : nullptr, of.trustOn(level));
+  if (moving) fit->setNoiseKept(moving->noiseKept());
+  if (of.options.startIsPrior && of.options.start.size() > 0) fit->setPriorMean(of.startOn(level));
+}
 
 void Estimation::keep(const Work& work) {
   now.b = work.fit->displacement();
@@ -141,7 +132,7 @@ void Estimation::keep(const Work& work) {
 // Steps from the current displacement.
 void Estimation::runLevel(int level, Head mode, Ratio ratio) {
   const bool finest = level == 0;
-  Work work(*this, level, mode);
+  Work work(*this, level, mode, std::move(now.b));
   std::optional<MovingPair>& moving = work.moving;
   LevelFit& fit = *work.fit;
   const int coarse =
@@ -183,7 +174,7 @@ void Estimation::runLevel(int level, Head mode, Ratio ratio) {
 // before, with a roughness that is the same everywhere: one that follows the field also follows
 // what spoils it.
 void Estimation::finish(Head mode) {
-  Work work(*this, 0, mode);
+  Work work(*this, 0, mode, std::move(now.b));
   LevelFit& fit = *work.fit;
   fit.bendLocally();
   fit.expectNoise();

@@ -1,12 +1,14 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <utility>
 #include <vector>
 
 #include "masspreserving/coarsegrid.h"
 #include "masspreserving/headmotion.h"
 #include "masspreserving/levelfit.h"
+#include "masspreserving/massmodel.h"
 #include "masspreserving/masspreserving.h"
 #include "masspreserving/pyramid.h"
 #include "masspreserving/ratiofit.h"
@@ -63,7 +65,17 @@ class Estimation {
   void fitLevel(int level, Head mode);
   void startLevel(int level, Head mode);
   void runLevel(int level, Head mode, Ratio ratio = Ratio::taken);
-  struct Work;
+  // A resolution's model and fit, with what is known so far, from a displacement.
+  struct Work {
+    MassModel<float> model;
+    std::optional<MovingPair> moving;
+    std::optional<RatioFit<float>> ratio;
+    std::optional<LevelFit> fit;
+
+    Work(const Estimation& of, int level, Head mode, Volume<float> from);
+    Work(const Work&) = delete;
+    Work& operator=(const Work&) = delete;
+  };
   void keep(const Work& work);
   void finish(Head mode);
   // What a fit of the resolutions so far has found.

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <cmath>
-#include <optional>
 #include <utility>
 
 #include "masspreserving/estimation.h"
@@ -91,12 +90,8 @@ MotionEvidence Estimation::evidenceNow() const {
 // What one step of the motion tells, from a fit without.
 MotionEvidence Estimation::firstEvidence() const {
   const Images& pair = imagesOf(1);
-  const MassModel<float> model(pair.first, pair.second, options.parallel);
-  std::optional<RatioFit<float>> ratioFit;
-  if (!now.model.isNone()) ratioFit.emplace(ratioBasis(1), now.ratio);
-  LevelFit fit(model, gridOf(1).voxelMm, now.b, now.statistics, ratioFit ? &*ratioFit : nullptr,
-               trustOn(1));
-  if (options.startIsPrior && options.start.size() > 0) fit.setPriorMean(startOn(1));
+  Work work(*this, 1, Head::still, now.b);
+  LevelFit& fit = *work.fit;
   const HeadMotion head = firstMotion(fit, pair.first, pair.second, placeOfLevel(1),
                                       solverTolerance, mostSolverIterations);
   return {pair.first, pair.second, fit.displacement(), head, placeOfLevel(1)};
