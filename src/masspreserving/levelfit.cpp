@@ -151,7 +151,11 @@ void LevelFit::bendLocally() {
 }
 
 void LevelFit::adaptBending() {
-  if (bending) bending->adapt(objective.priorMean.size() > 0 ? b - objective.priorMean : b);
+  if (!bending) return;
+  if (objective.priorMean.size() > 0)
+    bending->adapt(b - objective.priorMean);
+  else
+    bending->adapt(b);
 }
 
 void LevelFit::updateWeights() {

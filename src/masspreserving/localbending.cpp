@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <vector>
+#include <utility>
 
 #include "masspreserving/objective.h"
 #include "masspreserving/roughness.h"
@@ -95,14 +95,15 @@ LocalBending::LocalBending(const Volume<float>& mean, const Volume<float>& weigh
   Volume<float> tissue = tissueOf(mean, weights, parallel);
   smoothExponentially(tissue, insideMm, spacing, parallel);
   inside = atEdges(tissue, parallel);
-  ofTissue = Volume<float>(inside.dimensions());
+  insideSum = dot(inside, Volume<float>(inside.dimensions(), 1.0F), parallel);
+  Volume<float> factors(inside.dimensions());
   inElements(parallel, inside.size(), [&](int from, int to) {
     for (int i = from; i < to; ++i) {
       const float share = inside.data()[i];
-      ofTissue.data()[i] = std::exp(share * share * std::log(largestFactor));
+      factors.data()[i] = std::exp(share * share * std::log(largestFactor));
     }
   });
-  adapted = std::make_shared<const Volume<float>>(ofTissue);
+  adapted = ofTissue = std::make_shared<const Volume<float>>(std::move(factors));
 }
 
 void LocalBending::adapt(const Volume<float>& b) {
@@ -112,20 +113,18 @@ void LocalBending::adapt(const Volume<float>& b) {
   inElements(parallel, energy.size(), [&](int from, int to) {
     for (int i = from; i < to; ++i) {
       const float bend = energy.data()[i];
-      energy.data()[i] = ofTissue.data()[i] * bend * bend;
+      energy.data()[i] = ofTissue->data()[i] * bend * bend;
     }
   });
   // The mean where there is tissue: elsewhere the field is but the continuation of what is there.
-  const Volume<float> ones(size, 1.0F);
-  const double total = dot(energy, inside, parallel), count = dot(ones, inside, parallel);
-  if (!(total > 0.0)) return;
-  const float mean = static_cast<float>(total / count);
+  const float mean = static_cast<float>(dot(energy, inside, parallel) / insideSum);
+  if (!(mean > 0.0F)) return;
   smoothExponentially(energy, togetherMm, spacing, parallel);
   Volume<float> factors(size);
   inElements(parallel, factors.size(), [&](int from, int to) {
     for (int i = from; i < to; ++i)
       factors.data()[i] =
-          ofTissue.data()[i] * (degrees + 1.0F) / (degrees + energy.data()[i] / mean);
+          ofTissue->data()[i] * (degrees + 1.0F) / (degrees + energy.data()[i] / mean);
   });
   adapted = std::make_shared<const Volume<float>>(std::move(factors));
 }

@@ -29,8 +29,9 @@ class LocalBending {
  private:
   glm::dvec3 spacing;
   Parallel parallel;
-  Volume<float> inside, ofTissue;  // shares of signal, and the factors that follow from them
-  std::shared_ptr<const Volume<float>> adapted;
+  Volume<float> inside;  // shares of signal
+  double insideSum = 0.0;
+  std::shared_ptr<const Volume<float>> ofTissue, adapted;  // factors by those, and by the field too
 };
 
 /// Smooths in place with exp(-|d| / lengthMm) along each axis, normalised; what is beyond the grid
