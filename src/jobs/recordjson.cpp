@@ -86,8 +86,9 @@ Json ghostsLeftJson(const PairGhosts& ghosts) {
 
 // The same; null: none was taken off.
 Json ghostsJson(const PairGhosts& ghosts) {
-  if (ghosts.areNone()) return nullptr;
-  return {{"Percent", {100 * ghosts.first, 100 * ghosts.second}}, {"PhaseCosine", ghosts.cosine}};
+  Json json = ghostsLeftJson(ghosts);
+  if (!json.is_null()) json["PhaseCosine"] = ghosts.cosine;
+  return json;
 }
 
 // Null: there was no mass-preserving estimate. Tails null: normal.
