@@ -6,6 +6,7 @@
 #include "base/dimensions.h"
 #include "base/error.h"
 #include "base/samefile.h"
+#include "field/belowzero.h"
 #include "field/inorder.h"
 #include "field/seriesparts.h"
 #include "nifti/finite.h"
@@ -37,7 +38,7 @@ class Source {
   // The number of voxels that were replaced; `anyBelowZero` is set where the file has such values.
   std::int64_t prepare(Volume<float>& volume, bool& anyBelowZero) const {
     const std::int64_t replaced = replaceNonFinite(volume);
-    anyBelowZero = anyBelowZero || volume.min() < 0.0f;
+    anyBelowZero = anyBelowZero || holdsBelowZero(volume);
     if (background != 0.0f) volume -= background;
     return replaced;
   }
@@ -129,16 +130,6 @@ class Work {
     buffers.negative = anyBelowZero ? 0 : raiseToZero(buffers.out);
     nifti::requireFinite(buffers.out, writer.fileName());
     writer.encode(buffers.out, buffers.encoded);
-  }
-
-  static std::int64_t raiseToZero(Volume<float>& volume) {
-    std::int64_t raised = 0;
-    for (int n = 0; n < volume.size(); ++n)
-      if (volume.data()[n] < 0.0f) {
-        volume.data()[n] = 0.0f;
-        ++raised;
-      }
-    return raised;
   }
 
   void put(int t, const Buffers& buffers, JoinReport& report) {
