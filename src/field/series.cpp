@@ -10,6 +10,7 @@
 #include "base/error.h"
 #include "base/outputfile.h"
 #include "base/samefile.h"
+#include "field/belowzero.h"
 #include "field/inorder.h"
 #include "field/seriesparts.h"
 #include "nifti/finite.h"
@@ -43,10 +44,11 @@ void checkInputs(const std::string& in, const nifti::Header& header, const Volum
 /// The work on one series.
 class Work {
  public:
-  Work(nifti::Reader& from, nifti::Writer& to, const Corrector& how, const MovedCorrector* moved,
-       const SeriesOptions& what)
+  Work(nifti::Reader& from, nifti::Writer& to, const nifti::Header& written, const Corrector& how,
+       const MovedCorrector* moved, const SeriesOptions& what)
       : reader(from),
         writer(to),
+        raises(reachesBelowZero(written)),
         corrector(how),
         movedCorrector(moved),
         options(what),
@@ -79,7 +81,7 @@ class Work {
  private:
   struct Buffers {
     int volume = 0;
-    Volume<float> in, out;
+    Volume<float> in, out, raised;
     Corrector::Scratch scratch;
     MovedCorrector::Scratch movedScratch;
     nifti::EncodedVolume encoded;
@@ -92,9 +94,19 @@ class Work {
 
   void compute(Buffers& buffers) const {
     buffers.nonFinite = replaceNonFinite(buffers.in);
+    const bool isRaised = raises && !holdsBelowZero(buffers.in);
     correct(buffers);
     nifti::requireFinite(buffers.out, writer.fileName());
-    writer.encode(buffers.out, buffers.encoded);
+    if (!isRaised || !holdsBelowZero(buffers.out))
+      return writer.encode(buffers.out, buffers.encoded);
+    buffers.raised = buffers.out;  // the mean is that of what was computed
+    raiseToZero(buffers.raised);
+    writer.encode(buffers.raised, buffers.encoded);
+  }
+
+  // Types that do not clamp such values, and count them, where they are encoded.
+  static bool reachesBelowZero(const nifti::Header& header) {
+    return !nameOf(header.type).starts_with("uint") || header.inter < 0 || header.slope < 0;
   }
 
   void correct(Buffers& buffers) const {
@@ -127,6 +139,7 @@ class Work {
 
   nifti::Reader& reader;
   nifti::Writer& writer;
+  const bool raises;  ///< what falls below 0 of volumes that do not (belowzero.h)
   const Corrector& corrector;
   const MovedCorrector* movedCorrector;  ///< null: nothing moved
   const SeriesOptions& options;
@@ -175,7 +188,7 @@ SeriesReport correctSeries(const std::string& in, const Volume<float>& shift,
   std::optional<MovedCorrector> moved;
   if (!options.toVolume.empty())
     moved.emplace(shift, options.axis, options.modulation, options.interpolation);
-  Work work(reader, writer, corrector, moved ? &*moved : nullptr, options);
+  Work work(reader, writer, report.header, corrector, moved ? &*moved : nullptr, options);
   work.run();
   work.report(report);
   report.folded = corrector.foldedVoxels();

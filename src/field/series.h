@@ -49,8 +49,8 @@ struct SeriesReport {
   std::int64_t clamped = 0, clampedBelow = 0;
   /// Input values that 32-bit floats, in which is computed, do not hold exactly.
   nifti::RoundingLoss rounding;
-  /// Averages over the volumes before and after the correction (the latter before rounding),
-  /// added up in double in the order of the volumes.
+  /// Averages over the volumes before and after the correction (the latter before rounding and
+  /// before values are raised to 0), added up in double in the order of the volumes.
   Volume<float> meanBefore;
   Volume<float> meanAfter;
   /// Sentences for the user, each naming the file.
@@ -59,7 +59,8 @@ struct SeriesReport {
 
 /// Corrects every volume of the 3-D or 4-D image `in` through `shift` (its dimensions, voxels
 /// along options.axis, applied forward) and writes the result to `out`: the header of the input
-/// with its data type and scaling (integers rounded to the nearest and clamped), or floats.
+/// with its data type and scaling (integers rounded to the nearest and clamped), or floats. Values
+/// below 0 of a volume that had none are written as 0 (belowzero.h).
 ///
 /// Memory   that of one volume in and out per thread, however many volumes there are.
 /// Threads  volumes are read and written in order, and computed and compressed side by side; the

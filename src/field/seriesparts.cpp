@@ -17,14 +17,18 @@ std::string nonFiniteSentence(const std::string& in, std::int64_t count) {
                      : " values that are NaN or infinite; they count as 0");
 }
 
+bool isUnsigned(nifti::DataType type) { return nameOf(type).starts_with("uint"); }
+
 std::string clampedSentence(const std::string& in, std::int64_t count, nifti::DataType type,
                             bool above) {
   const bool one = count == 1;
   const std::string verb = above ? (one ? "exceeds" : "exceed") : (one ? "falls" : "fall");
   return std::to_string(count) + (one ? " voxel of " : " voxels of ") + in + ", corrected, " +
          verb + (above ? " the largest value that " : " below the least value that ") +
-         nameOf(type) + " holds; that value is written (32-bit floats would hold " +
-         (one ? "it)" : "them)");
+         nameOf(type) + " holds; that value is written" +
+         (isUnsigned(type) && !above ? ""
+          : one                      ? " (32-bit floats would hold it)"
+                                     : " (32-bit floats would hold them)");
 }
 
 std::string roundingSentence(const std::string& in, const nifti::RoundingLoss& loss,
@@ -34,8 +38,6 @@ std::string roundingSentence(const std::string& in, const nifti::RoundingLoss& l
          (loss.values == 1 ? " is" : " are") + " rounded, by " + text("%.3g", loss.largest) +
          " at most";
 }
-
-bool isUnsigned(nifti::DataType type) { return nameOf(type).starts_with("uint"); }
 
 // What the data type of the input, or that of the output, did to values.
 void tellOfTypes(const std::string& in, nifti::DataType typeRead, SeriesReport& report) {
