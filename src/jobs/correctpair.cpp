@@ -6,6 +6,7 @@
 #include "base/error.h"
 #include "base/numbertext.h"
 #include "bids/inheritance.h"
+#include "field/belowzero.h"
 #include "jobs/earlierresults.h"
 #include "jobs/pairoutputs.h"
 #include "jobs/recordjson.h"
@@ -301,6 +302,13 @@ std::optional<ReportFile> announcePage(const CorrectPairOptions& options, const 
   return page;
 }
 
+// After all that is found of them. The mean stays: series are aligned with it, here and from its
+// file.
+void raiseImagesToZero(const PairInput& pair, PairEstimate& estimate) {
+  if (!holdsBelowZero(pair.a.image)) raiseToZero(estimate.correctedA);
+  if (!holdsBelowZero(pair.b.image)) raiseToZero(estimate.correctedB);
+}
+
 // The record keeps what is known without the voxels.
 PairRecord recordOf(const Inputs& inputs, const CorrectPairOptions& options,
                     const PairEstimate& estimate) {
@@ -356,6 +364,7 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
   run.pair = recordOf(read, options, estimate);
   // NOLINTNEXTLINE(cppcoreguidelines-slicing)
   if (pair.across) run.pair->across = {pair.across->a, pair.across->b, across};
+  raiseImagesToZero(pair, estimate);
   progress.at(Stage::writing, 0.0);
   run.outputs = folder.write([&] {
     writePair(names, pair, estimate, run, sources, folder, progress);

@@ -44,7 +44,8 @@ struct CorrectPairOptions {
 ///
 ///   sub-01_dir-AP_desc-preproc_epi           the corrected pair, 32-bit floats
 ///   sub-01_dir-PA_desc-preproc_epi
-///   sub-01_desc-preproc_magnitude            their mean
+///   sub-01_desc-preproc_magnitude            their mean before values are raised to 0
+///                                            (belowzero.h)
 ///   sub-01_desc-preproc_fieldmap             the field in Hz; only where the readout time is known
 ///   sub-01_dir-AP_desc-voxels_vdm            A's map, in voxels along the axis (B has its
 ///                                            negative)

@@ -3,6 +3,7 @@
 #include <sstream>
 
 #include "cli/tinystudy.h"
+#include "nifti/image.h"
 
 namespace mirel {
 
@@ -94,6 +95,10 @@ TEST_F(Bids, GivesTheBytesOfTheSingleCommand) {
   EXPECT_EQ(made.size(), 9U);
   for (const auto& [path, bytes] : made)
     EXPECT_EQ(bytes, textOf(folder.file("single/" + fs::path(path).filename().string()))) << path;
+  // Of images without values below 0.
+  for (const std::string& name :
+       {std::string(bold), std::string("sub-01/fmap/sub-01_dir-PA_desc-preproc_epi")})
+    EXPECT_EQ(nifti::Reader(out(name) + ".nii.gz").readVolume(0).min(), 0.0F) << name;
 }
 
 TEST_F(Bids, DryRunPrintsThePlanAndWritesNothing) {
