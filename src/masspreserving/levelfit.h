@@ -40,8 +40,9 @@ class LevelFit {
   /// the strength that keeps its value. Call before the first step.
   void bendLocally();
 
-  /// Takes off what noise adds to the residuals between voxels (Objective::noiseVariance), from the
-  /// next step on. Call at the images' own resolution: noise of coarser ones is not white.
+  /// From the next `updateStatistics` on noise is what VoxelNoise tells, and what it adds to the
+  /// residuals between voxels is taken off (Objective::noiseVariance). Call at the images' own
+  /// resolution: coarser ones have averaged theirs.
   void expectNoise() { expectsNoise = true; }
 
   struct Step {
@@ -87,6 +88,7 @@ class LevelFit {
   void adaptBending();
   void updateWeights();
   NoiseFit noiseOf(NoiseTails tails) const;
+  void updateNoise(NoiseTails tails);
   double traceEstimate();
   double shareLeft(const NoiseFit& fit) const;
   void updateRatioWeights();
@@ -99,7 +101,8 @@ class LevelFit {
   Objective<float> objective;
   double noiseKept = 1.0;
   bool expectsNoise = false;
-  bool evaluated = false;  // whether the objective's residuals are those of b and the model now
+  double averagedShare = 0.0;  // of the noise, see VoxelNoise
+  bool evaluated = false;      // whether the objective's residuals are those of b and the model now
   std::optional<LineSolver<float>> lines;  // of the last linearisation
   Volume<float> gradient, direction;
 };
