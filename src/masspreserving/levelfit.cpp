@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "masspreserving/posterior.h"
-#include "masspreserving/voxelnoise.h"
 #include "numerics/splitmix.h"
 
 namespace mirel {
@@ -178,7 +177,8 @@ void LevelFit::updateWeights() {
       weight[i] *= static_cast<float>(known.noise.relativeWeight(residual[i]));
   });
   objective.setRoughness(form(known.roughnessWeight));
-  if (expectsNoise) objective.noiseVariance = averagedShare * noiseKept * known.noise.variance;
+  if (ofVoxels && ofVoxels->variance > 0.0)
+    objective.noiseVariance = ofVoxels->averagedShare() * noiseKept * known.noise.variance;
 }
 
 double LevelFit::logLikelihood() {
@@ -330,12 +330,8 @@ void LevelFit::updateNoise(NoiseTails tails) {
   const NoiseFit fit = noiseOf(tails);
   known.noise = fit.noise;
   double variance = known.noise.variance / shareLeft(fit);
-  if (expectsNoise) {
-    const VoxelNoise noise = voxelNoise(objective, *lines, b);
-    const bool told = noise.variance > 0.0;
-    averagedShare = told ? noise.averagedShare() : 0.0;
-    if (told) variance = noise.variance;
-  }
+  if (expectsNoise && !ofVoxels) ofVoxels = voxelNoise(objective, *lines, b);
+  if (ofVoxels && ofVoxels->variance > 0.0) variance = ofVoxels->variance;
   known.noise.variance = std::max(variance / noiseKept, leastNoise * leastNoise);
 }
 

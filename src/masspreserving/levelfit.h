@@ -11,6 +11,7 @@
 #include "masspreserving/objective.h"
 #include "masspreserving/placetrust.h"
 #include "masspreserving/ratiofit.h"
+#include "masspreserving/voxelnoise.h"
 
 namespace mirel {
 
@@ -40,9 +41,9 @@ class LevelFit {
   /// the strength that keeps its value. Call before the first step.
   void bendLocally();
 
-  /// From the next `updateStatistics` on noise is what VoxelNoise tells, and what it adds to the
-  /// residuals between voxels is taken off (Objective::noiseVariance). Call at the images' own
-  /// resolution: coarser ones have averaged theirs.
+  /// From the next `updateStatistics` on the noise is what `voxelNoise` tells of it there, and what
+  /// it adds to the residuals between voxels is taken off (Objective::noiseVariance). Call at the
+  /// images' own resolution: coarser ones have averaged theirs.
   void expectNoise() { expectsNoise = true; }
 
   struct Step {
@@ -101,8 +102,8 @@ class LevelFit {
   Objective<float> objective;
   double noiseKept = 1.0;
   bool expectsNoise = false;
-  double averagedShare = 0.0;  // of the noise, see VoxelNoise
-  bool evaluated = false;      // whether the objective's residuals are those of b and the model now
+  std::optional<VoxelNoise> ofVoxels;  // once it is found
+  bool evaluated = false;  // whether the objective's residuals are those of b and the model now
   std::optional<LineSolver<float>> lines;  // of the last linearisation
   Volume<float> gradient, direction;
 };
