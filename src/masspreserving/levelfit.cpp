@@ -177,7 +177,8 @@ void LevelFit::updateWeights() {
       weight[i] *= static_cast<float>(known.noise.relativeWeight(residual[i]));
   });
   objective.setRoughness(form(known.roughnessWeight));
-  if (expectsNoise) objective.noiseVariance = noiseKept * known.noise.variance;
+  if (ofVoxels && ofVoxels->variance > 0.0)
+    objective.noiseVariance = ofVoxels->averagedShare() * noiseKept * known.noise.variance;
 }
 
 double LevelFit::logLikelihood() {
@@ -325,15 +326,21 @@ void LevelFit::updateRatioWeights() {
   ratio.setWeights(ofShapes, ofKnots);
 }
 
+void LevelFit::updateNoise(NoiseTails tails) {
+  const NoiseFit fit = noiseOf(tails);
+  known.noise = fit.noise;
+  double variance = known.noise.variance / shareLeft(fit);
+  if (expectsNoise && !ofVoxels) ofVoxels = voxelNoise(objective, *lines, b);
+  if (ofVoxels && ofVoxels->variance > 0.0) variance = ofVoxels->variance;
+  known.noise.variance = std::max(variance / noiseKept, leastNoise * leastNoise);
+}
+
 void LevelFit::updateStatistics(NoiseTails tails, RatioEvidence evidence) {
   evaluate();
   adaptBending();
   known.degreesOfFreedom = std::max(traceEstimate(), 1.0);
   if (objective.ratio != nullptr && evidence == RatioEvidence::updated) updateRatioWeights();
-  const NoiseFit fit = noiseOf(tails);
-  known.noise = fit.noise;
-  known.noise.variance =
-      std::max(known.noise.variance / shareLeft(fit) / noiseKept, leastNoise * leastNoise);
+  updateNoise(tails);
   const double roughness = objective.roughnessOf(b, form(1.0));
   if (roughness > 0.0) known.roughnessWeight = known.degreesOfFreedom / roughness;
 }

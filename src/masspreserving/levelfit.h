@@ -11,6 +11,7 @@
 #include "masspreserving/objective.h"
 #include "masspreserving/placetrust.h"
 #include "masspreserving/ratiofit.h"
+#include "masspreserving/voxelnoise.h"
 
 namespace mirel {
 
@@ -40,8 +41,9 @@ class LevelFit {
   /// the strength that keeps its value. Call before the first step.
   void bendLocally();
 
-  /// Takes off what noise adds to the residuals between voxels (Objective::noiseVariance), from the
-  /// next step on. Call at the images' own resolution: noise of coarser ones is not white.
+  /// From the next `updateStatistics` on the noise is what `voxelNoise` tells of it there, and what
+  /// it adds to the residuals between voxels is taken off (Objective::noiseVariance). Call at the
+  /// images' own resolution: coarser ones have averaged theirs.
   void expectNoise() { expectsNoise = true; }
 
   struct Step {
@@ -87,6 +89,7 @@ class LevelFit {
   void adaptBending();
   void updateWeights();
   NoiseFit noiseOf(NoiseTails tails) const;
+  void updateNoise(NoiseTails tails);
   double traceEstimate();
   double shareLeft(const NoiseFit& fit) const;
   void updateRatioWeights();
@@ -99,6 +102,7 @@ class LevelFit {
   Objective<float> objective;
   double noiseKept = 1.0;
   bool expectsNoise = false;
+  std::optional<VoxelNoise> ofVoxels;  // once it is found
   bool evaluated = false;  // whether the objective's residuals are those of b and the model now
   std::optional<LineSolver<float>> lines;  // of the last linearisation
   Volume<float> gradient, direction;

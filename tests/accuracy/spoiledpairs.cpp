@@ -11,6 +11,7 @@
 #include "phantom/field.h"
 #include "phantom/object.h"
 #include "phantom/phantom.h"
+#include "phantom/random.h"
 
 namespace mirel {
 
@@ -47,6 +48,49 @@ Volume<float> noisy(const SpoilableHead& head, const Volume<float>& signal, doub
   const Volume<float> factor = times(ones, local);
   const Volume<float> scaled = addRicianNoise(signal / factor, sigma, head.seed, stream);
   return scaled * factor;
+}
+
+// Along x and y, wrapped round; `taps` are those of one side from the middle on.
+Volume<float> filtered(const Volume<float>& image, const std::vector<double>& taps) {
+  Volume<float> result = image;
+  for (const int axis : {0, 1}) {
+    const Volume<float> source = result;
+    const int length = image.dimensions()[axis];
+    for (int z = 0; z < image.nz(); ++z)
+      for (int y = 0; y < image.ny(); ++y)
+        for (int x = 0; x < image.nx(); ++x) {
+          double sum = taps[0] * source.at(x, y, z);
+          for (int k = 1; k < static_cast<int>(taps.size()); ++k)
+            for (const int step : {k, length - k}) {
+              glm::ivec3 at(x, y, z);
+              at[axis] = (at[axis] + step) % length;
+              sum += taps[k] * source.at(at.x, at.y, at.z);
+            }
+          result.at(x, y, z) = static_cast<float>(sum);
+        }
+  }
+  return result;
+}
+
+// Rician noise of the same deviation whose neighbours in plane are alike.
+Volume<float> smoothlyNoisy(const SpoilableHead& head, const Volume<float>& signal, double relative,
+                            std::uint64_t stream, std::vector<double> taps) {
+  double squares = taps[0] * taps[0];
+  for (std::size_t k = 1; k < taps.size(); ++k) squares += 2.0 * taps[k] * taps[k];
+  for (double& tap : taps) tap /= std::sqrt(squares);
+  const RandomStream random(head.seed, stream);
+  Volume<float> real(signal.dimensions()), imaginary(signal.dimensions());
+  for (int i = 0; i < signal.size(); ++i) {
+    const RandomStream::Pair n = random.normalPair(static_cast<std::uint64_t>(i));
+    real.data()[i] = static_cast<float>(n.first);
+    imaginary.data()[i] = static_cast<float>(n.second);
+  }
+  const float sigma = static_cast<float>(relative * head.brainMean);
+  real = filtered(real, taps) * sigma;
+  imaginary = filtered(imaginary, taps) * sigma;
+  for (int i = 0; i < signal.size(); ++i)
+    real.data()[i] = std::hypot(signal.data()[i] + real.data()[i], imaginary.data()[i]);
+  return real;
 }
 
 SpoiledPair pairOf(const SpoilableHead& head, const Volume<float>& first,
@@ -205,6 +249,24 @@ Spoiling meanNoise() {
           /*modelHolds=*/true};
 }
 
+// What a matrix of three quarters that was filled up with zeros leaves of white noise.
+std::vector<double> zeroFilled() {
+  constexpr double share = 0.75;
+  std::vector<double> taps{share};
+  for (int k = 1; k <= 12; ++k)
+    taps.push_back(std::sin(std::numbers::pi * share * k) / (std::numbers::pi * k));
+  return taps;
+}
+
+Spoiling smoothNoise(const char* name, double noise, const std::vector<double>& taps) {
+  return {name, false, [noise, taps](const SpoilableHead& head) {
+            SpoiledPair pair = pairOf(head, firstOf(head), secondOf(head), 0.0);
+            pair.first = smoothlyNoisy(head, pair.first, noise, 1, taps);
+            pair.second = smoothlyNoisy(head, pair.second, noise, 2, taps);
+            return pair;
+          }};
+}
+
 using Phase = std::function<double(glm::dvec3)>;
 
 // With its Nyquist ghost of a share of it, half a field of view away: the magnitude of both, with a
@@ -283,6 +345,10 @@ std::vector<Spoiling> spoilings() {
       {"those slices cut off", false, cutOff, /*modelHolds=*/true},
       risingNoise(),
       meanNoise(),
+      smoothNoise("noise of 3 %, matrix of 3/4 filled up with zeros", 0.03, zeroFilled()),
+      smoothNoise("noise of 9 %, matrix of 3/4 filled up with zeros", 0.09, zeroFilled()),
+      smoothNoise("noise of 3 %, smoothed by (1, 2, 1)", 0.03, {2.0, 1.0}),
+      smoothNoise("noise of 9 %, smoothed by (1, 2, 1)", 0.09, {2.0, 1.0}),
       ghost("ghost of 5 %, half a field of view away", 0.05, 0.05, inPhase),
       ghost("ghost of 10 %", 0.1, 0.1, inPhase),
       ghost("ghost of 5 % in one image", 0.05, 0.0, inPhase),
