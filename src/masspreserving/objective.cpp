@@ -102,7 +102,7 @@ void Objective<Real>::addDataTermsOf(int z, const Volume<Real>& b, Volume<Real>*
       const Barrier barrier(b1 - b0);
       rowTotal += 0.5 * w * r * r + barrier.value;
       double ofNoise = 0.0;
-      if (noiseVariance > 0.0) {
+      if (noiseVariance > 0.0 && mean.data()[voxel + x] != Real(0)) {
         const AveragedNoise averaged(0.5 * (b0 + b1));
         rowTotal += 0.5 * w * noiseVariance * averaged.missing;
         ofNoise = 0.25 * w * noiseVariance * averaged.slope;

@@ -34,8 +34,9 @@ struct AveragedNoise {
 /// (`ratio`), summed over all columns, R the roughness form. The last sum takes off what the
 /// squared residuals are expected to hold of noise of variance n, but for a constant: they are
 /// least where displacements s_j = (b_j + b_(j+1)) / 2 lie between voxels, whatever the images
-/// show. `weight` is the inverse noise variance of a residual (0 where an image does not reach), so
-/// E is in units of the noise.
+/// show. Where the mean of both images is exactly 0 (air that was set to 0, padding) there is no
+/// noise. `weight` is the inverse noise variance of a residual (0 where an image does not reach),
+/// so E is in units of the noise.
 template <typename Real>
 class Objective {
  public:

@@ -77,6 +77,16 @@ TEST(AveragedNoise, IsWhatParabolasLeaveOfIt) {
   }
 }
 
+TEST(Objective, ExpectsNoNoiseWhereBothImagesAreZero) {
+  const Volume<float> empty(voxels, 0.0F);
+  const MassModel<double> model(empty, empty);
+  Objective<double> objective(model, Roughness<double>(edges, {1.0, 2.0, 1.5}, 0.7, 0.4));
+  const Volume<double> b = field(0.15, 4);
+  const double without = objective.value(b);
+  objective.noiseVariance = 50.0;
+  EXPECT_EQ(objective.value(b), without);
+}
+
 TEST(Objective, GradientHoldsTheNoiseThatIsExpected) {
   Case c;
   const Volume<double> b = field(0.15, 4), v = field(1.0, 5);
