@@ -92,21 +92,44 @@ double paired(const Volume<float>& p, const Volume<float>& q, glm::ivec2 distanc
   return sumOf(ofSlices);
 }
 
-Volume<float> rootsOfWeights(const Objective<float>& objective, const Volume<float>& b) {
-  const Volume<float>&low = objective.lowSlopes(), &high = objective.highSlopes();
-  Volume<float> roots(low.dimensions());
-  const double halfWay = AveragedNoise(0.5).missing;
-  inSlices(objective.inParallel(), roots.dimensions(), [&](int from, int to) {
+// Values at the voxels displaced by b, by the parabolas of ColumnIntegral without their clamps,
+// which noise would not meet alone; 0 beyond the grid.
+float between(const Volume<float>& v, int x, int y, int z, double displacement) {
+  const double whole = std::floor(displacement), u = displacement - whole;
+  const int cell = y + static_cast<int>(whole);
+  std::array<double, 6> a{};  // from cell - 2
+  for (int k = 0; k < 6; ++k)
+    if (cell - 2 + k >= 0 && cell - 2 + k < v.ny())
+      a[static_cast<std::size_t>(k)] = static_cast<double>(v.at(x, cell - 2 + k, z));
+  const auto edge = [&](std::size_t k) {  // below a[k]
+    return (7.0 * (a[k - 1] + a[k]) - a[k - 2] - a[k + 1]) / 12.0;
+  };
+  const double q = 6.0 * (u * u / 2.0 - u * u * u / 3.0);
+  const double below = u - 0.5 * (u * u + q), above = 0.5 * (u * u - q);
+  return static_cast<float>(a[2] + q * (a[3] - a[2]) - below * edge(2) + (below - above) * edge(3) +
+                            above * edge(4));
+}
+
+Volume<float> interpolated(const Volume<float>& v, const Volume<float>& b,
+                           const Parallel& parallel) {
+  Volume<float> result(v.dimensions());
+  inSlices(parallel, v.dimensions(), [&](int from, int to) {
     for (int z = from; z < to; ++z)
-      for (int y = 0; y < roots.ny(); ++y)
-        for (int x = 0; x < roots.nx(); ++x) {
-          const int i = roots.index(x, y, z);
-          const double signal = static_cast<double>(low.data()[i]) * high.data()[i];
-          const double at = 0.5 * (static_cast<double>(b.at(x, y, z)) + b.at(x, y + 1, z));
-          const double left = 1.0 - AveragedNoise(at).missing / halfWay;
-          roots.data()[i] = static_cast<float>(
-              std::sqrt(objective.weight.data()[i] * std::max(signal, 0.0) * std::max(left, 0.0)));
-        }
+      for (int y = 0; y < v.ny(); ++y)
+        for (int x = 0; x < v.nx(); ++x)
+          result.at(x, y, z) =
+              between(v, x, y, z, 0.5 * (static_cast<double>(b.at(x, y, z)) + b.at(x, y + 1, z)));
+  });
+  return result;
+}
+
+Volume<float> rootsOfWeights(const Objective<float>& objective) {
+  const float *low = objective.lowSlopes().data(), *high = objective.highSlopes().data();
+  const float* weight = objective.weight.data();
+  Volume<float> roots(objective.weight.dimensions());
+  inElements(objective.inParallel(), roots.size(), [&](int from, int to) {
+    for (int i = from; i < to; ++i)
+      roots.data()[i] = std::sqrt(weight[i] * std::max(low[i] * high[i], 0.0F));
   });
   return roots;
 }
@@ -127,14 +150,14 @@ VoxelNoise voxelNoise(Objective<float>& objective, const LineSolver<float>& line
                       const Volume<float>& b) {
   const Parallel& parallel = objective.inParallel();
   const Volume<float>& residuals = objective.residuals();
-  const Volume<float> roots = rootsOfWeights(objective, b);
+  const Volume<float> roots = rootsOfWeights(objective);
   const Volume<float> white = signs(roots.dimensions(), parallel);
   Volume<float> whiteLeft;
   Equations traces;
   Terms squares;
   for (int k = 0; k < terms; ++k) {
     const glm::ivec2 distance = distances[static_cast<std::size_t>(k)];
-    Volume<float> left = neighbours(white, distance, parallel);
+    Volume<float> left = interpolated(neighbours(white, distance, parallel), b, parallel);
     leaveUnfitted(objective, lines, left);
     if (k == 0) whiteLeft = left;
     for (int m = 0; m < terms; ++m)

@@ -30,16 +30,18 @@ struct Told {
   double meanSquare;  // of the fitted residuals
 };
 
-// Of an ellipsoid without displacement, after one step of the fit.
-Told toldOf(double sigma, float a) {
+// Of an ellipsoid whose images lie so many voxels apart, after one step of the fit.
+Told toldOf(double sigma, float a, int apart = 0) {
   const glm::ivec3 size(24, 40, 20);
-  testdata::Pair pair = testdata::makePair(size, 0.0);
-  const MassModel<float> model(pair.first + alikeAlongY(size, sigma, a, 5),
-                               pair.second + alikeAlongY(size, sigma, a, 6));
+  const Volume<float> first = testdata::makePair(size, 0.0, apart).first;
+  const Volume<float> second = testdata::makePair(size, 0.0).second;
+  const MassModel<float> model(first + alikeAlongY(size, sigma, a, 5),
+                               second + alikeAlongY(size, sigma, a, 6));
   const double precision = 1.0 / (2.0 * sigma * sigma);
   Objective<float> objective(model, Roughness<float>(model.edges(), glm::dvec3(3.0), 3.0, 300.0));
   objective.weight = Volume<float>(size, static_cast<float>(precision));
-  Volume<float> b(model.edges(), 0.0F), gradient(model.edges(), 0.0F), step;
+  Volume<float> b(model.edges(), 0.5F * static_cast<float>(apart)), gradient(model.edges(), 0.0F),
+      step;
   objective.linearise(b, gradient);
   const LineSolver<float> lines(objective.roughnessForm(), objective.blockDiagonal(),
                                 objective.blockNext());
@@ -51,7 +53,7 @@ Told toldOf(double sigma, float a) {
   objective.evaluate(b);
   double squares = 0.0, count = 0.0;
   for (int i = 0; i < b.nx() * size.y * size.z; ++i) {
-    const double signal = pair.first.data()[i];
+    const double signal = second.data()[i];
     squares += signal * signal * objective.residuals().data()[i] * objective.residuals().data()[i];
     count += signal * signal;
   }
@@ -75,6 +77,15 @@ TEST(VoxelNoise, FindsThatNeighboursAreAlike) {
   EXPECT_NEAR(told.noise.alongY[0], 2.0 / 3.0, 0.08);
   EXPECT_NEAR(told.noise.alongY[1], 1.0 / 6.0, 0.1);
   EXPECT_LT(told.noise.averagedShare(), 0.3);
+}
+
+// There interpolation takes off a third of it and makes neighbours alike.
+TEST(VoxelNoise, IsThatOfTheImagesHalfWay) {
+  const double sigma = 20.0, variance = 2.0 * sigma * sigma;
+  const Told told = toldOf(sigma, 0.0F, 1);
+  EXPECT_LT(told.meanSquare, 0.6 * variance);
+  EXPECT_NEAR(told.noise.variance, variance, 0.15 * variance);
+  EXPECT_GT(told.noise.averagedShare(), 0.7);
 }
 
 TEST(VoxelNoise, TellsNothingOfImagesThatAreAlike) {
