@@ -267,6 +267,17 @@ Spoiling smoothNoise(const char* name, double noise, const std::vector<double>& 
           }};
 }
 
+// As some reconstructions leave it.
+SpoiledPair withEmptyAir(const SpoilableHead& head) {
+  SpoiledPair pair = pairOf(head, firstOf(head), secondOf(head));
+  const auto empty = [&](float value) {
+    return static_cast<double>(value) < 0.15 * head.brainMean ? 0.0F : value;
+  };
+  for (Volume<float>* image : {&pair.first, &pair.second})
+    std::transform(image->data(), image->data() + image->size(), image->data(), empty);
+  return pair;
+}
+
 using Phase = std::function<double(glm::dvec3)>;
 
 // With its Nyquist ghost of a share of it, half a field of view away: the magnitude of both, with a
@@ -349,6 +360,7 @@ std::vector<Spoiling> spoilings() {
       smoothNoise("noise of 9 %, matrix of 3/4 filled up with zeros", 0.09, zeroFilled()),
       smoothNoise("noise of 3 %, smoothed by (1, 2, 1)", 0.03, {2.0, 1.0}),
       smoothNoise("noise of 9 %, smoothed by (1, 2, 1)", 0.09, {2.0, 1.0}),
+      {"air set to 0", false, withEmptyAir},
       ghost("ghost of 5 %, half a field of view away", 0.05, 0.05, inPhase),
       ghost("ghost of 10 %", 0.1, 0.1, inPhase),
       ghost("ghost of 5 % in one image", 0.05, 0.0, inPhase),
