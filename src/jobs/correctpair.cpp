@@ -6,6 +6,7 @@
 #include "base/error.h"
 #include "base/numbertext.h"
 #include "bids/inheritance.h"
+#include "bids/phaseencoding.h"
 #include "jobs/earlierresults.h"
 #include "jobs/pairoutputs.h"
 #include "jobs/recordjson.h"
@@ -111,6 +112,17 @@ void addRatioRemarks(RunRecord& run, const PairInput& pair, const PairEstimate& 
     run.notes.push_back("the brightness of " + both + " differs from place to place" + by);
 }
 
+// Said, since nothing else tells a wrong axis by its name.
+void addUncheckedAxis(RunRecord& run, const PairInput& pair, const PairEstimate& estimate) {
+  const PairAgreement& found = estimate.agreement;
+  if (found.fastAlongAxis && found.fastAcross) return;
+  run.notes.push_back("whether phase encoding of " + pair.a.title() + " and " + pair.b.title() +
+                      " runs along " + bids::nameOf({pair.axis(), 1}) +
+                      " could not be checked: the quick estimate along " +
+                      bids::nameOf({found.fastAlongAxis ? found.otherAxis : pair.axis(), 1}) +
+                      " failed, as it may where the field of view lies within the head");
+}
+
 // Not held against the result: elsewhere the map is as good as that of a whole pair.
 void addPlacesLeftOut(RunRecord& run, const PairInput& pair, const PairEstimate& estimate) {
   if (estimate.shareOut <= 0) return;
@@ -211,6 +223,7 @@ void addRemarks(RunRecord& run, const PairInput& pair, const PairEstimate& estim
   run.warnings.insert(run.warnings.begin(), pair.warnings.begin(), pair.warnings.end());
   const std::vector<Remark>& doubts = estimate.verdict.reasons;
   run.warnings.insert(run.warnings.end(), doubts.begin(), doubts.end());
+  addUncheckedAxis(run, pair, estimate);
   addRatioRemarks(run, pair, estimate);
   addPlacesLeftOut(run, pair, estimate);
   addGhosts(run, pair, estimate);

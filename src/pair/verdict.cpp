@@ -203,14 +203,15 @@ void judgeSmoothness(const PairFigures& figures, Verdict& verdict) {
 }
 
 void judgeAxis(const PairAgreement& found, const PairNamesAndAxis& names, Verdict& verdict) {
-  if (found.fastAcross <= found.fastAlongAxis + decisive) return;
+  if (!found.fastAcross || !found.fastAlongAxis) return;
+  if (*found.fastAcross <= *found.fastAlongAxis + decisive) return;
   verdict.add(Trust::doNotTrust,
               "CHECK THE AXIS in " + names.statedBy + ": they say " + names.directions +
                   ", but the images differ as if phase encoding ran along " +
                   bids::nameOf({found.otherAxis, 1}) +
                   " (correlation of the pair after a quick estimate " +
-                  text("%.3f", found.fastAlongAxis) + " along the stated axis, " +
-                  text("%.3f", found.fastAcross) + " along the other)");
+                  text("%.3f", *found.fastAlongAxis) + " along the stated axis, " +
+                  text("%.3f", *found.fastAcross) + " along the other)");
 }
 
 }  // namespace

@@ -26,7 +26,7 @@ struct PairAgreement {
   double modulated = 0, negated = 0;
   /// The multiple of the map that makes them agree best; of a field that was measured only.
   std::optional<FieldScale> bestScale;
-  double fastAlongAxis = 0, fastAcross = 0;
+  std::optional<double> fastAlongAxis, fastAcross;  ///< none where that estimate failed
   int otherAxis = 0;
 
   /// Whether one image is the other, up to a factor: nothing is left that could tell a

@@ -172,6 +172,15 @@ TEST(PairVerdict, TheAxisIsAccusedWithWhatStatesIt) {
   EXPECT_THAT(textsOf(verdict.reasons), Contains(HasSubstr("CHECK THE AXIS in a.json")));
 }
 
+TEST(PairVerdict, TheAxisIsNotAccusedWhereAQuickEstimateFailed) {
+  PairAgreement agreement = goodAgreement();
+  agreement.fastAlongAxis.reset();
+  EXPECT_EQ(verdictOf(goodFigures(), agreement).trust, Trust::trusted);
+  agreement.fastAlongAxis = 0.1;
+  agreement.fastAcross.reset();
+  EXPECT_EQ(verdictOf(goodFigures(), agreement).trust, Trust::trusted);
+}
+
 TEST(PairVerdict, AMeasuredFieldIsAccusedByName) {
   PairAgreement agreement = goodAgreement();
   EXPECT_EQ(verdictOf(goodFigures(), agreement, MapOrigin::measured).trust, Trust::trusted);
