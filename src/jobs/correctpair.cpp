@@ -1,5 +1,6 @@
 #include "jobs/correctpair.h"
 
+#include <cmath>
 #include <glm/geometric.hpp>
 #include <memory>
 
@@ -24,7 +25,8 @@ namespace mirel {
 namespace {
 
 constexpr double leastCorrelation = 0.5;  // of two fields of one head
-constexpr double leastRatioTold = 0.005;  // of its standard deviation: less is none
+constexpr double leastRatioTold = 0.005;  // of its logarithm's standard deviation: less is none
+constexpr double mostOfContrast = 0.4;    // fluid four times as bright: 0.30; half an image: 0.44
 constexpr double leastCovered = 0.8;      // of the head, by a field that corrects it
 
 std::vector<std::string> filesOf(const PairInput& pair) {
@@ -98,11 +100,18 @@ Distortion distortionOf(const PairInput& pair, const PairEstimate& estimate) {
 
 // What the estimate allowed for, and what would be better than to allow for it.
 void addRatioRemarks(RunRecord& run, const PairInput& pair, const PairEstimate& estimate) {
-  if (!(estimate.intensityRatioSpread > leastRatioTold)) return;
+  const double spread = estimate.intensityRatioSpread;
+  if (!(spread > leastRatioTold)) return;
   const std::string both = pair.a.title() + " and " + pair.b.title();
-  const std::string by = " (by " + text("%.2g", 100 * estimate.intensityRatioSpread) +
-                         " % beside their ratio), which was allowed for";
-  if (estimate.contrast)
+  const std::string by =
+      " (by " + text("%.2g", 100 * spread) + " % beside their ratio), which was allowed for";
+  if (spread > mostOfContrast)
+    run.warnings.push_back(
+        "the intensities of " + both + " differ from place to place by a factor of " +
+        text(spread < std::log(10.0) ? "%.2g" : "%.0f", std::exp(spread)) +
+        " beside their ratio, which is more than another contrast or shading makes: one of them "
+        "may have lost its signal in a part of the image");
+  else if (estimate.contrast)
     run.warnings.emplace_back(
         both + " differ in contrast" + by +
             ": the first volume of a series may be from before the steady state, and a later one "
