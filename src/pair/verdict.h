@@ -68,4 +68,11 @@ enum class MapOrigin { massPreserving, search, measured };
 Verdict judgePair(const PairFigures& figures, const PairAgreement& agreement, MapOrigin origin,
                   const PairNamesAndAxis& names);
 
+/// Adds a doubt where the images are so noisy that the map is blurred beyond what its deviation
+/// tells (docs/correct.md).
+///
+/// @param noiseOfSignal  what the mass-preserving estimate leaves of the images' difference per
+///                       voxel and image, as a fraction of the signal; 0 of other estimates
+void judgeNoise(double noiseOfSignal, const PairNamesAndAxis& names, Verdict& verdict);
+
 }  // namespace mirel

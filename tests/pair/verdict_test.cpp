@@ -62,6 +62,17 @@ TEST(PairVerdict, NoiseIsNotHeldAgainstAPair) {
   EXPECT_EQ(verdictOf(figures).trust, Trust::trusted);
 }
 
+TEST(PairVerdict, SoMuchNoiseThatTheMapIsBlurredIsDoubted) {
+  Verdict verdict = verdictOf(goodFigures());
+  const PairNamesAndAxis names{"a.nii", "b.nii", "a.json", "j- and j"};
+  judgeNoise(0.19, names, verdict);
+  EXPECT_EQ(verdict.trust, Trust::trusted);
+  judgeNoise(0.224, names, verdict);
+  EXPECT_EQ(verdict.trust, Trust::doubtful);
+  EXPECT_THAT(textsOf(verdict.reasons),
+              ElementsAre(HasSubstr("a.nii and b.nii are noisy: by 22 % of the signal")));
+}
+
 TEST(PairVerdict, TheResidualIsDoubtedAndThenRefused) {
   PairFigures figures = goodFigures();
   figures.residual = 0.17;
