@@ -30,8 +30,7 @@ Volume<float> readImage(nifti::Reader& reader, const ImageOptions& options) {
   const int count = std::max(options.meanOfFirst, 1);
   if (options.volume < 0 || options.volume > volumes - count)
     throw Error(options.file,
-                "has " + std::to_string(volumes) + (volumes == 1 ? " volume" : " volumes") +
-                    ", counted from 0: there " +
+                "has " + counted(volumes, "volume") + ", counted from 0: there " +
                     (count == 1 ? "is no volume " + std::to_string(options.volume)
                                 : "are no " + std::to_string(count) + " volumes from volume " +
                                       std::to_string(options.volume) + " on"));

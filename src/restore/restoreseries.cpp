@@ -5,6 +5,7 @@
 
 #include "base/dimensions.h"
 #include "base/error.h"
+#include "base/numbertext.h"
 #include "base/samefile.h"
 #include "field/inorder.h"
 #include "field/seriesparts.h"
@@ -176,8 +177,7 @@ void tellOfJoined(const std::string& both, nifti::DataType typeRead, JoinReport&
                                   "the mean of both stands there");
   if (report.negative > 0)
     report.series.notes.push_back(
-        std::to_string(report.negative) + (report.negative == 1 ? " voxel" : " voxels") + " of " +
-        both +
+        counted(report.negative, "voxel") + " of " + both +
         ", joined, fell below 0 beside edges or in air, which no voxel of theirs does: 0 is "
         "written");
 }
