@@ -98,10 +98,9 @@ int runCompare(const CompareCommandOptions& options) {
     if (apart) json["voxelsApart"] = *apart;
     std::cout << json.dump(2) << "\n";
   } else {
-    char text[128];
-    std::snprintf(text, sizeof text, "correlation %.4f, rms difference %.4g (%lld voxels)\n",
-                  result.correlation, result.rmsDifference, result.voxels);
-    std::cout << text;
+    std::cout << text("correlation %.4f", result.correlation)
+              << text(", rms difference %.4g (", result.rmsDifference)
+              << counted(result.voxels, "voxel") << ")\n";
   }
   return exitSuccess;
 }

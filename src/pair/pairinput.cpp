@@ -53,8 +53,10 @@ void checkImage(const Volume<float>& image, const std::string& title) {
   const auto bad = std::count_if(image.data(), image.data() + image.size(),
                                  [](float v) { return !std::isfinite(v); });
   if (bad > 0)
-    throw Error(title, "has " + std::to_string(bad) +
-                           " voxels that are not finite numbers (NaN or infinite)");
+    throw Error(title,
+                "has " + counted(bad, "voxel") +
+                    (bad == 1 ? " that is no finite number" : " that are not finite numbers") +
+                    " (NaN or infinite)");
   if (image.min() == image.max())
     throw Error(title, "is constant: every voxel is " + text(static_cast<double>(image.min())));
 }

@@ -171,8 +171,7 @@ void tellOfJoined(const std::string& both, nifti::DataType typeRead, JoinReport&
   tellOfValues(both, typeRead, report.series);
   const auto most = std::max_element(report.contradicted.begin(), report.contradicted.end());
   if (most != report.contradicted.end() && *most > 0)
-    report.series.notes.push_back("in up to " + std::to_string(*most) + " voxels of a volume " +
-                                  both +
+    report.series.notes.push_back("in up to " + counted(*most, "voxel") + " of a volume " + both +
                                   " differ by more than their noise where they show one place: "
                                   "the mean of both stands there");
   if (report.negative > 0)
