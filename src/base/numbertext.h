@@ -16,4 +16,7 @@ std::string counted(Integer count, const std::string& one) {
   return std::to_string(count) + " " + one + (count == 1 ? "" : "s");
 }
 
+/// The same of an amount in a format of printf: "0.5 voxels", and "1 voxel" where it is spelt 1.
+std::string counted(const char* format, double amount, const std::string& one);
+
 }  // namespace mirel

@@ -66,7 +66,7 @@ void checkGrid(const nifti::Header& header, const std::string& file,
         glm::dot(glm::dvec3(own[axis]), glm::dvec3(others[axis])) / (sizes[axis] * wanted[axis]);
     if (!(cosine >= leastCosine))
       refuse("is turned by " +
-                 text("%.3g", glm::degrees(std::acos(std::clamp(cosine, -1.0, 1.0)))) + " degrees" +
+                 counted("%.3g", glm::degrees(std::acos(std::clamp(cosine, -1.0, 1.0))), "degree") +
                  along,
              "is not");
   }

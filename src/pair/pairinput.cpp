@@ -95,8 +95,9 @@ void checkSameGrid(const InputImage& a, const InputImage& b) {
   const double farthest = cornersApart(gridOf(b.header), gridOf(a.header), a.options.file);
   if (!(farthest <= samePlaceVoxels))
     throw Error(a.options.file + " and " + b.options.file +
-                " have as many voxels but lie at different places (up to " + text(farthest) +
-                " voxels apart): both images of a pair have the same grid");
+                " have as many voxels but lie at different places (up to " +
+                counted("%.6g", farthest, "voxel") +
+                " apart): both images of a pair have the same grid");
 }
 
 void addOnce(std::vector<Remark>& remarks, const std::string& sentence) {

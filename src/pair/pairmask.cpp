@@ -23,8 +23,9 @@ void requireGridOf(const InputImage& image, const nifti::Header& mask, const std
   if (!hasOrientation(mask)) return;
   const double apart = cornersApart(gridOf(mask), gridOf(image.header), other);
   if (!(apart <= samePlaceVoxels))
-    throw Error(file, "lies at another place than " + other + " (up to " + text("%.3g", apart) +
-                          " voxels away): a mask has the grid of the pair");
+    throw Error(file, "lies at another place than " + other + " (up to " +
+                          counted("%.3g", apart, "voxel") +
+                          " away): a mask has the grid of the pair");
 }
 
 struct Range {
