@@ -238,6 +238,7 @@ void Reader::readSamples(int t, float* values) {
     const RoundingLoss loss = decodeSamples(h, block.data(), count, values + done);
     lost.values += loss.values;
     lost.largest = std::max(lost.largest, loss.largest);
+    lost.beyond += loss.beyond;
     done += count;
   }
   if (t == volumes - 1 && file->isCompressed()) readTail();

@@ -13,6 +13,7 @@
 #include "bids/doubts.h"
 #include "bids/intent.h"
 #include "field/grid.h"
+#include "nifti/finite.h"
 #include "nifti/image.h"
 #include "nifti/orientation.h"
 #include "pair/joinedinput.h"
@@ -45,7 +46,7 @@ Volume<float> readImage(nifti::Reader& reader, const ImageOptions& options) {
   return volume;
 }
 
-void checkImage(const Volume<float>& image, const std::string& title) {
+void checkImage(const Volume<float>& image, const std::string& title, std::size_t beyond) {
   const glm::ivec3 n = image.dimensions();
   if (std::min({n.x, n.y, n.z}) < fewestVoxels)
     throw Error(title, "has " + text(n) + " voxels: a distortion can be estimated from " +
@@ -53,10 +54,8 @@ void checkImage(const Volume<float>& image, const std::string& title) {
   const auto bad = std::count_if(image.data(), image.data() + image.size(),
                                  [](float v) { return !std::isfinite(v); });
   if (bad > 0)
-    throw Error(title,
-                "has " + counted(bad, "voxel") +
-                    (bad == 1 ? " that is no finite number" : " that are not finite numbers") +
-                    " (NaN or infinite)");
+    throw Error(title, "has " + counted(bad, "voxel") + (bad == 1 ? " that is " : " that are ") +
+                           nifti::whatIsNotFinite(static_cast<std::size_t>(bad), beyond));
   if (image.min() == image.max())
     throw Error(title, "is constant: every voxel is " + text(static_cast<double>(image.min())));
 }
@@ -81,7 +80,7 @@ InputImage readInput(const ImageOptions& options) {
     readJoined(reader, input);
   else
     input.image = readImage(reader, options);
-  checkImage(input.image, input.title());
+  checkImage(input.image, input.title(), reader.roundingLoss().beyond);
   input.spikes = findSpikes(input.image);
   return input;
 }

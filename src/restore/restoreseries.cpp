@@ -101,6 +101,7 @@ class Work {
     report.meanOfSecond = ofSecond.value();
     series.rounding = first.roundingLoss();
     series.rounding.values += second.roundingLoss().values;
+    series.rounding.beyond += second.roundingLoss().beyond;
     series.rounding.largest = std::max(series.rounding.largest, second.roundingLoss().largest);
   }
 
