@@ -232,6 +232,7 @@ void addRemarks(RunRecord& run, const PairInput& pair, const PairEstimate& estim
   run.warnings.insert(run.warnings.begin(), pair.warnings.begin(), pair.warnings.end());
   const std::vector<Remark>& doubts = estimate.verdict.reasons;
   run.warnings.insert(run.warnings.end(), doubts.begin(), doubts.end());
+  if (const auto doubt = doubtAboutBorder(pair, estimate.mean)) run.warnings.push_back(*doubt);
   addUncheckedAxis(run, pair, estimate);
   addRatioRemarks(run, pair, estimate);
   addPlacesLeftOut(run, pair, estimate);
