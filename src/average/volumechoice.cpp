@@ -85,8 +85,7 @@ std::vector<int> chosenVolumes(const VolumeChoice& choice, const std::string& fi
     std::iota(chosen.begin(), chosen.end(), 0);
   }
   if (!chosen.empty() && chosen.back() >= header.volumes)
-    throw Error(file, "has " + std::to_string(header.volumes) +
-                          (header.volumes == 1 ? " volume" : " volumes") +
+    throw Error(file, "has " + counted(header.volumes, "volume") +
                           ", counted from 0: there is no volume " + std::to_string(chosen.back()));
   refuseMixed(chosen, file, header.volumes);
   return chosen;

@@ -10,4 +10,9 @@ std::string text(const char* format, double value) {
   return buffer;
 }
 
+std::string counted(const char* format, double amount, const std::string& one) {
+  const std::string number = text(format, amount);
+  return number + " " + one + (number == "1" ? "" : "s");
+}
+
 }  // namespace mirel

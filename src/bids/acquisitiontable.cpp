@@ -69,7 +69,7 @@ std::vector<TableRow> readAcquisitionTable(const std::string& fileName) {
     const std::vector<double> numbers = numbersIn(line, fileName, row);
     if (numbers.empty()) continue;
     if (numbers.size() != 4)
-      throw Error(fileName, "has " + std::to_string(numbers.size()) + " numbers in " + row +
+      throw Error(fileName, "has " + counted(numbers.size(), "number") + " in " + row +
                                 ", not the four of an acquisition table (x y z and the readout "
                                 "time in s)");
     const TableRow read{

@@ -7,6 +7,7 @@
 
 #include "base/error.h"
 #include "base/inputfile.h"
+#include "base/numbertext.h"
 #include "cli/advice.h"
 #include "cli/command.h"
 #include "cli/interpolationoption.h"
@@ -137,9 +138,10 @@ int runBids(const BidsCommandOptions& options) {
   tellPlan(plan);
   const int status = statusOf(plan, options.strict);
   const auto count = [&](Status what) { return std::to_string(countIn(plan, what)); };
-  std::cerr << (status == exitSuccess ? "Done: " : "Not all done: ") << count(Status::corrected)
-            << " images corrected, " << count(Status::upToDate) << " were up to date, "
-            << count(Status::left) << " left uncorrected, " << count(Status::failed) << " failed\n";
+  std::cerr << (status == exitSuccess ? "Done: " : "Not all done: ")
+            << counted(countIn(plan, Status::corrected), "image") << " corrected, "
+            << count(Status::upToDate) << " were up to date, " << count(Status::left)
+            << " left uncorrected, " << count(Status::failed) << " failed\n";
   return status;
 }
 

@@ -50,9 +50,10 @@ std::optional<double> placesApart(const std::string& fileA, const std::string& f
 
 void doubtPlaces(const std::string& fileA, const std::string& fileB, std::optional<double> apart) {
   if (!apart || *apart <= placeTolerance) return;
-  hostSession().console.warn(
-      fileA + " and " + fileB + " lie at different places by their orientations, up to " +
-      text("%.3g", *apart) + " voxels apart: voxels of equal indices are compared all the same");
+  hostSession().console.warn(fileA + " and " + fileB +
+                             " lie at different places by their orientations, up to " +
+                             counted("%.3g", *apart, "voxel") +
+                             " apart: voxels of equal indices are compared all the same");
 }
 
 void requireSameSize(const Volume<float>& a, const Volume<float>& b, const std::string& fileA,
@@ -98,10 +99,9 @@ int runCompare(const CompareCommandOptions& options) {
     if (apart) json["voxelsApart"] = *apart;
     std::cout << json.dump(2) << "\n";
   } else {
-    char text[128];
-    std::snprintf(text, sizeof text, "correlation %.4f, rms difference %.4g (%lld voxels)\n",
-                  result.correlation, result.rmsDifference, result.voxels);
-    std::cout << text;
+    std::cout << text("correlation %.4f", result.correlation)
+              << text(", rms difference %.4g (", result.rmsDifference)
+              << counted(result.voxels, "voxel") << ")\n";
   }
   return exitSuccess;
 }

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "base/error.h"
+#include "base/numbertext.h"
 #include "files/mapfile.h"
 #include "files/project.h"
 #include "nifti/filename.h"
@@ -15,8 +16,8 @@ namespace {
 
 void requireVolume(const std::string& file, int index, std::size_t volumes) {
   if (index < 0 || static_cast<std::size_t>(index) >= volumes)
-    throw Error(file, "has " + std::to_string(volumes) + " volumes; volume " +
-                          std::to_string(index) + " (counted from 0) is not there");
+    throw Error(file, "has " + counted(volumes, "volume") + "; volume " + std::to_string(index) +
+                          " (counted from 0) is not there");
 }
 
 Volume<float> niftiVolume(const std::string& file, int index) {

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "base/error.h"
+#include "base/numbertext.h"
 #include "cli/command.h"
 #include "cli/interrupt.h"
 #include "cli/phantomdataset.h"
@@ -60,8 +61,8 @@ std::vector<RigidMotion> motionsIn(const std::string& file) {
   std::vector<RigidMotion> motions;
   for (const std::vector<double>& row : numbersOf(readTransformWords(file), file)) {
     if (row.size() != 6)
-      throw Error(file, "has " + std::to_string(row.size()) +
-                            " numbers in a row, not the six of a motion (TX TY TZ RX RY RZ)");
+      throw Error(file, "has " + counted(row.size(), "number") +
+                            " in a row, not the six of a motion (TX TY TZ RX RY RZ)");
     motions.push_back(motionOf(row));
   }
   return motions;

@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "base/error.h"
+#include "base/numbertext.h"
 #include "base/samefile.h"
 #include "bids/inheritance.h"
 #include "bids/name.h"
@@ -103,9 +104,9 @@ class SceneReader {
 
   Input warpOf(const std::string& file, const nifti::Header& header) const {
     if (header.vectorComponents != 3 || header.volumes != 1)
-      throw Error(file + " has " + std::to_string(header.volumes) + " volumes of vectors of " +
-                  std::to_string(header.vectorComponents) +
-                  " components; a displacement field has one, of 3");
+      throw Error(file + " has " + counted(header.volumes, "volume") + " of vectors of " +
+                  counted(header.vectorComponents, "component") +
+                  "; a displacement field has one, of 3");
     nifti::Reader reader(file, nifti::Contents::vectorsToo);
     const VectorsLps vectors{reader.readVolume(0), reader.readVolume(1), reader.readVolume(2)};
     Input input;
@@ -122,8 +123,9 @@ class SceneReader {
   void label() {
     std::vector<Input>& inputs = result.scene.inputs;
     if (files.labels.size() > inputs.size())
-      throw Error("there are " + std::to_string(files.labels.size()) + " labels for " +
-                  std::to_string(inputs.size()) + " images and maps");
+      throw Error("there are " + counted(files.labels.size(), "label") + " for " +
+                  std::to_string(inputs.size()) +
+                  (inputs.size() == 1 ? " image or map" : " images and maps"));
     for (std::size_t i = 0; i < inputs.size(); ++i)
       inputs[i].label = i < files.labels.size() ? files.labels[i] : plainName(inputs[i].layer.name);
   }
@@ -132,8 +134,9 @@ class SceneReader {
     std::vector<Outline>& outlines = result.scene.outlines;
     for (const std::string& contour : files.contours) outlines.push_back(outlineOf(contour));
     if (files.contourLabels.size() > outlines.size())
-      throw Error("there are " + std::to_string(files.contourLabels.size()) + " labels for " +
-                  std::to_string(outlines.size()) + " contours");
+      throw Error((files.contourLabels.size() == 1 ? "there is " : "there are ") +
+                  counted(files.contourLabels.size(), "label") + " for " +
+                  counted(outlines.size(), "contour"));
     for (std::size_t i = 0; i < files.contourLabels.size(); ++i)
       outlines[i].label = files.contourLabels[i];
   }

@@ -106,8 +106,8 @@ const char* sentenceOf(SignCheck::Verdict verdict) {
 
 std::string textOf(const SeriesRecord& series) {
   std::string text =
-      series.file + ": " + std::to_string(series.volumes) +
-      (series.volumes == 1 ? " volume, " : " volumes, ") + textOf(series.acquisition, series.file) +
+      series.file + ": " + counted(series.volumes, "volume") + ", " +
+      textOf(series.acquisition, series.file) +
       (series.partner.empty() ? "" : ", joined with " + series.partner.front().file) +
       (series.resampledField ? ", field resampled to its grid" : "") +
       (series.mapFactor && *series.mapFactor < 0 ? ", map turned round" : "") + "\n";

@@ -7,6 +7,7 @@
 
 #include "base/dimensions.h"
 #include "base/error.h"
+#include "base/numbertext.h"
 #include "base/outputfile.h"
 #include "base/samefile.h"
 #include "convert/geometryfile.h"
@@ -46,8 +47,7 @@ Volumes readAll(nifti::Reader& image) {
     for (int t = 0; t < image.header().volumes; t++) volumes.push_back(image.readVolume(t));
   } catch (const std::bad_alloc&) {
     throw Error(image.fileName(), "does not fit into memory: " + text(image.header().dims) +
-                                      " voxels in " + std::to_string(image.header().volumes) +
-                                      " volumes");
+                                      " voxels in " + counted(image.header().volumes, "volume"));
   }
   return volumes;
 }
@@ -171,9 +171,9 @@ std::vector<std::string> writeGradients(const Project& project, const std::strin
   const std::size_t volumes = static_cast<std::size_t>(dmr->NrOfVolumes.value());
   const std::size_t rows = dmr->gradientDirections.size();
   if (rows != volumes || dmr->gradientWeights.size() != volumes) {
-    report.notes.push_back(dmr->fileName + " has a gradient table of " + std::to_string(rows) +
-                           " rows for " + std::to_string(volumes) +
-                           " volumes: no .bvec and .bval are written");
+    report.notes.push_back(dmr->fileName + " has a gradient table of " + counted(rows, "row") +
+                           " for " + counted(volumes, "volume") +
+                           ": no .bvec and .bval are written");
     return {};
   }
   const nifti::GradientTable table{dmr->gradientDirections, dmr->gradientWeights};

@@ -4,6 +4,7 @@
 
 #include "base/dimensions.h"
 #include "base/error.h"
+#include "base/numbertext.h"
 #include "convert/geometryfile.h"
 
 namespace mirel::convert {
@@ -114,7 +115,7 @@ nifti::Header imageHeaderOf(const ProjectHeader& p, std::vector<std::string>& no
   image.volumes = p.NrOfVolumes.value();
   if (image.dims.x < 1 || image.dims.y < 1 || image.dims.z < 1 || image.volumes < 1)
     throw Error(p.fileName, "has no voxels: its header says " + text(image.dims) + " in " +
-                                std::to_string(image.volumes) + " volumes");
+                                counted(image.volumes, "volume"));
   image.repetitionTimeSeconds = std::fmax(0, p.TR.value() / 1000.0);
   image.type = sampleTypeOf(p);
   setGeometry(image, p, notes);

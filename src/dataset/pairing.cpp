@@ -70,7 +70,7 @@ std::string whyNoPair(const ImageFacts& a, const ImageFacts& b) {
   try {
     const double apart = cornersApart(*b.grid, *a.grid, a.image.path);
     if (apart <= samePlaceVoxels) return "";
-    return "lie at different places, up to " + text("%.2g", apart) + " voxels apart";
+    return "lie at different places, up to " + counted("%.2g", apart, "voxel") + " apart";
   } catch (const Error& error) {
     return std::string("cannot be compared: ") + error.what();
   }

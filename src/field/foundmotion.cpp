@@ -22,7 +22,7 @@ std::string doubtAbout(const AlignmentFit& fit) {
                degrees = turnedDegrees(fit.motion.rotation());
   if (mm > farthestHeadMm || degrees > farthestHeadDegrees)
     return "the head would have moved by " + text("%.0f", mm) + " mm and turned by " +
-           text("%.0f", degrees) + " degrees";
+           counted("%.0f", degrees, "degree");
   if (fit.covered < leastCovered)
     return "only " + text("%.0f", 100 * fit.covered) + " % of the head would lie in the series";
   return {};

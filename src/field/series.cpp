@@ -8,6 +8,7 @@
 
 #include "base/dimensions.h"
 #include "base/error.h"
+#include "base/numbertext.h"
 #include "base/outputfile.h"
 #include "base/samefile.h"
 #include "field/belowzero.h"
@@ -151,8 +152,8 @@ class Work {
 };
 
 std::string foldedSentence(const std::string& in, std::int64_t count) {
-  return "the map folds at " + std::to_string(count) + (count == 1 ? " voxel" : " voxels") +
-         " of each volume of " + in + ": no signal belongs there, and 0 is written";
+  return "the map folds at " + counted(count, "voxel") + " of each volume of " + in +
+         ": no signal belongs there, and 0 is written";
 }
 
 Volume<float> meanOf(const std::string& in, const std::vector<int>& volumes,

@@ -11,10 +11,10 @@ namespace mirel {
 
 namespace {
 
-std::string nonFiniteSentence(const std::string& in, std::int64_t count) {
-  return in + " has " + std::to_string(count) +
-         (count == 1 ? " value that is NaN or infinite; it counts as 0"
-                     : " values that are NaN or infinite; they count as 0");
+std::string nonFiniteSentence(const std::string& in, std::int64_t count, const std::string& what) {
+  const bool one = count == 1;
+  return in + " has " + counted(count, "value") + (one ? " that is " : " that are ") + what +
+         (one ? "; it counts as 0" : "; they count as 0");
 }
 
 bool isUnsigned(nifti::DataType type) { return nameOf(type).starts_with("uint"); }
@@ -81,9 +81,11 @@ Volume<float> MeanOfVolumes::value() const {
 
 void tellOfValues(const std::string& in, nifti::DataType typeRead, SeriesReport& report) {
   if (report.nonFinite > 0) {
+    const std::string what =
+        nifti::whatIsNotFinite(static_cast<std::size_t>(report.nonFinite), report.rounding.beyond);
     if (report.nonFinite == std::int64_t{report.meanAfter.size()} * report.volumes)
-      throw Error(in, "holds no image: every value is NaN or infinite");
-    report.warnings.push_back(nonFiniteSentence(in, report.nonFinite));
+      throw Error(in, "holds no image: every value is " + what);
+    report.warnings.push_back(nonFiniteSentence(in, report.nonFinite, what));
   }
   tellOfTypes(in, typeRead, report);
 }

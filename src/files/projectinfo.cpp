@@ -7,6 +7,7 @@
 
 #include "base/dimensions.h"
 #include "base/error.h"
+#include "base/numbertext.h"
 #include "files/project.h"
 
 namespace mirel {
@@ -77,7 +78,7 @@ ProjectInfo readProjectInfo(const std::string& fileName) {
   }
   if (info.dimX < 1 || info.dimY < 1 || info.dimZ < 1 || info.volumes < 1)
     throw Error("the header of " + fileName + " describes no image data (" + info.dimensionText() +
-                " voxels, " + std::to_string(info.volumes) + " volumes)");
+                " voxels, " + counted(info.volumes, "volume") + ")");
   return info;
 }
 

@@ -13,7 +13,8 @@ void refuseUnusableMap(const Map& map, const std::string& fileName) {
                                   [](float v) { return !std::isfinite(v); });
   if (lost > 0)
     throw Error(fileName, "is no usable map: " + std::to_string(lost) + " of its " +
-                              std::to_string(map.values.size()) + " values are not finite");
+                              counted(map.values.size(), "value") + (lost == 1 ? " is" : " are") +
+                              " not finite");
   float largest = 0;
   for (const float v : map.values) largest = std::max(largest, std::fabs(v));
   const int edge = std::max(map.header.dimX, map.header.dimY);

@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "base/error.h"
+#include "base/numbertext.h"
 #include "bids/name.h"
 #include "field/series.h"
 #include "jobs/distortionfile.h"
@@ -72,8 +73,9 @@ std::optional<Reference> readReference(const ApplyFieldOptions& options, const s
   std::int64_t nonFinite = 0;
   Volume<float> mean = meanOfSeries(options.reference, 0, &nonFinite);
   if (nonFinite > 0)
-    run.warnings.push_back(options.reference + " has " + std::to_string(nonFinite) +
-                           " NaN or infinite value(s), which count as 0");
+    run.warnings.push_back(options.reference + " has " +
+                           counted(nonFinite, "NaN or infinite value") +
+                           (nonFinite == 1 ? ", which counts as 0" : ", which count as 0"));
   return Reference{{withoutSpikes(std::move(mean)), image.header().affine(), options.reference},
                    "the sign of " + source + " is"};
 }

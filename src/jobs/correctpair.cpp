@@ -1,5 +1,6 @@
 #include "jobs/correctpair.h"
 
+#include <cmath>
 #include <glm/geometric.hpp>
 #include <memory>
 
@@ -7,6 +8,7 @@
 #include "base/numbertext.h"
 #include "bids/inheritance.h"
 #include "field/belowzero.h"
+#include "bids/phaseencoding.h"
 #include "jobs/earlierresults.h"
 #include "jobs/pairoutputs.h"
 #include "jobs/recordjson.h"
@@ -24,7 +26,8 @@ namespace mirel {
 namespace {
 
 constexpr double leastCorrelation = 0.5;  // of two fields of one head
-constexpr double leastRatioTold = 0.005;  // of its standard deviation: less is none
+constexpr double leastRatioTold = 0.005;  // of its logarithm's standard deviation: less is none
+constexpr double mostOfContrast = 0.4;    // fluid four times as bright: 0.30; half an image: 0.44
 constexpr double leastCovered = 0.8;      // of the head, by a field that corrects it
 
 std::vector<std::string> filesOf(const PairInput& pair) {
@@ -98,11 +101,18 @@ Distortion distortionOf(const PairInput& pair, const PairEstimate& estimate) {
 
 // What the estimate allowed for, and what would be better than to allow for it.
 void addRatioRemarks(RunRecord& run, const PairInput& pair, const PairEstimate& estimate) {
-  if (!(estimate.intensityRatioSpread > leastRatioTold)) return;
+  const double spread = estimate.intensityRatioSpread;
+  if (!(spread > leastRatioTold)) return;
   const std::string both = pair.a.title() + " and " + pair.b.title();
-  const std::string by = " (by " + text("%.2g", 100 * estimate.intensityRatioSpread) +
-                         " % beside their ratio), which was allowed for";
-  if (estimate.contrast)
+  const std::string by =
+      " (by " + text("%.2g", 100 * spread) + " % beside their ratio), which was allowed for";
+  if (spread > mostOfContrast)
+    run.warnings.push_back(
+        "the intensities of " + both + " differ from place to place by a factor of " +
+        text(spread < std::log(10.0) ? "%.2g" : "%.0f", std::exp(spread)) +
+        " beside their ratio, which is more than another contrast or shading makes: one of them "
+        "may have lost its signal in a part of the image");
+  else if (estimate.contrast)
     run.warnings.emplace_back(
         both + " differ in contrast" + by +
             ": the first volume of a series may be from before the steady state, and a later one "
@@ -110,6 +120,17 @@ void addRatioRemarks(RunRecord& run, const PairInput& pair, const PairEstimate& 
         Advice{Advice::Kind::seeVolumes});
   else if (estimate.shading)
     run.notes.push_back("the brightness of " + both + " differs from place to place" + by);
+}
+
+// Said, since nothing else tells a wrong axis by its name.
+void addUncheckedAxis(RunRecord& run, const PairInput& pair, const PairEstimate& estimate) {
+  const PairAgreement& found = estimate.agreement;
+  if (found.fastAlongAxis && found.fastAcross) return;
+  run.notes.push_back("whether phase encoding of " + pair.a.title() + " and " + pair.b.title() +
+                      " runs along " + bids::nameOf({pair.axis(), 1}) +
+                      " could not be checked: the quick estimate along " +
+                      bids::nameOf({found.fastAlongAxis ? found.otherAxis : pair.axis(), 1}) +
+                      " failed, as it may where the field of view lies within the head");
 }
 
 // Not held against the result: elsewhere the map is as good as that of a whole pair.
@@ -212,6 +233,8 @@ void addRemarks(RunRecord& run, const PairInput& pair, const PairEstimate& estim
   run.warnings.insert(run.warnings.begin(), pair.warnings.begin(), pair.warnings.end());
   const std::vector<Remark>& doubts = estimate.verdict.reasons;
   run.warnings.insert(run.warnings.end(), doubts.begin(), doubts.end());
+  if (const auto doubt = doubtAboutBorder(pair, estimate.mean)) run.warnings.push_back(*doubt);
+  addUncheckedAxis(run, pair, estimate);
   addRatioRemarks(run, pair, estimate);
   addPlacesLeftOut(run, pair, estimate);
   addGhosts(run, pair, estimate);

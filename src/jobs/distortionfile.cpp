@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/error.h"
+#include "base/numbertext.h"
 #include "bids/inheritance.h"
 #include "bids/name.h"
 #include "field/fielddoubts.h"
@@ -121,8 +122,9 @@ void checkContents(const DistortionFile& file, TakenFor takenFor) {
 void tellNonFinite(DistortionFile& file) {
   if (file.nonFinite == 0) return;
   if (!file.isField()) throw Error(file.file, "has voxels that are NaN or infinite");
-  file.warnings.push_back(file.file + " has " + std::to_string(file.nonFinite) +
-                          " NaN or infinite voxel(s), which count as 0 " + nameOf(file.unit.value));
+  file.warnings.push_back(file.file + " has " + counted(file.nonFinite, "NaN or infinite voxel") +
+                          (file.nonFinite == 1 ? ", which counts as 0 " : ", which count as 0 ") +
+                          nameOf(file.unit.value));
 }
 
 DistortionFile readMap(const std::string& fileName, std::optional<Unit> given) {

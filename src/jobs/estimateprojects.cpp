@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <utility>
 
+#include "base/numbertext.h"
 #include "files/mapfile.h"
 #include "files/mapset.h"
 #include "files/usablemap.h"
@@ -33,9 +34,9 @@ Volume<float> cleaned(const Volume<float>& image, const char* which, std::ostrea
   const Spikes spikes = findSpikes(image);
   if (spikes.empty()) return image;
   char text[200];
-  std::snprintf(text, sizeof text,
-                "Left out of the %s image: %zu voxel(s) far out of all others, the largest %g.",
-                which, spikes.voxels.size(), static_cast<double>(spikes.largest));
+  std::snprintf(
+      text, sizeof text, "Left out of the %s image: %s far out of all others, the largest %g.",
+      which, counted(spikes.voxels.size(), "voxel").c_str(), static_cast<double>(spikes.largest));
   log << text << std::flush;
   return withoutSpikes(image, spikes);
 }

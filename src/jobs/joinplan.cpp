@@ -42,7 +42,7 @@ void refuseGrids(const SeriesInput& first, const SeriesInput& second) {
   const double apart = cornersApart(gridOf(first.header), gridOf(second.header), second.file);
   if (!(apart <= samePlaceVoxels))
     throw Error(first.file, "and " + second.file + " lie at different places (up to " +
-                                text("%.3g", apart) + " voxels apart): they cannot be joined");
+                                counted("%.3g", apart, "voxel") + " apart): they cannot be joined");
 }
 
 double echoTimeOf(const SeriesInput& input) {
@@ -70,7 +70,7 @@ void addDoubts(const GradientMatch& match, JoinPlan& plan) {
   const std::string both = plan.first.file + " and " + plan.second.file;
   if (match.largestAngle > doubtfulAngle || match.largestDifferenceOfB > 0)
     plan.notes.emplace_back("the gradients of joined volumes of " + both + " differ by up to " +
-                            text("%.2g", match.largestAngle) + " degrees and " +
+                            counted("%.2g", match.largestAngle, "degree") + " and " +
                             text("%.3g", match.largestDifferenceOfB) +
                             " s/mm^2: the table written has their middle");
   if (match.negatedAxis >= 0)

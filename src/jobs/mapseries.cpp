@@ -205,7 +205,7 @@ void checkGrid(const DistortionFile& map, SeriesInput& input) {
   if (!map.header || !hasOrientation(*map.header) || !hasOrientation(input.header)) return;
   const double apart = cornersApart(gridOf(*map.header), gridOf(input.header), input.file);
   const std::string found =
-      " lie at different places (up to " + text("%.3g", apart) + " voxels apart)";
+      " lie at different places (up to " + counted("%.3g", apart, "voxel") + " apart)";
   if (!(apart <= 1)) throw Error(map.file, "and " + input.file + found, {Advice::Kind::makeField});
   if (apart > samePlaceVoxels) input.warnings.push_back(map.file + " and " + input.file + found);
 }

@@ -31,8 +31,9 @@ Json figuresOf(const MeasuredField& field) {
 
 std::string figuresText(const MeasuredField& field) {
   std::string sentence = std::to_string(field.voxels) + " voxels tell the field, with a noise of " +
-                         text("%.2g", field.noiseHz) + " Hz; " + std::to_string(field.outliers) +
-                         " outliers were left out";
+                         text("%.2g", field.noiseHz) + " Hz; " +
+                         counted(field.outliers, "outlier") +
+                         (field.outliers == 1 ? " was left out" : " were left out");
   if (field.regions > 1)
     sentence += ", and " + std::to_string(field.regions) + " regions brought to the same turns";
   return sentence;

@@ -119,8 +119,8 @@ EchoTimes timesOf(const std::vector<PhaseFile>& phases, const MeasureFieldOption
   if (given == 0)
     return phases.size() == 1 ? echoTimesOfDifference(phases.front()) : echoTimesOf(phases);
   if (given != echoes)
-    throw Error(std::to_string(given) + " echo times are given for " + std::to_string(echoes) +
-                " echoes");
+    throw Error(counted(given, "echo time") + (given == 1 ? " is" : " are") + " given for " +
+                std::to_string(echoes) + " echoes");
   return givenEchoTimes(options.echoSeconds);
 }
 
@@ -160,8 +160,8 @@ std::vector<PhaseFile> readParts(const MeasureFieldOptions& options, Volume<floa
                                  Measurement& measurement, MeasuredFieldRun& run) {
   const std::vector<std::string>&reals = options.realFiles, &given = options.imaginaryFiles;
   if (!given.empty() && given.size() != reals.size())
-    throw Error(std::to_string(given.size()) + " imaginary parts are given for " +
-                std::to_string(reals.size()) + " real ones");
+    throw Error(counted(given.size(), "imaginary part") + (given.size() == 1 ? " is" : " are") +
+                " given for " + counted(reals.size(), "real one"));
   if (reals.size() < 2)
     throw Error(reals.front(), "is of one echo; a field takes the parts of two or more");
   refuseTwice(reals);

@@ -99,6 +99,10 @@ Json residualNoiseJson(const PairFindings& findings) {
           {"Tails", std::isfinite(tails) ? Json(tails) : Json(nullptr)}};
 }
 
+Json numberOrNull(const std::optional<double>& number) {
+  return number ? Json(*number) : Json(nullptr);
+}
+
 Json settingsJson(const EstimateSettings& settings, const PairFindings& findings) {
   Json json = {{"Estimator", nameOf(settings.estimator)}};
   if (settings.estimator == Estimator::search) {
@@ -341,8 +345,8 @@ void addPairSummary(Json& json, const PairRecord& pair) {
                              {"after", agreement.after},
                              {"modulated", agreement.modulated},
                              {"negated", agreement.negated},
-                             {"fastAlongAxis", agreement.fastAlongAxis},
-                             {"fastAcross", agreement.fastAcross}};
+                             {"fastAlongAxis", numberOrNull(agreement.fastAlongAxis)},
+                             {"fastAcross", numberOrNull(agreement.fastAcross)}};
   if (agreement.bestScale)
     json["bestFieldScale"] = {{"factor", agreement.bestScale->factor},
                               {"pairCorrelation", agreement.bestScale->agreement}};

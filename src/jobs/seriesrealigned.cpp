@@ -6,6 +6,7 @@
 
 #include "base/error.h"
 #include "base/joined.h"
+#include "base/numbertext.h"
 #include "jobs/seriescorrection.h"
 #include "jobs/seriesmoved.h"
 #include "motion/credible.h"
@@ -182,9 +183,8 @@ std::string turnedDirections(const std::string& table, const std::string& series
   SeriesMotion motion;
   motion.fromReference = readItkTransforms(motionFile);
   if (motion.fromReference.size() != static_cast<std::size_t>(volumes))
-    throw Error(motionFile, "has " + std::to_string(motion.fromReference.size()) +
-                                " transforms, but " + series + " has " + std::to_string(volumes) +
-                                " volumes");
+    throw Error(motionFile, "has " + counted(motion.fromReference.size(), "transform") + ", but " +
+                                series + " has " + counted(volumes, "volume"));
   nifti::GradientTable turned;
   turned.directions =
       directionsInHead(nifti::readDirections(table, volumes), motion, image.header().affine());

@@ -52,7 +52,7 @@ std::string faultOfMotion(const glm::dmat4& m, const Grid& grid) {
   const double degrees = turnedDegrees(r);
   if (mm <= farthestHeadMm && degrees <= farthestHeadDegrees) return {};
   return "would displace the head by " + text("%.0f", mm) + " mm and turn it by " +
-         text("%.0f", degrees) + " degrees";
+         counted("%.0f", degrees, "degree");
 }
 
 std::string placeInFile(const SeriesMotion& motion, std::size_t volume) {

@@ -7,6 +7,7 @@
 
 #include "base/error.h"
 #include "base/inputfile.h"
+#include "base/numbertext.h"
 #include "base/plaintext.h"
 #include "base/words.h"
 
@@ -68,7 +69,7 @@ std::vector<std::vector<double>> numbersOf(const std::vector<std::vector<std::st
     const std::string row = "row " + std::to_string(rows.size() + 1);
     rows.push_back(numbersIn(line, row, fileName));
     if (rows.back().size() != rows.front().size())
-      throw Error(fileName, "has " + std::to_string(rows.back().size()) + " numbers in " + row +
+      throw Error(fileName, "has " + counted(rows.back().size(), "number") + " in " + row +
                                 ", but " + std::to_string(rows.front().size()) + " in the first");
   }
   return rows;

@@ -23,8 +23,7 @@ using Words = std::vector<std::vector<std::string>>;
 MotionForm formOfRows(const GivenMotion& given, std::size_t columns) {
   if (columns == 12) return MotionForm::afniMatrices;
   if (columns != 6)
-    throw Error(given.file, "holds rows of " + std::to_string(columns) +
-                                (columns == 1 ? " number" : " numbers") +
+    throw Error(given.file, "holds rows of " + counted(columns, "number") +
                                 ", which is no form of rigid transforms that is known");
   const bool named = std::filesystem::path(given.file).extension() == ".par";
   const auto program = given.program ? given.program
@@ -53,10 +52,8 @@ MotionForm formOf(const GivenMotion& given, const Words& words) {
 
 void requireCount(const GivenMotion& given, std::size_t count, const MovedSeries& series) {
   if (count == static_cast<std::size_t>(series.header.volumes)) return;
-  throw Error(given.file, "holds " + std::to_string(count) +
-                              (count == 1 ? " transform, but " : " transforms, but ") +
-                              series.file + " has " + std::to_string(series.header.volumes) +
-                              (series.header.volumes == 1 ? " volume" : " volumes"));
+  throw Error(given.file, "holds " + counted(count, "transform") + ", but " + series.file +
+                              " has " + counted(series.header.volumes, "volume"));
 }
 
 void readFolder(const GivenMotion& given, const MovedSeries& series, SeriesMotion& motion) {

@@ -42,9 +42,9 @@ glm::dmat4 matrixOf(const ItkTransform& transform, const std::string& fileName,
     throw Error(fileName, "has as " + which + " one of the kind \"" + transform.type +
                               "\"; affine ones are read (AffineTransform_double_3_3)");
   if (transform.parameters.size() != 12 || transform.centre.size() != 3)
-    throw Error(fileName, "has " + std::to_string(transform.parameters.size()) +
-                              " parameters and " + std::to_string(transform.centre.size()) +
-                              " fixed ones for " + which + ", where 12 and 3 are expected");
+    throw Error(fileName, "has " + counted(transform.parameters.size(), "parameter") + " and " +
+                              counted(transform.centre.size(), "fixed one") + " for " + which +
+                              ", where 12 and 3 are expected");
   const std::vector<double>& p = transform.parameters;
   const glm::dvec3 centre(transform.centre[0], transform.centre[1], transform.centre[2]);
   glm::dmat4 m = matrixOf(p, {p[9], p[10], p[11]});

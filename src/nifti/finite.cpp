@@ -16,4 +16,10 @@ void requireFinite(const Volume<float>& result, const std::string& fileName) {
                             " of its values would exceed the range of 32-bit floats (3.4e38)");
 }
 
+std::string whatIsNotFinite(std::size_t count, std::size_t beyond) {
+  if (beyond == 0) return "NaN or infinite";
+  return std::string(beyond < count ? "NaN, infinite or " : "") +
+         "beyond the range of 32-bit floats (3.4e38)";
+}
+
 }  // namespace mirel::nifti

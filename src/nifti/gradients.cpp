@@ -6,6 +6,7 @@
 
 #include "base/error.h"
 #include "base/inputfile.h"
+#include "base/numbertext.h"
 #include "base/plaintext.h"
 #include "base/words.h"
 #include "nifti/filename.h"
@@ -61,8 +62,7 @@ Rows readRows(const std::string& fileName) {
 // A comma parts numbers, so that decimal ones make two of each.
 Error otherCount(const std::string& fileName, std::size_t count, const char* what, int volumes) {
   return Error(fileName + " holds " + std::to_string(count) + " " + what + " for " +
-               std::to_string(volumes) + (volumes == 1 ? " volume" : " volumes") +
-               decimalCommaText(plainTextIn(fileName)));
+               counted(volumes, "volume") + decimalCommaText(plainTextIn(fileName)));
 }
 
 /// Three lines of one number per volume, in place of a line of three per volume.

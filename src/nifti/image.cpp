@@ -13,6 +13,7 @@
 
 #include "base/dimensions.h"
 #include "base/error.h"
+#include "base/numbertext.h"
 #include "nifti/deflater.h"
 #include "nifti/filename.h"
 #include "nifti/samples.h"
@@ -158,9 +159,8 @@ void Reader::checkSize(std::uintmax_t fileBytes) const {
   const Wide most = file->isCompressed() ? Wide{fileBytes} * 1032 + 1024 : Wide{fileBytes};
   if (wanted > most)
     throw Error(name, "is truncated or damaged: its header claims " + text(header().dims) +
-                          " voxels in " + std::to_string(storedVolumes()) +
-                          " volumes, more than a file of " + std::to_string(fileBytes) +
-                          " bytes can hold");
+                          " voxels in " + counted(storedVolumes(), "volume") +
+                          ", more than a file of " + std::to_string(fileBytes) + " bytes can hold");
   if (static_cast<Wide>(bytesOfVolume()) > largestDenseVolume &&
       wanted > Wide{fileBytes} * largestCompression)
     throw Error(name, "is no image: its header claims " + text(header().dims) +
@@ -238,6 +238,7 @@ void Reader::readSamples(int t, float* values) {
     const RoundingLoss loss = decodeSamples(h, block.data(), count, values + done);
     lost.values += loss.values;
     lost.largest = std::max(lost.largest, loss.largest);
+    lost.beyond += loss.beyond;
     done += count;
   }
   if (t == volumes - 1 && file->isCompressed()) readTail();

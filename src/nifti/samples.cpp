@@ -98,6 +98,7 @@ void addLoss(const Header& header, T sample, float decoded, RoundingLoss& loss) 
   const double stored = static_cast<double>(sample);
   if (std::numeric_limits<T>::is_integer && std::abs(stored) <= exactBelow) return;
   const double value = header.hasScaling() ? stored * header.slope + header.inter : stored;
+  if (std::isfinite(value) && std::isinf(decoded)) ++loss.beyond;
   // Of 64-bit integers a double may have lost the last digits already.
   const double lost = std::abs(value - static_cast<double>(decoded));
   if (!(lost > 0) || !std::isfinite(lost)) return;

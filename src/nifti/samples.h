@@ -7,11 +7,12 @@
 /// Conversion between stored samples and values.
 namespace mirel::nifti {
 
-/// What conversion to 32-bit floats took from values: how many of them it changed, and the largest
-/// change.
+/// What conversion to 32-bit floats took from values: how many of them it changed, the largest
+/// change, and how many finite ones beyond their range became infinite, which do not count there.
 struct RoundingLoss {
   std::size_t values = 0;
   double largest = 0;
+  std::size_t beyond = 0;
 };
 
 /// dst[n] = float(slope * sample + inter), formed in double; without scaling float(sample). An

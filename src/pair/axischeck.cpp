@@ -59,11 +59,11 @@ AxisAgreement compareAxes(const Volume<float>& first, const Volume<float>& secon
                           glm::dvec3 voxelMm, int axis, int other, double intensityScale,
                           double threshold, const Volume<float>* weights) {
   const int halvings = halvingsOf(first.dimensions(), axis, other);
-  const auto agreement = [&](int along) {
+  const auto agreement = [&](int along) -> std::optional<double> {
     TurnedPair pair{exchangedWithY(first, along), exchangedWithY(second, along), voxelMm};
     std::swap(pair.voxelMm[along], pair.voxelMm[1]);
     const Volume<float> map = coarseMap(pair, static_cast<float>(intensityScale), halvings);
-    if (!isFinite(map)) return -1.0;
+    if (!isFinite(map)) return std::nullopt;
     Volume<float> head = headMask(meanOf(pair.first, pair.second), threshold);
     if (weights != nullptr) head *= exchangedWithY(*weights, along);
     return agreementThrough(map, map * -1.0f, 1, pair.first, pair.second, head);

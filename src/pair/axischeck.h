@@ -1,6 +1,7 @@
 #pragma once
 
 #include <glm/vec3.hpp>
+#include <optional>
 
 #include "containers/volume.h"
 
@@ -9,7 +10,9 @@ namespace mirel {
 /// Correlations of a pair in the head, corrected by quick column-wise estimates along each of two
 /// axes: where the encoded one is estimated along, the images become more alike.
 struct AxisAgreement {
-  double along = 0, across = 0;  ///< -1 where an estimate is not finite
+  /// None where the estimate has columns that did not converge, as on a field of view within the
+  /// head.
+  std::optional<double> along, across;
 };
 
 /// Estimates along `axis` and along `other` (0 for x, 1 for y, 2 for z), on half the resolution as

@@ -9,6 +9,7 @@
 #include "base/error.h"
 #include "base/numbertext.h"
 #include "bids/doubts.h"
+#include "nifti/finite.h"
 #include "nifti/orientation.h"
 #include "numerics/statistics.h"
 
@@ -19,9 +20,12 @@ namespace {
 constexpr double sizeTolerance = 1e-3;
 const double leastCosine = std::cos(glm::radians(5.0));
 
-void checkVolume(const PlacedImage& image) {
-  if (!isFinite(image.values))
-    throw Error(image.name, "has voxels that are not finite numbers (NaN or infinite)");
+void checkVolume(const PlacedImage& image, std::size_t beyond) {
+  const auto bad = std::count_if(image.values.data(), image.values.data() + image.values.size(),
+                                 [](float v) { return !std::isfinite(v); });
+  if (bad > 0)
+    throw Error(image.name, "has voxels that are " +
+                                nifti::whatIsNotFinite(static_cast<std::size_t>(bad), beyond));
   if (image.values.min() == image.values.max())
     throw Error(image.name,
                 "is constant: every voxel is " + text(static_cast<double>(image.values.min())));
@@ -43,7 +47,7 @@ void append(nifti::Reader& reader, const ImageOptions& options,
                         one ? file : "volume " + std::to_string(n) + " of " + file},
                        file,
                        n});
-    checkVolume(volumes.back().image);
+    checkVolume(volumes.back().image, reader.roundingLoss().beyond);
   }
 }
 
@@ -66,7 +70,7 @@ void checkGrid(const nifti::Header& header, const std::string& file,
         glm::dot(glm::dvec3(own[axis]), glm::dvec3(others[axis])) / (sizes[axis] * wanted[axis]);
     if (!(cosine >= leastCosine))
       refuse("is turned by " +
-                 text("%.3g", glm::degrees(std::acos(std::clamp(cosine, -1.0, 1.0)))) + " degrees" +
+                 counted("%.3g", glm::degrees(std::acos(std::clamp(cosine, -1.0, 1.0))), "degree") +
                  along,
              "is not");
   }

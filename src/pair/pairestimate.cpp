@@ -292,10 +292,11 @@ void check(const PairInput& pair, Modulation modulation, const Volume<float>& he
       {first, second, modulatedA, modulatedB, estimate.shift, axis, projectVoxelSize(pair.a.header),
        ratioOf(estimate, modulatedA, modulatedB, head), estimate.threshold, pair.readoutSeconds,
        weightsOf(pair), sliceAxisOf(pair.a), toSecondOf(pair, estimate)});
-  estimate.verdict = judgePair(
-      figures, agreement, originOf(estimate.estimator),
-      {pair.a.title(), pair.b.title(), sidecarsOf(pair),
-       nameOf(pair.a.direction()) + " and " + nameOf(pair.b.direction()), pair.startFile});
+  const PairNamesAndAxis names{pair.a.title(), pair.b.title(), sidecarsOf(pair),
+                               nameOf(pair.a.direction()) + " and " + nameOf(pair.b.direction()),
+                               pair.startFile};
+  estimate.verdict = judgePair(figures, agreement, originOf(estimate.estimator), names);
+  judgeNoise(estimate.noiseOfSignal, names, estimate.verdict);
   doubtForeground(pair, estimate, estimate.verdict);
   doubtMask(pair, estimate, estimate.verdict);
   doubtMaskedField(pair, estimate, estimate.verdict);

@@ -13,6 +13,7 @@
 #include "bids/doubts.h"
 #include "bids/intent.h"
 #include "field/grid.h"
+#include "nifti/finite.h"
 #include "nifti/image.h"
 #include "nifti/orientation.h"
 #include "pair/joinedinput.h"
@@ -30,8 +31,7 @@ Volume<float> readImage(nifti::Reader& reader, const ImageOptions& options) {
   const int count = std::max(options.meanOfFirst, 1);
   if (options.volume < 0 || options.volume > volumes - count)
     throw Error(options.file,
-                "has " + std::to_string(volumes) + (volumes == 1 ? " volume" : " volumes") +
-                    ", counted from 0: there " +
+                "has " + counted(volumes, "volume") + ", counted from 0: there " +
                     (count == 1 ? "is no volume " + std::to_string(options.volume)
                                 : "are no " + std::to_string(count) + " volumes from volume " +
                                       std::to_string(options.volume) + " on"));
@@ -46,7 +46,7 @@ Volume<float> readImage(nifti::Reader& reader, const ImageOptions& options) {
   return volume;
 }
 
-void checkImage(const Volume<float>& image, const std::string& title) {
+void checkImage(const Volume<float>& image, const std::string& title, std::size_t beyond) {
   const glm::ivec3 n = image.dimensions();
   if (std::min({n.x, n.y, n.z}) < fewestVoxels)
     throw Error(title, "has " + text(n) + " voxels: a distortion can be estimated from " +
@@ -54,8 +54,8 @@ void checkImage(const Volume<float>& image, const std::string& title) {
   const auto bad = std::count_if(image.data(), image.data() + image.size(),
                                  [](float v) { return !std::isfinite(v); });
   if (bad > 0)
-    throw Error(title, "has " + std::to_string(bad) +
-                           " voxels that are not finite numbers (NaN or infinite)");
+    throw Error(title, "has " + counted(bad, "voxel") + (bad == 1 ? " that is " : " that are ") +
+                           nifti::whatIsNotFinite(static_cast<std::size_t>(bad), beyond));
   if (image.min() == image.max())
     throw Error(title, "is constant: every voxel is " + text(static_cast<double>(image.min())));
 }
@@ -80,7 +80,7 @@ InputImage readInput(const ImageOptions& options) {
     readJoined(reader, input);
   else
     input.image = readImage(reader, options);
-  checkImage(input.image, input.title());
+  checkImage(input.image, input.title(), reader.roundingLoss().beyond);
   input.spikes = findSpikes(input.image);
   return input;
 }
@@ -94,8 +94,9 @@ void checkSameGrid(const InputImage& a, const InputImage& b) {
   const double farthest = cornersApart(gridOf(b.header), gridOf(a.header), a.options.file);
   if (!(farthest <= samePlaceVoxels))
     throw Error(a.options.file + " and " + b.options.file +
-                " have as many voxels but lie at different places (up to " + text(farthest) +
-                " voxels apart): both images of a pair have the same grid");
+                " have as many voxels but lie at different places (up to " +
+                counted("%.6g", farthest, "voxel") +
+                " apart): both images of a pair have the same grid");
 }
 
 void addOnce(std::vector<Remark>& remarks, const std::string& sentence) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 #include "base/dimensions.h"
 #include "base/error.h"
@@ -9,6 +10,7 @@
 #include "bids/doubts.h"
 #include "field/grid.h"
 #include "nifti/image.h"
+#include "numerics/statistics.h"
 #include "pair/columns.h"
 
 namespace mirel {
@@ -23,8 +25,9 @@ void requireGridOf(const InputImage& image, const nifti::Header& mask, const std
   if (!hasOrientation(mask)) return;
   const double apart = cornersApart(gridOf(mask), gridOf(image.header), other);
   if (!(apart <= samePlaceVoxels))
-    throw Error(file, "lies at another place than " + other + " (up to " + text("%.3g", apart) +
-                          " voxels away): a mask has the grid of the pair");
+    throw Error(file, "lies at another place than " + other + " (up to " +
+                          counted("%.3g", apart, "voxel") +
+                          " away): a mask has the grid of the pair");
 }
 
 struct Range {
@@ -87,6 +90,39 @@ double partInCutColumns(const Volume<float>& head, const Volume<float>& weights,
     if (part > least * whole && part < (1 - least) * whole) cut += part;
   }
   return taken > 0 ? cut / taken : 0;
+}
+
+double signalAtBorder(const Volume<float>& image, const Volume<float>& weights, int axis) {
+  const auto isOutside = [&](int i) { return weights.data()[i] <= 0.0F; };
+  const Columns columns(image.dimensions(), axis);
+  std::vector<float> outside, beside;
+  double inside = 0, count = 0;
+  for (const int start : columns.first)
+    for (int n = 0; n < columns.length; ++n) {
+      const int i = start + n * columns.step;
+      if (!isOutside(i)) {
+        inside += static_cast<double>(image.data()[i]);
+        ++count;
+        continue;
+      }
+      outside.push_back(image.data()[i]);
+      if ((n > 0 && !isOutside(i - columns.step)) ||
+          (n + 1 < columns.length && !isOutside(i + columns.step)))
+        beside.push_back(image.data()[i]);
+    }
+  if (beside.empty() || inside <= 0) return 0;
+  return static_cast<double>(quantile(beside, 0.5) - quantile(outside, 0.5)) / (inside / count);
+}
+
+std::optional<Remark> doubtAboutBorder(const PairInput& pair, const Volume<float>& mean) {
+  constexpr double mostInAir = 0.05;
+  if (!pair.mask || pair.startIsMap) return std::nullopt;
+  const double signal = signalAtBorder(mean, pair.mask->weights, pair.axis());
+  if (signal <= mostInAir) return std::nullopt;
+  return Remark("the mask " + pair.mask->stamp.fileName() + " ends where there still is signal (" +
+                text("%.0f", 100 * signal) +
+                " % of that within): the head's border tells much of the field, and a mask that is "
+                "wider by a voxel or two is better");
 }
 
 }  // namespace mirel

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "pair/pairinput.h"
@@ -21,5 +22,17 @@ void readMask(const std::string& file, PairInput& pair);
 /// total of such a column and where it ends no longer tell anything; a mask of the brain cuts
 /// nearly all.
 double partInCutColumns(const Volume<float>& head, const Volume<float>& weights, int axis);
+
+/// Signal at the border of where weights are above 0, outside: the median of the voxels beside it
+/// along the axis, less that of all that lie outside, over the mean inside. Near 0 where the
+/// weights end in air (0.01 at most in simulated heads), or leave out a part of the head and
+/// nothing else; 0.06 and more where they end on the head's border. 0 where nothing lies outside or
+/// inside.
+double signalAtBorder(const Volume<float>& image, const Volume<float>& weights, int axis);
+
+/// The warning about a mask whose border lies on signal, if it does.
+///
+/// @param mean  of the corrected images
+std::optional<Remark> doubtAboutBorder(const PairInput& pair, const Volume<float>& mean);
 
 }  // namespace mirel

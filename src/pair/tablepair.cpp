@@ -19,10 +19,6 @@ using Rows = std::span<const bids::TableRow>;
 // Lines counted instead of the gaps between them make 1 to 3 percent.
 constexpr double readoutTolerance = 0.04;
 
-std::string counted(int count, const std::string& what) {
-  return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
-}
-
 std::string textOf(const bids::TableRow& row) {
   const glm::dvec3 v = row.vector;
   return "row " + std::to_string(row.number) + " (" + text(v.x) + " " + text(v.y) + " " +

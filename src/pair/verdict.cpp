@@ -27,6 +27,7 @@ constexpr double muchLess = 0.6;
 // A residual above the first is too much for a field rougher than that in Hz per mm.
 constexpr double roughResidual = 0.15, roughHzPerMm = 1.9;
 constexpr double doubtfulHz = 150;
+constexpr double doubtfulNoise = 0.2;    // of the signal, per voxel and image
 constexpr double leastTold = 0.0005;     // of a difference: 0.05 %
 constexpr std::size_t fewestSlices = 8;  // to tell some from the others
 
@@ -203,14 +204,15 @@ void judgeSmoothness(const PairFigures& figures, Verdict& verdict) {
 }
 
 void judgeAxis(const PairAgreement& found, const PairNamesAndAxis& names, Verdict& verdict) {
-  if (found.fastAcross <= found.fastAlongAxis + decisive) return;
+  if (!found.fastAcross || !found.fastAlongAxis) return;
+  if (*found.fastAcross <= *found.fastAlongAxis + decisive) return;
   verdict.add(Trust::doNotTrust,
               "CHECK THE AXIS in " + names.statedBy + ": they say " + names.directions +
                   ", but the images differ as if phase encoding ran along " +
                   bids::nameOf({found.otherAxis, 1}) +
                   " (correlation of the pair after a quick estimate " +
-                  text("%.3f", found.fastAlongAxis) + " along the stated axis, " +
-                  text("%.3f", found.fastAcross) + " along the other)");
+                  text("%.3f", *found.fastAlongAxis) + " along the stated axis, " +
+                  text("%.3f", *found.fastAcross) + " along the other)");
 }
 
 }  // namespace
@@ -257,6 +259,16 @@ Verdict judgePair(const PairFigures& figures, const PairAgreement& agreement, Ma
   }
   judgeAxis(agreement, names, verdict);
   return verdict;
+}
+
+void judgeNoise(double noiseOfSignal, const PairNamesAndAxis& names, Verdict& verdict) {
+  if (noiseOfSignal <= doubtfulNoise) return;
+  verdict.add(Trust::doubtful, names.first + " and " + names.second + " are noisy: by " +
+                                   text("%.0f", 100 * noiseOfSignal) +
+                                   " % of the signal at each voxel, where " +
+                                   text("%.0f", 100 * doubtfulNoise) +
+                                   " % would be much; the field is blurred, and farther off than "
+                                   "its uncertainty tells");
 }
 
 }  // namespace mirel

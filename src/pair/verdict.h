@@ -26,7 +26,7 @@ struct PairAgreement {
   double modulated = 0, negated = 0;
   /// The multiple of the map that makes them agree best; of a field that was measured only.
   std::optional<FieldScale> bestScale;
-  double fastAlongAxis = 0, fastAcross = 0;
+  std::optional<double> fastAlongAxis, fastAcross;  ///< none where that estimate failed
   int otherAxis = 0;
 
   /// Whether one image is the other, up to a factor: nothing is left that could tell a
@@ -67,5 +67,12 @@ enum class MapOrigin { massPreserving, search, measured };
 /// @param origin  of the map; of the search the residual says too little
 Verdict judgePair(const PairFigures& figures, const PairAgreement& agreement, MapOrigin origin,
                   const PairNamesAndAxis& names);
+
+/// Adds a doubt where the images are so noisy that the map is blurred beyond what its deviation
+/// tells (docs/correct.md).
+///
+/// @param noiseOfSignal  what the mass-preserving estimate leaves of the images' difference per
+///                       voxel and image, as a fraction of the signal; 0 of other estimates
+void judgeNoise(double noiseOfSignal, const PairNamesAndAxis& names, Verdict& verdict);
 
 }  // namespace mirel

@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "base/numbertext.h"
 #include "phantom/field.h"
 #include "phantom/gradientecho.h"
 #include "phantom/random.h"
@@ -43,8 +44,8 @@ void checkOptions(const PhantomOptions& options) {
                                 " volumes is not possible");
   const glm::dvec3 size(options.size);
   if (size.x * size.y * size.z * options.volumes > mostSamples)
-    throw std::invalid_argument("a series of " + std::to_string(options.volumes) +
-                                " volumes is too large: a phantom has at most 2^31 voxels in all");
+    throw std::invalid_argument("a series of " + counted(options.volumes, "volume") +
+                                " is too large: a phantom has at most 2^31 voxels in all");
   for (int axis = 0; axis < 3; ++axis)
     if (!(options.voxelMm[axis] >= smallestVoxelMm) || !(options.voxelMm[axis] <= largestVoxelMm))
       throw std::invalid_argument("a phantom's voxel size must be from 0.001 to 1000 mm");
@@ -53,9 +54,9 @@ void checkOptions(const PhantomOptions& options) {
   for (const RigidMotion& motion : options.volumeMotion) checkMotion(motion);
   if (options.volumeMotion.empty()) return;
   if (options.volumeMotion.size() != static_cast<std::size_t>(options.volumes))
-    throw std::invalid_argument("there are " + std::to_string(options.volumeMotion.size()) +
-                                " motions for a series of " + std::to_string(options.volumes) +
-                                " volumes");
+    throw std::invalid_argument("a series of " + counted(options.volumes, "volume") + " has " +
+                                counted(options.volumeMotion.size(), "motion") +
+                                ": each volume takes one");
   if (!options.seriesMotion.isNone())
     throw std::invalid_argument("a series moves as a whole or volume by volume, not both");
 }

@@ -116,6 +116,10 @@ void combine(const Volume<float>& real, const Volume<float>& imaginary, ComplexP
   }
 }
 
+std::string zerosText(int count) {
+  return counted(count, "voxel") + (count == 1 ? " is 0" : " are 0");
+}
+
 }  // namespace
 
 std::string ComplexParts::warning() const {
@@ -133,10 +137,10 @@ std::string ComplexParts::note() const {
   if (imaginaryFile.empty())
     return "the phases are those of the complex numbers in " + phase.file +
            (phase.echoesInFile > 1 ? ", echo " + std::to_string(phase.echo + 1) : "") +
-           (phase.filled > 0 ? "; " + std::to_string(phase.filled) + " voxels are 0" : "");
+           (phase.filled > 0 ? "; " + zerosText(phase.filled) : "");
   return "the phases are those of " + phase.file + " as real and " + imaginaryFile +
          " as imaginary part" +
-         (phase.filled > 0 ? "; " + std::to_string(phase.filled) + " voxels are 0 in both" : "");
+         (phase.filled > 0 ? "; " + zerosText(phase.filled) + " in both" : "");
 }
 
 std::string imaginaryBeside(const std::string& realFile) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "base/error.h"
+#include "base/numbertext.h"
 #include "numerics/statistics.h"
 #include "phase/angle.h"
 #include "phase/fieldnoise.h"
@@ -91,7 +92,8 @@ double slopeOver(const std::vector<EchoPhase>& echoes, int voxel, double nearest
 
 void refuseNoHead(int voxels, const std::string& name) {
   if (voxels < leastVoxels)
-    throw Error(name, "shows no head: " + std::to_string(voxels) + " voxels tell a field");
+    throw Error(name, "shows no head: " + counted(voxels, "voxel") +
+                          (voxels == 1 ? " tells a field" : " tell a field"));
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "base/error.h"
+#include "base/numbertext.h"
 #include "bids/inheritance.h"
 #include "bids/name.h"
 #include "field/grid.h"
@@ -69,8 +70,8 @@ int dropFill(const Volume<float>& values, Volume<float>& radians) {
 
 std::string PhaseFile::fillNote() const {
   if (filled == 0) return {};
-  return std::to_string(filled) + " voxels of " + file +
-         " share one value, which counts as no phase";
+  return counted(filled, "voxel") + " of " + file +
+         (filled == 1 ? " has the value that" : " share one value, which") + " counts as no phase";
 }
 
 std::string PhaseFile::scaleNote() const {

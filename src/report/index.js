@@ -31,7 +31,7 @@
       row.hidden = !isWanted(row, n);
       shown += row.hidden ? 0 : 1;
     });
-    at('count').textContent = `${shown} of ${rows.length} images`;
+    at('count').textContent = `${shown} of ${rows.length} ${rows.length === 1 ? 'image' : 'images'}`;
   };
 
   // What is no number stands last in either direction.

@@ -1,5 +1,6 @@
 #include "report/indexpage.h"
 
+#include "base/numbertext.h"
 #include "report/assets.h"
 #include "report/encode.h"
 #include "report/indexparts.h"
@@ -22,8 +23,8 @@ std::string indexPage(const std::string& title, const std::string& version,
   return filled(indexTemplate(),
                 Json{{"title", title},
                      {"version", version},
-                     {"images", std::to_string(rows.size())},
-                     {"subjects", std::to_string(labelsIn(rows, "sub").list().size())},
+                     {"images", mirel::counted(rows.size(), "image")},
+                     {"subjects", mirel::counted(labelsIn(rows, "sub").list().size(), "subject")},
                      {"counts", countsPart(rows)},
                      {"hasSessions", !sessions.list().empty()},
                      {"sessions", sessions},

@@ -92,12 +92,13 @@ void addAgreement(const PairRecord& pair, Json& figures) {
   if (pair.start && pair.settings.estimator == Estimator::none)
     figures.push_back(figure("Field", std::filesystem::path(pair.start->file).filename().string(),
                              "Measured, not estimated from the images"));
-  if (found.fastAcross != 0 || found.fastAlongAxis != 0)
-    figures.push_back(figure(
-        "Axis",
-        text("%.3f", found.fastAlongAxis) + " along " + bids::nameOf({pair.a.direction().axis, 1}) +
-            ", " + text("%.3f", found.fastAcross) + " along " + bids::nameOf({found.otherAxis, 1}),
-        "Correlation after a quick estimate along the stated axis and another"));
+  if (found.fastAcross && found.fastAlongAxis)
+    figures.push_back(
+        figure("Axis",
+               text("%.3f", *found.fastAlongAxis) + " along " +
+                   bids::nameOf({pair.a.direction().axis, 1}) + ", " +
+                   text("%.3f", *found.fastAcross) + " along " + bids::nameOf({found.otherAxis, 1}),
+               "Correlation after a quick estimate along the stated axis and another"));
   figures.push_back(figure("What is left of the difference",
                            besideNoise(measured.residual, measured.residualOfNoise),
                            "Root mean square difference of the corrected images in the head"));

@@ -5,6 +5,7 @@
 
 #include "base/dimensions.h"
 #include "base/error.h"
+#include "base/numbertext.h"
 #include "base/samefile.h"
 #include "field/belowzero.h"
 #include "field/inorder.h"
@@ -101,6 +102,7 @@ class Work {
     report.meanOfSecond = ofSecond.value();
     series.rounding = first.roundingLoss();
     series.rounding.values += second.roundingLoss().values;
+    series.rounding.beyond += second.roundingLoss().beyond;
     series.rounding.largest = std::max(series.rounding.largest, second.roundingLoss().largest);
   }
 
@@ -161,14 +163,12 @@ void tellOfJoined(const std::string& both, nifti::DataType typeRead, JoinReport&
   tellOfValues(both, typeRead, report.series);
   const auto most = std::max_element(report.contradicted.begin(), report.contradicted.end());
   if (most != report.contradicted.end() && *most > 0)
-    report.series.notes.push_back("in up to " + std::to_string(*most) + " voxels of a volume " +
-                                  both +
+    report.series.notes.push_back("in up to " + counted(*most, "voxel") + " of a volume " + both +
                                   " differ by more than their noise where they show one place: "
                                   "the mean of both stands there");
   if (report.negative > 0)
     report.series.notes.push_back(
-        std::to_string(report.negative) + (report.negative == 1 ? " voxel" : " voxels") + " of " +
-        both +
+        counted(report.negative, "voxel") + " of " + both +
         ", joined, fell below 0 beside edges or in air, which no voxel of theirs does: 0 is "
         "written");
 }

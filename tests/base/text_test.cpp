@@ -24,6 +24,14 @@ TEST(NumberText, HasSixDigitsOrWhatTheFormatSays) {
   EXPECT_EQ(text("%.2f", -0.001), "-0.00");
 }
 
+TEST(NumberText, CountsOneInTheSingular) {
+  EXPECT_EQ(counted(0, "volume"), "0 volumes");
+  EXPECT_EQ(counted(1, "volume"), "1 volume");
+  EXPECT_EQ(counted(std::size_t{12}, "voxel"), "12 voxels");
+  EXPECT_EQ(counted("%.3g", 0.5, "voxel"), "0.5 voxels");
+  EXPECT_EQ(counted("%.3g", 1.0001, "voxel"), "1 voxel");
+}
+
 TEST(JoinedTexts, RangesAreNamedInTheSingularWhereThereIsOneNumber) {
   EXPECT_EQ(namedRanges("slice", std::vector<int>{10}), "slice 10");
   EXPECT_EQ(namedRanges("slice", std::vector<int>{3, 4, 9}), "slices 3 to 4, 9");

@@ -190,7 +190,7 @@ TEST_F(ApplyField, NothingIsSkippedSilently) {
   const ProgramResult result = apply({"-o", out});
   EXPECT_EQ(result.status, 0);
   EXPECT_THAT(result.err, HasSubstr("Warning: " + field +
-                                    " has 1 NaN or infinite voxel(s), which count as 0 Hz"));
+                                    " has 1 NaN or infinite voxel, which counts as 0 Hz"));
 }
 
 TEST_F(ApplyField, FaultsAreOneSentenceAndLeaveNothing) {

@@ -121,11 +121,11 @@ TEST_F(Bids, ARunAgainDoesOnlyWhatIsMissingOrChanged) {
 
   fs::remove(out(bold) + ".nii.gz");
   again = bids();
-  EXPECT_THAT(again.err, HasSubstr("1 images corrected, 2 were up to date"));
+  EXPECT_THAT(again.err, HasSubstr("1 image corrected, 2 were up to date"));
   EXPECT_TRUE(isThere(std::string(bold) + ".nii.gz"));
 
   text("sub-01/func/sub-01_task-rest_bold.json", sidecar("j-", R"("TaskName": "other")"));
-  EXPECT_THAT(bids().err, HasSubstr("1 images corrected, 2 were up to date"));
+  EXPECT_THAT(bids().err, HasSubstr("1 image corrected, 2 were up to date"));
   EXPECT_EQ(json::parse(textOf(out(bold) + ".json"))["TaskName"], "other");
 
   text("sub-01/fmap/sub-01_dir-AP_epi.json",

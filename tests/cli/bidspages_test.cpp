@@ -71,7 +71,7 @@ TEST_F(BidsPages, AreLeftOutWhereAskedAndMadeWhereTheyAreMissing) {
   EXPECT_EQ(pages().size(), 2U);
   EXPECT_THAT(bids().err, HasSubstr("0 images corrected, 3 were up to date"));
   fs::remove(out(ofSeries));
-  EXPECT_THAT(bids().err, HasSubstr("1 images corrected, 2 were up to date"));
+  EXPECT_THAT(bids().err, HasSubstr("1 image corrected, 2 were up to date"));
   EXPECT_EQ(pages().size(), 2U);
 }
 

@@ -1,6 +1,7 @@
 #include <map>
 #include <nlohmann/json.hpp>
 
+#include "base/numbertext.h"
 #include "cli/motionforms.h"
 #include "cli/tinystudy.h"
 
@@ -61,7 +62,7 @@ class BidsRealign : public TinyStudy {
   }
   /// What is corrected, what is up to date.
   static testing::Matcher<std::string> counts(int corrected, int upToDate) {
-    return HasSubstr("Done: " + std::to_string(corrected) + " images corrected, " +
+    return HasSubstr("Done: " + counted(corrected, "image") + " corrected, " +
                      std::to_string(upToDate) + " were up to date");
   }
   json seriesIn(const std::string& stem) const {

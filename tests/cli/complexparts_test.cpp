@@ -95,7 +95,7 @@ TEST_F(ComplexPartsCommand, WhatIsNoPairOfPartsIsRefused) {
   EXPECT_THAT(refusal(make({"--from-real", imaginary, two, "--imaginary", one, two})),
               HasSubstr(imaginary + " is an imaginary part by its name, not a real part"));
   EXPECT_THAT(refusal(make({"--from-real", one, two, "--imaginary", imaginary})),
-              HasSubstr("1 imaginary parts are given for 2 real ones"));
+              HasSubstr("1 imaginary part is given for 2 real ones"));
   const std::string head = bare(truth("undistorted_epi.nii.gz"), "head.nii.gz");
   EXPECT_THAT(refusal(make({"--from-real", one, head, "--imaginary", imaginary, other})),
               HasSubstr("head.nii.gz has no values below 0"));

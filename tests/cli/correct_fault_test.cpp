@@ -84,6 +84,24 @@ TEST_F(CorrectFaults, VoxelsThatAreNotNumbers) {
   EXPECT_THAT(fault(), AllOf(HasSubstr("bad.nii.gz"), HasSubstr("NaN")));
 }
 
+TEST_F(CorrectFaults, VoxelsThatFloatsDoNotHold) {
+  const Volume<float> image = imageIn(ap());
+  std::vector<double> values(image.data(), image.data() + image.size());
+  for (double& value : values) value = 1e300 * (value + 1);
+  niftifiles::Raw raw;
+  raw.dim = {3, 40, 48, 28};
+  raw.datatype = 64;
+  raw.sampleBytes = 8;
+  const auto expectFault = [&](const char* what) {
+    raw.data = niftifiles::samples(values);
+    niftifiles::writeBytes(bad, niftifiles::gzipped(niftifiles::bytesOf(raw)));
+    EXPECT_THAT(fault(), HasSubstr(what));
+  };
+  expectFault("has 53760 voxels that are beyond the range of 32-bit floats (3.4e38)");
+  values[7] = std::nan("");
+  expectFault("has 53760 voxels that are NaN, infinite or beyond the range of 32-bit floats");
+}
+
 TEST_F(CorrectFaults, AnImageOfOneSlice) {
   niftifiles::Raw raw;
   raw.dim = {3, 40, 48, 1};

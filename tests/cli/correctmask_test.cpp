@@ -74,6 +74,22 @@ TEST_F(CorrectMask, OfTheBrainIsDoubtedSinceTheHeadsBorderIsLost) {
   EXPECT_THAT(correct({"--mask", headMask()}, "head").err, Not(HasSubstr("cuts through")));
 }
 
+TEST_F(CorrectMask, ThatEndsOnTheHeadsBorderIsWarnedOf) {
+  EXPECT_THAT(correct({"--mask", headMask()}, "tight").err,
+              HasSubstr("head_mask.nii.gz ends where there still is signal ("));
+  const Volume<float> head = imageIn(headMask());
+  int voxel = 0;
+  const int nx = head.nx(), slice = nx * head.ny();
+  const auto inHead = [&](int i) { return i >= 0 && i < head.size() && head.data()[i] > 0.0F; };
+  const std::string wide = changed(headMask(), "wide.nii.gz", [&](float v) {
+    const int i = voxel++;
+    for (const int step : {1, nx, slice})
+      if (inHead(i - step) || inHead(i + step)) return 1.0F;
+    return v;
+  });
+  EXPECT_THAT(correct({"--mask", wide}, "wide").err, Not(HasSubstr("still is signal")));
+}
+
 TEST_F(CorrectMask, OfAnotherGridIsRefused) {
   const std::string moved = changed(
       headMask(), "moved.nii.gz", [](float v) { return v; },

@@ -164,6 +164,32 @@ TEST_F(CorrectVerdict, ACopySaysWhatItIs) {
                               HasSubstr("Verdict: doubtful")));
 }
 
+// On 20 x 24 x 14 voxels out of the middle of the brain the quick estimate along j has columns that
+// do not converge.
+TEST_F(CorrectVerdict, TheAxisIsNotAccusedWhereItCouldNotBeChecked) {
+  const auto middleOf = [&](const std::string& image, const std::string& name) {
+    nifti::Header header = nifti::floatMapLike(nifti::Reader(image).header());
+    Volume<float> middle = imageIn(image);
+    header.dims = {20, 24, 14};
+    middle.resize(header.dims);
+    nifti::Writer writer(file(name), header);
+    writer.write(middle);
+    writer.finish();
+    return file(name);
+  };
+  std::vector<std::string> options = acquired("j", "0.04");
+  options.push_back("--json");
+  const ProgramResult result =
+      correctAs(middleOf(ap(), "a.nii.gz"), middleOf(pa(), "b.nii.gz"), options);
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_THAT(result.err, Not(HasSubstr("CHECK THE AXIS")));
+  const json summary = json::parse(result.out);
+  EXPECT_TRUE(summary["pairCorrelation"]["fastAlongAxis"].is_null());
+  EXPECT_TRUE(summary["pairCorrelation"]["fastAcross"].is_number());
+  EXPECT_THAT(summary["notes"].dump(),
+              HasSubstr("runs along j could not be checked: the quick estimate along j failed"));
+}
+
 class CorrectVerdictOfRealPairs : public CorrectVerdict {
  protected:
   void SetUp() override {

@@ -204,7 +204,7 @@ TEST_F(PictureCommand, TakesLabelsOfAnyBytes) {
   for (const std::string label : {"", "é±µ Ж 中", "\xFF\xFE\xC3", "a\nb\tc", "%s%n <b>&</b>\\"})
     drawn({head, "--label", label});
   drawn({head, "--label", std::string(5000, 'x')});
-  fails({head, "--label", "a", "--label", "b"}, "there are 2 labels for 1 images and maps");
+  fails({head, "--label", "a", "--label", "b"}, "there are 2 labels for 1 image or map");
 }
 
 TEST_F(PictureCommand, DrawsContoursOverEveryImage) {
@@ -217,7 +217,7 @@ TEST_F(PictureCommand, DrawsContoursOverEveryImage) {
   drawn({head, field, "--contour", file("brain_mask.nii"), "--contour", "head", "--contour-label",
          "truth"});
   EXPECT_NE(readBytes(out()), named);
-  fails({head, "--contour-label", "truth"}, "there are 1 labels for 0 contours");
+  fails({head, "--contour-label", "truth"}, "there is 1 label for 0 contours");
   fails({field, "--contour", "head"}, "--contour head needs an image in front of the maps");
 }
 
@@ -269,7 +269,7 @@ TEST_F(PictureCommand, RefusesVectorsOfAnotherNumberOfComponents) {
   nifti::Writer writer(file("two.nii"), header);
   for (int c = 0; c < 2; ++c) writer.write(Volume<float>(dims, 1.0f));
   writer.finish();
-  fails({file("two.nii")}, "two.nii has 1 volumes of vectors of 2 components");
+  fails({file("two.nii")}, "two.nii has 1 volume of vectors of 2 components");
 }
 
 TEST_F(PictureCommand, TellsOfImagesWithoutOrientationAndOfThoseElsewhere) {

@@ -72,7 +72,7 @@ TEST(Assumption, AnotherSessionShimOrPlaceIsNotTaken) {
 
 TEST(Assumption, ImagesThatMakeNoPairAreNamed) {
   EXPECT_THAT(fateOf(planOf({facts(ap, "j-"), moved(facts(pa, "j"), 1), facts(rest, "i")}), rest),
-              HasSubstr("lie at different places, up to 1 voxels apart"));
+              HasSubstr("lie at different places, up to 1 voxel apart"));
   EXPECT_THAT(fateOf(planOf({facts(ap, ""), facts(pa, ""), facts(rest, "j")}), rest),
               StartsWith("left: nothing in its session"));
   EXPECT_THAT(fateOf(planOf({facts(ap, "j-"), facts(rest, "j-")}), rest),

@@ -27,7 +27,7 @@ TEST(UsableMap, ValuesThatAreNotFiniteAreCounted) {
   for (const float value :
        {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity()})
     EXPECT_EQ(messageOf<Error>([&] { refuseUnusableMap(mapWith(value), "a.map"); }),
-              "a.map is no usable map: 1 of its 48 values are not finite");
+              "a.map is no usable map: 1 of its 48 values is not finite");
 }
 
 TEST(UsableMap, DisplacementsBeyondTheImageAreRefused) {

@@ -44,6 +44,14 @@ TEST(Samples, DoublesThatFloatsDoNotHoldAreCounted) {
   EXPECT_EQ(loss.largest, 1);
 }
 
+TEST(Samples, DoublesBeyondTheRangeOfFloatsAreCountedOnTheirOwn) {
+  const double infinity = std::numeric_limits<double>::infinity();
+  const auto loss = lossOf<double>(DataType::float64, {1e300, -1e39, 3e38, infinity, std::nan("")});
+  EXPECT_EQ(loss.beyond, 2u);
+  EXPECT_EQ(loss.values, 1u);
+  EXPECT_EQ(lossOf<double>(DataType::float64, {1e30}, 1e10).beyond, 1u);
+}
+
 TEST(Samples, ClampedSamplesAreCountedAtBothEnds) {
   nifti::Header header;
   header.type = DataType::uint8;

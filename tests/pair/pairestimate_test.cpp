@@ -106,6 +106,21 @@ TEST(PairEstimate, WarnsWhereEverythingOrNothingIsHead) {
               testing::Contains(testing::AllOf(HasSubstr("b.nii"), HasSubstr("nothing"))));
 }
 
+TEST(PairEstimate, WarnsOfNoiseThatBlursTheMap) {
+  for (const double noise : {0.12, 0.22}) {
+    PhantomOptions options = smallPhantom().options;
+    options.seed = 5;
+    options.noise = noise;
+    const Phantom phantom = makePhantom(options);
+    PairInput pair = smallPair();
+    pair.a.image = phantom.ap;
+    pair.b.image = phantom.pa;
+    const PairEstimate estimate = estimatePairMap(pair, {}, noProgress);
+    EXPECT_EQ(nameOf(estimate.verdict.trust), noise > 0.2 ? "doubtful" : "trusted")
+        << noise << " left " << estimate.noiseOfSignal;
+  }
+}
+
 namespace {
 
 struct Listener : Progress {

@@ -115,6 +115,31 @@ TEST(MaskedColumns, AreCutWhereTheyAreTakenInPart) {
   EXPECT_EQ(partInCutColumns(head, Volume<float>(4, 10, 6, 0.0F), 1), 0.0);
 }
 
+// A block of signal 100 in air of 5, with rims of 40.
+TEST(MaskBorder, LiesOnSignalOrInAir) {
+  Volume<float> image(8, 30, 8, 5.0F);
+  const auto blockFrom = [&](int first, float value, Volume<float>& block) {
+    for (int z = 0; z < 8; ++z)
+      for (int y = first; y < 30 - first; ++y)
+        for (int x = 0; x < 8; ++x) block.at(x, y, z) = value;
+  };
+  blockFrom(6, 40.0F, image);
+  blockFrom(7, 100.0F, image);
+  const auto signalFrom = [&](int first) {
+    Volume<float> mask(image.dimensions(), 0.0F);
+    blockFrom(first, 1.0F, mask);
+    return signalAtBorder(image, mask, 1);
+  };
+  EXPECT_EQ(signalFrom(6), 0);
+  EXPECT_EQ(signalFrom(5), 0);
+  EXPECT_NEAR(signalFrom(7), 0.35, 1e-6);
+  EXPECT_EQ(signalFrom(0), 0);
+  // A part of the head, left out of all.
+  Volume<float> all(image.dimensions(), 1.0F);
+  for (int y = 12; y < 16; ++y) all.at(3, y, 3) = 0.0F;
+  EXPECT_EQ(signalAtBorder(image, all, 1), 0);
+}
+
 TEST_F(PairMasks, OfAnotherSubjectAreWarnedOf) {
   pair.a.options.file = "sub-2_epi.nii.gz";
   read();

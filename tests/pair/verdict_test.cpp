@@ -62,6 +62,17 @@ TEST(PairVerdict, NoiseIsNotHeldAgainstAPair) {
   EXPECT_EQ(verdictOf(figures).trust, Trust::trusted);
 }
 
+TEST(PairVerdict, SoMuchNoiseThatTheMapIsBlurredIsDoubted) {
+  Verdict verdict = verdictOf(goodFigures());
+  const PairNamesAndAxis names{"a.nii", "b.nii", "a.json", "j- and j"};
+  judgeNoise(0.19, names, verdict);
+  EXPECT_EQ(verdict.trust, Trust::trusted);
+  judgeNoise(0.224, names, verdict);
+  EXPECT_EQ(verdict.trust, Trust::doubtful);
+  EXPECT_THAT(textsOf(verdict.reasons),
+              ElementsAre(HasSubstr("a.nii and b.nii are noisy: by 22 % of the signal")));
+}
+
 TEST(PairVerdict, TheResidualIsDoubtedAndThenRefused) {
   PairFigures figures = goodFigures();
   figures.residual = 0.17;
@@ -170,6 +181,15 @@ TEST(PairVerdict, TheAxisIsAccusedWithWhatStatesIt) {
   const Verdict verdict = verdictOf(goodFigures(), agreement);
   EXPECT_EQ(verdict.trust, Trust::doNotTrust);
   EXPECT_THAT(textsOf(verdict.reasons), Contains(HasSubstr("CHECK THE AXIS in a.json")));
+}
+
+TEST(PairVerdict, TheAxisIsNotAccusedWhereAQuickEstimateFailed) {
+  PairAgreement agreement = goodAgreement();
+  agreement.fastAlongAxis.reset();
+  EXPECT_EQ(verdictOf(goodFigures(), agreement).trust, Trust::trusted);
+  agreement.fastAlongAxis = 0.1;
+  agreement.fastAcross.reset();
+  EXPECT_EQ(verdictOf(goodFigures(), agreement).trust, Trust::trusted);
 }
 
 TEST(PairVerdict, AMeasuredFieldIsAccusedByName) {
