@@ -331,7 +331,9 @@ void LevelFit::updateNoise(NoiseTails tails) {
   known.noise = fit.noise;
   double variance = known.noise.variance / shareLeft(fit);
   if (expectsNoise && !ofVoxels) ofVoxels = voxelNoise(objective, *lines, b);
-  if (ofVoxels && ofVoxels->variance > 0.0) variance = ofVoxels->variance;
+  // Between what the fit left and what the images hold: with the latter alone the field's peaks,
+  // which are rougher than the prior has them, come out too low.
+  if (ofVoxels && ofVoxels->variance > 0.0) variance = std::sqrt(variance * ofVoxels->variance);
   known.noise.variance = std::max(variance / noiseKept, leastNoise * leastNoise);
 }
 
