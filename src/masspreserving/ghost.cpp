@@ -61,6 +61,20 @@ struct AirSums {
   }
 };
 
+// Takes columns along y that are exactly 0 out of the air: they were not acquired but added, and
+// hold neither noise nor a ghost. Returns the number of voxels in the others.
+int withoutEmptyColumns(const Volume<float>& image, Volume<unsigned char>& air) {
+  int left = 0;
+  for (int z = 0; z < image.nz(); ++z)
+    for (int x = 0; x < image.nx(); ++x) {
+      bool empty = true;
+      for (int y = 0; y < image.ny() && empty; ++y) empty = image.at(x, y, z) == 0.0F;
+      for (int y = 0; y < image.ny() && empty; ++y) air.at(x, y, z) = 0;
+      if (!empty) left += image.ny();
+    }
+  return left;
+}
+
 // The air by the signal `rows` beyond half a field of view away.
 struct AirBySignal {
   AirSums all, ofBright, ofDark;
@@ -118,9 +132,10 @@ double ghostInAir(const Volume<float>& image) {
   const double level = signalLevel(image);
   if (!(level > 0.0)) return 0.0;
   const Volume<float> away = halfAway(image);
-  const Volume<unsigned char> air = airOf(image, level);
+  Volume<unsigned char> air = airOf(image, level);
+  const int acquired = withoutEmptyColumns(image, air);
   const AirBySignal here(image, away, air, level, 0);
-  if (!here.holds(leastPart * image.size())) return 0.0;
+  if (!here.holds(leastPart * acquired)) return 0.0;
   const double square = here.amplitudeSquared();
   if (!(square >= leastAmplitude * leastAmplitude) || !here.isSignificant()) return 0.0;
   double nearest = 0.0, farther = 0.0;

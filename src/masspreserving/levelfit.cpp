@@ -243,7 +243,10 @@ LevelFit::Step LevelFit::step(double tolerance, int maxSolverIterations) {
   Volume<float> candidate(b.dimensions());
   for (int trial = 0; trial < 8 && descent > 0.0; ++trial, t *= 0.5) {
     const double largest = stepFrom(b, t, direction, candidate, model.inParallel());
-    if (withRatio) objective.ratio->setCoefficients(ratioFrom + t * ratioStep);
+    if (withRatio) {
+      objective.ratio->setCoefficients(ratioFrom + t * ratioStep);
+      if (!objective.ratio->isWithinBounds()) continue;
+    }
     const double after = objective.value(candidate);
     if (!(after <= before - 1e-4 * t * descent)) continue;
     result.energy = after;

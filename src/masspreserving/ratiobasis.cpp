@@ -70,9 +70,11 @@ void RatioBasis<Real>::setIntensities(const Volume<Real>& intensity, double nois
     level[k] = (level[k] + little * whole) / (sums[k] + little);
   nearby.expand(level, squares);
   const Real perKnot = static_cast<Real>(1.0 / knotStep), last = static_cast<Real>(knotCount - 1);
-  for (int i = 0; i < intensity.size(); ++i)
-    knotPlace.data()[i] =
-        std::clamp(positive.data()[i] / squares.data()[i] * perKnot, Real(0), last);
+  for (int i = 0; i < intensity.size(); ++i) {
+    const Real place = positive.data()[i] / squares.data()[i] * perKnot;
+    // An index, of what is no number, too.
+    knotPlace.data()[i] = place > Real(0) ? std::min(place, last) : Real(0);
+  }
 }
 
 template <typename Real>

@@ -1,6 +1,7 @@
 #include "masspreserving/ratiofit.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <utility>
 
@@ -11,6 +12,9 @@ namespace {
 // Relative to the prior's unit: keeps what nothing determines (a constant that nodes and knots
 // share, nodes without signal) at 0.
 constexpr double ridge = 1e-3;
+
+// Log of the largest ratio that is one, a hundred; those of good pairs are within 8.
+constexpr double largestLog = 4.605;
 
 }  // namespace
 
@@ -35,13 +39,18 @@ void RatioFit<Real>::setWeights(double shapeWeight, double knotWeight) {
 template <typename Real>
 void RatioFit<Real>::updateRoot() {
   basis.expand(known.coefficients, ratioRoot);
+  std::atomic<bool> isWithin{true};
   inElements(basis.inParallel(), ratioRoot.size(), [&](int from, int to) {
+    int beyond = 0;
     for (int i = from; i < to; ++i) {
       const Real half = Real(0.5) * ratioRoot.data()[i];
+      beyond += static_cast<int>(!(std::abs(half) <= static_cast<Real>(0.5 * largestLog)));
       ratioRoot.data()[i] = std::exp(half);
       inverse.data()[i] = std::exp(-half);
     }
+    if (beyond > 0) isWithin = false;
   });
+  within = isWithin;
 }
 
 template <typename Real>
@@ -55,6 +64,9 @@ void RatioFit<Real>::setIntensities(const Volume<Real>& mean, double noiseVarian
   if (ratioRoot.size() != mean.size())
     ratioRoot = inverse = scratch = Volume<Real>(mean.dimensions());
   basis.setIntensities(mean, noiseVariance);
+  updateRoot();
+  if (within) return;
+  known.coefficients.setZero();
   updateRoot();
 }
 

@@ -28,7 +28,12 @@ class RatioFit {
   const RatioKnowledge& knowledge() const { return known; }
   void setWeights(double shapeWeight, double knotWeight);
   void setCoefficients(const Eigen::VectorXd& c);
+  /// Of the functions (RatioBasis::setIntensities). Where noise hides the signal nothing holds the
+  /// coefficients; if with less of it the ratio leaves its bounds, they begin again at 0.
   void setIntensities(const Volume<Real>& mean, double noiseVariance);
+
+  /// Whether the ratio is one: between 1/100 and 100 at every voxel.
+  bool isWithinBounds() const { return within; }
 
   /// f = exp(log ratio / 2) at the voxels.
   const Volume<Real>& root() const { return ratioRoot; }
@@ -68,6 +73,7 @@ class RatioFit {
   mutable Volume<Real> scratch;
   Eigen::LLT<Eigen::MatrixXd> factor;
   Eigen::VectorXd slope;
+  bool within = true;
 };
 
 extern template class RatioFit<float>;

@@ -13,6 +13,7 @@
 #include "pair/axischeck.h"
 #include "pair/background.h"
 #include "pair/correctedpair.h"
+#include "pair/cutsignal.h"
 #include "pair/estimateframe.h"
 #include "pair/foreground.h"
 #include "pair/pairmask.h"
@@ -299,6 +300,12 @@ void check(const PairInput& pair, Modulation modulation, const Volume<float>& he
   judgeNoise(estimate.noiseOfSignal, names, estimate.verdict);
   doubtForeground(pair, estimate, estimate.verdict);
   doubtMask(pair, estimate, estimate.verdict);
+  // A head that moved brings what lay off the grid, which is 0, and is not cut by a mask.
+  if (!estimate.motion && !pair.startIsMap)
+    doubtOwnMasks(pair,
+                  signalCutOff({first, modulatedA, estimate.shift}, {second, modulatedB, ofSecond},
+                               ratioOf(estimate, modulatedA, modulatedB, head), axis),
+                  estimate.verdict);
   doubtMaskedField(pair, estimate, estimate.verdict);
   progress.at(Stage::checking, 1.0);
 }

@@ -99,6 +99,33 @@ TEST(Ghost, NoneIsFoundWhereTheGridWasCut) {
   EXPECT_EQ(ghostInAir(Volume<float>(8, 8, 8, 5.0F)), 0.0);
 }
 
+// In the middle of a larger grid, 0 around.
+Volume<float> padded(const Volume<float>& image, glm::ivec3 by) {
+  Volume<float> result(image.dimensions() + 2 * by, 0.0F);
+  for (int z = 0; z < image.nz(); ++z)
+    for (int y = 0; y < image.ny(); ++y)
+      for (int x = 0; x < image.nx(); ++x)
+        result.at(x + by.x, y + by.y, z + by.z) = image.at(x, y, z);
+  return result;
+}
+
+// What was added along x or z holds no noise, which would make the air beside it look bright.
+TEST(Ghost, ThatOfAnImageWithZerosAroundIsThatOfTheImage) {
+  PhantomOptions options;
+  options.size = {64, 64, 36};
+  options.voxelMm = glm::dvec3(3.4);
+  options.noise = 0.0;
+  const Phantom phantom = makePhantom(options);
+  for (const double a : {0.0, 0.05, 0.1})
+    for (const double sigma : {30.0, 50.0}) {
+      const Volume<float> image = addRicianNoise(ghosted(phantom.apSignal, a, 1.0), sigma, 1, 1);
+      const double found = ghostInAir(image);
+      EXPECT_NEAR(found, a, 0.012);
+      for (const glm::ivec3 by : {glm::ivec3(10, 0, 0), glm::ivec3(0, 0, 10)})
+        EXPECT_EQ(ghostInAir(padded(image, by)), found) << a << " " << sigma << " " << by.x;
+    }
+}
+
 // A head with the same noise with and without ghosts.
 struct GhostedHead {
   Phantom phantom;

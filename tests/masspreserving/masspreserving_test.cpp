@@ -8,6 +8,7 @@
 
 #include "base/progress.h"
 #include "masspreserving/testdata.h"
+#include "phantom/phantom.h"
 
 namespace mirel {
 
@@ -81,6 +82,27 @@ TEST(MassPreserving, TakesUnrelatedAndNegativeImagesWithoutFolds) {
   const auto result = estimateMassPreserving(a, b, glm::dvec3(2.0));
   EXPECT_TRUE(isFinite(result.shiftVoxels));
   EXPECT_LT(testdata::largestStep(result.shiftVoxels), 1.0);
+}
+
+// No ratio of intensities makes the one of the other, but many nearly do where noise hides both:
+// coefficients found there must not count as they are with less of it.
+TEST(MassPreserving, OfAHeadInAFewGreysAndItsMaskIsFinite) {
+  PhantomOptions options;
+  options.size = {32, 36, 16};
+  options.voxelMm = glm::dvec3(6.0);
+  options.noise = 0.0;
+  const Phantom phantom = makePhantom(options);
+  const auto inSteps = [](const Volume<float>& image, float steps) {
+    Volume<float> result(image.dimensions());
+    for (int i = 0; i < image.size(); ++i)
+      result.data()[i] = std::round(image.data()[i] / image.max() * steps);
+    return result;
+  };
+  const MassPreservingResult result =
+      estimateMassPreserving(inSteps(phantom.ap, 7.0F), inSteps(phantom.pa, 1.0F), glm::dvec3(3.4));
+  EXPECT_TRUE(isFinite(result.shiftVoxels));
+  EXPECT_LT(testdata::largestStep(result.shiftVoxels), 1.0);
+  EXPECT_LT(result.ratioSpread, std::log(100.0));
 }
 
 TEST(MassPreserving, EstimatesTheScaleBetweenTheImages) {

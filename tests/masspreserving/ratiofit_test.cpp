@@ -60,6 +60,17 @@ TEST(RatioBasis, DoesNotReachWhereThereIsOnlyNoise) {
   EXPECT_LT(std::max(a.max(), -a.min()), 0.1);
 }
 
+// The squares of such intensities are beyond all numbers, and a level of them is none.
+TEST(RatioBasis, IntensitiesWithoutALevelHaveAPlaceAmongTheKnots) {
+  RatioBasis<float> functions(voxels, part, 0, 6, 0.4, CoarseGrid(voxels, part, {2, 3, 2}));
+  functions.setIntensities(Volume<float>(voxels, 1e30F), 0.01);
+  Volume<float> a(voxels);
+  functions.expand(Eigen::VectorXd::Ones(functions.size()), a);
+  EXPECT_EQ(a, Volume<float>(voxels, 2.0F));
+  EXPECT_EQ(functions.project(a).tail(6).sum(), 2.0 * a.size());
+  EXPECT_EQ(functions.gram(a).bottomRightCorner(6, 6).sum(), 2.0 * a.size());
+}
+
 // An objective with a ratio that is not at its best.
 struct Case {
   MassModel<double> model{testdata::noisyImage(voxels, 1), testdata::noisyImage(voxels, 2)};
@@ -121,6 +132,28 @@ TEST(RatioFit, EliminatedProductIsSymmetricAndPositive) {
   c.objective.product(v, hv);
   EXPECT_NEAR(dot(u, hv), dot(v, hu), 1e-9 * std::abs(dot(u, hu)));
   EXPECT_GT(dot(u, hu), 0.0);
+}
+
+// Noise that hides the signal leaves the coefficients free.
+TEST(RatioFit, ARatioThatIsNoneWithLessNoiseBeginsAgain) {
+  RatioFit<float> fit(
+      RatioBasis<float>(voxels, part, 1, 6, 0.4, CoarseGrid(voxels, part, {2, 3, 2})), {});
+  const Volume<float> ones(voxels, 1.0F);
+  fit.setIntensities(ones, 30.0);
+  Eigen::VectorXd c = Eigen::VectorXd::Zero(10);
+  c.tail(6).setConstant(400.0);
+  fit.setCoefficients(c);
+  EXPECT_TRUE(fit.isWithinBounds());
+  EXPECT_LT(fit.root().max(), 2.0F);
+  fit.setIntensities(ones, 0.01);
+  EXPECT_TRUE(fit.isWithinBounds());
+  EXPECT_EQ(fit.root(), ones);
+  fit.setCoefficients(c);
+  EXPECT_FALSE(fit.isWithinBounds());
+  c.tail(6).setConstant(4.5);
+  fit.setCoefficients(c);
+  fit.setIntensities(ones, 0.0001);
+  EXPECT_NEAR(fit.root().max(), std::exp(2.25), 0.01);
 }
 
 TEST(RatioFit, SpreadIsTheStandardDeviationOfTheLogarithm) {
