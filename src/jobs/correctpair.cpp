@@ -14,6 +14,7 @@
 #include "jobs/seriesjoining.h"
 #include "jobs/sourcenames.h"
 #include "jobs/startingfield.h"
+#include "jobs/unknownreadout.h"
 #include "numerics/fft/fftw.h"
 #include "pair/imagegroups.h"
 #include "pair/pairmask.h"
@@ -263,6 +264,11 @@ Inputs readInputs(const CorrectPairOptions& options) {
   pair.startIsPrior = options.startIsPrior;
   pair.startIsMap = options.estimate.estimator == Estimator::none;
   for (const SeriesFile& file : options.series) inputs.series.push_back(readSeriesOf(pair, file));
+  if (pair.readoutSeconds) return inputs;
+  doubtUnknownReadout(pair.a.options.file + " and " + pair.b.options.file,
+                      {Advice::Kind::giveReadout, Advice::Of::both}, inputs.series);
+  // So that nothing is told in Hz of a map in voxels.
+  for (SeriesInput& input : inputs.series) input.acquisition.readout.reset();
   return inputs;
 }
 
