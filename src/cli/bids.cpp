@@ -98,6 +98,14 @@ void tellPlan(const dataset::DatasetPlan& plan) {
   for (const SubjectResult& subject : plan.subjects) std::cout << planText(subject);
 }
 
+// Results that are written and may be wrong; returns how the last line goes on.
+std::string tellDoubts(const dataset::DatasetPlan& plan, const std::string& output) {
+  for (const std::string& line : dataset::doubtLines(plan.subjects, output + "/logs"))
+    hostSession().console.warn(line);
+  const std::string counts = dataset::doubtCounts(plan.subjects).text();
+  return counts.empty() ? "" : "; " + counts;
+}
+
 // What could be corrected and was not; with --strict also what could not. A dataset whose files are
 // broken is not done, either.
 int statusOf(const dataset::DatasetPlan& plan, bool strict) {
@@ -137,9 +145,11 @@ int runBids(const BidsCommandOptions& options) {
   tellPlan(plan);
   const int status = statusOf(plan, options.strict);
   const auto count = [&](Status what) { return std::to_string(countIn(plan, what)); };
+  const std::string doubts = tellDoubts(plan, options.job.output);
   std::cerr << (status == exitSuccess ? "Done: " : "Not all done: ") << count(Status::corrected)
             << " images corrected, " << count(Status::upToDate) << " were up to date, "
-            << count(Status::left) << " left uncorrected, " << count(Status::failed) << " failed\n";
+            << count(Status::left) << " left uncorrected, " << count(Status::failed) << " failed"
+            << doubts << "\n";
   return status;
 }
 
