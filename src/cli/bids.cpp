@@ -169,12 +169,24 @@ void writeIndex(const std::string& file, const std::string& page) {
   dataset::writeIfDifferent(file, page);
 }
 
+void tellOutliers(const std::vector<dataset::GroupRow>& rows) {
+  dataset::DoubtCounts counts;
+  for (const dataset::GroupRow& row : rows) {
+    const char* check =
+        row.hasOppositeSign() ? "CHECK THE SIGN, since the opposite one agrees better" : "";
+    counts.add({row.verdict, "", check});
+    if (!row.outlier.empty())
+      std::cerr << "Outlier: " << row.image << " in " << row.outlier << (*check == 0 ? "" : ": ")
+                << check << "\n";
+  }
+  if (const std::string doubts = counts.text(); !doubts.empty())
+    std::cerr << rows.size() << " images, " << doubts << "\n";
+}
+
 int runGroup(const BidsCommandOptions& options) {
   const std::string& out = options.job.output;
   const std::vector<dataset::GroupRow> rows = dataset::groupRows(out);
-  for (const dataset::GroupRow& row : rows)
-    if (!row.outlier.empty())
-      std::cerr << "Outlier: " << row.image << " in " << row.outlier << "\n";
+  tellOutliers(rows);
   if (options.dryRun) {
     std::cout << groupTsv(rows);
     return exitSuccess;
