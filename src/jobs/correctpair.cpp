@@ -26,7 +26,6 @@ namespace {
 
 constexpr double leastCorrelation = 0.5;  // of two fields of one head
 constexpr double leastRatioTold = 0.005;  // of its standard deviation: less is none
-constexpr double leastCovered = 0.8;      // of the head, by a field that corrects it
 
 std::vector<std::string> filesOf(const PairInput& pair) {
   std::vector<std::string> files;
@@ -155,19 +154,6 @@ void addMotionDoubt(RunRecord& run, const PairInput& pair, const PairEstimate& e
                          " mm and " + text("%.2g", glm::length(estimate.motion->rotationDegrees)) +
                          " degrees): if it did so between the series that are joined, too, the "
                          "joined images are blurred, since their motion is not undone");
-}
-
-// The border's field goes on where nobody measured it: of a head cut by a few slices that is a
-// guess, of more of it no correction.
-void doubtUncovered(const PairInput& pair, const std::optional<DistortionFile>& start,
-                    PairEstimate& estimate) {
-  if (!pair.startIsMap || !start) return;
-  const double covered = 1 - partOfHeadOff(pair.a.image, gridOf(pair.a.header), fieldOf(*start));
-  if (!(covered < leastCovered)) return;
-  estimate.verdict.add(Trust::doubtful, "CHECK " + pair.startFile + ": it covers only " +
-                                            text("%.0f", 100 * covered) + " % of the head of " +
-                                            pair.a.title() +
-                                            ", and what it is in the rest nobody measured");
 }
 
 // How the pair agrees with the field that corrects it.
@@ -359,7 +345,7 @@ RunRecord correctPair(const CorrectPairOptions& options, Progress& progress) {
   AcrossFindings across;
   PairEstimate estimate = pair.across ? estimateWithAcross(pair, options.estimate, progress, across)
                                       : estimatePairMap(pair, options.estimate, progress);
-  doubtUncovered(pair, read.start, estimate);
+  if (read.start) doubtStartingField(*read.start, read.pair, estimate.verdict);
   addRemarks(run, pair, estimate);
   withdrawDeviation(names, pair, estimate, folder, run);
   run.notes.insert(run.notes.end(), across.notes.begin(), across.notes.end());
