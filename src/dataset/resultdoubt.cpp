@@ -21,10 +21,17 @@ Json recordBeside(const std::string& stem) try {
   return Json::object();
 }
 
-std::string firstToCheck(const Json& record) {
-  for (const std::string& warning : record.textsOf("Warnings"))
-    if (warning.starts_with("CHECK ")) return warning;
+// Of the texts of a field.
+std::string firstToCheck(const Json& record, const char* field = "Warnings") {
+  for (const std::string& text : record.textsOf(field))
+    if (text.starts_with("CHECK ")) return text;
   return "";
+}
+
+std::string reasonOf(const Json& verdict) {
+  const std::vector<std::string> reasons = verdict.textsOf("Reasons");
+  const std::string check = firstToCheck(verdict, "Reasons");
+  return reasons.empty() || !check.empty() ? check : reasons.front();
 }
 
 int gravity(const ResultDoubt& doubt) {
@@ -57,7 +64,7 @@ ResultDoubt doubtAbout(const std::string& imageStem, const std::string& fieldSte
   const Json& verdict = ofField.part("Verdict");
   ResultDoubt doubt;
   doubt.trust = verdict.textOf("Trust");
-  if (const auto reasons = verdict.textsOf("Reasons"); !reasons.empty()) doubt.reason = reasons[0];
+  doubt.reason = reasonOf(verdict);
   doubt.check = firstToCheck(recordBeside(imageStem).part("Series"));
   // Those about a pair are reasons of its verdict.
   if (doubt.check.empty() && doubt.trust.empty()) doubt.check = firstToCheck(ofField);

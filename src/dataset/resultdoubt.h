@@ -9,8 +9,10 @@ struct SubjectResult;
 
 /// What the records of a corrected image and of its field say against it.
 struct ResultDoubt {
-  std::string trust;   ///< by the verdict on the pair: "trusted", ...; empty: there is none
-  std::string reason;  ///< the first of that verdict; empty where nothing speaks against it
+  std::string trust;  ///< by the verdict on the pair: "trusted", ...; empty: there is none
+  /// The first of that verdict that says what to check, else the first; empty where nothing speaks
+  /// against it.
+  std::string reason;
   /// The first warning that something is to be checked, such as the sign of the direction; empty:
   /// there is none.
   std::string check;

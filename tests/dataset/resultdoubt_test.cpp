@@ -43,6 +43,9 @@ TEST(ResultDoubt, OfRecordsIsTheVerdictOfTheFieldAndWhatIsToBeChecked) {
   };
   EXPECT_EQ(about("series", "pair"), "doubtful|one|CHECK THE SIGN in x");
   EXPECT_EQ(about("pair", "pair"), "doubtful|one|");
+  folder.write("axis.json", R"({"Mirel": {"Verdict": {"Trust": "do not trust",
+                                                      "Reasons": ["one", "CHECK THE AXIS"]}}})");
+  EXPECT_EQ(about("axis", "axis"), "do not trust|CHECK THE AXIS|");
   EXPECT_EQ(about("broken", "measured"), "||CHECK THE FIELD");
   EXPECT_EQ(about("none", "broken"), "||");
 }
