@@ -99,6 +99,14 @@ void tellPlan(const dataset::DatasetPlan& plan) {
   for (const SubjectResult& subject : plan.subjects) std::cout << planText(subject);
 }
 
+// Results that are written and may be wrong; returns how the last line goes on.
+std::string tellDoubts(const dataset::DatasetPlan& plan, const std::string& output) {
+  for (const std::string& line : dataset::doubtLines(plan.subjects, output + "/logs"))
+    hostSession().console.warn(line);
+  const std::string counts = dataset::doubtCounts(plan.subjects).text();
+  return counts.empty() ? "" : "; " + counts;
+}
+
 // What could be corrected and was not; with --strict also what could not. A dataset whose files are
 // broken is not done, either.
 int statusOf(const dataset::DatasetPlan& plan, bool strict) {
@@ -138,10 +146,11 @@ int runBids(const BidsCommandOptions& options) {
   tellPlan(plan);
   const int status = statusOf(plan, options.strict);
   const auto count = [&](Status what) { return std::to_string(countIn(plan, what)); };
+  const std::string doubts = tellDoubts(plan, options.job.output);
   std::cerr << (status == exitSuccess ? "Done: " : "Not all done: ")
             << counted(countIn(plan, Status::corrected), "image") << " corrected, "
             << count(Status::upToDate) << " were up to date, " << count(Status::left)
-            << " left uncorrected, " << count(Status::failed) << " failed\n";
+            << " left uncorrected, " << count(Status::failed) << " failed" << doubts << "\n";
   return status;
 }
 
@@ -161,12 +170,24 @@ void writeIndex(const std::string& file, const std::string& page) {
   dataset::writeIfDifferent(file, page);
 }
 
+void tellOutliers(const std::vector<dataset::GroupRow>& rows) {
+  dataset::DoubtCounts counts;
+  for (const dataset::GroupRow& row : rows) {
+    const char* check =
+        row.hasOppositeSign() ? "CHECK THE SIGN, since the opposite one agrees better" : "";
+    counts.add({row.verdict, "", check});
+    if (!row.outlier.empty())
+      std::cerr << "Outlier: " << row.image << " in " << row.outlier << (*check == 0 ? "" : ": ")
+                << check << "\n";
+  }
+  if (const std::string doubts = counts.text(); !doubts.empty())
+    std::cerr << rows.size() << " images, " << doubts << "\n";
+}
+
 int runGroup(const BidsCommandOptions& options) {
   const std::string& out = options.job.output;
   const std::vector<dataset::GroupRow> rows = dataset::groupRows(out);
-  for (const dataset::GroupRow& row : rows)
-    if (!row.outlier.empty())
-      std::cerr << "Outlier: " << row.image << " in " << row.outlier << "\n";
+  tellOutliers(rows);
   if (options.dryRun) {
     std::cout << groupTsv(rows);
     return exitSuccess;

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cmath>
 
 #include "base/error.h"
 #include "dataset/rules.h"
@@ -10,16 +9,8 @@ namespace {
 
 using Numbers = std::vector<std::size_t>;
 
-constexpr double readoutTolerance = 0.01;
-
 bool haveSameShim(const ImageFacts& a, const ImageFacts& b) {
   return a.shim.empty() || b.shim.empty() || a.shim == b.shim;
-}
-
-bool haveSameReadout(const ImageFacts& a, const ImageFacts& b) {
-  if (!a.readoutSeconds || !b.readoutSeconds) return true;
-  return std::fabs(*a.readoutSeconds - *b.readoutSeconds) <=
-         readoutTolerance * std::max(*a.readoutSeconds, *b.readoutSeconds);
 }
 
 bool overlap(const ImageFacts& a, const ImageFacts& b) {

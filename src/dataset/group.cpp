@@ -201,6 +201,9 @@ void markOutliers(std::vector<GroupRow>& rows) {
           value && std::fabs(*value - median) > farthest * deviation && deviation > 0)
         row.outlier += (row.outlier.empty() ? "" : ",") + std::string(figure.name);
   }
+  for (GroupRow& row : rows)
+    if (row.hasOppositeSign())
+      row.outlier += (row.outlier.empty() ? "" : ",") + std::string(signColumn);
 }
 
 std::vector<GroupRow> groupRows(const std::string& output) {
@@ -225,7 +228,7 @@ std::string groupTsv(const std::vector<GroupRow>& rows) {
   const std::vector<GroupFigure> figures = figuresOf(rows);
   std::vector<std::string> titles = {"image", "source", "field", "verdict"};
   for (const GroupFigure& figure : figures) titles.emplace_back(figure.name);
-  titles.insert(titles.end(), {"sign_check", "warnings", "outlier"});
+  titles.insert(titles.end(), {signColumn, "warnings", "outlier"});
   std::string table = tsvLine(titles);
   for (const GroupRow& row : rows) {
     std::vector<std::string> cells = {row.image, row.source, row.field, row.verdict};
@@ -247,7 +250,7 @@ std::string groupDictionary(const std::vector<GroupRow>& rows) {
       {"verdict", {{"Description", "How far the result is to be trusted"}}}};
   for (const GroupFigure& figure : figuresOf(rows))
     json[figure.name] = {{"Description", figure.meaning}, {"Units", figure.unit}};
-  json["sign_check"] = {{"Description", "Whether the sign of a series' direction is right"}};
+  json[signColumn] = {{"Description", "Whether the sign of a series' direction is right"}};
   json["warnings"] = {{"Description", "Warnings about the image and its field"}, {"Units", "1"}};
   json["outlier"] = {{"Description", outlierMeaning(rows)}};
   return json.dump(2) + "\n";

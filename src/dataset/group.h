@@ -27,7 +27,9 @@ struct GroupRow {
   /// Paths of pages from the output folder on, of the image and of the field; empty where there is
   /// none. Images of a pair have that of their field alone.
   std::string page, fieldPage;
-  std::string outlier;  ///< names of the columns in which it lies far from the others
+  std::string outlier;  ///< names of the columns that mark it (markOutliers)
+
+  bool hasOppositeSign() const { return signCheck == "opposite"; }
 };
 
 /// Reads the records of all corrected images of an output folder, sorted by path, and marks
@@ -39,7 +41,7 @@ std::vector<GroupRow> groupRows(const std::string& output);
 /// Marks as outliers what lies more than 3.5 robust standard deviations (1.4826 times the median
 /// absolute deviation; Iglewicz, Hoaglin 1993, How to Detect and Handle Outliers) from the median
 /// over all fields, or over all series of what is of these. Each field counts once; fewer than five
-/// tell nothing.
+/// tell nothing. So is a series whose sign check is opposite, whatever the others are.
 void markOutliers(std::vector<GroupRow>& rows);
 
 /// The table with a line of titles; "n/a" for what is not known. What is of series has a column

@@ -54,11 +54,15 @@ inline std::vector<GroupFigure> figuresOf(const std::vector<GroupRow>& rows) {
   return figures;
 }
 
+/// The column of GroupRow::signCheck, and its title for people.
+inline constexpr const char* signColumn = "sign_check";
+inline constexpr const char* signTitle = "Sign";
+
 /// Of the column outlier.
 inline std::string outlierMeaning(const std::vector<GroupRow>& rows) {
-  return figuresOf(rows).back().isOfSeries
-             ? "Columns in which its field, or the head within it, lies far from others"
-             : "Columns in which its field lies far from those of others";
+  return std::string("Columns in which its field") +
+         (figuresOf(rows).back().isOfSeries ? ", or the head within it," : "") +
+         " lies far from those of others, and sign_check where it is opposite";
 }
 
 }  // namespace mirel::dataset

@@ -12,6 +12,7 @@ namespace mirel::dataset {
 
 namespace {
 
+constexpr double readoutTolerance = 0.01;
 constexpr double never = std::numeric_limits<double>::infinity();
 
 using Pool = std::vector<std::size_t>;
@@ -74,6 +75,12 @@ std::string whyNoPair(const ImageFacts& a, const ImageFacts& b) {
   } catch (const Error& error) {
     return std::string("cannot be compared: ") + error.what();
   }
+}
+
+bool haveSameReadout(const ImageFacts& a, const ImageFacts& b) {
+  if (!a.readoutSeconds || !b.readoutSeconds) return true;
+  return std::fabs(*a.readoutSeconds - *b.readoutSeconds) <=
+         readoutTolerance * std::max(*a.readoutSeconds, *b.readoutSeconds);
 }
 
 std::vector<ImagePair> pairsOf(const std::vector<ImageFacts>& images, const Pool& given) {

@@ -21,6 +21,9 @@ struct ImagePair {
 /// diffusion weighting.
 std::string whyNoPair(const ImageFacts& a, const ImageFacts& b);
 
+/// Whether two readout times differ by no more than 1 %; one that is not known could be any.
+bool haveSameReadout(const ImageFacts& a, const ImageFacts& b);
+
 /// Pairs among the images of `pool`, each image in one at most. First those whose names are the
 /// same but for dir, then, of what is left, the nearest in time; where times are not known the next
 /// by name. The image that comes first by its name is `a`.

@@ -4,6 +4,7 @@
 
 #include "dataset/fieldlabels.h"
 #include "dataset/intentdoubts.h"
+#include "dataset/unknownreadouts.h"
 
 namespace mirel::dataset {
 
@@ -24,6 +25,7 @@ class Planner {
       for (const Group& group : subject.groups)
         if (group.isFieldMap == fieldMaps) decide(group);
     for (PlannedImage& image : plan.planned) leaveWithoutReadout(image);
+    settleUnknownReadouts(plan);
     labelFields(plan);
   }
 
@@ -114,9 +116,7 @@ class Planner {
   void leaveWithoutReadout(PlannedImage& image) const {
     if (!image.field || plan.images[image.image].readoutSeconds) return;
     const PlannedField& field = plan.fields[*image.field];
-    const bool inHz = field.isMeasured || plan.images[field.pair.a].readoutSeconds ||
-                      plan.images[field.pair.b].readoutSeconds;
-    if (!inHz || (field.correctsPair && field.pair.has(image.image))) return;
+    if (!isInHz(plan, field) || (field.correctsPair && field.pair.has(image.image))) return;
     image.field.reset();
     image.reason =
         "its readout time is not known: neither TotalReadoutTime nor EffectiveEchoSpacing is in "

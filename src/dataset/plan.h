@@ -52,11 +52,13 @@ struct SubjectPlan {
 /// Images of one acquisition share one field (groupsOf). Which pair it is estimated from is said by
 /// the first rule that says something (rules.h); a field map that is one of the pair of a field is
 /// corrected with that. An image of unknown direction, or without a readout time where the field
-/// needs one, is left.
+/// needs one, is left; so are those whose readout times contradict each other where that of the
+/// pair is not known (unknownreadouts.h).
 ///
 /// Warnings  an entry of IntendedFor that names no file, or one of another dataset; IntendedFor
 ///           that contradicts B0FieldSource, which counts; of images without a direction or a
-///           readout time, that a sidecar which could have told it does not count
+///           readout time, that a sidecar which could have told it does not count; a readout time
+///           that is taken to be that of a pair without one
 ///
 /// @param images      facts of all images for which isEpi or isOtherField holds
 /// @param otherPaths  of the subject's other images, which IntendedFor may name

@@ -5,6 +5,7 @@
 
 #include "base/json.h"
 #include "dataset/plan.h"
+#include "dataset/resultdoubt.h"
 #include "jobs/runrecord.h"
 
 namespace mirel::dataset {
@@ -27,6 +28,7 @@ struct Outcome {
   std::string reason;  ///< of a failure, or why it was not selected; empty: that of the plan
   std::string output;  ///< of what was corrected: its path from the output folder on
   std::vector<std::string> warnings = {};
+  ResultDoubt doubt = {};  ///< about what was corrected, by this run or an earlier one
 };
 
 /// A plan and what became of it, image by image in the order of SubjectPlan::planned.

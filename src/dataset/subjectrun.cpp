@@ -96,19 +96,20 @@ class SubjectRun {
         finish(target, isNew ? Status::corrected : Status::upToDate,
                folderOf(field.session, "fmap") + "/" + correctedName(imageOf(target).image.name) +
                    imageEnd,
-               source.warnings);
+               source, source.warnings);
         continue;
       }
       guarded({target}, [&] { correct(target, source); });
     }
   }
 
-  void finish(std::size_t target, Status status, const std::string& output,
+  void finish(std::size_t target, Status status, const std::string& output, const FieldFile& source,
               const std::vector<std::string>& warnings) {
     Outcome& outcome = result.outcomes[target];
     outcome.status = status;
     outcome.output = output;
     outcome.warnings = warnings;
+    outcome.doubt = doubtAbout(settings.output + "/" + stemOf(output), stemOf(source.file()));
     log(imageOf(target).image.path + " " + nameOf(status) + ": " + output);
     for (const std::string& warning : warnings) log("Warning: " + warning);
   }
@@ -245,7 +246,7 @@ class SubjectRun {
     if (hasPage(stem) &&
         isSeriesUpToDate(stem, rawFile(image), source.file(), how, settings.version, sums)) {
       copyPerfusionTable(rawFile(image), settings.output + "/" + folder);
-      finish(target, Status::upToDate, name + imageEnd, {});
+      finish(target, Status::upToDate, name + imageEnd, source, {});
       return;
     }
     ApplyFieldOptions options;
@@ -269,7 +270,7 @@ class SubjectRun {
     for (const Remark& note : run.notes) log(note.text);
     std::vector<std::string> warnings = source.warnings;
     for (const Remark& warning : run.warnings) warnings.push_back(warning.text);
-    finish(target, Status::corrected, name + imageEnd, warnings);
+    finish(target, Status::corrected, name + imageEnd, source, warnings);
   }
 
   SubjectResult& result;

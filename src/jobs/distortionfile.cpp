@@ -182,7 +182,8 @@ DistortionFile readDistortionFile(const std::string& fileName, TakenFor takenFor
   if (file.isField())
     for (const std::string& doubt : doubtsAbout(file.values, hertzPer(file.unit.value),
                                                 file.unit.source != StatedUnit::Source::assumed))
-      file.warnings.push_back("CHECK THE FIELD: " + fileName + " " + doubt);
+      file.doubts.push_back("CHECK THE FIELD: " + fileName + " " + doubt);
+  file.warnings.insert(file.warnings.end(), file.doubts.begin(), file.doubts.end());
   return file;
 }
 

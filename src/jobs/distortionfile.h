@@ -24,6 +24,8 @@ struct DistortionFile {
   std::optional<bids::Sidecar> sidecar;  ///< all that apply to it, as one
   std::int64_t nonFinite = 0;            ///< voxels of a field that counted as 0
   std::vector<Remark> notes, warnings;
+  /// Those of the warnings that doubt the values of a field (doubtsAbout).
+  std::vector<Remark> doubts;
 
   bool isField() const { return isOfField(unit.value); }
   /// The image and its sidecars.

@@ -8,6 +8,7 @@
 #include "bids/doubts.h"
 #include "field/grid.h"
 #include "jobs/checksum.h"
+#include "jobs/unknownreadout.h"
 #include "nifti/image.h"
 #include "nifti/orientation.h"
 
@@ -233,6 +234,8 @@ Distortion settleMap(DistortionFile& map, const GivenMap& given, std::vector<Ser
   const bool isStated = direction.isKnown();
   if (!isStated) takeDirectionOfSeries(map, direction, series);
   for (SeriesInput& input : series) settleSeries(map, direction, isStated, input);
+  if (recordedInputs(map) && !readoutInRecord(map, direction.value().axis))
+    doubtUnknownReadout(map.file, {}, series);
   const PhaseEncodingDirection settled = direction.value();
   return Distortion(GridShift{shiftOf(map, settled.axis), settled, std::nullopt, map.file});
 }

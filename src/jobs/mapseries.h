@@ -31,8 +31,9 @@ SeriesInput readSeriesForMap(const SeriesFile& options, const DistortionFile& ma
 ///   where that was assumed); else that of the series, and a warning says so; else the axis j.
 ///
 /// A series of the opposite direction gets the map turned round. Where both readout times are
-/// known and differ by more than 1 %, the map is scaled by their ratio, and a note says so. A
-/// series without a direction that is an input in the map's record, by its checksum, has the
+/// known and differ by more than 1 %, the map is scaled by their ratio, and a note says so; where
+/// this program made the map and did not know its own, series are warned of (doubtUnknownReadout).
+/// A series without a direction that is an input in the map's record, by its checksum, has the
 /// direction that stands there.
 ///
 /// Errors   Error: a map and a series of different axes; a map of known direction and a series of

@@ -86,10 +86,7 @@ void assumeDirectionOf(const PairInput& pair, SeriesInput& input) {
 
 void settleReadout(const PairInput& pair, SeriesInput& input) {
   bids::Acquisition& acquisition = input.acquisition;
-  if (!pair.readoutSeconds) {
-    acquisition.readout.reset();
-    return;
-  }
+  if (!pair.readoutSeconds) return;
   if (acquisition.sidecar) bids::requireReadout(acquisition, input.file, Advice::Of::series);
   if (acquisition.readout) return;
   acquisition.readout = pair.a.acquisition.readout;

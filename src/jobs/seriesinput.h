@@ -45,7 +45,8 @@ SeriesInput readSeries(const SeriesFile& options, const FieldHz& field);
 
 /// A series of the pair's session. One without sidecar and options is taken to be encoded as A is,
 /// with A's readout time; a note says so, and the sign check tells when that is wrong. Where the
-/// pair has no readout time, no series needs one, but it must have the pair's grid and axis.
+/// pair has no readout time, no series needs one, but it must have the pair's grid and axis; one
+/// that it has is kept (doubtUnknownReadout).
 /// Errors as above.
 SeriesInput readSeriesOf(const PairInput& pair, const SeriesFile& options);
 

@@ -3,10 +3,27 @@
 #include <algorithm>
 
 #include "base/error.h"
+#include "base/numbertext.h"
 #include "bids/doubts.h"
 #include "jobs/seriesinput.h"
 
 namespace mirel {
+
+namespace {
+
+constexpr double leastCovered = 0.8;  // of the head, by a field that corrects it
+
+// The border's field goes on where nobody measured it: of a head cut by a few slices that is a
+// guess, of more of it no correction.
+void doubtUncovered(const PairInput& pair, const DistortionFile& start, Verdict& verdict) {
+  const double covered = 1 - partOfHeadOff(pair.a.image, gridOf(pair.a.header), fieldOf(start));
+  if (!(covered < leastCovered)) return;
+  verdict.add(Trust::doubtful, "CHECK " + pair.startFile + ": it covers only " +
+                                   text("%.0f", 100 * covered) + " % of the head of " +
+                                   pair.a.title() + ", and what it is in the rest nobody measured");
+}
+
+}  // namespace
 
 DistortionFile readStartingField(const std::string& file, PairInput& pair) {
   DistortionFile source = readDistortionFile(file, TakenFor::fieldOfPair);
@@ -37,6 +54,16 @@ DistortionFile readStartingField(const std::string& file, PairInput& pair) {
   for (const std::string& other : bids::doubtsAboutSubject(file, pair.a.options.file))
     pair.warnings.emplace_back(other);
   return source;
+}
+
+void doubtStartingField(const DistortionFile& start, PairInput& pair, Verdict& verdict) {
+  if (!pair.startIsMap) return;
+  // One of another unit may move nothing, and the images agree no worse than they came.
+  for (const Remark& doubt : start.doubts) {
+    std::erase(pair.warnings, doubt);
+    verdict.add(Trust::doubtful, doubt);
+  }
+  doubtUncovered(pair, start, verdict);
 }
 
 }  // namespace mirel

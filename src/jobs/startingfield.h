@@ -4,6 +4,7 @@
 
 #include "jobs/distortionfile.h"
 #include "pair/pairinput.h"
+#include "pair/verdict.h"
 
 namespace mirel {
 
@@ -15,5 +16,10 @@ namespace mirel {
 /// Errors  Error: those of readDistortionFile and fieldOf; the file holds a displacement map; the
 ///         pair's readout time is not known; the field covers nothing of the pair.
 DistortionFile readStartingField(const std::string& file, PairInput& pair);
+
+/// Makes the result doubtful where nothing but the field corrects the pair (startIsMap) and its
+/// values are suspicious (DistortionFile::doubts), or it covers less than 80 % of the head. The
+/// former are no more warnings of the pair then: the verdict's reasons are told, too.
+void doubtStartingField(const DistortionFile& start, PairInput& pair, Verdict& verdict);
 
 }  // namespace mirel

@@ -42,6 +42,8 @@ std::string titlesOf(const std::string& outlier) {
   for (const GroupFigure& figure : dataset::groupFigures)
     if (isNamedIn(outlier, figure.name))
       titles += (titles.empty() ? "" : ", ") + std::string(figure.title);
+  if (isNamedIn(outlier, dataset::signColumn))
+    titles += (titles.empty() ? "" : ", ") + std::string(dataset::signTitle);
   return titles;
 }
 
@@ -61,7 +63,7 @@ std::vector<IndexColumn> indexColumns(const std::vector<GroupRow>& rows) {
     columns.push_back({figure.title + (unit == "1" ? "" : " (" + unit + ")"), figure.meaning, false,
                        /*isFigure=*/true});
   }
-  columns.push_back({"Sign", "Whether the sign of a series' direction is right", true});
+  columns.push_back({dataset::signTitle, "Whether the sign of a series' direction is right", true});
   columns.push_back({"Warnings", "About the image and its field"});
   columns.push_back({"Outlier in", dataset::outlierMeaning(rows), true});
   return columns;
@@ -105,6 +107,7 @@ Json rowPart(const GroupRow& row, const std::vector<GroupFigure>& figures,
           {"level", levelOf(row).style},
           {"cells", cells},
           {"sign", row.signCheck},
+          {"signFar", row.hasOppositeSign()},
           {"warnings", std::to_string(row.warnings)},
           {"outlier", textOrNull(titlesOf(row.outlier))}};
 }

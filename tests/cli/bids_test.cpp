@@ -136,6 +136,41 @@ TEST_F(Bids, ARunAgainDoesOnlyWhatIsMissingOrChanged) {
       << "another field in Hz corrects the series anew";
 }
 
+TEST_F(Bids, AReadoutTimeThatThePairDoesNotHaveIsWarnedOf) {
+  subject("01");
+  for (const char* direction : {"AP", "PA"})
+    text(std::string("sub-01/fmap/sub-01_dir-") + direction + "_epi.json",
+         std::string(R"({"PhaseEncodingDirection": ")") +
+             (std::string(direction) == "AP" ? "j-" : "j") + R"("})");
+  const ProgramResult result = bids();
+  EXPECT_THAT(result.err, HasSubstr("Warning: sub-01/func/sub-01_task-rest_bold.nii.gz has a "
+                                    "readout time of 0.04 s, but that of sub-01_dir-AP_epi.nii.gz "
+                                    "and sub-01_dir-PA_epi.nii.gz is not known"));
+  const json record =
+      json::parse(textOf(out("sub-01/func/sub-01_task-rest_desc-preproc_bold.json")));
+  EXPECT_THAT(record["Mirel"]["Series"]["Warnings"].dump(),
+              HasSubstr("is not known: it is taken to be the same, and if it is another one"));
+}
+
+TEST_F(Bids, ResultsThatMayBeWrongAreNamedAndCountedAtTheEnd) {
+  subject("01");
+  subject("02");
+  EXPECT_THAT(bids({"--participant-label", "01"}).err, Not(HasSubstr("CHECK")));
+  // A pair cannot tell that its directions are exchanged, but its series does.
+  text("sub-02/fmap/sub-02_dir-AP_epi.json", sidecar("j"));
+  text("sub-02/fmap/sub-02_dir-PA_epi.json", sidecar("j-"));
+  const auto expectWarning = [](const ProgramResult& result, const char* counts) {
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.err, HasSubstr("Warning: sub-02 (1 image): CHECK THE SIGN in "));
+    EXPECT_THAT(result.err, Not(HasSubstr("Warning: sub-01")));
+    EXPECT_THAT(result.err, HasSubstr(std::string("Done: ") + counts +
+                                      ", 0 left uncorrected, 0 failed; 1 with a warning to "
+                                      "CHECK\n"));
+  };
+  expectWarning(bids({"--quiet"}), "3 images corrected, 3 were up to date");
+  expectWarning(bids({"--strict"}), "0 images corrected, 6 were up to date");
+}
+
 TEST_F(Bids, GivesTheSameBytesWhateverTheNumberOfThreads) {
   for (const char* label : {"01", "02", "03"}) subject(label);
   ASSERT_EQ(bids({"--n-cpus", "1"}).status, 0);

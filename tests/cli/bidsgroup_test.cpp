@@ -57,6 +57,20 @@ TEST_F(BidsGroup, HasARowForEveryCorrectedImageAndDescribesEveryColumn) {
                                   "sub-01_dir-PA_epi.nii.gz\t"));
 }
 
+TEST_F(BidsGroup, NamesSeriesWhoseSignCheckIsOpposite) {
+  subject("01");
+  text("sub-01/fmap/sub-01_dir-AP_epi.json", sidecar("j"));
+  text("sub-01/fmap/sub-01_dir-PA_epi.json", sidecar("j-"));
+  ASSERT_EQ(bids({"--no-reports"}).status, 0);
+  const ProgramResult result = group();
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.err,
+              HasSubstr("Outlier: sub-01/func/sub-01_task-rest_desc-preproc_bold.nii.gz "
+                        "in sign_check: CHECK THE SIGN"));
+  EXPECT_THAT(result.err, HasSubstr("3 images, 1 with a warning to CHECK\n"));
+  EXPECT_THAT(textOf(out("group_corrected.tsv")), HasSubstr("\topposite\t"));
+}
+
 TEST_F(BidsGroup, TheCommandsOfTheDocumentWork) {
   const std::vector<std::string> commands = commandsOf(MIREL_DATASETS);
   ASSERT_EQ(commands.size(), 12U);

@@ -156,6 +156,39 @@ TEST_F(Doubts, ReadoutTimesThatDifferOrAreEstimates) {
               HasSubstr("Note: the readout time in " + file("a.json") + " is an estimate"));
 }
 
+// Voxels of the pair are right for a series of its readout time alone, whatever that is.
+TEST_F(Doubts, ReadoutTimesOfSeriesWhereThatOfThePairIsNotKnown) {
+  const std::string a = copied(ap('i'), "a.nii.gz"), b = copied(pa('i'), "b.nii.gz");
+  const std::string one = copied(bold('i'), "one.nii.gz"), two = copied(bold('i'), "two.nii.gz");
+  write("one.json", R"({"PhaseEncodingDirection": "i-", "TotalReadoutTime": 0.03})");
+  write("two.json", R"({"PhaseEncodingDirection": "i-", "TotalReadoutTime": 0.0302})");
+  const std::vector<std::string> words = {"correct", a,         b,   "--pe-a",  "i-", "--pe-b", "i",
+                                          "--fast",  "--apply", one, "--apply", two,  "--quiet"};
+  const std::string unknown = ", but that of " + a + " and " + b + " is not known";
+  const std::string text = said(words);
+  for (const std::string& time : {one + " has a readout time of 0.03 s (TotalReadoutTime in ",
+                                  two + " has a readout time of 0.0302 s (TotalReadoutTime in "})
+    EXPECT_THAT(text, HasSubstr("Warning: " + time));
+  EXPECT_THAT(text, HasSubstr(unknown + ": it is taken to be the same"));
+  // What voxels are in Hz nobody knows: nothing is told of that.
+  EXPECT_FALSE(json::parse(textOf(file("out/one_desc-preproc.json")))["Mirel"]["Series"].contains(
+      "TotalReadoutTime"));
+
+  write("two.json", R"({"PhaseEncodingDirection": "i-", "TotalReadoutTime": 0.05})");
+  std::vector<std::string> again = words;
+  again.insert(again.end(), {"-o", file("refused")});
+  const ProgramResult refused = runMirel(again);
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_THAT(refused.err,
+              AllOf(HasSubstr("Error: " + one + " has a readout time of 0.03 s"),
+                    HasSubstr(" and " + two + " one of 0.05 s"), HasSubstr(unknown),
+                    HasSubstr("not right for both; give the total readout time in seconds with "
+                              "--readout")));
+  EXPECT_FALSE(fs::exists(file("refused")));
+  again.insert(again.end(), {"--readout", "0.04"});
+  EXPECT_EQ(runMirel(again).status, 0);
+}
+
 TEST_F(Doubts, WhatIsAssumedIsNoted) {
   const std::string a = copied(ap('k'), "a.nii.gz"), run = copied(bold('k'), "run.nii.gz");
   EXPECT_THAT(said({"correct", a, pa('k'), "--fast", "--apply", run}),

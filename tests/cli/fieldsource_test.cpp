@@ -133,6 +133,25 @@ TEST_F(CorrectFieldSource, ItsSizeIsDoubtedWhenTheImagesContradictIt) {
               HasSubstr("CHECK THE SIZE of " + shift + ": taken -25 times"));
 }
 
+TEST_F(CorrectFieldSource, WhoseValuesAreSuspiciousIsDoubtful) {
+  // In tesla and in seconds it moves nothing: the images agree as well as they came.
+  for (const auto& [hertz, name] :
+       {std::pair(42.577478518e6, "tesla"), std::pair(1e6, "seconds")}) {
+    const std::string other = scaled(field(), std::string(name) + ".nii.gz", 1 / hertz);
+    const ProgramResult result = correct({"--field-source", other}, name);
+    EXPECT_EQ(result.status, 0);
+    const std::string told = "Warning: CHECK THE FIELD: " + other + " is below 0.01 Hz everywhere";
+    EXPECT_THAT(result.err, AllOf(HasSubstr(told), HasSubstr("Verdict: doubtful")));
+    EXPECT_EQ(result.err.find(told), result.err.rfind(told)) << "said once";
+    const json record =
+        json::parse(textOf(file(std::string(name) + "/sub-phantom_desc-preproc_fieldmap.json")));
+    EXPECT_EQ(record["Mirel"]["Verdict"]["Trust"], "doubtful");
+  }
+  // An estimate that begins with it is judged by the images.
+  EXPECT_THAT(correct({"--initial-field", file("tesla.nii.gz"), "--json"}, "begun").out,
+              HasSubstr(R"("trust": "trusted")"));
+}
+
 TEST_F(CorrectFieldSource, IsDoubtedWhereItDoesNotCoverTheHead) {
   const std::string half = changed(
       field(), "half.nii.gz", [](float v) { return v; },

@@ -41,6 +41,16 @@ TEST(Group, AFieldThatCorrectsManyImagesCountsOnce) {
   EXPECT_EQ(rows[0].outlier, "");
 }
 
+TEST(Group, ASeriesWhoseSignIsOppositeIsAnOutlierOnItsOwn) {
+  std::vector<GroupRow> rows = rowsWith({20, 21, 22, 23, 24, 90});
+  rows[5].signCheck = rows[0].signCheck = "opposite";
+  rows[1].signCheck = "undecided";
+  markOutliers(rows);
+  EXPECT_EQ(rows[5].outlier, "field_hz,sign_check");
+  EXPECT_EQ(rows[0].outlier, "sign_check");
+  EXPECT_EQ(rows[1].outlier, "");
+}
+
 TEST(Group, OfMotionEachSeriesCountsAndNotItsField) {
   std::vector<GroupRow> rows = rowsWith({20, 20, 20, 20, 20, 20});
   for (std::size_t n = 0; n < rows.size(); ++n) {

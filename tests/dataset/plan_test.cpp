@@ -173,6 +173,34 @@ TEST(Plan, AnImageWithoutReadoutTimeIsLeftWhereTheFieldIsInHz) {
   EXPECT_EQ(fateOf(planOf({bare(ap, "j-"), bare(pa, "j"), unknown}), rest), pair + " (images)");
 }
 
+TEST(Plan, ReadoutTimesOfSeriesWhereThatOfThePairIsNotKnown) {
+  const auto taking = [](const ImageFacts& image, std::optional<double> seconds) {
+    return with(image, &ImageFacts::readoutSeconds, seconds);
+  };
+  const ImageFacts a = taking(facts(ap, "j-"), {}), b = taking(facts(pa, "j"), {});
+  const SubjectPlan alike =
+      planOf({a, b, taking(facts(rest, "j"), 0.03), taking(facts(dwi, "j"), 0.0302)});
+  EXPECT_EQ(fateOf(alike, rest), pair + " (images)");
+  EXPECT_EQ(fateOf(alike, dwi), pair + " (images)");
+  EXPECT_THAT(textsOf(alike.warnings),
+              ElementsAre(AllOf(StartsWith(rest + " has a readout time of 0.03 s, but that of "),
+                                HasSubstr("epi.nii.gz is not known: it is taken to be the same")),
+                          StartsWith(dwi + " has a readout time of 0.0302 s")));
+
+  const std::string silent = "sub-1/func/sub-1_task-other_bold.nii.gz";
+  const SubjectPlan unlike =
+      planOf({a, b, taking(facts(silent, "j"), {}), taking(facts(rest, "j"), 0.03),
+              taking(facts(dwi, "j"), 0.05)});
+  EXPECT_THAT(fateOf(unlike, rest),
+              AllOf(StartsWith("left: the readout time of sub-1_dir-AP_epi.nii.gz and "),
+                    HasSubstr(" is not known, and their map in voxels is not right both for it "
+                              "(0.03 s) and for sub-1_dwi.nii.gz (0.05 s)")));
+  EXPECT_THAT(fateOf(unlike, dwi), StartsWith("left: the readout time of "));
+  EXPECT_EQ(fateOf(unlike, silent), pair + " (images)");
+  EXPECT_EQ(fateOf(unlike, ap), pair + " (images)");
+  EXPECT_THAT(unlike.warnings, IsEmpty());
+}
+
 TEST(Plan, FieldsOfOneSessionHaveResultsOfOtherNames) {
   const SubjectPlan plan =
       planOf({facts("sub-1/dwi/sub-1_dir-AP_dwi.nii.gz", "j-"),

@@ -41,6 +41,14 @@ TEST(IndexPage, HasARowForEveryImage) {
   EXPECT_EQ(page, indexPage("study", "1.2", {first, second}, ""));
 }
 
+TEST(IndexPage, MarksASignThatIsOpposite) {
+  dataset::GroupRow wrong = row("01", 12.5);
+  wrong.signCheck = "opposite";
+  wrong.outlier = "field_hz,sign_check";
+  EXPECT_THAT(indexPage("study", "1.2", {wrong}, ""),
+              HasSubstr("<td class=\"far\">opposite</td><td>0</td><td>Field, Sign</td>"));
+}
+
 TEST(IndexPage, EscapesWhatOthersNamed) {
   dataset::GroupRow evil = row("<script>alert(1)</script>", 1);
   evil.image = "sub-<b>/sub-<b>_task-\"x\"_bold.nii.gz";
