@@ -128,7 +128,7 @@ TEST_F(ApplyMap, FaultsAreOneSentenceAndLeaveNothing) {
   Map map = readMapFile(vdm);
   map.values[5] = NAN;
   writeMapFile(vdm, map);
-  refused(apply({run, "-o", out}), "1 of its 700 values are not finite");
+  refused(apply({run, "-o", out}), "1 of its 700 values is not finite");
   niftifiles::writeText(vdm, "no map");
   refused(apply({run, "-o", out}), "cannot read the map " + vdm);
 }

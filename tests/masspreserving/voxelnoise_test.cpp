@@ -27,7 +27,7 @@ Volume<float> alikeAlongY(glm::ivec3 size, double sigma, float a, std::uint64_t 
 
 struct Told {
   VoxelNoise noise;
-  double meanSquare;  // of the fitted residuals
+  double meanSquare = 0.0;  // of the fitted residuals
 };
 
 // Of an ellipsoid whose images lie so many voxels apart, after one step of the fit.
