@@ -58,7 +58,7 @@ TEST_F(CorrectRatio, ShadingIsNoted) {
 
 TEST_F(CorrectRatio, LostSignalIsNotTakenForContrast) {
   const ProgramResult result =
-      correctWith([](float v, float, float z) { return z < 0.5F ? v : 0.0F; });
+      correctWith([](float v, float, float z) { return z < 0.5F ? v : 0.2F * v; });
   ASSERT_EQ(result.status, 0) << result.err;
   const json summary = json::parse(result.out);
   EXPECT_GT(summary["intensityRatioVaries"]["Spread"], 0.4);
