@@ -196,7 +196,7 @@ TEST_F(BesideImages, ImagesOfDifferentPlacesAreComparedWithAWarning) {
   EXPECT_THAT(result.out, HasSubstr("correlation 1.0000"));
   EXPECT_THAT(result.err, HasSubstr("Warning: " + ap() + " and " + file("moved.nii.gz") +
                                     " lie at different places by their orientations, up to 1 "
-                                    "voxels apart"));
+                                    "voxel apart"));
   EXPECT_EQ(
       json::parse(runMirel({"compare", ap(), file("moved.nii.gz"), "--json"}).out)["voxelsApart"],
       1.0);
