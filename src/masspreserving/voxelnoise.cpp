@@ -93,7 +93,8 @@ double paired(const Volume<float>& p, const Volume<float>& q, glm::ivec2 distanc
 }
 
 // Values at the voxels displaced by b, by the parabolas of ColumnIntegral without their clamps,
-// which noise would not meet alone; 0 beyond the grid.
+// which noise would not meet alone; 0 beyond the grid. One image lies at b and the other at -b: to
+// one side for both, so that exchanging them changes nothing.
 float between(const Volume<float>& v, int x, int y, int z, double displacement) {
   const double whole = std::floor(displacement), u = displacement - whole;
   const int cell = y + static_cast<int>(whole);
@@ -117,8 +118,8 @@ Volume<float> interpolated(const Volume<float>& v, const Volume<float>& b,
     for (int z = from; z < to; ++z)
       for (int y = 0; y < v.ny(); ++y)
         for (int x = 0; x < v.nx(); ++x)
-          result.at(x, y, z) =
-              between(v, x, y, z, 0.5 * (static_cast<double>(b.at(x, y, z)) + b.at(x, y + 1, z)));
+          result.at(x, y, z) = between(
+              v, x, y, z, 0.5 * std::abs(static_cast<double>(b.at(x, y, z)) + b.at(x, y + 1, z)));
   });
   return result;
 }
